@@ -1,0 +1,33 @@
+# Language level, warnings and the switches that the presets set.
+option(QUILVEX_TOOLS "Build the command-line tools" ON)
+option(QUILVEX_TESTS "Build the tests" ON)
+option(QUILVEX_BENCH "Build the benchmarks" OFF)
+option(QUILVEX_FUZZ "Build the fuzz targets with libFuzzer (clang only)" OFF)
+set(QUILVEX_SANITIZE "" CACHE STRING "Sanitizers for every target, such as address,undefined")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(QUILVEX_CCACHE ccache)
+if(QUILVEX_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${QUILVEX_CCACHE})
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion)
+# Every tier must give the same bits as the reference, floating point included: no fused operations.
+add_compile_options(-ffp-contract=off)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # A 32-bit client promises a 4-byte stack only; doubles are SSE2 so that both builds compute the same values.
+    add_compile_options(-mstackrealign -msse2 -mfpmath=sse)
+endif()
+if(QUILVEX_SANITIZE)
+    add_compile_options(-fsanitize=${QUILVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${QUILVEX_SANITIZE})
+endif()

@@ -1,0 +1,139 @@
+// Picture buffers of the decoder and the frames of the decoded picture buffer.
+#pragma once
+
+#include "decoder/h264_headers.h"
+#include "decoder/h264_mb_info.h"
+#include "decoder/h264_notify.h"
+#include "decoder/h264_ref_pic_list.h"
+#include "decoder/h264_sei.h"
+#include "media/umc_memory_allocator.h"
+#include "media/umc_status.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace UMC {
+
+class H264Slice;
+
+struct PictureSize {
+    int32_t Width = 0, Height = 0; // luma samples
+    bool operator==(const PictureSize&) const = default;
+};
+
+// A picture's sample planes in one block of the given allocator. No guard band lies around a plane.
+class H264DecYUVBufferPadded
+{
+public:
+    virtual ~H264DecYUVBufferPadded() { Release(); }
+
+    void SetAllocator(MemoryAllocator* pAllocator) { m_pAllocator = pAllocator; }
+    virtual Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat);
+    virtual void Release();
+    virtual void Conditional(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat); // releases when one changed
+
+    // Fills every plane with the value 128 (scaled to the depth).
+    void FillGrey();
+
+    PictureSize m_Size;
+    uint8_t* m_pPlaneY = nullptr; // 64-byte aligned; samples of 2 bytes above 8 bits
+    uint8_t* m_pPlaneU = nullptr;
+    uint8_t* m_pPlaneV = nullptr;
+    int32_t m_PitchLuma = 0;      // samples
+    int32_t m_PitchChroma = 0;
+    int32_t m_BitDepth = 0;
+    int32_t m_ChromaFormat = 0;
+    bool m_ExternalBuffer = false;
+
+protected:
+    MemoryAllocator* m_pAllocator = nullptr;
+    uint32_t m_MemId = 0;
+    size_t m_AllocatedBytes = 0;
+};
+
+// Rounds the size up to whole macroblocks.
+class H264DecYUVWorkSpace : public H264DecYUVBufferPadded
+{
+public:
+    Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat) override;
+    PictureSize m_MbSize; // in macroblocks
+};
+
+enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, Finished = 3, InBroker = 4 };
+
+// The slices of one field, or of a frame, and how far they have got.
+struct H264DecoderFrameInfo {
+    H264DecoderFrame* m_pFrame = nullptr;
+    std::vector<H264Slice*> m_Slices;     // in decoding order; the slice heap owns them
+    std::vector<H264Slice*> m_DoneSlices;
+    AuStatus m_Status = AuStatus::Empty;
+    int32_t m_NextDecodeMb = 0, m_NextReconstructMb = 0;
+    bool m_NeedsDeblocking = false; // any slice has disable_deblocking_filter_idc other than 1
+    bool m_IsReference = false, m_HasIntraSlice = false, m_UsesSliceGroups = false;
+    H264DecoderFrameInfo *m_pNext = nullptr, *m_pPrev = nullptr, *m_pReferenceAu = nullptr;
+};
+
+// Motion and macroblock records of one frame; entries by macroblock number in the frame.
+struct H264MbInfo {
+    H264DecoderMotionVector* m_pMv[2] = {};  // 16 a macroblock and list, raster of 4x4 blocks
+    int8_t* m_pRefIdx[2] = {};               // 16 a macroblock and list, -1 for none
+    MbGlobalInfo* m_pGlobal = nullptr;
+};
+
+class H264DecoderFrame : public H264DecYUVWorkSpace
+{
+public:
+    H264DecoderFrameInfo m_Au[2]; // the two fields; a frame uses the first
+    H264DecoderFrame *m_pPrev = nullptr, *m_pNext = nullptr;
+
+    bool m_IsDisplayable = false; // decoding finished, it may be shown
+    bool m_WasOutputted = false;
+    int32_t m_BusyCount = 0;      // 2 from allocation until decoding is finished, plus 1 for each user that may read it
+    bool m_IsSkipped = false;     // no samples were decoded for it
+    NotifiersChain m_Notifiers;   // run when decoding has finished
+    H264SEIPayLoad m_UserData;
+    double m_Time = -1.0;
+    bool m_FrameExists = true;    // false for a frame made up for a gap, never displayed
+    int32_t m_PictureStructure = FRAME_PICTURE;
+
+    int32_t m_TotalMbs = 0;
+    int32_t m_CropLeft = 0, m_CropRight = 0, m_CropTop = 0, m_CropBottom = 0; // samples
+    int32_t m_AspectWidth = 0, m_AspectHeight = 0;
+    int32_t m_FrameType = 0; // 1 I, 2 P, 3 B
+
+    int32_t m_PicNum[2] = {}, m_LongTermPicNum[2] = {};
+    int32_t m_FrameNum = 0, m_FrameNumWrap = 0, m_LongTermFrameIdx = 0;
+    int32_t m_RefListResetCount[2] = {}; // IDR or memory-reset pictures that came after this one
+    int32_t m_PicOrderCnt[2] = {};
+    bool m_IsShortTerm[2] = {}, m_IsLongTerm[2] = {};
+    uint8_t m_BottomFieldFlag[2] = {};
+    bool m_IsIdr[2] = {};
+
+    H264MbInfo m_MbInfo;
+    std::vector<std::unique_ptr<H264DecoderRefPicList>> m_RefPicLists[2]; // by field and slice number
+    int32_t m_Uid = 0, m_Index = -1, m_ResourceIndex = -1;
+
+    // Frame numbering helpers over both fields.
+    int32_t PicOrderCnt() const { return m_PicOrderCnt[0] < m_PicOrderCnt[1] ? m_PicOrderCnt[0] : m_PicOrderCnt[1]; }
+    int32_t ResetCount() const
+    {
+        return m_RefListResetCount[0] > m_RefListResetCount[1] ? m_RefListResetCount[0] : m_RefListResetCount[1];
+    }
+    bool IsReferenced() const { return m_IsShortTerm[0] || m_IsShortTerm[1] || m_IsLongTerm[0] || m_IsLongTerm[1]; }
+
+    Status AllocateMbInfo(MemoryAllocator* pAllocator, int32_t MbCount);
+    void ClearMbInfo(); // all vectors 0, no references, no slice
+    void Reset();
+    ~H264DecoderFrame() override;
+
+    // The lists of slice SliceNumber of field Field; made, cleared, when not there yet.
+    H264DecoderRefPicList& RefPicListOf(int Field, int SliceNumber);
+
+private:
+    MemoryAllocator* m_pMbAllocator = nullptr;
+    uint32_t m_MbMemId = 0;
+    int32_t m_MbCapacity = 0;
+};
+
+} // namespace UMC

@@ -1,0 +1,30 @@
+// The two reference picture lists of one slice.
+#pragma once
+
+#include <cstdint>
+
+namespace UMC {
+
+class H264DecoderFrame;
+
+inline constexpr int kMaxRefEntries = 34; // 32, one more for the closing null, one spare
+
+// Flag byte of an entry: the low 3 bits hold, signed, the field that it means (0 top, 1 bottom, -1 none), bit 3 whether
+// it is a short-term reference.
+inline constexpr uint8_t kRefFlagShortTerm = 8;
+inline int RefFlagField(uint8_t Flag) { return static_cast<int8_t>(static_cast<uint8_t>(Flag << 5)) >> 5; }
+
+struct H264RefList {
+    H264DecoderFrame* Frame[kMaxRefEntries]; // the entry behind the last one used is null
+    uint8_t Flag[kMaxRefEntries];
+};
+
+struct H264DecoderRefPicList {
+    H264RefList List[2];
+
+    // B slices, computed with the lists (clauses 8.4.1.2.3 and 8.4.2.3.1), by reference index.
+    int32_t DistScaleFactor[32];     // temporal direct; 9999 where the reference is long-term or at equal distance
+    int16_t ImplicitWeight[32][32];  // w1 by list 0 index and list 1 index; w0 is 64 - w1
+};
+
+} // namespace UMC

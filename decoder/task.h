@@ -1,0 +1,42 @@
+// One piece of work that the task broker hands to a segment decoder.
+#pragma once
+
+#include <cstdint>
+
+namespace UMC {
+
+class H264Slice;
+struct H264DecoderFrameInfo;
+
+enum TaskId : int32_t {
+    TASK_PROCESS = 0,              // a whole slice: entropy decoding and reconstruction together
+    TASK_DECODE_RUN = 1,           // a run of macroblocks, entropy decoding into the ring
+    TASK_RECONSTRUCT_RUN = 2,      // the same run, reconstruction out of the ring
+    TASK_DEBLOCK_SLICE = 3,        // deblocking of a whole slice
+    TASK_DEBLOCK_RUN = 4,          // deblocking of a run behind reconstruction
+    TASK_DEBLOCK_PICTURE = 6,      // deblocking of a whole picture with slice groups
+    TASK_DECODE_RECONSTRUCT_RUN = 8 // a run without the ring
+};
+
+struct H264Task {
+    H264Slice* m_pSlice = nullptr; // null: whole picture
+    H264DecoderFrameInfo* m_pAu = nullptr;
+    int32_t m_ThreadNumber = 0;
+    int32_t m_FirstMb = 0;
+    int32_t m_MaxMb = 0;   // stop position
+    int32_t m_MbCount = 0; // budget; on return, macroblocks done
+    TaskId m_TaskId = TASK_PROCESS;
+    bool m_IsSliceEnd = false; // the slice's data ended here
+    bool m_HasError = false;
+};
+
+// What a segment decoder needs of the broker.
+class TaskSource
+{
+public:
+    virtual ~TaskSource() = default;
+    virtual bool GetNextTask(H264Task& Task) = 0; // false: no work left for this thread
+    virtual void TaskDone(const H264Task& Task) = 0;
+};
+
+} // namespace UMC

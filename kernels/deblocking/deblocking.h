@@ -1,0 +1,27 @@
+// Deblocking edge filters of H.264 clause 8.7 for 8-bit samples: one call filters all edges of one direction of one
+// macroblock, outer edge first.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kernels {
+
+// What one direction of one macroblock is filtered with. Index 0 of Alpha, Beta and Clip serves the outer edge (whose
+// QP is the mean of two macroblocks), index 1 the three inner edges.
+struct EdgeParams {
+    uint8_t Alpha[2];      // Table 8-16 at indexA
+    uint8_t Beta[2];       // Table 8-16 at indexB
+    uint8_t Clip[2][4];    // Table 8-17 at indexA by bS; entry 0 is not used
+    uint8_t Strength[16];  // bS 0..4 of the four pieces of edges 0..3: [edge * 4 + piece]; 4 on the outer edge only
+};
+
+// pPlane points at the macroblock's first sample. Vertical: the edges run down, 4 samples left of the macroblock are
+// read and 3 written. Horizontal: the same above it. An edge whose four strengths are 0 is not touched; the outer edge
+// is left out by giving it strengths of 0. Luma: edges 0, 4, 8, 12. Chroma (8x8, one plane of 4:2:0): edges 0 and 4
+// with the strengths of luma edges 0 and 2; each strength serves two samples.
+using FilterEdgesSig = void(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams);
+FilterEdgesSig FilterLumaVertical_px, FilterLumaHorizontal_px;
+FilterEdgesSig FilterChromaVertical_px, FilterChromaHorizontal_px;
+
+} // namespace kernels

@@ -1,0 +1,51 @@
+// Inter prediction samples of H.264 clause 8.4.2.2 and 8.4.2.3, for 8-bit samples.
+//
+// Steps are the bytes from one row to the next. No pointer needs alignment unless said. Source and destination do not
+// overlap unless said. Heights are 2..16 rows.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kernels {
+
+// Luma block at quarter-sample offset (FracX, FracY), each 0..3, from the full sample pSrc points at (8.4.2.2.1).
+// Reads 2 columns left and 3 right of the block when FracX is not 0, 2 rows above and 3 below when FracY is not 0.
+// With both 0 it copies. Width is in the name: 16, 8 or 4.
+using InterpolateLumaSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int FracX,
+                                int FracY, int Height);
+InterpolateLumaSig InterpolateLuma16_px, InterpolateLuma8_px, InterpolateLuma4_px;
+
+// The same chroma block of both planes at eighth-sample offset (FracX, FracY), each 0..7 (8.4.2.2.2). Reads one
+// column right when FracX is not 0 and one row below when FracY is not 0. Width is in the name: 8, 4 or 2.
+using InterpolateChromaSig = void(const uint8_t* pSrcU, const uint8_t* pSrcV, ptrdiff_t SrcStep, uint8_t* pDstU,
+                                  uint8_t* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height);
+InterpolateChromaSig InterpolateChroma8_px, InterpolateChroma4_px, InterpolateChroma2_px;
+
+// pDst = (pA + pDst + 1) >> 1, sample by sample: default bi-prediction (8.4.2.3.1). Widths 16, 8, 4, 2.
+using AverageBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height);
+AverageBlockSig AverageBlock16_px, AverageBlock8_px, AverageBlock4_px, AverageBlock2_px;
+
+// Explicit weighting of one prediction, in place (8.4.2.3.2). LogDenom 0..7, Weight and Offset -128..127.
+using WeightBlockSig = void(uint8_t* pDst, ptrdiff_t Step, int Height, int LogDenom, int Weight, int Offset);
+WeightBlockSig WeightBlock16_px, WeightBlock8_px, WeightBlock4_px, WeightBlock2_px;
+
+// Weighted bi-prediction (8.4.2.3.2): pDst = Clip1(((pA * Weight0 + pDst * Weight1 + 2^LogDenom) >> (LogDenom + 1)) +
+// Offset). pA is the list 0 prediction, pDst holds that of list 1. Offset is (o0 + o1 + 1) >> 1; the weights lie in
+// -128..128 and their sum in -128..127 (129 for LogDenom 7 with implicit weights never occurs: they use LogDenom 5).
+using BiWeightBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height,
+                              int LogDenom, int Weight0, int Weight1, int Offset);
+BiWeightBlockSig BiWeightBlock16_px, BiWeightBlock8_px, BiWeightBlock4_px, BiWeightBlock2_px;
+
+// Copies the Width x Height block whose top left sample is (X, Y) of a plane of PlaneWidth x PlaneHeight samples,
+// every coordinate clamped into the plane (8.4.2.2.1, equations 8-239 and 8-240). The block may lie anywhere, far
+// outside included. Width up to 24 and height up to 24 samples; pDst has room for Height rows of DstStep.
+using CopyClampedSig = void(const uint8_t* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
+                            uint8_t* pDst, ptrdiff_t DstStep, int Width, int Height);
+CopyClampedSig CopyClamped_px;
+
+// Plain block copies. Widths 16 and 8.
+using CopyBlockSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int Height);
+CopyBlockSig CopyBlock16_px, CopyBlock8_px;
+
+} // namespace kernels

@@ -1,0 +1,75 @@
+// Transforms and quantisation of H.264 clause 8.5 for 8-bit samples with 16-bit coefficients.
+//
+// A 4x4 block of coefficients is 16 int16_t in raster order (row * 4 + column), an 8x8 block 64 in raster order.
+// Blocks of a macroblock follow one another in luma4x4BlkIdx order (clause 6.4.3), 16 values each; the four chroma
+// blocks of a 4:2:0 plane in raster order. Coefficient arrays are 16-byte aligned; sample pointers need no alignment.
+// Arithmetic wraps at 16 bits between stages where a damaged stream exceeds the standard's range; it never traps.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kernels {
+
+// ---- Inverse: coefficients already scaled (clause 8.5.12.1) ------------------------------------------------
+
+// Adds the inverse transform (8.5.12.2) of one block to the prediction in pDst, with clipping, and clears the block.
+// The Dc forms read and clear coefficient 0 alone; all others must be 0 already.
+using AddResidualSig = void(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step);
+AddResidualSig AddResidual4x4_px, AddResidual4x4Dc_px, AddResidual8x8_px, AddResidual8x8Dc_px;
+
+// The same for all 4x4 blocks of a 16x16 luma macroblock whose bit (luma4x4BlkIdx) is set in Bits; other blocks are
+// not touched and must be 0 already. pCoeffs holds 256 values.
+using AddResidualLumaSig = void(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint32_t Bits);
+AddResidualLumaSig AddResidualLuma4x4_px;
+AddResidualLumaSig AddResidualLuma8x8_px; // bit 4 * i of Bits for quadrant i, 64 values each
+
+// The four 4x4 blocks of one 8x8 chroma plane, bit i of Bits for raster block i. pCoeffs holds 64 values.
+AddResidualLumaSig AddResidualChroma_px;
+
+// Inverse Hadamard and scaling of the Intra 16x16 luma DC levels (8.5.10). pLevels: 16 levels, raster of blocks. The
+// results go to coefficient 0 of each of the 16 blocks of pCoeffs (luma4x4BlkIdx order). LevelScale is
+// LevelScale(QP % 6, 0, 0), QpPer is QP / 6.
+using InverseLumaDcSig = void(const int16_t* pLevels, int LevelScale, int QpPer, int16_t* pCoeffs);
+InverseLumaDcSig InverseLumaDc_px;
+
+// The same for the 2x2 chroma DC of 4:2:0 (8.5.11): dcC = ((f * LevelScale) << QpPer) >> 5. pLevels: 4 levels, raster;
+// results go to coefficient 0 of each of the 4 blocks of pCoeffs.
+InverseLumaDcSig InverseChromaDc420_px;
+
+// ---- Forward: what the encoder runs ------------------------------------------------------------------------
+
+// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift), exact in 32 bits.
+struct QuantParams {
+    alignas(16) uint16_t Factor[16]; // MF by raster position
+    uint32_t Rounding;               // f
+    int Shift;                       // 15 + QP / 6, at most 23
+};
+
+// Difference of source and prediction, forward 4x4 transform and quantisation of all blocks. The levels are stored
+// in raster order within each block, pLevels 16-byte aligned. Returns a mask: bit i is set when block i has a level
+// other than 0. The three forms take 16 blocks (luma4x4BlkIdx order) of a 16x16 area and one block.
+using ForwardQuantSig = uint32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
+                                 ptrdiff_t PredictionStep, int16_t* pLevels, const QuantParams* pQuant);
+ForwardQuantSig ForwardQuant16x16_px, ForwardQuant4x4_px;
+
+// As above, but coefficient 0 of each block is not quantised: it goes to pDc and its place in pLevels becomes 0.
+// 16x16: pDc in raster order of blocks, for Intra 16x16. 8x8: one chroma plane, 4 blocks in raster order.
+using ForwardQuantAcSig = uint32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
+                                   ptrdiff_t PredictionStep, int16_t* pLevels, int16_t* pDc, const QuantParams* pQuant);
+ForwardQuantAcSig ForwardQuantAc16x16_px, ForwardQuantAc8x8_px;
+
+// Hadamard and quantisation of the DC coefficients, in place; returns non-zero when any level is not 0.
+// Luma: 16 values, h = Hadamard4x4(dc) with each sum halved rounding to the larger magnitude as (sum + 1) >> 1, then
+// level = sign(h) * ((|h| * Factor + 2 * Rounding) >> (Shift + 1)). Chroma 4:2:0: 4 values, not halved, same level.
+using ForwardDcSig = uint32_t(int16_t* pDc, int Factor, uint32_t Rounding, int Shift);
+ForwardDcSig ForwardLumaDc_px, ForwardChromaDc420_px;
+
+// Scaling of the levels of the blocks whose bit is set, in place (8.5.12.1): raster positions, pScale 16 values of
+// LevelScale(QP % 6, i, j), QpPer is QP / 6. Blocks follow one another, Count of them. FirstIndex 1 leaves
+// coefficient 0 of each block as it is (Intra 16x16 AC, chroma AC).
+using DequantBlocksSig = void(int16_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer,
+                              int FirstIndex);
+DequantBlocksSig DequantBlocks_px;
+
+} // namespace kernels
