@@ -6,7 +6,6 @@
 #include "decoder/h264_notify.h"
 #include "decoder/h264_ref_pic_list.h"
 #include "decoder/h264_sei.h"
-#include "media/umc_memory_allocator.h"
 #include "media/umc_status.h"
 
 #include <cstdint>
@@ -16,6 +15,8 @@
 namespace UMC {
 
 class H264Slice;
+class MemoryAllocator;
+class H264DecoderFrame;
 
 struct PictureSize {
     int32_t Width = 0, Height = 0; // luma samples

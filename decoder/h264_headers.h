@@ -16,6 +16,7 @@ struct H264ScalingLists {
     uint8_t List8x8[2][64]; // raster order: intra Y, inter Y
     uint8_t Status4x4[6];   // 1 default used, 2 explicit
     uint8_t Status8x8[2];
+    bool operator==(const H264ScalingLists&) const = default;
 };
 
 struct H264HrdParams {
@@ -24,6 +25,7 @@ struct H264HrdParams {
     uint32_t bit_rate_value[32], cpb_size_value[32];
     uint8_t cbr_flag[32];
     uint8_t initial_cpb_removal_delay_length, cpb_removal_delay_length, dpb_output_delay_length, time_offset_length;
+    bool operator==(const H264HrdParams&) const = default;
 };
 
 struct H264VuiParams {
@@ -41,6 +43,7 @@ struct H264VuiParams {
     uint32_t log2_max_mv_length_horizontal, log2_max_mv_length_vertical;
     uint32_t num_reorder_frames, max_dec_frame_buffering;
     H264HrdParams hrd;
+    bool operator==(const H264VuiParams&) const = default;
 };
 
 struct H264SeqParamSet {
@@ -67,11 +70,13 @@ struct H264SeqParamSet {
     uint32_t frame_crop_left_offset, frame_crop_right_offset, frame_crop_top_offset, frame_crop_bottom_offset;
     uint8_t vui_parameters_present_flag;
     H264VuiParams vui;
+    bool operator==(const H264SeqParamSet&) const = default;
 };
 
 struct H264SeqParamSetExtension {
     uint8_t seq_parameter_set_id, aux_format_idc, bit_depth_aux, alpha_incr_flag;
     uint8_t alpha_opaque_value, alpha_transparent_value, additional_extension_flag;
+    bool operator==(const H264SeqParamSetExtension&) const = default;
 };
 
 inline constexpr int kQpCount = 88; // 52 plus 6 for each of six bits of depth above 8
@@ -81,6 +86,7 @@ inline constexpr int kQpCount = 88; // 52 plus 6 for each of six bits of depth a
 struct H264LevelScale {
     int16_t Scale4x4[6][kQpCount][16]; // by list
     int16_t Scale8x8[2][kQpCount][64];
+    bool operator==(const H264LevelScale&) const = default;
 };
 
 struct H264PicParamSet {
@@ -101,6 +107,7 @@ struct H264PicParamSet {
     uint8_t transform_8x8_mode_flag, pic_scaling_matrix_present_flag;
     H264ScalingLists scaling;
     H264LevelScale level_scale;
+    bool operator==(const H264PicParamSet&) const = default;
 };
 
 struct RefPicListReordering {

@@ -62,7 +62,9 @@ public:
     int32_t m_MbSkipRun = 0, m_QpLuma = 0, m_PrevDeltaQp = 0;
     bool m_IsBottom = false, m_NotFirstSlice = false;
 
-    H264HeapPiece* m_pNalPiece = nullptr; // owned until Reset: goes back to the heap
+    H264HeapPiece* m_pNalPiece = nullptr; // goes back to m_pNalHeap at Reset
+    H264_Heap* m_pNalHeap = nullptr;
+    bool m_IsAuxiliary = false;           // unit type 19
     H264Slice* m_pNextFree = nullptr;     // link of the slice heap
     double m_NalTime = -1.0;
 };
