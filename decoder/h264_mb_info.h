@@ -50,7 +50,17 @@ struct MbLocalInfo {
     int8_t Qp;                        // QPY, negative for deep samples
     uint8_t SubBlockDirection[4];     // of each 8x8: 0 list 0, 1 list 1, 2 both; intra: [2] is intra_chroma_pred_mode
     uint8_t CodedBlockPattern;        // luma bits 0..3, chroma bits 4..5
+    uint8_t RefIdxContext[2];         // by list: bit i when 8x8 block i has refIdx > 0, bit 4 + i when refIdx > 1; 0 if direct
 };
+static_assert(sizeof(MbLocalInfo) == 20);
+
+// Magnitudes of the motion vector differences that a neighbour's CABAC contexts read (clause 9.3.3.1.1.7), x then y,
+// limited to 127: sums count up to 32 only. One list of one macroblock.
+struct MbMvd {
+    uint8_t Bottom[4][2]; // lowest row of 4x4 blocks
+    uint8_t Right[4][2];  // last column
+};
+static_assert(sizeof(MbMvd) == 16);
 
 inline constexpr uint16_t kNoSlice = 0xFFFF; // SliceId of a macroblock that no slice has covered
 

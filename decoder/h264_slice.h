@@ -14,7 +14,7 @@ namespace UMC {
 // Per-picture macroblock records that live while the picture is decoded; entries by macroblock number.
 struct H264LocalMbBuffers {
     MbLocalInfo* m_pLocal = nullptr;
-    H264DecoderMotionVector* m_pMvd[2] = {}; // 16 a macroblock and list: differences, for CABAC contexts
+    MbMvd* m_pMvd[2] = {};                   // by list: vector differences, for CABAC contexts
     uint8_t* m_pIntraModes = nullptr;        // 16 a macroblock: Intra 4x4 modes, raster of blocks
     uint8_t* m_pCoeffCounts = nullptr;       // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
 };
