@@ -18,10 +18,15 @@ struct EdgeParams {
 
 // pPlane points at the macroblock's first sample. Vertical: the edges run down, 4 samples left of the macroblock are
 // read and 3 written. Horizontal: the same above it. An edge whose four strengths are 0 is not touched; the outer edge
-// is left out by giving it strengths of 0. Luma: edges 0, 4, 8, 12. Chroma (8x8, one plane of 4:2:0): edges 0 and 4
-// with the strengths of luma edges 0 and 2; each strength serves two samples.
+// is left out by giving it strengths of 0, and then nothing outside the macroblock is read. Luma: edges 0, 4, 8, 12.
 using FilterEdgesSig = void(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams);
 FilterEdgesSig FilterLumaVertical_px, FilterLumaHorizontal_px;
-FilterEdgesSig FilterChromaVertical_px, FilterChromaHorizontal_px;
+
+// Chroma of 4:2:0, both 8x8 planes in one call: edges 0 and 4 with the strengths of luma edges 0 and 2, each of which
+// serves two samples; 2 samples before the edge are read and 1 is written. Strength is read from pParamsU alone;
+// pParamsV may be the same record, and differs when the two planes have different QP.
+using FilterChromaEdgesSig = void(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
+                                  const EdgeParams* pParamsV);
+FilterChromaEdgesSig FilterChromaVertical_px, FilterChromaHorizontal_px;
 
 } // namespace kernels

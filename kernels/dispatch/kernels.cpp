@@ -1,0 +1,7 @@
+#include "kernels/dispatch/kernels.h"
+
+namespace kernels {
+
+KernelSlots g_Kernels;
+
+} // namespace kernels

@@ -1,0 +1,31 @@
+// The rows of the interpolation kernels.
+#pragma once
+
+#include "kernels/dispatch/kernel_row.h"
+#include "kernels/interpolation/interpolation.h"
+
+namespace kernels {
+
+inline constexpr KernelRow<InterpolateLumaSig> kInterpolateLuma16{"InterpolateLuma16", {InterpolateLuma16_px}};
+inline constexpr KernelRow<InterpolateLumaSig> kInterpolateLuma8{"InterpolateLuma8", {InterpolateLuma8_px}};
+inline constexpr KernelRow<InterpolateLumaSig> kInterpolateLuma4{"InterpolateLuma4", {InterpolateLuma4_px}};
+inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma8{"InterpolateChroma8", {InterpolateChroma8_px}};
+inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma4{"InterpolateChroma4", {InterpolateChroma4_px}};
+inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma2{"InterpolateChroma2", {InterpolateChroma2_px}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock16{"AverageBlock16", {AverageBlock16_px}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock8{"AverageBlock8", {AverageBlock8_px}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock4{"AverageBlock4", {AverageBlock4_px}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock2{"AverageBlock2", {AverageBlock2_px}};
+inline constexpr KernelRow<WeightBlockSig> kWeightBlock16{"WeightBlock16", {WeightBlock16_px}};
+inline constexpr KernelRow<WeightBlockSig> kWeightBlock8{"WeightBlock8", {WeightBlock8_px}};
+inline constexpr KernelRow<WeightBlockSig> kWeightBlock4{"WeightBlock4", {WeightBlock4_px}};
+inline constexpr KernelRow<WeightBlockSig> kWeightBlock2{"WeightBlock2", {WeightBlock2_px}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock16{"BiWeightBlock16", {BiWeightBlock16_px}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock8{"BiWeightBlock8", {BiWeightBlock8_px}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{"BiWeightBlock4", {BiWeightBlock4_px}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{"BiWeightBlock2", {BiWeightBlock2_px}};
+inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped", {CopyClamped_px}};
+inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px}};
+inline constexpr KernelRow<CopyBlockSig> kCopyBlock8{"CopyBlock8", {CopyBlock8_px}};
+
+} // namespace kernels
