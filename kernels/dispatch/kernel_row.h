@@ -7,6 +7,7 @@ namespace kernels {
 
 template <class Sig>
 struct KernelRow {
+    using Signature = Sig;
     using Pointer = Sig*;
     const char* Name;
     std::array<Sig*, kTierCount> Slot; // null: this tier adds nothing of its own; px is always filled
@@ -17,6 +18,12 @@ struct KernelRow {
         auto i = static_cast<size_t>(Best);
         while (!Slot[i]) --i;
         return Slot[i];
+    }
+    constexpr KernelRow Filled() const // the same with every tier pointing at what Pick gives for it
+    {
+        KernelRow Row{Name, {}};
+        for (const Tier t : kAllTiers) Row.Slot[static_cast<size_t>(t)] = Pick(t);
+        return Row;
     }
 };
 

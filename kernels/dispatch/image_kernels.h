@@ -1,0 +1,27 @@
+// The entries of the memory and image kernels: kernels::Copy8u(...). Each reads SelectedTier and jumps to that tier's
+// variant of its row, so all of them change tier together. The contracts are in the families' headers.
+#pragma once
+
+#include "kernels/dispatch/kernel_row.h"
+#include "kernels/memory/memory_rows.h"
+
+namespace kernels {
+
+extern uint32_t SelectedTier; // 0 to 5; set at load by InitKernelsStatic(), constant afterwards
+
+template <class Sig>
+struct ImageKernelEntry;
+
+template <class Result, class... Arguments>
+struct ImageKernelEntry<Result(Arguments...)> {
+    KernelRow<Result(Arguments...)> Row; // every tier filled
+
+    Result operator()(Arguments... Values) const { return Row.Slot[SelectedTier](Values...); }
+};
+
+#define IMAGE_KERNEL(Name)                                                                                             \
+    inline constexpr ImageKernelEntry<decltype(k##Name)::Signature> Name{k##Name.Filled()};
+#include "kernels/dispatch/image_kernels.def"
+#undef IMAGE_KERNEL
+
+} // namespace kernels
