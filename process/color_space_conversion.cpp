@@ -1,7 +1,7 @@
 #include "process/conversion_pairs.h"
 #include "process/video_filter.h"
 
-#include "kernels/dispatch/kernels.h"
+#include "kernels/dispatch/image_kernels.h"
 
 #include <algorithm>
 #include <utility>
@@ -44,7 +44,7 @@ Status CopyPlane(const PlaneInfo& From, const PlaneInfo& To)
     const int32_t Height = std::min(From.m_Height, To.m_Height);
     int32_t Result;
     if (From.m_SampleBytes == To.m_SampleBytes)
-        Result = kernels::g_Kernels.Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch,
+        Result = kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch,
                                            Width * From.m_SampleBytes, Height);
     else if (From.m_SampleBytes == 2 && To.m_SampleBytes == 1)
         Result = NarrowPlane(From, To, Width, Height);

@@ -2,8 +2,10 @@
 // variant of its row, so all of them change tier together. The contracts are in the families' headers.
 #pragma once
 
+#include "kernels/deinterlace/deinterlace_rows.h"
 #include "kernels/dispatch/kernel_row.h"
 #include "kernels/memory/memory_rows.h"
+#include "kernels/resize/resize_rows.h"
 
 namespace kernels {
 
