@@ -15,12 +15,9 @@ struct H264HeapPiece {
     H264HeapPiece(const H264HeapPiece&) = delete;
     H264HeapPiece& operator=(const H264HeapPiece&) = delete;
 
-    // Declares the unit complete: Size bytes of it, a multiple of 4, with nothing but it and kWriteSlack bytes behind it
-    // written since the last call. Leaves H264Bitstream::kReadPadding zero bytes behind it; remembers which bytes are
-    // zero already and clears only the others.
+    // Declares the unit complete: Size bytes of it, with nothing behind them written since the last call. Leaves
+    // H264Bitstream::kReadPadding zero bytes behind it; remembers which bytes are zero already and clears only others.
     void Seal(uint32_t Size);
-
-    static constexpr uint32_t kWriteSlack = 16; // bytes that a writer may scribble over behind the unit
 
     uint32_t* m_pData = nullptr; // null when memory was exhausted
     uint32_t m_Capacity = 0;     // bytes that a unit may take
