@@ -1,6 +1,7 @@
 #include "decoder/h264_heap.h"
 
 #include "decoder/h264_bitstream.h"
+#include "kernels/memory/memory.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,23 +9,17 @@
 
 namespace UMC {
 
-namespace {
-
-constexpr std::align_val_t kPieceAlign{64};
-
-} // namespace
-
 H264HeapPiece::H264HeapPiece(uint32_t Capacity)
 {
-    if (Capacity > UINT32_MAX - H264Bitstream::kReadPadding - 4) return;
+    if (Capacity > uint32_t{INT32_MAX} - H264Bitstream::kReadPadding - 4) return;
     m_ZeroEnd = (Capacity + 3) / 4 * 4 + H264Bitstream::kReadPadding;
-    m_pData = static_cast<uint32_t*>(::operator new(m_ZeroEnd, kPieceAlign, std::nothrow));
+    m_pData = reinterpret_cast<uint32_t*>(kernels::Malloc8u(static_cast<int32_t>(m_ZeroEnd)));
     if (!m_pData) return;
     std::memset(m_pData, 0, m_ZeroEnd);
     m_Capacity = Capacity;
 }
 
-H264HeapPiece::~H264HeapPiece() { ::operator delete(m_pData, kPieceAlign); }
+H264HeapPiece::~H264HeapPiece() { kernels::Free(m_pData); }
 
 void H264HeapPiece::Seal(uint32_t Size)
 {
