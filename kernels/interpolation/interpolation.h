@@ -1,7 +1,7 @@
 // Inter prediction samples of H.264 clause 8.4.2.2 and 8.4.2.3, for 8-bit samples.
 //
 // Steps are the bytes from one row to the next. No pointer needs alignment unless said. Source and destination do not
-// overlap unless said. Heights are 2..16 rows.
+// overlap unless said. Heights are even, 2..16 rows.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
-// Memory, flat fill and flat copy. Statuses: 0 success, -8 null pointer, -6 non-positive region.
+// Memory, flat fill and flat copy. Statuses: 0 success, -8 null pointer, -6 non-positive region, -14 non-positive step;
+// the first that applies in this order, and then nothing is touched.
 #pragma once
 
 #include <cstddef>
@@ -27,7 +28,8 @@ using SetBytesSig = int32_t(uint8_t Value, uint8_t* pTarget, int32_t Length);
 CopyBytesSig CopyBytes_px;
 SetBytesSig SetBytes_px;
 
-// Copies or fills a plane of Width x Height bytes; steps are the bytes from one row to the next and may be negative.
+// Copies or fills a plane of Width x Height bytes; steps are the bytes from one row to the next. The planes do not
+// overlap.
 using Copy8uSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
                           int32_t Width, int32_t Height);
 using Set8uSig = int32_t(uint8_t Value, uint8_t* pPlane, ptrdiff_t Step, int32_t Width, int32_t Height);

@@ -25,6 +25,7 @@ int32_t Copy8u_px(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget
 {
     if (!pSource || !pTarget) return kStatusNullPointer;
     if (Width <= 0 || Height <= 0) return kStatusSize;
+    if (SourceStep <= 0 || TargetStep <= 0) return kStatusStep;
     for (int32_t y = 0; y < Height; ++y, pSource += SourceStep, pTarget += TargetStep)
         std::memcpy(pTarget, pSource, static_cast<size_t>(Width));
     return kStatusOk;
@@ -34,6 +35,7 @@ int32_t Set8u_px(uint8_t Value, uint8_t* pPlane, ptrdiff_t Step, int32_t Width, 
 {
     if (!pPlane) return kStatusNullPointer;
     if (Width <= 0 || Height <= 0) return kStatusSize;
+    if (Step <= 0) return kStatusStep;
     for (int32_t y = 0; y < Height; ++y, pPlane += Step) std::memset(pPlane, Value, static_cast<size_t>(Width));
     return kStatusOk;
 }

@@ -1,0 +1,48 @@
+// The rows of the tables against the suites that test them.
+#include <set>
+#include <string>
+
+#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
+#include "tests/support/kernel_testing.h"
+
+namespace {
+
+std::set<std::string> RowNames()
+{
+    return {
+#define SLOT_KERNEL(Kernel) kernels::k##Kernel.Name,
+#include "kernels/dispatch/slot_kernels.def"
+#undef SLOT_KERNEL
+#define IMAGE_KERNEL(Kernel) kernels::k##Kernel.Name,
+#include "kernels/dispatch/image_kernels.def"
+#undef IMAGE_KERNEL
+    };
+}
+
+TEST(KernelRows, EveryRowHasASuiteOfItsName)
+{
+    std::set<std::string> Suites;
+    const testing::UnitTest& All = *testing::UnitTest::GetInstance();
+    for (int i = 0; i < All.total_test_suite_count(); ++i) {
+        const std::string Name = All.GetTestSuite(i)->name();
+        if (Name.starts_with("Tiers/")) Suites.insert(Name.substr(6));
+    }
+    EXPECT_EQ(RowNames(), Suites);
+}
+
+TEST(KernelRows, TheReferenceIsThereAndTheNameIsTheRows)
+{
+#define SLOT_KERNEL(Kernel)                                                                                              \
+    EXPECT_NE(kernels::k##Kernel.At(kernels::Tier::px), nullptr);                                                        \
+    EXPECT_STREQ(kernels::k##Kernel.Name, #Kernel);
+#include "kernels/dispatch/slot_kernels.def"
+#undef SLOT_KERNEL
+#define IMAGE_KERNEL(Kernel)                                                                                             \
+    EXPECT_NE(kernels::k##Kernel.At(kernels::Tier::px), nullptr);                                                        \
+    EXPECT_STREQ(kernels::k##Kernel.Name, #Kernel);
+#include "kernels/dispatch/image_kernels.def"
+#undef IMAGE_KERNEL
+}
+
+} // namespace

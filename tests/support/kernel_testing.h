@@ -1,0 +1,78 @@
+// What the kernel tests share: tiers as test parameters, inputs at random and at the extremes, and buffers without a
+// byte to spare, so that the address sanitizer sees one sample read or written too far.
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "kernels/dispatch/kernel_row.h"
+
+namespace kernel_testing {
+
+/// The highest tier that this processor runs.
+kernels::Tier CpuTier();
+
+/// The tiers for which a row has a variant of its own.
+template <class Sig>
+std::vector<kernels::Tier> FilledTiers(const kernels::KernelRow<Sig>& Row)
+{
+    std::vector<kernels::Tier> Tiers;
+    for (const kernels::Tier t : kernels::kAllTiers)
+        if (Row.At(t)) Tiers.push_back(t);
+    return Tiers;
+}
+
+/// The short name of the tier, for the titles of parameterised tests.
+std::string TierTitle(const testing::TestParamInfo<kernels::Tier>& Info);
+
+enum class Fill { Random, AllZero, AllMax, ZeroOrMax, Smooth };
+inline constexpr Fill kAllFills[]{Fill::Random, Fill::AllZero, Fill::AllMax, Fill::ZeroOrMax, Fill::Smooth};
+
+/// Shifts that let a pointer meet good and bad alignment.
+inline constexpr size_t kShifts[]{0, 1, 7, 15};
+
+/// Width x Height samples in a buffer that ends with the last of them. Shift bytes come before the first one.
+struct Block {
+    std::vector<uint8_t> Bytes;
+    size_t First = 0;
+    ptrdiff_t Step = 0;
+
+    uint8_t* At(ptrdiff_t x, ptrdiff_t y) { return Bytes.data() + First + y * Step + x; }
+    const uint8_t* At(ptrdiff_t x, ptrdiff_t y) const { return Bytes.data() + First + y * Step + x; }
+    bool operator==(const Block&) const = default;
+};
+
+/// Random values, from TEST_SEED or else a fixed seed.
+class TestRandom
+{
+public:
+    TestRandom();
+    uint32_t Seed() const { return m_Seed; }
+    int Range(int Least, int Most); ///< both included
+    std::vector<uint8_t> Bytes(Fill How, size_t Count);
+    Block MakeBlock(Fill How, int Width, int Height, ptrdiff_t Step, size_t Shift);
+
+private:
+    uint32_t m_Seed;
+    std::mt19937 m_Engine;
+};
+
+} // namespace kernel_testing
+
+/// A parameterised suite with the name of a kernel's row: Body(variant, reference) runs once a tier with a variant.
+#define KERNEL_TEST(Name, Body)                                                                                        \
+    class Name : public testing::TestWithParam<kernels::Tier>                                                          \
+    {                                                                                                                  \
+    };                                                                                                                 \
+    TEST_P(Name, EqualsReference)                                                                                      \
+    {                                                                                                                  \
+        if (GetParam() > kernel_testing::CpuTier()) GTEST_SKIP() << "a tier this processor lacks";                     \
+        Body(kernels::k##Name.At(GetParam()), kernels::k##Name.At(kernels::Tier::px));                                 \
+    }                                                                                                                  \
+    INSTANTIATE_TEST_SUITE_P(Tiers, Name, testing::ValuesIn(kernel_testing::FilledTiers(kernels::k##Name)),            \
+                             kernel_testing::TierTitle)
