@@ -51,9 +51,11 @@ public:
     H264DecoderFrame* FindShortTerm(int32_t PicNum, bool IsField, int& Field) const;
     H264DecoderFrame* FindLongTerm(int32_t LongTermPicNum, bool IsField, int& Field) const;
     void IncreaseResetCount(const H264DecoderFrame* pExcept);
+    // FrameNumWrap, PicNum and LongTermPicNum of every reference for the picture of a slice, clause 8.2.4.1.
+    void ComputePicNums(const SliceHeaderFields& Header, int32_t MaxFrameNum);
 
-    // The picture to patch holes of Frame from: the last in display order before it, of the same size and format, with
-    // samples of its own. Null for none.
+    // The picture to patch holes of a frame from: the last in list order in front of it that is shown before it, has its
+    // size and format and samples of its own. Null for none.
     H264DecoderFrame* FindClosestForConcealment(const H264DecoderFrame* pFrame) const;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decoder/h264_headers.h"
+#include "decoder/h264_heap.h"
 #include "decoder/h264_mb_info.h"
 #include "decoder/h264_notify.h"
 #include "decoder/h264_ref_pic_list.h"
@@ -27,15 +28,25 @@ struct PictureSize {
 class H264DecYUVBufferPadded
 {
 public:
-    virtual ~H264DecYUVBufferPadded() { Release(); }
+    H264DecYUVBufferPadded() = default;
+    virtual ~H264DecYUVBufferPadded() { H264DecYUVBufferPadded::Release(); }
+    H264DecYUVBufferPadded(const H264DecYUVBufferPadded&) = delete;
+    H264DecYUVBufferPadded& operator=(const H264DecYUVBufferPadded&) = delete;
 
+    // The allocator must outlive the buffer.
     void SetAllocator(MemoryAllocator* pAllocator) { m_pAllocator = pAllocator; }
+    // Does nothing when the geometry is what it was. StatusUnsupported for a depth outside 8..16, StatusInvalidParams
+    // for a format above 3, StatusAllocFailed, with nothing left allocated, when memory is exhausted.
     virtual Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat);
     virtual void Release();
     virtual void Conditional(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat); // releases when one changed
 
-    // Fills every plane with the value 128 (scaled to the depth).
-    void FillGrey();
+    // Fill with the value 128, scaled to the depth.
+    void FillGrey();             // every plane
+    void FillChromaGrey();
+    void FillFieldGrey(int Field); // every second line, 0: from the top one
+
+    PictureSize ChromaSize() const;
 
     PictureSize m_Size;
     uint8_t* m_pPlaneY = nullptr; // 64-byte aligned; samples of 2 bytes above 8 bits
@@ -49,11 +60,15 @@ public:
 
 protected:
     MemoryAllocator* m_pAllocator = nullptr;
+
+private:
+    void FillPlane(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLine, int32_t LineStep);
+    void FillLines(int32_t FirstLine, int32_t LineStep);
+
     uint32_t m_MemId = 0;
-    size_t m_AllocatedBytes = 0;
 };
 
-// Rounds the size up to whole macroblocks.
+// Planes for a size rounded up to whole macroblocks.
 class H264DecYUVWorkSpace : public H264DecYUVBufferPadded
 {
 public:
@@ -73,6 +88,9 @@ struct H264DecoderFrameInfo {
     bool m_NeedsDeblocking = false; // any slice has disable_deblocking_filter_idc other than 1
     bool m_IsReference = false, m_HasIntraSlice = false, m_UsesSliceGroups = false;
     H264DecoderFrameInfo *m_pNext = nullptr, *m_pPrev = nullptr, *m_pReferenceAu = nullptr;
+
+    bool IsAllDecoded() const; // and deblocked
+    bool IsComplete() const { return m_Status == AuStatus::Finished || (!m_Slices.empty() && IsAllDecoded()); }
 };
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
@@ -123,16 +141,26 @@ public:
     }
     bool IsReferenced() const { return m_IsShortTerm[0] || m_IsShortTerm[1] || m_IsLongTerm[0] || m_IsLongTerm[1]; }
 
-    Status AllocateMbInfo(MemoryAllocator* pAllocator, int32_t MbCount);
-    void ClearMbInfo(); // all vectors 0, no references, no slice
-    void Reset();
+    H264DecoderFrame();
     ~H264DecoderFrame() override;
+
+    Status AllocateMbInfo(int32_t MbCount); // StatusAllocFailed
+    void ClearMbInfo();       // all vectors 0, no references, no slice
+    void ClearGlobalMbInfo(); // no slice; vectors and references stay as they are
+
+    // Everything but planes, records and the frame's own numbers goes back to the state of a new frame. The slices go
+    // to the given pool.
+    void Reset(H264_Heap_Objects<H264Slice>& SliceHeap);
+
+    void ReleaseUser() { --m_BusyCount; } // for notifiers
+    bool IsFieldPair() const { return m_PictureStructure < FRAME_PICTURE; }
 
     // The lists of slice SliceNumber of field Field; made, cleared, when not there yet.
     H264DecoderRefPicList& RefPicListOf(int Field, int SliceNumber);
 
 private:
-    MemoryAllocator* m_pMbAllocator = nullptr;
+    void ReleaseMbInfo();
+
     uint32_t m_MbMemId = 0;
     int32_t m_MbCapacity = 0;
 };

@@ -24,9 +24,13 @@ class H264Slice
 public:
     virtual ~H264Slice() = default;
 
-    // Reads the header from a unit that the splitter made. False rejects the slice.
-    bool Init(const H264HeapPiece& Piece, int32_t ThreadCount);
-    void Reset(); // back to the state of a new object; readers and tables survive
+    // Finds the slice in a unit that the splitter made and reads the start of its header, up to the identifier of its
+    // picture parameter set. False rejects the slice.
+    bool ReadStart(const H264HeapPiece& Piece);
+    // Reads the rest, the parameter sets being known now, and sets the slice up for decoding. False rejects it.
+    bool Init();
+    void Reset(); // back to the state of a new object; gives the unit back to its heap
+    void ReleaseUnit();
 
     SliceHeaderFields m_Header{};
     RefPicListReordering m_Reordering[2]{};

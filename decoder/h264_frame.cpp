@@ -1,0 +1,127 @@
+#include "decoder/h264_frame.h"
+
+#include "decoder/h264_slice.h"
+#include "media/umc_memory_allocator.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace UMC {
+
+namespace {
+
+constexpr size_t kBlocks = 16;        // 4x4 blocks of a macroblock
+constexpr size_t kMbInfoSlack = 80;   // bytes: each of the arrays begins on a boundary of 16
+
+uint8_t* Align16(uint8_t* p) { return reinterpret_cast<uint8_t*>((reinterpret_cast<uintptr_t>(p) + 15) & ~uintptr_t{15}); }
+
+} // namespace
+
+bool H264DecoderFrameInfo::IsAllDecoded() const
+{
+    return std::all_of(m_Slices.begin(), m_Slices.end(),
+                       [](const H264Slice* pSlice) { return pSlice->m_Decoded && pSlice->m_Deblocked; });
+}
+
+H264DecoderFrame::H264DecoderFrame()
+{
+    for (H264DecoderFrameInfo& Au : m_Au) Au.m_pFrame = this;
+}
+
+H264DecoderFrame::~H264DecoderFrame()
+{
+    ReleaseMbInfo();
+    for (H264DecoderFrameInfo& Au : m_Au)
+        for (H264Slice* const pSlice : Au.m_Slices) delete pSlice;
+}
+
+void H264DecoderFrame::ReleaseMbInfo()
+{
+    if (m_MbMemId != 0) {
+        m_pAllocator->Unlock(m_MbMemId);
+        m_pAllocator->Free(m_MbMemId);
+    }
+    m_MbMemId = 0;
+    m_MbCapacity = 0;
+    m_MbInfo = {};
+}
+
+Status H264DecoderFrame::AllocateMbInfo(int32_t MbCount)
+{
+    if (m_MbCapacity == MbCount) return StatusOk;
+    ReleaseMbInfo();
+    const auto Count = static_cast<size_t>(MbCount);
+    constexpr size_t BytesPerMb = 2 * kBlocks * (sizeof(H264DecoderMotionVector) + 1) + sizeof(MbGlobalInfo);
+    if (m_pAllocator->Alloc(&m_MbMemId, Count * BytesPerMb + kMbInfoSlack, 0, 16) != StatusOk) return StatusAllocFailed;
+    auto* p = static_cast<uint8_t*>(m_pAllocator->Lock(m_MbMemId));
+    const auto Take = [&p](size_t Bytes) {
+        uint8_t* const pArray = Align16(p);
+        p = pArray + Bytes;
+        return pArray;
+    };
+    for (H264DecoderMotionVector*& pMv : m_MbInfo.m_pMv)
+        pMv = reinterpret_cast<H264DecoderMotionVector*>(Take(Count * kBlocks * sizeof(H264DecoderMotionVector)));
+    for (int8_t*& pRefIdx : m_MbInfo.m_pRefIdx) pRefIdx = reinterpret_cast<int8_t*>(Take(Count * kBlocks));
+    m_MbInfo.m_pGlobal = reinterpret_cast<MbGlobalInfo*>(Take(Count * sizeof(MbGlobalInfo)));
+    m_MbCapacity = MbCount;
+    ClearMbInfo();
+    return StatusOk;
+}
+
+void H264DecoderFrame::ClearMbInfo()
+{
+    const auto Count = static_cast<size_t>(m_MbCapacity);
+    for (int List = 0; List < 2 && Count > 0; ++List) {
+        std::memset(m_MbInfo.m_pMv[List], 0, Count * kBlocks * sizeof(H264DecoderMotionVector));
+        std::memset(m_MbInfo.m_pRefIdx[List], -1, Count * kBlocks);
+    }
+    ClearGlobalMbInfo();
+}
+
+void H264DecoderFrame::ClearGlobalMbInfo()
+{
+    MbGlobalInfo Uncovered{};
+    Uncovered.SliceId = kNoSlice;
+    std::fill_n(m_MbInfo.m_pGlobal, m_MbCapacity, Uncovered);
+}
+
+void H264DecoderFrame::Reset(H264_Heap_Objects<H264Slice>& SliceHeap)
+{
+    for (H264DecoderFrameInfo& Au : m_Au) {
+        for (H264Slice* const pSlice : Au.m_Slices) SliceHeap.Free(pSlice);
+        std::vector<H264Slice*> Slices = std::move(Au.m_Slices), Done = std::move(Au.m_DoneSlices);
+        Slices.clear();
+        Done.clear();
+        Au = H264DecoderFrameInfo{};
+        Au.m_pFrame = this;
+        Au.m_Slices = std::move(Slices); // keeps the capacity
+        Au.m_DoneSlices = std::move(Done);
+    }
+    m_IsDisplayable = m_WasOutputted = m_IsSkipped = false;
+    m_BusyCount = 0;
+    m_Notifiers.Clear();
+    m_UserData = H264SEIPayLoad{};
+    m_Time = -1.0;
+    m_FrameExists = true;
+    m_PictureStructure = FRAME_PICTURE;
+    m_FrameType = 0;
+    m_FrameNum = m_FrameNumWrap = m_LongTermFrameIdx = 0;
+    m_ResourceIndex = -1;
+    for (int Field = 0; Field < 2; ++Field) {
+        m_PicNum[Field] = m_LongTermPicNum[Field] = 0;
+        m_RefListResetCount[Field] = m_PicOrderCnt[Field] = 0;
+        m_IsShortTerm[Field] = m_IsLongTerm[Field] = m_IsIdr[Field] = false;
+        m_BottomFieldFlag[Field] = 0;
+    }
+}
+
+H264DecoderRefPicList& H264DecoderFrame::RefPicListOf(int Field, int SliceNumber)
+{
+    auto& Lists = m_RefPicLists[Field];
+    const auto Index = static_cast<size_t>(SliceNumber);
+    if (Index >= Lists.size()) Lists.resize(Index + 1);
+    if (!Lists[Index]) Lists[Index] = std::make_unique<H264DecoderRefPicList>();
+    return *Lists[Index];
+}
+
+} // namespace UMC
