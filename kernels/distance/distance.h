@@ -12,18 +12,20 @@ namespace kernels {
 // Sum of absolute differences of all samples.
 using BlockDistanceSig = int32_t(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB);
 BlockDistanceSig Sad16x16_px, Sad16x8_px, Sad8x16_px, Sad8x8_px, Sad8x4_px, Sad4x8_px, Sad4x4_px;
+BlockDistanceSig Sad16x16_w7, Sad16x8_w7, Sad8x16_w7, Sad8x8_w7, Sad8x4_w7, Sad4x8_w7, Sad4x4_w7;
 
 // Sum of the magnitudes of the 4x4 Hadamard transforms of the difference, not normalised, over all 4x4 blocks.
 BlockDistanceSig Satd16x16_px, Satd16x8_px, Satd8x16_px, Satd8x8_px, Satd8x4_px, Satd4x8_px, Satd4x4_px;
+BlockDistanceSig Satd16x16_v8, Satd16x8_v8, Satd8x16_v8, Satd8x8_v8, Satd8x4_v8, Satd4x8_v8, Satd4x4_v8;
 
 // Sad16x16 of one block against four others of one step: Sum[i] is the distance to ppB[i].
 using FourDistancesSig = void(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* const ppB[4], ptrdiff_t StepB,
                               int32_t Sum[4]);
-FourDistancesSig Sad16x16x4_px;
+FourDistancesSig Sad16x16x4_px, Sad16x16x4_w7;
 
 // Number of samples (x, y), x and y in 0..14, of a 16x16 block whose absolute difference to the right or to the lower
 // neighbour exceeds Difference. A sample counts once.
 using CountEdgesSig = int32_t(const uint8_t* pA, ptrdiff_t StepA, int Difference);
-CountEdgesSig CountEdges16x16_px;
+CountEdgesSig CountEdges16x16_px, CountEdges16x16_w7;
 
 } // namespace kernels
