@@ -15,20 +15,24 @@ namespace kernels {
 using InterpolateLumaSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int FracX,
                                 int FracY, int Height);
 InterpolateLumaSig InterpolateLuma16_px, InterpolateLuma8_px, InterpolateLuma4_px;
+InterpolateLumaSig InterpolateLuma16_v8, InterpolateLuma8_v8, InterpolateLuma4_v8;
 
 // The same chroma block of both planes at eighth-sample offset (FracX, FracY), each 0..7 (8.4.2.2.2). Reads one
 // column right when FracX is not 0 and one row below when FracY is not 0. Width is in the name: 8, 4 or 2.
 using InterpolateChromaSig = void(const uint8_t* pSrcU, const uint8_t* pSrcV, ptrdiff_t SrcStep, uint8_t* pDstU,
                                   uint8_t* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height);
 InterpolateChromaSig InterpolateChroma8_px, InterpolateChroma4_px, InterpolateChroma2_px;
+InterpolateChromaSig InterpolateChroma8_v8, InterpolateChroma4_v8, InterpolateChroma2_v8;
 
 // pDst = (pA + pDst + 1) >> 1, sample by sample: default bi-prediction (8.4.2.3.1). Widths 16, 8, 4, 2.
 using AverageBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height);
 AverageBlockSig AverageBlock16_px, AverageBlock8_px, AverageBlock4_px, AverageBlock2_px;
+AverageBlockSig AverageBlock16_w7, AverageBlock8_w7, AverageBlock4_w7, AverageBlock2_w7;
 
 // Explicit weighting of one prediction, in place (8.4.2.3.2). LogDenom 0..7, Weight and Offset -128..127.
 using WeightBlockSig = void(uint8_t* pDst, ptrdiff_t Step, int Height, int LogDenom, int Weight, int Offset);
 WeightBlockSig WeightBlock16_px, WeightBlock8_px, WeightBlock4_px, WeightBlock2_px;
+WeightBlockSig WeightBlock16_w7, WeightBlock8_w7, WeightBlock4_w7, WeightBlock2_w7;
 
 // Weighted bi-prediction (8.4.2.3.2): pDst = Clip1(((pA * Weight0 + pDst * Weight1 + 2^LogDenom) >> (LogDenom + 1)) +
 // Offset). pA is the list 0 prediction, pDst holds that of list 1. Offset is (o0 + o1 + 1) >> 1; the weights lie in
@@ -36,6 +40,7 @@ WeightBlockSig WeightBlock16_px, WeightBlock8_px, WeightBlock4_px, WeightBlock2_
 using BiWeightBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height,
                               int LogDenom, int Weight0, int Weight1, int Offset);
 BiWeightBlockSig BiWeightBlock16_px, BiWeightBlock8_px, BiWeightBlock4_px, BiWeightBlock2_px;
+BiWeightBlockSig BiWeightBlock16_w7, BiWeightBlock8_w7, BiWeightBlock4_w7, BiWeightBlock2_w7;
 
 // Copies the Width x Height block whose top left sample is (X, Y) of a plane of PlaneWidth x PlaneHeight samples,
 // every coordinate clamped into the plane (8.4.2.2.1, equations 8-239 and 8-240). The block may lie anywhere, far
@@ -47,5 +52,6 @@ CopyClampedSig CopyClamped_px;
 // Plain block copies. Widths 16 and 8.
 using CopyBlockSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int Height);
 CopyBlockSig CopyBlock16_px, CopyBlock8_px;
+CopyBlockSig CopyBlock16_w7, CopyBlock8_w7;
 
 } // namespace kernels
