@@ -32,6 +32,7 @@ enum MbFlags : uint8_t {
     MBFLAG_TRANSFORM8x8 = 2,
     MBFLAG_DIRECT = 4,
     MBFLAG_SKIPPED = 8,
+    MBFLAG_ONE_MOTION = 16, // inter, and all of it moves alike: references and vectors of all 4x4 blocks are equal
 };
 
 // Kept with the frame: later pictures (direct prediction) and deblocking read it.

@@ -20,7 +20,15 @@ struct ReferencePlanes {
     ptrdiff_t PitchLuma, PitchChroma;  // bytes, doubled for a field
     int32_t Width, Height;             // luma samples
     int32_t ChromaWidth, ChromaHeight;
+    int32_t ChromaMvOffset;            // added to vertical chroma vectors between fields of different parity (Table 8-9)
 };
+
+// The lists that a slice of a picture was decoded with, or null for a number that no slice of it has.
+inline const H264DecoderRefPicList* FindRefPicList(const H264DecoderFrame& Frame, int Field, int32_t SliceNumber)
+{
+    const auto& Lists = Frame.m_RefPicLists[Field];
+    return static_cast<size_t>(SliceNumber) < Lists.size() ? Lists[static_cast<size_t>(SliceNumber)].get() : nullptr;
+}
 
 // Everything that the macroblock loops of one slice touch. The algorithm classes have no state of their own and work
 // on this object; it serves one thread.
@@ -55,6 +63,19 @@ public:
     int32_t m_BitDepthLuma = 8, m_BitDepthChroma = 8;
     ReferencePlanes m_Reference[2][32];
     int32_t m_ActiveRefs[2] = {};
+    bool m_ExplicitWeights = false; // weights of the slice header apply
+    bool m_ImplicitWeights = false;
+
+    // Direct prediction (clause 8.4.1.2), B slices: the first picture of list 1 and its motion, null when it has none.
+    const H264DecoderFrame* m_pColFrame = nullptr;
+    bool m_ColIsShortTerm = false;
+    int32_t m_ColMapSlice = -1;  // slice of that picture whose references m_ColMap holds
+    int8_t m_ColMap[2][32] = {}; // its references as indices into our list 0
+
+
+    // Progress of the task in hand.
+    int32_t m_CurrentMb = 0; // next macroblock of the picture
+    int32_t m_MbsDone = 0;
 
     // Carried from macroblock to macroblock.
     int32_t m_MbSkipRun = 0, m_QpLuma = 0, m_PrevDeltaQp = 0;
@@ -66,6 +87,9 @@ public:
     MotionCache m_Motion[2];
     uint8_t m_NonZero[3][kCacheSize]; // total_coeff (CAVLC) or coded_block_flag (CABAC) around the macroblock, by plane
     uint8_t m_ChromaQp[2][64 + 52];   // QP'C by QPY + 64, of Cb and Cr (clause 8.5.8)
+
+    // Blocks of the macroblock with something to add: luma in luma4x4BlkIdx order, Cb and Cr in raster order.
+    uint32_t m_ResidualBits[3] = {};
 
     // Coefficients of one macroblock; all 0 between macroblocks.
     alignas(64) uint8_t m_Coefficients[3328];
@@ -86,8 +110,8 @@ public:
     Status ProcessSegment() override;
 
     // Decodes and reconstructs Count macroblocks from FirstMb, with deblocking one row behind where the slice allows it.
-    // StatusEndOfSegment at the end of the slice or of the count; throws h264_exception on damaged data. The macroblocks
-    // done are left in m_Task.
+    // Always ends with StatusEndOfSegment, also when the count is done; throws h264_exception on damaged data. Count
+    // receives the macroblocks done in either case.
     virtual Status ProcessSlice(int32_t FirstMb, int32_t& Count);
     // Deblocks Count macroblocks of the slice in hand.
     virtual Status DeblockSegment(int32_t FirstMb, int32_t Count);
@@ -104,12 +128,18 @@ public:
     void RestoreErrorRect(int32_t Start, int32_t End, H264Slice* pSlice);
 
 private:
-    Status RunTask(H264Task& Task);
     void ProcessTask(H264Task& Task);
-    void SetUpPlanes();
+    Status RunTask(H264Task& Task);
+    void TryRestore(int32_t Start, H264Slice* pSlice);
+    Status DecodeRun(int32_t FirstMb, int32_t Count);
+    void ProcessRows(int32_t FirstMb, int32_t End, bool Deblock);
+    void SetUpPicture(H264DecoderFrame* pFrame, bool IsField, bool IsBottom);
     void SetUpReferences();
-    void SetUpStandIns();
+    void SetUpDirect();
+    void SetUpTables();
+    Status DeblockPicture(int32_t FirstMb, int32_t End);
 
+    const H264DecoderFrameInfo* m_pPictureAu = nullptr; // of a task for a whole picture
     TaskSource* m_pTasks;
     const H264DBPList* m_pDpb;
 };

@@ -14,11 +14,11 @@ class SegmentDecoderHPBase
 public:
     virtual ~SegmentDecoderHPBase() = default;
 
-    // Entropy decoding and reconstruction, macroblock by macroblock, from Position while below Position + Count and
-    // below the slice's end. Position is left behind the last macroblock done. 0 when the count is done,
-    // StatusEndOfSegment when the slice's data ended; damaged data throws h264_exception.
-    virtual Status DecodeSegmentCAVLCSingle(int32_t& Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
-    virtual Status DecodeSegmentCABACSingle(int32_t& Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
+    // Entropy decoding and reconstruction, macroblock by macroblock, of Count macroblocks from Position on. The decoder's
+    // m_CurrentMb and m_MbsDone follow. 0 when the count is done, StatusEndOfSegment when the slice's data ended; damaged
+    // data throws h264_exception.
+    virtual Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
+    virtual Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
 
     // Copies the samples from macroblock Start up to macroblock End, as ranges of memory, from the reference, or fills
     // them with grey when that is null.

@@ -1,0 +1,31 @@
+// Scaling of transform coefficients while they are parsed, H.264 clause 8.5.12.1.
+#pragma once
+
+#include <cstdint>
+
+namespace UMC {
+
+// LevelScale products of one list at one QP, and QP / 6.
+struct Dequant {
+    const int16_t* pScale; // by raster place
+    uint32_t Per;
+};
+
+// (level * scale * 2^Per) / 16 with rounding: for QP below 24 this is the standard's rounded right shift, from 24 on the
+// rounding term drops out. Damaged levels wrap.
+template <class Coeffs>
+inline Coeffs Scale4x4(int32_t Level, int16_t Scale, uint32_t Per)
+{
+    const uint32_t Product = static_cast<uint32_t>(Level) * static_cast<uint32_t>(int32_t{Scale}) << Per;
+    return static_cast<Coeffs>(static_cast<int32_t>(Product + 8) >> 4);
+}
+
+// The same over 64, for 8x8 blocks.
+template <class Coeffs>
+inline Coeffs Scale8x8(int32_t Level, int16_t Scale, uint32_t Per)
+{
+    const uint32_t Product = static_cast<uint32_t>(Level) * static_cast<uint32_t>(int32_t{Scale}) << Per;
+    return static_cast<Coeffs>(static_cast<int32_t>(Product + 32) >> 6);
+}
+
+} // namespace UMC

@@ -1,0 +1,36 @@
+// The parts of a macroblock's syntax that do not depend on the sample type or the chroma format: types, motion and intra
+// modes, read through one of the two syntax classes.
+#pragma once
+
+#include "decoder/h264_mb_syntax.h"
+#include "decoder/h264_segment_decoder.h"
+
+#include <cstdint>
+
+namespace UMC {
+
+inline constexpr int kQpBias = 64; // added to QPY to index H264SegmentDecoder::m_ChromaQp
+
+// Points m_Mb at macroblock Number of the picture, in column X and row Y, finds its neighbours and clears its records.
+void BeginMacroblock(H264SegmentDecoder& Decoder, int32_t Number, int32_t X, int32_t Y);
+
+// Adds mb_qp_delta to the running QP (equation 7-37). Throws h264_exception when it is out of range.
+void SetQp(H264SegmentDecoder& Decoder, int Delta);
+
+// Motion of a skipped macroblock (clauses 8.4.1.1 and 8.4.1.2), with its records.
+void SkipMotionP(H264SegmentDecoder& Decoder);
+void SkipMotionB(H264SegmentDecoder& Decoder);
+
+// No references in the records of an intra macroblock of a P or B slice.
+void ClearMotion(H264SegmentDecoder& Decoder, bool IsBSlice);
+
+// mb_type (0..4 in P, 0..22 in B slices), sub types, references and vectors of an inter macroblock. Returns whether the
+// 8x8 transform may be used with it.
+template <class Syntax, SliceType kSlice>
+bool ReadMotion(H264SegmentDecoder& Decoder, uint32_t Type);
+
+// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into m_pIntraModes (clauses 8.3.1.1, 8.3.2.1).
+template <class Syntax>
+void ReadIntraModes(H264SegmentDecoder& Decoder);
+
+} // namespace UMC
