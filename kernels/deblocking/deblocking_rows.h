@@ -6,9 +6,13 @@
 
 namespace kernels {
 
-inline constexpr KernelRow<FilterEdgesSig> kFilterLumaVertical{"FilterLumaVertical", {FilterLumaVertical_px}};
-inline constexpr KernelRow<FilterEdgesSig> kFilterLumaHorizontal{"FilterLumaHorizontal", {FilterLumaHorizontal_px}};
-inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChromaVertical{"FilterChromaVertical", {FilterChromaVertical_px}};
-inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChromaHorizontal{"FilterChromaHorizontal", {FilterChromaHorizontal_px}};
+inline constexpr KernelRow<FilterEdgesSig> kFilterLumaVertical{
+    "FilterLumaVertical", {FilterLumaVertical_px, nullptr, nullptr, nullptr, FilterLumaVertical_v8}};
+inline constexpr KernelRow<FilterEdgesSig> kFilterLumaHorizontal{
+    "FilterLumaHorizontal", {FilterLumaHorizontal_px, nullptr, nullptr, nullptr, FilterLumaHorizontal_v8}};
+inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChromaVertical{
+    "FilterChromaVertical", {FilterChromaVertical_px, nullptr, nullptr, nullptr, FilterChromaVertical_v8}};
+inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChromaHorizontal{
+    "FilterChromaHorizontal", {FilterChromaHorizontal_px, nullptr, nullptr, nullptr, FilterChromaHorizontal_v8}};
 
 } // namespace kernels
