@@ -35,6 +35,7 @@ public:
     virtual void Reset();
 
     void ReleaseCurrent(); // gives the current piece back to the heap
+    bool HasCurrent() const { return m_pCurrentPiece != nullptr; }
     void DetachCurrent();  // leaves the current piece to whoever reads it now
 
 protected:

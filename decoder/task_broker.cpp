@@ -73,12 +73,4 @@ bool TaskBroker::GetNextTask(H264Task& Task)
     return m_pCurrentAu && NextTaskLocked(Task);
 }
 
-void TaskBroker::SwitchCurrentAu()
-{
-    while (m_pCurrentAu && m_pCurrentAu->IsComplete()) {
-        m_pCurrentAu = m_pCurrentAu->m_pNext;
-        if (m_pCurrentAu) m_pCurrentAu->m_pReferenceAu = nullptr;
-    }
-}
-
 } // namespace UMC

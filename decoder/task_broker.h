@@ -29,8 +29,7 @@ public:
     Mutex& Guard() { return m_Lock; }
 
 protected:
-    virtual bool NextTaskLocked(H264Task& Task) = 0;
-    void SwitchCurrentAu();
+    virtual bool NextTaskLocked(H264Task& Task) = 0; // there is an m_pCurrentAu
 
     Mutex m_Lock; // guards every progress field, the list of infos and the frames' progress
     int32_t m_ConsumerCount = 0;

@@ -1,0 +1,150 @@
+// h264_decode: decodes a stream with UMC::H264VideoDecoder and writes every picture as raw samples.
+#include "tools/h264_decode/mp4_samples.h"
+#include "tools/h264_decode/stream_decoder.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+#include <openssl/evp.h>
+
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Options {
+    std::string Input, Output, FrameMd5;
+    int Threads = 1, Loop = 1;
+    bool IsMP4 = false, NoOutput = false, Json = false;
+};
+
+std::vector<uint8_t> ReadFile(const std::string& Name)
+{
+    std::ifstream File(Name, std::ios::binary);
+    if (!File) throw std::runtime_error(Name + ": cannot be opened");
+    std::vector<uint8_t> Bytes((std::istreambuf_iterator<char>(File)), std::istreambuf_iterator<char>());
+    if (Bytes.empty()) throw std::runtime_error(Name + ": the stream is empty");
+    return Bytes;
+}
+
+void Check(const std::ofstream& File, const std::string& Name)
+{
+    if (!File) throw std::runtime_error(Name + ": cannot be written");
+}
+
+// Where the pictures go: a file of samples, a list of MD5s, both or nothing.
+class PictureWriter
+{
+public:
+    explicit PictureWriter(const Options& Wanted) : m_Options(Wanted)
+    {
+        if (!Wanted.Output.empty() && !Wanted.NoOutput) m_Samples.open(Wanted.Output, std::ios::binary);
+        Check(m_Samples, Wanted.Output);
+        if (!Wanted.FrameMd5.empty()) m_Md5s.open(Wanted.FrameMd5);
+        Check(m_Md5s, Wanted.FrameMd5);
+    }
+    void Write(const UMC::VideoData& Picture)
+    {
+        ++m_Count;
+        if (m_Samples.is_open())
+            tools::ForEachRow(Picture, [this](std::span<const uint8_t> Row) {
+                m_Samples.write(reinterpret_cast<const char*>(Row.data()), static_cast<std::streamsize>(Row.size()));
+            });
+        if (m_Md5s.is_open()) m_Md5s << Md5Of(Picture) << '\n';
+    }
+    void Finish()
+    {
+        m_Samples.flush();
+        m_Md5s.flush();
+        Check(m_Samples, m_Options.Output);
+        Check(m_Md5s, m_Options.FrameMd5);
+    }
+    size_t Count() const { return m_Count; }
+
+private:
+    static std::string Md5Of(const UMC::VideoData& Picture)
+    {
+        const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> Context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+        EVP_DigestInit_ex(Context.get(), EVP_md5(), nullptr);
+        tools::ForEachRow(Picture, [&](std::span<const uint8_t> Row) {
+            EVP_DigestUpdate(Context.get(), Row.data(), Row.size());
+        });
+        unsigned char Digest[EVP_MAX_MD_SIZE];
+        unsigned Size = 0;
+        EVP_DigestFinal_ex(Context.get(), Digest, &Size);
+        std::string Text;
+        for (unsigned i = 0; i < Size; ++i) {
+            constexpr char kHex[] = "0123456789abcdef";
+            Text += {kHex[Digest[i] >> 4], kHex[Digest[i] & 15]};
+        }
+        return Text;
+    }
+
+    const Options& m_Options;
+    std::ofstream m_Samples, m_Md5s;
+    size_t m_Count = 0;
+};
+
+UMC::Status DecodeOnce(const Options& Wanted, std::span<const uint8_t> Bytes, const tools::PictureFunction& OnPicture)
+{
+    tools::StreamDecoder Decoder(OnPicture, Wanted.Threads, Wanted.IsMP4);
+    if (Wanted.IsMP4) {
+        for (const std::span<const uint8_t> Sample : tools::FindMP4Samples(Bytes)) Decoder.Feed(Sample);
+    } else {
+        Decoder.Feed(Bytes);
+    }
+    Decoder.Drain();
+    return Decoder.LastFault();
+}
+
+int Run(const Options& Wanted)
+{
+    const std::vector<uint8_t> Bytes = ReadFile(Wanted.Input);
+    PictureWriter Writer(Wanted);
+    UMC::Status Fault = UMC::StatusOk;
+    size_t Frames = 0;
+    const std::clock_t Start = std::clock();
+    for (int Pass = 0; Pass < Wanted.Loop; ++Pass)
+        Fault = DecodeOnce(Wanted, Bytes, [&](const UMC::VideoData& Picture) {
+            ++Frames;
+            if (Pass == 0) Writer.Write(Picture);
+        });
+    const double Seconds = static_cast<double>(std::clock() - Start) / CLOCKS_PER_SEC;
+    Writer.Finish();
+    const double Rate = Seconds > 0 ? static_cast<double>(Frames) / Seconds : 0;
+    if (Wanted.Json) {
+        std::cout << nlohmann::json{{"frames", Frames}, {"cpu_seconds", Seconds}, {"fps", Rate}, {"status", Fault}} << '\n';
+    } else {
+        std::printf("%zu frames, %.3f s of processor time, %.1f frames per second\n", Frames, Seconds, Rate);
+    }
+    if (Fault != UMC::StatusOk) std::cerr << Wanted.Input << ": decoder status " << Fault << '\n';
+    return Fault != UMC::StatusOk || Frames == 0 ? 1 : 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+try {
+    Options Wanted;
+    CLI::App App("Decodes an H.264 stream and writes every picture as raw samples");
+    App.add_option("IN", Wanted.Input, "Annex B byte stream, or an MP4 file with --mp4")->required();
+    auto* const pOutput = App.add_option("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");
+    App.add_option("--threads", Wanted.Threads, "decoding threads")->check(CLI::Range(1, 8));
+    App.add_flag("--mp4", Wanted.IsMP4, "IN is an MP4 file");
+    App.add_option("--framemd5", Wanted.FrameMd5, "one MD5 a picture");
+    App.add_option("--loop", Wanted.Loop, "decode this often, from memory")->check(CLI::Range(1, 1000000));
+    auto* const pNoOutput = App.add_flag("--no-output", Wanted.NoOutput, "write no pictures");
+    App.add_flag("--json", Wanted.Json, "print one object");
+    CLI11_PARSE(App, argc, argv);
+    if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())
+        throw std::runtime_error("one of --output, --framemd5 and --no-output is needed");
+    return Run(Wanted);
+} catch (const std::exception& Fault) {
+    std::cerr << "h264_decode: " << Fault.what() << '\n';
+    return 1;
+}
