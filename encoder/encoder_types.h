@@ -1,0 +1,112 @@
+// Records and constants that all stages of the encoder share.
+#pragma once
+
+#include <cstdint>
+
+namespace UMC_H264_ENCODER {
+
+// Quarter samples, unless a comment says whole samples.
+struct MotionVector {
+    int16_t x, y;
+    friend bool operator==(const MotionVector&, const MotionVector&) = default;
+};
+
+enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
+
+// As in the slice header (clause 7.4.3).
+enum SliceType : int32_t { SLICE_P = 0, SLICE_B = 1, SLICE_I = 2 };
+
+// What later pictures may do with a picture.
+enum PictureClass : int32_t { CLASS_DISPOSABLE = 0, CLASS_REFERENCE = 1, CLASS_IDR = 2 };
+
+// How a frame's lines are coded.
+enum FrameStructure : uint8_t { STRUCT_TOP = 0, STRUCT_BOTTOM = 1, STRUCT_FRAME = 2, STRUCT_ADAPTIVE = 3 };
+
+// Macroblock types as stored in the picture's tables; MB_INTRA4X4 with FLAG_TRANSFORM_8X8 is Intra 8x8.
+enum MacroblockType : uint8_t {
+    MB_INTRA4X4 = 0,
+    MB_INTRA16X16 = 1,
+    MB_PCM = 2,
+    MB_INTER16X16 = 3,
+    MB_INTER16X8 = 4,
+    MB_INTER8X16 = 5,
+    MB_INTER8X8 = 6,
+    MB_INTER8X8_REF0 = 7,
+    MB_DIRECT = 8,
+    MB_SKIP_P = 10,
+    MB_SKIP_B = 11
+};
+inline bool IsIntra(uint8_t Type) { return Type <= MB_PCM; }
+
+enum MacroblockFlag : uint8_t { FLAG_FIELD = 1 << 1, FLAG_TRANSFORM_8X8 = 1 << 2 };
+
+// The part of a macroblock that travels with the frame: what deblocking and later pictures look at.
+struct GlobalMacroblock {
+    uint16_t SliceId;
+    uint8_t Type;  // MacroblockType
+    uint8_t Flags; // MacroblockFlag
+    int8_t Qp;     // QPY
+    int8_t QpChroma;
+    uint16_t Reserved;
+};
+static_assert(sizeof(GlobalMacroblock) == 8);
+
+// Bits of LocalMacroblock::Coded beyond luma block i (luma4x4BlkIdx) at bit i.
+inline constexpr uint32_t kCodedLuma = 0xFFFF;
+inline constexpr int kCodedCbShift = 16; // chroma AC of Cb block i at 16 + i, of Cr at 20 + i
+inline constexpr int kCodedCrShift = 20;
+inline constexpr uint32_t kCodedLumaDc = 1u << 24;
+inline constexpr uint32_t kCodedCbDc = 1u << 25;
+inline constexpr uint32_t kCodedCrDc = 1u << 26;
+
+// The part of a macroblock that only the picture being coded needs.
+struct LocalMacroblock {
+    uint32_t Coded;      // one bit for every block that holds a level other than 0: coded_block_flag of clause 9.3.3.1.1.9
+    uint32_t Pattern;    // coded_block_pattern, bits 0..3 luma, 4 and 5 chroma
+    int32_t Cost;        // of the decision
+    uint8_t Intra16Mode; // Intra16x16PredMode
+    uint8_t ChromaMode;  // intra_chroma_pred_mode
+    int8_t Qp;           // QPY
+    int8_t QpChroma;     // QPC
+    int8_t QpDelta;      // mb_qp_delta as written
+    uint8_t SubTypes[4];
+    uint8_t Reserved[7];
+};
+static_assert(sizeof(LocalMacroblock) == 28);
+
+// Sub-macroblock types; NOT_8X8 where the macroblock is not divided into quadrants.
+enum SubMacroblockType : uint8_t { SUB_8X8 = 0, SUB_8X4 = 1, SUB_4X8 = 2, SUB_4X4 = 3, SUB_NOT_8X8 = 32 };
+
+// Offsets of a macroblock in the planes and how far its vectors may reach, in whole samples.
+struct MacroblockPosition {
+    int32_t LumaFrame, ChromaFrame; // samples from the plane's origin
+    int32_t LumaField, ChromaField;
+    int32_t LimitLeft, LimitRight, LimitTop, LimitBottom;
+    int32_t X, Y; // in macroblocks
+    int32_t Reserved[2];
+};
+static_assert(sizeof(MacroblockPosition) == 48);
+
+// Analysis flags: what the decisions try.
+enum AnalysisFlag : uint32_t {
+    ENC_ANALYSE_I4X4 = 1,
+    ENC_ANALYSE_I8X8 = 2,
+    ENC_ANALYSE_P_SUB8X8 = 4,
+    ENC_ANALYSE_P_8X8 = 8,
+    ENC_ANALYSE_B_SUB8X8 = 16,
+    ENC_ANALYSE_B_8X8 = 32,
+    ENC_ANALYSE_SAD = 64,
+    ENC_ANALYSE_ME_EARLY_EXIT = 128,
+    ENC_ANALYSE_ALL_REFS = 256,
+    ENC_ANALYSE_ME_CHROMA = 512,
+    ENC_ANALYSE_SUBPEL = 1024,
+    ENC_ANALYSE_CBP_EMPTY = 2048,
+    ENC_ANALYSE_RECODE = 4096,
+    ENC_ANALYSE_DIRECT_AUTO = 8192,
+    ENC_ANALYSE_FRAME_TYPE = 16384,
+    ENC_ANALYSE_SCENE_CUT = 32768,
+    ENC_ANALYSE_RD_MODE = 65536,
+    ENC_ANALYSE_RD_OPT = 131072
+};
+
+} // namespace UMC_H264_ENCODER
