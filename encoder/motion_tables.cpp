@@ -1,6 +1,7 @@
 #include "encoder/motion_tables.h"
 
 #include <bit>
+#include <cstddef>
 
 namespace UMC_H264_ENCODER {
 
@@ -14,8 +15,8 @@ constexpr std::array<int16_t, 52> kLambda{1,  1,  1,  1,  1,  1,  1,  1,  1,  1,
 constexpr std::array<BitCostRow, 52> MakeBitCost()
 {
     std::array<BitCostRow, 52> Table{};
-    for (size_t Qp = 0; Qp < Table.size(); ++Qp)
-        for (size_t n = 0; n < Table[Qp].size(); ++n)
+    for (std::size_t Qp = 0; Qp < Table.size(); ++Qp)
+        for (std::size_t n = 0; n < Table[Qp].size(); ++n)
             Table[Qp][n] = static_cast<int16_t>(static_cast<int>(n) * kLambda[Qp]);
     return Table;
 }
@@ -34,8 +35,8 @@ constexpr std::array<uint8_t, 2 * kMaxVectorDifference + 1> MakeBits()
         const auto Magnitude = static_cast<unsigned>(d);
         const uint8_t Bits = Magnitude < 128 ? SignedGolombLength(Magnitude)
                                              : static_cast<uint8_t>(SignedGolombLength(Magnitude >> 7) + 14);
-        Table[static_cast<size_t>(kMaxVectorDifference + d)] = Bits;
-        Table[static_cast<size_t>(kMaxVectorDifference - d)] = Bits;
+        Table[static_cast<std::size_t>(kMaxVectorDifference + d)] = Bits;
+        Table[static_cast<std::size_t>(kMaxVectorDifference - d)] = Bits;
     }
     return Table;
 }
