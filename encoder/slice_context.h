@@ -56,7 +56,9 @@ struct WorkArea {
     alignas(16) PixType PredUV[16 * 8];        // Cb in columns 0..7, Cr in 8..15
     alignas(16) PixType IntraY[2][16 * 16];    // best and trial prediction of Intra 16x16
     alignas(16) PixType IntraUV[2][16 * 8];
-    alignas(16) PixType Local[17 * kLocalStep + 16]; // Intra 4x4: the macroblock, its upper and left neighbours
+    // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
+    alignas(16) PixType Local[17 * kLocalStep];
+    static constexpr int kLocalOrigin = kLocalStep + 8;
     alignas(16) CoeffsType Luma[256];          // levels, then scaled coefficients
     alignas(16) CoeffsType Chroma[2][64];
     alignas(16) CoeffsType Intra4x4[256];
@@ -72,6 +74,7 @@ struct WorkArea {
     alignas(16) PixType TrialUV[16 * 8];
     alignas(16) PixType Clamped[24 * 24];      // a reference block from beyond the padding
     uint8_t Intra4x4Modes[16];                 // of the trial, raster order
+    uint32_t Intra4x4Coded;                    // of the trial, bit by luma4x4BlkIdx
     // The vector whose luma prediction is in PredY and whose levels are in Luma, after a skip test that failed.
     bool bTested;
     MotionVector TestedVector;

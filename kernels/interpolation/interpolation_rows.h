@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernels/dispatch/kernel_row.h"
+#include "kernels/interpolation/half_planes.h"
 #include "kernels/interpolation/interpolation.h"
 
 namespace kernels {
@@ -42,5 +43,9 @@ inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{
 inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped", {CopyClamped_px}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px, nullptr, CopyBlock16_w7}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock8{"CopyBlock8", {CopyBlock8_px, nullptr, CopyBlock8_w7}};
+
+inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{"HalfPlaneRight", {HalfPlaneRight_px}};
+inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneDown{"HalfPlaneDown", {HalfPlaneDown_px}};
+inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneBoth{"HalfPlaneBoth", {HalfPlaneBoth_px}};
 
 } // namespace kernels
