@@ -94,6 +94,9 @@ public:
     /// Bits produced since Start, those still outstanding included.
     int64_t Bits() const { return int64_t{m_Bytes} * 8 + m_Queue + 8; }
 
+    /// The byte behind the last one stored.
+    uint8_t* Position() const { return m_pOut; }
+
     /// Goes on from another coder's state; the count of bits starts at 0.
     template <bool Other>
     void CopyState(const BasicArithmeticCoder<Other>& From)

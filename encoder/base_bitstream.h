@@ -58,6 +58,8 @@ public:
     /// Bits written since Reset, without those inside a running arithmetic coder.
     int64_t Bits() const { return (m_pWrite - m_pBuffer) * 8 + m_BitOffset; }
     size_t Bytes() const { return static_cast<size_t>(m_pWrite - m_pBuffer) + (m_BitOffset ? 1 : 0); }
+    /// Bytes written since Reset while the arithmetic coder runs.
+    size_t CoderBytes() const { return static_cast<size_t>(m_Coder.Position() - m_pBuffer); }
     size_t BufferSize() const { return m_BufferSize; }
 
     // The coder and its contexts, for the macroblock writers.

@@ -57,6 +57,7 @@ struct EncoderCore {
 
     H264EncoderFrameList<PixType> input_list, reconstruction_list;
     Frame* current = nullptr; // the picture being coded
+    int32_t picture_class = CLASS_IDR;
     UMC::VideoProcessing converter;
 
     std::unique_ptr<Slice[]> slices;
@@ -91,9 +92,9 @@ UMC::Status FrameStep(Core& c, UMC::VideoData* pInput, UMC::MediaData* pOutput);
 template <class Core>
 int32_t NextFrameType(Core& c);
 
-/// Codes c.current and appends its NAL units to pOutput.
+/// Codes c.current, of class c.picture_class, and appends its NAL units to pOutput.
 template <class Core>
-UMC::Status EncodePicture(Core& c, int32_t Class, UMC::MediaData& Output);
+UMC::Status EncodePicture(Core& c, UMC::MediaData& Output);
 
 /// frame_num_wrap and pic_num of all references (clause 8.2.4.1), and the lists of one slice.
 template <class Core>

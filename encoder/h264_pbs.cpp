@@ -48,7 +48,7 @@ size_t FrameNAL(uint8_t* pDest, const uint8_t* pPayload, size_t Size, int32_t Na
 template <class PixType, class CoeffsType>
 size_t CH264pBs<PixType, CoeffsType>::WriteNAL(uint8_t* pDest, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu)
 {
-    const size_t Written = FrameNAL(pDest, m_pBuffer + m_NalStart, PendingBytes(), NalRefIdc, Type, bFirstInAu);
+    const size_t Written = FramePending(pDest, NalRefIdc, Type, bFirstInAu);
     m_NalStart = Bytes();
     return Written;
 }

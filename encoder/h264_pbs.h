@@ -68,7 +68,12 @@ public:
 
     /// Payload bytes since the last NAL unit.
     size_t PendingBytes() const { return Bytes() - m_NalStart; }
-    /// Frames them (FrameNAL); the next NAL unit starts behind them.
+    /// Frames them (FrameNAL) without taking them.
+    size_t FramePending(uint8_t* pDest, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu) const
+    {
+        return FrameNAL(pDest, m_pBuffer + m_NalStart, PendingBytes(), NalRefIdc, Type, bFirstInAu);
+    }
+    /// Frames them; the next NAL unit starts behind them.
     size_t WriteNAL(uint8_t* pDest, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu);
 
 private:

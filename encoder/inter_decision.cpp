@@ -127,7 +127,7 @@ void FillSearch(const Core& c, typename Core::Slice& s, const typename Core::Fra
     p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.local->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
     p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
-    p.range_x = c.params.search_x, p.range_y = c.params.search_y;
+    p.range_x = std::max(c.params.search_x, 0), p.range_y = std::max(c.params.search_y, 0);
     p.flags = c.analysis_flags;
     p.method = c.params.search_method + (c.params.search_method > 0 ? kMethodWalkingRefinement : 0);
     p.halves = &w.Halves;

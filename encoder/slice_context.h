@@ -112,6 +112,7 @@ struct SliceContext {
     int32_t is_field_mb;
     int32_t skip_run;
     int32_t first_mb;
+    int32_t mb_limit; // macroblocks that belong to the slice
     int32_t slice_qp_delta;
     int32_t cabac_init_idc;
     bool use_transform_for_intra;
