@@ -1,0 +1,260 @@
+// h264_encode: drives UMC::H264VideoEncoder with any setting and writes the stream and its reconstruction.
+#include "encoder/h264_video_encoder.h"
+#include "kernels/dispatch/kernels.h"
+#include "media/umc_video_data.h"
+#include "tools/h264_encode/param_fields.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Options {
+    std::string In, Out, Recon, ParamFile;
+    std::vector<std::string> Sets;
+    int32_t Width = 0, Height = 0;
+    int Chroma = 420, Depth = 8, Loop = 1, Frames = 0;
+    bool bNoOutput = false, bJson = false;
+};
+
+struct Result {
+    int64_t Frames = 0, Bytes = 0;
+    double Seconds = 0.0; // of processor time
+};
+
+[[noreturn]] void Fail(const std::string& What)
+{
+    throw std::runtime_error(What);
+}
+
+std::string StatusText(UMC::Status s)
+{
+    return "status " + std::to_string(s);
+}
+
+Options ParseCommandLine(int argc, char** argv)
+{
+    Options o;
+    std::string Size;
+    CLI::App App{"Compresses raw planar pictures to H.264. Fields of --set: " + h264_encode::FieldNames()};
+    App.add_option("IN", o.In, "raw planar pictures")->required();
+    App.add_option("--size", Size, "WxH")->required();
+    App.add_option("--chroma", o.Chroma, "400, 420 or 422")->check(CLI::IsMember({400, 420, 422}));
+    App.add_option("--depth", o.Depth, "bits of a sample, 8..12")->check(CLI::Range(8, 12));
+    App.add_option("--params", o.ParamFile, "parameter file");
+    App.add_option("--set", o.Sets, "NAME=VALUE, a field of the settings record")->take_all();
+    App.add_option("-o", o.Out, "byte stream");
+    App.add_option("--recon", o.Recon, "reconstruction in display order");
+    App.add_option("--frames", o.Frames, "code no more pictures than this");
+    App.add_option("--loop", o.Loop, "encode this many times from memory")->check(CLI::PositiveNumber);
+    App.add_flag("--no-output", o.bNoOutput, "write no stream");
+    App.add_flag("--json", o.bJson, "print one object on standard output");
+    try {
+        App.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        std::exit(App.exit(e));
+    }
+    char x = 0;
+    if (std::sscanf(Size.c_str(), "%d%c%d", &o.Width, &x, &o.Height) != 3 || x != 'x' || o.Width < 1 || o.Height < 1)
+        Fail("--size must be WxH, got '" + Size + "'");
+    if (o.Out.empty() && !o.bNoOutput) Fail("-o or --no-output is needed");
+    return o;
+}
+
+UMC::H264EncoderParams MakeParams(const Options& o)
+{
+    UMC::H264EncoderParams p;
+    if (!o.ParamFile.empty()) {
+        const UMC::Status s = p.ReadParamFile(o.ParamFile.c_str());
+        if (s == UMC::StatusOpenFailed) Fail("cannot open " + o.ParamFile);
+        if (s != UMC::StatusOk) Fail(o.ParamFile + ": a line has too few values");
+    }
+    p.m_Info.m_Width = o.Width;
+    p.m_Info.m_Height = o.Height;
+    p.chroma_format_idc = o.Chroma == 400 ? 0 : o.Chroma == 422 ? 2 : 1;
+    p.bit_depth_luma = p.bit_depth_chroma = o.Depth;
+    if (o.Chroma != 420 || o.Depth != 8) p.profile_idc = 100;
+    for (const std::string& Set : o.Sets)
+        if (const std::string Error = h264_encode::SetField(p, Set); !Error.empty()) Fail(Error);
+    return p;
+}
+
+std::vector<uint8_t> ReadFile(const std::string& Path)
+{
+    std::ifstream File(Path, std::ios::binary);
+    if (!File) Fail("cannot open " + Path);
+    return {std::istreambuf_iterator<char>(File), {}};
+}
+
+class OutputFile
+{
+public:
+    explicit OutputFile(const std::string& Path) : m_Path(Path)
+    {
+        if (Path.empty()) return;
+        m_File.open(Path, std::ios::binary);
+        if (!m_File) Fail("cannot create " + Path);
+    }
+    void Write(const void* p, size_t Size)
+    {
+        if (m_Path.empty()) return;
+        m_File.write(static_cast<const char*>(p), static_cast<std::streamsize>(Size));
+        if (!m_File) Fail("cannot write " + m_Path);
+    }
+    void Close()
+    {
+        if (m_Path.empty()) return;
+        m_File.close();
+        if (!m_File) Fail("cannot write " + m_Path);
+    }
+
+private:
+    std::string m_Path;
+    std::ofstream m_File;
+};
+
+// Pictures of the reconstruction, given out in display order.
+class ReconstructionWriter
+{
+public:
+    explicit ReconstructionWriter(const std::string& Path) : m_File(Path), m_bOn(!Path.empty()) {}
+
+    void Add(const UMC::VideoData& Picture, int32_t DisplayOrder)
+    {
+        if (!m_bOn) return;
+        std::vector<uint8_t>& Samples = m_Waiting[DisplayOrder];
+        for (int32_t Plane = 0; Plane < Picture.GetPlaneCount(); ++Plane) {
+            UMC::PlaneInfo Info{};
+            Picture.GetPlaneInfo(&Info, Plane);
+            const int32_t RowBytes = Info.m_Width * Info.m_SampleBytes;
+            for (int32_t y = 0; y < Info.m_Height; ++y) {
+                const uint8_t* const pRow = Info.m_pPlane + static_cast<ptrdiff_t>(y) * Info.m_Pitch;
+                Samples.insert(Samples.end(), pRow, pRow + RowBytes);
+            }
+        }
+        while (!m_Waiting.empty() && m_Waiting.begin()->first == m_Next) {
+            const auto& First = m_Waiting.begin()->second;
+            m_File.Write(First.data(), First.size());
+            m_Waiting.erase(m_Waiting.begin());
+            ++m_Next;
+        }
+    }
+    void Close() { m_File.Close(); }
+
+private:
+    OutputFile m_File;
+    bool m_bOn;
+    int32_t m_Next = 0;
+    std::map<int32_t, std::vector<uint8_t>> m_Waiting;
+};
+
+// One run over all pictures. Stream and reconstruction are written in the first run only.
+class Run
+{
+public:
+    Run(const Options& o, const UMC::H264EncoderParams& Params) : m_Params(Params)
+    {
+        if (const UMC::Status s = m_Encoder.Init(&m_Params); s != UMC::StatusOk)
+            Fail("the encoder refuses these settings: " + StatusText(s));
+        const UMC::ColorFormat Format = o.Chroma == 400 ? UMC::GRAY : o.Chroma == 422 ? UMC::YUV422 : UMC::YUV420;
+        m_Input.Init(o.Width, o.Height, Format, o.Depth);
+        m_Buffer.resize(2 * m_Input.GetMappingSize() + 65536);
+    }
+
+    size_t PictureBytes() const { return m_Input.GetMappingSize(); }
+
+    Result Encode(std::vector<uint8_t>& Pictures, size_t Count, OutputFile& Stream, ReconstructionWriter& Recon)
+    {
+        Result r;
+        const std::clock_t Start = std::clock();
+        for (size_t i = 0; i < Count; ++i) {
+            m_Input.SetBufferPointer(Pictures.data() + i * PictureBytes(), PictureBytes());
+            m_Input.SetFrameType(0);
+            m_Input.SetTime(static_cast<double>(i));
+            if (const UMC::Status s = Turn(&m_Input, Stream, Recon, r); s != UMC::StatusOk)
+                Fail("picture " + std::to_string(i) + ": " + StatusText(s));
+        }
+        UMC::Status s = UMC::StatusOk;
+        while (s == UMC::StatusOk) s = Turn(nullptr, Stream, Recon, r);
+        if (s != UMC::StatusEndOfSegment) Fail("flush: " + StatusText(s));
+        r.Seconds = static_cast<double>(std::clock() - Start) / CLOCKS_PER_SEC;
+        return r;
+    }
+
+private:
+    UMC::Status Turn(UMC::VideoData* pInput, OutputFile& Stream, ReconstructionWriter& Recon, Result& r)
+    {
+        m_Output.SetBufferPointer(m_Buffer.data(), m_Buffer.size());
+        const UMC::Status s = m_Encoder.GetFrame(pInput, &m_Output);
+        if (s != UMC::StatusOk || m_Output.GetDataSize() == 0) return s;
+        ++r.Frames;
+        r.Bytes += static_cast<int64_t>(m_Output.GetDataSize());
+        Stream.Write(m_Output.GetDataPointer(), m_Output.GetDataSize());
+        Recon.Add(*m_Encoder.GetReconstruction(), m_Encoder.GetDisplayOrder());
+        return s;
+    }
+
+    UMC::H264EncoderParams m_Params;
+    UMC::H264VideoEncoder m_Encoder;
+    UMC::VideoData m_Input;
+    UMC::MediaData m_Output;
+    std::vector<uint8_t> m_Buffer;
+};
+
+void Report(const Options& o, const Result& r, double FrameRate)
+{
+    const double Fps = r.Seconds > 0.0 ? static_cast<double>(r.Frames) / r.Seconds : 0.0;
+    const double PerFrame = r.Frames ? static_cast<double>(r.Bytes) * 8.0 / static_cast<double>(r.Frames) : 0.0;
+    const double Kbps = PerFrame * FrameRate / 1000.0;
+    if (o.bJson) {
+        const nlohmann::json j{{"frames", r.Frames}, {"bytes", r.Bytes}, {"kbps", Kbps}, {"seconds", r.Seconds}, {"fps", Fps}};
+        std::printf("%s\n", j.dump().c_str());
+    } else {
+        std::printf("%lld frames, %lld bytes, %.1f kbit/s, %.3f s of processor time, %.1f frames/s\n",
+                    static_cast<long long>(r.Frames), static_cast<long long>(r.Bytes), Kbps, r.Seconds, Fps);
+    }
+}
+
+int Main(int argc, char** argv)
+{
+    const Options o = ParseCommandLine(argc, argv);
+    kernels::InitKernelsWaterfall();
+    const UMC::H264EncoderParams Params = MakeParams(o);
+    std::vector<uint8_t> Pictures = ReadFile(o.In);
+    Result Total;
+    for (int i = 0; i < o.Loop; ++i) {
+        Run r(o, Params);
+        size_t Count = Pictures.size() / r.PictureBytes();
+        if (Count == 0) Fail(o.In + " holds no whole picture of this size");
+        if (o.Frames > 0) Count = std::min(Count, static_cast<size_t>(o.Frames));
+        OutputFile Stream(i == 0 && !o.bNoOutput ? o.Out : std::string());
+        ReconstructionWriter Recon(i == 0 ? o.Recon : std::string());
+        const Result One = r.Encode(Pictures, Count, Stream, Recon);
+        Stream.Close();
+        Recon.Close();
+        Total.Frames += One.Frames;
+        Total.Bytes += One.Bytes;
+        Total.Seconds += One.Seconds;
+    }
+    Report(o, Total, Params.m_Info.m_FrameRate);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+try {
+    return Main(argc, argv);
+} catch (const std::exception& e) {
+    std::fprintf(stderr, "h264_encode: %s\n", e.what());
+    return 1;
+}

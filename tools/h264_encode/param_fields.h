@@ -1,0 +1,16 @@
+// Fields of H264EncoderParams by name.
+#pragma once
+
+#include "encoder/h264_encoder_params.h"
+
+#include <string>
+
+namespace h264_encode {
+
+/// Sets one field from "NAME=VALUE". @return an empty string, or what is wrong with the assignment
+std::string SetField(UMC::H264EncoderParams& Params, const std::string& Assignment);
+
+/// All names that SetField knows, separated by spaces.
+std::string FieldNames();
+
+} // namespace h264_encode
