@@ -21,8 +21,7 @@ struct ImageKernelEntry<Result(Arguments...)> {
     Result operator()(Arguments... Values) const { return Row.Slot[SelectedTier](Values...); }
 };
 
-#define IMAGE_KERNEL(Name)                                                                                             \
-    inline constexpr ImageKernelEntry<decltype(k##Name)::Signature> Name{k##Name.Filled()};
+#define IMAGE_KERNEL(Name) inline const ImageKernelEntry<decltype(k##Name)::Signature> Name{k##Name.Filled()};
 #include "kernels/dispatch/image_kernels.def"
 #undef IMAGE_KERNEL
 

@@ -14,8 +14,9 @@ uint32_t SelectedTier = 0;
 
 namespace {
 
-// Every tier of every row is filled from below, so the first attempt of the waterfall succeeds.
-#define SLOT_KERNEL(Name) constexpr auto kEvery##Name = k##Name.Filled();
+// Every tier of every row is filled from below, so the first attempt of the waterfall succeeds. Constant-initialised;
+// not constexpr because g++ refuses to compare addresses with null at compile time under the sanitizers.
+#define SLOT_KERNEL(Name) const auto kEvery##Name = k##Name.Filled();
 #include "kernels/dispatch/slot_kernels.def"
 #undef SLOT_KERNEL
 
@@ -29,7 +30,7 @@ constexpr char kNoTierForProcessor[] = " No IPP matching to examined CPU was fou
 constexpr char kNoTier[] = " No IPP matching to CPU was found during the Waterfall";
 constexpr int32_t kNotExamined = 20;
 
-// Slots and table are constant-initialised, so this runs on finished tables whatever the order of the other files.
+// The tables above are finished when this runs, whatever the order of the other files.
 [[maybe_unused]] const int32_t s_AtLoad = (InitKernelsWaterfall(), InitKernelsStatic());
 
 } // namespace

@@ -17,15 +17,16 @@ namespace kernels {
 // The Dc forms read and clear coefficient 0 alone; all others must be 0 already.
 using AddResidualSig = void(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step);
 AddResidualSig AddResidual4x4_px, AddResidual4x4Dc_px, AddResidual8x8_px, AddResidual8x8Dc_px;
+AddResidualSig AddResidual4x4_w7, AddResidual4x4Dc_w7, AddResidual8x8_w7, AddResidual8x8Dc_w7;
 
 // The same for all 4x4 blocks of a 16x16 luma macroblock whose bit (luma4x4BlkIdx) is set in Bits; other blocks are
 // not touched and must be 0 already. pCoeffs holds 256 values.
 using AddResidualLumaSig = void(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint32_t Bits);
-AddResidualLumaSig AddResidualLuma4x4_px;
-AddResidualLumaSig AddResidualLuma8x8_px; // bit 4 * i of Bits for quadrant i, 64 values each
+AddResidualLumaSig AddResidualLuma4x4_px, AddResidualLuma4x4_w7;
+AddResidualLumaSig AddResidualLuma8x8_px, AddResidualLuma8x8_w7; // bit 4 * i of Bits for quadrant i, 64 values each
 
 // The four 4x4 blocks of one 8x8 chroma plane, bit i of Bits for raster block i. pCoeffs holds 64 values.
-AddResidualLumaSig AddResidualChroma_px;
+AddResidualLumaSig AddResidualChroma_px, AddResidualChroma_w7;
 
 // Inverse Hadamard and scaling of the Intra 16x16 luma DC levels (8.5.10). pLevels: 16 levels, raster of blocks. The
 // results go to coefficient 0 of each of the 16 blocks of pCoeffs (luma4x4BlkIdx order). LevelScale is
@@ -39,11 +40,12 @@ InverseLumaDcSig InverseChromaDc420_px;
 
 // ---- Forward: what the encoder runs ------------------------------------------------------------------------
 
-// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift), exact in 32 bits.
+// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift), exact in 32 bits. The factors
+// are such that a level fits 16 bits.
 struct QuantParams {
     alignas(16) uint16_t Factor[16]; // MF by raster position
-    uint32_t Rounding;               // f
-    int Shift;                       // 15 + QP / 6, at most 23
+    uint32_t Rounding;               // f, below 2^Shift
+    int Shift;                       // 15 + QP / 6, or less with a matrix: 11..23
 };
 
 // Difference of source and prediction, forward 4x4 transform and quantisation of all blocks. The levels are stored
@@ -52,12 +54,14 @@ struct QuantParams {
 using ForwardQuantSig = uint32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
                                  ptrdiff_t PredictionStep, int16_t* pLevels, const QuantParams* pQuant);
 ForwardQuantSig ForwardQuant16x16_px, ForwardQuant4x4_px;
+ForwardQuantSig ForwardQuant16x16_v8, ForwardQuant4x4_v8;
 
 // As above, but coefficient 0 of each block is not quantised: it goes to pDc and its place in pLevels becomes 0.
 // 16x16: pDc in raster order of blocks, for Intra 16x16. 8x8: one chroma plane, 4 blocks in raster order.
 using ForwardQuantAcSig = uint32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
                                    ptrdiff_t PredictionStep, int16_t* pLevels, int16_t* pDc, const QuantParams* pQuant);
 ForwardQuantAcSig ForwardQuantAc16x16_px, ForwardQuantAc8x8_px;
+ForwardQuantAcSig ForwardQuantAc16x16_v8, ForwardQuantAc8x8_v8;
 
 // Hadamard and quantisation of the DC coefficients, in place; returns non-zero when any level is not 0.
 // Luma: 16 values, h = Hadamard4x4(dc) with each sum halved rounding to the larger magnitude as (sum + 1) >> 1, then
@@ -70,6 +74,6 @@ ForwardDcSig ForwardLumaDc_px, ForwardChromaDc420_px;
 // coefficient 0 of each block as it is (Intra 16x16 AC, chroma AC).
 using DequantBlocksSig = void(int16_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer,
                               int FirstIndex);
-DequantBlocksSig DequantBlocks_px;
+DequantBlocksSig DequantBlocks_px, DequantBlocks_w7;
 
 } // namespace kernels

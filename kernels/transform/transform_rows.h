@@ -6,21 +6,33 @@
 
 namespace kernels {
 
-inline constexpr KernelRow<AddResidualSig> kAddResidual4x4{"AddResidual4x4", {AddResidual4x4_px}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual4x4Dc{"AddResidual4x4Dc", {AddResidual4x4Dc_px}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual8x8{"AddResidual8x8", {AddResidual8x8_px}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual8x8Dc{"AddResidual8x8Dc", {AddResidual8x8Dc_px}};
-inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma4x4{"AddResidualLuma4x4", {AddResidualLuma4x4_px}};
-inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma8x8{"AddResidualLuma8x8", {AddResidualLuma8x8_px}};
-inline constexpr KernelRow<AddResidualLumaSig> kAddResidualChroma{"AddResidualChroma", {AddResidualChroma_px}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual4x4{
+    "AddResidual4x4", {AddResidual4x4_px, nullptr, AddResidual4x4_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual4x4Dc{
+    "AddResidual4x4Dc", {AddResidual4x4Dc_px, nullptr, AddResidual4x4Dc_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual8x8{
+    "AddResidual8x8", {AddResidual8x8_px, nullptr, AddResidual8x8_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual8x8Dc{
+    "AddResidual8x8Dc", {AddResidual8x8Dc_px, nullptr, AddResidual8x8Dc_w7}};
+inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma4x4{
+    "AddResidualLuma4x4", {AddResidualLuma4x4_px, nullptr, AddResidualLuma4x4_w7}};
+inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma8x8{
+    "AddResidualLuma8x8", {AddResidualLuma8x8_px, nullptr, AddResidualLuma8x8_w7}};
+inline constexpr KernelRow<AddResidualLumaSig> kAddResidualChroma{
+    "AddResidualChroma", {AddResidualChroma_px, nullptr, AddResidualChroma_w7}};
 inline constexpr KernelRow<InverseLumaDcSig> kInverseLumaDc{"InverseLumaDc", {InverseLumaDc_px}};
 inline constexpr KernelRow<InverseLumaDcSig> kInverseChromaDc420{"InverseChromaDc420", {InverseChromaDc420_px}};
-inline constexpr KernelRow<ForwardQuantSig> kForwardQuant16x16{"ForwardQuant16x16", {ForwardQuant16x16_px}};
-inline constexpr KernelRow<ForwardQuantSig> kForwardQuant4x4{"ForwardQuant4x4", {ForwardQuant4x4_px}};
-inline constexpr KernelRow<ForwardQuantAcSig> kForwardQuantAc16x16{"ForwardQuantAc16x16", {ForwardQuantAc16x16_px}};
-inline constexpr KernelRow<ForwardQuantAcSig> kForwardQuantAc8x8{"ForwardQuantAc8x8", {ForwardQuantAc8x8_px}};
+inline constexpr KernelRow<ForwardQuantSig> kForwardQuant16x16{
+    "ForwardQuant16x16", {ForwardQuant16x16_px, nullptr, nullptr, nullptr, ForwardQuant16x16_v8}};
+inline constexpr KernelRow<ForwardQuantSig> kForwardQuant4x4{
+    "ForwardQuant4x4", {ForwardQuant4x4_px, nullptr, nullptr, nullptr, ForwardQuant4x4_v8}};
+inline constexpr KernelRow<ForwardQuantAcSig> kForwardQuantAc16x16{
+    "ForwardQuantAc16x16", {ForwardQuantAc16x16_px, nullptr, nullptr, nullptr, ForwardQuantAc16x16_v8}};
+inline constexpr KernelRow<ForwardQuantAcSig> kForwardQuantAc8x8{
+    "ForwardQuantAc8x8", {ForwardQuantAc8x8_px, nullptr, nullptr, nullptr, ForwardQuantAc8x8_v8}};
 inline constexpr KernelRow<ForwardDcSig> kForwardLumaDc{"ForwardLumaDc", {ForwardLumaDc_px}};
 inline constexpr KernelRow<ForwardDcSig> kForwardChromaDc420{"ForwardChromaDc420", {ForwardChromaDc420_px}};
-inline constexpr KernelRow<DequantBlocksSig> kDequantBlocks{"DequantBlocks", {DequantBlocks_px}};
+inline constexpr KernelRow<DequantBlocksSig> kDequantBlocks{
+    "DequantBlocks", {DequantBlocks_px, nullptr, DequantBlocks_w7}};
 
 } // namespace kernels

@@ -161,13 +161,15 @@ QuantParams ParamsAt(int Qp, bool Intra)
     return Quant;
 }
 
-// The parameters of a QP, and every fourth time factors to the end of their range.
+// The parameters of a QP, and every fourth time those of a matrix, to the end of what keeps levels in 16 bits.
 QuantParams RandomParams(TestRandom& Rng)
 {
     QuantParams Quant = ParamsAt(Rng.Range(0, 51), Rng.Range(0, 1));
     if (Rng.Range(0, 3)) return Quant;
-    for (uint16_t& Factor : Quant.Factor) Factor = static_cast<uint16_t>(Rng.Range(1, 65535));
-    Quant.Shift = Rng.Range(15, 23);
+    Quant.Shift = Rng.Range(11, 23);
+    Quant.Rounding = static_cast<uint32_t>(Rng.Range(0, (1 << Quant.Shift) - 1));
+    for (uint16_t& Factor : Quant.Factor)
+        Factor = static_cast<uint16_t>(Rng.Range(1, std::min(65535, 7 << (Quant.Shift - 1))));
     return Quant;
 }
 
