@@ -26,7 +26,8 @@ void H264HeapPiece::Seal(uint32_t Size)
     auto* const pBytes = reinterpret_cast<uint8_t*>(m_pData);
     const uint32_t End = Size + H264Bitstream::kReadPadding;
     m_Size = Size;
-    m_ZeroBegin = std::max(m_ZeroBegin, std::min(Size, m_ZeroEnd));
+    m_ZeroBegin = std::max(m_ZeroBegin, Size);
+    m_ZeroEnd = std::max(m_ZeroEnd, m_ZeroBegin);
     if (End < m_ZeroBegin) { // the unit and all that a reader can meet lie in front of the known zeros
         std::memset(pBytes + Size, 0, End - Size);
         m_ZeroBegin = Size;
