@@ -1,0 +1,51 @@
+#include "front/engines.h"
+
+#include "front/VCodec_H264.h"
+#include "platform/system_info.h"
+
+#include <new>
+
+namespace {
+
+// The software codec is the only engine of this build: the trials of all others refuse.
+class BuiltInEngines : public IEngines
+{
+public:
+    bool IsWindows7OrLater() override
+    {
+        platform::SystemVersion Version;
+        return platform::ReadSystemVersion(Version) && Version.PlatformId == 2 &&
+               Version.Major * 1000 + Version.Minor >= 6001;
+    }
+    bool IsCpuVendorAmd() override { return platform::CpuVendor().find("AMD") != std::string::npos; }
+    uint32_t TickCount() override { return platform::TickCount(); }
+    bool MyGetDisplayVideoControllerList(std::vector<std::string>&, bool) override { return false; }
+
+    bool TryNvidiaDecoder(int32_t, int32_t) override { return false; }
+    bool TryNvidiaEncoder(int32_t, int32_t, int32_t, int32_t, int32_t) override { return false; }
+    bool IsSupportH264hw_0() override { return false; }
+    int32_t QueryIntelSession(int32_t) override { return 0; }
+    int32_t AmdInit() override { return kNoRunTime; }
+    int32_t AmdTerminate() override { return kNoRunTime; }
+
+    IVCodec* NewNvidia(int32_t) override { return nullptr; }
+    IVCodec* NewAmd() override { return nullptr; }
+    IVCodec* NewIntel(int32_t) override { return nullptr; }
+    IVCodec* NewSoftware() override { return new (std::nothrow) CVCodec_H264; }
+
+private:
+    static constexpr int32_t kNoRunTime = 1; // a general failure in the run time's own numbering
+};
+
+IEngines* g_pReplacement = nullptr;
+
+} // namespace
+
+IEngines* GetEngines()
+{
+    // Never destroyed: unloading the library calls it last of all.
+    static IEngines* const s_pBuiltIn = new BuiltInEngines;
+    return g_pReplacement ? g_pReplacement : s_pBuiltIn;
+}
+
+void SetEngines(IEngines* pEngines) { g_pReplacement = pEngines; }

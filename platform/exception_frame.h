@@ -1,0 +1,27 @@
+// Exception frames: a processor fault or an exception inside one ends in its handler and not in the process.
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+/// Codes that a handler is told, the ones structured exceptions carry.
+inline constexpr uint32_t kFaultAccess = 0xC0000005;
+inline constexpr uint32_t kFaultIllegalInstruction = 0xC000001D;
+inline constexpr uint32_t kFaultArithmetic = 0xC0000094;
+inline constexpr uint32_t kFaultCppException = 0xE06D7363;
+
+/// Runs pBody(pContext) in a frame.
+/// @return true when it came to its end; false when a fault or a C++ exception ended it, with its code in *pCode.
+/// @note   What the body held then stays held: no destructor between the fault and the frame is sure to run. Frames nest, and
+///         any number of threads may be in frames of their own. A fault outside every frame goes where it went before.
+bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode);
+
+/// The same for anything callable.
+template <class Body>
+bool Guarded(Body Run, uint32_t& Code)
+{
+    return RunInExceptionFrame([](void* pContext) { (*static_cast<Body*>(pContext))(); }, &Run, &Code);
+}
+
+} // namespace platform

@@ -1,0 +1,87 @@
+#include "platform/killable_thread.h"
+
+#include <cerrno>
+#include <csetjmp>
+#include <csignal>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <pthread.h>
+
+namespace platform {
+
+namespace {
+
+struct Work {
+    void (*pWork)(void*);
+    void* pContext;
+};
+
+thread_local sigjmp_buf t_End;
+thread_local volatile bool t_bKillable = false;
+
+// The highest real-time signal: nothing in the C library or in common use sends it.
+int KillSignal() { return SIGRTMAX; }
+
+// On the thread to be killed: leaves whatever runs and ends the thread at its start.
+void OnKill(int)
+{
+    if (t_bKillable) siglongjmp(t_End, 1);
+}
+
+void* ThreadMain(void* pArgument)
+{
+    const std::unique_ptr<Work> pOwn(static_cast<Work*>(pArgument));
+    sigset_t Unblocked;
+    sigemptyset(&Unblocked);
+    sigaddset(&Unblocked, KillSignal());
+    pthread_sigmask(SIG_UNBLOCK, &Unblocked, nullptr);
+    if (sigsetjmp(t_End, 1) == 0) {
+        t_bKillable = true;
+        pOwn->pWork(pOwn->pContext);
+    }
+    t_bKillable = false;
+    return nullptr;
+}
+
+timespec Deadline(uint32_t Milliseconds)
+{
+    timespec Time;
+    clock_gettime(CLOCK_REALTIME, &Time);
+    Time.tv_sec += Milliseconds / 1000;
+    Time.tv_nsec += static_cast<long>(Milliseconds % 1000) * 1000000;
+    if (Time.tv_nsec >= 1000000000) ++Time.tv_sec, Time.tv_nsec -= 1000000000;
+    return Time;
+}
+
+constexpr uint32_t kKillMilliseconds = 500; // for the killed thread to end
+
+std::mutex g_SignalLock; // guards the handler of the kill signal
+
+void Kill(pthread_t Thread)
+{
+    const std::lock_guard Held(g_SignalLock);
+    struct sigaction Action {}, Previous{};
+    Action.sa_handler = OnKill;
+    sigaction(KillSignal(), &Action, &Previous);
+    pthread_kill(Thread, KillSignal());
+    const timespec Until = Deadline(kKillMilliseconds);
+    if (pthread_timedjoin_np(Thread, nullptr, &Until) != 0) pthread_detach(Thread); // held in the kernel: left behind
+    sigaction(KillSignal(), &Previous, nullptr);
+}
+
+} // namespace
+
+BoundedResult RunWithTimeout(void (*pWork)(void* pContext), void* pContext, uint32_t Milliseconds)
+{
+    auto pOwn = std::make_unique<Work>(Work{pWork, pContext});
+    pthread_t Thread;
+    if (pthread_create(&Thread, nullptr, ThreadMain, pOwn.get()) != 0) return BoundedResult::NotStarted;
+    static_cast<void>(pOwn.release()); // the thread's now
+    const timespec Until = Deadline(Milliseconds);
+    if (pthread_timedjoin_np(Thread, nullptr, &Until) == 0) return BoundedResult::Finished;
+    Kill(Thread);
+    return BoundedResult::TimedOut;
+}
+
+} // namespace platform

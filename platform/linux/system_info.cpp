@@ -1,0 +1,24 @@
+#include "platform/system_info.h"
+
+#include "platform/cpuid.h"
+
+#include <chrono>
+
+namespace platform {
+
+// The gate tells systems apart that this one is none of: it is as good as the first version that passes.
+bool ReadSystemVersion(SystemVersion& Version)
+{
+    Version = {.PlatformId = 2, .Major = 6, .Minor = 1};
+    return true;
+}
+
+std::string CpuVendor() { return ReadCpuid().Vendor.data(); }
+
+uint32_t TickCount()
+{
+    using namespace std::chrono;
+    return static_cast<uint32_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+} // namespace platform
