@@ -1,0 +1,137 @@
+// The default allocator: blocks by handle, kept for reuse.
+#include "media/umc_default_memory_allocator.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+using namespace UMC;
+
+TEST(MemoryAllocator, RefusesBadArguments)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mid = 77;
+    EXPECT_EQ(Allocator.Alloc(nullptr, 16, 0, 16), StatusNullPointer);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 0, 0, 16), StatusInvalidParamsExt);
+    EXPECT_EQ(Mid, 0u);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 16, 0, 0), StatusInvalidParamsExt);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 16, 0, 3), StatusInvalidParamsExt);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 16, 0, 2097152), StatusInvalidParamsExt);
+    EXPECT_EQ(Allocator.Alloc(&Mid, SIZE_MAX / 2, 0, 16), StatusAllocFailed);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 16, 0, 1048576), StatusOk);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(Allocator.Lock(Mid)) % 1048576, 0u);
+}
+
+TEST(MemoryAllocator, UnknownHandlesAreRefused)
+{
+    DefaultMemoryAllocator Allocator;
+    for (const MemID Bad : {0u, 5u}) {
+        EXPECT_EQ(Allocator.Lock(Bad), nullptr);
+        EXPECT_EQ(Allocator.Unlock(Bad), StatusFailed);
+        EXPECT_EQ(Allocator.Free(Bad), StatusFailed);
+    }
+    EXPECT_EQ(Allocator.DeallocateMem(0), StatusFailed);
+    EXPECT_EQ(Allocator.DeallocateMem(5), StatusOk);
+}
+
+TEST(MemoryAllocator, AFreedBlockIsFoundAgain)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID First, Second;
+    ASSERT_EQ(Allocator.Alloc(&First, 1000, 0, 64), StatusOk);
+    void* const pBlock = Allocator.Lock(First);
+    std::memset(pBlock, 1, 1000);
+    EXPECT_EQ(Allocator.Unlock(First), StatusOk);
+    EXPECT_EQ(Allocator.Unlock(First), StatusFailed); // no lock outstanding
+    EXPECT_EQ(Allocator.Free(First), StatusOk);
+    EXPECT_EQ(Allocator.Free(First), StatusFailed);
+    ASSERT_EQ(Allocator.Alloc(&Second, 900, 0, 64), StatusOk);
+    EXPECT_NE(Second, First);
+    EXPECT_EQ(Allocator.Lock(Second), pBlock);
+}
+
+TEST(MemoryAllocator, ALockedBlockIsFreedByTheLastUnlock)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mid, Other;
+    ASSERT_EQ(Allocator.Alloc(&Mid, 100, 0, 16), StatusOk);
+    void* const pBlock = Allocator.Lock(Mid);
+    Allocator.Lock(Mid);
+    EXPECT_EQ(Allocator.Free(Mid), StatusOk);
+    ASSERT_EQ(Allocator.Alloc(&Other, 100, 0, 16), StatusOk);
+    EXPECT_NE(Allocator.Lock(Other), pBlock); // not given out while locked
+    EXPECT_EQ(Allocator.Unlock(Mid), StatusOk);
+    EXPECT_EQ(Allocator.Unlock(Mid), StatusOk);
+    EXPECT_EQ(Allocator.Unlock(Mid), StatusFailed); // free now
+    MemID Again;
+    ASSERT_EQ(Allocator.Alloc(&Again, 100, 0, 16), StatusOk);
+    EXPECT_EQ(Allocator.Lock(Again), pBlock);
+}
+
+TEST(MemoryAllocator, DeallocateFreesALockedBlock)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mid;
+    ASSERT_EQ(Allocator.Alloc(&Mid, 100, 0, 16), StatusOk);
+    Allocator.Lock(Mid);
+    EXPECT_EQ(Allocator.DeallocateMem(Mid), StatusOk);
+    EXPECT_EQ(Allocator.Lock(Mid), nullptr);
+}
+
+TEST(MemoryAllocator, TheNinthBlockGrowsTheTable)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mids[9];
+    void* pBlocks[9];
+    for (int i = 0; i < 9; ++i) {
+        ASSERT_EQ(Allocator.Alloc(&Mids[i], 50, 0, 16), StatusOk);
+        pBlocks[i] = Allocator.Lock(Mids[i]);
+        EXPECT_EQ(Allocator.GetCapacity(), i < 8 ? 8 : 16);
+    }
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(Allocator.Lock(Mids[i]), pBlocks[i]); // handles outlive the growth
+}
+
+TEST(MemoryAllocator, ATooSmallFreeBlockIsReplacedBeforeTheTableGrows)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mid, Mids[8];
+    for (MemID& Each : Mids) ASSERT_EQ(Allocator.Alloc(&Each, 50, 0, 16), StatusOk);
+    EXPECT_EQ(Allocator.Free(Mids[3]), StatusOk);
+    ASSERT_EQ(Allocator.Alloc(&Mid, 5000, 0, 16), StatusOk);
+    std::memset(Allocator.Lock(Mid), 1, 5000);
+    EXPECT_EQ(Allocator.GetCapacity(), 8);
+}
+
+TEST(MemoryAllocator, CloseGivesEverythingBack)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mid;
+    ASSERT_EQ(Allocator.Alloc(&Mid, 50, 0, 16), StatusOk);
+    Allocator.Lock(Mid);
+    EXPECT_EQ(Allocator.Close(), StatusOk);
+    EXPECT_EQ(Allocator.GetCapacity(), 0);
+    EXPECT_EQ(Allocator.Lock(Mid), nullptr);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 50, 0, 16), StatusOk);
+}
+
+TEST(MemoryAllocator, ServesManyThreads)
+{
+    DefaultMemoryAllocator Allocator;
+    std::vector<std::thread> Threads;
+    for (int t = 0; t < 4; ++t)
+        Threads.emplace_back([&Allocator, t] {
+            for (int i = 0; i < 200; ++i) {
+                MemID Mid;
+                ASSERT_EQ(Allocator.Alloc(&Mid, 64, 0, 16), StatusOk);
+                auto* const pBlock = static_cast<uint8_t*>(Allocator.Lock(Mid));
+                std::memset(pBlock, t, 64);
+                std::this_thread::yield();
+                for (int b = 0; b < 64; ++b) ASSERT_EQ(pBlock[b], t);
+                Allocator.Unlock(Mid);
+                Allocator.Free(Mid);
+            }
+        });
+    for (std::thread& Thread : Threads) Thread.join();
+}
