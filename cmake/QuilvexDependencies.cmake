@@ -1,13 +1,15 @@
 # What the shared library itself needs. Tests, tools and benchmarks look for their own packages.
-find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
-target_include_directories(quilvex_objects SYSTEM PRIVATE ${SIMPLEINI_INCLUDE_DIR})
 
 find_path(LIBYUV_INCLUDE_DIR libyuv.h REQUIRED)
 find_library(LIBYUV_LIBRARY yuv REQUIRED)
 target_include_directories(quilvex_objects SYSTEM PRIVATE ${LIBYUV_INCLUDE_DIR})
 
-set(QUILVEX_LINK_LIBRARIES ${LIBYUV_LIBRARY} ${CMAKE_DL_LIBS})
+set(QUILVEX_LINK_LIBRARIES ${LIBYUV_LIBRARY})
 if(NOT WIN32)
+    # Windows has its own private profile functions and thread library.
+    find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
+    find_library(SIMPLEINI_LIBRARY simpleini REQUIRED)
+    target_include_directories(quilvex_objects SYSTEM PRIVATE ${SIMPLEINI_INCLUDE_DIR})
     find_package(Threads REQUIRED)
-    list(APPEND QUILVEX_LINK_LIBRARIES Threads::Threads)
+    list(APPEND QUILVEX_LINK_LIBRARIES ${SIMPLEINI_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
 endif()

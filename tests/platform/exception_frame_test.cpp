@@ -19,15 +19,16 @@ volatile int g_Zero = 0;
 
 void WriteToNull()
 {
-    int* volatile pNull = nullptr;
+    volatile int* volatile pNull = nullptr;
     *pNull = 1;
 }
 
-int Overflow(volatile char* pOuter)
+// Takes far more stack than a thread has.
+int Overflow(volatile char* pOuter, int Depth)
 {
     volatile char Local[4096];
     Local[0] = *pOuter;
-    return Overflow(Local) + Local[0];
+    return Depth ? Overflow(Local, Depth - 1) + Local[0] : 0;
 }
 
 sigjmp_buf g_Outside;
@@ -84,7 +85,7 @@ TEST(ExceptionFrame, AStackOverflowEndsInTheHandler)
     if (kSanitized) return; // it reserves the stack's guard for its own report
     uint32_t Code;
     char Seed = 0;
-    EXPECT_FALSE(Guarded([&] { g_Zero = g_Zero + Overflow(&Seed); }, Code));
+    EXPECT_FALSE(Guarded([&] { g_Zero = g_Zero + Overflow(&Seed, 1 << 20); }, Code));
     EXPECT_EQ(Code, platform::kFaultAccess);
 }
 

@@ -4,6 +4,7 @@
 #include "Common/h/host_log.h"
 
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
