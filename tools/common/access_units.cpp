@@ -1,0 +1,145 @@
+#include "tools/common/access_units.h"
+
+
+namespace {
+
+// Offset of the next 00 00 01 at or behind From; the stream's size when there is none.
+size_t FindStartCode(std::span<const uint8_t> Stream, size_t From)
+{
+    for (size_t i = From; i + 3 < Stream.size(); ++i)
+        if (Stream[i] == 0 && Stream[i + 1] == 0 && Stream[i + 2] == 1) return i;
+    return Stream.size();
+}
+
+bool IsSlice(int Type) { return Type == 1 || Type == 5 || Type == 2; }
+bool OpensUnit(int Type) { return (Type >= 6 && Type <= 9) || (Type >= 14 && Type <= 18); }
+
+// Reads the payload of a unit bit by bit; beyond its end come zeros.
+class UnitReader
+{
+public:
+    explicit UnitReader(std::span<const uint8_t> Unit)
+    {
+        int Zeros = 0;
+        for (const uint8_t Byte : Unit) {
+            if (Zeros >= 2 && Byte == 3) { // emulation prevention
+                Zeros = 0;
+                continue;
+            }
+            Zeros = Byte ? 0 : Zeros + 1;
+            m_Bytes.push_back(Byte);
+        }
+    }
+    uint32_t Bits(int Count)
+    {
+        uint32_t Value = 0;
+        for (; Count; --Count, ++m_Position) {
+            const size_t Byte = m_Position / 8;
+            Value = Value << 1 | (Byte < m_Bytes.size() ? m_Bytes[Byte] >> (7 - m_Position % 8) & 1u : 0u);
+        }
+        return Value;
+    }
+    uint32_t UE()
+    {
+        int Zeros = 0;
+        while (Zeros < 31 && !Bits(1)) ++Zeros;
+        return (1u << Zeros) - 1 + Bits(Zeros);
+    }
+    int32_t SE()
+    {
+        const auto Code = static_cast<int32_t>(UE());
+        return Code % 2 ? Code / 2 + 1 : -(Code / 2);
+    }
+
+private:
+    std::vector<uint8_t> m_Bytes;
+    size_t m_Position = 0;
+};
+
+void SkipScalingList(UnitReader& Reader, int Count)
+{
+    int Last = 8, Next = 8;
+    for (int i = 0; i < Count && Next; ++i) {
+        Next = (Last + Reader.SE() + 256) % 256;
+        if (Next) Last = Next;
+    }
+}
+
+bool IsHighFamily(uint32_t Profile)
+{
+    return Profile == 100 || Profile == 110 || Profile == 122 || Profile == 244 || Profile == 144 || Profile == 44;
+}
+
+// Clause 7.3.2.1.1 as far as the cropping rectangle.
+FrameSize SequenceSize(std::span<const uint8_t> Unit)
+{
+    UnitReader Reader(Unit);
+    const uint32_t Profile = Reader.Bits(8);
+    Reader.Bits(16);
+    Reader.UE();
+    uint32_t Chroma = 1;
+    if (IsHighFamily(Profile)) {
+        Chroma = Reader.UE();
+        if (Chroma == 3) Reader.Bits(1);
+        Reader.UE();
+        Reader.UE();
+        Reader.Bits(1);
+        if (Reader.Bits(1))
+            for (int i = 0; i < (Chroma == 3 ? 12 : 8); ++i)
+                if (Reader.Bits(1)) SkipScalingList(Reader, i < 6 ? 16 : 64);
+    }
+    Reader.UE();
+    const uint32_t OrderType = Reader.UE();
+    if (OrderType == 0) Reader.UE();
+    if (OrderType == 1) {
+        Reader.Bits(1);
+        Reader.SE();
+        Reader.SE();
+        for (uint32_t i = Reader.UE() & 255; i; --i) Reader.SE();
+    }
+    Reader.UE();
+    Reader.Bits(1);
+    const uint32_t WidthMbs = Reader.UE() + 1, HeightUnits = Reader.UE() + 1;
+    const uint32_t FrameMbsOnly = Reader.Bits(1);
+    if (!FrameMbsOnly) Reader.Bits(1);
+    Reader.Bits(1);
+    uint32_t Crop[4] = {};
+    if (Reader.Bits(1))
+        for (uint32_t& Offset : Crop) Offset = Reader.UE();
+    const uint32_t UnitX = Chroma == 1 || Chroma == 2 ? 2 : 1, UnitY = (Chroma == 1 ? 2 : 1) * (2 - FrameMbsOnly);
+    return {static_cast<int32_t>(WidthMbs * 16 - UnitX * (Crop[0] + Crop[1])),
+            static_cast<int32_t>(HeightUnits * 16 * (2 - FrameMbsOnly) - UnitY * (Crop[2] + Crop[3]))};
+}
+
+} // namespace
+
+std::vector<std::span<const uint8_t>> CutAccessUnits(std::span<const uint8_t> Stream)
+{
+    std::vector<std::span<const uint8_t>> Units;
+    size_t Begin = 0;
+    bool bHasSlice = false;
+    for (size_t Code = FindStartCode(Stream, 0); Code < Stream.size(); Code = FindStartCode(Stream, Code + 3)) {
+        const int Type = Stream[Code + 3] & 31;
+        const bool bFirstSlice = IsSlice(Type) && Code + 4 < Stream.size() && (Stream[Code + 4] & 0x80); // macroblock 0
+        if (bHasSlice && (OpensUnit(Type) || bFirstSlice)) {
+            const size_t End = Code && Stream[Code - 1] == 0 ? Code - 1 : Code; // a four-byte start code stays whole
+            Units.push_back(Stream.subspan(Begin, End - Begin));
+            Begin = End;
+            bHasSlice = false;
+        }
+        bHasSlice |= IsSlice(Type);
+    }
+    if (Begin < Stream.size()) Units.push_back(Stream.subspan(Begin));
+    return Units;
+}
+
+FrameSize FindPictureSize(std::span<const uint8_t> Stream)
+{
+    for (size_t Code = FindStartCode(Stream, 0); Code < Stream.size(); Code = FindStartCode(Stream, Code + 3)) {
+        if ((Stream[Code + 3] & 31) != 7) continue;
+        const size_t End = FindStartCode(Stream, Code + 3);
+        const FrameSize Size = SequenceSize(Stream.subspan(Code + 4, End - Code - 4));
+        if (Size && Size.Width <= 16384 && Size.Height <= 16384) return Size;
+    }
+    return {};
+}

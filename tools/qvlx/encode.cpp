@@ -1,0 +1,165 @@
+#include "tools/common/picture_reader.h"
+#include "tools/common/progress.h"
+#include "tools/common/psnr.h"
+#include "tools/qvlx/qvlx.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <deque>
+#include <map>
+#include <set>
+
+namespace {
+
+struct Options {
+    std::string In, Out, Size;
+    int32_t Fps = 0, KeyInterval = 0, Kbps = 0, Mode = 1;
+    int64_t Frames = -1;
+    std::vector<int64_t> ForceKey;
+    std::vector<std::string> SetKbps; // FRAME:KBPS
+    bool bPsnr = false, bJson = false, bQuiet = false;
+};
+
+struct Totals {
+    int64_t Frames = 0, Bytes = 0, Keys = 0;
+    CpuTimer Timer;
+};
+
+std::map<int64_t, int32_t> ParseRates(const std::vector<std::string>& Texts)
+{
+    std::map<int64_t, int32_t> Rates;
+    for (const std::string& Text : Texts) {
+        long long Frame;
+        int Kbps;
+        char Rest;
+        if (std::sscanf(Text.c_str(), "%lld:%d%c", &Frame, &Kbps, &Rest) != 2 || Frame < 0 || Kbps <= 0)
+            throw CliError("not of the form FRAME:KBPS: " + Text);
+        Rates[Frame] = Kbps;
+    }
+    return Rates;
+}
+
+// Decodes what was just encoded and compares it with the sources, which wait for the decoder's delay.
+class QualityMeter
+{
+public:
+    explicit QualityMeter(FrameSize Size) : m_Size(Size), m_Decoder(MakeCodec(100)), m_Picture(Size.I420Bytes())
+    {
+        if (!m_Decoder->InitDecoder(Size.Width, Size.Height)) throw CliError("the decoder refuses this size");
+    }
+    void Add(const std::vector<uint8_t>& Source, const uint8_t* pUnit, int32_t Length)
+    {
+        m_Sources.push_back(Source);
+        Feed(pUnit, Length);
+    }
+    void Finish()
+    {
+        static constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
+        Feed(kDelimiter, sizeof kDelimiter);
+        if (!m_Sources.empty()) throw CliError("the stream does not decode to as many pictures as went in");
+    }
+    double Decibels(int Plane) const { return m_Planes[Plane].Decibels(); }
+
+private:
+    void Feed(const uint8_t* pUnit, int32_t Length)
+    {
+        int32_t Type = kFrameFailed;
+        if (!m_Decoder->Decode(pUnit, Length, m_Picture.data(), &Type) || Type == kFrameFailed || m_Sources.empty()) return;
+        const uint8_t *pA = m_Sources.front().data(), *pB = m_Picture.data();
+        const size_t Luma = m_Size.LumaBytes();
+        m_Planes[0].Add(pA, pB, Luma);
+        m_Planes[1].Add(pA + Luma, pB + Luma, Luma / 4);
+        m_Planes[2].Add(pA + Luma + Luma / 4, pB + Luma + Luma / 4, Luma / 4);
+        m_Sources.pop_front();
+    }
+
+    FrameSize m_Size;
+    Codec m_Decoder;
+    std::vector<uint8_t> m_Picture;
+    std::deque<std::vector<uint8_t>> m_Sources;
+    Psnr m_Planes[3];
+};
+
+void Report(const Options& Set, const Totals& Sum, const std::string& Engine, FrameSize Size, double Fps, const QualityMeter* pMeter)
+{
+    const double Kbps = Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 * Fps / 1000.0 / static_cast<double>(Sum.Frames) : 0;
+    const double Speed = PerSecond(Sum.Frames, Sum.Timer.Seconds());
+    if (Set.bJson) {
+        nlohmann::json Json{{"engine", Engine},       {"width", Size.Width},  {"height", Size.Height},
+                            {"frames", Sum.Frames},   {"keys", Sum.Keys},     {"bytes", Sum.Bytes},
+                            {"kbps", Kbps},           {"cpu_seconds", Sum.Timer.Seconds()}, {"frames_per_second", Speed}};
+        if (pMeter)
+            Json["psnr"] = {{"y", pMeter->Decibels(0)}, {"u", pMeter->Decibels(1)}, {"v", pMeter->Decibels(2)}};
+        std::printf("%s\n", Json.dump(2).c_str());
+    } else if (!Set.bQuiet) {
+        std::printf("engine %s, %dx%d, %lld frames (%lld key), %.1f kb/s, %.1f frames/s\n", Engine.c_str(), Size.Width, Size.Height,
+                    static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Keys), Kbps, Speed);
+        if (pMeter)
+            std::printf("PSNR Y %.2f dB, U %.2f dB, V %.2f dB\n", pMeter->Decibels(0), pMeter->Decibels(1), pMeter->Decibels(2));
+    }
+}
+
+void Encode(const Options& Set)
+{
+    PictureReader Reader(Set.In, ParseFrameSize(Set.Size));
+    const FrameSize Size = Reader.Size();
+    const std::map<int64_t, int32_t> Rates = ParseRates(Set.SetKbps);
+    const std::set<int64_t> Forced(Set.ForceKey.begin(), Set.ForceKey.end());
+    double Fps = Set.Fps > 0 ? Set.Fps : static_cast<double>(Reader.RateNumerator()) / Reader.RateDenominator();
+    const auto CodecFps = static_cast<int32_t>(std::lround(Fps));
+    if (Fps <= 0) Fps = 30.0; // the encoder's own default
+
+    const Codec Encoder = MakeCodec(static_cast<uint32_t>(Set.Mode));
+    if (!Encoder->InitEncoder(Size.Width, Size.Height, CodecFps, Set.KeyInterval, Set.Kbps))
+        throw CliError("the encoder refuses this size or rate");
+    OutputFile Out(Set.Out);
+    std::unique_ptr<QualityMeter> pMeter;
+    if (Set.bPsnr) pMeter = std::make_unique<QualityMeter>(Size);
+
+    Totals Sum;
+    Progress Shown("encoded", Set.bQuiet);
+    std::vector<uint8_t> Picture, Unit(std::max<size_t>(Size.LumaBytes() * 3, 4096));
+    while (Sum.Frames != Set.Frames && Reader.Next(Picture)) {
+        if (const auto Rate = Rates.find(Sum.Frames); Rate != Rates.end()) Encoder->SetBitrate(Rate->second);
+        int32_t Length = 0, Type = kFrameNone;
+        {
+            const CpuTimer::Scope Timed(Sum.Timer);
+            if (!Encoder->Encode(Picture.data(), Unit.data(), &Length, Forced.count(Sum.Frames) ? 1 : 0, &Type))
+                throw CliError("picture " + std::to_string(Sum.Frames) + " could not be encoded");
+        }
+        Out.Write(Unit.data(), static_cast<size_t>(Length));
+        if (pMeter) pMeter->Add(Picture, Unit.data(), Length);
+        ++Sum.Frames;
+        Sum.Bytes += Length;
+        Sum.Keys += Type == kFrameI;
+        Shown.Show(Sum.Frames);
+    }
+    if (!Sum.Frames) throw CliError("no picture in " + Set.In);
+    if (pMeter) pMeter->Finish();
+    Out.Close();
+    Report(Set, Sum, TagText(Encoder->GetBackendTag()), Size, Fps, pMeter.get());
+}
+
+} // namespace
+
+Command AddEncode(CLI::App& App)
+{
+    const auto pSet = std::make_shared<Options>();
+    App.add_option("IN", pSet->In, "Pictures: .y4m, or raw I420 with --size")->required();
+    App.add_option("-o", pSet->Out, "Byte stream to write")->required();
+    App.add_option("--size", pSet->Size, "WxH of raw pictures");
+    App.add_option("--fps", pSet->Fps, "Frames a second (default: the file's, else 30)")->check(CLI::Range(1, 1000));
+    App.add_option("--keyint", pSet->KeyInterval, "Pictures between key pictures (default: the engine's)")->check(CLI::NonNegativeNumber);
+    App.add_option("--kbps", pSet->Kbps, "Target rate in kilobits a second (default: the engine's)")->check(CLI::Range(1, 2000000));
+    App.add_option("--mode", pSet->Mode, "Selection mode (default 1)")->check(CLI::Range(0, 99));
+    App.add_option("--frames", pSet->Frames, "Stop after so many pictures")->check(CLI::PositiveNumber);
+    App.add_option("--force-key", pSet->ForceKey, "Pictures to make key pictures, from 0: N,N,..")->delimiter(',');
+    App.add_option("--set-kbps", pSet->SetKbps, "Change the rate before a picture: FRAME:KBPS,..")->delimiter(',');
+    App.add_flag("--psnr", pSet->bPsnr, "Decode the stream again and measure its quality");
+    App.add_flag("--json", pSet->bJson, "Print one JSON object on standard output");
+    App.add_flag("--quiet", pSet->bQuiet, "Print nothing but errors");
+    return [pSet] { Encode(*pSet); };
+}

@@ -1,0 +1,36 @@
+#include "tools/qvlx/qvlx.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+
+namespace {
+
+struct Request {
+    uint32_t id;
+    const char* pMeaning;
+};
+constexpr Request kRequests[] = {{1, "encoder, hardware first"}, {101, "decoder, hardware first"},
+                                 {2, "Intel software implementation first"}, {11, "encoder, hardware only"},
+                                 {111, "decoder, hardware only"}, {0, "software"}};
+
+void Probe(bool bJson)
+{
+    nlohmann::json Report = nlohmann::json::array();
+    for (const Request& Each : kRequests) {
+        const Codec Result(CreateVCodec(Each.id));
+        const std::string Engine = Result ? TagText(Result->GetBackendTag()) : "none";
+        Report.push_back({{"id", Each.id}, {"request", Each.pMeaning}, {"engine", Engine}});
+        if (!bJson) std::printf("%4u  %-38s %s\n", Each.id, Each.pMeaning, Engine.c_str());
+    }
+    if (bJson) std::printf("%s\n", Report.dump(2).c_str());
+}
+
+} // namespace
+
+Command AddProbe(CLI::App& App)
+{
+    const auto pJson = std::make_shared<bool>(false);
+    App.add_flag("--json", *pJson, "Print one JSON value on standard output");
+    return [pJson] { Probe(*pJson); };
+}
