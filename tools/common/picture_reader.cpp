@@ -28,7 +28,10 @@ PictureReader::PictureReader(const std::string& Name, FrameSize Size) : m_Name(N
     const size_t Count = std::fread(Start, 1, sizeof Start, m_File.get());
     if (Count == 0) throw CliError("no picture in " + Name);
     m_bY4m = Count == sizeof Start && std::memcmp(Start, kMagic, sizeof Start) == 0;
-    if (m_bY4m) return ReadHeader();
+    if (m_bY4m) {
+        ReadHeader();
+        return;
+    }
     std::rewind(m_File.get());
     if (!Size) throw CliError("raw pictures need --size WxH: " + Name);
 }

@@ -1,0 +1,41 @@
+// camera_scene: writes the rendered camera sequence that demo, tests and benchmarks use.
+#include "tools/common/camera_scene.h"
+#include "tools/common/files.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+try {
+    std::string Out, SizeText = "640x360";
+    int32_t Fps = 30, Seed = 1;
+    int64_t Frames = 150;
+    CLI::App App("Renders a deterministic sequence that looks like a conferencing camera's", "camera_scene");
+    App.add_option("-o", Out, "File to write: .y4m, anything else raw I420")->required();
+    App.add_option("--size", SizeText, "WxH (default 640x360)");
+    App.add_option("--fps", Fps, "Frames a second (default 30)")->check(CLI::Range(1, 240));
+    App.add_option("--frames", Frames, "Number of pictures (default 150)")->check(CLI::PositiveNumber);
+    App.add_option("--seed", Seed, "Textures and noise (default 1)");
+    CLI11_PARSE(App, argc, argv);
+
+    const FrameSize Size = ParseFrameSize(SizeText);
+    if (!Size || Size.Width % 2 || Size.Height % 2) throw CliError("the size must be positive and even: " + SizeText);
+    const CameraScene Scene(Size, Fps, static_cast<uint32_t>(Seed));
+    OutputFile File(Out);
+    const bool bY4m = Out.size() > 4 && Out.compare(Out.size() - 4, 4, ".y4m") == 0;
+    if (bY4m)
+        File.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) + " F" + std::to_string(Fps) +
+                   ":1 Ip A1:1 C420mpeg2\n");
+    std::vector<uint8_t> Picture;
+    for (int64_t i = 0; i < Frames; ++i) {
+        Scene.Render(i, Picture);
+        if (bY4m) File.Write("FRAME\n");
+        File.Write(Picture.data(), Picture.size());
+    }
+    File.Close();
+    return 0;
+} catch (const std::exception& Error) {
+    std::fprintf(stderr, "camera_scene: %s\n", Error.what());
+    return 1;
+}
