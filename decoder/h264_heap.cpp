@@ -24,8 +24,9 @@ H264HeapPiece::~H264HeapPiece() { kernels::Free(m_pData); }
 void H264HeapPiece::Seal(uint32_t Size)
 {
     auto* const pBytes = reinterpret_cast<uint8_t*>(m_pData);
-    const uint32_t End = Size + H264Bitstream::kReadPadding;
     m_Size = Size;
+    Size = (Size + 3) & ~3u; // the last word is whole, and its bytes do not lie in stream order
+    const uint32_t End = Size + H264Bitstream::kReadPadding;
     m_ZeroBegin = std::max(m_ZeroBegin, Size);
     m_ZeroEnd = std::max(m_ZeroEnd, m_ZeroBegin);
     if (End < m_ZeroBegin) { // the unit and all that a reader can meet lie in front of the known zeros

@@ -275,17 +275,18 @@ bool TaskSupplier::SkipPicture(H264DecoderFrame& Frame, int Field)
 }
 
 // Each slice ends where the next one begins, however damaged it is; what the first one leaves in front of it is lost.
+// Slices may arrive in any order. From here on they stand in that of their macroblocks, which deblocking has to follow.
 void TaskSupplier::OrderSliceBounds(H264DecoderFrameInfo& Au)
 {
     if (Au.m_UsesSliceGroups) return;
-    H264Slice* pLowest = Au.m_Slices.front();
-    for (H264Slice* const pSlice : Au.m_Slices) {
-        if (pSlice->m_FirstMbNumber < pLowest->m_FirstMbNumber) pLowest = pSlice;
-        for (const H264Slice* const pOther : Au.m_Slices)
-            if (pOther->m_FirstMbNumber > pSlice->m_FirstMbNumber)
-                pSlice->m_MaxMbNumber = std::min(pSlice->m_MaxMbNumber, pOther->m_FirstMbNumber);
+    auto& Slices = Au.m_Slices;
+    std::sort(Slices.begin(), Slices.end(),
+              [](const H264Slice* a, const H264Slice* b) { return a->m_FirstMbNumber < b->m_FirstMbNumber; });
+    for (size_t i = Slices.size() - 1; i > 0; --i) {
+        H264Slice &Slice = *Slices[i - 1], &Next = *Slices[i];
+        Slice.m_MaxMbNumber = Slice.m_FirstMbNumber < Next.m_FirstMbNumber ? Next.m_FirstMbNumber : Next.m_MaxMbNumber;
     }
-    m_SegmentDecoders.front()->RestoreErrorRect(0, pLowest->m_FirstMbNumber, pLowest);
+    m_SegmentDecoders.front()->RestoreErrorRect(0, Slices.front()->m_FirstMbNumber, Slices.front());
 }
 
 H264LocalMbBuffers& TaskSupplier::PrepareLocalBuffers(const H264DecoderFrame& Frame)
