@@ -5,6 +5,9 @@
 
 namespace kernels {
 
+// Lines stay in registers only where everything that touches them is one function.
+#define INLINE [[gnu::always_inline]] static inline
+
 // The samples of sixteen lines through an edge, a register for each place; 0 is the one at the edge. All of it stays in
 // bytes, but for the strong filter. Places that a filter does not use need not be loaded.
 struct Lines {
@@ -36,7 +39,7 @@ static __m128i Choose(__m128i Mask, __m128i a, __m128i b)
     return _mm_or_si128(_mm_and_si128(Mask, a), _mm_andnot_si128(Mask, b));
 }
 
-static __m128i Distance(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
+INLINE __m128i Distance(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
 
 // ---- Thresholds --------------------------------------------------------------------------------------------
 
@@ -49,22 +52,22 @@ struct Thresholds {
 
 static bool Closed(const EdgeParams& Params, int Inner) { return Params.Alpha[Inner] == 0 || Params.Beta[Inner] == 0; }
 
-static __m128i Broadcast(int Byte) { return _mm_shuffle_epi8(_mm_cvtsi32_si128(Byte), _mm_setzero_si128()); }
+INLINE __m128i Broadcast(int Byte) { return _mm_shuffle_epi8(_mm_cvtsi32_si128(Byte), _mm_setzero_si128()); }
 
-static Thresholds ThresholdsOf(const EdgeParams& Params, int Inner)
+INLINE Thresholds ThresholdsOf(const EdgeParams& Params, int Inner)
 {
     return {Broadcast(Params.Alpha[Inner] - 1), Broadcast(Params.Beta[Inner] - 1), Load4(Params.Clip[Inner])};
 }
 
 // Lines for which filterSamplesFlag is 1 (8.7.2.2), strengths left aside.
-static __m128i FilteredLines(const Lines& s, const Thresholds& With)
+INLINE __m128i FilteredLines(const Lines& s, const Thresholds& With)
 {
     const __m128i Steps = _mm_max_epu8(Distance(s.p[1], s.p[0]), Distance(s.q[1], s.q[0]));
     const __m128i OverBeta = _mm_subs_epu8(Steps, With.BetaLess1);
     return IsZero(_mm_or_si128(_mm_subs_epu8(Distance(s.p[0], s.q[0]), With.AlphaLess1), OverBeta));
 }
 
-static __m128i IsSmooth(const __m128i Side[4], const Thresholds& With)
+INLINE __m128i IsSmooth(const __m128i Side[4], const Thresholds& With)
 {
     return IsZero(_mm_subs_epu8(Distance(Side[2], Side[0]), With.BetaLess1));
 }
@@ -72,7 +75,7 @@ static __m128i IsSmooth(const __m128i Side[4], const Thresholds& With)
 // ---- Filters -----------------------------------------------------------------------------------------------
 
 // (a + 2 b + c + 2) >> 2. The mean rounds up, so the lost half of a + c is taken off before the second one.
-static __m128i WeightedMean(__m128i a, __m128i b, __m128i c)
+INLINE __m128i WeightedMean(__m128i a, __m128i b, __m128i c)
 {
     const __m128i Odd = _mm_and_si128(_mm_xor_si128(a, c), _mm_set1_epi8(1));
     return _mm_avg_epu8(b, _mm_sub_epi8(_mm_avg_epu8(a, c), Odd));
@@ -82,7 +85,7 @@ static __m128i WeightedMean(__m128i a, __m128i b, __m128i c)
 // (4 d + e + 4) >> 3 = (d + g) >> 1 = (d >> 1) + ((g + (d & 1)) >> 1), where g = ((e >> 1) >> 1) + 1. The means give
 // 128 + (e >> 1), then g + 65, then 33 + the second term, and 128 + (d >> 1) for the first one. Their sum saturates
 // above 94 only, which every limit clips.
-static void MoveEdge(Lines& s, __m128i Limit)
+INLINE void MoveEdge(Lines& s, __m128i Limit)
 {
     const __m128i Ones = _mm_set1_epi8(-1), Bias = _mm_set1_epi8(static_cast<char>(161));
     const __m128i HalfOuter = _mm_avg_epu8(s.p[1], _mm_xor_si128(s.q[1], Ones));
@@ -97,7 +100,7 @@ static void MoveEdge(Lines& s, __m128i Limit)
 }
 
 // Sample 1 of a side moves towards (sample 2 + middle) / 2 by at most Limit.
-static __m128i MoveSecond(const __m128i Side[4], __m128i Middle, __m128i Limit)
+INLINE __m128i MoveSecond(const __m128i Side[4], __m128i Middle, __m128i Limit)
 {
     const __m128i Odd = _mm_and_si128(_mm_xor_si128(Side[2], Middle), _mm_set1_epi8(1));
     const __m128i Mean = _mm_sub_epi8(_mm_avg_epu8(Side[2], Middle), Odd);
@@ -106,7 +109,7 @@ static __m128i MoveSecond(const __m128i Side[4], __m128i Middle, __m128i Limit)
 }
 
 // bS 1 to 3 (8.7.2.3) on the lines of Mask. Clip is tC0 of each line.
-static void FilterNormal(Lines& s, __m128i Mask, __m128i Clip, const Thresholds& With)
+INLINE void FilterNormal(Lines& s, __m128i Mask, __m128i Clip, const Thresholds& With)
 {
     const __m128i SmoothP = _mm_and_si128(IsSmooth(s.p, With), Mask), SmoothQ = _mm_and_si128(IsSmooth(s.q, With), Mask);
     const __m128i Middle = _mm_avg_epu8(s.p[0], s.q[0]);
@@ -164,78 +167,16 @@ static void FilterStrong(Lines& s, __m128i Mask, const Thresholds& With, int Alp
 
 // ---- Luma --------------------------------------------------------------------------------------------------
 
-enum class Changed { Nothing, TwoSamples, ThreeSamples };
-
 // The strengths of four pieces, one byte a line.
-static __m128i LumaStrengths(const uint8_t pStrength[4])
+INLINE __m128i LumaStrengths(const uint8_t pStrength[4])
 {
     return _mm_shuffle_epi8(Load4(pStrength), _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
 }
 
 static bool HasStrong(uint32_t FourStrengths) { return (FourStrengths & 0x04040404) != 0; }
 
-// Filters the lines of one edge: what it has changed of them on each side.
-static Changed FilterLumaLines(Lines& s, const uint8_t pStrength[4], bool Strong, const Thresholds& With, int Alpha)
-{
-    const __m128i Strength = LumaStrengths(pStrength);
-    const __m128i Mask = _mm_andnot_si128(IsZero(Strength), FilteredLines(s, With));
-    if (!AnyByte(Mask)) return Changed::Nothing;
-    if (!Strong) {
-        FilterNormal(s, Mask, _mm_shuffle_epi8(With.Clip, Strength), With);
-        return Changed::TwoSamples;
-    }
-    // Pieces with and without bS 4 meet at a pair of a frame and a field macroblock.
-    const __m128i IsFour = _mm_cmpeq_epi8(Strength, _mm_set1_epi8(4));
-    const __m128i Normal = _mm_andnot_si128(IsFour, Mask);
-    if (AnyByte(Normal)) FilterNormal(s, Normal, _mm_shuffle_epi8(With.Clip, Strength), With);
-    FilterStrong(s, _mm_and_si128(IsFour, Mask), With, Alpha);
-    return Changed::ThreeSamples;
-}
-
-// Calls FilterEdge(first sample of the edge, strengths, whether one is 4, thresholds, alpha) for each edge to filter.
-template <class Filter>
-static void ForLumaEdges(uint8_t* pPlane, ptrdiff_t Across, const EdgeParams& Params, Filter FilterEdge)
-{
-    uint32_t Strengths[4];
-    std::memcpy(Strengths, Params.Strength, sizeof Strengths);
-    if (Strengths[0] && !Closed(Params, 0))
-        FilterEdge(pPlane, Params.Strength, HasStrong(Strengths[0]), ThresholdsOf(Params, 0), Params.Alpha[0]);
-    if ((Strengths[1] | Strengths[2] | Strengths[3]) == 0 || Closed(Params, 1)) return;
-    const Thresholds With = ThresholdsOf(Params, 1);
-    for (int Edge = 1; Edge < 4; ++Edge) {
-        pPlane += 4 * Across;
-        if (Strengths[Edge]) FilterEdge(pPlane, Params.Strength + 4 * Edge, false, With, 0);
-    }
-}
-
-void FilterLumaHorizontal_v8(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
-{
-    ForLumaEdges(pPlane, Step, *pParams,
-                 [Step](uint8_t* pQ, const uint8_t* pStrength, bool Strong, const Thresholds& With, int Alpha) {
-                     Lines s;
-                     for (int i = 0; i < 3; ++i) {
-                         s.p[i] = Load16(pQ - (i + 1) * Step);
-                         s.q[i] = Load16(pQ + i * Step);
-                     }
-                     if (Strong) {
-                         s.p[3] = Load16(pQ - 4 * Step);
-                         s.q[3] = Load16(pQ + 3 * Step);
-                     }
-                     const Changed How = FilterLumaLines(s, pStrength, Strong, With, Alpha);
-                     if (How == Changed::Nothing) return;
-                     for (int i = 0; i < 2; ++i) {
-                         Store16(pQ - (i + 1) * Step, s.p[i]);
-                         Store16(pQ + i * Step, s.q[i]);
-                     }
-                     if (How == Changed::ThreeSamples) {
-                         Store16(pQ - 3 * Step, s.p[2]);
-                         Store16(pQ + 2 * Step, s.q[2]);
-                     }
-                 });
-}
-
 // Turns 16 rows of 8 samples into 8 columns. Each step interleaves rows twice as near to one another.
-static Lines LoadColumns(const uint8_t* p, ptrdiff_t Step)
+INLINE Lines LoadColumns(const uint8_t* p, ptrdiff_t Step)
 {
     __m128i a[8], b[8], c[8];
     for (int i = 0; i < 8; ++i) a[i] = _mm_unpacklo_epi8(Load8(p + i * Step), Load8(p + (i + 8) * Step));
@@ -259,7 +200,7 @@ static Lines LoadColumns(const uint8_t* p, ptrdiff_t Step)
 }
 
 // Four rows of 4 samples each.
-static void StoreFourRows(uint8_t* p, ptrdiff_t Step, __m128i Rows)
+INLINE void StoreFourRows(uint8_t* p, ptrdiff_t Step, __m128i Rows)
 {
     Store4(p, Rows);
     Store4(p + Step, _mm_shuffle_epi32(Rows, 1));
@@ -268,7 +209,7 @@ static void StoreFourRows(uint8_t* p, ptrdiff_t Step, __m128i Rows)
 }
 
 // Writes p1, p0, q0, q1 of 16 rows; p is where p1 of row 0 lies.
-static void StoreFourColumns(uint8_t* p, ptrdiff_t Step, const Lines& s)
+INLINE void StoreFourColumns(uint8_t* p, ptrdiff_t Step, const Lines& s)
 {
     const __m128i pLower = _mm_unpacklo_epi8(s.p[1], s.p[0]), pUpper = _mm_unpackhi_epi8(s.p[1], s.p[0]);
     const __m128i qLower = _mm_unpacklo_epi8(s.q[0], s.q[1]), qUpper = _mm_unpackhi_epi8(s.q[0], s.q[1]);
@@ -305,35 +246,126 @@ static void StoreEightColumns(uint8_t* p, ptrdiff_t Step, const Lines& s)
     }
 }
 
+// The lines of a vertical edge lie in rows, those of a horizontal one in columns. pQ is sample q0 of the first line.
+struct Vertical {
+    static constexpr bool kAcrossRows = false;
+    [[gnu::always_inline]] static Lines Load(const uint8_t* pQ, ptrdiff_t Step) { return LoadColumns(pQ - 4, Step); }
+    [[gnu::always_inline]] static Lines LoadLong(const uint8_t* pQ, ptrdiff_t Step) { return LoadColumns(pQ - 4, Step); }
+    [[gnu::always_inline]] static void Store(uint8_t* pQ, ptrdiff_t Step, const Lines& s) { StoreFourColumns(pQ - 2, Step, s); }
+    [[gnu::always_inline]] static void StoreLong(uint8_t* pQ, ptrdiff_t Step, const Lines& s)
+    {
+        StoreEightColumns(pQ - 4, Step, s);
+    }
+};
+
+struct Horizontal {
+    static constexpr bool kAcrossRows = true;
+    [[gnu::always_inline]] static Lines Load(const uint8_t* pQ, ptrdiff_t Step)
+    {
+        Lines s;
+        for (int i = 0; i < 3; ++i) {
+            s.p[i] = Load16(pQ - (i + 1) * Step);
+            s.q[i] = Load16(pQ + i * Step);
+        }
+        return s;
+    }
+    [[gnu::always_inline]] static Lines LoadLong(const uint8_t* pQ, ptrdiff_t Step)
+    {
+        Lines s = Load(pQ, Step);
+        s.p[3] = Load16(pQ - 4 * Step);
+        s.q[3] = Load16(pQ + 3 * Step);
+        return s;
+    }
+    [[gnu::always_inline]] static void Store(uint8_t* pQ, ptrdiff_t Step, const Lines& s)
+    {
+        for (int i = 0; i < 2; ++i) {
+            Store16(pQ - (i + 1) * Step, s.p[i]);
+            Store16(pQ + i * Step, s.q[i]);
+        }
+    }
+    [[gnu::always_inline]] static void StoreLong(uint8_t* pQ, ptrdiff_t Step, const Lines& s)
+    {
+        Store(pQ, Step, s);
+        Store16(pQ - 3 * Step, s.p[2]);
+        Store16(pQ + 2 * Step, s.q[2]);
+    }
+};
+
+// An edge with strengths up to 3.
+template <class Direction>
+INLINE void FilterNormalEdge(uint8_t* pQ, ptrdiff_t Step, const uint8_t pStrength[4], const Thresholds& With)
+{
+    Lines s = Direction::Load(pQ, Step);
+    const __m128i Strength = LumaStrengths(pStrength);
+    const __m128i Mask = _mm_andnot_si128(IsZero(Strength), FilteredLines(s, With));
+    if (!AnyByte(Mask)) return;
+    FilterNormal(s, Mask, _mm_shuffle_epi8(With.Clip, Strength), With);
+    Direction::Store(pQ, Step, s);
+}
+
+// An edge with strength 4. Pieces with and without it meet beside a pair of macroblocks of which one is intra.
+template <class Direction>
+[[gnu::noinline]] static void FilterStrongEdge(uint8_t* pQ, ptrdiff_t Step, const EdgeParams& Params)
+{
+    const Thresholds With = ThresholdsOf(Params, 0);
+    Lines s = Direction::LoadLong(pQ, Step);
+    const __m128i Strength = LumaStrengths(Params.Strength);
+    const __m128i Mask = _mm_andnot_si128(IsZero(Strength), FilteredLines(s, With));
+    if (!AnyByte(Mask)) return;
+    const __m128i IsFour = _mm_cmpeq_epi8(Strength, _mm_set1_epi8(4));
+    const __m128i Normal = _mm_andnot_si128(IsFour, Mask);
+    if (AnyByte(Normal)) FilterNormal(s, Normal, _mm_shuffle_epi8(With.Clip, Strength), With);
+    FilterStrong(s, _mm_and_si128(IsFour, Mask), With, Params.Alpha[0]);
+    Direction::StoreLong(pQ, Step, s);
+}
+
+template <class Direction>
+static void FilterLuma(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams& Params)
+{
+    uint32_t Strengths[4];
+    std::memcpy(Strengths, Params.Strength, sizeof Strengths);
+    if (Strengths[0] && !Closed(Params, 0)) {
+        if (HasStrong(Strengths[0]))
+            FilterStrongEdge<Direction>(pPlane, Step, Params);
+        else
+            FilterNormalEdge<Direction>(pPlane, Step, Params.Strength, ThresholdsOf(Params, 0));
+    }
+    if ((Strengths[1] | Strengths[2] | Strengths[3]) == 0 || Closed(Params, 1)) return;
+    const Thresholds With = ThresholdsOf(Params, 1);
+    for (int Edge = 1; Edge < 4; ++Edge) {
+        pPlane += Direction::kAcrossRows ? 4 * Step : 4;
+        if (Strengths[Edge]) FilterNormalEdge<Direction>(pPlane, Step, Params.Strength + 4 * Edge, With);
+    }
+}
+
 void FilterLumaVertical_v8(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
 {
-    ForLumaEdges(pPlane, 1, *pParams,
-                 [Step](uint8_t* pQ, const uint8_t* pStrength, bool Strong, const Thresholds& With, int Alpha) {
-                     Lines s = LoadColumns(pQ - 4, Step);
-                     const Changed How = FilterLumaLines(s, pStrength, Strong, With, Alpha);
-                     if (How == Changed::TwoSamples) StoreFourColumns(pQ - 2, Step, s);
-                     if (How == Changed::ThreeSamples) StoreEightColumns(pQ - 4, Step, s);
-                 });
+    FilterLuma<Vertical>(pPlane, Step, *pParams);
+}
+
+void FilterLumaHorizontal_v8(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
+{
+    FilterLuma<Horizontal>(pPlane, Step, *pParams);
 }
 
 // ---- Chroma: U in the lower 8 lines, V in the upper ones -------------------------------------------------------
 
 static __m128i JoinHalves(__m128i a, __m128i b) { return _mm_unpacklo_epi64(a, b); }
 
-static Thresholds JointThresholds(const EdgeParams& u, const EdgeParams& v, int Inner)
+INLINE Thresholds JointThresholds(const EdgeParams& u, const EdgeParams& v, int Inner)
 {
     const Thresholds a = ThresholdsOf(u, Inner), b = ThresholdsOf(v, Inner);
     return {JoinHalves(a.AlphaLess1, b.AlphaLess1), JoinHalves(a.BetaLess1, b.BetaLess1),
             _mm_unpacklo_epi32(a.Clip, b.Clip)};
 }
 
-static __m128i OpenPlanes(const EdgeParams& u, const EdgeParams& v, int Inner)
+INLINE __m128i OpenPlanes(const EdgeParams& u, const EdgeParams& v, int Inner)
 {
     return JoinHalves(_mm_set1_epi8(Closed(u, Inner) ? 0 : -1), _mm_set1_epi8(Closed(v, Inner) ? 0 : -1));
 }
 
 // Changes p0 and q0 only; whether it has changed any.
-static bool FilterChromaLines(Lines& s, const uint8_t pStrength[4], __m128i Open, const Thresholds& With)
+INLINE bool FilterChromaLines(Lines& s, const uint8_t pStrength[4], __m128i Open, const Thresholds& With)
 {
     const __m128i Pieces = _mm_setr_epi8(0, 0, 1, 1, 2, 2, 3, 3, 0, 0, 1, 1, 2, 2, 3, 3);
     const __m128i Strength = _mm_shuffle_epi8(Load4(pStrength), Pieces);
@@ -352,41 +384,8 @@ static bool FilterChromaLines(Lines& s, const uint8_t pStrength[4], __m128i Open
     return true;
 }
 
-// Calls FilterEdge(offset of the edge in both planes, strengths, planes with thresholds, thresholds) for each edge.
-template <class Filter>
-static void ForChromaEdges(ptrdiff_t Across, const EdgeParams& u, const EdgeParams& v, Filter FilterEdge)
-{
-    for (int Inner = 0; Inner < 2; ++Inner) {
-        const uint8_t* const pStrength = u.Strength + 8 * Inner;
-        uint32_t Strengths;
-        std::memcpy(&Strengths, pStrength, sizeof Strengths);
-        if (Strengths == 0 || (Closed(u, Inner) && Closed(v, Inner))) continue;
-        FilterEdge(4 * Inner * Across, pStrength, OpenPlanes(u, v, Inner), JointThresholds(u, v, Inner));
-    }
-}
-
-void FilterChromaHorizontal_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
-                               const EdgeParams* pParamsV)
-{
-    ForChromaEdges(Step, *pParamsU, *pParamsV,
-                   [=](ptrdiff_t At, const uint8_t* pStrength, __m128i Open, const Thresholds& With) {
-                       uint8_t* const pU = pPlaneU + At;
-                       uint8_t* const pV = pPlaneV + At;
-                       Lines s;
-                       for (int i = 0; i < 2; ++i) {
-                           s.p[i] = JoinHalves(Load8(pU - (i + 1) * Step), Load8(pV - (i + 1) * Step));
-                           s.q[i] = JoinHalves(Load8(pU + i * Step), Load8(pV + i * Step));
-                       }
-                       if (!FilterChromaLines(s, pStrength, Open, With)) return;
-                       Store8(pU - Step, s.p[0]);
-                       _mm_storeh_pd(reinterpret_cast<double*>(pV - Step), _mm_castsi128_pd(s.p[0]));
-                       Store8(pU, s.q[0]);
-                       _mm_storeh_pd(reinterpret_cast<double*>(pV), _mm_castsi128_pd(s.q[0]));
-                   });
-}
-
 // p1, p0, q0, q1 of 8 rows of each plane.
-static Lines LoadChromaColumns(const uint8_t* pU, const uint8_t* pV, ptrdiff_t Step)
+INLINE Lines LoadChromaColumns(const uint8_t* pU, const uint8_t* pV, ptrdiff_t Step)
 {
     __m128i a[8], b[4], c[4];
     for (int i = 0; i < 8; ++i) a[i] = _mm_unpacklo_epi8(Load4(pU + i * Step), Load4(pV + i * Step));
@@ -404,7 +403,7 @@ static Lines LoadChromaColumns(const uint8_t* pU, const uint8_t* pV, ptrdiff_t S
 }
 
 // Eight rows of 2 samples each.
-static void StorePairs(uint8_t* p, ptrdiff_t Step, __m128i Rows)
+INLINE void StorePairs(uint8_t* p, ptrdiff_t Step, __m128i Rows)
 {
     const auto Store = [&](int Value) {
         const auto Pair = static_cast<uint16_t>(Value);
@@ -421,16 +420,65 @@ static void StorePairs(uint8_t* p, ptrdiff_t Step, __m128i Rows)
     Store(_mm_extract_epi16(Rows, 7));
 }
 
+// The same for chroma, of both planes.
+struct VerticalChroma {
+    static constexpr bool kAcrossRows = false;
+    [[gnu::always_inline]] static Lines Load(const uint8_t* pU, const uint8_t* pV, ptrdiff_t Step)
+    {
+        return LoadChromaColumns(pU - 2, pV - 2, Step);
+    }
+    [[gnu::always_inline]] static void Store(uint8_t* pU, uint8_t* pV, ptrdiff_t Step, const Lines& s)
+    {
+        StorePairs(pU - 1, Step, _mm_unpacklo_epi8(s.p[0], s.q[0]));
+        StorePairs(pV - 1, Step, _mm_unpackhi_epi8(s.p[0], s.q[0]));
+    }
+};
+
+struct HorizontalChroma {
+    static constexpr bool kAcrossRows = true;
+    [[gnu::always_inline]] static Lines Load(const uint8_t* pU, const uint8_t* pV, ptrdiff_t Step)
+    {
+        Lines s;
+        for (int i = 0; i < 2; ++i) {
+            s.p[i] = JoinHalves(Load8(pU - (i + 1) * Step), Load8(pV - (i + 1) * Step));
+            s.q[i] = JoinHalves(Load8(pU + i * Step), Load8(pV + i * Step));
+        }
+        return s;
+    }
+    [[gnu::always_inline]] static void Store(uint8_t* pU, uint8_t* pV, ptrdiff_t Step, const Lines& s)
+    {
+        Store8(pU - Step, s.p[0]);
+        Store8(pV - Step, _mm_unpackhi_epi64(s.p[0], s.p[0]));
+        Store8(pU, s.q[0]);
+        Store8(pV, _mm_unpackhi_epi64(s.q[0], s.q[0]));
+    }
+};
+
+template <class Direction>
+static void FilterChroma(uint8_t* pU, uint8_t* pV, ptrdiff_t Step, const EdgeParams& u, const EdgeParams& v)
+{
+    for (int Inner = 0; Inner < 2; ++Inner) {
+        const uint8_t* const pStrength = u.Strength + 8 * Inner;
+        uint32_t Strengths;
+        std::memcpy(&Strengths, pStrength, sizeof Strengths);
+        if (Strengths == 0 || (Closed(u, Inner) && Closed(v, Inner))) continue;
+        const ptrdiff_t At = Inner * (Direction::kAcrossRows ? 4 * Step : 4);
+        Lines s = Direction::Load(pU + At, pV + At, Step);
+        if (FilterChromaLines(s, pStrength, OpenPlanes(u, v, Inner), JointThresholds(u, v, Inner)))
+            Direction::Store(pU + At, pV + At, Step, s);
+    }
+}
+
 void FilterChromaVertical_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
                              const EdgeParams* pParamsV)
 {
-    ForChromaEdges(1, *pParamsU, *pParamsV,
-                   [=](ptrdiff_t At, const uint8_t* pStrength, __m128i Open, const Thresholds& With) {
-                       Lines s = LoadChromaColumns(pPlaneU + At - 2, pPlaneV + At - 2, Step);
-                       if (!FilterChromaLines(s, pStrength, Open, With)) return;
-                       StorePairs(pPlaneU + At - 1, Step, _mm_unpacklo_epi8(s.p[0], s.q[0]));
-                       StorePairs(pPlaneV + At - 1, Step, _mm_unpackhi_epi8(s.p[0], s.q[0]));
-                   });
+    FilterChroma<VerticalChroma>(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
+}
+
+void FilterChromaHorizontal_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
+                               const EdgeParams* pParamsV)
+{
+    FilterChroma<HorizontalChroma>(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
 }
 
 } // namespace kernels
