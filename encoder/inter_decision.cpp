@@ -199,6 +199,7 @@ bool IntraWins(Core& c, typename Core::Slice& s, int32_t InterCost)
     s.best_intra_cost = Cost;
     if (Cost < InterCost) return true;
     mb.global->Type = InterType;
+    mb.local->ChromaMode = CHROMA_DC; // what an inter macroblock counts as to its neighbours' contexts
     return false;
 }
 

@@ -26,7 +26,7 @@ FourDistancesSig Sad16x16x4_px, Sad16x16x4_w7;
 // Sum of absolute differences of a 16x16 block and the rounded mean of two others, (a + b + 1) >> 1.
 using AverageDistanceSig = int32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pA, ptrdiff_t StepA,
                                    const uint8_t* pB, ptrdiff_t StepB);
-AverageDistanceSig SadAverage16x16_px;
+AverageDistanceSig SadAverage16x16_px, SadAverage16x16_w7;
 
 // Number of samples (x, y), x and y in 0..14, of a 16x16 block whose absolute difference to the right or to the lower
 // neighbour exceeds Difference. A sample counts once.

@@ -26,6 +26,7 @@ inline constexpr KernelRow<BlockDistanceSig> kSatd4x4{"Satd4x4", {Satd4x4_px, nu
 inline constexpr KernelRow<FourDistancesSig> kSad16x16x4{"Sad16x16x4", {Sad16x16x4_px, nullptr, Sad16x16x4_w7}};
 inline constexpr KernelRow<CountEdgesSig> kCountEdges16x16{
     "CountEdges16x16", {CountEdges16x16_px, nullptr, CountEdges16x16_w7}};
-inline constexpr KernelRow<AverageDistanceSig> kSadAverage16x16{"SadAverage16x16", {SadAverage16x16_px}};
+inline constexpr KernelRow<AverageDistanceSig> kSadAverage16x16{
+    "SadAverage16x16", {SadAverage16x16_px, nullptr, SadAverage16x16_w7}};
 
 } // namespace kernels

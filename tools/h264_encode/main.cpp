@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -90,9 +89,13 @@ UMC::H264EncoderParams MakeParams(const Options& o)
 
 std::vector<uint8_t> ReadFile(const std::string& Path)
 {
-    std::ifstream File(Path, std::ios::binary);
+    std::ifstream File(Path, std::ios::binary | std::ios::ate);
     if (!File) Fail("cannot open " + Path);
-    return {std::istreambuf_iterator<char>(File), {}};
+    std::vector<uint8_t> Bytes(static_cast<size_t>(File.tellg()));
+    File.seekg(0);
+    File.read(reinterpret_cast<char*>(Bytes.data()), static_cast<std::streamsize>(Bytes.size()));
+    if (!File) Fail("cannot read " + Path);
+    return Bytes;
 }
 
 class OutputFile

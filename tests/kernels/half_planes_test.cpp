@@ -1,0 +1,73 @@
+#include "kernels/distance/distance_rows.h"
+#include "kernels/interpolation/interpolation_rows.h"
+
+#include "tests/support/kernel_testing.h"
+
+namespace {
+
+using namespace kernels;
+using namespace kernel_testing;
+
+// The picture holds exactly the samples that the contract lets a kernel read.
+template <int Rows>
+void CheckHalfPlane(HalfPlaneSig* pFn, HalfPlaneSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const Fill How : kAllFills)
+        for (const size_t Shift : kShifts) {
+            const Block Picture = Rng.MakeBlock(How, 29, 23, 37, Shift); // columns -3..25, rows -3..19
+            constexpr ptrdiff_t Step = 26;
+            std::vector<uint8_t> Want(Step * Rows + 1, 0xA5), Got = Want;
+            pReference(Picture.At(3, 3), Picture.Step, Want.data() + 1, Step);
+            pFn(Picture.At(3, 3), Picture.Step, Got.data() + 1, Step);
+            ASSERT_EQ(Got, Want) << "shift " << Shift;
+        }
+}
+KERNEL_TEST(HalfPlaneRight, CheckHalfPlane<18>);
+KERNEL_TEST(HalfPlaneDown, CheckHalfPlane<17>);
+KERNEL_TEST(HalfPlaneBoth, CheckHalfPlane<17>);
+
+void CheckSadAverage(AverageDistanceSig* pFn, AverageDistanceSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const Fill How : kAllFills)
+        for (const Fill Other : kAllFills)
+            for (const size_t Shift : kShifts) {
+                const Block s = Rng.MakeBlock(How, 16, 16, 40, Shift);
+                const Block a = Rng.MakeBlock(Other, 16, 16, 32, 15 - Shift), b = Rng.MakeBlock(How, 16, 16, 61, 3);
+                ASSERT_EQ(pFn(s.At(0, 0), s.Step, a.At(0, 0), a.Step, b.At(0, 0), b.Step),
+                          pReference(s.At(0, 0), s.Step, a.At(0, 0), a.Step, b.At(0, 0), b.Step));
+            }
+}
+KERNEL_TEST(SadAverage16x16, CheckSadAverage);
+
+// The planes hold what the interpolation of a whole block gives at the same offsets.
+TEST(HalfPlaneReference, EqualsTheInterpolationOfBlocks)
+{
+    TestRandom Rng;
+    const Block Picture = Rng.MakeBlock(Fill::Random, 40, 40, 40, 0);
+    const uint8_t* const pSrc = Picture.At(8, 8);
+    constexpr ptrdiff_t Step = 32;
+    struct Case {
+        HalfPlaneSig* pPlane;
+        int FracX, FracY;
+    };
+    for (const Case& c : {Case{HalfPlaneRight_px, 2, 0}, {HalfPlaneDown_px, 0, 2}, {HalfPlaneBoth_px, 2, 2}}) {
+        std::vector<uint8_t> Plane(Step * 18);
+        c.pPlane(pSrc, Picture.Step, Plane.data(), Step);
+        for (int y = -1; y <= 0; ++y)
+            for (int x = -1; x <= 0; ++x) {
+                std::vector<uint8_t> Want(256), Got;
+                InterpolateLuma16_px(pSrc + y * Picture.Step + x, Picture.Step, Want.data(), 16, c.FracX, c.FracY, 16);
+                for (int Row = 0; Row < 16; ++Row) {
+                    const uint8_t* const p = Plane.data() + (Row + y + 1) * Step + x + 1;
+                    Got.insert(Got.end(), p, p + 16);
+                }
+                EXPECT_EQ(Got, Want) << c.FracX << ' ' << c.FracY << " at " << x << ' ' << y;
+            }
+    }
+}
+
+} // namespace
