@@ -2,6 +2,7 @@
 
 #include "encoder/encoder_types.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace UMC_H264_ENCODER {
@@ -89,7 +90,10 @@ void CBaseBitstream::TerminateEncode()
 
 void CBaseBitstream::SaveState()
 {
-    m_Saved = {m_Contexts, m_Coder, m_pWrite, m_BitOffset};
+    m_Saved = {m_Contexts, m_Coder, m_pWrite, m_BitOffset, m_Coder.Position(), 0};
+    // A carry that comes later changes the last byte that is not 0xFF and clears those behind it; it cannot pass twice.
+    while (m_Saved.pCarry > m_pBuffer && m_Saved.pCarry[-1] == 0xFF) --m_Saved.pCarry;
+    if (m_Saved.pCarry > m_pBuffer) m_Saved.BeforeCarry = m_Saved.pCarry[-1];
 }
 
 void CBaseBitstream::RestoreState()
@@ -98,6 +102,8 @@ void CBaseBitstream::RestoreState()
     m_Coder = m_Saved.Coder;
     m_pWrite = m_Saved.pWrite;
     m_BitOffset = m_Saved.BitOffset;
+    if (m_Saved.pCarry > m_pBuffer) m_Saved.pCarry[-1] = m_Saved.BeforeCarry;
+    std::fill(m_Saved.pCarry, m_Coder.Position(), uint8_t{0xFF});
 }
 
 } // namespace UMC_H264_ENCODER

@@ -51,7 +51,7 @@ public:
     /// Starts the coder again at the write position, behind PCM samples.
     void RestartCoder() { m_Coder.Start(m_pWrite); }
 
-    /// Copies contexts, coder state and write position to the saved copy and back.
+    /// Copies contexts, coder state and write position to the saved copy and back, while the arithmetic coder runs.
     void SaveState();
     void RestoreState();
 
@@ -74,6 +74,8 @@ protected:
         ArithmeticCoder Coder;
         uint8_t* pWrite;
         int32_t BitOffset;
+        uint8_t* pCarry;     // 0xFF bytes from here to the coder's position
+        uint8_t BeforeCarry; // the byte ahead of them
     };
 
     uint8_t* m_pBuffer = nullptr;

@@ -1,0 +1,66 @@
+#include "tests/support/ffmpeg_oracle.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+namespace ffmpeg_oracle {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder of its own for each call, gone afterwards.
+class ScratchFolder
+{
+public:
+    ScratchFolder()
+    {
+        std::random_device Random;
+        m_Path = fs::temp_directory_path() / ("quilvex_oracle_" + std::to_string(Random()) + std::to_string(Random()));
+        fs::create_directories(m_Path);
+    }
+    ~ScratchFolder()
+    {
+        std::error_code Ignored;
+        fs::remove_all(m_Path, Ignored);
+    }
+    std::string File(const char* pName) const { return (m_Path / pName).string(); }
+
+private:
+    fs::path m_Path;
+};
+
+std::vector<uint8_t> ReadAll(const std::string& Path)
+{
+    std::ifstream File(Path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(File), {}};
+}
+
+} // namespace
+
+bool IsInstalled()
+{
+    static const bool bInstalled = std::system("ffmpeg -version > /dev/null 2>&1") == 0;
+    return bInstalled;
+}
+
+Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat)
+{
+    const ScratchFolder Folder;
+    const std::string In = Folder.File("in.264"), Out = Folder.File("out.yuv"), Log = Folder.File("log");
+    std::ofstream(In, std::ios::binary)
+        .write(reinterpret_cast<const char*>(Stream.data()), static_cast<std::streamsize>(Stream.size()));
+    const std::string Command = "ffmpeg -v warning -nostdin -threads 1 -f h264 -i " + In +
+                                " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " + Log + " 2>&1";
+    const int Result = std::system(Command.c_str());
+    const std::vector<uint8_t> Messages = ReadAll(Log);
+    Decoded d{ReadAll(Out), {Messages.begin(), Messages.end()}};
+    if (Result != 0 && d.Messages.empty()) d.Messages = "ffmpeg failed";
+    return d;
+}
+
+} // namespace ffmpeg_oracle
