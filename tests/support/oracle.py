@@ -1,0 +1,76 @@
+"""What the Python tests share: running tools, ffmpeg as the oracle, source pictures."""
+import hashlib
+import json
+import pathlib
+import re
+import subprocess
+
+
+class TestFailure(Exception):
+    """A contract that does not hold; the text says which."""
+
+
+def check(condition, text):
+    if not condition:
+        raise TestFailure(text)
+
+
+def run(*command, expect=0):
+    """Runs a command and returns its standard output; its exit status must be as expected (None: any)."""
+    result = subprocess.run([str(c) for c in command], capture_output=True, check=False)
+    if expect is not None and result.returncode != expect:
+        raise TestFailure(f"{' '.join(str(c) for c in command)}: exit status {result.returncode}\n"
+                          f"{result.stderr.decode(errors='replace')[-2000:]}")
+    return result
+
+
+def run_json(*command):
+    return json.loads(run(*command).stdout)
+
+
+def ffmpeg_pictures(stream, output):
+    """Decodes with ffmpeg into raw pictures; any message is a failure."""
+    result = run("ffmpeg", "-nostdin", "-y", "-v", "warning", "-flags", "unaligned", "-threads", "1", "-f", "h264", "-i", stream,
+                 "-fps_mode", "passthrough", "-f", "rawvideo", output)
+    check(not result.stderr, f"ffmpeg has something to say about {stream}: {result.stderr.decode(errors='replace')[:500]}")
+
+
+def ffmpeg_headers(stream):
+    """The syntax elements of every header unit as ffmpeg's trace has them: a list of (unit, {element: value}).
+
+    ffmpeg shows the parameter sets in front of the first slice once more ahead of everything; that copy is left out.
+    """
+    trace = run("ffmpeg", "-nostdin", "-v", "info", "-f", "h264", "-i", stream, "-c", "copy", "-bsf:v", "trace_headers", "-f", "null",
+                "-").stderr.decode(errors="replace")
+    units = []
+    for line in trace.splitlines():
+        line = re.sub(r"^\[trace_headers @ [^\]]*\] ", "", line)
+        element = re.match(r"\d+\s+(\S+)\s+[01]+ = (-?\d+)$", line)
+        if element and units:
+            units[-1][1].setdefault(element.group(1), int(element.group(2)))
+        elif line in ("Sequence Parameter Set", "Picture Parameter Set", "Slice Header", "Access Unit Delimiter",
+                      "Supplemental Enhancement Information"):
+            units.append((line, {}))
+    first_slice = next((i for i, (unit, _) in enumerate(units) if unit == "Slice Header"), 0)
+    return units[first_slice // 2:]
+
+
+def same_pictures(expected, actual, size, what):
+    """Compares two files of raw I420 pictures and names the first wrong macroblock."""
+    a, b = pathlib.Path(expected).read_bytes(), pathlib.Path(actual).read_bytes()
+    if a == b:
+        return
+    width, height = size
+    luma, frame = width * height, width * height + 2 * ((width + 1) // 2) * ((height + 1) // 2)
+    check(len(a) == len(b), f"{what}: {len(b)} bytes instead of {len(a)} ({len(a) // frame} pictures)")
+    index = next(i for i in range(len(a)) if a[i] != b[i])
+    offset = index % frame
+    if offset < luma:
+        place = f"luma macroblock ({offset % width // 16}, {offset // width // 16})"
+    else:
+        place = f"chroma byte {offset - luma}"
+    raise TestFailure(f"{what}: picture {index // frame} differs first in {place}")
+
+
+def md5(path):
+    return hashlib.md5(pathlib.Path(path).read_bytes()).hexdigest()
