@@ -13,22 +13,24 @@ namespace kernels {
 enum IntraAvailable : unsigned { kLeft = 1, kTop = 2, kTopRight = 4, kTopLeft = 8 };
 
 // One mode of a 16x16 luma block (8.3.3) or of an 8x8 chroma block (8.3.4, 4:2:0). The DC forms use what Available
-// names; the others need their neighbours to be there. 
+// names; the others need their neighbours to be there.
 using PredictIntraSig = void(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                              unsigned Available);
 PredictIntraSig Predict16x16Vertical_px, Predict16x16Horizontal_px, Predict16x16Dc_px, Predict16x16Plane_px;
 PredictIntraSig PredictChromaDc_px, PredictChromaHorizontal_px, PredictChromaVertical_px, PredictChromaPlane_px;
+PredictIntraSig Predict16x16Horizontal_v8, Predict16x16Dc_v8, Predict16x16Plane_v8;
+PredictIntraSig PredictChromaDc_v8, PredictChromaHorizontal_v8, PredictChromaPlane_v8;
 
 // Intra 4x4 (8.3.1.2), mode 0..8. pTopRight points at the four samples above-right, read when Available has kTopRight;
 // otherwise the sample above the last column stands for them (8.3.1.2). Modes need the neighbours the standard says.
 using PredictIntra4x4Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, const uint8_t* pTopRight,
                                 uint8_t* pDst, ptrdiff_t DstStep, unsigned Available);
-PredictIntra4x4Sig PredictIntra4x4_px;
+PredictIntra4x4Sig PredictIntra4x4_px, PredictIntra4x4_v8;
 
 // Intra 8x8 (8.3.2.2), mode 0..8, neighbour filtering (8.3.2.2.1) included. The eight samples above-right follow
 // those above in the picture and are read when Available has kTopRight.
 using PredictIntra8x8Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst,
                                 ptrdiff_t DstStep, unsigned Available);
-PredictIntra8x8Sig PredictIntra8x8_px;
+PredictIntra8x8Sig PredictIntra8x8_px, PredictIntra8x8_v8;
 
 } // namespace kernels

@@ -5,6 +5,9 @@
 
 namespace kernels {
 
+// Coefficients stay in registers only where everything that touches them is one function.
+#define INLINE [[gnu::always_inline]] static inline
+
 static __m128i Load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 static void Store16(int16_t* p, __m128i v) { _mm_store_si128(reinterpret_cast<__m128i*>(p), v); }
 
@@ -18,7 +21,7 @@ static __m128i Load4(const uint8_t* p)
 // ---- Core transform ----------------------------------------------------------------------------------------
 
 // One pass over four rows or columns, each of them one register of two blocks.
-static void Forward4(__m128i v[4])
+INLINE void Forward4(__m128i v[4])
 {
     const __m128i s03 = _mm_add_epi16(v[0], v[3]), d03 = _mm_sub_epi16(v[0], v[3]);
     const __m128i s12 = _mm_add_epi16(v[1], v[2]), d12 = _mm_sub_epi16(v[1], v[2]);
@@ -33,7 +36,7 @@ struct Pair {
     __m128i a[2], b[2];
 };
 
-static Pair Transposed(const __m128i v[4])
+INLINE Pair Transposed(const __m128i v[4])
 {
     const __m128i a01 = _mm_unpacklo_epi16(v[0], v[1]), b01 = _mm_unpackhi_epi16(v[0], v[1]);
     const __m128i a23 = _mm_unpacklo_epi16(v[2], v[3]), b23 = _mm_unpackhi_epi16(v[2], v[3]);
@@ -42,7 +45,7 @@ static Pair Transposed(const __m128i v[4])
 }
 
 // Both passes over the differences in four rows; the coefficients of each block in raster order.
-static Pair TransformRows(__m128i Rows[4])
+INLINE Pair TransformRows(__m128i Rows[4])
 {
     Forward4(Rows);
     const Pair Columns = Transposed(Rows);
@@ -75,7 +78,7 @@ struct Quantiser {
           Shift(_mm_cvtsi32_si128(Below16 ? Params.Shift : Params.Shift - 16)), Up(_mm_cvtsi32_si128(16 - Params.Shift))
     {
     }
-    __m128i Levels(__m128i c, int Half) const
+    [[gnu::always_inline]] __m128i Levels(__m128i c, int Half) const
     {
         const __m128i Magnitude = _mm_abs_epi16(c);
         const __m128i Low = _mm_mullo_epi16(Magnitude, Factor[Half]);
@@ -100,12 +103,12 @@ struct Samples {
 };
 
 // Differences of 8 samples.
-static __m128i Difference(__m128i Source, __m128i Prediction)
+INLINE __m128i Difference(__m128i Source, __m128i Prediction)
 {
     return _mm_maddubs_epi16(_mm_unpacklo_epi8(Source, Prediction), _mm_set1_epi16(static_cast<short>(0xFF01)));
 }
 
-static Pair TransformTwo(const Samples& s)
+INLINE Pair TransformTwo(const Samples& s)
 {
     __m128i Rows[4];
     for (int y = 0; y < 4; ++y)
@@ -116,7 +119,7 @@ static Pair TransformTwo(const Samples& s)
 // Quantises a block to pLevels. The result is not 0 in some byte when a level is not 0: packing saturates, and what
 // is not 0 stays so.
 template <bool Below16>
-static __m128i QuantBlock(const __m128i c[2], const Quantiser<Below16>& Quant, int16_t* pLevels)
+INLINE __m128i QuantBlock(const __m128i c[2], const Quantiser<Below16>& Quant, int16_t* pLevels)
 {
     const __m128i l0 = Quant.Levels(c[0], 0), l1 = Quant.Levels(c[1], 1);
     Store16(pLevels, l0);
@@ -126,13 +129,13 @@ static __m128i QuantBlock(const __m128i c[2], const Quantiser<Below16>& Quant, i
 
 // Two blocks; 8 bytes of the result tell of each.
 template <bool Below16>
-static __m128i QuantTwo(const Pair& c, const Quantiser<Below16>& Quant, int16_t* pLevels)
+INLINE __m128i QuantTwo(const Pair& c, const Quantiser<Below16>& Quant, int16_t* pLevels)
 {
     return _mm_packs_epi16(QuantBlock(c.a, Quant, pLevels), QuantBlock(c.b, Quant, pLevels + 16));
 }
 
 // Takes the DC of a block out of its coefficients.
-static int16_t TakeDc(__m128i& c)
+INLINE int16_t TakeDc(__m128i& c)
 {
     const auto Dc = static_cast<int16_t>(_mm_cvtsi128_si32(c));
     c = _mm_and_si128(c, _mm_setr_epi16(0, -1, -1, -1, -1, -1, -1, -1));
@@ -141,7 +144,7 @@ static int16_t TakeDc(__m128i& c)
 
 // As QuantTwo, with the DC of both blocks to pDc.
 template <bool Below16>
-static __m128i QuantAcTwo(Pair c, const Quantiser<Below16>& Quant, int16_t* pLevels, int16_t* pDc)
+INLINE __m128i QuantAcTwo(Pair c, const Quantiser<Below16>& Quant, int16_t* pLevels, int16_t* pDc)
 {
     pDc[0] = TakeDc(c.a[0]);
     pDc[1] = TakeDc(c.b[0]);
@@ -159,17 +162,18 @@ static uint32_t BlockMask(const __m128i Pairs[8])
 
 // ---- Blocks and macroblocks --------------------------------------------------------------------------------
 
-// Pair i of a macroblock: blocks 2 i and 2 i + 1, which lie side by side.
-static int PairX(int i) { return (i & 2) * 4; }
-static int PairY(int i) { return (i & 1) * 4 + (i & 4) * 2; }
+// Four blocks follow one another in each quadrant of a macroblock: two side by side, and the two below them.
 
 template <bool Below16>
 static uint32_t QuantMacroblock(const Samples& s, const QuantParams& Params, int16_t* pLevels)
 {
     const Quantiser<Below16> Quant(Params);
     __m128i Pairs[8];
-    for (int i = 0; i < 8; ++i)
-        Pairs[i] = QuantTwo(TransformTwo(s.At(PairX(i), PairY(i))), Quant, pLevels + 32 * i);
+    for (int i = 0; i < 4; ++i, pLevels += 64) {
+        const Samples Quadrant = s.At((i & 1) * 8, (i >> 1) * 8);
+        Pairs[2 * i] = QuantTwo(TransformTwo(Quadrant), Quant, pLevels);
+        Pairs[2 * i + 1] = QuantTwo(TransformTwo(Quadrant.At(0, 4)), Quant, pLevels + 32);
+    }
     return BlockMask(Pairs);
 }
 
@@ -178,9 +182,11 @@ static uint32_t QuantAcMacroblock(const Samples& s, const QuantParams& Params, i
 {
     const Quantiser<Below16> Quant(Params);
     __m128i Pairs[8];
-    for (int i = 0; i < 8; ++i) {
-        const int x = PairX(i), y = PairY(i);
-        Pairs[i] = QuantAcTwo(TransformTwo(s.At(x, y)), Quant, pLevels + 32 * i, pDc + y + x / 4);
+    for (int i = 0; i < 4; ++i, pLevels += 64) {
+        const Samples Quadrant = s.At((i & 1) * 8, (i >> 1) * 8);
+        int16_t* const p = pDc + (i >> 1) * 8 + (i & 1) * 2;
+        Pairs[2 * i] = QuantAcTwo(TransformTwo(Quadrant), Quant, pLevels, p);
+        Pairs[2 * i + 1] = QuantAcTwo(TransformTwo(Quadrant.At(0, 4)), Quant, pLevels + 32, p + 4);
     }
     return BlockMask(Pairs);
 }

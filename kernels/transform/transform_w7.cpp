@@ -5,6 +5,9 @@
 
 namespace kernels {
 
+// Coefficients stay in registers only where everything that touches them is one function.
+#define INLINE [[gnu::always_inline]] static inline
+
 static __m128i Load16(const int16_t* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
 static void Store16(int16_t* p, __m128i v) { _mm_store_si128(reinterpret_cast<__m128i*>(p), v); }
 static __m128i Load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
@@ -48,7 +51,7 @@ static __m128i Rounded(__m128i Dc) { return _mm_srai_epi16(_mm_add_epi16(Dc, _mm
 // ---- 4x4 inverse (8.5.12.2) --------------------------------------------------------------------------------
 
 // One pass over four rows or columns, each of them one register of two blocks.
-static void Inverse4(__m128i v[4])
+INLINE void Inverse4(__m128i v[4])
 {
     const __m128i e0 = _mm_add_epi16(v[0], v[2]), e1 = _mm_sub_epi16(v[0], v[2]);
     const __m128i e2 = _mm_sub_epi16(Half(v[1]), v[3]), e3 = _mm_add_epi16(v[1], Half(v[3]));
@@ -59,7 +62,7 @@ static void Inverse4(__m128i v[4])
 }
 
 // Rows or columns of two blocks side by side, from one to the other.
-static void TransposeTwo(__m128i v[4])
+INLINE void TransposeTwo(__m128i v[4])
 {
     const __m128i a01 = _mm_unpacklo_epi16(v[0], v[1]), b01 = _mm_unpackhi_epi16(v[0], v[1]);
     const __m128i a23 = _mm_unpacklo_epi16(v[2], v[3]), b23 = _mm_unpackhi_epi16(v[2], v[3]);
@@ -72,7 +75,7 @@ static void TransposeTwo(__m128i v[4])
 }
 
 // A block in raster order as columns 0, 1 and columns 2, 3.
-static void TransposeOne(const __m128i Raster[2], __m128i Columns[2])
+INLINE void TransposeOne(const __m128i Raster[2], __m128i Columns[2])
 {
     const __m128i Even = _mm_unpacklo_epi16(Raster[0], Raster[1]), Odd = _mm_unpackhi_epi16(Raster[0], Raster[1]);
     Columns[0] = _mm_unpacklo_epi16(Even, Odd);
@@ -80,7 +83,7 @@ static void TransposeOne(const __m128i Raster[2], __m128i Columns[2])
 }
 
 // The rows of the residual, not yet shifted down, of blocks a and b.
-static void InverseTwo(const __m128i a[2], const __m128i b[2], __m128i Rows[4])
+INLINE void InverseTwo(const __m128i a[2], const __m128i b[2], __m128i Rows[4])
 {
     __m128i aColumns[2], bColumns[2];
     TransposeOne(a, aColumns);
@@ -166,7 +169,7 @@ void AddResidualChroma_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint3
 
 // ---- 8x8 inverse (8.5.13.2) --------------------------------------------------------------------------------
 
-static void Inverse8(__m128i d[8])
+INLINE void Inverse8(__m128i d[8])
 {
     const __m128i e0 = _mm_add_epi16(d[0], d[4]), e2 = _mm_sub_epi16(d[0], d[4]);
     const __m128i e4 = _mm_sub_epi16(Half(d[2]), d[6]), e6 = _mm_add_epi16(d[2], Half(d[6]));
@@ -188,7 +191,7 @@ static void Inverse8(__m128i d[8])
     d[7] = _mm_sub_epi16(f0, f7);
 }
 
-static void Transpose8(__m128i v[8])
+INLINE void Transpose8(__m128i v[8])
 {
     __m128i a[8], b[8];
     for (int i = 0; i < 4; ++i) {
