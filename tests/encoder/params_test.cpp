@@ -215,12 +215,12 @@ protected:
 };
 
 const char* const kWholeFile = "one\ntwo\nthree\n300 frames\n1 50 2\n3 1\n4 2 5\n100 31\n640\n480\n6\n1 9 10\n1 9 257 3 4\n"
-                               "3 21 22 279 500000\n8 2 16 12\n1 1 1\n1 0\n2 -3 5\n1 1 0\nignored? 7\n";
+                               "3 21 22 279 500000\n8 2 16 12\n1 1 1\n1 0\n2 -3 5\n1 1 0\n";
 
 TEST_F(ParamFile, LinesWithTooFewValuesEndTheRead)
 {
     H264EncoderParams p;
-    EXPECT_EQ(Read(kWholeFile, p), UMC::StatusInvalidParams); // line 20 does not start with a number
+    EXPECT_EQ(Read(std::string(kWholeFile).append("ignored? 7\n"), p), UMC::StatusInvalidParams); // line 20 does not start with a number
     EXPECT_EQ(p.num_frames, 300);
     EXPECT_EQ(p.use_default_scaling_matrix, 1);
     EXPECT_EQ(p.entropy_coding_mode, 1);
@@ -232,9 +232,7 @@ TEST_F(ParamFile, LinesWithTooFewValuesEndTheRead)
 
 TEST_F(ParamFile, EveryLineLandsInItsFields)
 {
-    std::string Text = kWholeFile;
-    Text.replace(Text.find("ignored? 7"), 10, "7");
-    Text += "8\n0 2\n1\n3\n";
+    const std::string Text = std::string(kWholeFile).append("7\n8\n0 2\n1\n3\n");
     H264EncoderParams p;
     ASSERT_EQ(Read(Text, p), UMC::StatusOk);
     EXPECT_EQ(p.key_frame_interval, 50);

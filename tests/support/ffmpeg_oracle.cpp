@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <sstream>
 
 namespace ffmpeg_oracle {
 
@@ -20,7 +21,9 @@ public:
     ScratchFolder()
     {
         std::random_device Random;
-        m_Path = fs::temp_directory_path() / ("quilvex_oracle_" + std::to_string(Random()) + std::to_string(Random()));
+        std::ostringstream Name;
+        Name << "quilvex_oracle_" << Random() << Random();
+        m_Path = fs::temp_directory_path() / Name.str();
         fs::create_directories(m_Path);
     }
     ~ScratchFolder()
