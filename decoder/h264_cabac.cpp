@@ -17,10 +17,6 @@ CabacTables::CabacTables()
             const uint32_t MpsAfterLps = State == 0 ? Mps ^ 1 : Mps;
             Next[128 + i] = static_cast<CabacContext>(kTransIdxLps[State] * 2u + MpsAfterLps);
         }
-    for (uint32_t Range = 0; Range < 512; ++Range) {
-        Shift[Range] = 0;
-        for (uint32_t r = std::max(Range, 1u); r < 256; r *= 2) ++Shift[Range];
-    }
 }
 
 const CabacTables g_CabacTables;
@@ -42,14 +38,11 @@ void CabacDecoder::Start(const H264Bitstream& Bitstream)
     const int32_t WordBits = Bitstream.BitOffset() + 1; // unread bits of the current word: 8, 16, 24 or 32
     m_pBase = pWord - Bitstream.BitsDecoded() / 32;
     m_pEnd = m_pBase + (Bitstream.BytesDecoded() + static_cast<uint32_t>(std::max(Bitstream.BytesLeft(), 0)) + 3) / 4;
-    m_Engine.m_CabacRange = 510;
-    m_Engine.m_CabacOffset = pWord[0] & (~uint32_t{0} >> (32 - WordBits));
-    m_Engine.m_CabacBits = WordBits - 9;
+    m_Engine.m_CabacRange = uint64_t{510} << CabacEngine::kRangeShift;
+    m_Engine.m_CabacOffset = uint64_t{pWord[0]} << (64 - WordBits);
+    m_Engine.m_CabacBits = WordBits;
     m_Engine.m_CabacStream = pWord + 1;
-    if (m_Engine.m_CabacBits < 0) {
-        m_Engine.m_CabacOffset = m_Engine.m_CabacOffset << 32 | *m_Engine.m_CabacStream++;
-        m_Engine.m_CabacBits += 32;
-    }
+    m_Engine.Consume(9);
 }
 
 } // namespace UMC

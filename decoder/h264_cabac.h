@@ -4,6 +4,7 @@
 #include "Common/h264/h264_tables.h"
 #include "decoder/h264_bitstream.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,78 +19,84 @@ struct CabacTables {
     CabacTables();
     uint8_t RangeLps[128 * 4];  // Table 9-44 by state byte * 4 + quantised range
     CabacContext Next[2 * 128]; // state byte after the more, then after the less probable symbol
-    uint8_t Shift[512];         // doublings that bring a range back to 256 or more
 };
 extern const CabacTables g_CabacTables;
 
 // The engine alone. Copy it into a local, decode a block and store it back: the fields then live in registers.
 //
-// codIOffset of the standard is held with m_CabacBits bits read ahead below it, so that renormalising moves no
-// bits: it only takes from m_CabacBits. A word is appended when the count falls below 0.
+// codIRange and codIOffset of the standard stand in the top nine bits of their fields. Bits read ahead follow those of the
+// offset, m_CabacBits of them, at least one between calls; a word is appended when the last one is taken.
 struct CabacEngine {
     uint64_t m_CabacOffset = 0;
-    uint32_t m_CabacRange = 510; // codIRange
+    uint64_t m_CabacRange = uint64_t{510} << kRangeShift;
     int32_t m_CabacBits = 0;
     const uint32_t* m_CabacStream = nullptr; // next word
+
+    static constexpr int kRangeShift = 64 - 9;
 
     // Decision of clause 9.3.3.2.1, with the transition of the context.
     [[gnu::always_inline]] inline uint32_t Decide(CabacContext& Context)
     {
-        const auto State = static_cast<uint32_t>(Context);
-        // The range lies in 256..510, so its upper bits are 4..7: the table's base takes the 4 off again.
-        const uint32_t Lps = g_CabacTables.RangeLps[State * 4 + (m_CabacRange >> 6) - 4];
-        const uint32_t Range = m_CabacRange - Lps;
-        const uint64_t Scaled = uint64_t{Range} << m_CabacBits;
-        if (m_CabacOffset < Scaled) [[likely]] {
+        size_t State = static_cast<size_t>(Context);
+        // The range lies in 256..510, so its top three bits are 4..7: the table's base takes the 4 off again.
+        const uint8_t* const pLps = g_CabacTables.RangeLps + State * 4 - 4;
+        const uint64_t Lps = uint64_t{pLps[m_CabacRange >> 61]} << kRangeShift;
+        m_CabacRange -= Lps;
+        if (m_CabacOffset < m_CabacRange) [[likely]] {
             Context = g_CabacTables.Next[State];
-            m_CabacRange = Range;
-            if (Range < 256) { // at most one doubling, since the more probable symbol keeps half of 256
-                m_CabacRange = Range * 2;
-                Consume(1);
-            }
-            return State & 1;
+            // At most one doubling, since the more probable symbol keeps half of 256.
+            if (static_cast<int64_t>(m_CabacRange) >= 0) Double();
+        } else {
+            m_CabacOffset -= m_CabacRange;
+            Context = g_CabacTables.Next[State + 128];
+            const int Shift = std::countl_zero(Lps);
+            m_CabacRange = Lps << Shift;
+            m_CabacOffset <<= Shift;
+            Consume(Shift);
+            State = ~State;
         }
-        m_CabacOffset -= Scaled;
-        Context = g_CabacTables.Next[State + 128];
-        const uint32_t Shift = g_CabacTables.Shift[Lps];
-        m_CabacRange = Lps << Shift;
-        Consume(static_cast<int32_t>(Shift));
-        return (State & 1) ^ 1;
+        return static_cast<uint32_t>(State & 1);
     }
 
     // One equiprobable bin, clause 9.3.3.2.3.
     [[gnu::always_inline]] inline uint32_t Bypass() { return BypassMask() & 1; }
 
-    // The same as a mask: all ones for 1.
+    // The same as a mask: all ones for 1. The offset is compared with half the range, which has zeros below its nine bits,
+    // before it is doubled, so that it never leaves its field.
     [[gnu::always_inline]] inline uint32_t BypassMask()
     {
+        const uint64_t Half = m_CabacRange >> 1;
+        const uint64_t Mask = uint64_t{0} - uint64_t{m_CabacOffset >= Half};
+        m_CabacOffset = (m_CabacOffset - (Half & Mask)) << 1;
         Consume(1);
-        const uint64_t Scaled = uint64_t{m_CabacRange} << m_CabacBits;
-        const uint64_t Mask = uint64_t{0} - uint64_t{m_CabacOffset >= Scaled};
-        m_CabacOffset -= Scaled & Mask;
         return static_cast<uint32_t>(Mask);
     }
 
     // The terminate decision of ctxIdx 276, clause 9.3.3.2.2.3. After a 1 nothing more may be decoded.
     uint32_t Terminate()
     {
-        m_CabacRange -= 2;
-        if (m_CabacOffset >= uint64_t{m_CabacRange} << m_CabacBits) return 1;
-        if (m_CabacRange < 256) {
-            m_CabacRange *= 2;
-            Consume(1);
-        }
+        m_CabacRange -= uint64_t{2} << kRangeShift;
+        if (m_CabacOffset >= m_CabacRange) return 1;
+        if (static_cast<int64_t>(m_CabacRange) >= 0) Double();
         return 0;
     }
 
-private:
+    // Appends a word when no bit read ahead is left.
     [[gnu::always_inline]] inline void Consume(int32_t Count)
     {
         m_CabacBits -= Count;
-        if (m_CabacBits < 0) [[unlikely]] {
-            m_CabacOffset = m_CabacOffset << 32 | *m_CabacStream++;
+        if (m_CabacBits <= 0) [[unlikely]] {
+            m_CabacOffset |= uint64_t{*m_CabacStream++} << (kRangeShift - 32 - m_CabacBits);
             m_CabacBits += 32;
         }
+    }
+
+private:
+    [[gnu::always_inline]] inline void Double()
+    {
+        m_CabacRange <<= 1;
+        m_CabacOffset <<= 1;
+        Consume(1);
     }
 };
 

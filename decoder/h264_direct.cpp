@@ -62,12 +62,11 @@ Motion PredictSpatial(const H264SegmentDecoder& d)
 {
     Motion m;
     for (int List = 0; List < 2; ++List) {
-        const MotionCache& Cache = d.m_Motion[List];
-        const MotionNeighbours n = FindMotionNeighbours(Cache, kCacheOrigin, 4);
+        const MotionNeighbours n = FindMotionNeighbours(d, List);
         // As unsigned numbers the negative ones are the largest: the minimum is MinPositive of equation 8-184.
-        const auto Unsigned = [&](int Pos) { return static_cast<uint8_t>(Cache.Ref[Pos]); };
+        const auto Unsigned = [](const BlockMotion& b) { return static_cast<uint8_t>(b.RefIdx); };
         m.Ref[List] = static_cast<int8_t>(std::min({Unsigned(n.A), Unsigned(n.B), Unsigned(n.C)}));
-        m.Mv[List] = m.Ref[List] < 0 ? H264DecoderMotionVector{0, 0} : PredictMedian(Cache, n, m.Ref[List]);
+        m.Mv[List] = m.Ref[List] < 0 ? H264DecoderMotionVector{0, 0} : PredictMedian(n, m.Ref[List]);
     }
     return m;
 }

@@ -101,8 +101,8 @@ void Read16x16(H264SegmentDecoder& d, uint32_t Lists)
         uint8_t Mvd[2] = {};
         H264DecoderMotionVector Mv{0, 0};
         if (RefIdx[List] >= 0) {
-            Load<Syntax>(d, List);
-            Mv = PredictMv(d.m_Motion[List], kCacheOrigin, 4, RefIdx[List]) + Syntax::Mvd(d, List, kCacheOrigin, Mvd);
+            if constexpr (Syntax::kCabac) LoadMvd(d, List);
+            Mv = PredictMedian(FindMotionNeighbours(d, List), RefIdx[List]) + Syntax::Mvd(d, List, kCacheOrigin, Mvd);
             TrackMv(d, Mv);
         }
         StoreUniformMotion(d, List, RefIdx[List], Mv);
@@ -227,7 +227,6 @@ bool ReadMotion8x8(H264SegmentDecoder& d, bool AllRef0)
 
 void StoreDirect(H264SegmentDecoder& d)
 {
-    for (int List = 0; List < 2; ++List) LoadMotion(d, List);
     DeriveDirectMacroblock(d);
     d.m_Mb.m_pGlobal->MbType = MBTYPE_DIRECT;
     d.m_Mb.m_pGlobal->MbFlags |= MBFLAG_DIRECT;
@@ -296,35 +295,6 @@ void LoadIntraModes(const H264SegmentDecoder& d, int8_t* pCache)
 
 } // namespace
 
-void BeginMacroblock(H264SegmentDecoder& Decoder, int32_t Number, int32_t X, int32_t Y)
-{
-    MbState& Mb = Decoder.m_Mb;
-    MbGlobalInfo* const pGlobal = Decoder.m_MbInfo.m_pGlobal;
-    const auto SliceId = static_cast<uint16_t>(Decoder.m_pSlice->m_SliceNumber);
-    const int32_t n = Number + Decoder.m_FieldOffset;
-    const auto Find = [&](bool Inside, int32_t Neighbour) {
-        return Inside && pGlobal[Neighbour].SliceId == SliceId ? Neighbour : -1;
-    };
-    Mb.m_Mb = n;
-    Mb.m_X = X;
-    Mb.m_Y = Y;
-    Mb.m_Left = Find(X > 0, n - 1);
-    Mb.m_Top = Find(Y > 0, n - Decoder.m_MbWidth);
-    Mb.m_TopRight = Find(Y > 0 && X + 1 < Decoder.m_MbWidth, n - Decoder.m_MbWidth + 1);
-    Mb.m_TopLeft = Find(Y > 0 && X > 0, n - Decoder.m_MbWidth - 1);
-    Mb.m_pLeftGlobal = Mb.m_Left >= 0 ? pGlobal + Mb.m_Left : &Decoder.m_NoGlobal;
-    Mb.m_pTopGlobal = Mb.m_Top >= 0 ? pGlobal + Mb.m_Top : &Decoder.m_NoGlobal;
-    Mb.m_pLeftLocal = Mb.m_Left >= 0 ? Decoder.m_Local.m_pLocal + Mb.m_Left : &Decoder.m_NoLocal;
-    Mb.m_pTopLocal = Mb.m_Top >= 0 ? Decoder.m_Local.m_pLocal + Mb.m_Top : &Decoder.m_NoLocal;
-    Mb.m_pGlobal = pGlobal + n;
-    Mb.m_pLocal = Decoder.m_Local.m_pLocal + n;
-    *Mb.m_pGlobal = MbGlobalInfo{};
-    Mb.m_pGlobal->SliceId = SliceId;
-    *Mb.m_pLocal = MbLocalInfo{};
-    Mb.m_pLocal->Qp = static_cast<int8_t>(Decoder.m_QpLuma);
-    Decoder.m_ResidualBits[0] = Decoder.m_ResidualBits[1] = Decoder.m_ResidualBits[2] = 0;
-}
-
 void SetQp(H264SegmentDecoder& Decoder, int Delta)
 {
     const int Offset = 6 * (Decoder.m_BitDepthLuma - 8);
@@ -336,8 +306,7 @@ void SetQp(H264SegmentDecoder& Decoder, int Delta)
 
 void SkipMotionP(H264SegmentDecoder& Decoder)
 {
-    LoadMotion(Decoder, 0);
-    const H264DecoderMotionVector Mv = PredictMvSkip(Decoder.m_Motion[0]);
+    const H264DecoderMotionVector Mv = PredictMvSkip(FindMotionNeighbours(Decoder, 0));
     TrackMv(Decoder, Mv);
     StoreUniformMotion(Decoder, 0, 0, Mv);
     StoreUnusedList(Decoder, 1);

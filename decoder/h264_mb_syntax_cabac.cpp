@@ -26,8 +26,24 @@ uint32_t IntraType(CabacEngine& e, CabacContext* c, CabacContext& First, const I
     return Type + e.Decide(c[Offsets.Mode1]);
 }
 
+// A copy of the engine for the length of one element of several bins, so that its fields live in registers.
+class LocalEngine
+{
+public:
+    explicit LocalEngine(CabacDecoder& Cabac) : m_Cabac(Cabac), m_Engine(Cabac.m_Engine) {}
+    ~LocalEngine() { m_Cabac.m_Engine = m_Engine; }
+    LocalEngine(const LocalEngine&) = delete;
+    LocalEngine& operator=(const LocalEngine&) = delete;
+    CabacEngine* operator->() { return &m_Engine; }
+    CabacEngine& operator*() { return m_Engine; }
+
+private:
+    CabacDecoder& m_Cabac;
+    CabacEngine m_Engine;
+};
+
 // Suffix of UEG3 with prefix up to 9 ones (clause 9.3.2.3), sign included. Sum is the neighbours' magnitudes.
-int MvdComponent(CabacEngine& e, CabacContext* c, uint32_t Sum)
+[[gnu::always_inline]] inline int MvdComponent(CabacEngine& e, CabacContext* c, uint32_t Sum)
 {
     if (!e.Decide(c[(Sum > 2) + (Sum > 32)])) return 0;
     uint32_t Value = 1;
@@ -72,41 +88,41 @@ uint32_t CabacSyntax::MbTypeP(H264SegmentDecoder& d)
 uint32_t CabacSyntax::MbTypeB(H264SegmentDecoder& d)
 {
     const auto IsDirect = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_DIRECT; };
-    CabacEngine& e = d.m_pCabac->m_Engine;
+    LocalEngine e(*d.m_pCabac);
     CabacContext* const c = d.m_pCabac->m_Contexts + 27;
-    if (!e.Decide(c[!IsDirect(*d.m_Mb.m_pLeftGlobal) + !IsDirect(*d.m_Mb.m_pTopGlobal)])) return 0;
-    if (!e.Decide(c[3])) return 1 + e.Decide(c[5]);
-    uint32_t Bins = e.Decide(c[4]);
-    for (int i = 0; i < 3; ++i) Bins = Bins * 2 + e.Decide(c[5]);
+    if (!e->Decide(c[!IsDirect(*d.m_Mb.m_pLeftGlobal) + !IsDirect(*d.m_Mb.m_pTopGlobal)])) return 0;
+    if (!e->Decide(c[3])) return 1 + e->Decide(c[5]);
+    uint32_t Bins = e->Decide(c[4]);
+    for (int i = 0; i < 3; ++i) Bins = Bins * 2 + e->Decide(c[5]);
     if (Bins < 8) return 3 + Bins;
-    if (Bins == 13) return kFirstIntraTypeB + IntraType(e, c + 5, c[5], kPrefixedContexts);
+    if (Bins == 13) return kFirstIntraTypeB + IntraType(*e, c + 5, c[5], kPrefixedContexts);
     if (Bins == 14) return 11;
     if (Bins == 15) return 22;
-    return 12 + (Bins - 8) * 2 + e.Decide(c[5]);
+    return 12 + (Bins - 8) * 2 + e->Decide(c[5]);
 }
 
 uint32_t CabacSyntax::SubMbTypeP(H264SegmentDecoder& d)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
+    LocalEngine e(*d.m_pCabac);
     CabacContext* const c = d.m_pCabac->m_Contexts + 21;
-    if (e.Decide(c[0])) return 0;
-    if (!e.Decide(c[1])) return 1;
-    return e.Decide(c[2]) ? 2 : 3;
+    if (e->Decide(c[0])) return 0;
+    if (!e->Decide(c[1])) return 1;
+    return e->Decide(c[2]) ? 2 : 3;
 }
 
 uint32_t CabacSyntax::SubMbTypeB(H264SegmentDecoder& d)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
+    LocalEngine e(*d.m_pCabac);
     CabacContext* const c = d.m_pCabac->m_Contexts + 36;
-    if (!e.Decide(c[0])) return 0;
-    if (!e.Decide(c[1])) return 1 + e.Decide(c[3]);
+    if (!e->Decide(c[0])) return 0;
+    if (!e->Decide(c[1])) return 1 + e->Decide(c[3]);
     uint32_t Type = 3;
-    if (e.Decide(c[2])) {
-        if (e.Decide(c[3])) return 11 + e.Decide(c[3]);
+    if (e->Decide(c[2])) {
+        if (e->Decide(c[3])) return 11 + e->Decide(c[3]);
         Type = 7;
     }
-    Type += 2 * e.Decide(c[3]);
-    return Type + e.Decide(c[3]);
+    Type += 2 * e->Decide(c[3]);
+    return Type + e->Decide(c[3]);
 }
 
 uint32_t CabacSyntax::TransformSize8x8Flag(H264SegmentDecoder& d)
@@ -118,12 +134,12 @@ uint32_t CabacSyntax::TransformSize8x8Flag(H264SegmentDecoder& d)
 
 int CabacSyntax::IntraMode(H264SegmentDecoder& d)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
+    LocalEngine e(*d.m_pCabac);
     CabacContext* const c = d.m_pCabac->m_Contexts + 68;
-    if (e.Decide(c[0])) return -1;
-    uint32_t Mode = e.Decide(c[1]);
-    Mode += 2 * e.Decide(c[1]);
-    Mode += 4 * e.Decide(c[1]);
+    if (e->Decide(c[0])) return -1;
+    uint32_t Mode = e->Decide(c[1]);
+    Mode += 2 * e->Decide(c[1]);
+    Mode += 4 * e->Decide(c[1]);
     return static_cast<int>(Mode);
 }
 
@@ -143,34 +159,34 @@ uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
 
 uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
+    LocalEngine e(*d.m_pCabac);
     CabacContext* const c = d.m_pCabac->m_Contexts + 73;
     const uint32_t Left = d.m_Mb.m_pLeftLocal->CodedBlockPattern, Top = d.m_Mb.m_pTopLocal->CodedBlockPattern;
     const auto Inc = [](uint32_t A, uint32_t B) { return (~A & 1) + 2 * (~B & 1); };
 
-    const uint32_t b0 = e.Decide(c[Inc(Left >> 1, Top >> 2)]);
-    const uint32_t b1 = e.Decide(c[Inc(b0, Top >> 3)]);
-    const uint32_t b2 = e.Decide(c[Inc(Left >> 3, b0)]);
-    const uint32_t b3 = e.Decide(c[Inc(b2, b1)]);
+    const uint32_t b0 = e->Decide(c[Inc(Left >> 1, Top >> 2)]);
+    const uint32_t b1 = e->Decide(c[Inc(b0, Top >> 3)]);
+    const uint32_t b2 = e->Decide(c[Inc(Left >> 3, b0)]);
+    const uint32_t b3 = e->Decide(c[Inc(b2, b1)]);
     uint32_t Pattern = b0 | b1 << 1 | b2 << 2 | b3 << 3;
     if (d.m_pSeqParamSet->chroma_format_idc == 0) return static_cast<uint8_t>(Pattern);
 
     const uint32_t LeftChroma = Left >> 4, TopChroma = Top >> 4;
-    if (e.Decide(c[4 + (LeftChroma != 0) + 2 * (TopChroma != 0)]))
-        Pattern |= 16u << e.Decide(c[8 + (LeftChroma == 2) + 2 * (TopChroma == 2)]);
+    if (e->Decide(c[4 + (LeftChroma != 0) + 2 * (TopChroma != 0)]))
+        Pattern |= 16u << e->Decide(c[8 + (LeftChroma == 2) + 2 * (TopChroma == 2)]);
     return static_cast<uint8_t>(Pattern);
 }
 
 int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
+    LocalEngine e(*d.m_pCabac);
     CabacContext* const c = d.m_pCabac->m_Contexts + 60;
-    if (!e.Decide(c[d.m_PrevDeltaQp != 0])) return 0;
+    if (!e->Decide(c[d.m_PrevDeltaQp != 0])) return 0;
     int Bins = 1;
-    if (e.Decide(c[2]))
+    if (e->Decide(c[2]))
         do
             if (++Bins > 2 * (52 + 6 * 8)) ThrowDamaged(); // beyond every depth's range
-        while (e.Decide(c[3]));
+        while (e->Decide(c[3]));
     return Bins & 1 ? (Bins + 1) / 2 : -(Bins / 2);
 }
 
@@ -196,10 +212,9 @@ H264DecoderMotionVector CabacSyntax::Mvd(H264SegmentDecoder& d, int List, int Po
 {
     const uint8_t* const pA = d.m_Motion[List].Mvd[Pos - 1];
     const uint8_t* const pB = d.m_Motion[List].Mvd[Pos - kCacheStride];
-    CabacEngine e = d.m_pCabac->m_Engine;
-    const int x = MvdComponent(e, d.m_pCabac->m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
-    const int y = MvdComponent(e, d.m_pCabac->m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
-    d.m_pCabac->m_Engine = e;
+    LocalEngine e(*d.m_pCabac);
+    const int x = MvdComponent(*e, d.m_pCabac->m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
+    const int y = MvdComponent(*e, d.m_pCabac->m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
     Magnitude[0] = static_cast<uint8_t>(std::min(x < 0 ? -x : x, 127));
     Magnitude[1] = static_cast<uint8_t>(std::min(y < 0 ? -y : y, 127));
     return {static_cast<int16_t>(x), static_cast<int16_t>(y)};

@@ -14,28 +14,25 @@ uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101
 
 H264DecoderMotionVector PredictMv16x8(const MotionCache& Cache, int Part, int RefIdx)
 {
-    const int Pos = CachePos(0, Part * 2);
-    const MotionNeighbours n = FindMotionNeighbours(Cache, Pos, 4);
-    const int Preferred = Part == 0 ? n.B : n.A;
-    return Cache.Ref[Preferred] == RefIdx ? Cache.Mv[Preferred] : PredictMedian(Cache, n, RefIdx);
+    const MotionNeighbours n = FindMotionNeighbours(Cache, CachePos(0, Part * 2), 4);
+    const BlockMotion& Preferred = Part == 0 ? n.B : n.A;
+    return Preferred.RefIdx == RefIdx ? Preferred.Mv : PredictMedian(n, RefIdx);
 }
 
 H264DecoderMotionVector PredictMv8x16(const MotionCache& Cache, int Part, int RefIdx)
 {
-    const int Pos = CachePos(Part * 2, 0);
-    const MotionNeighbours n = FindMotionNeighbours(Cache, Pos, 2);
-    const int Preferred = Part == 0 ? n.A : n.C;
-    return Cache.Ref[Preferred] == RefIdx ? Cache.Mv[Preferred] : PredictMedian(Cache, n, RefIdx);
+    const MotionNeighbours n = FindMotionNeighbours(Cache, CachePos(Part * 2, 0), 2);
+    const BlockMotion& Preferred = Part == 0 ? n.A : n.C;
+    return Preferred.RefIdx == RefIdx ? Preferred.Mv : PredictMedian(n, RefIdx);
 }
 
-H264DecoderMotionVector PredictMvSkip(const MotionCache& Cache)
+H264DecoderMotionVector PredictMvSkip(const MotionNeighbours& Neighbours)
 {
-    const MotionNeighbours n = FindMotionNeighbours(Cache, kCacheOrigin, 4);
-    const int RefA = Cache.Ref[n.A], RefB = Cache.Ref[n.B];
-    if (RefA == kRefUnavailable || RefB == kRefUnavailable || (RefA == 0 && AsWord(Cache.Mv[n.A]) == 0) ||
-        (RefB == 0 && AsWord(Cache.Mv[n.B]) == 0))
-        return {0, 0};
-    return PredictMedian(Cache, n, 0);
+    const auto Stops = [](const BlockMotion& m) {
+        return m.RefIdx == kRefUnavailable || (m.RefIdx == 0 && AsWord(m.Mv) == 0);
+    };
+    if (Stops(Neighbours.A) || Stops(Neighbours.B)) return {0, 0};
+    return PredictMedian(Neighbours, 0);
 }
 
 void LoadMotion(H264SegmentDecoder& Decoder, int List)

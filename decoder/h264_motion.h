@@ -16,34 +16,51 @@ inline H264DecoderMotionVector operator+(H264DecoderMotionVector a, H264DecoderM
     return {static_cast<int16_t>(a.mvx + b.mvx), static_cast<int16_t>(a.mvy + b.mvy)};
 }
 
-// Where a block's neighbours stand in the cache. C is the block above-right, or above-left when that is not there.
+// Motion of one neighbouring block. A vector whose reference is negative is 0.
+struct BlockMotion {
+    H264DecoderMotionVector Mv;
+    int RefIdx;
+};
+
+// Of the neighbours left of a block (A), above (B) and above-right, or above-left when that is not there (C).
 struct MotionNeighbours {
-    int A, B, C;
+    BlockMotion A, B, C;
 };
 
 // For the block at Pos, Width 4x4 blocks wide. NoC: the block above-right comes later in decoding order though it lies in
 // this macroblock; places outside the macroblock that are not there have kRefUnavailable.
 inline MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int Pos, int Width, bool NoC = false)
 {
+    const auto At = [&](int p) { return BlockMotion{Cache.Mv[p], Cache.Ref[p]}; };
     const int Right = Pos - kCacheStride + Width;
     const bool HasC = !NoC && Cache.Ref[Right] != kRefUnavailable;
-    return {Pos - 1, Pos - kCacheStride, HasC ? Right : Pos - kCacheStride - 1};
+    return {At(Pos - 1), At(Pos - kCacheStride), At(HasC ? Right : Pos - kCacheStride - 1)};
+}
+
+// For the whole macroblock, straight from its neighbours' records.
+inline MotionNeighbours FindMotionNeighbours(const H264SegmentDecoder& Decoder, int List)
+{
+    const MbState& Mb = Decoder.m_Mb;
+    const auto At = [&](int32_t Neighbour, int Block) {
+        if (Neighbour < 0) return BlockMotion{{0, 0}, kRefUnavailable};
+        const int32_t i = Neighbour * 16 + Block;
+        return BlockMotion{Decoder.m_MbInfo.m_pMv[List][i], Decoder.m_MbInfo.m_pRefIdx[List][i]};
+    };
+    return {At(Mb.m_Left, 3), At(Mb.m_Top, 12), Mb.m_TopRight >= 0 ? At(Mb.m_TopRight, 12) : At(Mb.m_TopLeft, 15)};
 }
 
 // Clause 8.4.1.3.1: the median, or the only neighbour with the same reference.
-inline H264DecoderMotionVector PredictMedian(const MotionCache& Cache, const MotionNeighbours& n, int RefIdx)
+inline H264DecoderMotionVector PredictMedian(const MotionNeighbours& n, int RefIdx)
 {
-    const H264DecoderMotionVector A = Cache.Mv[n.A], B = Cache.Mv[n.B], C = Cache.Mv[n.C];
-    const int RefA = Cache.Ref[n.A], RefB = Cache.Ref[n.B], RefC = Cache.Ref[n.C];
-    const int Matches = (RefA == RefIdx) + (RefB == RefIdx) + (RefC == RefIdx);
-    if (Matches == 1) return RefA == RefIdx ? A : RefB == RefIdx ? B : C;
-    if (RefB == kRefUnavailable && RefC == kRefUnavailable && RefA != kRefUnavailable) return A;
-    return {Median(A.mvx, B.mvx, C.mvx), Median(A.mvy, B.mvy, C.mvy)};
+    const int Matches = (n.A.RefIdx == RefIdx) + (n.B.RefIdx == RefIdx) + (n.C.RefIdx == RefIdx);
+    if (Matches == 1) return n.A.RefIdx == RefIdx ? n.A.Mv : n.B.RefIdx == RefIdx ? n.B.Mv : n.C.Mv;
+    if (n.B.RefIdx == kRefUnavailable && n.C.RefIdx == kRefUnavailable && n.A.RefIdx != kRefUnavailable) return n.A.Mv;
+    return {Median(n.A.Mv.mvx, n.B.Mv.mvx, n.C.Mv.mvx), Median(n.A.Mv.mvy, n.B.Mv.mvy, n.C.Mv.mvy)};
 }
 
 inline H264DecoderMotionVector PredictMv(const MotionCache& Cache, int Pos, int Width, int RefIdx, bool NoC = false)
 {
-    return PredictMedian(Cache, FindMotionNeighbours(Cache, Pos, Width, NoC), RefIdx);
+    return PredictMedian(FindMotionNeighbours(Cache, Pos, Width, NoC), RefIdx);
 }
 
 // Clause 8.4.1.3, directional prediction of 16x8 and 8x16 partitions, Part 0 or 1.
@@ -51,7 +68,7 @@ H264DecoderMotionVector PredictMv16x8(const MotionCache& Cache, int Part, int Re
 H264DecoderMotionVector PredictMv8x16(const MotionCache& Cache, int Part, int RefIdx);
 
 // Clause 8.4.1.1.
-H264DecoderMotionVector PredictMvSkip(const MotionCache& Cache);
+H264DecoderMotionVector PredictMvSkip(const MotionNeighbours& Neighbours);
 
 // Fills the borders of the cache of a list from the neighbours' records.
 void LoadMotion(H264SegmentDecoder& Decoder, int List);

@@ -40,8 +40,9 @@ private:
         const int32_t PictureMbs = d.m_MbWidth * d.m_MbHeight;
         const uint32_t* const pNextMbMap = d.m_pSlice->m_UsesSliceGroups ? d.m_pSlice->m_pNextMbMap : nullptr;
         d.m_CurrentMb = Position;
+        int32_t X = Position % d.m_MbWidth, Y = Position / d.m_MbWidth;
         for (int32_t i = 0; i < Count && d.m_CurrentMb < PictureMbs; ++i) {
-            BeginMacroblock(d, d.m_CurrentMb, d.m_CurrentMb % d.m_MbWidth, d.m_CurrentMb / d.m_MbWidth);
+            BeginMacroblock(d, d.m_CurrentMb, X, Y);
             if constexpr (kCabac)
                 Decoder::template DecodeMbCABAC<kSlice>(d);
             else
@@ -50,8 +51,18 @@ private:
                 Reconstructor::ReconstructIntra(d);
             else
                 Reconstructor::ReconstructInter(d);
-            d.m_CurrentMb = pNextMbMap ? static_cast<int32_t>(pNextMbMap[d.m_CurrentMb]) : d.m_CurrentMb + 1;
             ++d.m_MbsDone;
+            if (pNextMbMap) {
+                d.m_CurrentMb = static_cast<int32_t>(pNextMbMap[d.m_CurrentMb]);
+                X = d.m_CurrentMb % d.m_MbWidth;
+                Y = d.m_CurrentMb / d.m_MbWidth;
+            } else {
+                ++d.m_CurrentMb;
+                if (++X == d.m_MbWidth) {
+                    X = 0;
+                    ++Y;
+                }
+            }
             if (IsSliceEnd<kCabac>(d)) return StatusEndOfSegment;
         }
         return StatusOk;

@@ -86,15 +86,30 @@ TEST_F(MvPrediction, HalvesPreferTheNeighbourAtTheirSide)
 
 TEST_F(MvPrediction, SkipIsZeroAtABorderAndBesideAStillNeighbour)
 {
-    ExpectMv(PredictMvSkip(Load()), 0, 0);
+    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 0, 0);
     SetMotion(4, 0, {10, -8});
     SetMotion(1, 0, {6, 6});
     SetMotion(2, 0, {7, 7});
-    ExpectMv(PredictMvSkip(Load()), 7, 6);
+    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 7, 6);
     SetMotion(1, 0, {0, 0});
-    ExpectMv(PredictMvSkip(Load()), 0, 0);
+    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 0, 0);
     SetMotion(1, 1, {0, 0}); // still, but of another reference: the median stands
-    ExpectMv(PredictMvSkip(Load()), 7, 0);
+    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 7, 0);
+}
+
+TEST_F(MvPrediction, OfAWholeMacroblockNeedsNoCache)
+{
+    SetMotion(4, 0, {1, 2});
+    SetMotion(1, 1, {3, 4});
+    for (const bool TopRight : {false, true}) {
+        SetMotion(TopRight ? 2 : 0, 2, {5, 6});
+        const MotionNeighbours Cached = FindMotionNeighbours(Load(), kCacheOrigin, 4);
+        const MotionNeighbours Direct = FindMotionNeighbours(*m_pDecoder, 0);
+        for (const auto Which : {&MotionNeighbours::A, &MotionNeighbours::B, &MotionNeighbours::C}) {
+            EXPECT_EQ((Cached.*Which).RefIdx, (Direct.*Which).RefIdx);
+            EXPECT_EQ(AsWord((Cached.*Which).Mv), AsWord((Direct.*Which).Mv));
+        }
+    }
 }
 
 TEST_F(MvPrediction, RecordsGoRoundThroughTheCache)
