@@ -1,14 +1,25 @@
 // Boundary strengths, clause 8.7.2.1.
 #include "decoder/h264_deblocking.h"
 
+#include <array>
+
 namespace UMC {
 
 namespace {
 
 constexpr uint32_t kAllPieces = 0x01010101;
 
-// Four bits to four bytes of 0 or 1.
-uint32_t SpreadNibble(uint32_t Nibble) { return (Nibble & 15) * 0x00204081u & kAllPieces; }
+// Eight bits to eight bytes of 0 or 1, the lowest first.
+constexpr std::array<uint64_t, 256> kSpread = [] {
+    std::array<uint64_t, 256> Table{};
+    for (size_t Bits = 0; Bits < 256; ++Bits)
+        for (size_t i = 0; i < 8; ++i) Table[Bits] |= uint64_t{Bits >> i & 1} << (8 * i);
+    return Table;
+}();
+
+// Bit i to bit 4 * i.
+constexpr uint16_t kColumn[16] = {0x0000, 0x0001, 0x0010, 0x0011, 0x0100, 0x0101, 0x0110, 0x0111,
+                                  0x1000, 0x1001, 0x1010, 0x1011, 0x1100, 0x1101, 0x1110, 0x1111};
 
 // Rows of a 4x4 matrix of bits become columns.
 uint32_t Transpose(uint32_t Bits)
@@ -23,25 +34,12 @@ uint32_t Transpose(uint32_t Bits)
 void SpreadEdges(uint32_t Coded, uint32_t Moves, uint32_t* pEdge)
 {
     Moves &= ~Coded;
-    for (int i = 0; i < 4; ++i) pEdge[i] = 2 * SpreadNibble(Coded >> (4 * i)) | SpreadNibble(Moves >> (4 * i));
+    for (int i = 0; i < 2; ++i) {
+        const uint64_t Pair = kSpread[Coded >> (8 * i) & 255] * 2 + kSpread[Moves >> (8 * i) & 255];
+        pEdge[i * 2] = static_cast<uint32_t>(Pair);
+        pEdge[i * 2 + 1] = static_cast<uint32_t>(Pair >> 32);
+    }
 }
-
-} // namespace
-
-bool H264Deblocker::VectorsDiffer(H264DecoderMotionVector a, H264DecoderMotionVector b) const
-{
-    const auto Far = [](int d, int Limit) { return static_cast<unsigned>(d + Limit - 1) > static_cast<unsigned>(2 * Limit - 2); };
-    return Far(a.mvx - b.mvx, 4) | Far(a.mvy - b.mvy, m_MvLimit);
-}
-
-const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
-{
-    const int32_t SliceId = m_pGlobal[Mb].SliceId;
-    const auto& Lists = m_Decoder.m_pFrame->m_RefPicLists[m_Decoder.m_IsBottom ? 1 : 0];
-    return static_cast<size_t>(SliceId) < Lists.size() ? Lists[static_cast<size_t>(SliceId)].get() : nullptr;
-}
-
-namespace {
 
 // A reference picture as a number that is equal for the same picture, of the same parity in fields. 0 for none.
 uintptr_t PictureOf(const H264DecoderRefPicList* pLists, int List, int RefIdx, bool IsField)
@@ -53,19 +51,39 @@ uintptr_t PictureOf(const H264DecoderRefPicList* pLists, int List, int RefIdx, b
 
 } // namespace
 
+inline bool H264Deblocker::VectorsDiffer(H264DecoderMotionVector a, H264DecoderMotionVector b) const
+{
+    const auto Far = [](int d, int Limit) {
+        return static_cast<unsigned>(d + Limit - 1) > static_cast<unsigned>(2 * Limit - 2);
+    };
+    return Far(a.mvx - b.mvx, 4) | Far(a.mvy - b.mvy, m_MvLimit);
+}
+
+const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
+{
+    return FindRefPicList(*m_Decoder.m_pFrame, m_Decoder.m_IsBottom ? 1 : 0, m_pGlobal[Mb].SliceId);
+}
+
+// Blocks i and j of the frame's arrays, i in this slice and j in one whose lists are pOther, with motion of list 0 alone.
+inline bool H264Deblocker::OneListDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const
+{
+    const int RefI = m_pRefIdx[0][i], RefJ = m_pRefIdx[0][j];
+    if (RefI != RefJ || pOther != m_pLists) [[unlikely]]
+        if (PictureOf(m_pLists, 0, RefI, m_IsField) != PictureOf(pOther, 0, RefJ, m_IsField)) return true;
+    return VectorsDiffer(m_pMv[0][i], m_pMv[0][j]);
+}
+
 bool H264Deblocker::BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const
 {
-    const H264MbInfo& Info = m_Decoder.m_MbInfo;
-    const bool IsField = m_Decoder.m_IsField;
     uintptr_t a[2], b[2];
     for (int List = 0; List < 2; ++List) {
-        a[List] = PictureOf(m_pLists, List, Info.m_pRefIdx[List][i], IsField);
-        b[List] = PictureOf(pOther, List, Info.m_pRefIdx[List][j], IsField);
+        a[List] = PictureOf(m_pLists, List, m_pRefIdx[List][i], m_IsField);
+        b[List] = PictureOf(pOther, List, m_pRefIdx[List][j], m_IsField);
     }
     const bool Straight = a[0] == b[0] && a[1] == b[1], Crossed = a[0] == b[1] && a[1] == b[0];
     if (!Straight && !Crossed) return true;
     const auto Differs = [&](int ListA, int ListB) { // a list that is not used has no vector
-        return Info.m_pRefIdx[ListA][i] >= 0 && VectorsDiffer(Info.m_pMv[ListA][i], Info.m_pMv[ListB][j]);
+        return m_pRefIdx[ListA][i] >= 0 && VectorsDiffer(m_pMv[ListA][i], m_pMv[ListB][j]);
     };
     const bool StraightDiffers = Straight && (Differs(0, 0) || Differs(1, 1));
     if (!Crossed) return StraightDiffers;
@@ -73,86 +91,80 @@ bool H264Deblocker::BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPi
     return Straight ? StraightDiffers && CrossedDiffers : CrossedDiffers;
 }
 
-bool H264Deblocker::MotionDiffers(int32_t Mb, int Block, int32_t OtherMb, int OtherBlock,
-                                  const H264DecoderRefPicList* pOther) const
+template <bool kOneList>
+inline bool H264Deblocker::MotionDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const
 {
-    const H264MbInfo& Info = m_Decoder.m_MbInfo;
-    const int32_t i = Mb * 16 + Block, j = OtherMb * 16 + OtherBlock;
-    if (m_IsBSlice || (pOther != m_pLists && Info.m_pRefIdx[1][j] >= 0)) return BothListsDiffer(i, j, pOther);
-    const int RefI = Info.m_pRefIdx[0][i], RefJ = Info.m_pRefIdx[0][j];
-    if ((RefI != RefJ || pOther != m_pLists) && PictureOf(m_pLists, 0, RefI, m_Decoder.m_IsField) !=
-                                                    PictureOf(pOther, 0, RefJ, m_Decoder.m_IsField))
-        return true;
-    return VectorsDiffer(Info.m_pMv[0][i], Info.m_pMv[0][j]);
+    // In a P slice list 1 can only be used across the border of another slice.
+    if constexpr (kOneList)
+        if (pOther == m_pLists || m_pRefIdx[1][j] < 0) return OneListDiffers(i, j, pOther);
+    return BothListsDiffer(i, j, pOther);
 }
 
-// Bits 0..3: pieces of the outer edge across which motion differs.
-uint32_t H264Deblocker::OuterBits(int32_t Mb, int32_t Neighbour, int Direction) const
+// Bits 0..3: pieces of the outer edge across which motion differs. Step leads from piece to piece, Across to the last row
+// or column of the neighbour.
+template <bool kOneList>
+inline uint32_t H264Deblocker::OuterBits(int32_t Mb, int32_t Neighbour, int Step, int Across) const
 {
-    const H264DecoderRefPicList* const pOther = m_pGlobal[Neighbour].SliceId == m_pGlobal[Mb].SliceId ? m_pLists : ListsOf(Neighbour);
-    const int Step = Direction == 0 ? 4 : 1, Across = Direction == 0 ? 3 : 12;
+    const bool SameSlice = m_pGlobal[Neighbour].SliceId == m_pGlobal[Mb].SliceId;
+    const H264DecoderRefPicList* const pOther = SameSlice ? m_pLists : ListsOf(Neighbour);
+    const int32_t i = Mb * 16, j = Neighbour * 16 + Across;
     if (m_pGlobal[Mb].MbFlags & m_pGlobal[Neighbour].MbFlags & MBFLAG_ONE_MOTION)
-        return MotionDiffers(Mb, 0, Neighbour, Across, pOther) ? 15 : 0;
+        return MotionDiffers<kOneList>(i, j, pOther) ? 15 : 0;
     uint32_t Bits = 0;
-    for (int i = 0; i < 4; ++i)
-        Bits |= uint32_t{MotionDiffers(Mb, i * Step, Neighbour, i * Step + Across, pOther)} << i;
+    for (int Piece = 0; Piece < 4; ++Piece)
+        Bits |= uint32_t{MotionDiffers<kOneList>(i + Piece * Step, j + Piece * Step, pOther)} << Piece;
     return Bits;
 }
 
-H264Deblocker::EdgeBits H264Deblocker::MotionBits(int32_t Mb, Outer Neighbours) const
+template <bool kOneList>
+H264Deblocker::EdgeBits H264Deblocker::InnerBits(int32_t Mb) const
 {
+    const auto Differs = [&](int a, int b) {
+        return uint32_t{MotionDiffers<kOneList>(Mb * 16 + a, Mb * 16 + b, m_pLists)};
+    };
+    if (m_pGlobal[Mb].MbType == MBTYPE_INTER16x8) return {0, Differs(8, 4) * 0x0F00};
+    if (m_pGlobal[Mb].MbType == MBTYPE_INTER8x16) return {Differs(2, 1) * 0x4444, 0};
     EdgeBits Bits{0, 0};
-    if (Neighbours.Left >= 0 && !IsIntra(m_pGlobal[Neighbours.Left])) {
-        const uint32_t Left = OuterBits(Mb, Neighbours.Left, 0);
-        Bits.Vertical = (Left & 1) | (Left & 2) << 3 | (Left & 4) << 6 | (Left & 8) << 9;
-    }
-    if (Neighbours.Top >= 0 && !IsIntra(m_pGlobal[Neighbours.Top])) Bits.Horizontal = OuterBits(Mb, Neighbours.Top, 1);
-    const MbGlobalInfo& Global = m_pGlobal[Mb];
-    if (Global.MbFlags & MBFLAG_ONE_MOTION) return Bits;
-
-    const auto Differs = [&](int a, int b) { return uint32_t{MotionDiffers(Mb, a, Mb, b, m_pLists)}; };
-    if (Global.MbType == MBTYPE_INTER16x8) {
-        Bits.Horizontal |= Differs(8, 4) * 0x0F00;
-    } else if (Global.MbType == MBTYPE_INTER8x16) {
-        Bits.Vertical |= Differs(2, 1) * 0x4444;
-    } else {
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 4; ++x) {
-                const int i = y * 4 + x;
-                if (x > 0) Bits.Vertical |= Differs(i, i - 1) << i;
-                if (y > 0) Bits.Horizontal |= Differs(i, i - 4) << i;
-            }
+    for (int i = 0; i < 16; ++i) {
+        if (i & 3) Bits.Vertical |= Differs(i, i - 1) << i;
+        if (i > 3) Bits.Horizontal |= Differs(i, i - 4) << i;
     }
     return Bits;
 }
 
-H264Deblocker::EdgeBits H264Deblocker::CodedBits(int32_t Mb, Outer Neighbours) const
+inline H264Deblocker::EdgeBits H264Deblocker::CodedBits(const Place& p) const
 {
-    const uint32_t Own = m_pLocal[Mb].CodedBlockBits & 0xFFFF;
+    const uint32_t Own = m_pLocal[p.Mb].CodedBlockBits & 0xFFFF;
     EdgeBits Bits{Own | (Own << 1 & 0xEEEE), (Own | Own << 4) & 0xFFFF};
-    if (Neighbours.Left >= 0)
-        Bits.Vertical |= m_pLocal[Neighbours.Left].CodedBlockBits >> 3 & 0x1111;
+    if (p.Left >= 0)
+        Bits.Vertical |= m_pLocal[p.Left].CodedBlockBits >> 3 & 0x1111;
     else
         Bits.Vertical &= 0xEEEE;
-    if (Neighbours.Top >= 0)
-        Bits.Horizontal |= m_pLocal[Neighbours.Top].CodedBlockBits >> 12 & 15;
+    if (p.Top >= 0)
+        Bits.Horizontal |= m_pLocal[p.Top].CodedBlockBits >> 12 & 15;
     else
         Bits.Horizontal &= 0xFFF0;
     return Bits;
 }
 
-DeblockingStrength H264Deblocker::IntraStrength(int32_t Mb, Outer Neighbours) const
+DeblockingStrength H264Deblocker::IntraStrength(const Place& p) const
 {
-    const uint32_t TopEdge = m_Decoder.m_IsField ? 3 * kAllPieces : 4 * kAllPieces;
-    const uint32_t Odd = m_pGlobal[Mb].MbFlags & MBFLAG_TRANSFORM8x8 ? 0 : 3 * kAllPieces;
-    return {{{Neighbours.Left >= 0 ? 4 * kAllPieces : 0, Odd, 3 * kAllPieces, Odd},
-             {Neighbours.Top >= 0 ? TopEdge : 0, Odd, 3 * kAllPieces, Odd}}};
+    const uint32_t TopEdge = m_IsField ? 3 * kAllPieces : 4 * kAllPieces;
+    const uint32_t Odd = m_pGlobal[p.Mb].MbFlags & MBFLAG_TRANSFORM8x8 ? 0 : 3 * kAllPieces;
+    return {{{p.Left >= 0 ? 4 * kAllPieces : 0, Odd, 3 * kAllPieces, Odd},
+             {p.Top >= 0 ? TopEdge : 0, Odd, 3 * kAllPieces, Odd}}};
 }
 
-DeblockingStrength H264Deblocker::InterStrength(int32_t Mb, Outer Neighbours) const
+template <bool kOneList>
+DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
 {
-    EdgeBits Coded = CodedBits(Mb, Neighbours), Moves = MotionBits(Mb, Neighbours);
-    if (m_pGlobal[Mb].MbFlags & MBFLAG_TRANSFORM8x8) {
+    const uint8_t Flags = m_pGlobal[p.Mb].MbFlags;
+    const bool LeftIntra = p.Left >= 0 && IsIntra(m_pGlobal[p.Left]), TopIntra = p.Top >= 0 && IsIntra(m_pGlobal[p.Top]);
+    EdgeBits Coded = CodedBits(p), Moves{0, 0};
+    if (!(Flags & MBFLAG_ONE_MOTION)) Moves = InnerBits<kOneList>(p.Mb);
+    if (p.Left >= 0 && !LeftIntra) Moves.Vertical |= kColumn[OuterBits<kOneList>(p.Mb, p.Left, 4, 3)];
+    if (p.Top >= 0 && !TopIntra) Moves.Horizontal |= OuterBits<kOneList>(p.Mb, p.Top, 1, 12);
+    if (Flags & MBFLAG_TRANSFORM8x8) {
         Coded.Vertical &= 0x5555;
         Coded.Horizontal &= 0x0F0F;
         Moves.Vertical &= 0x5555;
@@ -161,29 +173,20 @@ DeblockingStrength H264Deblocker::InterStrength(int32_t Mb, Outer Neighbours) co
     DeblockingStrength s{};
     if (Coded.Vertical | Moves.Vertical) SpreadEdges(Transpose(Coded.Vertical), Transpose(Moves.Vertical), s.Edge[0]);
     if (Coded.Horizontal | Moves.Horizontal) SpreadEdges(Coded.Horizontal, Moves.Horizontal, s.Edge[1]);
-    if (Neighbours.Left >= 0 && IsIntra(m_pGlobal[Neighbours.Left])) s.Edge[0][0] = 4 * kAllPieces;
-    if (Neighbours.Top >= 0 && IsIntra(m_pGlobal[Neighbours.Top]))
-        s.Edge[1][0] = m_Decoder.m_IsField ? 3 * kAllPieces : 4 * kAllPieces;
+    if (LeftIntra) s.Edge[0][0] = 4 * kAllPieces;
+    if (TopIntra) s.Edge[1][0] = m_IsField ? 3 * kAllPieces : 4 * kAllPieces;
     return s;
 }
 
-H264Deblocker::Outer H264Deblocker::FindOuter(int32_t Mb, int32_t X, int32_t Y) const
+DeblockingStrength H264Deblocker::FindStrength(int32_t X, int32_t Y) const
 {
-    const auto Find = [&](bool Inside, int32_t Neighbour) {
-        if (!Inside) return -1;
-        const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
-        // Nothing was decoded there, or this slice keeps to itself.
-        if (SliceId == kNoSlice || (m_WithinSlice && SliceId != m_pGlobal[Mb].SliceId)) return -1;
-        return Neighbour;
-    };
-    return {Find(X > 0, Mb - 1), Find(Y > 0, Mb - m_Decoder.m_MbWidth)};
+    return FindStrength(FindPlace(X, Y));
 }
 
-DeblockingStrength H264Deblocker::FindStrength(int32_t Number) const
+DeblockingStrength H264Deblocker::FindStrength(const Place& p) const
 {
-    const int32_t Mb = Number + m_Decoder.m_FieldOffset;
-    const Outer Neighbours = FindOuter(Mb, Number % m_Decoder.m_MbWidth, Number / m_Decoder.m_MbWidth);
-    return IsIntra(m_pGlobal[Mb]) ? IntraStrength(Mb, Neighbours) : InterStrength(Mb, Neighbours);
+    if (IsIntra(m_pGlobal[p.Mb])) return IntraStrength(p);
+    return m_IsBSlice ? InterStrength<false>(p) : InterStrength<true>(p);
 }
 
 } // namespace UMC

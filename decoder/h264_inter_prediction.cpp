@@ -66,65 +66,87 @@ constexpr auto BiWeightKernel()
                     : &kernels::KernelSlots::BiWeightBlock2;
 }
 
-// Full sample of the reference at (X, Y), with what the filter taps read around it; clamped into the picture through a
+// Where a prediction goes: into the picture, or into m_Temp.
+struct Target {
+    uint8_t *pY, *pU, *pV;
+    ptrdiff_t Step, ChromaStep;
+};
+
+// Full luma sample of the reference at (X, Y), with what the filter taps read around it; clamped into the picture through a
 // scratch where a part of that lies outside.
 template <int W>
 Source LumaSource(H264SegmentDecoder& d, const ReferencePlanes& Ref, int X, int Y, int Height, int FracX, int FracY)
 {
     const int Left = FracX ? 2 : 0, Right = FracX ? 3 : 0, Above = FracY ? 2 : 0, Below = FracY ? 3 : 0;
-    if (X >= Left && Y >= Above && X + W + Right <= Ref.Width && Y + Height + Below <= Ref.Height) [[likely]]
+    if (X >= Left && Y >= Above && X + W + Right <= Ref.Width && Y + Height + Below <= Ref.Height)
         return {Ref.pPlane[0] + Y * Ref.PitchLuma + X, Ref.PitchLuma};
     g_Kernels.CopyClamped(Ref.pPlane[0], Ref.PitchLuma, Ref.Width, Ref.Height, X - 2, Y - 2, d.m_Clamped, kClampedStep,
                           W + 5, Height + 5);
     return {d.m_Clamped + 2 * kClampedStep + 2, kClampedStep};
 }
 
-template <int W>
-void PredictLuma(H264SegmentDecoder& d, const ReferencePlanes& Ref, H264DecoderMotionVector Mv, const Block& b,
-                 uint8_t* pDst, ptrdiff_t DstStep)
+// At the borders of the reference, where one of the planes may have to be clamped. Chroma coordinates are the chroma
+// block's.
+template <int W, bool HasChroma>
+[[gnu::noinline]] void PredictAtBorder(H264SegmentDecoder& d, const ReferencePlanes& Ref, H264DecoderMotionVector Mv,
+                                       const Block& b, const Target& t)
 {
     const int FracX = Mv.mvx & 3, FracY = Mv.mvy & 3;
     const Source s = LumaSource<W>(d, Ref, b.X + (Mv.mvx >> 2), b.Y + (Mv.mvy >> 2), b.Height, FracX, FracY);
-    (g_Kernels.*LumaKernel<W>())(s.p, s.Step, pDst, DstStep, FracX, FracY, b.Height);
-}
-
-// W and the block's height are those of luma. The chroma vector is in eighths of a sample (clause 8.4.1.4).
-template <int W>
-void PredictChroma(H264SegmentDecoder& d, const ReferencePlanes& Ref, H264DecoderMotionVector Mv, const Block& b,
-                   uint8_t* pDstU, uint8_t* pDstV, ptrdiff_t DstStep)
-{
-    constexpr int kWidth = W / 2;
-    const int Height = b.Height / 2, MvY = Mv.mvy + Ref.ChromaMvOffset;
-    const int FracX = Mv.mvx & 7, FracY = MvY & 7;
-    const int X = b.X / 2 + (Mv.mvx >> 3), Y = b.Y / 2 + (MvY >> 3);
-    const uint8_t *pU, *pV;
-    ptrdiff_t Step = Ref.PitchChroma;
-    if (X >= 0 && Y >= 0 && X + kWidth + (FracX != 0) <= Ref.ChromaWidth &&
-        Y + Height + (FracY != 0) <= Ref.ChromaHeight) [[likely]] {
-        const ptrdiff_t Offset = Y * Step + X;
-        pU = Ref.pPlane[1] + Offset;
-        pV = Ref.pPlane[2] + Offset;
-    } else {
-        g_Kernels.CopyClamped(Ref.pPlane[1], Step, Ref.ChromaWidth, Ref.ChromaHeight, X, Y, d.m_Clamped, kClampedStep,
-                              kWidth + 1, Height + 1);
-        g_Kernels.CopyClamped(Ref.pPlane[2], Step, Ref.ChromaWidth, Ref.ChromaHeight, X, Y, d.m_Clamped + kClampedV,
-                              kClampedStep, kWidth + 1, Height + 1);
-        pU = d.m_Clamped;
-        pV = d.m_Clamped + kClampedV;
-        Step = kClampedStep;
+    (g_Kernels.*LumaKernel<W>())(s.p, s.Step, t.pY, t.Step, FracX, FracY, b.Height);
+    if constexpr (HasChroma) {
+        constexpr int kWidth = W / 2;
+        const int Height = b.Height / 2, MvY = Mv.mvy + Ref.ChromaMvOffset, ChromaFracX = Mv.mvx & 7, ChromaFracY = MvY & 7;
+        const int X = b.X / 2 + (Mv.mvx >> 3), Y = b.Y / 2 + (MvY >> 3);
+        const bool Inside = X >= 0 && Y >= 0 && X + kWidth + (ChromaFracX != 0) <= Ref.ChromaWidth &&
+                            Y + Height + (ChromaFracY != 0) <= Ref.ChromaHeight;
+        const ptrdiff_t Offset = Y * Ref.PitchChroma + X, Step = Inside ? Ref.PitchChroma : kClampedStep;
+        const uint8_t* pSource[2];
+        for (int i = 0; i < 2; ++i) {
+            uint8_t* const pClamped = d.m_Clamped + i * kClampedV;
+            pSource[i] = Inside ? Ref.pPlane[1 + i] + Offset : pClamped;
+            if (!Inside)
+                g_Kernels.CopyClamped(Ref.pPlane[1 + i], Ref.PitchChroma, Ref.ChromaWidth, Ref.ChromaHeight, X, Y, pClamped,
+                                      kClampedStep, kWidth + 1, Height + 1);
+        }
+        (g_Kernels.*ChromaKernel<kWidth>())(pSource[0], pSource[1], Step, t.pU, t.pV, t.ChromaStep, ChromaFracX, ChromaFracY,
+                                            Height);
     }
-    (g_Kernels.*ChromaKernel<kWidth>())(pU, pV, Step, pDstU, pDstV, DstStep, FracX, FracY, Height);
 }
 
+// Luma and chroma of one block from one reference. Where the luma block lies inside with the taps' margins, the chroma
+// block with the sample that it may read right and below does so too (clause 8.4.1.4 halves the vector).
 template <int W, bool HasChroma>
-void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx, H264DecoderMotionVector Mv, const Block& b)
+[[gnu::always_inline]] inline void PredictFrom(H264SegmentDecoder& d, const ReferencePlanes& Ref,
+                                               H264DecoderMotionVector Mv, const Block& b, const Target& t)
 {
-    const ReferencePlanes& Ref = d.m_Reference[List][RefIdx];
-    PredictLuma<W>(d, Ref, Mv, b, b.pY, d.m_PitchLuma);
-    if constexpr (HasChroma) PredictChroma<W>(d, Ref, Mv, b, b.pU, b.pV, d.m_PitchChroma);
-    if (!d.m_ExplicitWeights) return;
+    const int X = b.X + (Mv.mvx >> 2), Y = b.Y + (Mv.mvy >> 2);
+    if (X < 2 || Y < 2 || X + W + 3 > Ref.Width || Y + b.Height + 3 > Ref.Height) [[unlikely]]
+        return PredictAtBorder<W, HasChroma>(d, Ref, Mv, b, t);
+    (g_Kernels.*LumaKernel<W>())(Ref.pPlane[0] + Y * Ref.PitchLuma + X, Ref.PitchLuma, t.pY, t.Step, Mv.mvx & 3,
+                                 Mv.mvy & 3, b.Height);
+    if constexpr (HasChroma) {
+        const int MvY = Mv.mvy + Ref.ChromaMvOffset;
+        const ptrdiff_t Offset = (b.Y / 2 + (MvY >> 3)) * Ref.PitchChroma + b.X / 2 + (Mv.mvx >> 3);
+        (g_Kernels.*ChromaKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.pPlane[2] + Offset, Ref.PitchChroma, t.pU, t.pV,
+                                           t.ChromaStep, Mv.mvx & 7, MvY & 7, b.Height / 2);
+    }
+}
 
-    const PredWeight& w = d.m_pSlice->m_Weights[List][RefIdx];
+Target PictureTarget(const H264SegmentDecoder& d, const Block& b)
+{
+    return {b.pY, b.pU, b.pV, d.m_PitchLuma, d.m_PitchChroma};
+}
+
+Target TempTarget(H264SegmentDecoder& d)
+{
+    return {d.m_Temp, d.m_Temp + kTempU, d.m_Temp + kTempV, kTempStep, kTempStep};
+}
+
+// Explicit weights of one prediction in the picture, where the slice header has some for its reference.
+template <int W, bool HasChroma>
+void WeightOneList(H264SegmentDecoder& d, const PredWeight& w, const Block& b)
+{
     const auto Denominator = static_cast<int>(d.m_pHeader->luma_log2_weight_denom);
     if (w.luma_weight_flag)
         (g_Kernels.*WeightKernel<W>())(b.pY, d.m_PitchLuma, b.Height, Denominator, w.luma_weight, w.luma_offset);
@@ -135,6 +157,14 @@ void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx, H264DecoderMoti
         (g_Kernels.*WeightKernel<W / 2>())(b.pV, d.m_PitchChroma, b.Height / 2, ChromaDenominator, w.chroma_weight[1],
                                            w.chroma_offset[1]);
     }
+}
+
+template <int W, bool HasChroma>
+[[gnu::always_inline]] inline void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx, H264DecoderMotionVector Mv,
+                                                  const Block& b)
+{
+    PredictFrom<W, HasChroma>(d, d.m_Reference[List][RefIdx], Mv, b, PictureTarget(d, b));
+    if (d.m_ExplicitWeights) WeightOneList<W, HasChroma>(d, d.m_pSlice->m_Weights[List][RefIdx], b);
 }
 
 // Joins the list 0 prediction in m_Temp with that of list 1 in the picture by weights of the slice header.
@@ -169,20 +199,26 @@ void JoinImplicit(H264SegmentDecoder& d, const Block& b, int Weight1)
     }
 }
 
-// Default bi-prediction. A list 0 block at whole samples inside its picture is averaged straight from there.
+// Default bi-prediction: the mean of both.
 template <int W, bool HasChroma>
-void JoinAverage(H264SegmentDecoder& d, const Block& b, const ReferencePlanes& Ref, H264DecoderMotionVector Mv)
+void JoinAverage(H264SegmentDecoder& d, const Block& b)
 {
-    Source s{d.m_Temp, kTempStep};
-    if ((Mv.mvx & 3) == 0 && (Mv.mvy & 3) == 0)
-        s = LumaSource<W>(d, Ref, b.X + (Mv.mvx >> 2), b.Y + (Mv.mvy >> 2), b.Height, 0, 0);
-    else
-        PredictLuma<W>(d, Ref, Mv, b, d.m_Temp, kTempStep);
-    (g_Kernels.*AverageKernel<W>())(s.p, s.Step, b.pY, d.m_PitchLuma, b.Height);
+    (g_Kernels.*AverageKernel<W>())(d.m_Temp, kTempStep, b.pY, d.m_PitchLuma, b.Height);
     if constexpr (HasChroma) {
-        PredictChroma<W>(d, Ref, Mv, b, d.m_Temp + kTempU, d.m_Temp + kTempV, kTempStep);
         (g_Kernels.*AverageKernel<W / 2>())(d.m_Temp + kTempU, kTempStep, b.pU, d.m_PitchChroma, b.Height / 2);
         (g_Kernels.*AverageKernel<W / 2>())(d.m_Temp + kTempV, kTempStep, b.pV, d.m_PitchChroma, b.Height / 2);
+    }
+}
+
+// The same where the list 0 block stands at its own place, as still content has it: it is averaged straight from there.
+template <int W, bool HasChroma>
+void AverageInPlace(H264SegmentDecoder& d, const Block& b, const ReferencePlanes& Ref)
+{
+    (g_Kernels.*AverageKernel<W>())(Ref.pPlane[0] + b.Y * Ref.PitchLuma + b.X, Ref.PitchLuma, b.pY, d.m_PitchLuma, b.Height);
+    if constexpr (HasChroma) {
+        const ptrdiff_t Offset = b.Y / 2 * Ref.PitchChroma + b.X / 2;
+        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.PitchChroma, b.pU, d.m_PitchChroma, b.Height / 2);
+        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[2] + Offset, Ref.PitchChroma, b.pV, d.m_PitchChroma, b.Height / 2);
     }
 }
 
@@ -190,16 +226,18 @@ template <int W, bool HasChroma>
 void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const H264DecoderMotionVector Mv[2], const Block& b)
 {
     const ReferencePlanes &Ref0 = d.m_Reference[0][RefIdx[0]], &Ref1 = d.m_Reference[1][RefIdx[1]];
-    PredictLuma<W>(d, Ref1, Mv[1], b, b.pY, d.m_PitchLuma);
-    if constexpr (HasChroma) PredictChroma<W>(d, Ref1, Mv[1], b, b.pU, b.pV, d.m_PitchChroma);
+    PredictFrom<W, HasChroma>(d, Ref1, Mv[1], b, PictureTarget(d, b));
 
     constexpr int kEvenWeight = 32;
     const int Weight1 = d.m_ImplicitWeights ? d.m_pRefPicList->ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
-    if (!d.m_ExplicitWeights && Weight1 == kEvenWeight) return JoinAverage<W, HasChroma>(d, b, Ref0, Mv[0]);
+    const bool Even = !d.m_ExplicitWeights && Weight1 == kEvenWeight;
+    const bool Inside = b.X + W <= Ref0.Width && b.Y + b.Height <= Ref0.Height; // not so for a missing picture
+    if (Even && AsWord(Mv[0]) == 0 && Ref0.ChromaMvOffset == 0 && Inside) return AverageInPlace<W, HasChroma>(d, b, Ref0);
 
-    PredictLuma<W>(d, Ref0, Mv[0], b, d.m_Temp, kTempStep);
-    if constexpr (HasChroma) PredictChroma<W>(d, Ref0, Mv[0], b, d.m_Temp + kTempU, d.m_Temp + kTempV, kTempStep);
-    if (d.m_ExplicitWeights)
+    PredictFrom<W, HasChroma>(d, Ref0, Mv[0], b, TempTarget(d));
+    if (Even)
+        JoinAverage<W, HasChroma>(d, b);
+    else if (d.m_ExplicitWeights)
         JoinExplicit<W, HasChroma>(d, b, d.m_pSlice->m_Weights[0][RefIdx[0]], d.m_pSlice->m_Weights[1][RefIdx[1]]);
     else
         JoinImplicit<W, HasChroma>(d, b, Weight1);

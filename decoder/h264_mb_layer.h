@@ -12,7 +12,7 @@ namespace UMC {
 inline constexpr int kQpBias = 64; // added to QPY to index H264SegmentDecoder::m_ChromaQp
 
 // Points m_Mb at macroblock Number of the picture, in column X and row Y, finds its neighbours and clears its records.
-inline void BeginMacroblock(H264SegmentDecoder& Decoder, int32_t Number, int32_t X, int32_t Y)
+[[gnu::always_inline]] inline void BeginMacroblock(H264SegmentDecoder& Decoder, int32_t Number, int32_t X, int32_t Y)
 {
     MbState& Mb = Decoder.m_Mb;
     MbGlobalInfo* const pGlobal = Decoder.m_MbInfo.m_pGlobal;
