@@ -1,0 +1,130 @@
+// codec_bench: one codec over one sequence in memory, timed by processor time. Under callgrind with --collect-atstart=no only
+// the calls of the codec are counted, and the first pictures, which warm it up, are left out of both.
+#include "bench/codec_bench/engine.h"
+#include "tools/common/access_units.h"
+#include "tools/common/picture_reader.h"
+#include "tools/common/progress.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+
+namespace {
+
+struct Options {
+    std::string Engine, In, Out;
+    int32_t Fps = 30, Kbps = 1500, KeyInterval = 300;
+    int64_t WarmUp = 5;
+};
+
+struct Count {
+    int64_t Frames = 0;
+    CpuTimer Timer;
+};
+
+void Report(const Options& Set, const Count& Sum, size_t Bytes)
+{
+    const nlohmann::json Json{{"engine", Set.Engine},
+                              {"frames", Sum.Frames},
+                              {"bytes", Bytes},
+                              {"frames_per_second", PerSecond(Sum.Frames, Sum.Timer.Seconds())}};
+    std::printf("%s\n", Json.dump().c_str());
+}
+
+// Runs one call of a codec, counted unless it warms up.
+template <class Call>
+void Measure(bool bCounted, Count& Sum, Call&& Run)
+{
+    if (!bCounted) {
+        Run();
+        return;
+    }
+    const CpuTimer::Scope Timed(Sum.Timer);
+    CALLGRIND_TOGGLE_COLLECT;
+    Run();
+    CALLGRIND_TOGGLE_COLLECT;
+    ++Sum.Frames;
+}
+
+std::unique_ptr<EncoderEngine> MakeEncoder(const std::string& Name, [[maybe_unused]] const EncoderSettings& Set)
+{
+    if (Name == "quilvex") return MakeQuilvexEncoder(Set);
+#if defined(HAVE_X264)
+    if (Name.rfind("x264-", 0) == 0) return MakeX264Encoder(Set, Name.substr(5));
+#endif
+#if defined(HAVE_OPENH264)
+    if (Name == "openh264") return MakeOpenh264Encoder(Set);
+#endif
+    throw CliError("no encoder " + Name + " in this build");
+}
+
+std::unique_ptr<DecoderEngine> MakeDecoder(const std::string& Name, FrameSize Size)
+{
+    if (Name == "quilvex") return MakeQuilvexDecoder(Size);
+#if defined(HAVE_OPENH264)
+    if (Name == "openh264") return MakeOpenh264Decoder();
+#endif
+#if defined(HAVE_AVCODEC)
+    if (Name == "libavcodec") return MakeAvcodecDecoder();
+#endif
+    throw CliError("no decoder " + Name + " in this build");
+}
+
+void Encode(const Options& Set)
+{
+    PictureReader Reader(Set.In, {});
+    const auto pEngine = MakeEncoder(Set.Engine, {Reader.Size(), Set.Fps, Set.Kbps, Set.KeyInterval});
+    std::vector<uint8_t> Picture, Stream;
+    Stream.reserve(64 << 20);
+    Count Sum;
+    for (int64_t i = 0; Reader.Next(Picture); ++i)
+        Measure(i >= Set.WarmUp, Sum, [&] { pEngine->Encode(Picture, i, Stream); });
+    if (!Set.Out.empty()) {
+        OutputFile Out(Set.Out);
+        Out.Write(Stream.data(), Stream.size());
+        Out.Close();
+    }
+    Report(Set, Sum, Stream.size());
+}
+
+void Decode(const Options& Set)
+{
+    const std::vector<uint8_t> Stream = ReadWholeFile(Set.In);
+    const auto pEngine = MakeDecoder(Set.Engine, FindPictureSize(Stream));
+    Count Sum;
+    int64_t Index = 0, Pictures = 0;
+    const auto Units = CutAccessUnits(Stream);
+    for (const auto Unit : Units) Measure(Index++ >= Set.WarmUp, Sum, [&] { Pictures += pEngine->Decode(Unit); });
+    Pictures += pEngine->Decode({});
+    if (Pictures != static_cast<int64_t>(Units.size()))
+        throw CliError(Set.Engine + " gave " + std::to_string(Pictures) + " pictures for " + std::to_string(Units.size()) + " units");
+    Report(Set, Sum, Stream.size());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+try {
+    Options Set;
+    CLI::App App("Times one codec over one sequence", "codec_bench");
+    App.require_subcommand(1);
+    auto* const pEncode = App.add_subcommand("encode", "IN is a .y4m file");
+    auto* const pDecode = App.add_subcommand("decode", "IN is a byte stream");
+    for (auto* const pCommand : {pEncode, pDecode}) {
+        pCommand->add_option("ENGINE", Set.Engine, "quilvex, x264-PRESET, openh264, libavcodec")->required();
+        pCommand->add_option("IN", Set.In)->required();
+        pCommand->add_option("--warm-up", Set.WarmUp, "Pictures left out of the figures (default 5)");
+    }
+    pEncode->add_option("-o", Set.Out, "Byte stream to write");
+    pEncode->add_option("--fps", Set.Fps);
+    pEncode->add_option("--kbps", Set.Kbps);
+    pEncode->add_option("--keyint", Set.KeyInterval);
+    CLI11_PARSE(App, argc, argv);
+    pEncode->parsed() ? Encode(Set) : Decode(Set);
+    return 0;
+} catch (const std::exception& Error) {
+    std::fprintf(stderr, "codec_bench: %s\n", Error.what());
+    return 1;
+}

@@ -1,0 +1,106 @@
+#!/usr/bin/env python3
+"""Whole codecs side by side on one core: frames a second, rate, quality and instructions a picture.
+
+Usage: bench_codecs.py BUILD [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind]
+"""
+import argparse
+import json
+import pathlib
+import re
+import shutil
+import statistics
+import subprocess
+import tempfile
+
+ENCODERS = ("quilvex", "x264-superfast", "x264-ultrafast", "openh264")
+DECODERS = ("quilvex", "libavcodec", "openh264")
+
+
+def run(*command):
+    return subprocess.run([str(c) for c in command], check=True, capture_output=True, text=True)
+
+
+def pinned(command):
+    """The command on one core, where that can be asked for."""
+    return (["taskset", "-c", "0"] if shutil.which("taskset") else []) + [str(c) for c in command]
+
+
+def interleaved(commands, rounds):
+    """Runs every command once a round, so that a machine whose speed drifts treats all alike; the median of each."""
+    speeds = {name: [] for name in commands}
+    reports = {}
+    for _ in range(rounds):
+        for name, command in commands.items():
+            report = json.loads(run(*pinned(command)).stdout.splitlines()[-1])
+            speeds[name].append(report["frames_per_second"])
+            reports[name] = report
+    for name in commands:
+        reports[name]["frames_per_second"] = statistics.median(speeds[name])
+    return reports
+
+
+def instructions(command, frames):
+    """Millions of instructions a picture, counted inside the codec's calls only."""
+    with tempfile.NamedTemporaryFile() as output:
+        text = run("valgrind", "--tool=callgrind", "--collect-atstart=no", f"--callgrind-out-file={output.name}", *command).stderr
+    return int(re.search(r"Collected : (\d+)", text).group(1)) / frames / 1e6
+
+
+def luma_psnr(stream, source, fps):
+    text = run("ffmpeg", "-nostdin", "-r", fps, "-i", stream, "-r", fps, "-i", source, "-lavfi", "psnr", "-f", "null", "-").stderr
+    return float(re.search(r"PSNR y:([\d.]+|inf)", text).group(1))
+
+
+def available(bench, kind, names, sample):
+    found = []
+    for name in names:
+        if subprocess.run([bench, kind, name, sample, "--warm-up", "1000000"], capture_output=True, check=False).returncode == 0:
+            found.append(name)
+    return found
+
+
+def row(*cells):
+    print("| " + " | ".join(str(c) for c in cells) + " |")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("--source", type=pathlib.Path)
+    parser.add_argument("--frames", type=int, default=100)
+    parser.add_argument("--rates", default="1500,4000")
+    parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--no-callgrind", action="store_true")
+    args = parser.parse_args()
+    bench, fps = args.build / "codec_bench", 30
+    count = not args.no_callgrind and shutil.which("valgrind")
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        source = args.source or folder / "scene.y4m"
+        if not args.source:
+            run(args.build / "camera_scene", "-o", source, "--size", "1280x720", "--fps", fps, "--frames", args.frames)
+        for kbps in (int(r) for r in args.rates.split(",")):
+            stream = folder / f"{kbps}.264"
+            run("x264", "--quiet", "--preset", "fast", "--tune", "zerolatency", "--threads", 1, "--profile", "main", "--ref", 1,
+                "--bframes", 0, "--bitrate", kbps, "--keyint", 300, "-o", stream, source)
+            print(f"\nEncoding at {kbps} kb/s, one core\n")
+            row("encoder", "frames/s", "kb/s", "PSNR Y dB", "million instructions a picture")
+            row("---", "---:", "---:", "---:", "---:")
+            commands = {e: [bench, "encode", e, source, "--fps", fps, "--kbps", kbps, "-o", folder / f"{e}.264"]
+                        for e in available(bench, "encode", ENCODERS, source)}
+            for e, report in interleaved(commands, args.rounds).items():
+                total = report["frames"] + 5
+                row(e, f"{report['frames_per_second']:.0f}", f"{report['bytes'] * 8 * fps / total / 1000:.0f}",
+                    f"{luma_psnr(folder / f'{e}.264', source, fps):.2f}",
+                    f"{instructions(commands[e], report['frames']):.1f}" if count else "-")
+            print(f"\nDecoding {kbps} kb/s (Main profile, CABAC, one reference, no B pictures), one core\n")
+            row("decoder", "frames/s", "million instructions a picture")
+            row("---", "---:", "---:")
+            commands = {d: [bench, "decode", d, stream] for d in available(bench, "decode", DECODERS, stream)}
+            for d, report in interleaved(commands, args.rounds).items():
+                row(d, f"{report['frames_per_second']:.0f}",
+                    f"{instructions(commands[d], report['frames']):.1f}" if count else "-")
+
+
+if __name__ == "__main__":
+    main()
