@@ -1,4 +1,5 @@
 // h264_decode: decodes a stream with UMC::H264VideoDecoder and writes every picture as raw samples.
+#include "kernels/dispatch/kernels.h"
 #include "tools/h264_decode/mp4_samples.h"
 #include "tools/h264_decode/stream_decoder.h"
 
@@ -141,6 +142,8 @@ try {
     auto* const pNoOutput = App.add_flag("--no-output", Wanted.NoOutput, "write no pictures");
     App.add_flag("--json", Wanted.Json, "print one object");
     CLI11_PARSE(App, argc, argv);
+    kernels::InitKernelsWaterfall();
+    kernels::InitKernelsStatic();
     if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())
         throw std::runtime_error("one of --output, --framemd5 and --no-output is needed");
     return Run(Wanted);
