@@ -19,6 +19,9 @@ static __m128i Load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast
 static void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 static void Store8(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
 
+// The upper half of a register.
+static void StoreUpper8(uint8_t* p, __m128i v) { _mm_storeh_pi(reinterpret_cast<__m64*>(p), _mm_castsi128_ps(v)); }
+
 static __m128i Load4(const uint8_t* p)
 {
     int Value;
@@ -222,7 +225,7 @@ INLINE void StoreFourColumns(uint8_t* p, ptrdiff_t Step, const Lines& s)
 static void StoreTwoRows(uint8_t* p, ptrdiff_t Step, __m128i Rows)
 {
     Store8(p, Rows);
-    _mm_storeh_pd(reinterpret_cast<double*>(p + Step), _mm_castsi128_pd(Rows));
+    StoreUpper8(p + Step, Rows);
 }
 
 // Four rows from the dwords p3..p0 and q0..q3 of each.
@@ -448,9 +451,9 @@ struct HorizontalChroma {
     [[gnu::always_inline]] static void Store(uint8_t* pU, uint8_t* pV, ptrdiff_t Step, const Lines& s)
     {
         Store8(pU - Step, s.p[0]);
-        Store8(pV - Step, _mm_unpackhi_epi64(s.p[0], s.p[0]));
+        StoreUpper8(pV - Step, s.p[0]);
         Store8(pU, s.q[0]);
-        Store8(pV, _mm_unpackhi_epi64(s.q[0], s.q[0]));
+        StoreUpper8(pV, s.q[0]);
     }
 };
 

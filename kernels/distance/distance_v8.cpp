@@ -24,7 +24,12 @@ static __m128i FirstStep(__m128i Doubled)
     return _mm_maddubs_epi16(Doubled, _mm_setr_epi8(1, 1, 1, 1, 1, 1, 1, 1, 1, -1, 1, -1, 1, -1, 1, -1));
 }
 
-static __m128i Load8Twice(const uint8_t* p) { return _mm_castpd_si128(_mm_loaddup_pd(reinterpret_cast<const double*>(p))); }
+static __m128i Load8Twice(const uint8_t* p)
+{
+    double Eight; // moved as they stand, by one movddup
+    std::memcpy(&Eight, p, sizeof Eight);
+    return _mm_castpd_si128(_mm_set1_pd(Eight));
+}
 
 static __m128i RowDifference(const uint8_t* pA, const uint8_t* pB)
 {

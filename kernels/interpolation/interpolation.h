@@ -47,7 +47,7 @@ BiWeightBlockSig BiWeightBlock16_w7, BiWeightBlock8_w7, BiWeightBlock4_w7, BiWei
 // outside included. Width up to 24 and height up to 24 samples; pDst has room for Height rows of DstStep.
 using CopyClampedSig = void(const uint8_t* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
                             uint8_t* pDst, ptrdiff_t DstStep, int Width, int Height);
-CopyClampedSig CopyClamped_px;
+CopyClampedSig CopyClamped_px, CopyClamped_v8;
 
 // Plain block copies. Widths 16 and 8.
 using CopyBlockSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int Height);

@@ -40,7 +40,8 @@ inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{
     "BiWeightBlock4", {BiWeightBlock4_px, nullptr, BiWeightBlock4_w7}};
 inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{
     "BiWeightBlock2", {BiWeightBlock2_px, nullptr, BiWeightBlock2_w7}};
-inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped", {CopyClamped_px}};
+inline constexpr KernelRow<CopyClampedSig> kCopyClamped{
+    "CopyClamped", {CopyClamped_px, nullptr, nullptr, nullptr, CopyClamped_v8}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px, nullptr, CopyBlock16_w7}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock8{"CopyBlock8", {CopyBlock8_px, nullptr, CopyBlock8_w7}};
 

@@ -1,0 +1,53 @@
+#include "kernels/deblocking/deblocking_rows.h"
+
+#include <algorithm>
+
+#include "bench/kernels/kernel_bench.h"
+
+namespace {
+
+using namespace kernels;
+using namespace kernel_bench;
+
+// Puts the macroblock and what lies before it back, or it would soon be smooth.
+void Restore(std::vector<uint8_t>& Plane, std::vector<uint8_t>& Before)
+{
+    for (int y = -4; y < 16; ++y) std::copy_n(Middle(Before) + y * kStep - 4, 20, Middle(Plane) + y * kStep - 4);
+}
+
+// Every edge of an inter macroblock is filtered.
+EdgeParams AllEdges()
+{
+    EdgeParams Params{{40, 40}, {10, 10}, {{0, 1, 2, 3}, {0, 1, 2, 3}}, {}};
+    std::fill_n(Params.Strength, 16, uint8_t{2});
+    return Params;
+}
+
+void Luma(benchmark::State& State, FilterEdgesSig* pFn)
+{
+    auto Before = Picture(1), Plane = Before;
+    const EdgeParams Params = AllEdges();
+    for (auto _ : State) {
+        Restore(Plane, Before);
+        pFn(Middle(Plane), kStep, &Params);
+        benchmark::ClobberMemory();
+    }
+}
+
+void Chroma(benchmark::State& State, FilterChromaEdgesSig* pFn)
+{
+    auto Before = Picture(1), u = Before, v = Before;
+    const EdgeParams Params = AllEdges();
+    for (auto _ : State) {
+        Restore(u, Before);
+        Restore(v, Before);
+        pFn(Middle(u), Middle(v), kStep, &Params, &Params);
+        benchmark::ClobberMemory();
+    }
+}
+
+const bool s_Rows[]{
+    RegisterTiers(kFilterLumaVertical, Luma), RegisterTiers(kFilterLumaHorizontal, Luma),
+    RegisterTiers(kFilterChromaVertical, Chroma), RegisterTiers(kFilterChromaHorizontal, Chroma)};
+
+} // namespace

@@ -1,0 +1,99 @@
+#include "kernels/interpolation/interpolation_rows.h"
+
+#include "bench/kernels/kernel_bench.h"
+
+namespace {
+
+using namespace kernels;
+using namespace kernel_bench;
+
+// All sixteen offsets of one 16, 8 or 4 columns wide block in turn.
+template <int Size>
+void Luma(benchmark::State& State, InterpolateLumaSig* pFn)
+{
+    auto Source = Picture(1), Target = Picture(2);
+    int Frac = 0;
+    for (auto _ : State) {
+        pFn(Middle(Source), kStep, Middle(Target), kStep, Frac & 3, Frac >> 2, Size);
+        Frac = (Frac + 1) & 15;
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int Size>
+void Chroma(benchmark::State& State, InterpolateChromaSig* pFn)
+{
+    auto u = Picture(1), v = Picture(2), Target = Picture(3);
+    for (auto _ : State) {
+        pFn(Middle(u), Middle(v), kStep, Middle(Target), Middle(Target) + 16, kStep, 3, 5, Size);
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int Size>
+void Average(benchmark::State& State, AverageBlockSig* pFn)
+{
+    auto a = Picture(1), Target = Picture(2);
+    for (auto _ : State) {
+        pFn(Middle(a), kStep, Middle(Target), kStep, Size);
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int Size>
+void Weight(benchmark::State& State, WeightBlockSig* pFn)
+{
+    auto Target = Picture(2);
+    for (auto _ : State) {
+        pFn(Middle(Target), kStep, Size, 5, 34, -1);
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int Size>
+void BiWeight(benchmark::State& State, BiWeightBlockSig* pFn)
+{
+    auto a = Picture(1), Target = Picture(2);
+    for (auto _ : State) {
+        pFn(Middle(a), kStep, Middle(Target), kStep, Size, 5, 40, 24, 1);
+        benchmark::ClobberMemory();
+    }
+}
+
+void Clamped(benchmark::State& State, CopyClampedSig* pFn)
+{
+    auto Source = Picture(1), Target = Picture(2);
+    for (auto _ : State) {
+        pFn(Source.data(), kStep, kStep, kStep, -7, -3, Middle(Target), kStep, 21, 21);
+        benchmark::ClobberMemory();
+    }
+}
+
+template <int Size>
+void Copy(benchmark::State& State, CopyBlockSig* pFn)
+{
+    auto Source = Picture(1), Target = Picture(2);
+    for (auto _ : State) {
+        pFn(Middle(Source), kStep, Middle(Target), kStep, Size);
+        benchmark::ClobberMemory();
+    }
+}
+
+#define BLEND(Size)                                                                                                    \
+    RegisterTiers(kAverageBlock##Size, Average<Size>), RegisterTiers(kWeightBlock##Size, Weight<Size>),                \
+        RegisterTiers(kBiWeightBlock##Size, BiWeight<Size>)
+const bool s_Rows[]{RegisterTiers(kInterpolateLuma16, Luma<16>),
+                    RegisterTiers(kInterpolateLuma8, Luma<8>),
+                    RegisterTiers(kInterpolateLuma4, Luma<4>),
+                    RegisterTiers(kInterpolateChroma8, Chroma<8>),
+                    RegisterTiers(kInterpolateChroma4, Chroma<4>),
+                    RegisterTiers(kInterpolateChroma2, Chroma<2>),
+                    BLEND(16),
+                    BLEND(8),
+                    BLEND(4),
+                    BLEND(2),
+                    RegisterTiers(kCopyClamped, Clamped),
+                    RegisterTiers(kCopyBlock16, Copy<16>),
+                    RegisterTiers(kCopyBlock8, Copy<8>)};
+
+} // namespace
