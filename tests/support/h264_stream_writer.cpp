@@ -1,0 +1,215 @@
+#include "tests/support/h264_stream_writer.h"
+
+#include <bit>
+
+namespace test {
+
+void BitWriter::UE(uint32_t Value)
+{
+    const uint64_t Code = uint64_t{Value} + 1;
+    const int Length = static_cast<int>(std::bit_width(Code));
+    U(Length - 1, 0);
+    if (Length == 33) {
+        U(1, 1);
+        U(32, static_cast<uint32_t>(Code));
+    } else {
+        U(Length, static_cast<uint32_t>(Code));
+    }
+}
+
+Bytes NalUnit(uint32_t nal_ref_idc, uint32_t nal_unit_type, const Bytes& Payload)
+{
+    Bytes Unit{0, 0, 0, 1, static_cast<uint8_t>(nal_ref_idc << 5 | nal_unit_type)};
+    int Zeros = 0;
+    for (const uint8_t Byte : Payload) {
+        if (Zeros >= 2 && Byte <= 3) {
+            Unit.push_back(3);
+            Zeros = 0;
+        }
+        Unit.push_back(Byte);
+        Zeros = Byte == 0 ? Zeros + 1 : 0;
+    }
+    return Unit;
+}
+
+Bytes Write(const SeqParamSet& Set)
+{
+    BitWriter b;
+    b.U(8, Set.profile_idc);
+    b.U(8, 0);
+    b.U(8, Set.level_idc);
+    b.UE(Set.id);
+    if (Set.profile_idc == 100 || Set.profile_idc == 110 || Set.profile_idc == 122 || Set.profile_idc == 144) {
+        b.UE(Set.chroma_format_idc);
+        if (Set.chroma_format_idc == 3) b.U(1, Set.residual_colour_transform);
+        b.UE(Set.bit_depth - 8);
+        b.UE(Set.bit_depth - 8);
+        b.U(1, 0);
+        b.U(1, 0);
+    }
+    b.UE(Set.log2_max_frame_num - 4);
+    b.UE(Set.poc_type);
+    if (Set.poc_type == 0) b.UE(Set.log2_max_poc_lsb - 4);
+    if (Set.poc_type == 1) {
+        b.U(1, 1);
+        b.SE(Set.offset_for_non_ref_pic);
+        b.SE(Set.offset_for_top_to_bottom);
+        b.UE(static_cast<uint32_t>(Set.offset_for_ref_frame.size()));
+        for (const int32_t Offset : Set.offset_for_ref_frame) b.SE(Offset);
+    }
+    b.UE(Set.num_ref_frames);
+    b.U(1, Set.gaps_allowed);
+    b.UE(Set.width_mbs - 1);
+    b.UE(Set.height_map_units - 1);
+    b.U(1, Set.frame_mbs_only);
+    if (!Set.frame_mbs_only) b.U(1, Set.mbaff);
+    b.U(1, 1);
+    b.U(1, Set.cropping);
+    if (Set.cropping)
+        for (const uint32_t Offset : Set.crop) b.UE(Offset);
+    b.U(1, !Set.vui.empty());
+    for (const uint8_t Bit : Set.vui) b.U(1, Bit);
+    b.TrailingBits();
+    return NalUnit(3, 7, b.Data());
+}
+
+Bytes Write(const PicParamSet& Set)
+{
+    BitWriter b;
+    b.UE(Set.id);
+    b.UE(Set.seq_id);
+    b.U(1, Set.cabac);
+    b.U(1, Set.pic_order_present);
+    b.UE(0);
+    b.UE(Set.num_ref_idx[0] - 1);
+    b.UE(Set.num_ref_idx[1] - 1);
+    b.U(1, Set.weighted_pred);
+    b.U(2, Set.weighted_bipred_idc);
+    b.SE(Set.pic_init_qp - 26);
+    b.SE(0);
+    b.SE(0);
+    b.U(1, Set.deblocking_control);
+    b.U(1, 0);
+    b.U(1, Set.redundant_pic_cnt_present);
+    b.TrailingBits();
+    return NalUnit(3, 8, b.Data());
+}
+
+namespace {
+
+void WriteReferences(BitWriter& b, const Slice& s, uint32_t Type)
+{
+    if (Type == 2) return;
+    if (Type == 1) b.U(1, s.spatial_direct);
+    const bool Override = s.num_ref_idx[0] != 0;
+    b.U(1, Override);
+    if (Override) b.UE(s.num_ref_idx[0] - 1);
+    if (Override && Type == 1) b.UE(s.num_ref_idx[1] - 1);
+    for (uint32_t List = 0; List <= Type; ++List) {
+        b.U(1, !s.reordering[List].empty());
+        for (const auto& [Operation, Value] : s.reordering[List]) {
+            b.UE(Operation);
+            b.UE(Value);
+        }
+        if (!s.reordering[List].empty()) b.UE(3);
+    }
+}
+
+void WriteMarking(BitWriter& b, const Slice& s)
+{
+    if (s.nal_ref_idc == 0) return;
+    if (s.nal_unit_type == 5) {
+        b.U(1, 0);
+        b.U(1, s.long_term_reference);
+        return;
+    }
+    b.U(1, !s.marking.empty());
+    for (const auto& Command : s.marking)
+        for (const uint32_t Value : Command) b.UE(Value);
+    if (!s.marking.empty()) b.UE(0);
+}
+
+} // namespace
+
+BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
+{
+    BitWriter b;
+    const uint32_t Type = s.slice_type % 5;
+    b.UE(s.first_mb);
+    b.UE(s.slice_type);
+    b.UE(s.pps_id);
+    b.U(static_cast<int>(Seq.log2_max_frame_num), s.frame_num);
+    if (!Seq.frame_mbs_only) {
+        b.U(1, s.field);
+        if (s.field) b.U(1, s.bottom);
+    }
+    if (s.nal_unit_type == 5) b.UE(s.idr_pic_id);
+    if (Seq.poc_type == 0) {
+        b.U(static_cast<int>(Seq.log2_max_poc_lsb), s.poc_lsb);
+        if (Pic.pic_order_present && !s.field) b.SE(s.delta_poc_bottom);
+    }
+    if (Pic.redundant_pic_cnt_present) b.UE(s.redundant_pic_cnt);
+    WriteReferences(b, s, Type);
+    WriteMarking(b, s);
+    if (Pic.cabac && Type != 2) b.UE(s.cabac_init_idc);
+    b.SE(s.qp_delta);
+    if (Pic.deblocking_control) {
+        b.UE(s.disable_deblocking);
+        if (s.disable_deblocking != 1) {
+            b.SE(s.alpha);
+            b.SE(s.beta);
+        }
+    }
+    return b;
+}
+
+Bytes Finish(BitWriter& Bits, const Slice& s)
+{
+    Bits.TrailingBits();
+    return NalUnit(s.nal_ref_idc, s.nal_unit_type, Bits.Data());
+}
+
+Bytes PcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, uint8_t Value, int Count)
+{
+    s.slice_type = 7;
+    BitWriter b = Header(Seq, Pic, s);
+    for (int Mb = 0; Mb < Count; ++Mb) {
+        b.UE(25); // I_PCM
+        b.Align();
+        for (int i = 0; i < 384; ++i) b.U(8, Value);
+    }
+    return Finish(b, s);
+}
+
+Bytes CopySlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, uint32_t RefIdx, int Count)
+{
+    s.slice_type = 5;
+    const uint32_t Active = s.num_ref_idx[0] != 0 ? s.num_ref_idx[0] : Pic.num_ref_idx[0];
+    BitWriter b = Header(Seq, Pic, s);
+    for (int Mb = 0; Mb < Count; ++Mb) {
+        b.UE(0); // mb_skip_run
+        b.UE(0); // P_L0_16x16
+        if (Active == 2) b.U(1, RefIdx == 0);
+        if (Active > 2) b.UE(RefIdx);
+        b.SE(0); // mvd: all vectors are 0, so are their predictions
+        b.SE(0);
+        b.UE(0); // coded_block_pattern 0
+    }
+    return Finish(b, s);
+}
+
+Bytes SkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, int Count)
+{
+    BitWriter b = Header(Seq, Pic, s);
+    b.UE(static_cast<uint32_t>(Count));
+    return Finish(b, s);
+}
+
+Bytes operator+(Bytes a, const Bytes& b) { return a += b; }
+Bytes& operator+=(Bytes& a, const Bytes& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+} // namespace test

@@ -1,0 +1,106 @@
+// Writes H.264 streams syntax element by syntax element, for tests that need a header the way no encoder makes it.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace test {
+
+using Bytes = std::vector<uint8_t>;
+
+// Bits, first bit topmost (clause 7.2).
+class BitWriter
+{
+public:
+    void U(int Count, uint32_t Value)
+    {
+        for (int i = Count - 1; i >= 0; --i) Bit(Value >> i & 1);
+    }
+    void UE(uint32_t Value);
+    void SE(int32_t Value) { UE(Value > 0 ? static_cast<uint32_t>(Value) * 2 - 1 : static_cast<uint32_t>(-Value) * 2); }
+    void Align(uint32_t Filler = 0)
+    {
+        while (m_Free != 0) Bit(Filler);
+    }
+    void TrailingBits() // clause 7.3.2.11
+    {
+        Bit(1);
+        Align();
+    }
+    const Bytes& Data() const { return m_Data; }
+
+private:
+    void Bit(uint32_t Value)
+    {
+        if (m_Free == 0) {
+            m_Data.push_back(0);
+            m_Free = 8;
+        }
+        --m_Free;
+        m_Data.back() = static_cast<uint8_t>(m_Data.back() | Value << m_Free);
+    }
+
+    Bytes m_Data;
+    int m_Free = 0; // bits of the last byte
+};
+
+// A NAL unit with a 4-byte start code and emulation prevention.
+Bytes NalUnit(uint32_t nal_ref_idc, uint32_t nal_unit_type, const Bytes& Payload);
+
+struct SeqParamSet {
+    uint32_t profile_idc = 66, level_idc = 40, id = 0;
+    uint32_t chroma_format_idc = 1, bit_depth = 8; // written from profile 100 on
+    bool residual_colour_transform = false;
+    uint32_t log2_max_frame_num = 4, poc_type = 0, log2_max_poc_lsb = 8;
+    std::vector<int32_t> offset_for_ref_frame; // type 1
+    int32_t offset_for_non_ref_pic = 0, offset_for_top_to_bottom = 0;
+    uint32_t num_ref_frames = 4;
+    bool gaps_allowed = false;
+    uint32_t width_mbs = 1, height_map_units = 1;
+    bool frame_mbs_only = true, mbaff = false;
+    bool cropping = false;
+    uint32_t crop[4] = {}; // left, right, top, bottom
+    Bytes vui;             // bits behind vui_parameters_present_flag, one a byte; empty: no VUI
+};
+struct PicParamSet {
+    uint32_t id = 0, seq_id = 0;
+    bool cabac = false, pic_order_present = false;
+    uint32_t num_ref_idx[2] = {1, 1}; // active
+    bool weighted_pred = false;
+    uint32_t weighted_bipred_idc = 0;
+    int32_t pic_init_qp = 26;
+    bool deblocking_control = true, redundant_pic_cnt_present = false;
+};
+struct Slice {
+    uint32_t nal_ref_idc = 1, nal_unit_type = 1;
+    uint32_t first_mb = 0, slice_type = 7, pps_id = 0; // type 5 P, 6 B, 7 I
+    uint32_t frame_num = 0, idr_pic_id = 0, poc_lsb = 0;
+    int32_t delta_poc_bottom = 0;
+    bool field = false, bottom = false;
+    uint32_t redundant_pic_cnt = 0;
+    uint32_t num_ref_idx[2] = {0, 0};                          // not 0: overrides
+    std::vector<std::pair<uint32_t, uint32_t>> reordering[2];  // operation, value
+    std::vector<std::vector<uint32_t>> marking;                // operation and its values; empty: sliding window
+    bool long_term_reference = false;                          // IDR
+    uint32_t cabac_init_idc = 0;
+    int32_t qp_delta = 0;
+    uint32_t disable_deblocking = 1;
+    int32_t alpha = 0, beta = 0;
+    bool spatial_direct = true;
+};
+
+Bytes Write(const SeqParamSet& Set);
+Bytes Write(const PicParamSet& Set);
+// The header alone; macroblocks follow in the same bits.
+BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice);
+Bytes Finish(BitWriter& Bits, const Slice& Slice); // trailing bits and the unit
+
+// Whole slices, CAVLC, of Count macroblocks:
+Bytes PcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint8_t Value, int Count = 1);  // every sample Value
+Bytes CopySlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint32_t RefIdx, int Count = 1); // P, from list 0
+Bytes SkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, int Count = 1);
+
+Bytes operator+(Bytes a, const Bytes& b);
+Bytes& operator+=(Bytes& a, const Bytes& b);
+
+} // namespace test
