@@ -12,6 +12,7 @@ namespace {
 
 using namespace UMC;
 using test::BitWriter;
+using test::operator+;
 
 // Unpacks a unit and stands behind its header.
 struct Unit {
@@ -31,7 +32,11 @@ struct Unit {
     H264Bitstream Bits;
 };
 
-Status ParseSeq(const test::SeqParamSet& Set, H264SeqParamSet& Out) { return ReadSeqParamSet(Unit(Write(Set)).Bits, Out); }
+Status ParseSeq(const test::SeqParamSet& Set, H264SeqParamSet& Out)
+{
+    Unit Data(Write(Set));
+    return ReadSeqParamSet(Data.Bits, Out);
+}
 Status ParseSeq(const test::SeqParamSet& Set)
 {
     H264SeqParamSet Out;
@@ -127,8 +132,8 @@ TEST(SeqParamSets, VuiTimingReadsAsZeroAndIsConsumed)
 
 TEST(SeqParamSets, TruncatedSetIsRefused)
 {
-    const test::Bytes Whole = Write(test::SeqParamSet{.profile_idc = 100, .vui = {1, 1, 1, 1, 1, 1, 1, 1, 1}});
-    for (size_t Size = 5; Size + 1 < Whole.size(); ++Size) {
+    const test::Bytes Whole = Write(test::SeqParamSet{.profile_idc = 100, .width_mbs = 300, .height_map_units = 300});
+    for (size_t Size = 5; Size + 2 < Whole.size(); ++Size) { // the last bits are flags, which may read as 0
         H264SeqParamSet Set;
         Unit Cut(test::Bytes(Whole.begin(), Whole.begin() + static_cast<ptrdiff_t>(Size)));
         EXPECT_EQ(ReadSeqParamSet(Cut.Bits, Set), StatusInvalidParams) << Size;
@@ -158,7 +163,11 @@ struct PicSets {
         EXPECT_EQ(ParseSeq(Seq, Record), StatusOk);
         Store.m_SeqParamSets.Add(Record, true);
     }
-    Status Parse(const test::Bytes& Data) { return ReadPicParamSet(Unit(Data).Bits, Store, Set); }
+    Status Parse(const test::Bytes& Data)
+    {
+        Unit In(Data);
+        return ReadPicParamSet(In.Bits, Store, Set);
+    }
 };
 
 TEST(PicParamSets, LimitsOfTheElements)
@@ -299,7 +308,8 @@ TEST(SeqExtensions, LimitsOfTheElements)
         }
         b.U(1, 0);
         b.TrailingBits();
-        return ReadSeqParamSetExtension(Unit(test::NalUnit(3, 13, b.Data())).Bits, Out);
+        Unit In(test::NalUnit(3, 13, b.Data()));
+        return ReadSeqParamSetExtension(In.Bits, Out);
     };
     H264SeqParamSetExtension Out;
     EXPECT_EQ(Parse(31, 2, 12, Out), StatusOk);

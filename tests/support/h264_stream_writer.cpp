@@ -105,7 +105,7 @@ void WriteReferences(BitWriter& b, const Slice& s, uint32_t Type)
     b.U(1, Override);
     if (Override) b.UE(s.num_ref_idx[0] - 1);
     if (Override && Type == 1) b.UE(s.num_ref_idx[1] - 1);
-    for (uint32_t List = 0; List <= Type; ++List) {
+    for (uint32_t List = 0; List <= (Type == 1 ? 1u : 0u); ++List) {
         b.U(1, !s.reordering[List].empty());
         for (const auto& [Operation, Value] : s.reordering[List]) {
             b.UE(Operation);

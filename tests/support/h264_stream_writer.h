@@ -52,7 +52,7 @@ struct SeqParamSet {
     uint32_t chroma_format_idc = 1, bit_depth = 8; // written from profile 100 on
     bool residual_colour_transform = false;
     uint32_t log2_max_frame_num = 4, poc_type = 0, log2_max_poc_lsb = 8;
-    std::vector<int32_t> offset_for_ref_frame; // type 1
+    std::vector<int32_t> offset_for_ref_frame = {}; // type 1
     int32_t offset_for_non_ref_pic = 0, offset_for_top_to_bottom = 0;
     uint32_t num_ref_frames = 4;
     bool gaps_allowed = false;
@@ -60,7 +60,7 @@ struct SeqParamSet {
     bool frame_mbs_only = true, mbaff = false;
     bool cropping = false;
     uint32_t crop[4] = {}; // left, right, top, bottom
-    Bytes vui;             // bits behind vui_parameters_present_flag, one a byte; empty: no VUI
+    Bytes vui = {};        // bits behind vui_parameters_present_flag, one a byte; empty: no VUI
 };
 struct PicParamSet {
     uint32_t id = 0, seq_id = 0;
@@ -79,8 +79,8 @@ struct Slice {
     bool field = false, bottom = false;
     uint32_t redundant_pic_cnt = 0;
     uint32_t num_ref_idx[2] = {0, 0};                          // not 0: overrides
-    std::vector<std::pair<uint32_t, uint32_t>> reordering[2];  // operation, value
-    std::vector<std::vector<uint32_t>> marking;                // operation and its values; empty: sliding window
+    std::vector<std::pair<uint32_t, uint32_t>> reordering[2] = {}; // operation, value
+    std::vector<std::vector<uint32_t>> marking = {}; // operation and its values; empty: sliding window
     bool long_term_reference = false;                          // IDR
     uint32_t cabac_init_idc = 0;
     int32_t qp_delta = 0;

@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""Makes streams with x264 on the spot and compares every picture that h264_decode gives with ffmpeg's.
+
+usage: stream_matrix.py H264_DECODE [NAME_PART]
+"""
+import os
+import subprocess
+import sys
+import tempfile
+
+from oracle import difference, oracle_pictures, our_pictures, run
+
+FRAMES = 14
+
+# name, x264 options, size, pictures may be reordered by more than one
+CASES = [
+    ("baseline", "--profile baseline", None, False),
+    ("baseline_qp0_intra", "--profile baseline --qp 1 --keyint 1", None, False),
+    ("cavlc_main", "--profile main --no-cabac --bframes 0", None, False),
+    ("cabac_p", "--profile main --bframes 0", None, False),
+    ("cabac_1b", "--profile main --bframes 1 --b-adapt 0", None, False),
+    ("cavlc_1b", "--profile main --bframes 1 --b-adapt 0 --no-cabac", None, False),
+    ("cabac_3b", "--profile main --bframes 3 --b-adapt 0 --b-pyramid none", None, True),
+    ("cabac_pyramid", "--profile high --bframes 5 --b-adapt 0 --b-pyramid normal", None, True),
+    ("cabac_pyramid_strict", "--profile main --bframes 4 --b-adapt 0 --b-pyramid strict", None, True),
+    ("direct_spatial", "--profile main --bframes 3 --b-adapt 0 --direct spatial", None, True),
+    ("direct_temporal", "--profile main --bframes 3 --b-adapt 0 --direct temporal", None, True),
+    ("direct_temporal_cavlc", "--profile main --bframes 3 --b-adapt 0 --direct temporal --no-cabac", None, True),
+    ("direct_none", "--profile main --bframes 2 --b-adapt 0 --direct none", None, True),
+    ("direct_auto", "--profile high --bframes 3 --b-adapt 0 --direct auto --ref 4", None, True),
+    ("direct_small_blocks", "--profile high --bframes 2 --b-adapt 0 --partitions all --direct temporal --level 1.2", None, True),
+    ("weightp1", "--profile main --bframes 0 --weightp 1 --ref 3", None, False),
+    ("weightp2", "--profile main --bframes 0 --weightp 2 --ref 3", None, False),
+    ("weightp2_cavlc", "--profile main --bframes 0 --weightp 2 --ref 4 --no-cabac", None, False),
+    ("weightb", "--profile main --bframes 2 --b-adapt 0 --weightb --ref 4", None, True),
+    ("no_weightb", "--profile main --bframes 2 --b-adapt 0 --no-weightb --ref 4", None, True),
+    ("dct8x8_cabac", "--profile high --8x8dct --bframes 0", None, False),
+    ("dct8x8_cavlc", "--profile high --8x8dct --bframes 0 --no-cabac", None, False),
+    ("dct8x8_intra", "--profile high --8x8dct --keyint 1 --partitions all --qp 20", None, False),
+    ("no_8x8dct_high", "--profile high --no-8x8dct --bframes 0", None, False),
+    ("cqm_jvt", "--profile high --cqm jvt --bframes 0", None, False),
+    ("cqm_jvt_cavlc", "--profile high --cqm jvt --bframes 2 --b-adapt 0 --no-cabac", None, True),
+    ("cqm_own", "--profile high --cqm4 " + ",".join(str(8 + 3 * i) for i in range(16)) +
+     " --cqm8 " + ",".join(str(8 + i) for i in range(64)), None, True),
+    ("ref1", "--profile main --bframes 0 --ref 1", None, False),
+    ("ref4", "--profile main --bframes 0 --ref 4", None, False),
+    ("ref8_b", "--profile high --bframes 3 --b-adapt 0 --ref 8 --level 5.1", None, True),
+    ("ref16", "--profile high --bframes 0 --ref 16 --level 5.1", None, False),
+    ("slices4", "--profile main --slices 4 --bframes 1 --b-adapt 0", None, False),
+    ("slices_rows", "--profile high --slice-max-mbs 11 --bframes 0", None, False),
+    ("slices_odd", "--profile baseline --slice-max-mbs 7", None, False),
+    ("slices_bytes", "--profile high --slice-max-size 300 --bframes 2 --b-adapt 0", None, True),
+    ("slices_cavlc_b", "--profile main --slices 3 --no-cabac --bframes 1 --b-adapt 0", None, False),
+    ("constrained_intra", "--profile main --constrained-intra --bframes 0", None, False),
+    ("constrained_intra_b", "--profile high --constrained-intra --bframes 1 --b-adapt 0 --no-cabac", None, False),
+    ("intra_refresh", "--profile main --intra-refresh --keyint 8 --bframes 0", None, False),
+    ("no_deblock", "--profile main --no-deblock", None, True),
+    ("deblock_strong", "--profile main --deblock 6:6 --bframes 0", None, False),
+    ("deblock_weak", "--profile high --deblock -6:-6 --bframes 0", None, False),
+    ("chroma_qp_up", "--profile high --chroma-qp-offset 12 --bframes 0", None, False),
+    ("chroma_qp_down", "--profile main --chroma-qp-offset -12 --bframes 0", None, False),
+    ("aq_strong", "--profile high --aq-mode 2 --aq-strength 2.0 --crf 30", None, True),
+    ("open_gop", "--profile high --open-gop --keyint 6 --bframes 2 --b-adapt 0", None, True),
+    ("short_gops", "--profile main --keyint 3 --min-keyint 1 --bframes 1 --b-adapt 0", None, False),
+    ("aud_hrd", "--profile main --aud --nal-hrd vbr --vbv-maxrate 300 --vbv-bufsize 300 --bitrate 200 --bframes 1", None, True),
+    ("odd_size", "--profile main --bframes 1 --b-adapt 0", (170, 134), False),
+    ("odd_size_high", "--profile high", (34, 18), True),
+    ("one_column", "--profile high --bframes 2 --b-adapt 0", (16, 144), True),
+    ("one_macroblock", "--profile main --bframes 0", (16, 16), False),
+    ("wide", "--profile high --bframes 1 --b-adapt 0 --slices 2", (400, 48), False),
+    ("me_far", "--profile high --me esa --merange 64 --subme 9 --bframes 2 --b-adapt 0 --no-fast-pskip", None, True),
+    ("i4x4_only", "--profile main --partitions i4x4 --keyint 2", None, False),
+    ("p4x4", "--profile main --partitions all --subme 7 --bframes 0 --ref 2", None, False),
+    ("p4x4_cavlc", "--profile main --partitions all --subme 7 --bframes 0 --ref 2 --no-cabac", None, False),
+    ("fake_interlaced_off", "--profile high --pic-struct --bframes 0", None, False),
+] + [(f"qp{qp}_{'cavlc' if qp % 2 else 'cabac'}", f"--profile high --qp {qp} --ipratio 1 --pbratio 1 --bframes 1 --b-adapt 0" +
+      (" --no-cabac" if qp % 2 else ""), None, False) for qp in (1, 6, 11, 16, 23, 28, 33, 38, 43, 48, 51)]
+
+
+def write_source(name, size):
+    """I420: a gradient that drifts, a block that moves fast, noise in one corner, and a flash for weighted prediction."""
+    width, height = size
+    state = 12345
+    with open(name, "wb") as file:
+        for t in range(FRAMES):
+            light = 40 if 5 <= t < 8 else 0
+            luma = bytearray()
+            for y in range(height):
+                for x in range(width):
+                    value = (x * 2 + y + t * 3) & 127
+                    if (x - 9 * t) % width < 24 and (y - 5 * t) % height < 20:
+                        value = 200 - (x * y) % 37
+                    if x < width // 4 and y < height // 4:
+                        state = (state * 1103515245 + 12345) & 0x7FFFFFFF
+                        value += state >> 24
+                    luma.append(min(255, value + light))
+            file.write(luma)
+            for plane in range(2):
+                file.write(bytes((64 + 3 * x + (5 - 2 * plane) * y + t * (plane + 1)) & 255
+                                 for y in range(height // 2) for x in range(width // 2)))
+
+
+def main():
+    tool, part = sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else ""
+    faults = []
+    done = 0
+    with tempfile.TemporaryDirectory() as work:
+        sources = {}
+        for name, options, size, reorders in CASES:
+            if part not in name:
+                continue
+            size = size or (176, 144)
+            if size not in sources:
+                sources[size] = os.path.join(work, f"{size[0]}x{size[1]}.yuv")
+                write_source(sources[size], size)
+            stream = os.path.join(work, name + ".264")
+            made = run(["x264", "--quiet", "--threads", "1", "--input-res", f"{size[0]}x{size[1]}", "--fps", "25",
+                        *options.split(), "-o", stream, sources[size]])
+            if made.returncode != 0:
+                faults.append(f"{name}: x264 fails: {made.stderr}")
+                continue
+            status, error, ours = our_pictures(tool, stream, work)
+            fault = difference(ours, oracle_pictures(stream), not reorders)
+            if status != 0 or fault:
+                faults.append(f"{name}: status {status} {error} {fault}")
+            done += 1
+    print("\n".join(faults))
+    print(f"{done - len(faults)} of {done} streams equal")
+    return 1 if faults or done == 0 else 0
+
+
+sys.exit(main())
