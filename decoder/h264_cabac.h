@@ -118,14 +118,14 @@ public:
     {
         return static_cast<uint32_t>(m_Engine.m_CabacStream - m_pBase) * 32 - static_cast<uint32_t>(m_Engine.m_CabacBits);
     }
-    bool Overrun() const { return m_Engine.m_CabacStream > m_pEnd; }
+    bool Overrun() const { return BitsDecoded() > m_EndBits; }
 
     CabacEngine m_Engine;
     CabacContext m_Contexts[h264::kContextCount]{};
 
 private:
     const uint32_t* m_pBase = nullptr;
-    const uint32_t* m_pEnd = nullptr; // behind the last word that holds bytes of the unit
+    uint32_t m_EndBits = 0; // bits of the unit
 };
 
 } // namespace UMC

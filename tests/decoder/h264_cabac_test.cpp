@@ -160,6 +160,31 @@ TEST(CabacEngine, DecodesWhatTheStandardsEncoderWrites)
         }
 }
 
+TEST(CabacEngine, EndsWithinTheUnitWhateverItsLength)
+{
+    std::mt19937 Random(3);
+    CabacDecoder Cabac;
+    int Lengths[32] = {}; // of the units, in bits modulo 32
+    for (int Round = 0; Round < 2000; ++Round) {
+        Cabac.InitContexts(26, 1);
+        const std::vector<Bin> Bins = RandomBins(Random, 0.3, 100);
+        ReferenceEncoder Encoder(Cabac.m_Contexts);
+        Encode(Encoder, Bins);
+        Unit Stream(Encoder.m_Bits);
+        ++Lengths[Encoder.m_Bits.size() % 32];
+        Cabac.Start(Stream.Bitstream);
+        for (const Bin& b : Bins) {
+            if (b.Kind == 0) Cabac.m_Engine.Decide(Cabac.m_Contexts[b.Context]);
+            if (b.Kind == 1) Cabac.m_Engine.Bypass();
+            if (b.Kind == 2) Cabac.m_Engine.Terminate();
+            ASSERT_FALSE(Cabac.Overrun());
+        }
+        ASSERT_EQ(Cabac.m_Engine.Terminate(), 1u);
+        ASSERT_FALSE(Cabac.Overrun());
+    }
+    for (const int Count : Lengths) EXPECT_GT(Count, 0);
+}
+
 TEST(CabacEngine, GoesOnInZerosPastTheEndAndSaysSo)
 {
     CabacDecoder Cabac;
