@@ -1,33 +1,12 @@
 #include "decoder/h264_seq_info.h"
 
+#include "Common/h264/picture_buffer.h"
+
 #include <algorithm>
 
 namespace UMC {
 
 namespace {
-
-constexpr uint32_t kDpbUnit = 512; // bytes
-
-uint64_t DpbUnits(uint8_t level_idc) // MaxDPB of Table A-1 in units
-{
-    switch (level_idc) {
-    case 10: return 297;
-    case 11: return 675;
-    case 12:
-    case 13:
-    case 20: return 1782;
-    case 21: return 3564;
-    case 22:
-    case 30: return 6075;
-    case 31: return 13500;
-    case 32: return 15360;
-    case 40:
-    case 41:
-    case 42: return 24576;
-    case 50: return 82800;
-    default: return 138240;
-    }
-}
 
 // A size less what is cropped from it, not below 0.
 int32_t Cropped(uint32_t Mbs, uint32_t Unit, uint32_t First, uint32_t Last)
@@ -52,8 +31,7 @@ uint32_t CropUnitY(const H264SeqParamSet& Seq)
 
 int32_t DpbFrames(const H264SeqParamSet& Seq)
 {
-    const uint64_t Luma = uint64_t{Seq.frame_width_in_mbs} * 16 * Seq.frame_height_in_mbs * 16;
-    return static_cast<int32_t>(std::min<uint64_t>(DpbUnits(Seq.level_idc) * kDpbUnit / (Luma + Luma / 2), 16));
+    return h264::PictureBufferFrames(Seq.level_idc, int64_t{Seq.frame_width_in_mbs} * 16, int64_t{Seq.frame_height_in_mbs} * 16);
 }
 
 void FillStreamInfo(const H264SeqParamSet& Seq, VideoStreamInfo& Info)

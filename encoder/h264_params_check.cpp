@@ -1,5 +1,6 @@
 #include "encoder/h264_params_check.h"
 
+#include "Common/h264/picture_buffer.h"
 #include "encoder/encoder_types.h"
 
 #include <algorithm>
@@ -129,29 +130,6 @@ void CheckTools(H264EncoderParams& p)
     if (p.coding_type >= 3) p.coding_type = 0;
 }
 
-// MaxDPB of a level in units of 512 bytes.
-int32_t PictureBufferUnits(int32_t Level)
-{
-    switch (Level) {
-    case 9:
-    case 10: return 297;
-    case 11: return 675;
-    case 12:
-    case 13:
-    case 20: return 1782;
-    case 21: return 3564;
-    case 22:
-    case 30: return 6075;
-    case 31: return 13500;
-    case 32: return 15360;
-    case 40:
-    case 41:
-    case 42: return 24576;
-    case 50: return 82800;
-    default: return 138240;
-    }
-}
-
 } // namespace
 
 uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
@@ -177,7 +155,7 @@ int32_t ReferenceLimit(const H264EncoderParams& p)
     const int64_t RowUnit = p.coding_type == 0 ? 16 : 32;
     const int64_t w = (int64_t{p.m_Info.m_Width} + 15) / 16 * 16;
     const int64_t h = (p.m_Info.m_Height + RowUnit - 1) / RowUnit * RowUnit;
-    return static_cast<int32_t>(std::min<int64_t>(int64_t{PictureBufferUnits(p.level_idc)} * 512 / (w * h * 3 / 2), 16));
+    return h264::PictureBufferFrames(p.level_idc, w, h);
 }
 
 Status CheckParams(H264EncoderParams& p)
