@@ -21,7 +21,7 @@ CpuidAnswers ReadCpuid()
     Answers.MaxLeaf = Zero.Eax;
     const uint32_t Name[3] = {Zero.Ebx, Zero.Edx, Zero.Ecx};
     std::memcpy(Answers.Vendor.data(), Name, sizeof Name);
-    Answers.MaxExtendedLeaf = __get_cpuid_max(0x80000000, nullptr);
+    Answers.MaxExtendedLeaf = static_cast<uint32_t>(__get_cpuid_max(0x80000000, nullptr));
 
     CpuidRegisters& One = Answers.Leaf1;
     __get_cpuid(1, &One.Eax, &One.Ebx, &One.Ecx, &One.Edx);
