@@ -112,6 +112,20 @@ TEST(WaterfallOrder, EachRowGoesDownToTheEndMark)
             EXPECT_EQ(kWaterfall[Tier][i], i <= Tier ? Tier - i : i == Tier + 1 ? kWaterfallEnd : 0);
 }
 
+// One call a kernel: eighty assertions in one function take the compiler minutes under the sanitizers.
+template <class Sig>
+void ExpectSlot(const KernelRow<Sig>& Row, Sig* pSlot, enum Tier t)
+{
+    EXPECT_EQ(pSlot, Row.Pick(t)) << Row.Name;
+}
+
+void ExpectSlots(const KernelSlots& Slots, enum Tier t)
+{
+#define SLOT_KERNEL(Kernel) ExpectSlot(k##Kernel, Slots.Kernel, t);
+#include "kernels/dispatch/slot_kernels.def"
+#undef SLOT_KERNEL
+}
+
 // ---- The library's own tables ------------------------------------------------------------------------------
 
 // Binds what the processor has again, whatever a test has bound.
@@ -126,9 +140,7 @@ TEST_F(BoundKernels, AreTheProcessorsWhenTheLibraryIsLoaded)
     const int Tier = TierOfClass(DetectProcessorClass());
     EXPECT_EQ(g_BoundTier, Tier);
     EXPECT_EQ(SelectedTier, static_cast<uint32_t>(Tier));
-#define SLOT_KERNEL(Kernel) EXPECT_EQ(g_Kernels.Kernel, k##Kernel.Pick(static_cast<enum Tier>(Tier)));
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
+    ExpectSlots(g_Kernels, static_cast<enum Tier>(Tier));
 }
 
 TEST_F(BoundKernels, FollowAForcedTier)
@@ -136,9 +148,7 @@ TEST_F(BoundKernels, FollowAForcedTier)
     for (const enum Tier t : kAllTiers) {
         EXPECT_EQ(InitKernelsForTier(static_cast<int>(t)), 1);
         EXPECT_EQ(g_BoundTier, static_cast<int32_t>(t));
-#define SLOT_KERNEL(Kernel) EXPECT_EQ(g_Kernels.Kernel, k##Kernel.Pick(t));
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
+        ExpectSlots(g_Kernels, t);
     }
 }
 
@@ -155,10 +165,7 @@ TEST_F(BoundKernels, StayWhenATierIsUnknown)
 
 TEST(KernelSlotsAtFirst, HoldTheReference)
 {
-    const KernelSlots Fresh;
-#define SLOT_KERNEL(Kernel) EXPECT_EQ(Fresh.Kernel, k##Kernel.At(Tier::px));
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
+    ExpectSlots(KernelSlots{}, Tier::px);
 }
 
 TEST(ImageKernels, FollowSelectedTier)

@@ -29,6 +29,32 @@ struct Target {
     }
 };
 
+// Samples that drive both passes of the taps to one end of their range, with the outer and second rows against each
+// other: the largest values that can stand between the passes. Repeats every six samples either way.
+Block TapsAtTheEnds(int Width, int Height, bool Least)
+{
+    Block b{std::vector<uint8_t>(static_cast<size_t>(Width * Height)), 0, Width};
+    for (int y = 0; y < Height; ++y)
+        for (int x = 0; x < Width; ++x) {
+            const bool NegativeTap = x % 6 == 1 || x % 6 == 4, AgainstIt = y % 6 == 1 || y % 6 == 4;
+            *b.At(x, y) = (NegativeTap == AgainstIt) != Least ? 255 : 0;
+        }
+    return b;
+}
+
+template <int Width>
+void CheckLumaEnds(InterpolateLumaSig* pFn, InterpolateLumaSig* pReference)
+{
+    for (const bool Least : {false, true})
+        for (int Frac = 0; Frac < 16; ++Frac) {
+            const Block Source = TapsAtTheEnds(Width + 5, 21, Least);
+            Target Want(16, 0), Got(16, 0);
+            pReference(Source.At(2, 2), Source.Step, Want.At(), Target::kStep, Frac & 3, Frac >> 2, 16);
+            pFn(Source.At(2, 2), Source.Step, Got.At(), Target::kStep, Frac & 3, Frac >> 2, 16);
+            ASSERT_EQ(Got.Bytes, Want.Bytes) << "offset " << (Frac & 3) << ", " << (Frac >> 2);
+        }
+}
+
 // The source holds exactly the samples that the offset lets the kernel read.
 template <int Width>
 void CheckLuma(InterpolateLumaSig* pFn, InterpolateLumaSig* pReference)
@@ -47,6 +73,7 @@ void CheckLuma(InterpolateLumaSig* pFn, InterpolateLumaSig* pReference)
                 pFn(Source.At(Left, Above), Source.Step, Got.At(), Target::kStep, x, y, Height);
                 ASSERT_EQ(Got.Bytes, Want.Bytes) << "offset " << x << ", " << y << ", height " << Height;
             }
+    CheckLumaEnds<Width>(pFn, pReference);
 }
 KERNEL_TEST(InterpolateLuma16, CheckLuma<16>);
 KERNEL_TEST(InterpolateLuma8, CheckLuma<8>);

@@ -31,16 +31,19 @@ TEST(KernelRows, EveryRowHasASuiteOfItsName)
     EXPECT_EQ(RowNames(), Suites);
 }
 
+template <class Sig>
+void ExpectWhole(const kernels::KernelRow<Sig>& Row, const char* pName)
+{
+    EXPECT_STREQ(Row.Name, pName);
+    EXPECT_NE(Row.At(kernels::Tier::px), nullptr) << pName;
+}
+
 TEST(KernelRows, TheReferenceIsThereAndTheNameIsTheRows)
 {
-#define SLOT_KERNEL(Kernel)                                                                                              \
-    EXPECT_NE(kernels::k##Kernel.At(kernels::Tier::px), nullptr);                                                        \
-    EXPECT_STREQ(kernels::k##Kernel.Name, #Kernel);
+#define SLOT_KERNEL(Kernel) ExpectWhole(kernels::k##Kernel, #Kernel);
 #include "kernels/dispatch/slot_kernels.def"
 #undef SLOT_KERNEL
-#define IMAGE_KERNEL(Kernel)                                                                                             \
-    EXPECT_NE(kernels::k##Kernel.At(kernels::Tier::px), nullptr);                                                        \
-    EXPECT_STREQ(kernels::k##Kernel.Name, #Kernel);
+#define IMAGE_KERNEL(Kernel) ExpectWhole(kernels::k##Kernel, #Kernel);
 #include "kernels/dispatch/image_kernels.def"
 #undef IMAGE_KERNEL
 }
