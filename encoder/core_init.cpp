@@ -12,6 +12,21 @@ namespace {
 
 constexpr size_t kMacroblockBytesAtMost = 4096; // of one macroblock in any slice, far above what CABAC can make of it
 
+// A coefficient is at most the sum of magnitudes of the differences times the largest weight of its position: 1, 2 * 2 or
+// 2 in the three classes of positions.
+int32_t ZeroSad(const kernels::QuantParams& p)
+{
+    const uint32_t Room = (1u << p.Shift) - 1 - p.Rounding;
+    return static_cast<int32_t>(Room / std::max({1u * p.Factor[0], 4u * p.Factor[5], 2u * p.Factor[1]}));
+}
+
+// The chroma DC level is that of the sum over all 64 differences, four parts, with one bit more of shift.
+int32_t ZeroSadOfChromaDc(const kernels::QuantParams& p)
+{
+    const uint32_t Room = (2u << p.Shift) - 1 - 2 * p.Rounding;
+    return static_cast<int32_t>(Room / p.Factor[0] / 4);
+}
+
 void FillQuantTables(QuantTables& q)
 {
     for (size_t Qp = 0; Qp < 52; ++Qp)
@@ -21,6 +36,10 @@ void FillQuantTables(QuantTables& q)
             p.Rounding = (1u << p.Shift) / (pTable == &q.Intra ? 3u : 6u);
             std::copy_n(h264::kQuantFactor4x4[Qp % 6], 16, p.Factor);
         }
+    for (size_t Qp = 0; Qp < 52; ++Qp) {
+        q.LumaZeroSad[Qp] = ZeroSad(q.Inter[Qp]);
+        q.ChromaZeroSad[Qp] = std::min(q.LumaZeroSad[Qp], ZeroSadOfChromaDc(q.Inter[Qp]));
+    }
     for (size_t m = 0; m < 6; ++m)
         for (size_t i = 0; i < 16; ++i) q.Scale[m][i] = static_cast<int16_t>(16 * h264::kNormAdjust4x4[m][i]);
 }

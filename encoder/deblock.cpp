@@ -63,8 +63,9 @@ public:
     void Filter(int32_t Index);
 
 private:
-    struct Thresholds {
-        uint8_t Alpha, Beta, Clip[4];
+    struct CachedParams {
+        int32_t QpOuter = -1, QpInner = -1;
+        EdgeParams Params;
     };
 
     uint32_t Coded(int32_t Index) const
@@ -73,14 +74,15 @@ private:
     }
     uint32_t OuterStrength(int32_t Index, int32_t Neighbour, uint32_t CodedPieces) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
-    void SetParams(EdgeParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
-    void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical) const;
+    void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
+    void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical);
 
     const Core& m_c;
     typename Core::Frame& m_Frame;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
     bool m_bISlice;
+    CachedParams m_Luma, m_Chroma;
 };
 
 // bS of the edge to a neighbour of inter macroblocks that have one vector each, or of any intra macroblock.
@@ -105,29 +107,33 @@ void MacroblockFilter<Core>::SetThresholds(EdgeParams& p, size_t Slot, int32_t M
     std::memcpy(p.Clip[Slot], h264::kTc0[A], 4);
 }
 
+// Thresholds of an edge pair; those of the edge before mostly serve again, as the QP seldom changes.
 template <class Core>
-void MacroblockFilter<Core>::SetParams(EdgeParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const
+void MacroblockFilter<Core>::SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const
 {
-    SetThresholds(p, 0, QpOuter);
-    SetThresholds(p, 1, QpInner);
-    std::memcpy(p.Strength, s.Edge, sizeof(p.Strength));
+    if (p.QpOuter != QpOuter || p.QpInner != QpInner) {
+        SetThresholds(p.Params, 0, QpOuter);
+        SetThresholds(p.Params, 1, QpInner);
+        p.QpOuter = QpOuter;
+        p.QpInner = QpInner;
+    }
+    std::memcpy(p.Params.Strength, s.Edge, sizeof(p.Params.Strength));
 }
 
 template <class Core>
-void MacroblockFilter<Core>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical) const
+void MacroblockFilter<Core>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical)
 {
     if (!s.Any()) return;
     const GlobalMacroblock& Own = m_Frame.mb_global[Index];
     const GlobalMacroblock& Other = m_Frame.mb_global[Neighbour >= 0 ? Neighbour : Index];
     const MacroblockPosition& At = m_c.positions[static_cast<size_t>(Index)];
-    EdgeParams Luma, Chroma;
-    SetParams(Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
-    SetParams(Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
+    SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
     (bVertical ? g_Kernels.FilterLumaVertical : g_Kernels.FilterLumaHorizontal)(m_Frame.m_pY + At.LumaFrame,
-                                                                                m_Frame.m_Pitch, &Luma);
-    if (s.Edge[0] | s.Edge[2])
-        (bVertical ? g_Kernels.FilterChromaVertical : g_Kernels.FilterChromaHorizontal)(
-            m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame, m_Frame.m_Pitch, &Chroma, &Chroma);
+                                                                                m_Frame.m_Pitch, &m_Luma.Params);
+    if (!(s.Edge[0] | s.Edge[2])) return;
+    SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
+    (bVertical ? g_Kernels.FilterChromaVertical : g_Kernels.FilterChromaHorizontal)(
+        m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame, m_Frame.m_Pitch, &m_Chroma.Params, &m_Chroma.Params);
 }
 
 template <class Core>

@@ -3,6 +3,7 @@
 #include "encoder/compensation.h"
 #include "encoder/intra_decision.h"
 #include "encoder/motion_search.h"
+#include "encoder/quantise.h"
 #include "encoder/vector_prediction.h"
 
 #include <algorithm>
@@ -44,6 +45,7 @@ bool SkipLeavesChroma(typename Core::Slice& s)
     const auto& mb = s.cur_mb;
     const auto* const pQuant = s.quant.pChroma;
     for (int Plane = 0; Plane < 2; ++Plane) {
+        if (ChromaHasNoLevels<Core>(s, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask = g_Kernels.ForwardQuantAc8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
                                                           w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
@@ -66,7 +68,7 @@ bool CheckSkipP(Core& c, typename Core::Slice& s, MotionVector Vector, MotionVec
     auto& mb = s.cur_mb;
     const auto& Ref = *s.ref_pic_lists.Pictures[0][0];
     CompensateLuma(c, s, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
-    w.TestedMask = g_Kernels.ForwardQuant16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep, w.Luma, s.quant.pLuma);
+    w.TestedMask = QuantiseInterLuma<Core>(s);
     w.bTested = true;
     w.TestedVector = Skip;
     if (SkipLeavesLuma<Core>(s)) return false;

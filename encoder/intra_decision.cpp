@@ -1,6 +1,5 @@
 #include "encoder/intra_decision.h"
 
-#include "encoder/block_distance.h"
 #include "encoder/coefficients.h"
 #include "kernels/dispatch/kernels.h"
 
@@ -127,7 +126,7 @@ class Intra4x4Trial
 public:
     Intra4x4Trial(Core& c, typename Core::Slice& s)
         : m_c(c), m_s(s), m_w(s.work_area), m_Available(Neighbours(s.cur_mb)),
-          m_pDistance(c.analysis_flags & ENC_ANALYSE_SAD ? g_Kernels.Sad4x4 : g_Kernels.Satd4x4)
+          m_bSad((c.analysis_flags & ENC_ANALYSE_SAD) != 0)
     {
         LoadNeighbours();
         m_w.Intra4x4Coded = 0;
@@ -146,7 +145,7 @@ private:
     typename Core::Slice& m_s;
     typename std::remove_reference_t<decltype(std::declval<typename Core::Slice&>().work_area)>& m_w;
     unsigned m_Available;
-    DistanceFunction* m_pDistance;
+    bool m_bSad;
 };
 
 template <class Core>
@@ -198,23 +197,21 @@ int32_t Intra4x4Trial<Core>::Block(uint32_t Index)
     const int32_t Predicted = Least < 0 ? kIntra4x4Dc : Least;
     const int32_t PriceOfPredicted = BitPrice(mb.local->Qp, 1), PriceOfOther = BitPrice(mb.local->Qp, 4);
 
-    alignas(16) Pix Trials[2][16];
-    int32_t Best = kImpossible, BestMode = 0, BestSlot = 0;
+    alignas(16) Pix Predictions[9][16];
+    int32_t Distances[9];
+    g_Kernels.PredictAll4x4(pSrc, mb.pitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
+    int32_t Best = kImpossible, BestMode = 0;
     const auto Try = [&](int32_t Mode) {
-        const int32_t Price = Mode == Predicted ? PriceOfPredicted : PriceOfOther;
-        if (Price > Best) return;
-        Pix* const pTrial = Trials[1 - BestSlot];
-        g_Kernels.PredictIntra4x4(Mode, pLocal, m_w.kLocalStep, pLocal - m_w.kLocalStep + 4, pTrial, 4, Available);
-        const int32_t Cost = Price + m_pDistance(pSrc, mb.pitch, pTrial, 4);
+        if (!m_bSad) Distances[Mode] = g_Kernels.Satd4x4(pSrc, mb.pitch, Predictions[Mode], 4);
+        const int32_t Cost = (Mode == Predicted ? PriceOfPredicted : PriceOfOther) + Distances[Mode];
         if (Cost > Best || (Cost == Best && Mode > BestMode)) return;
         Best = Cost;
         BestMode = Mode;
-        BestSlot = 1 - BestSlot;
     };
     Try(kIntra4x4Dc);
     for (uint32_t Modes = ModesToTry(Available); Modes; Modes &= Modes - 1) Try(std::countr_zero(Modes));
     m_w.Intra4x4Modes[Raster] = static_cast<uint8_t>(BestMode);
-    Code(Index, pLocal, pSrc, Trials[BestSlot]);
+    Code(Index, pLocal, pSrc, Predictions[BestMode]);
     return Best;
 }
 

@@ -53,14 +53,17 @@ int32_t IntegerSearch::TryPoints(const MotionVector* pPoints, int32_t Count)
     // would also lose later, as the best cost only falls.
     int32_t Kept[8], Price[8], Sum[8], KeptCount = 0;
     const uint8_t* pBlocks[8];
+    const uint8_t *const pBitsX = MVBits() - m_p.pred_mv.x, *const pBitsY = MVBits() - m_p.pred_mv.y;
+    const int16_t* const pPrices = m_p.mv_cost_table->data();
+    const auto Width = static_cast<uint32_t>(m_Right - m_Left), Height = static_cast<uint32_t>(m_Bottom - m_Top);
     for (int32_t i = 0; i < Count; ++i) {
         const int32_t x = pPoints[i].x, y = pPoints[i].y;
-        if (!InWindow(x, y)) continue;
-        const int32_t Cost = VectorCost(m_p, 4 * x, 4 * y);
-        if (Cost >= m_BestCost) continue;
+        if (static_cast<uint32_t>(x - m_Left) > Width || static_cast<uint32_t>(y - m_Top) > Height) continue;
+        const int32_t Cost = pPrices[pBitsX[4 * x] + pBitsY[4 * y]];
         Kept[KeptCount] = i;
         Price[KeptCount] = Cost;
-        pBlocks[KeptCount++] = m_p.ref_y + y * m_p.pitch + x;
+        pBlocks[KeptCount] = m_p.ref_y + y * m_p.pitch + x;
+        KeptCount += Cost < m_BestCost;
     }
     int32_t Done = 0;
     for (; KeptCount - Done >= 3; Done += 4) {

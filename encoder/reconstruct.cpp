@@ -1,6 +1,7 @@
 // Residual, quantisation and reconstruction of a macroblock whose mode is decided.
 #include "encoder/coefficients.h"
 #include "encoder/compensation.h"
+#include "encoder/quantise.h"
 
 #include <cstring>
 
@@ -42,10 +43,7 @@ template <class Core>
 uint32_t InterLumaLevels(Core&, typename Core::Slice& s)
 {
     auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    const uint32_t Mask = w.bTested ? w.TestedMask
-                                    : g_Kernels.ForwardQuant16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep, w.Luma,
-                                                                  s.quant.pLuma);
+    const uint32_t Mask = w.bTested ? w.TestedMask : QuantiseInterLuma<Core>(s);
     uint32_t Coded = 0;
     int32_t Total = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -73,6 +71,10 @@ void ReconstructChroma(Core&, typename Core::Slice& s)
         auto* const pDst = Plane ? mb.src_v : mb.src_u;
         const auto* const pPred = w.PredUV + 8 * Plane;
         auto* const pLevels = w.Chroma[Plane];
+        if (s.slice_type != SLICE_I && ChromaHasNoLevels<Core>(s, Plane)) {
+            g_Kernels.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
+            continue;
+        }
         uint32_t Mask = g_Kernels.ForwardQuantAc8x8(pDst, mb.pitch, pPred, w.kPredStep, pLevels, w.ChromaDc[Plane], q.pChroma);
         const uint32_t Dc = g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0], q.pChroma->Rounding,
                                                          q.pChroma->Shift);
@@ -189,6 +191,8 @@ void SetQuantisers(Core& c, typename Core::Slice& s, int32_t Qp)
     s.quant.pChroma = &Table[Chroma];
     s.quant.pLumaScale = c.quant.Scale[Luma % 6];
     s.quant.pChromaScale = c.quant.Scale[Chroma % 6];
+    s.quant.LumaZeroSad = c.quant.LumaZeroSad[Luma];
+    s.quant.ChromaZeroSad = c.quant.ChromaZeroSad[Chroma];
     s.quant.LumaPer = static_cast<int32_t>(Luma / 6);
     s.quant.ChromaPer = static_cast<int32_t>(Chroma / 6);
 }

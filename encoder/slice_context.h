@@ -34,6 +34,7 @@ struct MacroblockQuant {
     const int16_t* pLumaScale; // LevelScale(QP % 6, i, j) in raster order
     const int16_t* pChromaScale;
     int32_t LumaPer, ChromaPer; // QP / 6
+    int32_t LumaZeroSad, ChromaZeroSad; // parts of 4x4 samples that differ by no more have no levels
 };
 
 // Half-sample planes around the block of a 16x16 search; see InterpolateHalfRight and its kin.

@@ -28,6 +28,11 @@ using AverageDistanceSig = int32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const
                                    const uint8_t* pB, ptrdiff_t StepB);
 AverageDistanceSig SadAverage16x16_px, SadAverage16x16_w7;
 
+// The largest sum of absolute differences among the 4x4 parts of a 16x16 or an 8x8 block. A block whose parts all differ
+// by little is known to have no levels without a transform.
+BlockDistanceSig LargestSad4x4Of16x16_px, LargestSad4x4Of8x8_px;
+BlockDistanceSig LargestSad4x4Of16x16_w7, LargestSad4x4Of8x8_w7;
+
 // Number of samples (x, y), x and y in 0..14, of a 16x16 block whose absolute difference to the right or to the lower
 // neighbour exceeds Difference. A sample counts once.
 using CountEdgesSig = int32_t(const uint8_t* pA, ptrdiff_t StepA, int Difference);

@@ -28,5 +28,9 @@ inline constexpr KernelRow<CountEdgesSig> kCountEdges16x16{
     "CountEdges16x16", {CountEdges16x16_px, nullptr, CountEdges16x16_w7}};
 inline constexpr KernelRow<AverageDistanceSig> kSadAverage16x16{
     "SadAverage16x16", {SadAverage16x16_px, nullptr, SadAverage16x16_w7}};
+inline constexpr KernelRow<BlockDistanceSig> kLargestSad4x4Of16x16{
+    "LargestSad4x4Of16x16", {LargestSad4x4Of16x16_px, nullptr, LargestSad4x4Of16x16_w7}};
+inline constexpr KernelRow<BlockDistanceSig> kLargestSad4x4Of8x8{
+    "LargestSad4x4Of8x8", {LargestSad4x4Of8x8_px, nullptr, LargestSad4x4Of8x8_w7}};
 
 } // namespace kernels

@@ -16,6 +16,7 @@ using HalfPlaneSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst,
 HalfPlaneSig HalfPlaneRight_px; // b of the clause, rows -1..16
 HalfPlaneSig HalfPlaneDown_px;  // h, rows -1..15
 HalfPlaneSig HalfPlaneBoth_px;  // j, rows -1..15
+HalfPlaneSig HalfPlaneRight_v8;
 HalfPlaneSig HalfPlaneRight_w7, HalfPlaneDown_w7, HalfPlaneBoth_w7;
 
 } // namespace kernels

@@ -45,7 +45,7 @@ inline constexpr KernelRow<CopyClampedSig> kCopyClamped{
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px, nullptr, CopyBlock16_w7}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock8{"CopyBlock8", {CopyBlock8_px, nullptr, CopyBlock8_w7}};
 
-inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{"HalfPlaneRight", {HalfPlaneRight_px, nullptr, HalfPlaneRight_w7}};
+inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{"HalfPlaneRight", {HalfPlaneRight_px, nullptr, HalfPlaneRight_w7, nullptr, HalfPlaneRight_v8}};
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneDown{"HalfPlaneDown", {HalfPlaneDown_px, nullptr, HalfPlaneDown_w7}};
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneBoth{"HalfPlaneBoth", {HalfPlaneBoth_px, nullptr, HalfPlaneBoth_w7}};
 

@@ -25,4 +25,7 @@ inline constexpr KernelRow<PredictIntra4x4Sig> kPredictIntra4x4{
 inline constexpr KernelRow<PredictIntra8x8Sig> kPredictIntra8x8{
     "PredictIntra8x8", {PredictIntra8x8_px, nullptr, nullptr, nullptr, PredictIntra8x8_v8}};
 
+inline constexpr KernelRow<PredictAll4x4Sig> kPredictAll4x4{
+    "PredictAll4x4", {PredictAll4x4_px, nullptr, nullptr, nullptr, PredictAll4x4_v8}};
+
 } // namespace kernels

@@ -43,6 +43,39 @@ void CheckSadAverage(AverageDistanceSig* pFn, AverageDistanceSig* pReference)
 }
 KERNEL_TEST(SadAverage16x16, CheckSadAverage);
 
+template <int Size>
+void CheckLargestSad(BlockDistanceSig* pFn, BlockDistanceSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const Fill How : kAllFills)
+        for (const size_t Shift : kShifts) {
+            const Block a = Rng.MakeBlock(How, Size, Size, 40, Shift);
+            Block b = a;
+            // Parts that differ little but for one, each of them in turn.
+            for (int y = 0; y < Size; y += 4)
+                for (int x = 0; x < Size; x += 4) {
+                    *b.At(x + Rng.Range(0, 3), y + Rng.Range(0, 3)) ^= 0xFF;
+                    ASSERT_EQ(pFn(a.At(0, 0), a.Step, b.At(0, 0), b.Step), pReference(a.At(0, 0), a.Step, b.At(0, 0), b.Step));
+                }
+            const Block c = Rng.MakeBlock(Fill::Random, Size, Size, 16, 15 - Shift);
+            ASSERT_EQ(pFn(a.At(0, 0), a.Step, c.At(0, 0), c.Step), pReference(a.At(0, 0), a.Step, c.At(0, 0), c.Step));
+        }
+}
+KERNEL_TEST(LargestSad4x4Of16x16, CheckLargestSad<16>);
+KERNEL_TEST(LargestSad4x4Of8x8, CheckLargestSad<8>);
+
+TEST(LargestSadReference, IsThatOfTheWorstPart)
+{
+    std::vector<uint8_t> a(256, 10), b = a;
+    EXPECT_EQ(LargestSad4x4Of16x16_px(a.data(), 16, b.data(), 16), 0);
+    b[16 * 7 + 3] = 15; // one part of rows 4..7
+    b[16 * 4 + 0] = 8;
+    b[16 * 4 + 4] = 16; // the one right of it
+    EXPECT_EQ(LargestSad4x4Of16x16_px(a.data(), 16, b.data(), 16), 7);
+    EXPECT_EQ(LargestSad4x4Of8x8_px(a.data(), 16, b.data(), 16), 7);
+}
+
 // The planes hold what the interpolation of a whole block gives at the same offsets.
 TEST(HalfPlaneReference, EqualsTheInterpolationOfBlocks)
 {

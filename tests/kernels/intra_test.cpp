@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <functional>
 
+#include <numeric>
+
 #include "tests/support/kernel_testing.h"
 
 namespace {
@@ -226,6 +228,50 @@ TEST(PredictChromaDcReference, EachQuarterTakesItsOwnSide)
     EXPECT_EQ(Quarters(kTop), (std::vector<int>{10, 30, 10, 30}));
     EXPECT_EQ(Quarters(kLeft), (std::vector<int>{50, 50, 90, 90}));
     EXPECT_EQ(Quarters(0), (std::vector<int>{128, 128, 128, 128}));
+}
+
+// Only the modes whose neighbours are there have to be predictions, but what is read of the others counts too.
+void CheckAll4x4(PredictAll4x4Sig* pFn, PredictAll4x4Sig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const Fill How : kAllFills)
+        for (const size_t Shift : kShifts)
+            for (unsigned Available = 0; Available < 16; ++Available) {
+                const Block Around = Rng.MakeBlock(How, 9, 5, 21, Shift); // the row above, the column left
+                const Block Source = Rng.MakeBlock(Fill::Random, 4, 4, 17, 15 - Shift);
+                alignas(16) uint8_t Want[9][16], Got[9][16];
+                int32_t WantSad[9], GotSad[9];
+                pReference(Source.At(0, 0), Source.Step, Around.At(1, 1), Around.Step, Available, Want, WantSad);
+                pFn(Source.At(0, 0), Source.Step, Around.At(1, 1), Around.Step, Available, Got, GotSad);
+                for (int Mode = 0; Mode < 9; ++Mode) {
+                    ASSERT_EQ(std::vector<uint8_t>(Got[Mode], Got[Mode] + 16), std::vector<uint8_t>(Want[Mode], Want[Mode] + 16))
+                        << "mode " << Mode << ", neighbours " << Available;
+                    ASSERT_EQ(GotSad[Mode], WantSad[Mode]) << Mode;
+                }
+            }
+}
+KERNEL_TEST(PredictAll4x4, CheckAll4x4);
+
+TEST(PredictAll4x4Reference, EqualsTheModesOneByOne)
+{
+    TestRandom Rng;
+    const Block Around = Rng.MakeBlock(Fill::Random, 9, 5, 9, 0);
+    const uint8_t Source[16]{};
+    alignas(16) uint8_t All[9][16];
+    int32_t Sad[9];
+    for (const unsigned Available : {0u, 1u, 2u, 3u, 6u, 11u, 15u}) {
+        PredictAll4x4_px(Source, 4, Around.At(1, 1), Around.Step, Available, All, Sad);
+        const bool bLeft = Available & kLeft, bTop = Available & kTop, bAll = bLeft && bTop && (Available & kTopLeft);
+        const bool Usable[9]{bTop, bLeft, true, bTop, bAll, bAll, bAll, bTop, bLeft};
+        for (int Mode = 0; Mode < 9; ++Mode) {
+            if (!Usable[Mode]) continue;
+            uint8_t One[16];
+            PredictIntra4x4_px(Mode, Around.At(1, 1), Around.Step, Around.At(5, 0), One, 4, Available);
+            EXPECT_EQ(std::vector<uint8_t>(All[Mode], All[Mode] + 16), std::vector<uint8_t>(One, One + 16)) << Mode;
+            EXPECT_EQ(Sad[Mode], std::accumulate(One, One + 16, 0));
+        }
+    }
 }
 
 } // namespace
