@@ -10,6 +10,15 @@
 
 namespace UMC_H264_ENCODER {
 
+namespace {
+
+MotionVector Point(int32_t x, int32_t y)
+{
+    return {static_cast<int16_t>(x), static_cast<int16_t>(y)};
+}
+
+} // namespace
+
 IntegerSearch::IntegerSearch(MEParams& Params)
     : m_p(Params), m_pDistance(SadFunction(SizeCode(Params.block_width, Params.block_height))),
       m_BestCost(std::numeric_limits<int32_t>::max())
@@ -49,39 +58,86 @@ int32_t IntegerSearch::TryPoints(const MotionVector* pPoints, int32_t Count)
             if (Try(pPoints[i].x, pPoints[i].y)) Last = i;
         return Last;
     }
-    // Four distances a call; the results are then looked at in the order of the points. A point dropped here for its price
-    // would also lose later, as the best cost only falls.
-    int32_t Kept[8], Price[8], Sum[8], KeptCount = 0;
-    const uint8_t* pBlocks[8];
-    const uint8_t *const pBitsX = MVBits() - m_p.pred_mv.x, *const pBitsY = MVBits() - m_p.pred_mv.y;
-    const int16_t* const pPrices = m_p.mv_cost_table->data();
-    const auto Width = static_cast<uint32_t>(m_Right - m_Left), Height = static_cast<uint32_t>(m_Bottom - m_Top);
+    KeptPoints k;
     for (int32_t i = 0; i < Count; ++i) {
         const int32_t x = pPoints[i].x, y = pPoints[i].y;
-        if (static_cast<uint32_t>(x - m_Left) > Width || static_cast<uint32_t>(y - m_Top) > Height) continue;
-        const int32_t Cost = pPrices[pBitsX[4 * x] + pBitsY[4 * y]];
-        Kept[KeptCount] = i;
-        Price[KeptCount] = Cost;
-        pBlocks[KeptCount] = m_p.ref_y + y * m_p.pitch + x;
-        KeptCount += Cost < m_BestCost;
+        if (!InWindow(x, y)) continue;
+        k.Index[k.Count] = i;
+        k.Price[k.Count] = VectorCost(m_p, 4 * x, 4 * y);
+        k.pBlock[k.Count] = m_p.ref_y + y * m_p.pitch + x;
+        k.Count += k.Price[k.Count] < m_BestCost;
     }
-    int32_t Done = 0;
-    for (; KeptCount - Done >= 3; Done += 4) {
-        for (int32_t i = KeptCount; i < Done + 4; ++i) pBlocks[i] = pBlocks[Done];
-        kernels::g_Kernels.Sad16x16x4(m_p.src_y, m_p.pitch, &pBlocks[Done], m_p.pitch, &Sum[Done]);
+    const int32_t Won = Measure(k);
+    if (Won < 0) return -1;
+    m_BestX = pPoints[k.Index[Won]].x;
+    m_BestY = pPoints[k.Index[Won]].y;
+    return k.Index[Won];
+}
+
+// The results are looked at in the order of the points. A point that was left out for its price would also lose here, as
+// the best cost only falls.
+int32_t IntegerSearch::Measure(KeptPoints& k)
+{
+    int32_t Sum[8], Done = 0;
+    for (; k.Count - Done >= 3; Done += 4) {
+        for (int32_t i = k.Count; i < Done + 4; ++i) k.pBlock[i] = k.pBlock[Done];
+        kernels::g_Kernels.Sad16x16x4(m_p.src_y, m_p.pitch, &k.pBlock[Done], m_p.pitch, &Sum[Done]);
     }
-    for (; Done < KeptCount; ++Done) Sum[Done] = m_pDistance(m_p.src_y, m_p.pitch, pBlocks[Done], m_p.pitch);
-    int32_t Last = -1;
-    for (int32_t i = 0; i < KeptCount; ++i) {
-        if (Price[i] + Sum[i] >= m_BestCost) continue;
-        Last = Kept[i];
-        m_BestCost = Price[i] + Sum[i];
-        m_BestX = pPoints[Last].x;
-        m_BestY = pPoints[Last].y;
+    for (; Done < k.Count; ++Done) Sum[Done] = m_pDistance(m_p.src_y, m_p.pitch, k.pBlock[Done], m_p.pitch);
+    int32_t Won = -1;
+    for (int32_t i = 0; i < k.Count; ++i) {
+        if (k.Price[i] + Sum[i] >= m_BestCost) continue;
+        Won = i;
+        m_BestCost = k.Price[i] + Sum[i];
         m_bStop = m_BestCost <= m_p.threshold;
         if (m_bStop) break;
     }
-    return Last;
+    return Won;
+}
+
+int32_t IntegerSearch::TryRing(const DirectionRow& Row, int32_t StepX, int32_t StepY)
+{
+    if (m_p.block_width == 16 && m_p.block_height == 16) return TryRing16x16(Row, StepX, StepY);
+    MotionVector Points[8];
+    for (int32_t i = 0; i < Row.Count; ++i) {
+        const Direction d = kDirections[Row.Next[i]];
+        Points[i] = Point(m_BestX + d.dx * StepX, m_BestY + d.dy * StepY);
+    }
+    const int32_t Moved = TryPoints(Points, Row.Count);
+    return Moved < 0 ? -1 : Row.Next[Moved];
+}
+
+// A ring has three columns and three rows: whether they lie in the window and what they cost is found once for each.
+int32_t IntegerSearch::TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY)
+{
+    const uint8_t *const pBitsX = MVBits() - m_p.pred_mv.x, *const pBitsY = MVBits() - m_p.pred_mv.y;
+    bool bColumn[3], bRow[3];
+    int32_t ColumnBits[3], RowBits[3];
+    for (int32_t i = 0; i < 3; ++i) {
+        const int32_t x = m_BestX + (i - 1) * StepX, y = m_BestY + (i - 1) * StepY;
+        bColumn[i] = x >= m_Left && x <= m_Right;
+        bRow[i] = y >= m_Top && y <= m_Bottom;
+        ColumnBits[i] = bColumn[i] ? pBitsX[4 * x] : 0;
+        RowBits[i] = bRow[i] ? pBitsY[4 * y] : 0;
+    }
+    const int16_t* const pPrices = m_p.mv_cost_table->data();
+    const uint8_t* const pCentre = m_p.ref_y + m_BestY * m_p.pitch + m_BestX;
+    const int32_t StepRows = StepY * m_p.pitch;
+    KeptPoints k;
+    for (int32_t i = 0; i < Row.Count; ++i) {
+        const Direction d = kDirections[Row.Next[i]];
+        if (!bColumn[d.dx + 1] || !bRow[d.dy + 1]) continue;
+        k.Index[k.Count] = Row.Next[i];
+        k.Price[k.Count] = pPrices[ColumnBits[d.dx + 1] + RowBits[d.dy + 1]];
+        k.pBlock[k.Count] = pCentre + d.dy * StepRows + d.dx * StepX;
+        k.Count += k.Price[k.Count] < m_BestCost;
+    }
+    const int32_t Won = Measure(k);
+    if (Won < 0) return -1;
+    const Direction d = kDirections[k.Index[Won]];
+    m_BestX += d.dx * StepX;
+    m_BestY += d.dy * StepY;
+    return k.Index[Won];
 }
 
 void IntegerSearch::SetWindow()
@@ -108,15 +164,6 @@ void IntegerSearch::RunPattern()
     }
 }
 
-namespace {
-
-MotionVector Point(int32_t x, int32_t y)
-{
-    return {static_cast<int16_t>(x), static_cast<int16_t>(y)};
-}
-
-} // namespace
-
 void IntegerSearch::Full()
 {
     for (int32_t y = m_Top; y <= m_Bottom && !m_bStop; ++y)
@@ -127,20 +174,11 @@ void IntegerSearch::Log()
 {
     int32_t StepX = m_p.range_x, StepY = m_p.range_y, Towards = 0;
     while (StepX > 0 && StepY > 0 && !m_bStop) {
-        const DirectionRow& Row = kNextDirections[Towards];
-        MotionVector Points[8];
-        for (int32_t i = 0; i < Row.Count; ++i) {
-            const Direction d = kDirections[Row.Next[i]];
-            Points[i] = Point(m_BestX + d.dx * StepX, m_BestY + d.dy * StepY);
-        }
-        const int32_t Moved = TryPoints(Points, Row.Count);
-        if (Moved >= 0) {
-            Towards = Row.Next[Moved];
-        } else {
-            Towards = 0;
-            StepX /= 2;
-            StepY /= 2;
-        }
+        Towards = TryRing(kNextDirections[Towards], StepX, StepY);
+        if (Towards >= 0) continue;
+        Towards = 0;
+        StepX /= 2;
+        StepY /= 2;
     }
 }
 
@@ -213,17 +251,7 @@ void IntegerSearch::AxisBisection()
 
 void IntegerSearch::DirectionWalk()
 {
-    int32_t Towards = 0;
-    for (int32_t Moved = 0; Moved >= 0 && !m_bStop;) {
-        const DirectionRow& Row = kNextDirections[Towards];
-        MotionVector Points[8];
-        for (int32_t i = 0; i < Row.Count; ++i) {
-            const Direction d = kDirections[Row.Next[i]];
-            Points[i] = Point(m_BestX + d.dx, m_BestY + d.dy);
-        }
-        Moved = TryPoints(Points, Row.Count);
-        if (Moved >= 0) Towards = Row.Next[Moved];
-    }
+    for (int32_t Towards = 0; Towards >= 0 && !m_bStop;) Towards = TryRing(kNextDirections[Towards], 1, 1);
 }
 
 // Tries all points around the centre and moves there while one improves.

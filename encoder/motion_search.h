@@ -109,6 +109,19 @@ private:
     bool Try(int32_t x, int32_t y);
     // Tries up to eight points in order; returns the index of the last that improved, or -1.
     int32_t TryPoints(const MotionVector* pPoints, int32_t Count);
+    // Tries the points at the directions of a row, at steps from the best point so far; returns the direction of the last
+    // that improved, or -1.
+    int32_t TryRing(const DirectionRow& Row, int32_t StepX, int32_t StepY);
+    int32_t TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY);
+
+    // Points that may still win, with their price.
+    struct KeptPoints {
+        int32_t Count = 0;
+        int32_t Index[8], Price[8];
+        const uint8_t* pBlock[8];
+    };
+    // Measures them four at a time and keeps the best. Returns the place in the list of the last that improved, or -1.
+    int32_t Measure(KeptPoints& k);
     bool InWindow(int32_t x, int32_t y) const
     {
         return x >= m_Left && x <= m_Right && y >= m_Top && y <= m_Bottom;

@@ -29,7 +29,9 @@ constexpr PlanePoint kQuarterPoints[16][2]{
 class SubpelSearch
 {
 public:
-    explicit SubpelSearch(MEParams& Params) : m_p(Params), m_Start(Params.best_mv)
+    explicit SubpelSearch(MEParams& Params)
+        : m_p(Params), m_Start(Params.best_mv), m_pBitsX(MVBits() + (m_Start.x - Params.pred_mv.x)),
+          m_pBitsY(MVBits() + (m_Start.y - Params.pred_mv.y)), m_pPrices(Params.mv_cost_table->data())
     {
         const int32_t Code = SizeCode(m_p.block_width, m_p.block_height);
         m_pDistance = m_p.flags & ENC_ANALYSE_SAD ? SadFunction(Code) : SatdFunction(Code);
@@ -70,7 +72,7 @@ private:
     {
         if (dx < -kReach || dx > kReach || dy < -kReach || dy > kReach) return false;
         const int32_t x = m_Start.x + dx, y = m_Start.y + dy;
-        int32_t Cost = VectorCost(m_p, x, y);
+        int32_t Cost = m_pPrices[m_pBitsX[dx] + m_pBitsY[dy]];
         if (Cost >= m_p.best_cost) return false;
         Cost += m_b16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
         if (Cost >= m_p.best_cost) return false;
@@ -124,6 +126,8 @@ private:
 
     MEParams& m_p;
     MotionVector m_Start; // a whole sample
+    const uint8_t *m_pBitsX, *m_pBitsY; // bits of a component by its offset
+    const int16_t* m_pPrices;
     DistanceFunction* m_pDistance;
     const uint8_t* m_pOrigin; // the sample of m_Start in the reference picture
     bool m_b16x16;
