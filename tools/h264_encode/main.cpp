@@ -7,18 +7,21 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 struct Options {
-    std::string In, Out, Recon, ParamFile;
+    std::string In, Out, Recon, Compare, ParamFile;
     std::vector<std::string> Sets;
     int32_t Width = 0, Height = 0;
     int Chroma = 420, Depth = 8, Loop = 1, Frames = 0;
@@ -53,6 +56,8 @@ Options ParseCommandLine(int argc, char** argv)
     App.add_option("--set", o.Sets, "NAME=VALUE, a field of the settings record")->take_all();
     App.add_option("-o", o.Out, "byte stream");
     App.add_option("--recon", o.Recon, "reconstruction in display order");
+    App.add_option("--compare", o.Compare, "pictures that another decoder made of the stream: names the first macroblock "
+                                           "that differs from the reconstruction");
     App.add_option("--frames", o.Frames, "code no more pictures than this");
     App.add_option("--loop", o.Loop, "encode this many times from memory")->check(CLI::PositiveNumber);
     App.add_flag("--no-output", o.bNoOutput, "write no stream");
@@ -125,20 +130,76 @@ private:
     std::ofstream m_File;
 };
 
+// Compares the reconstruction with what another decoder made of the stream.
+class PictureComparison
+{
+public:
+    PictureComparison(const std::string& Path, int32_t Width) : m_MbWidth((Width + 15) / 16)
+    {
+        if (!Path.empty()) m_Pictures = ReadFile(Path);
+        m_bOn = !Path.empty();
+    }
+
+    /// The next picture in display order: planes one after another, without gaps, and the size of each.
+    void Next(const std::vector<uint8_t>& Picture, const std::vector<std::pair<int32_t, int32_t>>& Sizes)
+    {
+        const size_t Begin = m_Index++ * Picture.size();
+        if (!m_bOn) return;
+        if (Begin + Picture.size() > m_Pictures.size()) Fail("picture " + std::to_string(m_Index - 1) + " is missing");
+        const uint8_t* const pOther = m_Pictures.data() + Begin;
+        if (std::equal(Picture.begin(), Picture.end(), pOther)) return;
+        FailAt(Picture, pOther, Sizes);
+    }
+
+private:
+    [[noreturn]] void FailAt(const std::vector<uint8_t>& Picture, const uint8_t* pOther,
+                             const std::vector<std::pair<int32_t, int32_t>>& Sizes) const
+    {
+        int32_t First = INT32_MAX;
+        size_t FirstPlane = 0, i = 0;
+        for (size_t Plane = 0; Plane < Sizes.size(); ++Plane) {
+            const auto [Width, Height] = Sizes[Plane];
+            // A macroblock has 8 columns or rows of a plane that is half as wide or high.
+            const int32_t MbColumns = 2 * Width <= Sizes[0].first + 1 ? 8 : 16;
+            const int32_t MbRows = 2 * Height <= Sizes[0].second + 1 ? 8 : 16;
+            for (int32_t y = 0; y < Height; ++y)
+                for (int32_t x = 0; x < Width; ++x, ++i) {
+                    const int32_t Mb = y / MbRows * m_MbWidth + x / MbColumns;
+                    if (Picture[i] == pOther[i] || Mb >= First) continue;
+                    First = Mb;
+                    FirstPlane = Plane;
+                }
+        }
+        Fail("picture " + std::to_string(m_Index - 1) + " differs from macroblock " + std::to_string(First) + " on (column " +
+             std::to_string(First % m_MbWidth) + ", row " + std::to_string(First / m_MbWidth) + ", plane " +
+             std::to_string(FirstPlane) + ")");
+    }
+
+    std::vector<uint8_t> m_Pictures;
+    int32_t m_MbWidth;
+    bool m_bOn = false;
+    size_t m_Index = 0;
+};
+
 // Pictures of the reconstruction, given out in display order.
 class ReconstructionWriter
 {
 public:
-    explicit ReconstructionWriter(const std::string& Path) : m_File(Path), m_bOn(!Path.empty()) {}
+    ReconstructionWriter(const std::string& Path, const std::string& ComparePath, int32_t Width)
+        : m_File(Path), m_Comparison(ComparePath, Width), m_bOn(!Path.empty() || !ComparePath.empty())
+    {
+    }
 
     void Add(const UMC::VideoData& Picture, int32_t DisplayOrder)
     {
         if (!m_bOn) return;
         std::vector<uint8_t>& Samples = m_Waiting[DisplayOrder];
+        m_Sizes.clear();
         for (int32_t Plane = 0; Plane < Picture.GetPlaneCount(); ++Plane) {
             UMC::PlaneInfo Info{};
             Picture.GetPlaneInfo(&Info, Plane);
             const int32_t RowBytes = Info.m_Width * Info.m_SampleBytes;
+            m_Sizes.emplace_back(RowBytes, Info.m_Height);
             for (int32_t y = 0; y < Info.m_Height; ++y) {
                 const uint8_t* const pRow = Info.m_pPlane + static_cast<ptrdiff_t>(y) * Info.m_Pitch;
                 Samples.insert(Samples.end(), pRow, pRow + RowBytes);
@@ -147,6 +208,7 @@ public:
         while (!m_Waiting.empty() && m_Waiting.begin()->first == m_Next) {
             const auto& First = m_Waiting.begin()->second;
             m_File.Write(First.data(), First.size());
+            m_Comparison.Next(First, m_Sizes);
             m_Waiting.erase(m_Waiting.begin());
             ++m_Next;
         }
@@ -155,6 +217,8 @@ public:
 
 private:
     OutputFile m_File;
+    PictureComparison m_Comparison;
+    std::vector<std::pair<int32_t, int32_t>> m_Sizes; // of the planes
     bool m_bOn;
     int32_t m_Next = 0;
     std::map<int32_t, std::vector<uint8_t>> m_Waiting;
@@ -240,7 +304,7 @@ int Main(int argc, char** argv)
         if (Count == 0) Fail(o.In + " holds no whole picture of this size");
         if (o.Frames > 0) Count = std::min(Count, static_cast<size_t>(o.Frames));
         OutputFile Stream(i == 0 && !o.bNoOutput ? o.Out : std::string());
-        ReconstructionWriter Recon(i == 0 ? o.Recon : std::string());
+        ReconstructionWriter Recon(i == 0 ? o.Recon : std::string(), i == 0 ? o.Compare : std::string(), o.Width);
         const Result One = r.Encode(Pictures, Count, Stream, Recon);
         Stream.Close();
         Recon.Close();
