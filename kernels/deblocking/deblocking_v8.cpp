@@ -114,7 +114,8 @@ INLINE __m128i MoveSecond(const __m128i Side[4], __m128i Middle, __m128i Limit)
 // bS 1 to 3 (8.7.2.3) on the lines of Mask. Clip is tC0 of each line.
 INLINE void FilterNormal(Lines& s, __m128i Mask, __m128i Clip, const Thresholds& With)
 {
-    const __m128i SmoothP = _mm_and_si128(IsSmooth(s.p, With), Mask), SmoothQ = _mm_and_si128(IsSmooth(s.q, With), Mask);
+    const __m128i SmoothP = _mm_and_si128(IsSmooth(s.p, With), Mask),
+                  SmoothQ = _mm_and_si128(IsSmooth(s.q, With), Mask);
     const __m128i Middle = _mm_avg_epu8(s.p[0], s.q[0]);
     const __m128i p1 = MoveSecond(s.p, Middle, _mm_and_si128(Clip, SmoothP));
     const __m128i q1 = MoveSecond(s.q, Middle, _mm_and_si128(Clip, SmoothQ));
@@ -253,8 +254,14 @@ static void StoreEightColumns(uint8_t* p, ptrdiff_t Step, const Lines& s)
 struct Vertical {
     static constexpr bool kAcrossRows = false;
     [[gnu::always_inline]] static Lines Load(const uint8_t* pQ, ptrdiff_t Step) { return LoadColumns(pQ - 4, Step); }
-    [[gnu::always_inline]] static Lines LoadLong(const uint8_t* pQ, ptrdiff_t Step) { return LoadColumns(pQ - 4, Step); }
-    [[gnu::always_inline]] static void Store(uint8_t* pQ, ptrdiff_t Step, const Lines& s) { StoreFourColumns(pQ - 2, Step, s); }
+    [[gnu::always_inline]] static Lines LoadLong(const uint8_t* pQ, ptrdiff_t Step)
+    {
+        return LoadColumns(pQ - 4, Step);
+    }
+    [[gnu::always_inline]] static void Store(uint8_t* pQ, ptrdiff_t Step, const Lines& s)
+    {
+        StoreFourColumns(pQ - 2, Step, s);
+    }
     [[gnu::always_inline]] static void StoreLong(uint8_t* pQ, ptrdiff_t Step, const Lines& s)
     {
         StoreEightColumns(pQ - 4, Step, s);

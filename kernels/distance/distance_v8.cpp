@@ -5,9 +5,10 @@
 
 namespace kernels {
 
-// The Hadamard transform of 4x4 differences in three steps: sums and differences of neighbouring columns, which pmaddubsw
-// gives at once, the four rows, and the last step across. For that one |x + y| + |x - y| = 2 max(|x|, |y|): each value
-// is compared with the one it would meet, and as both of them give the same maximum, their sum is the doubled one.
+// The Hadamard transform of 4x4 differences in three steps: sums and differences of neighbouring columns, which
+// pmaddubsw gives at once, the four rows, and the last step across. For that one |x + y| + |x - y| = 2 max(|x|, |y|):
+// each value is compared with the one it would meet, and as both of them give the same maximum, their sum is the
+// doubled one.
 //
 // Values: 2 * 255 after the first step, 4 * 510 = 2040 after the second.
 
@@ -44,10 +45,10 @@ static __m128i Magnitudes8x4(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* 
     const __m128i r3 = RowDifference(pA + 3 * StepA, pB + 3 * StepB);
     const __m128i s01 = _mm_add_epi16(r0, r1), d01 = _mm_sub_epi16(r0, r1);
     const __m128i s23 = _mm_add_epi16(r2, r3), d23 = _mm_sub_epi16(r2, r3);
-    const __m128i Sums = _mm_add_epi16(LastStepMagnitudes(_mm_add_epi16(s01, s23)),
-                                       LastStepMagnitudes(_mm_sub_epi16(s01, s23)));
-    const __m128i Differences = _mm_add_epi16(LastStepMagnitudes(_mm_add_epi16(d01, d23)),
-                                              LastStepMagnitudes(_mm_sub_epi16(d01, d23)));
+    const __m128i Sums =
+        _mm_add_epi16(LastStepMagnitudes(_mm_add_epi16(s01, s23)), LastStepMagnitudes(_mm_sub_epi16(s01, s23)));
+    const __m128i Differences =
+        _mm_add_epi16(LastStepMagnitudes(_mm_add_epi16(d01, d23)), LastStepMagnitudes(_mm_sub_epi16(d01, d23)));
     return _mm_add_epi16(Sums, Differences);
 }
 

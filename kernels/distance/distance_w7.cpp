@@ -29,10 +29,7 @@ static __m128i Load4x4(const uint8_t* p, ptrdiff_t Step)
 }
 
 // psadbw leaves a sum in each half.
-static int32_t SumOfHalves(__m128i Sum)
-{
-    return _mm_cvtsi128_si32(_mm_add_epi32(Sum, _mm_unpackhi_epi64(Sum, Sum)));
-}
+static int32_t SumOfHalves(__m128i Sum) { return _mm_cvtsi128_si32(_mm_add_epi32(Sum, _mm_unpackhi_epi64(Sum, Sum))); }
 
 template <int Height>
 static int32_t Sad16(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
@@ -123,7 +120,10 @@ void Sad16x16x4_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* const ppB[
     _mm_storeu_si128(reinterpret_cast<__m128i*>(Sum), _mm_castps_si128(All));
 }
 
-static __m128i AbsoluteDifference(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
+static __m128i AbsoluteDifference(__m128i a, __m128i b)
+{
+    return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
+}
 
 int32_t CountEdges16x16_w7(const uint8_t* pA, ptrdiff_t StepA, int Difference)
 {

@@ -40,7 +40,10 @@ static void StoreRow(uint8_t* p, __m128i Row)
 
 // (v + 2^(Bits - 1)) >> Bits of words.
 template <int Bits>
-static __m128i RoundShift(__m128i v) { return _mm_mulhrs_epi16(v, _mm_set1_epi16(1 << (15 - Bits))); }
+static __m128i RoundShift(__m128i v)
+{
+    return _mm_mulhrs_epi16(v, _mm_set1_epi16(1 << (15 - Bits)));
+}
 
 // ---- Luma: six taps (8.4.2.2.1) ----------------------------------------------------------------------------
 
@@ -60,8 +63,8 @@ struct TapsAcross<16> {
     static void Run(const uint8_t* p, __m128i Words[kRegisters])
     {
         for (int Odd = 0; Odd < 2; ++Odd, ++p)
-            Words[Odd] = _mm_add_epi16(_mm_add_epi16(FirstTaps(Load16(p - 2)), LastTaps(Load16(p + 2))),
-                                       MiddleTaps(Load16(p)));
+            Words[Odd] =
+                _mm_add_epi16(_mm_add_epi16(FirstTaps(Load16(p - 2)), LastTaps(Load16(p + 2))), MiddleTaps(Load16(p)));
     }
     static __m128i Pack(const __m128i Words[kRegisters])
     {
@@ -219,7 +222,8 @@ static void CopyRows(const LumaBlock& b)
 {
     const uint8_t* pSrc = b.pSrc;
     uint8_t* pDst = b.pDst;
-    for (int y = b.Height; y > 0; --y, pSrc += b.SrcStep, pDst += b.DstStep) StoreRow<Width>(pDst, LoadRow<Width>(pSrc));
+    for (int y = b.Height; y > 0; --y, pSrc += b.SrcStep, pDst += b.DstStep)
+        StoreRow<Width>(pDst, LoadRow<Width>(pSrc));
 }
 
 template <int Width>
@@ -228,15 +232,26 @@ static void InterpolateLuma(const LumaBlock& b, int FracX, int FracY)
     const uint8_t* const pRow = b.pSrc + (FracY == 3 ? b.SrcStep : 0); // the row and the column nearer to the offset
     const uint8_t* const pColumn = b.pSrc + (FracX == 3 ? 1 : 0);
     switch (FracY * 4 + FracX) {
-    case 0: return CopyRows<Width>(b);
-    case 2: return HalfAcross<Width, Blend::Put>(b, b.pSrc, 0);
-    case 1: case 3: return HalfAcross<Width, Blend::WithOther>(b, b.pSrc, pColumn - b.pSrc);
-    case 8: return HalfDown<Width, Blend::Put>(b, b.pSrc, 0);
-    case 4: case 12: return HalfDown<Width, Blend::WithOther>(b, b.pSrc, pRow - b.pSrc);
-    case 10: return Centre<Width, Blend::Put, kNoRow>(b);
-    case 6: return Centre<Width, Blend::Put, 0>(b);
-    case 14: return Centre<Width, Blend::Put, 1>(b);
-    case 9: case 11:
+    case 0:
+        return CopyRows<Width>(b);
+    case 2:
+        return HalfAcross<Width, Blend::Put>(b, b.pSrc, 0);
+    case 1:
+    case 3:
+        return HalfAcross<Width, Blend::WithOther>(b, b.pSrc, pColumn - b.pSrc);
+    case 8:
+        return HalfDown<Width, Blend::Put>(b, b.pSrc, 0);
+    case 4:
+    case 12:
+        return HalfDown<Width, Blend::WithOther>(b, b.pSrc, pRow - b.pSrc);
+    case 10:
+        return Centre<Width, Blend::Put, kNoRow>(b);
+    case 6:
+        return Centre<Width, Blend::Put, 0>(b);
+    case 14:
+        return Centre<Width, Blend::Put, 1>(b);
+    case 9:
+    case 11:
         HalfDown<Width, Blend::Put>(b, pColumn, 0);
         return Centre<Width, Blend::WithTarget, kNoRow>(b);
     default:
@@ -276,7 +291,10 @@ static __m128i PairOfWeights(int First, int Second) { return _mm_set1_epi16(stat
 
 // Each sample beside its right neighbour.
 template <int Width>
-static __m128i PairsAcross(const uint8_t* p) { return _mm_unpacklo_epi8(LoadRow<Width>(p), LoadRow<Width>(p + 1)); }
+static __m128i PairsAcross(const uint8_t* p)
+{
+    return _mm_unpacklo_epi8(LoadRow<Width>(p), LoadRow<Width>(p + 1));
+}
 
 // The offsets across alone, Near 1, and down alone, Near the step, weigh two samples in eighths.
 template <int Width>

@@ -274,17 +274,25 @@ template <int Size>
 INLINE void PredictDirection(int Mode, Line<Size>& n, uint8_t* pDst, ptrdiff_t DstStep, unsigned Available)
 {
     switch (Mode) {
-    case 0: return StoreSame<Size>(pDst, DstStep, Load16(n.v + Line<Size>::kAbove));
+    case 0:
+        return StoreSame<Size>(pDst, DstStep, Load16(n.v + Line<Size>::kAbove));
     case 1:
         for (int y = 0; y < Size; ++y) StoreRow<Size>(pDst + y * DstStep, Splat(n.v[Line<Size>::kCorner - 1 - y]));
         return;
-    case 2: return PredictDc(n, pDst, DstStep, Available);
-    case 3: return PredictDownLeft(n, pDst, DstStep);
-    case 4: return PredictDownRight(n, pDst, DstStep);
-    case 5: return PredictVerticalRight(n, pDst, DstStep);
-    case 6: return PredictHorizontalDown(n, pDst, DstStep);
-    case 7: return PredictVerticalLeft(n, pDst, DstStep);
-    default: return PredictHorizontalUp(n, pDst, DstStep);
+    case 2:
+        return PredictDc(n, pDst, DstStep, Available);
+    case 3:
+        return PredictDownLeft(n, pDst, DstStep);
+    case 4:
+        return PredictDownRight(n, pDst, DstStep);
+    case 5:
+        return PredictVerticalRight(n, pDst, DstStep);
+    case 6:
+        return PredictHorizontalDown(n, pDst, DstStep);
+    case 7:
+        return PredictVerticalLeft(n, pDst, DstStep);
+    default:
+        return PredictHorizontalUp(n, pDst, DstStep);
     }
 }
 
@@ -313,8 +321,8 @@ void PredictIntra4x4_v8(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, 
     PredictDirection(Mode, n, pDst, DstStep, Available);
 }
 
-// 8.3.2.2.1. The ends of each run of neighbours repeat themselves; without the one above-left there are two runs, so its
-// place is filled for either side in turn.
+// 8.3.2.2.1. The ends of each run of neighbours repeat themselves; without the one above-left there are two runs, so
+// its place is filled for either side in turn.
 INLINE void Smooth(Line<8>& n, unsigned Available)
 {
     constexpr int kFirst = Line<8>::kFirst, kCorner = Line<8>::kCorner, kAbove = Line<8>::kAbove;

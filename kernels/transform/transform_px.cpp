@@ -111,7 +111,8 @@ int16_t ScaleRounded(int Value, int Scale, int QpPer, int Down)
 
 // ---- Forward -----------------------------------------------------------------------------------------------
 
-// The core transform of four values at Step distance. It multiplies a difference by up to 6 * 6 in both passes together.
+// The core transform of four values at Step distance. It multiplies a difference by up to 6 * 6 in both passes
+// together.
 void Forward4(int16_t* p, int Step)
 {
     const int s03 = p[0] + p[3 * Step], d03 = p[0] - p[3 * Step];
@@ -153,8 +154,14 @@ bool QuantBlock(int16_t* pCoeffs, const QuantParams& Quant)
 
 // ---- Inverse -----------------------------------------------------------------------------------------------
 
-void AddResidual4x4_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddInverse<4>(pCoeffs, pDst, Step, Inverse4); }
-void AddResidual8x8_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddInverse<8>(pCoeffs, pDst, Step, Inverse8); }
+void AddResidual4x4_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
+{
+    AddInverse<4>(pCoeffs, pDst, Step, Inverse4);
+}
+void AddResidual8x8_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
+{
+    AddInverse<8>(pCoeffs, pDst, Step, Inverse8);
+}
 void AddResidual4x4Dc_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddDc(pCoeffs, pDst, Step, 4); }
 void AddResidual8x8Dc_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddDc(pCoeffs, pDst, Step, 8); }
 

@@ -67,7 +67,8 @@ struct Quantiser {
     __m128i NoCarry;   // the largest lower half of a product that does not carry
     __m128i UpperLess; // upper half of Rounding, and 1 for the carry that is taken off where there is none
     __m128i Lower;     // lower half of Rounding
-    __m128i Shift, Up; // of the upper half: right by Shift - 16, or left by 16 - Shift; of the lower one: right by Shift
+    __m128i Shift,
+        Up; // of the upper half: right by Shift - 16, or left by 16 - Shift; of the lower one: right by Shift
 
     explicit Quantiser(const QuantParams& Params)
         : Factor{_mm_load_si128(reinterpret_cast<const __m128i*>(Params.Factor)),
@@ -215,7 +216,8 @@ uint32_t ForwardQuant16x16_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint
                               ptrdiff_t PredictionStep, int16_t* pLevels, const QuantParams* pQuant)
 {
     const Samples s{pSrc, SrcStep, pPrediction, PredictionStep};
-    return pQuant->Shift < 16 ? QuantMacroblock<true>(s, *pQuant, pLevels) : QuantMacroblock<false>(s, *pQuant, pLevels);
+    return pQuant->Shift < 16 ? QuantMacroblock<true>(s, *pQuant, pLevels)
+                              : QuantMacroblock<false>(s, *pQuant, pLevels);
 }
 
 uint32_t ForwardQuant4x4_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,

@@ -13,7 +13,8 @@ enum class Strengths { All, OuterOnly, Inner, Mixed, None };
 constexpr Strengths kStrengths[]{Strengths::All, Strengths::OuterOnly, Strengths::Inner, Strengths::Mixed,
                                  Strengths::None};
 
-// Thresholds of one kind of picture: real ones of a QP, closed ones, and the widest there are. Clip values rise with bS.
+// Thresholds of one kind of picture: real ones of a QP, closed ones, and the widest there are. Clip values rise with
+// bS.
 EdgeParams RandomParams(TestRandom& Rng, Strengths How)
 {
     EdgeParams Params{};
@@ -48,8 +49,8 @@ Block Blocky(TestRandom& Rng, int Width, int Height, size_t Shift)
     for (int& Value : Level) Value = Base + Rng.Range(-Jump, Jump);
     for (int y = 0; y < Height; ++y)
         for (int x = 0; x < Width; ++x)
-            *b.At(x, y) = static_cast<uint8_t>(std::clamp(
-                Level[static_cast<size_t>(y / 4 * (Width / 4) + x / 4)] + Rng.Range(-Noise, Noise), 0, 255));
+            *b.At(x, y) = static_cast<uint8_t>(
+                std::clamp(Level[static_cast<size_t>(y / 4 * (Width / 4) + x / 4)] + Rng.Range(-Noise, Noise), 0, 255));
     return b;
 }
 

@@ -21,9 +21,11 @@ void CheckDeinterlace(DeinterlaceBlendSig* pFn, DeinterlaceBlendSig* pReference)
                         Block Want{std::vector<uint8_t>(static_cast<size_t>((Width + 5) * Height), 0xA5), 2, Width + 5};
                         Block Got = Want;
                         EXPECT_EQ(pReference(Source.At(0, 0), Source.Step, Want.At(0, 0), Want.Step, Width, Height,
-                                             Weight, Layout), kStatusOk);
-                        EXPECT_EQ(pFn(Source.At(0, 0), Source.Step, Got.At(0, 0), Got.Step, Width, Height, Weight,
-                                      Layout), kStatusOk);
+                                             Weight, Layout),
+                                  kStatusOk);
+                        EXPECT_EQ(
+                            pFn(Source.At(0, 0), Source.Step, Got.At(0, 0), Got.Step, Width, Height, Weight, Layout),
+                            kStatusOk);
                         ASSERT_EQ(Got.Bytes, Want.Bytes);
                     }
     uint8_t Row[16]{}, Out[16]{};

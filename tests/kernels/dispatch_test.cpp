@@ -15,7 +15,10 @@ using namespace kernels;
 
 using NumberSig = int();
 template <int N>
-int Number() { return N; }
+int Number()
+{
+    return N;
+}
 
 constexpr KernelRow<NumberSig> kFull{"Full", {Number<0>, Number<1>, Number<2>, Number<3>, Number<4>, Number<5>}};
 constexpr KernelRow<NumberSig> kHole{"Hole", {Number<10>, Number<11>, Number<12>, nullptr, Number<14>, nullptr}};
@@ -24,13 +27,15 @@ constexpr KernelRow<NumberSig> kEmpty{"Empty", {}};
 std::vector<std::string> s_Shown;
 uint32_t s_Beeps = 0, s_Style = 0;
 
-const platform::MessageBoxOperations kRecordingBox{
-    [](uint32_t Type) { s_Beeps = Type; return true; },
-    [](const char* pText, const char* pCaption, uint32_t Style) {
-        s_Shown = {pText, pCaption};
-        s_Style = Style;
-        return 1;
-    }};
+const platform::MessageBoxOperations kRecordingBox{[](uint32_t Type) {
+                                                       s_Beeps = Type;
+                                                       return true;
+                                                   },
+                                                   [](const char* pText, const char* pCaption, uint32_t Style) {
+                                                       s_Shown = {pText, pCaption};
+                                                       s_Style = Style;
+                                                       return 1;
+                                                   }};
 const platform::MessageBoxOperations kFailingBox{[](uint32_t) { return false; },
                                                  [](const char*, const char*, uint32_t) { return 0; }};
 
@@ -79,7 +84,7 @@ TEST_F(Waterfall, AHoleSendsAllSlotsToTheNextLowerTier)
 TEST_F(Waterfall, WithoutATierThatServesTheBoxIsShown)
 {
     EXPECT_EQ(Apply({RecordOf(&m_pFull, &kFull), RecordOf(&m_pHole, &kEmpty), RecordOf(&m_pLast, &kFull)}, 4), 0);
-    EXPECT_EQ(m_pFull(), 0);  // what the last attempt wrote stays
+    EXPECT_EQ(m_pFull(), 0); // what the last attempt wrote stays
     EXPECT_EQ(m_pHole(), -2);
     EXPECT_EQ(m_pLast(), -3); // behind the hole nothing is written
     EXPECT_EQ(m_Bound, 99);
@@ -163,10 +168,7 @@ TEST_F(BoundKernels, StayWhenATierIsUnknown)
     EXPECT_EQ(g_BoundTier, Before);
 }
 
-TEST(KernelSlotsAtFirst, HoldTheReference)
-{
-    ExpectSlots(KernelSlots{}, Tier::px);
-}
+TEST(KernelSlotsAtFirst, HoldTheReference) { ExpectSlots(KernelSlots{}, Tier::px); }
 
 TEST(ImageKernels, FollowSelectedTier)
 {

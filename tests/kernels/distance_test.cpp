@@ -20,7 +20,8 @@ void CheckDistance(BlockDistanceSig* pFn, BlockDistanceSig* pReference)
             for (const size_t Shift : kShifts) {
                 const Block a = Rng.MakeBlock(How, Width, Height, 16, Shift);
                 const Block b = Rng.MakeBlock(Other, Width, Height, 53, 15 - Shift);
-                ASSERT_EQ(pFn(a.At(0, 0), a.Step, b.At(0, 0), b.Step), pReference(a.At(0, 0), a.Step, b.At(0, 0), b.Step));
+                ASSERT_EQ(pFn(a.At(0, 0), a.Step, b.At(0, 0), b.Step),
+                          pReference(a.At(0, 0), a.Step, b.At(0, 0), b.Step));
                 // A step of 0 repeats one row, a negative one walks upwards.
                 ASSERT_EQ(pFn(a.At(0, 0), 0, b.At(0, Height - 1), -b.Step),
                           pReference(a.At(0, 0), 0, b.At(0, Height - 1), -b.Step));
@@ -64,7 +65,8 @@ void CheckCountEdges(CountEdgesSig* pFn, CountEdgesSig* pReference)
         for (const size_t Shift : kShifts)
             for (const int Difference : {-300, -1, 0, 1, 2, 10, 127, 128, 254, 255, 256, 1000}) {
                 const Block a = Rng.MakeBlock(How, 16, 16, 21, Shift);
-                ASSERT_EQ(pFn(a.At(0, 0), a.Step, Difference), pReference(a.At(0, 0), a.Step, Difference)) << Difference;
+                ASSERT_EQ(pFn(a.At(0, 0), a.Step, Difference), pReference(a.At(0, 0), a.Step, Difference))
+                    << Difference;
             }
 }
 KERNEL_TEST(CountEdges16x16, CheckCountEdges);

@@ -153,7 +153,7 @@ template <int Width>
 void CheckBiWeight(BiWeightBlockSig* pFn, BiWeightBlockSig* pReference)
 {
     // Weights to the ends of their range, where the sum of products is largest, and implicit pairs, which make 64.
-    constexpr int kWeights[][2]{{-128, -128 + 128}, {-128, 128}, {128, -128}, {127, 0}, {64, 63}, {-64, -64}, {0, 0},
+    constexpr int kWeights[][2]{{-128, -128 + 128}, {-128, 128}, {128, -128}, {127, 0}, {64, 63},    {-64, -64}, {0, 0},
                                 {32, 32},           {128, -64},  {-63, 127},  {1, 126}, {-128, 127}, {128, -1}};
     TestRandom Rng;
     SCOPED_TRACE(Rng.Seed());
@@ -164,7 +164,8 @@ void CheckBiWeight(BiWeightBlockSig* pFn, BiWeightBlockSig* pReference)
                     const int Height = kHeights[Rng.Range(0, 3)];
                     const Block a = Rng.MakeBlock(How, Width, Height, 31, kShifts[Rng.Range(0, 3)]);
                     Target Want(Height, kShifts[Rng.Range(0, 3)]);
-                    Want.Put(Rng.MakeBlock(Rng.Range(0, 1) ? How : Fill::ZeroOrMax, Width, Height, 16, 0), Width, Height);
+                    Want.Put(Rng.MakeBlock(Rng.Range(0, 1) ? How : Fill::ZeroOrMax, Width, Height, 16, 0), Width,
+                             Height);
                     Target Got = Want;
                     pReference(a.At(0, 0), a.Step, Want.At(), Target::kStep, Height, LogDenom, w[0], w[1], Offset);
                     pFn(a.At(0, 0), a.Step, Got.At(), Target::kStep, Height, LogDenom, w[0], w[1], Offset);
@@ -231,13 +232,13 @@ int LumaAcrossStep(int FracX, int FracY)
 TEST(InterpolateLumaReference, HalfAndQuarterSamplesAtAStep)
 {
     EXPECT_EQ(LumaAcrossStep(0, 0), 0);
-    EXPECT_EQ(LumaAcrossStep(2, 0), 50);  // (20 - 5 + 1) * 100 / 32
+    EXPECT_EQ(LumaAcrossStep(2, 0), 50); // (20 - 5 + 1) * 100 / 32
     EXPECT_EQ(LumaAcrossStep(1, 0), 25);
     EXPECT_EQ(LumaAcrossStep(3, 0), 75);
-    EXPECT_EQ(LumaAcrossStep(0, 2), 0);   // down a column nothing changes
+    EXPECT_EQ(LumaAcrossStep(0, 2), 0); // down a column nothing changes
     EXPECT_EQ(LumaAcrossStep(2, 2), 50);
-    EXPECT_EQ(LumaAcrossStep(1, 1), 25);  // mean of 50 across and 0 down
-    EXPECT_EQ(LumaAcrossStep(3, 3), 75);  // mean of 50 across and 100 down, one column on
+    EXPECT_EQ(LumaAcrossStep(1, 1), 25); // mean of 50 across and 0 down
+    EXPECT_EQ(LumaAcrossStep(3, 3), 75); // mean of 50 across and 100 down, one column on
     EXPECT_EQ(LumaAcrossStep(2, 1), 50);
     EXPECT_EQ(LumaAcrossStep(1, 2), 25);
     EXPECT_EQ(LumaAcrossStep(3, 2), 75);

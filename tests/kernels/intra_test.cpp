@@ -65,7 +65,8 @@ KERNEL_TEST(PredictChromaDc, (CheckPredict<8, 0>));
 KERNEL_TEST(PredictChromaPlane, (CheckPredict<8, kTop | kLeft | kTopLeft>));
 
 // The neighbours that each of the nine modes needs (Tables 8-2 and 8-3).
-constexpr unsigned kNeeded[9]{kTop, kLeft, 0, kTop, kAll & ~kTopRight, kAll & ~kTopRight, kAll & ~kTopRight, kTop, kLeft};
+constexpr unsigned kNeeded[9]{kTop, kLeft, 0, kTop, kAll & ~kTopRight, kAll & ~kTopRight, kAll & ~kTopRight,
+                              kTop, kLeft};
 
 void CheckIntra4x4(PredictIntra4x4Sig* pFn, PredictIntra4x4Sig* pReference)
 {
@@ -137,8 +138,8 @@ TEST(PredictDc, WithoutNeighboursNothingIsRead)
 // Above-left 10, above 20 30 40 50, above-right 60 70 80 90, left 12 14 16 18.
 std::vector<int> Predicted4x4(int Mode, unsigned Available = kAll)
 {
-    std::vector<uint8_t> Around{10, 20, 30, 40, 50, 60, 70, 80, 90, 12, 0, 0, 0, 0, 0, 0, 0, 0, 14, 0, 0, 0, 0,
-                                0,  0,  0,  0,  16, 0,  0,  0,  0,  0,  0,  0, 0, 18, 0, 0, 0, 0, 0, 0, 0, 0};
+    std::vector<uint8_t> Around{10, 20, 30, 40, 50, 60, 70, 80, 90, 12, 0, 0, 0, 0,  0, 0, 0, 0, 14, 0, 0, 0, 0,
+                                0,  0,  0,  0,  16, 0,  0,  0,  0,  0,  0, 0, 0, 18, 0, 0, 0, 0, 0,  0, 0, 0};
     uint8_t Out[16];
     PredictIntra4x4_px(Mode, &Around[10], 9, &Around[5], Out, 4, Available);
     return {Out, Out + 16};

@@ -49,8 +49,8 @@ TEST(ProcessorClass, OlderIntelModels)
     EXPECT_EQ(DetectProcessorClass(Intel(Version(5, 1))), 1);
     EXPECT_EQ(DetectProcessorClass(Intel(Version(5, 2))), 1);
     EXPECT_EQ(DetectProcessorClass(Intel(Version(5, 4))), 2);
-    const int Family6[][2]{{1, 3}, {3, 4}, {5, 4}, {6, 4}, {7, 5}, {8, 5}, {10, 5}, {11, 5}, {9, 9}, {13, 9}, {14, 10},
-                           {15, 33}};
+    const int Family6[][2]{{1, 3},  {3, 4},  {5, 4}, {6, 4},  {7, 5},   {8, 5},
+                           {10, 5}, {11, 5}, {9, 9}, {13, 9}, {14, 10}, {15, 33}};
     for (const auto& [Model, Class] : Family6)
         EXPECT_EQ(DetectProcessorClass(Intel(Version(6, static_cast<uint32_t>(Model)))), Class) << Model;
 }
@@ -129,8 +129,8 @@ TEST(ProcessorClass, Sse2OnlyOfAnotherVendorIsTier2)
 
 TEST(ProcessorClass, EveryClassHasItsTier)
 {
-    const std::vector<std::vector<int>> Classes{{},         {5, 16, 17, 64}, {6, 7, 9, 65}, {8, 10, 11, 32, 66},
-                                                {33, 34, 36, 67}, {35, 37, 68, 69}};
+    const std::vector<std::vector<int>> Classes{
+        {}, {5, 16, 17, 64}, {6, 7, 9, 65}, {8, 10, 11, 32, 66}, {33, 34, 36, 67}, {35, 37, 68, 69}};
     for (int Class = -1; Class < 128; ++Class) {
         int Want = 0;
         for (size_t Tier = 1; Tier < Classes.size(); ++Tier)

@@ -41,13 +41,17 @@ void CheckResize(ResizeSig* pFn, ResizeSig*)
             const Block Source = Rng.MakeBlock(How, Width * Channels, Height, Width * Channels + 5, 3);
             Block Got{std::vector<uint8_t>(static_cast<size_t>((ToWidth * Channels + 4) * ToHeight), 0xA5), 0,
                       ToWidth * Channels + 4};
-            const double xFactor = static_cast<double>(ToWidth) / Width, yFactor = static_cast<double>(ToHeight) / Height;
+            const double xFactor = static_cast<double>(ToWidth) / Width,
+                         yFactor = static_cast<double>(ToHeight) / Height;
             ASSERT_EQ(pFn(Source.At(0, 0), Width, Height, Source.Step, 0, 0, Width, Height, Got.At(0, 0), Got.Step,
-                          ToWidth, ToHeight, xFactor, yFactor, kCubic), kStatusOk);
+                          ToWidth, ToHeight, xFactor, yFactor, kCubic),
+                      kStatusOk);
             for (int y = 0; y < ToHeight; ++y)
                 for (int x = 0; x < ToWidth * Channels; ++x)
-                    ASSERT_NEAR(*Got.At(x, y), Exact(Source, Width, Height, Channels, x % Channels,
-                                                     (x / Channels + 0.5) / xFactor - 0.5, (y + 0.5) / yFactor - 0.5), 1.0)
+                    ASSERT_NEAR(*Got.At(x, y),
+                                Exact(Source, Width, Height, Channels, x % Channels,
+                                      (x / Channels + 0.5) / xFactor - 0.5, (y + 0.5) / yFactor - 0.5),
+                                1.0)
                         << x << ", " << y;
             for (int y = 0; y < ToHeight; ++y) ASSERT_EQ(*Got.At(ToWidth * Channels, y), 0xA5);
         }

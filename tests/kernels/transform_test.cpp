@@ -33,11 +33,21 @@ int16_t Coefficient(TestRandom& Rng, Reach How, size_t Index)
 {
     int Value = 0;
     switch (How) {
-    case Reach::Small: Value = Rng.Range(0, 2) ? 0 : Rng.Range(-400, 400); break;
-    case Reach::DcOnly: Value = Index ? 0 : Rng.Range(-17000, 17000); break;
-    case Reach::Stream: Value = Rng.Range(-2063, 2063); break;
-    case Reach::Any: Value = Rng.Range(INT16_MIN, INT16_MAX); break;
-    case Reach::Ends: Value = Rng.Range(0, 1) ? INT16_MIN : INT16_MAX; break;
+    case Reach::Small:
+        Value = Rng.Range(0, 2) ? 0 : Rng.Range(-400, 400);
+        break;
+    case Reach::DcOnly:
+        Value = Index ? 0 : Rng.Range(-17000, 17000);
+        break;
+    case Reach::Stream:
+        Value = Rng.Range(-2063, 2063);
+        break;
+    case Reach::Any:
+        Value = Rng.Range(INT16_MIN, INT16_MAX);
+        break;
+    case Reach::Ends:
+        Value = Rng.Range(0, 1) ? INT16_MIN : INT16_MAX;
+        break;
     }
     return static_cast<int16_t>(Value);
 }
@@ -131,7 +141,8 @@ void CheckDequant(DequantBlocksSig* pFn, DequantBlocksSig* pReference)
                 for (const int FirstIndex : {0, 1}) {
                     Coefficients<16> Scale; // flat lists give multiples of 16, matrices anything
                     for (size_t i = 0; i < 16; ++i)
-                        *Scale.At(i) = static_cast<int16_t>(Round & 1 ? 16 * Rng.Range(10, 29) : Rng.Range(10, 29 * 255));
+                        *Scale.At(i) =
+                            static_cast<int16_t>(Round & 1 ? 16 * Rng.Range(10, 29) : Rng.Range(10, 29 * 255));
                     Coefficients<256> Want;
                     for (size_t i = 0; i < 256; ++i) *Want.At(i) = Coefficient(Rng, How, i % 16);
                     auto Got = Want;
@@ -329,7 +340,8 @@ TEST(DequantReference, BelowQp24TheProductIsRounded)
 
 TEST(ForwardQuantReference, RoundingOfIntraAndInterDiffer)
 {
-    // A difference of 1 in one corner gives a DC of 1 and, at (1, 1), 4; QP 0 with factor 13107 makes 2 a 1 in intra only.
+    // A difference of 1 in one corner gives a DC of 1 and, at (1, 1), 4; QP 0 with factor 13107 makes 2 a 1 in intra
+    // only.
     EXPECT_EQ((2 * 13107 + (1u << 15) / 3) >> 15, 1u);
     EXPECT_EQ((2 * 13107 + (1u << 15) / 6) >> 15, 0u);
     std::vector<uint8_t> a(16, 100), b(16, 100);
