@@ -188,7 +188,8 @@ H264DecoderFrame* H264DBPList::FindClosestForConcealment(const H264DecoderFrame*
 {
     H264DecoderFrame* pClosest = nullptr;
     for (H264DecoderFrame* p = m_pHead; p && p != pFrame; p = p->m_pNext) {
-        const bool IsAlike = !p->m_IsSkipped && p->m_ChromaFormat == pFrame->m_ChromaFormat && p->m_Size == pFrame->m_Size;
+        const bool IsAlike =
+            !p->m_IsSkipped && p->m_ChromaFormat == pFrame->m_ChromaFormat && p->m_Size == pFrame->m_Size;
         if (IsAlike && p->ResetCount() == 0 && p->PicOrderCnt() < pFrame->PicOrderCnt()) pClosest = p;
     }
     return pClosest;

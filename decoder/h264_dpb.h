@@ -1,5 +1,5 @@
-// The frames of the decoder in decoding order, and the decoded picture buffer's rules over them. Frames are few, so every
-// question is answered by a walk.
+// The frames of the decoder in decoding order, and the decoded picture buffer's rules over them. Frames are few, so
+// every question is answered by a walk.
 #pragma once
 
 #include "decoder/h264_frame.h"
@@ -40,8 +40,8 @@ public:
     int32_t CountAll() const;
     int32_t FreeIndex() const; // lowest of 0..31 that no frame uses, else -1
 
-    // Next frame to show, or one still in work that has to be shown before the others; null for none. Looks at Limit + 2
-    // candidates at most.
+    // Next frame to show, or one still in work that has to be shown before the others; null for none. Looks at Limit +
+    // 2 candidates at most.
     H264DecoderFrame* FindOldestDisplayable(int32_t Limit) const;
 
     // References. Short counts frames with a short-term field; Long those of the others with a long-term field.
@@ -54,8 +54,8 @@ public:
     // FrameNumWrap, PicNum and LongTermPicNum of every reference for the picture of a slice, clause 8.2.4.1.
     void ComputePicNums(const SliceHeaderFields& Header, int32_t MaxFrameNum);
 
-    // The picture to patch holes of a frame from: the last in list order in front of it that is shown before it, has its
-    // size and format and samples of its own. Null for none.
+    // The picture to patch holes of a frame from: the last in list order in front of it that is shown before it, has
+    // its size and format and samples of its own. Null for none.
     H264DecoderFrame* FindClosestForConcealment(const H264DecoderFrame* pFrame) const;
 };
 

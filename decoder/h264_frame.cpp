@@ -10,10 +10,13 @@ namespace UMC {
 
 namespace {
 
-constexpr size_t kBlocks = 16;        // 4x4 blocks of a macroblock
-constexpr size_t kMbInfoSlack = 80;   // bytes: each of the arrays begins on a boundary of 16
+constexpr size_t kBlocks = 16;      // 4x4 blocks of a macroblock
+constexpr size_t kMbInfoSlack = 80; // bytes: each of the arrays begins on a boundary of 16
 
-uint8_t* Align16(uint8_t* p) { return reinterpret_cast<uint8_t*>((reinterpret_cast<uintptr_t>(p) + 15) & ~uintptr_t{15}); }
+uint8_t* Align16(uint8_t* p)
+{
+    return reinterpret_cast<uint8_t*>((reinterpret_cast<uintptr_t>(p) + 15) & ~uintptr_t{15});
+}
 
 } // namespace
 

@@ -34,14 +34,16 @@ void FillRows(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLin
 
 PictureSize H264DecYUVBufferPadded::ChromaSize() const
 {
-    return {m_ChromaFormat < 3 ? m_Size.Width / 2 : m_Size.Width, m_ChromaFormat < 2 ? m_Size.Height / 2 : m_Size.Height};
+    return {m_ChromaFormat < 3 ? m_Size.Width / 2 : m_Size.Width,
+            m_ChromaFormat < 2 ? m_Size.Height / 2 : m_Size.Height};
 }
 
 Status H264DecYUVBufferPadded::Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat)
 {
     if (BitDepth < 8 || BitDepth > 16) return StatusUnsupported;
     if (ChromaFormat < 0 || ChromaFormat > 3) return StatusInvalidParams;
-    if (Size.Width <= 0 || Size.Height <= 0 || Size.Width > kMaxSide || Size.Height > kMaxSide) return StatusAllocFailed;
+    if (Size.Width <= 0 || Size.Height <= 0 || Size.Width > kMaxSide || Size.Height > kMaxSide)
+        return StatusAllocFailed;
     const int32_t PitchLuma = AlignUp(Size.Width, kPlaneAlign);
     const int32_t PitchChroma = ChromaFormat == 3 ? PitchLuma : PitchLuma / 2;
     const bool IsSame = m_pPlaneY && Size == m_Size && PitchLuma == m_PitchLuma && PitchChroma == m_PitchChroma &&

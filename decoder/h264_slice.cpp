@@ -56,7 +56,8 @@ try {
     }
     if (Pic.entropy_coding_mode_flag) {
         m_Bitstream.AlignToByte();
-        m_Cabac.InitContexts(m_QpLuma, m_Header.slice_type == I_SLICE ? 0 : 1 + static_cast<int>(m_Header.cabac_init_idc));
+        m_Cabac.InitContexts(m_QpLuma,
+                             m_Header.slice_type == I_SLICE ? 0 : 1 + static_cast<int>(m_Header.cabac_init_idc));
         m_Cabac.Start(m_Bitstream);
     }
     return true;

@@ -84,7 +84,8 @@ Status TaskSupplier::PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slic
 {
     const H264SeqParamSet& Seq = *Slice.m_pSeqParamSet;
     const SliceHeaderFields& Header = Slice.m_Header;
-    const PictureSize Size{static_cast<int32_t>(Seq.frame_width_in_mbs) * 16, static_cast<int32_t>(Seq.frame_height_in_mbs) * 16};
+    const PictureSize Size{static_cast<int32_t>(Seq.frame_width_in_mbs) * 16,
+                           static_cast<int32_t>(Seq.frame_height_in_mbs) * 16};
     Status Result = Frame.Allocate(Size, std::max(Seq.bit_depth_luma, Seq.bit_depth_chroma), Seq.chroma_format_idc);
     if (Result != StatusOk) return Result;
     Frame.m_TotalMbs = Frame.m_MbSize.Width * Frame.m_MbSize.Height;
@@ -99,14 +100,14 @@ Status TaskSupplier::PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slic
     Frame.m_CropBottom = CropSamples(CropUnitY(Seq), Seq.frame_crop_bottom_offset);
     Frame.m_AspectWidth = Seq.vui.sar_width;
     Frame.m_AspectHeight = Seq.vui.sar_height;
-    Frame.m_PictureStructure = Header.field_pic_flag    ? Header.bottom_field_flag ? BOTTOM_FIELD : TOP_FIELD
-                               : Header.MbaffFrameFlag  ? MBAFF_FRAME
-                                                        : FRAME_PICTURE;
+    Frame.m_PictureStructure = Header.field_pic_flag   ? Header.bottom_field_flag ? BOTTOM_FIELD : TOP_FIELD
+                               : Header.MbaffFrameFlag ? MBAFF_FRAME
+                                                       : FRAME_PICTURE;
     return StatusOk;
 }
 
-// Pictures of another size or format cannot be predicted from; a stream that changes them anywhere but at an IDR picture
-// is damaged.
+// Pictures of another size or format cannot be predicted from; a stream that changes them anywhere but at an IDR
+// picture is damaged.
 void TaskSupplier::DropUnusableReferences(const H264DecoderFrame& Frame)
 {
     for (H264DecoderFrame* p = m_pDpb->Head(); p; p = p->m_pNext)

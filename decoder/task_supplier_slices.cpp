@@ -22,7 +22,8 @@ bool IsSamePicture(const H264Slice& First, const H264Slice& Slice)
     if (a.nal_ref_idc != b.nal_ref_idc && (a.nal_ref_idc == 0 || b.nal_ref_idc == 0)) return false;
     if (a.IdrPicFlag != b.IdrPicFlag || (a.IdrPicFlag && a.idr_pic_id != b.idr_pic_id)) return false;
     if (Slice.m_pSeqParamSet->pic_order_cnt_type == 0)
-        return a.pic_order_cnt_lsb == b.pic_order_cnt_lsb && a.delta_pic_order_cnt_bottom == b.delta_pic_order_cnt_bottom;
+        return a.pic_order_cnt_lsb == b.pic_order_cnt_lsb &&
+               a.delta_pic_order_cnt_bottom == b.delta_pic_order_cnt_bottom;
     return a.delta_pic_order_cnt[0] == b.delta_pic_order_cnt[0] && a.delta_pic_order_cnt[1] == b.delta_pic_order_cnt[1];
 }
 
@@ -30,7 +31,8 @@ bool IsSamePicture(const H264Slice& First, const H264Slice& Slice)
 bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const H264Slice& Slice)
 {
     const SliceHeaderFields &a = First.m_Header, &b = Slice.m_Header;
-    if (Frame.m_Au[0].m_Status > AuStatus::SecondFieldExpected && Frame.m_Au[1].m_Status > AuStatus::SecondFieldExpected)
+    if (Frame.m_Au[0].m_Status > AuStatus::SecondFieldExpected &&
+        Frame.m_Au[1].m_Status > AuStatus::SecondFieldExpected)
         return false;
     if ((a.nal_ref_idc == 0) != (b.nal_ref_idc == 0) || a.field_pic_flag != b.field_pic_flag) return false;
     if (First.m_pSeqParamSet != Slice.m_pSeqParamSet) return false;

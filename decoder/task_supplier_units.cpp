@@ -38,7 +38,8 @@ TaskSupplier::UnitResult TaskSupplier::ConsumeUnits(MediaData* pIn, bool Headers
 
     UnitResult Result;
     const MediaDataEx::_MediaDataEx& Units = *pUnits->GetExData();
-    for (uint32_t i = 0; i < Units.Count && Result.m_Status == StatusOk; ++i) { // a slice that was taken clears the count
+    for (uint32_t i = 0; i < Units.Count && Result.m_Status == StatusOk;
+         ++i) { // a slice that was taken clears the count
         const uint32_t Offset = Units.Offsets[i];
         Result = HandleUnit(Units.Values[i], *pPiece, Offset, Units.Offsets[i + 1] - Offset, pIn);
     }
@@ -53,13 +54,20 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     Bits.Reset(Piece.m_pData + Offset / 4, Size);
     switch (Type) {
     case NAL_SLICE:
-    case NAL_IDR_SLICE: return HandleSlice(Piece, pIn);
-    case NAL_SEI: HandleSei(Bits); return {};
+    case NAL_IDR_SLICE:
+        return HandleSlice(Piece, pIn);
+    case NAL_SEI:
+        HandleSei(Bits);
+        return {};
     case NAL_SEQ_PARAM_SET:
     case NAL_PIC_PARAM_SET:
-    case NAL_SEQ_PARAM_SET_EXTENSION: return {.m_Status = HandleParameterSet(Type, Bits)};
-    case NAL_DELIMITER: EndPicture(false); return {};
-    default: return {};
+    case NAL_SEQ_PARAM_SET_EXTENSION:
+        return {.m_Status = HandleParameterSet(Type, Bits)};
+    case NAL_DELIMITER:
+        EndPicture(false);
+        return {};
+    default:
+        return {};
     }
 }
 
