@@ -53,6 +53,7 @@ uintptr_t PictureOf(const H264DecoderRefPicList* pLists, int List, int RefIdx, b
 
 inline bool H264Deblocker::VectorsDiffer(H264DecoderMotionVector a, H264DecoderMotionVector b) const
 {
+    if (AsWord(a) == AsWord(b)) return false; // mostly so
     const auto Far = [](int d, int Limit) {
         return static_cast<unsigned>(d + Limit - 1) > static_cast<unsigned>(2 * Limit - 2);
     };

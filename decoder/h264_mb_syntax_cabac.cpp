@@ -46,8 +46,15 @@ private:
 [[gnu::always_inline]] inline int MvdComponent(CabacEngine& e, CabacContext* c, uint32_t Sum)
 {
     if (!e.Decide(c[(Sum > 2) + (Sum > 32)])) return 0;
-    uint32_t Value = 1;
-    while (Value < 9 && e.Decide(c[std::min(Value + 2, 6u)])) ++Value;
+    uint32_t Value = 1; // bins 1..3 have contexts of their own, those behind share one
+    if (e.Decide(c[3])) {
+        Value = 2;
+        if (e.Decide(c[4])) {
+            Value = 3;
+            if (e.Decide(c[5]))
+                do ++Value; while (Value < 9 && e.Decide(c[6]));
+        }
+    }
     if (Value == 9) {
         uint32_t k = 3;
         while (e.Bypass()) { // bounded for damaged data; 16-bit vectors need fewer
