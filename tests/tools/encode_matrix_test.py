@@ -4,6 +4,7 @@ picture bit for bit, and the headers say what the product's streams always say.
 
 Usage: encode_matrix_test.py TOOLS CASE
 """
+import os
 import pathlib
 import sys
 import tempfile
@@ -106,6 +107,8 @@ def check_headers(stream, case):
 
 def main():
     tools, case = pathlib.Path(sys.argv[1]), CASES[sys.argv[2]]
+    if os.environ.get("TEST_BRIEF"):
+        case = (*case[:5], max(case[5] // 10, 3), case[6])
     size = case[0], case[1]
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
