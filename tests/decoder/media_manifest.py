@@ -9,7 +9,8 @@ import os
 import sys
 import tempfile
 
-from oracle import difference, our_pictures
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from oracle import digest_difference, our_digests  # noqa: E402
 
 REFUSED_LEVEL = "5.2"           # not in the list of levels that the decoder takes
 NOT_DECODED = {"fmo"}           # classes that are refused with a status
@@ -30,7 +31,7 @@ def check(entry, status, error, ours):
     if entry["level"] == REFUSED_LEVEL or NOT_DECODED & set(entry["class"]):
         return None if status == 1 and not ours else "should have been refused"
     if entry["expected"] == "exact":
-        return difference(ours, entry["frame_md5"], in_order=True) or (error if status else None)
+        return digest_difference(ours, entry["frame_md5"], in_order=True) or (error if status else None)
     if "must_appear" in entry and not is_subsequence(entry["must_appear"], ours):
         return f"pictures without damage are missing: {len(ours)} pictures came"
     return None
@@ -51,7 +52,7 @@ def main():
             if name.endswith(".yuv") or part not in name:
                 continue
             more = ["--mp4"] if name.startswith("mp4/") else []
-            fault = check(entry, *our_pictures(tool, os.path.join(folder, name), work, more))
+            fault = check(entry, *our_digests(tool, os.path.join(folder, name), work, *more))
             if fault:
                 faults.append(f"{name}: {fault}")
             done += 1

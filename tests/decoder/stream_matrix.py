@@ -4,11 +4,11 @@
 usage: stream_matrix.py H264_DECODE [NAME_PART]
 """
 import os
-import subprocess
 import sys
 import tempfile
 
-from oracle import difference, oracle_pictures, our_pictures, run
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support"))
+from oracle import digest_difference, ffmpeg_digests, our_digests, run  # noqa: E402
 
 FRAMES = 14
 
@@ -114,13 +114,13 @@ def main():
                 sources[size] = os.path.join(work, f"{size[0]}x{size[1]}.yuv")
                 write_source(sources[size], size)
             stream = os.path.join(work, name + ".264")
-            made = run(["x264", "--quiet", "--threads", "1", "--input-res", f"{size[0]}x{size[1]}", "--fps", "25",
-                        *options.split(), "-o", stream, sources[size]])
+            made = run("x264", "--quiet", "--threads", "1", "--input-res", f"{size[0]}x{size[1]}", "--fps", "25",
+                        *options.split(), "-o", stream, sources[size], expect=None)
             if made.returncode != 0:
-                faults.append(f"{name}: x264 fails: {made.stderr}")
+                faults.append(f"{name}: x264 fails: {made.stderr.decode()}")
                 continue
-            status, error, ours = our_pictures(tool, stream, work)
-            fault = difference(ours, oracle_pictures(stream), not reorders)
+            status, error, ours = our_digests(tool, stream, work)
+            fault = digest_difference(ours, ffmpeg_digests(stream), not reorders)
             if status != 0 or fault:
                 faults.append(f"{name}: status {status} {error} {fault}")
             done += 1

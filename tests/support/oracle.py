@@ -1,5 +1,5 @@
 """What the Python tests share: running tools, ffmpeg as the oracle, source pictures."""
-import hashlib
+import collections
 import json
 import pathlib
 import re
@@ -72,5 +72,26 @@ def same_pictures(expected, actual, size, what):
     raise TestFailure(f"{what}: picture {index // frame} differs first in {place}")
 
 
-def md5(path):
-    return hashlib.md5(pathlib.Path(path).read_bytes()).hexdigest()
+def our_digests(h264_decode, stream, folder, *more):
+    """Exit status, error text and the MD5 of every picture that h264_decode gives. A negative status is a crash."""
+    listing = pathlib.Path(folder) / "pictures.md5"
+    listing.unlink(missing_ok=True)
+    done = run(h264_decode, stream, "--framemd5", listing, *more, expect=None)
+    return done.returncode, done.stderr.decode(errors="replace").strip(), listing.read_text().split() if listing.exists() else []
+
+
+def ffmpeg_digests(stream):
+    """The MD5 of every picture that ffmpeg gives; any message is a failure."""
+    done = run("ffmpeg", "-v", "error", "-nostdin", "-flags", "unaligned", "-threads", "1", "-f", "h264", "-i", stream, "-autoscale",
+               "0", "-fps_mode", "passthrough", "-f", "framehash", "-hash", "md5", "-")
+    check(not done.stderr, f"{stream}: ffmpeg complains: {done.stderr.decode(errors='replace')}")
+    lines = done.stdout.decode().splitlines()
+    return [line.rsplit(",", 1)[1].strip() for line in lines if not line.startswith("#")]
+
+
+def digest_difference(ours, expected, in_order):
+    """What is wrong, or None. Streams that reorder by more than one picture are compared as sets of pictures."""
+    if ours == expected or (not in_order and collections.Counter(ours) == collections.Counter(expected)):
+        return None
+    first = next((i for i, (a, b) in enumerate(zip(ours, expected)) if a != b), min(len(ours), len(expected)))
+    return f"{len(ours)} pictures of {len(expected)}, the first difference at picture {first}"
