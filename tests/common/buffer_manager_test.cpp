@@ -53,6 +53,7 @@ TEST(BufferManager, TheEleventhIdleBufferIsFreed)
     EXPECT_EQ(Pool.IdleCount(), 10u);
     EXPECT_EQ(Pool.InUse(), 0);
     EXPECT_EQ(Pool.GetBuffer(64), Taken[0]); // the one idle for longest
+    Pool.FreeBuffer(Taken[0]);
 }
 
 TEST(BufferManager, FreeAllForgetsEverything)
