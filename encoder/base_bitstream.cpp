@@ -30,7 +30,7 @@ void CBaseBitstream::PutBits(uint32_t Value, int32_t Count)
 {
     // 24 new bits behind at most 7 old ones fit into 32.
     const uint32_t Mask = (1u << Count) - 1;
-    uint32_t Word = (Value & Mask) << (32 - Count - m_BitOffset);
+    auto Word = static_cast<uint32_t>(uint64_t{Value & Mask} << (32 - Count - m_BitOffset)); // by 32 for no bits at all
     *m_pWrite = static_cast<uint8_t>(*m_pWrite | Word >> 24);
     m_BitOffset += Count;
     while (m_BitOffset >= 8) {
