@@ -57,7 +57,7 @@ inline bool H264Deblocker::VectorsDiffer(H264DecoderMotionVector a, H264DecoderM
     const auto Far = [](int d, int Limit) {
         return static_cast<unsigned>(d + Limit - 1) > static_cast<unsigned>(2 * Limit - 2);
     };
-    return Far(a.mvx - b.mvx, 4) | Far(a.mvy - b.mvy, m_MvLimit);
+    return Far(a.mvx - b.mvx, 4) || Far(a.mvy - b.mvy, m_MvLimit);
 }
 
 const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
