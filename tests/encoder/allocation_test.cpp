@@ -11,17 +11,24 @@ namespace {
 
 std::atomic<int64_t> s_Allocations{0};
 
-void* Allocate(size_t Size)
+void* Allocate(size_t Size) noexcept
 {
     ++s_Allocations;
-    if (void* const p = std::malloc(Size ? Size : 1)) return p;
+    return std::malloc(Size ? Size : 1);
+}
+
+void* AllocateOrThrow(size_t Size)
+{
+    if (void* const p = Allocate(Size)) return p;
     throw std::bad_alloc();
 }
 
 } // namespace
 
-void* operator new(size_t Size) { return Allocate(Size); }
-void* operator new[](size_t Size) { return Allocate(Size); }
+void* operator new(size_t Size) { return AllocateOrThrow(Size); }
+void* operator new[](size_t Size) { return AllocateOrThrow(Size); }
+void* operator new(size_t Size, const std::nothrow_t&) noexcept { return Allocate(Size); }
+void* operator new[](size_t Size, const std::nothrow_t&) noexcept { return Allocate(Size); }
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }
