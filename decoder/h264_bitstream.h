@@ -76,9 +76,9 @@ public:
         if (!IsByteAligned()) SkipBits(static_cast<uint32_t>(m_BitOffset & 7) + 1);
     }
 
-    bool MoreRbspData() const;  // clause 7.2, with only trailing zero bytes taken for padding
-    int32_t CheckStartCode();   // 1 passed one, 0 not at one (position restored), -1 no data left
-    int32_t FindStartCode();    // 0 found, -882 end of the unit
+    bool MoreRbspData() const; // clause 7.2, with only trailing zero bytes taken for padding
+    int32_t CheckStartCode();  // 1 passed one, 0 not at one (position restored), -1 no data left
+    int32_t FindStartCode();   // 0 found, -882 end of the unit
     void GetNalHeader(int32_t& nal_unit_type, uint32_t& nal_ref_idc);
 
     // Position, for the CABAC engine and for PCM samples.
@@ -96,7 +96,7 @@ private:
     const uint32_t* m_pCurrent = nullptr; // word being read
     int32_t m_BitOffset = 31;             // next bit in it, 31 down to 0
     const uint32_t* m_pBase = nullptr;
-    uint32_t m_UnitSize = 0;              // bytes
+    uint32_t m_UnitSize = 0; // bytes
 };
 
 } // namespace UMC

@@ -24,8 +24,8 @@ extern const CabacTables g_CabacTables;
 
 // The engine alone. Copy it into a local, decode a block and store it back: the fields then live in registers.
 //
-// codIRange and codIOffset of the standard stand in the top nine bits of their fields. Bits read ahead follow those of the
-// offset, m_CabacBits of them, at least one between calls; a word is appended when the last one is taken.
+// codIRange and codIOffset of the standard stand in the top nine bits of their fields. Bits read ahead follow those of
+// the offset, m_CabacBits of them, at least one between calls; a word is appended when the last one is taken.
 struct CabacEngine {
     uint64_t m_CabacOffset = 0;
     uint64_t m_CabacRange = uint64_t{510} << kRangeShift;
@@ -61,8 +61,8 @@ struct CabacEngine {
     // One equiprobable bin, clause 9.3.3.2.3.
     [[gnu::always_inline]] inline uint32_t Bypass() { return BypassMask() & 1; }
 
-    // The same as a mask: all ones for 1. The offset is compared with half the range, which has zeros below its nine bits,
-    // before it is doubled, so that it never leaves its field.
+    // The same as a mask: all ones for 1. The offset is compared with half the range, which has zeros below its nine
+    // bits, before it is doubled, so that it never leaves its field.
     [[gnu::always_inline]] inline uint32_t BypassMask()
     {
         const uint64_t Half = m_CabacRange >> 1;
@@ -116,7 +116,8 @@ public:
     // terminate decision of 1.
     uint32_t BitsDecoded() const
     {
-        return static_cast<uint32_t>(m_Engine.m_CabacStream - m_pBase) * 32 - static_cast<uint32_t>(m_Engine.m_CabacBits);
+        return static_cast<uint32_t>(m_Engine.m_CabacStream - m_pBase) * 32 -
+               static_cast<uint32_t>(m_Engine.m_CabacBits);
     }
     bool Overrun() const { return BitsDecoded() > m_EndBits; }
 

@@ -81,9 +81,11 @@ void VlcTable::Add(const h264::VlcCode& Code, uint32_t Value)
     std::fill_n(Entries + First, 1u << (3 - Behind), New);
 }
 
-CavlcTables::CavlcTables() : CoeffToken{}, TotalZeros4x4{}, TotalZerosChromaDc420{}, TotalZerosChromaDc422{}, RunBefore{}
+CavlcTables::CavlcTables()
+    : CoeffToken{}, TotalZeros4x4{}, TotalZerosChromaDc420{}, TotalZerosChromaDc422{}, RunBefore{}
 {
-    std::fill(std::begin(FixedToken), std::end(FixedToken), uint8_t{0xFF}); // no code: more levels than a block can hold
+    std::fill(std::begin(FixedToken), std::end(FixedToken),
+              uint8_t{0xFF}); // no code: more levels than a block can hold
     for (uint32_t Ones = 0; Ones < 4; ++Ones)
         for (uint32_t Total = Ones; Total <= 16; ++Total)
             for (int Class = 0; Class < h264::kNcClasses; ++Class) {

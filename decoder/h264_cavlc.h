@@ -29,12 +29,12 @@ struct VlcTable {
 // The tables of clause 9.2 in the form that is looked up; built once, before any thread starts.
 struct CavlcTables {
     CavlcTables();
-    VlcTable CoeffToken[h264::kNcClasses];   // value: total_coeff * 4 + trailing_ones; kNc8Up is not filled
-    uint8_t FixedToken[64];                  // nC of 8 and more: by the six bits
+    VlcTable CoeffToken[h264::kNcClasses]; // value: total_coeff * 4 + trailing_ones; kNc8Up is not filled
+    uint8_t FixedToken[64];                // nC of 8 and more: by the six bits
     VlcTable TotalZeros4x4[16];
     VlcTable TotalZerosChromaDc420[4];
     VlcTable TotalZerosChromaDc422[8];
-    VlcTable RunBefore[8];                   // by zeros left, 7 for all above 6
+    VlcTable RunBefore[8]; // by zeros left, 7 for all above 6
 };
 extern const CavlcTables g_CavlcTables;
 

@@ -16,8 +16,9 @@ H264Deblocker::H264Deblocker(const H264SegmentDecoder& Decoder, const H264Slice&
     : m_Decoder(Decoder), m_pLists(Slice.m_pRefPicList), m_pGlobal(Decoder.m_MbInfo.m_pGlobal),
       m_pLocal(Decoder.m_Local.m_pLocal), m_pMv{Decoder.m_MbInfo.m_pMv[0], Decoder.m_MbInfo.m_pMv[1]},
       m_pRefIdx{Decoder.m_MbInfo.m_pRefIdx[0], Decoder.m_MbInfo.m_pRefIdx[1]}, m_MvLimit(Decoder.m_IsField ? 2 : 4),
-      m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2), m_IsBSlice(Slice.m_Header.slice_type == B_SLICE),
-      m_IsField(Decoder.m_IsField), m_HasChroma(Decoder.m_pFrame->m_ChromaFormat == 1)
+      m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2),
+      m_IsBSlice(Slice.m_Header.slice_type == B_SLICE), m_IsField(Decoder.m_IsField),
+      m_HasChroma(Decoder.m_pFrame->m_ChromaFormat == 1)
 {
     const int32_t* const pOffset = Slice.m_pPicParamSet->chroma_qp_index_offset;
     m_OneChromaQp = pOffset[0] == pOffset[1];
@@ -40,7 +41,8 @@ inline void H264Deblocker::SetThresholds(EdgeParams& Params, int Index, int Qp) 
     std::memcpy(Params.Clip[Index], t.Clip, 4);
 }
 
-[[gnu::always_inline]] inline void H264Deblocker::FilterLuma(const Place& p, const DeblockingStrength& Strength, uint8_t* pLuma) const
+[[gnu::always_inline]] inline void H264Deblocker::FilterLuma(const Place& p, const DeblockingStrength& Strength,
+                                                             uint8_t* pLuma) const
 {
     const int Qp = m_pLocal[p.Mb].Qp;
     EdgeParams Params;
@@ -56,7 +58,8 @@ inline void H264Deblocker::SetThresholds(EdgeParams& Params, int Index, int Qp) 
     Run(1, p.Top, g_Kernels.FilterLumaHorizontal);
 }
 
-[[gnu::always_inline]] inline void H264Deblocker::FilterChroma(const Place& p, const DeblockingStrength& Strength, uint8_t* pU, uint8_t* pV) const
+[[gnu::always_inline]] inline void H264Deblocker::FilterChroma(const Place& p, const DeblockingStrength& Strength,
+                                                               uint8_t* pU, uint8_t* pV) const
 {
     const int Planes = m_OneChromaQp ? 1 : 2;
     EdgeParams Params[2];

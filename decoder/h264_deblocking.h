@@ -1,5 +1,5 @@
-// Deblocking of reconstructed macroblocks, H.264 clause 8.7: strengths, parameters and the order of work. The filters are
-// kernels.
+// Deblocking of reconstructed macroblocks, H.264 clause 8.7: strengths, parameters and the order of work. The filters
+// are kernels.
 #pragma once
 
 #include "decoder/h264_segment_decoder.h"
@@ -10,8 +10,8 @@
 
 namespace UMC {
 
-// Strengths of one macroblock: bytes by [direction][edge], the four pieces of an edge from the lowest byte on. Direction 0
-// is the vertical edges.
+// Strengths of one macroblock: bytes by [direction][edge], the four pieces of an edge from the lowest byte on.
+// Direction 0 is the vertical edges.
 struct DeblockingStrength {
     uint32_t Edge[2][4];
 };
@@ -69,8 +69,8 @@ private:
     const MbLocalInfo* m_pLocal;
     const H264DecoderMotionVector* m_pMv[2];
     const int8_t* m_pRefIdx[2];
-    int m_MvLimit;        // vertical: 4 in frames, 2 in fields, quarter samples
-    bool m_WithinSlice;   // disable_deblocking_filter_idc 2
+    int m_MvLimit;      // vertical: 4 in frames, 2 in fields, quarter samples
+    bool m_WithinSlice; // disable_deblocking_filter_idc 2
     bool m_IsBSlice;
     bool m_IsField;
     bool m_HasChroma;

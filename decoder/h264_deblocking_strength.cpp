@@ -65,7 +65,8 @@ const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
     return FindRefPicList(*m_Decoder.m_pFrame, m_Decoder.m_IsBottom ? 1 : 0, m_pGlobal[Mb].SliceId);
 }
 
-// Blocks i and j of the frame's arrays, i in this slice and j in one whose lists are pOther, with motion of list 0 alone.
+// Blocks i and j of the frame's arrays, i in this slice and j in one whose lists are pOther, with motion of list 0
+// alone.
 inline bool H264Deblocker::OneListDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const
 {
     const int RefI = m_pRefIdx[0][i], RefJ = m_pRefIdx[0][j];
@@ -101,8 +102,8 @@ inline bool H264Deblocker::MotionDiffers(int32_t i, int32_t j, const H264Decoder
     return BothListsDiffer(i, j, pOther);
 }
 
-// Bits 0..3: pieces of the outer edge across which motion differs. Step leads from piece to piece, Across to the last row
-// or column of the neighbour.
+// Bits 0..3: pieces of the outer edge across which motion differs. Step leads from piece to piece, Across to the last
+// row or column of the neighbour.
 template <bool kOneList>
 inline uint32_t H264Deblocker::OuterBits(int32_t Mb, int32_t Neighbour, int Step, int Across) const
 {
@@ -160,7 +161,8 @@ template <bool kOneList>
 DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
 {
     const uint8_t Flags = m_pGlobal[p.Mb].MbFlags;
-    const bool LeftIntra = p.Left >= 0 && IsIntra(m_pGlobal[p.Left]), TopIntra = p.Top >= 0 && IsIntra(m_pGlobal[p.Top]);
+    const bool LeftIntra = p.Left >= 0 && IsIntra(m_pGlobal[p.Left]),
+               TopIntra = p.Top >= 0 && IsIntra(m_pGlobal[p.Top]);
     EdgeBits Coded = CodedBits(p), Moves{0, 0};
     if (!(Flags & MBFLAG_ONE_MOTION)) Moves = InnerBits<kOneList>(p.Mb);
     if (p.Left >= 0 && !LeftIntra) Moves.Vertical |= kColumn[OuterBits<kOneList>(p.Mb, p.Left, 4, 3)];
@@ -179,10 +181,7 @@ DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
     return s;
 }
 
-DeblockingStrength H264Deblocker::FindStrength(int32_t X, int32_t Y) const
-{
-    return FindStrength(FindPlace(X, Y));
-}
+DeblockingStrength H264Deblocker::FindStrength(int32_t X, int32_t Y) const { return FindStrength(FindPlace(X, Y)); }
 
 DeblockingStrength H264Deblocker::FindStrength(const Place& p) const
 {

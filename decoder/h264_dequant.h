@@ -11,8 +11,8 @@ struct Dequant {
     uint32_t Per;
 };
 
-// (level * scale * 2^Per) / 16 with rounding: for QP below 24 this is the standard's rounded right shift, from 24 on the
-// rounding term drops out. Damaged levels wrap.
+// (level * scale * 2^Per) / 16 with rounding: for QP below 24 this is the standard's rounded right shift, from 24 on
+// the rounding term drops out. Damaged levels wrap.
 template <class Coeffs>
 inline Coeffs Scale4x4(int32_t Level, int16_t Scale, uint32_t Per)
 {

@@ -7,8 +7,8 @@
 
 namespace UMC {
 
-// Derives references and vectors of the 8x8 blocks whose bit is set in Quadrants and fills them into the motion caches of
-// both lists. Sets their SubBlockType and SubBlockDirection.
+// Derives references and vectors of the 8x8 blocks whose bit is set in Quadrants and fills them into the motion caches
+// of both lists. Sets their SubBlockType and SubBlockDirection.
 void DeriveDirect(H264SegmentDecoder& Decoder, uint32_t Quadrants);
 
 // The same for a whole macroblock, straight into the frame's records.

@@ -42,7 +42,7 @@ public:
     virtual void Conditional(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat); // releases when one changed
 
     // Fill with the value 128, scaled to the depth.
-    void FillGrey();             // every plane
+    void FillGrey(); // every plane
     void FillChromaGrey();
     void FillFieldGrey(int Field); // every second line, 0: from the top one
 
@@ -52,7 +52,7 @@ public:
     uint8_t* m_pPlaneY = nullptr; // 64-byte aligned; samples of 2 bytes above 8 bits
     uint8_t* m_pPlaneU = nullptr;
     uint8_t* m_pPlaneV = nullptr;
-    int32_t m_PitchLuma = 0;      // samples
+    int32_t m_PitchLuma = 0; // samples
     int32_t m_PitchChroma = 0;
     int32_t m_BitDepth = 0;
     int32_t m_ChromaFormat = 0;
@@ -81,7 +81,7 @@ enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, F
 // The slices of one field, or of a frame, and how far they have got.
 struct H264DecoderFrameInfo {
     H264DecoderFrame* m_pFrame = nullptr;
-    std::vector<H264Slice*> m_Slices;     // in decoding order; the slice heap owns them
+    std::vector<H264Slice*> m_Slices; // in decoding order; the slice heap owns them
     std::vector<H264Slice*> m_DoneSlices;
     AuStatus m_Status = AuStatus::Empty;
     int32_t m_NextDecodeMb = 0, m_NextReconstructMb = 0;
@@ -95,8 +95,8 @@ struct H264DecoderFrameInfo {
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
 struct H264MbInfo {
-    H264DecoderMotionVector* m_pMv[2] = {};  // 16 a macroblock and list, raster of 4x4 blocks
-    int8_t* m_pRefIdx[2] = {};               // 16 a macroblock and list, -1 for none
+    H264DecoderMotionVector* m_pMv[2] = {}; // 16 a macroblock and list, raster of 4x4 blocks
+    int8_t* m_pRefIdx[2] = {};              // 16 a macroblock and list, -1 for none
     MbGlobalInfo* m_pGlobal = nullptr;
 };
 
@@ -108,12 +108,12 @@ public:
 
     bool m_IsDisplayable = false; // decoding finished, it may be shown
     bool m_WasOutputted = false;
-    int32_t m_BusyCount = 0;      // 2 from allocation until decoding is finished, plus 1 for each user that may read it
-    bool m_IsSkipped = false;     // no samples were decoded for it
-    NotifiersChain m_Notifiers;   // run when decoding has finished
+    int32_t m_BusyCount = 0;    // 2 from allocation until decoding is finished, plus 1 for each user that may read it
+    bool m_IsSkipped = false;   // no samples were decoded for it
+    NotifiersChain m_Notifiers; // run when decoding has finished
     H264SEIPayLoad m_UserData;
     double m_Time = -1.0;
-    bool m_FrameExists = true;    // false for a frame made up for a gap, never displayed
+    bool m_FrameExists = true; // false for a frame made up for a gap, never displayed
     int32_t m_PictureStructure = FRAME_PICTURE;
 
     int32_t m_TotalMbs = 0;
@@ -145,8 +145,8 @@ public:
     ~H264DecoderFrame() override;
 
     Status AllocateMbInfo(int32_t MbCount); // StatusAllocFailed
-    void ClearMbInfo();       // all vectors 0, no references, no slice
-    void ClearGlobalMbInfo(); // no slice; vectors and references stay as they are
+    void ClearMbInfo();                     // all vectors 0, no references, no slice
+    void ClearGlobalMbInfo();               // no slice; vectors and references stay as they are
 
     // Everything but planes, records and the frame's own numbers goes back to the state of a new frame. The slices go
     // to the given pool.

@@ -1,5 +1,5 @@
-// Parsing of H.264 clause 7.3 headers into records. Every function starts behind the NAL unit header. A reader that runs
-// past the unit meets zeros, which ends in an exception at the next Exp-Golomb code.
+// Parsing of H.264 clause 7.3 headers into records. Every function starts behind the NAL unit header. A reader that
+// runs past the unit meets zeros, which ends in an exception at the next Exp-Golomb code.
 #pragma once
 
 #include "decoder/h264_bitstream.h"

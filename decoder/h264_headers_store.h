@@ -23,8 +23,8 @@ class HeaderSet
 {
 public:
     // Stores a copy. With Immediately nobody uses the present record, which goes at once. Returns the present record
-    // when the new one differs and had to be put behind it: the caller then has Release() called with it once no picture
-    // in work uses it. Otherwise null.
+    // when the new one differs and had to be put behind it: the caller then has Release() called with it once no
+    // picture in work uses it. Otherwise null.
     T* Add(const T& Record, bool Immediately)
     {
         const int32_t Id = HeaderId(Record);
@@ -45,7 +45,8 @@ public:
     {
         for (auto it = m_Pending.rbegin(); it != m_Pending.rend(); ++it)
             if (HeaderId(**it) == Id) return it->get();
-        return Id >= 0 && static_cast<size_t>(Id) < m_Entries.size() ? m_Entries[static_cast<size_t>(Id)].get() : nullptr;
+        return Id >= 0 && static_cast<size_t>(Id) < m_Entries.size() ? m_Entries[static_cast<size_t>(Id)].get()
+                                                                     : nullptr;
     }
 
     // Deletes a version; the oldest pending one moves up when it was the present record.

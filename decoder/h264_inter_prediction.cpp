@@ -10,7 +10,7 @@ namespace {
 
 using kernels::g_Kernels;
 
-constexpr ptrdiff_t kTempStep = 16;    // rows of m_Temp: luma, then Cb and Cr
+constexpr ptrdiff_t kTempStep = 16; // rows of m_Temp: luma, then Cb and Cr
 constexpr ptrdiff_t kTempU = 16 * 16, kTempV = kTempU + 16 * 8;
 constexpr ptrdiff_t kClampedStep = 24; // rows of m_Clamped: luma, or Cb and Cr
 constexpr ptrdiff_t kClampedV = 12 * kClampedStep;
@@ -21,7 +21,8 @@ struct Block {
     int X, Y, Height;
 };
 
-// Samples that a reference block is read from: in the picture itself where the vector is whole and the block lies inside.
+// Samples that a reference block is read from: in the picture itself where the vector is whole and the block lies
+// inside.
 struct Source {
     const uint8_t* p;
     ptrdiff_t Step;
@@ -30,14 +31,14 @@ struct Source {
 template <int W>
 constexpr auto LumaKernel()
 {
-    return W == 16 ? &kernels::KernelSlots::InterpolateLuma16
+    return W == 16  ? &kernels::KernelSlots::InterpolateLuma16
            : W == 8 ? &kernels::KernelSlots::InterpolateLuma8
                     : &kernels::KernelSlots::InterpolateLuma4;
 }
 template <int W> // chroma width
 constexpr auto ChromaKernel()
 {
-    return W == 8 ? &kernels::KernelSlots::InterpolateChroma8
+    return W == 8   ? &kernels::KernelSlots::InterpolateChroma8
            : W == 4 ? &kernels::KernelSlots::InterpolateChroma4
                     : &kernels::KernelSlots::InterpolateChroma2;
 }
@@ -72,8 +73,8 @@ struct Target {
     ptrdiff_t Step, ChromaStep;
 };
 
-// Full luma sample of the reference at (X, Y), with what the filter taps read around it; clamped into the picture through a
-// scratch where a part of that lies outside.
+// Full luma sample of the reference at (X, Y), with what the filter taps read around it; clamped into the picture
+// through a scratch where a part of that lies outside.
 template <int W>
 Source LumaSource(H264SegmentDecoder& d, const ReferencePlanes& Ref, int X, int Y, int Height, int FracX, int FracY)
 {
@@ -96,7 +97,8 @@ template <int W, bool HasChroma>
     (g_Kernels.*LumaKernel<W>())(s.p, s.Step, t.pY, t.Step, FracX, FracY, b.Height);
     if constexpr (HasChroma) {
         constexpr int kWidth = W / 2;
-        const int Height = b.Height / 2, MvY = Mv.mvy + Ref.ChromaMvOffset, ChromaFracX = Mv.mvx & 7, ChromaFracY = MvY & 7;
+        const int Height = b.Height / 2, MvY = Mv.mvy + Ref.ChromaMvOffset, ChromaFracX = Mv.mvx & 7,
+                  ChromaFracY = MvY & 7;
         const int X = b.X / 2 + (Mv.mvx >> 3), Y = b.Y / 2 + (MvY >> 3);
         const bool Inside = X >= 0 && Y >= 0 && X + kWidth + (ChromaFracX != 0) <= Ref.ChromaWidth &&
                             Y + Height + (ChromaFracY != 0) <= Ref.ChromaHeight;
@@ -106,11 +108,11 @@ template <int W, bool HasChroma>
             uint8_t* const pClamped = d.m_Clamped + i * kClampedV;
             pSource[i] = Inside ? Ref.pPlane[1 + i] + Offset : pClamped;
             if (!Inside)
-                g_Kernels.CopyClamped(Ref.pPlane[1 + i], Ref.PitchChroma, Ref.ChromaWidth, Ref.ChromaHeight, X, Y, pClamped,
-                                      kClampedStep, kWidth + 1, Height + 1);
+                g_Kernels.CopyClamped(Ref.pPlane[1 + i], Ref.PitchChroma, Ref.ChromaWidth, Ref.ChromaHeight, X, Y,
+                                      pClamped, kClampedStep, kWidth + 1, Height + 1);
         }
-        (g_Kernels.*ChromaKernel<kWidth>())(pSource[0], pSource[1], Step, t.pU, t.pV, t.ChromaStep, ChromaFracX, ChromaFracY,
-                                            Height);
+        (g_Kernels.*ChromaKernel<kWidth>())(pSource[0], pSource[1], Step, t.pU, t.pV, t.ChromaStep, ChromaFracX,
+                                            ChromaFracY, Height);
     }
 }
 
@@ -160,8 +162,8 @@ void WeightOneList(H264SegmentDecoder& d, const PredWeight& w, const Block& b)
 }
 
 template <int W, bool HasChroma>
-[[gnu::always_inline]] inline void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx, H264DecoderMotionVector Mv,
-                                                  const Block& b)
+[[gnu::always_inline]] inline void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx,
+                                                  H264DecoderMotionVector Mv, const Block& b)
 {
     PredictFrom<W, HasChroma>(d, d.m_Reference[List][RefIdx], Mv, b, PictureTarget(d, b));
     if (d.m_ExplicitWeights) WeightOneList<W, HasChroma>(d, d.m_pSlice->m_Weights[List][RefIdx], b);
@@ -171,18 +173,18 @@ template <int W, bool HasChroma>
 template <int W, bool HasChroma>
 void JoinExplicit(H264SegmentDecoder& d, const Block& b, const PredWeight& w0, const PredWeight& w1)
 {
-    const auto Join = [&](auto Kernel, const uint8_t* pA, uint8_t* pDst, ptrdiff_t Step, int Height, uint32_t Denominator,
-                          int Weight0, int Weight1, int Offset0, int Offset1) {
+    const auto Join = [&](auto Kernel, const uint8_t* pA, uint8_t* pDst, ptrdiff_t Step, int Height,
+                          uint32_t Denominator, int Weight0, int Weight1, int Offset0, int Offset1) {
         (g_Kernels.*Kernel)(pA, kTempStep, pDst, Step, Height, static_cast<int>(Denominator), Weight0, Weight1,
                             (Offset0 + Offset1 + 1) >> 1);
     };
-    Join(BiWeightKernel<W>(), d.m_Temp, b.pY, d.m_PitchLuma, b.Height, d.m_pHeader->luma_log2_weight_denom, w0.luma_weight,
-         w1.luma_weight, w0.luma_offset, w1.luma_offset);
+    Join(BiWeightKernel<W>(), d.m_Temp, b.pY, d.m_PitchLuma, b.Height, d.m_pHeader->luma_log2_weight_denom,
+         w0.luma_weight, w1.luma_weight, w0.luma_offset, w1.luma_offset);
     if constexpr (HasChroma)
         for (int i = 0; i < 2; ++i)
-            Join(BiWeightKernel<W / 2>(), d.m_Temp + (i ? kTempV : kTempU), i ? b.pV : b.pU, d.m_PitchChroma, b.Height / 2,
-                 d.m_pHeader->chroma_log2_weight_denom, w0.chroma_weight[i], w1.chroma_weight[i], w0.chroma_offset[i],
-                 w1.chroma_offset[i]);
+            Join(BiWeightKernel<W / 2>(), d.m_Temp + (i ? kTempV : kTempU), i ? b.pV : b.pU, d.m_PitchChroma,
+                 b.Height / 2, d.m_pHeader->chroma_log2_weight_denom, w0.chroma_weight[i], w1.chroma_weight[i],
+                 w0.chroma_offset[i], w1.chroma_offset[i]);
 }
 
 template <int W, bool HasChroma>
@@ -190,12 +192,13 @@ void JoinImplicit(H264SegmentDecoder& d, const Block& b, int Weight1)
 {
     constexpr int kLogDenom = 5;
     const int Weight0 = 64 - Weight1;
-    (g_Kernels.*BiWeightKernel<W>())(d.m_Temp, kTempStep, b.pY, d.m_PitchLuma, b.Height, kLogDenom, Weight0, Weight1, 0);
+    (g_Kernels.*BiWeightKernel<W>())(d.m_Temp, kTempStep, b.pY, d.m_PitchLuma, b.Height, kLogDenom, Weight0, Weight1,
+                                     0);
     if constexpr (HasChroma) {
-        (g_Kernels.*BiWeightKernel<W / 2>())(d.m_Temp + kTempU, kTempStep, b.pU, d.m_PitchChroma, b.Height / 2, kLogDenom,
-                                             Weight0, Weight1, 0);
-        (g_Kernels.*BiWeightKernel<W / 2>())(d.m_Temp + kTempV, kTempStep, b.pV, d.m_PitchChroma, b.Height / 2, kLogDenom,
-                                             Weight0, Weight1, 0);
+        (g_Kernels.*BiWeightKernel<W / 2>())(d.m_Temp + kTempU, kTempStep, b.pU, d.m_PitchChroma, b.Height / 2,
+                                             kLogDenom, Weight0, Weight1, 0);
+        (g_Kernels.*BiWeightKernel<W / 2>())(d.m_Temp + kTempV, kTempStep, b.pV, d.m_PitchChroma, b.Height / 2,
+                                             kLogDenom, Weight0, Weight1, 0);
     }
 }
 
@@ -214,11 +217,14 @@ void JoinAverage(H264SegmentDecoder& d, const Block& b)
 template <int W, bool HasChroma>
 void AverageInPlace(H264SegmentDecoder& d, const Block& b, const ReferencePlanes& Ref)
 {
-    (g_Kernels.*AverageKernel<W>())(Ref.pPlane[0] + b.Y * Ref.PitchLuma + b.X, Ref.PitchLuma, b.pY, d.m_PitchLuma, b.Height);
+    (g_Kernels.*AverageKernel<W>())(Ref.pPlane[0] + b.Y * Ref.PitchLuma + b.X, Ref.PitchLuma, b.pY, d.m_PitchLuma,
+                                    b.Height);
     if constexpr (HasChroma) {
         const ptrdiff_t Offset = b.Y / 2 * Ref.PitchChroma + b.X / 2;
-        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.PitchChroma, b.pU, d.m_PitchChroma, b.Height / 2);
-        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[2] + Offset, Ref.PitchChroma, b.pV, d.m_PitchChroma, b.Height / 2);
+        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.PitchChroma, b.pU, d.m_PitchChroma,
+                                            b.Height / 2);
+        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[2] + Offset, Ref.PitchChroma, b.pV, d.m_PitchChroma,
+                                            b.Height / 2);
     }
 }
 
@@ -232,7 +238,8 @@ void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const H264Deco
     const int Weight1 = d.m_ImplicitWeights ? d.m_pRefPicList->ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
     const bool Even = !d.m_ExplicitWeights && Weight1 == kEvenWeight;
     const bool Inside = b.X + W <= Ref0.Width && b.Y + b.Height <= Ref0.Height; // not so for a missing picture
-    if (Even && AsWord(Mv[0]) == 0 && Ref0.ChromaMvOffset == 0 && Inside) return AverageInPlace<W, HasChroma>(d, b, Ref0);
+    if (Even && AsWord(Mv[0]) == 0 && Ref0.ChromaMvOffset == 0 && Inside)
+        return AverageInPlace<W, HasChroma>(d, b, Ref0);
 
     PredictFrom<W, HasChroma>(d, Ref0, Mv[0], b, TempTarget(d));
     if (Even)

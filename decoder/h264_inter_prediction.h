@@ -5,7 +5,8 @@
 
 namespace UMC {
 
-// Predicts the macroblock in hand into the picture, weights included. Chroma is 4:2:0, or absent when HasChroma is false.
+// Predicts the macroblock in hand into the picture, weights included. Chroma is 4:2:0, or absent when HasChroma is
+// false.
 template <bool HasChroma>
 void PredictInter(H264SegmentDecoder& Decoder);
 

@@ -13,8 +13,8 @@ using kernels::kTopLeft;
 using kernels::kTopRight;
 
 // Neighbours that each mode of 4x4 and 8x8 blocks reads (Tables 8-2 and 8-3).
-constexpr uint8_t kNeeds[9] = {kTop, kLeft, 0, kTop, kLeft | kTop | kTopLeft, kLeft | kTop | kTopLeft,
-                               kLeft | kTop | kTopLeft, kTop, kLeft};
+constexpr uint8_t kNeeds[9] = {
+    kTop, kLeft, 0, kTop, kLeft | kTop | kTopLeft, kLeft | kTop | kTopLeft, kLeft | kTop | kTopLeft, kTop, kLeft};
 
 void Require(unsigned Needed, unsigned Available)
 {
@@ -40,10 +40,7 @@ unsigned BlockNeighbours(unsigned Mb, int x, int y, int Size)
     return Available;
 }
 
-uint8_t* LumaOf(H264SegmentDecoder& d)
-{
-    return d.m_pPlane[0] + d.m_Mb.m_Y * 16 * d.m_PitchLuma + d.m_Mb.m_X * 16;
-}
+uint8_t* LumaOf(H264SegmentDecoder& d) { return d.m_pPlane[0] + d.m_Mb.m_Y * 16 * d.m_PitchLuma + d.m_Mb.m_X * 16; }
 
 } // namespace
 

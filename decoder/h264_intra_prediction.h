@@ -1,5 +1,5 @@
-// Intra prediction of a macroblock, H.264 clause 8.3, for 8-bit samples. A mode that needs a neighbour which is not there
-// throws h264_exception: only damaged data has one.
+// Intra prediction of a macroblock, H.264 clause 8.3, for 8-bit samples. A mode that needs a neighbour which is not
+// there throws h264_exception: only damaged data has one.
 #pragma once
 
 #include "decoder/h264_segment_decoder.h"

@@ -1,5 +1,5 @@
-// Entropy decoding of one macroblock: from the bits to the records that reconstruction, deblocking, neighbours and later
-// pictures read (clause 7.3.5). Residuals are scaled on the way.
+// Entropy decoding of one macroblock: from the bits to the records that reconstruction, deblocking, neighbours and
+// later pictures read (clause 7.3.5). Residuals are scaled on the way.
 #pragma once
 
 #include "decoder/h264_mb_layer.h"
@@ -43,8 +43,7 @@ private:
     using Cabac = ResidualDecoderCABAC<Coeffs, color_format, is_field>;
     using Cavlc = ResidualDecoderCAVLC<Coeffs, color_format, is_field>;
     template <class Syntax>
-    using Residual =
-        std::conditional_t<Syntax::kCabac, typename Cabac::CabacResidual, typename Cavlc::CavlcResidual>;
+    using Residual = std::conditional_t<Syntax::kCabac, typename Cabac::CabacResidual, typename Cavlc::CavlcResidual>;
 
     static constexpr int kChromaBlocks = color_format == 0 ? 0 : color_format == 1 ? 4 : 8; // of one plane
     static constexpr int kChromaCoeffs = kChromaBlocks * 16;
@@ -204,8 +203,7 @@ private:
         Residual<Syntax>::LoadLuma(d);
         const bool HasDc = Residual<Syntax>::LumaDc(d, Levels);
         if (HasAc)
-            for (int i = 0; i < 16; ++i)
-                Bits |= uint32_t{Residual<Syntax>::LumaAc(d, i, Scale, pCoeffs + i * 16)} << i;
+            for (int i = 0; i < 16; ++i) Bits |= uint32_t{Residual<Syntax>::LumaAc(d, i, Scale, pCoeffs + i * 16)} << i;
         d.m_Mb.m_pLocal->CodedBlockBits = SwapBlockOrder(Bits);
         if (HasDc) {
             DcFlag = 1u << 16;

@@ -51,7 +51,7 @@ struct MbLocalInfo {
     int8_t Qp;                        // QPY, negative for deep samples
     uint8_t SubBlockDirection[4];     // of each 8x8: 0 list 0, 1 list 1, 2 both; intra: [2] is intra_chroma_pred_mode
     uint8_t CodedBlockPattern;        // luma bits 0..3, chroma bits 4..5
-    uint8_t RefIdxContext[2];         // by list: bit i when 8x8 block i has refIdx > 0, bit 4 + i when refIdx > 1; 0 if direct
+    uint8_t RefIdxContext[2]; // by list: bit i when 8x8 block i has refIdx > 0, bit 4 + i when refIdx > 1; 0 if direct
 };
 static_assert(sizeof(MbLocalInfo) == 20);
 

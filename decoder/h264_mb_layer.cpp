@@ -16,20 +16,20 @@ enum Lists : uint8_t { USES_L0 = 1, USES_L1 = 2, USES_BOTH = 3 };
 
 // Partitions of mb_type 4..21 of B slices (Table 7-14); even types are 16x8, odd ones 8x16.
 constexpr uint8_t kPartListsB[18][2] = {
-    {USES_L0, USES_L0}, {USES_L0, USES_L0},     {USES_L1, USES_L1},     {USES_L1, USES_L1},     {USES_L0, USES_L1},
-    {USES_L0, USES_L1}, {USES_L1, USES_L0},     {USES_L1, USES_L0},     {USES_L0, USES_BOTH},   {USES_L0, USES_BOTH},
-    {USES_L1, USES_BOTH}, {USES_L1, USES_BOTH}, {USES_BOTH, USES_L0},   {USES_BOTH, USES_L0},   {USES_BOTH, USES_L1},
+    {USES_L0, USES_L0},   {USES_L0, USES_L0},     {USES_L1, USES_L1},    {USES_L1, USES_L1},   {USES_L0, USES_L1},
+    {USES_L0, USES_L1},   {USES_L1, USES_L0},     {USES_L1, USES_L0},    {USES_L0, USES_BOTH}, {USES_L0, USES_BOTH},
+    {USES_L1, USES_BOTH}, {USES_L1, USES_BOTH},   {USES_BOTH, USES_L0},  {USES_BOTH, USES_L0}, {USES_BOTH, USES_L1},
     {USES_BOTH, USES_L1}, {USES_BOTH, USES_BOTH}, {USES_BOTH, USES_BOTH}};
 
 struct SubType {
     uint8_t Shape, Lists;
 };
 // Table 7-17: the values of P slices are the shapes. Table 7-18 by sub_mb_type; type 0 is direct.
-constexpr SubType kSubTypeB[13] = {
-    {SHAPE_DIRECT, 0},           {SHAPE_WHOLE, USES_L0},   {SHAPE_WHOLE, USES_L1},     {SHAPE_WHOLE, USES_BOTH},
-    {SHAPE_ROWS, USES_L0},       {SHAPE_COLUMNS, USES_L0}, {SHAPE_ROWS, USES_L1},      {SHAPE_COLUMNS, USES_L1},
-    {SHAPE_ROWS, USES_BOTH},     {SHAPE_COLUMNS, USES_BOTH}, {SHAPE_QUARTERS, USES_L0}, {SHAPE_QUARTERS, USES_L1},
-    {SHAPE_QUARTERS, USES_BOTH}};
+constexpr SubType kSubTypeB[13] = {{SHAPE_DIRECT, 0},          {SHAPE_WHOLE, USES_L0},    {SHAPE_WHOLE, USES_L1},
+                                   {SHAPE_WHOLE, USES_BOTH},   {SHAPE_ROWS, USES_L0},     {SHAPE_COLUMNS, USES_L0},
+                                   {SHAPE_ROWS, USES_L1},      {SHAPE_COLUMNS, USES_L1},  {SHAPE_ROWS, USES_BOTH},
+                                   {SHAPE_COLUMNS, USES_BOTH}, {SHAPE_QUARTERS, USES_L0}, {SHAPE_QUARTERS, USES_L1},
+                                   {SHAPE_QUARTERS, USES_BOTH}};
 
 void SetDirection(H264SegmentDecoder& d, int Quadrant, uint8_t Lists)
 {
@@ -122,14 +122,13 @@ void ReadHalves(H264SegmentDecoder& d, bool Rows, const uint8_t PartLists[2])
     int RefIdx[2][2];
     for (int List = 0; List < kLists; ++List)
         for (int Part = 0; Part < 2; ++Part)
-            RefIdx[List][Part] = PartLists[Part] >> List & 1
-                                     ? ReadRefIdx<Syntax>(d, List, Part * SecondQuadrant,
-                                                          FirstQuadrants << (Part * SecondQuadrant))
-                                     : int{kRefNone};
+            RefIdx[List][Part] =
+                PartLists[Part] >> List & 1
+                    ? ReadRefIdx<Syntax>(d, List, Part * SecondQuadrant, FirstQuadrants << (Part * SecondQuadrant))
+                    : int{kRefNone};
     for (int List = 0; List < kLists; ++List) {
         Load<Syntax>(d, List);
-        for (int Part = 0; Part < 2; ++Part)
-            FillRef(d.m_Motion[List], Pos[Part], Width, Height, RefIdx[List][Part]);
+        for (int Part = 0; Part < 2; ++Part) FillRef(d.m_Motion[List], Pos[Part], Width, Height, RefIdx[List][Part]);
         for (int Part = 0; Part < 2; ++Part) {
             const int Ref = RefIdx[List][Part];
             if (Ref < 0) {
@@ -144,8 +143,8 @@ void ReadHalves(H264SegmentDecoder& d, bool Rows, const uint8_t PartLists[2])
     }
 }
 
-// Vectors of one 8x8 block. A part whose upper right neighbour lies in the next 8x8 block of the row is told so: that one
-// is decoded later.
+// Vectors of one 8x8 block. A part whose upper right neighbour lies in the next 8x8 block of the row is told so: that
+// one is decoded later.
 template <class Syntax>
 void ReadSubBlock(H264SegmentDecoder& d, int List, int Pos, int Shape, int RefIdx)
 {

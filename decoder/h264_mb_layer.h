@@ -1,5 +1,5 @@
-// The parts of a macroblock's syntax that do not depend on the sample type or the chroma format: types, motion and intra
-// modes, read through one of the two syntax classes.
+// The parts of a macroblock's syntax that do not depend on the sample type or the chroma format: types, motion and
+// intra modes, read through one of the two syntax classes.
 #pragma once
 
 #include "decoder/h264_mb_syntax.h"
@@ -56,7 +56,8 @@ void ClearMotion(H264SegmentDecoder& Decoder, bool IsBSlice);
 template <class Syntax, SliceType kSlice>
 bool ReadMotion(H264SegmentDecoder& Decoder, uint32_t Type);
 
-// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into m_pIntraModes (clauses 8.3.1.1, 8.3.2.1).
+// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into m_pIntraModes
+// (clauses 8.3.1.1, 8.3.2.1).
 template <class Syntax>
 void ReadIntraModes(H264SegmentDecoder& Decoder);
 

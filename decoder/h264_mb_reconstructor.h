@@ -73,7 +73,8 @@ private:
         for (int Plane = 1; Plane < 3; ++Plane)
             if (d.m_ResidualBits[Plane])
                 kernels::g_Kernels.AddResidualChroma(CoefficientsOf(d) + 256 + (Plane - 1) * 64,
-                                                     d.m_pPlane[Plane] + Offset, d.m_PitchChroma, d.m_ResidualBits[Plane]);
+                                                     d.m_pPlane[Plane] + Offset, d.m_PitchChroma,
+                                                     d.m_ResidualBits[Plane]);
     }
 
     static void CopyPcm(H264SegmentDecoder& d)

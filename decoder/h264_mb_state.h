@@ -54,7 +54,7 @@ inline uint32_t SwapBlockOrder(uint32_t Bits)
 // The macroblock in hand. Neighbours are -1 when they lie outside the picture or the slice; their records then are the
 // slice's stand-ins, which add nothing to any CABAC context.
 struct MbState {
-    int32_t m_Mb = 0;       // number in the frame's arrays
+    int32_t m_Mb = 0;         // number in the frame's arrays
     int32_t m_X = 0, m_Y = 0; // in macroblocks, within the frame or field
     int32_t m_Left = -1, m_Top = -1, m_TopRight = -1, m_TopLeft = -1;
     MbGlobalInfo* m_pGlobal = nullptr;

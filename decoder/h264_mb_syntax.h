@@ -8,21 +8,21 @@
 
 namespace UMC {
 
-inline constexpr uint32_t kIntraPcmType = 25;      // mb_type of I slices
-inline constexpr uint32_t kFirstIntraTypeP = 5;    // mb_type in P slices from which on I types follow
+inline constexpr uint32_t kIntraPcmType = 25;   // mb_type of I slices
+inline constexpr uint32_t kFirstIntraTypeP = 5; // mb_type in P slices from which on I types follow
 inline constexpr uint32_t kFirstIntraTypeB = 23;
 
 // Values out of range throw h264_exception with -882.
 struct CavlcSyntax {
     static constexpr bool kCabac = false;
 
-    static uint32_t MbTypeI(H264SegmentDecoder& d);   // 0..25
-    static uint32_t MbTypeP(H264SegmentDecoder& d);   // 0..30
-    static uint32_t MbTypeB(H264SegmentDecoder& d);   // 0..48
+    static uint32_t MbTypeI(H264SegmentDecoder& d);    // 0..25
+    static uint32_t MbTypeP(H264SegmentDecoder& d);    // 0..30
+    static uint32_t MbTypeB(H264SegmentDecoder& d);    // 0..48
     static uint32_t SubMbTypeP(H264SegmentDecoder& d); // 0..3
     static uint32_t SubMbTypeB(H264SegmentDecoder& d); // 0..12
     static uint32_t TransformSize8x8Flag(H264SegmentDecoder& d);
-    static int IntraMode(H264SegmentDecoder& d);       // rem_intra_pred_mode, or -1 for the predicted mode
+    static int IntraMode(H264SegmentDecoder& d); // rem_intra_pred_mode, or -1 for the predicted mode
     static uint8_t IntraChromaMode(H264SegmentDecoder& d);
     static uint8_t CodedBlockPattern(H264SegmentDecoder& d, bool Intra); // luma bits 0..3, chroma from bit 4
     static int DeltaQp(H264SegmentDecoder& d);

@@ -51,8 +51,9 @@ private:
         Value = 2;
         if (e.Decide(c[4])) {
             Value = 3;
-            if (e.Decide(c[5]))
-                do ++Value; while (Value < 9 && e.Decide(c[6]));
+            if (e.Decide(c[5])) do
+                    ++Value;
+                while (Value < 9 && e.Decide(c[6]));
         }
     }
     if (Value == 9) {
@@ -71,7 +72,8 @@ private:
 
 bool CabacSyntax::SkipFlag(H264SegmentDecoder& d)
 {
-    const int Inc = !(d.m_Mb.m_pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(d.m_Mb.m_pTopGlobal->MbFlags & MBFLAG_SKIPPED);
+    const int Inc =
+        !(d.m_Mb.m_pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(d.m_Mb.m_pTopGlobal->MbFlags & MBFLAG_SKIPPED);
     return d.m_pCabac->m_Engine.Decide(d.m_pCabac->m_Contexts[(d.m_IsBSlice ? 24 : 11) + Inc]);
 }
 
@@ -158,9 +160,12 @@ uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
     };
     CabacEngine& e = d.m_pCabac->m_Engine;
     CabacContext* const c = d.m_pCabac->m_Contexts + 64;
-    const int Inc = HasMode(*d.m_Mb.m_pLeftGlobal, *d.m_Mb.m_pLeftLocal) + HasMode(*d.m_Mb.m_pTopGlobal, *d.m_Mb.m_pTopLocal);
+    const int Inc =
+        HasMode(*d.m_Mb.m_pLeftGlobal, *d.m_Mb.m_pLeftLocal) + HasMode(*d.m_Mb.m_pTopGlobal, *d.m_Mb.m_pTopLocal);
     uint8_t Mode = 0;
-    if (e.Decide(c[Inc])) do ++Mode; while (Mode < 3 && e.Decide(c[3]));
+    if (e.Decide(c[Inc])) do
+            ++Mode;
+        while (Mode < 3 && e.Decide(c[3]));
     return Mode;
 }
 
@@ -190,8 +195,7 @@ int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
     CabacContext* const c = d.m_pCabac->m_Contexts + 60;
     if (!e->Decide(c[d.m_PrevDeltaQp != 0])) return 0;
     int Bins = 1;
-    if (e->Decide(c[2]))
-        do
+    if (e->Decide(c[2])) do
             if (++Bins > 2 * (52 + 6 * 8)) ThrowDamaged(); // beyond every depth's range
         while (e->Decide(c[3]));
     return Bins & 1 ? (Bins + 1) / 2 : -(Bins / 2);
@@ -202,7 +206,8 @@ int CabacSyntax::RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count
     CabacEngine& e = d.m_pCabac->m_Engine;
     CabacContext* const c = d.m_pCabac->m_Contexts + 54;
     const uint32_t Own = d.m_Mb.m_pLocal->RefIdxContext[List];
-    const uint32_t A = Quadrant & 1 ? Own >> (Quadrant - 1) : d.m_Mb.m_pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
+    const uint32_t A =
+        Quadrant & 1 ? Own >> (Quadrant - 1) : d.m_Mb.m_pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
     const uint32_t B = Quadrant & 2 ? Own >> (Quadrant - 2) : d.m_Mb.m_pTopLocal->RefIdxContext[List] >> (Quadrant + 2);
     if (!e.Decide(c[(A & 1) + 2 * (B & 1)])) return 0;
     int RefIdx = 1;

@@ -27,8 +27,8 @@ struct MotionNeighbours {
     BlockMotion A, B, C;
 };
 
-// For the block at Pos, Width 4x4 blocks wide. NoC: the block above-right comes later in decoding order though it lies in
-// this macroblock; places outside the macroblock that are not there have kRefUnavailable.
+// For the block at Pos, Width 4x4 blocks wide. NoC: the block above-right comes later in decoding order though it lies
+// in this macroblock; places outside the macroblock that are not there have kRefUnavailable.
 inline MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int Pos, int Width, bool NoC = false)
 {
     const auto At = [&](int p) { return BlockMotion{Cache.Mv[p], Cache.Ref[p]}; };

@@ -36,7 +36,7 @@ public:
 
     void ReleaseCurrent(); // gives the current piece back to the heap
     bool HasCurrent() const { return m_pCurrentPiece != nullptr; }
-    void DetachCurrent();  // leaves the current piece to whoever reads it now
+    void DetachCurrent(); // leaves the current piece to whoever reads it now
 
 protected:
     H264HeapPiece* CutUnit(MediaData* pMedia);

@@ -42,7 +42,8 @@ public:
     }
     void Clear()
     {
-        while (TakeFirst()) {}
+        while (TakeFirst()) {
+        }
     }
     bool IsEmpty() const { return !m_pHead; }
 
@@ -79,7 +80,8 @@ class notifier2 final : public notifier_base
 public:
     notifier2(T* pObject, void (T::*pFunction)(A, B), A First, B Second)
         : m_pObject(pObject), m_pFunction(pFunction), m_First(First), m_Second(Second)
-    {}
+    {
+    }
     void Notify() override { (m_pObject->*m_pFunction)(m_First, m_Second); }
 
 private:

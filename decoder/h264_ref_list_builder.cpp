@@ -33,7 +33,8 @@ private:
 
 bool IsShortTermFor(const H264DecoderFrame& Frame, bool IsField)
 {
-    return IsField ? Frame.m_IsShortTerm[0] || Frame.m_IsShortTerm[1] : Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1];
+    return IsField ? Frame.m_IsShortTerm[0] || Frame.m_IsShortTerm[1]
+                   : Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1];
 }
 bool IsLongTermFor(const H264DecoderFrame& Frame, bool IsField)
 {
@@ -47,7 +48,8 @@ public:
     ListBuilder(H264Slice& Slice, H264DBPList& Dpb)
         : m_Slice(Slice), m_Header(Slice.m_Header), m_Dpb(Dpb), m_Lists(*Slice.m_pRefPicList),
           m_IsField(Slice.m_Header.field_pic_flag != 0), m_IsB(Slice.m_Header.slice_type == B_SLICE)
-    {}
+    {
+    }
 
     void Build()
     {
@@ -74,7 +76,8 @@ private:
     void CollectLongTerm()
     {
         const auto Before = [this](const H264DecoderFrame& a, const H264DecoderFrame& b) {
-            return m_IsField ? a.m_LongTermFrameIdx < b.m_LongTermFrameIdx : a.m_LongTermPicNum[0] < b.m_LongTermPicNum[0];
+            return m_IsField ? a.m_LongTermFrameIdx < b.m_LongTermFrameIdx
+                             : a.m_LongTermPicNum[0] < b.m_LongTermPicNum[0];
         };
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
             if (IsLongTermFor(*p, m_IsField)) m_LongTerm.Insert(p, Before);
@@ -96,8 +99,8 @@ private:
     void InitialListsB()
     {
         FrameOrder Past, Future;
-        const int32_t Current = m_IsField ? m_Slice.m_pFrame->m_PicOrderCnt[m_Header.bottom_field_flag]
-                                          : m_Slice.m_pFrame->PicOrderCnt();
+        const int32_t Current =
+            m_IsField ? m_Slice.m_pFrame->m_PicOrderCnt[m_Header.bottom_field_flag] : m_Slice.m_pFrame->PicOrderCnt();
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext) {
             if (!IsShortTermFor(*p, m_IsField)) continue;
             if (OrderCount(*p) <= Current) {
@@ -187,7 +190,8 @@ private:
                 pFrame = m_Dpb.FindLongTerm(static_cast<int32_t>(Value & INT32_MAX), m_IsField, Field);
             } else {
                 const uint32_t Distance = Value + 1;
-                Predicted = (Commands.operation[i] == 0 ? Predicted - Distance : Predicted + Distance) & (MaxPicNum - 1);
+                Predicted =
+                    (Commands.operation[i] == 0 ? Predicted - Distance : Predicted + Distance) & (MaxPicNum - 1);
                 const auto PicNum = static_cast<int32_t>(Predicted > CurrPicNum ? Predicted - MaxPicNum : Predicted);
                 pFrame = m_Dpb.FindShortTerm(PicNum, m_IsField, Field);
             }

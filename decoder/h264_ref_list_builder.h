@@ -7,8 +7,8 @@
 
 namespace UMC {
 
-// Builds Slice.m_pRefPicList from the references that are marked now, and numbers them for the slice. A reference that is
-// not there is replaced by the last picture of the initial list. StatusInvalidParams, and empty lists, when a P or B
+// Builds Slice.m_pRefPicList from the references that are marked now, and numbers them for the slice. A reference that
+// is not there is replaced by the last picture of the initial list. StatusInvalidParams, and empty lists, when a P or B
 // slice has nothing to refer to.
 Status BuildRefPicLists(H264Slice& Slice, H264DBPList& Dpb);
 

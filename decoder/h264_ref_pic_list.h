@@ -23,8 +23,8 @@ struct H264DecoderRefPicList {
     H264RefList List[2];
 
     // B slices, computed with the lists (clauses 8.4.1.2.3 and 8.4.2.3.1), by reference index.
-    int32_t DistScaleFactor[32];     // temporal direct; 9999 where the reference is long-term or at equal distance
-    int16_t ImplicitWeight[32][32];  // w1 by list 0 index and list 1 index; w0 is 64 - w1
+    int32_t DistScaleFactor[32];    // temporal direct; 9999 where the reference is long-term or at equal distance
+    int16_t ImplicitWeight[32][32]; // w1 by list 0 index and list 1 index; w0 is 64 - w1
 };
 
 } // namespace UMC

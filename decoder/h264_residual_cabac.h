@@ -41,10 +41,10 @@ public:
     }
 
 private:
-    static constexpr int kCount = kCat == CAT_LUMA_8x8                             ? 64
-                                  : kCat == CAT_CHROMA_DC                          ? 4
+    static constexpr int kCount = kCat == CAT_LUMA_8x8                           ? 64
+                                  : kCat == CAT_CHROMA_DC                        ? 4
                                   : kCat == CAT_LUMA_AC || kCat == CAT_CHROMA_AC ? 15
-                                                                                   : 16;
+                                                                                 : 16;
 
     [[gnu::always_inline]] static int ReadMap(CabacEngine& e, CabacContext* pContexts, bool Field, uint8_t* pPosition)
     {
@@ -144,8 +144,8 @@ protected:
             *pFlag = Coded;
             if (Coded) {
                 const bool Field = IsFieldMb(d);
-                CabacBlockReader<Coeffs, kCat>::Read(*d.m_pCabac, Field,
-                                                     Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, Scale, pOut);
+                CabacBlockReader<Coeffs, kCat>::Read(*d.m_pCabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
+                                                     Scale, pOut);
             }
             return Coded;
         }

@@ -48,7 +48,8 @@ protected:
         static bool ChromaDc(H264SegmentDecoder& d, int, Coeffs* pLevels)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(*d.m_pBitstream, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
+            const int Count =
+                ReadCavlcBlock(*d.m_pBitstream, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
             for (int i = 0; i < Count; ++i) pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
             return Count != 0;
         }
@@ -129,8 +130,8 @@ bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::Luma8x
 }
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::StoreCounts(H264SegmentDecoder& d, bool HasLuma,
-                                                                                      bool HasChromaAc)
+void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::StoreCounts(H264SegmentDecoder& d,
+                                                                                      bool HasLuma, bool HasChromaAc)
 {
     uint8_t* const pCounts = d.m_Local.m_pCoeffCounts + d.m_Mb.m_Mb * kCountsPerMb;
     if (HasLuma)

@@ -175,7 +175,8 @@ void H264SegmentDecoderMultiThreaded::SetUpReferences()
     const bool IsP = m_pHeader->slice_type == P_SLICE;
     m_ActiveRefs[0] = IsP || m_IsBSlice ? std::clamp(m_pHeader->num_ref_idx_l0_active, 1, 32) : 0;
     m_ActiveRefs[1] = m_IsBSlice ? std::clamp(m_pHeader->num_ref_idx_l1_active, 1, 32) : 0;
-    m_ExplicitWeights = (IsP && m_pPicParamSet->weighted_pred_flag) || (m_IsBSlice && m_pPicParamSet->weighted_bipred_idc == 1);
+    m_ExplicitWeights =
+        (IsP && m_pPicParamSet->weighted_pred_flag) || (m_IsBSlice && m_pPicParamSet->weighted_bipred_idc == 1);
     m_ImplicitWeights = m_IsBSlice && m_pPicParamSet->weighted_bipred_idc == 2;
     for (int List = 0; List < 2; ++List)
         for (int i = 0; i < m_ActiveRefs[List]; ++i)
@@ -194,8 +195,8 @@ void H264SegmentDecoderMultiThreaded::SetUpDirect()
     if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_MbSize == m_pFrame->m_MbSize) m_pColFrame = pFirst;
 }
 
-// Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have left
-// coefficients behind.
+// Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have
+// left coefficients behind.
 void H264SegmentDecoderMultiThreaded::SetUpTables()
 {
     m_NoGlobal = MbGlobalInfo{};
@@ -235,7 +236,8 @@ Status H264SegmentDecoderMultiThreaded::DecodeRun(int32_t FirstMb, int32_t Count
 Status H264SegmentDecoderMultiThreaded::ProcessSlice(int32_t FirstMb, int32_t& Count)
 {
     const uint32_t FilterIdc = m_pHeader->disable_deblocking_filter_idc;
-    const bool Deblock = FilterIdc != 1 && (FilterIdc == 2 || m_pSlice->m_DeblockFromTask) && !m_pSlice->m_UsesSliceGroups;
+    const bool Deblock =
+        FilterIdc != 1 && (FilterIdc == 2 || m_pSlice->m_DeblockFromTask) && !m_pSlice->m_UsesSliceGroups;
     const int32_t Budget = Count;
     try {
         if (m_pSlice->m_UsesSliceGroups)
@@ -279,8 +281,9 @@ void H264SegmentDecoderMultiThreaded::RestoreErrorRect(int32_t Start, int32_t En
     const H264DecoderFrame* pReference = pSlice->m_pRefPicList ? pSlice->m_pRefPicList->List[0].Frame[0] : nullptr;
     if (!pReference || pReference->m_IsSkipped)
         pReference = m_pDpb ? m_pDpb->FindClosestForConcealment(&Frame) : nullptr;
-    if (pReference && (pReference->m_MbSize != Frame.m_MbSize || pReference->m_PitchLuma != Frame.m_PitchLuma ||
-                       pReference->m_ChromaFormat != Frame.m_ChromaFormat || pReference->m_BitDepth != Frame.m_BitDepth))
+    if (pReference &&
+        (pReference->m_MbSize != Frame.m_MbSize || pReference->m_PitchLuma != Frame.m_PitchLuma ||
+         pReference->m_ChromaFormat != Frame.m_ChromaFormat || pReference->m_BitDepth != Frame.m_BitDepth))
         pReference = nullptr; // ranges of memory only match in pictures laid out alike
     if (m_pSegment) m_pSegment->CopyOrFillRect(Start, End, pReference, *this);
 }

@@ -17,10 +17,10 @@ class SegmentDecoderHPBase;
 // every block lies outside of, so that no test for it stands in the macroblock loop.
 struct ReferencePlanes {
     const uint8_t* pPlane[3];
-    ptrdiff_t PitchLuma, PitchChroma;  // bytes, doubled for a field
-    int32_t Width, Height;             // luma samples
+    ptrdiff_t PitchLuma, PitchChroma; // bytes, doubled for a field
+    int32_t Width, Height;            // luma samples
     int32_t ChromaWidth, ChromaHeight;
-    int32_t ChromaMvOffset;            // added to vertical chroma vectors between fields of different parity (Table 8-9)
+    int32_t ChromaMvOffset; // added to vertical chroma vectors between fields of different parity (Table 8-9)
 };
 
 // The lists that a slice of a picture was decoded with, or null for a number that no slice of it has.
@@ -50,7 +50,7 @@ public:
     H264DecoderRefPicList* m_pRefPicList = nullptr;
     H264Bitstream* m_pBitstream = nullptr;
     CabacDecoder* m_pCabac = nullptr;
-    H264MbInfo m_MbInfo;       // of the frame
+    H264MbInfo m_MbInfo; // of the frame
     H264LocalMbBuffers m_Local;
     SegmentDecoderHPBase* m_pSegment = nullptr; // the member of the family that decodes the slice
 
@@ -71,7 +71,6 @@ public:
     bool m_ColIsShortTerm = false;
     int32_t m_ColMapSlice = -1;  // slice of that picture whose references m_ColMap holds
     int8_t m_ColMap[2][32] = {}; // its references as indices into our list 0
-
 
     // Progress of the task in hand.
     int32_t m_CurrentMb = 0; // next macroblock of the picture
@@ -109,9 +108,9 @@ public:
 
     Status ProcessSegment() override;
 
-    // Decodes and reconstructs Count macroblocks from FirstMb, with deblocking one row behind where the slice allows it.
-    // Always ends with StatusEndOfSegment, also when the count is done; throws h264_exception on damaged data. Count
-    // receives the macroblocks done in either case.
+    // Decodes and reconstructs Count macroblocks from FirstMb, with deblocking one row behind where the slice allows
+    // it. Always ends with StatusEndOfSegment, also when the count is done; throws h264_exception on damaged data.
+    // Count receives the macroblocks done in either case.
     virtual Status ProcessSlice(int32_t FirstMb, int32_t& Count);
     // Deblocks Count macroblocks of the slice in hand.
     virtual Status DeblockSegment(int32_t FirstMb, int32_t Count);

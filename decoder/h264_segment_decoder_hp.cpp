@@ -10,8 +10,8 @@ namespace UMC {
 
 namespace {
 
-template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field,
-          bool is_high_profile>
+template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format,
+          bool is_field, bool is_high_profile>
 class SegmentDecoderHP : public SegmentDecoderHPBase, private Decoder, private Reconstructor
 {
 public:
@@ -87,8 +87,8 @@ private:
 
 // The planes are taken as lines of memory: a range starts at the first macroblock's top left sample and ends at that of
 // the last. The lowest lines of the last row of macroblocks stay as they were; deliberate, the picture is not shown.
-template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field,
-          bool is_high_profile>
+template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format,
+          bool is_field, bool is_high_profile>
 void SegmentDecoderHP<Decoder, Reconstructor, Coeffs, PlaneY, PlaneUV, color_format, is_field,
                       is_high_profile>::CopyOrFillRect(int32_t Start, int32_t End, const H264DecoderFrame* pReference,
                                                        H264SegmentDecoder& d)
@@ -105,7 +105,8 @@ void SegmentDecoderHP<Decoder, Reconstructor, Coeffs, PlaneY, PlaneUV, color_for
     CopyOrFill(d.m_pPlane[0], pFrom[0], Offset(Start, d.m_PitchLuma, 16, 16), Offset(End, d.m_PitchLuma, 16, 16));
     if constexpr (color_format == 1)
         for (int i = 1; i < 3; ++i)
-            CopyOrFill(d.m_pPlane[i], pFrom[i], Offset(Start, d.m_PitchChroma, 8, 8), Offset(End, d.m_PitchChroma, 8, 8));
+            CopyOrFill(d.m_pPlane[i], pFrom[i], Offset(Start, d.m_PitchChroma, 8, 8),
+                       Offset(End, d.m_PitchChroma, 8, 8));
 }
 
 template <int color_format, bool is_field, bool is_high_profile>
@@ -125,8 +126,8 @@ SegmentDecoderHPBase* Member()
 SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff)
 {
     // By 2 * chroma format + high profile; samples of 8 bits, frames.
-    static const std::array<SegmentDecoderHPBase*, 8> s_Frame8{
-        Member<0, false, false>(), Member<0, false, true>(), Member<1, false, false>(), Member<1, false, true>()};
+    static const std::array<SegmentDecoderHPBase*, 8> s_Frame8{Member<0, false, false>(), Member<0, false, true>(),
+                                                               Member<1, false, false>(), Member<1, false, true>()};
     if (Sequence.bit_depth_luma > 8 || Sequence.bit_depth_chroma > 8 || IsField || IsMbaff) return nullptr;
     if (Sequence.chroma_format_idc > 3 || Sequence.qpprime_y_zero_transform_bypass_flag) return nullptr;
     return s_Frame8[2u * Sequence.chroma_format_idc + (Sequence.profile_idc >= 100 ? 1 : 0)];

@@ -14,9 +14,9 @@ class SegmentDecoderHPBase
 public:
     virtual ~SegmentDecoderHPBase() = default;
 
-    // Entropy decoding and reconstruction, macroblock by macroblock, of Count macroblocks from Position on. The decoder's
-    // m_CurrentMb and m_MbsDone follow. 0 when the count is done, StatusEndOfSegment when the slice's data ended; damaged
-    // data throws h264_exception.
+    // Entropy decoding and reconstruction, macroblock by macroblock, of Count macroblocks from Position on. The
+    // decoder's m_CurrentMb and m_MbsDone follow. 0 when the count is done, StatusEndOfSegment when the slice's data
+    // ended; damaged data throws h264_exception.
     virtual Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
     virtual Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
 

@@ -42,8 +42,8 @@ struct SeiUserData {
 // One message. Only the record that PayloadType names is filled.
 struct H264SEIPayLoad {
     uint32_t PayloadType = 0;
-    uint32_t PayloadSize = 0;         // bytes in the stream; of user data, the bytes behind the country code
-    std::vector<uint8_t> user_data;   // type 4: those bytes and one zero byte
+    uint32_t PayloadSize = 0;       // bytes in the stream; of user data, the bytes behind the country code
+    std::vector<uint8_t> user_data; // type 4: those bytes and one zero byte
     SeiPictureTiming pic_timing{};
     SeiRecoveryPoint recovery_point{};
     SeiUserData user_data_registered{};

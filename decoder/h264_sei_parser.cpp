@@ -94,7 +94,8 @@ void ReadSeiMessage(H264Bitstream& Bits, const H264SeqParamSet* pSeqSet, H264SEI
     Message = H264SEIPayLoad{};
     Message.PayloadType = std::min<uint32_t>(ReadVariableByte(Bits), SEI_RESERVED);
     const uint32_t Size = ReadVariableByte(Bits);
-    if (Bits.BytesLeft() < 0 || Size > static_cast<uint32_t>(Bits.BytesLeft())) throw h264_exception(StatusInvalidParams);
+    if (Bits.BytesLeft() < 0 || Size > static_cast<uint32_t>(Bits.BytesLeft()))
+        throw h264_exception(StatusInvalidParams);
     Message.PayloadSize = Size;
     const uint32_t End = Bits.BitsDecoded() + Size * 8;
     switch (Message.PayloadType) {

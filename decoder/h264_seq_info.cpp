@@ -31,14 +31,17 @@ uint32_t CropUnitY(const H264SeqParamSet& Seq)
 
 int32_t DpbFrames(const H264SeqParamSet& Seq)
 {
-    return h264::PictureBufferFrames(Seq.level_idc, int64_t{Seq.frame_width_in_mbs} * 16, int64_t{Seq.frame_height_in_mbs} * 16);
+    return h264::PictureBufferFrames(Seq.level_idc, int64_t{Seq.frame_width_in_mbs} * 16,
+                                     int64_t{Seq.frame_height_in_mbs} * 16);
 }
 
 void FillStreamInfo(const H264SeqParamSet& Seq, VideoStreamInfo& Info)
 {
     constexpr ColorFormat kFormat[] = {GRAY, YUV420, YUV422, YUV444};
-    Info.m_Width = Cropped(Seq.frame_width_in_mbs, CropUnitX(Seq), Seq.frame_crop_left_offset, Seq.frame_crop_right_offset);
-    Info.m_Height = Cropped(Seq.frame_height_in_mbs, CropUnitY(Seq), Seq.frame_crop_top_offset, Seq.frame_crop_bottom_offset);
+    Info.m_Width =
+        Cropped(Seq.frame_width_in_mbs, CropUnitX(Seq), Seq.frame_crop_left_offset, Seq.frame_crop_right_offset);
+    Info.m_Height =
+        Cropped(Seq.frame_height_in_mbs, CropUnitY(Seq), Seq.frame_crop_top_offset, Seq.frame_crop_bottom_offset);
     Info.m_ColorFormat = kFormat[Seq.chroma_format_idc & 3];
     Info.m_StreamType = kStreamTypeH264;
     Info.m_Profile = Seq.profile_idc;

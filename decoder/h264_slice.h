@@ -14,9 +14,9 @@ namespace UMC {
 // Per-picture macroblock records that live while the picture is decoded; entries by macroblock number.
 struct H264LocalMbBuffers {
     MbLocalInfo* m_pLocal = nullptr;
-    MbMvd* m_pMvd[2] = {};                   // by list: vector differences, for CABAC contexts
-    uint8_t* m_pIntraModes = nullptr;        // 16 a macroblock: Intra 4x4 modes, raster of blocks
-    uint8_t* m_pCoeffCounts = nullptr;       // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
+    MbMvd* m_pMvd[2] = {};             // by list: vector differences, for CABAC contexts
+    uint8_t* m_pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
+    uint8_t* m_pCoeffCounts = nullptr; // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
 };
 
 class H264Slice
@@ -68,8 +68,8 @@ public:
 
     H264HeapPiece* m_pNalPiece = nullptr; // goes back to m_pNalHeap at Reset
     H264_Heap* m_pNalHeap = nullptr;
-    bool m_IsAuxiliary = false;           // unit type 19
-    H264Slice* m_pNextFree = nullptr;     // link of the slice heap
+    bool m_IsAuxiliary = false;       // unit type 19
+    H264Slice* m_pNextFree = nullptr; // link of the slice heap
     double m_NalTime = -1.0;
 };
 

@@ -48,8 +48,8 @@ private:
     uint32_t m_Held = 0;  // 0..3
 };
 
-// The first emulation prevention byte at or behind pFrom in a unit that begins at pBegin, or pEnd. The first two bytes of
-// a unit are never taken for one.
+// The first emulation prevention byte at or behind pFrom in a unit that begins at pBegin, or pEnd. The first two bytes
+// of a unit are never taken for one.
 const uint8_t* FindEmulationByte(const uint8_t* pBegin, const uint8_t* pFrom, const uint8_t* pEnd)
 {
     const uint8_t* p = std::max(pFrom, pBegin + 2);

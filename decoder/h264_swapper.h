@@ -10,8 +10,8 @@ class SwapperBase
 public:
     virtual ~SwapperBase() = default;
 
-    // Writes the unit at pSource to pTarget as words, without emulation prevention bytes, filled up with zero bytes to a
-    // whole word. pTarget has room for SourceSize + 8 bytes. TargetSize receives the bytes written.
+    // Writes the unit at pSource to pTarget as words, without emulation prevention bytes, filled up with zero bytes to
+    // a whole word. pTarget has room for SourceSize + 8 bytes. TargetSize receives the bytes written.
     virtual void SwapMemory(uint32_t* pTarget, uint32_t& TargetSize, const uint8_t* pSource, uint32_t SourceSize) = 0;
 
     // Plain copy of Size bytes.

@@ -63,7 +63,8 @@ try {
 Status H264VideoDecoder::ReadHeaders(MediaData& Input)
 {
     Status Result = StatusNotEnoughData;
-    for (size_t Before = 0; Result == StatusNotEnoughData && Input.GetDataSize() > kMinInput && Before != Input.GetDataSize();) {
+    for (size_t Before = 0;
+         Result == StatusNotEnoughData && Input.GetDataSize() > kMinInput && Before != Input.GetDataSize();) {
         Before = Input.GetDataSize();
         Result = m_pSupplier->ConsumeSource(&Input, nullptr);
     }
@@ -98,7 +99,8 @@ Status H264VideoDecoder::Feed(MediaData& Input, VideoData& Output)
     do {
         Result = m_pSupplier->ConsumeSource(&Input, &Output);
     } while (Result == StatusNotEnoughData && Input.GetDataSize() > kMinInput);
-    if (Result != StatusOk && Result != StatusNotEnoughData) return Result == kPartialStatus ? StatusNotEnoughData : Result;
+    if (Result != StatusOk && Result != StatusNotEnoughData)
+        return Result == kPartialStatus ? StatusNotEnoughData : Result;
     if (Output.GetDataSize() == 0) m_pSupplier->DeliverFrame(&Output, false);
     if (Output.GetDataSize() == kSkippedPictureMark) Output.SetDataSize(0);
     return Output.GetDataSize() != 0 ? StatusOk : StatusNotEnoughData;

@@ -22,8 +22,8 @@ public:
     uint32_t m_CodedHeight = 0;
 };
 
-/// A pull machine: all work of a call to GetFrame is done on the caller's thread, unless more threads were asked for. Pictures
-/// leave one access unit late, in display order as far as one picture of delay allows. Nothing is thrown.
+/// A pull machine: all work of a call to GetFrame is done on the caller's thread, unless more threads were asked for.
+/// Pictures leave one access unit late, in display order as far as one picture of delay allows. Nothing is thrown.
 class H264VideoDecoder : public VideoDecoder
 {
 public:
@@ -31,30 +31,33 @@ public:
     H264VideoDecoder();
     ~H264VideoDecoder() override;
 
-    /// A VideoDecoderParams, else StatusNullPointer. Closes first, so that a second call is allowed. Reads the parameter
-    /// sets in m_pData. StatusFailed when memory is exhausted. A converter in the parameters stays the caller's.
+    /// A VideoDecoderParams, else StatusNullPointer. Closes first, so that a second call is allowed. Reads the
+    /// parameter sets in m_pData. StatusFailed when memory is exhausted. A converter in the parameters stays the
+    /// caller's.
     Status Init(BaseCodecParams* pParams) override;
 
     /// Takes access units from pInput, bytes that the call moves past, and puts at most one picture into pOutput, a
     /// VideoData. Without pInput it decodes and gives out what is left, one picture a call.
     /// 0: a picture came. StatusNotEnoughData: none can be given now. StatusNotInitialized before Init,
-    /// StatusNullPointer without pOutput, StatusSyncFailed for an input without a unit, and the statuses of bad parameter
-    /// sets, of streams that are not supported and of exhausted memory.
+    /// StatusNullPointer without pOutput, StatusSyncFailed for an input without a unit, and the statuses of bad
+    /// parameter sets, of streams that are not supported and of exhausted memory.
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
 
-    /// What the current parameter sets say. StatusNotInitialized before there are any, StatusNullPointer for another class.
+    /// What the current parameter sets say. StatusNotInitialized before there are any, StatusNullPointer for another
+    /// class.
     Status GetInfo(BaseCodecParams* pParams) override;
     Status Close() override; ///< safe in any state, always 0
     /// Forgets pictures and references, keeps parameter sets.
     Status Reset() override;
-    /// StatusNullPointer for another class. Copies the stream description; with trick mode 7 takes over the playback rate.
+    /// StatusNullPointer for another class. Copies the stream description; with trick mode 7 takes over the playback
+    /// rate.
     Status SetParams(BaseCodecParams* pParams) override;
 
     Status Operation9() override { return StatusOk; }
     Status Operation10() override { return StatusNotImplemented; }
     Status Operation11() override { return StatusOk; }
-    /// Points pOutput at the registered user data (SEI payload type 4) of the picture delivered last, valid until the next
-    /// call. StatusNullPointer for null, StatusNotEnoughData when it has none.
+    /// Points pOutput at the registered user data (SEI payload type 4) of the picture delivered last, valid until the
+    /// next call. StatusNullPointer for null, StatusNotEnoughData when it has none.
     Status GetUserData(MediaData* pOutput) override;
 
     /// Adds *pStep to the decoding speed, 0 (everything is decoded) to 7, and writes the result back.

@@ -4,10 +4,7 @@ namespace UMC {
 
 namespace {
 
-bool IsReadyInfo(const H264DecoderFrameInfo& Au)
-{
-    return !Au.m_Slices.empty() && Au.m_Status >= AuStatus::Ready;
-}
+bool IsReadyInfo(const H264DecoderFrameInfo& Au) { return !Au.m_Slices.empty() && Au.m_Status >= AuStatus::Ready; }
 
 // A field-coded frame is ready with both fields, or with one that will stay alone; with Force one is enough.
 bool IsReadyFrame(const H264DecoderFrame& Frame, bool Force)
@@ -42,7 +39,8 @@ bool TaskBroker::PrepareFrames(H264DecoderFrame* pFirst, bool Force)
 {
     const AutomaticMutex Hold(m_Lock);
     int32_t Ready = 0;
-    for (const H264DecoderFrame* p = pFirst; p && Ready < m_ConsumerCount; p = p->m_pNext) Ready += IsReadyFrame(*p, Force);
+    for (const H264DecoderFrame* p = pFirst; p && Ready < m_ConsumerCount; p = p->m_pNext)
+        Ready += IsReadyFrame(*p, Force);
     return Ready >= m_ConsumerCount || (Force && Ready > 0);
 }
 

@@ -27,7 +27,8 @@ int32_t ThreadCountOf(int32_t Wanted)
 
 TaskSupplier::TaskSupplier(VideoData* pOutput, BaseCodec** ppConverter, MemoryAllocator* pAllocator)
     : m_pAllocator(pAllocator), m_pOutput(pOutput), m_ppConverter(ppConverter)
-{}
+{
+}
 
 TaskSupplier::~TaskSupplier() { Close(); }
 

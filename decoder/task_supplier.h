@@ -59,7 +59,7 @@ private:
     struct UnitResult {
         Status m_Status = StatusOk; // other than 0 ends the call
         bool m_IsSliceUnit = false;
-        bool m_IsKept = false;      // to be offered again once there is room
+        bool m_IsKept = false; // to be offered again once there is room
     };
     UnitResult ConsumeUnits(MediaData* pIn, bool HeadersOnly);
     UnitResult HandleUnit(uint32_t Type, H264HeapPiece& Piece, uint32_t Offset, uint32_t Size, MediaData* pIn);
@@ -137,7 +137,7 @@ private:
     H264PicParamSet m_PicParamSetScratch; // large: not for the stack
     bool m_HaveSeqSet = false, m_HavePicSet = false;
     int32_t m_CurrentSeqSetId = -1, m_CurrentPicSetId = -1;
-    H264SEIPayLoad m_PendingUserData; // for the next new frame
+    H264SEIPayLoad m_PendingUserData;  // for the next new frame
     Status m_RefusedStatus = StatusOk; // why the last slice cannot be decoded at all
     bool m_WasRefused = false;         // the unit kept by the splitter has been refused before
 
@@ -146,8 +146,8 @@ private:
     int32_t m_FieldIndex = 0;           // 0 while the first field or a frame is filled, 1 for a second field
     bool m_WaitForRandomAccess = true;  // until the first picture that decoding may start with
 
-    double m_LocalTime = 0.0; // seconds; for the next picture that comes without a time
-    double m_FrameTime = 0.0; // seconds a frame
+    double m_LocalTime = 0.0;   // seconds; for the next picture that comes without a time
+    double m_FrameTime = 0.0;   // seconds a frame
     int32_t m_PlaybackMode = 1; // 2 at a rate other than 1
 
     H264DecoderFrame* m_pFirstUncompleted = nullptr; // first in list order whose decoding is not finished

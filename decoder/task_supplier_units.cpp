@@ -54,20 +54,13 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     Bits.Reset(Piece.m_pData + Offset / 4, Size);
     switch (Type) {
     case NAL_SLICE:
-    case NAL_IDR_SLICE:
-        return HandleSlice(Piece, pIn);
-    case NAL_SEI:
-        HandleSei(Bits);
-        return {};
+    case NAL_IDR_SLICE: return HandleSlice(Piece, pIn);
+    case NAL_SEI: HandleSei(Bits); return {};
     case NAL_SEQ_PARAM_SET:
     case NAL_PIC_PARAM_SET:
-    case NAL_SEQ_PARAM_SET_EXTENSION:
-        return {.m_Status = HandleParameterSet(Type, Bits)};
-    case NAL_DELIMITER:
-        EndPicture(false);
-        return {};
-    default:
-        return {};
+    case NAL_SEQ_PARAM_SET_EXTENSION: return {.m_Status = HandleParameterSet(Type, Bits)};
+    case NAL_DELIMITER: EndPicture(false); return {};
+    default: return {};
     }
 }
 

@@ -21,10 +21,7 @@ void CBaseBitstream::Reset()
     if (m_pWrite) *m_pWrite = 0;
 }
 
-void CBaseBitstream::PutBit(uint32_t Bit)
-{
-    PutBits(Bit, 1);
-}
+void CBaseBitstream::PutBit(uint32_t Bit) { PutBits(Bit, 1); }
 
 void CBaseBitstream::PutBits(uint32_t Value, int32_t Count)
 {

@@ -15,9 +15,9 @@ public:
     virtual ~H264PureBitstream() = default;
     virtual void TerminateEncode() = 0;
     virtual void PutBit(uint32_t Bit) = 0;
-    virtual void PutBits(uint32_t Value, int32_t Count) = 0; // Count 0..24
+    virtual void PutBits(uint32_t Value, int32_t Count) = 0;    // Count 0..24
     virtual void PutVLCCode(uint32_t Code, int32_t Length) = 0; // Length 0..32
-    virtual int32_t PutUE(uint32_t Value) = 0; // returns the length of the code in bits
+    virtual int32_t PutUE(uint32_t Value) = 0;                  // returns the length of the code in bits
 };
 
 /// Writes to a caller's buffer. The writers do not test for its end: the caller sizes it for the worst picture and

@@ -33,8 +33,8 @@ class CabacMacroblock
 {
 public:
     CabacMacroblock(const Core& c, typename Core::Slice& s, Coder& Arithmetic, CabacContexts& Contexts)
-        : m_c(c), m_s(s), m_mb(s.cur_mb), m_Coder(Arithmetic), m_pContexts(Contexts.data()),
-          m_pLeft(Local(m_mb.left)), m_pTop(Local(m_mb.top)), m_bIntra(IsIntra(m_mb.global->Type))
+        : m_c(c), m_s(s), m_mb(s.cur_mb), m_Coder(Arithmetic), m_pContexts(Contexts.data()), m_pLeft(Local(m_mb.left)),
+          m_pTop(Local(m_mb.top)), m_bIntra(IsIntra(m_mb.global->Type))
     {
     }
 
@@ -134,10 +134,14 @@ void CabacMacroblock<Core, Coder>::WriteIntra4x4Modes()
     for (uint32_t Index = 0; Index < 16; ++Index) {
         const int32_t r = h264::kBlockRaster[Index], bx = r & 3, by = r >> 2;
         int32_t Left = -1, Top = -1;
-        if (bx > 0) Left = pModes[r - 1];
-        else if (m_mb.left >= 0) Left = pAll[m_mb.left * 16 + r + 3];
-        if (by > 0) Top = pModes[r - 4];
-        else if (m_mb.top >= 0) Top = pAll[m_mb.top * 16 + r + 12];
+        if (bx > 0)
+            Left = pModes[r - 1];
+        else if (m_mb.left >= 0)
+            Left = pAll[m_mb.left * 16 + r + 3];
+        if (by > 0)
+            Top = pModes[r - 4];
+        else if (m_mb.top >= 0)
+            Top = pAll[m_mb.top * 16 + r + 12];
         const int32_t Least = std::min(Left, Top);
         const int32_t Predicted = Least < 0 ? kIntra4x4Dc : Least, Mode = pModes[r];
         Bin(kCtxPrevIntraMode, Mode == Predicted);
@@ -185,8 +189,10 @@ void CabacMacroblock<Core, Coder>::WriteVectorComponent(uint32_t First, int32_t 
         Bin(Context, 1);
         Context = First + std::min(3 + i, 6u);
     }
-    if (Magnitude < kPrefixMax) Bin(Context, 0);
-    else EncodeEscape(m_Coder, Magnitude - kPrefixMax, 3);
+    if (Magnitude < kPrefixMax)
+        Bin(Context, 0);
+    else
+        EncodeEscape(m_Coder, Magnitude - kPrefixMax, 3);
     if (Magnitude) m_Coder.EncodeBypass(Value < 0);
 }
 
@@ -270,8 +276,10 @@ void CabacMacroblock<Core, Coder>::WriteLevels(BlockCat Cat, const BlockLevels& 
             Arithmetic.EncodeBin(First, 1);
             uint8_t& Other = pAbs[5 + std::min(GreaterMax, Greater)];
             for (uint32_t b = 1; b < std::min(Minus1, kPrefixMax); ++b) Arithmetic.EncodeBin(Other, 1);
-            if (Minus1 < kPrefixMax) Arithmetic.EncodeBin(Other, 0);
-            else EncodeEscape(Arithmetic, Minus1 - kPrefixMax, 0);
+            if (Minus1 < kPrefixMax)
+                Arithmetic.EncodeBin(Other, 0);
+            else
+                EncodeEscape(Arithmetic, Minus1 - kPrefixMax, 0);
             ++Greater;
         }
         Arithmetic.EncodeBypass(Level < 0);
@@ -353,8 +361,10 @@ void CabacMacroblock<Core, Coder>::Write()
         m_s.last_qp_delta = 0;
         return;
     }
-    if (m_s.slice_type == SLICE_P) WriteTypeP();
-    else WriteTypeI();
+    if (m_s.slice_type == SLICE_P)
+        WriteTypeP();
+    else
+        WriteTypeI();
     if (m_bIntra) {
         if (Type == MB_INTRA4X4) WriteIntra4x4Modes();
         WriteChromaMode();

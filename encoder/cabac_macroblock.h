@@ -5,8 +5,8 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Writes the current macroblock: mb_skip_flag and all that follows but end_of_slice_flag. QpDelta of the macroblock and
-/// last_qp_delta of the slice are set as a decoder sees them.
+/// Writes the current macroblock: mb_skip_flag and all that follows but end_of_slice_flag. QpDelta of the macroblock
+/// and last_qp_delta of the slice are set as a decoder sees them.
 template <class Core, class Coder>
 void WriteMacroblockCabac(const Core& c, typename Core::Slice& s, Coder& Arithmetic, CabacContexts& Contexts);
 

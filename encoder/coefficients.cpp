@@ -33,10 +33,7 @@ int32_t CoefficientCost(const int16_t* pLevels, int32_t First)
     return CostOf<16>(pLevels, First, h264::kZigzag4x4, kCostByRun4x4);
 }
 
-int32_t CoefficientCost8x8(const int16_t* pLevels)
-{
-    return CostOf<64>(pLevels, 0, h264::kZigzag8x8, kCostByRun8x8);
-}
+int32_t CoefficientCost8x8(const int16_t* pLevels) { return CostOf<64>(pLevels, 0, h264::kZigzag8x8, kCostByRun8x8); }
 
 int32_t ListLevels(const int16_t* pLevels, int32_t First, BlockLevels& Out)
 {

@@ -55,8 +55,10 @@ void CompensateChroma(const Core& c, typename Core::Slice& s, const typename Cor
         !detail::InsidePadding(Top, Top + h, PlaneHeight, kChromaPadding)) {
         SrcStep = 24;
         auto *const pClampedU = s.work_area.Clamped, *const pClampedV = pClampedU + 12;
-        g_Kernels.CopyClamped(Ref.m_pU, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep, w + 1, h + 1);
-        g_Kernels.CopyClamped(Ref.m_pV, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedV, SrcStep, w + 1, h + 1);
+        g_Kernels.CopyClamped(Ref.m_pU, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep, w + 1,
+                              h + 1);
+        g_Kernels.CopyClamped(Ref.m_pV, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedV, SrcStep, w + 1,
+                              h + 1);
         pU = pClampedU;
         pV = pClampedV;
     }

@@ -12,8 +12,8 @@ namespace {
 
 constexpr size_t kMacroblockBytesAtMost = 4096; // of one macroblock in any slice, far above what CABAC can make of it
 
-// A coefficient is at most the sum of magnitudes of the differences times the largest weight of its position: 1, 2 * 2 or
-// 2 in the three classes of positions.
+// A coefficient is at most the sum of magnitudes of the differences times the largest weight of its position: 1, 2 * 2
+// or 2 in the three classes of positions.
 int32_t ZeroSad(const kernels::QuantParams& p)
 {
     const uint32_t Room = (1u << p.Shift) - 1 - p.Rounding;
@@ -65,10 +65,7 @@ void FillThresholds(Core& c)
 }
 
 // How far a vector may reach: 15 samples beyond the picture, 127 in all.
-int32_t VectorLimit(int32_t SamplesToEdge)
-{
-    return std::min(SamplesToEdge + 15, 127);
-}
+int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15, 127); }
 
 template <class Core>
 void FillPositions(Core& c)
@@ -157,7 +154,10 @@ size_t SuggestedInputSize(const UMC::H264EncoderParams& p)
 {
     const size_t Luma = static_cast<size_t>(p.m_Info.m_Width) * static_cast<size_t>(p.m_Info.m_Height);
     size_t Samples = p.aux_format_idc ? 2 * Luma : Luma;
-    Samples += p.chroma_format_idc == 1 ? Luma / 2 : p.chroma_format_idc == 2 ? Luma : p.chroma_format_idc == 3 ? 2 * Luma : 0;
+    Samples += p.chroma_format_idc == 1   ? Luma / 2
+               : p.chroma_format_idc == 2 ? Luma
+               : p.chroma_format_idc == 3 ? 2 * Luma
+                                          : 0;
     return Samples * static_cast<size_t>(LargestDepth(p)) >> 3;
 }
 

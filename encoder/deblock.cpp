@@ -132,8 +132,9 @@ void MacroblockFilter<Core>::Run(int32_t Index, int32_t Neighbour, const Strengt
                                                                                 m_Frame.m_Pitch, &m_Luma.Params);
     if (!(s.Edge[0] | s.Edge[2])) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
-    (bVertical ? g_Kernels.FilterChromaVertical : g_Kernels.FilterChromaHorizontal)(
-        m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame, m_Frame.m_Pitch, &m_Chroma.Params, &m_Chroma.Params);
+    (bVertical ? g_Kernels.FilterChromaVertical
+               : g_Kernels.FilterChromaHorizontal)(m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame,
+                                                   m_Frame.m_Pitch, &m_Chroma.Params, &m_Chroma.Params);
 }
 
 template <class Core>

@@ -23,8 +23,8 @@ enum StateFlag : uint32_t { STATE_CODED_I = 1 << 1, STATE_CODED_B = 1 << 2, STAT
 struct QuantTables {
     std::array<kernels::QuantParams, 52> Intra, Inter;
     alignas(16) int16_t Scale[6][16]; // flat lists: 16 * normAdjust
-    // The largest sum of absolute differences of a 4x4 part at which no coefficient can reach a level, with the rounding
-    // of Inter: of luma, and of chroma with its DC transform.
+    // The largest sum of absolute differences of a 4x4 part at which no coefficient can reach a level, with the
+    // rounding of Inter: of luma, and of chroma with its DC transform.
     std::array<int32_t, 52> LumaZeroSad, ChromaZeroSad;
 };
 
@@ -37,7 +37,7 @@ struct EncoderCore {
     using Frame = H264EncoderFrame<PixType>;
     using Slice = SliceContext<PixType, CoeffsType>;
 
-    UMC::H264EncoderParams params; // checked
+    UMC::H264EncoderParams params;             // checked
     UMC::MemoryAllocator* allocator = nullptr; // not owned; outlives the frames
     FrameLayout layout;
     uint32_t analysis_flags = 0;

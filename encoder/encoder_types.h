@@ -61,9 +61,9 @@ inline constexpr uint32_t kCodedCrDc = 1u << 26;
 
 // The part of a macroblock that only the picture being coded needs.
 struct LocalMacroblock {
-    uint32_t Coded;      // one bit for every block that holds a level other than 0: coded_block_flag of clause 9.3.3.1.1.9
-    uint32_t Pattern;    // coded_block_pattern, bits 0..3 luma, 4 and 5 chroma
-    int32_t Cost;        // of the decision
+    uint32_t Coded;   // one bit for every block that holds a level other than 0: coded_block_flag of clause 9.3.3.1.1.9
+    uint32_t Pattern; // coded_block_pattern, bits 0..3 luma, 4 and 5 chroma
+    int32_t Cost;     // of the decision
     uint8_t Intra16Mode; // Intra16x16PredMode
     uint8_t ChromaMode;  // intra_chroma_pred_mode
     int8_t Qp;           // QPY

@@ -19,7 +19,7 @@ struct FrameLayout {
     int32_t Width = 0, Height = 0;               // visible samples
     int32_t AlignedWidth = 0, AlignedHeight = 0; // whole macroblocks, or pairs of them unless frames only
     int32_t MbWidth = 0, MbHeight = 0, MbCount = 0;
-    int32_t Pitch = 0;                           // samples, the same for all planes
+    int32_t Pitch = 0; // samples, the same for all planes
     int32_t ChromaFormat = 1;
     int32_t BitDepth = 8;
     bool bAlpha = false;

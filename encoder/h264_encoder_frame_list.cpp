@@ -51,9 +51,9 @@ H264EncoderFrame<PixType>* H264EncoderFrameList<PixType>::FindFree() const
 
 template <class PixType>
 H264EncoderFrame<PixType>* H264EncoderFrameList<PixType>::InsertFrame(UMC::VideoData& Source, int32_t FrameType,
-                                                                     int32_t bReference, const FrameLayout& Layout,
-                                                                     UMC::MemoryAllocator* pAllocator,
-                                                                     UMC::BaseCodec& Converter)
+                                                                      int32_t bReference, const FrameLayout& Layout,
+                                                                      UMC::MemoryAllocator* pAllocator,
+                                                                      UMC::BaseCodec& Converter)
 {
     Frame* pFrame = FindFree();
     if (!pFrame) {

@@ -27,24 +27,24 @@ public:
 
     int32_t chroma_format_idc = 1;
     Tuning tuning;
-    int32_t coding_type = 0;        // 0 frames, 1 field pictures, 2 macroblock-adaptive
-    int32_t num_b_frames = 0;       // B pictures between two anchors
-    int32_t b_ref_mode = 0;         // B pictures that are references: 0 none, 1 the middle one of a run, 2 all
-    int32_t num_ref_frames = 1;     // 0..16, capped by the level
-    int32_t num_ref_to_start_b = 1; // anchors that must follow before a B picture is coded
-    uint8_t level_idc = 0;          // 0: chosen by size and rate
+    int32_t coding_type = 0;         // 0 frames, 1 field pictures, 2 macroblock-adaptive
+    int32_t num_b_frames = 0;        // B pictures between two anchors
+    int32_t b_ref_mode = 0;          // B pictures that are references: 0 none, 1 the middle one of a run, 2 all
+    int32_t num_ref_frames = 1;      // 0..16, capped by the level
+    int32_t num_ref_to_start_b = 1;  // anchors that must follow before a B picture is coded
+    uint8_t level_idc = 0;           // 0: chosen by size and rate
     int32_t rate_control_method = 2; // 0 none, 1 short windows, 2 long windows, 3 constant QP
     uint8_t quant_i = 20, quant_p = 20, quant_b = 20; // QPs of method 3
-    int16_t num_slices = 1;         // per picture
+    int16_t num_slices = 1;                           // per picture
     uint8_t keep_pattern_at_key = 0;
     uint8_t deblocking_filter_idc = 0; // disable_deblocking_filter_idc
     int32_t deblocking_alpha_offset = 2, deblocking_beta_offset = 2;
     int32_t search_method = 2;
-    int32_t partition_level = 0;    // 0: 16x16 only, 1: 8x8 and the halves too, 2 and above: below 8x8 too
+    int32_t partition_level = 0; // 0: 16x16 only, 1: 8x8 and the halves too, 2 and above: below 8x8 too
     uint32_t reserved0 = 0;
     int32_t search_x = 8, search_y = 8; // search range, whole samples
     int32_t use_weighted_pred = 0, use_weighted_bipred = 0, use_implicit_weighted_bipred = 0;
-    uint8_t direct_pred_mode = 0;   // 0 temporal, 1 spatial, 2 chosen for each picture
+    uint8_t direct_pred_mode = 0; // 0 temporal, 1 spatial, 2 chosen for each picture
     int32_t direct_8x8_inference = 1;
     uint8_t entropy_coding_mode = 1; // 0 CAVLC, 1 CABAC
     uint8_t cabac_init_idc = 1;
@@ -57,12 +57,12 @@ public:
     uint8_t transform_8x8_mode = 0;
     int32_t qpprime_y_zero_transform_bypass = 0;
     int32_t use_default_scaling_matrix = 0;
-    int32_t aux_format_idc = 0;      // not 0: an alpha plane is coded too
+    int32_t aux_format_idc = 0; // not 0: an alpha plane is coded too
     uint8_t alpha_incr_flag = 0;
     int32_t alpha_opaque_value = 0, alpha_transparent_value = 0;
     int32_t bit_depth_aux = 8, bit_depth_luma = 8, bit_depth_chroma = 8; // 8..12
-    int32_t num_frames = 0;          // carried along; nothing reads it
-    int32_t analysis_level = 0;      // 0 SAD .. 4 all references, sets the analysis flags
+    int32_t num_frames = 0;                                              // carried along; nothing reads it
+    int32_t analysis_level = 0; // 0 SAD .. 4 all references, sets the analysis flags
 };
 
 } // namespace UMC

@@ -32,7 +32,8 @@ public:
             m_Good = false;
             return;
         }
-        const int Found = std::sscanf(m_Line, "%d %d %d %d %d", &Values[0], &Values[1], &Values[2], &Values[3], &Values[4]);
+        const int Found =
+            std::sscanf(m_Line, "%d %d %d %d %d", &Values[0], &Values[1], &Values[2], &Values[3], &Values[4]);
         if (Found < static_cast<int>(sizeof...(Fields))) {
             m_Good = false;
             return;

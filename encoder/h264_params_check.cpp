@@ -139,9 +139,9 @@ uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
         int64_t Macroblocks, Rate; // per picture, per second
     };
     constexpr int64_t kAny = std::numeric_limits<int64_t>::max();
-    static constexpr Row kRows[]{{10, 99, 1485},      {11, 396, 3000},     {12, 396, 6000},     {20, 396, 11880},
-                                 {21, 792, 19800},    {22, 1620, 20250},   {30, 1620, 40500},   {31, 3600, 108000},
-                                 {32, 5120, 216000},  {40, 8192, 245760},  {42, 8704, 522240},  {50, 22080, 589824},
+    static constexpr Row kRows[]{{10, 99, 1485},     {11, 396, 3000},    {12, 396, 6000},    {20, 396, 11880},
+                                 {21, 792, 19800},   {22, 1620, 20250},  {30, 1620, 40500},  {31, 3600, 108000},
+                                 {32, 5120, 216000}, {40, 8192, 245760}, {42, 8704, 522240}, {50, 22080, 589824},
                                  {51, kAny, kAny}};
     const int64_t Macroblocks = ((int64_t{Width} + 15) / 16) * ((int64_t{Height} + 15) / 16);
     const auto Rate = static_cast<int64_t>(static_cast<double>(Macroblocks) * FrameRate);

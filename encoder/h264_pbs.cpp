@@ -5,10 +5,7 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 // Types that may open an access unit (clause 7.4.1.2.3).
-bool MayOpenAccessUnit(int32_t Type)
-{
-    return (Type >= 1 && Type <= 6) || Type == 9 || (Type >= 14 && Type <= 18);
-}
+bool MayOpenAccessUnit(int32_t Type) { return (Type >= 1 && Type <= 6) || Type == 9 || (Type >= 14 && Type <= 18); }
 
 bool NeedsZeroByte(int32_t Type, bool& bFirstInAu)
 {
@@ -210,8 +207,10 @@ void CH264pBs<PixType, CoeffsType>::WriteSliceHeader(const SliceHeader& h, const
         if (h.slice_type == SLICE_B) PutBit(0);
     }
     if (h.nal_ref_idc != 0) {
-        if (h.idr) PutBits(0, 2); // no_output_of_prior_pics_flag, long_term_reference_flag
-        else PutBit(0);           // adaptive_ref_pic_marking_mode_flag
+        if (h.idr)
+            PutBits(0, 2); // no_output_of_prior_pics_flag, long_term_reference_flag
+        else
+            PutBit(0); // adaptive_ref_pic_marking_mode_flag
     }
     if (p.entropy_coding_mode && h.slice_type != SLICE_I) PutUE(static_cast<uint32_t>(h.cabac_init_idc));
     PutSE(h.slice_qp_delta);

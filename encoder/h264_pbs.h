@@ -37,10 +37,7 @@ struct SliceHeader {
 };
 
 /// Most bytes that NAL framing adds to or makes of Payload bytes.
-inline constexpr size_t NalBytesAtMost(size_t Payload)
-{
-    return 5 + Payload + Payload / 2;
-}
+inline constexpr size_t NalBytesAtMost(size_t Payload) { return 5 + Payload + Payload / 2; }
 
 /// Writes a NAL unit of an Annex B byte stream with emulation prevention. The last two payload bytes are copied without
 /// a test: the trailing bits of a real payload make one needless.

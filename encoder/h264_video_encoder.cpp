@@ -65,8 +65,10 @@ Status H264VideoEncoder::GetInfo(BaseCodecParams* pParams)
     if (core_kind != kCore8) return StatusNotInitialized;
     auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusInvalidParams;
-    if (auto* const pFull = DynamicCast<H264EncoderParams>(pParams)) *pFull = m_pCore8->params;
-    else *pVideo = m_pCore8->params;
+    if (auto* const pFull = DynamicCast<H264EncoderParams>(pParams))
+        *pFull = m_pCore8->params;
+    else
+        *pVideo = m_pCore8->params;
     pVideo->m_Quality = 100; // no count of losses is kept, so the share of them is always 0
     pVideo->m_Info.m_StreamType = kStreamTypeH264;
     return StatusOk;

@@ -37,9 +37,10 @@ public:
     ///                 rule decides); null: no more input, deliver what is held back
     /// @param pOutput  receives the access unit behind its valid data, the picture's time and its type (1 I, 2 P, 3 B)
     /// @return StatusOk, also when a picture is held back and nothing is written; StatusEndOfSegment with nothing left
-    ///         to deliver; StatusInvalidParams for an input that is no picture; StatusNotEnoughData for a P or B picture
-    ///         without a reference; StatusNotEnoughBuffer when the unit does not fit, the picture is then dropped and the
-    ///         stream goes on with the next one; StatusNotInitialized; StatusNullPointer without an output
+    ///         to deliver; StatusInvalidParams for an input that is no picture; StatusNotEnoughData for a P or B
+    ///         picture without a reference; StatusNotEnoughBuffer when the unit does not fit, the picture is then
+    ///         dropped and the stream goes on with the next one; StatusNotInitialized; StatusNullPointer without an
+    ///         output
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
 
     /// The settings in force, with the quality word and the stream type. StatusNullPointer for null,
@@ -49,12 +50,12 @@ public:
     Status Close() override { return StatusOk; }
     /// Always StatusUnsupported.
     Status Reset() override { return StatusUnsupported; }
-    /// A new bit rate or frame rate from the next picture on. StatusUnsupported when neither differs or the rate control
-    /// does not follow a rate, StatusNullPointer for no VideoEncoderParams.
+    /// A new bit rate or frame rate from the next picture on. StatusUnsupported when neither differs or the rate
+    /// control does not follow a rate, StatusNullPointer for no VideoEncoderParams.
     Status SetParams(BaseCodecParams* pParams) override;
 
-    /// The picture as later pictures see it, for tests and tools: planes of the last coded picture, valid until the next
-    /// call. Null before the first.
+    /// The picture as later pictures see it, for tests and tools: planes of the last coded picture, valid until the
+    /// next call. Null before the first.
     const VideoData* GetReconstruction() const;
     /// Display order of that picture within the stream, counted in pictures.
     int32_t GetDisplayOrder() const;

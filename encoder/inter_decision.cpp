@@ -16,9 +16,6 @@ using kernels::g_Kernels;
 
 namespace {
 
-constexpr int32_t kSkipLumaBelow = 6;   // a skipped macroblock's luma levels are worth less
-constexpr int32_t kSkipChromaBelow = 7; // and the AC levels of each chroma plane
-
 template <class Core>
 void FillMotion(typename Core::Slice& s, MotionVector v, int8_t Ref)
 {
@@ -33,7 +30,7 @@ bool SkipLeavesLuma(typename Core::Slice& s)
     int32_t Cost = 0;
     for (uint32_t Rest = w.TestedMask; Rest; Rest &= Rest - 1) {
         Cost += CoefficientCost(w.Luma + 16 * std::countr_zero(Rest), 0);
-        if (Cost >= kSkipLumaBelow) return true;
+        if (IsLumaTooMuchToSkip(Cost)) return true;
     }
     return false;
 }
@@ -49,11 +46,12 @@ bool SkipLeavesChroma(typename Core::Slice& s)
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask = g_Kernels.ForwardQuantAc8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
                                                           w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
-        if (g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift)) return true;
+        if (g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
+            return true;
         int32_t Cost = 0;
         for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1)
             Cost += CoefficientCost(pLevels + 16 * std::countr_zero(Rest), 1);
-        if (Cost >= kSkipChromaBelow) return true;
+        if (IsChromaTooMuchToSkip(Cost)) return true;
     }
     return false;
 }
@@ -83,14 +81,13 @@ bool CheckSkipP(Core& c, typename Core::Slice& s, MotionVector Vector, MotionVec
     return true;
 }
 
-MotionVector Whole(MotionVector v)
-{
-    return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)};
-}
+MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)}; }
 
-// Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did here.
+// Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
+// here.
 template <class Core>
-void BuildCandidates(const Core& c, const typename Core::Slice& s, int32_t List, const typename Core::Frame& Ref, MEParams& p)
+void BuildCandidates(const Core& c, const typename Core::Slice& s, int32_t List, const typename Core::Frame& Ref,
+                     MEParams& p)
 {
     const auto& mb = s.cur_mb;
     const auto Add = [&](const MotionVector* pField, int32_t MbIndex, int32_t RasterBlock) {

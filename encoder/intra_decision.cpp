@@ -80,8 +80,7 @@ int32_t IntraChroma(Core& c, typename Core::Slice& s)
         auto* const pTrial = w.TrialUV;
         t.pPredict(mb.src_u, mb.pitch, pTrial, w.kPredStep, Available);
         t.pPredict(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
-        const int32_t Cost = BitPrice(mb.local->QpChroma, t.Bits) +
-                             pDistance(mb.src_u, mb.pitch, pTrial, w.kPredStep) +
+        const int32_t Cost = BitPrice(mb.local->QpChroma, t.Bits) + pDistance(mb.src_u, mb.pitch, pTrial, w.kPredStep) +
                              pDistance(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;

@@ -12,10 +12,7 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-MotionVector Point(int32_t x, int32_t y)
-{
-    return {static_cast<int16_t>(x), static_cast<int16_t>(y)};
-}
+MotionVector Point(int32_t x, int32_t y) { return {static_cast<int16_t>(x), static_cast<int16_t>(y)}; }
 
 } // namespace
 
@@ -74,8 +71,8 @@ int32_t IntegerSearch::TryPoints(const MotionVector* pPoints, int32_t Count)
     return k.Index[Won];
 }
 
-// The results are looked at in the order of the points. A point that was left out for its price would also lose here, as
-// the best cost only falls.
+// The results are looked at in the order of the points. A point that was left out for its price would also lose here,
+// as the best cost only falls.
 int32_t IntegerSearch::Measure(KeptPoints& k)
 {
     int32_t Sum[8], Done = 0;

@@ -36,7 +36,7 @@ struct MEParams {
     MotionVector candidates[8]; // whole samples
     MotionVector pred_mv;       // also the ninth candidate, see AddCandidate
     MotionVector best_mv;
-    const BitCostRow* mv_cost_table; // the row of MVBitCost
+    const BitCostRow* mv_cost_table;                          // the row of MVBitCost
     int32_t limit_left, limit_right, limit_top, limit_bottom; // whole samples
     int32_t range_x, range_y;
     uint32_t flags; // AnalysisFlag
@@ -51,8 +51,8 @@ struct MEParams {
 
 /// Appends a whole-sample vector unless it is in the list already.
 ///
-/// There is room for eight. A ninth falls on pred_mv, the field behind the list: it is tried as a candidate and takes the
-/// predictor's place in every vector cost of this search. That is deliberate.
+/// There is room for eight. A ninth falls on pred_mv, the field behind the list: it is tried as a candidate and takes
+/// the predictor's place in every vector cost of this search. That is deliberate.
 inline void AddCandidate(MEParams& p, MotionVector Whole)
 {
     for (int32_t i = 0; i < p.candidate_count; ++i)
@@ -88,9 +88,9 @@ struct DirectionRow {
     int8_t Next[8];
 };
 // Directions tried after a move.
-inline constexpr DirectionRow kNextDirections[9]{{8, {1, 2, 3, 4, 5, 6, 7, 8}}, {5, {1, 2, 3, 7, 8}}, {3, {1, 2, 3}},
-                                                 {5, {1, 2, 3, 4, 5}},          {3, {3, 4, 5}},       {5, {3, 4, 5, 6, 7}},
-                                                 {3, {5, 6, 7}},                {5, {5, 6, 7, 8, 1}}, {3, {7, 8, 1}}};
+inline constexpr DirectionRow kNextDirections[9]{
+    {8, {1, 2, 3, 4, 5, 6, 7, 8}}, {5, {1, 2, 3, 7, 8}}, {3, {1, 2, 3}},       {5, {1, 2, 3, 4, 5}}, {3, {3, 4, 5}},
+    {5, {3, 4, 5, 6, 7}},          {3, {5, 6, 7}},       {5, {5, 6, 7, 8, 1}}, {3, {7, 8, 1}}};
 
 /// The integer stage at work: the window, and the best point so far in whole samples.
 class IntegerSearch
@@ -109,8 +109,8 @@ private:
     bool Try(int32_t x, int32_t y);
     // Tries up to eight points in order; returns the index of the last that improved, or -1.
     int32_t TryPoints(const MotionVector* pPoints, int32_t Count);
-    // Tries the points at the directions of a row, at steps from the best point so far; returns the direction of the last
-    // that improved, or -1.
+    // Tries the points at the directions of a row, at steps from the best point so far; returns the direction of the
+    // last that improved, or -1.
     int32_t TryRing(const DirectionRow& Row, int32_t StepX, int32_t StepY);
     int32_t TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY);
 
@@ -122,10 +122,7 @@ private:
     };
     // Measures them four at a time and keeps the best. Returns the place in the list of the last that improved, or -1.
     int32_t Measure(KeptPoints& k);
-    bool InWindow(int32_t x, int32_t y) const
-    {
-        return x >= m_Left && x <= m_Right && y >= m_Top && y <= m_Bottom;
-    }
+    bool InWindow(int32_t x, int32_t y) const { return x >= m_Left && x <= m_Right && y >= m_Top && y <= m_Bottom; }
     int32_t Distance(int32_t x, int32_t y) const
     {
         return m_pDistance(m_p.src_y, m_p.pitch, m_p.ref_y + y * m_p.pitch + x, m_p.pitch);

@@ -125,7 +125,7 @@ private:
     }
 
     MEParams& m_p;
-    MotionVector m_Start; // a whole sample
+    MotionVector m_Start;               // a whole sample
     const uint8_t *m_pBitsX, *m_pBitsY; // bits of a component by its offset
     const int16_t* m_pPrices;
     DistanceFunction* m_pDistance;

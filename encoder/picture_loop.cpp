@@ -13,10 +13,7 @@ int32_t SliceTypeOf(int32_t FrameType)
 }
 
 // primary_pic_type of Table 7-5.
-uint32_t PrimaryPicType(int32_t FrameType)
-{
-    return FrameType == FRAME_I ? 0 : FrameType == FRAME_P ? 1 : 2;
-}
+uint32_t PrimaryPicType(int32_t FrameType) { return FrameType == FRAME_I ? 0 : FrameType == FRAME_P ? 1 : 2; }
 
 // Appends NAL units to the client's buffer and remembers when one did not fit.
 class OutputPacker
@@ -95,8 +92,7 @@ int32_t SliceQpDelta(const Core& c)
     switch (c.params.rate_control_method) {
     case 1:
     case 2: return c.rate.GetQP(Type) - Init;
-    case 3:
-        return (Type == FRAME_I ? c.params.quant_i : Type == FRAME_B ? c.params.quant_b : c.params.quant_p) - Init;
+    case 3: return (Type == FRAME_I ? c.params.quant_i : Type == FRAME_B ? c.params.quant_b : c.params.quant_p) - Init;
     default: return c.slices[0].slice_qp_delta;
     }
 }
@@ -125,8 +121,8 @@ bool SliceOutgrewBuffer(const Core& c)
     return false;
 }
 
-// What is left of a picture whose slice outgrew its buffer: a run of empty macroblocks on the first writer, which no NAL
-// unit carries. The key picture that follows heals the damage.
+// What is left of a picture whose slice outgrew its buffer: a run of empty macroblocks on the first writer, which no
+// NAL unit carries. The key picture that follows heals the damage.
 template <class Core>
 void WriteOverflowFallback(Core& c)
 {
@@ -147,8 +143,10 @@ void DeblockPicture(Core& c)
 {
     for (int32_t i = 0; i < c.params.num_slices; ++i) {
         auto& s = c.slices[static_cast<size_t>(i)];
-        if (s.status != UMC::StatusOk) c.make_key_next = true;
-        else if (c.picture_class != CLASS_DISPOSABLE) DeblockSlice(c, s);
+        if (s.status != UMC::StatusOk)
+            c.make_key_next = true;
+        else if (c.picture_class != CLASS_DISPOSABLE)
+            DeblockSlice(c, s);
     }
 }
 

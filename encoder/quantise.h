@@ -6,8 +6,8 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Levels of the macroblock's luma against PredY, into Luma. @return a bit for each block with levels; without any, Luma
-/// may be left as it was
+/// Levels of the macroblock's luma against PredY, into Luma. @return a bit for each block with levels; without any,
+/// Luma may be left as it was
 template <class Core>
 uint32_t QuantiseInterLuma(typename Core::Slice& s)
 {
@@ -25,8 +25,8 @@ bool ChromaHasNoLevels(typename Core::Slice& s, int Plane)
 {
     const auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    return kernels::g_Kernels.LargestSad4x4Of8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane, w.kPredStep) <=
-           s.quant.ChromaZeroSad;
+    return kernels::g_Kernels.LargestSad4x4Of8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
+                                                 w.kPredStep) <= s.quant.ChromaZeroSad;
 }
 
 } // namespace UMC_H264_ENCODER

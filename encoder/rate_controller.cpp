@@ -24,8 +24,8 @@ int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Wid
 }
 
 int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t ErrorWindow, int32_t Bitrate,
-                             double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth,
-                             int32_t ChromaFormatIdc, bool bHasAlpha)
+                             double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth, int32_t ChromaFormatIdc,
+                             bool bHasAlpha)
 {
     m_QpOffset = 6 * (BitDepth - 8);
     m_QpMax = 51 + m_QpOffset;
@@ -43,10 +43,7 @@ int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t Error
     return 0;
 }
 
-int32_t RateController::QpFromP() const
-{
-    return std::clamp(((m_QpP + m_QpPPrevious) * 563 >> 10) + 1, 1, m_QpMax);
-}
+int32_t RateController::QpFromP() const { return std::clamp(((m_QpP + m_QpPPrevious) * 563 >> 10) + 1, 1, m_QpMax); }
 
 int32_t RateController::GetQP(int32_t FrameType) const
 {

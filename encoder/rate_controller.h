@@ -11,7 +11,8 @@ class RateController
 {
 public:
     /// Starts over for a rate. Windows below 1 take 100, 30 and 100 pictures. The running total of bits stays, because
-    /// the caller's total goes on through a change of rate, while the budget restarts at 0: the imbalance is deliberate.
+    /// the caller's total goes on through a change of rate, while the budget restarts at 0: the imbalance is
+    /// deliberate.
     ///
     /// @param Bitrate    bits per second, above 0
     /// @param FrameRate  pictures per second, above 0

@@ -11,10 +11,6 @@ using kernels::g_Kernels;
 
 namespace {
 
-constexpr int32_t kDropQuadrantBelow = 5;   // luma levels of an inter quadrant worth less are not coded
-constexpr int32_t kDropMacroblockBelow = 7; // the same for all luma of an inter macroblock
-constexpr int32_t kDropChromaUpTo = 7;      // AC levels of a chroma plane worth no more are not coded
-
 // One bit of coded_block_pattern for each quadrant with a coded block.
 uint32_t LumaPattern(uint32_t Coded)
 {
@@ -53,10 +49,10 @@ uint32_t InterLumaLevels(Core&, typename Core::Slice& s)
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));
             Cost += ListLevels(w.Luma + 16 * Block, 0, w.LumaLevels[Block]);
         }
-        if (Cost >= kDropQuadrantBelow) Coded |= Bits;
+        if (IsQuadrantWorthCoding(Cost)) Coded |= Bits;
         Total += Cost;
     }
-    return Total < kDropMacroblockBelow ? 0 : Coded;
+    return IsMacroblockWorthCoding(Total) ? Coded : 0;
 }
 
 // Residual of both chroma planes against the prediction in PredUV; sets the chroma bits of Coded and Pattern.
@@ -75,7 +71,8 @@ void ReconstructChroma(Core&, typename Core::Slice& s)
             g_Kernels.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
-        uint32_t Mask = g_Kernels.ForwardQuantAc8x8(pDst, mb.pitch, pPred, w.kPredStep, pLevels, w.ChromaDc[Plane], q.pChroma);
+        uint32_t Mask =
+            g_Kernels.ForwardQuantAc8x8(pDst, mb.pitch, pPred, w.kPredStep, pLevels, w.ChromaDc[Plane], q.pChroma);
         const uint32_t Dc = g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0], q.pChroma->Rounding,
                                                          q.pChroma->Shift);
         int32_t Cost = 0;
@@ -83,7 +80,7 @@ void ReconstructChroma(Core&, typename Core::Slice& s)
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));
             Cost += ListLevels(pLevels + 16 * Block, 1, w.ChromaAcLevels[Plane][Block]);
         }
-        if (Mask && Cost <= kDropChromaUpTo) {
+        if (Mask && !IsChromaAcWorthCoding(Cost)) {
             Mask = 0;
             std::memset(pLevels, 0, sizeof(w.Chroma[Plane]));
         }
@@ -132,8 +129,8 @@ void ReconstructIntra16x16(Core& c, typename Core::Slice& s)
     const auto* const pPred = w.IntraY[0];
     uint32_t Mask = g_Kernels.ForwardQuantAc16x16(mb.src_y, mb.pitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
-    const uint32_t Dc = g_Kernels.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding,
-                                                q.pLumaIntra->Shift);
+    const uint32_t Dc =
+        g_Kernels.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);
     for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
         const auto Block = static_cast<size_t>(std::countr_zero(Rest));
         ListLevels(w.Luma + 16 * Block, 1, w.LumaLevels[Block]);

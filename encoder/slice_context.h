@@ -33,7 +33,7 @@ struct MacroblockQuant {
     const kernels::QuantParams* pChroma;
     const int16_t* pLumaScale; // LevelScale(QP % 6, i, j) in raster order
     const int16_t* pChromaScale;
-    int32_t LumaPer, ChromaPer; // QP / 6
+    int32_t LumaPer, ChromaPer;         // QP / 6
     int32_t LumaZeroSad, ChromaZeroSad; // parts of 4x4 samples that differ by no more have no levels
 };
 
@@ -54,33 +54,33 @@ struct WorkArea {
     static constexpr int kLocalStep = 32;
 
     alignas(16) PixType PredY[16 * 16];
-    alignas(16) PixType PredUV[16 * 8];        // Cb in columns 0..7, Cr in 8..15
-    alignas(16) PixType IntraY[2][16 * 16];    // best and trial prediction of Intra 16x16
+    alignas(16) PixType PredUV[16 * 8];     // Cb in columns 0..7, Cr in 8..15
+    alignas(16) PixType IntraY[2][16 * 16]; // best and trial prediction of Intra 16x16
     alignas(16) PixType IntraUV[2][16 * 8];
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
     alignas(16) PixType Local[17 * kLocalStep];
     static constexpr int kLocalOrigin = kLocalStep + 8;
-    alignas(16) CoeffsType Luma[256];          // levels, then scaled coefficients
+    alignas(16) CoeffsType Luma[256]; // levels, then scaled coefficients
     alignas(16) CoeffsType Chroma[2][64];
     alignas(16) CoeffsType Intra4x4[256];
     alignas(16) CoeffsType LumaDc[16];
     alignas(16) CoeffsType ChromaDc[2][8];
-    BlockLevels LumaLevels[16];                // luma4x4BlkIdx order; AC for Intra 16x16
+    BlockLevels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
     BlockLevels Intra4x4Levels[16];
     BlockLevels LumaDcLevels;
     BlockLevels ChromaDcLevels[2];
     BlockLevels ChromaAcLevels[2][4];
     HalfPlanes<PixType> Halves;
-    alignas(16) PixType Trial[16 * 16];        // an interpolated point of a search
+    alignas(16) PixType Trial[16 * 16]; // an interpolated point of a search
     alignas(16) PixType TrialUV[16 * 8];
-    alignas(16) PixType Clamped[24 * 24];      // a reference block from beyond the padding
-    uint8_t Intra4x4Modes[16];                 // of the trial, raster order
-    uint32_t Intra4x4Coded;                    // of the trial, bit by luma4x4BlkIdx
+    alignas(16) PixType Clamped[24 * 24]; // a reference block from beyond the padding
+    uint8_t Intra4x4Modes[16];            // of the trial, raster order
+    uint32_t Intra4x4Coded;               // of the trial, bit by luma4x4BlkIdx
     // The vector whose luma prediction is in PredY and whose levels are in Luma, after a skip test that failed.
     bool bTested;
     MotionVector TestedVector;
     uint32_t TestedMask;
-    std::unique_ptr<uint8_t[]> pVisited;       // (2 * search_x + 1) * (2 * search_y + 1), for search method 8
+    std::unique_ptr<uint8_t[]> pVisited; // (2 * search_x + 1) * (2 * search_y + 1), for search method 8
 };
 
 // The macroblock being coded.
@@ -95,10 +95,10 @@ struct CurrentMacroblock {
     const MacroblockPosition* position;
     GlobalMacroblock* global;
     LocalMacroblock* local;
-    MotionVector* mv[2];  // 16 each, raster order
+    MotionVector* mv[2]; // 16 each, raster order
     int8_t* ref[2];
     MotionVector* mvd[2];
-    uint8_t* intra_modes; // 16, raster order
+    uint8_t* intra_modes;  // 16, raster order
     uint8_t* coeff_counts; // CAVLC total_coeff: 16 luma in raster order, 4 Cb, 4 Cr
 };
 

@@ -10,10 +10,7 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-int32_t Lambda(int32_t Qp)
-{
-    return static_cast<int32_t>(std::pow(2.0, std::max(Qp - 12, 0) / 3.0));
-}
+int32_t Lambda(int32_t Qp) { return static_cast<int32_t>(std::pow(2.0, std::max(Qp - 12, 0) / 3.0)); }
 
 template <class Core>
 SliceHeader MakeSliceHeader(const Core& c, const typename Core::Slice& s)
@@ -56,10 +53,7 @@ void StartSlice(Core& c, typename Core::Slice& s)
 }
 
 // A macroblock of the same slice lies at or behind the slice's first one.
-inline int32_t InSlice(int32_t Index, int32_t FirstMb)
-{
-    return Index >= FirstMb ? Index : -1;
-}
+inline int32_t InSlice(int32_t Index, int32_t FirstMb) { return Index >= FirstMb ? Index : -1; }
 
 template <class Core>
 void SetNeighbours(const Core& c, typename Core::Slice& s)
@@ -117,7 +111,8 @@ void SetVectorDifference(const Core& c, typename Core::Slice& s)
     const Neighbours16x16 n = NeighboursOf16x16(c, s, 0);
     const MotionVector Predicted = MedianPrediction(n.a, n.b, n.c, mb.ref[0][0]);
     const MotionVector v = mb.mv[0][0];
-    std::fill_n(mb.mvd[0], 16, MotionVector{static_cast<int16_t>(v.x - Predicted.x), static_cast<int16_t>(v.y - Predicted.y)});
+    std::fill_n(mb.mvd[0], 16,
+                MotionVector{static_cast<int16_t>(v.x - Predicted.x), static_cast<int16_t>(v.y - Predicted.y)});
 }
 
 } // namespace

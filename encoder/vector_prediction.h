@@ -22,10 +22,7 @@ NeighbourMotion MotionOf(const Core& c, int32_t List, int32_t MbIndex, int32_t R
     return {c.current->mb_motion[List][i], c.current->mb_reference[List][i], true};
 }
 
-inline int16_t Median(int16_t a, int16_t b, int16_t c)
-{
-    return std::max(std::min(a, b), std::min(std::max(a, b), c));
-}
+inline int16_t Median(int16_t a, int16_t b, int16_t c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
 
 // Clause 8.4.1.3 for a block whose shape has no neighbour of its own preferred.
 inline MotionVector MedianPrediction(const NeighbourMotion& a, const NeighbourMotion& b, const NeighbourMotion& c,

@@ -8,9 +8,10 @@ static bool RoundTrip(const uint8_t* pPicture, int32_t iWidth, int32_t iHeight)
 {
     IVCodec* const pEncoder = CreateVCodec(1);   // encoder, hardware preferred
     IVCodec* const pDecoder = CreateVCodec(101); // decoder, hardware preferred
-    bool bDone = pEncoder && pDecoder &&
-                 pEncoder->InitEncoder(iWidth, iHeight, 30 /* frames a second */, 75 /* key interval */, 800 /* kb/s */) &&
-                 pDecoder->InitDecoder(iWidth, iHeight);
+    bool bDone =
+        pEncoder && pDecoder &&
+        pEncoder->InitEncoder(iWidth, iHeight, 30 /* frames a second */, 75 /* key interval */, 800 /* kb/s */) &&
+        pDecoder->InitDecoder(iWidth, iHeight);
     const auto Luma = static_cast<size_t>(iWidth) * static_cast<size_t>(iHeight);
     std::vector<uint8_t> Unit(Luma * 3), Picture(Luma * 3 / 2);
     int32_t iLength = 0, iType = kFrameNone;

@@ -42,8 +42,8 @@ int32_t Rgb24ToI420(const uint8_t* InBuf, size_t Size, uint8_t* OutBuf, int32_t 
     ASSERT_OR_RETURN(iWidth, 0);
     ASSERT_OR_RETURN(iHeight, 0);
     const size_t Luma = Product(iWidth, iHeight);
-    libyuv::ConvertToI420(InBuf, Size, OutBuf, iWidth, OutBuf + Luma, iWidth / 2, OutBuf + Luma + Luma / 4, iWidth / 2, 0, 0,
-                          iWidth, iHeight, iWidth, iHeight, libyuv::kRotate0, libyuv::FOURCC_24BG);
+    libyuv::ConvertToI420(InBuf, Size, OutBuf, iWidth, OutBuf + Luma, iWidth / 2, OutBuf + Luma + Luma / 4, iWidth / 2,
+                          0, 0, iWidth, iHeight, iWidth, iHeight, libyuv::kRotate0, libyuv::FOURCC_24BG);
     return 1;
 }
 
@@ -144,8 +144,10 @@ bool CVCodec_H264::PrepareEncoderInput(const uint8_t* InBuf)
     auto* const pLuma = const_cast<uint8_t*>(InBuf); // only read
     const size_t Luma = Product(m_PictureWidth, m_PictureHeight);
     return Input.SetPlanePointer(pLuma, 0) == StatusOk && Input.SetPlanePointer(pLuma + Luma, 1) == StatusOk &&
-           Input.SetPlanePointer(pLuma + Luma + Luma / 4, 2) == StatusOk && Input.SetPlanePitch(m_PictureWidth, 0) == StatusOk &&
-           Input.SetPlanePitch(m_PictureWidth / 2, 1) == StatusOk && Input.SetPlanePitch(m_PictureWidth / 2, 2) == StatusOk;
+           Input.SetPlanePointer(pLuma + Luma + Luma / 4, 2) == StatusOk &&
+           Input.SetPlanePitch(m_PictureWidth, 0) == StatusOk &&
+           Input.SetPlanePitch(m_PictureWidth / 2, 1) == StatusOk &&
+           Input.SetPlanePitch(m_PictureWidth / 2, 2) == StatusOk;
 }
 
 int32_t CVCodec_H264::SetBitrate(int32_t iKbps)
@@ -157,7 +159,8 @@ int32_t CVCodec_H264::SetBitrate(int32_t iKbps)
 
 bool CVCodec_H264::CloseEncoder()
 {
-    if (!CloseAndDelete(m_pEncoderInput) || !CloseAndDelete(m_pEncoderOutput) || !CloseAndDelete(m_pH264Encoder)) return false;
+    if (!CloseAndDelete(m_pEncoderInput) || !CloseAndDelete(m_pEncoderOutput) || !CloseAndDelete(m_pH264Encoder))
+        return false;
     delete m_pH264EncoderParams;
     m_pH264EncoderParams = nullptr;
     m_PictureWidth = m_PictureHeight = m_iFramesPerSecond = m_BitsPerSecond = m_iKeyinterval = 0;
@@ -252,7 +255,8 @@ bool CVCodec_H264::CloseDecoder()
     if (!CloseAndDelete(m_pDecoderOutput) || !CloseAndDelete(m_pDecoderInput)) return false;
     if (m_pH264Decoder) {
         if (m_pH264Decoder->Close() != StatusOk) return false;
-        // Deliberate: the deletion acts on the encoder's pointer, null by now. The closed decoder object stays allocated.
+        // Deliberate: the deletion acts on the encoder's pointer, null by now. The closed decoder object stays
+        // allocated.
         delete m_pH264Encoder;
         m_pH264Encoder = nullptr;
         m_pH264Decoder = nullptr;

@@ -28,7 +28,8 @@ public:
     uint32_t GetBackendTag() override { return kBackendSoftware; }
     int32_t InitEncoder(int32_t PictureWidth, int32_t PictureHeight, int32_t iFramesPerSecond, int32_t iKeyinterval,
                         int32_t iKbps) override;
-    int32_t Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pdwOutLen, int32_t bForceKey, int32_t* pFrameType) override;
+    int32_t Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pdwOutLen, int32_t bForceKey,
+                   int32_t* pFrameType) override;
     int32_t InitDecoder(int32_t PictureWidth, int32_t PictureHeight) override;
     int32_t Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType) override;
     int32_t SetBitrate(int32_t iKbps) override;

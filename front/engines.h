@@ -24,7 +24,8 @@ struct IEngines {
 
     // Trials with the driver.
     virtual bool TryNvidiaDecoder(int32_t Width, int32_t Height) = 0;
-    virtual bool TryNvidiaEncoder(int32_t Width, int32_t Height, int32_t FramesPerSecond, int32_t KeyInterval, int32_t Kbps) = 0;
+    virtual bool TryNvidiaEncoder(int32_t Width, int32_t Height, int32_t FramesPerSecond, int32_t KeyInterval,
+                                  int32_t Kbps) = 0;
     virtual bool IsSupportH264hw_0() = 0; // AMD
     /// Opens and closes a session asking for an implementation at API version 1.1; the one it got, 0 for none.
     virtual int32_t QueryIntelSession(int32_t Implementation) = 0;

@@ -66,7 +66,8 @@ bool ProbeNvidia(bool bDecoder)
     uint32_t Code;
     const auto Trial = [&] {
         bSupported = bDecoder ? GetEngines()->TryNvidiaDecoder(kTrialWidth, kTrialHeight)
-                              : GetEngines()->TryNvidiaEncoder(kTrialWidth, kTrialHeight, kTrialFps, kTrialKeyInterval, kTrialKbps);
+                              : GetEngines()->TryNvidiaEncoder(kTrialWidth, kTrialHeight, kTrialFps, kTrialKeyInterval,
+                                                               kTrialKbps);
     };
     if (platform::Guarded(Trial, Code)) return bSupported;
     LogError("qvlx - CVCodecH264nv::IsSupportH264hw() MyFilterException");
@@ -91,6 +92,7 @@ IVCodec* CreateAMDH264hwVCodec(uint32_t bDecoder)
     LogInfo("qvlx > CreateAMDH264hwVCodec bDecoder=%d", static_cast<int32_t>(bDecoder));
     IVCodec* pVCodec = nullptr;
     if (GetEngines()->IsWindows7OrLater() && ProbeAmd()) pVCodec = GetEngines()->NewAmd();
-    LogInfo("qvlx < CreateAMDH264hwVCodec bDecoder=%d pVCodec=%p", static_cast<int32_t>(bDecoder), static_cast<void*>(pVCodec));
+    LogInfo("qvlx < CreateAMDH264hwVCodec bDecoder=%d pVCodec=%p", static_cast<int32_t>(bDecoder),
+            static_cast<void*>(pVCodec));
     return pVCodec;
 }

@@ -8,6 +8,6 @@
 bool ProbeNvidia(bool bDecoder);
 bool ProbeIntelHardware();
 bool ProbeIntelSoftware();
-/// Tries the driver on a thread that is killed after 3 seconds, and makes the codec when it answers in time; else null. After
-/// two killed trials the driver is not touched any more.
+/// Tries the driver on a thread that is killed after 3 seconds, and makes the codec when it answers in time; else null.
+/// After two killed trials the driver is not touched any more.
 IVCodec* CreateAMDH264hwVCodec(uint32_t bDecoder);

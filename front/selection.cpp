@@ -144,7 +144,8 @@ std::string GetNvidiaAdapterName()
 {
     std::vector<std::string> List;
     uint32_t Code;
-    if (!platform::Guarded([&] { GetEngines()->MyGetDisplayVideoControllerList(List, true); }, Code)) throw AdapterFault{Code};
+    if (!platform::Guarded([&] { GetEngines()->MyGetDisplayVideoControllerList(List, true); }, Code))
+        throw AdapterFault{Code};
     std::string Result;
     for (const std::string& Name : List) {
         std::string Lower = Name;

@@ -12,8 +12,8 @@ public:
     UMC_ROOT_CLASS(BaseCodecParams, "BaseCodecParams")
     virtual ~BaseCodecParams() = default;
 
-    MediaData* m_pData = nullptr;                   // initial data for a decoder: the first headers are read from it
-    MemoryAllocator* m_pMemoryAllocator = nullptr;  // null: the default one
+    MediaData* m_pData = nullptr;                  // initial data for a decoder: the first headers are read from it
+    MemoryAllocator* m_pMemoryAllocator = nullptr; // null: the default one
     uint32_t m_Reserved0 = 0, m_Reserved1 = 0;
     int32_t m_NumThreads = 0;
     uint32_t m_Reserved2 = 0, m_Reserved3 = 0;

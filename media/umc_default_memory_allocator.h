@@ -6,8 +6,8 @@
 
 namespace UMC {
 
-/// Keeps a freed block with its record and finds it again, so that a codec that is set up anew at the same size reaches no
-/// system allocator. Safe from any thread.
+/// Keeps a freed block with its record and finds it again, so that a codec that is set up anew at the same size reaches
+/// no system allocator. Safe from any thread.
 class DefaultMemoryAllocator : public MemoryAllocator
 {
 public:
@@ -25,9 +25,9 @@ public:
 
 private:
     struct Block {
-        uint8_t* pMemory;   // from the kernel allocator; null: no block
-        size_t Size;        // bytes of it
-        MemID MID;          // 0 when the record is free
+        uint8_t* pMemory; // from the kernel allocator; null: no block
+        size_t Size;      // bytes of it
+        MemID MID;        // 0 when the record is free
         uint32_t Alignment;
         int32_t LocksCount;
         int32_t InvalidatedFlag; // 1 when the client has freed the handle

@@ -20,7 +20,7 @@ public:
         UMC_ROOT_CLASS(_MediaDataEx, "_MediaDataEx")
         virtual ~_MediaDataEx() { Limit = 0; }
 
-        uint32_t Limit = 2000; // capacity of both arrays
+        uint32_t Limit = 2000;                                                    // capacity of both arrays
         std::unique_ptr<uint32_t[]> Offsets{new (std::nothrow) uint32_t[2000]()}; // entry Count ends the last unit
         std::unique_ptr<uint32_t[]> Values{new (std::nothrow) uint32_t[2000]()};
         uint32_t Count = 0;

@@ -154,7 +154,8 @@ Status VideoData::SetImagePointer(uint8_t* pImage, int32_t Pitch)
     for (int32_t i = 0; i < m_PlaneCount; ++i) {
         PlaneInfo& Plane = m_pPlanes[i];
         Plane.m_Pitch = Pitch;
-        if (i && Plane.m_WidthDiv) Plane.m_Pitch = Pitch * Plane.m_Samples / (Plane.m_WidthDiv * m_pPlanes[0].m_Samples);
+        if (i && Plane.m_WidthDiv)
+            Plane.m_Pitch = Pitch * Plane.m_Samples / (Plane.m_WidthDiv * m_pPlanes[0].m_Samples);
         Plane.m_Offset = Total;
         Plane.m_pPlane = pImage + Total;
         Plane.m_Size = static_cast<size_t>(Plane.m_Pitch) * static_cast<size_t>(Plane.m_Height);
@@ -219,7 +220,8 @@ Status VideoData::SetRegion(int32_t X, int32_t Y, int32_t Width, int32_t Height)
         const int32_t DivX = (m_Width + Plane.m_Width - 1) / Plane.m_Width;
         const int32_t DivY = (m_Height + Plane.m_Height - 1) / Plane.m_Height;
         if (Plane.m_pPlane)
-            Plane.m_pPlane += ptrdiff_t{X / DivX} * Plane.m_Samples * Plane.m_SampleBytes + ptrdiff_t{Y / DivY} * Plane.m_Pitch;
+            Plane.m_pPlane +=
+                ptrdiff_t{X / DivX} * Plane.m_Samples * Plane.m_SampleBytes + ptrdiff_t{Y / DivY} * Plane.m_Pitch;
         Plane.m_Width = (Width + DivX - 1) / DivX;
         Plane.m_Height = (Height + DivY - 1) / DivY;
         Plane.m_Size = static_cast<size_t>(Plane.m_Pitch) * static_cast<size_t>(Plane.m_Height);

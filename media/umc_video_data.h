@@ -8,24 +8,24 @@ namespace UMC {
 
 /// One plane of a picture. All sizes in samples unless said.
 struct PlaneInfo {
-    uint8_t* m_pPlane;     // first sample
+    uint8_t* m_pPlane; // first sample
     int32_t m_Width;
     int32_t m_Height;
     int32_t m_SampleBytes; // bytes per sample
     int32_t m_Samples;     // samples per pixel
     int32_t m_BitDepth;
-    int32_t m_Pitch;       // bytes per row
-    size_t m_Offset;       // bytes from the first plane
-    size_t m_Size;         // pitch * height
-    int32_t m_WidthDiv;    // divisor of the picture width, 1 for luma
+    int32_t m_Pitch;    // bytes per row
+    size_t m_Offset;    // bytes from the first plane
+    size_t m_Size;      // pitch * height
+    int32_t m_WidthDiv; // divisor of the picture width, 1 for luma
     int32_t m_HeightDiv;
 };
 
 /// Picture structures: which lines a VideoData holds.
 enum PictureStructure : int32_t { PROGRESSIVE_FRAME = 3, INTERLACED_FRAME = 7 };
 
-/// A picture as a list of planes, over pixels that it owns (Alloc) or that belong to the caller (the Set... operations).
-/// Init gives geometry, ReleaseImage forgets pixels and keeps geometry, Close forgets both.
+/// A picture as a list of planes, over pixels that it owns (Alloc) or that belong to the caller (the Set...
+/// operations). Init gives geometry, ReleaseImage forgets pixels and keeps geometry, Close forgets both.
 class VideoData : public MediaData
 {
 public:

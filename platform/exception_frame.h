@@ -13,7 +13,8 @@ inline constexpr uint32_t kFaultCppException = 0xE06D7363;
 
 /// Runs pBody(pContext) in a frame.
 /// @return true when it came to its end; false when a fault or a C++ exception ended it, with its code in *pCode.
-/// @note   What the body held then stays held: no destructor between the fault and the frame is sure to run. Frames nest, and
+/// @note   What the body held then stays held: no destructor between the fault and the frame is sure to run. Frames
+/// nest, and
 ///         any number of threads may be in frames of their own. A fault outside every frame goes where it went before.
 bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode);
 

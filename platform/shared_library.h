@@ -10,13 +10,14 @@ class SharedLibrary
 {
 public:
     SharedLibrary() = default;
-    explicit SharedLibrary(const std::string& Name); ///< the system's search path applies; Ok() tells whether it was found
+    explicit SharedLibrary(
+        const std::string& Name); ///< the system's search path applies; Ok() tells whether it was found
     ~SharedLibrary();
     SharedLibrary(const SharedLibrary&) = delete;
     SharedLibrary& operator=(const SharedLibrary&) = delete;
 
     bool Ok() const { return m_pHandle != nullptr; }
-    void* Symbol(const char* pName) const; ///< null when there is none
+    void* Symbol(const char* pName) const;    ///< null when there is none
     void* SymbolByOrdinal(int Ordinal) const; ///< null when there is none, and always where libraries have no ordinals
 
 private:

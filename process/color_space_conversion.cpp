@@ -12,7 +12,7 @@ namespace {
 
 struct Side {
     ColorFormat Format;
-    bool bSwapped;     // was format 0
+    bool bSwapped; // was format 0
     int PlaneCount;
     PlaneInfo Plane[4];
 };
@@ -44,8 +44,8 @@ Status CopyPlane(const PlaneInfo& From, const PlaneInfo& To)
     const int32_t Height = std::min(From.m_Height, To.m_Height);
     int32_t Result;
     if (From.m_SampleBytes == To.m_SampleBytes)
-        Result = kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch,
-                                           Width * From.m_SampleBytes, Height);
+        Result =
+            kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width * From.m_SampleBytes, Height);
     else if (From.m_SampleBytes == 2 && To.m_SampleBytes == 1)
         Result = NarrowPlane(From, To, Width, Height);
     else

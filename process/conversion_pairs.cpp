@@ -13,21 +13,21 @@ namespace {
 using ThreeToOne = int(const uint8_t*, int, const uint8_t*, int, const uint8_t*, int, uint8_t*, int, int, int);
 using OneToThree = int(const uint8_t*, int, uint8_t*, int, uint8_t*, int, uint8_t*, int, int, int);
 using OneToOne = int(const uint8_t*, int, uint8_t*, int, int, int);
-using ThreeToThree = int(const uint8_t*, int, const uint8_t*, int, const uint8_t*, int, uint8_t*, int, uint8_t*, int, uint8_t*,
-                         int, int, int);
+using ThreeToThree = int(const uint8_t*, int, const uint8_t*, int, const uint8_t*, int, uint8_t*, int, uint8_t*, int,
+                         uint8_t*, int, int, int);
 
 template <ThreeToOne* pFunction>
 int Pack(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch, t[0].m_pPlane,
-                     t[0].m_Pitch, Width, Height);
+    return pFunction(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch,
+                     t[0].m_pPlane, t[0].m_Pitch, Width, Height);
 }
 
 template <OneToThree* pFunction>
 int Unpack(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, t[0].m_pPlane, t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch, t[2].m_pPlane,
-                     t[2].m_Pitch, Width, Height);
+    return pFunction(f[0].m_pPlane, f[0].m_Pitch, t[0].m_pPlane, t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch,
+                     t[2].m_pPlane, t[2].m_Pitch, Width, Height);
 }
 
 template <OneToOne* pFunction>
@@ -39,8 +39,9 @@ int Repack(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height
 template <ThreeToThree* pFunction>
 int Resample(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch, t[0].m_pPlane,
-                     t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch, t[2].m_pPlane, t[2].m_Pitch, Width, Height);
+    return pFunction(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch,
+                     t[0].m_pPlane, t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch, t[2].m_pPlane, t[2].m_Pitch, Width,
+                     Height);
 }
 
 int Yuv420ToNv12(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)

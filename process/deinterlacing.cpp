@@ -24,10 +24,11 @@ Status Deinterlacing::GetFrame(MediaData* pInput, MediaData* pOutput)
         pTarget->GetPlaneInfo(&To, i);
         if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
         const int32_t RowBytes = From.m_Width * From.m_Samples;
-        const int32_t Result = From.m_Height < kMinHeight
-                                   ? kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height)
-                                   : kernels::DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes,
-                                                               From.m_Height, kCentreWeight, 1);
+        const int32_t Result =
+            From.m_Height < kMinHeight
+                ? kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height)
+                : kernels::DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes,
+                                            From.m_Height, kCentreWeight, 1);
         if (Result != kernels::kStatusOk) return StatusInvalidParamsExt;
     }
     return StatusOk;

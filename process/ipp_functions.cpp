@@ -32,8 +32,8 @@ int32_t IPP_RGB24ToYUV420(const uint8_t* InBuf, uint8_t* OutBuf, int32_t iWidth,
 {
     ASSERT_OR_RETURN(InBuf && OutBuf && iWidth && iHeight, 0);
     const I420<uint8_t> Out(OutBuf, iWidth, iHeight);
-    libyuv::ConvertToI420(InBuf, 0, Out.pY, Out.PitchY, Out.pU, Out.PitchUV, Out.pV, Out.PitchUV, 0, 0, iWidth, iHeight, iWidth,
-                          iHeight, libyuv::kRotate0, libyuv::FOURCC_24BG);
+    libyuv::ConvertToI420(InBuf, 0, Out.pY, Out.PitchY, Out.pU, Out.PitchUV, Out.pV, Out.PitchUV, 0, 0, iWidth, iHeight,
+                          iWidth, iHeight, libyuv::kRotate0, libyuv::FOURCC_24BG);
     return 1;
 }
 
@@ -69,9 +69,9 @@ int32_t IPP_YUV420_Scale(const uint8_t* pSource, int32_t iSourceWidth, int32_t i
 {
     const I420<const uint8_t> From(pSource, iSourceWidth, iSourceHeight);
     const I420<uint8_t> To(pTarget, iTargetWidth, iTargetHeight);
-    return libyuv::I420Scale(From.pY, From.PitchY, From.pU, From.PitchUV, From.pV, From.PitchUV, iSourceWidth, iSourceHeight,
-                             To.pY, To.PitchY, To.pU, To.PitchUV, To.pV, To.PitchUV, iTargetWidth, iTargetHeight,
-                             libyuv::kFilterBilinear);
+    return libyuv::I420Scale(From.pY, From.PitchY, From.pU, From.PitchUV, From.pV, From.PitchUV, iSourceWidth,
+                             iSourceHeight, To.pY, To.PitchY, To.pU, To.PitchUV, To.pV, To.PitchUV, iTargetWidth,
+                             iTargetHeight, libyuv::kFilterBilinear);
 }
 
 int32_t IPP_RGB24_Scale(const uint8_t* pSource, int32_t iSourceWidth, int32_t iSourceHeight, int32_t iSourcePitch,

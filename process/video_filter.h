@@ -14,8 +14,8 @@ public:
     Status Reset() override { return StatusOk; }
 };
 
-/// Changes the layout at one size. StatusInvalidParamsExt when the sizes differ or a kernel refuses, StatusUnsupported for
-/// a difference of sample size that has no kernel, StatusNotImplemented for a pair without a conversion.
+/// Changes the layout at one size. StatusInvalidParamsExt when the sizes differ or a kernel refuses, StatusUnsupported
+/// for a difference of sample size that has no kernel, StatusNotImplemented for a pair without a conversion.
 class ColorSpaceConversion : public VideoFilter
 {
 public:

@@ -101,8 +101,8 @@ Status VideoProcessing::GetFrame(MediaData* pInput, MediaData* pOutput)
     SetActiveFlags(*pSource, *pTarget);
     const size_t TargetSize = pTarget->GetMappingSize();
     const size_t ReportedSize = TargetSize ? TargetSize : pSource->GetMappingSize();
-    pTarget->SetPictureStructure(m_FilterActive[static_cast<size_t>(m_IndexDeinterlace)] ? PROGRESSIVE_FRAME
-                                                                                         : pSource->GetPictureStructure());
+    pTarget->SetPictureStructure(
+        m_FilterActive[static_cast<size_t>(m_IndexDeinterlace)] ? PROGRESSIVE_FRAME : pSource->GetPictureStructure());
     VideoData SourceCopy, TargetCopy;
     VideoData* pChainTarget = pTarget;
     ApplyChromaShortcut(pSource, SourceCopy, pChainTarget, TargetCopy);

@@ -16,12 +16,12 @@ public:
     UMC_DERIVED_CLASS(VideoProcessingParams, BaseCodecParams, "VideoProcessingParams")
 
     int16_t m_CropX = 0, m_CropY = 0, m_CropWidth = 0, m_CropHeight = 0; // luma samples; all 0: no cropping
-    uint32_t m_DeinterlaceMode = 0;    // not 0: interlaced sources are deinterlaced
-    uint32_t m_InterpolationMode = 0;  // reserved
+    uint32_t m_DeinterlaceMode = 0;                                      // not 0: interlaced sources are deinterlaced
+    uint32_t m_InterpolationMode = 0;                                    // reserved
 };
 
-/// The chain of filters: deinterlacing, pre-conversion, conversion, resizing. Only what a pair of pictures needs runs; at
-/// equal format and size that is one copy of the planes without a work picture. One thread at a time.
+/// The chain of filters: deinterlacing, pre-conversion, conversion, resizing. Only what a pair of pictures needs runs;
+/// at equal format and size that is one copy of the planes without a work picture. One thread at a time.
 class VideoProcessing : public BaseCodec
 {
 public:
@@ -39,8 +39,8 @@ public:
     /// StatusNotImplemented for a pair of formats that no chain of conversions joins; else the status of a filter.
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
 
-    /// Adds a filter to run behind the last one or before the first, active from now on. Not owned. StatusNullPointer for null,
-    /// StatusFailed when eight filters are there already.
+    /// Adds a filter to run behind the last one or before the first, active from now on. Not owned. StatusNullPointer
+    /// for null, StatusFailed when eight filters are there already.
     Status AddFilter(BaseCodec* pFilter, bool bAtEnd);
 
     /// The format to go through when a pair has no conversion of its own.

@@ -10,8 +10,8 @@ static Status ResizePlane(const PlaneInfo& From, const PlaneInfo& To)
     const double xFactor = static_cast<double>(To.m_Width) / From.m_Width;
     const double yFactor = static_cast<double>(To.m_Height) / From.m_Height;
     const auto Run = [&](const auto& Kernel) {
-        return Kernel(From.m_pPlane, From.m_Width, From.m_Height, From.m_Pitch, 0, 0, From.m_Width, From.m_Height, To.m_pPlane,
-                      To.m_Pitch, To.m_Width, To.m_Height, xFactor, yFactor, kernels::kCubic);
+        return Kernel(From.m_pPlane, From.m_Width, From.m_Height, From.m_Pitch, 0, 0, From.m_Width, From.m_Height,
+                      To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height, xFactor, yFactor, kernels::kCubic);
     };
     int32_t Result;
     switch (From.m_Samples) {

@@ -25,8 +25,8 @@ try {
     OutputFile File(Out);
     const bool bY4m = Out.size() > 4 && Out.compare(Out.size() - 4, 4, ".y4m") == 0;
     if (bY4m)
-        File.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) + " F" + std::to_string(Fps) +
-                   ":1 Ip A1:1 C420mpeg2\n");
+        File.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) + " F" +
+                   std::to_string(Fps) + ":1 Ip A1:1 C420mpeg2\n");
     std::vector<uint8_t> Picture;
     for (int64_t i = 0; i < Frames; ++i) {
         Scene.Render(i, Picture);

@@ -49,10 +49,7 @@ void AlignedFree(void* pBlock)
     std::free(Tag.pMalloc);
 }
 
-CMyBufferMgr::CMyBufferMgr() : m_pLock(std::make_unique<WCritSec>())
-{
-    static_assert(sizeof(Header) == kAlignment);
-}
+CMyBufferMgr::CMyBufferMgr() : m_pLock(std::make_unique<WCritSec>()) { static_assert(sizeof(Header) == kAlignment); }
 
 CMyBufferMgr::~CMyBufferMgr() { FreeAll(); }
 

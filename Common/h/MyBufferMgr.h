@@ -23,8 +23,8 @@ public:
     CMyBufferMgr(const CMyBufferMgr&) = delete;
     CMyBufferMgr& operator=(const CMyBufferMgr&) = delete;
 
-    /// The buffer idle for longest, made larger when it does not hold Size bytes, or a new one. Null, with a line in the log,
-    /// when memory is exhausted. The caller gives it back with FreeBuffer().
+    /// The buffer idle for longest, made larger when it does not hold Size bytes, or a new one. Null, with a line in
+    /// the log, when memory is exhausted. The caller gives it back with FreeBuffer().
     uint8_t* GetBuffer(uint32_t Size);
     /// Keeps the buffer for the next GetBuffer(), or frees it when ten are idle. Null writes a line in the log.
     void FreeBuffer(uint8_t* pBuffer);

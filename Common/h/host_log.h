@@ -14,6 +14,6 @@ struct IHostLog {
 
 /// The log in use: "Tesselog", loaded by name at the first call; without it texts are dropped. Never null.
 IHostLog* GetHostLog();
-/// Puts another log in its place, not owned; null restores the loaded one. Returns what stood before, null for the loaded
-/// one. Not to be called while another thread may log.
+/// Puts another log in its place, not owned; null restores the loaded one. Returns what stood before, null for the
+/// loaded one. Not to be called while another thread may log.
 IHostLog* SetHostLog(IHostLog* pLog);

@@ -28,7 +28,8 @@ constexpr int32_t PictureBufferUnits(int32_t level_idc)
     }
 }
 
-/// Pictures of Width x Height luma samples (whole macroblocks, 4:2:0, 8 bits) that the level's buffer holds, at most 16.
+/// Pictures of Width x Height luma samples (whole macroblocks, 4:2:0, 8 bits) that the level's buffer holds, at
+/// most 16.
 constexpr int32_t PictureBufferFrames(int32_t level_idc, int64_t Width, int64_t Height)
 {
     constexpr int64_t kLongestSide = 1 << 24; // beyond it no level holds a picture, and the product may not fit

@@ -1,5 +1,6 @@
-// codec_bench: one codec over one sequence in memory, timed by processor time. Under callgrind with --collect-atstart=no only
-// the calls of the codec are counted, and the first pictures, which warm it up, are left out of both.
+// codec_bench: one codec over one sequence in memory, timed by processor time. Under callgrind with
+// --collect-atstart=no only the calls of the codec are counted, and the first pictures, which warm it up, are left out
+// of both.
 #include "bench/codec_bench/engine.h"
 #include "tools/common/access_units.h"
 #include "tools/common/picture_reader.h"
@@ -99,7 +100,8 @@ void Decode(const Options& Set)
     for (const auto Unit : Units) Measure(Index++ >= Set.WarmUp, Sum, [&] { Pictures += pEngine->Decode(Unit); });
     Pictures += pEngine->Decode({});
     if (Pictures != static_cast<int64_t>(Units.size()))
-        throw CliError(Set.Engine + " gave " + std::to_string(Pictures) + " pictures for " + std::to_string(Units.size()) + " units");
+        throw CliError(Set.Engine + " gave " + std::to_string(Pictures) + " pictures for " +
+                       std::to_string(Units.size()) + " units");
     Report(Set, Sum, Stream.size());
 }
 

@@ -94,5 +94,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<EncoderEngine> MakeOpenh264Encoder(const EncoderSettings& Set) { return std::make_unique<Encoder>(Set); }
+std::unique_ptr<EncoderEngine> MakeOpenh264Encoder(const EncoderSettings& Set)
+{
+    return std::make_unique<Encoder>(Set);
+}
 std::unique_ptr<DecoderEngine> MakeOpenh264Decoder() { return std::make_unique<Decoder>(); }

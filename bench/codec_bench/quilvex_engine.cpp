@@ -41,7 +41,8 @@ public:
         static constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
         if (Unit.empty()) Unit = kDelimiter;
         int32_t Type = kFrameFailed; // left alone by the picture that stands in for a missing first one
-        return m_Codec->Decode(Unit.data(), static_cast<int32_t>(Unit.size()), m_Picture.data(), &Type) && Type != kFrameFailed;
+        return m_Codec->Decode(Unit.data(), static_cast<int32_t>(Unit.size()), m_Picture.data(), &Type) &&
+               Type != kFrameFailed;
     }
 
 private:

@@ -46,8 +46,7 @@ void Chroma(benchmark::State& State, FilterChromaEdgesSig* pFn)
     }
 }
 
-const bool s_Rows[]{
-    RegisterTiers(kFilterLumaVertical, Luma), RegisterTiers(kFilterLumaHorizontal, Luma),
-    RegisterTiers(kFilterChromaVertical, Chroma), RegisterTiers(kFilterChromaHorizontal, Chroma)};
+const bool s_Rows[]{RegisterTiers(kFilterLumaVertical, Luma), RegisterTiers(kFilterLumaHorizontal, Luma),
+                    RegisterTiers(kFilterChromaVertical, Chroma), RegisterTiers(kFilterChromaHorizontal, Chroma)};
 
 } // namespace

@@ -30,8 +30,7 @@ void CountEdges(benchmark::State& State, CountEdgesSig* pFn)
     for (auto _ : State) benchmark::DoNotOptimize(pFn(Middle(a), kStep, 5));
 }
 
-#define DISTANCE(Size)                                                                                                 \
-    RegisterTiers(kSad##Size, Distance), RegisterTiers(kSatd##Size, Distance)
+#define DISTANCE(Size) RegisterTiers(kSad##Size, Distance), RegisterTiers(kSatd##Size, Distance)
 const bool s_Rows[]{DISTANCE(16x16),
                     DISTANCE(16x8),
                     DISTANCE(8x16),

@@ -41,11 +41,10 @@ void Block8x8(benchmark::State& State, PredictIntra8x8Sig* pFn)
     }
 }
 
-const bool s_Rows[]{
-    RegisterTiers(kPredict16x16Vertical, Whole),   RegisterTiers(kPredict16x16Horizontal, Whole),
-    RegisterTiers(kPredict16x16Dc, Whole),         RegisterTiers(kPredict16x16Plane, Whole),
-    RegisterTiers(kPredictChromaDc, Whole),        RegisterTiers(kPredictChromaHorizontal, Whole),
-    RegisterTiers(kPredictChromaVertical, Whole),  RegisterTiers(kPredictChromaPlane, Whole),
-    RegisterTiers(kPredictIntra4x4, Block4x4),     RegisterTiers(kPredictIntra8x8, Block8x8)};
+const bool s_Rows[]{RegisterTiers(kPredict16x16Vertical, Whole),  RegisterTiers(kPredict16x16Horizontal, Whole),
+                    RegisterTiers(kPredict16x16Dc, Whole),        RegisterTiers(kPredict16x16Plane, Whole),
+                    RegisterTiers(kPredictChromaDc, Whole),       RegisterTiers(kPredictChromaHorizontal, Whole),
+                    RegisterTiers(kPredictChromaVertical, Whole), RegisterTiers(kPredictChromaPlane, Whole),
+                    RegisterTiers(kPredictIntra4x4, Block4x4),    RegisterTiers(kPredictIntra8x8, Block8x8)};
 
 } // namespace

@@ -64,8 +64,7 @@ void Forward(benchmark::State& State, ForwardQuantSig* pFn)
 {
     Macroblock m;
     auto a = Picture(1), b = Picture(2);
-    for (auto _ : State)
-        benchmark::DoNotOptimize(pFn(Middle(a), kStep, Middle(b), kStep, m.Coefficients, &m.Quant));
+    for (auto _ : State) benchmark::DoNotOptimize(pFn(Middle(a), kStep, Middle(b), kStep, m.Coefficients, &m.Quant));
 }
 
 void ForwardAc(benchmark::State& State, ForwardQuantAcSig* pFn)
@@ -91,21 +90,13 @@ void Dequant(benchmark::State& State, DequantBlocksSig* pFn)
     }
 }
 
-const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),
-                    RegisterTiers(kAddResidual4x4Dc, AddOne),
-                    RegisterTiers(kAddResidual8x8, AddOne),
-                    RegisterTiers(kAddResidual8x8Dc, AddOne),
-                    RegisterTiers(kAddResidualLuma4x4, AddBlocks),
-                    RegisterTiers(kAddResidualLuma8x8, AddBlocks),
-                    RegisterTiers(kAddResidualChroma, AddBlocks),
-                    RegisterTiers(kInverseLumaDc, InverseDc),
-                    RegisterTiers(kInverseChromaDc420, InverseDc),
-                    RegisterTiers(kForwardQuant16x16, Forward),
-                    RegisterTiers(kForwardQuant4x4, Forward),
-                    RegisterTiers(kForwardQuantAc16x16, ForwardAc),
-                    RegisterTiers(kForwardQuantAc8x8, ForwardAc),
-                    RegisterTiers(kForwardLumaDc, ForwardDc),
-                    RegisterTiers(kForwardChromaDc420, ForwardDc),
-                    RegisterTiers(kDequantBlocks, Dequant)};
+const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),        RegisterTiers(kAddResidual4x4Dc, AddOne),
+                    RegisterTiers(kAddResidual8x8, AddOne),        RegisterTiers(kAddResidual8x8Dc, AddOne),
+                    RegisterTiers(kAddResidualLuma4x4, AddBlocks), RegisterTiers(kAddResidualLuma8x8, AddBlocks),
+                    RegisterTiers(kAddResidualChroma, AddBlocks),  RegisterTiers(kInverseLumaDc, InverseDc),
+                    RegisterTiers(kInverseChromaDc420, InverseDc), RegisterTiers(kForwardQuant16x16, Forward),
+                    RegisterTiers(kForwardQuant4x4, Forward),      RegisterTiers(kForwardQuantAc16x16, ForwardAc),
+                    RegisterTiers(kForwardQuantAc8x8, ForwardAc),  RegisterTiers(kForwardLumaDc, ForwardDc),
+                    RegisterTiers(kForwardChromaDc420, ForwardDc), RegisterTiers(kDequantBlocks, Dequant)};
 
 } // namespace

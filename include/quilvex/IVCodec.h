@@ -5,7 +5,7 @@
 
 /// Frame types that Encode and Decode report.
 enum QuilvexFrameType : int32_t {
-    kFrameNone = 0,   ///< no picture, or a type without a number of its own
+    kFrameNone = 0, ///< no picture, or a type without a number of its own
     kFrameI = 1,
     kFrameP = 2,
     kFrameB = 3,
@@ -14,21 +14,23 @@ enum QuilvexFrameType : int32_t {
 
 /// What GetBackendTag answers: four characters, most significant first.
 enum QuilvexBackendTag : uint32_t {
-    kBackendSoftware = 0x495050,   ///< "IPP", the library's own codec; also every engine's family tag
-    kBackendNvidia = 0x4E564441,   ///< "NVDA"
+    kBackendSoftware = 0x495050,    ///< "IPP", the library's own codec; also every engine's family tag
+    kBackendNvidia = 0x4E564441,    ///< "NVDA"
     kBackendIntelHard = 0x51535648, ///< "QSVH"
     kBackendIntelSoft = 0x51535653, ///< "QSVS"
-    kBackendAmd = 0x414D44         ///< "AMD"
+    kBackendAmd = 0x414D44          ///< "AMD"
 };
 
-/// An H.264 encoder or decoder. The object is neutral when CreateVCodec returns it, with a reference count of 1; it becomes an
-/// encoder by InitEncoder and a decoder by InitDecoder. Do not mix the two on one object: the picture size is shared.
+/// An H.264 encoder or decoder. The object is neutral when CreateVCodec returns it, with a reference count of 1; it
+/// becomes an encoder by InitEncoder and a decoder by InitDecoder. Do not mix the two on one object: the picture size
+/// is shared.
 ///
-/// Raw pictures are I420: luma (width * height bytes), Cb, Cr (a quarter of that each), contiguous, rows without padding.
-/// Compressed data is an Annex B byte stream, one access unit a call. Buffers belong to the caller and are used during the
-/// call only. Nothing is thrown.
+/// Raw pictures are I420: luma (width * height bytes), Cb, Cr (a quarter of that each), contiguous, rows without
+/// padding. Compressed data is an Annex B byte stream, one access unit a call. Buffers belong to the caller and are
+/// used during the call only. Nothing is thrown.
 ///
-/// One thread at a time uses an object; AddRef and Release may be called from any thread. Separate objects share nothing.
+/// One thread at a time uses an object; AddRef and Release may be called from any thread. Separate objects share
+/// nothing.
 struct IVCodec {
     virtual ~IVCodec() {}
 
@@ -56,10 +58,12 @@ struct IVCodec {
     /// Compresses one picture.
     /// @param InBuf      One I420 picture of the size given to InitEncoder.
     /// @param OutBuf     Receives the access unit; room for width * height * 3 bytes.
-    /// @param pdwOutLen  Receives its length in bytes; 0 while the engine buffers, -1 when a hardware engine has failed.
+    /// @param pdwOutLen  Receives its length in bytes; 0 while the engine buffers, -1 when a hardware engine has
+    /// failed.
     /// @param bForceKey  Exactly 1 asks for a key picture. The first picture is one anyway.
     /// @param pFrameType Receives a QuilvexFrameType; may be null.
-    /// @return 1; 0 for a null argument or a picture that could not be coded. A software encoder may go on with the next.
+    /// @return 1; 0 for a null argument or a picture that could not be coded. A software encoder may go on with the
+    /// next.
     virtual int32_t Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pdwOutLen, int32_t bForceKey,
                            int32_t* pFrameType) = 0;
 
@@ -70,13 +74,15 @@ struct IVCodec {
     /// Decompresses one access unit and delivers at most one picture; output runs one access unit late.
     /// @param InBuf, iInLen  The access unit and its length in bytes.
     /// @param OutBuf         Receives one I420 picture of the size given to InitDecoder: width * height * 3 / 2 bytes.
-    /// @param pFrameType     Receives a QuilvexFrameType when a picture was written; may be null. Set it to 0 before the call
+    /// @param pFrameType     Receives a QuilvexFrameType when a picture was written; may be null. Set it to 0 before
+    /// the call
     ///                       and tell a written picture by it.
-    /// @return 1 when OutBuf was written: a picture, or on the software engine's first call a black one that stands in for
+    /// @return 1 when OutBuf was written: a picture, or on the software engine's first call a black one that stands in
+    /// for
     ///         it (the frame type is then left alone). 0 otherwise.
     virtual int32_t Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType) = 0;
 
-    /// Changes an encoder's rate, in kilobits a second, not 0. The software and AMD engines start a new stream with the next
-    /// picture. @return 1 or 0 on those two; 0 on the others whatever the outcome.
+    /// Changes an encoder's rate, in kilobits a second, not 0. The software and AMD engines start a new stream with the
+    /// next picture. @return 1 or 0 on those two; 0 on the others whatever the outcome.
     virtual int32_t SetBitrate(int32_t iKbps) = 0;
 };

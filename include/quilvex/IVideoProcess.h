@@ -3,13 +3,13 @@
 
 #include <stdint.h>
 
-/// Chroma-key background replacement, smoothing and brightness on RGB24 pictures (blue first in memory), each of which can
-/// be off. An object is used by one thread at a time; SetBackgroundImage may be called from another one.
+/// Chroma-key background replacement, smoothing and brightness on RGB24 pictures (blue first in memory), each of which
+/// can be off. An object is used by one thread at a time; SetBackgroundImage may be called from another one.
 struct IVideoProcess {
     virtual ~IVideoProcess() {}
 
-    virtual int32_t AddRef() = 0;  ///< returns the new count
-    virtual int32_t Release() = 0; ///< returns the new count; deletes the object at 0
+    virtual int32_t AddRef() = 0;                        ///< returns the new count
+    virtual int32_t Release() = 0;                       ///< returns the new count; deletes the object at 0
     virtual int32_t SetKeyingEnabled(int32_t iMode) = 0; ///< 0: off. Returns 1
     virtual int32_t GetKeyingEnabled() = 0;
     /// Takes a copy of the picture that replaces the background. 1 when stored, else 0.

@@ -18,9 +18,10 @@ extern "C" {
 
 /// Chooses an H.264 engine and makes an object of it.
 ///
-/// @param id  Decimal halves. id / 100: 0 asks for an encoder, anything else for a decoder. id % 100: 1 hardware with the
-///            software codec to fall back on, 2 the Intel software implementation with the same fallback, 11 hardware only,
-///            anything else the software codec at once.
+/// @param id  Decimal halves. id / 100: 0 asks for an encoder, anything else for a decoder. id % 100: 1 hardware with
+/// the
+///            software codec to fall back on, 2 the Intel software implementation with the same fallback, 11 hardware
+///            only, anything else the software codec at once.
 /// @return    An object with reference count 1 that the caller owns; null when mode 11 finds no hardware or memory is
 ///            exhausted. A driver that crashes or hangs meanwhile costs a bounded delay, never the process.
 /// @note      From any thread, several at once.
@@ -39,16 +40,16 @@ QUILVEX_API int32_t IPP_RGB24ToYUV420(const uint8_t* InBuf, uint8_t* OutBuf, int
 QUILVEX_API int32_t IPP_YUV420ToRGB24(const uint8_t* InBuf, uint8_t* OutBuf, int32_t iWidth, int32_t iHeight);
 
 /// Adds an alpha byte of 255. Pitches in bytes. 0; -1 for null pointers or a bad size.
-QUILVEX_API int32_t IPP_RGB24ToRGB32(const uint8_t* pSource, int32_t iSourcePitch, uint8_t* pTarget, int32_t iTargetPitch,
-                                     int32_t iWidth, int32_t iHeight);
+QUILVEX_API int32_t IPP_RGB24ToRGB32(const uint8_t* pSource, int32_t iSourcePitch, uint8_t* pTarget,
+                                     int32_t iTargetPitch, int32_t iWidth, int32_t iHeight);
 
 /// Drops the alpha byte. Pitches in bytes. 0; -1 for null pointers or a bad size.
-QUILVEX_API int32_t IPP_RGB32ToRGB24(const uint8_t* pSource, int32_t iSourcePitch, uint8_t* pTarget, int32_t iTargetPitch,
-                                     int32_t iWidth, int32_t iHeight);
+QUILVEX_API int32_t IPP_RGB32ToRGB24(const uint8_t* pSource, int32_t iSourcePitch, uint8_t* pTarget,
+                                     int32_t iTargetPitch, int32_t iWidth, int32_t iHeight);
 
 /// Scales an I420 picture with the bilinear filter. 0; -1 for null pointers or a bad size.
-QUILVEX_API int32_t IPP_YUV420_Scale(const uint8_t* pSource, int32_t iSourceWidth, int32_t iSourceHeight, uint8_t* pTarget,
-                                     int32_t iTargetWidth, int32_t iTargetHeight);
+QUILVEX_API int32_t IPP_YUV420_Scale(const uint8_t* pSource, int32_t iSourceWidth, int32_t iSourceHeight,
+                                     uint8_t* pTarget, int32_t iTargetWidth, int32_t iTargetHeight);
 
 /// Scales an RGB24 picture with the cubic filter. Always 0, whether it worked or not.
 QUILVEX_API int32_t IPP_RGB24_Scale(const uint8_t* pSource, int32_t iSourceWidth, int32_t iSourceHeight,

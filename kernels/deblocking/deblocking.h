@@ -10,10 +10,10 @@ namespace kernels {
 // What one direction of one macroblock is filtered with. Index 0 of Alpha, Beta and Clip serves the outer edge (whose
 // QP is the mean of two macroblocks), index 1 the three inner edges.
 struct EdgeParams {
-    uint8_t Alpha[2];      // Table 8-16 at indexA
-    uint8_t Beta[2];       // Table 8-16 at indexB
-    uint8_t Clip[2][4];    // Table 8-17 at indexA by bS; entry 0 is not used
-    uint8_t Strength[16];  // bS 0..4 of the four pieces of edges 0..3: [edge * 4 + piece]; 4 on the outer edge only
+    uint8_t Alpha[2];     // Table 8-16 at indexA
+    uint8_t Beta[2];      // Table 8-16 at indexB
+    uint8_t Clip[2][4];   // Table 8-17 at indexA by bS; entry 0 is not used
+    uint8_t Strength[16]; // bS 0..4 of the four pieces of edges 0..3: [edge * 4 + piece]; 4 on the outer edge only
 };
 
 // pPlane points at the macroblock's first sample. Vertical: the edges run down, 4 samples left of the macroblock are

@@ -59,8 +59,7 @@ void FilterLumaSample(uint8_t* pQ, ptrdiff_t Across, const Piece& With)
     const int Delta = Change(pQ, Across, With.Clip + SmoothP + SmoothQ), Middle = (p0 + q0 + 1) >> 1;
     if (SmoothP)
         pQ[-2 * Across] = static_cast<uint8_t>(p1 + std::clamp((p2 + Middle - 2 * p1) >> 1, -With.Clip, With.Clip));
-    if (SmoothQ)
-        pQ[Across] = static_cast<uint8_t>(q1 + std::clamp((q2 + Middle - 2 * q1) >> 1, -With.Clip, With.Clip));
+    if (SmoothQ) pQ[Across] = static_cast<uint8_t>(q1 + std::clamp((q2 + Middle - 2 * q1) >> 1, -With.Clip, With.Clip));
     pQ[-Across] = Clip1(p0 + Delta);
     pQ[0] = Clip1(q0 - Delta);
 }

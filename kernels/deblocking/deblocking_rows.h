@@ -1,8 +1,8 @@
 // The rows of the deblocking kernels.
 #pragma once
 
-#include "kernels/dispatch/kernel_row.h"
 #include "kernels/deblocking/deblocking.h"
+#include "kernels/dispatch/kernel_row.h"
 
 namespace kernels {
 

@@ -21,8 +21,8 @@ struct KernelSlots {
 #undef SLOT_KERNEL
 };
 
-extern KernelSlots g_Kernels;     // written by InitKernelsWaterfall() and InitKernelsForTier() only
-extern int32_t g_BoundTier;       // the tier that the slots were last bound for, 0 to 5
+extern KernelSlots g_Kernels; // written by InitKernelsWaterfall() and InitKernelsForTier() only
+extern int32_t g_BoundTier;   // the tier that the slots were last bound for, 0 to 5
 
 /// Binds g_Kernels for the processor this runs on. Runs at load; to call it again restores that state.
 /// @return 1; 0 after a message box when no tier serves: the slots then keep what they had.

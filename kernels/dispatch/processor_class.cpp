@@ -36,9 +36,15 @@ int ClassOfFamily6(const Signature& s)
 {
     switch (s.Model) {
     case 1: return 3;
-    case 3: case 5: case 6: return 4;
-    case 7: case 8: case 10: case 11: return 5;
-    case 9: case 13: return 9;
+    case 3:
+    case 5:
+    case 6: return 4;
+    case 7:
+    case 8:
+    case 10:
+    case 11: return 5;
+    case 9:
+    case 13: return 9;
     case 14: return s.Cores < 2 ? 10 : 11;
     case 15: return s.Cores < 3 ? 33 : 34;
     case 23: return 68;
@@ -95,11 +101,27 @@ int DetectProcessorClass() { return DetectProcessorClass(platform::ReadCpuid());
 int TierOfClass(int Class)
 {
     switch (Class) {
-    case 5: case 16: case 17: case 64: return 1;
-    case 6: case 7: case 9: case 65: return 2;
-    case 8: case 10: case 11: case 32: case 66: return 3;
-    case 33: case 34: case 36: case 67: return 4;
-    case 35: case 37: case 68: case 69: return 5;
+    case 5:
+    case 16:
+    case 17:
+    case 64: return 1;
+    case 6:
+    case 7:
+    case 9:
+    case 65: return 2;
+    case 8:
+    case 10:
+    case 11:
+    case 32:
+    case 66: return 3;
+    case 33:
+    case 34:
+    case 36:
+    case 67: return 4;
+    case 35:
+    case 37:
+    case 68:
+    case 69: return 5;
     default: return 0;
     }
 }

@@ -28,8 +28,8 @@ using AverageDistanceSig = int32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const
                                    const uint8_t* pB, ptrdiff_t StepB);
 AverageDistanceSig SadAverage16x16_px, SadAverage16x16_w7;
 
-// The largest sum of absolute differences among the 4x4 parts of a 16x16 or an 8x8 block. A block whose parts all differ
-// by little is known to have no levels without a transform.
+// The largest sum of absolute differences among the 4x4 parts of a 16x16 or an 8x8 block. A block whose parts all
+// differ by little is known to have no levels without a transform.
 BlockDistanceSig LargestSad4x4Of16x16_px, LargestSad4x4Of8x8_px;
 BlockDistanceSig LargestSad4x4Of16x16_w7, LargestSad4x4Of8x8_w7;
 

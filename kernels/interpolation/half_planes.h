@@ -1,5 +1,5 @@
-// Half-sample planes for a quarter-sample search around one 16x16 luma block: every point that lies less than one sample
-// from the full sample pSrc is a sample of the picture, one of these planes, or the rounded mean of two of them
+// Half-sample planes for a quarter-sample search around one 16x16 luma block: every point that lies less than one
+// sample from the full sample pSrc is a sample of the picture, one of these planes, or the rounded mean of two of them
 // (H.264 clause 8.4.2.2.1).
 //
 // Row r and column c of a plane lie at pDst[(r + 1) * DstStep + c + 1], for the half sample right of, below, or both

@@ -6,10 +6,7 @@ namespace {
 
 constexpr int kColumns = 24;
 
-uint8_t Clip(int v)
-{
-    return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v);
-}
+uint8_t Clip(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
 
 template <class T>
 int Taps(const T* p, ptrdiff_t Step)

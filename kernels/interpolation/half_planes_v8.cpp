@@ -22,7 +22,8 @@ void HalfPlaneRight_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, pt
             const __m128i s = bLast ? _mm_srli_si128(Loaded, 3) : Loaded;
             const __m128i Outer = _mm_add_epi16(_mm_maddubs_epi16(_mm_shuffle_epi8(s, First), kFirst),
                                                 _mm_maddubs_epi16(_mm_shuffle_epi8(s, Last), kLast));
-            const __m128i Sum = _mm_add_epi16(_mm_add_epi16(Outer, Half), _mm_maddubs_epi16(_mm_shuffle_epi8(s, Middle), kMiddle));
+            const __m128i Sum =
+                _mm_add_epi16(_mm_add_epi16(Outer, Half), _mm_maddubs_epi16(_mm_shuffle_epi8(s, Middle), kMiddle));
             const __m128i v = _mm_srai_epi16(Sum, 5);
             _mm_storel_epi64(reinterpret_cast<__m128i*>(pDst + x), _mm_packus_epi16(v, v));
         }

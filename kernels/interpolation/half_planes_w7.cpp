@@ -24,15 +24,9 @@ __m128i Taps(__m128i a, __m128i b, __m128i c, __m128i d, __m128i e, __m128i f)
     return _mm_add_epi16(Outer, _mm_add_epi16(t, _mm_slli_epi16(t, 2)));
 }
 
-__m128i Round5(__m128i v)
-{
-    return _mm_srai_epi16(_mm_add_epi16(v, _mm_set1_epi16(16)), 5);
-}
+__m128i Round5(__m128i v) { return _mm_srai_epi16(_mm_add_epi16(v, _mm_set1_epi16(16)), 5); }
 
-void Store8(uint8_t* p, __m128i v)
-{
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v));
-}
+void Store8(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v)); }
 
 // Vertical taps for eight columns, walking down: the five rows above the next one are kept.
 struct ColumnWalk {
@@ -74,7 +68,8 @@ void HalfPlaneRight_w7(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, pt
     for (int y = 0; y < 18; ++y, pSrc += SrcStep, pDst += DstStep)
         for (int x = 0; x < kColumns; x += 8) {
             const uint8_t* const p = pSrc + x;
-            Store8(pDst + x, Round5(Taps(Load8(p - 2), Load8(p - 1), Load8(p), Load8(p + 1), Load8(p + 2), Load8(p + 3))));
+            Store8(pDst + x,
+                   Round5(Taps(Load8(p - 2), Load8(p - 1), Load8(p), Load8(p + 1), Load8(p + 2), Load8(p + 3))));
         }
 }
 

@@ -48,8 +48,7 @@ void InterpolateLuma(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrd
                      int Height)
 {
     for (int y = 0; y < Height; ++y, pSrc += SrcStep, pDst += DstStep)
-        for (int x = 0; x < Width; ++x)
-            pDst[x] = static_cast<uint8_t>(QuarterSample(pSrc + x, SrcStep, FracX, FracY));
+        for (int x = 0; x < Width; ++x) pDst[x] = static_cast<uint8_t>(QuarterSample(pSrc + x, SrcStep, FracX, FracY));
 }
 
 // ---- Chroma (8.4.2.2.2) ------------------------------------------------------------------------------------
@@ -163,8 +162,8 @@ void CopyBlock8_px(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdif
     CopyBlock<8>(pSrc, SrcStep, pDst, DstStep, Height);
 }
 
-void CopyClamped_px(const uint8_t* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
-                    uint8_t* pDst, ptrdiff_t DstStep, int Width, int Height)
+void CopyClamped_px(const uint8_t* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y, uint8_t* pDst,
+                    ptrdiff_t DstStep, int Width, int Height)
 {
     for (int y = 0; y < Height; ++y, pDst += DstStep) {
         const uint8_t* const pRow = pPlane + std::clamp(Y + y, 0, PlaneHeight - 1) * Step;

@@ -19,33 +19,34 @@ inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma4{
     "InterpolateChroma4", {InterpolateChroma4_px, nullptr, nullptr, nullptr, InterpolateChroma4_v8}};
 inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma2{
     "InterpolateChroma2", {InterpolateChroma2_px, nullptr, nullptr, nullptr, InterpolateChroma2_v8}};
-inline constexpr KernelRow<AverageBlockSig> kAverageBlock16{
-    "AverageBlock16", {AverageBlock16_px, nullptr, AverageBlock16_w7}};
-inline constexpr KernelRow<AverageBlockSig> kAverageBlock8{
-    "AverageBlock8", {AverageBlock8_px, nullptr, AverageBlock8_w7}};
-inline constexpr KernelRow<AverageBlockSig> kAverageBlock4{
-    "AverageBlock4", {AverageBlock4_px, nullptr, AverageBlock4_w7}};
-inline constexpr KernelRow<AverageBlockSig> kAverageBlock2{
-    "AverageBlock2", {AverageBlock2_px, nullptr, AverageBlock2_w7}};
-inline constexpr KernelRow<WeightBlockSig> kWeightBlock16{
-    "WeightBlock16", {WeightBlock16_px, nullptr, WeightBlock16_w7}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock16{"AverageBlock16",
+                                                            {AverageBlock16_px, nullptr, AverageBlock16_w7}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock8{"AverageBlock8",
+                                                           {AverageBlock8_px, nullptr, AverageBlock8_w7}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock4{"AverageBlock4",
+                                                           {AverageBlock4_px, nullptr, AverageBlock4_w7}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock2{"AverageBlock2",
+                                                           {AverageBlock2_px, nullptr, AverageBlock2_w7}};
+inline constexpr KernelRow<WeightBlockSig> kWeightBlock16{"WeightBlock16",
+                                                          {WeightBlock16_px, nullptr, WeightBlock16_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock8{"WeightBlock8", {WeightBlock8_px, nullptr, WeightBlock8_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock4{"WeightBlock4", {WeightBlock4_px, nullptr, WeightBlock4_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock2{"WeightBlock2", {WeightBlock2_px, nullptr, WeightBlock2_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock16{
-    "BiWeightBlock16", {BiWeightBlock16_px, nullptr, BiWeightBlock16_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock8{
-    "BiWeightBlock8", {BiWeightBlock8_px, nullptr, BiWeightBlock8_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{
-    "BiWeightBlock4", {BiWeightBlock4_px, nullptr, BiWeightBlock4_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{
-    "BiWeightBlock2", {BiWeightBlock2_px, nullptr, BiWeightBlock2_w7}};
-inline constexpr KernelRow<CopyClampedSig> kCopyClamped{
-    "CopyClamped", {CopyClamped_px, nullptr, nullptr, nullptr, CopyClamped_v8}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock16{"BiWeightBlock16",
+                                                              {BiWeightBlock16_px, nullptr, BiWeightBlock16_w7}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock8{"BiWeightBlock8",
+                                                             {BiWeightBlock8_px, nullptr, BiWeightBlock8_w7}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{"BiWeightBlock4",
+                                                             {BiWeightBlock4_px, nullptr, BiWeightBlock4_w7}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{"BiWeightBlock2",
+                                                             {BiWeightBlock2_px, nullptr, BiWeightBlock2_w7}};
+inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped",
+                                                        {CopyClamped_px, nullptr, nullptr, nullptr, CopyClamped_v8}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px, nullptr, CopyBlock16_w7}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock8{"CopyBlock8", {CopyBlock8_px, nullptr, CopyBlock8_w7}};
 
-inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{"HalfPlaneRight", {HalfPlaneRight_px, nullptr, HalfPlaneRight_w7, nullptr, HalfPlaneRight_v8}};
+inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{
+    "HalfPlaneRight", {HalfPlaneRight_px, nullptr, HalfPlaneRight_w7, nullptr, HalfPlaneRight_v8}};
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneDown{"HalfPlaneDown", {HalfPlaneDown_px, nullptr, HalfPlaneDown_w7}};
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneBoth{"HalfPlaneBoth", {HalfPlaneBoth_px, nullptr, HalfPlaneBoth_w7}};
 

@@ -232,31 +232,19 @@ static void InterpolateLuma(const LumaBlock& b, int FracX, int FracY)
     const uint8_t* const pRow = b.pSrc + (FracY == 3 ? b.SrcStep : 0); // the row and the column nearer to the offset
     const uint8_t* const pColumn = b.pSrc + (FracX == 3 ? 1 : 0);
     switch (FracY * 4 + FracX) {
-    case 0:
-        return CopyRows<Width>(b);
-    case 2:
-        return HalfAcross<Width, Blend::Put>(b, b.pSrc, 0);
+    case 0: return CopyRows<Width>(b);
+    case 2: return HalfAcross<Width, Blend::Put>(b, b.pSrc, 0);
     case 1:
-    case 3:
-        return HalfAcross<Width, Blend::WithOther>(b, b.pSrc, pColumn - b.pSrc);
-    case 8:
-        return HalfDown<Width, Blend::Put>(b, b.pSrc, 0);
+    case 3: return HalfAcross<Width, Blend::WithOther>(b, b.pSrc, pColumn - b.pSrc);
+    case 8: return HalfDown<Width, Blend::Put>(b, b.pSrc, 0);
     case 4:
-    case 12:
-        return HalfDown<Width, Blend::WithOther>(b, b.pSrc, pRow - b.pSrc);
-    case 10:
-        return Centre<Width, Blend::Put, kNoRow>(b);
-    case 6:
-        return Centre<Width, Blend::Put, 0>(b);
-    case 14:
-        return Centre<Width, Blend::Put, 1>(b);
+    case 12: return HalfDown<Width, Blend::WithOther>(b, b.pSrc, pRow - b.pSrc);
+    case 10: return Centre<Width, Blend::Put, kNoRow>(b);
+    case 6: return Centre<Width, Blend::Put, 0>(b);
+    case 14: return Centre<Width, Blend::Put, 1>(b);
     case 9:
-    case 11:
-        HalfDown<Width, Blend::Put>(b, pColumn, 0);
-        return Centre<Width, Blend::WithTarget, kNoRow>(b);
-    default:
-        HalfAcross<Width, Blend::Put>(b, pRow, 0);
-        return HalfDown<Width, Blend::WithTarget>(b, pColumn, 0);
+    case 11: HalfDown<Width, Blend::Put>(b, pColumn, 0); return Centre<Width, Blend::WithTarget, kNoRow>(b);
+    default: HalfAcross<Width, Blend::Put>(b, pRow, 0); return HalfDown<Width, Blend::WithTarget>(b, pColumn, 0);
     }
 }
 

@@ -27,10 +27,11 @@ using PredictIntra4x4Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t Arou
                                 uint8_t* pDst, ptrdiff_t DstStep, unsigned Available);
 PredictIntra4x4Sig PredictIntra4x4_px, PredictIntra4x4_v8;
 
-// All nine modes of an Intra 4x4 block at once: the samples of mode m to Predictions[m] in raster order, 16-byte aligned,
-// and their sum of absolute differences to the source block to Sad[m]. The eight samples above and above-right, the four
-// left and the corner are read whether available or not; DC uses what Available names, the above-right ones are replaced as
-// by PredictIntra4x4 without kTopRight, and the result of another mode that lacks a neighbour is no prediction.
+// All nine modes of an Intra 4x4 block at once: the samples of mode m to Predictions[m] in raster order, 16-byte
+// aligned, and their sum of absolute differences to the source block to Sad[m]. The eight samples above and
+// above-right, the four left and the corner are read whether available or not; DC uses what Available names, the
+// above-right ones are replaced as by PredictIntra4x4 without kTopRight, and the result of another mode that lacks a
+// neighbour is no prediction.
 using PredictAll4x4Sig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pAround, ptrdiff_t AroundStep,
                               unsigned Available, uint8_t (*pPredictions)[16], int32_t* pSad);
 PredictAll4x4Sig PredictAll4x4_px, PredictAll4x4_v8;

@@ -65,10 +65,10 @@ void PredictPlane(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, p
 template <int Size>
 struct Neighbours {
     uint8_t Line[3 * Size + 1] = {};
-    uint8_t* Above() { return Line + Size + 1; }            // [-1] is the one above-left
+    uint8_t* Above() { return Line + Size + 1; } // [-1] is the one above-left
     const uint8_t* Above() const { return Line + Size + 1; }
     const uint8_t* Corner() const { return Line + Size; }
-    int Left(int y) const { return Line[Size - 1 - y]; }    // -1 is the one above-left
+    int Left(int y) const { return Line[Size - 1 - y]; } // -1 is the one above-left
 };
 
 // 8.3.1.2.1 to 8.3.1.2.9 and 8.3.2.2.2 to 8.3.2.2.10: the same formulas over 4 and 8 samples.

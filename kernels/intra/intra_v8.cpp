@@ -274,25 +274,17 @@ template <int Size>
 INLINE void PredictDirection(int Mode, Line<Size>& n, uint8_t* pDst, ptrdiff_t DstStep, unsigned Available)
 {
     switch (Mode) {
-    case 0:
-        return StoreSame<Size>(pDst, DstStep, Load16(n.v + Line<Size>::kAbove));
+    case 0: return StoreSame<Size>(pDst, DstStep, Load16(n.v + Line<Size>::kAbove));
     case 1:
         for (int y = 0; y < Size; ++y) StoreRow<Size>(pDst + y * DstStep, Splat(n.v[Line<Size>::kCorner - 1 - y]));
         return;
-    case 2:
-        return PredictDc(n, pDst, DstStep, Available);
-    case 3:
-        return PredictDownLeft(n, pDst, DstStep);
-    case 4:
-        return PredictDownRight(n, pDst, DstStep);
-    case 5:
-        return PredictVerticalRight(n, pDst, DstStep);
-    case 6:
-        return PredictHorizontalDown(n, pDst, DstStep);
-    case 7:
-        return PredictVerticalLeft(n, pDst, DstStep);
-    default:
-        return PredictHorizontalUp(n, pDst, DstStep);
+    case 2: return PredictDc(n, pDst, DstStep, Available);
+    case 3: return PredictDownLeft(n, pDst, DstStep);
+    case 4: return PredictDownRight(n, pDst, DstStep);
+    case 5: return PredictVerticalRight(n, pDst, DstStep);
+    case 6: return PredictHorizontalDown(n, pDst, DstStep);
+    case 7: return PredictVerticalLeft(n, pDst, DstStep);
+    default: return PredictHorizontalUp(n, pDst, DstStep);
     }
 }
 

@@ -6,8 +6,8 @@
 namespace kernels {
 
 // The neighbours of the block in one register, from the lowest left sample over the corner to the last above-right one,
-// both ends once more: L3 L3 L2 L1 L0 M T0 .. T7 T7. Each mode is then a choice of bytes among these, their means of two
-// (b[i], b[i + 1]) and their filtered values around b[i].
+// both ends once more: L3 L3 L2 L1 L0 M T0 .. T7 T7. Each mode is then a choice of bytes among these, their means of
+// two (b[i], b[i + 1]) and their filtered values around b[i].
 enum : char { L3 = 1, L2, L1, L0, M, T0, T1, T2, T3, T4, T5, T6, T7, No = -1 };
 
 static __m128i LoadEdge(const uint8_t* pAround, ptrdiff_t AroundStep, unsigned Available)
@@ -28,7 +28,8 @@ static int DcOf(__m128i Edge, unsigned Available)
 {
     const __m128i Zero = _mm_setzero_si128();
     const int Left = _mm_cvtsi128_si32(_mm_sad_epu8(_mm_and_si128(Edge, _mm_setr_epi32(~0xFF, 0xFF, 0, 0)), Zero));
-    const int Top = _mm_cvtsi128_si32(_mm_sad_epu8(_mm_and_si128(_mm_srli_si128(Edge, T0), _mm_setr_epi32(-1, 0, 0, 0)), Zero));
+    const int Top =
+        _mm_cvtsi128_si32(_mm_sad_epu8(_mm_and_si128(_mm_srli_si128(Edge, T0), _mm_setr_epi32(-1, 0, 0, 0)), Zero));
     switch (Available & (kLeft | kTop)) {
     case kLeft | kTop: return (Left + Top + 4) >> 3;
     case kLeft: return (Left + 2) >> 2;
@@ -50,7 +51,8 @@ void PredictAll4x4_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pAr
     const __m128i Before = _mm_slli_si128(Edge, 1), After = _mm_srli_si128(Edge, 1);
     const __m128i Mean = _mm_avg_epu8(Edge, After);
     // (a + 2b + c + 2) >> 2 is the rounded mean of b and the mean of a and c rounded down.
-    const __m128i Outer = _mm_sub_epi8(_mm_avg_epu8(Before, After), _mm_and_si128(_mm_xor_si128(Before, After), _mm_set1_epi8(1)));
+    const __m128i Outer =
+        _mm_sub_epi8(_mm_avg_epu8(Before, After), _mm_and_si128(_mm_xor_si128(Before, After), _mm_set1_epi8(1)));
     const __m128i Filtered = _mm_avg_epu8(Outer, Edge);
     const auto Put = [&](int Mode, __m128i p) {
         _mm_store_si128(reinterpret_cast<__m128i*>(pPredictions[Mode]), p);
@@ -74,7 +76,8 @@ void PredictAll4x4_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pAr
     // Behind the last left sample all is its value, which the filter gives at the doubled end as well as at it.
     const __m128i Up = Both(_mm_setr_epi8(L1, No, L2, No, L2, No, L3, No, L3, No, No, No, No, No, No, No),
                             _mm_setr_epi8(No, L1, No, L2, No, L2, No, L3, No, L3, No, No, No, No, No, No));
-    Put(8, _mm_or_si128(Up, _mm_shuffle_epi8(Edge, _mm_setr_epi8(No, No, No, No, No, No, No, No, No, No, L3, L3, L3, L3, L3, L3))));
+    Put(8, _mm_or_si128(Up, _mm_shuffle_epi8(
+                                Edge, _mm_setr_epi8(No, No, No, No, No, No, No, No, No, No, L3, L3, L3, L3, L3, L3))));
 }
 
 } // namespace kernels

@@ -27,10 +27,7 @@ uint8_t* AllocateAligned(size_t Size)
 
 } // namespace
 
-uint8_t* Malloc8u(int32_t Size)
-{
-    return Size > 0 ? AllocateAligned(static_cast<size_t>(Size)) : nullptr;
-}
+uint8_t* Malloc8u(int32_t Size) { return Size > 0 ? AllocateAligned(static_cast<size_t>(Size)) : nullptr; }
 
 float* Malloc32f(int32_t Count)
 {

@@ -17,8 +17,8 @@ enum Interpolation : int32_t { kCubic = 4 };
 // non-positive step, -9 when memory is exhausted, -9999 for another interpolation.
 using ResizeSig = int32_t(const uint8_t* pSource, int32_t SourceWidth, int32_t SourceHeight, ptrdiff_t SourceStep,
                           int32_t RegionX, int32_t RegionY, int32_t RegionWidth, int32_t RegionHeight, uint8_t* pTarget,
-                          ptrdiff_t TargetStep, int32_t TargetWidth, int32_t TargetHeight, double xFactor, double yFactor,
-                          int32_t Interpolation);
+                          ptrdiff_t TargetStep, int32_t TargetWidth, int32_t TargetHeight, double xFactor,
+                          double yFactor, int32_t Interpolation);
 ResizeSig Resize8uC1_px, Resize8uC3_px, Resize8uC4_px;
 
 } // namespace kernels

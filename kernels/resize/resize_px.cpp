@@ -114,12 +114,14 @@ int32_t Resize(const Region& From, const Target& To, double xFactor, double yFac
 }
 
 template <int Channels>
-int32_t CheckedResize(const uint8_t* pSource, int32_t SourceWidth, int32_t SourceHeight, int32_t RegionX, int32_t RegionY,
-                      Region From, const Target& To, double xFactor, double yFactor, int32_t Interpolation)
+int32_t CheckedResize(const uint8_t* pSource, int32_t SourceWidth, int32_t SourceHeight, int32_t RegionX,
+                      int32_t RegionY, Region From, const Target& To, double xFactor, double yFactor,
+                      int32_t Interpolation)
 {
     if (!pSource || !To.pPixels) return kStatusNullPointer;
     if (From.Width <= 0 || From.Height <= 0 || To.Width <= 0 || To.Height <= 0 || RegionX < 0 || RegionY < 0 ||
-        From.Width > SourceWidth - RegionX || From.Height > SourceHeight - RegionY || !(xFactor > 0.0) || !(yFactor > 0.0))
+        From.Width > SourceWidth - RegionX || From.Height > SourceHeight - RegionY || !(xFactor > 0.0) ||
+        !(yFactor > 0.0))
         return kStatusSize;
     if (From.Step <= 0 || To.Step <= 0) return kStatusStep;
     if (Interpolation != kCubic) return kStatusMode;

@@ -6,14 +6,14 @@
 
 namespace kernels {
 
-inline constexpr KernelRow<AddResidualSig> kAddResidual4x4{
-    "AddResidual4x4", {AddResidual4x4_px, nullptr, AddResidual4x4_w7}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual4x4Dc{
-    "AddResidual4x4Dc", {AddResidual4x4Dc_px, nullptr, AddResidual4x4Dc_w7}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual8x8{
-    "AddResidual8x8", {AddResidual8x8_px, nullptr, AddResidual8x8_w7}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual8x8Dc{
-    "AddResidual8x8Dc", {AddResidual8x8Dc_px, nullptr, AddResidual8x8Dc_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual4x4{"AddResidual4x4",
+                                                           {AddResidual4x4_px, nullptr, AddResidual4x4_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual4x4Dc{"AddResidual4x4Dc",
+                                                             {AddResidual4x4Dc_px, nullptr, AddResidual4x4Dc_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual8x8{"AddResidual8x8",
+                                                           {AddResidual8x8_px, nullptr, AddResidual8x8_w7}};
+inline constexpr KernelRow<AddResidualSig> kAddResidual8x8Dc{"AddResidual8x8Dc",
+                                                             {AddResidual8x8Dc_px, nullptr, AddResidual8x8Dc_w7}};
 inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma4x4{
     "AddResidualLuma4x4", {AddResidualLuma4x4_px, nullptr, AddResidualLuma4x4_w7}};
 inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma8x8{
@@ -32,7 +32,7 @@ inline constexpr KernelRow<ForwardQuantAcSig> kForwardQuantAc8x8{
     "ForwardQuantAc8x8", {ForwardQuantAc8x8_px, nullptr, nullptr, nullptr, ForwardQuantAc8x8_v8}};
 inline constexpr KernelRow<ForwardDcSig> kForwardLumaDc{"ForwardLumaDc", {ForwardLumaDc_px}};
 inline constexpr KernelRow<ForwardDcSig> kForwardChromaDc420{"ForwardChromaDc420", {ForwardChromaDc420_px}};
-inline constexpr KernelRow<DequantBlocksSig> kDequantBlocks{
-    "DequantBlocks", {DequantBlocks_px, nullptr, DequantBlocks_w7}};
+inline constexpr KernelRow<DequantBlocksSig> kDequantBlocks{"DequantBlocks",
+                                                            {DequantBlocks_px, nullptr, DequantBlocks_w7}};
 
 } // namespace kernels

@@ -25,7 +25,8 @@ Status os_event_init(os_event* pEvent, bool bManual, bool bSignalled)
 {
     if (!pEvent) return StatusNullPointer;
     os_event_destroy(pEvent);
-    pEvent->pState = new (std::nothrow) os_event_state{.Lock = {}, .Changed = {}, .bManual = bManual, .bSignalled = bSignalled};
+    pEvent->pState =
+        new (std::nothrow) os_event_state{.Lock = {}, .Changed = {}, .bManual = bManual, .bSignalled = bSignalled};
     return pEvent->pState ? StatusOk : StatusFailed;
 }
 

@@ -11,8 +11,8 @@ struct os_event {
     os_event_state* pState = nullptr; // null: not initialised
 };
 
-/// A manual event stays signalled until it is reset, any other one lets one waiter through. An event that is there already is
-/// closed first. Every operation gives StatusNullPointer for null and StatusNotInitialized without a state.
+/// A manual event stays signalled until it is reset, any other one lets one waiter through. An event that is there
+/// already is closed first. Every operation gives StatusNullPointer for null and StatusNotInitialized without a state.
 Status os_event_init(os_event* pEvent, bool bManual, bool bSignalled);
 Status os_event_signal(os_event* pEvent);
 Status os_event_reset(os_event* pEvent);

@@ -9,7 +9,7 @@ namespace UMC {
 struct os_file; // made by os_file_open, released by os_file_close
 
 os_file* os_file_open(const char* pName, const char* pMode); // modes of fopen; null when it cannot be opened
-bool os_file_close(os_file* pFile);                          // false when the last bytes could not be written; null: true
+bool os_file_close(os_file* pFile); // false when the last bytes could not be written; null: true
 size_t os_file_read(void* pBuffer, size_t ItemSize, size_t Count, os_file* pFile); // items read
 size_t os_file_write(const void* pBuffer, size_t ItemSize, size_t Count, os_file* pFile);
 bool os_file_seek(os_file* pFile, int64_t Position, int Origin); // SEEK_SET, SEEK_CUR, SEEK_END

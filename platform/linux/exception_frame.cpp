@@ -11,6 +11,8 @@ namespace platform {
 
 namespace {
 
+using SignalAction = struct sigaction; // apart from the function of the same name
+
 struct Frame {
     sigjmp_buf Return;
     Frame* pOuter;
@@ -48,7 +50,7 @@ void PassOn(int Signal, siginfo_t* pInfo, void* pContext)
     } else if (Previous.sa_handler != SIG_DFL && Previous.sa_handler != SIG_IGN) {
         Previous.sa_handler(Signal);
     } else if (Previous.sa_handler == SIG_DFL) {
-        sigaction(Signal, &Previous, nullptr); // the instruction faults again, now with the default action
+        sigaction(Signal, &Previous, nullptr);  // the instruction faults again, now with the default action
         if (pInfo->si_code <= 0) raise(Signal); // sent by a process: nothing will fault again
     }
 }
@@ -65,7 +67,7 @@ void InstallHandlers()
 {
     const std::lock_guard Held(g_Lock);
     if (g_FramesOpen++) return;
-    struct sigaction Action {};
+    SignalAction Action{};
     Action.sa_sigaction = OnSignal;
     Action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigemptyset(&Action.sa_mask);
@@ -79,7 +81,8 @@ void RemoveHandlers()
     for (size_t i = 0; i < kSignalCount; ++i) {
         struct sigaction Current;
         sigaction(kSignals[i], nullptr, &Current);
-        if (Current.sa_sigaction == OnSignal) sigaction(kSignals[i], &g_Previous[i], nullptr); // else somebody else's now
+        if (Current.sa_sigaction == OnSignal)
+            sigaction(kSignals[i], &g_Previous[i], nullptr); // else somebody else's now
     }
 }
 

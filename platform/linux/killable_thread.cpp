@@ -12,6 +12,8 @@ namespace platform {
 
 namespace {
 
+using SignalAction = struct sigaction; // apart from the function of the same name
+
 struct Work {
     void (*pWork)(void*);
     void* pContext;
@@ -61,7 +63,7 @@ std::mutex g_SignalLock; // guards the handler of the kill signal
 void Kill(pthread_t Thread)
 {
     const std::lock_guard Held(g_SignalLock);
-    struct sigaction Action {}, Previous{};
+    SignalAction Action{}, Previous{};
     Action.sa_handler = OnKill;
     sigaction(KillSignal(), &Action, &Previous);
     pthread_kill(Thread, KillSignal());

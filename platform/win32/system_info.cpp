@@ -21,7 +21,8 @@ std::string CpuVendor()
         return {};
     char Vendor[51] = "";
     DWORD Size = sizeof Vendor - 1, Type = 0;
-    const LSTATUS Result = RegQueryValueExA(Key, "VendorIdentifier", nullptr, &Type, reinterpret_cast<BYTE*>(Vendor), &Size);
+    const LSTATUS Result =
+        RegQueryValueExA(Key, "VendorIdentifier", nullptr, &Type, reinterpret_cast<BYTE*>(Vendor), &Size);
     RegCloseKey(Key);
     return Result == ERROR_SUCCESS && Type == REG_SZ ? Vendor : "";
 }

@@ -7,8 +7,8 @@
 
 namespace {
 
-using UMC::H264Bitstream;
 using test::BitWriter;
+using UMC::H264Bitstream;
 
 // A reader over bytes, with zero words behind.
 class Reader : public H264Bitstream

@@ -125,7 +125,8 @@ TEST_F(Calls, ParameterSetsAloneMakeInfoAvailable)
     ASSERT_EQ(Start(), StatusOk);
     H264VideoDecoderParams Info;
     EXPECT_EQ(m_Decoder.GetInfo(&Info), StatusNotInitialized);
-    const SeqParamSet Seq{.level_idc = 40, .width_mbs = 120, .height_map_units = 68, .cropping = true, .crop = {1, 2, 0, 4}};
+    const SeqParamSet Seq{
+        .level_idc = 40, .width_mbs = 120, .height_map_units = 68, .cropping = true, .crop = {1, 2, 0, 4}};
     EXPECT_EQ(Give(Write(Seq)), StatusNotEnoughData);
     EXPECT_EQ(m_Decoder.GetInfo(&Info), StatusNotInitialized) << "no picture parameter set yet";
     EXPECT_EQ(Give(Write(PicParamSet{})), StatusNotEnoughData);
@@ -386,8 +387,8 @@ TEST(Pictures, LossOfTheFirstSliceHidesThePictureOnly)
     In.Data += PcmSlice(In.Seq, In.Pic, {.nal_unit_type = 5}, 10, 2);
     Slice Right = At(1, 2);
     Right.first_mb = 1;
-    In.Data += PcmSlice(In.Seq, In.Pic, Right, 20);         // its left half is lost
-    In.Data += CopySlice(In.Seq, In.Pic, At(2, 4), 0, 2);   // predicted from it
+    In.Data += PcmSlice(In.Seq, In.Pic, Right, 20);       // its left half is lost
+    In.Data += CopySlice(In.Seq, In.Pic, At(2, 4), 0, 2); // predicted from it
     const auto Pictures = test::DecodeAll(In.Data);
     ASSERT_EQ(Pictures.size(), 2u);
     EXPECT_EQ(Pictures[1][16], 20) << "the part that came is a reference";
@@ -489,7 +490,11 @@ TEST(References, ReorderingToALostPictureLeavesTheLastInitialEntry)
     In.Idr(10).Intra(20, At(1, 2));
     Slice s = At(3, 6, 0);
     s.reordering[0] = {{0, 0}}; // frame 2 never came
-    In.Copy(0, s).Copy(1, [&] { Slice t = s; t.poc_lsb = 8; return t; }());
+    In.Copy(0, s).Copy(1, [&] {
+        Slice t = s;
+        t.poc_lsb = 8;
+        return t;
+    }());
     EXPECT_THAT(In.Values(), ElementsAre(10, 20, 10, 20));
 }
 

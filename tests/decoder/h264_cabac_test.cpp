@@ -9,7 +9,8 @@
 namespace UMC {
 namespace {
 
-// The encoder of clause 9.3.4, in its plain bit-by-bit form: the opposite of what the engine does, written apart from it.
+// The encoder of clause 9.3.4, in its plain bit-by-bit form: the opposite of what the engine does, written apart from
+// it.
 class ReferenceEncoder
 {
 public:

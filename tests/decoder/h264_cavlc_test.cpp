@@ -104,7 +104,12 @@ void PutBlock(Writer& Out, const std::vector<int>& List, int nC)
     std::reverse(Places.begin(), Places.end());
     uint32_t Ones = 0;
     while (Ones < 3 && Ones < Places.size() && std::abs(List[Places[Ones]]) == 1) ++Ones;
-    const int Class = nC == -1 ? h264::kNcMinus1 : nC == -2 ? h264::kNcMinus2 : nC < 2 ? 0 : nC < 4 ? 1 : nC < 8 ? 2 : 3;
+    const int Class = nC == -1   ? h264::kNcMinus1
+                      : nC == -2 ? h264::kNcMinus2
+                      : nC < 2   ? 0
+                      : nC < 4   ? 1
+                      : nC < 8   ? 2
+                                 : 3;
     Out.Put(h264::kCoeffToken[Class][Ones][Places.size()]);
     if (Places.empty()) return;
     uint32_t SuffixLength = Places.size() > 10 && Ones < 3;
@@ -137,7 +142,8 @@ TEST(CavlcBlock, RandomBlocksOfEverySizeAndClassComeBack)
             const int Largest = 1 << (Random() % 15);
             std::vector<int> List(static_cast<size_t>(Size));
             for (int& Level : List)
-                if (Random() % 10 < Density) Level = static_cast<int>(Random() % static_cast<unsigned>(2 * Largest + 1)) - Largest;
+                if (Random() % 10 < Density)
+                    Level = static_cast<int>(Random() % static_cast<unsigned>(2 * Largest + 1)) - Largest;
             Writer Out;
             PutBlock(Out, List, nC);
             H264Bitstream Bits = Out.Open();
@@ -160,8 +166,8 @@ TEST(CavlcBlock, CodesThatDoNotExistThrow)
         return ReadCavlcBlock(Bits, nC, Size, Block);
     };
     EXPECT_THROW(Read(0, 32, 0, 16), h264_exception);
-    EXPECT_THROW(Read(2, 6, 8, 16), h264_exception);      // 000010: no token of the fixed table
-    EXPECT_THROW(Read(0x3F, 6, 8, 15), h264_exception);   // sixteen levels in a block of fifteen
+    EXPECT_THROW(Read(2, 6, 8, 16), h264_exception);           // 000010: no token of the fixed table
+    EXPECT_THROW(Read(0x3F, 6, 8, 15), h264_exception);        // sixteen levels in a block of fifteen
     EXPECT_THROW(Read(0x14000000, 32, 0, 16), h264_exception); // a level with a prefix of more than 25
 }
 

@@ -15,11 +15,16 @@ protected:
     {
         for (const int Mb : {0, 1, 2, 4, 5}) SetMotion(Mb, 0, {0, 0});
     }
-    DeblockingStrength Find(int Mb = 5) { return H264Deblocker(*m_pDecoder, m_Slice).FindStrength(Mb % kWidth, Mb / kWidth); }
-    static void ExpectEdges(const DeblockingStrength& s, int Direction, uint32_t e0, uint32_t e1, uint32_t e2, uint32_t e3)
+    DeblockingStrength Find(int Mb = 5)
+    {
+        return H264Deblocker(*m_pDecoder, m_Slice).FindStrength(Mb % kWidth, Mb / kWidth);
+    }
+    static void ExpectEdges(const DeblockingStrength& s, int Direction, uint32_t e0, uint32_t e1, uint32_t e2,
+                            uint32_t e3)
     {
         const uint32_t Want[4] = {e0, e1, e2, e3};
-        for (int i = 0; i < 4; ++i) EXPECT_EQ(s.Edge[Direction][i], Want[i]) << "direction " << Direction << ", edge " << i;
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(s.Edge[Direction][i], Want[i]) << "direction " << Direction << ", edge " << i;
     }
 };
 

@@ -45,7 +45,8 @@ protected:
         for (size_t i = 0; i < m_RefY.size(); ++i) m_RefY[i] = static_cast<uint8_t>(i % kPitch + i / kPitch);
         for (size_t i = 0; i < m_RefU.size(); ++i)
             m_RefU[i] = m_RefV[i] = static_cast<uint8_t>(100 + i % (kPitch / 2) + i / (kPitch / 2));
-        m_pDecoder->m_Reference[0][0] = {{pY, pU, pV}, kPitch, kPitch / 2, kPitch, kHeight * 16, kPitch / 2, kHeight * 8, 0};
+        m_pDecoder->m_Reference[0][0] = {{pY, pU, pV}, kPitch,     kPitch / 2,  kPitch,
+                                         kHeight * 16, kPitch / 2, kHeight * 8, 0};
     }
 
     void PutBits(uint32_t Value, uint32_t Length)
@@ -58,7 +59,10 @@ protected:
         PutBits(0, Length - 1);
         PutBits(Value + 1, Length);
     }
-    void PutSe(int Value) { PutUe(Value > 0 ? static_cast<uint32_t>(2 * Value - 1) : static_cast<uint32_t>(-2 * Value)); }
+    void PutSe(int Value)
+    {
+        PutUe(Value > 0 ? static_cast<uint32_t>(2 * Value - 1) : static_cast<uint32_t>(-2 * Value));
+    }
 
     // Decodes Count macroblocks from number First on out of the bits put so far.
     Status Decode(SliceType Type, int First, int Count)

@@ -1,7 +1,7 @@
 // Cutting byte streams and samples into units.
+#include "decoder/h264_bitstream.h"
 #include "decoder/h264_exception.h"
 #include "decoder/h264_nal_splitter.h"
-#include "decoder/h264_bitstream.h"
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,8 @@ using Bytes = std::vector<uint8_t>;
 Bytes Unpacked(const H264HeapPiece& Piece, uint32_t Begin, uint32_t End)
 {
     Bytes Result;
-    for (uint32_t i = Begin; i < End; ++i) Result.push_back(static_cast<uint8_t>(Piece.m_pData[i / 4] >> (24 - i % 4 * 8)));
+    for (uint32_t i = Begin; i < End; ++i)
+        Result.push_back(static_cast<uint8_t>(Piece.m_pData[i / 4] >> (24 - i % 4 * 8)));
     return Result;
 }
 Bytes Unpacked(const H264HeapPiece& Piece) { return Unpacked(Piece, 0, Piece.m_Size); }
@@ -160,7 +161,9 @@ TEST(StartCodes, EqualTheDefinitionOnRandomBytes)
         Bytes Data(Random() % 40);
         for (uint8_t& Byte : Data) Byte = static_cast<uint8_t>(Random() % 3);
         size_t Expected = 0;
-        while (Expected + 4 <= Data.size() && !(Data[Expected] == 0 && Data[Expected + 1] == 0 && Data[Expected + 2] == 1)) ++Expected;
+        while (Expected + 4 <= Data.size() &&
+               !(Data[Expected] == 0 && Data[Expected + 1] == 0 && Data[Expected + 2] == 1))
+            ++Expected;
         const bool IsFound = Expected + 4 <= Data.size();
         const uint8_t* p = Data.data();
         size_t Left = Data.size();

@@ -51,8 +51,8 @@ TEST(SeqParamSets, ProfilesAndLevels)
         EXPECT_EQ(ParseSeq({.profile_idc = Profile}), Known ? StatusOk : StatusInvalidParams) << Profile;
     }
     for (uint32_t Level = 0; Level < 256; ++Level) {
-        const bool Known = (Level >= 10 && Level <= 13) || (Level >= 20 && Level <= 22) || (Level >= 30 && Level <= 32) ||
-                           (Level >= 40 && Level <= 42) || Level == 50 || Level == 51;
+        const bool Known = (Level >= 10 && Level <= 13) || (Level >= 20 && Level <= 22) ||
+                           (Level >= 30 && Level <= 32) || (Level >= 40 && Level <= 42) || Level == 50 || Level == 51;
         EXPECT_EQ(ParseSeq({.level_idc = Level}), Known ? StatusOk : StatusInvalidParams) << Level;
     }
 }
@@ -69,14 +69,23 @@ TEST(SeqParamSets, LimitsOfTheElements)
     EXPECT_EQ(ParseSeq({.num_ref_frames = 16}), StatusOk);
     EXPECT_EQ(ParseSeq({.num_ref_frames = 17}), StatusInvalidParams);
     EXPECT_EQ(ParseSeq({.profile_idc = 144, .chroma_format_idc = 3}), StatusOk);
-    EXPECT_EQ(ParseSeq({.profile_idc = 144, .chroma_format_idc = 3, .residual_colour_transform = true}), StatusUnsupported);
+    EXPECT_EQ(ParseSeq({.profile_idc = 144, .chroma_format_idc = 3, .residual_colour_transform = true}),
+              StatusUnsupported);
 }
 
 TEST(SeqParamSets, DerivedFields)
 {
     H264SeqParamSet Set;
-    ASSERT_EQ(ParseSeq({.profile_idc = 110, .bit_depth = 10, .log2_max_frame_num = 7, .log2_max_poc_lsb = 9,
-                        .width_mbs = 5, .height_map_units = 3, .frame_mbs_only = false, .mbaff = true}, Set), StatusOk);
+    ASSERT_EQ(ParseSeq({.profile_idc = 110,
+                        .bit_depth = 10,
+                        .log2_max_frame_num = 7,
+                        .log2_max_poc_lsb = 9,
+                        .width_mbs = 5,
+                        .height_map_units = 3,
+                        .frame_mbs_only = false,
+                        .mbaff = true},
+                       Set),
+              StatusOk);
     EXPECT_EQ(Set.bit_depth_luma, 10);
     EXPECT_EQ(Set.log2_max_frame_num, 7);
     EXPECT_EQ(Set.MaxPicOrderCntLsb, 512u);
@@ -100,7 +109,8 @@ TEST(SeqParamSets, ExtendedBlockBelongsToFourProfilesOnly)
 TEST(SeqParamSets, PicOrderCycle)
 {
     H264SeqParamSet Set;
-    ASSERT_EQ(ParseSeq({.poc_type = 1, .offset_for_ref_frame = {2, -3, 100}, .offset_for_non_ref_pic = -1}, Set), StatusOk);
+    ASSERT_EQ(ParseSeq({.poc_type = 1, .offset_for_ref_frame = {2, -3, 100}, .offset_for_non_ref_pic = -1}, Set),
+              StatusOk);
     EXPECT_THAT(Set.offset_for_ref_frame, testing::ElementsAre(2, -3, 100));
     EXPECT_EQ(Set.offset_for_non_ref_pic, -1);
 }
@@ -111,16 +121,16 @@ TEST(SeqParamSets, VuiTimingReadsAsZeroAndIsConsumed)
     const auto Put = [&](int Count, uint32_t Value) {
         for (int i = Count - 1; i >= 0; --i) In.vui.push_back(static_cast<uint8_t>(Value >> i & 1));
     };
-    Put(1, 1);             // aspect ratio
+    Put(1, 1); // aspect ratio
     Put(8, 255);
     Put(16, 40);
     Put(16, 33);
-    Put(3, 0);             // overscan, video signal, chroma location
-    Put(1, 1);             // timing
+    Put(3, 0); // overscan, video signal, chroma location
+    Put(1, 1); // timing
     Put(32, 1001);
     Put(32, 60000);
     Put(1, 1);
-    Put(4, 0);             // both HRDs, pic_struct, restriction
+    Put(4, 0); // both HRDs, pic_struct, restriction
     H264SeqParamSet Set;
     ASSERT_EQ(ParseSeq(In, Set), StatusOk);
     EXPECT_EQ(Set.vui.sar_width, 40);
@@ -210,14 +220,14 @@ TEST(PicParamSets, ScalingListsFollowRuleA)
     BitWriter b = PlainPicParamSet();
     b.U(1, 1);
     b.U(1, 1);
-    b.U(1, 0);               // list 0: default
-    b.U(1, 1);               // list 1: all 20
+    b.U(1, 0); // list 0: default
+    b.U(1, 1); // list 1: all 20
     b.SE(12);
     for (int i = 0; i < 15; ++i) b.SE(0);
-    b.U(1, 0);               // list 2: as list 1
-    b.U(1, 1);               // list 3: asks for the default
+    b.U(1, 0); // list 2: as list 1
+    b.U(1, 1); // list 3: asks for the default
     b.SE(-8);
-    b.U(4, 0);               // lists 4 to 7: absent
+    b.U(4, 0); // lists 4 to 7: absent
     b.SE(5);
     b.TrailingBits();
     ASSERT_EQ(Sets.Parse(test::NalUnit(3, 8, b.Data())), StatusOk);

@@ -13,7 +13,10 @@ class Writer : public CH264pBs<uint8_t, int16_t>
 {
 public:
     Writer() : m_Memory(1 << 20, 0xEE) { SetBuffer(m_Memory.data(), m_Memory.size()); }
-    std::vector<uint8_t> Written() const { return {m_Memory.begin(), m_Memory.begin() + static_cast<ptrdiff_t>(Bytes())}; }
+    std::vector<uint8_t> Written() const
+    {
+        return {m_Memory.begin(), m_Memory.begin() + static_cast<ptrdiff_t>(Bytes())};
+    }
 
 private:
     std::vector<uint8_t> m_Memory;
@@ -441,9 +444,12 @@ void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
     for (int i = 0; i < Count; ++i) {
         Symbol s{static_cast<uint32_t>(Rng()) % 16, static_cast<uint32_t>(Rng()) % 276, Rng() % OneIn == 0};
         Symbols.push_back(s);
-        if (s.Kind == 0) w.EncodeTerminate(0);
-        else if (s.Kind < 4) w.EncodeBypass(s.Bin);
-        else w.EncodeBin(s.Context, s.Bin);
+        if (s.Kind == 0)
+            w.EncodeTerminate(0);
+        else if (s.Kind < 4)
+            w.EncodeBypass(s.Bin);
+        else
+            w.EncodeBin(s.Context, s.Bin);
     }
     w.EncodeTerminate(1);
     w.TerminateEncode();
@@ -453,9 +459,12 @@ void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
     CabacContexts Contexts = Start;
     for (size_t i = 0; i < Symbols.size(); ++i) {
         const Symbol& s = Symbols[i];
-        if (s.Kind == 0) ASSERT_EQ(d.Terminate(), 0u) << i;
-        else if (s.Kind < 4) ASSERT_EQ(d.Bypass(), s.Bin) << i;
-        else ASSERT_EQ(d.Decision(Contexts[s.Context]), s.Bin) << i;
+        if (s.Kind == 0)
+            ASSERT_EQ(d.Terminate(), 0u) << i;
+        else if (s.Kind < 4)
+            ASSERT_EQ(d.Bypass(), s.Bin) << i;
+        else
+            ASSERT_EQ(d.Decision(Contexts[s.Context]), s.Bin) << i;
     }
     EXPECT_EQ(d.Terminate(), 1u);
     EXPECT_EQ(Contexts, w.Contexts());
@@ -466,7 +475,8 @@ void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
 TEST(ArithmeticCoder, ADecoderReadsWhatWasWritten)
 {
     for (uint32_t Seed = 0; Seed < 60; ++Seed)
-        for (const uint32_t OneIn : {1u, 2u, 3u, 50u, 100000u}) RoundTrip(Seed, OneIn, Seed < 50 ? static_cast<int>(Seed) * 7 : 20000);
+        for (const uint32_t OneIn : {1u, 2u, 3u, 50u, 100000u})
+            RoundTrip(Seed, OneIn, Seed < 50 ? static_cast<int>(Seed) * 7 : 20000);
 }
 
 TEST(ArithmeticCoder, BypassBitsInOneGoEqualSingleOnes)
@@ -505,7 +515,8 @@ TEST(ArithmeticCoder, TheSavedStateComesBack)
 {
     const auto Encode = [](Writer& w, uint32_t Seed, int Count) {
         std::mt19937 Rng(Seed);
-        for (int i = 0; i < Count; ++i) w.EncodeBin(static_cast<uint32_t>(Rng()) % 276, static_cast<uint32_t>(Rng()) & 1);
+        for (int i = 0; i < Count; ++i)
+            w.EncodeBin(static_cast<uint32_t>(Rng()) % 276, static_cast<uint32_t>(Rng()) & 1);
     };
     Writer Plain, Tried;
     for (Writer* w : {&Plain, &Tried}) {

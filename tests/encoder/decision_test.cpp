@@ -61,6 +61,32 @@ TEST(CoefficientCost, Of8x8Blocks)
     EXPECT_EQ(CoefficientCost8x8(Large), 9);
 }
 
+TEST(DropRules, AQuadrantOfThreeAndOneIsDroppedAndOfThreeAndTwoStays)
+{
+    EXPECT_FALSE(IsQuadrantWorthCoding(CoefficientCost(Levels({{0, 1}, {4, 1}}).Raster, 0))); // runs of 0 and 3
+    EXPECT_TRUE(IsQuadrantWorthCoding(CoefficientCost(Levels({{0, 1}, {2, 1}}).Raster, 0)));  // runs of 0 and 1
+    EXPECT_FALSE(IsMacroblockWorthCoding(6));
+    EXPECT_TRUE(IsMacroblockWorthCoding(7));
+}
+
+TEST(DropRules, ChromaAcWorthSevenIsDroppedAndEightIsKept)
+{
+    const int32_t Seven = CoefficientCost(Levels({{1, 1}, {2, 1}, {7, 1}}).Raster, 1); // runs of 0, 0 and 4
+    const int32_t Eight = CoefficientCost(Levels({{1, 1}, {2, 1}, {4, 1}}).Raster, 1); // runs of 0, 0 and 1
+    ASSERT_EQ(Seven, 7);
+    ASSERT_EQ(Eight, 8);
+    EXPECT_FALSE(IsChromaAcWorthCoding(Seven));
+    EXPECT_TRUE(IsChromaAcWorthCoding(Eight));
+}
+
+TEST(DropRules, TwoLevelsWithoutARunAreTooMuchToSkip)
+{
+    EXPECT_TRUE(IsLumaTooMuchToSkip(CoefficientCost(Levels({{0, 1}, {1, 1}}).Raster, 0)));  // 3 + 3
+    EXPECT_FALSE(IsLumaTooMuchToSkip(CoefficientCost(Levels({{0, 1}, {2, 1}}).Raster, 0))); // 3 + 2
+    EXPECT_FALSE(IsChromaTooMuchToSkip(6));
+    EXPECT_TRUE(IsChromaTooMuchToSkip(7));
+}
+
 TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
 {
     BlockLevels Out{};
@@ -206,7 +232,8 @@ protected:
         s_pSearch->Note(pB);
         return s_pSearch->m_Kernels.Sad16x16(pA, StepA, pB, StepB);
     }
-    static void FourSads(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* const ppB[4], ptrdiff_t StepB, int32_t Sum[4])
+    static void FourSads(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* const ppB[4], ptrdiff_t StepB,
+                         int32_t Sum[4])
     {
         for (int i = 0; i < 4; ++i) s_pSearch->Note(ppB[i]);
         s_pSearch->m_Kernels.Sad16x16x4(pA, StepA, ppB, StepB, Sum);
@@ -320,7 +347,8 @@ TEST_F(Search, EveryMethodFindsAVectorNearby)
             }
         for (int y = 0; y < 16; ++y)
             for (int x = 0; x < 16; ++x)
-                m_Source[static_cast<size_t>(y * kStep + x)] = m_Reference[static_cast<size_t>((kCentre - 2 + y) * kStep + kCentre + 3 + x)];
+                m_Source[static_cast<size_t>(y * kStep + x)] =
+                    m_Reference[static_cast<size_t>((kCentre - 2 + y) * kStep + kCentre + 3 + x)];
         m_p.method = Method;
         m_p.best_cost = 0;
         m_p.mv_cost_table = &MVBitCost[10];
@@ -348,8 +376,7 @@ TEST_F(Search, CrossAndBisectionMeasureTheirFirstPassInRowZero)
 TEST_F(Search, RefinementReachesThreeQuarterSamples)
 {
     for (int y = 0; y < kSize; ++y)
-        for (int x = 0; x < kSize; ++x)
-            m_Reference[static_cast<size_t>(y * kStep + x)] = Clip8(Texture(x, y, 1));
+        for (int x = 0; x < kSize; ++x) m_Reference[static_cast<size_t>(y * kStep + x)] = Clip8(Texture(x, y, 1));
     for (const auto& [fx, fy] : {std::pair{1, 0}, {2, 2}, {3, 1}, {-3, 3}, {-1, -2}, {0, -3}, {-2, 1}, {3, -3}}) {
         const uint8_t* const pAt = m_p.ref_y + (fy >> 2) * kStep + (fx >> 2);
         m_Kernels.InterpolateLuma16(pAt, kStep, m_Source.data(), kStep, fx & 3, fy & 3, 16);
@@ -361,7 +388,8 @@ TEST_F(Search, RefinementReachesThreeQuarterSamples)
                 m_p.best_mv = {0, 0};
                 m_p.best_cost = INT32_MAX;
                 SearchSubpel(m_p);
-                EXPECT_EQ(m_p.best_mv, (MotionVector{static_cast<int16_t>(fx), static_cast<int16_t>(fy)})) << Method << ' ' << Sad;
+                EXPECT_EQ(m_p.best_mv, (MotionVector{static_cast<int16_t>(fx), static_cast<int16_t>(fy)}))
+                    << Method << ' ' << Sad;
             }
     }
 }

@@ -323,7 +323,9 @@ TEST(StillScene, IsSkippedAfterTheFirstPicture)
     for (int i = 0; i < 3; ++i) {
         // What is left of the coding error may be worth some levels once; after that nothing is.
         const size_t Bytes = d.Encode(Clip[0]).Bytes.size();
-        if (i > 0) { EXPECT_LT(Bytes, 16u); }
+        if (i > 0) {
+            EXPECT_LT(Bytes, 16u);
+        }
     }
     EXPECT_EQ(d.Reconstruction[2], d.Reconstruction[3]);
 }

@@ -17,22 +17,19 @@ using Picture = std::vector<uint8_t>;
 
 /// Contents of a test clip, all of them the same on every run.
 enum class Scene {
-    Still,  // one textured picture again and again
-    Pan,    // texture that moves by fractions of a sample, with a block that moves the other way
-    Noise,  // nothing like the picture before
-    Cut,    // the texture changes at once in the middle
-    Mixed   // a still background, a moving block and a noisy corner
+    Still, // one textured picture again and again
+    Pan,   // texture that moves by fractions of a sample, with a block that moves the other way
+    Noise, // nothing like the picture before
+    Cut,   // the texture changes at once in the middle
+    Mixed  // a still background, a moving block and a noisy corner
 };
 
-inline uint8_t Clip8(double v)
-{
-    return static_cast<uint8_t>(v < 0.0 ? 0.0 : v > 255.0 ? 255.0 : v);
-}
+inline uint8_t Clip8(double v) { return static_cast<uint8_t>(v < 0.0 ? 0.0 : v > 255.0 ? 255.0 : v); }
 
 inline double Texture(double x, double y, int Variant)
 {
-    return 128.0 + 50.0 * std::sin(x * 0.11 + Variant) * std::cos(y * 0.07) + 30.0 * std::sin((x + y) * 0.45 + Variant) +
-           20.0 * std::sin(x * 1.3) * std::sin(y * 1.1);
+    return 128.0 + 50.0 * std::sin(x * 0.11 + Variant) * std::cos(y * 0.07) +
+           30.0 * std::sin((x + y) * 0.45 + Variant) + 20.0 * std::sin(x * 1.3) * std::sin(y * 1.1);
 }
 
 inline uint8_t SampleOf(Scene s, int x, int y, int Index, int Count, std::mt19937& Rng)
@@ -64,7 +61,8 @@ inline std::vector<Picture> MakeClip(Scene s, int32_t Width, int32_t Height, int
         for (int Plane = 0; Plane < 3; ++Plane) {
             const int w = Plane ? (Width + 1) / 2 : Width, h = Plane ? (Height + 1) / 2 : Height;
             for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x) p.push_back(SampleOf(s, Plane ? 2 * x + 7 * Plane : x, Plane ? 2 * y : y, i, Count, Rng));
+                for (int x = 0; x < w; ++x)
+                    p.push_back(SampleOf(s, Plane ? 2 * x + 7 * Plane : x, Plane ? 2 * y : y, i, Count, Rng));
         }
         Clip.push_back(std::move(p));
     }
@@ -168,7 +166,8 @@ inline std::vector<NalUnit> SplitNalUnits(const std::vector<uint8_t>& s)
         if (!IsStart(i)) continue;
         if (!Units.empty()) {
             const size_t End = i > 0 && s[i - 1] == 0 ? i - 1 : i;
-            Units.back().Payload.assign(s.begin() + static_cast<ptrdiff_t>(Start), s.begin() + static_cast<ptrdiff_t>(End));
+            Units.back().Payload.assign(s.begin() + static_cast<ptrdiff_t>(Start),
+                                        s.begin() + static_cast<ptrdiff_t>(End));
         }
         Units.push_back({s[i + 3] >> 5, s[i + 3] & 31, i > 0 && s[i - 1] == 0, {}});
         Start = i + 4;

@@ -156,7 +156,7 @@ TEST(CodingOrder, ReferenceBPicturesTakeTurnsFromBothEnds)
     r.Put('B', true);
     r.Put('B', true);
     r.Put('B', true);
-    r.Put('P'); // display limit of the anchor
+    r.Put('P');                    // display limit of the anchor
     EXPECT_EQ(r.Order(), "04132"); // lowest, highest, and the one that is left
 }
 

@@ -64,7 +64,9 @@ struct Correction {
 };
 void PrintTo(const Correction& c, std::ostream* pOut) { *pOut << c.Title; }
 
-class EncoderParamsCorrection : public testing::TestWithParam<Correction> {};
+class EncoderParamsCorrection : public testing::TestWithParam<Correction>
+{
+};
 TEST_P(EncoderParamsCorrection, IsMade)
 {
     H264EncoderParams p = Sized();
@@ -73,11 +75,16 @@ TEST_P(EncoderParamsCorrection, IsMade)
     EXPECT_TRUE(GetParam().Holds(p));
 }
 
-#define CASE(Set, Holds) Correction{#Set, [](H264EncoderParams& p) { Set; }, [](const H264EncoderParams& p) { return Holds; }}
+#define CASE(Set, Holds)                                                                                               \
+    Correction                                                                                                         \
+    {                                                                                                                  \
+#Set, [](H264EncoderParams & p) { Set; }, [](const H264EncoderParams& p) { return Holds; }                     \
+    }
 INSTANTIATE_TEST_SUITE_P(
     Table, EncoderParamsCorrection,
     testing::Values(
-        CASE((p.key_frame_interval = 1, p.num_b_frames = 2, p.num_ref_frames = 5), p.num_b_frames == 0 && p.num_ref_frames == 1),
+        CASE((p.key_frame_interval = 1, p.num_b_frames = 2, p.num_ref_frames = 5),
+             p.num_b_frames == 0 && p.num_ref_frames == 1),
         CASE(p.key_frame_method = 0, p.key_frame_method == 1), CASE(p.key_frame_method = 7, p.key_frame_method == 1),
         CASE(p.key_frame_interval = -1, p.key_frame_interval == 250),
         CASE(p.key_frame_interval = 0, p.key_frame_interval == 0), CASE(p.idr_interval = -1, p.idr_interval == 4),
@@ -85,9 +92,12 @@ INSTANTIATE_TEST_SUITE_P(
         CASE(p.b_ref_mode = -1, p.b_ref_mode == -1), CASE(p.num_ref_frames = 17, p.num_ref_frames == 2),
         CASE(p.num_ref_frames = -1, p.num_ref_frames == 2),
         CASE((p.num_b_frames = 2, p.num_ref_frames = 1), p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 0), p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 2, p.num_ref_to_start_b = 3), p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 3), p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
+        CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 0),
+             p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
+        CASE((p.num_b_frames = 2, p.num_ref_frames = 2, p.num_ref_to_start_b = 3),
+             p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
+        CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 3),
+             p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
         CASE(p.m_NumThreads = 8, p.m_NumThreads == 1), CASE(p.num_slices = 0, p.num_slices == 1),
         CASE(p.num_slices = 31, p.num_slices == 30), CASE(p.num_slices = 30, p.num_slices == 30),
         CASE(p.level_idc = 33, p.level_idc == 30), CASE(p.level_idc = 51, p.level_idc == 51),
@@ -95,13 +105,14 @@ INSTANTIATE_TEST_SUITE_P(
         CASE((p.profile_idc = 66, p.transform_8x8_mode = 1), p.profile_idc == 100),
         CASE((p.profile_idc = 66, p.num_b_frames = 2, p.transform_8x8_mode = 1), p.profile_idc == 100),
         CASE(p.profile_idc = 66, p.profile_idc == 66), CASE(p.profile_idc = 88, p.profile_idc == 88),
-        CASE(p.use_default_scaling_matrix = 1, p.profile_idc == 100), CASE(p.alpha_opaque_value = 1, p.profile_idc == 100),
-        CASE(p.chroma_format_idc = 0, p.profile_idc == 100), CASE(p.chroma_format_idc = 2, p.profile_idc == 110),
-        CASE(p.bit_depth_chroma = 10, p.profile_idc == 110),
+        CASE(p.use_default_scaling_matrix = 1, p.profile_idc == 100),
+        CASE(p.alpha_opaque_value = 1, p.profile_idc == 100), CASE(p.chroma_format_idc = 0, p.profile_idc == 100),
+        CASE(p.chroma_format_idc = 2, p.profile_idc == 110), CASE(p.bit_depth_chroma = 10, p.profile_idc == 110),
         CASE((p.profile_idc = 100, p.qpprime_y_zero_transform_bypass = 1), p.profile_idc == 144),
         CASE((p.profile_idc = 122, p.qpprime_y_zero_transform_bypass = 1), p.profile_idc == 144),
-        CASE(p.qpprime_y_zero_transform_bypass = 1, p.profile_idc == 77), CASE(p.profile_idc = 122, p.profile_idc == 122),
-        CASE(p.rate_control_method = 4, p.rate_control_method == 2), CASE(p.rate_control_method = -1, p.rate_control_method == 2),
+        CASE(p.qpprime_y_zero_transform_bypass = 1, p.profile_idc == 77),
+        CASE(p.profile_idc = 122, p.profile_idc == 122), CASE(p.rate_control_method = 4, p.rate_control_method == 2),
+        CASE(p.rate_control_method = -1, p.rate_control_method == 2),
         CASE(p.rate_control_method = 0, p.rate_control_method == 0), CASE(p.quant_i = 52, p.quant_i == 0),
         CASE(p.quant_p = 51, p.quant_p == 51), CASE(p.quant_b = 255, p.quant_b == 0),
         CASE(p.search_method = 9, p.search_method == 3), CASE(p.search_method = 8, p.search_method == 8),
@@ -109,8 +120,10 @@ INSTANTIATE_TEST_SUITE_P(
         CASE(p.partition_level = 3, p.partition_level == 3), CASE(p.use_weighted_pred = 2, p.use_weighted_pred == 0),
         CASE(p.use_weighted_bipred = -1, p.use_weighted_bipred == 0),
         CASE(p.use_implicit_weighted_bipred = 1, p.use_implicit_weighted_bipred == 1),
-        CASE(p.direct_pred_mode = 3, p.direct_pred_mode == 2), CASE(p.direct_8x8_inference = 2, p.direct_8x8_inference == 0),
-        CASE(p.deblocking_filter_idc = 3, p.deblocking_filter_idc == 0), CASE(p.deblocking_filter_idc = 2, p.deblocking_filter_idc == 2),
+        CASE(p.direct_pred_mode = 3, p.direct_pred_mode == 2),
+        CASE(p.direct_8x8_inference = 2, p.direct_8x8_inference == 0),
+        CASE(p.deblocking_filter_idc = 3, p.deblocking_filter_idc == 0),
+        CASE(p.deblocking_filter_idc = 2, p.deblocking_filter_idc == 2),
         CASE(p.deblocking_alpha_offset = 13, p.deblocking_alpha_offset == 6),
         CASE(p.deblocking_beta_offset = -13, p.deblocking_beta_offset == 6),
         CASE(p.deblocking_beta_offset = -12, p.deblocking_beta_offset == -12),
@@ -166,22 +179,22 @@ struct LevelCase {
     double FrameRate;
     int Level;
 };
-class EncoderLevel : public testing::TestWithParam<LevelCase> {};
+class EncoderLevel : public testing::TestWithParam<LevelCase>
+{
+};
 TEST_P(EncoderLevel, IsTheFirstThatHoldsSizeAndRate)
 {
     const LevelCase& c = GetParam();
     EXPECT_EQ(ChooseLevel(c.Width, c.Height, c.FrameRate), c.Level);
 }
-INSTANTIATE_TEST_SUITE_P(Table, EncoderLevel,
-                         testing::Values(LevelCase{176, 144, 15.0, 10}, LevelCase{176, 144, 15.01, 10}, LevelCase{176, 144, 15.02, 11},
-                                         LevelCase{176, 144, 30.0, 11}, LevelCase{352, 288, 7.5, 11},
-                                         LevelCase{352, 288, 15.0, 12}, LevelCase{352, 288, 29.97, 20},
-                                         LevelCase{352, 288, 30.0, 20}, LevelCase{352, 288, 30.1, 21},
-                                         LevelCase{352, 576, 25.0, 21}, LevelCase{640, 480, 15.0, 22},
-                                         LevelCase{640, 480, 30.0, 30}, LevelCase{1280, 720, 30.0, 31},
-                                         LevelCase{1280, 720, 60.0, 32}, LevelCase{1920, 1080, 30.0, 40},
-                                         LevelCase{1920, 1080, 60.0, 42}, LevelCase{2560, 1440, 30.0, 50},
-                                         LevelCase{4096, 2304, 60.0, 51}));
+INSTANTIATE_TEST_SUITE_P(
+    Table, EncoderLevel,
+    testing::Values(LevelCase{176, 144, 15.0, 10}, LevelCase{176, 144, 15.01, 10}, LevelCase{176, 144, 15.02, 11},
+                    LevelCase{176, 144, 30.0, 11}, LevelCase{352, 288, 7.5, 11}, LevelCase{352, 288, 15.0, 12},
+                    LevelCase{352, 288, 29.97, 20}, LevelCase{352, 288, 30.0, 20}, LevelCase{352, 288, 30.1, 21},
+                    LevelCase{352, 576, 25.0, 21}, LevelCase{640, 480, 15.0, 22}, LevelCase{640, 480, 30.0, 30},
+                    LevelCase{1280, 720, 30.0, 31}, LevelCase{1280, 720, 60.0, 32}, LevelCase{1920, 1080, 30.0, 40},
+                    LevelCase{1920, 1080, 60.0, 42}, LevelCase{2560, 1440, 30.0, 50}, LevelCase{4096, 2304, 60.0, 51}));
 
 TEST(EncoderParams, AnalysisLevelsAddUp)
 {
@@ -204,7 +217,11 @@ TEST(EncoderParams, AnalysisLevelsAddUp)
 class ParamFile : public testing::Test
 {
 protected:
-    void SetUp() override { m_Path = testing::TempDir() + "quilvex_params_" + testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt"; }
+    void SetUp() override
+    {
+        m_Path = testing::TempDir() + "quilvex_params_" +
+                 testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt";
+    }
     void TearDown() override { std::remove(m_Path.c_str()); }
     UMC::Status Read(const std::string& Text, H264EncoderParams& p)
     {
@@ -214,13 +231,15 @@ protected:
     std::string m_Path;
 };
 
-const char* const kWholeFile = "one\ntwo\nthree\n300 frames\n1 50 2\n3 1\n4 2 5\n100 31\n640\n480\n6\n1 9 10\n1 9 257 3 4\n"
-                               "3 21 22 279 500000\n8 2 16 12\n1 1 1\n1 0\n2 -3 5\n1 1 0\n";
+const char* const kWholeFile =
+    "one\ntwo\nthree\n300 frames\n1 50 2\n3 1\n4 2 5\n100 31\n640\n480\n6\n1 9 10\n1 9 257 3 4\n"
+    "3 21 22 279 500000\n8 2 16 12\n1 1 1\n1 0\n2 -3 5\n1 1 0\n";
 
 TEST_F(ParamFile, LinesWithTooFewValuesEndTheRead)
 {
     H264EncoderParams p;
-    EXPECT_EQ(Read(std::string(kWholeFile).append("ignored? 7\n"), p), UMC::StatusInvalidParams); // line 20 does not start with a number
+    EXPECT_EQ(Read(std::string(kWholeFile).append("ignored? 7\n"), p),
+              UMC::StatusInvalidParams); // line 20 does not start with a number
     EXPECT_EQ(p.num_frames, 300);
     EXPECT_EQ(p.use_default_scaling_matrix, 1);
     EXPECT_EQ(p.entropy_coding_mode, 1);

@@ -15,8 +15,10 @@ constexpr int32_t kBudget = 33333; // of a picture at 1,000,000 bits and 30 pict
 RateController Make(int32_t Method, int32_t BitDepth = 8)
 {
     RateController r;
-    if (Method == 1) r.Init(8, 4, 8, 1000000, 30.0, 640, 480, BitDepth, 1, false);
-    else r.Init(0, 0, 0, 1000000, 30.0, 640, 480, BitDepth, 1, false);
+    if (Method == 1)
+        r.Init(8, 4, 8, 1000000, 30.0, 640, 480, BitDepth, 1, false);
+    else
+        r.Init(0, 0, 0, 1000000, 30.0, 640, 480, BitDepth, 1, false);
     return r;
 }
 
@@ -26,7 +28,9 @@ struct InitialCase {
     int32_t Qp;
 };
 
-class RateControllerInitial : public testing::TestWithParam<InitialCase> {};
+class RateControllerInitial : public testing::TestWithParam<InitialCase>
+{
+};
 TEST_P(RateControllerInitial, StartsFromTheQpOfSizeAndRate)
 {
     const InitialCase& c = GetParam();
@@ -36,8 +40,10 @@ TEST_P(RateControllerInitial, StartsFromTheQpOfSizeAndRate)
     EXPECT_EQ(r.GetQP(FRAME_P), c.Qp);
 }
 INSTANTIATE_TEST_SUITE_P(Table, RateControllerInitial,
-                         testing::Values(InitialCase{640, 480, 1000000, 30.0, 26}, InitialCase{1280, 720, 2000000, 30.0, 30},
-                                         InitialCase{320, 240, 128000, 15.0, 26}, InitialCase{1920, 1080, 500000, 30.0, 51}));
+                         testing::Values(InitialCase{640, 480, 1000000, 30.0, 26},
+                                         InitialCase{1280, 720, 2000000, 30.0, 30},
+                                         InitialCase{320, 240, 128000, 15.0, 26},
+                                         InitialCase{1920, 1080, 500000, 30.0, 51}));
 
 TEST(RateController, InitialQpCountsAlphaAndChroma)
 {
@@ -63,7 +69,8 @@ TEST(RateController, LimitsTheStepOfTheQp)
 {
     const struct {
         int32_t Wanted, Next;
-    } kCases[]{{60, 33}, {35, 33}, {34, 32}, {33, 32}, {32, 31}, {31, 31}, {30, 30}, {29, 29}, {28, 29}, {27, 28}, {26, 28}, {25, 27}, {1, 27}};
+    } kCases[]{{60, 33}, {35, 33}, {34, 32}, {33, 32}, {32, 31}, {31, 31}, {30, 30},
+               {29, 29}, {28, 29}, {27, 28}, {26, 28}, {25, 27}, {1, 27}};
     for (const auto& c : kCases) EXPECT_EQ(RateController::LimitStep(c.Wanted, 30), c.Next) << c.Wanted;
 }
 
@@ -156,7 +163,8 @@ TEST(RateController, FollowsTheFormulaOfTheUpdate)
 {
     for (const int32_t Method : {1, 2}) {
         RateController r = Make(Method);
-        const double QpWindow = Method == 1 ? 8 : 100, BitsWindow = Method == 1 ? 4 : 30, ErrorWindow = Method == 1 ? 8 : 100;
+        const double QpWindow = Method == 1 ? 8 : 100, BitsWindow = Method == 1 ? 4 : 30,
+                     ErrorWindow = Method == 1 ? 8 : 100;
         double Inverse = 1.0 / 26, Bits = kBudget;
         int64_t Total = 0, Desired = 0;
         int32_t Qp = 26;

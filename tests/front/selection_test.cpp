@@ -1,11 +1,11 @@
 // The selection chain: which engine a request ends in, what the log says on the way, and that no driver can break it.
 #include "Common/h/log.h"
+#include "front/VCodec_H264.h"
 #include "front/engines.h"
 #include "front/load.h"
 #include "front/probes.h"
 #include "front/selection.h"
 #include "front/stdafx.h"
-#include "front/VCodec_H264.h"
 #include "quilvex/Quilvex.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/temporary_folder.h"
@@ -61,8 +61,8 @@ public:
     }
     bool TryNvidiaEncoder(int32_t Width, int32_t Height, int32_t Fps, int32_t Key, int32_t Kbps) override
     {
-        Trials.push_back("nvidia encoder " + std::to_string(Width) + "x" + std::to_string(Height) + " " + std::to_string(Fps) +
-                         " " + std::to_string(Key) + " " + std::to_string(Kbps));
+        Trials.push_back("nvidia encoder " + std::to_string(Width) + "x" + std::to_string(Height) + " " +
+                         std::to_string(Fps) + " " + std::to_string(Key) + " " + std::to_string(Kbps));
         return OnNvidia ? OnNvidia() : bNvidia;
     }
     bool IsSupportH264hw_0() override
@@ -133,7 +133,8 @@ TEST_F(Selection, OtherModesGoStraightToTheSoftwareCodec)
     for (const uint32_t id : {0u, 3u, 12u, 99u, 100u, 203u}) {
         m_Log.Clear();
         EXPECT_EQ(TagOf(id), kBackendSoftware);
-        EXPECT_THAT(m_Log.Lines(), ElementsAre(LogLine{kLogInfo, "qvlx - CreateVCodec(" + std::to_string(id) + ") IPP"}));
+        EXPECT_THAT(m_Log.Lines(),
+                    ElementsAre(LogLine{kLogInfo, "qvlx - CreateVCodec(" + std::to_string(id) + ") IPP"}));
     }
     EXPECT_THAT(m_Engines.Trials, IsEmpty());
     EXPECT_EQ(m_Engines.AmdTrials, 0);
@@ -150,12 +151,11 @@ TEST_F(Selection, TheLargestIdIsADecoderOfMode95)
 TEST_F(Selection, HardwareFirstTriesNvidiaThenAmdThenIntelThenSoftware)
 {
     EXPECT_EQ(TagOf(1), kBackendSoftware);
-    EXPECT_THAT(m_Log.Lines(),
-                ElementsAre(LogLine{kLogInfo, "qvlx > CreateAMDH264hwVCodec bDecoder=0"},
-                            LogLine{kLogInfo, "qvlx < CreateAMDH264hwVCodec bDecoder=0 pVCodec=(nil)"},
-                            LogLine{kLogInfo, "qvlx - CreateVCodec(1) AMD/ATI=(nil)"},
-                            LogLine{kLogInfo, "qvlx - CVCodecH264hw::IsSupportH264hw() impl=0"},
-                            LogLine{kLogInfo, "qvlx - CreateVCodec(1) IPP"}));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre(LogLine{kLogInfo, "qvlx > CreateAMDH264hwVCodec bDecoder=0"},
+                                           LogLine{kLogInfo, "qvlx < CreateAMDH264hwVCodec bDecoder=0 pVCodec=(nil)"},
+                                           LogLine{kLogInfo, "qvlx - CreateVCodec(1) AMD/ATI=(nil)"},
+                                           LogLine{kLogInfo, "qvlx - CVCodecH264hw::IsSupportH264hw() impl=0"},
+                                           LogLine{kLogInfo, "qvlx - CreateVCodec(1) IPP"}));
     EXPECT_THAT(m_Engines.Trials, ElementsAre("nvidia encoder 320x240 15 75 120000", "intel 4"));
     EXPECT_EQ(m_Engines.AmdTrials, 1);
 }

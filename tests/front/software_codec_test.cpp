@@ -24,8 +24,8 @@ using CodecPointer = std::unique_ptr<IVCodec, Releaser>;
 class OpenCodec : public CVCodec_H264
 {
 public:
-    using CVCodec_H264::m_BitsPerSecond;
     using CVCodec_H264::m_bFirstDecode;
+    using CVCodec_H264::m_BitsPerSecond;
     using CVCodec_H264::m_DecodedFrames;
     using CVCodec_H264::m_DecodeFrameLimit;
     using CVCodec_H264::m_EncodedFrames;
@@ -318,7 +318,8 @@ TEST_F(SoftwareDecoder, AFragmentFirstGetsTheBlackPictureOnlyOnce)
     const std::vector<uint8_t> Fragment(m_Units[0].begin(), m_Units[0].begin() + 3);
     EXPECT_EQ(Decode(*pCodec, Fragment), 1);
     EXPECT_EQ(Decode(*pCodec, Fragment), 0);
-    EXPECT_EQ(Log.Lines(), (std::vector<LogLine>{{kLogWarning, "qvlx - CVCodec_H264::Decode() Decode Failed err=-996"}}));
+    EXPECT_EQ(Log.Lines(),
+              (std::vector<LogLine>{{kLogWarning, "qvlx - CVCodec_H264::Decode() Decode Failed err=-996"}}));
 }
 
 TEST_F(SoftwareDecoder, AnyOtherFirstFailureGetsNoPicture)
@@ -328,7 +329,8 @@ TEST_F(SoftwareDecoder, AnyOtherFirstFailureGetsNoPicture)
     ASSERT_EQ(pCodec->InitDecoder(176, 144), 1);
     EXPECT_EQ(Decode(*pCodec, {1, 2, 3, 4, 5, 6, 7, 8}), 0); // no start code
     EXPECT_EQ(m_Out[0], 77);
-    EXPECT_EQ(Log.Lines(), (std::vector<LogLine>{{kLogWarning, "qvlx - CVCodec_H264::Decode() Decode Failed err=-897"}}));
+    EXPECT_EQ(Log.Lines(),
+              (std::vector<LogLine>{{kLogWarning, "qvlx - CVCodec_H264::Decode() Decode Failed err=-897"}}));
 }
 
 TEST_F(SoftwareDecoder, ALengthOfZeroIsPassedDown)

@@ -100,7 +100,8 @@ TEST_F(SettingsFileTest, AMissingFileReadsAsDefaultsAndIsNotCreated)
 
 TEST_F(SettingsFileTest, AWriteKeepsOtherSectionsKeysAndComments)
 {
-    std::ofstream(SettingsFile()) << "; who wrote this\n[CONFIG]\n; a comment\ngreenThreshold1=12x\nunknown=kept\n\n[OTHER]\nkey=value\n";
+    std::ofstream(SettingsFile())
+        << "; who wrote this\n[CONFIG]\n; a comment\ngreenThreshold1=12x\nunknown=kept\n\n[OTHER]\nkey=value\n";
     WriteProfileString(SettingsFile(), "CONFIG", "nvidia_disable", "NVIDIA Adapter (1) = \"x\"");
     EXPECT_EQ(ReadProfileString(SettingsFile(), "CONFIG", "nvidia_disable", ""), "NVIDIA Adapter (1) = \"x\"");
     EXPECT_EQ(ReadProfileString(SettingsFile(), "config", "UNKNOWN", ""), "kept");

@@ -38,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
         1, IsMP4);
     for (size_t At = 0; At < Input.size() && Pictures < kMaxPictures; At += Piece) {
         Decoder.Feed(Input.subspan(At, std::min(Piece, Input.size() - At)));
-        if ((pData[0] & 0x80) != 0 && At > Input.size() / 2 && At <= Input.size() / 2 + Piece) Decoder.Decoder().Reset();
+        if ((pData[0] & 0x80) != 0 && At > Input.size() / 2 && At <= Input.size() / 2 + Piece)
+            Decoder.Decoder().Reset();
     }
     Decoder.Drain();
     return 0;

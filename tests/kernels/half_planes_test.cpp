@@ -56,7 +56,8 @@ void CheckLargestSad(BlockDistanceSig* pFn, BlockDistanceSig* pReference)
             for (int y = 0; y < Size; y += 4)
                 for (int x = 0; x < Size; x += 4) {
                     *b.At(x + Rng.Range(0, 3), y + Rng.Range(0, 3)) ^= 0xFF;
-                    ASSERT_EQ(pFn(a.At(0, 0), a.Step, b.At(0, 0), b.Step), pReference(a.At(0, 0), a.Step, b.At(0, 0), b.Step));
+                    ASSERT_EQ(pFn(a.At(0, 0), a.Step, b.At(0, 0), b.Step),
+                              pReference(a.At(0, 0), a.Step, b.At(0, 0), b.Step));
                 }
             const Block c = Rng.MakeBlock(Fill::Random, Size, Size, 16, 15 - Shift);
             ASSERT_EQ(pFn(a.At(0, 0), a.Step, c.At(0, 0), c.Step), pReference(a.At(0, 0), a.Step, c.At(0, 0), c.Step));

@@ -246,7 +246,8 @@ void CheckAll4x4(PredictAll4x4Sig* pFn, PredictAll4x4Sig* pReference)
                 pReference(Source.At(0, 0), Source.Step, Around.At(1, 1), Around.Step, Available, Want, WantSad);
                 pFn(Source.At(0, 0), Source.Step, Around.At(1, 1), Around.Step, Available, Got, GotSad);
                 for (int Mode = 0; Mode < 9; ++Mode) {
-                    ASSERT_EQ(std::vector<uint8_t>(Got[Mode], Got[Mode] + 16), std::vector<uint8_t>(Want[Mode], Want[Mode] + 16))
+                    ASSERT_EQ(std::vector<uint8_t>(Got[Mode], Got[Mode] + 16),
+                              std::vector<uint8_t>(Want[Mode], Want[Mode] + 16))
                         << "mode " << Mode << ", neighbours " << Available;
                     ASSERT_EQ(GotSad[Mode], WantSad[Mode]) << Mode;
                 }

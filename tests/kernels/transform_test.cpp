@@ -33,21 +33,11 @@ int16_t Coefficient(TestRandom& Rng, Reach How, size_t Index)
 {
     int Value = 0;
     switch (How) {
-    case Reach::Small:
-        Value = Rng.Range(0, 2) ? 0 : Rng.Range(-400, 400);
-        break;
-    case Reach::DcOnly:
-        Value = Index ? 0 : Rng.Range(-17000, 17000);
-        break;
-    case Reach::Stream:
-        Value = Rng.Range(-2063, 2063);
-        break;
-    case Reach::Any:
-        Value = Rng.Range(INT16_MIN, INT16_MAX);
-        break;
-    case Reach::Ends:
-        Value = Rng.Range(0, 1) ? INT16_MIN : INT16_MAX;
-        break;
+    case Reach::Small: Value = Rng.Range(0, 2) ? 0 : Rng.Range(-400, 400); break;
+    case Reach::DcOnly: Value = Index ? 0 : Rng.Range(-17000, 17000); break;
+    case Reach::Stream: Value = Rng.Range(-2063, 2063); break;
+    case Reach::Any: Value = Rng.Range(INT16_MIN, INT16_MAX); break;
+    case Reach::Ends: Value = Rng.Range(0, 1) ? INT16_MIN : INT16_MAX; break;
     }
     return static_cast<int16_t>(Value);
 }

@@ -89,10 +89,13 @@ TEST(OsThread, IsValidWhileItRuns)
 {
     Thread Worker;
     std::atomic<bool> bLeave{false};
-    ASSERT_EQ(Worker.Create([](void* p) -> uint32_t {
-        while (!*static_cast<std::atomic<bool>*>(p)) std::this_thread::yield();
-        return 0;
-    }, &bLeave), StatusOk);
+    ASSERT_EQ(Worker.Create(
+                  [](void* p) -> uint32_t {
+                      while (!*static_cast<std::atomic<bool>*>(p)) std::this_thread::yield();
+                      return 0;
+                  },
+                  &bLeave),
+              StatusOk);
     EXPECT_TRUE(Worker.IsValid());
     EXPECT_TRUE(Worker.SetPriority(os_priority::Normal));
     bLeave = true;

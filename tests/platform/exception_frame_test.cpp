@@ -15,6 +15,8 @@ using platform::Guarded;
 
 namespace {
 
+using SignalAction = struct sigaction; // apart from the function of the same name
+
 volatile int g_Zero = 0;
 
 void WriteToNull()
@@ -122,7 +124,11 @@ TEST(ExceptionFrame, ThreadsHaveFramesOfTheirOwn)
         Threads.emplace_back([&, t] {
             for (int i = 0; i < 100; ++i) {
                 uint32_t Code;
-                if (Guarded([&] { if ((i + t) % 2) raise(SIGSEGV); }, Code))
+                if (Guarded(
+                        [&] {
+                            if ((i + t) % 2) raise(SIGSEGV);
+                        },
+                        Code))
                     ++Passed;
                 else
                     ++Caught;
@@ -135,7 +141,7 @@ TEST(ExceptionFrame, ThreadsHaveFramesOfTheirOwn)
 
 TEST(ExceptionFrame, AFaultOutsideReachesThePreviousHandler)
 {
-    struct sigaction Action {}, Before{};
+    SignalAction Action{}, Before{};
     Action.sa_handler = PreviousHandler;
     sigaction(SIGSEGV, &Action, &Before);
 
@@ -143,10 +149,12 @@ TEST(ExceptionFrame, AFaultOutsideReachesThePreviousHandler)
     std::atomic<bool> bInside{false}, bLeave{false};
     std::thread Other([&] {
         uint32_t Code;
-        Guarded([&] {
-            bInside = true;
-            while (!bLeave) std::this_thread::yield();
-        }, Code);
+        Guarded(
+            [&] {
+                bInside = true;
+                while (!bLeave) std::this_thread::yield();
+            },
+            Code);
     });
     while (!bInside) std::this_thread::yield();
     g_PreviousHandlerRuns = 0;
@@ -170,10 +178,12 @@ TEST(ExceptionFrameDeathTest, AFaultOutsideWithTheDefaultActionEndsTheProcess)
             std::atomic<bool> bInside{false};
             std::thread([&] {
                 uint32_t Code;
-                Guarded([&] {
-                    bInside = true;
-                    for (;;) std::this_thread::yield();
-                }, Code);
+                Guarded(
+                    [&] {
+                        bInside = true;
+                        for (;;) std::this_thread::yield();
+                    },
+                    Code);
             }).detach();
             while (!bInside) std::this_thread::yield();
             raise(SIGSEGV);
@@ -192,7 +202,12 @@ TEST(RunWithTimeout, WorkThatEndsIsFinished)
 TEST(RunWithTimeout, WorkThatHangsIsKilled)
 {
     static std::atomic<uint64_t> s_Count{0};
-    EXPECT_EQ(platform::RunWithTimeout([](void*) { for (;;) ++s_Count; }, nullptr, 50), platform::BoundedResult::TimedOut);
+    EXPECT_EQ(platform::RunWithTimeout(
+                  [](void*) {
+                      for (;;) ++s_Count;
+                  },
+                  nullptr, 50),
+              platform::BoundedResult::TimedOut);
     const uint64_t After = s_Count;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(s_Count, After); // nothing runs any more

@@ -14,12 +14,14 @@ using namespace UMC;
 
 namespace {
 
-VideoData& Fill(VideoData& Picture, int32_t Width, int32_t Height, ColorFormat Format, int32_t Depth = 0, uint32_t Seed = 1)
+VideoData& Fill(VideoData& Picture, int32_t Width, int32_t Height, ColorFormat Format, int32_t Depth = 0,
+                uint32_t Seed = 1)
 {
     EXPECT_EQ(Picture.Init(Width, Height, Format, Depth), StatusOk);
     EXPECT_EQ(Picture.Alloc(), StatusOk);
     auto* const pBytes = static_cast<uint8_t*>(Picture.GetDataPointer());
-    for (size_t i = 0; i < Picture.GetMappingSize(); ++i) pBytes[i] = static_cast<uint8_t>((Seed = Seed * 1103515245 + 12345) >> 16);
+    for (size_t i = 0; i < Picture.GetMappingSize(); ++i)
+        pBytes[i] = static_cast<uint8_t>((Seed = Seed * 1103515245 + 12345) >> 16);
     return Picture;
 }
 
@@ -146,7 +148,8 @@ TEST(VideoProcessing, CropsBeforeAllElse)
 
 TEST(VideoProcessing, APairWithoutAKernelGoesByAnIntermediateFormat)
 {
-    // 13 to 5 has no conversion; by way of 12 there is none either, since 13 to 12 has none: the second refusal is final.
+    // 13 to 5 has no conversion; by way of 12 there is none either, since 13 to 12 has none: the second refusal is
+    // final.
     VideoProcessing Chain;
     VideoData In, Out;
     Fill(In, 32, 16, RGB565);
@@ -167,8 +170,9 @@ TEST(VideoProcessing, APairWithoutAKernelGoesByAnIntermediateFormat)
 
 TEST(VideoProcessing, TheIntermediateFormatsAreTheTable)
 {
-    const ColorFormat Expected[22] = {YUV420, YUV420, YUV420, YUV420, YUV422, YV12,   YUY2,  RGB24, YUV420, YUV411, YUV411,
-                                      RGB24,  RGB32,  RGB24,  RGB24,  RGB24,  YUV420, YUV420, YUV422, YUV444, YUV420, YUV420};
+    const ColorFormat Expected[22] = {YUV420, YUV420, YUV420, YUV420, YUV422, YV12,  YUY2,  RGB24,
+                                      YUV420, YUV411, YUV411, RGB24,  RGB32,  RGB24, RGB24, RGB24,
+                                      YUV420, YUV420, YUV422, YUV444, YUV420, YUV420};
     for (int32_t Id = 0; Id < 22; ++Id)
         EXPECT_EQ(VideoProcessing::IntermediateFormat(static_cast<ColorFormat>(Id)), Expected[Id]) << Id;
 }
@@ -291,7 +295,8 @@ TEST(ColorSpaceConversion, Format6ToOthersReadsEverySecondChromaRow)
     Fill(FromHalf, 16, 16, RGB32, 0, 9);
     for (int32_t y = 0; y < 16; ++y) std::copy_n(In.Plane(0) + y * In.Pitch(0), 16, Half.Plane(0) + y * Half.Pitch(0));
     for (int32_t i = 1; i < 3; ++i)
-        for (int32_t y = 0; y < 8; ++y) std::copy_n(In.Plane(i) + 2 * y * In.Pitch(i), 8, Half.Plane(i) + y * Half.Pitch(i));
+        for (int32_t y = 0; y < 8; ++y)
+            std::copy_n(In.Plane(i) + 2 * y * In.Pitch(i), 8, Half.Plane(i) + y * Half.Pitch(i));
     ASSERT_EQ(Filter.GetFrame(&In, &FromFull), StatusOk);
     ASSERT_EQ(Filter.GetFrame(&Half, &FromHalf), StatusOk);
     EXPECT_EQ(PlaneBytes(FromFull, 0), PlaneBytes(FromHalf, 0));
@@ -299,10 +304,10 @@ TEST(ColorSpaceConversion, Format6ToOthersReadsEverySecondChromaRow)
 
 TEST(ColorSpaceConversion, EveryPairOfTheTableRunsAndTouchesItsTarget)
 {
-    constexpr ColorFormat Pairs[][2] = {{NV12, YUV420},   {YUY2, YUV420},   {UYVY, YUV420},   {YUV420, NV12},   {YUV420, YUY2},
-                                        {YUV420, UYVY},   {YUV420, YUV422}, {YUV420, RGB32},  {YUV420, RGB24},  {YUV420, RGB565},
-                                        {YUV420, RGB555}, {YUV420, RGB444}, {YUV422, YUV420}, {RGB32, YUV420},  {RGB32, RGB24},
-                                        {RGB24, YUV420},  {RGB24, RGB32}};
+    constexpr ColorFormat Pairs[][2] = {
+        {NV12, YUV420},   {YUY2, YUV420},  {UYVY, YUV420},  {YUV420, NV12},   {YUV420, YUY2},   {YUV420, UYVY},
+        {YUV420, YUV422}, {YUV420, RGB32}, {YUV420, RGB24}, {YUV420, RGB565}, {YUV420, RGB555}, {YUV420, RGB444},
+        {YUV422, YUV420}, {RGB32, YUV420}, {RGB32, RGB24},  {RGB24, YUV420},  {RGB24, RGB32}};
     for (const auto& Pair : Pairs) {
         SCOPED_TRACE(testing::Message() << Pair[0] << " to " << Pair[1]);
         ColorSpaceConversion Filter;
@@ -312,7 +317,8 @@ TEST(ColorSpaceConversion, EveryPairOfTheTableRunsAndTouchesItsTarget)
         std::vector<std::vector<uint8_t>> Before;
         for (int32_t i = 0; i < Out.GetPlaneCount(); ++i) Before.push_back(PlaneBytes(Out, i));
         ASSERT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
-        for (int32_t i = 0; i < Out.GetPlaneCount(); ++i) EXPECT_TRUE(PlaneBytes(Out, i) != Before[static_cast<size_t>(i)]);
+        for (int32_t i = 0; i < Out.GetPlaneCount(); ++i)
+            EXPECT_TRUE(PlaneBytes(Out, i) != Before[static_cast<size_t>(i)]);
     }
 }
 

@@ -11,7 +11,8 @@ namespace test {
 inline Bytes SamplesOf(const UMC::VideoData& Picture)
 {
     Bytes Samples;
-    tools::ForEachRow(Picture, [&](std::span<const uint8_t> Row) { Samples.insert(Samples.end(), Row.begin(), Row.end()); });
+    tools::ForEachRow(Picture,
+                      [&](std::span<const uint8_t> Row) { Samples.insert(Samples.end(), Row.begin(), Row.end()); });
     return Samples;
 }
 

@@ -58,7 +58,8 @@ Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelForma
     std::ofstream(In, std::ios::binary)
         .write(reinterpret_cast<const char*>(Stream.data()), static_cast<std::streamsize>(Stream.size()));
     const std::string Command = "ffmpeg -v warning -nostdin -threads 1 -f h264 -i " + In +
-                                " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " + Log + " 2>&1";
+                                " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " +
+                                Log + " 2>&1";
     const int Result = std::system(Command.c_str());
     const std::vector<uint8_t> Messages = ReadAll(Log);
     Decoded d{ReadAll(Out), {Messages.begin(), Messages.end()}};

@@ -78,10 +78,10 @@ struct Slice {
     int32_t delta_poc_bottom = 0;
     bool field = false, bottom = false;
     uint32_t redundant_pic_cnt = 0;
-    uint32_t num_ref_idx[2] = {0, 0};                          // not 0: overrides
+    uint32_t num_ref_idx[2] = {0, 0};                              // not 0: overrides
     std::vector<std::pair<uint32_t, uint32_t>> reordering[2] = {}; // operation, value
-    std::vector<std::vector<uint32_t>> marking = {}; // operation and its values; empty: sliding window
-    bool long_term_reference = false;                          // IDR
+    std::vector<std::vector<uint32_t>> marking = {};               // operation and its values; empty: sliding window
+    bool long_term_reference = false;                              // IDR
     uint32_t cabac_init_idc = 0;
     int32_t qp_delta = 0;
     uint32_t disable_deblocking = 1;
@@ -96,8 +96,10 @@ BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Sl
 Bytes Finish(BitWriter& Bits, const Slice& Slice); // trailing bits and the unit
 
 // Whole slices, CAVLC, of Count macroblocks:
-Bytes PcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint8_t Value, int Count = 1);  // every sample Value
-Bytes CopySlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint32_t RefIdx, int Count = 1); // P, from list 0
+Bytes PcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint8_t Value,
+               int Count = 1); // every sample Value
+Bytes CopySlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint32_t RefIdx,
+                int Count = 1); // P, from list 0
 Bytes SkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, int Count = 1);
 
 Bytes operator+(Bytes a, const Bytes& b);

@@ -30,18 +30,10 @@ std::vector<uint8_t> TestRandom::Bytes(Fill How, size_t Count)
     std::vector<uint8_t> Values(Count);
     int Level = Range(0, 255);
     for (uint8_t& Value : Values) switch (How) {
-        case Fill::Random:
-            Value = static_cast<uint8_t>(Range(0, 255));
-            break;
-        case Fill::AllZero:
-            Value = 0;
-            break;
-        case Fill::AllMax:
-            Value = 255;
-            break;
-        case Fill::ZeroOrMax:
-            Value = Range(0, 1) ? 255 : 0;
-            break;
+        case Fill::Random: Value = static_cast<uint8_t>(Range(0, 255)); break;
+        case Fill::AllZero: Value = 0; break;
+        case Fill::AllMax: Value = 255; break;
+        case Fill::ZeroOrMax: Value = Range(0, 1) ? 255 : 0; break;
         case Fill::Smooth: // neighbours differ by a little, as in a picture
             Level = std::clamp(Level + Range(-3, 3), 0, 255);
             Value = static_cast<uint8_t>(Level);

@@ -1,6 +1,5 @@
 #include "tools/common/access_units.h"
 
-
 namespace {
 
 // Offset of the next 00 00 01 at or behind From; the stream's size when there is none.

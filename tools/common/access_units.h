@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
-/// Cuts a stream in front of every access unit (H.264 clause 7.4.1.2.3). A primary picture is taken to begin with the slice
-/// of macroblock 0. What stands before the first start code belongs to the first unit.
+/// Cuts a stream in front of every access unit (H.264 clause 7.4.1.2.3). A primary picture is taken to begin with the
+/// slice of macroblock 0. What stands before the first start code belongs to the first unit.
 std::vector<std::span<const uint8_t>> CutAccessUnits(std::span<const uint8_t> Stream);
 
 /// The cropped size that the first sequence parameter set names; no size when there is none.

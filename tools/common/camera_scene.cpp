@@ -20,7 +20,8 @@ int32_t Noise(int32_t x, int32_t y, int32_t Cell, uint32_t Seed)
 {
     const int32_t cx = x / Cell, cy = y / Cell;
     const auto Corner = [&](int32_t dx, int32_t dy) {
-        return static_cast<int32_t>(Hash(static_cast<uint32_t>(cx + dx), static_cast<uint32_t>(cy + dy), Seed) >> 24) - 128;
+        return static_cast<int32_t>(Hash(static_cast<uint32_t>(cx + dx), static_cast<uint32_t>(cy + dy), Seed) >> 24) -
+               128;
     };
     const auto Smooth = [&](int32_t v) { // 3t^2 - 2t^3 in 1/256
         const int32_t t = v * 256 / Cell;
@@ -35,8 +36,8 @@ int32_t Noise(int32_t x, int32_t y, int32_t Cell, uint32_t Seed)
 // A wave of -256..256 with the given period, made of parabolas.
 int32_t Wave(int64_t t, int64_t Period)
 {
-    const int64_t p = t % Period * 1024 / Period;      // 0..1023
-    const int64_t h = p % 512;                         // within half a wave
+    const int64_t p = t % Period * 1024 / Period; // 0..1023
+    const int64_t h = p % 512;                    // within half a wave
     const auto Value = static_cast<int32_t>(h * (512 - h) / 256);
     return p < 512 ? Value : -Value;
 }
@@ -136,7 +137,8 @@ CameraScene::Colour CameraScene::PersonColour(const Pose& Now, int32_t x, int32_
     constexpr int32_t kOrigin = 4096; // keeps texture coordinates positive
     if (Head >= Body) {
         const int32_t dx = x - Now.HeadX, dy = y - Now.HeadY;
-        const int32_t Grain = Noise(dx + kOrigin, dy + kOrigin, 3, m_Seed + 6) / 16 + Noise(dx + kOrigin, dy + kOrigin, 17, m_Seed + 7) / 8;
+        const int32_t Grain = Noise(dx + kOrigin, dy + kOrigin, 3, m_Seed + 6) / 16 +
+                              Noise(dx + kOrigin, dy + kOrigin, 17, m_Seed + 7) / 8;
         const int32_t EyeX = std::abs(std::abs(dx) - Now.HeadRx * 2 / 5);
         const bool bEye = EyeX * 5 < Now.HeadRx && std::abs(dy + Now.HeadRy / 6) <= Now.EyeRy;
         const bool bMouth = std::abs(dx) * 5 < Now.HeadRx * 2 && std::abs(dy - Now.HeadRy / 2) <= Now.MouthRy;
@@ -176,7 +178,8 @@ void CameraScene::Render(int64_t Index, std::vector<uint8_t>& Picture) const
         for (int32_t x = 0; x < w; ++x) {
             const Colour Pixel = PixelAt(Now, x, y);
             // Sensor noise: the sum of four small uniform values, new in every picture.
-            const uint32_t r = Hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(Index) * 977 + m_Seed);
+            const uint32_t r =
+                Hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(Index) * 977 + m_Seed);
             const auto Grain = static_cast<int32_t>((r & 3) + (r >> 8 & 3) + (r >> 16 & 3) + (r >> 24 & 3)) - 6;
             *pY++ = Clip(Pixel.Y + Grain / 2);
             if (x % 2 == 0 && y % 2 == 0 && x / 2 < cw && y / 2 < ch) {

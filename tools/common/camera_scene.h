@@ -1,6 +1,6 @@
-// A picture sequence rendered to look like a conferencing camera's: a textured person who moves and speaks in front of a
-// furnished wall, a slow pan, sensor noise, and a change of light. The same arguments give the same bytes on every machine:
-// all arithmetic is on integers.
+// A picture sequence rendered to look like a conferencing camera's: a textured person who moves and speaks in front of
+// a furnished wall, a slow pan, sensor noise, and a change of light. The same arguments give the same bytes on every
+// machine: all arithmetic is on integers.
 #pragma once
 
 #include "tools/common/picture_size.h"
@@ -15,7 +15,8 @@ public:
     /// @param Seed  Textures and noise.
     CameraScene(FrameSize Size, int32_t Fps, uint32_t Seed = 1);
 
-    /// Renders picture Index, from 0 on, in any order, as I420 (chroma planes of width / 2 by height / 2, rounded down).
+    /// Renders picture Index, from 0 on, in any order, as I420 (chroma planes of width / 2 by height / 2, rounded
+    /// down).
     void Render(int64_t Index, std::vector<uint8_t>& Picture) const;
 
 private:
@@ -33,6 +34,6 @@ private:
     FrameSize m_Size;
     int32_t m_Fps;
     uint32_t m_Seed;
-    int32_t m_WallWidth;         // the wall is wider than a picture: the camera pans over it
-    std::vector<Colour> m_Wall;  // row by row
+    int32_t m_WallWidth;        // the wall is wider than a picture: the camera pans over it
+    std::vector<Colour> m_Wall; // row by row
 };

@@ -22,7 +22,8 @@ std::vector<uint8_t> ReadWholeFile(const std::string& Name)
     const FileHandle File = OpenForReading(Name);
     std::vector<uint8_t> Bytes;
     uint8_t Chunk[65536];
-    while (const size_t Count = std::fread(Chunk, 1, sizeof Chunk, File.get())) Bytes.insert(Bytes.end(), Chunk, Chunk + Count);
+    while (const size_t Count = std::fread(Chunk, 1, sizeof Chunk, File.get()))
+        Bytes.insert(Bytes.end(), Chunk, Chunk + Count);
     if (std::ferror(File.get())) throw SystemError("cannot read", Name);
     return Bytes;
 }

@@ -22,7 +22,8 @@ bool ReadLine(std::FILE* pFile, std::string& Line)
 
 } // namespace
 
-PictureReader::PictureReader(const std::string& Name, FrameSize Size) : m_Name(Name), m_File(OpenForReading(Name)), m_Size(Size)
+PictureReader::PictureReader(const std::string& Name, FrameSize Size)
+    : m_Name(Name), m_File(OpenForReading(Name)), m_Size(Size)
 {
     char Start[sizeof kMagic - 1];
     const size_t Count = std::fread(Start, 1, sizeof Start, m_File.get());
@@ -55,7 +56,8 @@ void PictureReader::ReadHeader()
         default: break;
         }
     }
-    if (!Size || Size.Width > 16384 || Size.Height > 16384) throw CliError("no usable size in the y4m header of " + m_Name);
+    if (!Size || Size.Width > 16384 || Size.Height > 16384)
+        throw CliError("no usable size in the y4m header of " + m_Name);
     if (m_Size && m_Size != Size) throw CliError("--size differs from the y4m header of " + m_Name);
     if (m_RateNumerator <= 0 || m_RateDenominator <= 0) m_RateNumerator = 0, m_RateDenominator = 1;
     m_Size = Size;
@@ -69,7 +71,8 @@ bool PictureReader::Next(std::vector<uint8_t>& Picture)
         if (Line.rfind("FRAME", 0) != 0) throw CliError("broken y4m picture header in " + m_Name);
     }
     // Odd sizes: the file's chroma planes round up, the library's picture rounds down.
-    const size_t ChromaWidth = static_cast<size_t>(m_Size.Width + 1) / 2, ChromaHeight = static_cast<size_t>(m_Size.Height + 1) / 2;
+    const size_t ChromaWidth = static_cast<size_t>(m_Size.Width + 1) / 2,
+                 ChromaHeight = static_cast<size_t>(m_Size.Height + 1) / 2;
     const size_t FileBytes = m_bY4m ? m_Size.LumaBytes() + 2 * ChromaWidth * ChromaHeight : m_Size.I420Bytes();
     Picture.resize(FileBytes);
     const size_t Count = std::fread(Picture.data(), 1, FileBytes, m_File.get());

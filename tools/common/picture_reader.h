@@ -10,8 +10,8 @@
 class PictureReader
 {
 public:
-    /// A file that begins as a y4m file is read as one; otherwise it is raw I420 of the given size. CliError for a missing
-    /// file, a missing or contradicting size, an empty file, or a y4m layout that is not 8-bit 4:2:0.
+    /// A file that begins as a y4m file is read as one; otherwise it is raw I420 of the given size. CliError for a
+    /// missing file, a missing or contradicting size, an empty file, or a y4m layout that is not 8-bit 4:2:0.
     PictureReader(const std::string& Name, FrameSize Size);
 
     FrameSize Size() const { return m_Size; }

@@ -13,7 +13,10 @@ static int64_t Milliseconds()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-Progress::Progress(std::string What, bool bQuiet) : m_What(std::move(What)), m_bOn(!bQuiet && platform::ErrorIsTerminal()) {}
+Progress::Progress(std::string What, bool bQuiet)
+    : m_What(std::move(What)), m_bOn(!bQuiet && platform::ErrorIsTerminal())
+{
+}
 
 Progress::~Progress()
 {

@@ -1,4 +1,5 @@
-// h264_compare: decodes a stream and names the first picture and macroblock that differ from another decoder's pictures.
+// h264_compare: decodes a stream and names the first picture and macroblock that differ from another decoder's
+// pictures.
 #include "tools/h264_decode/stream_decoder.h"
 
 #include <CLI/CLI.hpp>
@@ -55,7 +56,8 @@ private:
                 return;
             }
             const auto Differing = std::mismatch(Row.begin(), Row.end(), pOurs);
-            if (Differing.first != Row.end()) Report(Info, Plane, static_cast<int32_t>(Differing.first - Row.begin()), y, Row, pOurs);
+            if (Differing.first != Row.end())
+                Report(Info, Plane, static_cast<int32_t>(Differing.first - Row.begin()), y, Row, pOurs);
         }
     }
     void Report(const UMC::PlaneInfo& Info, int32_t Plane, int32_t Byte, int32_t y, const std::vector<uint8_t>& Row,
@@ -64,7 +66,8 @@ private:
         m_IsEqual = false;
         const int32_t x = Byte / Info.m_SampleBytes;
         std::printf("picture %zu, plane %s, sample (%d, %d), macroblock (%d, %d): %d, expected %d\n", m_Pictures,
-                    kPlaneName[Plane], x, y, x * Info.m_WidthDiv / 16, y * Info.m_HeightDiv / 16, pOurs[Byte], Row[static_cast<size_t>(Byte)]);
+                    kPlaneName[Plane], x, y, x * Info.m_WidthDiv / 16, y * Info.m_HeightDiv / 16, pOurs[Byte],
+                    Row[static_cast<size_t>(Byte)]);
     }
 
     std::ifstream m_File;

@@ -72,9 +72,8 @@ private:
     {
         const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> Context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
         EVP_DigestInit_ex(Context.get(), EVP_md5(), nullptr);
-        tools::ForEachRow(Picture, [&](std::span<const uint8_t> Row) {
-            EVP_DigestUpdate(Context.get(), Row.data(), Row.size());
-        });
+        tools::ForEachRow(
+            Picture, [&](std::span<const uint8_t> Row) { EVP_DigestUpdate(Context.get(), Row.data(), Row.size()); });
         unsigned char Digest[EVP_MAX_MD_SIZE];
         unsigned Size = 0;
         EVP_DigestFinal_ex(Context.get(), Digest, &Size);
@@ -119,7 +118,8 @@ int Run(const Options& Wanted)
     Writer.Finish();
     const double Rate = Seconds > 0 ? static_cast<double>(Frames) / Seconds : 0;
     if (Wanted.Json) {
-        std::cout << nlohmann::json{{"frames", Frames}, {"cpu_seconds", Seconds}, {"fps", Rate}, {"status", Fault}} << '\n';
+        std::cout << nlohmann::json{{"frames", Frames}, {"cpu_seconds", Seconds}, {"fps", Rate}, {"status", Fault}}
+                  << '\n';
     } else {
         std::printf("%zu frames, %.3f s of processor time, %.1f frames per second\n", Frames, Seconds, Rate);
     }
@@ -134,7 +134,8 @@ try {
     Options Wanted;
     CLI::App App("Decodes an H.264 stream and writes every picture as raw samples");
     App.add_option("IN", Wanted.Input, "Annex B byte stream, or an MP4 file with --mp4")->required();
-    auto* const pOutput = App.add_option("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");
+    auto* const pOutput =
+        App.add_option("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");
     App.add_option("--threads", Wanted.Threads, "decoding threads")->check(CLI::Range(1, 8));
     App.add_flag("--mp4", Wanted.IsMP4, "IN is an MP4 file");
     App.add_option("--framemd5", Wanted.FrameMd5, "one MD5 a picture");

@@ -10,7 +10,7 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-constexpr size_t kFullBoxHeader = 4;     // version and flags
+constexpr size_t kFullBoxHeader = 4;      // version and flags
 constexpr size_t kVisualEntryHeader = 78; // fields of a visual sample entry in front of its boxes
 
 [[noreturn]] void Fail() { throw std::runtime_error("not an MP4 file with an H.264 track"); }
@@ -42,8 +42,7 @@ void ForEachBox(Bytes Data, Visitor&& Visit)
             Size = Data.size();
         }
         if (Size < Header || Size > Data.size()) Fail();
-        Visit(std::string_view(reinterpret_cast<const char*>(Data.data()) + 4, 4),
-              Part(Data, Header, Size - Header));
+        Visit(std::string_view(reinterpret_cast<const char*>(Data.data()) + 4, 4), Part(Data, Header, Size - Header));
         Data = Data.subspan(static_cast<size_t>(Size));
     }
 }
@@ -77,9 +76,10 @@ class Table
 {
 public:
     Table(Bytes Body, size_t CountOffset, size_t EntrySize)
-        : m_Count(Number32(Body, CountOffset)),
-          m_Entries(Part(Body, CountOffset + 4, uint64_t{m_Count} * EntrySize)), m_EntrySize(EntrySize)
-    {}
+        : m_Count(Number32(Body, CountOffset)), m_Entries(Part(Body, CountOffset + 4, uint64_t{m_Count} * EntrySize)),
+          m_EntrySize(EntrySize)
+    {
+    }
     uint32_t Count() const { return m_Count; }
     uint64_t At(uint32_t Index, size_t Field, size_t Size) const
     {

@@ -68,7 +68,8 @@ public:
     }
     void Drain()
     {
-        while (m_Decoder.GetFrame(nullptr, &m_Output) == UMC::StatusOk) {}
+        while (m_Decoder.GetFrame(nullptr, &m_Output) == UMC::StatusOk) {
+        }
     }
 
 private:

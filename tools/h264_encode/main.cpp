@@ -33,15 +33,9 @@ struct Result {
     double Seconds = 0.0; // of processor time
 };
 
-[[noreturn]] void Fail(const std::string& What)
-{
-    throw std::runtime_error(What);
-}
+[[noreturn]] void Fail(const std::string& What) { throw std::runtime_error(What); }
 
-std::string StatusText(UMC::Status s)
-{
-    return "status " + std::to_string(s);
-}
+std::string StatusText(UMC::Status s) { return "status " + std::to_string(s); }
 
 Options ParseCommandLine(int argc, char** argv)
 {
@@ -56,8 +50,9 @@ Options ParseCommandLine(int argc, char** argv)
     App.add_option("--set", o.Sets, "NAME=VALUE, a field of the settings record")->take_all();
     App.add_option("-o", o.Out, "byte stream");
     App.add_option("--recon", o.Recon, "reconstruction in display order");
-    App.add_option("--compare", o.Compare, "pictures that another decoder made of the stream: names the first macroblock "
-                                           "that differs from the reconstruction");
+    App.add_option("--compare", o.Compare,
+                   "pictures that another decoder made of the stream: names the first macroblock "
+                   "that differs from the reconstruction");
     App.add_option("--frames", o.Frames, "code no more pictures than this");
     App.add_option("--loop", o.Loop, "encode this many times from memory")->check(CLI::PositiveNumber);
     App.add_flag("--no-output", o.bNoOutput, "write no stream");
@@ -170,9 +165,9 @@ private:
                     FirstPlane = Plane;
                 }
         }
-        Fail("picture " + std::to_string(m_Index - 1) + " differs from macroblock " + std::to_string(First) + " on (column " +
-             std::to_string(First % m_MbWidth) + ", row " + std::to_string(First / m_MbWidth) + ", plane " +
-             std::to_string(FirstPlane) + ")");
+        Fail("picture " + std::to_string(m_Index - 1) + " differs from macroblock " + std::to_string(First) +
+             " on (column " + std::to_string(First % m_MbWidth) + ", row " + std::to_string(First / m_MbWidth) +
+             ", plane " + std::to_string(FirstPlane) + ")");
     }
 
     std::vector<uint8_t> m_Pictures;
@@ -283,7 +278,8 @@ void Report(const Options& o, const Result& r, double FrameRate)
     const double PerFrame = r.Frames ? static_cast<double>(r.Bytes) * 8.0 / static_cast<double>(r.Frames) : 0.0;
     const double Kbps = PerFrame * FrameRate / 1000.0;
     if (o.bJson) {
-        const nlohmann::json j{{"frames", r.Frames}, {"bytes", r.Bytes}, {"kbps", Kbps}, {"seconds", r.Seconds}, {"fps", Fps}};
+        const nlohmann::json j{
+            {"frames", r.Frames}, {"bytes", r.Bytes}, {"kbps", Kbps}, {"seconds", r.Seconds}, {"fps", Fps}};
         std::printf("%s\n", j.dump().c_str());
     } else {
         std::printf("%lld frames, %lld bytes, %.1f kbit/s, %.3f s of processor time, %.1f frames/s\n",

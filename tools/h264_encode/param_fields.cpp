@@ -37,21 +37,56 @@ Setter Info(T UMC::VideoStreamInfo::*Field)
 const std::map<std::string, Setter>& Setters()
 {
     using P = H264EncoderParams;
-#define FIELD(Name) {#Name, Integer(&P::Name)}
-    static const std::map<std::string, Setter> Table{
-        FIELD(chroma_format_idc), FIELD(coding_type), FIELD(num_b_frames), FIELD(b_ref_mode), FIELD(num_ref_frames),
-        FIELD(num_ref_to_start_b), FIELD(level_idc), FIELD(rate_control_method), FIELD(quant_i), FIELD(quant_p),
-        FIELD(quant_b), FIELD(num_slices), FIELD(keep_pattern_at_key), FIELD(deblocking_filter_idc),
-        FIELD(deblocking_alpha_offset), FIELD(deblocking_beta_offset), FIELD(search_method), FIELD(partition_level),
-        FIELD(search_x), FIELD(search_y), FIELD(use_weighted_pred), FIELD(use_weighted_bipred),
-        FIELD(use_implicit_weighted_bipred), FIELD(direct_pred_mode), FIELD(direct_8x8_inference),
-        FIELD(entropy_coding_mode), FIELD(cabac_init_idc), FIELD(write_access_unit_delimiters),
-        FIELD(key_frame_method), FIELD(key_frame_interval), FIELD(idr_interval), FIELD(profile_idc),
-        FIELD(transform_8x8_mode), FIELD(qpprime_y_zero_transform_bypass), FIELD(use_default_scaling_matrix),
-        FIELD(aux_format_idc), FIELD(alpha_incr_flag), FIELD(alpha_opaque_value), FIELD(alpha_transparent_value),
-        FIELD(bit_depth_aux), FIELD(bit_depth_luma), FIELD(bit_depth_chroma), FIELD(num_frames), FIELD(analysis_level),
-        {"bitrate", Info(&UMC::VideoStreamInfo::m_Bitrate)},
-        {"frame_rate", Info(&UMC::VideoStreamInfo::m_FrameRate)}};
+#define FIELD(Name)                                                                                                    \
+    {                                                                                                                  \
+#Name, Integer(&P::Name)                                                                                       \
+    }
+    static const std::map<std::string, Setter> Table{FIELD(chroma_format_idc),
+                                                     FIELD(coding_type),
+                                                     FIELD(num_b_frames),
+                                                     FIELD(b_ref_mode),
+                                                     FIELD(num_ref_frames),
+                                                     FIELD(num_ref_to_start_b),
+                                                     FIELD(level_idc),
+                                                     FIELD(rate_control_method),
+                                                     FIELD(quant_i),
+                                                     FIELD(quant_p),
+                                                     FIELD(quant_b),
+                                                     FIELD(num_slices),
+                                                     FIELD(keep_pattern_at_key),
+                                                     FIELD(deblocking_filter_idc),
+                                                     FIELD(deblocking_alpha_offset),
+                                                     FIELD(deblocking_beta_offset),
+                                                     FIELD(search_method),
+                                                     FIELD(partition_level),
+                                                     FIELD(search_x),
+                                                     FIELD(search_y),
+                                                     FIELD(use_weighted_pred),
+                                                     FIELD(use_weighted_bipred),
+                                                     FIELD(use_implicit_weighted_bipred),
+                                                     FIELD(direct_pred_mode),
+                                                     FIELD(direct_8x8_inference),
+                                                     FIELD(entropy_coding_mode),
+                                                     FIELD(cabac_init_idc),
+                                                     FIELD(write_access_unit_delimiters),
+                                                     FIELD(key_frame_method),
+                                                     FIELD(key_frame_interval),
+                                                     FIELD(idr_interval),
+                                                     FIELD(profile_idc),
+                                                     FIELD(transform_8x8_mode),
+                                                     FIELD(qpprime_y_zero_transform_bypass),
+                                                     FIELD(use_default_scaling_matrix),
+                                                     FIELD(aux_format_idc),
+                                                     FIELD(alpha_incr_flag),
+                                                     FIELD(alpha_opaque_value),
+                                                     FIELD(alpha_transparent_value),
+                                                     FIELD(bit_depth_aux),
+                                                     FIELD(bit_depth_luma),
+                                                     FIELD(bit_depth_chroma),
+                                                     FIELD(num_frames),
+                                                     FIELD(analysis_level),
+                                                     {"bitrate", Info(&UMC::VideoStreamInfo::m_Bitrate)},
+                                                     {"frame_rate", Info(&UMC::VideoStreamInfo::m_FrameRate)}};
 #undef FIELD
     return Table;
 }

@@ -25,12 +25,13 @@ class Session
 {
 public:
     Session(const Options& Set, FrameSize Size)
-        : m_Size(Size), m_Decoder(MakeCodec(100 + static_cast<uint32_t>(Set.Mode))), m_Out(Set.Out), m_bY4m(EndsWith(Set.Out, ".y4m")),
-          m_Picture(Size.I420Bytes())
+        : m_Size(Size), m_Decoder(MakeCodec(100 + static_cast<uint32_t>(Set.Mode))), m_Out(Set.Out),
+          m_bY4m(EndsWith(Set.Out, ".y4m")), m_Picture(Size.I420Bytes())
     {
         if (!m_Decoder->InitDecoder(Size.Width, Size.Height)) throw CliError("the decoder refuses this size");
         if (m_bY4m)
-            m_Out.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) + " F30:1 Ip A0:0 C420\n");
+            m_Out.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) +
+                        " F30:1 Ip A0:0 C420\n");
     }
 
     /// Whether a picture came out.
@@ -54,7 +55,8 @@ public:
     void Finish()
     {
         static constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
-        while (Feed(kDelimiter)) {}
+        while (Feed(kDelimiter)) {
+        }
         m_Out.Close();
     }
 
@@ -63,9 +65,12 @@ public:
         const std::string Engine = TagText(m_Decoder->GetBackendTag());
         const double Speed = PerSecond(m_Frames, m_Timer.Seconds());
         if (Set.bJson) {
-            const nlohmann::json Json{{"engine", Engine},     {"width", m_Size.Width},
-                                      {"height", m_Size.Height}, {"frames", m_Frames},
-                                      {"cpu_seconds", m_Timer.Seconds()}, {"frames_per_second", Speed}};
+            const nlohmann::json Json{{"engine", Engine},
+                                      {"width", m_Size.Width},
+                                      {"height", m_Size.Height},
+                                      {"frames", m_Frames},
+                                      {"cpu_seconds", m_Timer.Seconds()},
+                                      {"frames_per_second", Speed}};
             std::printf("%s\n", Json.dump(2).c_str());
         } else if (!Set.bQuiet) {
             std::printf("engine %s, %dx%d, %lld frames, %.1f frames/s\n", Engine.c_str(), m_Size.Width, m_Size.Height,

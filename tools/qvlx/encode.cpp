@@ -67,7 +67,8 @@ private:
     void Feed(const uint8_t* pUnit, int32_t Length)
     {
         int32_t Type = kFrameFailed;
-        if (!m_Decoder->Decode(pUnit, Length, m_Picture.data(), &Type) || Type == kFrameFailed || m_Sources.empty()) return;
+        if (!m_Decoder->Decode(pUnit, Length, m_Picture.data(), &Type) || Type == kFrameFailed || m_Sources.empty())
+            return;
         const uint8_t *pA = m_Sources.front().data(), *pB = m_Picture.data();
         const size_t Luma = m_Size.LumaBytes();
         m_Planes[0].Add(pA, pB, Luma);
@@ -83,22 +84,30 @@ private:
     Psnr m_Planes[3];
 };
 
-void Report(const Options& Set, const Totals& Sum, const std::string& Engine, FrameSize Size, double Fps, const QualityMeter* pMeter)
+void Report(const Options& Set, const Totals& Sum, const std::string& Engine, FrameSize Size, double Fps,
+            const QualityMeter* pMeter)
 {
-    const double Kbps = Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 * Fps / 1000.0 / static_cast<double>(Sum.Frames) : 0;
+    const double Kbps =
+        Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 * Fps / 1000.0 / static_cast<double>(Sum.Frames) : 0;
     const double Speed = PerSecond(Sum.Frames, Sum.Timer.Seconds());
     if (Set.bJson) {
-        nlohmann::json Json{{"engine", Engine},       {"width", Size.Width},  {"height", Size.Height},
-                            {"frames", Sum.Frames},   {"keys", Sum.Keys},     {"bytes", Sum.Bytes},
-                            {"kbps", Kbps},           {"cpu_seconds", Sum.Timer.Seconds()}, {"frames_per_second", Speed}};
-        if (pMeter)
-            Json["psnr"] = {{"y", pMeter->Decibels(0)}, {"u", pMeter->Decibels(1)}, {"v", pMeter->Decibels(2)}};
+        nlohmann::json Json{{"engine", Engine},
+                            {"width", Size.Width},
+                            {"height", Size.Height},
+                            {"frames", Sum.Frames},
+                            {"keys", Sum.Keys},
+                            {"bytes", Sum.Bytes},
+                            {"kbps", Kbps},
+                            {"cpu_seconds", Sum.Timer.Seconds()},
+                            {"frames_per_second", Speed}};
+        if (pMeter) Json["psnr"] = {{"y", pMeter->Decibels(0)}, {"u", pMeter->Decibels(1)}, {"v", pMeter->Decibels(2)}};
         std::printf("%s\n", Json.dump(2).c_str());
     } else if (!Set.bQuiet) {
-        std::printf("engine %s, %dx%d, %lld frames (%lld key), %.1f kb/s, %.1f frames/s\n", Engine.c_str(), Size.Width, Size.Height,
-                    static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Keys), Kbps, Speed);
+        std::printf("engine %s, %dx%d, %lld frames (%lld key), %.1f kb/s, %.1f frames/s\n", Engine.c_str(), Size.Width,
+                    Size.Height, static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Keys), Kbps, Speed);
         if (pMeter)
-            std::printf("PSNR Y %.2f dB, U %.2f dB, V %.2f dB\n", pMeter->Decibels(0), pMeter->Decibels(1), pMeter->Decibels(2));
+            std::printf("PSNR Y %.2f dB, U %.2f dB, V %.2f dB\n", pMeter->Decibels(0), pMeter->Decibels(1),
+                        pMeter->Decibels(2));
     }
 }
 
@@ -152,8 +161,10 @@ Command AddEncode(CLI::App& App)
     App.add_option("-o", pSet->Out, "Byte stream to write")->required();
     App.add_option("--size", pSet->Size, "WxH of raw pictures");
     App.add_option("--fps", pSet->Fps, "Frames a second (default: the file's, else 30)")->check(CLI::Range(1, 1000));
-    App.add_option("--keyint", pSet->KeyInterval, "Pictures between key pictures (default: the engine's)")->check(CLI::NonNegativeNumber);
-    App.add_option("--kbps", pSet->Kbps, "Target rate in kilobits a second (default: the engine's)")->check(CLI::Range(1, 2000000));
+    App.add_option("--keyint", pSet->KeyInterval, "Pictures between key pictures (default: the engine's)")
+        ->check(CLI::NonNegativeNumber);
+    App.add_option("--kbps", pSet->Kbps, "Target rate in kilobits a second (default: the engine's)")
+        ->check(CLI::Range(1, 2000000));
     App.add_option("--mode", pSet->Mode, "Selection mode (default 1)")->check(CLI::Range(0, 99));
     App.add_option("--frames", pSet->Frames, "Stop after so many pictures")->check(CLI::PositiveNumber);
     App.add_option("--force-key", pSet->ForceKey, "Pictures to make key pictures, from 0: N,N,..")->delimiter(',');

@@ -34,9 +34,18 @@ try {
     CLI::App App("H.264 encoding and decoding through the Quilvex library", "qvlx");
     App.require_subcommand(1);
     const std::pair<CLI::App*, Command> Commands[] = {
-        [&] { auto* p = App.add_subcommand("encode", "Compress pictures to an H.264 byte stream"); return std::pair{p, AddEncode(*p)}; }(),
-        [&] { auto* p = App.add_subcommand("decode", "Decompress an H.264 byte stream"); return std::pair{p, AddDecode(*p)}; }(),
-        [&] { auto* p = App.add_subcommand("probe", "Tell which engine serves each request"); return std::pair{p, AddProbe(*p)}; }(),
+        [&] {
+            auto* p = App.add_subcommand("encode", "Compress pictures to an H.264 byte stream");
+            return std::pair{p, AddEncode(*p)};
+        }(),
+        [&] {
+            auto* p = App.add_subcommand("decode", "Decompress an H.264 byte stream");
+            return std::pair{p, AddDecode(*p)};
+        }(),
+        [&] {
+            auto* p = App.add_subcommand("probe", "Tell which engine serves each request");
+            return std::pair{p, AddProbe(*p)};
+        }(),
     };
     try {
         App.parse(argc, argv);

@@ -10,9 +10,9 @@ struct Request {
     uint32_t id;
     const char* pMeaning;
 };
-constexpr Request kRequests[] = {{1, "encoder, hardware first"}, {101, "decoder, hardware first"},
-                                 {2, "Intel software implementation first"}, {11, "encoder, hardware only"},
-                                 {111, "decoder, hardware only"}, {0, "software"}};
+constexpr Request kRequests[] = {
+    {1, "encoder, hardware first"}, {101, "decoder, hardware first"}, {2, "Intel software implementation first"},
+    {11, "encoder, hardware only"}, {111, "decoder, hardware only"},  {0, "software"}};
 
 void Probe(bool bJson)
 {
