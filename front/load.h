@@ -1,7 +1,8 @@
 // What runs when the library is loaded and unloaded.
 #pragma once
 
-/// Binds the kernels to the processor and initialises the AMD run time, in this order; failures are ignored.
+/// Initialises the AMD run time; a failure is ignored. The kernels have bound themselves to the processor by then
+/// (kernels/dispatch/kernels.cpp).
 void OnLibraryLoad();
 /// Terminates the AMD run time.
 void OnLibraryUnload();

@@ -95,3 +95,12 @@ def digest_difference(ours, expected, in_order):
         return None
     first = next((i for i, (a, b) in enumerate(zip(ours, expected)) if a != b), min(len(ours), len(expected)))
     return f"{len(ours)} pictures of {len(expected)}, the first difference at picture {first}"
+
+
+def fails(*command, text):
+    """The lines of a failure: an exit status other than 0, no crash, and a first line on standard error that holds the text."""
+    result = run(*command, expect=None)
+    lines = result.stderr.decode(errors="replace").splitlines()
+    check(result.returncode > 0, f"{command}: exit status {result.returncode}")
+    check(lines and text in lines[0], f"{command}: {lines}")
+    return lines

@@ -10,16 +10,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-from oracle import TestFailure, check, ffmpeg_headers, ffmpeg_pictures, run, run_json, same_pictures  # noqa: E402
-
-
-def fails(*command, text):
-    """A failure: non-zero, nothing on standard output, and one line on standard error that holds the text."""
-    result = run(*command, expect=None)
-    lines = result.stderr.decode().splitlines()
-    check(result.returncode not in (0, -6, -11), f"{command[1:]}: exit status {result.returncode}")
-    check(len(lines) >= 1 and text in lines[0] and not result.stdout, f"{command[1:]}: {lines}")
-    return lines
+from oracle import TestFailure, check, fails, ffmpeg_headers, ffmpeg_pictures, run, run_json, same_pictures  # noqa: E402
 
 
 def failures(qvlx, folder, source):

@@ -1,5 +1,4 @@
 // h264_decode: decodes a stream with UMC::H264VideoDecoder and writes every picture as raw samples.
-#include "kernels/dispatch/kernels.h"
 #include "tools/h264_decode/mp4_samples.h"
 #include "tools/h264_decode/stream_decoder.h"
 
@@ -123,7 +122,7 @@ int Run(const Options& Wanted)
     } else {
         std::printf("%zu frames, %.3f s of processor time, %.1f frames per second\n", Frames, Seconds, Rate);
     }
-    if (Fault != UMC::StatusOk) std::cerr << Wanted.Input << ": decoder status " << Fault << '\n';
+    if (Fault != UMC::StatusOk) std::cerr << "h264_decode: " << Wanted.Input << ": decoder status " << Fault << '\n';
     return Fault != UMC::StatusOk || Frames == 0 ? 1 : 0;
 }
 
@@ -143,8 +142,6 @@ try {
     auto* const pNoOutput = App.add_flag("--no-output", Wanted.NoOutput, "write no pictures");
     App.add_flag("--json", Wanted.Json, "print one object");
     CLI11_PARSE(App, argc, argv);
-    kernels::InitKernelsWaterfall();
-    kernels::InitKernelsStatic();
     if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())
         throw std::runtime_error("one of --output, --framemd5 and --no-output is needed");
     return Run(Wanted);

@@ -1,6 +1,5 @@
 // h264_encode: drives UMC::H264VideoEncoder with any setting and writes the stream and its reconstruction.
 #include "encoder/h264_video_encoder.h"
-#include "kernels/dispatch/kernels.h"
 #include "media/umc_video_data.h"
 #include "tools/h264_encode/param_fields.h"
 
@@ -290,7 +289,6 @@ void Report(const Options& o, const Result& r, double FrameRate)
 int Main(int argc, char** argv)
 {
     const Options o = ParseCommandLine(argc, argv);
-    kernels::InitKernelsWaterfall();
     const UMC::H264EncoderParams Params = MakeParams(o);
     std::vector<uint8_t> Pictures = ReadFile(o.In);
     Result Total;
@@ -298,6 +296,7 @@ int Main(int argc, char** argv)
         Run r(o, Params);
         size_t Count = Pictures.size() / r.PictureBytes();
         if (Count == 0) Fail(o.In + " holds no whole picture of this size");
+        if (Pictures.size() % r.PictureBytes()) Fail("the last picture is cut short in " + o.In);
         if (o.Frames > 0) Count = std::min(Count, static_cast<size_t>(o.Frames));
         OutputFile Stream(i == 0 && !o.bNoOutput ? o.Out : std::string());
         ReconstructionWriter Recon(i == 0 ? o.Recon : std::string(), i == 0 ? o.Compare : std::string(), o.Width);
