@@ -46,14 +46,12 @@ bool ProbeAmd()
 {
     if (AmdProbeHangCount > kAmdHangsTolerated) return false;
     auto pProbe = std::make_unique<AmdProbe>();
-    switch (platform::RunWithTimeout(AmdProbe::Run, pProbe.get(), kAmdTimeoutMs)) {
-    case platform::BoundedResult::Finished: return pProbe->bSupported;
-    case platform::BoundedResult::TimedOut:
-        ++AmdProbeHangCount;
-        static_cast<void>(pProbe.release()); // deliberate: whatever still runs may write to it
-        return false;
-    case platform::BoundedResult::NotStarted: break;
-    }
+    const platform::BoundedResult Result = platform::RunWithTimeout(AmdProbe::Run, pProbe.get(), kAmdTimeoutMs);
+    if (Result == platform::BoundedResult::Finished) return pProbe->bSupported;
+    if (Result == platform::BoundedResult::NotStarted) return false;
+    ++AmdProbeHangCount;
+    if (Result == platform::BoundedResult::Abandoned)
+        static_cast<void>(pProbe.release()); // still being written to, perhaps
     return false;
 }
 

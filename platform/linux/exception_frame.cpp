@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 
 namespace platform {
 
@@ -113,6 +114,9 @@ private:
     bool m_bStackSet = false;
 };
 
+// The thread's own, not a local object: a thread that is killed inside a frame still gives it back when it ends.
+thread_local std::optional<OutermostFrame> t_Outermost;
+
 bool RunFrame(void (*pBody)(void*), void* pContext, uint32_t* pCode)
 {
     Frame Own;
@@ -139,8 +143,10 @@ bool RunFrame(void (*pBody)(void*), void* pContext, uint32_t* pCode)
 bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode)
 {
     if (t_pFrame) return RunFrame(pBody, pContext, pCode);
-    const OutermostFrame Outermost;
-    return RunFrame(pBody, pContext, pCode);
+    t_Outermost.emplace();
+    const bool bDone = RunFrame(pBody, pContext, pCode);
+    t_Outermost.reset();
+    return bDone;
 }
 
 } // namespace platform

@@ -60,7 +60,7 @@ constexpr uint32_t kKillMilliseconds = 500; // for the killed thread to end
 
 std::mutex g_SignalLock; // guards the handler of the kill signal
 
-void Kill(pthread_t Thread)
+BoundedResult Kill(pthread_t Thread)
 {
     const std::lock_guard Held(g_SignalLock);
     SignalAction Action{}, Previous{};
@@ -68,8 +68,10 @@ void Kill(pthread_t Thread)
     sigaction(KillSignal(), &Action, &Previous);
     pthread_kill(Thread, KillSignal());
     const timespec Until = Deadline(kKillMilliseconds);
-    if (pthread_timedjoin_np(Thread, nullptr, &Until) != 0) pthread_detach(Thread); // held in the kernel: left behind
+    const bool bEnded = pthread_timedjoin_np(Thread, nullptr, &Until) == 0;
+    if (!bEnded) pthread_detach(Thread);
     sigaction(KillSignal(), &Previous, nullptr);
+    return bEnded ? BoundedResult::TimedOut : BoundedResult::Abandoned;
 }
 
 } // namespace
@@ -82,8 +84,7 @@ BoundedResult RunWithTimeout(void (*pWork)(void* pContext), void* pContext, uint
     static_cast<void>(pOwn.release()); // the thread's now
     const timespec Until = Deadline(Milliseconds);
     if (pthread_timedjoin_np(Thread, nullptr, &Until) == 0) return BoundedResult::Finished;
-    Kill(Thread);
-    return BoundedResult::TimedOut;
+    return Kill(Thread);
 }
 
 } // namespace platform
