@@ -1,20 +1,11 @@
-// Memory, flat fill and flat copy. Statuses: 0 success, -8 null pointer, -6 non-positive region, -14 non-positive step;
-// the first that applies in this order, and then nothing is touched.
+// Memory, flat fill and flat copy, planes of bytes. Statuses (kernels/status.h): 0, -8, -6, -14.
 #pragma once
 
+#include "kernels/status.h"
+
 #include <cstddef>
-#include <cstdint>
 
 namespace kernels {
-
-inline constexpr int32_t kStatusOk = 0;
-inline constexpr int32_t kStatusNullPointer = -8;
-inline constexpr int32_t kStatusSize = -6;
-inline constexpr int32_t kStatusStep = -14;
-inline constexpr int32_t kStatusMask = -33;
-inline constexpr int32_t kStatusNoMemory = -9;
-inline constexpr int32_t kStatusMode = -9999;
-inline constexpr int32_t kStatusSigma = -5;
 
 // Aligned blocks from the system: size + 36 bytes taken, a 32-byte aligned address inside them returned. Null for a
 // non-positive size or when memory is exhausted. Free(null) does nothing. These have no tiers.
@@ -33,7 +24,12 @@ SetBytesSig SetBytes_px;
 using Copy8uSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
                           int32_t Width, int32_t Height);
 using Set8uSig = int32_t(uint8_t Value, uint8_t* pPlane, ptrdiff_t Step, int32_t Width, int32_t Height);
+// Writes a plane into the first byte of every four of the target, which has Width pixels of four bytes in a row: a
+// pointer to the fourth byte of the first pixel fills the fourth channel. The other bytes stay.
+using CopyChannel8uC1C4Sig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget,
+                                     ptrdiff_t TargetStep, int32_t Width, int32_t Height);
 Copy8uSig Copy8u_px;
 Set8uSig Set8u_px;
+CopyChannel8uC1C4Sig CopyChannel8uC1C4_px;
 
 } // namespace kernels

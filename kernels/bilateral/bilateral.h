@@ -1,0 +1,39 @@
+// The edge-keeping smoothing filter: for each sample a weighted mean of a window around it, with the weight
+//
+//     exp(-0.5 * d^2 / PositionSquareSigma) * exp(-0.5 * v^2 / ValueSquareSigma)
+//
+// d being the distance from the window's centre in pixels and v the difference of the sample values. Only the window
+// positions on a grid of StepInKernel around the centre take part: a step of 6 in a window of 13 leaves nine taps.
+//
+// The work buffer holds the tables and the rows that let the filter run in place. BilateralGetSize tells its size,
+// BilateralInit fills it for one set of parameters, BilateralFilter tests that it did; a buffer serves one thread at a
+// time and any number of calls with a width, height and window as they were given to BilateralGetSize, or smaller.
+#pragma once
+
+#include "kernels/status.h"
+
+#include <cstddef>
+
+namespace kernels {
+
+// kBilateralGauss cuts the value table off where its term is lost in the mean, kBilateralGaussFull keeps all 256.
+enum BilateralType : int32_t { kBilateralGauss = 100, kBilateralGaussFull = 101 };
+
+// Bytes of the work buffer for a region of Width x Height and a window of KernelWidth x KernelHeight, both odd.
+// -8, -6, -33 for a window side that is not positive and odd, -9999 for another type.
+using BilateralGetSizeSig = int32_t(int32_t Type, int32_t Width, int32_t Height, int32_t KernelWidth,
+                                    int32_t KernelHeight, int32_t* pSize);
+// -8, -33, -9999, -5 for a square sigma or step that is not positive.
+using BilateralInitSig = int32_t(int32_t Type, int32_t KernelWidth, int32_t KernelHeight, float ValueSquareSigma,
+                                 float PositionSquareSigma, int32_t StepInKernel, uint8_t* pBuffer);
+// The region is Width x Height samples at pSource; half a window around it is read and must exist. Steps are bytes from
+// one row to the next. The target is the same plane with the same step, or does not overlap: both give the same result.
+// -8, -6, -14, -33 for a window other than the buffer's, -17 for a buffer without the tag.
+using BilateralFilterSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
+                                   int32_t Width, int32_t Height, int32_t KernelWidth, int32_t KernelHeight,
+                                   uint8_t* pBuffer);
+BilateralGetSizeSig BilateralGetSize_px;
+BilateralInitSig BilateralInit_px;
+BilateralFilterSig BilateralFilter_px;
+
+} // namespace kernels
