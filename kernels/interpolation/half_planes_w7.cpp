@@ -45,19 +45,16 @@ struct ColumnWalk {
     }
 };
 
-// The second pass over six vertical sums: (sum + 512) >> 10. The sum needs 20 bits, so it is made of 32-bit products.
+// The second pass over six vertical sums: (a - 5b + 20c + 512) >> 10 with a, b and c the sums of the outer, middle and
+// inner pair, -5100..21420. (((a - b) >> 2) - b + c >> 2) + c is (a - 5b + 20c) >> 4 exactly, as one floor after
+// another is the floor of the whole; only where the inner sum saturates is it not, and there the result clips either
+// way.
 __m128i Second(__m128i a, __m128i b, __m128i c, __m128i d, __m128i e, __m128i f)
 {
-    const __m128i k01 = _mm_set1_epi32((-5 << 16) | 1), k23 = _mm_set1_epi32((20 << 16) | 20);
-    const __m128i k45 = _mm_set1_epi32((1 << 16) | (-5 & 0xFFFF)), Half = _mm_set1_epi32(512);
-    const auto Sum = [&](__m128i ab, __m128i cd, __m128i ef) {
-        const __m128i v = _mm_add_epi32(_mm_add_epi32(_mm_madd_epi16(ab, k01), _mm_madd_epi16(cd, k23)),
-                                        _mm_add_epi32(_mm_madd_epi16(ef, k45), Half));
-        return _mm_srai_epi32(v, 10);
-    };
-    const __m128i Low = Sum(_mm_unpacklo_epi16(a, b), _mm_unpacklo_epi16(c, d), _mm_unpacklo_epi16(e, f));
-    const __m128i High = Sum(_mm_unpackhi_epi16(a, b), _mm_unpackhi_epi16(c, d), _mm_unpackhi_epi16(e, f));
-    return _mm_packs_epi32(Low, High);
+    const __m128i Outer = _mm_add_epi16(a, f), Middle = _mm_add_epi16(b, e), Inner = _mm_add_epi16(c, d);
+    const __m128i Quarter = _mm_sub_epi16(_mm_srai_epi16(_mm_sub_epi16(Outer, Middle), 2), Middle);
+    const __m128i Sixteenth = _mm_add_epi16(_mm_srai_epi16(_mm_adds_epi16(Quarter, Inner), 2), Inner);
+    return _mm_srai_epi16(_mm_add_epi16(Sixteenth, _mm_set1_epi16(32)), 6);
 }
 
 } // namespace
