@@ -1,8 +1,6 @@
 #include "process/conversion_pairs.h"
 #include "process/video_filter.h"
 
-#include "kernels/dispatch/image_kernels.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -10,26 +8,8 @@ namespace UMC {
 
 namespace {
 
-struct Side {
-    ColorFormat Format;
-    bool bSwapped; // was format 0
-    int PlaneCount;
-    PlaneInfo Plane[4];
-};
-
-Side Describe(const VideoData& Picture)
-{
-    Side Result{};
-    Result.Format = Picture.GetColorFormat();
-    Result.PlaneCount = std::min(Picture.GetPlaneCount(), 4);
-    for (int i = 0; i < Result.PlaneCount; ++i) Picture.GetPlaneInfo(&Result.Plane[i], i);
-    Result.bSwapped = Result.Format == YV12;
-    if (Result.bSwapped) {
-        Result.Format = YUV420;
-        if (Result.PlaneCount >= 3) std::swap(Result.Plane[1], Result.Plane[2]);
-    }
-    return Result;
-}
+// Format 0 is format 5 with the two chroma planes exchanged.
+ColorFormat Plain(ColorFormat Format) { return Format == YV12 ? YUV420 : Format; }
 
 bool IsPlaneCopy(ColorFormat From, ColorFormat To)
 {
@@ -37,20 +17,49 @@ bool IsPlaneCopy(ColorFormat From, ColorFormat To)
            (From == GRAYA && To == GRAY);
 }
 
+Status StatusOf(int32_t KernelStatus) { return KernelStatus == kernels::kStatusOk ? StatusOk : StatusInvalidParamsExt; }
+
 Status CopyPlane(const PlaneInfo& From, const PlaneInfo& To)
 {
-    if (!From.m_pPlane || !To.m_pPlane) return StatusNullPointer;
     const int32_t Width = std::min(From.m_Width * From.m_Samples, To.m_Width * To.m_Samples);
     const int32_t Height = std::min(From.m_Height, To.m_Height);
-    int32_t Result;
     if (From.m_SampleBytes == To.m_SampleBytes)
-        Result =
-            kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width * From.m_SampleBytes, Height);
-    else if (From.m_SampleBytes == 2 && To.m_SampleBytes == 1)
-        Result = NarrowPlane(From, To, Width, Height);
-    else
-        return StatusUnsupported;
-    return Result == kernels::kStatusOk ? StatusOk : StatusInvalidParamsExt;
+        return StatusOf(
+            kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width * From.m_SampleBytes, Height));
+    if (From.m_SampleBytes == 2 && To.m_SampleBytes == 1)
+        return StatusOf(kernels::Narrow16uTo8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width, Height,
+                                               From.m_BitDepth));
+    return StatusUnsupported;
+}
+
+Status CopyPlanes(const VideoData& From, const VideoData& To)
+{
+    const bool bExchange = (From.GetColorFormat() == YV12) != (To.GetColorFormat() == YV12);
+    for (int32_t i = 0; i < std::min(From.GetPlaneCount(), To.GetPlaneCount()); ++i) {
+        PlaneInfo Source, Target;
+        From.GetPlaneInfo(&Source, i);
+        To.GetPlaneInfo(&Target, bExchange && (i == 1 || i == 2) ? 3 - i : i);
+        if (const Status Result = CopyPlane(Source, Target); Result != StatusOk) return Result;
+    }
+    return StatusOk;
+}
+
+// The planes as a kernel takes them. False unless the samples are those that the layout has of itself, as the kernels
+// expect.
+template <class Planes>
+bool DescribePlanes(const VideoData& Picture, Planes& Out)
+{
+    const ColorFormatInfo* const pRow = FindColorFormat(Picture.GetColorFormat());
+    if (!pRow) return false;
+    for (int32_t i = 0; i < pRow->PlaneCount; ++i) {
+        PlaneInfo Info;
+        if (Picture.GetPlaneInfo(&Info, i) != StatusOk || Info.m_SampleBytes != (pRow->MinBitDepth + 7) >> 3)
+            return false;
+        Out.pPlane[i] = Info.m_pPlane;
+        Out.Step[i] = Info.m_Pitch;
+    }
+    if (pRow->Id == YV12) std::swap(Out.pPlane[1], Out.pPlane[2]), std::swap(Out.Step[1], Out.Step[2]);
+    return true;
 }
 
 } // namespace
@@ -62,25 +71,20 @@ Status ColorSpaceConversion::GetFrame(MediaData* pInput, MediaData* pOutput)
     if (!pSource || !pTarget) return StatusNullPointer;
     if (pSource->GetWidth() != pTarget->GetWidth() || pSource->GetHeight() != pTarget->GetHeight())
         return StatusInvalidParamsExt;
-    Side From = Describe(*pSource);
-    const Side To = Describe(*pTarget);
+    ColorFormat From = Plain(pSource->GetColorFormat());
+    const ColorFormat To = Plain(pTarget->GetColorFormat());
+    if (IsPlaneCopy(From, To)) return CopyPlanes(*pSource, *pTarget);
 
-    if (IsPlaneCopy(From.Format, To.Format)) {
-        for (int i = 0; i < std::min(From.PlaneCount, To.PlaneCount); ++i)
-            if (const Status Result = CopyPlane(From.Plane[i], To.Plane[i]); Result != StatusOk) return Result;
-        return StatusOk;
+    kernels::SourcePlanes SourcePlanes{};
+    kernels::TargetPlanes TargetPlanes{};
+    if (!DescribePlanes(*pSource, SourcePlanes) || !DescribePlanes(*pTarget, TargetPlanes)) return StatusNotImplemented;
+    if (From == YUV422 && To != YUV420) { // as format 5: every second chroma row is read
+        From = YUV420;
+        for (int i = 1; i < 3; ++i) SourcePlanes.Step[i] *= 2;
     }
-    if (From.Format == YUV422 && To.Format != YUV420) {
-        From.Format = YUV420; // every second chroma row is read
-        for (int i = 1; i < From.PlaneCount; ++i) {
-            From.Plane[i].m_Pitch *= 2;
-            From.Plane[i].m_Height = (From.Plane[i].m_Height + 1) / 2;
-        }
-    }
-    const ConversionPair* const pPair = FindConversion(From.Format, To.Format);
-    if (!pPair) return StatusNotImplemented;
-    const int Result = pPair->pConvert(From.Plane, To.Plane, pSource->GetWidth(), pSource->GetHeight());
-    return Result == 0 ? StatusOk : StatusInvalidParamsExt;
+    const Conversion* const pConversion = FindConversion(From, To);
+    if (!pConversion) return StatusNotImplemented;
+    return StatusOf((*pConversion)(&SourcePlanes, &TargetPlanes, pSource->GetWidth(), pSource->GetHeight()));
 }
 
 } // namespace UMC

@@ -1,101 +1,130 @@
 #include "process/conversion_pairs.h"
 
-#include "kernels/memory/memory.h"
-
-#include <algorithm>
-#include <libyuv.h>
-
 namespace UMC {
 
 namespace {
 
-// The forms in which libyuv takes its planes: three planes to one, one to three, and so on.
-using ThreeToOne = int(const uint8_t*, int, const uint8_t*, int, const uint8_t*, int, uint8_t*, int, int, int);
-using OneToThree = int(const uint8_t*, int, uint8_t*, int, uint8_t*, int, uint8_t*, int, int, int);
-using OneToOne = int(const uint8_t*, int, uint8_t*, int, int, int);
-using ThreeToThree = int(const uint8_t*, int, const uint8_t*, int, const uint8_t*, int, uint8_t*, int, uint8_t*, int,
-                         uint8_t*, int, int, int);
-
-template <ThreeToOne* pFunction>
-int Pack(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
+const Conversion* FromYuy2(ColorFormat To)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch,
-                     t[0].m_pPlane, t[0].m_Pitch, Width, Height);
+    switch (To) {
+    case NV12: return &kernels::Yuy2ToNv12;
+    case UYVY: return &kernels::Yuy2ToUyvy;
+    case YUV420: return &kernels::Yuy2ToYuv420;
+    case YUV422: return &kernels::Yuy2ToYuv422;
+    case RGB32: return &kernels::Yuy2ToRgb32;
+    case RGB24: return &kernels::Yuy2ToRgb24;
+    case RGB565: return &kernels::Yuy2ToRgb565;
+    case RGB555: return &kernels::Yuy2ToRgb555;
+    case RGB444: return &kernels::Yuy2ToRgb444;
+    default: return nullptr;
+    }
 }
 
-template <OneToThree* pFunction>
-int Unpack(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
+const Conversion* FromUyvy(ColorFormat To)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, t[0].m_pPlane, t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch,
-                     t[2].m_pPlane, t[2].m_Pitch, Width, Height);
+    switch (To) {
+    case NV12: return &kernels::UyvyToNv12;
+    case YUY2: return &kernels::UyvyToYuy2;
+    case YUV420: return &kernels::UyvyToYuv420;
+    case YUV422: return &kernels::UyvyToYuv422;
+    case RGB32: return &kernels::UyvyToRgb32;
+    default: return nullptr;
+    }
 }
 
-template <OneToOne* pFunction>
-int Repack(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
+const Conversion* FromYuv420(ColorFormat To)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, t[0].m_pPlane, t[0].m_Pitch, Width, Height);
+    switch (To) {
+    case NV12: return &kernels::Yuv420ToNv12;
+    case YUY2: return &kernels::Yuv420ToYuy2;
+    case UYVY: return &kernels::Yuv420ToUyvy;
+    case YUV411: return &kernels::Yuv420ToYuv411;
+    case YUV422: return &kernels::Yuv420ToYuv422;
+    case Y41P: return &kernels::Yuv420ToY41p;
+    case RGB32: return &kernels::Yuv420ToRgb32;
+    case RGB24: return &kernels::Yuv420ToRgb24;
+    case RGB565: return &kernels::Yuv420ToRgb565;
+    case RGB555: return &kernels::Yuv420ToRgb555;
+    case RGB444: return &kernels::Yuv420ToRgb444;
+    default: return nullptr;
+    }
 }
 
-template <ThreeToThree* pFunction>
-int Resample(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
+const Conversion* FromYuv422(ColorFormat To)
 {
-    return pFunction(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch,
-                     t[0].m_pPlane, t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch, t[2].m_pPlane, t[2].m_Pitch, Width,
-                     Height);
+    switch (To) {
+    case YUV420: return &kernels::Yuv422ToYuv420;
+    case YUV422: return &kernels::CopyYuv422;
+    default: return nullptr;
+    }
 }
 
-int Yuv420ToNv12(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
+const Conversion* FromRgb32(ColorFormat To)
 {
-    return libyuv::I420ToNV12(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, f[2].m_pPlane, f[2].m_Pitch,
-                              t[0].m_pPlane, t[0].m_Pitch, t[1].m_pPlane, t[1].m_Pitch, Width, Height);
+    switch (To) {
+    case YUY2: return &kernels::Rgb32ToYuy2;
+    case UYVY: return &kernels::Rgb32ToUyvy;
+    case YUV420: return &kernels::Rgb32ToYuv420;
+    case RGB24: return &kernels::Rgb32ToRgb24;
+    default: return nullptr;
+    }
 }
 
-int Nv12ToYuv420(const PlaneInfo* f, const PlaneInfo* t, int32_t Width, int32_t Height)
+const Conversion* FromRgb24(ColorFormat To)
 {
-    return libyuv::NV12ToI420(f[0].m_pPlane, f[0].m_Pitch, f[1].m_pPlane, f[1].m_Pitch, t[0].m_pPlane, t[0].m_Pitch,
-                              t[1].m_pPlane, t[1].m_Pitch, t[2].m_pPlane, t[2].m_Pitch, Width, Height);
+    switch (To) {
+    case NV12: return &kernels::Rgb24ToNv12;
+    case YUY2: return &kernels::Rgb24ToYuy2;
+    case UYVY: return &kernels::Rgb24ToUyvy;
+    case YUV420: return &kernels::Rgb24ToYuv420;
+    case YUV422: return &kernels::Rgb24ToYuv422;
+    case RGB32: return &kernels::Rgb24ToRgb32;
+    case RGB565: return &kernels::Rgb24ToRgb565;
+    case RGB555: return &kernels::Rgb24ToRgb555;
+    case RGB444: return &kernels::Rgb24ToRgb444;
+    default: return nullptr;
+    }
 }
 
-constexpr ConversionPair kPairs[] = {
-    {NV12, YUV420, Nv12ToYuv420},
-    {YUY2, YUV420, Unpack<libyuv::YUY2ToI420>},
-    {UYVY, YUV420, Unpack<libyuv::UYVYToI420>},
-    {YUV420, NV12, Yuv420ToNv12},
-    {YUV420, YUY2, Pack<libyuv::I420ToYUY2>},
-    {YUV420, UYVY, Pack<libyuv::I420ToUYVY>},
-    {YUV420, YUV422, Resample<libyuv::I420ToI422>},
-    {YUV420, RGB32, Pack<libyuv::I420ToARGB>},
-    {YUV420, RGB24, Pack<libyuv::I420ToRGB24>},
-    {YUV420, RGB565, Pack<libyuv::I420ToRGB565>},
-    {YUV420, RGB555, Pack<libyuv::I420ToARGB1555>},
-    {YUV420, RGB444, Pack<libyuv::I420ToARGB4444>},
-    {YUV422, YUV420, Resample<libyuv::I422ToI420>},
-    {RGB32, YUV420, Unpack<libyuv::ARGBToI420>},
-    {RGB32, RGB24, Repack<libyuv::ARGBToRGB24>},
-    {RGB24, YUV420, Unpack<libyuv::RGB24ToI420>},
-    {RGB24, RGB32, Repack<libyuv::RGB24ToARGB>},
-};
+const Conversion* FromRgb565(ColorFormat To)
+{
+    switch (To) {
+    case YUV420: return &kernels::Rgb565ToYuv420;
+    case RGB32: return &kernels::Rgb565ToRgb32;
+    case RGB24: return &kernels::Rgb565ToRgb24;
+    default: return nullptr;
+    }
+}
+
+const Conversion* FromRgb555(ColorFormat To)
+{
+    switch (To) {
+    case YUV420: return &kernels::Rgb555ToYuv420;
+    case RGB32: return &kernels::Rgb555ToRgb32;
+    case RGB24: return &kernels::Rgb555ToRgb24;
+    default: return nullptr;
+    }
+}
 
 } // namespace
 
-const ConversionPair* FindConversion(ColorFormat From, ColorFormat To)
+const Conversion* FindConversion(ColorFormat From, ColorFormat To)
 {
-    for (const ConversionPair& Pair : kPairs)
-        if (Pair.From == From && Pair.To == To) return &Pair;
-    return nullptr;
-}
-
-int32_t NarrowPlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Width, int32_t Height)
-{
-    if (Width <= 0 || Height <= 0) return kernels::kStatusSize;
-    const int32_t Shift = std::max(From.m_BitDepth - 8, 0);
-    const int32_t Half = Shift ? 1 << (Shift - 1) : 0;
-    for (int32_t y = 0; y < Height; ++y) {
-        const auto* const pFrom = reinterpret_cast<const uint16_t*>(From.m_pPlane + ptrdiff_t{y} * From.m_Pitch);
-        uint8_t* const pTo = To.m_pPlane + ptrdiff_t{y} * To.m_Pitch;
-        for (int32_t x = 0; x < Width; ++x) pTo[x] = static_cast<uint8_t>(std::min((pFrom[x] + Half) >> Shift, 255));
+    switch (From) {
+    case NV12: return To == YUV420 ? &kernels::Nv12ToYuv420 : nullptr;
+    case YUY2: return FromYuy2(To);
+    case UYVY: return FromUyvy(To);
+    case YUV411: return To == YUV422 ? &kernels::Yuv411ToYuv422 : nullptr;
+    case YUV420: return FromYuv420(To);
+    case YUV422:
+    case YUVA422: return FromYuv422(To);
+    case Y41P: return To == YUV420 ? &kernels::Y41pToYuv420 : nullptr;
+    case RGB32: return FromRgb32(To);
+    case RGB24: return FromRgb24(To);
+    case RGB565: return FromRgb565(To);
+    case RGB555: return FromRgb555(To);
+    default: return nullptr;
     }
-    return kernels::kStatusOk;
 }
 
 } // namespace UMC

@@ -1,22 +1,20 @@
-// The pairs of layouts that have a conversion of their own.
+// Which pairs of layouts have a conversion of their own.
+//
+// What the processing chain makes of a source (row) and a target (column) at one size. c: a copy of the planes, 1: one
+// conversion, 2: a conversion to the intermediate format and one from there, .: StatusNotImplemented.
+//
+//   to   0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21
+//
 #pragma once
 
-#include "media/umc_video_data.h"
+#include "kernels/dispatch/image_kernels.h"
+#include "media/umc_color_format.h"
 
 namespace UMC {
 
-/// Converts Width x Height pixels from the source planes to the target planes. 0 for success.
-using ConvertPlanes = int(const PlaneInfo* pFrom, const PlaneInfo* pTo, int32_t Width, int32_t Height);
+using Conversion = kernels::ImageKernelEntry<kernels::ConvertSig>;
 
-struct ConversionPair {
-    ColorFormat From, To;
-    ConvertPlanes* pConvert;
-};
-
-/// Null when the pair has no conversion.
-const ConversionPair* FindConversion(ColorFormat From, ColorFormat To);
-
-/// 16-bit samples to 8 bits: rounded to nearest by the difference of the depths and saturated. A kernel status.
-int32_t NarrowPlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Width, int32_t Height);
+/// The kernel for a pair of layouts, with format 0 taken as 5; null when the pair has none.
+const Conversion* FindConversion(ColorFormat From, ColorFormat To);
 
 } // namespace UMC

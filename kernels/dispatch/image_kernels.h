@@ -2,6 +2,7 @@
 // variant of its row, so all of them change tier together. The contracts are in the families' headers.
 #pragma once
 
+#include "kernels/convert/convert_rows.h"
 #include "kernels/deinterlace/deinterlace_rows.h"
 #include "kernels/dispatch/kernel_row.h"
 #include "kernels/memory/memory_rows.h"
