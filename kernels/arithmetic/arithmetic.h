@@ -2,7 +2,8 @@
 //
 // Steps are bytes from one row to the next, also of float planes, whose steps are multiples of four. No pointer to
 // 8-bit samples needs alignment, float planes are aligned to a float. A target may be the same plane as a source, with
-// the same step; other overlaps are not allowed. Statuses (kernels/status.h): 0, -8, -6, -14.
+// the same step; other overlaps are not allowed. Statuses (kernels/status.h): 0, -8, -6, -14; -9999 for a scale or
+// rounding mode that is not listed.
 #pragma once
 
 #include "kernels/status.h"
@@ -33,11 +34,12 @@ using PlanePairSig = int32_t(const float* pSource, ptrdiff_t SourceStep, float* 
 
 using Convert8uTo32fSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, float* pTarget, ptrdiff_t TargetStep,
                                   int32_t Width, int32_t Height);
-// Saturates to 0 to 255; a sample that is no number gives 0. RoundMode 0 rounds to nearest, a half to even, 1 cuts
-// the fraction off. -9999 for another mode.
+enum RoundMode : int32_t { kRoundNearest = 0, kRoundCut = 1 };
+// Saturates to 0 to 255; a sample that is no number gives 0. kRoundNearest takes a half to the even result, kRoundCut
+// drops the fraction.
 using Convert32fTo8uSig = int32_t(const float* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
                                   int32_t Width, int32_t Height, int32_t RoundMode);
-// A sample below LowLimit becomes LowValue, one above HighLimit becomes HighValue; one that is no number stays.
+// A sample below LowLimit becomes LowValue, another above HighLimit becomes HighValue; one that is no number stays.
 using ClampThreshold32fSig = int32_t(float* pPlane, ptrdiff_t Step, int32_t Width, int32_t Height, float LowLimit,
                                      float LowValue, float HighLimit, float HighValue);
 

@@ -2,9 +2,13 @@
 // variant of its row, so all of them change tier together. The contracts are in the families' headers.
 #pragma once
 
+#include "kernels/arithmetic/arithmetic_rows.h"
+#include "kernels/bilateral/bilateral_rows.h"
+#include "kernels/composition/composition_rows.h"
 #include "kernels/convert/convert_rows.h"
 #include "kernels/deinterlace/deinterlace_rows.h"
 #include "kernels/dispatch/kernel_row.h"
+#include "kernels/filter/filter_rows.h"
 #include "kernels/memory/memory_rows.h"
 #include "kernels/resize/resize_rows.h"
 

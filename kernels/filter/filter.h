@@ -18,7 +18,8 @@ enum FilterMask : int32_t { kMask3x3 = 33, kMask5x5 = 55 };
 // nearest, a half to the even result.
 using FilterGauss8uSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
                                  int32_t Width, int32_t Height, int32_t Mask);
-// Mean: the sum of the samples times the single-precision constant 0.1111111f (mask 33) or 0.04f (mask 55).
+// Mean: the sum of the samples times the single-precision constant 0.1111111f (mask 33) or 0.04f (mask 55). Single
+// precision throughout: each row of the mask is summed from left to right, then the row sums from the top down.
 using FilterMean32fSig = int32_t(const float* pSource, ptrdiff_t SourceStep, float* pTarget, ptrdiff_t TargetStep,
                                  int32_t Width, int32_t Height, int32_t Mask);
 

@@ -1,0 +1,52 @@
+// What the work buffer of the bilateral filter holds, for its variants: the record below, the taps, and a ring of as
+// many source rows as the window is high.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kernels {
+
+// Position weights and value weights are fractions of 2^31. The weight of a sample is their product, rounded to
+// 62 - Shift bits of fraction.
+inline constexpr int kBilateralFactorBits = 31;
+
+struct BilateralTap {
+    int32_t Row, Column; // in the window, 0 0 being its upper left corner
+    uint32_t Weight;     // of the position
+    int32_t Offset;      // into the ring, from its first byte, for the row that is being filtered
+};
+
+// Narrow weights make the filter fit bytes and words. They serve when no difference above kNarrowReach has a weight,
+// the taps are few, and the largest sum of weights is kNarrowSum: a quotient of sums that small comes out right in
+// single precision, since it differs from a half by 1 / (2 * kNarrowSum) or not at all.
+inline constexpr int kNarrowReach = 62;
+inline constexpr int kNarrowTaps = 64;
+inline constexpr int64_t kNarrowSum = int64_t{1} << 17;
+inline constexpr int kNarrowBits = 14, kNarrowLeastBits = 12;
+inline constexpr int kWideBits = 30;
+
+// The weights by difference, 0 to 63, of one pair of taps opposite each other: bits 7 and up, bits 0 to 6. The first
+// sixteen stand as they are. Each later run of sixteen is the exclusive or with the run before, so that the runs
+// up to a difference's own add up to its weight.
+struct BilateralPairTable {
+    uint8_t High[4][16];
+    uint8_t Low[4][16];
+};
+inline constexpr int kNarrowLowBits = 7;
+
+struct alignas(16) BilateralContext {
+    uint32_t Tag;
+    int32_t KernelWidth, KernelHeight;
+    int32_t TapCount; // odd: the centre, then pairs of taps opposite each other
+    int32_t Shift;
+    int32_t CentreWeight; // as summed, like the tables below
+    int32_t Narrow;       // 0 or 1
+    uint32_t Value[256];  // weights of the differences
+    BilateralPairTable Pairs[kNarrowTaps / 2]; // filled for narrow weights
+};
+
+// The record starts at the first address in the buffer with this alignment, the ring after the taps with the same.
+inline constexpr ptrdiff_t kBilateralAlign = 16;
+
+} // namespace kernels

@@ -1,0 +1,205 @@
+#include "kernels/bilateral/bilateral.h"
+
+#include "kernels/bilateral/bilateral_context.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace kernels {
+namespace {
+
+constexpr uint32_t kTagGauss = 0x42464731, kTagGaussFull = 0x42464632;
+// As many taps of the widest weights and largest difference as 63 bits sum up.
+constexpr int64_t kMostTaps = int64_t{1} << 24;
+static_assert(kMostTaps <= INT64_MAX / 255 >> kWideBits);
+
+bool KnownType(int32_t Type) { return Type == kBilateralGauss || Type == kBilateralGaussFull; }
+
+bool UsableWindow(int32_t KernelWidth, int32_t KernelHeight)
+{
+    const auto Usable = [](int32_t Side) { return Side > 0 && Side % 2 == 1; };
+    return Usable(KernelWidth) && Usable(KernelHeight) && int64_t{KernelWidth} * KernelHeight <= kMostTaps;
+}
+
+int64_t AlignUp(int64_t Bytes) { return (Bytes + kBilateralAlign - 1) / kBilateralAlign * kBilateralAlign; }
+
+// A row of the ring: the region's width and the window's, with room for loads of 16 samples.
+int64_t RingStep(int32_t Width, int32_t KernelWidth) { return AlignUp(AlignUp(Width) + KernelWidth); }
+
+BilateralContext* ContextIn(uint8_t* pBuffer)
+{
+    const auto Past = static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(pBuffer) % kBilateralAlign);
+    return reinterpret_cast<BilateralContext*>(pBuffer + (Past ? kBilateralAlign - Past : 0));
+}
+
+BilateralTap* TapsOf(BilateralContext* pContext) { return reinterpret_cast<BilateralTap*>(pContext + 1); }
+
+uint8_t* RingOf(BilateralContext* pContext)
+{
+    return reinterpret_cast<uint8_t*>(TapsOf(pContext) + pContext->TapCount);
+}
+static_assert(sizeof(BilateralContext) % kBilateralAlign == 0 && sizeof(BilateralTap) % kBilateralAlign == 0);
+
+// exp(-0.5 * Square / SquareSigma) as a fraction.
+uint32_t GaussFactor(double Square, double SquareSigma)
+{
+    const double Factor = std::exp(-0.5 * Square / SquareSigma);
+    return static_cast<uint32_t>(std::llround(std::ldexp(Factor, kBilateralFactorBits)));
+}
+
+int64_t Weight(const BilateralContext& Context, const BilateralTap& Tap, int32_t Difference)
+{
+    const uint64_t Product = uint64_t{Tap.Weight} * Context.Value[Difference];
+    return static_cast<int64_t>((Product + (uint64_t{1} << (Context.Shift - 1))) >> Context.Shift);
+}
+
+void FillTaps(BilateralContext* pContext, double PositionSquareSigma, int32_t StepInKernel)
+{
+    const int32_t HalfWidth = pContext->KernelWidth / 2, HalfHeight = pContext->KernelHeight / 2;
+    const int32_t Columns = HalfWidth / StepInKernel, Rows = HalfHeight / StepInKernel;
+    BilateralTap* pTap = TapsOf(pContext);
+    const auto AddTap = [&](int32_t dx, int32_t dy) {
+        const double Square = static_cast<double>(dx) * dx + static_cast<double>(dy) * dy;
+        *pTap++ = {HalfHeight + dy, HalfWidth + dx, GaussFactor(Square, PositionSquareSigma), 0};
+    };
+    AddTap(0, 0);
+    for (int32_t j = 0; j <= Rows; ++j)
+        for (int32_t i = j ? -Columns : 1; i <= Columns; ++i) {
+            AddTap(i * StepInKernel, j * StepInKernel);
+            AddTap(-i * StepInKernel, -j * StepInKernel);
+        }
+    pContext->TapCount = static_cast<int32_t>(pTap - TapsOf(pContext));
+}
+
+// The number of differences, 0 to 256, that have a weight of their own.
+int32_t ValueReach(int32_t Type, int32_t TapCount, double ValueSquareSigma)
+{
+    if (Type == kBilateralGaussFull) return 256;
+    const double Logarithm = std::max(0.0, std::log2(TapCount * std::sqrt(ValueSquareSigma)));
+    return static_cast<int32_t>(std::ceil(std::min(256.0, std::sqrt((6.3 + Logarithm) * ValueSquareSigma * 1.42))));
+}
+
+// Sets Shift for the narrow weight of most bits that fits, or else for the wide one.
+void ChooseBits(BilateralContext* pContext)
+{
+    const BilateralTap* const pTaps = TapsOf(pContext);
+    pContext->Narrow = 1;
+    for (int Bits = kNarrowBits; pContext->TapCount <= kNarrowTaps && Bits >= kNarrowLeastBits; --Bits) {
+        pContext->Shift = 2 * kBilateralFactorBits - Bits;
+        int64_t Sum = 0;
+        for (int32_t i = 0; i < pContext->TapCount; ++i) Sum += Weight(*pContext, pTaps[i], 0);
+        // The weights fall with the difference, and none is larger than the centre's.
+        if (Sum <= kNarrowSum && Weight(*pContext, pTaps[0], kNarrowReach + 1) == 0) return;
+    }
+    pContext->Narrow = 0;
+    pContext->Shift = 2 * kBilateralFactorBits - kWideBits;
+}
+
+void FillPairTable(const BilateralContext& Context, const BilateralTap& Tap, BilateralPairTable* pTable)
+{
+    for (int32_t v = 0; v < 64; ++v) {
+        const auto Parts = [&](int32_t Difference) {
+            const int64_t w = Weight(Context, Tap, Difference);
+            return std::pair{static_cast<uint8_t>(w >> kNarrowLowBits),
+                             static_cast<uint8_t>(w & ((1 << kNarrowLowBits) - 1))};
+        };
+        const auto [High, Low] = Parts(v);
+        const auto [HighBefore, LowBefore] = v < 16 ? std::pair<uint8_t, uint8_t>{} : Parts(v - 16);
+        pTable->High[v / 16][v % 16] = High ^ HighBefore;
+        pTable->Low[v / 16][v % 16] = Low ^ LowBefore;
+    }
+}
+
+// Taps of the row that is being filtered: row y + tap.Row of the ring's rows, of which it keeps the last ones.
+void AimTaps(BilateralContext* pContext, int32_t y, ptrdiff_t Step)
+{
+    BilateralTap* const pTaps = TapsOf(pContext);
+    for (int32_t i = 0; i < pContext->TapCount; ++i) {
+        const int32_t Slot = (y + pTaps[i].Row) % pContext->KernelHeight;
+        pTaps[i].Offset = static_cast<int32_t>(Slot * Step + pTaps[i].Column);
+    }
+}
+
+uint8_t FilterSample(const BilateralContext& Context, const BilateralTap* pTaps, const uint8_t* pRing)
+{
+    const int32_t Centre = pRing[pTaps[0].Offset];
+    int64_t Weights = 0, Differences = 0;
+    for (int32_t i = 0; i < Context.TapCount; ++i) {
+        const int32_t Difference = pRing[pTaps[i].Offset] - Centre;
+        const int64_t w = Weight(Context, pTaps[i], std::abs(Difference));
+        Weights += w;
+        Differences += w * Difference;
+    }
+    return static_cast<uint8_t>(Centre + std::lrint(static_cast<double>(Differences) / static_cast<double>(Weights)));
+}
+
+} // namespace
+
+int32_t BilateralGetSize_px(int32_t Type, int32_t Width, int32_t Height, int32_t KernelWidth, int32_t KernelHeight,
+                            int32_t* pSize)
+{
+    if (!pSize) return kStatusNullPointer;
+    if (Width <= 0 || Height <= 0) return kStatusSize;
+    if (!UsableWindow(KernelWidth, KernelHeight)) return kStatusMask;
+    if (!KnownType(Type)) return kStatusMode;
+    const int64_t Taps = int64_t{KernelWidth} * KernelHeight;
+    const int64_t Bytes = kBilateralAlign + static_cast<int64_t>(sizeof(BilateralContext)) +
+                          Taps * static_cast<int64_t>(sizeof(BilateralTap)) +
+                          RingStep(Width, KernelWidth) * KernelHeight;
+    if (Bytes > INT32_MAX) return kStatusSize;
+    *pSize = static_cast<int32_t>(Bytes);
+    return kStatusOk;
+}
+
+int32_t BilateralInit_px(int32_t Type, int32_t KernelWidth, int32_t KernelHeight, float ValueSquareSigma,
+                         float PositionSquareSigma, int32_t StepInKernel, uint8_t* pBuffer)
+{
+    if (!pBuffer) return kStatusNullPointer;
+    if (!UsableWindow(KernelWidth, KernelHeight)) return kStatusMask;
+    if (!KnownType(Type)) return kStatusMode;
+    if (!(ValueSquareSigma > 0.0f) || !(PositionSquareSigma > 0.0f) || StepInKernel <= 0) return kStatusSigma;
+
+    BilateralContext* const pContext = ContextIn(pBuffer);
+    pContext->Tag = Type == kBilateralGauss ? kTagGauss : kTagGaussFull;
+    pContext->KernelWidth = KernelWidth;
+    pContext->KernelHeight = KernelHeight;
+    FillTaps(pContext, PositionSquareSigma, StepInKernel);
+    const int32_t Reach = ValueReach(Type, pContext->TapCount, ValueSquareSigma);
+    for (int32_t v = 0; v < 256; ++v) pContext->Value[v] = v < Reach ? GaussFactor(v * v, ValueSquareSigma) : 0;
+
+    ChooseBits(pContext);
+    const BilateralTap* const pTaps = TapsOf(pContext);
+    pContext->CentreWeight = static_cast<int32_t>(Weight(*pContext, pTaps[0], 0));
+    for (int32_t i = 1; pContext->Narrow && i < pContext->TapCount; i += 2)
+        FillPairTable(*pContext, pTaps[i], &pContext->Pairs[i / 2]);
+    return kStatusOk;
+}
+
+int32_t BilateralFilter_px(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
+                           int32_t Width, int32_t Height, int32_t KernelWidth, int32_t KernelHeight, uint8_t* pBuffer)
+{
+    if (!pSource || !pTarget || !pBuffer) return kStatusNullPointer;
+    if (Width <= 0 || Height <= 0) return kStatusSize;
+    if (SourceStep <= 0 || TargetStep <= 0) return kStatusStep;
+    if (!UsableWindow(KernelWidth, KernelHeight)) return kStatusMask;
+    BilateralContext* const pContext = ContextIn(pBuffer);
+    if (pContext->Tag != kTagGauss && pContext->Tag != kTagGaussFull) return kStatusContext;
+    if (pContext->KernelWidth != KernelWidth || pContext->KernelHeight != KernelHeight) return kStatusMask;
+
+    const auto Step = static_cast<ptrdiff_t>(RingStep(Width, KernelWidth));
+    const auto Bytes = static_cast<size_t>(Width) + static_cast<size_t>(KernelWidth) - 1;
+    uint8_t* const pRing = RingOf(pContext);
+    const uint8_t* pRead = pSource - KernelHeight / 2 * SourceStep - KernelWidth / 2;
+    for (int32_t Row = 0; Row < Height + KernelHeight - 1; ++Row, pRead += SourceStep) {
+        std::memcpy(pRing + Row % KernelHeight * Step, pRead, Bytes);
+        const int32_t y = Row - (KernelHeight - 1);
+        if (y < 0) continue;
+        AimTaps(pContext, y, Step);
+        for (int32_t x = 0; x < Width; ++x) pTarget[x] = FilterSample(*pContext, TapsOf(pContext), pRing + x);
+        pTarget += TargetStep;
+    }
+    return kStatusOk;
+}
+
+} // namespace kernels
