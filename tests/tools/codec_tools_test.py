@@ -22,7 +22,7 @@ def encoder_failures(encode, folder, source):
     one_line(encode, folder / "none", "--size", "16x16", "-o", out, text="cannot open")
     one_line(encode, empty, "--size", "16x16", "-o", out, text="no whole picture")
     one_line(encode, source, "--size", "172x144", "-o", out, text="cut short")
-    one_line(encode, source, "--size", "1x", "-o", out, text="--size must be WxH")
+    one_line(encode, source, "--size", "1x", "-o", out, text="not a size")
     one_line(*good, "-o", "/dev/full", text="cannot write")
     one_line(*good, "-o", out, "--set", "nonsense=1", text="unknown field")
     one_line(*good, "-o", out, "--params", folder / "none", text="cannot open")
@@ -32,11 +32,31 @@ def encoder_failures(encode, folder, source):
 def decoder_failures(decode, folder, stream):
     out, junk = folder / "out", folder / "junk"
     junk.write_bytes(bytes(range(2, 250)))
-    one_line(decode, folder / "none", "-o", out, text="cannot be opened")
+    one_line(decode, folder / "none", "-o", out, text="cannot open")
     one_line(decode, folder / "empty", "-o", out, text="the stream is empty")
     one_line(decode, junk, "-o", out, text="decoder status -897")
-    one_line(decode, stream, "-o", "/dev/full", text="cannot be written")
+    one_line(decode, stream, "-o", "/dev/full", text="cannot write")
     one_line(decode, stream, text="is needed")
+
+
+def comparing(encode, compare, folder, source, stream, recon):
+    check(run(compare, stream, recon).stdout == b"6 pictures are equal\n", "h264_compare sees a difference")
+    good, other = recon.read_bytes(), folder / "other.yuv"
+    frame, luma = 176 * 144 * 3 // 2, 176 * 144
+    spoilt = bytearray(good)
+    spoilt[frame + 100 * 176 + 50] ^= 1         # picture 1: luma (50, 100), macroblock (3, 6)
+    spoilt[frame + luma + 5 * 88 + 70] ^= 1     # and Cb (70, 5) of the earlier macroblock (8, 0)
+    other.write_bytes(spoilt)
+    place = "picture 1, macroblock (8, 0), plane Cb, sample (70, 5): "
+    found = run(compare, stream, other, expect=1).stdout.decode()
+    check(found.startswith(place) and found.count("\n") == 1, found)
+    one_line(encode, source, "--size", "176x144", "--no-output", "--set", "num_slices=3", "--compare", other, text=place)
+    run(encode, source, "--size", "176x144", "--no-output", "--set", "num_slices=3", "--compare", recon)
+    other.write_bytes(good[:-1])
+    check(b"picture 5: the other decoder has no more" in run(compare, stream, other, expect=1).stdout, "a cut file")
+    other.write_bytes(good + b"x")
+    check(b"6 pictures, and the other decoder has more" in run(compare, stream, other, expect=1).stdout, "a long file")
+    check(run(compare, stream, folder / "none", expect=None).returncode == 2, "a missing file")
 
 
 def main():
@@ -51,9 +71,7 @@ def main():
         report = run_json(decode, stream, "-o", out, "--json")
         check(report["frames"] == 6 and report["status"] == 0, f"{report}")
         same_pictures(recon, out, (176, 144), "h264_decode against the reconstruction")
-        run(tools / "h264_compare", stream, recon)
-        recon.write_bytes(recon.read_bytes()[:30000] + b"?" + recon.read_bytes()[30001:])
-        check(run(tools / "h264_compare", stream, recon, expect=None).returncode == 1, "h264_compare sees no difference")
+        comparing(encode, tools / "h264_compare", folder, source, stream, recon)
         check(run_json(decode, stream, "--no-output", "--loop", 3, "--json")["frames"] == 18, "--loop is not heeded")
         check(len(our_digests(decode, stream, folder)[2]) == 6, "--framemd5 does not list every picture")
         encoder_failures(encode, folder, source)

@@ -1,4 +1,6 @@
 // h264_decode: decodes a stream with UMC::H264VideoDecoder and writes every picture as raw samples.
+#include "tools/common/cli_error.h"
+#include "tools/common/files.h"
 #include "tools/h264_decode/mp4_samples.h"
 #include "tools/h264_decode/stream_decoder.h"
 
@@ -8,10 +10,9 @@
 
 #include <cstdio>
 #include <ctime>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,48 +24,27 @@ struct Options {
     bool IsMP4 = false, NoOutput = false, Json = false;
 };
 
-std::vector<uint8_t> ReadFile(const std::string& Name)
-{
-    std::ifstream File(Name, std::ios::binary);
-    if (!File) throw std::runtime_error(Name + ": cannot be opened");
-    std::vector<uint8_t> Bytes((std::istreambuf_iterator<char>(File)), std::istreambuf_iterator<char>());
-    if (Bytes.empty()) throw std::runtime_error(Name + ": the stream is empty");
-    return Bytes;
-}
-
-void Check(const std::ofstream& File, const std::string& Name)
-{
-    if (!File) throw std::runtime_error(Name + ": cannot be written");
-}
-
 // Where the pictures go: a file of samples, a list of MD5s, both or nothing.
 class PictureWriter
 {
 public:
-    explicit PictureWriter(const Options& Wanted) : m_Options(Wanted)
+    explicit PictureWriter(const Options& Wanted)
     {
-        if (!Wanted.Output.empty() && !Wanted.NoOutput) m_Samples.open(Wanted.Output, std::ios::binary);
-        Check(m_Samples, Wanted.Output);
-        if (!Wanted.FrameMd5.empty()) m_Md5s.open(Wanted.FrameMd5);
-        Check(m_Md5s, Wanted.FrameMd5);
+        if (!Wanted.Output.empty() && !Wanted.NoOutput) m_Samples.emplace(Wanted.Output);
+        if (!Wanted.FrameMd5.empty()) m_Md5s.emplace(Wanted.FrameMd5);
     }
     void Write(const UMC::VideoData& Picture)
     {
-        ++m_Count;
-        if (m_Samples.is_open())
-            tools::ForEachRow(Picture, [this](std::span<const uint8_t> Row) {
-                m_Samples.write(reinterpret_cast<const char*>(Row.data()), static_cast<std::streamsize>(Row.size()));
-            });
-        if (m_Md5s.is_open()) m_Md5s << Md5Of(Picture) << '\n';
+        if (m_Samples)
+            tools::ForEachRow(Picture,
+                              [this](std::span<const uint8_t> Row) { m_Samples->Write(Row.data(), Row.size()); });
+        if (m_Md5s) m_Md5s->Write(Md5Of(Picture).append(1, '\n'));
     }
     void Finish()
     {
-        m_Samples.flush();
-        m_Md5s.flush();
-        Check(m_Samples, m_Options.Output);
-        Check(m_Md5s, m_Options.FrameMd5);
+        if (m_Samples) m_Samples->Close();
+        if (m_Md5s) m_Md5s->Close();
     }
-    size_t Count() const { return m_Count; }
 
 private:
     static std::string Md5Of(const UMC::VideoData& Picture)
@@ -84,9 +64,7 @@ private:
         return Text;
     }
 
-    const Options& m_Options;
-    std::ofstream m_Samples, m_Md5s;
-    size_t m_Count = 0;
+    std::optional<OutputFile> m_Samples, m_Md5s;
 };
 
 UMC::Status DecodeOnce(const Options& Wanted, std::span<const uint8_t> Bytes, const tools::PictureFunction& OnPicture)
@@ -103,7 +81,8 @@ UMC::Status DecodeOnce(const Options& Wanted, std::span<const uint8_t> Bytes, co
 
 int Run(const Options& Wanted)
 {
-    const std::vector<uint8_t> Bytes = ReadFile(Wanted.Input);
+    const std::vector<uint8_t> Bytes = ReadWholeFile(Wanted.Input);
+    if (Bytes.empty()) throw CliError("the stream is empty: " + Wanted.Input);
     PictureWriter Writer(Wanted);
     UMC::Status Fault = UMC::StatusOk;
     size_t Frames = 0;
@@ -143,7 +122,7 @@ try {
     App.add_flag("--json", Wanted.Json, "print one object");
     CLI11_PARSE(App, argc, argv);
     if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())
-        throw std::runtime_error("one of --output, --framemd5 and --no-output is needed");
+        throw CliError("one of --output, --framemd5 and --no-output is needed");
     return Run(Wanted);
 } catch (const std::exception& Fault) {
     std::cerr << "h264_decode: " << Fault.what() << '\n';

@@ -7,6 +7,7 @@
 #include "media/umc_video_data.h"
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <span>
 #include <stdexcept>
@@ -22,18 +23,27 @@ public:
     explicit PictureTap(PictureFunction OnPicture) : m_OnPicture(std::move(OnPicture)) {}
     UMC::Status GetFrame(UMC::MediaData* pInput, UMC::MediaData* pOutput) override
     {
-        m_OnPicture(*static_cast<UMC::VideoData*>(pInput));
+        try {
+            if (!m_Thrown) m_OnPicture(*static_cast<UMC::VideoData*>(pInput));
+        } catch (...) {
+            m_Thrown = std::current_exception();
+        }
         return pOutput->SetDataSize(pOutput->GetBufferSize());
     }
     UMC::Status GetInfo(UMC::BaseCodecParams*) override { return UMC::StatusNotImplemented; }
     UMC::Status Reset() override { return UMC::StatusOk; }
+    void Rethrow() const
+    {
+        if (m_Thrown) std::rethrow_exception(m_Thrown);
+    }
 
 private:
     PictureFunction m_OnPicture;
+    std::exception_ptr m_Thrown; // by the function; the decoder lets nothing through
 };
 
-// A decoder from start to drain. Inputs may hold any number of access units; with MP4, one sample or the configuration
-// record.
+// A decoder from start to drain. What the function throws comes out of Feed or Drain. Inputs may hold any number of
+// access units; with MP4, one sample or the configuration record.
 class StreamDecoder
 {
 public:
@@ -61,6 +71,7 @@ public:
         for (size_t Stalled = 0; Input.GetDataSize() > 0 && Stalled < kMaxStalls;) {
             const size_t Before = Input.GetDataSize();
             const UMC::Status Result = m_Decoder.GetFrame(&Input, &m_Output);
+            m_Tap.Rethrow();
             if (Result != UMC::StatusOk && Result != UMC::StatusNotEnoughData) m_LastFault = Result;
             if (Result == UMC::StatusNotEnoughData && Input.GetDataSize() <= kMinInput) return;
             Stalled = Before == Input.GetDataSize() && Result != UMC::StatusOk ? Stalled + 1 : 0;
@@ -68,8 +79,8 @@ public:
     }
     void Drain()
     {
-        while (m_Decoder.GetFrame(nullptr, &m_Output) == UMC::StatusOk) {
-        }
+        while (m_Decoder.GetFrame(nullptr, &m_Output) == UMC::StatusOk) m_Tap.Rethrow();
+        m_Tap.Rethrow();
     }
 
 private:

@@ -1,6 +1,9 @@
 // h264_encode: drives UMC::H264VideoEncoder with any setting and writes the stream and its reconstruction.
 #include "encoder/h264_video_encoder.h"
 #include "media/umc_video_data.h"
+#include "tools/common/compared_planes.h"
+#include "tools/common/files.h"
+#include "tools/common/picture_size.h"
 #include "tools/h264_encode/param_fields.h"
 
 #include <CLI/CLI.hpp>
@@ -10,11 +13,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <fstream>
 #include <map>
-#include <stdexcept>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -22,7 +23,7 @@ namespace {
 struct Options {
     std::string In, Out, Recon, Compare, ParamFile;
     std::vector<std::string> Sets;
-    int32_t Width = 0, Height = 0;
+    FrameSize Size;
     int Chroma = 420, Depth = 8, Loop = 1, Frames = 0;
     bool bNoOutput = false, bJson = false;
 };
@@ -32,7 +33,7 @@ struct Result {
     double Seconds = 0.0; // of processor time
 };
 
-[[noreturn]] void Fail(const std::string& What) { throw std::runtime_error(What); }
+[[noreturn]] void Fail(const std::string& What) { throw CliError(What); }
 
 std::string StatusText(UMC::Status s) { return "status " + std::to_string(s); }
 
@@ -61,9 +62,7 @@ Options ParseCommandLine(int argc, char** argv)
     } catch (const CLI::ParseError& e) {
         std::exit(App.exit(e));
     }
-    char x = 0;
-    if (std::sscanf(Size.c_str(), "%d%c%d", &o.Width, &x, &o.Height) != 3 || x != 'x' || o.Width < 1 || o.Height < 1)
-        Fail("--size must be WxH, got '" + Size + "'");
+    o.Size = ParseFrameSize(Size);
     if (o.Out.empty() && !o.bNoOutput) Fail("-o or --no-output is needed");
     return o;
 }
@@ -76,8 +75,8 @@ UMC::H264EncoderParams MakeParams(const Options& o)
         if (s == UMC::StatusOpenFailed) Fail("cannot open " + o.ParamFile);
         if (s != UMC::StatusOk) Fail(o.ParamFile + ": a line has too few values");
     }
-    p.m_Info.m_Width = o.Width;
-    p.m_Info.m_Height = o.Height;
+    p.m_Info.m_Width = o.Size.Width;
+    p.m_Info.m_Height = o.Size.Height;
     p.chroma_format_idc = o.Chroma == 400 ? 0 : o.Chroma == 422 ? 2 : 1;
     p.bit_depth_luma = p.bit_depth_chroma = o.Depth;
     if (o.Chroma != 420 || o.Depth != 8) p.profile_idc = 100;
@@ -86,136 +85,57 @@ UMC::H264EncoderParams MakeParams(const Options& o)
     return p;
 }
 
-std::vector<uint8_t> ReadFile(const std::string& Path)
-{
-    std::ifstream File(Path, std::ios::binary | std::ios::ate);
-    if (!File) Fail("cannot open " + Path);
-    std::vector<uint8_t> Bytes(static_cast<size_t>(File.tellg()));
-    File.seekg(0);
-    File.read(reinterpret_cast<char*>(Bytes.data()), static_cast<std::streamsize>(Bytes.size()));
-    if (!File) Fail("cannot read " + Path);
-    return Bytes;
-}
-
-class OutputFile
-{
-public:
-    explicit OutputFile(const std::string& Path) : m_Path(Path)
-    {
-        if (Path.empty()) return;
-        m_File.open(Path, std::ios::binary);
-        if (!m_File) Fail("cannot create " + Path);
-    }
-    void Write(const void* p, size_t Size)
-    {
-        if (m_Path.empty()) return;
-        m_File.write(static_cast<const char*>(p), static_cast<std::streamsize>(Size));
-        if (!m_File) Fail("cannot write " + m_Path);
-    }
-    void Close()
-    {
-        if (m_Path.empty()) return;
-        m_File.close();
-        if (!m_File) Fail("cannot write " + m_Path);
-    }
-
-private:
-    std::string m_Path;
-    std::ofstream m_File;
-};
-
-// Compares the reconstruction with what another decoder made of the stream.
-class PictureComparison
-{
-public:
-    PictureComparison(const std::string& Path, int32_t Width) : m_MbWidth((Width + 15) / 16)
-    {
-        if (!Path.empty()) m_Pictures = ReadFile(Path);
-        m_bOn = !Path.empty();
-    }
-
-    /// The next picture in display order: planes one after another, without gaps, and the size of each.
-    void Next(const std::vector<uint8_t>& Picture, const std::vector<std::pair<int32_t, int32_t>>& Sizes)
-    {
-        const size_t Begin = m_Index++ * Picture.size();
-        if (!m_bOn) return;
-        if (Begin + Picture.size() > m_Pictures.size()) Fail("picture " + std::to_string(m_Index - 1) + " is missing");
-        const uint8_t* const pOther = m_Pictures.data() + Begin;
-        if (std::equal(Picture.begin(), Picture.end(), pOther)) return;
-        FailAt(Picture, pOther, Sizes);
-    }
-
-private:
-    [[noreturn]] void FailAt(const std::vector<uint8_t>& Picture, const uint8_t* pOther,
-                             const std::vector<std::pair<int32_t, int32_t>>& Sizes) const
-    {
-        int32_t First = INT32_MAX;
-        size_t FirstPlane = 0, i = 0;
-        for (size_t Plane = 0; Plane < Sizes.size(); ++Plane) {
-            const auto [Width, Height] = Sizes[Plane];
-            // A macroblock has 8 columns or rows of a plane that is half as wide or high.
-            const int32_t MbColumns = 2 * Width <= Sizes[0].first + 1 ? 8 : 16;
-            const int32_t MbRows = 2 * Height <= Sizes[0].second + 1 ? 8 : 16;
-            for (int32_t y = 0; y < Height; ++y)
-                for (int32_t x = 0; x < Width; ++x, ++i) {
-                    const int32_t Mb = y / MbRows * m_MbWidth + x / MbColumns;
-                    if (Picture[i] == pOther[i] || Mb >= First) continue;
-                    First = Mb;
-                    FirstPlane = Plane;
-                }
-        }
-        Fail("picture " + std::to_string(m_Index - 1) + " differs from macroblock " + std::to_string(First) +
-             " on (column " + std::to_string(First % m_MbWidth) + ", row " + std::to_string(First / m_MbWidth) +
-             ", plane " + std::to_string(FirstPlane) + ")");
-    }
-
-    std::vector<uint8_t> m_Pictures;
-    int32_t m_MbWidth;
-    bool m_bOn = false;
-    size_t m_Index = 0;
-};
-
-// Pictures of the reconstruction, given out in display order.
+// Pictures of the reconstruction, given out in display order: to a file, to a comparison, to both or to neither.
 class ReconstructionWriter
 {
 public:
-    ReconstructionWriter(const std::string& Path, const std::string& ComparePath, int32_t Width)
-        : m_File(Path), m_Comparison(ComparePath, Width), m_bOn(!Path.empty() || !ComparePath.empty())
+    ReconstructionWriter(const std::string& Path, const std::string& ComparePath)
     {
+        if (!Path.empty()) m_File.emplace(Path);
+        if (!ComparePath.empty()) m_Comparison.emplace(ComparePath);
     }
 
     void Add(const UMC::VideoData& Picture, int32_t DisplayOrder)
     {
-        if (!m_bOn) return;
+        if (!m_File && !m_Comparison) return;
+        m_Planes = PlanesOf(Picture);
         std::vector<uint8_t>& Samples = m_Waiting[DisplayOrder];
-        m_Sizes.clear();
-        for (int32_t Plane = 0; Plane < Picture.GetPlaneCount(); ++Plane) {
-            UMC::PlaneInfo Info{};
-            Picture.GetPlaneInfo(&Info, Plane);
-            const int32_t RowBytes = Info.m_Width * Info.m_SampleBytes;
-            m_Sizes.emplace_back(RowBytes, Info.m_Height);
-            for (int32_t y = 0; y < Info.m_Height; ++y) {
-                const uint8_t* const pRow = Info.m_pPlane + static_cast<ptrdiff_t>(y) * Info.m_Pitch;
-                Samples.insert(Samples.end(), pRow, pRow + RowBytes);
+        for (const ComparedPlane& Plane : m_Planes)
+            for (int32_t y = 0; y < Plane.Height; ++y) {
+                const uint8_t* const pRow = Plane.pSamples + y * Plane.Pitch;
+                Samples.insert(Samples.end(), pRow, pRow + RowBytes(Plane));
             }
-        }
-        while (!m_Waiting.empty() && m_Waiting.begin()->first == m_Next) {
-            const auto& First = m_Waiting.begin()->second;
-            m_File.Write(First.data(), First.size());
-            m_Comparison.Next(First, m_Sizes);
+        for (; !m_Waiting.empty() && m_Waiting.begin()->first == m_Next; ++m_Next) {
+            GiveOut(m_Waiting.begin()->second);
             m_Waiting.erase(m_Waiting.begin());
-            ++m_Next;
         }
     }
-    void Close() { m_File.Close(); }
+    void Close()
+    {
+        if (m_File) m_File->Close();
+    }
 
 private:
-    OutputFile m_File;
-    PictureComparison m_Comparison;
-    std::vector<std::pair<int32_t, int32_t>> m_Sizes; // of the planes
-    bool m_bOn;
+    static ptrdiff_t RowBytes(const ComparedPlane& Plane) { return ptrdiff_t{Plane.Width} * Plane.SampleBytes; }
+
+    void GiveOut(const std::vector<uint8_t>& Samples)
+    {
+        if (m_File) m_File->Write(Samples.data(), Samples.size());
+        if (!m_Comparison) return;
+        const uint8_t* pSamples = Samples.data();
+        for (ComparedPlane& Plane : m_Planes) { // all pictures have one geometry
+            Plane.pSamples = pSamples;
+            Plane.Pitch = RowBytes(Plane);
+            pSamples += Plane.Pitch * Plane.Height;
+        }
+        if (const std::string Difference = m_Comparison->Next(m_Planes); !Difference.empty()) Fail(Difference);
+    }
+
+    std::optional<OutputFile> m_File;
+    std::optional<PictureComparison> m_Comparison;
+    std::vector<ComparedPlane> m_Planes;
     int32_t m_Next = 0;
-    std::map<int32_t, std::vector<uint8_t>> m_Waiting;
+    std::map<int32_t, std::vector<uint8_t>> m_Waiting; // by display order
 };
 
 // One run over all pictures. Stream and reconstruction are written in the first run only.
@@ -227,13 +147,14 @@ public:
         if (const UMC::Status s = m_Encoder.Init(&m_Params); s != UMC::StatusOk)
             Fail("the encoder refuses these settings: " + StatusText(s));
         const UMC::ColorFormat Format = o.Chroma == 400 ? UMC::GRAY : o.Chroma == 422 ? UMC::YUV422 : UMC::YUV420;
-        m_Input.Init(o.Width, o.Height, Format, o.Depth);
+        m_Input.Init(o.Size.Width, o.Size.Height, Format, o.Depth);
         m_Buffer.resize(2 * m_Input.GetMappingSize() + 65536);
     }
 
     size_t PictureBytes() const { return m_Input.GetMappingSize(); }
 
-    Result Encode(std::vector<uint8_t>& Pictures, size_t Count, OutputFile& Stream, ReconstructionWriter& Recon)
+    Result Encode(std::vector<uint8_t>& Pictures, size_t Count, std::optional<OutputFile>& Stream,
+                  ReconstructionWriter& Recon)
     {
         Result r;
         const std::clock_t Start = std::clock();
@@ -252,14 +173,14 @@ public:
     }
 
 private:
-    UMC::Status Turn(UMC::VideoData* pInput, OutputFile& Stream, ReconstructionWriter& Recon, Result& r)
+    UMC::Status Turn(UMC::VideoData* pInput, std::optional<OutputFile>& Stream, ReconstructionWriter& Recon, Result& r)
     {
         m_Output.SetBufferPointer(m_Buffer.data(), m_Buffer.size());
         const UMC::Status s = m_Encoder.GetFrame(pInput, &m_Output);
         if (s != UMC::StatusOk || m_Output.GetDataSize() == 0) return s;
         ++r.Frames;
         r.Bytes += static_cast<int64_t>(m_Output.GetDataSize());
-        Stream.Write(m_Output.GetDataPointer(), m_Output.GetDataSize());
+        if (Stream) Stream->Write(m_Output.GetDataPointer(), m_Output.GetDataSize());
         Recon.Add(*m_Encoder.GetReconstruction(), m_Encoder.GetDisplayOrder());
         return s;
     }
@@ -290,7 +211,7 @@ int Main(int argc, char** argv)
 {
     const Options o = ParseCommandLine(argc, argv);
     const UMC::H264EncoderParams Params = MakeParams(o);
-    std::vector<uint8_t> Pictures = ReadFile(o.In);
+    std::vector<uint8_t> Pictures = ReadWholeFile(o.In);
     Result Total;
     for (int i = 0; i < o.Loop; ++i) {
         Run r(o, Params);
@@ -298,10 +219,11 @@ int Main(int argc, char** argv)
         if (Count == 0) Fail(o.In + " holds no whole picture of this size");
         if (Pictures.size() % r.PictureBytes()) Fail("the last picture is cut short in " + o.In);
         if (o.Frames > 0) Count = std::min(Count, static_cast<size_t>(o.Frames));
-        OutputFile Stream(i == 0 && !o.bNoOutput ? o.Out : std::string());
-        ReconstructionWriter Recon(i == 0 ? o.Recon : std::string(), i == 0 ? o.Compare : std::string(), o.Width);
+        std::optional<OutputFile> Stream;
+        if (i == 0 && !o.bNoOutput) Stream.emplace(o.Out);
+        ReconstructionWriter Recon(i == 0 ? o.Recon : std::string(), i == 0 ? o.Compare : std::string());
         const Result One = r.Encode(Pictures, Count, Stream, Recon);
-        Stream.Close();
+        if (Stream) Stream->Close();
         Recon.Close();
         Total.Frames += One.Frames;
         Total.Bytes += One.Bytes;

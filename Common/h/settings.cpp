@@ -1,4 +1,4 @@
-#include "front/stdafx.h"
+#include "Common/h/settings.h"
 
 #include "platform/paths.h"
 #include "platform/profile_file.h"
