@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a group of tasks needs and that are missing. Quiet and quick when none is.
 #
-# Usage: install_packages.sh GROUP...      groups: build test bench windows
+# Usage: install_packages.sh GROUP...      groups: build test bench peers windows
 set -euo pipefail
 
 packages() {
@@ -10,6 +10,7 @@ packages() {
         nlohmann-json3-dev libssl-dev ffmpeg ;;
     test) echo libgtest-dev libgmock-dev x264 binutils ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev valgrind ;;
+    peers) echo libopencv-imgproc-dev ;;
     windows) echo g++-mingw-w64-i686-posix dpkg-dev ;;
     *)
         echo "install_packages.sh: no group named $1" >&2
