@@ -43,7 +43,8 @@ bool RegisterResizes(KernelRow<ResizeSig> Row)
 {
     const std::string Name = Row.Name;
     const auto Register = [&](const char* pTitle, void (*pBody)(benchmark::State&, ResizeSig*)) {
-        const std::string Title = Name + "/" + pTitle;
+        std::string Title = Name;
+        Title.append("/").append(pTitle);
         Row.Name = Title.c_str();
         RegisterTiers(Row, pBody);
     };

@@ -5,6 +5,7 @@
 
 namespace kernels {
 
-inline constexpr KernelRow<DeinterlaceBlendSig> kDeinterlaceBlend{"DeinterlaceBlend", {DeinterlaceBlend_px}};
+inline constexpr KernelRow<DeinterlaceBlendSig> kDeinterlaceBlend{"DeinterlaceBlend",
+                                                                  {DeinterlaceBlend_px, nullptr, DeinterlaceBlend_w7}};
 
 } // namespace kernels
