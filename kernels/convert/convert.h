@@ -18,8 +18,10 @@
 // Between luma-chroma and RGB: BT.601, luma 16 to 235, chroma 16 to 240. The value of a chroma sample holds for all
 // the pixels it stands for; RGB is averaged over these pixels. Alpha is opaque where the source has none, and lost
 // where the target has none. Between two samplings of chroma: averaged over what the target's sample covers, rounded
-// half up, or repeated; Yuv420 to Yuv422 and back is interpolated between lines instead. The arithmetic is libyuv's
-// for every pair that it has; results are within 3 levels of exact arithmetic before they are cut to 4, 5 or 6 bits.
+// half up, or repeated. Yuv420 to Yuv422 and back interpolate between lines instead: to Yuv422 from the first line to
+// the last, back with the centres of the lines in proportion; a chroma plane one sample wide takes the nearest line.
+// The arithmetic is libyuv's for every pair that it has: RGB is within 3 levels of exact arithmetic (before it is cut
+// to 4, 5 or 6 bits), luma and chroma from RGB and interpolated lines within 2; all else is exact.
 #pragma once
 
 #include "kernels/status.h"

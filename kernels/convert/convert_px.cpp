@@ -32,14 +32,11 @@ int32_t Call(const SourcePlanes* pFrom, const TargetPlanes* pTo, int32_t Width, 
                                Width, Height);
 }
 
-// The two packed layouts of 4:2:2 differ in the order of the bytes in each pair.
-int32_t SwapBytePairs(const SourcePlanes* pFrom, const TargetPlanes* pTo, int32_t Width, int32_t Height)
+// The two packed layouts of 4:2:2 differ in the order of the bytes in each pair. In the form of libyuv's functions.
+int SwapBytePairs(const uint8_t* pFrom, int FromStep, uint8_t* pTo, int ToStep, int Width, int Height)
 {
     constexpr uint8_t kOrder[16]{1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
-    if (const int32_t Status = ConvertRefusal(pFrom, 1, pTo, 1, Width, Height)) return Status;
-    const int32_t Groups = Width / 2 + Width % 2;
-    libyuv::ARGBShuffle(pFrom->pPlane[0], pFrom->Step[0], pTo->pPlane[0], pTo->Step[0], kOrder, Groups, Height);
-    return kStatusOk;
+    return libyuv::ARGBShuffle(pFrom, FromStep, pTo, ToStep, kOrder, Width / 2 + Width % 2, Height);
 }
 
 // Where a plane's sample for pixel (x, y) lies: x / WidthDiv * Bytes + y / HeightDiv * step.
@@ -63,9 +60,9 @@ Planes At(const Planes& Whole, const Shape& Layout, int32_t x, int32_t y)
     return Part;
 }
 
-// Pairs that libyuv joins by way of ARGB only: tile by tile, so that what lies between stays in the first-level cache.
-// The tile's sides are multiples of every group of pixels and of libyuv's vectors.
-template <Shape From, auto pToArgb, Shape To, auto pFromArgb>
+// Pairs that libyuv joins by way of a third packed layout: tile by tile, so that what lies between stays in the
+// first-level cache. The tile's sides are multiples of every group of pixels and of libyuv's vectors.
+template <Shape From, auto pToTile, Shape To, auto pFromTile>
 int32_t ByTiles(const SourcePlanes* pFrom, const TargetPlanes* pTo, int32_t Width, int32_t Height)
 {
     constexpr int32_t kTileWidth = 256, kTileHeight = 16, kTileStep = kTileWidth * 4;
@@ -78,8 +75,8 @@ int32_t ByTiles(const SourcePlanes* pFrom, const TargetPlanes* pTo, int32_t Widt
             const SourcePlanes FromPart = At(*pFrom, From, x, y);
             const TargetPlanes ToPart = At(*pTo, To, x, y);
             const int32_t w = std::min(kTileWidth, Width - x), h = std::min(kTileHeight, Height - y);
-            int32_t Status = Call<From.Planes, 1, pToArgb>(&FromPart, &TileIn, w, h);
-            if (Status == kStatusOk) Status = Call<1, To.Planes, pFromArgb>(&TileOut, &ToPart, w, h);
+            int32_t Status = Call<From.Planes, 1, pToTile>(&FromPart, &TileIn, w, h);
+            if (Status == kStatusOk) Status = Call<1, To.Planes, pFromTile>(&TileOut, &ToPart, w, h);
             if (Status != kStatusOk) return Status;
         }
     return kStatusOk;
@@ -95,8 +92,10 @@ int32_t ByTiles(const SourcePlanes* pFrom, const TargetPlanes* pTo, int32_t Widt
 
 CONVERSION(Nv12ToYuv420, Call<2, 3, libyuv::NV12ToI420>)
 
-CONVERSION(Yuy2ToNv12, Call<1, 2, libyuv::YUY2ToNV12>)
-CONVERSION(Yuy2ToUyvy, SwapBytePairs)
+// libyuv has YUY2ToNV12, but it gives wrong chroma in the last columns where the width is 17 to 30 above a multiple
+// of 32.
+CONVERSION(Yuy2ToNv12, ByTiles<kPacked2, SwapBytePairs, kNv12, libyuv::UYVYToNV12>)
+CONVERSION(Yuy2ToUyvy, Call<1, 1, SwapBytePairs>)
 CONVERSION(Yuy2ToYuv420, Call<1, 3, libyuv::YUY2ToI420>)
 CONVERSION(Yuy2ToYuv422, Call<1, 3, libyuv::YUY2ToI422>)
 CONVERSION(Yuy2ToRgb32, Call<1, 1, libyuv::YUY2ToARGB>)
@@ -106,7 +105,7 @@ CONVERSION(Yuy2ToRgb555, ByTiles<kPacked2, libyuv::YUY2ToARGB, kPacked2, libyuv:
 CONVERSION(Yuy2ToRgb444, ByTiles<kPacked2, libyuv::YUY2ToARGB, kPacked2, libyuv::ARGBToARGB4444>)
 
 CONVERSION(UyvyToNv12, Call<1, 2, libyuv::UYVYToNV12>)
-CONVERSION(UyvyToYuy2, SwapBytePairs)
+CONVERSION(UyvyToYuy2, Call<1, 1, SwapBytePairs>)
 CONVERSION(UyvyToYuv420, Call<1, 3, libyuv::UYVYToI420>)
 CONVERSION(UyvyToYuv422, Call<1, 3, libyuv::UYVYToI422>)
 CONVERSION(UyvyToRgb32, Call<1, 1, libyuv::UYVYToARGB>)
