@@ -31,9 +31,6 @@ inline cv::Mat Matrix(std::vector<uint8_t>& Samples, int Channels)
     return {kHeight, kWidth, CV_MAKETYPE(CV_8U, Channels), Samples.data()};
 }
 
-inline void CountPixels(benchmark::State& State)
-{
-    State.SetItemsProcessed(State.iterations() * kWidth * kHeight);
-}
+inline void CountPixels(benchmark::State& State) { State.SetItemsProcessed(State.iterations() * kWidth * kHeight); }
 
 } // namespace image_peers

@@ -10,9 +10,9 @@
 // a difference of 62 counts), else of 30 bits.
 //
 // The work buffer holds the tables and the rows that let the filter run in place. BilateralGetSize tells its size,
-// BilateralInit fills it for one set of parameters, BilateralFilter tests that it did; a buffer needs no alignment, stays
-// where it was filled, serves one thread at a time and any number of calls with a width, height and window as they were
-// given to BilateralGetSize, or smaller.
+// BilateralInit fills it for one set of parameters, BilateralFilter tests that it did; a buffer needs no alignment,
+// stays where it was filled, serves one thread at a time and any number of calls with a width, height and window as
+// they were given to BilateralGetSize, or smaller.
 #pragma once
 
 #include "kernels/status.h"

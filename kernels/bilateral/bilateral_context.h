@@ -40,9 +40,9 @@ struct alignas(16) BilateralContext {
     int32_t KernelWidth, KernelHeight;
     int32_t TapCount; // odd: the centre, then pairs of taps opposite each other
     int32_t Shift;
-    int32_t CentreWeight; // as summed, like the tables below
-    int32_t Narrow;       // 0 or 1
-    uint32_t Value[256];  // weights of the differences
+    int32_t CentreWeight;                      // as summed, like the tables below
+    int32_t Narrow;                            // 0 or 1
+    uint32_t Value[256];                       // weights of the differences
     BilateralPairTable Pairs[kNarrowTaps / 2]; // filled for narrow weights
 };
 

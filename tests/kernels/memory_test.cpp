@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <numeric>
 
-#include "tests/support/kernel_testing.h"
+#include "tests/support/plane_testing.h"
 
 namespace {
 
@@ -72,6 +72,35 @@ void CheckSet8u(Set8uSig* pFn, Set8uSig*)
     EXPECT_EQ(Plane[0], 9);
 }
 KERNEL_TEST(Set8u, CheckSet8u);
+
+void CheckCopyChannel8uC1C4(CopyChannel8uC1C4Sig* pFn, CopyChannel8uC1C4Sig*)
+{
+    using namespace kernel_testing;
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    ForEachShape([&](int Width, int Height, size_t Shift) {
+        for (const int Channel : {0, 3}) {
+            const Block Source = Rng.MakeBlock(Fill::Random, Width, Height, Width + 2, Shift);
+            Block Want = Rng.MakeBlock(Fill::Random, 4 * Width, Height, 4 * Width + 7, 15 - Shift), Got = Want;
+            for (int y = 0; y < Height; ++y)
+                for (int x = 0; x < Width; ++x) *Want.At(4 * x + Channel, y) = *Source.At(x, y);
+            ASSERT_EQ(pFn(Source.At(0, 0), Source.Step, Got.At(Channel, 0), Got.Step, Width, Height), kStatusOk);
+            ASSERT_EQ(Got, Want) << Width << " x " << Height;
+        }
+    });
+    const std::vector<uint8_t> Source(8, 1);
+    std::vector<uint8_t> Target(32, 7);
+    EXPECT_EQ(pFn(nullptr, 4, Target.data(), 16, 0, 2), kStatusNullPointer);
+    EXPECT_EQ(pFn(Source.data(), 4, nullptr, 16, 4, 2), kStatusNullPointer);
+    for (const auto& [Width, Height] : {std::pair{0, 2}, {-1, 2}, {4, 0}, {4, -4}})
+        EXPECT_EQ(pFn(Source.data(), 0, Target.data(), 16, Width, Height), kStatusSize);
+    for (const ptrdiff_t Step : {0, -4}) {
+        EXPECT_EQ(pFn(Source.data(), Step, Target.data(), 16, 4, 2), kStatusStep);
+        EXPECT_EQ(pFn(Source.data(), 4, Target.data(), Step, 4, 2), kStatusStep);
+    }
+    EXPECT_EQ(Target, std::vector<uint8_t>(32, 7));
+}
+KERNEL_TEST(CopyChannel8uC1C4, CheckCopyChannel8uC1C4);
 
 TEST(Malloc, BlocksAreAlignedAndWhole)
 {
