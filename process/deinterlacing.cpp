@@ -2,13 +2,42 @@
 
 #include "kernels/dispatch/image_kernels.h"
 
-#include <algorithm>
-
 namespace UMC {
 
-// Half the weight on the line itself, a quarter on each neighbour: a full blend of the two fields.
-static constexpr int32_t kCentreWeight = 128;
-static constexpr int32_t kMinHeight = 3; // what the blend needs; a lower plane is copied
+namespace {
+
+constexpr int32_t kMinHeight = 3; // what the blend needs
+
+struct BlendMode {
+    bool bFilter;
+    int32_t CentreWeight; // of 256, on the line itself
+    int32_t Layout;
+};
+
+BlendMode ModeOf(int32_t Structure)
+{
+    switch (Structure) {
+    case PROGRESSIVE_FRAME: return {false, 0, 0};
+    case TOP_FIELD_ONLY: return {true, 0, kernels::kFilterOdd};
+    case BOTTOM_FIELD_ONLY: return {true, 0, kernels::kFilterEven};
+    default: return {true, 128, kernels::kFilterAllButFirst}; // both fields have the same share of each line
+    }
+}
+
+Status DeinterlacePlane(const PlaneInfo& From, const PlaneInfo& To, const BlendMode& Mode)
+{
+    if (!From.m_pPlane || !To.m_pPlane) return StatusNullPointer;
+    if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
+    const int32_t RowBytes = From.m_Width * From.m_Samples;
+    const int32_t Result =
+        Mode.bFilter && From.m_Height >= kMinHeight
+            ? kernels::DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height,
+                                        Mode.CentreWeight, Mode.Layout)
+            : kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height);
+    return Result == kernels::kStatusOk ? StatusOk : StatusInvalidParamsExt;
+}
+
+} // namespace
 
 Status Deinterlacing::GetFrame(MediaData* pInput, MediaData* pOutput)
 {
@@ -16,20 +45,14 @@ Status Deinterlacing::GetFrame(MediaData* pInput, MediaData* pOutput)
     const auto* const pTarget = DynamicCast<VideoData>(pOutput);
     if (!pSource || !pTarget) return StatusNullPointer;
     if (pSource->GetColorFormat() != pTarget->GetColorFormat() || pSource->GetWidth() != pTarget->GetWidth() ||
-        pSource->GetHeight() != pTarget->GetHeight())
+        pSource->GetHeight() != pTarget->GetHeight() || pSource->GetPlaneCount() != pTarget->GetPlaneCount())
         return StatusInvalidParamsExt;
-    for (int32_t i = 0; i < std::min(pSource->GetPlaneCount(), pTarget->GetPlaneCount()); ++i) {
-        PlaneInfo From, To;
+    const BlendMode Mode = ModeOf(pSource->GetPictureStructure());
+    for (int32_t i = 0; i < pSource->GetPlaneCount(); ++i) {
+        PlaneInfo From{}, To{};
         pSource->GetPlaneInfo(&From, i);
         pTarget->GetPlaneInfo(&To, i);
-        if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
-        const int32_t RowBytes = From.m_Width * From.m_Samples;
-        const int32_t Result =
-            From.m_Height < kMinHeight
-                ? kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height)
-                : kernels::DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes,
-                                            From.m_Height, kCentreWeight, 1);
-        if (Result != kernels::kStatusOk) return StatusInvalidParamsExt;
+        if (const Status Result = DeinterlacePlane(From, To, Mode); Result != StatusOk) return Result;
     }
     return StatusOk;
 }

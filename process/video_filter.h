@@ -23,15 +23,31 @@ public:
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
 };
 
-/// Changes the size at one layout by cubic interpolation. StatusNotImplemented for a layout that cannot be resized.
+/// Changes the size at one layout, each component as a plane of its own. A plane that shrinks to a half or less both
+/// ways gets the mean of the area that each sample covers, with kernels of their own for exactly a half and a quarter;
+/// any other change of size is cubic. Packed 4:2:2 and 4:1:1 go by their planar forms and 16-bit RGB by RGB32, in
+/// pictures that the object keeps until their size changes.
+///
+/// StatusNullPointer when a side is not a VideoData or has no pixels, StatusInvalidParamsExt when the layouts differ or
+/// a kernel refuses a plane, StatusNotImplemented for NONE_FORMAT, StatusUnsupported for samples of more than 8 bits,
+/// StatusAllocFailed.
 class VideoResizing : public VideoFilter
 {
 public:
     UMC_DERIVED_CLASS(VideoResizing, VideoFilter, "VideoResizing")
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
+
+private:
+    VideoData m_UnpackedSource, m_UnpackedTarget;
 };
 
-/// Blends the lines of an interlaced picture, plane by plane, at one layout and size.
+/// Makes a progressive picture of the source's lines, plane by plane, at one layout and size. A frame of two fields
+/// (INTERLACED_FRAME, and any structure without a name) becomes a blend of both, with its first line as it is. Of
+/// TOP_FIELD_ONLY and BOTTOM_FIELD_ONLY only that field's lines are read, and the lines between them are interpolated.
+/// Planes of a PROGRESSIVE_FRAME, and those of fewer than three lines, are copied.
+///
+/// StatusNullPointer when a side is not a VideoData or a plane has no pixels, StatusInvalidParamsExt when layouts or
+/// sizes differ or a kernel refuses, StatusUnsupported for samples of two bytes.
 class Deinterlacing : public VideoFilter
 {
 public:

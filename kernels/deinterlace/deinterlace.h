@@ -16,9 +16,10 @@ enum DeinterlaceLayout : int32_t {
 };
 
 // Triangle filter across lines: target = ((above + below) * side + middle * CentreWeight) >> 8 with side = (256 -
-// CentreWeight) >> 1, rounding down, and CentreWeight limited to 0..256. The first and the last row use themselves for
-// the line that is missing. With CentreWeight 0 a filtered row has nothing of its own line: kFilterOdd and kFilterEven
-// then make a picture of one field. An odd CentreWeight makes the weights add up to 255 of 256.
+// CentreWeight) >> 1, rounding down, and CentreWeight limited to 0..256. The first and the last row have the line that
+// is missing from their other side, so that the shares of the two fields are the same everywhere. With CentreWeight 0 a
+// filtered row has nothing of its own line: kFilterOdd and kFilterEven then make a picture of one field. An odd
+// CentreWeight makes the weights add up to 255 of 256.
 //
 // Planes of Width x Height 8-bit samples, steps in bytes from one row to the next; no pointer needs alignment, source
 // and target do not overlap. Statuses (kernels/status.h): 0, -8, -6 for a width below 1 or a height below 3, -14.

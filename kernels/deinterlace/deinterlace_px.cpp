@@ -34,12 +34,14 @@ int32_t DeinterlaceRows(BlendRowSig* pBlendRow, const uint8_t* pSource, ptrdiff_
     if (SourceStep <= 0 || TargetStep <= 0) return kStatusStep;
     const int32_t Centre = std::clamp(CentreWeight, 0, 256);
     const int32_t Side = (256 - Centre) >> 1;
-    for (int32_t y = 0; y < Height; ++y, pSource += SourceStep, pTarget += TargetStep)
-        if (IsFiltered(y, Layout))
-            pBlendRow(y ? pSource - SourceStep : pSource, pSource, y < Height - 1 ? pSource + SourceStep : pSource,
-                      pTarget, Width, Side, Centre);
-        else
+    for (int32_t y = 0; y < Height; ++y, pSource += SourceStep, pTarget += TargetStep) {
+        if (!IsFiltered(y, Layout)) {
             std::memcpy(pTarget, pSource, static_cast<size_t>(Width));
+            continue;
+        }
+        const ptrdiff_t Above = y ? -SourceStep : SourceStep, Below = y < Height - 1 ? SourceStep : -SourceStep;
+        pBlendRow(pSource + Above, pSource, pSource + Below, pTarget, Width, Side, Centre);
+    }
     return kStatusOk;
 }
 

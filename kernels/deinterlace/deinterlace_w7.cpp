@@ -12,6 +12,23 @@ static __m128i Blend(__m128i Neighbours, __m128i Middle, __m128i Side, __m128i C
     return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(Neighbours, Side), _mm_mullo_epi16(Middle, Centre)), 8);
 }
 
+// (a + b) >> 1 of bytes: the average rounds up, which the lowest bits undo.
+static __m128i FloorAverage(__m128i a, __m128i b)
+{
+    return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
+}
+
+// The blend of a quarter, a half and a quarter, which the processing chain takes: two averages that round down.
+static void BlendRowEvenly(const uint8_t* pAbove, const uint8_t* pMiddle, const uint8_t* pBelow, uint8_t* pTarget,
+                           int32_t Width, int32_t, int32_t)
+{
+    int32_t x = 0;
+    for (; x + 16 <= Width; x += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTarget + x),
+                         FloorAverage(FloorAverage(Load(pAbove + x), Load(pBelow + x)), Load(pMiddle + x)));
+    for (; x < Width; ++x) pTarget[x] = static_cast<uint8_t>((pAbove[x] + pBelow[x] + 2 * pMiddle[x]) >> 2);
+}
+
 static void BlendRow(const uint8_t* pAbove, const uint8_t* pMiddle, const uint8_t* pBelow, uint8_t* pTarget,
                      int32_t Width, int32_t Side, int32_t Centre)
 {
@@ -33,7 +50,8 @@ static void BlendRow(const uint8_t* pAbove, const uint8_t* pMiddle, const uint8_
 int32_t DeinterlaceBlend_w7(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
                             int32_t Width, int32_t Height, int32_t CentreWeight, int32_t Layout)
 {
-    return DeinterlaceRows(BlendRow, pSource, SourceStep, pTarget, TargetStep, Width, Height, CentreWeight, Layout);
+    return DeinterlaceRows(CentreWeight == 128 ? BlendRowEvenly : BlendRow, pSource, SourceStep, pTarget, TargetStep,
+                           Width, Height, CentreWeight, Layout);
 }
 
 } // namespace kernels

@@ -65,8 +65,8 @@ std::vector<int> Blended(int32_t Weight, int32_t Layout)
 
 TEST(DeinterlaceBlendReference, WeighsTheLinesAboveAndBelow)
 {
-    EXPECT_EQ(Blended(128, kFilterAll), (std::vector<int>{85, 50, 20, 5}));
-    EXPECT_EQ(Blended(0, kFilterAll), (std::vector<int>{70, 60, 20, 10}));
+    EXPECT_EQ(Blended(128, kFilterAll), (std::vector<int>{70, 50, 20, 10}));
+    EXPECT_EQ(Blended(0, kFilterAll), (std::vector<int>{40, 60, 20, 20}));
     EXPECT_EQ(Blended(-9, kFilterAll), Blended(0, kFilterAll));
     EXPECT_EQ(Blended(300, kFilterAll), (std::vector<int>{100, 40, 20, 0}));
     EXPECT_EQ(Blended(255, kFilterAll), (std::vector<int>{99, 39, 19, 0})); // the sides get half of 1, which is 0
@@ -74,12 +74,16 @@ TEST(DeinterlaceBlendReference, WeighsTheLinesAboveAndBelow)
 
 TEST(DeinterlaceBlendReference, TheLayoutChoosesTheRows)
 {
-    EXPECT_EQ(Blended(128, kFilterAllButFirst), (std::vector<int>{100, 50, 20, 5}));
-    EXPECT_EQ(Blended(128, kFilterOdd), (std::vector<int>{100, 50, 20, 5}));
-    EXPECT_EQ(Blended(0, kFilterOdd), (std::vector<int>{100, 60, 20, 10}));
-    EXPECT_EQ(Blended(128, kFilterEven), (std::vector<int>{85, 40, 20, 0}));
-    EXPECT_EQ(Blended(0, kFilterEven), (std::vector<int>{70, 40, 20, 0}));
+    EXPECT_EQ(Blended(128, kFilterAllButFirst), (std::vector<int>{100, 50, 20, 10}));
+    EXPECT_EQ(Blended(128, kFilterOdd), (std::vector<int>{100, 50, 20, 10}));
+    EXPECT_EQ(Blended(128, kFilterEven), (std::vector<int>{70, 40, 20, 0}));
     for (const int32_t Layout : {-1, 3, 5, 100}) EXPECT_EQ(Blended(128, Layout), Blended(128, kFilterAll));
+}
+
+TEST(DeinterlaceBlendReference, WithoutCentreAPictureOfOneFieldRemains)
+{
+    EXPECT_EQ(Blended(0, kFilterOdd), (std::vector<int>{100, 60, 20, 20}));
+    EXPECT_EQ(Blended(0, kFilterEven), (std::vector<int>{40, 40, 20, 0}));
 }
 
 } // namespace

@@ -219,28 +219,3 @@ TEST(VideoProcessing, HoldsEightFilters)
     for (int i = 0; i < 4; ++i) EXPECT_EQ(Chain.AddFilter(&Filters[i], true), StatusOk);
     EXPECT_EQ(Chain.AddFilter(&Filters[4], true), StatusFailed);
 }
-
-TEST(VideoResizing, RefusesLayoutsOfMixedSamples)
-{
-    VideoResizing Filter;
-    for (const ColorFormat Format : {NV12, YUY2, UYVY, RGB565}) {
-        VideoData In, Out;
-        Fill(In, 32, 16, Format);
-        Fill(Out, 16, 8, Format);
-        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusNotImplemented);
-    }
-}
-
-TEST(VideoResizing, AFlatPictureStaysFlat)
-{
-    VideoResizing Filter;
-    for (const ColorFormat Format : {YUV420, YUV444, RGB24, RGB32, GRAY}) {
-        VideoData In, Out;
-        Fill(In, 32, 16, Format);
-        Fill(Out, 50, 37, Format);
-        std::fill_n(static_cast<uint8_t*>(In.GetDataPointer()), In.GetMappingSize(), uint8_t{173});
-        ASSERT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
-        for (int32_t i = 0; i < Out.GetPlaneCount(); ++i)
-            for (const uint8_t Sample : PlaneBytes(Out, i)) ASSERT_EQ(Sample, 173);
-    }
-}
