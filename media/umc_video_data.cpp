@@ -216,9 +216,9 @@ Status VideoData::SetRegion(int32_t X, int32_t Y, int32_t Width, int32_t Height)
         return StatusInvalidParamsExt;
     for (int32_t i = 0; i < m_PlaneCount; ++i) {
         PlaneInfo& Plane = m_pPlanes[i];
-        if (Plane.m_Width <= 0 || Plane.m_Height <= 0) continue;
-        const int32_t DivX = (m_Width + Plane.m_Width - 1) / Plane.m_Width;
-        const int32_t DivY = (m_Height + Plane.m_Height - 1) / Plane.m_Height;
+        // The plane's own divisors: at odd sizes the quotient of picture size and plane size is not a whole number.
+        const int32_t DivX = Plane.m_WidthDiv, DivY = Plane.m_HeightDiv;
+        if (DivX <= 0 || DivY <= 0) continue; // no layout has been set
         if (Plane.m_pPlane)
             Plane.m_pPlane +=
                 ptrdiff_t{X / DivX} * Plane.m_Samples * Plane.m_SampleBytes + ptrdiff_t{Y / DivY} * Plane.m_Pitch;

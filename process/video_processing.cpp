@@ -69,8 +69,8 @@ ColorFormat VideoProcessing::IntermediateFormat(ColorFormat Id)
     case RGB565:
     case RGB555:
     case RGB444: return RGB24;
-    case Y41P:
-    case Y411: return YUV411;
+    case Y411:
+    case Y41P: return YUV411;
     case RGB24: return RGB32;
     case YUVA444: return YUV444;
     default: return YUV420;
@@ -89,28 +89,35 @@ Status VideoProcessing::GetFrame(MediaData* pInput, MediaData* pOutput)
     pSource->GetTime(Start, End);
     pTarget->SetTime(Start, End);
 
-    VideoData Cropped;
-    if (m_bCropping) {
-        Cropped = *pSource;
-        pSource = &Cropped;
-        const Status Result =
-            Cropped.SetRegion(m_Params.m_CropX, m_Params.m_CropY, m_Params.m_CropWidth, m_Params.m_CropHeight);
-        if (Result != StatusOk) return Result;
-    }
+    if (m_bCropping)
+        if (const Status Result = Crop(pSource); Result != StatusOk) return Result;
 
     SetActiveFlags(*pSource, *pTarget);
     const size_t TargetSize = pTarget->GetMappingSize();
     const size_t ReportedSize = TargetSize ? TargetSize : pSource->GetMappingSize();
     pTarget->SetPictureStructure(
         m_FilterActive[static_cast<size_t>(m_IndexDeinterlace)] ? PROGRESSIVE_FRAME : pSource->GetPictureStructure());
-    VideoData SourceCopy, TargetCopy;
     VideoData* pChainTarget = pTarget;
-    ApplyChromaShortcut(pSource, SourceCopy, pChainTarget, TargetCopy);
-    const Status Result = RunChain(pSource, pChainTarget);
+    Status Result = ApplyChromaShortcut(pSource, pChainTarget);
+    if (Result == StatusOk) Result = RunChain(pSource, pChainTarget);
     if (Result != StatusOk) return Result;
     pTarget->SetDataSize(0);
     pTarget->SetDataSize(ReportedSize);
     return StatusOk;
+}
+
+// A copy of a picture's description over the same pixels. Without memory for its planes it has none.
+static Status Describe(const VideoData& Picture, VideoData& Copy)
+{
+    Copy = Picture;
+    return Copy.GetPlaneCount() == Picture.GetPlaneCount() ? StatusOk : StatusAllocFailed;
+}
+
+Status VideoProcessing::Crop(VideoData*& pSource)
+{
+    if (const Status Result = Describe(*pSource, m_Cropped); Result != StatusOk) return Result;
+    pSource = &m_Cropped;
+    return m_Cropped.SetRegion(m_Params.m_CropX, m_Params.m_CropY, m_Params.m_CropWidth, m_Params.m_CropHeight);
 }
 
 void VideoProcessing::SetActiveFlags(const VideoData& Source, const VideoData& Output)
@@ -125,20 +132,20 @@ void VideoProcessing::SetActiveFlags(const VideoData& Source, const VideoData& O
 
 // Formats 5 and 0 differ in the order of the chroma planes only: with another filter at work, exchanging two plane
 // records in a private copy of the side in format 0 saves the conversion.
-void VideoProcessing::ApplyChromaShortcut(VideoData*& pSource, VideoData& SourceCopy, VideoData*& pOutput,
-                                          VideoData& OutputCopy)
+Status VideoProcessing::ApplyChromaShortcut(VideoData*& pSource, VideoData*& pOutput)
 {
     const ColorFormat From = pSource->GetColorFormat(), To = pOutput->GetColorFormat();
-    if (!(From == YUV420 && To == YV12) && !(From == YV12 && To == YUV420)) return;
-    bool bOther = false;
-    for (int i = 0; i < m_FilterCount; ++i) bOther |= i != m_IndexConvert && m_FilterActive[static_cast<size_t>(i)];
-    if (!bOther) return;
-    VideoData& Copy = From == YV12 ? SourceCopy : OutputCopy;
+    if (!(From == YUV420 && To == YV12) && !(From == YV12 && To == YUV420)) return StatusOk;
+    bool& bConvert = m_FilterActive[static_cast<size_t>(m_IndexConvert)];
+    bConvert = false;
+    if (LastActive() < 0) { // nothing but the conversion
+        bConvert = true;
+        return StatusOk;
+    }
     VideoData*& pSide = From == YV12 ? pSource : pOutput;
-    Copy = *pSide;
-    if (Copy.SwapChromaPlanes(YUV420) != StatusOk) return;
-    pSide = &Copy;
-    m_FilterActive[static_cast<size_t>(m_IndexConvert)] = false;
+    if (const Status Result = Describe(*pSide, m_Exchanged); Result != StatusOk) return Result;
+    pSide = &m_Exchanged;
+    return m_Exchanged.SwapChromaPlanes(YUV420);
 }
 
 int VideoProcessing::LastActive() const
@@ -158,15 +165,14 @@ Status VideoProcessing::RunChain(VideoData* pSource, VideoData* pOutput)
     }
     ColorFormat Format = pSource->GetColorFormat();
     int32_t Width = pSource->GetWidth(), Height = pSource->GetHeight();
-    int Work = 0;
     for (int Slot = 0; Slot <= Last; ++Slot) {
         BaseCodec* const pFilter = m_Filters[static_cast<size_t>(Slot)];
         if (!m_FilterActive[static_cast<size_t>(Slot)] || !pFilter) continue;
         if (Slot == m_IndexConvert) Format = pOutput->GetColorFormat();
         if (Slot == m_IndexResize) Width = pOutput->GetWidth(), Height = pOutput->GetHeight();
 
-        Status Result = StatusOk;
-        VideoData* const pTarget = Slot == Last ? pOutput : WorkPicture(Work, Width, Height, Format, Result);
+        VideoData* pTarget = pOutput;
+        Status Result = Slot == Last ? StatusOk : WorkPicture(pSource, Width, Height, Format, pTarget);
         if (Result == StatusOk) Result = pFilter->GetFrame(pSource, pTarget);
         bool& bPreConvert = m_FilterActive[static_cast<size_t>(m_IndexPreConvert)];
         if (Result == StatusNotImplemented && Slot == m_IndexConvert && !bPreConvert) {
@@ -177,22 +183,30 @@ Status VideoProcessing::RunChain(VideoData* pSource, VideoData* pOutput)
         }
         if (Result != StatusOk) return Result;
         pSource = pTarget;
-        Work = (Work + 1) % kWorkBuffers;
     }
     return StatusOk;
 }
 
-VideoData* VideoProcessing::WorkPicture(int Index, int32_t Width, int32_t Height, ColorFormat Format, Status& Result)
+// Three pictures serve up to eight filters: any that is not the source will do, and one that has the geometry already
+// needs no allocation. An unused one comes before one of another geometry, which may be wanted again.
+Status VideoProcessing::WorkPicture(const VideoData* pSource, int32_t Width, int32_t Height, ColorFormat Format,
+                                    VideoData*& pPicture)
 {
-    VideoData& Picture = (*m_pWorkBuffers)[static_cast<size_t>(Index)];
-    Result = StatusOk;
-    if (Picture.GetWidth() != Width || Picture.GetHeight() != Height || Picture.GetColorFormat() != Format) {
-        Picture.SetAlignment(16);
-        Result = Picture.Init(Width, Height, Format, 0);
-        if (Result == StatusOk) Result = Picture.Alloc();
-        if (Result != StatusOk) Picture = VideoData();
+    VideoData* pBest = nullptr;
+    for (VideoData& Picture : *m_pWorkBuffers) {
+        if (&Picture == pSource) continue;
+        if (Picture.GetWidth() == Width && Picture.GetHeight() == Height && Picture.GetColorFormat() == Format) {
+            pPicture = &Picture;
+            return StatusOk;
+        }
+        if (!pBest || (pBest->GetPlaneCount() && !Picture.GetPlaneCount())) pBest = &Picture;
     }
-    return &Picture;
+    pPicture = pBest;
+    pPicture->SetAlignment(kWorkAlignment);
+    Status Result = pPicture->Init(Width, Height, Format, 0);
+    if (Result == StatusOk) Result = pPicture->Alloc();
+    if (Result != StatusOk) *pPicture = VideoData();
+    return Result;
 }
 
 } // namespace UMC

@@ -49,12 +49,15 @@ public:
 private:
     static constexpr int kMaxFilters = 8;
     static constexpr int kWorkBuffers = 3;
+    static constexpr int32_t kWorkAlignment = 16; // bytes, of the planes and rows of a work picture
 
     void SetActiveFlags(const VideoData& Source, const VideoData& Output);
-    void ApplyChromaShortcut(VideoData*& pSource, VideoData& SourceCopy, VideoData*& pOutput, VideoData& OutputCopy);
+    Status Crop(VideoData*& pSource);
+    Status ApplyChromaShortcut(VideoData*& pSource, VideoData*& pOutput);
     Status RunChain(VideoData* pSource, VideoData* pOutput);
     int LastActive() const;
-    VideoData* WorkPicture(int Index, int32_t Width, int32_t Height, ColorFormat Format, Status& Result);
+    Status WorkPicture(const VideoData* pSource, int32_t Width, int32_t Height, ColorFormat Format,
+                       VideoData*& pPicture);
 
     VideoProcessingParams m_Params;
     int m_FilterCount = 4;
@@ -64,6 +67,7 @@ private:
     std::array<bool, kMaxFilters> m_FilterActive{};
     std::unique_ptr<BaseCodec> m_pDeinterlacing, m_pConversion, m_pResizing; // slots 1 and 2 share the conversion
     std::unique_ptr<std::array<VideoData, kWorkBuffers>> m_pWorkBuffers;
+    VideoData m_Cropped, m_Exchanged; // descriptions over the caller's pixels, of use during one GetFrame only
 };
 
 } // namespace UMC

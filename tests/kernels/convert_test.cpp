@@ -84,7 +84,7 @@ struct Picture {
 struct Case {
     Layout From, To;
     double Tolerance; // levels
-    ChromaRule Rule = ChromaRule::Mean;
+    ChromaRule Rule;
 };
 
 double CheckOne(ConvertSig* pFn, ConvertSig* pReference, const Case& c, const Picture& Source, size_t Shift)
@@ -158,57 +158,11 @@ void CheckConversion(ConvertSig* pFn, ConvertSig* pReference, const Case& c)
 #define CONVERSION_TEST(Name, ...)                                                                                     \
     void Check##Name(ConvertSig* pFn, ConvertSig* pReference) { CheckConversion(pFn, pReference, __VA_ARGS__); }       \
     KERNEL_TEST(Name, Check##Name)
-#define PAIR_TEST(A, B, ...) CONVERSION_TEST(A##To##B, Case{Layout::A, Layout::B, __VA_ARGS__})
-
-PAIR_TEST(Nv12, Yuv420, 0);
-PAIR_TEST(Yuy2, Nv12, 0);
-PAIR_TEST(Yuy2, Uyvy, 0);
-PAIR_TEST(Yuy2, Yuv420, 0);
-PAIR_TEST(Yuy2, Yuv422, 0);
-PAIR_TEST(Yuy2, Rgb32, 3);
-PAIR_TEST(Yuy2, Rgb24, 3);
-PAIR_TEST(Yuy2, Rgb565, 3);
-PAIR_TEST(Yuy2, Rgb555, 3);
-PAIR_TEST(Yuy2, Rgb444, 3);
-PAIR_TEST(Uyvy, Nv12, 0);
-PAIR_TEST(Uyvy, Yuy2, 0);
-PAIR_TEST(Uyvy, Yuv420, 0);
-PAIR_TEST(Uyvy, Yuv422, 0);
-PAIR_TEST(Uyvy, Rgb32, 3);
-PAIR_TEST(Yuv411, Yuv422, 0);
-PAIR_TEST(Yuv420, Nv12, 0);
-PAIR_TEST(Yuv420, Yuy2, 0);
-PAIR_TEST(Yuv420, Uyvy, 0);
-PAIR_TEST(Yuv420, Yuv411, 0);
-PAIR_TEST(Yuv420, Yuv422, 2, ChromaRule::LinesBetween);
-PAIR_TEST(Yuv420, Y41p, 0);
-PAIR_TEST(Yuv420, Rgb32, 3);
-PAIR_TEST(Yuv420, Rgb24, 3);
-PAIR_TEST(Yuv420, Rgb565, 3);
-PAIR_TEST(Yuv420, Rgb555, 3);
-PAIR_TEST(Yuv420, Rgb444, 3);
-PAIR_TEST(Yuv422, Yuv420, 2, ChromaRule::LinesCentred);
-CONVERSION_TEST(CopyYuv422, Case{Layout::Yuv422, Layout::Yuv422, 0});
-PAIR_TEST(Y41p, Yuv420, 0);
-PAIR_TEST(Rgb32, Yuy2, 2);
-PAIR_TEST(Rgb32, Uyvy, 2);
-PAIR_TEST(Rgb32, Yuv420, 2);
-PAIR_TEST(Rgb32, Rgb24, 0);
-PAIR_TEST(Rgb24, Nv12, 2);
-PAIR_TEST(Rgb24, Yuy2, 2);
-PAIR_TEST(Rgb24, Uyvy, 2);
-PAIR_TEST(Rgb24, Yuv420, 2);
-PAIR_TEST(Rgb24, Yuv422, 2);
-PAIR_TEST(Rgb24, Rgb32, 0);
-PAIR_TEST(Rgb24, Rgb565, 0);
-PAIR_TEST(Rgb24, Rgb555, 0);
-PAIR_TEST(Rgb24, Rgb444, 0);
-PAIR_TEST(Rgb565, Yuv420, 2);
-PAIR_TEST(Rgb565, Rgb32, 0);
-PAIR_TEST(Rgb565, Rgb24, 0);
-PAIR_TEST(Rgb555, Yuv420, 2);
-PAIR_TEST(Rgb555, Rgb32, 0);
-PAIR_TEST(Rgb555, Rgb24, 0);
+#define CONVERSION(A, B, Tolerance, Rule)                                                                              \
+    CONVERSION_TEST(A##To##B, Case{Layout::A, Layout::B, Tolerance, ChromaRule::Rule});
+#include "tests/kernels/conversions.def"
+#undef CONVERSION
+CONVERSION_TEST(CopyYuv422, Case{Layout::Yuv422, Layout::Yuv422, 0, ChromaRule::Mean});
 
 void CheckNarrow(NarrowSig* pFn, NarrowSig* pReference)
 {

@@ -67,4 +67,22 @@ Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelForma
     return d;
 }
 
+std::vector<uint8_t> ConvertPicture(const std::vector<uint8_t>& Raw, int Width, int Height, const std::string& From,
+                                    const std::string& To)
+{
+    const ScratchFolder Folder;
+    const std::string In = Folder.File("in.raw"), Out = Folder.File("out.raw");
+    std::ofstream(In, std::ios::binary)
+        .write(reinterpret_cast<const char*>(Raw.data()), static_cast<std::streamsize>(Raw.size()));
+    // ffmpeg keeps this layout as a codec of its own, with the bottom line first.
+    const bool bFlip = (From == "y41p") != (To == "y41p");
+    const std::string Size = std::to_string(Width) + "x" + std::to_string(Height);
+    const std::string Command =
+        "ffmpeg -v error -nostdin -threads 1 -f rawvideo " +
+        (From == "y41p" ? "-c:v y41p -pixel_format yuv411p" : "-pixel_format " + From) + " -video_size " + Size +
+        " -i " + In + (bFlip ? " -vf vflip" : "") + " -sws_flags accurate_rnd+full_chroma_int+bitexact " +
+        (To == "y41p" ? "-c:v y41p -pix_fmt yuv411p" : "-pix_fmt " + To) + " -f rawvideo -y " + Out + " 2> /dev/null";
+    return std::system(Command.c_str()) == 0 ? ReadAll(Out) : std::vector<uint8_t>();
+}
+
 } // namespace ffmpeg_oracle

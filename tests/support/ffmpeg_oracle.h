@@ -1,4 +1,4 @@
-// ffmpeg as the decoder that we did not write.
+// ffmpeg as the decoder and the converter that we did not write.
 #pragma once
 
 #include <cstdint>
@@ -17,5 +17,11 @@ struct Decoded {
 
 /// Decodes an Annex B byte stream. PixelFormat is ffmpeg's name of the output format.
 Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat = "yuv420p");
+
+/// One raw picture in another layout, its planes one behind the other without gaps; empty when ffmpeg fails. The
+/// layouts are ffmpeg's names of pixel formats, and "y41p" for the packed 4:1:1 of 8 pixels, with the top line first.
+/// Width a multiple of 8, BT.601 between luma-chroma and RGB, in the same ranges as the kernels.
+std::vector<uint8_t> ConvertPicture(const std::vector<uint8_t>& Raw, int Width, int Height, const std::string& From,
+                                    const std::string& To);
 
 } // namespace ffmpeg_oracle
