@@ -11,16 +11,18 @@
 
 namespace kernel_bench {
 
-/// Registers Body(State, variant) as "name/tier" for every tier of the row that this processor runs.
+/// Registers Body(State, variant) as "name/tier" for every tier of the row that this processor runs; as
+/// "name case/tier" where a row is timed in several cases.
 /// @return true, so that a static constant can hold the call.
 template <class Sig>
-bool RegisterTiers(const kernels::KernelRow<Sig>& Row, void (*pBody)(benchmark::State&, Sig*))
+bool RegisterTiers(const kernels::KernelRow<Sig>& Row, void (*pBody)(benchmark::State&, Sig*), const char* pCase = "")
 {
     const int Best = kernels::TierOfClass(kernels::DetectProcessorClass());
     for (const kernels::Tier t : kernels::kAllTiers) {
         Sig* const pFn = Row.At(t);
         if (!pFn || static_cast<int>(t) > Best) continue;
-        const std::string Title = std::string(Row.Name) + "/" + kernels::kTierNames[static_cast<size_t>(t)];
+        const std::string Title =
+            Row.Name + std::string(*pCase ? " " : "") + pCase + "/" + kernels::kTierNames[static_cast<size_t>(t)];
         benchmark::RegisterBenchmark(Title.c_str(), [=](benchmark::State& State) { pBody(State, pFn); });
     }
     return true;
