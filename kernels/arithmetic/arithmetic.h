@@ -53,4 +53,11 @@ Convert8uTo32fSig Convert8uTo32f_px;
 Convert32fTo8uSig Convert32fTo8u_px;
 ClampThreshold32fSig ClampThreshold32f_px;
 
+Sub8uSig Sub8u_w7;
+SubInPlace8uSig SubInPlace8u_w7;
+Add8uSig Add8u_w7;
+MulConst8uInPlaceSig MulConst8uInPlace_w7;
+Convert32fTo8uSig Convert32fTo8u_w7;
+ClampThreshold32fSig ClampThreshold32f_w7;
+
 } // namespace kernels

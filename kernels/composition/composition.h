@@ -16,6 +16,6 @@ enum AlphaCompositionType : int32_t { kAlphaPlus = 5 };
 using AlphaComp8uAC4Sig = int32_t(const uint8_t* pFirst, ptrdiff_t FirstStep, const uint8_t* pSecond,
                                   ptrdiff_t SecondStep, uint8_t* pTarget, ptrdiff_t TargetStep, int32_t Width,
                                   int32_t Height, int32_t Type);
-AlphaComp8uAC4Sig AlphaComp8uAC4_px;
+AlphaComp8uAC4Sig AlphaComp8uAC4_px, AlphaComp8uAC4_w7, AlphaComp8uAC4_v8;
 
 } // namespace kernels

@@ -5,6 +5,7 @@
 
 namespace kernels {
 
-inline constexpr KernelRow<AlphaComp8uAC4Sig> kAlphaComp8uAC4{"AlphaComp8uAC4", {AlphaComp8uAC4_px}};
+inline constexpr KernelRow<AlphaComp8uAC4Sig> kAlphaComp8uAC4{
+    "AlphaComp8uAC4", {AlphaComp8uAC4_px, nullptr, AlphaComp8uAC4_w7, nullptr, AlphaComp8uAC4_v8}};
 
 } // namespace kernels

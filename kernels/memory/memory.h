@@ -30,6 +30,6 @@ using CopyChannel8uC1C4Sig = int32_t(const uint8_t* pSource, ptrdiff_t SourceSte
                                      ptrdiff_t TargetStep, int32_t Width, int32_t Height);
 Copy8uSig Copy8u_px;
 Set8uSig Set8u_px;
-CopyChannel8uC1C4Sig CopyChannel8uC1C4_px;
+CopyChannel8uC1C4Sig CopyChannel8uC1C4_px, CopyChannel8uC1C4_w7;
 
 } // namespace kernels

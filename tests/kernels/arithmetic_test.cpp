@@ -378,7 +378,8 @@ void CheckClampThreshold32f(ClampThreshold32fSig* pFn, ClampThreshold32fSig* pRe
                             {-kInfinity, 0, kInfinity, 0},
                             {kNaN, 1, 0.5f, 2},
                             {0.5f, 2, kNaN, 1},
-                            {-0.0f, -0.0f, 0, 0}})
+                            {-0.0f, 0.0f, 1, 1},
+                            {-1, -1, 0.0f, -0.0f}})
         CompareOnFloats(Rng, WithLimits(pFn, l), WithLimits(pReference, l));
     ExpectFloatPlaneRefusals(WithLimits(pFn, {0, 0, 1, 1}));
 }
