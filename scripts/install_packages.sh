@@ -10,7 +10,7 @@ packages() {
         nlohmann-json3-dev libssl-dev ffmpeg ;;
     test) echo libgtest-dev libgmock-dev x264 binutils ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev valgrind ;;
-    peers) echo libopencv-imgproc-dev ;;
+    peers) echo libopencv-imgproc-dev libswscale-dev ;;
     windows) echo g++-mingw-w64-i686-posix dpkg-dev ;;
     *)
         echo "install_packages.sh: no group named $1" >&2

@@ -18,7 +18,7 @@ static_assert(255LL * (1 << kBorderBits) * ((1 << 12) + 1) <= UINT32_MAX && 255L
 // the 1 << Bits that the others count. LastWeight is 0 when there is only one.
 struct Cover {
     int32_t First, Last, FirstWeight, LastWeight;
-    double Length; // all of it, in units
+    double PerUnit; // the reciprocal of all of it
 };
 
 // Without fraction when a target pixel covers so many that it cannot be seen: its sums fit into the same words.
@@ -37,7 +37,7 @@ Cover CoverOf(int32_t Index, double Factor, int32_t SourceCount, int Bits)
             .Last = static_cast<int32_t>(Last),
             .FirstWeight = static_cast<int32_t>(std::min(End, (First + 1) << Bits) - Begin),
             .LastWeight = First < Last ? static_cast<int32_t>(End - (Last << Bits)) : 0,
-            .Length = static_cast<double>(End - Begin)};
+            .PerUnit = 1.0 / static_cast<double>(End - Begin)};
 }
 
 void AddCoveredRows(const ResizePasses& Passes, const ResizeSource& From, const Cover& Rows, int Bits, uint32_t* pSum)
@@ -55,21 +55,24 @@ void AddCoveredRows(const ResizePasses& Passes, const ResizeSource& From, const 
     }
 }
 
-// One target row from the sums of the source rows that it covers, Height units of them.
+// One target row from the sums of the source rows that it covers, with the reciprocal of their
+// units.
 template <int Channels>
-void SumAlongRow(const uint32_t* pSum, const Cover* pColumns, int32_t Width, int Bits, double Height, uint8_t* pOut)
+void SumAlongRow(const uint32_t* pSum, const Cover* pColumns, int32_t Width, int Bits, double PerRowUnit, uint8_t* pOut)
 {
-    for (int32_t x = 0; x < Width; ++x) {
+    for (int32_t x = 0; x < Width; ++x, pOut += Channels) {
         const Cover& Columns = pColumns[x];
         const uint32_t* const pFirst = pSum + ptrdiff_t{Columns.First} * Channels;
         const uint32_t* const pLast = pSum + ptrdiff_t{Columns.Last} * Channels;
-        const double Area = Columns.Length * Height;
+        uint64_t Sum[Channels]{}; // of the pixels that are covered from border to border, then of all
+        for (const uint32_t* p = pFirst + Channels; p < pLast; p += Channels)
+            for (int c = 0; c < Channels; ++c) Sum[c] += p[c];
+        const double PerArea = Columns.PerUnit * PerRowUnit;
         for (int c = 0; c < Channels; ++c) {
-            uint64_t Sum = 0; // of the pixels that are covered from border to border
-            for (const uint32_t* p = pFirst + Channels; p < pLast; p += Channels) Sum += p[c];
-            Sum = (Sum << Bits) + uint64_t{pFirst[c]} * static_cast<uint32_t>(Columns.FirstWeight) +
-                  uint64_t{pLast[c]} * static_cast<uint32_t>(Columns.LastWeight);
-            *pOut++ = static_cast<uint8_t>(static_cast<double>(static_cast<int64_t>(Sum)) / Area + 0.5);
+            Sum[c] = (Sum[c] << Bits) + uint64_t{pFirst[c]} * static_cast<uint32_t>(Columns.FirstWeight) +
+                     uint64_t{pLast[c]} * static_cast<uint32_t>(Columns.LastWeight);
+            pOut[c] = static_cast<uint8_t>(
+                static_cast<int32_t>(static_cast<double>(static_cast<int64_t>(Sum[c])) * PerArea + 0.5));
         }
     }
 }
@@ -97,7 +100,7 @@ int32_t ResizeArea(const ResizePasses& Passes, const ResizeSource& From, const R
         const Cover Rows = CoverOf(y, yFactor, From.Height, BitsY);
         std::memset(pSum, 0, static_cast<size_t>(RowLength) * sizeof *pSum);
         AddCoveredRows(Passes, From, Rows, BitsY, pSum);
-        kSumAlongRow[Passes.Channels - 1](pSum, pColumns, To.Width, BitsX, Rows.Length, To.pPixels + y * To.Step);
+        kSumAlongRow[Passes.Channels - 1](pSum, pColumns, To.Width, BitsX, Rows.PerUnit, To.pPixels + y * To.Step);
     }
     return kStatusOk;
 }
