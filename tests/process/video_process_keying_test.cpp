@@ -365,6 +365,8 @@ TEST(VideoProcessKeying, TheBackgroundMayBeSetFromAnotherThread)
     OpenProcess p;
     p.SetKeyingEnabled(1);
     SetBackground(p, Solid(16, 16, kRed));
+    RgbPicture First = Solid(32, 24, kKey);
+    Treat(p, First); // a background is on show before the first is taken away
     std::atomic<bool> bDone = false;
     std::thread Setter([&] {
         const RgbPicture Pictures[] = {Solid(16, 16, kBlue), Solid(24, 10, kRed), Solid(24, 10, kBlue)};
