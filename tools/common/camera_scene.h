@@ -4,6 +4,7 @@
 #pragma once
 
 #include "tools/common/picture_size.h"
+#include "tools/common/scene_person.h"
 
 #include <cstdint>
 #include <vector>
@@ -20,20 +21,17 @@ public:
     void Render(int64_t Index, std::vector<uint8_t>& Picture) const;
 
 private:
-    struct Colour {
-        uint8_t Y, U, V;
-    };
-    struct Pose; // where things are in one picture
+    struct Camera; // what it does in one picture
 
-    Colour WallColour(int32_t x, int32_t y) const;
+    SceneColour WallColour(int32_t x, int32_t y) const;
     void PaintWall();
-    Pose PoseAt(int64_t Index) const;
-    Colour PersonColour(const Pose& Now, int32_t x, int32_t y, int32_t& Cover) const;
-    Colour PixelAt(const Pose& Now, int32_t x, int32_t y) const;
+    Camera CameraAt(int64_t Milliseconds) const;
+    SceneColour PixelAt(const Camera& Now, const ScenePerson::Pose& Pose, int32_t x, int32_t y) const;
 
     FrameSize m_Size;
     int32_t m_Fps;
     uint32_t m_Seed;
-    int32_t m_WallWidth;        // the wall is wider than a picture: the camera pans over it
-    std::vector<Colour> m_Wall; // row by row
+    ScenePerson m_Person;
+    int32_t m_WallWidth;             // the wall is wider than a picture: the camera pans over it
+    std::vector<SceneColour> m_Wall; // row by row
 };
