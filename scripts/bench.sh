@@ -4,6 +4,7 @@
 # Usage: bench.sh [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind]
 #        bench.sh --kernels [FILTER]      every kernel in every tier instead
 #        bench.sh --images [FILTER]       the image kernels beside other libraries' functions instead
+#        bench.sh --process [FILTER]      the treatment of camera pictures instead
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh build test bench peers
@@ -16,6 +17,10 @@ fi
 if [ "${1:-}" = --images ]; then
     ninja -C build/release image_peers >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }
     exec build/release/image_peers --benchmark_filter="${2:-.}"
+fi
+if [ "${1:-}" = --process ]; then
+    ninja -C build/release process_bench >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }
+    exec build/release/process_bench --benchmark_filter="${2:-.}"
 fi
 ninja -C build/release codec_bench camera_scene >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }
 exec python3 scripts/bench_codecs.py build/release "$@"

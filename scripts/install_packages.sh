@@ -7,7 +7,7 @@ set -euo pipefail
 packages() {
     case "$1" in
     build) echo ca-certificates cmake ninja-build ccache g++ pkg-config python3 libyuv-dev libsimpleini-dev libcli11-dev \
-        nlohmann-json3-dev libssl-dev ffmpeg ;;
+        nlohmann-json3-dev libpng-dev libssl-dev ffmpeg ;;
     test) echo libgtest-dev libgmock-dev x264 binutils ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev valgrind ;;
     peers) echo libopencv-imgproc-dev libswscale-dev ;;

@@ -22,7 +22,7 @@ void TreatFrames(benchmark::State& State, Features Set)
     const GreenScreen Scene(kSize, 30);
     std::vector<uint8_t> Source, Background, Frame;
     Scene.Render(0, Source);
-    RenderBackground(kSize, Background);
+    RenderLandscape(kSize, Background);
     pProcess->SetBackgroundImage(kSize.Width, kSize.Height, Background.data(), kPitch);
     pProcess->SetKeyingEnabled(Set.Keying);
     pProcess->SetSmoothingEnabled(Set.Smoothing);

@@ -3,6 +3,8 @@
 #include "tools/qvlx/qvlx.h"
 
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 Codec MakeCodec(uint32_t id)
 {
@@ -31,22 +33,25 @@ const char* FrameTypeText(int32_t Type)
 
 int main(int argc, char** argv)
 try {
-    CLI::App App("H.264 encoding and decoding through the Quilvex library", "qvlx");
+    CLI::App App("H.264 coding and picture treatment through the Quilvex library", "qvlx");
     App.require_subcommand(1);
-    const std::pair<CLI::App*, Command> Commands[] = {
-        [&] {
-            auto* p = App.add_subcommand("encode", "Compress pictures to an H.264 byte stream");
-            return std::pair{p, AddEncode(*p)};
-        }(),
-        [&] {
-            auto* p = App.add_subcommand("decode", "Decompress an H.264 byte stream");
-            return std::pair{p, AddDecode(*p)};
-        }(),
-        [&] {
-            auto* p = App.add_subcommand("probe", "Tell which engine serves each request");
-            return std::pair{p, AddProbe(*p)};
-        }(),
+    struct Entry {
+        const char *pName, *pHelp;
+        Command (*pAdd)(CLI::App&);
     };
+    constexpr Entry kCommands[] = {
+        {"encode", "Compress pictures to an H.264 byte stream", AddEncode},
+        {"decode", "Decompress an H.264 byte stream", AddDecode},
+        {"probe", "Tell which engine serves each request", AddProbe},
+        {"convert", "Change the layout of pictures between RGB and planar YUV", AddConvert},
+        {"scale", "Change the size of pictures", AddScale},
+        {"process", "Treat camera pictures: keyed background, smoothing, brightness", AddProcess},
+    };
+    std::vector<std::pair<CLI::App*, Command>> Commands;
+    for (const Entry& Each : kCommands) {
+        CLI::App* const pCommand = App.add_subcommand(Each.pName, Each.pHelp);
+        Commands.emplace_back(pCommand, Each.pAdd(*pCommand));
+    }
     try {
         App.parse(argc, argv);
     } catch (const CLI::ParseError& Error) {

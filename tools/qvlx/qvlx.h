@@ -14,6 +14,9 @@ using Command = std::function<void()>;
 Command AddEncode(CLI::App& App);
 Command AddDecode(CLI::App& App);
 Command AddProbe(CLI::App& App);
+Command AddConvert(CLI::App& App);
+Command AddScale(CLI::App& App);
+Command AddProcess(CLI::App& App);
 
 struct CodecReleaser {
     void operator()(IVCodec* p) const { p->Release(); }

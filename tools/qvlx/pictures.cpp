@@ -1,0 +1,69 @@
+#include "tools/qvlx/pictures.h"
+
+#include "tools/common/progress.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+
+namespace {
+
+void Report(const PictureOptions& Set, const PictureWork& Work, int64_t Frames, const CpuTimer& Timer)
+{
+    const double Speed = PerSecond(Frames, Timer.Seconds());
+    if (Set.bJson) {
+        const nlohmann::json Json{{"frames", Frames},
+                                  {"width", Work.OutSize.Width},
+                                  {"height", Work.OutSize.Height},
+                                  {"cpu_seconds", Timer.Seconds()},
+                                  {"frames_per_second", Speed}};
+        std::printf("%s\n", Json.dump(2).c_str());
+    } else if (!Set.bQuiet) {
+        std::printf("%s %lld pictures, %dx%d, %.1f pictures/s\n", Work.pDone, static_cast<long long>(Frames),
+                    Work.OutSize.Width, Work.OutSize.Height, Speed);
+    }
+}
+
+} // namespace
+
+void AddPictureOptions(CLI::App& App, PictureOptions& Set)
+{
+    const std::string Formats = std::string(": ") + kFormatNames + " (default: by the file's name)";
+    App.add_option("IN", Set.In, "Pictures; RGB is blue first in raw files")->required();
+    App.add_option("-o", Set.Out, "Pictures to write")->required();
+    App.add_option("--size", Set.Size, "WxH of raw pictures");
+    App.add_option("--from", Set.From, "Format of IN" + Formats);
+    App.add_option("--to", Set.To, "Format of the output" + Formats);
+    App.add_option("--frames", Set.Frames, "Stop after so many pictures")->check(CLI::PositiveNumber);
+    App.add_flag("--json", Set.bJson, "Print one JSON object on standard output");
+    App.add_flag("--quiet", Set.bQuiet, "Print nothing but errors");
+}
+
+PictureSource OpenPictures(const PictureOptions& Set)
+{
+    return {Set.In, ChooseFormat(Set.In, Set.From, "--from"), ParseFrameSize(Set.Size)};
+}
+
+void RunPictures(const PictureOptions& Set, PictureSource& Source, const PictureWork& Work)
+{
+    CheckSize(Work.Layout, Source.Size());
+    PictureSink Sink(Set.Out, ChooseFormat(Set.Out, Set.To, "--to"), Work.OutSize, Source.RateNumerator(),
+                     Source.RateDenominator());
+    Progress Shown(Work.pDone, Set.bQuiet);
+    CpuTimer Timer;
+    std::vector<uint8_t> Picture;
+    int64_t Frames = 0;
+    while (Frames != Set.Frames && Source.Next(Picture)) {
+        {
+            const CpuTimer::Scope Timed(Timer);
+            ChangeLayout(Source.Layout(), Work.Layout, Source.Size(), Picture);
+            if (Work.Treat) Work.Treat(Picture);
+            ChangeLayout(Work.Layout, Sink.Layout(), Work.OutSize, Picture);
+        }
+        Sink.Write(Picture);
+        Shown.Show(++Frames);
+    }
+    if (!Frames) throw CliError("no picture in " + Set.In);
+    Sink.Close();
+    Report(Set, Work, Frames, Timer);
+}
