@@ -43,6 +43,6 @@ using BilateralFilterSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep,
                                    uint8_t* pBuffer);
 BilateralGetSizeSig BilateralGetSize_px;
 BilateralInitSig BilateralInit_px;
-BilateralFilterSig BilateralFilter_px;
+BilateralFilterSig BilateralFilter_px, BilateralFilter_v8;
 
 } // namespace kernels

@@ -29,7 +29,7 @@ inline constexpr int kWideBits = 30;
 // The weights by difference, 0 to 63, of one pair of taps opposite each other: bits 7 and up, bits 0 to 6. The first
 // sixteen stand as they are. Each later run of sixteen is the exclusive or with the run before, so that the runs
 // up to a difference's own add up to its weight.
-struct BilateralPairTable {
+struct alignas(16) BilateralPairTable {
     uint8_t High[4][16];
     uint8_t Low[4][16];
 };
@@ -46,7 +46,26 @@ struct alignas(16) BilateralContext {
     BilateralPairTable Pairs[kNarrowTaps / 2]; // filled for narrow weights
 };
 
-// The record starts at the first address in the buffer with this alignment, the ring after the taps with the same.
-inline constexpr ptrdiff_t kBilateralAlign = 16;
+inline constexpr uint32_t kTagGauss = 0x42464731, kTagGaussFull = 0x42464632;
+
+/// The record in a buffer: at its first address that is aligned for the record.
+BilateralContext* BilateralContextIn(uint8_t* pBuffer);
+/// The taps behind the record.
+BilateralTap* BilateralTaps(BilateralContext* pContext);
+/// The ring behind the taps, and the bytes from one of its rows to the next: a row of the region's width and the
+/// window's, with room for loads of 16 samples.
+uint8_t* BilateralRing(BilateralContext* pContext);
+int64_t BilateralRingStep(int32_t Width, int32_t KernelWidth);
+
+/// Both sides positive and odd, and no more positions than 63 bits sum up.
+bool IsBilateralWindow(int32_t KernelWidth, int32_t KernelHeight);
+
+/// What BilateralFilter answers to its arguments.
+int32_t BilateralStatus(const uint8_t* pSource, ptrdiff_t SourceStep, const uint8_t* pTarget, ptrdiff_t TargetStep,
+                        int32_t Width, int32_t Height, int32_t KernelWidth, int32_t KernelHeight, uint8_t* pBuffer);
+
+/// Sets the taps' offsets for row y of the region; row r of the source rows, the first of which lies half a window
+/// above the region, is in row r % KernelHeight of the ring.
+void AimBilateralTaps(BilateralContext* pContext, int32_t y, ptrdiff_t RingStep);
 
 } // namespace kernels

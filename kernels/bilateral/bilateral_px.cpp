@@ -10,37 +10,7 @@
 namespace kernels {
 namespace {
 
-constexpr uint32_t kTagGauss = 0x42464731, kTagGaussFull = 0x42464632;
-// As many taps of the widest weights and largest difference as 63 bits sum up.
-constexpr int64_t kMostTaps = int64_t{1} << 24;
-static_assert(kMostTaps <= INT64_MAX / 255 >> kWideBits);
-
 bool KnownType(int32_t Type) { return Type == kBilateralGauss || Type == kBilateralGaussFull; }
-
-bool UsableWindow(int32_t KernelWidth, int32_t KernelHeight)
-{
-    const auto Usable = [](int32_t Side) { return Side > 0 && Side % 2 == 1; };
-    return Usable(KernelWidth) && Usable(KernelHeight) && int64_t{KernelWidth} * KernelHeight <= kMostTaps;
-}
-
-int64_t AlignUp(int64_t Bytes) { return (Bytes + kBilateralAlign - 1) / kBilateralAlign * kBilateralAlign; }
-
-// A row of the ring: the region's width and the window's, with room for loads of 16 samples.
-int64_t RingStep(int32_t Width, int32_t KernelWidth) { return AlignUp(AlignUp(Width) + KernelWidth); }
-
-BilateralContext* ContextIn(uint8_t* pBuffer)
-{
-    const auto Past = static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(pBuffer) % kBilateralAlign);
-    return reinterpret_cast<BilateralContext*>(pBuffer + (Past ? kBilateralAlign - Past : 0));
-}
-
-BilateralTap* TapsOf(BilateralContext* pContext) { return reinterpret_cast<BilateralTap*>(pContext + 1); }
-
-uint8_t* RingOf(BilateralContext* pContext)
-{
-    return reinterpret_cast<uint8_t*>(TapsOf(pContext) + pContext->TapCount);
-}
-static_assert(sizeof(BilateralContext) % kBilateralAlign == 0 && sizeof(BilateralTap) % kBilateralAlign == 0);
 
 // exp(-0.5 * Square / SquareSigma) as a fraction.
 uint32_t GaussFactor(double Square, double SquareSigma)
@@ -59,7 +29,7 @@ void FillTaps(BilateralContext* pContext, double PositionSquareSigma, int32_t St
 {
     const int32_t HalfWidth = pContext->KernelWidth / 2, HalfHeight = pContext->KernelHeight / 2;
     const int32_t Columns = HalfWidth / StepInKernel, Rows = HalfHeight / StepInKernel;
-    BilateralTap* pTap = TapsOf(pContext);
+    BilateralTap* pTap = BilateralTaps(pContext);
     const auto AddTap = [&](int32_t dx, int32_t dy) {
         const double Square = static_cast<double>(dx) * dx + static_cast<double>(dy) * dy;
         *pTap++ = {HalfHeight + dy, HalfWidth + dx, GaussFactor(Square, PositionSquareSigma), 0};
@@ -70,7 +40,7 @@ void FillTaps(BilateralContext* pContext, double PositionSquareSigma, int32_t St
             AddTap(i * StepInKernel, j * StepInKernel);
             AddTap(-i * StepInKernel, -j * StepInKernel);
         }
-    pContext->TapCount = static_cast<int32_t>(pTap - TapsOf(pContext));
+    pContext->TapCount = static_cast<int32_t>(pTap - BilateralTaps(pContext));
 }
 
 // The number of differences, 0 to 256, that have a weight of their own.
@@ -84,7 +54,7 @@ int32_t ValueReach(int32_t Type, int32_t TapCount, double ValueSquareSigma)
 // Sets Shift for the narrow weight of most bits that fits, or else for the wide one.
 void ChooseBits(BilateralContext* pContext)
 {
-    const BilateralTap* const pTaps = TapsOf(pContext);
+    const BilateralTap* const pTaps = BilateralTaps(pContext);
     pContext->Narrow = 1;
     for (int Bits = kNarrowBits; pContext->TapCount <= kNarrowTaps && Bits >= kNarrowLeastBits; --Bits) {
         pContext->Shift = 2 * kBilateralFactorBits - Bits;
@@ -112,16 +82,6 @@ void FillPairTable(const BilateralContext& Context, const BilateralTap& Tap, Bil
     }
 }
 
-// Taps of the row that is being filtered: row y + tap.Row of the ring's rows, of which it keeps the last ones.
-void AimTaps(BilateralContext* pContext, int32_t y, ptrdiff_t Step)
-{
-    BilateralTap* const pTaps = TapsOf(pContext);
-    for (int32_t i = 0; i < pContext->TapCount; ++i) {
-        const int32_t Slot = (y + pTaps[i].Row) % pContext->KernelHeight;
-        pTaps[i].Offset = static_cast<int32_t>(Slot * Step + pTaps[i].Column);
-    }
-}
-
 uint8_t FilterSample(const BilateralContext& Context, const BilateralTap* pTaps, const uint8_t* pRing)
 {
     const int32_t Centre = pRing[pTaps[0].Offset];
@@ -142,12 +102,12 @@ int32_t BilateralGetSize_px(int32_t Type, int32_t Width, int32_t Height, int32_t
 {
     if (!pSize) return kStatusNullPointer;
     if (Width <= 0 || Height <= 0) return kStatusSize;
-    if (!UsableWindow(KernelWidth, KernelHeight)) return kStatusMask;
+    if (!IsBilateralWindow(KernelWidth, KernelHeight)) return kStatusMask;
     if (!KnownType(Type)) return kStatusMode;
     const int64_t Taps = int64_t{KernelWidth} * KernelHeight;
-    const int64_t Bytes = kBilateralAlign + static_cast<int64_t>(sizeof(BilateralContext)) +
+    const int64_t Bytes = static_cast<int64_t>(alignof(BilateralContext) + sizeof(BilateralContext)) +
                           Taps * static_cast<int64_t>(sizeof(BilateralTap)) +
-                          RingStep(Width, KernelWidth) * KernelHeight;
+                          BilateralRingStep(Width, KernelWidth) * KernelHeight;
     if (Bytes > INT32_MAX) return kStatusSize;
     *pSize = static_cast<int32_t>(Bytes);
     return kStatusOk;
@@ -157,11 +117,11 @@ int32_t BilateralInit_px(int32_t Type, int32_t KernelWidth, int32_t KernelHeight
                          float PositionSquareSigma, int32_t StepInKernel, uint8_t* pBuffer)
 {
     if (!pBuffer) return kStatusNullPointer;
-    if (!UsableWindow(KernelWidth, KernelHeight)) return kStatusMask;
+    if (!IsBilateralWindow(KernelWidth, KernelHeight)) return kStatusMask;
     if (!KnownType(Type)) return kStatusMode;
     if (!(ValueSquareSigma > 0.0f) || !(PositionSquareSigma > 0.0f) || StepInKernel <= 0) return kStatusSigma;
 
-    BilateralContext* const pContext = ContextIn(pBuffer);
+    BilateralContext* const pContext = BilateralContextIn(pBuffer);
     pContext->Tag = Type == kBilateralGauss ? kTagGauss : kTagGaussFull;
     pContext->KernelWidth = KernelWidth;
     pContext->KernelHeight = KernelHeight;
@@ -170,7 +130,7 @@ int32_t BilateralInit_px(int32_t Type, int32_t KernelWidth, int32_t KernelHeight
     for (int32_t v = 0; v < 256; ++v) pContext->Value[v] = v < Reach ? GaussFactor(v * v, ValueSquareSigma) : 0;
 
     ChooseBits(pContext);
-    const BilateralTap* const pTaps = TapsOf(pContext);
+    const BilateralTap* const pTaps = BilateralTaps(pContext);
     pContext->CentreWeight = static_cast<int32_t>(Weight(*pContext, pTaps[0], 0));
     for (int32_t i = 1; pContext->Narrow && i < pContext->TapCount; i += 2)
         FillPairTable(*pContext, pTaps[i], &pContext->Pairs[i / 2]);
@@ -180,24 +140,21 @@ int32_t BilateralInit_px(int32_t Type, int32_t KernelWidth, int32_t KernelHeight
 int32_t BilateralFilter_px(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pTarget, ptrdiff_t TargetStep,
                            int32_t Width, int32_t Height, int32_t KernelWidth, int32_t KernelHeight, uint8_t* pBuffer)
 {
-    if (!pSource || !pTarget || !pBuffer) return kStatusNullPointer;
-    if (Width <= 0 || Height <= 0) return kStatusSize;
-    if (SourceStep <= 0 || TargetStep <= 0) return kStatusStep;
-    if (!UsableWindow(KernelWidth, KernelHeight)) return kStatusMask;
-    BilateralContext* const pContext = ContextIn(pBuffer);
-    if (pContext->Tag != kTagGauss && pContext->Tag != kTagGaussFull) return kStatusContext;
-    if (pContext->KernelWidth != KernelWidth || pContext->KernelHeight != KernelHeight) return kStatusMask;
-
-    const auto Step = static_cast<ptrdiff_t>(RingStep(Width, KernelWidth));
+    const int32_t Status =
+        BilateralStatus(pSource, SourceStep, pTarget, TargetStep, Width, Height, KernelWidth, KernelHeight, pBuffer);
+    if (Status != kStatusOk) return Status;
+    BilateralContext* const pContext = BilateralContextIn(pBuffer);
+    const auto Step = static_cast<ptrdiff_t>(BilateralRingStep(Width, KernelWidth));
     const auto Bytes = static_cast<size_t>(Width) + static_cast<size_t>(KernelWidth) - 1;
-    uint8_t* const pRing = RingOf(pContext);
+    uint8_t* const pRing = BilateralRing(pContext);
     const uint8_t* pRead = pSource - KernelHeight / 2 * SourceStep - KernelWidth / 2;
-    for (int32_t Row = 0; Row < Height + KernelHeight - 1; ++Row, pRead += SourceStep) {
-        std::memcpy(pRing + Row % KernelHeight * Step, pRead, Bytes);
-        const int32_t y = Row - (KernelHeight - 1);
+    int32_t Slot = 0;
+    for (int32_t y = 1 - KernelHeight; y < Height; ++y, pRead += SourceStep) {
+        std::memcpy(pRing + Slot * Step, pRead, Bytes);
+        Slot = Slot + 1 < KernelHeight ? Slot + 1 : 0;
         if (y < 0) continue;
-        AimTaps(pContext, y, Step);
-        for (int32_t x = 0; x < Width; ++x) pTarget[x] = FilterSample(*pContext, TapsOf(pContext), pRing + x);
+        AimBilateralTaps(pContext, y, Step);
+        for (int32_t x = 0; x < Width; ++x) pTarget[x] = FilterSample(*pContext, BilateralTaps(pContext), pRing + x);
         pTarget += TargetStep;
     }
     return kStatusOk;

@@ -8,6 +8,7 @@ namespace kernels {
 
 inline constexpr KernelRow<BilateralGetSizeSig> kBilateralGetSize{"BilateralGetSize", {BilateralGetSize_px}};
 inline constexpr KernelRow<BilateralInitSig> kBilateralInit{"BilateralInit", {BilateralInit_px}};
-inline constexpr KernelRow<BilateralFilterSig> kBilateralFilter{"BilateralFilter", {BilateralFilter_px}};
+inline constexpr KernelRow<BilateralFilterSig> kBilateralFilter{
+    "BilateralFilter", {BilateralFilter_px, nullptr, nullptr, nullptr, BilateralFilter_v8}};
 
 } // namespace kernels
