@@ -1,10 +1,13 @@
 // Which pairs of layouts convert, by what way, and to what.
 #include "process/conversion_pairs.h"
 #include "process/video_filter.h"
+#include "process/video_processing.h"
 #include "tests/support/test_pictures.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string_view>
 #include <vector>
 
 using namespace UMC;
@@ -66,24 +69,119 @@ TEST(ColorSpaceConversion, Format6ToOthersReadsEverySecondChromaRow)
     EXPECT_EQ(PlaneBytes(FromFull, 0), PlaneBytes(FromHalf, 0));
 }
 
-TEST(ColorSpaceConversion, EveryPairOfTheTableRunsAndTouchesItsTarget)
+TEST(ColorSpaceConversion, Format6AtAnOddHeightReadsNoRowBeyondTheLast)
 {
-    constexpr ColorFormat Pairs[][2] = {
-        {NV12, YUV420},   {YUY2, YUV420},  {UYVY, YUV420},  {YUV420, NV12},   {YUV420, YUY2},   {YUV420, UYVY},
-        {YUV420, YUV422}, {YUV420, RGB32}, {YUV420, RGB24}, {YUV420, RGB565}, {YUV420, RGB555}, {YUV420, RGB444},
-        {YUV422, YUV420}, {RGB32, YUV420}, {RGB32, RGB24},  {RGB24, YUV420},  {RGB24, RGB32}};
-    for (const auto& Pair : Pairs) {
-        SCOPED_TRACE(testing::Message() << Pair[0] << " to " << Pair[1]);
-        ColorSpaceConversion Filter;
+    ColorSpaceConversion Filter;
+    VideoData In, Out;
+    ASSERT_EQ(In.Init(5, 7, YUV422, 8), StatusOk);
+    Fill(Out, 5, 7, NV12);
+    std::vector<uint8_t> Y(5 * 7), U(3 * 7, 20), V(3 * 7, 30); // the sanitizer sees a row too many
+    In.SetPlanePointer(Y.data(), 0);
+    In.SetPlanePointer(U.data(), 1);
+    In.SetPlanePointer(V.data(), 2);
+    ASSERT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
+    EXPECT_EQ(Out.Plane(1)[3 * Out.Pitch(1)], 20);
+    EXPECT_EQ(Out.Plane(1)[3 * Out.Pitch(1) + 5], 30);
+}
+
+TEST(ColorSpaceConversion, ANullPlaneIsRefused)
+{
+    ColorSpaceConversion Filter;
+    for (const ColorFormat To : {YUV420, NV12}) { // a copy and a conversion
         VideoData In, Out;
-        Fill(In, 34, 18, Pair[0]);
-        Fill(Out, 34, 18, Pair[1], 0, 77);
-        std::vector<std::vector<uint8_t>> Before;
-        for (int32_t i = 0; i < Out.GetPlaneCount(); ++i) Before.push_back(PlaneBytes(Out, i));
-        ASSERT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
-        for (int32_t i = 0; i < Out.GetPlaneCount(); ++i)
-            EXPECT_TRUE(PlaneBytes(Out, i) != Before[static_cast<size_t>(i)]);
+        Fill(In, 16, 16, YUV420);
+        Fill(Out, 16, 16, To);
+        In.SetPlanePointer(nullptr, 1);
+        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
     }
+}
+
+TEST(ColorSpaceConversion, DeepSamplesHaveNoOtherConversion)
+{
+    ColorSpaceConversion Filter;
+    VideoData Deep, Rgb, DeepTarget, Plain;
+    Fill(Deep, 16, 16, YUV420, 10);
+    Fill(DeepTarget, 16, 16, YUV422, 10);
+    Fill(Rgb, 16, 16, RGB32);
+    Fill(Plain, 16, 16, YUV420);
+    EXPECT_EQ(Filter.GetFrame(&Deep, &Rgb), StatusNotImplemented);
+    EXPECT_EQ(Filter.GetFrame(&Plain, &DeepTarget), StatusNotImplemented);
+}
+
+// The kernel of each pair, by its name.
+constexpr struct {
+    ColorFormat From, To;
+    const Conversion* pKernel;
+} kConversions[]{
+    {NV12, YUV420, &kernels::Nv12ToYuv420},     {YUY2, NV12, &kernels::Yuy2ToNv12},
+    {YUY2, UYVY, &kernels::Yuy2ToUyvy},         {YUY2, YUV420, &kernels::Yuy2ToYuv420},
+    {YUY2, YUV422, &kernels::Yuy2ToYuv422},     {YUY2, RGB32, &kernels::Yuy2ToRgb32},
+    {YUY2, RGB24, &kernels::Yuy2ToRgb24},       {YUY2, RGB565, &kernels::Yuy2ToRgb565},
+    {YUY2, RGB555, &kernels::Yuy2ToRgb555},     {YUY2, RGB444, &kernels::Yuy2ToRgb444},
+    {UYVY, NV12, &kernels::UyvyToNv12},         {UYVY, YUY2, &kernels::UyvyToYuy2},
+    {UYVY, YUV420, &kernels::UyvyToYuv420},     {UYVY, YUV422, &kernels::UyvyToYuv422},
+    {UYVY, RGB32, &kernels::UyvyToRgb32},       {YUV411, YUV422, &kernels::Yuv411ToYuv422},
+    {YUV420, NV12, &kernels::Yuv420ToNv12},     {YUV420, YUY2, &kernels::Yuv420ToYuy2},
+    {YUV420, UYVY, &kernels::Yuv420ToUyvy},     {YUV420, YUV411, &kernels::Yuv420ToYuv411},
+    {YUV420, YUV422, &kernels::Yuv420ToYuv422}, {YUV420, Y41P, &kernels::Yuv420ToY41p},
+    {YUV420, RGB32, &kernels::Yuv420ToRgb32},   {YUV420, RGB24, &kernels::Yuv420ToRgb24},
+    {YUV420, RGB565, &kernels::Yuv420ToRgb565}, {YUV420, RGB555, &kernels::Yuv420ToRgb555},
+    {YUV420, RGB444, &kernels::Yuv420ToRgb444}, {YUV422, YUV420, &kernels::Yuv422ToYuv420},
+    {Y41P, YUV420, &kernels::Y41pToYuv420},     {RGB32, YUY2, &kernels::Rgb32ToYuy2},
+    {RGB32, UYVY, &kernels::Rgb32ToUyvy},       {RGB32, YUV420, &kernels::Rgb32ToYuv420},
+    {RGB32, RGB24, &kernels::Rgb32ToRgb24},     {RGB24, NV12, &kernels::Rgb24ToNv12},
+    {RGB24, YUY2, &kernels::Rgb24ToYuy2},       {RGB24, UYVY, &kernels::Rgb24ToUyvy},
+    {RGB24, YUV420, &kernels::Rgb24ToYuv420},   {RGB24, YUV422, &kernels::Rgb24ToYuv422},
+    {RGB24, RGB32, &kernels::Rgb24ToRgb32},     {RGB24, RGB565, &kernels::Rgb24ToRgb565},
+    {RGB24, RGB555, &kernels::Rgb24ToRgb555},   {RGB24, RGB444, &kernels::Rgb24ToRgb444},
+    {RGB565, YUV420, &kernels::Rgb565ToYuv420}, {RGB565, RGB32, &kernels::Rgb565ToRgb32},
+    {RGB565, RGB24, &kernels::Rgb565ToRgb24},   {RGB555, YUV420, &kernels::Rgb555ToYuv420},
+    {RGB555, RGB32, &kernels::Rgb555ToRgb32},   {RGB555, RGB24, &kernels::Rgb555ToRgb24},
+};
+
+TEST(ColorSpaceConversion, EveryKernelServesThePairOfItsName)
+{
+    for (const auto& Pair : kConversions)
+        EXPECT_EQ(FindConversion(Pair.From, Pair.To), Pair.pKernel) << Pair.From << " to " << Pair.To;
+    EXPECT_EQ(FindConversion(YUVA422, YUV420), &kernels::Yuv422ToYuv420);
+    EXPECT_EQ(FindConversion(YUVA422, YUV422), &kernels::CopyYuv422);
+}
+
+// The table of conversion_pairs.h: a row for each source, a column for each target.
+constexpr std::string_view kPaths[22]{
+    "c1111c1...111111......", "1c22212...222222......", "11c1211...211111......", "111c211...212222......",
+    "2222c21...222222......", "c1111c1...111111......", "111111c...111111......", ".......c..............",
+    "c2222c2.c.222222......", ".........c............", "1....1....c...........", "1211.12....c1222......",
+    "1111.11....1c111......", "1222.12....11c22......", "1222.12....112c2......", "...............c......",
+    "................c.....", "c2222c2...222222.c....", "1222211...222222..c...", "...................c..",
+    "....................c.", "................c....c",
+};
+
+TEST(ColorSpaceConversion, EveryPairGoesTheStatedWay)
+{
+    for (int32_t i = 0; i < 22; ++i)
+        for (int32_t j = 0; j < 22; ++j) {
+            SCOPED_TRACE(testing::Message() << i << " to " << j);
+            const auto From = static_cast<ColorFormat>(i), To = static_cast<ColorFormat>(j);
+            const char Path = kPaths[static_cast<size_t>(i)][static_cast<size_t>(j)];
+            VideoProcessing Chain;
+            ColorSpaceConversion Filter;
+            VideoData In, Out, Direct, Between;
+            Fill(In, 21, 13, From);
+            Fill(Out, 21, 13, To, 0, 9);
+            Fill(Direct, 21, 13, To, 0, 9);
+            Fill(Between, 21, 13, VideoProcessing::IntermediateFormat(From), 0, 9);
+            const bool bDirect = Path == 'c' || Path == '1';
+            EXPECT_EQ(Chain.GetFrame(&In, &Out), Path == '.' ? StatusNotImplemented : StatusOk);
+            EXPECT_EQ(Filter.GetFrame(&In, &Direct), bDirect ? StatusOk : StatusNotImplemented);
+            if (Path == '2') {
+                EXPECT_EQ(Filter.GetFrame(&In, &Between), StatusOk);
+                EXPECT_EQ(Filter.GetFrame(&Between, &Direct), StatusOk);
+            }
+            for (int32_t p = 0; p < Out.GetPlaneCount(); ++p) EXPECT_EQ(PlaneBytes(Out, p), PlaneBytes(Direct, p));
+            for (int32_t p = 0; p < Out.GetPlaneCount() && Path == 'c'; ++p)
+                EXPECT_EQ(PlaneBytes(Out, p), PlaneBytes(In, p && (i == 0) != (j == 0) ? 3 - p : p));
+        }
 }
 
 TEST(ColorSpaceConversion, LumaAndChromaSurviveThePackedRoundTrip)
@@ -99,4 +197,3 @@ TEST(ColorSpaceConversion, LumaAndChromaSurviveThePackedRoundTrip)
         for (int32_t i = 0; i < 3; ++i) EXPECT_EQ(PlaneBytes(Back, i), PlaneBytes(In, i)) << Packed;
     }
 }
-
