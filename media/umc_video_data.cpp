@@ -218,10 +218,11 @@ Status VideoData::SetRegion(int32_t X, int32_t Y, int32_t Width, int32_t Height)
         PlaneInfo& Plane = m_pPlanes[i];
         // The plane's own divisors: at odd sizes the quotient of picture size and plane size is not a whole number.
         const int32_t DivX = Plane.m_WidthDiv, DivY = Plane.m_HeightDiv;
-        if (DivX <= 0 || DivY <= 0) continue; // no layout has been set
+        if (DivX <= 0 || DivY <= 0) continue;                                          // no layout has been set
+        const int32_t Column = m_ColorFormat == NV12 && i == 1 ? X / 2 * 2 : X / DivX; // that plane holds pairs
         if (Plane.m_pPlane)
             Plane.m_pPlane +=
-                ptrdiff_t{X / DivX} * Plane.m_Samples * Plane.m_SampleBytes + ptrdiff_t{Y / DivY} * Plane.m_Pitch;
+                ptrdiff_t{Column} * Plane.m_Samples * Plane.m_SampleBytes + ptrdiff_t{Y / DivY} * Plane.m_Pitch;
         Plane.m_Width = (Width + DivX - 1) / DivX;
         Plane.m_Height = (Height + DivY - 1) / DivY;
         Plane.m_Size = static_cast<size_t>(Plane.m_Pitch) * static_cast<size_t>(Plane.m_Height);

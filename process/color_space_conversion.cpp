@@ -1,4 +1,5 @@
 #include "process/conversion_pairs.h"
+#include "process/plane_rows.h"
 #include "process/video_filter.h"
 
 #include <algorithm>
@@ -19,9 +20,8 @@ bool IsPlaneCopy(ColorFormat From, ColorFormat To)
 
 Status StatusOf(int32_t KernelStatus) { return KernelStatus == kernels::kStatusOk ? StatusOk : StatusInvalidParamsExt; }
 
-Status CopyPlane(const PlaneInfo& From, const PlaneInfo& To)
+Status CopyPlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Width)
 {
-    const int32_t Width = std::min(From.m_Width * From.m_Samples, To.m_Width * To.m_Samples);
     const int32_t Height = std::min(From.m_Height, To.m_Height);
     if (From.m_SampleBytes == To.m_SampleBytes)
         return StatusOf(
@@ -39,27 +39,33 @@ Status CopyPlanes(const VideoData& From, const VideoData& To)
         PlaneInfo Source, Target;
         From.GetPlaneInfo(&Source, i);
         To.GetPlaneInfo(&Target, bExchange && (i == 1 || i == 2) ? 3 - i : i);
-        if (const Status Result = CopyPlane(Source, Target); Result != StatusOk) return Result;
+        if (const Status Result = CopyPlane(Source, Target, CommonRowSamples(Source, Target, From.GetColorFormat(), i));
+            Result != StatusOk)
+            return Result;
     }
     return StatusOk;
 }
 
-// The planes as a kernel takes them. False unless the samples are those that the layout has of itself, as the kernels
-// expect.
+// The planes as a kernel takes them. The kernels know the samples that a layout has of itself and no deeper ones, and
+// touch whole rows, which a pitch below the row would put into the next one and in the end behind the plane.
 template <class Planes>
-bool DescribePlanes(const VideoData& Picture, Planes& Out)
+Status DescribePlanes(const VideoData& Picture, Planes& Out)
 {
     const ColorFormatInfo* const pRow = FindColorFormat(Picture.GetColorFormat());
-    if (!pRow) return false;
+    if (!pRow || pRow->PlaneCount > Picture.GetPlaneCount()) return StatusNotImplemented;
     for (int32_t i = 0; i < pRow->PlaneCount; ++i) {
         PlaneInfo Info;
-        if (Picture.GetPlaneInfo(&Info, i) != StatusOk || Info.m_SampleBytes != (pRow->MinBitDepth + 7) >> 3)
-            return false;
+        Picture.GetPlaneInfo(&Info, i);
+        if (Info.m_SampleBytes != (pRow->MinBitDepth + 7) >> 3) return StatusNotImplemented;
+        if (Info.m_Pitch < RowSamples(Info, pRow->Id, i) * Info.m_SampleBytes) return StatusInvalidParamsExt;
         Out.pPlane[i] = Info.m_pPlane;
         Out.Step[i] = Info.m_Pitch;
     }
-    if (pRow->Id == YV12) std::swap(Out.pPlane[1], Out.pPlane[2]), std::swap(Out.Step[1], Out.Step[2]);
-    return true;
+    if (pRow->Id == YV12) {
+        std::swap(Out.pPlane[1], Out.pPlane[2]);
+        std::swap(Out.Step[1], Out.Step[2]);
+    }
+    return StatusOk;
 }
 
 } // namespace
@@ -75,15 +81,17 @@ Status ColorSpaceConversion::GetFrame(MediaData* pInput, MediaData* pOutput)
     const ColorFormat To = Plain(pTarget->GetColorFormat());
     if (IsPlaneCopy(From, To)) return CopyPlanes(*pSource, *pTarget);
 
-    kernels::SourcePlanes SourcePlanes{};
-    kernels::TargetPlanes TargetPlanes{};
-    if (!DescribePlanes(*pSource, SourcePlanes) || !DescribePlanes(*pTarget, TargetPlanes)) return StatusNotImplemented;
-    if (From == YUV422 && To != YUV420) { // as format 5: every second chroma row is read
-        From = YUV420;
-        for (int i = 1; i < 3; ++i) SourcePlanes.Step[i] *= 2;
-    }
+    // As format 5, but for its target 5: every second chroma row is read.
+    const bool bSkipChromaRows = From == YUV422 && To != YUV420;
+    if (bSkipChromaRows) From = YUV420;
     const Conversion* const pConversion = FindConversion(From, To);
     if (!pConversion) return StatusNotImplemented;
+    kernels::SourcePlanes SourcePlanes{};
+    kernels::TargetPlanes TargetPlanes{};
+    Status Result = DescribePlanes(*pSource, SourcePlanes);
+    if (Result == StatusOk) Result = DescribePlanes(*pTarget, TargetPlanes);
+    if (Result != StatusOk) return Result;
+    for (int i = 1; bSkipChromaRows && i < 3; ++i) SourcePlanes.Step[i] *= 2;
     return StatusOf((*pConversion)(&SourcePlanes, &TargetPlanes, pSource->GetWidth(), pSource->GetHeight()));
 }
 

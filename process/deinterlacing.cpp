@@ -1,3 +1,4 @@
+#include "process/plane_rows.h"
 #include "process/video_filter.h"
 
 #include "kernels/dispatch/image_kernels.h"
@@ -24,11 +25,10 @@ BlendMode ModeOf(int32_t Structure)
     }
 }
 
-Status DeinterlacePlane(const PlaneInfo& From, const PlaneInfo& To, const BlendMode& Mode)
+Status DeinterlacePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t RowBytes, const BlendMode& Mode)
 {
     if (!From.m_pPlane || !To.m_pPlane) return StatusNullPointer;
     if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
-    const int32_t RowBytes = From.m_Width * From.m_Samples;
     const int32_t Result =
         Mode.bFilter && From.m_Height >= kMinHeight
             ? kernels::DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height,
@@ -52,7 +52,8 @@ Status Deinterlacing::GetFrame(MediaData* pInput, MediaData* pOutput)
         PlaneInfo From{}, To{};
         pSource->GetPlaneInfo(&From, i);
         pTarget->GetPlaneInfo(&To, i);
-        if (const Status Result = DeinterlacePlane(From, To, Mode); Result != StatusOk) return Result;
+        const int32_t RowBytes = CommonRowSamples(From, To, pSource->GetColorFormat(), i); // of one byte each
+        if (const Status Result = DeinterlacePlane(From, To, RowBytes, Mode); Result != StatusOk) return Result;
     }
     return StatusOk;
 }

@@ -14,8 +14,10 @@ public:
     Status Reset() override { return StatusOk; }
 };
 
-/// Changes the layout at one size. StatusInvalidParamsExt when the sizes differ or a kernel refuses, StatusUnsupported
-/// for a difference of sample size that has no kernel, StatusNotImplemented for a pair without a conversion.
+/// Changes the layout at one size; equal layouts are copied. StatusNullPointer unless both are VideoData,
+/// StatusInvalidParamsExt when the sizes differ, a plane is null or a pitch below its row, StatusUnsupported for a copy
+/// between sample sizes that has no kernel, StatusNotImplemented for a pair without a conversion (conversion_pairs.h) or
+/// with deeper samples than its conversion knows.
 class ColorSpaceConversion : public VideoFilter
 {
 public:

@@ -173,6 +173,9 @@ Status VideoProcessing::RunChain(VideoData* pSource, VideoData* pOutput)
 
         VideoData* pTarget = pOutput;
         Status Result = Slot == Last ? StatusOk : WorkPicture(pSource, Width, Height, Format, pTarget);
+        if (pTarget != pOutput)
+            pTarget->SetPictureStructure(Slot == m_IndexDeinterlace ? PROGRESSIVE_FRAME
+                                                                    : pSource->GetPictureStructure());
         if (Result == StatusOk) Result = pFilter->GetFrame(pSource, pTarget);
         bool& bPreConvert = m_FilterActive[static_cast<size_t>(m_IndexPreConvert)];
         if (Result == StatusNotImplemented && Slot == m_IndexConvert && !bPreConvert) {

@@ -96,6 +96,39 @@ TEST(ColorSpaceConversion, ANullPlaneIsRefused)
     }
 }
 
+TEST(ColorSpaceConversion, CopiesTheWholeLastPairOfFormat1)
+{
+    ColorSpaceConversion Filter;
+    VideoData In, Out;
+    Fill(In, 21, 12, NV12);
+    Fill(Out, 21, 12, NV12, 0, 9);
+    ASSERT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
+    for (int32_t y = 0; y < 6; ++y) EXPECT_EQ(Out.Plane(1)[y * Out.Pitch(1) + 21], In.Plane(1)[y * In.Pitch(1) + 21]);
+    // Without room for it the described row is copied, and the byte behind the last one stays.
+    std::vector<uint8_t> Narrow(21 * 6 + 1, 7);
+    Out.SetPlanePointer(Narrow.data(), 1);
+    Out.SetPlanePitch(21, 1);
+    ASSERT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
+    EXPECT_EQ(Narrow[20], In.Plane(1)[20]);
+    EXPECT_EQ(Narrow[21 * 6], 7);
+}
+
+TEST(ColorSpaceConversion, APitchBelowTheRowIsRefused)
+{
+    ColorSpaceConversion Filter;
+    for (const auto& [From, To] : {std::pair{YUV420, RGB32}, {YUV420, NV12}, {NV12, YUV420}}) {
+        VideoData In, Out;
+        Fill(In, 21, 12, From);
+        Fill(Out, 21, 12, To);
+        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusOk);
+        In.SetPlanePitch(From == NV12 ? 21 : 10, 1); // the pairs of format 1 take 22 bytes, chroma of format 5 11
+        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
+        Fill(In, 21, 12, From);
+        Out.SetPlanePitch(Out.Pitch(0) / 21 * 21 - 1, 0);
+        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
+    }
+}
+
 TEST(ColorSpaceConversion, DeepSamplesHaveNoOtherConversion)
 {
     ColorSpaceConversion Filter;
