@@ -6,8 +6,8 @@
 // positions on a grid of StepInKernel around the centre take part: a step of 6 in a window of 13 leaves nine taps.
 //
 // A sample's result is the sample plus the weighted mean of the differences from it, that mean rounded to nearest and a
-// half of it to even. The weights are integers: of 14 to 12 bits where these serve (up to 64 taps of which none beyond
-// a difference of 62 counts), else of 30 bits.
+// half of it to even. The weights are integers: of 12 bits where these serve (few taps, none of which counts beyond a
+// difference of 62), else of 30 bits.
 //
 // The work buffer holds the tables and the rows that let the filter run in place. BilateralGetSize tells its size,
 // BilateralInit fills it for one set of parameters, BilateralFilter tests that it did; a buffer needs no alignment,

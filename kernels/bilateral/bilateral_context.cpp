@@ -10,7 +10,7 @@ constexpr ptrdiff_t kAlign = alignof(BilateralContext);
 static_assert(sizeof(BilateralContext) % kAlign == 0 && sizeof(BilateralTap) % kAlign == 0);
 
 constexpr int64_t kMostPositions = int64_t{1} << 24;
-static_assert(kMostPositions <= INT64_MAX / 255 >> kWideBits);
+static_assert(kMostPositions <= INT64_MAX / 255 / (int64_t{kPositionOne} * kValueOne >> kWideShift));
 
 int64_t AlignUp(int64_t Bytes) { return (Bytes + kAlign - 1) / kAlign * kAlign; }
 

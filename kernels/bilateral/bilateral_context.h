@@ -7,9 +7,11 @@
 
 namespace kernels {
 
-// Position weights and value weights are fractions of 2^31. The weight of a sample is their product, rounded to
-// 62 - Shift bits of fraction.
-inline constexpr int kBilateralFactorBits = 31;
+// Position weights and value weights are fractions of these. The weight of a sample is their product, rounded after a
+// shift to the right; the shift is kNarrowShift or kWideShift.
+inline constexpr uint32_t kPositionOne = uint32_t{1} << 31;
+inline constexpr uint32_t kValueOne = kPositionOne - (kPositionOne >> 12);
+inline constexpr int kNarrowShift = 50, kWideShift = 32;
 
 struct BilateralTap {
     int32_t Row, Column; // in the window, 0 0 being its upper left corner
@@ -17,23 +19,23 @@ struct BilateralTap {
     int32_t Offset;      // into the ring, from its first byte, for the row that is being filtered
 };
 
-// Narrow weights make the filter fit bytes and words. They serve when no difference above kNarrowReach has a weight,
-// the taps are few, and the largest sum of weights is kNarrowSum: a quotient of sums that small comes out right in
-// single precision, since it differs from a half by 1 / (2 * kNarrowSum) or not at all.
+// Narrow weights have 12 bits, the largest being 4095, and make the filter fit bytes and words. They serve when no
+// difference above kNarrowReach has a weight, the taps are few, and the largest sum of weights is kNarrowSum: a
+// quotient of sums that small comes out right in single precision, since it differs from a half by 1 / (2 * kNarrowSum)
+// or not at all.
 inline constexpr int kNarrowReach = 62;
 inline constexpr int kNarrowTaps = 64;
 inline constexpr int64_t kNarrowSum = int64_t{1} << 17;
-inline constexpr int kNarrowBits = 14, kNarrowLeastBits = 12;
-inline constexpr int kWideBits = 30;
+inline constexpr int kNarrowLowBits = 6;
+static_assert((uint64_t{kPositionOne} * kValueOne >> kNarrowShift) == 4095);
 
-// The weights by difference, 0 to 63, of one pair of taps opposite each other: bits 7 and up, bits 0 to 6. The first
-// sixteen stand as they are. Each later run of sixteen is the exclusive or with the run before, so that the runs
-// up to a difference's own add up to its weight.
+// The narrow weights by difference, 0 to 63, of one pair of taps opposite each other: bits 6 to 11, bits 0 to 5. The
+// first sixteen stand as they are. Each later run of sixteen is the exclusive or with the run before, so that the runs
+// up to a difference's own join to its weight.
 struct alignas(16) BilateralPairTable {
     uint8_t High[4][16];
     uint8_t Low[4][16];
 };
-inline constexpr int kNarrowLowBits = 7;
 
 struct alignas(16) BilateralContext {
     uint32_t Tag;

@@ -12,11 +12,10 @@ namespace {
 
 bool KnownType(int32_t Type) { return Type == kBilateralGauss || Type == kBilateralGaussFull; }
 
-// exp(-0.5 * Square / SquareSigma) as a fraction.
-uint32_t GaussFactor(double Square, double SquareSigma)
+// exp(-0.5 * Square / SquareSigma) as a fraction of One.
+uint32_t GaussFactor(double Square, double SquareSigma, uint32_t One)
 {
-    const double Factor = std::exp(-0.5 * Square / SquareSigma);
-    return static_cast<uint32_t>(std::llround(std::ldexp(Factor, kBilateralFactorBits)));
+    return static_cast<uint32_t>(std::llround(std::exp(-0.5 * Square / SquareSigma) * One));
 }
 
 int64_t Weight(const BilateralContext& Context, const BilateralTap& Tap, int32_t Difference)
@@ -32,7 +31,7 @@ void FillTaps(BilateralContext* pContext, double PositionSquareSigma, int32_t St
     BilateralTap* pTap = BilateralTaps(pContext);
     const auto AddTap = [&](int32_t dx, int32_t dy) {
         const double Square = static_cast<double>(dx) * dx + static_cast<double>(dy) * dy;
-        *pTap++ = {HalfHeight + dy, HalfWidth + dx, GaussFactor(Square, PositionSquareSigma), 0};
+        *pTap++ = {HalfHeight + dy, HalfWidth + dx, GaussFactor(Square, PositionSquareSigma, kPositionOne), 0};
     };
     AddTap(0, 0);
     for (int32_t j = 0; j <= Rows; ++j)
@@ -51,20 +50,16 @@ int32_t ValueReach(int32_t Type, int32_t TapCount, double ValueSquareSigma)
     return static_cast<int32_t>(std::ceil(std::min(256.0, std::sqrt((6.3 + Logarithm) * ValueSquareSigma * 1.42))));
 }
 
-// Sets Shift for the narrow weight of most bits that fits, or else for the wide one.
-void ChooseBits(BilateralContext* pContext)
+void ChooseWeights(BilateralContext* pContext)
 {
     const BilateralTap* const pTaps = BilateralTaps(pContext);
-    pContext->Narrow = 1;
-    for (int Bits = kNarrowBits; pContext->TapCount <= kNarrowTaps && Bits >= kNarrowLeastBits; --Bits) {
-        pContext->Shift = 2 * kBilateralFactorBits - Bits;
-        int64_t Sum = 0;
-        for (int32_t i = 0; i < pContext->TapCount; ++i) Sum += Weight(*pContext, pTaps[i], 0);
-        // The weights fall with the difference, and none is larger than the centre's.
-        if (Sum <= kNarrowSum && Weight(*pContext, pTaps[0], kNarrowReach + 1) == 0) return;
-    }
-    pContext->Narrow = 0;
-    pContext->Shift = 2 * kBilateralFactorBits - kWideBits;
+    pContext->Shift = kNarrowShift;
+    int64_t Sum = 0;
+    for (int32_t i = 0; i < pContext->TapCount; ++i) Sum += Weight(*pContext, pTaps[i], 0);
+    // The weights fall with the difference, and none is larger than the centre's.
+    const bool WithinReach = Weight(*pContext, pTaps[0], kNarrowReach + 1) == 0;
+    pContext->Narrow = WithinReach && pContext->TapCount <= kNarrowTaps && Sum <= kNarrowSum;
+    if (!pContext->Narrow) pContext->Shift = kWideShift;
 }
 
 void FillPairTable(const BilateralContext& Context, const BilateralTap& Tap, BilateralPairTable* pTable)
@@ -127,9 +122,10 @@ int32_t BilateralInit_px(int32_t Type, int32_t KernelWidth, int32_t KernelHeight
     pContext->KernelHeight = KernelHeight;
     FillTaps(pContext, PositionSquareSigma, StepInKernel);
     const int32_t Reach = ValueReach(Type, pContext->TapCount, ValueSquareSigma);
-    for (int32_t v = 0; v < 256; ++v) pContext->Value[v] = v < Reach ? GaussFactor(v * v, ValueSquareSigma) : 0;
+    for (int32_t v = 0; v < 256; ++v)
+        pContext->Value[v] = v < Reach ? GaussFactor(v * v, ValueSquareSigma, kValueOne) : 0;
 
-    ChooseBits(pContext);
+    ChooseWeights(pContext);
     const BilateralTap* const pTaps = BilateralTaps(pContext);
     pContext->CentreWeight = static_cast<int32_t>(Weight(*pContext, pTaps[0], 0));
     for (int32_t i = 1; pContext->Narrow && i < pContext->TapCount; i += 2)

@@ -4,11 +4,13 @@
 #include "kernels/bilateral/bilateral.h"
 #include "kernels/bilateral/bilateral_context.h"
 
+#define INLINE [[gnu::always_inline]] static inline
+
 namespace kernels {
 
 // The narrow weights, 16 samples at a time. The ring holds the samples less 128, so that a saturating difference of
 // signed bytes is right up to 127, and its magnitude looks the weight up by shuffles of 16-byte runs. Magnitudes of 63
-// and more have no weight. High and low parts of the weights go through the sums apart, as words.
+// and more have no weight. The high and low parts of the weights go through the sums apart.
 
 static __m128i Load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 static __m128i LoadRun(const uint8_t* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
@@ -18,7 +20,7 @@ struct TapWeights {
 };
 
 // A shuffle gives 0 where the index is negative: the runs below 16 * k are left out of run k's part.
-static __m128i LookUp(const uint8_t Runs[4][16], const __m128i Index[4])
+INLINE __m128i LookUp(const uint8_t Runs[4][16], const __m128i Index[4])
 {
     const __m128i First = _mm_shuffle_epi8(LoadRun(Runs[0]), Index[0]);
     const __m128i Second = _mm_shuffle_epi8(LoadRun(Runs[1]), Index[1]);
@@ -27,7 +29,7 @@ static __m128i LookUp(const uint8_t Runs[4][16], const __m128i Index[4])
     return _mm_xor_si128(_mm_xor_si128(First, Second), _mm_xor_si128(Third, Fourth));
 }
 
-static TapWeights Weigh(const uint8_t* pSamples, __m128i Centre, const BilateralPairTable& Table)
+INLINE TapWeights Weigh(const uint8_t* pSamples, __m128i Centre, const BilateralPairTable& Table)
 {
     const __m128i Sixteen = _mm_set1_epi8(16);
     const __m128i Difference = _mm_subs_epi8(Load(pSamples), Centre);
@@ -36,69 +38,85 @@ static TapWeights Weigh(const uint8_t* pSamples, __m128i Centre, const Bilateral
     return {Difference, LookUp(Table.High, Index), LookUp(Table.Low, Index)};
 }
 
-// Words for 8 samples: of products with the high and low parts of weights, and of these parts.
-struct WordSums {
-    __m128i HighProducts, LowProducts, High, Low;
+// What up to four pairs of taps add up to for 16 samples: words of the first and last eight, for the products; bytes of
+// the first and last two pairs, for the weights.
+struct Sums {
+    __m128i HighProducts[2], LowProducts[2];
+    __m128i HighWeights[2], LowWeights[2];
 };
-// Two pairs' products fit; the parts' sums fit for all taps.
-static_assert(4 * 128 * kNarrowReach <= INT16_MAX && kNarrowTaps * 128 <= INT16_MAX);
+static_assert(8 * 63 * kNarrowReach <= INT16_MAX && 4 * 63 <= UINT8_MAX);
 
-static void AddPair(WordSums* pSums, __m128i Differences, __m128i High, __m128i Low)
+INLINE void AddPair(const TapWeights& a, const TapWeights& b, int Half, Sums* pSums)
 {
-    const __m128i Ones = _mm_set1_epi8(1);
-    pSums->HighProducts = _mm_add_epi16(pSums->HighProducts, _mm_maddubs_epi16(High, Differences));
-    pSums->LowProducts = _mm_add_epi16(pSums->LowProducts, _mm_maddubs_epi16(Low, Differences));
-    pSums->High = _mm_add_epi16(pSums->High, _mm_maddubs_epi16(High, Ones));
-    pSums->Low = _mm_add_epi16(pSums->Low, _mm_maddubs_epi16(Low, Ones));
+    pSums->HighWeights[Half] = _mm_add_epi8(pSums->HighWeights[Half], _mm_add_epi8(a.High, b.High));
+    pSums->LowWeights[Half] = _mm_add_epi8(pSums->LowWeights[Half], _mm_add_epi8(a.Low, b.Low));
+    const __m128i First = _mm_unpacklo_epi8(a.Difference, b.Difference);
+    const __m128i Last = _mm_unpackhi_epi8(a.Difference, b.Difference);
+    const auto AddProducts = [&](__m128i WeightA, __m128i WeightB, __m128i* pProducts) {
+        pProducts[0] = _mm_add_epi16(pProducts[0], _mm_maddubs_epi16(_mm_unpacklo_epi8(WeightA, WeightB), First));
+        pProducts[1] = _mm_add_epi16(pProducts[1], _mm_maddubs_epi16(_mm_unpackhi_epi8(WeightA, WeightB), Last));
+    };
+    AddProducts(a.High, b.High, pSums->HighProducts);
+    AddProducts(a.Low, b.Low, pSums->LowProducts);
 }
 
-// Both parts joined: the first or last four of eight samples.
-template <bool Last>
-static __m128i Join(__m128i High, __m128i Low)
+// Both parts joined, added to the totals of four samples after four.
+INLINE void AddJoined(const __m128i High[2], const __m128i Low[2], __m128i pTotals[4])
 {
     const __m128i Scales = _mm_set1_epi32((1 << 16) + (1 << kNarrowLowBits));
-    return _mm_madd_epi16(Last ? _mm_unpackhi_epi16(High, Low) : _mm_unpacklo_epi16(High, Low), Scales);
+    for (int i = 0; i < 2; ++i) {
+        const __m128i First = _mm_madd_epi16(_mm_unpacklo_epi16(High[i], Low[i]), Scales);
+        const __m128i Last = _mm_madd_epi16(_mm_unpackhi_epi16(High[i], Low[i]), Scales);
+        pTotals[2 * i] = _mm_add_epi32(pTotals[2 * i], First);
+        pTotals[2 * i + 1] = _mm_add_epi32(pTotals[2 * i + 1], Last);
+    }
 }
 
-static void MoveProducts(WordSums* pSums, __m128i Products[2])
+INLINE void AddSums(const Sums& s, __m128i pProducts[4], __m128i pWeights[4])
 {
-    Products[0] = _mm_add_epi32(Products[0], Join<false>(pSums->HighProducts, pSums->LowProducts));
-    Products[1] = _mm_add_epi32(Products[1], Join<true>(pSums->HighProducts, pSums->LowProducts));
-    pSums->HighProducts = pSums->LowProducts = _mm_setzero_si128();
+    const __m128i Ones = _mm_set1_epi8(1);
+    const auto Words = [=](const __m128i Bytes[2], __m128i pWords[2]) {
+        pWords[0] = _mm_maddubs_epi16(_mm_unpacklo_epi8(Bytes[0], Bytes[1]), Ones);
+        pWords[1] = _mm_maddubs_epi16(_mm_unpackhi_epi8(Bytes[0], Bytes[1]), Ones);
+    };
+    __m128i High[2], Low[2];
+    Words(s.HighWeights, High);
+    Words(s.LowWeights, Low);
+    AddJoined(High, Low, pWeights);
+    AddJoined(s.HighProducts, s.LowProducts, pProducts);
 }
 
-// The weighted mean of the differences, rounded: words for 8 samples.
-static __m128i Mean(const WordSums& Sums, const __m128i Products[2], __m128i CentreWeight)
+// The weighted means of the differences, rounded: 16 bytes.
+INLINE __m128i Means(const __m128i Products[4], const __m128i Weights[4])
 {
-    const __m128i First = _mm_add_epi32(Join<false>(Sums.High, Sums.Low), CentreWeight);
-    const __m128i Last = _mm_add_epi32(Join<true>(Sums.High, Sums.Low), CentreWeight);
-    const __m128 FirstMean = _mm_div_ps(_mm_cvtepi32_ps(Products[0]), _mm_cvtepi32_ps(First));
-    const __m128 LastMean = _mm_div_ps(_mm_cvtepi32_ps(Products[1]), _mm_cvtepi32_ps(Last));
-    return _mm_packs_epi32(_mm_cvtps_epi32(FirstMean), _mm_cvtps_epi32(LastMean));
+    __m128i Mean[4];
+    for (int i = 0; i < 4; ++i)
+        Mean[i] = _mm_cvtps_epi32(_mm_div_ps(_mm_cvtepi32_ps(Products[i]), _mm_cvtepi32_ps(Weights[i])));
+    return _mm_packs_epi16(_mm_packs_epi32(Mean[0], Mean[1]), _mm_packs_epi32(Mean[2], Mean[3]));
 }
 
 static __m128i FilterSixteen(const BilateralContext& Context, const BilateralTap* pTaps, const uint8_t* pRing)
 {
     const __m128i Zero = _mm_setzero_si128(), Centre = Load(pRing + pTaps[0].Offset);
-    WordSums Left{Zero, Zero, Zero, Zero}, Right = Left;
-    __m128i LeftProducts[2]{Zero, Zero}, RightProducts[2]{Zero, Zero};
-    const int Pairs = Context.TapCount / 2;
-    for (int i = 0; i < Pairs; ++i) {
-        const TapWeights a = Weigh(pRing + pTaps[2 * i + 1].Offset, Centre, Context.Pairs[i]);
-        const TapWeights b = Weigh(pRing + pTaps[2 * i + 2].Offset, Centre, Context.Pairs[i]);
-        AddPair(&Left, _mm_unpacklo_epi8(a.Difference, b.Difference), _mm_unpacklo_epi8(a.High, b.High),
-                _mm_unpacklo_epi8(a.Low, b.Low));
-        AddPair(&Right, _mm_unpackhi_epi8(a.Difference, b.Difference), _mm_unpackhi_epi8(a.High, b.High),
-                _mm_unpackhi_epi8(a.Low, b.Low));
-        if (i % 2 == 1 || i == Pairs - 1) {
-            MoveProducts(&Left, LeftProducts);
-            MoveProducts(&Right, RightProducts);
-        }
-    }
     const __m128i CentreWeight = _mm_set1_epi32(Context.CentreWeight);
-    const __m128i Change =
-        _mm_packs_epi16(Mean(Left, LeftProducts, CentreWeight), Mean(Right, RightProducts, CentreWeight));
-    return _mm_xor_si128(_mm_add_epi8(Centre, Change), _mm_set1_epi8(-128));
+    __m128i Products[4]{Zero, Zero, Zero, Zero}, Weights[4]{CentreWeight, CentreWeight, CentreWeight, CentreWeight};
+    const int Pairs = Context.TapCount / 2;
+    for (int i = 0; i < Pairs; i += 4) {
+        Sums s{{Zero, Zero}, {Zero, Zero}, {Zero, Zero}, {Zero, Zero}};
+        const auto Add = [&](int j) __attribute__((always_inline))
+        {
+            const BilateralTap* const pPair = pTaps + 2 * (i + j) + 1;
+            const BilateralPairTable& Table = Context.Pairs[i + j];
+            AddPair(Weigh(pRing + pPair[0].Offset, Centre, Table), Weigh(pRing + pPair[1].Offset, Centre, Table), j / 2,
+                    &s);
+        };
+        Add(0);
+        if (i + 1 < Pairs) Add(1);
+        if (i + 2 < Pairs) Add(2);
+        if (i + 3 < Pairs) Add(3);
+        AddSums(s, Products, Weights);
+    }
+    return _mm_xor_si128(_mm_add_epi8(Centre, Means(Products, Weights)), _mm_set1_epi8(-128));
 }
 
 static void FilterRow(const BilateralContext& Context, const BilateralTap* pTaps, const uint8_t* pRing,
