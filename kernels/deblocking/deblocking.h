@@ -20,14 +20,15 @@ struct EdgeParams {
 // read and 3 written. Horizontal: the same above it. An edge whose four strengths are 0 is not touched; the outer edge
 // is left out by giving it strengths of 0, and then nothing outside the macroblock is read. Luma: edges 0, 4, 8, 12.
 using FilterEdgesSig = void(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams);
-FilterEdgesSig FilterLumaVertical_px, FilterLumaHorizontal_px, FilterLumaVertical_v8, FilterLumaHorizontal_v8;
+FilterEdgesSig FilterLumaVertical_px, FilterLumaVertical_w7, FilterLumaVertical_v8;
+FilterEdgesSig FilterLumaHorizontal_px, FilterLumaHorizontal_w7, FilterLumaHorizontal_v8;
 
 // Chroma of 4:2:0, both 8x8 planes in one call: edges 0 and 4 with the strengths of luma edges 0 and 2, each of which
 // serves two samples; 2 samples before the edge are read and 1 is written. Strength is read from pParamsU alone;
 // pParamsV may be the same record, and differs when the two planes have different QP.
 using FilterChromaEdgesSig = void(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
                                   const EdgeParams* pParamsV);
-FilterChromaEdgesSig FilterChromaVertical_px, FilterChromaHorizontal_px;
-FilterChromaEdgesSig FilterChromaVertical_v8, FilterChromaHorizontal_v8;
+FilterChromaEdgesSig FilterChromaVertical_px, FilterChromaVertical_w7, FilterChromaVertical_v8;
+FilterChromaEdgesSig FilterChromaHorizontal_px, FilterChromaHorizontal_w7, FilterChromaHorizontal_v8;
 
 } // namespace kernels
