@@ -23,7 +23,7 @@ using FilterGauss8uSig = int32_t(const uint8_t* pSource, ptrdiff_t SourceStep, u
 using FilterMean32fSig = int32_t(const float* pSource, ptrdiff_t SourceStep, float* pTarget, ptrdiff_t TargetStep,
                                  int32_t Width, int32_t Height, int32_t Mask);
 
-FilterGauss8uSig FilterGauss8u_px;
-FilterMean32fSig FilterMean32f_px;
+FilterGauss8uSig FilterGauss8u_px, FilterGauss8u_w7;
+FilterMean32fSig FilterMean32f_px, FilterMean32f_w7;
 
 } // namespace kernels
