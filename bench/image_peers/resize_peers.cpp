@@ -8,7 +8,6 @@
 #include "bench/image_peers/image_peers.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <map>
 #include <memory>
