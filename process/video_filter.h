@@ -16,8 +16,8 @@ public:
 
 /// Changes the layout at one size; equal layouts are copied. StatusNullPointer unless both are VideoData,
 /// StatusInvalidParamsExt when the sizes differ, a plane is null or a pitch below its row, StatusUnsupported for a copy
-/// between sample sizes that has no kernel, StatusNotImplemented for a pair without a conversion (conversion_pairs.h) or
-/// with deeper samples than its conversion knows.
+/// between sample sizes that has no kernel, StatusNotImplemented for a pair without a conversion (conversion_pairs.h)
+/// or with deeper samples than its conversion knows.
 class ColorSpaceConversion : public VideoFilter
 {
 public:
@@ -31,7 +31,7 @@ public:
 /// pictures that the object keeps until their size changes.
 ///
 /// StatusNullPointer when a side is not a VideoData or has no pixels, StatusInvalidParamsExt when the layouts differ or
-/// a kernel refuses a plane, StatusNotImplemented for NONE_FORMAT, StatusUnsupported for samples of more than 8 bits,
+/// a pitch is below its row, StatusNotImplemented for NONE_FORMAT, StatusUnsupported for samples of more than 8 bits,
 /// StatusAllocFailed.
 class VideoResizing : public VideoFilter
 {

@@ -45,6 +45,7 @@ int32_t ChangeSizeOfOne(const PlaneInfo& From, const PlaneInfo& To)
 Status ResizePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Channels)
 {
     if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
+    if (From.m_Pitch < From.m_Width * Channels || To.m_Pitch < To.m_Width * Channels) return StatusInvalidParamsExt;
     if (ShrinksBy(From, To, 1))
         return StatusOf(kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, From.m_Width * Channels,
                                         From.m_Height));
@@ -97,7 +98,7 @@ Status TestPacked(const VideoData& Picture)
     if (!Plane.m_pPlane) return StatusNullPointer;
     const int32_t Bytes = (FindColorFormat(Picture.GetColorFormat())->MinBitDepth + 7) / 8;
     if (Plane.m_SampleBytes != Bytes) return StatusUnsupported;
-    return Plane.m_Pitch > 0 ? StatusOk : StatusInvalidParamsExt;
+    return Plane.m_Pitch >= Plane.m_Width * Plane.m_Samples * Bytes ? StatusOk : StatusInvalidParamsExt;
 }
 
 } // namespace

@@ -134,7 +134,7 @@ static void RowPass(const uint8_t* pRow, const void* pTable, int32_t, int16_t* p
     for (const ptrdiff_t Step = Table.PerBlock; pStep != pEnd; ++pStep, pOut += 2 * Step) {
         const __m128i Samples = EightSamples(pRow, *pStep);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(pOut), Samples);
-        _mm_storeh_pd(reinterpret_cast<double*>(pOut + Step), _mm_castsi128_pd(Samples));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pOut + Step), _mm_unpackhi_epi64(Samples, Samples));
     }
 }
 

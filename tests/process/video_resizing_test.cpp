@@ -233,8 +233,10 @@ TEST(VideoResizing, RefusesWhatItCannotResize)
     ASSERT_EQ(Empty.Init(32, 16, YUV420), StatusOk);
     EXPECT_EQ(Filter.GetFrame(&Empty, &Out), StatusNullPointer);
     EXPECT_EQ(Filter.GetFrame(&In, &Empty), StatusNullPointer);
-    ASSERT_EQ(In.SetPlanePitch(-32, 0), StatusOk);
-    EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
+    for (const int32_t Pitch : {-32, 0, 31}) {
+        ASSERT_EQ(In.SetPlanePitch(Pitch, 0), StatusOk);
+        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
+    }
     EXPECT_EQ(PlaneBytes(Out, 0), Before);
 }
 
@@ -248,8 +250,10 @@ TEST(VideoResizing, RefusesPackedPicturesWithoutPixelsOrRows)
         ASSERT_EQ(Empty.Init(32, 16, Format), StatusOk);
         EXPECT_EQ(Filter.GetFrame(&Empty, &Out), StatusNullPointer);
         EXPECT_EQ(Filter.GetFrame(&In, &Empty), StatusNullPointer);
-        ASSERT_EQ(In.SetPlanePitch(-64, 0), StatusOk);
-        EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
+        for (const int32_t Pitch : {-64, 0, 47}) {
+            ASSERT_EQ(In.SetPlanePitch(Pitch, 0), StatusOk);
+            EXPECT_EQ(Filter.GetFrame(&In, &Out), StatusInvalidParamsExt);
+        }
     }
 }
 
