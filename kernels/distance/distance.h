@@ -16,6 +16,7 @@ BlockDistanceSig Sad16x16_w7, Sad16x8_w7, Sad8x16_w7, Sad8x8_w7, Sad8x4_w7, Sad4
 
 // Sum of the magnitudes of the 4x4 Hadamard transforms of the difference, not normalised, over all 4x4 blocks.
 BlockDistanceSig Satd16x16_px, Satd16x8_px, Satd8x16_px, Satd8x8_px, Satd8x4_px, Satd4x8_px, Satd4x4_px;
+BlockDistanceSig Satd16x16_w7, Satd16x8_w7, Satd8x16_w7, Satd8x8_w7, Satd8x4_w7, Satd4x8_w7, Satd4x4_w7;
 BlockDistanceSig Satd16x16_v8, Satd16x8_v8, Satd8x16_v8, Satd8x8_v8, Satd8x4_v8, Satd4x8_v8, Satd4x4_v8;
 
 // Sad16x16 of one block against four others of one step: Sum[i] is the distance to ppB[i].

@@ -15,6 +15,7 @@ namespace kernels {
 using InterpolateLumaSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int FracX,
                                 int FracY, int Height);
 InterpolateLumaSig InterpolateLuma16_px, InterpolateLuma8_px, InterpolateLuma4_px;
+InterpolateLumaSig InterpolateLuma16_w7, InterpolateLuma8_w7, InterpolateLuma4_w7;
 InterpolateLumaSig InterpolateLuma16_v8, InterpolateLuma8_v8, InterpolateLuma4_v8;
 
 // The same chroma block of both planes at eighth-sample offset (FracX, FracY), each 0..7 (8.4.2.2.2). Reads one
@@ -22,6 +23,7 @@ InterpolateLumaSig InterpolateLuma16_v8, InterpolateLuma8_v8, InterpolateLuma4_v
 using InterpolateChromaSig = void(const uint8_t* pSrcU, const uint8_t* pSrcV, ptrdiff_t SrcStep, uint8_t* pDstU,
                                   uint8_t* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height);
 InterpolateChromaSig InterpolateChroma8_px, InterpolateChroma4_px, InterpolateChroma2_px;
+InterpolateChromaSig InterpolateChroma8_w7, InterpolateChroma4_w7;
 InterpolateChromaSig InterpolateChroma8_v8, InterpolateChroma4_v8, InterpolateChroma2_v8;
 
 // pDst = (pA + pDst + 1) >> 1, sample by sample: default bi-prediction (8.4.2.3.1). Widths 16, 8, 4, 2.

@@ -8,15 +8,15 @@
 namespace kernels {
 
 inline constexpr KernelRow<InterpolateLumaSig> kInterpolateLuma16{
-    "InterpolateLuma16", {InterpolateLuma16_px, nullptr, nullptr, nullptr, InterpolateLuma16_v8}};
+    "InterpolateLuma16", {InterpolateLuma16_px, nullptr, InterpolateLuma16_w7, nullptr, InterpolateLuma16_v8}};
 inline constexpr KernelRow<InterpolateLumaSig> kInterpolateLuma8{
-    "InterpolateLuma8", {InterpolateLuma8_px, nullptr, nullptr, nullptr, InterpolateLuma8_v8}};
+    "InterpolateLuma8", {InterpolateLuma8_px, nullptr, InterpolateLuma8_w7, nullptr, InterpolateLuma8_v8}};
 inline constexpr KernelRow<InterpolateLumaSig> kInterpolateLuma4{
-    "InterpolateLuma4", {InterpolateLuma4_px, nullptr, nullptr, nullptr, InterpolateLuma4_v8}};
+    "InterpolateLuma4", {InterpolateLuma4_px, nullptr, InterpolateLuma4_w7, nullptr, InterpolateLuma4_v8}};
 inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma8{
-    "InterpolateChroma8", {InterpolateChroma8_px, nullptr, nullptr, nullptr, InterpolateChroma8_v8}};
+    "InterpolateChroma8", {InterpolateChroma8_px, nullptr, InterpolateChroma8_w7, nullptr, InterpolateChroma8_v8}};
 inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma4{
-    "InterpolateChroma4", {InterpolateChroma4_px, nullptr, nullptr, nullptr, InterpolateChroma4_v8}};
+    "InterpolateChroma4", {InterpolateChroma4_px, nullptr, InterpolateChroma4_w7, nullptr, InterpolateChroma4_v8}};
 inline constexpr KernelRow<InterpolateChromaSig> kInterpolateChroma2{
     "InterpolateChroma2", {InterpolateChroma2_px, nullptr, nullptr, nullptr, InterpolateChroma2_v8}};
 inline constexpr KernelRow<AverageBlockSig> kAverageBlock16{"AverageBlock16",

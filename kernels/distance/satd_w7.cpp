@@ -1,0 +1,121 @@
+#include <cstring>
+#include <emmintrin.h>
+
+#include "kernels/distance/distance.h"
+
+namespace kernels {
+
+namespace {
+
+// The Hadamard transform of 4x4 differences, two blocks side by side: down, then across after a turn. The last step
+// needs no coefficients: |x + y| + |x - y| = 2 max(|x|, |y|). A value is at most 4 * 255 after the way down, 2 * 1020
+// before the last step, and the halved sum of magnitudes of a column 2 * 2040.
+constexpr int kMostHalved = 2 * 2040;
+
+__m128i Magnitude(__m128i v) { return _mm_max_epi16(v, _mm_sub_epi16(_mm_setzero_si128(), v)); }
+
+__m128i LargerMagnitude(__m128i a, __m128i b) { return _mm_max_epi16(Magnitude(a), Magnitude(b)); }
+
+// Half the sum of magnitudes, spread over 8 words.
+__m128i HalvedMagnitudes(const __m128i Row[4])
+{
+    const __m128i s01 = _mm_add_epi16(Row[0], Row[1]), d01 = _mm_sub_epi16(Row[0], Row[1]);
+    const __m128i s23 = _mm_add_epi16(Row[2], Row[3]), d23 = _mm_sub_epi16(Row[2], Row[3]);
+    const __m128i m0 = _mm_add_epi16(s01, s23), m1 = _mm_sub_epi16(s01, s23);
+    const __m128i m2 = _mm_add_epi16(d01, d23), m3 = _mm_sub_epi16(d01, d23);
+    const __m128i a0 = _mm_unpacklo_epi16(m0, m1), a1 = _mm_unpacklo_epi16(m2, m3); // the left block
+    const __m128i b0 = _mm_unpackhi_epi16(m0, m1), b1 = _mm_unpackhi_epi16(m2, m3); // the right block
+    const __m128i a01 = _mm_unpacklo_epi32(a0, a1), a23 = _mm_unpackhi_epi32(a0, a1);
+    const __m128i b01 = _mm_unpacklo_epi32(b0, b1), b23 = _mm_unpackhi_epi32(b0, b1);
+    const __m128i c0 = _mm_unpacklo_epi64(a01, b01), c1 = _mm_unpackhi_epi64(a01, b01);
+    const __m128i c2 = _mm_unpacklo_epi64(a23, b23), c3 = _mm_unpackhi_epi64(a23, b23);
+    return _mm_add_epi16(LargerMagnitude(_mm_add_epi16(c0, c1), _mm_add_epi16(c2, c3)),
+                         LargerMagnitude(_mm_sub_epi16(c0, c1), _mm_sub_epi16(c2, c3)));
+}
+
+__m128i Difference8(const uint8_t* pA, const uint8_t* pB)
+{
+    const __m128i Zero = _mm_setzero_si128();
+    return _mm_sub_epi16(_mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pA)), Zero),
+                         _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pB)), Zero));
+}
+
+__m128i Load4(const uint8_t* p)
+{
+    int Value;
+    std::memcpy(&Value, p, sizeof Value);
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(Value), _mm_setzero_si128());
+}
+
+__m128i Difference4(const uint8_t* pA, const uint8_t* pB) { return _mm_sub_epi16(Load4(pA), Load4(pB)); }
+
+__m128i Halved8x4(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    __m128i Row[4];
+    for (int y = 0; y < 4; ++y) Row[y] = Difference8(pA + y * StepA, pB + y * StepB);
+    return HalvedMagnitudes(Row);
+}
+
+int32_t TwiceTheSum(__m128i Words)
+{
+    __m128i v = _mm_madd_epi16(Words, _mm_set1_epi16(2));
+    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
+    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
+}
+
+// Words take eight pairs of blocks, which is a 16x16 block.
+static_assert(8 * kMostHalved <= INT16_MAX);
+
+template <int Width, int Height>
+int32_t Satd(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    __m128i Sum = _mm_setzero_si128();
+    for (int y = 0; y < Height; y += 4, pA += 4 * StepA, pB += 4 * StepB)
+        for (int x = 0; x < Width; x += 8) Sum = _mm_add_epi16(Sum, Halved8x4(pA + x, StepA, pB + x, StepB));
+    return TwiceTheSum(Sum);
+}
+
+} // namespace
+
+int32_t Satd16x16_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    return Satd<16, 16>(pA, StepA, pB, StepB);
+}
+
+int32_t Satd16x8_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    return Satd<16, 8>(pA, StepA, pB, StepB);
+}
+
+int32_t Satd8x16_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    return Satd<8, 16>(pA, StepA, pB, StepB);
+}
+
+int32_t Satd8x8_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    return Satd<8, 8>(pA, StepA, pB, StepB);
+}
+
+int32_t Satd8x4_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    return Satd<8, 4>(pA, StepA, pB, StepB);
+}
+
+int32_t Satd4x8_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    __m128i Row[4]; // the lower block beside the upper one
+    for (int y = 0; y < 4; ++y)
+        Row[y] = _mm_unpacklo_epi64(Difference4(pA + y * StepA, pB + y * StepB),
+                                    Difference4(pA + (y + 4) * StepA, pB + (y + 4) * StepB));
+    return TwiceTheSum(HalvedMagnitudes(Row));
+}
+
+int32_t Satd4x4_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    __m128i Row[4]; // beside a block of zeros
+    for (int y = 0; y < 4; ++y) Row[y] = Difference4(pA + y * StepA, pB + y * StepB);
+    return TwiceTheSum(HalvedMagnitudes(Row));
+}
+
+} // namespace kernels
