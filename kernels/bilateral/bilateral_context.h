@@ -29,10 +29,10 @@ inline constexpr int64_t kNarrowSum = int64_t{1} << 17;
 inline constexpr int kNarrowLowBits = 6;
 static_assert((uint64_t{kPositionOne} * kValueOne >> kNarrowShift) == 4095);
 
-// The narrow weights by difference, 0 to 63, of one pair of taps opposite each other: bits 6 to 11, bits 0 to 5. The
-// first sixteen stand as they are. Each later run of sixteen is the exclusive or with the run before, so that the runs
-// up to a difference's own join to its weight.
-struct alignas(16) BilateralPairTable {
+// The narrow weights by difference, 0 to 63, of a tap: bits 6 to 11, bits 0 to 5. The first sixteen stand as they are.
+// Each later run of sixteen is the exclusive or with the run before, so that the runs up to a difference's own join to
+// its weight.
+struct alignas(16) BilateralTapTable {
     uint8_t High[4][16];
     uint8_t Low[4][16];
 };
@@ -42,10 +42,10 @@ struct alignas(16) BilateralContext {
     int32_t KernelWidth, KernelHeight;
     int32_t TapCount; // odd: the centre, then pairs of taps opposite each other
     int32_t Shift;
-    int32_t CentreWeight;                      // as summed, like the tables below
-    int32_t Narrow;                            // 0 or 1
-    uint32_t Value[256];                       // weights of the differences
-    BilateralPairTable Pairs[kNarrowTaps / 2]; // filled for narrow weights
+    int32_t CentreWeight;                  // as summed, like the tables below
+    int32_t Narrow;                        // 0 or 1
+    uint32_t Value[256];                   // weights of the differences
+    BilateralTapTable Tables[kNarrowTaps]; // of the taps beside the centre; filled for narrow weights
 };
 
 inline constexpr uint32_t kTagGauss = 0x42464731, kTagGaussFull = 0x42464632;

@@ -62,7 +62,7 @@ void ChooseWeights(BilateralContext* pContext)
     if (!pContext->Narrow) pContext->Shift = kWideShift;
 }
 
-void FillPairTable(const BilateralContext& Context, const BilateralTap& Tap, BilateralPairTable* pTable)
+void FillTapTable(const BilateralContext& Context, const BilateralTap& Tap, BilateralTapTable* pTable)
 {
     for (int32_t v = 0; v < 64; ++v) {
         const auto Parts = [&](int32_t Difference) {
@@ -128,8 +128,8 @@ int32_t BilateralInit_px(int32_t Type, int32_t KernelWidth, int32_t KernelHeight
     ChooseWeights(pContext);
     const BilateralTap* const pTaps = BilateralTaps(pContext);
     pContext->CentreWeight = static_cast<int32_t>(Weight(*pContext, pTaps[0], 0));
-    for (int32_t i = 1; pContext->Narrow && i < pContext->TapCount; i += 2)
-        FillPairTable(*pContext, pTaps[i], &pContext->Pairs[i / 2]);
+    for (int32_t i = 1; pContext->Narrow && i < pContext->TapCount; ++i)
+        FillTapTable(*pContext, pTaps[i], &pContext->Tables[i - 1]);
     return kStatusOk;
 }
 

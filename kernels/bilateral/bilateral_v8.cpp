@@ -19,23 +19,22 @@ struct TapWeights {
     __m128i Difference, High, Low;
 };
 
-// A shuffle gives 0 where the index is negative: the runs below 16 * k are left out of run k's part.
-INLINE __m128i LookUp(const uint8_t Runs[4][16], const __m128i Index[4])
-{
-    const __m128i First = _mm_shuffle_epi8(LoadRun(Runs[0]), Index[0]);
-    const __m128i Second = _mm_shuffle_epi8(LoadRun(Runs[1]), Index[1]);
-    const __m128i Third = _mm_shuffle_epi8(LoadRun(Runs[2]), Index[2]);
-    const __m128i Fourth = _mm_shuffle_epi8(LoadRun(Runs[3]), Index[3]);
-    return _mm_xor_si128(_mm_xor_si128(First, Second), _mm_xor_si128(Third, Fourth));
-}
-
-INLINE TapWeights Weigh(const uint8_t* pSamples, __m128i Centre, const BilateralPairTable& Table)
+// A shuffle gives 0 where the index is negative, so that a difference takes part in the runs up to its own. The index
+// goes down from run to run by saturating subtractions: plain ones the compiler would merge into three sums with
+// constants, which take more registers than there are.
+INLINE TapWeights Weigh(const uint8_t* pSamples, __m128i Centre, const BilateralTapTable& Table)
 {
     const __m128i Sixteen = _mm_set1_epi8(16);
     const __m128i Difference = _mm_subs_epi8(Load(pSamples), Centre);
-    __m128i Index[4]{_mm_min_epu8(_mm_abs_epi8(Difference), _mm_set1_epi8(63))};
-    for (int k = 1; k < 4; ++k) Index[k] = _mm_sub_epi8(Index[k - 1], Sixteen);
-    return {Difference, LookUp(Table.High, Index), LookUp(Table.Low, Index)};
+    __m128i Index = _mm_min_epu8(_mm_abs_epi8(Difference), _mm_set1_epi8(63));
+    __m128i High = _mm_shuffle_epi8(LoadRun(Table.High[0]), Index);
+    __m128i Low = _mm_shuffle_epi8(LoadRun(Table.Low[0]), Index);
+    for (int k = 1; k < 4; ++k) {
+        Index = _mm_subs_epi8(Index, Sixteen);
+        High = _mm_xor_si128(High, _mm_shuffle_epi8(LoadRun(Table.High[k]), Index));
+        Low = _mm_xor_si128(Low, _mm_shuffle_epi8(LoadRun(Table.Low[k]), Index));
+    }
+    return {Difference, High, Low};
 }
 
 // What up to four pairs of taps add up to for 16 samples: words of the first and last eight, for the products; bytes of
@@ -95,40 +94,50 @@ INLINE __m128i Means(const __m128i Products[4], const __m128i Weights[4])
     return _mm_packs_epi16(_mm_packs_epi32(Mean[0], Mean[1]), _mm_packs_epi32(Mean[2], Mean[3]));
 }
 
-static __m128i FilterSixteen(const BilateralContext& Context, const BilateralTap* pTaps, const uint8_t* pRing)
+struct Row {
+    const BilateralContext& Context;
+    const BilateralTap* pTaps; // aimed at the row
+    const uint8_t* pRing;
+};
+
+// Count pairs, 0 to 4, beginning with the given one.
+template <int Count>
+INLINE void AddPairs(const Row& r, int32_t x, __m128i Centre, int32_t First, __m128i Products[4], __m128i Weights[4])
 {
-    const __m128i Zero = _mm_setzero_si128(), Centre = Load(pRing + pTaps[0].Offset);
-    const __m128i CentreWeight = _mm_set1_epi32(Context.CentreWeight);
-    __m128i Products[4]{Zero, Zero, Zero, Zero}, Weights[4]{CentreWeight, CentreWeight, CentreWeight, CentreWeight};
-    const int Pairs = Context.TapCount / 2;
-    for (int i = 0; i < Pairs; i += 4) {
-        Sums s{{Zero, Zero}, {Zero, Zero}, {Zero, Zero}, {Zero, Zero}};
-        const auto Add = [&](int j) __attribute__((always_inline))
-        {
-            const BilateralTap* const pPair = pTaps + 2 * (i + j) + 1;
-            const BilateralPairTable& Table = Context.Pairs[i + j];
-            AddPair(Weigh(pRing + pPair[0].Offset, Centre, Table), Weigh(pRing + pPair[1].Offset, Centre, Table), j / 2,
-                    &s);
-        };
-        Add(0);
-        if (i + 1 < Pairs) Add(1);
-        if (i + 2 < Pairs) Add(2);
-        if (i + 3 < Pairs) Add(3);
-        AddSums(s, Products, Weights);
+    const __m128i Zero = _mm_setzero_si128();
+    Sums s{{Zero, Zero}, {Zero, Zero}, {Zero, Zero}, {Zero, Zero}};
+    for (int i = 0; i < Count; ++i) {
+        const BilateralTap* const pPair = r.pTaps + 2 * (First + i) + 1;
+        const BilateralTapTable* const pTables = r.Context.Tables + 2 * (First + i);
+        AddPair(Weigh(r.pRing + pPair[0].Offset + x, Centre, pTables[0]),
+                Weigh(r.pRing + pPair[1].Offset + x, Centre, pTables[1]), i / 2, &s);
     }
+    AddSums(s, Products, Weights);
+}
+
+// Four pairs after four, and the Rest.
+template <int Rest>
+INLINE __m128i FilterSixteen(const Row& r, int32_t x)
+{
+    const __m128i Zero = _mm_setzero_si128(), Centre = Load(r.pRing + r.pTaps[0].Offset + x);
+    const __m128i CentreWeight = _mm_set1_epi32(r.Context.CentreWeight);
+    __m128i Products[4]{Zero, Zero, Zero, Zero}, Weights[4]{CentreWeight, CentreWeight, CentreWeight, CentreWeight};
+    int32_t Pair = 0;
+    for (; Pair + Rest < r.Context.TapCount / 2; Pair += 4) AddPairs<4>(r, x, Centre, Pair, Products, Weights);
+    AddPairs<Rest>(r, x, Centre, Pair, Products, Weights);
     return _mm_xor_si128(_mm_add_epi8(Centre, Means(Products, Weights)), _mm_set1_epi8(-128));
 }
 
-static void FilterRow(const BilateralContext& Context, const BilateralTap* pTaps, const uint8_t* pRing,
-                      uint8_t* pTarget, int32_t Width)
+template <int Rest>
+static void FilterRow(const Row& r, uint8_t* pTarget, int32_t Width)
 {
     int32_t x = 0;
     for (; x + 16 <= Width; x += 16)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTarget + x), FilterSixteen(Context, pTaps, pRing + x));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTarget + x), FilterSixteen<Rest>(r, x));
     if (x == Width) return;
-    uint8_t Rest[16];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(Rest), FilterSixteen(Context, pTaps, pRing + x));
-    std::memcpy(pTarget + x, Rest, static_cast<size_t>(Width - x));
+    uint8_t Last[16];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(Last), FilterSixteen<Rest>(r, x));
+    std::memcpy(pTarget + x, Last, static_cast<size_t>(Width - x));
 }
 
 static void CopyRow(const uint8_t* pSource, uint8_t* pRow, ptrdiff_t Count)
@@ -153,6 +162,10 @@ int32_t BilateralFilter_v8(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t
 
     const auto Step = static_cast<ptrdiff_t>(BilateralRingStep(Width, KernelWidth));
     uint8_t* const pRing = BilateralRing(pContext);
+    // Nine taps, four pairs, take the straight way through the first of these.
+    constexpr decltype(&FilterRow<4>) kFilterRow[]{FilterRow<4>, FilterRow<1>, FilterRow<2>, FilterRow<3>};
+    const int32_t Pairs = pContext->TapCount / 2;
+    auto* const pFilterRow = Pairs ? kFilterRow[Pairs % 4] : FilterRow<0>;
     const uint8_t* pRead = pSource - KernelHeight / 2 * SourceStep - KernelWidth / 2;
     int32_t Slot = 0;
     for (int32_t y = 1 - KernelHeight; y < Height; ++y, pRead += SourceStep) {
@@ -160,7 +173,7 @@ int32_t BilateralFilter_v8(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t
         Slot = Slot + 1 < KernelHeight ? Slot + 1 : 0;
         if (y < 0) continue;
         AimBilateralTaps(pContext, y, Step);
-        FilterRow(*pContext, BilateralTaps(pContext), pRing, pTarget, Width);
+        pFilterRow({*pContext, BilateralTaps(pContext), pRing}, pTarget, Width);
         pTarget += TargetStep;
     }
     return kStatusOk;
