@@ -16,9 +16,9 @@ int32_t Resize(const ResizePasses& Passes, const uint8_t* pSource, int32_t Sourc
                double yFactor, int32_t Interpolation)
 {
     if (!pSource || !To.pPixels) return kStatusNullPointer;
-    if (From.Width <= 0 || From.Height <= 0 || To.Width <= 0 || To.Height <= 0 || RegionX < 0 || RegionY < 0 ||
-        From.Width > SourceWidth - RegionX || From.Height > SourceHeight - RegionY || !IsFactor(xFactor) ||
-        !IsFactor(yFactor))
+    if (SourceWidth <= 0 || SourceHeight <= 0 || From.Width <= 0 || From.Height <= 0 || To.Width <= 0 ||
+        To.Height <= 0 || RegionX < 0 || RegionY < 0 || From.Width > SourceWidth - RegionX ||
+        From.Height > SourceHeight - RegionY || !IsFactor(xFactor) || !IsFactor(yFactor))
         return kStatusSize;
     if (From.Step <= 0 || To.Step <= 0) return kStatusStep;
     if (Interpolation != kCubic && Interpolation != kArea) return kStatusMode;
@@ -29,7 +29,6 @@ int32_t Resize(const ResizePasses& Passes, const uint8_t* pSource, int32_t Sourc
 
 } // namespace
 
-// SourceWidth - RegionX cannot overflow: a negative region is refused before, a negative source width is below it.
 #define RESIZE_ENTRY(Layout, Tier)                                                                                     \
     int32_t Resize8u##Layout##_##Tier(                                                                                 \
         const uint8_t* pSource, int32_t SourceWidth, int32_t SourceHeight, ptrdiff_t SourceStep, int32_t RegionX,      \

@@ -127,7 +127,8 @@ void CheckStatuses(ResizeSig* pFn)
     Sized([](Task& t) { t.RegionX = -1; });
     Sized([](Task& t) { t.RegionY = INT32_MIN; });
     Sized([](Task& t) { t.RegionX = INT32_MAX; });
-    Sized([](Task& t) { t.Width = INT32_MIN; });
+    Sized([](Task& t) { t.Width = INT32_MIN, t.RegionX = 1; });
+    Sized([](Task& t) { t.Height = 0; });
     Sized([](Task& t) { t.Height = 7; });
     Sized([](Task& t) { t.ToWidth = 0; });
     Sized([](Task& t) { t.ToHeight = -4; });
