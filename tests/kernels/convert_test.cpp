@@ -155,14 +155,47 @@ void CheckConversion(ConvertSig* pFn, ConvertSig* pReference, const Case& c)
     CheckStatuses(pFn, c);
 }
 
-#define CONVERSION_TEST(Name, ...)                                                                                     \
-    void Check##Name(ConvertSig* pFn, ConvertSig* pReference) { CheckConversion(pFn, pReference, __VA_ARGS__); }       \
-    KERNEL_TEST(Name, Check##Name)
-#define CONVERSION(A, B, Tolerance, Rule)                                                                              \
-    CONVERSION_TEST(A##To##B, Case{Layout::A, Layout::B, Tolerance, ChromaRule::Rule});
+// A suite for each row of the table below, as KERNEL_TEST makes one. Registered in a loop, since as many of these
+// templates take a compiler minutes.
+class ConversionTest : public testing::Test
+{
+public:
+    ConversionTest(const ConvertRow& Row, Tier t, const Case& c) : m_Row(Row), m_Tier(t), m_Case(c) {}
+    void TestBody() override
+    {
+        if (m_Tier > CpuTier()) GTEST_SKIP() << "a tier this processor lacks";
+        CheckConversion(m_Row.At(m_Tier), m_Row.At(Tier::px), m_Case);
+    }
+
+private:
+    const ConvertRow& m_Row;
+    Tier m_Tier;
+    Case m_Case;
+};
+
+struct RowOfPair {
+    const ConvertRow* pRow;
+    Case Pair;
+};
+constexpr RowOfPair kRows[]{
+#define CONVERSION(A, B, Tolerance, Rule) {&k##A##To##B, {Layout::A, Layout::B, Tolerance, ChromaRule::Rule}},
 #include "tests/kernels/conversions.def"
 #undef CONVERSION
-CONVERSION_TEST(CopyYuv422, Case{Layout::Yuv422, Layout::Yuv422, 0, ChromaRule::Mean});
+    {&kCopyYuv422, {Layout::Yuv422, Layout::Yuv422, 0, ChromaRule::Mean}}};
+
+bool RegisterConversions()
+{
+    for (const RowOfPair& Row : kRows)
+        for (const Tier t : FilledTiers(*Row.pRow)) {
+            const char* const pTier = kTierNames[static_cast<size_t>(t)];
+            testing::RegisterTest((std::string("Tiers/") + Row.pRow->Name).c_str(),
+                                  (std::string("EqualsReference/") + pTier).c_str(), nullptr, pTier, __FILE__, __LINE__,
+                                  [&Row, t]() -> testing::Test* { return new ConversionTest(*Row.pRow, t, Row.Pair); });
+        }
+    return true;
+}
+
+[[maybe_unused]] const bool s_Registered = RegisterConversions();
 
 void CheckNarrow(NarrowSig* pFn, NarrowSig* pReference)
 {
