@@ -5,13 +5,14 @@
 
 namespace kernels {
 
-// The row pass works on samples, whatever their channel. A block of up to four samples that follow each other takes its
-// taps out of one 16-byte piece of the source row by a byte shuffle: the first two taps of each sample, then the last
-// two. Two blocks make a step of eight.
+// The row pass works on samples, whatever their channel. A block of samples that follow each other takes its taps out
+// of one 16-byte piece of the source row by byte shuffles. A step is one block of eight samples where all their taps
+// lie in 16 bytes: one shuffle gives their first two taps, another the last two. Else it is two blocks of up to four
+// samples, and each block's shuffle gives the first two taps of its samples, then the last two.
 namespace {
 
 struct alignas(16) RowStep {
-    uint8_t Shuffle[2 /* blocks */][16];
+    uint8_t Shuffle[2][16];
     int8_t High01[16], High23[16]; // weight >> 6, -5..64
     uint8_t Low01[16], Low23[16];  // weight & 63
     int32_t First[2 /* blocks */]; // where the piece begins in the row
@@ -19,7 +20,7 @@ struct alignas(16) RowStep {
 };
 
 struct alignas(16) RowTable {
-    int32_t PerBlock; // samples to a block: four where their taps lie in 16 bytes, else one pixel's
+    int32_t PerBlock; // samples to a block: eight or four where their taps lie in 16 bytes, else one pixel's
     int32_t Steps;
     RowStep Step[1];
 };
@@ -55,21 +56,27 @@ static Span SpanOf(const Taps* pTaps, int Channels, int64_t Sample, int64_t Coun
 
 static int64_t CountUpTo(int64_t Limit, int64_t Most) { return Limit < Most ? Limit : Most; }
 
-static int32_t SamplesToABlock(const Taps* pTaps, int64_t Samples, int Channels)
+static bool FitsAPiece(const Taps* pTaps, int64_t Samples, int Channels, int64_t PerBlock)
 {
-    for (int64_t i = 0; i < Samples; i += 4)
-        if (SpanOf(pTaps, Channels, i, CountUpTo(Samples - i, 4)).Bytes > kPieceBytes) return Channels;
-    return 4;
+    for (int64_t i = 0; i < Samples; i += PerBlock)
+        if (SpanOf(pTaps, Channels, i, CountUpTo(Samples - i, PerBlock)).Bytes > kPieceBytes) return false;
+    return true;
 }
 
-static void FillSample(RowStep& Step, int Place, const Taps& Of, int Channels, int32_t Offset)
+static int32_t SamplesToABlock(const Taps* pTaps, int64_t Samples, int Channels)
 {
-    uint8_t* const pShuffle = Step.Shuffle[Place / 4] + Place % 4 * 2;
+    return FitsAPiece(pTaps, Samples, Channels, 8) ? 8 : FitsAPiece(pTaps, Samples, Channels, 4) ? 4 : Channels;
+}
+
+// The sample at Place of a step's eight, whose first tap lies Offset bytes into its block's piece.
+static void FillSample(RowStep& Step, int Place, bool bOneBlock, const Taps& Of, int Channels, int32_t Offset)
+{
     for (int t = 0; t < kTaps; ++t) {
-        const int At = Place * 2 + t % 2, Weight = Of.Weight[t];
-        pShuffle[t / 2 * 8 + t % 2] = static_cast<uint8_t>(Offset + t * Channels);
-        (t < 2 ? Step.High01 : Step.High23)[At] = static_cast<int8_t>(Weight >> 6);
-        (t < 2 ? Step.Low01 : Step.Low23)[At] = static_cast<uint8_t>(Weight & 63);
+        const int At = Place * 2 + t % 2, Pair = t / 2, Weight = Of.Weight[t];
+        uint8_t& Byte = bOneBlock ? Step.Shuffle[Pair][At] : Step.Shuffle[Place / 4][At % 8 + Pair * 8];
+        Byte = static_cast<uint8_t>(Offset + t * Channels);
+        (Pair ? Step.High23 : Step.High01)[At] = static_cast<int8_t>(Weight >> 6);
+        (Pair ? Step.Low23 : Step.Low01)[At] = static_cast<uint8_t>(Weight & 63);
     }
 }
 
@@ -84,16 +91,18 @@ static void Prepare(const Taps* pTaps, int32_t Width, int Channels, void* pTable
     auto& Table = *static_cast<RowTable*>(pTable);
     const int64_t Samples = int64_t{Width} * Channels;
     Table.PerBlock = SamplesToABlock(pTaps, Samples, Channels);
-    Table.Steps = static_cast<int32_t>((Samples + 2 * Table.PerBlock - 1) / (2 * Table.PerBlock));
+    const bool bOneBlock = Table.PerBlock == 8;
+    const int64_t PerStep = bOneBlock ? 8 : 2 * Table.PerBlock;
+    Table.Steps = static_cast<int32_t>((Samples + PerStep - 1) / PerStep);
     int64_t Sample = 0;
     for (int32_t s = 0; s < Table.Steps; ++s) {
         RowStep& Step = Table.Step[s];
         std::memset(&Step, 0, sizeof Step);
-        for (int Block = 0; Block < 2 && Sample < Samples; ++Block) {
+        for (int Block = 0; Block < (bOneBlock ? 1 : 2) && Sample < Samples; ++Block) {
             const int64_t Count = CountUpTo(Samples - Sample, Table.PerBlock);
             Step.First[Block] = SpanOf(pTaps, Channels, Sample, Count).First;
             for (int i = 0; i < Count; ++i, ++Sample)
-                FillSample(Step, Block * 4 + i, pTaps[Sample / Channels], Channels,
+                FillSample(Step, Block * 4 + i, bOneBlock, pTaps[Sample / Channels], Channels,
                            FirstByte(pTaps, Channels, Sample) - Step.First[Block]);
         }
     }
@@ -109,11 +118,8 @@ static __m128i RoundShift(__m128i v, int Bits)
     return _mm_mulhrs_epi16(v, _mm_set1_epi16(static_cast<int16_t>(1 << (15 - Bits))));
 }
 
-static __m128i EightSamples(const uint8_t* pRow, const RowStep& Step)
+static __m128i Weigh(__m128i Tap01, __m128i Tap23, const RowStep& Step)
 {
-    const __m128i a = _mm_shuffle_epi8(LoadAny(pRow + Step.First[0]), Load(Step.Shuffle[0]));
-    const __m128i b = _mm_shuffle_epi8(LoadAny(pRow + Step.First[1]), Load(Step.Shuffle[1]));
-    const __m128i Tap01 = _mm_unpacklo_epi64(a, b), Tap23 = _mm_unpackhi_epi64(a, b);
     const __m128i High =
         _mm_add_epi16(_mm_maddubs_epi16(Tap01, Load(Step.High01)), _mm_maddubs_epi16(Tap23, Load(Step.High23)));
     // The average keeps the sum of the lower parts within 16 bits; its rounding makes the 33 of the definition.
@@ -122,17 +128,34 @@ static __m128i EightSamples(const uint8_t* pRow, const RowStep& Step)
     return _mm_add_epi16(High, RoundShift(Low, 5));
 }
 
+static __m128i OneBlock(const uint8_t* pRow, const RowStep& Step)
+{
+    const __m128i Piece = LoadAny(pRow + Step.First[0]);
+    return Weigh(_mm_shuffle_epi8(Piece, Load(Step.Shuffle[0])), _mm_shuffle_epi8(Piece, Load(Step.Shuffle[1])), Step);
+}
+
+static __m128i TwoBlocks(const uint8_t* pRow, const RowStep& Step)
+{
+    const __m128i a = _mm_shuffle_epi8(LoadAny(pRow + Step.First[0]), Load(Step.Shuffle[0]));
+    const __m128i b = _mm_shuffle_epi8(LoadAny(pRow + Step.First[1]), Load(Step.Shuffle[1]));
+    return Weigh(_mm_unpacklo_epi64(a, b), _mm_unpackhi_epi64(a, b), Step);
+}
+
 // Blocks of less than four samples overlap the next one, which is written later.
 static void RowPass(const uint8_t* pRow, const void* pTable, int32_t, int16_t* pOut)
 {
     const auto& Table = *static_cast<const RowTable*>(pTable);
     const RowStep *pStep = Table.Step, *const pEnd = pStep + Table.Steps;
+    if (Table.PerBlock == 8) {
+        for (; pStep != pEnd; ++pStep, pOut += 8) Store(pOut, OneBlock(pRow, *pStep));
+        return;
+    }
     if (Table.PerBlock == 4) {
-        for (; pStep != pEnd; ++pStep, pOut += 8) Store(pOut, EightSamples(pRow, *pStep));
+        for (; pStep != pEnd; ++pStep, pOut += 8) Store(pOut, TwoBlocks(pRow, *pStep));
         return;
     }
     for (const ptrdiff_t Step = Table.PerBlock; pStep != pEnd; ++pStep, pOut += 2 * Step) {
-        const __m128i Samples = EightSamples(pRow, *pStep);
+        const __m128i Samples = TwoBlocks(pRow, *pStep);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(pOut), Samples);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(pOut + Step), _mm_unpackhi_epi64(Samples, Samples));
     }
