@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
+#include <utility>
 
 #include "kernels/dispatch/processor_class.h"
 
@@ -11,9 +13,31 @@ using kernels::Tier;
 
 Tier CpuTier() { return static_cast<Tier>(kernels::TierOfClass(kernels::DetectProcessorClass())); }
 
-std::string TierTitle(const testing::TestParamInfo<Tier>& Info)
+namespace {
+
+class KernelTest : public testing::Test
 {
-    return kernels::kTierNames[static_cast<size_t>(Info.param)];
+public:
+    KernelTest(Tier Of, std::function<void()> Body) : m_Tier(Of), m_Body(std::move(Body)) {}
+    void TestBody() override
+    {
+        if (m_Tier > CpuTier()) GTEST_SKIP() << "a tier this processor lacks";
+        m_Body();
+    }
+
+private:
+    Tier m_Tier;
+    std::function<void()> m_Body;
+};
+
+} // namespace
+
+void AddKernelTest(const char* pKernel, Tier Of, std::function<void()> Body, const char* pFile, int Line)
+{
+    const std::string Suite = std::string("Tiers/") + pKernel;
+    const std::string Title = std::string("EqualsReference/") + kernels::kTierNames[static_cast<size_t>(Of)];
+    testing::RegisterTest(Suite.c_str(), Title.c_str(), nullptr, nullptr, pFile, Line,
+                          [=]() -> testing::Test* { return new KernelTest(Of, Body); });
 }
 
 TestRandom::TestRandom()

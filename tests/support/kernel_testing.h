@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
+#include <functional>
 #include <random>
-#include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -27,8 +27,22 @@ std::vector<kernels::Tier> FilledTiers(const kernels::KernelRow<Sig>& Row)
     return Tiers;
 }
 
-/// The short name of the tier, for the titles of parameterised tests.
-std::string TierTitle(const testing::TestParamInfo<kernels::Tier>& Info);
+/// Adds the test "Tiers/<pKernel>.EqualsReference/<tier>", which is skipped where the processor lacks the tier.
+void AddKernelTest(const char* pKernel, kernels::Tier Of, std::function<void()> Body, const char* pFile, int Line);
+
+/// Adds one such test a tier that has a variant of its own in the row: Body(variant, reference). Tests are added by
+/// hand and not as parameters, whose templates would cost a second of compiling a kernel.
+/// @return true, so that a static constant can hold the call.
+template <class Sig>
+bool AddKernelTests(const kernels::KernelRow<Sig>& Row, std::type_identity_t<void (*)(Sig*, Sig*)> pBody,
+                    const char* pFile, int Line)
+{
+    for (const kernels::Tier t : FilledTiers(Row))
+        AddKernelTest(
+            Row.Name, t, [=, pFn = Row.At(t), pReference = Row.At(kernels::Tier::px)] { pBody(pFn, pReference); },
+            pFile, Line);
+    return true;
+}
 
 enum class Fill { Random, AllZero, AllMax, ZeroOrMax, Smooth };
 inline constexpr Fill kAllFills[]{Fill::Random, Fill::AllZero, Fill::AllMax, Fill::ZeroOrMax, Fill::Smooth};
@@ -64,15 +78,7 @@ private:
 
 } // namespace kernel_testing
 
-/// A parameterised suite with the name of a kernel's row: Body(variant, reference) runs once a tier with a variant.
+/// A suite with the name of a kernel's row: Body(variant, reference) runs once a tier with a variant.
 #define KERNEL_TEST(Name, Body)                                                                                        \
-    class Name : public testing::TestWithParam<kernels::Tier>                                                          \
-    {                                                                                                                  \
-    };                                                                                                                 \
-    TEST_P(Name, EqualsReference)                                                                                      \
-    {                                                                                                                  \
-        if (GetParam() > kernel_testing::CpuTier()) GTEST_SKIP() << "a tier this processor lacks";                     \
-        Body(kernels::k##Name.At(GetParam()), kernels::k##Name.At(kernels::Tier::px));                                 \
-    }                                                                                                                  \
-    INSTANTIATE_TEST_SUITE_P(Tiers, Name, testing::ValuesIn(kernel_testing::FilledTiers(kernels::k##Name)),            \
-                             kernel_testing::TierTitle)
+    [[maybe_unused]] static const bool s_bTested##Name =                                                               \
+        kernel_testing::AddKernelTests(kernels::k##Name, Body, __FILE__, __LINE__)
