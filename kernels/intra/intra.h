@@ -18,6 +18,8 @@ using PredictIntraSig = void(const uint8_t* pAround, ptrdiff_t AroundStep, uint8
                              unsigned Available);
 PredictIntraSig Predict16x16Vertical_px, Predict16x16Horizontal_px, Predict16x16Dc_px, Predict16x16Plane_px;
 PredictIntraSig PredictChromaDc_px, PredictChromaHorizontal_px, PredictChromaVertical_px, PredictChromaPlane_px;
+PredictIntraSig Predict16x16Horizontal_w7, Predict16x16Dc_w7, Predict16x16Plane_w7;
+PredictIntraSig PredictChromaDc_w7, PredictChromaHorizontal_w7, PredictChromaPlane_w7;
 PredictIntraSig Predict16x16Horizontal_v8, Predict16x16Dc_v8, Predict16x16Plane_v8;
 PredictIntraSig PredictChromaDc_v8, PredictChromaHorizontal_v8, PredictChromaPlane_v8;
 
@@ -25,7 +27,7 @@ PredictIntraSig PredictChromaDc_v8, PredictChromaHorizontal_v8, PredictChromaPla
 // otherwise the sample above the last column stands for them (8.3.1.2). Modes need the neighbours the standard says.
 using PredictIntra4x4Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, const uint8_t* pTopRight,
                                 uint8_t* pDst, ptrdiff_t DstStep, unsigned Available);
-PredictIntra4x4Sig PredictIntra4x4_px, PredictIntra4x4_v8;
+PredictIntra4x4Sig PredictIntra4x4_px, PredictIntra4x4_w7, PredictIntra4x4_v8;
 
 // All nine modes of an Intra 4x4 block at once: the samples of mode m to Predictions[m] in raster order, 16-byte
 // aligned, and their sum of absolute differences to the source block to Sad[m]. The eight samples above and
@@ -40,6 +42,6 @@ PredictAll4x4Sig PredictAll4x4_px, PredictAll4x4_v8;
 // those above in the picture and are read when Available has kTopRight.
 using PredictIntra8x8Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst,
                                 ptrdiff_t DstStep, unsigned Available);
-PredictIntra8x8Sig PredictIntra8x8_px, PredictIntra8x8_v8;
+PredictIntra8x8Sig PredictIntra8x8_px, PredictIntra8x8_w7, PredictIntra8x8_v8;
 
 } // namespace kernels
