@@ -7,7 +7,9 @@
 //
 // A sample's result is the sample plus the weighted mean of the differences from it, that mean rounded to nearest and a
 // half of it to even. The weights are integers: of 12 bits where these serve (few taps, none of which counts beyond a
-// difference of 62), else of 30 bits.
+// difference of 62), else of 30 bits. A result is the exact mean rounded, or the level beside it where the mean lies
+// close to a half: with nine taps of a 13 x 13 window and both square sigmas 200 the results lie within 0.52 of the
+// exact mean, and 0.08 % of those in noise, ramps and edges are not the level nearest to it.
 //
 // The work buffer holds the tables and the rows that let the filter run in place. BilateralGetSize tells its size,
 // BilateralInit fills it for one set of parameters, BilateralFilter tests that it did; a buffer needs no alignment,

@@ -203,7 +203,7 @@ TEST(BilateralFilterReference, NineTapsAreTheRoundedMean)
     RecordProperty("Different", testing::PrintToString(d.Different));
     RecordProperty("Samples", testing::PrintToString(d.Samples));
     EXPECT_LE(d.Largest, 0.52);
-    EXPECT_LE(d.Different * 500, d.Samples);
+    EXPECT_LE(d.Different * 1000, d.Samples);
 }
 
 TEST(BilateralFilterReference, AFlatPlaneAndAnEdgeStay)
