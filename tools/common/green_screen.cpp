@@ -18,6 +18,12 @@ int32_t Grain(uint32_t Bits)
     return static_cast<int32_t>((Bits & 3) + (Bits >> 2 & 3) + (Bits >> 4 & 3) + (Bits >> 6 & 3)) - 6;
 }
 
+// Between head and body, Reach samples within its outline.
+int32_t NeckCover(const ScenePerson::Pose& Now, int32_t x, int32_t y, int32_t Reach)
+{
+    return EllipseCover(x, y, Now.HeadX, Now.HeadY + Now.HeadRy, std::max(Now.HeadRx / 2 - Reach, 1), Now.HeadRy);
+}
+
 } // namespace
 
 GreenScreen::GreenScreen(FrameSize Size, int32_t Fps, uint32_t Seed)
@@ -72,7 +78,7 @@ GreenScreen::Rgb GreenScreen::PixelAt(const ScenePerson::Pose& Now, int32_t x, i
     const Rgb Screen = ScreenAt(x, y);
     int32_t Cover;
     Rgb Person = ToRgb(m_Person.ColourAt(Now, x, y, Cover));
-    const int32_t Neck = EllipseCover(x, y, Now.HeadX, Now.HeadY + Now.HeadRy, Now.HeadRx / 2, Now.HeadRy);
+    const int32_t Neck = NeckCover(Now, x, y, 0);
     if (Neck > Cover) {
         Person = ToRgb({145, 112, 148});
         Cover = Neck;
@@ -92,11 +98,10 @@ int32_t GreenScreen::SpillAt(const ScenePerson::Pose& Now, int32_t x, int32_t y)
     const int32_t Width = std::max(m_Size.Height / 120, 1);
     int32_t Spill = 0;
     for (int32_t Reach = Width; Reach <= kRings * Width; Reach += Width) {
-        const int32_t Head =
-            EllipseCover(x, y, Now.HeadX, Now.HeadY, std::max(Now.HeadRx - Reach, 1), std::max(Now.HeadRy - Reach, 1));
-        const int32_t Body =
-            EllipseCover(x, y, Now.BodyX, Now.BodyY, std::max(Now.BodyRx - Reach, 1), std::max(Now.BodyRy - Reach, 1));
-        Spill += kStrongest / kRings * (256 - std::max(Head, Body)) / 256;
+        const auto Inner = [Reach](int32_t Radius) { return std::max(Radius - Reach, 1); };
+        const int32_t Head = EllipseCover(x, y, Now.HeadX, Now.HeadY, Inner(Now.HeadRx), Inner(Now.HeadRy));
+        const int32_t Body = EllipseCover(x, y, Now.BodyX, Now.BodyY, Inner(Now.BodyRx), Inner(Now.BodyRy));
+        Spill += kStrongest / kRings * (256 - std::max({Head, Body, NeckCover(Now, x, y, Reach)})) / 256;
     }
     return Spill;
 }

@@ -24,6 +24,7 @@ FrameSize ReadPng(const std::string& Name, std::vector<uint8_t>& Rgb)
     constexpr png_uint_32 kLargest = 16384;
     if (Image.width > kLargest || Image.height > kLargest) throw CliError("the picture is too large: " + Name);
     Image.format = PNG_FORMAT_BGR;
+    Image.flags |= PNG_IMAGE_FLAG_16BIT_sRGB; // deep samples are scaled like shallow ones, not taken for linear light
     Rgb.assign(PNG_IMAGE_SIZE(Image), 0);
     const png_color Black{};
     if (!png_image_finish_read(&Image, &Black, Rgb.data(), 0, nullptr))
