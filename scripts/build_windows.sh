@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Cross-compiles the library and its tools for 32-bit Windows into build/windows. The one library it links, libyuv, is
-# built from Debian's source package into build/windows-deps.
+# Cross-compiles the library and its tools for 32-bit Windows into build/windows. The libraries they link, libyuv and the
+# tools' libpng, are built from Debian's source packages into build/windows-deps.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh build windows
 
 deps=$PWD/build/windows-deps
-if [ ! -f "$deps/lib/libyuv.a" ]; then
-    mkdir -p "$deps/source" "$deps/include"
+toolchain=$PWD/cmake/i686-w64-mingw32.cmake
+mkdir -p "$deps/source" "$deps/include" "$deps/lib"
+
+fetch_source() { # PACKAGE
     (
         cd "$deps/source"
         # A source list of its own: the machine's may name binary packages only.
@@ -19,22 +21,39 @@ if [ ! -f "$deps/lib/libyuv.a" ]; then
         fi
         [ ! -f /etc/apt/sources.list ] || sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$sources/parts/source.list"
         options=(-o "Dir::Etc::sourcelist=/dev/null" -o "Dir::Etc::sourceparts=$sources/parts" -o "Dir::State::lists=$sources/lists")
-        if ! { apt-get "${options[@]}" update && apt-get "${options[@]}" source libyuv; } >source.log 2>&1; then
-            tail -n 20 source.log >&2
+        # A mirror may name a security update that it does not hold: then the suite's own version serves.
+        suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+        if ! { apt-get "${options[@]}" update &&
+            { apt-get "${options[@]}" source "$1" || apt-get "${options[@]}" source -t "$suite" "$1"; }; } >"$1.log" 2>&1; then
+            tail -n 20 "$1.log" >&2
             exit 1
         fi
     )
-    source=$(find "$deps/source" -maxdepth 1 -type d -name 'libyuv-*' | head -n 1)
-    cmake -S "$source" -B "$deps/libyuv" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/i686-w64-mingw32.cmake" \
-        -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS="-msse2 -mstackrealign" -DCMAKE_DISABLE_FIND_PACKAGE_JPEG=ON >"$deps/libyuv.log"
-    ninja -C "$deps/libyuv" yuv >>"$deps/libyuv.log"
-    mkdir -p "$deps/lib"
-    cp -r "$source"/include/* "$deps/include/"
+}
+
+build_source() { # FOLDER PATTERN, TARGET, BUILD FOLDER, CMAKE OPTION...
+    local source target=$2 build=$deps/$3
+    source=$(find "$deps/source" -maxdepth 1 -type d -name "$1" | head -n 1)
+    cmake -S "$source" -B "$build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_C_FLAGS="-msse2 -mstackrealign" -DCMAKE_CXX_FLAGS="-msse2 -mstackrealign" "${@:4}" >"$build.log" 2>&1 &&
+        ninja -C "$build" "$target" >>"$build.log" || { tail -n 40 "$build.log" >&2; exit 1; }
+}
+
+if [ ! -f "$deps/lib/libyuv.a" ]; then
+    fetch_source libyuv
+    build_source 'libyuv-*' yuv libyuv -DCMAKE_DISABLE_FIND_PACKAGE_JPEG=ON
+    cp -r "$deps"/source/libyuv-*/include/* "$deps/include/"
     cp "$(find "$deps/libyuv" -name 'libyuv*.a' | head -n 1)" "$deps/lib/libyuv.a"
-    # Header-only libraries of the tools, apart from the rest of the system's headers.
-    ln -sfn /usr/include/CLI "$deps/include/CLI"
-    ln -sfn /usr/include/nlohmann "$deps/include/nlohmann"
 fi
+if [ ! -f "$deps/lib/libpng.a" ]; then
+    fetch_source libpng1.6
+    build_source 'libpng1.6-*' png_static libpng -DPNG_SHARED=OFF -DPNG_TESTS=OFF -DZLIB_LIBRARY=/usr/i686-w64-mingw32/lib/libz.a
+    cp "$deps"/source/libpng1.6-*/{png,pngconf}.h "$deps/libpng/pnglibconf.h" "$deps/include/"
+    cp "$(find "$deps/libpng" -name 'libpng*.a' | head -n 1)" "$deps/lib/libpng.a"
+fi
+# Header-only libraries of the tools, apart from the rest of the system's headers.
+ln -sfn /usr/include/CLI "$deps/include/CLI"
+ln -sfn /usr/include/nlohmann "$deps/include/nlohmann"
 
 cmake --preset windows >build/windows.log
 ninja -C build/windows >>build/windows.log || { tail -n 40 build/windows.log >&2; exit 1; }

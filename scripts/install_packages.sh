@@ -11,7 +11,7 @@ packages() {
     test) echo libgtest-dev libgmock-dev x264 binutils ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev valgrind ;;
     peers) echo libopencv-imgproc-dev libswscale-dev ;;
-    windows) echo g++-mingw-w64-i686-posix dpkg-dev ;;
+    windows) echo g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev ;;
     *)
         echo "install_packages.sh: no group named $1" >&2
         exit 2
