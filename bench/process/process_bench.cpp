@@ -40,6 +40,6 @@ void TreatFrames(benchmark::State& State, Features Set)
 BENCHMARK_CAPTURE(TreatFrames, smoothing, Features{0, 1, 0.0f})->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(TreatFrames, brightness, Features{0, 0, 0.3f})->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(TreatFrames, keying, Features{1, 0, 0.0f})->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(TreatFrames, all, Features{1, 1, 0.3f})->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(TreatFrames, together, Features{1, 1, 0.3f})->Unit(benchmark::kMillisecond);
 
 } // namespace
