@@ -155,24 +155,6 @@ void CheckConversion(ConvertSig* pFn, ConvertSig* pReference, const Case& c)
     CheckStatuses(pFn, c);
 }
 
-// A suite for each row of the table below, as KERNEL_TEST makes one. Registered in a loop, since as many of these
-// templates take a compiler minutes.
-class ConversionTest : public testing::Test
-{
-public:
-    ConversionTest(const ConvertRow& Row, Tier t, const Case& c) : m_Row(Row), m_Tier(t), m_Case(c) {}
-    void TestBody() override
-    {
-        if (m_Tier > CpuTier()) GTEST_SKIP() << "a tier this processor lacks";
-        CheckConversion(m_Row.At(m_Tier), m_Row.At(Tier::px), m_Case);
-    }
-
-private:
-    const ConvertRow& m_Row;
-    Tier m_Tier;
-    Case m_Case;
-};
-
 struct RowOfPair {
     const ConvertRow* pRow;
     Case Pair;
@@ -183,19 +165,14 @@ constexpr RowOfPair kRows[]{
 #undef CONVERSION
     {&kCopyYuv422, {Layout::Yuv422, Layout::Yuv422, 0, ChromaRule::Mean}}};
 
-bool RegisterConversions()
-{
+// A suite for each row, as KERNEL_TEST makes one.
+[[maybe_unused]] const bool s_bTested = [] {
     for (const RowOfPair& Row : kRows)
-        for (const Tier t : FilledTiers(*Row.pRow)) {
-            const char* const pTier = kTierNames[static_cast<size_t>(t)];
-            testing::RegisterTest((std::string("Tiers/") + Row.pRow->Name).c_str(),
-                                  (std::string("EqualsReference/") + pTier).c_str(), nullptr, pTier, __FILE__, __LINE__,
-                                  [&Row, t]() -> testing::Test* { return new ConversionTest(*Row.pRow, t, Row.Pair); });
-        }
+        AddKernelTests(
+            *Row.pRow, [&Row](ConvertSig* pFn, ConvertSig* pReference) { CheckConversion(pFn, pReference, Row.Pair); },
+            __FILE__, __LINE__);
     return true;
-}
-
-[[maybe_unused]] const bool s_Registered = RegisterConversions();
+}();
 
 void CheckNarrow(NarrowSig* pFn, NarrowSig* pReference)
 {

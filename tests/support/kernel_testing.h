@@ -34,13 +34,13 @@ void AddKernelTest(const char* pKernel, kernels::Tier Of, std::function<void()> 
 /// hand and not as parameters, whose templates would cost a second of compiling a kernel.
 /// @return true, so that a static constant can hold the call.
 template <class Sig>
-bool AddKernelTests(const kernels::KernelRow<Sig>& Row, std::type_identity_t<void (*)(Sig*, Sig*)> pBody,
+bool AddKernelTests(const kernels::KernelRow<Sig>& Row, std::type_identity_t<std::function<void(Sig*, Sig*)>> Body,
                     const char* pFile, int Line)
 {
     for (const kernels::Tier t : FilledTiers(Row))
         AddKernelTest(
-            Row.Name, t, [=, pFn = Row.At(t), pReference = Row.At(kernels::Tier::px)] { pBody(pFn, pReference); },
-            pFile, Line);
+            Row.Name, t, [=, pFn = Row.At(t), pReference = Row.At(kernels::Tier::px)] { Body(pFn, pReference); }, pFile,
+            Line);
     return true;
 }
 
