@@ -2,8 +2,9 @@
 // in dB from the method's definition in double precision: the Catmull-Rom cubic (a = -0.5) over 4x4 pixels, or the mean
 // of areas. What the peers are set to:
 //  opencv              INTER_CUBIC is 4x4 pixels as well, with its fixed a = -0.75; INTER_AREA is the mean of areas.
-//  swscale             SWS_BICUBIC with its parameters 0 and 0.5, which is Catmull-Rom; SWS_AREA. For shrinking it widens
-//                      the cubic by the factor, which is another definition: its psnr there does not tell of errors.
+//  swscale             SWS_BICUBIC with its parameters 0 and 0.5, which is Catmull-Rom; SWS_AREA. For shrinking it
+//                      widens the cubic by the factor, which is another definition: its psnr there does not tell of
+//                      errors.
 //  swscale_accurate    the same with SWS_ACCURATE_RND and chroma at the full width.
 #include "bench/image_peers/image_peers.h"
 
