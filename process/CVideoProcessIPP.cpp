@@ -1,10 +1,8 @@
 #include "process/CVideoProcessIPP.h"
 
-#include "Common/h/host_log.h"
 #include "Common/h/settings.h"
 #include "kernels/bilateral/bilateral.h"
 #include "kernels/dispatch/image_kernels.h"
-#include "platform/paths.h"
 #include "process/background_fit.h"
 #include "process/matte.h"
 
@@ -66,10 +64,7 @@ int32_t CVideoProcessIPP::SetKeyingEnabled(int32_t iMode)
 // The settings are a convenience: where they cannot be read the thresholds stay.
 void CVideoProcessIPP::ReadThresholds()
 try {
-    const std::string Separator(1, platform::kPathSeparator);
-    std::string File = GetHostLog()->UserDataPath(Separator + "BrellixIni");
-    if (File.empty()) File = GetUserDataPath("BrellixIni", false);
-    File += Separator + "Brellix.ini";
+    const std::string File = HostSettingsFile();
     m_GreenThreshold1 = ReadProfileInt(File, kConfigSection, "greenThreshold1", kDefaultKeyThresholds.Green1);
     m_GreenThreshold2 = ReadProfileInt(File, kConfigSection, "greenThreshold2", kDefaultKeyThresholds.Green2);
     m_BlueThreshold1 = ReadProfileInt(File, kConfigSection, "blueThreshold1", kDefaultKeyThresholds.Blue1);

@@ -1,9 +1,12 @@
 #include "Common/h/settings.h"
 
+#include "Common/h/host_log.h"
 #include "platform/paths.h"
 #include "platform/profile_file.h"
 
 namespace {
+
+constexpr char kSettingsFolder[] = "BrellixIni", kSettingsName[] = "Brellix.ini";
 
 bool IsSeparator(char c) { return c == '\\' || c == platform::kPathSeparator; }
 
@@ -31,7 +34,14 @@ std::string GetUserDataPath(const std::string& Subdirectory, bool bCreate)
     return Path;
 }
 
-std::string SettingsFile() { return GetUserDataPath("BrellixIni", true) + platform::kPathSeparator + "Brellix.ini"; }
+std::string SettingsFile() { return GetUserDataPath(kSettingsFolder, true) + platform::kPathSeparator + kSettingsName; }
+
+std::string HostSettingsFile()
+{
+    std::string Folder = GetHostLog()->UserDataPath(platform::kPathSeparator + std::string(kSettingsFolder));
+    if (Folder.empty()) Folder = GetUserDataPath(kSettingsFolder, false);
+    return Folder + platform::kPathSeparator + kSettingsName;
+}
 
 std::string ReadProfileString(const std::string& File, const char* pSection, const char* pKey, const char* pDefault)
 {

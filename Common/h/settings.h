@@ -9,6 +9,9 @@
 std::string GetUserDataPath(const std::string& Subdirectory, bool bCreate);
 /// Path of the settings file "Brellix.ini"; its folder is made.
 std::string SettingsFile();
+/// The same file in the folder that the host's logging library names, or in our own where it names none. Nothing is
+/// made.
+std::string HostSettingsFile();
 
 /// The private profile operations on File. A name without a path separator is a file beside the running executable.
 /// Reads give the default when the file, section or key is missing; the failure of a write is not reported.

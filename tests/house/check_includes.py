@@ -14,7 +14,7 @@ ALLOWED = {
     "kernels": ("platform",),
     "Common": ("platform",),
     "media": ("kernels", "platform"),
-    "process": ("media", "kernels", "Common", "platform", "include/quilvex"),
+    "process": ("media", "kernels", "Common", "include/quilvex"),
     "encoder": ("media", "process", "kernels", "Common"),
     "decoder": ("media", "process", "kernels", "Common"),
     "NVIDIA": ("front", "platform", "include/quilvex"),
