@@ -1,41 +1,15 @@
 #include "tests/support/ffmpeg_oracle.h"
 
+#include "tests/support/temporary_folder.h"
+
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <random>
-#include <sstream>
 
 namespace ffmpeg_oracle {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-// A folder of its own for each call, gone afterwards.
-class ScratchFolder
-{
-public:
-    ScratchFolder()
-    {
-        std::random_device Random;
-        std::ostringstream Name;
-        Name << "quilvex_oracle_" << Random() << Random();
-        m_Path = fs::temp_directory_path() / Name.str();
-        fs::create_directories(m_Path);
-    }
-    ~ScratchFolder()
-    {
-        std::error_code Ignored;
-        fs::remove_all(m_Path, Ignored);
-    }
-    std::string File(const char* pName) const { return (m_Path / pName).string(); }
-
-private:
-    fs::path m_Path;
-};
 
 std::vector<uint8_t> ReadAll(const std::string& Path)
 {
@@ -53,7 +27,7 @@ bool IsInstalled()
 
 Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat)
 {
-    const ScratchFolder Folder;
+    const TemporaryFolder Folder;
     const std::string In = Folder.File("in.264"), Out = Folder.File("out.yuv"), Log = Folder.File("log");
     std::ofstream(In, std::ios::binary)
         .write(reinterpret_cast<const char*>(Stream.data()), static_cast<std::streamsize>(Stream.size()));
@@ -70,7 +44,7 @@ Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelForma
 std::vector<uint8_t> ConvertPicture(const std::vector<uint8_t>& Raw, int Width, int Height, const std::string& From,
                                     const std::string& To)
 {
-    const ScratchFolder Folder;
+    const TemporaryFolder Folder;
     const std::string In = Folder.File("in.raw"), Out = Folder.File("out.raw");
     std::ofstream(In, std::ios::binary)
         .write(reinterpret_cast<const char*>(Raw.data()), static_cast<std::streamsize>(Raw.size()));

@@ -1,9 +1,9 @@
 // A folder of its own for one test, removed at the end.
 #pragma once
 
-#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 class TemporaryFolder
@@ -11,10 +11,10 @@ class TemporaryFolder
 public:
     TemporaryFolder()
     {
-        static std::atomic<int> s_Count{0};
-        const auto Base = std::filesystem::temp_directory_path();
-        do m_Path = Base / ("quilvex-test-" + std::to_string(std::rand()) + "-" + std::to_string(++s_Count));
-        while (!std::filesystem::create_directory(m_Path));
+        // The system picks the name: tests run in parallel processes.
+        std::string Name = (std::filesystem::temp_directory_path() / "quilvex-test-XXXXXX").string();
+        if (!mkdtemp(Name.data())) throw std::runtime_error("cannot make a folder like " + Name);
+        m_Path = Name;
     }
     ~TemporaryFolder()
     {
