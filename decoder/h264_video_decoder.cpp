@@ -88,22 +88,29 @@ Status H264VideoDecoder::GetFrame(MediaData* pInput, MediaData* pOutput)
 // Only here can a skipped picture's data size of 1 reach the caller, with status 0.
 Status H264VideoDecoder::Flush(VideoData& Output)
 {
-    m_pSupplier->ConsumeSource(nullptr, &Output);
-    if (Output.GetDataSize() == 0) m_pSupplier->DeliverFrame(&Output, true);
+    do {
+        m_pSupplier->ConsumeSource(nullptr, &Output);
+        if (Output.GetDataSize() == 0) m_pSupplier->DeliverFrame(&Output, true);
+    } while (Output.GetDataSize() == 0 && m_pSupplier->HasKeptUnit());
     return Output.GetDataSize() != 0 ? StatusOk : StatusNotEnoughData;
 }
 
+// A fault does not end the call: units behind a bad one are as good as ever.
 Status H264VideoDecoder::Feed(MediaData& Input, VideoData& Output)
 {
-    Status Result = StatusNotEnoughData;
-    do {
-        Result = m_pSupplier->ConsumeSource(&Input, &Output);
-    } while (Result == StatusNotEnoughData && Input.GetDataSize() > kMinInput);
-    if (Result != StatusOk && Result != StatusNotEnoughData)
-        return Result == kPartialStatus ? StatusNotEnoughData : Result;
-    if (Output.GetDataSize() == 0) m_pSupplier->DeliverFrame(&Output, false);
+    Status Fault = StatusOk; // the first one
+    for (bool GoesOn = true; GoesOn;) {
+        const size_t Before = Input.GetDataSize();
+        const Status Result = Guarded([&] { return m_pSupplier->ConsumeSource(&Input, &Output); });
+        const bool IsFault = Result != StatusOk && Result != StatusNotEnoughData && Result != kPartialStatus;
+        if (IsFault && Fault == StatusOk) Fault = Result;
+        GoesOn = IsFault ? Result != StatusAllocFailed && Input.GetDataSize() < Before : Result == StatusNotEnoughData;
+        GoesOn &= Input.GetDataSize() > kMinInput || m_pSupplier->HasKeptUnit();
+    }
+    if (Fault == StatusOk && Output.GetDataSize() == 0) m_pSupplier->DeliverFrame(&Output, false);
     if (Output.GetDataSize() == kSkippedPictureMark) Output.SetDataSize(0);
-    return Output.GetDataSize() != 0 ? StatusOk : StatusNotEnoughData;
+    if (Output.GetDataSize() != 0) return StatusOk;
+    return Fault != StatusOk ? Fault : Status{StatusNotEnoughData};
 }
 
 Status H264VideoDecoder::GetInfo(BaseCodecParams* pParams)

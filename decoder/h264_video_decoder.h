@@ -37,10 +37,12 @@ public:
     Status Init(BaseCodecParams* pParams) override;
 
     /// Takes access units from pInput, bytes that the call moves past, and puts at most one picture into pOutput, a
-    /// VideoData. Without pInput it decodes and gives out what is left, one picture a call.
-    /// 0: a picture came. StatusNotEnoughData: none can be given now. StatusNotInitialized before Init,
-    /// StatusNullPointer without pOutput, StatusSyncFailed for an input without a unit, and the statuses of bad
-    /// parameter sets, of streams that are not supported and of exhausted memory.
+    /// VideoData. All of pInput is taken unless a further picture needs the room of one that waits for its turn, or
+    /// memory is exhausted: then the rest is to be given again. Without pInput it decodes and gives out what is left,
+    /// one picture a call. 0: a picture came. StatusNotEnoughData: none can be given now. StatusNotInitialized before
+    /// Init, StatusNullPointer without pOutput. When no picture came, StatusSyncFailed for an input without a unit, and
+    /// the first of the statuses of bad parameter sets, of streams that are not supported and of exhausted memory; what
+    /// stands behind the unit at fault is taken all the same.
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
 
     /// What the current parameter sets say. StatusNotInitialized before there are any, StatusNullPointer for another

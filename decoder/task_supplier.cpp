@@ -17,6 +17,8 @@ constexpr double kDefaultFrameTime = 1.0 / 30.0;
 constexpr double kRateTolerance = 0.0001;
 constexpr size_t kMinInput = 4; // bytes that are left alone at the end of an input
 
+bool IsEmpty(const MediaData* pOut) { return pOut && pOut->GetDataSize() == 0; }
+
 int32_t ThreadCountOf(int32_t Wanted)
 {
     const int32_t Count = std::clamp(Wanted, 0, kMaxThreads);
@@ -77,7 +79,7 @@ void TaskSupplier::Reset()
     m_MaxLongTermFrameIdx = -1;
     m_pFirstUncompleted = m_pCurrentFrame = m_pLastDisplayed = nullptr;
     m_WaitForRandomAccess = true;
-    m_WasRefused = false;
+    m_RefusedAt = kNeverRefused;
     m_pBroker->Init(m_ThreadCount);
 }
 
@@ -97,9 +99,11 @@ void TaskSupplier::Close()
     m_NextResource = m_FrameUid = 0;
 }
 
+bool TaskSupplier::HasKeptUnit() const { return m_pSplitter->HasCurrent(); }
+
 Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
 {
-    if (pOut && !HasRoom() && DeliverFrame(pOut, false)) return StatusOk;
+    if (IsEmpty(pOut) && (HasKeptUnit() || !HasRoom())) DeliverFrame(pOut, false);
     bool IsForced = false;
     UnitResult Unit;
     do {
@@ -107,7 +111,11 @@ Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
         if (Unit.m_Status != StatusOk) return Unit.m_Status;
         IsForced |= Unit.m_IsKept;
     } while (!Unit.m_IsSliceUnit && pIn && pIn->GetDataSize() > kMinInput);
-    if (pIn) return DriveDecoding(pIn, pOut, IsForced);
+    if (pIn) {
+        const Status Result = DriveDecoding(pIn, pOut, IsForced);
+        const bool Waits = Result == StatusNotEnoughData && HasKeptUnit() && m_RefusedAt == m_Progress;
+        return Waits && pOut && !IsEmpty(pOut) ? StatusOk : Result;
+    }
 
     EndPicture(true);
     if (!m_pFirstUncompleted && IsFilling()) m_pFirstUncompleted = m_pCurrentFrame;
@@ -131,6 +139,7 @@ void TaskSupplier::AdvanceUncompleted()
         if (!IsDecoded(Frame)) return;
         OnDecodingDone(Frame);
     }
+    if (!IsInFlight()) m_LocalNotifiers.Notify(); // no picture is left that they would have to wait for
 }
 
 Status TaskSupplier::DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force)
@@ -141,11 +150,10 @@ Status TaskSupplier::DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force)
         return StatusNotEnoughData;
     }
     m_pBroker->Start(m_pFirstUncompleted, Force || !pIn);
-    const bool IsDelivered = pIn && DeliverFrame(pOut, false);
+    if (pIn && IsEmpty(pOut)) DeliverFrame(pOut, false);
     const Status Result = m_SegmentDecoders.front()->ProcessSegment();
     AdvanceUncompleted();
-    if (Result != StatusOk) return Result;
-    return pIn && !IsDelivered ? StatusNotEnoughData : StatusOk;
+    return Result == StatusOk && pIn ? StatusNotEnoughData : Result;
 }
 
 Status TaskSupplier::GetInfo(VideoDecoderParams& Params)

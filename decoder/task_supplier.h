@@ -37,9 +37,13 @@ public:
     void Close();
     void Reset(); // keeps threads, frames' memory and parameter sets
 
-    // Takes units from pIn and decodes what is ready. Without pOut it stops in front of the first slice; without pIn it
-    // decodes all that is left. StatusNotEnoughData: nothing was delivered.
+    // Takes units from pIn, up to a slice, and decodes what is ready; a picture that can leave goes into pOut while
+    // that is empty. Without pOut it stops in front of the first slice; without pIn it decodes all that is left.
+    // StatusNotEnoughData: call again while there is input, or a kept unit. 0: a unit is kept that finds no room before
+    // the picture in pOut has been taken.
     Status ConsumeSource(MediaData* pIn, MediaData* pOut);
+    // A unit was taken from the input that could not be placed; it comes first in the next ConsumeSource().
+    bool HasKeptUnit() const;
 
     // Puts the next picture into pOut, a VideoData, or data size 1 for a skipped one. False when there is none to give.
     bool DeliverFrame(MediaData* pOut, bool Force);
@@ -64,7 +68,8 @@ private:
     UnitResult ConsumeUnits(MediaData* pIn, bool HeadersOnly);
     UnitResult HandleUnit(uint32_t Type, H264HeapPiece& Piece, uint32_t Offset, uint32_t Size, MediaData* pIn);
     UnitResult HandleSlice(H264HeapPiece& Piece, MediaData* pIn);
-    void DropRefusedUnit();
+    bool IsStuck();
+    bool DropReferences();
     Status HandleParameterSet(uint32_t Type, H264Bitstream& Bits);
     void HandleSei(H264Bitstream& Bits);
     template <class T>
@@ -139,7 +144,12 @@ private:
     int32_t m_CurrentSeqSetId = -1, m_CurrentPicSetId = -1;
     H264SEIPayLoad m_PendingUserData;  // for the next new frame
     Status m_RefusedStatus = StatusOk; // why the last slice cannot be decoded at all
-    bool m_WasRefused = false;         // the unit kept by the splitter has been refused before
+
+    // Counts what may make room: pictures decoded, delivered, passed over or made up, references dropped. A kept unit
+    // that is refused twice at the same count will never be taken.
+    uint64_t m_Progress = 0;
+    uint64_t m_RefusedAt = kNeverRefused; // m_Progress when the kept unit was refused last
+    static constexpr uint64_t kNeverRefused = UINT64_MAX;
 
     PicOrderCounter m_PicOrder;
     int32_t m_MaxLongTermFrameIdx = -1; // -1: no long-term indices

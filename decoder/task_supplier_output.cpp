@@ -25,6 +25,7 @@ H264DecoderFrame* TaskSupplier::PickFrameForOutput(bool Force)
         if (!pFrame || pFrame->m_BusyCount >= 2) return nullptr; // a frame in work holds the younger ones back
         if (pFrame->m_FrameExists) return pFrame;
         pFrame->m_WasOutputted = true;
+        ++m_Progress;
     }
 }
 
@@ -36,8 +37,8 @@ bool TaskSupplier::DeliverFrame(MediaData* pOut, bool Force)
     H264DecoderFrame* const pFrame = PickFrameForOutput(Force);
     if (!pFrame) return false;
     m_pLastDisplayed = pFrame;
-    m_WasRefused = false;
     pFrame->m_WasOutputted = true;
+    ++m_Progress;
     if (pFrame->m_Time > -1.0) {
         m_LocalTime = pFrame->m_Time;
     } else {

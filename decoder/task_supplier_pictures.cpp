@@ -155,6 +155,7 @@ H264DecoderFrame* TaskSupplier::TakeMadeUpFrame(const H264Slice& Slice)
     pFrame->m_IsDisplayable = pFrame->m_IsSkipped = true;
     pFrame->m_FrameExists = false;
     pFrame->m_BusyCount = 0;
+    ++m_Progress;
     return pFrame;
 }
 
@@ -306,6 +307,7 @@ void TaskSupplier::OnDecodingDone(H264DecoderFrame& Frame)
     Frame.m_Notifiers.Notify();
     Frame.m_IsDisplayable = true;
     Frame.m_BusyCount -= 2;
+    ++m_Progress;
 }
 
 } // namespace UMC

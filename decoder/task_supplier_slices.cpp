@@ -10,7 +10,8 @@ namespace UMC {
 namespace {
 
 // Whether a slice continues the picture that First began, clause 7.4.1.2.4. Beyond the clause: a slice that repeats
-// First's first macroblock begins a new picture, and so does one after a change of the parameter sets themselves.
+// First's first macroblock begins a new picture, and so does one after a change of the sequence parameter set itself,
+// whose pictures may be of another size. A picture parameter set may change between two slices.
 bool IsSamePicture(const H264Slice& First, const H264Slice& Slice)
 {
     const SliceHeaderFields &a = First.m_Header, &b = Slice.m_Header;
@@ -18,7 +19,7 @@ bool IsSamePicture(const H264Slice& First, const H264Slice& Slice)
         a.field_pic_flag != b.field_pic_flag || a.bottom_field_flag != b.bottom_field_flag ||
         a.first_mb_in_slice == b.first_mb_in_slice)
         return false;
-    if (First.m_pSeqParamSet != Slice.m_pSeqParamSet || First.m_pPicParamSet != Slice.m_pPicParamSet) return false;
+    if (First.m_pSeqParamSet != Slice.m_pSeqParamSet) return false;
     if (a.nal_ref_idc != b.nal_ref_idc && (a.nal_ref_idc == 0 || b.nal_ref_idc == 0)) return false;
     if (a.IdrPicFlag != b.IdrPicFlag || (a.IdrPicFlag && a.idr_pic_id != b.idr_pic_id)) return false;
     if (Slice.m_pSeqParamSet->pic_order_cnt_type == 0)

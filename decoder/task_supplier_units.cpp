@@ -71,20 +71,24 @@ TaskSupplier::UnitResult TaskSupplier::HandleSlice(H264HeapPiece& Piece, MediaDa
     UnitResult Result{.m_Status = m_RefusedStatus, .m_IsSliceUnit = true, .m_IsKept = false};
     // A slice for which there is no room stays for the next call: decoding or delivery may make room meanwhile.
     Result.m_IsKept = !IsTaken && m_RefusedStatus == StatusOk && m_pSplitter->HasCurrent();
-    if (Result.m_IsKept && m_WasRefused) {
-        DropRefusedUnit();
-        Result.m_IsKept = false;
-    }
-    m_WasRefused = Result.m_IsKept;
+    if (Result.m_IsKept && IsStuck()) Result.m_IsKept = DropReferences();
+    m_RefusedAt = Result.m_IsKept ? m_Progress : kNeverRefused;
     return Result;
 }
 
-// Nothing moves any more: every frame is held by references that the stream should have released. They go, and decoding
-// starts anew at the next picture that it may start with.
-void TaskSupplier::DropRefusedUnit()
+// Nothing moves any more: the unit was refused before, nothing has happened since, and no picture can leave.
+bool TaskSupplier::IsStuck() { return m_RefusedAt == m_Progress && !PickFrameForOutput(false); }
+
+// Every frame is held by references that the stream should have released. They go, and decoding starts anew at the next
+// picture that it may start with, which may be the one that found no room. False when there were none.
+bool TaskSupplier::DropReferences()
 {
+    int32_t Short = 0, Long = 0;
+    m_pDpb->CountReferences(Short, Long);
+    if (Short + Long == 0) return false;
     RemoveAllReferences(nullptr);
     m_WaitForRandomAccess = true;
+    return true;
 }
 
 template <class T>

@@ -23,6 +23,10 @@ int32_t ClientFrameType(const MediaData& Data)
     return Type >= kFrameI && Type <= kFrameB ? Type : kFrameNone;
 }
 
+constexpr size_t kLeastInput = 4; // bytes; the decoder leaves so few alone
+// Bytes that may wait for the next call: more than any coded picture takes, 36,864 macroblocks of 3,200 bits (A.3.1).
+constexpr size_t kUnreadLimit = size_t{16} << 20;
+
 size_t Product(int32_t a, int32_t b, size_t c = 1) { return static_cast<size_t>(a) * static_cast<size_t>(b) * c; }
 
 // Closes and deletes one object of a side; false, and the object stays, when it does not close.
@@ -181,6 +185,7 @@ int32_t CVCodec_H264::InitDecoder(int32_t PictureWidth, int32_t PictureHeight)
     m_DecodedFrames = 0;
     m_DecodeFrameLimit = kFirstLimit;
     m_bDecoderOutputReady = false;
+    m_Unread.Clear();
 
     // Deliberate: no teardown first, a second call abandons what the first one made.
     m_pH264Decoder = new (std::nothrow) H264VideoDecoder;
@@ -214,10 +219,7 @@ int32_t CVCodec_H264::Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutB
     const bool bFirstDecode = m_bFirstDecode;
     m_bFirstDecode = false;
 
-    const auto Length = static_cast<size_t>(std::max(iInLen, 0));
-    m_pDecoderInput->SetBufferPointer(const_cast<uint8_t*>(InBuf), Length); // only read
-    m_pDecoderInput->SetDataSize(Length);
-    const Status Result = m_pH264Decoder->GetFrame(m_pDecoderInput, m_pDecoderOutput);
+    const Status Result = FeedDecoder(InBuf, static_cast<size_t>(std::max(iInLen, 0)));
     if (Result != StatusOk) {
         if (bFirstDecode && Result == StatusNotEnoughData) return StandInPicture(OutBuf);
         LogWarning("qvlx - CVCodec_H264::Decode() Decode Failed err=%d", Result);
@@ -226,6 +228,38 @@ int32_t CVCodec_H264::Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutB
     ++m_DecodedFrames;
     if (pFrameType) *pFrameType = ClientFrameType(*m_pDecoderOutput);
     return 1;
+}
+
+// Gives the decoder what it left unread in the calls before and the new bytes, and keeps what it leaves of both. A
+// client that goes on handing over several pictures a call gets the newest of them: the memory is bounded.
+int32_t CVCodec_H264::FeedDecoder(const uint8_t* pBytes, size_t Length)
+try {
+    const bool bQueued = m_Unread.Size() != 0;
+    if (bQueued) m_Unread.Append(pBytes, Length);
+    Status Result = StatusNotEnoughData;
+    for (size_t Left = bQueued ? m_Unread.Size() : Length, Before = SIZE_MAX; Left < Before;) {
+        Before = Left;
+        const Status Now = DecodeOnce(bQueued ? m_Unread.Data() : pBytes + (Length - Left), Before, Left);
+        if (bQueued) m_Unread.Drop(Before - Left);
+        if (Result != StatusOk) Result = Now;
+        if (Left > kUnreadLimit) continue;
+        if (!bQueued && Left > kLeastInput) m_Unread.Append(pBytes + (Length - Left), Left);
+        return Result;
+    }
+    m_Unread.Clear(); // it does not get on: memory is exhausted
+    return Result;
+} catch (const std::bad_alloc&) {
+    return StatusAllocFailed;
+}
+
+// One call of the decoder. Left receives the bytes that it did not take.
+int32_t CVCodec_H264::DecodeOnce(const uint8_t* pBytes, size_t Length, size_t& Left)
+{
+    m_pDecoderInput->SetBufferPointer(const_cast<uint8_t*>(pBytes), Length); // only read
+    m_pDecoderInput->SetDataSize(Length);
+    const Status Result = m_pH264Decoder->GetFrame(m_pDecoderInput, m_pDecoderOutput);
+    Left = m_pDecoderInput->GetDataSize();
+    return Result;
 }
 
 bool CVCodec_H264::PutData(uint8_t* pout)
@@ -267,5 +301,6 @@ bool CVCodec_H264::CloseDecoder()
     m_DecodeFrameLimit = kLaterLimit;
     m_DecodedFrames = 0;
     m_bDecoderOutputReady = false;
+    m_Unread.Clear();
     return true;
 }

@@ -1,9 +1,11 @@
 // The software engine: IVCodec over the library's own H.264 encoder and decoder.
 #pragma once
 
+#include "front/unread_input.h"
 #include "quilvex/IVCodec.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 namespace UMC {
@@ -38,6 +40,8 @@ protected:
     bool PutData(uint8_t* pout);
     bool PrepareEncoderInput(const uint8_t* InBuf);
     void FillEncoderParams();
+    int32_t FeedDecoder(const uint8_t* pBytes, size_t Length);
+    int32_t DecodeOnce(const uint8_t* pBytes, size_t Length, size_t& Left);
     int32_t StandInPicture(uint8_t* OutBuf);
     bool CloseEncoder();
     bool CloseDecoder();
@@ -66,4 +70,5 @@ protected:
     UMC::H264VideoDecoder* m_pH264Decoder = nullptr;
     UMC::VideoDecoderParams* m_pH264DecoderParams = nullptr;
     bool m_bFirstDecode = true; // no Decode has run since InitDecoder
+    UnreadInput m_Unread; // of the calls before, while a picture waits for the room of one that waits for its turn
 };

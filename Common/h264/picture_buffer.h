@@ -9,7 +9,6 @@ namespace h264 {
 constexpr int32_t PictureBufferUnits(int32_t level_idc)
 {
     switch (level_idc) {
-    case 9:
     case 10: return 297;
     case 11: return 675;
     case 12:

@@ -1,5 +1,7 @@
 #include "tools/common/access_units.h"
 
+#include <map>
+
 namespace {
 
 // Offset of the next 00 00 01 at or behind From; the stream's size when there is none.
@@ -69,17 +71,24 @@ bool IsHighFamily(uint32_t Profile)
     return Profile == 100 || Profile == 110 || Profile == 122 || Profile == 244 || Profile == 144 || Profile == 44;
 }
 
+struct Sequence {
+    uint32_t Id = 0, FrameNumBits = 4;
+    bool bSeparatePlanes = false, bFrameMbsOnly = true;
+    FrameSize Size{};
+};
+
 // Clause 7.3.2.1.1 as far as the cropping rectangle.
-FrameSize SequenceSize(std::span<const uint8_t> Unit)
+Sequence ReadSequence(std::span<const uint8_t> Unit)
 {
     UnitReader Reader(Unit);
+    Sequence Set;
     const uint32_t Profile = Reader.Bits(8);
     Reader.Bits(16);
-    Reader.UE();
+    Set.Id = Reader.UE();
     uint32_t Chroma = 1;
     if (IsHighFamily(Profile)) {
         Chroma = Reader.UE();
-        if (Chroma == 3) Reader.Bits(1);
+        if (Chroma == 3) Set.bSeparatePlanes = Reader.Bits(1);
         Reader.UE();
         Reader.UE();
         Reader.Bits(1);
@@ -87,7 +96,7 @@ FrameSize SequenceSize(std::span<const uint8_t> Unit)
             for (int i = 0; i < (Chroma == 3 ? 12 : 8); ++i)
                 if (Reader.Bits(1)) SkipScalingList(Reader, i < 6 ? 16 : 64);
     }
-    Reader.UE();
+    Set.FrameNumBits = (Reader.UE() & 15) + 4;
     const uint32_t OrderType = Reader.UE();
     if (OrderType == 0) Reader.UE();
     if (OrderType == 1) {
@@ -100,15 +109,61 @@ FrameSize SequenceSize(std::span<const uint8_t> Unit)
     Reader.Bits(1);
     const uint32_t WidthMbs = Reader.UE() + 1, HeightUnits = Reader.UE() + 1;
     const uint32_t FrameMbsOnly = Reader.Bits(1);
+    Set.bFrameMbsOnly = FrameMbsOnly != 0;
     if (!FrameMbsOnly) Reader.Bits(1);
     Reader.Bits(1);
     uint32_t Crop[4] = {};
     if (Reader.Bits(1))
         for (uint32_t& Offset : Crop) Offset = Reader.UE();
     const uint32_t UnitX = Chroma == 1 || Chroma == 2 ? 2 : 1, UnitY = (Chroma == 1 ? 2 : 1) * (2 - FrameMbsOnly);
-    return {static_cast<int32_t>(WidthMbs * 16 - UnitX * (Crop[0] + Crop[1])),
-            static_cast<int32_t>(HeightUnits * 16 * (2 - FrameMbsOnly) - UnitY * (Crop[2] + Crop[3]))};
+    Set.Size = {static_cast<int32_t>(WidthMbs * 16 - UnitX * (Crop[0] + Crop[1])),
+                static_cast<int32_t>(HeightUnits * 16 * (2 - FrameMbsOnly) - UnitY * (Crop[2] + Crop[3]))};
+    return Set;
 }
+
+// Counts pictures slice by slice.
+class FrameCounter
+{
+public:
+    void Take(int Type, std::span<const uint8_t> Unit)
+    {
+        if (Type == 7) {
+            const Sequence Set = ReadSequence(Unit);
+            m_Sequences[Set.Id] = Set;
+        } else if (Type == 8) {
+            UnitReader Reader(Unit);
+            const uint32_t Id = Reader.UE();
+            m_SequenceOf[Id] = Reader.UE();
+        } else if (IsSlice(Type)) {
+            TakeSlice(Unit);
+        }
+    }
+    int64_t Frames() const { return m_Frames; }
+
+private:
+    void TakeSlice(std::span<const uint8_t> Unit) // clause 7.3.3 as far as the parity
+    {
+        UnitReader Reader(Unit);
+        if (Reader.UE() != 0) return; // not the first of its picture
+        Reader.UE();
+        const Sequence& Set = m_Sequences[m_SequenceOf[Reader.UE()]];
+        if (Set.bSeparatePlanes) Reader.Bits(2);
+        const uint32_t FrameNum = Reader.Bits(static_cast<int>(Set.FrameNumBits));
+        const bool bField = !Set.bFrameMbsOnly && Reader.Bits(1);
+        const bool bBottom = bField && Reader.Bits(1);
+        const bool bSecond = bField && m_bOpenField && bBottom != m_bBottom && FrameNum == m_FrameNum;
+        m_Frames += !bSecond;
+        m_bOpenField = bField && !bSecond;
+        m_bBottom = bBottom;
+        m_FrameNum = FrameNum;
+    }
+
+    std::map<uint32_t, Sequence> m_Sequences;
+    std::map<uint32_t, uint32_t> m_SequenceOf; // by picture parameter set
+    int64_t m_Frames = 0;
+    bool m_bOpenField = false, m_bBottom = false; // the last picture was a first field, and its parity
+    uint32_t m_FrameNum = 0;
+};
 
 } // namespace
 
@@ -137,8 +192,21 @@ FrameSize FindPictureSize(std::span<const uint8_t> Stream)
     for (size_t Code = FindStartCode(Stream, 0); Code < Stream.size(); Code = FindStartCode(Stream, Code + 3)) {
         if ((Stream[Code + 3] & 31) != 7) continue;
         const size_t End = FindStartCode(Stream, Code + 3);
-        const FrameSize Size = SequenceSize(Stream.subspan(Code + 4, End - Code - 4));
+        const FrameSize Size = ReadSequence(Stream.subspan(Code + 4, End - Code - 4)).Size;
         if (Size && Size.Width <= 16384 && Size.Height <= 16384) return Size;
     }
     return {};
+}
+
+int64_t CountFrames(std::span<const uint8_t> Stream)
+{
+    constexpr size_t kHeaderBytes = 64; // of a slice; what is read of it takes less
+    FrameCounter Counter;
+    for (size_t Code = FindStartCode(Stream, 0), Next; Code < Stream.size(); Code = Next) {
+        Next = FindStartCode(Stream, Code + 3);
+        const int Type = Stream[Code + 3] & 31;
+        const size_t Size = Next - Code - 4;
+        Counter.Take(Type, Stream.subspan(Code + 4, IsSlice(Type) ? std::min(Size, kHeaderBytes) : Size));
+    }
+    return Counter.Frames();
 }

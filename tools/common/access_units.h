@@ -13,3 +13,6 @@ std::vector<std::span<const uint8_t>> CutAccessUnits(std::span<const uint8_t> St
 
 /// The cropped size that the first sequence parameter set names; no size when there is none.
 FrameSize FindPictureSize(std::span<const uint8_t> Stream);
+
+/// The frames that a stream codes: its pictures, the two fields of a frame counted once.
+int64_t CountFrames(std::span<const uint8_t> Stream);

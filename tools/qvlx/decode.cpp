@@ -51,7 +51,7 @@ public:
         return true;
     }
 
-    // A delimiter ends the picture in hand; what waits for its turn comes out with those that follow.
+    // A delimiter ends the picture in hand; each further one brings out a picture that waits for its turn.
     void Finish()
     {
         static constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
@@ -60,16 +60,17 @@ public:
         m_Out.Close();
     }
 
-    void Report(const Options& Set) const
+    void Report(const Options& Set, int64_t Entered) const
     {
+        if (m_Frames < Entered && !Set.bQuiet)
+            std::fprintf(stderr, "qvlx: %lld of %lld pictures came out\n", static_cast<long long>(m_Frames),
+                         static_cast<long long>(Entered));
         const std::string Engine = TagText(m_Decoder->GetBackendTag());
         const double Speed = PerSecond(m_Frames, m_Timer.Seconds());
         if (Set.bJson) {
-            const nlohmann::json Json{{"engine", Engine},
-                                      {"width", m_Size.Width},
-                                      {"height", m_Size.Height},
-                                      {"frames", m_Frames},
-                                      {"cpu_seconds", m_Timer.Seconds()},
+            const nlohmann::json Json{{"engine", Engine},          {"width", m_Size.Width},
+                                      {"height", m_Size.Height},   {"frames", m_Frames},
+                                      {"pictures_in", Entered},    {"cpu_seconds", m_Timer.Seconds()},
                                       {"frames_per_second", Speed}};
             std::printf("%s\n", Json.dump(2).c_str());
         } else if (!Set.bQuiet) {
@@ -106,7 +107,7 @@ void Decode(const Options& Set)
     }
     Running.Finish();
     if (!Running.Frames()) throw CliError("no picture came out of " + Set.In);
-    Running.Report(Set);
+    Running.Report(Set, CountFrames(Stream));
 }
 
 } // namespace
