@@ -68,13 +68,24 @@ def encoding(qvlx, folder, source, frames):
     check("engine IPP, 176x144, 12 frames" in text and "PSNR Y" in text, text)
 
 
-def decoding(qvlx, folder):
+def decoding(qvlx, folder, source):
     stream = folder / "a.264"
     report = run_json(qvlx, "decode", stream, "-o", folder / "a.y4m", "--json", "--mode", 0)
     check((report["width"], report["height"], report["frames"]) == (176, 144, 12), f"{report}")
     ffmpeg_pictures(stream, folder / "f.yuv")
     run("ffmpeg", "-nostdin", "-y", "-v", "error", "-i", folder / "a.y4m", "-f", "rawvideo", folder / "y.yuv")
     same_pictures(folder / "f.yuv", folder / "y.yuv", (176, 144), "y4m output")
+    # A stream that begins on a P picture shows nothing before the next key picture, and the tool says so.
+    run(qvlx, "encode", source, "-o", folder / "keys.264", "--keyint", 5, "--quiet", "--mode", 0)
+    whole = (folder / "keys.264").read_bytes()
+    codes = [i for i in range(len(whole) - 4) if whole[i:i + 4] == b"\0\0\0\1"]
+    idr = next(i for i, at in enumerate(codes) if whole[at + 4] & 31 == 5)
+    late = folder / "late.264"
+    late.write_bytes(whole[:codes[idr]] + whole[codes[idr + 1]:])
+    told = run(qvlx, "decode", late, "-o", folder / "late.yuv", "--json", "--mode", 0)
+    check(told.stderr.decode().strip() == "qvlx: 7 of 11 pictures came out", f"{told.stderr}")
+    check(not run(qvlx, "decode", late, "-o", folder / "late.yuv", "--quiet", "--mode", 0).stderr, "--quiet is not")
+    check(not run(qvlx, "decode", stream, "-o", folder / "a.yuv", "--mode", 0).stderr, "a whole stream is no loss")
     scaled = run_json(qvlx, "decode", stream, "-o", folder / "s.yuv", "--size", "88x72", "--json", "--mode", 0)
     check((folder / "s.yuv").stat().st_size == 12 * 88 * 72 * 3 // 2 and scaled["width"] == 88, "--size is not heeded")
 
@@ -97,7 +108,7 @@ def main():
         run(tools / "camera_scene", "-o", source, "--size", "176x144", "--frames", 12)
         failures(qvlx, folder, source)
         encoding(qvlx, folder, source, 12)
-        decoding(qvlx, folder)
+        decoding(qvlx, folder, source)
         probing(qvlx, tools)
 
 
