@@ -9,13 +9,18 @@ namespace platform {
 inline constexpr uint32_t kFaultAccess = 0xC0000005;
 inline constexpr uint32_t kFaultIllegalInstruction = 0xC000001D;
 inline constexpr uint32_t kFaultArithmetic = 0xC0000094;
+inline constexpr uint32_t kFaultBreakpoint = 0x80000003;
+inline constexpr uint32_t kFaultSystemCall = 0xC000001C; // one that the system refuses by force
+inline constexpr uint32_t kFaultAbort = 0x40000015;      // the body gave up: abort()
 inline constexpr uint32_t kFaultCppException = 0xE06D7363;
 
 /// Runs pBody(pContext) in a frame.
 /// @return true when it came to its end; false when a fault or a C++ exception ended it, with its code in *pCode.
 /// @note   What the body held then stays held: no destructor between the fault and the frame is sure to run. Frames
-/// nest, and
-///         any number of threads may be in frames of their own. A fault outside every frame goes where it went before.
+///         nest, and any number of threads may be in frames of their own. A fault outside every frame goes where it
+///         went before the process's first frame.
+/// @note   Where faults are signals, that first frame installs handlers, and they stay. Who installs one later stands
+///         in front of them, for faults inside frames too, and passes on what is not his.
 bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode);
 
 /// The same for anything callable.

@@ -1,12 +1,13 @@
 #include "platform/exception_frame.h"
 
+#include <algorithm>
+#include <atomic>
 #include <csetjmp>
 #include <csignal>
 #include <cxxabi.h>
-#include <memory>
 #include <mutex>
-#include <new>
-#include <optional>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -22,107 +23,176 @@ struct Frame {
 
 thread_local Frame* t_pFrame = nullptr; // innermost frame of the thread; read by the signal handler
 
-constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
-constexpr size_t kSignalCount = std::size(kSignals);
-
-std::mutex g_Lock;                         // guards the two below outside the handler
-int g_FramesOpen = 0;                      // outermost frames of all threads; the handlers stand while there are any
-struct sigaction g_Previous[kSignalCount]; // what stood before; constant while frames are open
+// The signals by which a processor, the kernel or a run-time library ends a body.
+struct Fault {
+    int Signal;
+    uint32_t Code;
+};
+constexpr Fault kFaults[] = {{SIGSEGV, kFaultAccess},     {SIGBUS, kFaultAccess},
+                             {SIGFPE, kFaultArithmetic},  {SIGILL, kFaultIllegalInstruction},
+                             {SIGTRAP, kFaultBreakpoint}, {SIGSYS, kFaultSystemCall},
+                             {SIGABRT, kFaultAbort}};
+constexpr size_t kFaultCount = std::size(kFaults);
 
 size_t IndexOf(int Signal)
 {
     size_t i = 0;
-    while (i < kSignalCount - 1 && kSignals[i] != Signal) ++i;
+    while (i < kFaultCount - 1 && kFaults[i].Signal != Signal) ++i;
     return i;
 }
 
-uint32_t CodeOf(int Signal)
+// Somebody called kill or raise: nothing will fault again by itself.
+bool IsSent(const siginfo_t& Info) { return Info.si_code <= 0; }
+
+// Another process's signal is meant for this one as a whole, not for what a frame holds.
+bool IsSentFromOutside(const siginfo_t& Info)
 {
-    if (Signal == SIGFPE) return kFaultArithmetic;
-    return Signal == SIGILL ? kFaultIllegalInstruction : kFaultAccess;
+    return (Info.si_code == SI_USER || Info.si_code == SI_QUEUE || Info.si_code == SI_TKILL) && Info.si_pid != getpid();
 }
 
-// A fault outside every frame: as if this library were not there.
-void PassOn(int Signal, siginfo_t* pInfo, void* pContext)
+// The handlers of the process. They are installed by its first frame and then stay: a handler that somebody else puts
+// on top of them is left alone, and one that stood before is called for what happens outside every frame.
+class Handlers
 {
-    const struct sigaction& Previous = g_Previous[IndexOf(Signal)];
-    if (Previous.sa_flags & SA_SIGINFO) {
-        Previous.sa_sigaction(Signal, pInfo, pContext);
-    } else if (Previous.sa_handler != SIG_DFL && Previous.sa_handler != SIG_IGN) {
-        Previous.sa_handler(Signal);
-    } else if (Previous.sa_handler == SIG_DFL) {
-        sigaction(Signal, &Previous, nullptr);  // the instruction faults again, now with the default action
-        if (pInfo->si_code <= 0) raise(Signal); // sent by a process: nothing will fault again
+public:
+    ~Handlers(); // the library is unloaded
+    void Stand()
+    {
+        if (!m_bStanding.load(std::memory_order_acquire)) Install();
     }
-}
+    void PassOn(int Signal, siginfo_t* pInfo, void* pContext);
+
+private:
+    void Install();
+
+    std::mutex m_Lock; // held while the handlers are installed
+    std::atomic<bool> m_bStanding{false};
+    SignalAction m_Previous[kFaultCount]{}; // what stood before, in the order of kFaults
+};
+
+constinit Handlers g_Handlers;
 
 void OnSignal(int Signal, siginfo_t* pInfo, void* pContext)
 {
     Frame* const pFrame = t_pFrame;
-    if (!pFrame) return PassOn(Signal, pInfo, pContext);
-    pFrame->Code = CodeOf(Signal);
+    if (!pFrame || IsSentFromOutside(*pInfo)) return g_Handlers.PassOn(Signal, pInfo, pContext);
+    pFrame->Code = kFaults[IndexOf(Signal)].Code;
     siglongjmp(pFrame->Return, 1);
 }
 
-void InstallHandlers()
+void Handlers::Install()
 {
-    const std::lock_guard Held(g_Lock);
-    if (g_FramesOpen++) return;
-    SignalAction Action{};
-    Action.sa_sigaction = OnSignal;
-    Action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-    sigemptyset(&Action.sa_mask);
-    for (size_t i = 0; i < kSignalCount; ++i) sigaction(kSignals[i], &Action, &g_Previous[i]);
+    const std::lock_guard Held(m_Lock);
+    if (m_bStanding) return;
+    SignalAction Own{};
+    Own.sa_sigaction = OnSignal;
+    Own.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+    sigemptyset(&Own.sa_mask);
+    for (size_t i = 0; i < kFaultCount; ++i) {
+        sigaction(kFaults[i].Signal, nullptr, &m_Previous[i]); // in place before the handler may ask for it
+        sigaction(kFaults[i].Signal, &Own, nullptr);
+    }
+    m_bStanding.store(true, std::memory_order_release);
 }
 
-void RemoveHandlers()
+Handlers::~Handlers()
 {
-    const std::lock_guard Held(g_Lock);
-    if (--g_FramesOpen) return;
-    for (size_t i = 0; i < kSignalCount; ++i) {
-        struct sigaction Current;
-        sigaction(kSignals[i], nullptr, &Current);
-        if (Current.sa_sigaction == OnSignal)
-            sigaction(kSignals[i], &g_Previous[i], nullptr); // else somebody else's now
+    if (!m_bStanding.exchange(false)) return;
+    for (size_t i = 0; i < kFaultCount; ++i) {
+        SignalAction Current;
+        sigaction(kFaults[i].Signal, nullptr, &Current);
+        if (Current.sa_sigaction == OnSignal) sigaction(kFaults[i].Signal, &m_Previous[i], nullptr);
     }
 }
 
-// The outermost frame of a thread: handlers stand, and they run on a stack of their own, so that an overflow of the
-// thread's stack is a fault like any other.
-class OutermostFrame
+// As if this library were not there. Runs on the thread that was hit, inside its signal handler.
+void Handlers::PassOn(int Signal, siginfo_t* pInfo, void* pContext)
+{
+    SignalAction& Kept = m_Previous[IndexOf(Signal)];
+    const SignalAction Previous = Kept;
+    const bool bIgnored = Previous.sa_handler == SIG_IGN;
+    if (bIgnored && IsSent(*pInfo)) return;
+    if (bIgnored || Previous.sa_handler == SIG_DFL) { // a fault is not ignored
+        SignalAction Default{};
+        Default.sa_handler = SIG_DFL;
+        sigaction(Signal, &Default, nullptr);
+        // The instruction of a fault runs again after the return, that of a trap or a system call does not.
+        if (IsSent(*pInfo) || Signal == SIGTRAP || Signal == SIGSYS) raise(Signal);
+        return;
+    }
+    if (Previous.sa_flags & static_cast<int>(SA_RESETHAND)) Kept.sa_handler = SIG_DFL;
+    pthread_sigmask(SIG_BLOCK, &Previous.sa_mask, nullptr);
+    if (Previous.sa_flags & SA_SIGINFO)
+        Previous.sa_sigaction(Signal, pInfo, pContext);
+    else
+        Previous.sa_handler(Signal);
+}
+
+// A stack for the handlers, so that an overflow of the thread's own stack is a fault like any other. It stands from the
+// thread's first frame to the thread's end, also when the thread is killed inside a frame. A thread that has one keeps
+// that.
+class HandlerStack
 {
 public:
-    OutermostFrame()
+    ~HandlerStack();
+    void Stand()
     {
-        InstallHandlers();
-        m_pStack.reset(new (std::nothrow) char[kStackSize]);
-        stack_t Own{};
-        Own.ss_sp = m_pStack.get();
-        Own.ss_size = kStackSize;
-        m_bStackSet = m_pStack && sigaltstack(&Own, &m_Previous) == 0;
-    }
-    ~OutermostFrame()
-    {
-        if (m_bStackSet) sigaltstack(&m_Previous, nullptr);
-        RemoveHandlers();
+        if (!m_bStanding) Install();
     }
 
 private:
-    static constexpr size_t kStackSize = 64 * 1024;
-    std::unique_ptr<char[]> m_pStack;
-    stack_t m_Previous{};
-    bool m_bStackSet = false;
+    void Install();
+
+    static constexpr size_t kBytes = 64 * 1024;
+    void* m_pMemory = nullptr;
+    bool m_bStanding = false;
 };
 
-// The thread's own, not a local object: a thread that is killed inside a frame still gives it back when it ends.
-thread_local std::optional<OutermostFrame> t_Outermost;
-
-bool RunFrame(void (*pBody)(void*), void* pContext, uint32_t* pCode)
+void HandlerStack::Install()
 {
+    stack_t Current;
+    if (sigaltstack(nullptr, &Current) != 0) return;
+    if (!(Current.ss_flags & SS_DISABLE)) {
+        m_bStanding = true;
+        return;
+    }
+    void* const pMemory = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    if (pMemory == MAP_FAILED) return; // the next frame tries again
+    stack_t Own{};
+    Own.ss_sp = pMemory;
+    Own.ss_size = kBytes;
+    m_bStanding = sigaltstack(&Own, nullptr) == 0;
+    if (m_bStanding)
+        m_pMemory = pMemory;
+    else
+        munmap(pMemory, kBytes);
+}
+
+HandlerStack::~HandlerStack()
+{
+    m_bStanding = true; // a frame in a destructor that runs later goes without
+    if (!m_pMemory) return;
+    stack_t Current;
+    if (sigaltstack(nullptr, &Current) == 0 && Current.ss_sp == m_pMemory) {
+        stack_t None{};
+        None.ss_flags = SS_DISABLE;
+        sigaltstack(&None, nullptr);
+    }
+    munmap(m_pMemory, kBytes);
+}
+
+thread_local HandlerStack t_Stack;
+
+} // namespace
+
+bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode)
+{
+    g_Handlers.Stand();
+    t_Stack.Stand();
     Frame Own;
     Own.pOuter = t_pFrame;
     Own.Code = 0;
-    if (sigsetjmp(Own.Return, 1) == 0) {
+    if (sigsetjmp(Own.Return, 1) == 0) { // with the signal mask: a body may have changed it before it failed
         t_pFrame = &Own;
         try {
             pBody(pContext);
@@ -136,17 +206,6 @@ bool RunFrame(void (*pBody)(void*), void* pContext, uint32_t* pCode)
     t_pFrame = Own.pOuter;
     *pCode = Own.Code;
     return Own.Code == 0;
-}
-
-} // namespace
-
-bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode)
-{
-    if (t_pFrame) return RunFrame(pBody, pContext, pCode);
-    t_Outermost.emplace();
-    const bool bDone = RunFrame(pBody, pContext, pCode);
-    t_Outermost.reset();
-    return bDone;
 }
 
 } // namespace platform

@@ -46,10 +46,13 @@ void* ThreadMain(void* pArgument)
     return nullptr;
 }
 
+// On a clock that nobody sets: a wall clock put forward would kill a healthy thread, one put back would never end.
+constexpr clockid_t kClock = CLOCK_MONOTONIC;
+
 timespec Deadline(uint32_t Milliseconds)
 {
     timespec Time;
-    clock_gettime(CLOCK_REALTIME, &Time);
+    clock_gettime(kClock, &Time);
     Time.tv_sec += Milliseconds / 1000;
     Time.tv_nsec += static_cast<long>(Milliseconds % 1000) * 1000000;
     if (Time.tv_nsec >= 1000000000) ++Time.tv_sec, Time.tv_nsec -= 1000000000;
@@ -68,7 +71,7 @@ BoundedResult Kill(pthread_t Thread)
     sigaction(KillSignal(), &Action, &Previous);
     pthread_kill(Thread, KillSignal());
     const timespec Until = Deadline(kKillMilliseconds);
-    const bool bEnded = pthread_timedjoin_np(Thread, nullptr, &Until) == 0;
+    const bool bEnded = pthread_clockjoin_np(Thread, nullptr, kClock, &Until) == 0;
     if (!bEnded) pthread_detach(Thread);
     sigaction(KillSignal(), &Previous, nullptr);
     return bEnded ? BoundedResult::TimedOut : BoundedResult::Abandoned;
@@ -83,7 +86,7 @@ BoundedResult RunWithTimeout(void (*pWork)(void* pContext), void* pContext, uint
     if (pthread_create(&Thread, nullptr, ThreadMain, pOwn.get()) != 0) return BoundedResult::NotStarted;
     static_cast<void>(pOwn.release()); // the thread's now
     const timespec Until = Deadline(Milliseconds);
-    if (pthread_timedjoin_np(Thread, nullptr, &Until) == 0) return BoundedResult::Finished;
+    if (pthread_clockjoin_np(Thread, nullptr, kClock, &Until) == 0) return BoundedResult::Finished;
     return Kill(Thread);
 }
 

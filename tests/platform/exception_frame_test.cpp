@@ -1,12 +1,11 @@
-// Exception frames and killable work.
+// Exception frames: what they catch, what they leave alone, and what an entry costs.
 #include "platform/exception_frame.h"
-#include "platform/killable_thread.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <csetjmp>
 #include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -33,14 +32,9 @@ int Overflow(volatile char* pOuter, int Depth)
     return Depth ? Overflow(Local, Depth - 1) + Local[0] : 0;
 }
 
-sigjmp_buf g_Outside;
-std::atomic<int> g_PreviousHandlerRuns{0};
+void PreviousHandler(int) {}
 
-void PreviousHandler(int)
-{
-    ++g_PreviousHandlerRuns;
-    siglongjmp(g_Outside, 1);
-}
+constexpr int kFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT};
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool kSanitized = true;
@@ -76,6 +70,14 @@ TEST(ExceptionFrame, EachKindOfFaultHasItsCode)
     EXPECT_EQ(Code, platform::kFaultArithmetic);
     EXPECT_FALSE(Guarded([] { raise(SIGILL); }, Code));
     EXPECT_EQ(Code, platform::kFaultIllegalInstruction);
+    EXPECT_FALSE(Guarded([] { raise(SIGBUS); }, Code));
+    EXPECT_EQ(Code, platform::kFaultAccess);
+    EXPECT_FALSE(Guarded([] { raise(SIGTRAP); }, Code));
+    EXPECT_EQ(Code, platform::kFaultBreakpoint);
+    EXPECT_FALSE(Guarded([] { raise(SIGSYS); }, Code));
+    EXPECT_EQ(Code, platform::kFaultSystemCall);
+    EXPECT_FALSE(Guarded([] { raise(SIGABRT); }, Code));
+    EXPECT_EQ(Code, platform::kFaultAbort);
     EXPECT_FALSE(Guarded([] { throw 1; }, Code));
     EXPECT_EQ(Code, platform::kFaultCppException);
     EXPECT_FALSE(Guarded([] { throw std::runtime_error("x"); }, Code));
@@ -139,76 +141,117 @@ TEST(ExceptionFrame, ThreadsHaveFramesOfTheirOwn)
     EXPECT_EQ(Passed, 400);
 }
 
-TEST(ExceptionFrame, AFaultOutsideReachesThePreviousHandler)
+TEST(ExceptionFrame, ABodyThatAbortsEndsInTheHandlerEachTime)
 {
-    SignalAction Action{}, Before{};
-    Action.sa_handler = PreviousHandler;
-    sigaction(SIGSEGV, &Action, &Before);
-
-    // While another thread is inside a frame, this library's handler stands.
-    std::atomic<bool> bInside{false}, bLeave{false};
-    std::thread Other([&] {
+    for (int i = 0; i < 3; ++i) { // the C library's abort() counts its stages
         uint32_t Code;
-        Guarded(
-            [&] {
-                bInside = true;
-                while (!bLeave) std::this_thread::yield();
-            },
-            Code);
-    });
-    while (!bInside) std::this_thread::yield();
-    g_PreviousHandlerRuns = 0;
-    if (sigsetjmp(g_Outside, 1) == 0) raise(SIGSEGV);
-    EXPECT_EQ(g_PreviousHandlerRuns, 1);
-    bLeave = true;
-    Other.join();
-
-    // And with no frame at all the process has its own handler back.
-    if (sigsetjmp(g_Outside, 1) == 0) raise(SIGSEGV);
-    EXPECT_EQ(g_PreviousHandlerRuns, 2);
-    sigaction(SIGSEGV, &Before, nullptr);
+        EXPECT_FALSE(Guarded([] { std::abort(); }, Code));
+        EXPECT_EQ(Code, platform::kFaultAbort);
+    }
 }
 
-TEST(ExceptionFrameDeathTest, AFaultOutsideWithTheDefaultActionEndsTheProcess)
+TEST(ExceptionFrame, ABodyThatHitsABreakpointEndsInTheHandler)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            signal(SIGSEGV, SIG_DFL);
-            std::atomic<bool> bInside{false};
-            std::thread([&] {
-                uint32_t Code;
-                Guarded(
-                    [&] {
-                        bInside = true;
-                        for (;;) std::this_thread::yield();
-                    },
-                    Code);
-            }).detach();
-            while (!bInside) std::this_thread::yield();
+#if defined(__x86_64__) || defined(__i386__)
+    uint32_t Code;
+    EXPECT_FALSE(Guarded([] { __asm__ volatile("int3"); }, Code));
+    EXPECT_EQ(Code, platform::kFaultBreakpoint);
+#endif
+}
+
+TEST(ExceptionFrame, TheSignalMaskOfTheEntryIsBackAfterAFault)
+{
+    const auto IsBlocked = [] {
+        sigset_t Mask;
+        pthread_sigmask(SIG_BLOCK, nullptr, &Mask);
+        return sigismember(&Mask, SIGUSR1) == 1;
+    };
+    uint32_t Code;
+    EXPECT_FALSE(Guarded(
+        [&] {
+            sigset_t Mask;
+            sigemptyset(&Mask);
+            sigaddset(&Mask, SIGUSR1);
+            pthread_sigmask(SIG_BLOCK, &Mask, nullptr);
+            EXPECT_TRUE(IsBlocked());
             raise(SIGSEGV);
         },
-        testing::KilledBySignal(SIGSEGV), "");
+        Code));
+    EXPECT_FALSE(IsBlocked());
 }
 
-TEST(RunWithTimeout, WorkThatEndsIsFinished)
+// ---- Handlers are installed once -------------------------------------------------------------------------------
+
+TEST(ExceptionFrame, TheHandlersStayBetweenFrames)
 {
-    bool bRan = false;
-    EXPECT_EQ(platform::RunWithTimeout([](void* p) { *static_cast<bool*>(p) = true; }, &bRan, 3000),
-              platform::BoundedResult::Finished);
-    EXPECT_TRUE(bRan);
+    uint32_t Code;
+    SignalAction Inside{}, After{};
+    for (const int Signal : kFaultSignals) {
+        Guarded([&] { sigaction(Signal, nullptr, &Inside); }, Code);
+        sigaction(Signal, nullptr, &After);
+        EXPECT_NE(Inside.sa_handler, SIG_DFL) << Signal;
+        EXPECT_EQ(Inside.sa_sigaction, After.sa_sigaction) << Signal;
+    }
 }
 
-TEST(RunWithTimeout, WorkThatHangsIsKilled)
+TEST(ExceptionFrame, AnEntryInstallsNoHandler)
 {
-    static std::atomic<uint64_t> s_Count{0};
-    EXPECT_EQ(platform::RunWithTimeout(
-                  [](void*) {
-                      for (;;) ++s_Count;
-                  },
-                  nullptr, 50),
-              platform::BoundedResult::TimedOut);
-    const uint64_t After = s_Count;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(s_Count, After); // nothing runs any more
+    uint32_t Code;
+    Guarded([] {}, Code);
+    for (const int Signal : kFaultSignals) {
+        SignalAction Action{}, Ours{}, Inside{}, After{};
+        Action.sa_handler = PreviousHandler;
+        sigaction(Signal, &Action, &Ours);
+        Guarded([&] { sigaction(Signal, nullptr, &Inside); }, Code);
+        sigaction(Signal, &Ours, &After);
+        EXPECT_EQ(Inside.sa_handler, PreviousHandler) << Signal; // who comes later stands in front
+        EXPECT_EQ(After.sa_handler, PreviousHandler) << Signal;
+        EXPECT_FALSE(Guarded([&] { raise(Signal); }, Code)) << Signal;
+    }
+}
+
+TEST(ExceptionFrame, AnEntrySetsNoSignalStack)
+{
+    std::thread([] {
+        uint32_t Code;
+        Guarded([] {}, Code);
+        static char s_Stack[64 * 1024];
+        stack_t Own{}, Kept{}, Inside{};
+        Own.ss_sp = s_Stack;
+        Own.ss_size = sizeof s_Stack;
+        sigaltstack(&Own, &Kept);
+        EXPECT_FALSE(Kept.ss_flags & SS_DISABLE); // one stands from the first frame on
+        Guarded([&] { sigaltstack(nullptr, &Inside); }, Code);
+        EXPECT_EQ(Inside.ss_sp, s_Stack);
+        sigaltstack(&Kept, nullptr);
+    }).join();
+}
+
+TEST(ExceptionFrame, AThreadKeepsTheSignalStackThatItHas)
+{
+    std::thread([] {
+        static char s_Stack[64 * 1024];
+        stack_t Own{}, Before{}, Inside{};
+        Own.ss_sp = s_Stack;
+        Own.ss_size = sizeof s_Stack;
+        sigaltstack(&Own, &Before);
+        uint32_t Code;
+        Guarded([&] { sigaltstack(nullptr, &Inside); }, Code);
+        EXPECT_EQ(Inside.ss_sp, s_Stack);
+        EXPECT_FALSE(Guarded([] { raise(SIGSEGV); }, Code));
+        sigaltstack(&Before, nullptr);
+    }).join();
+}
+
+TEST(ExceptionFrame, AStackOverflowOnAnyThreadEndsInTheHandler)
+{
+    if (kSanitized) return;
+    for (int i = 0; i < 3; ++i)
+        std::thread([] {
+            uint32_t Code = 0;
+            char Seed = 0;
+            Guarded([] {}, Code); // the stack for the handler outlives the first frame
+            EXPECT_FALSE(Guarded([&] { g_Zero = g_Zero + Overflow(&Seed, 1 << 20); }, Code));
+            EXPECT_EQ(Code, platform::kFaultAccess);
+        }).join();
 }
