@@ -2,9 +2,12 @@
 
 #include "front/engines.h"
 #include "front/stdafx.h"
+#include "kernels/dispatch/kernels.h"
 
 void OnLibraryLoad()
 {
+    kernels::InitKernelsWaterfall();
+    kernels::InitKernelsStatic();
     const int32_t Result = GetEngines()->AmdInit();
     LogInfo("qvlx - CVCodecH264AMD::Init() res=%d", Result);
 }

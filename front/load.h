@@ -1,8 +1,7 @@
 // What runs when the library is loaded and unloaded.
 #pragma once
 
-/// Initialises the AMD run time; a failure is ignored. The kernels have bound themselves to the processor by then
-/// (kernels/dispatch/kernels.cpp).
+/// Binds the kernels to the processor, then initialises the AMD run time; a failure of either is ignored.
 void OnLibraryLoad();
 /// Terminates the AMD run time.
 void OnLibraryUnload();

@@ -8,42 +8,46 @@
 
 namespace kernels {
 
-KernelSlots g_Kernels;
+constinit KernelSlots g_Kernels;
 int32_t g_BoundTier = 0;
 uint32_t SelectedTier = 0;
 
 namespace {
 
-// Every tier of every row is filled from below, so the first attempt of the waterfall succeeds. Constant-initialised;
-// not constexpr because g++ refuses to compare addresses with null at compile time under the sanitizers.
-#define SLOT_KERNEL(Name) const auto kEvery##Name = k##Name.Filled();
+// Every tier of every row is filled from below, so the first attempt of the waterfall succeeds. Local, so that the
+// binding works at any point of the load: where the compiler does not compute the rows itself (g++ refuses to compare
+// addresses with null at compile time under the sanitizers), the first call does.
+std::span<const KernelRecord> Records()
+{
+#define SLOT_KERNEL(Name) static const auto s_Every##Name = k##Name.Filled();
 #include "kernels/dispatch/slot_kernels.def"
 #undef SLOT_KERNEL
-
-constexpr KernelRecord kRecords[] = {
-#define SLOT_KERNEL(Name) RecordOf(&g_Kernels.Name, &kEvery##Name),
+    static constexpr KernelRecord s_Records[] = {
+#define SLOT_KERNEL(Name) RecordOf(&g_Kernels.Name, &s_Every##Name),
 #include "kernels/dispatch/slot_kernels.def"
 #undef SLOT_KERNEL
-};
+    };
+    return s_Records;
+}
 
 constexpr char kNoTierForProcessor[] = " No IPP matching to examined CPU was found during the Waterfall procedure";
 constexpr char kNoTier[] = " No IPP matching to CPU was found during the Waterfall";
 constexpr int32_t kNotExamined = 20;
 
-// The tables above are finished when this runs, whatever the order of the other files.
+// For the programs that hold the library's objects themselves: the shared library binds in its load entry.
 [[maybe_unused]] const int32_t s_AtLoad = (InitKernelsWaterfall(), InitKernelsStatic());
 
 } // namespace
 
 int InitKernelsWaterfall()
 {
-    return ApplyWaterfall(kRecords, TierOfClass(DetectProcessorClass()), kNoTierForProcessor,
+    return ApplyWaterfall(Records(), TierOfClass(DetectProcessorClass()), kNoTierForProcessor,
                           platform::kSystemMessageBox, g_BoundTier);
 }
 
 int InitKernelsForTier(int StartTier)
 {
-    return ApplyWaterfall(kRecords, StartTier, kNoTier, platform::kSystemMessageBox, g_BoundTier);
+    return ApplyWaterfall(Records(), StartTier, kNoTier, platform::kSystemMessageBox, g_BoundTier);
 }
 
 int32_t InitKernelsStatic()

@@ -24,7 +24,7 @@ struct KernelSlots {
 extern KernelSlots g_Kernels; // written by InitKernelsWaterfall() and InitKernelsForTier() only
 extern int32_t g_BoundTier;   // the tier that the slots were last bound for, 0 to 5
 
-/// Binds g_Kernels for the processor this runs on. Runs at load; to call it again restores that state.
+/// Binds g_Kernels for the processor this runs on. Called at load; to call it again restores that state.
 /// @return 1; 0 after a message box when no tier serves: the slots then keep what they had.
 /// @note   Not to be called while another thread may run a kernel.
 int InitKernelsWaterfall();
@@ -33,7 +33,7 @@ int InitKernelsWaterfall();
 /// having its instructions. Results and threads as for InitKernelsWaterfall().
 int InitKernelsForTier(int StartTier);
 
-/// Sets SelectedTier, which the entries of image_kernels.h read, for the processor this runs on. Runs at load, after
+/// Sets SelectedTier, which the entries of image_kernels.h read, for the processor this runs on. Called at load, after
 /// InitKernelsWaterfall().
 /// @return 0; 20 when the processor has no cpuid instruction or another vendor than Intel. SelectedTier is set all the
 ///         same, by what is known of the processor.
