@@ -3,6 +3,7 @@
 #include "front/VCodec_H264.h"
 #include "platform/system_info.h"
 
+#include <cstddef>
 #include <new>
 
 namespace {
@@ -43,8 +44,10 @@ IEngines* g_pReplacement = nullptr;
 
 IEngines* GetEngines()
 {
-    // Never destroyed: unloading the library calls it last of all.
-    static IEngines* const s_pBuiltIn = new BuiltInEngines;
+    // Never destroyed: unloading the library calls it last of all. Needs no memory: it is the way out when there is
+    // none.
+    alignas(BuiltInEngines) static std::byte s_Place[sizeof(BuiltInEngines)];
+    static IEngines* const s_pBuiltIn = new (s_Place) BuiltInEngines;
     return g_pReplacement ? g_pReplacement : s_pBuiltIn;
 }
 

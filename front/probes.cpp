@@ -1,9 +1,9 @@
 #include "front/probes.h"
 
+#include "front/driver_frame.h"
 #include "front/engines.h"
 #include "front/selection.h"
 #include "front/stdafx.h"
-#include "platform/exception_frame.h"
 #include "platform/killable_thread.h"
 
 #include <memory>
@@ -20,12 +20,8 @@ constexpr int32_t kAmdHangsTolerated = 1; // a count above it closes the path
 int32_t QueryIntel(int32_t Implementation, const char* pOperation)
 {
     int32_t Got = 0;
-    uint32_t Code;
-    if (!platform::Guarded([&] { Got = GetEngines()->QueryIntelSession(Implementation); }, Code)) {
-        LogError("qvlx - CVCodecH264hw::%s() MyFilterException", pOperation);
-        return 0;
-    }
-    LogInfo("qvlx - CVCodecH264hw::%s() impl=%d", pOperation, Got);
+    if (!RunInDriverFrame(pOperation, [&] { Got = GetEngines()->QueryIntelSession(Implementation); })) return 0;
+    LogInfo("qvlx - %s impl=%d", pOperation, Got);
     return Got;
 }
 
@@ -34,11 +30,9 @@ struct AmdProbe {
     static void Run(void* pContext)
     {
         bool bSupported = false;
-        uint32_t Code; // the thread stands outside the chain's frame, so it has its own
-        if (platform::Guarded([&] { bSupported = GetEngines()->IsSupportH264hw_0(); }, Code))
+        // The thread stands outside the chain's frame, so it has its own; a fault is a refusal without a line.
+        if (RunInDriverFrame(nullptr, [&] { bSupported = GetEngines()->IsSupportH264hw_0(); }))
             static_cast<AmdProbe*>(pContext)->bSupported = bSupported;
-        else
-            MyFilterException(Code);
     }
 };
 
@@ -61,28 +55,25 @@ bool ProbeNvidia(bool bDecoder)
 {
     if (!GetEngines()->IsWindows7OrLater()) return false;
     bool bSupported = false;
-    uint32_t Code;
     const auto Trial = [&] {
         bSupported = bDecoder ? GetEngines()->TryNvidiaDecoder(kTrialWidth, kTrialHeight)
                               : GetEngines()->TryNvidiaEncoder(kTrialWidth, kTrialHeight, kTrialFps, kTrialKeyInterval,
                                                                kTrialKbps);
     };
-    if (platform::Guarded(Trial, Code)) return bSupported;
-    LogError("qvlx - CVCodecH264nv::IsSupportH264hw() MyFilterException");
-    return false;
+    return RunInDriverFrame("CVCodecH264nv::IsSupportH264hw()", Trial) && bSupported;
 }
 
 bool ProbeIntelHardware()
 {
     if (!GetEngines()->IsWindows7OrLater()) return false;
-    const int32_t Got = QueryIntel(kIntelImplHardwareAny, "IsSupportH264hw");
+    const int32_t Got = QueryIntel(kIntelImplHardwareAny, "CVCodecH264hw::IsSupportH264hw()");
     return (Got & kIntelImplHardware) || (Got & kIntelImplHardwareAny);
 }
 
 bool ProbeIntelSoftware()
 {
     if (!GetEngines()->IsWindows7OrLater()) return false;
-    return (QueryIntel(kIntelImplSoftware, "IsSupportH264soft") & kIntelImplSoftware) != 0;
+    return (QueryIntel(kIntelImplSoftware, "CVCodecH264hw::IsSupportH264soft()") & kIntelImplSoftware) != 0;
 }
 
 IVCodec* CreateAMDH264hwVCodec(uint32_t bDecoder)

@@ -1,9 +1,9 @@
 #include "front/selection.h"
 
+#include "front/driver_frame.h"
 #include "front/engines.h"
 #include "front/probes.h"
 #include "front/stdafx.h"
-#include "platform/exception_frame.h"
 
 #include <algorithm>
 #include <vector>
@@ -93,20 +93,18 @@ constexpr uint32_t kCacheMs = 600001;
 IVCodec* SelectVCodec(uint32_t id)
 {
     IVCodec* pResult = nullptr;
-    uint32_t Code;
     uint32_t ListingCode = 0;
-    const auto Chain = [&] {
+    const bool bDone = RunInDriverFrame(nullptr, [&] {
         try {
             pResult = CreateVCodecInternal(id);
         } catch (const AdapterFault& Fault) {
             ListingCode = Fault.Code;
         }
-    };
-    const bool bDone = platform::Guarded(Chain, Code);
+    });
     if (bDone && !ListingCode) return pResult;
-    if (bDone) Code = ListingCode;
+    if (ListingCode) MyFilterException(ListingCode);
     // A half-built object of the failed path is abandoned: nothing of it can be trusted.
-    return MyFilterException(Code) ? CreateVCodecFallback(id) : nullptr;
+    return CreateVCodecFallback(id);
 }
 
 int32_t GetIntelH264hwDevFailed() { return IntelDeviceFailed; }
@@ -118,12 +116,6 @@ void ResetSelectionState()
     IntelDeviceFailed = 0;
     g_CachedName.clear();
     g_CachedTick = 0;
-}
-
-int32_t MyFilterException(uint32_t Code)
-{
-    LogError("qvlx - MyFilterException code=%d", static_cast<int32_t>(Code));
-    return 1;
 }
 
 bool IsNvidiaDisabled()

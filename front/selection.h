@@ -25,9 +25,6 @@ void SetIntelH264hwDevFailed();
 /// Back to the state of a fresh process, for tests: the counters above and the cached adapter name.
 void ResetSelectionState();
 
-/// Logs the code of an exception; 1 selects the handler for every exception.
-int32_t MyFilterException(uint32_t Code);
-
 /// Whether the settings name the adapter of this machine as one that NVIDIA is not to be tried on.
 bool IsNvidiaDisabled();
 /// Writes the present adapter's name to the settings; without an NVIDIA adapter nothing is written.
