@@ -145,7 +145,10 @@ int32_t CVideoProcessIPP::SetBrightness(float fBrightness)
 int32_t CVideoProcessIPP::ProcessFrame(int32_t iWidth, int32_t iHeight, uint8_t* pRgb, int32_t iPitch)
 {
     if (!m_KeyingEnabled && !m_bSmoothing && !HasBrightness()) return 1;
-    if (!pRgb || !IsUsableSize(iWidth, iHeight) || std::abs(int64_t{iPitch}) < int64_t{iWidth} * 3) return 1;
+    if (!pRgb || !IsUsableSize(iWidth, iHeight)) return 1;
+    // With keying off a pitch of 0 is that of rows without gaps: both conversions take it so.
+    const bool bWithoutGaps = iPitch == 0 && !m_KeyingEnabled;
+    if (!bWithoutGaps && std::abs(int64_t{iPitch}) < int64_t{iWidth} * 3) return 1;
     // A scaled picture that is missing counts as a change of size: the size may have changed while keying was off.
     const bool bChanged = iWidth != m_Width || iHeight != m_Height || !m_pScaledBackground;
     if (!EnsureBuffers(iWidth, iHeight)) return 1;

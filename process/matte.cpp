@@ -32,8 +32,10 @@ void SmoothChroma(const MattePlanes& p)
 // Rows of samples from Offset on: 0 to 1 between the two thresholds into pDistanceB.
 void RampOfDistance(const MattePlanes& p, const ChromaKey& Key, ptrdiff_t Offset, int32_t Rows)
 {
-    // Thresholds in the wrong order or alike make a step, not a division by zero.
-    const float Inverse = 1.0f / static_cast<float>(std::max(1, Key.Threshold2 - Key.Threshold1));
+    // Thresholds in the wrong order make the ramp run the other way: key beyond them, foreground within. Equal ones
+    // make a step, as their limit does, and no division by zero.
+    const int32_t Between = Key.Threshold2 - Key.Threshold1;
+    const float Inverse = 1.0f / static_cast<float>(Between ? Between : 1);
     const ptrdiff_t Step = ptrdiff_t{p.Width} * 4;
     float *const pA = p.pDistanceA + Offset, *const pB = p.pDistanceB + Offset;
     kernels::Convert8uTo32f(p.pU + Offset, p.Width, pA, Step, p.Width, Rows);

@@ -53,6 +53,6 @@ struct IVideoProcess {
     /// Treats one picture in place. Always returns 1; a picture that cannot be treated (null, a size that is not
     /// positive, a pitch below width * 3, exhausted memory) is left as it was.
     /// @note With keying off the rows are read without gaps whatever the pitch, so pass width * 3 (or minus that)
-    /// there.
+    ///       there; 0 stands for width * 3.
     virtual int32_t ProcessFrame(int32_t iWidth, int32_t iHeight, uint8_t* pRgb, int32_t iPitch) = 0;
 };

@@ -192,7 +192,7 @@ TEST(VideoProcessKeying, TheCompositeIsWhatDoublePrecisionGives)
         Treat(p, Treated);
         const double Error = CompositeError(Frame, Background, c.Shown, kDefault, Treated);
         EXPECT_LE(Error, 1.25) << c.Width << "x" << c.Height << " over " << c.BackgroundWidth << "x"
-                              << c.BackgroundHeight;
+                               << c.BackgroundHeight;
         Largest = std::max(Largest, Error);
         const auto Soft = std::count_if(p.m_pMask.get(), p.m_pMask.get() + c.Width * c.Height,
                                         [](uint8_t m) { return m > 20 && m < 235; });
@@ -215,9 +215,26 @@ TEST(VideoProcessKeying, AnotherColourAndDistanceKeyByTheirOwnNumbers)
     EXPECT_LE(CompositeError(Frame, Background, {0, 0, 80, 80}, Key, Treated), 1.25);
 }
 
-TEST(VideoProcessKeying, ThresholdsInTheWrongOrderMakeAStep)
+TEST(VideoProcessKeying, ADistanceOfMinusOneToMinusNineReplacesAllButTheKey)
 {
-    for (const int32_t Distance : {-1, -10, INT32_MIN}) { // outer radius 0, the inner one, and beyond any distance
+    for (int32_t Distance = -9; Distance < 0; ++Distance) {
+        OpenProcess p;
+        p.SetKeyingEnabled(1);
+        p.SetKeyDistance(Distance);
+        SetBackground(p, Solid(48, 48, kBlue));
+        RgbPicture Screen = Solid(48, 48, kKey), Other = Solid(48, 48, kRed);
+        Treat(p, Screen);
+        if (Distance <= -5) { // the conversion leads a level or two past the key
+            EXPECT_EQ(p.m_pMask[24 * 48 + 24], 255) << Distance;
+        }
+        Treat(p, Other);
+        EXPECT_EQ(Other, Solid(48, 48, kBlue)) << Distance;
+    }
+}
+
+TEST(VideoProcessKeying, EqualThresholdsMakeAStep)
+{
+    for (const int32_t Distance : {-10, INT32_MIN}) { // both radii alike, and beyond any distance
         OpenProcess p;
         p.SetKeyingEnabled(1);
         p.SetKeyDistance(Distance);

@@ -294,7 +294,9 @@ TEST(VideoProcessFrame, WhatIsNoPictureIsLeftAlone)
                                         {1 << 30, 1},
                                         {1, 1 << 30}})
         EXPECT_EQ(p.ProcessFrame(Width, Height, pRgb, 192), 1);
-    for (const int32_t Pitch : {0, 1, 191, -191}) EXPECT_EQ(p.ProcessFrame(64, 48, pRgb, Pitch), 1);
+    for (const int32_t Pitch : {1, 191, -1, -191}) EXPECT_EQ(p.ProcessFrame(64, 48, pRgb, Pitch), 1);
+    p.SetKeyingEnabled(1);
+    for (const int32_t Pitch : {0, 1, 191, -1, -191}) EXPECT_EQ(p.ProcessFrame(64, 48, pRgb, Pitch), 1);
     EXPECT_EQ(Picture, Before);
 }
 
@@ -428,6 +430,21 @@ TEST(VideoProcessFrame, WithKeyingOffThePitchCountsOnTheWayOutOnly)
     const RgbPicture Expected = RoundTrip420(Picture); // reads without gaps, writes with the pitch
     Treat(p, Picture);
     EXPECT_EQ(Picture, Expected);
+}
+
+TEST(VideoProcessFrame, WithKeyingOffAPitchOfZeroStandsForRowsWithoutGaps)
+{
+    for (const auto& [Width, Height] : {std::pair{32, 16}, {33, 17}, {1, 1}}) {
+        OpenProcess p;
+        p.SetBrightness(0.4f);
+        p.SetSmoothingEnabled(1);
+        RgbPicture Picture = Scene(Width, Height, 9), Other = Picture;
+        const RgbPicture Before = Picture;
+        EXPECT_EQ(p.ProcessFrame(Width, Height, Picture.Bytes.data(), 0), 1);
+        EXPECT_EQ(p.ProcessFrame(Width, Height, Other.Bytes.data(), Width * 3), 1);
+        EXPECT_NE(Picture, Before);
+        EXPECT_EQ(Picture, Other);
+    }
 }
 
 TEST(VideoProcessFrame, ABottomUpFrameIsTreatedUpsideDown)
