@@ -60,9 +60,9 @@ DefaultMemoryAllocator::Block* DefaultMemoryAllocator::TakeRecord(size_t Size, u
     Block* pLastFree = nullptr;
     for (int32_t i = 0; i < m_Used; ++i) {
         Block& Record = m_pBlocks[i];
-        if (Record.MID || !Record.pMemory) continue;
-        if (Holds(Record.pMemory, Record.Size, Size, Align)) return &Record;
-        pLastFree = &Record;
+        if (Record.MID) continue;
+        if (Record.pMemory && Holds(Record.pMemory, Record.Size, Size, Align)) return &Record;
+        pLastFree = &Record; // also one that could not get its block
     }
     if (m_Used < m_Capacity) return &m_pBlocks[m_Used++];
     if (pLastFree) {

@@ -2,18 +2,19 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 
 namespace UMC {
 
 struct os_section {
-    std::recursive_mutex* pMutex = nullptr; // null: not initialised
+    std::optional<std::recursive_mutex> Mutex; // in place, so that a lock can be had when memory cannot
 };
 
-bool os_section_init(os_section& Section); // false when memory is exhausted; a second call changes nothing
+void os_section_init(os_section& Section); // a second call changes nothing
 void os_section_destroy(os_section& Section);
 void os_section_lock(os_section& Section); // the section must be valid
 void os_section_unlock(os_section& Section);
-inline bool os_section_is_valid(const os_section& Section) { return Section.pMutex != nullptr; }
+inline bool os_section_is_valid(const os_section& Section) { return Section.Mutex.has_value(); }
 
 /// The same as an object.
 class Mutex

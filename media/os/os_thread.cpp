@@ -3,8 +3,8 @@
 #include "platform/thread_priority.h"
 
 #include <atomic>
+#include <exception>
 #include <new>
-#include <system_error>
 #include <thread>
 
 namespace UMC {
@@ -31,7 +31,8 @@ static void CloseHandle(os_thread& Thread)
 
 bool os_thread_create(os_thread& Thread, os_thread_function pFunction, void* pArgument)
 {
-    if (!pFunction || !os_section_init(Thread.Section)) return false;
+    if (!pFunction) return false;
+    os_section_init(Thread.Section);
     os_thread_wait(Thread);
     os_section_lock(Thread.Section);
     auto* const pState = new (std::nothrow) os_thread_state;
@@ -43,7 +44,7 @@ bool os_thread_create(os_thread& Thread, os_thread_function pFunction, void* pAr
                 pState->bEnded = true;
             });
             Thread.pState = pState;
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) { // no thread to be had, or no memory for one
             delete pState;
             bStarted = false;
         }

@@ -33,7 +33,7 @@ void OnKill(int)
 
 void* ThreadMain(void* pArgument)
 {
-    const std::unique_ptr<Work> pOwn(static_cast<Work*>(pArgument));
+    const auto* const pOwn = static_cast<const Work*>(pArgument);
     sigset_t Unblocked;
     sigemptyset(&Unblocked);
     sigaddset(&Unblocked, KillSignal());
@@ -84,10 +84,11 @@ BoundedResult RunWithTimeout(void (*pWork)(void* pContext), void* pContext, uint
     auto pOwn = std::make_unique<Work>(Work{pWork, pContext});
     pthread_t Thread;
     if (pthread_create(&Thread, nullptr, ThreadMain, pOwn.get()) != 0) return BoundedResult::NotStarted;
-    static_cast<void>(pOwn.release()); // the thread's now
     const timespec Until = Deadline(Milliseconds);
     if (pthread_clockjoin_np(Thread, nullptr, kClock, &Until) == 0) return BoundedResult::Finished;
-    return Kill(Thread);
+    const BoundedResult Result = Kill(Thread);
+    if (Result == BoundedResult::Abandoned) static_cast<void>(pOwn.release()); // the thread's now
+    return Result;
 }
 
 } // namespace platform

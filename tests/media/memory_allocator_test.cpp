@@ -1,5 +1,6 @@
 // The default allocator: blocks by handle, kept for reuse.
 #include "media/umc_default_memory_allocator.h"
+#include "tests/support/failing_allocation.h"
 
 #include <gtest/gtest.h>
 
@@ -134,4 +135,87 @@ TEST(MemoryAllocator, ServesManyThreads)
             }
         });
     for (std::thread& Thread : Threads) Thread.join();
+}
+
+TEST(MemoryAllocator, AlignmentsUpToTheLargestAreKeptForWholeBlocks)
+{
+    DefaultMemoryAllocator Allocator;
+    for (uint32_t Align = 64; Align <= 1048576; Align *= 2)
+        for (const size_t Size : {size_t{1}, size_t{127}, size_t{5000}}) {
+            MemID Mid;
+            ASSERT_EQ(Allocator.Alloc(&Mid, Size, 0, Align), StatusOk);
+            auto* const pBlock = static_cast<uint8_t*>(Allocator.Lock(Mid));
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(pBlock) % Align, 0u) << Align;
+            std::memset(pBlock, 1, Size); // the sanitizer watches its end
+        }
+}
+
+TEST(MemoryAllocator, AFreedBlockIsUsedAgainWhereItHoldsTheSizeBehindItsAlignedStart)
+{
+    for (const uint32_t Align : {128u, 256u, 4096u})
+        for (size_t Size = 1; Size < 120; Size += 7) {
+            DefaultMemoryAllocator Allocator;
+            MemID Mid;
+            constexpr size_t kSize = 100, kAlign = 16, kCapacity = kSize + kAlign;
+            ASSERT_EQ(Allocator.Alloc(&Mid, kSize, 0, kAlign), StatusOk);
+            const auto Start = reinterpret_cast<uintptr_t>(Allocator.Lock(Mid));
+            Allocator.Unlock(Mid);
+            Allocator.Free(Mid);
+            const size_t Skip = (Start + Align - 1) / Align * Align - Start;
+            const FailingAllocation Count(0);
+            ASSERT_EQ(Allocator.Alloc(&Mid, Size, 0, Align), StatusOk);
+            const bool bHeld = Skip + Size <= kCapacity;
+            EXPECT_EQ(FailingAllocation::Requests(), bHeld ? 0u : 1u) << Align << " " << Size << " " << Skip;
+            auto* const pBlock = static_cast<uint8_t*>(Allocator.Lock(Mid));
+            if (bHeld) {
+                EXPECT_EQ(reinterpret_cast<uintptr_t>(pBlock), Start + Skip);
+            }
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(pBlock) % Align, 0u);
+            std::memset(pBlock, 1, Size);
+        }
+}
+
+TEST(MemoryAllocator, SizesThatComeAndGoHoldNoMoreMemory)
+{
+    const FailingAllocation Count(0);
+    DefaultMemoryAllocator Allocator;
+    for (int Round = 0; Round < 50; ++Round) {
+        MemID Mids[6];
+        for (size_t i = 0; i < 6; ++i)
+            ASSERT_EQ(Allocator.Alloc(&Mids[i], 100 + 1000 * ((static_cast<size_t>(Round) + i) % 7), 0, 128), StatusOk);
+        for (const MemID Mid : Mids) ASSERT_EQ(Allocator.Free(Mid), StatusOk);
+        EXPECT_LE(FailingAllocation::BlocksHeld(), 9); // eight records at most, and the table
+        EXPECT_EQ(Allocator.GetCapacity(), 8);
+    }
+    const size_t Before = FailingAllocation::Requests();
+    for (int Round = 0; Round < 50; ++Round) { // at one size no system allocator is reached
+        MemID Mid;
+        ASSERT_EQ(Allocator.Alloc(&Mid, 100, 0, 16), StatusOk);
+        ASSERT_EQ(Allocator.Free(Mid), StatusOk);
+    }
+    EXPECT_LE(FailingAllocation::Requests(), Before + 1);
+    Allocator.Close();
+    EXPECT_EQ(FailingAllocation::BlocksHeld(), 0);
+}
+
+TEST(MemoryAllocator, ABlockThatCouldNotBeHadLeavesTheOthersAndNoRecord)
+{
+    DefaultMemoryAllocator Allocator;
+    MemID Mid, Kept;
+    {
+        const FailingAllocation Fail(1, FailingAllocation::After::Fail);
+        EXPECT_EQ(Allocator.Alloc(&Kept, 50, 0, 16), StatusAllocFailed); // not even a table
+        EXPECT_EQ(Kept, 0u);
+    }
+    ASSERT_EQ(Allocator.Alloc(&Kept, 50, 0, 16), StatusOk);
+    void* const pKept = Allocator.Lock(Kept);
+    for (int i = 0; i < 40; ++i) {
+        const FailingAllocation Fail(1, FailingAllocation::After::Fail);
+        EXPECT_EQ(Allocator.Alloc(&Mid, 500, 0, 16), StatusAllocFailed);
+        EXPECT_EQ(Mid, 0u);
+        EXPECT_EQ(Allocator.Lock(Mid), nullptr);
+    }
+    EXPECT_EQ(Allocator.GetCapacity(), 8);
+    EXPECT_EQ(Allocator.Lock(Kept), pKept);
+    EXPECT_EQ(Allocator.Alloc(&Mid, 500, 0, 16), StatusOk);
 }

@@ -4,6 +4,7 @@
 #include "media/os/os_section.h"
 #include "media/os/os_system.h"
 #include "media/os/os_thread.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -110,6 +111,49 @@ TEST(OsSection, IsRecursive)
     EXPECT_TRUE(Lock.IsValid());
     const AutomaticMutex Outer(Lock);
     const AutomaticMutex Inner(Lock);
+}
+
+TEST(OsSection, NeedsNoMemory)
+{
+    const FailingAllocation Fail(1, FailingAllocation::After::Fail);
+    Mutex Lock;
+    EXPECT_TRUE(Lock.IsValid());
+    const AutomaticMutex Held(Lock);
+    EXPECT_FALSE(Fail.Failed());
+}
+
+TEST(OsSection, IsThereFromItsInitToItsDestruction)
+{
+    os_section Section;
+    EXPECT_FALSE(os_section_is_valid(Section));
+    os_section_init(Section);
+    os_section_lock(Section);
+    os_section_init(Section); // changes nothing: still held
+    std::thread([&] { EXPECT_FALSE(Section.Mutex->try_lock()); }).join();
+    os_section_unlock(Section);
+    os_section_destroy(Section);
+    EXPECT_FALSE(os_section_is_valid(Section));
+}
+
+TEST(OsThread, OneThatFindsNoMemoryIsNotStarted)
+{
+    const auto Body = [](void* p) -> uint32_t {
+        ++*static_cast<std::atomic<int>*>(p);
+        return 0;
+    };
+    std::atomic<int> Runs{0};
+    os_thread Thread;
+    size_t n = 0;
+    for (bool bStarted = false; !bStarted; ++n) {
+        ASSERT_LT(n, 20u);
+        const FailingAllocation Fail(n + 1);
+        bStarted = os_thread_create(Thread, Body, &Runs);
+        EXPECT_EQ(bStarted, !Fail.Failed());
+        EXPECT_EQ(os_thread_is_valid(Thread) || Runs == 1, bStarted);
+    }
+    EXPECT_GE(n, 3u); // its record, and what the thread starts with
+    os_thread_close(Thread);
+    EXPECT_EQ(Runs, 1);
 }
 
 TEST(OsFile, WritesReadsSeeksAndTellsSizes)
