@@ -63,7 +63,7 @@ void TaskSupplier::SetPlaybackRate(double Rate) { m_PlaybackMode = std::abs(Rate
 
 void TaskSupplier::Reset()
 {
-    if (!m_pDpb) return;
+    if (!m_pBroker) return; // nor is there all of what Init makes before it
     m_pBroker->Reset();
     for (H264DecoderFrame* p = m_pDpb->Head(); p; p = p->m_pNext) DiscardFrame(p);
     m_LocalNotifiers.Clear();
