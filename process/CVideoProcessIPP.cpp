@@ -274,22 +274,23 @@ void CVideoProcessIPP::UpdateScaledBackground()
 {
     const WLockGuard Held(m_pLock.get());
     m_bBackgroundChanged = 0;
-    if (m_pBackground) ScaleBackground();
+    // Without memory this frame shows black, or the picture before, rather than what the key is to hide.
+    if (m_pBackground && !ScaleBackground()) m_bBackgroundChanged = 1; // the next frame tries again
 }
 
-void CVideoProcessIPP::ScaleBackground()
+bool CVideoProcessIPP::ScaleBackground()
 {
+    m_bBackgroundReady = 1;
     const int32_t Pitch = m_BackgroundWidth * 4, ScaledPitch = m_Width * 4;
     if (m_BackgroundWidth == m_Width && m_BackgroundHeight == m_Height) {
         libyuv::ARGBCopy(m_pBackground.get(), Pitch, m_pScaledBackground.get(), ScaledPitch, m_Width, m_Height);
-    } else {
-        const CropRectangle Crop = FitBackground(m_Width, m_Height, m_BackgroundWidth, m_BackgroundHeight);
-        kernels::Resize8uC4(m_pBackground.get(), m_BackgroundWidth, m_BackgroundHeight, Pitch, Crop.X, Crop.Y,
-                            Crop.Width, Crop.Height, m_pScaledBackground.get(), ScaledPitch, m_Width, m_Height,
-                            static_cast<double>(m_Width) / Crop.Width, static_cast<double>(m_Height) / Crop.Height,
-                            kernels::kCubic);
+        return true;
     }
-    m_bBackgroundReady = 1;
+    const CropRectangle Crop = FitBackground(m_Width, m_Height, m_BackgroundWidth, m_BackgroundHeight);
+    return kernels::Resize8uC4(m_pBackground.get(), m_BackgroundWidth, m_BackgroundHeight, Pitch, Crop.X, Crop.Y,
+                               Crop.Width, Crop.Height, m_pScaledBackground.get(), ScaledPitch, m_Width, m_Height,
+                               static_cast<double>(m_Width) / Crop.Width, static_cast<double>(m_Height) / Crop.Height,
+                               kernels::kCubic) != kernels::kStatusNoMemory;
 }
 
 void CVideoProcessIPP::Composite()

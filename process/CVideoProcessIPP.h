@@ -85,6 +85,6 @@ private:
     void SmoothLuma();
     void ApplyBrightness();
     void UpdateScaledBackground();
-    void ScaleBackground();
+    bool ScaleBackground(); // false when memory is exhausted
     void Composite();
 };

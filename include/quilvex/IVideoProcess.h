@@ -51,7 +51,8 @@ struct IVideoProcess {
     virtual float GetBrightness() = 0;
 
     /// Treats one picture in place. Always returns 1; a picture that cannot be treated (null, a size that is not
-    /// positive, a pitch below width * 3, exhausted memory) is left as it was.
+    /// positive, a pitch below width * 3) is left as it was. When memory is exhausted it is left as it was, or goes
+    /// without the smoothing or with a black background, and the next one is tried again.
     /// @note With keying off the rows are read without gaps whatever the pitch, so pass width * 3 (or minus that)
     ///       there; 0 stands for width * 3.
     virtual int32_t ProcessFrame(int32_t iWidth, int32_t iHeight, uint8_t* pRgb, int32_t iPitch) = 0;
