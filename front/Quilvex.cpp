@@ -3,7 +3,12 @@
 #include "front/selection.h"
 #include "process/CVideoProcessIPP.h"
 
-IVCodec* CreateVCodec(uint32_t id) { return SelectVCodec(id); }
+IVCodec* CreateVCodec(uint32_t id)
+try {
+    return SelectVCodec(id);
+} catch (...) {
+    return nullptr;
+}
 
 IVideoProcess* CreateVideoProcess(void)
 try {

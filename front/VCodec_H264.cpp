@@ -3,6 +3,7 @@
 #include "decoder/h264_video_decoder.h"
 #include "encoder/h264_encoder_params.h"
 #include "encoder/h264_video_encoder.h"
+#include "front/closed_decoders.h"
 #include "front/stdafx.h"
 
 #include <libyuv.h>
@@ -29,13 +30,38 @@ constexpr size_t kUnreadLimit = size_t{16} << 20;
 
 size_t Product(int32_t a, int32_t b, size_t c = 1) { return static_cast<size_t>(a) * static_cast<size_t>(b) * c; }
 
+// A step of the codec below as a status: nothing that it throws crosses the interface.
+template <class Step>
+Status StatusOf(Step&& Run)
+try {
+    return Run();
+} catch (const std::bad_alloc&) {
+    return StatusAllocFailed;
+} catch (...) {
+    return StatusFailed;
+}
+
+// Makes one object of a side; null when memory is exhausted.
+template <class Object>
+bool Make(Object*& pObject)
+{
+    pObject = new (std::nothrow) Object;
+    return pObject != nullptr;
+}
+
+template <class Object>
+void Delete(Object*& pObject)
+{
+    delete pObject;
+    pObject = nullptr;
+}
+
 // Closes and deletes one object of a side; false, and the object stays, when it does not close.
 template <class Object>
 bool CloseAndDelete(Object*& pObject)
 {
     if (pObject && pObject->Close() != StatusOk) return false;
-    delete pObject;
-    pObject = nullptr;
+    Delete(pObject);
     return true;
 }
 
@@ -79,20 +105,27 @@ int32_t CVCodec_H264::InitEncoder(int32_t PictureWidth, int32_t PictureHeight, i
     m_EncodeFrameLimit = kLaterLimit;
     m_EncodedFrames = 0;
 
-    m_pH264Encoder = new (std::nothrow) H264VideoEncoder;
-    m_pH264EncoderParams = new (std::nothrow) H264EncoderParams;
-    m_pEncoderInput = new (std::nothrow) VideoData;
-    m_pEncoderOutput = new (std::nothrow) MediaData;
     Status Result = StatusAllocFailed;
-    if (m_pH264Encoder && m_pH264EncoderParams && m_pEncoderInput && m_pEncoderOutput) {
+    if (MakeEncoder()) {
         FillEncoderParams();
-        Result = m_pH264Encoder->Init(m_pH264EncoderParams);
+        Result = StatusOf([this] { return m_pH264Encoder->Init(m_pH264EncoderParams); });
     }
     if (Result == StatusOk) return 1;
     LogError("qvlx - CVCodec_H264::InitEncoder() Failed err=%d. PictureWidth=%d PictureHeight=%d iFramesPerSecond=%d "
              "iKeyinterval=%d iKbps=%d",
              Result, PictureWidth, PictureHeight, iFramesPerSecond, iKeyinterval, iKbps);
     return 0;
+}
+
+// All objects of the encoder side or, when memory is exhausted, none.
+bool CVCodec_H264::MakeEncoder()
+{
+    if (Make(m_pH264Encoder) && Make(m_pH264EncoderParams) && Make(m_pEncoderInput) && Make(m_pEncoderOutput))
+        return true;
+    Delete(m_pH264Encoder);
+    Delete(m_pH264EncoderParams);
+    Delete(m_pEncoderInput);
+    return false;
 }
 
 void CVCodec_H264::FillEncoderParams()
@@ -126,7 +159,7 @@ int32_t CVCodec_H264::Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pdw
     m_pEncoderOutput->SetBufferPointer(OutBuf, Product(m_PictureWidth, m_PictureHeight, 3));
     m_pEncoderInput->SetFrameType(bForceKey == 1 && m_EncodedFrames != 0 ? I_PICTURE : NONE_PICTURE);
 
-    const Status Result = m_pH264Encoder->GetFrame(m_pEncoderInput, m_pEncoderOutput);
+    const Status Result = StatusOf([this] { return m_pH264Encoder->GetFrame(m_pEncoderInput, m_pEncoderOutput); });
     if (Result != StatusOk) {
         LogWarning("qvlx - CVCodec_H264::Encode() Encode Failed err=%d", Result);
         return 0;
@@ -165,8 +198,7 @@ bool CVCodec_H264::CloseEncoder()
 {
     if (!CloseAndDelete(m_pEncoderInput) || !CloseAndDelete(m_pEncoderOutput) || !CloseAndDelete(m_pH264Encoder))
         return false;
-    delete m_pH264EncoderParams;
-    m_pH264EncoderParams = nullptr;
+    Delete(m_pH264EncoderParams);
     m_PictureWidth = m_PictureHeight = m_iFramesPerSecond = m_BitsPerSecond = m_iKeyinterval = 0;
     m_EncodeFrameLimit = kLaterLimit;
     m_EncodedFrames = 0;
@@ -179,6 +211,7 @@ bool CVCodec_H264::CloseEncoder()
 int32_t CVCodec_H264::InitDecoder(int32_t PictureWidth, int32_t PictureHeight)
 {
     ASSERT_OR_RETURN((PictureWidth > 0) && (PictureHeight > 0), 0);
+    AbandonDecoder();
     m_bFirstDecode = true;
     m_PictureWidth = PictureWidth;
     m_PictureHeight = PictureHeight;
@@ -187,27 +220,45 @@ int32_t CVCodec_H264::InitDecoder(int32_t PictureWidth, int32_t PictureHeight)
     m_bDecoderOutputReady = false;
     m_Unread.Clear();
 
-    // Deliberate: no teardown first, a second call abandons what the first one made.
-    m_pH264Decoder = new (std::nothrow) H264VideoDecoder;
-    m_pH264DecoderParams = new (std::nothrow) VideoDecoderParams;
-    m_pDecoderOutput = new (std::nothrow) VideoData;
-    m_pDecoderInput = new (std::nothrow) MediaData;
     Status Result = StatusAllocFailed;
-    if (m_pH264Decoder && m_pH264DecoderParams && m_pDecoderOutput && m_pDecoderInput) {
-        VideoDecoderParams& Params = *m_pH264DecoderParams;
-        Params.m_Flags = 0;
-        Params.m_NumThreads = 1;
-        Params.m_Info.m_StreamType = kStreamTypeH264;
-        Params.m_Info.m_ColorFormat = YUV420;
-        Params.m_Info.m_Width = PictureWidth;
-        Params.m_Info.m_Height = PictureHeight;
-        Params.m_pData = m_pDecoderInput; // empty at this time
-        Result = m_pH264Decoder->Init(&Params);
+    if (MakeDecoder()) {
+        FillDecoderParams();
+        Result = StatusOf([this] { return m_pH264Decoder->Init(m_pH264DecoderParams); });
     }
     if (Result == StatusOk) return 1;
     LogError("qvlx - CVCodec_H264::InitDecoder() Failed err=%d. PictureWidth=%d PictureHeight=%d", Result, PictureWidth,
              PictureHeight);
     return 0;
+}
+
+// No teardown: what an earlier call made is given up, and the settings of the object stay for the caller to replace.
+void CVCodec_H264::AbandonDecoder()
+{
+    Delete(m_pDecoderOutput);
+    Delete(m_pDecoderInput);
+    if (LeaveDecoder(m_pH264Decoder)) m_pH264Decoder = nullptr;
+    Delete(m_pH264DecoderParams);
+}
+
+// All objects of the decoder side or, when memory is exhausted, none.
+bool CVCodec_H264::MakeDecoder()
+{
+    m_pH264Decoder = TakeDecoder();
+    if (m_pH264Decoder && Make(m_pH264DecoderParams) && Make(m_pDecoderOutput) && Make(m_pDecoderInput)) return true;
+    AbandonDecoder();
+    return false;
+}
+
+void CVCodec_H264::FillDecoderParams()
+{
+    VideoDecoderParams& Params = *m_pH264DecoderParams;
+    Params.m_Flags = 0;
+    Params.m_NumThreads = 1;
+    Params.m_Info.m_StreamType = kStreamTypeH264;
+    Params.m_Info.m_ColorFormat = YUV420;
+    Params.m_Info.m_Width = m_PictureWidth;
+    Params.m_Info.m_Height = m_PictureHeight;
+    Params.m_pData = m_pDecoderInput; // empty at this time
 }
 
 int32_t CVCodec_H264::Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType)
@@ -266,7 +317,7 @@ bool CVCodec_H264::PutData(uint8_t* pout)
 {
     if (!pout || !m_pDecoderOutput) return false;
     if (!m_bDecoderOutputReady) {
-        m_pDecoderOutput->Init(m_PictureWidth, m_PictureHeight, YUV420, 8);
+        if (m_pDecoderOutput->Init(m_PictureWidth, m_PictureHeight, YUV420, 8) != StatusOk) return false;
         m_bDecoderOutputReady = true;
     }
     const auto Size = static_cast<size_t>(static_cast<double>(m_PictureWidth) * m_PictureHeight * 1.5);
@@ -288,15 +339,12 @@ bool CVCodec_H264::CloseDecoder()
 {
     if (!CloseAndDelete(m_pDecoderOutput) || !CloseAndDelete(m_pDecoderInput)) return false;
     if (m_pH264Decoder) {
-        if (m_pH264Decoder->Close() != StatusOk) return false;
-        // Deliberate: the deletion acts on the encoder's pointer, null by now. The closed decoder object stays
-        // allocated.
-        delete m_pH264Encoder;
-        m_pH264Encoder = nullptr;
+        if (!LeaveDecoder(m_pH264Decoder)) return false;
+        // Deliberate: the deletion acts on the encoder's pointer, null by now. The closed decoder stays allocated.
+        Delete(m_pH264Encoder);
         m_pH264Decoder = nullptr;
     }
-    delete m_pH264DecoderParams;
-    m_pH264DecoderParams = nullptr;
+    Delete(m_pH264DecoderParams);
     m_PictureWidth = m_PictureHeight = 0;
     m_DecodeFrameLimit = kLaterLimit;
     m_DecodedFrames = 0;

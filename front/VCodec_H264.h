@@ -39,11 +39,15 @@ public:
 protected:
     bool PutData(uint8_t* pout);
     bool PrepareEncoderInput(const uint8_t* InBuf);
-    void FillEncoderParams();
     int32_t FeedDecoder(const uint8_t* pBytes, size_t Length);
     int32_t DecodeOnce(const uint8_t* pBytes, size_t Length, size_t& Left);
     int32_t StandInPicture(uint8_t* OutBuf);
+    bool MakeEncoder();
+    void FillEncoderParams();
     bool CloseEncoder();
+    bool MakeDecoder();
+    void FillDecoderParams();
+    void AbandonDecoder();
     bool CloseDecoder();
 
     // Limits of pictures; the tests are for equality with the counters. The two numbers in use differ deliberately.
