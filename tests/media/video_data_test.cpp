@@ -1,8 +1,10 @@
 // VideoData: a picture in planes.
 #include "media/umc_video_data.h"
+#include "tests/support/failing_allocation.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <vector>
 
 using namespace UMC;
@@ -251,4 +253,71 @@ TEST(VideoData, ARegionNarrowsThePicture)
     EXPECT_EQ(Picture.GetWidth(), 6);
     EXPECT_EQ(PlaneOf(Picture, 1).m_Width, 3);
     EXPECT_EQ(PlaneOf(Picture, 1).m_Height, 1);
+}
+
+TEST(VideoData, LargeAlignmentsHoldForEveryRowOfOwnedPixels)
+{
+    for (const int32_t Alignment : {128, 256, 4096}) {
+        VideoData Picture;
+        ASSERT_EQ(Picture.SetAlignment(Alignment), StatusOk);
+        ASSERT_EQ(Picture.Init(100, 30, YUV420, 8), StatusOk);
+        ASSERT_EQ(Picture.Alloc(), StatusOk);
+        for (int32_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(Picture.Plane(i)) % static_cast<uintptr_t>(Alignment), 0u);
+            EXPECT_EQ(Picture.Pitch(i) % Alignment, 0);
+        }
+        EXPECT_EQ(Picture.GetDataPointer(), Picture.Plane(0));
+        EXPECT_EQ(Picture.GetDataSize(), Picture.GetMappingSize());
+        std::memset(Picture.Plane(0), 1, Picture.GetMappingSize()); // the sanitizer watches its end
+    }
+}
+
+TEST(VideoData, PicturesOfChangingSizeHoldNoMoreMemory)
+{
+    const FailingAllocation Count(0);
+    {
+        VideoData Picture, Copy;
+        for (int Round = 0; Round < 60; ++Round) {
+            const int32_t Size = 16 + 40 * (Round * 5 % 7);
+            ASSERT_EQ(Picture.SetAlignment(Round % 2 ? 1 : 128), StatusOk);
+            ASSERT_EQ(Picture.Init(Size, 300 - Size, Round % 3 ? YUV420 : YUVA444, 8), StatusOk);
+            EXPECT_EQ(Picture.Plane(0), nullptr) << "the pixels of another size are gone";
+            ASSERT_EQ(Picture.Alloc(), StatusOk);
+            ASSERT_EQ(Picture.Alloc(), StatusOk); // and again over the first
+            std::memset(Picture.Plane(0), 1, Picture.GetMappingSize());
+            Copy = Picture;
+            EXPECT_LE(FailingAllocation::BlocksHeld(), 3); // the pixels and two arrays of planes
+        }
+        ASSERT_EQ(Picture.ReleaseImage(), StatusOk);
+        EXPECT_LE(FailingAllocation::BlocksHeld(), 2);
+    }
+    EXPECT_EQ(FailingAllocation::BlocksHeld(), 0);
+}
+
+TEST(VideoData, WithoutMemoryThereIsAStatusAndNoPixels)
+{
+    VideoData Picture;
+    {
+        const FailingAllocation Fail(1);
+        EXPECT_EQ(Picture.Init(32, 16, YUV420, 8), StatusAllocFailed);
+    }
+    EXPECT_EQ(Picture.GetPlaneCount(), 0);
+    ASSERT_EQ(Picture.Init(32, 16, YUV420, 8), StatusOk);
+    {
+        const FailingAllocation Fail(1);
+        EXPECT_EQ(Picture.Alloc(), StatusAllocFailed);
+    }
+    EXPECT_EQ(Picture.Plane(0), nullptr);
+    {
+        VideoData Copy;
+        const FailingAllocation Fail(1);
+        Copy = Picture;
+        EXPECT_EQ(Copy.GetPlaneCount(), 0);
+    }
+    EXPECT_EQ(Picture.Alloc(), StatusOk);
+    MediaData Bytes;
+    const FailingAllocation Fail(1);
+    EXPECT_EQ(Bytes.Alloc(100), StatusAllocFailed);
+    EXPECT_EQ(Bytes.GetBufferSize(), 0u);
+    EXPECT_EQ(Bytes.Alloc(100), StatusOk);
 }
