@@ -35,7 +35,8 @@ struct IVideoProcess {
     /// A green: 69, 250, 92.
     virtual int32_t GetDefaultKeyColor(uint8_t* pR, uint8_t* pG, uint8_t* pB) = 0;
     /// How far from the key, in levels of chroma, a colour is still background; it is foreground from about a tenth
-    /// more on, and a mixture between.
+    /// more on, and a mixture between. A distance of -1 to -9 turns this round: colours as near as that stay, and all
+    /// others are replaced.
     virtual int32_t SetKeyDistance(int32_t iDistance) = 0;
     virtual int32_t GetKeyDistance(int32_t* pDistance) = 0;
     /// 60.

@@ -23,7 +23,8 @@ extern "C" {
 ///            software codec to fall back on, 2 the Intel software implementation with the same fallback, 11 hardware
 ///            only, anything else the software codec at once.
 /// @return    An object with reference count 1 that the caller owns; null when mode 11 finds no hardware or memory is
-///            exhausted. A driver that crashes or hangs meanwhile costs a bounded delay, never the process.
+///            exhausted. A driver that crashes meanwhile does not take the process with it, and the AMD driver, when it
+///            hangs, costs a bounded delay.
 /// @note      From any thread, several at once.
 QUILVEX_API IVCodec* CreateVCodec(uint32_t id);
 
