@@ -281,26 +281,30 @@ int32_t CVCodec_H264::Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutB
     return 1;
 }
 
-// Gives the decoder what it left unread in the calls before and the new bytes, and keeps what it leaves of both. A
-// client that goes on handing over several pictures a call gets the newest of them: the memory is bounded.
+// Gives the decoder what it left unread in the calls before and the new bytes, and keeps what it leaves of both.
 int32_t CVCodec_H264::FeedDecoder(const uint8_t* pBytes, size_t Length)
-try {
-    const bool bQueued = m_Unread.Size() != 0;
-    if (bQueued) m_Unread.Append(pBytes, Length);
-    Status Result = StatusNotEnoughData;
-    for (size_t Left = bQueued ? m_Unread.Size() : Length, Before = SIZE_MAX; Left < Before;) {
-        Before = Left;
-        const Status Now = DecodeOnce(bQueued ? m_Unread.Data() : pBytes + (Length - Left), Before, Left);
-        if (bQueued) m_Unread.Drop(Before - Left);
-        if (Result != StatusOk) Result = Now;
-        if (Left > kUnreadLimit) continue;
-        if (!bQueued && Left > kLeastInput) m_Unread.Append(pBytes + (Length - Left), Left);
-        return Result;
-    }
-    m_Unread.Clear(); // it does not get on: memory is exhausted
-    return Result;
-} catch (const std::bad_alloc&) {
+{
+    if (m_Unread.Size() != 0) return m_Unread.Append(pBytes, Length) ? FeedUnread() : Status{StatusAllocFailed};
+    size_t Left = 0;
+    const Status Result = DecodeOnce(pBytes, Length, Left);
+    if (Left <= kLeastInput || m_Unread.Append(pBytes + (Length - Left), Left) || Result == StatusOk) return Result;
     return StatusAllocFailed;
+}
+
+// A client that goes on handing over several pictures a call gets the newest of them: the memory is bounded.
+int32_t CVCodec_H264::FeedUnread()
+{
+    Status Result = StatusNotEnoughData;
+    size_t Left = m_Unread.Size(), Before;
+    do {
+        Before = Left;
+        const Status Now = DecodeOnce(m_Unread.Data(), Before, Left);
+        m_Unread.Drop(Before - Left);
+        if (Result != StatusOk) Result = Now;
+    } while (Left > kUnreadLimit && Left < Before);
+    // What is too short for the decoder goes, and so does everything when that does not get on: it is out of memory.
+    if (Left <= kLeastInput || Left > kUnreadLimit) m_Unread.Clear();
+    return Result;
 }
 
 // One call of the decoder. Left receives the bytes that it did not take.

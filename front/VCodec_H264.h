@@ -40,6 +40,7 @@ protected:
     bool PutData(uint8_t* pout);
     bool PrepareEncoderInput(const uint8_t* InBuf);
     int32_t FeedDecoder(const uint8_t* pBytes, size_t Length);
+    int32_t FeedUnread();
     int32_t DecodeOnce(const uint8_t* pBytes, size_t Length, size_t& Left);
     int32_t StandInPicture(uint8_t* OutBuf);
     bool MakeEncoder();

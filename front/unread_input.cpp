@@ -1,6 +1,14 @@
 #include "front/unread_input.h"
 
-void UnreadInput::Append(const uint8_t* pBytes, size_t Size) { m_Bytes.insert(m_Bytes.end(), pBytes, pBytes + Size); }
+#include <new>
+
+bool UnreadInput::Append(const uint8_t* pBytes, size_t Size)
+try {
+    m_Bytes.insert(m_Bytes.end(), pBytes, pBytes + Size);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
 
 void UnreadInput::Drop(size_t Size)
 {

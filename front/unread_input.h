@@ -12,7 +12,7 @@ public:
     const uint8_t* Data() const { return m_Bytes.data() + m_Begin; }
     size_t Size() const { return m_Bytes.size() - m_Begin; }
 
-    void Append(const uint8_t* pBytes, size_t Size); // throws std::bad_alloc, and holds what it held then
+    bool Append(const uint8_t* pBytes, size_t Size); // false when memory is exhausted: it then holds what it held
     void Drop(size_t Size);                          // from the front; Size up to Size()
     void Clear();                                    // gives the memory back
 
