@@ -9,16 +9,20 @@ uint32_t H264Bitstream::GetLongUE(uint32_t Zeros)
     return (1u << Zeros) - 1 + GetBits(Zeros);
 }
 
-bool H264Bitstream::MoreRbspData() const
+// Looked for once: a unit may hold a question after each of its bytes.
+int64_t H264Bitstream::DataBits()
 {
-    if (BytesLeft() <= 0) return false;
-    H264Bitstream Ahead = *this;
-    Ahead.SkipBits(1); // the stop bit, if no data are left
-    if (!Ahead.IsByteAligned() && Ahead.GetBits(static_cast<uint32_t>(Ahead.m_BitOffset & 7) + 1) != 0) return true;
-    for (int32_t Left = Ahead.BytesLeft(); Left > 0; --Left)
-        if (Ahead.GetBits(8) != 0) return true;
-    return false;
+    if (m_DataBits >= 0) return m_DataBits;
+    uint32_t Words = (m_UnitSize + 3) / 4;
+    const uint32_t Beyond = Words * 4 - m_UnitSize;
+    uint32_t Word = Words > 0 ? m_pBase[Words - 1] & ~uint32_t{0} << (8 * Beyond) : 0;
+    while (Word == 0 && Words > 1) Word = m_pBase[--Words - 1];
+    m_DataBits = Word != 0 ? int64_t{Words} * 32 - std::countr_zero(Word) : 0;
+    return m_DataBits;
 }
+
+// The bit in hand would be the stop bit; a 1 behind it tells that it is none.
+bool H264Bitstream::MoreRbspData() { return BytesLeft() > 0 && int64_t{BitsDecoded()} + 1 < DataBits(); }
 
 int32_t H264Bitstream::CheckStartCode()
 {

@@ -20,7 +20,18 @@ public:
         m_pBase = m_pCurrent = pWords;
         m_BitOffset = 31;
         m_UnitSize = Size;
+        m_DataBits = -1;
     }
+    // Goes on at the same position of a copy of the unit's first Size bytes.
+    void MoveTo(const uint32_t* pWords, uint32_t Size)
+    {
+        m_pCurrent = pWords + (m_pCurrent - m_pBase);
+        m_pBase = pWords;
+        m_UnitSize = Size;
+    }
+    const uint32_t* Words() const { return m_pBase; }
+    uint32_t UnitSize() const { return m_UnitSize; } // bytes
+    int64_t DataBits();                              // of the unit, up to and with its last 1
 
     // n in 1..32. With 32 the bits are consumed and 0 is returned: deliberate, the VUI's 32-bit fields read as 0.
     uint32_t GetBits(uint32_t n)
@@ -76,9 +87,9 @@ public:
         if (!IsByteAligned()) SkipBits(static_cast<uint32_t>(m_BitOffset & 7) + 1);
     }
 
-    bool MoreRbspData() const; // clause 7.2, with only trailing zero bytes taken for padding
-    int32_t CheckStartCode();  // 1 passed one, 0 not at one (position restored), -1 no data left
-    int32_t FindStartCode();   // 0 found, -882 end of the unit
+    bool MoreRbspData();      // clause 7.2, with only trailing zero bytes taken for padding
+    int32_t CheckStartCode(); // 1 passed one, 0 not at one (position restored), -1 no data left
+    int32_t FindStartCode();  // 0 found, -882 end of the unit
     void GetNalHeader(int32_t& nal_unit_type, uint32_t& nal_ref_idc);
 
     // Position, for the CABAC engine and for PCM samples.
@@ -96,7 +107,8 @@ private:
     const uint32_t* m_pCurrent = nullptr; // word being read
     int32_t m_BitOffset = 31;             // next bit in it, 31 down to 0
     const uint32_t* m_pBase = nullptr;
-    uint32_t m_UnitSize = 0; // bytes
+    uint32_t m_UnitSize = 0;
+    int64_t m_DataBits = -1; // -1: not looked for yet
 };
 
 } // namespace UMC

@@ -62,7 +62,7 @@ inline bool H264Deblocker::VectorsDiffer(H264DecoderMotionVector a, H264DecoderM
 
 const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
 {
-    return FindRefPicList(*m_Decoder.m_pFrame, m_Decoder.m_IsBottom ? 1 : 0, m_pGlobal[Mb].SliceId);
+    return m_Decoder.m_pFrame->RefPicListOf(m_pGlobal[Mb].SliceId);
 }
 
 // Blocks i and j of the frame's arrays, i in this slice and j in one whose lists are pOther, with motion of list 0

@@ -109,14 +109,15 @@ void DeriveSpatial(H264SegmentDecoder& d, uint32_t Quadrants, const SpatialMotio
 void BuildColMap(H264SegmentDecoder& d, int32_t ColSlice)
 {
     d.m_ColMapSlice = ColSlice;
-    const H264DecoderRefPicList* const pCol = FindRefPicList(*d.m_pColFrame, 0, ColSlice);
-    const H264RefList& Own = d.m_pRefPicList->List[0];
+    const H264RefPicIndices* const pCol = d.m_pColFrame->RefPicIndicesOf(ColSlice);
+    int8_t ByFrame[kMaxFrames] = {}; // our index of each frame
+    for (int i = d.m_ActiveRefs[0] - 1; i >= 0; --i)
+        if (const H264DecoderFrame* const p = d.m_pRefPicList->List[0].Frame[i]; p && p->m_Index >= 0)
+            ByFrame[p->m_Index] = static_cast<int8_t>(i);
     for (int List = 0; List < 2; ++List)
         for (int i = 0; i < 32; ++i) {
-            const H264DecoderFrame* const pFrame = pCol ? pCol->List[List].Frame[i] : nullptr;
-            const auto* const pEnd = Own.Frame + d.m_ActiveRefs[0];
-            const auto* const pFound = std::find(Own.Frame, pEnd, pFrame);
-            d.m_ColMap[List][i] = static_cast<int8_t>(pFrame && pFound != pEnd ? pFound - Own.Frame : 0);
+            const int Index = pCol ? pCol->Index[List][i] : H264RefPicIndices::kNone;
+            d.m_ColMap[List][i] = Index < kMaxFrames ? ByFrame[Index] : int8_t{0};
         }
 }
 
@@ -141,7 +142,7 @@ void DeriveTemporal(H264SegmentDecoder& d, uint32_t Quadrants)
         if (ColRef < 0 || ColRef >= 32) return Zero;
         const H264DecoderMotionVector ColMv = Col.m_pMv[List][i];
         Motion m{{d.m_ColMap[List][ColRef], 0}, {ColMv, {0, 0}}};
-        const int Factor = d.m_pRefPicList->DistScaleFactor[m.Ref[0]];
+        const int Factor = d.m_DirectTables.DistScaleFactor[m.Ref[0]];
         if (Factor != kNotScaled) {
             m.Mv[0] = {ScaleMv(Factor, ColMv.mvx), ScaleMv(Factor, ColMv.mvy)};
             m.Mv[1] = {static_cast<int16_t>(m.Mv[0].mvx - ColMv.mvx), static_cast<int16_t>(m.Mv[0].mvy - ColMv.mvy)};

@@ -52,20 +52,25 @@ int16_t ImplicitWeight(int32_t Current, const ListEntry& Entry0, const ListEntry
 
 } // namespace
 
-void ComputeDirectTables(H264Slice& Slice)
+int32_t OrderCountOfSlice(const H264DecoderFrame& Frame, const SliceHeaderFields& Header)
 {
-    H264DecoderRefPicList& Lists = *Slice.m_pRefPicList;
+    return OrderCountOf(Frame, Header.field_pic_flag != 0, Header.bottom_field_flag);
+}
+
+void ComputeDirectTables(const H264Slice& Slice, H264DirectTables& Tables)
+{
+    const H264DecoderRefPicList& Lists = *Slice.m_pRefPicList;
     const bool IsField = Slice.m_Header.field_pic_flag != 0;
-    const int32_t Current = OrderCountOf(*Slice.m_pFrame, IsField, Slice.m_Header.bottom_field_flag);
+    const int32_t Current = Slice.m_PicOrderCnt;
     const ListEntry Colocated = EntryOf(Lists.List[1], 0, IsField);
     for (int i = 0; i < Slice.m_Header.num_ref_idx_l0_active; ++i) {
         const ListEntry Entry0 = EntryOf(Lists.List[0], i, IsField);
         const bool IsScaled = Entry0.IsThere && !Entry0.IsLongTerm && Entry0.OrderCount != Colocated.OrderCount;
-        Lists.DistScaleFactor[i] =
+        Tables.DistScaleFactor[i] =
             IsScaled ? ScaleFactor(Current, Entry0.OrderCount, Colocated.OrderCount) : kNoScaling;
         if (Slice.m_pPicParamSet->weighted_bipred_idc != 2) continue;
         for (int j = 0; j < Slice.m_Header.num_ref_idx_l1_active; ++j)
-            Lists.ImplicitWeight[i][j] = ImplicitWeight(Current, Entry0, EntryOf(Lists.List[1], j, IsField));
+            Tables.ImplicitWeight[i][j] = ImplicitWeight(Current, Entry0, EntryOf(Lists.List[1], j, IsField));
     }
 }
 

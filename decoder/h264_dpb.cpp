@@ -7,7 +7,6 @@ namespace UMC {
 namespace {
 
 constexpr int32_t kFrameNumWrapLimit = 0x0FFFFFFF; // more than any FrameNumWrap
-constexpr int32_t kMaxFrames = 32;
 
 bool HasShortTerm(const H264DecoderFrame& Frame) { return Frame.m_IsShortTerm[0] || Frame.m_IsShortTerm[1]; }
 bool HasLongTerm(const H264DecoderFrame& Frame) { return Frame.m_IsLongTerm[0] || Frame.m_IsLongTerm[1]; }
@@ -57,6 +56,12 @@ void H264DecoderFrameList::Unlink(H264DecoderFrame* pFrame)
 {
     (pFrame->m_pPrev ? pFrame->m_pPrev->m_pNext : m_pHead) = pFrame->m_pNext;
     (pFrame->m_pNext ? pFrame->m_pNext->m_pPrev : m_pTail) = pFrame->m_pPrev;
+}
+
+void H264DecoderFrameList::Remove(H264DecoderFrame* pFrame)
+{
+    Unlink(pFrame);
+    delete pFrame;
 }
 
 void H264DecoderFrameList::MoveToTail(H264DecoderFrame* pFrame)

@@ -21,6 +21,7 @@ public:
     H264DecoderFrame* Tail() const { return m_pTail; }
     void Append(H264DecoderFrame* pFrame);     // takes ownership
     void MoveToTail(H264DecoderFrame* pFrame); // a frame of this list
+    void Remove(H264DecoderFrame* pFrame);     // deletes it
 
 protected:
     void Unlink(H264DecoderFrame* pFrame);

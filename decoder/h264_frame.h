@@ -4,11 +4,12 @@
 #include "decoder/h264_headers.h"
 #include "decoder/h264_heap.h"
 #include "decoder/h264_mb_info.h"
-#include "decoder/h264_notify.h"
 #include "decoder/h264_ref_pic_list.h"
 #include "decoder/h264_sei.h"
 #include "media/umc_status.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -18,6 +19,7 @@ namespace UMC {
 class H264Slice;
 class MemoryAllocator;
 class H264DecoderFrame;
+class LocalMbMemory;
 
 struct PictureSize {
     int32_t Width = 0, Height = 0; // luma samples
@@ -85,8 +87,11 @@ struct H264DecoderFrameInfo {
     std::vector<H264Slice*> m_DoneSlices;
     AuStatus m_Status = AuStatus::Empty;
     int32_t m_NextDecodeMb = 0, m_NextReconstructMb = 0;
-    bool m_NeedsDeblocking = false; // any slice has disable_deblocking_filter_idc other than 1
+    size_t m_NextToDecode = 0, m_NextToDeblock = 0; // slices in front of these need no look any more
+    bool m_NeedsDeblocking = false;                 // any slice has disable_deblocking_filter_idc other than 1
     bool m_IsReference = false, m_HasIntraSlice = false, m_UsesSliceGroups = false;
+    uint64_t m_UnitBytes = 0;  // kept of the slices' units
+    AdaptiveMarking m_Marking; // of the first slice, where its header has commands
     H264DecoderFrameInfo *m_pNext = nullptr, *m_pPrev = nullptr, *m_pReferenceAu = nullptr;
 
     bool IsAllDecoded() const; // and deblocked
@@ -100,6 +105,10 @@ struct H264MbInfo {
     MbGlobalInfo* m_pGlobal = nullptr;
 };
 
+// Frames, by index, that a picture in flight may refer to although they are no reference any more, and how often each
+// was counted as busy for it.
+using ReleasedFrames = std::array<uint16_t, kMaxFrames>;
+
 class H264DecoderFrame : public H264DecYUVWorkSpace
 {
 public:
@@ -108,9 +117,9 @@ public:
 
     bool m_IsDisplayable = false; // decoding finished, it may be shown
     bool m_WasOutputted = false;
-    int32_t m_BusyCount = 0;    // 2 from allocation until decoding is finished, plus 1 for each user that may read it
-    bool m_IsSkipped = false;   // no samples were decoded for it
-    NotifiersChain m_Notifiers; // run when decoding has finished
+    int32_t m_BusyCount = 0;     // 2 from allocation until decoding is finished, plus 1 for each user that may read it
+    bool m_IsSkipped = false;    // no samples were decoded for it
+    ReleasedFrames m_Released{}; // they are free of this picture when its decoding has finished
     H264SEIPayLoad m_UserData;
     double m_Time = -1.0;
     bool m_FrameExists = true; // false for a frame made up for a gap, never displayed
@@ -130,7 +139,7 @@ public:
     bool m_IsIdr[2] = {};
 
     H264MbInfo m_MbInfo;
-    std::vector<std::unique_ptr<H264DecoderRefPicList>> m_RefPicLists[2]; // by field and slice number
+    std::shared_ptr<LocalMbMemory> m_pLocalMemory; // from the end of its slices to that of its decoding
     int32_t m_Uid = 0, m_Index = -1, m_ResourceIndex = -1;
 
     // Frame numbering helpers over both fields.
@@ -152,14 +161,32 @@ public:
     // to the given pool.
     void Reset(H264_Heap_Objects<H264Slice>& SliceHeap);
 
-    void ReleaseUser() { --m_BusyCount; } // for notifiers
     bool IsFieldPair() const { return m_PictureStructure < FRAME_PICTURE; }
 
-    // The lists of slice SliceNumber of field Field; made, cleared, when not there yet.
-    H264DecoderRefPicList& RefPicListOf(int Field, int SliceNumber);
+    // Slices. One that was reserved is added without a further request for memory.
+    Status ReserveSlice(int Field); // StatusAllocFailed
+    int32_t SliceCount() const { return static_cast<int32_t>(m_Au[0].m_Slices.size() + m_Au[1].m_Slices.size()); }
+    // For the lists of the slice to be added; they may hold anything.
+    H264DecoderRefPicList& SpareRefPicList() { return *m_pSpareLists; }
+    // Adds a slice with the lists that were written to the spare ones and gives it its number.
+    void AppendSlice(int Field, H264Slice& Slice);
+    // Decoding is over: what only it needs goes back. The first slice of each field stays, for the comparison with the
+    // next picture's.
+    void ReleaseSlices(H264_Heap_Objects<H264Slice>& SliceHeap);
+
+    // The lists that slice SliceNumber, in work, is decoded with; null for a number that no slice has.
+    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const;
+    // The same of a slice whose decoding may be over.
+    const H264RefPicIndices* RefPicIndicesOf(uint32_t SliceNumber) const;
 
 private:
     void ReleaseMbInfo();
+
+    // Lists, numbered: slices whose lists are those of the slice before share them.
+    std::vector<std::unique_ptr<H264DecoderRefPicList>> m_RefPicLists; // while in work
+    std::vector<H264RefPicIndices> m_RefPicIndices;
+    std::vector<uint16_t> m_ListNumber; // by slice number - 1
+    std::unique_ptr<H264DecoderRefPicList> m_pSpareLists;
 
     uint32_t m_MbMemId = 0;
     int32_t m_MbCapacity = 0;

@@ -25,11 +25,11 @@ Status ReadPicParamSet(H264Bitstream& Bits, const Headers& Store, H264PicParamSe
 // which fields picture timing has. Throws h264_exception for a size beyond the unit.
 void ReadSeiMessage(H264Bitstream& Bits, const H264SeqParamSet* pSeqSet, H264SEIPayLoad& Message);
 
-// What the headers of a slice hold beside the fields proper.
+// What the header of a slice holds beside the fields proper.
 struct SliceHeaderTables {
-    RefPicListReordering (&Reordering)[2];
-    AdaptiveMarking& Marking;
-    PredWeight (&Weights)[2][32];
+    RefPicListReordering Reordering[2];
+    AdaptiveMarking Marking;
+    uint32_t WeightsPosition; // bits; of the table of explicit weights, where there is one
 };
 
 // The first three elements of a slice header, which tell the parameter sets. False rejects the slice.
@@ -38,7 +38,11 @@ bool ReadSliceStart(H264Bitstream& Bits, SliceHeaderFields& Header);
 
 // Everything behind them. False rejects the slice. Throws h264_exception.
 bool ReadSliceRest(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H264PicParamSet& Pic,
-                   SliceHeaderFields& Header, const SliceHeaderTables& Tables);
+                   SliceHeaderFields& Header, SliceHeaderTables& Tables);
+
+// The explicit weights of a header that ReadSliceRest has accepted; Bits stands at its WeightsPosition.
+void ReadSliceWeights(H264Bitstream Bits, const H264SeqParamSet& Seq, SliceHeaderFields Header,
+                      PredWeight (&Weights)[2][32]);
 
 // Passes start codes in a unit that the splitter made, up to the next NAL unit header. False at the end of the data.
 bool GoToNalUnit(H264Bitstream& Bits);

@@ -61,6 +61,7 @@ struct H264SeqParamSet {
     uint8_t delta_pic_order_always_zero_flag;
     int32_t offset_for_non_ref_pic, offset_for_top_to_bottom_field;
     std::vector<int32_t> offset_for_ref_frame; // size(): num_ref_frames_in_pic_order_cnt_cycle
+    std::vector<uint32_t> offset_sum;          // of the entries up to and with each, modulo 2^32
     uint32_t num_ref_frames;
     uint8_t gaps_in_frame_num_value_allowed_flag;
     uint32_t frame_width_in_mbs;
@@ -79,13 +80,16 @@ struct H264SeqParamSetExtension {
     bool operator==(const H264SeqParamSetExtension&) const = default;
 };
 
-inline constexpr int kQpCount = 88; // 52 plus 6 for each of six bits of depth above 8
+// The most that a level has room for (Table A-1): no larger picture is decoded, so that macroblock and slice numbers
+// fit into 16 bits and memory is bounded.
+inline constexpr uint32_t kMaxPictureMbs = 36864;
+inline constexpr uint32_t kMaxPicOrderCycle = 255; // clause 7.4.2.1.1
 
-// Products of scaling list weight and normAdjust (clause 8.5.9) for every QP, raster order, so that residual decoding
-// multiplies no weights. The shift by QP / 6 is not in them.
+// Products of scaling list weight and normAdjust (clause 8.5.9) for every QP modulo 6, raster order, so that residual
+// decoding multiplies no weights. The shift by QP / 6 is not in them.
 struct H264LevelScale {
-    int16_t Scale4x4[6][kQpCount][16]; // by list
-    int16_t Scale8x8[2][kQpCount][64];
+    int16_t Scale4x4[6][6][16]; // by list and QP % 6
+    int16_t Scale8x8[2][6][64];
     bool operator==(const H264LevelScale&) const = default;
 };
 

@@ -2,15 +2,12 @@
 
 namespace UMC {
 
-void Headers::Release(HeaderKind Kind, const void* pRecord)
+void Headers::Settle()
 {
-    switch (Kind) {
-    case HeaderKind::SeqParamSet: return m_SeqParamSets.Release(static_cast<const H264SeqParamSet*>(pRecord));
-    case HeaderKind::SeqParamSetExtension:
-        return m_SeqParamSetExtensions.Release(static_cast<const H264SeqParamSetExtension*>(pRecord));
-    case HeaderKind::PicParamSet: return m_PicParamSets.Release(static_cast<const H264PicParamSet*>(pRecord));
-    case HeaderKind::Sei: return m_Sei.Release(static_cast<const H264SEIPayLoad*>(pRecord));
-    }
+    m_SeqParamSets.Settle();
+    m_SeqParamSetExtensions.Settle();
+    m_PicParamSets.Settle();
+    m_Sei.Settle();
 }
 
 void Headers::Reset(bool Keep)

@@ -1,12 +1,11 @@
-// Parameter sets and SEI records by identifier. A set that changes while a picture that uses it is in work waits as a
-// pending replacement: readers see the new version at once, the old one lives until that picture is finished.
+// Parameter sets and SEI records by identifier. Readers see the newest version at once; a picture that uses an older
+// one shares it and so keeps it alive.
 #pragma once
 
 #include "decoder/h264_headers.h"
 #include "decoder/h264_sei.h"
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -17,80 +16,73 @@ inline int32_t HeaderId(const H264SeqParamSetExtension& Set) { return Set.seq_pa
 inline int32_t HeaderId(const H264PicParamSet& Set) { return Set.pic_parameter_set_id; }
 inline int32_t HeaderId(const H264SEIPayLoad& Message) { return static_cast<int32_t>(Message.PayloadType); }
 
-// The records of one kind.
+// The records of one kind. Of each identifier there are at most two: the one in force, and a newer one that came while
+// a picture was in work.
 template <class T>
 class HeaderSet
 {
 public:
-    // Stores a copy. With Immediately nobody uses the present record, which goes at once. Returns the present record
-    // when the new one differs and had to be put behind it: the caller then has Release() called with it once no
-    // picture in work uses it. Otherwise null.
-    T* Add(const T& Record, bool Immediately)
+    // Stores a copy, unless it equals the newest version. With Immediately it is in force at once, else from Settle()
+    // on. Throws std::bad_alloc and leaves everything as it was.
+    void Add(const T& Record, bool Immediately)
     {
         const int32_t Id = HeaderId(Record);
-        std::unique_ptr<T>& Entry = EntryOf(Id);
-        if (Immediately) Entry.reset();
-        if (!Entry) {
-            Entry = std::make_unique<T>(Record);
-            return nullptr;
+        Versions& Entry = EntryOf(Id);
+        const T* const pNewest = Get(Id);
+        if (!pNewest || *pNewest != Record) {
+            auto pNew = std::make_shared<const T>(Record);
+            const bool IsPending = Entry.m_pInForce && !Immediately;
+            (IsPending ? Entry.m_pPending : Entry.m_pInForce) = std::move(pNew);
+            if (!IsPending) Entry.m_pPending.reset();
+            m_HasPending |= IsPending;
+        } else if (Immediately && Entry.m_pPending) {
+            Entry.m_pInForce = std::move(Entry.m_pPending);
         }
-        T* const pNewest = Get(Id);
-        if (*pNewest == Record) return nullptr;
-        m_Pending.push_back(std::make_unique<T>(Record));
-        return pNewest;
     }
 
-    // The newest version, null for none. The store owns it.
-    T* Get(int32_t Id) const
+    // The newest version, null for none.
+    const std::shared_ptr<const T>& Share(int32_t Id) const
     {
-        for (auto it = m_Pending.rbegin(); it != m_Pending.rend(); ++it)
-            if (HeaderId(**it) == Id) return it->get();
-        return Id >= 0 && static_cast<size_t>(Id) < m_Entries.size() ? m_Entries[static_cast<size_t>(Id)].get()
-                                                                     : nullptr;
+        static const std::shared_ptr<const T> s_None;
+        if (Id < 0 || static_cast<size_t>(Id) >= m_Entries.size()) return s_None;
+        const Versions& Entry = m_Entries[static_cast<size_t>(Id)];
+        return Entry.m_pPending ? Entry.m_pPending : Entry.m_pInForce;
     }
+    const T* Get(int32_t Id) const { return Share(Id).get(); }
 
-    // Deletes a version; the oldest pending one moves up when it was the present record.
-    void Release(const T* pRecord)
+    void Remove(int32_t Id)
     {
-        for (std::unique_ptr<T>& Entry : m_Entries)
-            if (Entry.get() == pRecord) {
-                const int32_t Id = HeaderId(*pRecord);
-                const auto Next = FindPending([Id](const T& Record) { return HeaderId(Record) == Id; });
-                Entry = Next == m_Pending.end() ? nullptr : std::move(*Next);
-                if (Next != m_Pending.end()) m_Pending.erase(Next);
-                return;
-            }
-        const auto Old = FindPending([pRecord](const T& Record) { return &Record == pRecord; });
-        if (Old != m_Pending.end()) m_Pending.erase(Old);
+        if (Get(Id)) m_Entries[static_cast<size_t>(Id)] = {};
     }
-
-    void Reset(bool Keep) // Keep: only the pending versions go
+    void Settle() // no picture in work uses an older version any more
     {
-        m_Pending.clear();
+        if (!m_HasPending) return;
+        for (Versions& Entry : m_Entries)
+            if (Entry.m_pPending) Entry.m_pInForce = std::move(Entry.m_pPending);
+        m_HasPending = false;
+    }
+    void Reset(bool Keep) // Keep: only the versions that are not in force yet go
+    {
+        for (Versions& Entry : m_Entries) Entry.m_pPending.reset();
+        m_HasPending = false;
         if (!Keep) m_Entries.clear();
     }
 
 private:
-    template <class Match>
-    auto FindPending(Match Matches)
-    {
-        auto it = m_Pending.begin();
-        while (it != m_Pending.end() && !Matches(**it)) ++it;
-        return it;
-    }
+    struct Versions {
+        std::shared_ptr<const T> m_pInForce, m_pPending;
+    };
 
-    std::unique_ptr<T>& EntryOf(int32_t Id)
+    Versions& EntryOf(int32_t Id)
     {
         const auto Index = static_cast<size_t>(Id);
         if (Index >= m_Entries.size()) m_Entries.resize(Index * 2 < 4 ? 4 : Index * 2);
         return m_Entries[Index];
     }
 
-    std::vector<std::unique_ptr<T>> m_Entries;
-    std::deque<std::unique_ptr<T>> m_Pending; // oldest first
+    std::vector<Versions> m_Entries;
+    bool m_HasPending = false;
 };
-
-enum class HeaderKind { SeqParamSet = 0, SeqParamSetExtension = 1, PicParamSet = 2, Sei = 3 };
 
 class Headers
 {
@@ -100,8 +92,7 @@ public:
     HeaderSet<H264PicParamSet> m_PicParamSets;
     HeaderSet<H264SEIPayLoad> m_Sei;
 
-    // For notifiers: pRecord is of the type that Kind names.
-    void Release(HeaderKind Kind, const void* pRecord);
+    void Settle();
     void Reset(bool Keep);
 };
 

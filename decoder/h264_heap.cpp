@@ -43,23 +43,42 @@ void H264HeapPiece::Seal(uint32_t Size)
     }
 }
 
+void H264_Heap::List::PushFront(H264HeapPiece* pPiece)
+{
+    pPiece->m_pPrev = nullptr;
+    pPiece->m_pNext = m_pHead;
+    (m_pHead ? m_pHead->m_pPrev : m_pTail) = pPiece;
+    m_pHead = pPiece;
+}
+
+void H264_Heap::List::Unlink(H264HeapPiece* pPiece)
+{
+    (pPiece->m_pPrev ? pPiece->m_pPrev->m_pNext : m_pHead) = pPiece->m_pNext;
+    (pPiece->m_pNext ? pPiece->m_pNext->m_pPrev : m_pTail) = pPiece->m_pPrev;
+}
+
 H264_Heap::~H264_Heap()
 {
     Reset();
-    while (m_pFree) {
-        H264HeapPiece* const pPiece = m_pFree;
-        m_pFree = pPiece->m_pNext;
+    while (H264HeapPiece* const pPiece = m_Free.m_pHead) {
+        m_Free.Unlink(pPiece);
         delete pPiece;
     }
 }
 
+void H264_Heap::TakeFromFree(H264HeapPiece* pPiece)
+{
+    m_Free.Unlink(pPiece);
+    --m_FreePieces;
+    m_FreeBytes -= pPiece->m_Capacity;
+}
+
 H264HeapPiece* H264_Heap::Allocate(uint32_t Size)
 {
-    H264HeapPiece** ppLink = &m_pFree;
-    while (*ppLink && (*ppLink)->m_Capacity < Size) ppLink = &(*ppLink)->m_pNext;
-    H264HeapPiece* pPiece = *ppLink;
+    H264HeapPiece* pPiece = m_Free.m_pHead;
+    while (pPiece && pPiece->m_Capacity < Size) pPiece = pPiece->m_pNext;
     if (pPiece) {
-        *ppLink = pPiece->m_pNext;
+        TakeFromFree(pPiece);
     } else {
         pPiece = new (std::nothrow) H264HeapPiece(Size);
         if (!pPiece || !pPiece->m_pData) {
@@ -67,35 +86,28 @@ H264HeapPiece* H264_Heap::Allocate(uint32_t Size)
             return nullptr;
         }
     }
-    pPiece->m_pNext = nullptr;
     pPiece->m_Size = 0;
-    (m_pUsedTail ? m_pUsedTail->m_pNext : m_pUsed) = pPiece;
-    m_pUsedTail = pPiece;
+    m_Used.PushFront(pPiece);
     return pPiece;
 }
 
 void H264_Heap::Free(H264HeapPiece* pPiece)
 {
     if (!pPiece) return;
-    H264HeapPiece* pBefore = nullptr;
-    H264HeapPiece* pEntry = m_pUsed;
-    while (pEntry && pEntry != pPiece) {
-        pBefore = pEntry;
-        pEntry = pEntry->m_pNext;
+    m_Used.Unlink(pPiece);
+    m_Free.PushFront(pPiece);
+    ++m_FreePieces;
+    m_FreeBytes += pPiece->m_Capacity;
+    while (m_FreePieces > kMaxFreePieces || m_FreeBytes > kMaxFreeBytes) {
+        H264HeapPiece* const pOldest = m_Free.m_pTail;
+        TakeFromFree(pOldest);
+        delete pOldest;
     }
-    if (!pEntry) return; // lent out no longer: a reset has taken it back
-    (pBefore ? pBefore->m_pNext : m_pUsed) = pPiece->m_pNext;
-    if (m_pUsedTail == pPiece) m_pUsedTail = pBefore;
-    pPiece->m_pNext = m_pFree;
-    m_pFree = pPiece;
 }
 
 void H264_Heap::Reset()
 {
-    if (!m_pUsed) return;
-    m_pUsedTail->m_pNext = m_pFree;
-    m_pFree = m_pUsed;
-    m_pUsed = m_pUsedTail = nullptr;
+    while (m_Used.m_pHead) Free(m_Used.m_pHead);
 }
 
 } // namespace UMC

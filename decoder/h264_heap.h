@@ -1,5 +1,6 @@
 // Pools of the decoder: the word buffers that NAL units are unpacked into, and the objects that are reused for every
-// slice. Both only grow, so a steady stream allocates nothing.
+// slice. A steady stream allocates nothing; what a flood has left behind goes back to the system, since both keep no
+// more than a constant of what is not lent out.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +23,7 @@ struct H264HeapPiece {
     uint32_t* m_pData = nullptr; // null when memory was exhausted
     uint32_t m_Capacity = 0;     // bytes that a unit may take
     uint32_t m_Size = 0;         // bytes in use
-    H264HeapPiece* m_pNext = nullptr;
+    H264HeapPiece *m_pPrev = nullptr, *m_pNext = nullptr;
 
 private:
     uint32_t m_ZeroBegin = 0, m_ZeroEnd = 0; // bytes known to be zero
@@ -32,6 +33,9 @@ private:
 class H264_Heap
 {
 public:
+    static constexpr uint32_t kMaxFreePieces = 16;       // also bounds the search for one that fits
+    static constexpr uint32_t kMaxFreeBytes = 4u << 20u; // of capacity
+
     H264_Heap() = default;
     ~H264_Heap();
     H264_Heap(const H264_Heap&) = delete;
@@ -39,12 +43,20 @@ public:
 
     // The first free piece that takes Size bytes, or a new one; null when memory is exhausted.
     H264HeapPiece* Allocate(uint32_t Size);
-    void Free(H264HeapPiece* pPiece); // null is ignored
+    void Free(H264HeapPiece* pPiece); // one that is lent out; null is ignored
     void Reset();                     // takes back every piece
 
 private:
-    H264HeapPiece *m_pUsed = nullptr, *m_pUsedTail = nullptr;
-    H264HeapPiece* m_pFree = nullptr;
+    struct List {
+        H264HeapPiece *m_pHead = nullptr, *m_pTail = nullptr;
+        void PushFront(H264HeapPiece* pPiece);
+        void Unlink(H264HeapPiece* pPiece);
+    };
+    void TakeFromFree(H264HeapPiece* pPiece);
+
+    List m_Used, m_Free; // free: the one that came back last stands first
+    uint32_t m_FreePieces = 0;
+    uint64_t m_FreeBytes = 0;
 };
 
 // Lends objects with an m_pNextFree link and a Reset(). The objects on the free list belong to the pool.
@@ -52,6 +64,8 @@ template <class T>
 class H264_Heap_Objects
 {
 public:
+    static constexpr uint32_t kMaxFree = 128;
+
     H264_Heap_Objects() = default;
     ~H264_Heap_Objects() { Reset(); }
     H264_Heap_Objects(const H264_Heap_Objects&) = delete;
@@ -63,14 +77,20 @@ public:
         T* const pObject = m_pFree;
         m_pFree = pObject->m_pNextFree;
         pObject->m_pNextFree = nullptr;
+        --m_FreeCount;
         return pObject;
     }
     void Free(T* pObject)
     {
         if (!pObject) return;
         pObject->Reset();
+        if (m_FreeCount == kMaxFree) {
+            delete pObject;
+            return;
+        }
         pObject->m_pNextFree = m_pFree;
         m_pFree = pObject;
+        ++m_FreeCount;
     }
     void Reset() // destroys what is free
     {
@@ -78,10 +98,12 @@ public:
             const std::unique_ptr<T> Object(m_pFree);
             m_pFree = Object->m_pNextFree;
         }
+        m_FreeCount = 0;
     }
 
 private:
     T* m_pFree = nullptr;
+    uint32_t m_FreeCount = 0;
 };
 
 } // namespace UMC

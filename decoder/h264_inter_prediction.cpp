@@ -166,7 +166,7 @@ template <int W, bool HasChroma>
                                                   H264DecoderMotionVector Mv, const Block& b)
 {
     PredictFrom<W, HasChroma>(d, d.m_Reference[List][RefIdx], Mv, b, PictureTarget(d, b));
-    if (d.m_ExplicitWeights) WeightOneList<W, HasChroma>(d, d.m_pSlice->m_Weights[List][RefIdx], b);
+    if (d.m_ExplicitWeights) WeightOneList<W, HasChroma>(d, d.m_Weights[List][RefIdx], b);
 }
 
 // Joins the list 0 prediction in m_Temp with that of list 1 in the picture by weights of the slice header.
@@ -235,7 +235,7 @@ void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const H264Deco
     PredictFrom<W, HasChroma>(d, Ref1, Mv[1], b, PictureTarget(d, b));
 
     constexpr int kEvenWeight = 32;
-    const int Weight1 = d.m_ImplicitWeights ? d.m_pRefPicList->ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
+    const int Weight1 = d.m_ImplicitWeights ? d.m_DirectTables.ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
     const bool Even = !d.m_ExplicitWeights && Weight1 == kEvenWeight;
     const bool Inside = b.X + W <= Ref0.Width && b.Y + b.Height <= Ref0.Height; // not so for a missing picture
     if (Even && AsWord(Mv[0]) == 0 && Ref0.ChromaMvOffset == 0 && Inside)
@@ -245,7 +245,7 @@ void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const H264Deco
     if (Even)
         JoinAverage<W, HasChroma>(d, b);
     else if (d.m_ExplicitWeights)
-        JoinExplicit<W, HasChroma>(d, b, d.m_pSlice->m_Weights[0][RefIdx[0]], d.m_pSlice->m_Weights[1][RefIdx[1]]);
+        JoinExplicit<W, HasChroma>(d, b, d.m_Weights[0][RefIdx[0]], d.m_Weights[1][RefIdx[1]]);
     else
         JoinImplicit<W, HasChroma>(d, b, Weight1);
 }

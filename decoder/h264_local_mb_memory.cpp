@@ -20,7 +20,8 @@ void LocalMbMemory::Allocate(int32_t MbCount)
     const size_t ModeBytes = AlignUp(Count * kIntraModeCount);
     const size_t CountBytes = AlignUp(Count * kCoeffCountCount);
     m_MbCount = 0;
-    m_Block.assign(LocalBytes + 2 * MvdBytes + ModeBytes + CountBytes + kAlign, 0);
+    m_Block = {}; // before the new one is asked for
+    m_Block = std::vector<uint8_t>(LocalBytes + 2 * MvdBytes + ModeBytes + CountBytes + kAlign);
     m_MbCount = MbCount;
 
     auto* p = m_Block.data() + (kAlign - reinterpret_cast<uintptr_t>(m_Block.data()) % kAlign) % kAlign;

@@ -36,7 +36,7 @@ protected:
             SkipMacroblock<CabacSyntax, kSlice>(d);
         else
             CodedMacroblock<CabacSyntax, kSlice>(d);
-        if (d.m_pCabac->Overrun()) throw h264_exception(StatusInvalidParams);
+        if (d.m_Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
     }
 
 private:
@@ -153,9 +153,9 @@ private:
     template <class Syntax>
     static void PcmMacroblock(H264SegmentDecoder& d)
     {
-        if constexpr (Syntax::kCabac) d.m_pBitstream->SetBitPosition(d.m_pCabac->BitsDecoded());
+        if constexpr (Syntax::kCabac) d.m_pBitstream->SetBitPosition(d.m_Cabac.BitsDecoded());
         ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(d);
-        if constexpr (Syntax::kCabac) d.m_pCabac->Start(*d.m_pBitstream);
+        if constexpr (Syntax::kCabac) d.m_Cabac.Start(*d.m_pBitstream);
         MbLocalInfo& Local = *d.m_Mb.m_pLocal;
         d.m_Mb.m_pGlobal->MbType = MBTYPE_PCM;
         Local.CodedBlockBits = 0x1FFFF;
@@ -190,7 +190,7 @@ private:
     static Dequant LumaScale(const H264SegmentDecoder& d, bool Intra)
     {
         const auto Qp = static_cast<uint32_t>(d.m_QpLuma + 6 * (d.m_BitDepthLuma - 8));
-        return {d.m_pPicParamSet->level_scale.Scale4x4[Intra ? 0 : 3][Qp], Qp / 6};
+        return {d.m_pPicParamSet->level_scale.Scale4x4[Intra ? 0 : 3][Qp % 6], Qp / 6};
     }
 
     template <class Syntax>
@@ -224,7 +224,7 @@ private:
         Residual<Syntax>::LoadLuma(d);
         if (is_high_profile && (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_TRANSFORM8x8)) {
             const auto Qp = static_cast<uint32_t>(d.m_QpLuma + 6 * (d.m_BitDepthLuma - 8));
-            Scale.pScale = d.m_pPicParamSet->level_scale.Scale8x8[Intra ? 0 : 1][Qp];
+            Scale.pScale = d.m_pPicParamSet->level_scale.Scale8x8[Intra ? 0 : 1][Qp % 6];
             for (int q = 0; q < 4; ++q)
                 if (Pattern >> q & 1)
                     Bits |= (Residual<Syntax>::Luma8x8(d, q, Scale, pCoeffs + q * 64) ? 15u : 0u) << (q * 4);
@@ -248,7 +248,7 @@ private:
         Coeffs* const pCoeffs = CoefficientsOf(d) + 256;
         for (int Plane = 0; Plane < 2; ++Plane) {
             const uint32_t Qp = d.m_ChromaQp[Plane][d.m_QpLuma + kQpBias];
-            Scale[Plane] = {d.m_pPicParamSet->level_scale.Scale4x4[List + Plane][Qp], Qp / 6};
+            Scale[Plane] = {d.m_pPicParamSet->level_scale.Scale4x4[List + Plane][Qp % 6], Qp / 6};
             alignas(16) Coeffs Levels[8] = {};
             if (!Residual<Syntax>::ChromaDc(d, Plane, Levels)) continue;
             Local.CodedBlockBitsChroma[Plane] = 1;

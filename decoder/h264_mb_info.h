@@ -2,6 +2,8 @@
 // pictures read.
 #pragma once
 
+#include "decoder/h264_headers.h"
+
 #include <cstdint>
 
 namespace UMC {
@@ -63,6 +65,8 @@ struct MbMvd {
 };
 static_assert(sizeof(MbMvd) == 16);
 
-inline constexpr uint16_t kNoSlice = 0xFFFF; // SliceId of a macroblock that no slice has covered
+// SliceId of a macroblock that no slice has covered. Slices have numbers from 1 on, as many as macroblocks at most.
+inline constexpr uint16_t kNoSlice = 0xFFFF;
+static_assert(kMaxPictureMbs < kNoSlice);
 
 } // namespace UMC

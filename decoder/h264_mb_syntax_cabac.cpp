@@ -74,21 +74,21 @@ bool CabacSyntax::SkipFlag(H264SegmentDecoder& d)
 {
     const int Inc =
         !(d.m_Mb.m_pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(d.m_Mb.m_pTopGlobal->MbFlags & MBFLAG_SKIPPED);
-    return d.m_pCabac->m_Engine.Decide(d.m_pCabac->m_Contexts[(d.m_IsBSlice ? 24 : 11) + Inc]);
+    return d.m_Cabac.m_Engine.Decide(d.m_Cabac.m_Contexts[(d.m_IsBSlice ? 24 : 11) + Inc]);
 }
 
 uint32_t CabacSyntax::MbTypeI(H264SegmentDecoder& d)
 {
     const auto IsNxN = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_INTRA4x4; };
-    CabacContext* const c = d.m_pCabac->m_Contexts + 3;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 3;
     const int Inc = !IsNxN(*d.m_Mb.m_pLeftGlobal) + !IsNxN(*d.m_Mb.m_pTopGlobal);
-    return IntraType(d.m_pCabac->m_Engine, c, c[Inc], kIntraSliceContexts);
+    return IntraType(d.m_Cabac.m_Engine, c, c[Inc], kIntraSliceContexts);
 }
 
 uint32_t CabacSyntax::MbTypeP(H264SegmentDecoder& d)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
-    CabacContext* const c = d.m_pCabac->m_Contexts + 14;
+    CabacEngine& e = d.m_Cabac.m_Engine;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 14;
     if (e.Decide(c[0])) return kFirstIntraTypeP + IntraType(e, c + 3, c[3], kPrefixedContexts);
     if (e.Decide(c[1])) return e.Decide(c[3]) ? 1 : 2;
     return e.Decide(c[2]) ? 3 : 0;
@@ -97,8 +97,8 @@ uint32_t CabacSyntax::MbTypeP(H264SegmentDecoder& d)
 uint32_t CabacSyntax::MbTypeB(H264SegmentDecoder& d)
 {
     const auto IsDirect = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_DIRECT; };
-    LocalEngine e(*d.m_pCabac);
-    CabacContext* const c = d.m_pCabac->m_Contexts + 27;
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 27;
     if (!e->Decide(c[!IsDirect(*d.m_Mb.m_pLeftGlobal) + !IsDirect(*d.m_Mb.m_pTopGlobal)])) return 0;
     if (!e->Decide(c[3])) return 1 + e->Decide(c[5]);
     uint32_t Bins = e->Decide(c[4]);
@@ -112,8 +112,8 @@ uint32_t CabacSyntax::MbTypeB(H264SegmentDecoder& d)
 
 uint32_t CabacSyntax::SubMbTypeP(H264SegmentDecoder& d)
 {
-    LocalEngine e(*d.m_pCabac);
-    CabacContext* const c = d.m_pCabac->m_Contexts + 21;
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 21;
     if (e->Decide(c[0])) return 0;
     if (!e->Decide(c[1])) return 1;
     return e->Decide(c[2]) ? 2 : 3;
@@ -121,8 +121,8 @@ uint32_t CabacSyntax::SubMbTypeP(H264SegmentDecoder& d)
 
 uint32_t CabacSyntax::SubMbTypeB(H264SegmentDecoder& d)
 {
-    LocalEngine e(*d.m_pCabac);
-    CabacContext* const c = d.m_pCabac->m_Contexts + 36;
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 36;
     if (!e->Decide(c[0])) return 0;
     if (!e->Decide(c[1])) return 1 + e->Decide(c[3]);
     uint32_t Type = 3;
@@ -138,13 +138,13 @@ uint32_t CabacSyntax::TransformSize8x8Flag(H264SegmentDecoder& d)
 {
     const auto Flag = [](const MbGlobalInfo& Mb) { return (Mb.MbFlags & MBFLAG_TRANSFORM8x8) != 0; };
     const int Inc = Flag(*d.m_Mb.m_pLeftGlobal) + Flag(*d.m_Mb.m_pTopGlobal);
-    return d.m_pCabac->m_Engine.Decide(d.m_pCabac->m_Contexts[399 + Inc]);
+    return d.m_Cabac.m_Engine.Decide(d.m_Cabac.m_Contexts[399 + Inc]);
 }
 
 int CabacSyntax::IntraMode(H264SegmentDecoder& d)
 {
-    LocalEngine e(*d.m_pCabac);
-    CabacContext* const c = d.m_pCabac->m_Contexts + 68;
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 68;
     if (e->Decide(c[0])) return -1;
     uint32_t Mode = e->Decide(c[1]);
     Mode += 2 * e->Decide(c[1]);
@@ -158,8 +158,8 @@ uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
     const auto HasMode = [](const MbGlobalInfo& Mb, const MbLocalInfo& Local) {
         return IsIntra(Mb) && Local.SubBlockDirection[2] != 0;
     };
-    CabacEngine& e = d.m_pCabac->m_Engine;
-    CabacContext* const c = d.m_pCabac->m_Contexts + 64;
+    CabacEngine& e = d.m_Cabac.m_Engine;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 64;
     const int Inc =
         HasMode(*d.m_Mb.m_pLeftGlobal, *d.m_Mb.m_pLeftLocal) + HasMode(*d.m_Mb.m_pTopGlobal, *d.m_Mb.m_pTopLocal);
     uint8_t Mode = 0;
@@ -171,8 +171,8 @@ uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
 
 uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
 {
-    LocalEngine e(*d.m_pCabac);
-    CabacContext* const c = d.m_pCabac->m_Contexts + 73;
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 73;
     const uint32_t Left = d.m_Mb.m_pLeftLocal->CodedBlockPattern, Top = d.m_Mb.m_pTopLocal->CodedBlockPattern;
     const auto Inc = [](uint32_t A, uint32_t B) { return (~A & 1) + 2 * (~B & 1); };
 
@@ -191,8 +191,8 @@ uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
 
 int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
 {
-    LocalEngine e(*d.m_pCabac);
-    CabacContext* const c = d.m_pCabac->m_Contexts + 60;
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 60;
     if (!e->Decide(c[d.m_PrevDeltaQp != 0])) return 0;
     int Bins = 1;
     if (e->Decide(c[2])) do
@@ -203,8 +203,8 @@ int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
 
 int CabacSyntax::RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count)
 {
-    CabacEngine& e = d.m_pCabac->m_Engine;
-    CabacContext* const c = d.m_pCabac->m_Contexts + 54;
+    CabacEngine& e = d.m_Cabac.m_Engine;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 54;
     const uint32_t Own = d.m_Mb.m_pLocal->RefIdxContext[List];
     const uint32_t A =
         Quadrant & 1 ? Own >> (Quadrant - 1) : d.m_Mb.m_pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
@@ -224,9 +224,9 @@ H264DecoderMotionVector CabacSyntax::Mvd(H264SegmentDecoder& d, int List, int Po
 {
     const uint8_t* const pA = d.m_Motion[List].Mvd[Pos - 1];
     const uint8_t* const pB = d.m_Motion[List].Mvd[Pos - kCacheStride];
-    LocalEngine e(*d.m_pCabac);
-    const int x = MvdComponent(*e, d.m_pCabac->m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
-    const int y = MvdComponent(*e, d.m_pCabac->m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
+    LocalEngine e(d.m_Cabac);
+    const int x = MvdComponent(*e, d.m_Cabac.m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
+    const int y = MvdComponent(*e, d.m_Cabac.m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
     Magnitude[0] = static_cast<uint8_t>(std::min(x < 0 ? -x : x, 127));
     Magnitude[1] = static_cast<uint8_t>(std::min(y < 0 ? -y : y, 127));
     return {static_cast<int16_t>(x), static_cast<int16_t>(y)};

@@ -2,6 +2,8 @@
 
 #include "decoder/h264_exception.h"
 
+#include <new>
+
 namespace UMC {
 
 namespace {
@@ -10,7 +12,11 @@ constexpr uint32_t kUnitMargin = 8; // bytes that a unit may grow by: a longer s
 
 } // namespace
 
-NALUnitSplitter::NALUnitSplitter(H264_Heap* pHeap) : m_pHeap(pHeap) { m_NalUnits.SetExData(&m_NalUnitsInfo); }
+NALUnitSplitter::NALUnitSplitter(H264_Heap* pHeap) : m_pHeap(pHeap)
+{
+    if (!m_NalUnitsInfo.Offsets || !m_NalUnitsInfo.Values) throw std::bad_alloc();
+    m_NalUnits.SetExData(&m_NalUnitsInfo);
+}
 
 void NALUnitSplitter::Init()
 {

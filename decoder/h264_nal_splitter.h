@@ -15,7 +15,7 @@ namespace UMC {
 class NALUnitSplitter
 {
 public:
-    // Pieces come from *pHeap, which is not owned.
+    // Pieces come from *pHeap, which is not owned. Throws std::bad_alloc.
     explicit NALUnitSplitter(H264_Heap* pHeap);
     virtual ~NALUnitSplitter() = default;
     NALUnitSplitter(const NALUnitSplitter&) = delete;

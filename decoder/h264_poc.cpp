@@ -54,18 +54,13 @@ void PicOrderCounter::ComputeFromLsb(const SliceHeaderFields& Header, const H264
 
 void PicOrderCounter::ComputeFromCycle(const SliceHeaderFields& Header, const H264SeqParamSet& Seq) // clause 8.2.1.2
 {
-    const auto Cycle = static_cast<int32_t>(Seq.offset_for_ref_frame.size());
+    const auto Cycle = static_cast<int32_t>(Seq.offset_sum.size());
     int32_t AbsFrameNum = Cycle == 0 ? 0 : Add(m_FrameNumOffset, Header.frame_num);
     if (Header.nal_ref_idc == 0 && AbsFrameNum > 0) --AbsFrameNum;
     int32_t Expected = 0;
     if (AbsFrameNum > 0) {
         const int32_t Cycles = (AbsFrameNum - 1) / Cycle, InCycle = (AbsFrameNum - 1) % Cycle;
-        uint32_t WholeCycle = 0, PartCycle = 0;
-        for (int32_t i = 0; i < Cycle; ++i) {
-            const auto Offset = static_cast<uint32_t>(Seq.offset_for_ref_frame[static_cast<size_t>(i)]);
-            WholeCycle += Offset;
-            if (i <= InCycle) PartCycle += Offset;
-        }
+        const uint32_t WholeCycle = Seq.offset_sum.back(), PartCycle = Seq.offset_sum[static_cast<size_t>(InCycle)];
         Expected = static_cast<int32_t>(static_cast<uint32_t>(Cycles) * WholeCycle + PartCycle);
     }
     if (Header.nal_ref_idc == 0) Expected = Add(Expected, Seq.offset_for_non_ref_pic);

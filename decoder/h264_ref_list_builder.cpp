@@ -45,8 +45,9 @@ bool IsLongTermFor(const H264DecoderFrame& Frame, bool IsField)
 class ListBuilder
 {
 public:
-    ListBuilder(H264Slice& Slice, H264DBPList& Dpb)
-        : m_Slice(Slice), m_Header(Slice.m_Header), m_Dpb(Dpb), m_Lists(*Slice.m_pRefPicList),
+    ListBuilder(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+                H264DecoderRefPicList& Lists)
+        : m_Slice(Slice), m_Header(Slice.m_Header), m_Reordering(Reordering), m_Dpb(Dpb), m_Lists(Lists),
           m_IsField(Slice.m_Header.field_pic_flag != 0), m_IsB(Slice.m_Header.slice_type == B_SLICE)
     {
     }
@@ -65,7 +66,7 @@ public:
         if (m_IsB) SwapEqualLists();
         for (int List = 0; List <= m_IsB; ++List) {
             m_Lists.List[List].Frame[Active(List)] = nullptr;
-            Reorder(m_Lists.List[List], m_Slice.m_Reordering[List], Active(List));
+            Reorder(m_Lists.List[List], m_Reordering[List], Active(List));
             FillHoles(m_Lists.List[List], m_pFallback[List], Active(List));
         }
     }
@@ -226,8 +227,9 @@ private:
         }
     }
 
-    H264Slice& m_Slice;
+    const H264Slice& m_Slice;
     const SliceHeaderFields& m_Header;
+    const RefPicListReordering (&m_Reordering)[2];
     H264DBPList& m_Dpb;
     H264DecoderRefPicList& m_Lists;
     const bool m_IsField, m_IsB;
@@ -237,18 +239,16 @@ private:
 
 } // namespace
 
-Status BuildRefPicLists(H264Slice& Slice, H264DBPList& Dpb)
+Status BuildRefPicLists(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+                        H264DecoderRefPicList& Lists)
 {
     Dpb.ComputePicNums(Slice.m_Header, 1 << Slice.m_pSeqParamSet->log2_max_frame_num);
-    H264DecoderRefPicList& Lists = *Slice.m_pRefPicList;
-    Lists.List[0].Frame[0] = Lists.List[1].Frame[0] = nullptr;
+    Lists = {};
     if (Slice.m_Header.slice_type == I_SLICE) return StatusOk;
-    for (H264RefList& List : Lists.List) List = H264RefList{};
     int32_t Short = 0, Long = 0;
     Dpb.CountReferences(Short, Long);
     if (Short + Long == 0) return StatusInvalidParams;
-    ListBuilder(Slice, Dpb).Build();
-    if (Slice.m_Header.slice_type == B_SLICE && Lists.List[1].Frame[0]) ComputeDirectTables(Slice);
+    ListBuilder(Slice, Reordering, Dpb, Lists).Build();
     return StatusOk;
 }
 

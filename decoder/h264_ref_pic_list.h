@@ -7,6 +7,7 @@ namespace UMC {
 
 class H264DecoderFrame;
 
+inline constexpr int kMaxFrames = 32;     // of one decoder
 inline constexpr int kMaxRefEntries = 34; // 32, one more for the closing null, one spare
 
 // Flag byte of an entry: the low 3 bits hold, signed, the field that it means (0 top, 1 bottom, -1 none), bit 3 whether
@@ -17,12 +18,23 @@ inline int RefFlagField(uint8_t Flag) { return static_cast<int8_t>(static_cast<u
 struct H264RefList {
     H264DecoderFrame* Frame[kMaxRefEntries]; // the entry behind the last one used is null
     uint8_t Flag[kMaxRefEntries];
+    bool operator==(const H264RefList&) const = default;
 };
 
 struct H264DecoderRefPicList {
     H264RefList List[2];
+    bool operator==(const H264DecoderRefPicList&) const = default;
+};
 
-    // B slices, computed with the lists (clauses 8.4.1.2.3 and 8.4.2.3.1), by reference index.
+// What remains of a slice's lists when its picture is decoded: the pictures, by H264DecoderFrame::m_Index, for the
+// direct prediction of later pictures.
+struct H264RefPicIndices {
+    static constexpr uint8_t kNone = 0xFF;
+    uint8_t Index[2][32];
+};
+
+// Of a B slice, made of its lists when it is decoded (clauses 8.4.1.2.3 and 8.4.2.3.1), by reference index.
+struct H264DirectTables {
     int32_t DistScaleFactor[32];    // temporal direct; 9999 where the reference is long-term or at equal distance
     int16_t ImplicitWeight[32][32]; // w1 by list 0 index and list 1 index; w0 is 64 - w1
 };

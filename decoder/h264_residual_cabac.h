@@ -128,7 +128,7 @@ protected:
         }
         static bool DecideFlag(H264SegmentDecoder& d, CabacBlockCat Cat, uint32_t Inc)
         {
-            CabacDecoder& Cabac = *d.m_pCabac;
+            CabacDecoder& Cabac = d.m_Cabac;
             return Cabac.m_Engine.Decide(Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
         }
         // Flag bits of a neighbour; one that is not there counts as coded for an intra macroblock (9.3.3.1.1.9).
@@ -144,7 +144,7 @@ protected:
             *pFlag = Coded;
             if (Coded) {
                 const bool Field = IsFieldMb(d);
-                CabacBlockReader<Coeffs, kCat>::Read(*d.m_pCabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
+                CabacBlockReader<Coeffs, kCat>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
                                                      Scale, pOut);
             }
             return Coded;
@@ -186,7 +186,7 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LumaDc
     const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBits);
     if (!DecideFlag(d, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
     const bool Field = IsFieldMb(d);
-    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(*d.m_pCabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
+    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
                                                 pLevels);
     return true;
 }
@@ -197,7 +197,7 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x
 {
     // Without 4:4:4 there is no flag: it is taken as 1.
     const bool Field = IsFieldMb(d);
-    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(*d.m_pCabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
+    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
                                                  Scale, pOut);
     uint8_t* const pFlag = d.m_NonZero[0] + kBlockCachePos[Quadrant * 4];
     pFlag[0] = pFlag[1] = pFlag[kCacheStride] = pFlag[kCacheStride + 1] = 1;
@@ -211,7 +211,7 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Chroma
     const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBitsChroma[Plane]);
     const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBitsChroma[Plane]);
     if (!DecideFlag(d, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(*d.m_pCabac, IsFieldMb(d), nullptr, {}, pLevels);
+    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(d.m_Cabac, IsFieldMb(d), nullptr, {}, pLevels);
     return true;
 }
 

@@ -77,15 +77,15 @@ void ReadScalingLists(H264Bitstream& Bits, H264ScalingLists& Lists, bool Read8x8
 
 void ComputeLevelScale(const H264ScalingLists& Lists, H264LevelScale& Scale)
 {
-    for (int Qp = 0; Qp < kQpCount; ++Qp) {
+    for (int Qp = 0; Qp < 6; ++Qp) {
         for (int List = 0; List < 6; ++List)
             for (int i = 0; i < 16; ++i)
                 Scale.Scale4x4[List][Qp][i] =
-                    static_cast<int16_t>(Lists.List4x4[List][i] * h264::kNormAdjust4x4[Qp % 6][i]);
+                    static_cast<int16_t>(Lists.List4x4[List][i] * h264::kNormAdjust4x4[Qp][i]);
         for (int List = 0; List < 2; ++List)
             for (int i = 0; i < 64; ++i)
                 Scale.Scale8x8[List][Qp][i] =
-                    static_cast<int16_t>(Lists.List8x8[List][i] * h264::kNormAdjust8x8[Qp % 6][i]);
+                    static_cast<int16_t>(Lists.List8x8[List][i] * h264::kNormAdjust8x8[Qp][i]);
     }
 }
 

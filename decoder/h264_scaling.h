@@ -14,7 +14,7 @@ void SetFlatScalingLists(H264ScalingLists& Lists);
 // Throws h264_exception.
 void ReadScalingLists(H264Bitstream& Bits, H264ScalingLists& Lists, bool Read8x8, const H264ScalingLists* pFallback);
 
-// LevelScale of clause 8.5.9 for all lists and every QP.
+// LevelScale of clause 8.5.9 for all lists and every QP modulo 6.
 void ComputeLevelScale(const H264ScalingLists& Lists, H264LevelScale& Scale);
 
 } // namespace UMC

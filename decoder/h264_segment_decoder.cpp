@@ -2,6 +2,7 @@
 
 #include "decoder/h264_dpb.h"
 #include "decoder/h264_mb_layer.h"
+#include "decoder/h264_ref_list_builder.h"
 #include "decoder/h264_segment_decoder_hp.h"
 
 #include <algorithm>
@@ -150,7 +151,6 @@ void H264SegmentDecoderMultiThreaded::InitializeSlice(const H264Task& Task)
     m_pPicParamSet = m_pSlice->m_pPicParamSet;
     m_pRefPicList = m_pSlice->m_pRefPicList;
     m_pBitstream = &m_pSlice->m_Bitstream;
-    m_pCabac = &m_pSlice->m_Cabac;
     m_Local = *m_pSlice->m_pLocal;
     m_IsBSlice = m_pHeader->slice_type == B_SLICE;
     m_IsMbaff = m_pHeader->MbaffFrameFlag != 0;
@@ -168,6 +168,28 @@ void H264SegmentDecoderMultiThreaded::InitializeSlice(const H264Task& Task)
     SetUpReferences();
     SetUpDirect();
     SetUpTables();
+    SetUpReader();
+}
+
+void H264SegmentDecoderMultiThreaded::SetUpReader()
+{
+    H264Bitstream& Bits = *m_pBitstream;
+    if (m_pSlice->m_IsUnpadded) {
+        const uint32_t Size = Bits.UnitSize();
+        const size_t Words = (size_t{Size} + 3) / 4;
+        std::memcpy(m_PaddedUnit, Bits.Words(), Words * 4);
+        std::memset(m_PaddedUnit + Words, 0, H264Bitstream::kReadPadding);
+        Bits.MoveTo(m_PaddedUnit, Size);
+    }
+    if (m_ExplicitWeights) {
+        H264Bitstream AtWeights = Bits;
+        AtWeights.SetBitPosition(m_pSlice->m_WeightsPosition);
+        ReadSliceWeights(AtWeights, *m_pSeqParamSet, *m_pHeader, m_Weights);
+    }
+    if (!m_pPicParamSet->entropy_coding_mode_flag) return;
+    m_Cabac.InitContexts(m_QpLuma,
+                         m_pHeader->slice_type == I_SLICE ? 0 : 1 + static_cast<int>(m_pHeader->cabac_init_idc));
+    m_Cabac.Start(Bits);
 }
 
 void H264SegmentDecoderMultiThreaded::SetUpReferences()
@@ -192,6 +214,8 @@ void H264SegmentDecoderMultiThreaded::SetUpDirect()
     if (!m_pRefPicList) throw h264_exception(StatusInvalidParams);
     const H264DecoderFrame* const pFirst = m_pRefPicList->List[1].Frame[0];
     m_ColIsShortTerm = (m_pRefPicList->List[1].Flag[0] & kRefFlagShortTerm) != 0;
+    if (!pFirst) m_DirectTables = {};
+    if (pFirst) ComputeDirectTables(*m_pSlice, m_DirectTables);
     if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_MbSize == m_pFrame->m_MbSize) m_pColFrame = pFirst;
 }
 

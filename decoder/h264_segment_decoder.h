@@ -1,6 +1,7 @@
 // Segment decoders: they take tasks from the broker and run the macroblock loops over a slice.
 #pragma once
 
+#include "decoder/h264_cabac.h"
 #include "decoder/h264_mb_state.h"
 #include "decoder/h264_slice.h"
 #include "decoder/task.h"
@@ -23,13 +24,6 @@ struct ReferencePlanes {
     int32_t ChromaMvOffset; // added to vertical chroma vectors between fields of different parity (Table 8-9)
 };
 
-// The lists that a slice of a picture was decoded with, or null for a number that no slice of it has.
-inline const H264DecoderRefPicList* FindRefPicList(const H264DecoderFrame& Frame, int Field, int32_t SliceNumber)
-{
-    const auto& Lists = Frame.m_RefPicLists[Field];
-    return static_cast<size_t>(SliceNumber) < Lists.size() ? Lists[static_cast<size_t>(SliceNumber)].get() : nullptr;
-}
-
 // Everything that the macroblock loops of one slice touch. The algorithm classes have no state of their own and work
 // on this object; it serves one thread.
 class H264SegmentDecoder
@@ -47,9 +41,9 @@ public:
     const H264SeqParamSet* m_pSeqParamSet = nullptr;
     const H264PicParamSet* m_pPicParamSet = nullptr;
     H264DecoderFrame* m_pFrame = nullptr;
-    H264DecoderRefPicList* m_pRefPicList = nullptr;
+    const H264DecoderRefPicList* m_pRefPicList = nullptr;
     H264Bitstream* m_pBitstream = nullptr;
-    CabacDecoder* m_pCabac = nullptr;
+    CabacDecoder m_Cabac;
     H264MbInfo m_MbInfo; // of the frame
     H264LocalMbBuffers m_Local;
     SegmentDecoderHPBase* m_pSegment = nullptr; // the member of the family that decodes the slice
@@ -65,6 +59,8 @@ public:
     int32_t m_ActiveRefs[2] = {};
     bool m_ExplicitWeights = false; // weights of the slice header apply
     bool m_ImplicitWeights = false;
+    PredWeight m_Weights[2][32];
+    H264DirectTables m_DirectTables; // B slices
 
     // Direct prediction (clause 8.4.1.2), B slices: the first picture of list 1 and its motion, null when it has none.
     const H264DecoderFrame* m_pColFrame = nullptr;
@@ -95,6 +91,8 @@ public:
     // Predictions of list 0 before they are joined, and blocks clamped into the reference.
     alignas(64) uint8_t m_Temp[16 * 16 + 2 * 8 * 16];
     alignas(64) uint8_t m_Clamped[24 * 24];
+    // A unit that is kept without zeros behind it, with them.
+    uint32_t m_PaddedUnit[2 * H264Bitstream::kReadPadding / 4];
 
 protected:
     int32_t m_ThreadNumber = 0;
@@ -133,6 +131,7 @@ private:
     Status DecodeRun(int32_t FirstMb, int32_t Count);
     void ProcessRows(int32_t FirstMb, int32_t End, bool Deblock);
     void SetUpPicture(H264DecoderFrame* pFrame, bool IsField, bool IsBottom);
+    void SetUpReader();
     void SetUpReferences();
     void SetUpDirect();
     void SetUpTables();

@@ -72,7 +72,7 @@ private:
     template <bool kCabac>
     static bool IsSliceEnd(H264SegmentDecoder& d)
     {
-        if constexpr (kCabac) return d.m_pCabac->m_Engine.Terminate();
+        if constexpr (kCabac) return d.m_Cabac.m_Engine.Terminate();
         return d.m_pSlice->m_UsesSliceGroups && d.m_MbSkipRun < 2 && !d.m_pBitstream->MoreRbspData();
     }
 

@@ -8,6 +8,7 @@ namespace UMC {
 namespace {
 
 constexpr uint8_t kCountryCodeExtended = 255;
+constexpr uint32_t kMaxUserData = 1u << 16u; // bytes; every frame may hold a message, so a longer one is passed over
 
 // Number of clock timestamps by pic_struct, Table D-1.
 constexpr uint32_t kNumClockTs[] = {1, 1, 1, 2, 2, 3, 3, 2, 3};
@@ -72,6 +73,7 @@ void ReadUserData(H264Bitstream& Bits, H264SEIPayLoad& Message)
         Header = 2;
     }
     Message.PayloadSize -= std::min(Header, Message.PayloadSize);
+    if (Message.PayloadSize > kMaxUserData) return;
     Message.user_data.resize(size_t{Message.PayloadSize} + 1);
     for (uint32_t i = 0; i < Message.PayloadSize; ++i) Message.user_data[i] = static_cast<uint8_t>(Bits.GetBits(8));
 }

@@ -1,10 +1,12 @@
 #include "decoder/h264_slice.h"
 
-#include "decoder/h264_header_parsers.h"
+#include <algorithm>
 
 namespace UMC {
 
 namespace {
+
+constexpr uint32_t kKeptZeros = 64; // bytes of a unit's trailing zeros that a damaged slice may still read
 
 bool IsSliceUnit(int32_t nal_unit_type) { return nal_unit_type == 1 || nal_unit_type == 5 || nal_unit_type == 19; }
 
@@ -23,11 +25,12 @@ try {
     return false;
 }
 
-bool H264Slice::Init()
+bool H264Slice::Init(SliceHeaderTables& Tables)
 try {
     const H264SeqParamSet& Seq = *m_pSeqParamSet;
     const H264PicParamSet& Pic = *m_pPicParamSet;
-    if (!ReadSliceRest(m_Bitstream, Seq, Pic, m_Header, {m_Reordering, m_Marking, m_Weights})) return false;
+    if (!ReadSliceRest(m_Bitstream, Seq, Pic, m_Header, Tables)) return false;
+    m_WeightsPosition = Tables.WeightsPosition;
     if (m_Header.redundant_pic_cnt != 0) return false; // redundant pictures are never decoded
 
     const bool IsField = m_Header.field_pic_flag != 0;
@@ -54,31 +57,45 @@ try {
         m_CurrentMbDeblock = m_MaxMbNumber;
         m_DeblockAvailable = false;
     }
-    if (Pic.entropy_coding_mode_flag) {
-        m_Bitstream.AlignToByte();
-        m_Cabac.InitContexts(m_QpLuma,
-                             m_Header.slice_type == I_SLICE ? 0 : 1 + static_cast<int>(m_Header.cabac_init_idc));
-        m_Cabac.Start(m_Bitstream);
-    }
+    if (Pic.entropy_coding_mode_flag) m_Bitstream.AlignToByte();
     return true;
 } catch (const h264_exception&) {
     return false;
 }
 
+// Pieces are padded, and zeros may follow the data without end: a piece is kept where it is full for the most part. A
+// unit shorter than the padding is kept bare.
+uint32_t H264Slice::KeepUnit(const H264HeapPiece& Piece, uint32_t MaxBytes, bool& Detached)
+{
+    const auto Data = static_cast<uint32_t>((m_Bitstream.DataBits() + 7) / 8);
+    const uint32_t Size = std::min({Piece.m_Size, (Data + kKeptZeros + 3) / 4 * 4, MaxBytes});
+    m_IsUnpadded = Size < H264Bitstream::kReadPadding;
+    Detached = !m_IsUnpadded && Size >= Piece.m_Capacity / 2 && Piece.m_Capacity <= MaxBytes;
+    if (Detached) return Piece.m_Capacity;
+    const size_t Words = (size_t{Size} + 3) / 4;
+    m_OwnUnit.reserve(Words + (m_IsUnpadded ? 0 : H264Bitstream::kReadPadding / 4));
+    m_OwnUnit.assign(Piece.m_pData, Piece.m_pData + Words);
+    if (!m_IsUnpadded) m_OwnUnit.resize(Words + H264Bitstream::kReadPadding / 4);
+    m_Bitstream.MoveTo(m_OwnUnit.data(), Size);
+    return Size;
+}
+
 void H264Slice::ReleaseUnit()
 {
-    if (m_pNalHeap) m_pNalHeap->Free(m_pNalPiece);
+    if (m_pNalPiece) m_pNalHeap->Free(m_pNalPiece);
     m_pNalPiece = nullptr;
+    m_OwnUnit.clear();
+    if (m_OwnUnit.capacity() * 4 > H264Bitstream::kReadPadding) std::vector<uint32_t>().swap(m_OwnUnit);
 }
 
 void H264Slice::Reset()
 {
     ReleaseUnit();
     m_Header = SliceHeaderFields{};
-    m_Reordering[0].count = m_Reordering[1].count = m_Marking.count = 0;
     m_pPicParamSet = nullptr;
     m_pSeqParamSet = nullptr;
     m_pSeqParamSetEx = nullptr;
+    for (std::shared_ptr<const void>& pSet : m_HeldSets) pSet.reset();
     m_pFrame = nullptr;
     m_pRefPicList = nullptr;
     m_pLocal = nullptr;

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "decoder/h264_bitstream.h"
-#include "decoder/h264_cabac.h"
 #include "decoder/h264_frame.h"
+#include "decoder/h264_header_parsers.h"
 #include "decoder/h264_headers.h"
 #include "decoder/h264_heap.h"
 
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 namespace UMC {
 
@@ -19,6 +21,7 @@ struct H264LocalMbBuffers {
     uint8_t* m_pCoeffCounts = nullptr; // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
 };
 
+// A picture may have as many slices as macroblocks, so only what has to wait for decoding is kept of one.
 class H264Slice
 {
 public:
@@ -28,27 +31,29 @@ public:
     // picture parameter set. False rejects the slice.
     bool ReadStart(const H264HeapPiece& Piece);
     // Reads the rest, the parameter sets being known now, and sets the slice up for decoding. False rejects it.
-    bool Init();
+    bool Init(SliceHeaderTables& Tables);
+    // Keeps what decoding needs of the unit that was read, MaxBytes at most, and returns how many bytes that takes.
+    // True in Detached: the slice reads the piece itself, which m_pNalPiece is to be set to. Throws std::bad_alloc.
+    uint32_t KeepUnit(const H264HeapPiece& Piece, uint32_t MaxBytes, bool& Detached);
     void Reset(); // back to the state of a new object; gives the unit back to its heap
     void ReleaseUnit();
 
     SliceHeaderFields m_Header{};
-    RefPicListReordering m_Reordering[2]{};
-    AdaptiveMarking m_Marking{};
-    PredWeight m_Weights[2][32]{};
     H264Bitstream m_Bitstream;
-    CabacDecoder m_Cabac;
+    uint32_t m_WeightsPosition = 0; // of the table of explicit weights in the unit, bits
 
     const H264PicParamSet* m_pPicParamSet = nullptr;
     const H264SeqParamSet* m_pSeqParamSet = nullptr;
     const H264SeqParamSetExtension* m_pSeqParamSetEx = nullptr;
+    std::shared_ptr<const void> m_HeldSets[3]; // keep the sets while newer ones come
     H264DecoderFrame* m_pFrame = nullptr;
-    H264DecoderRefPicList* m_pRefPicList = nullptr;
+    const H264DecoderRefPicList* m_pRefPicList = nullptr;
     H264LocalMbBuffers* m_pLocal = nullptr; // of the frame's resource
     const uint32_t* m_pNextMbMap = nullptr; // slice groups only
 
     int32_t m_MbWidth = 0, m_MbHeight = 0; // of the picture; height halved for a field
-    int32_t m_SliceNumber = 0;
+    int32_t m_SliceNumber = 0;             // from 1 on, over both fields of a frame
+    int32_t m_PicOrderCnt = 0;             // of the picture, before its reference marking
     int32_t m_FirstMbNumber = 0;
     int32_t m_MaxMbNumber = 0; // macroblock at which the slice must stop
     int32_t m_PictureOffset = 0;
@@ -66,6 +71,8 @@ public:
     int32_t m_MbSkipRun = 0, m_QpLuma = 0, m_PrevDeltaQp = 0;
     bool m_IsBottom = false, m_NotFirstSlice = false;
 
+    std::vector<uint32_t> m_OwnUnit;      // a copy of a unit that would leave most of its piece empty
+    bool m_IsUnpadded = false;            // no zeros follow the copy: it is read in the segment decoder's place for it
     H264HeapPiece* m_pNalPiece = nullptr; // goes back to m_pNalHeap at Reset
     H264_Heap* m_pNalHeap = nullptr;
     bool m_IsAuxiliary = false;       // unit type 19

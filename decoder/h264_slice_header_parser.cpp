@@ -110,6 +110,7 @@ bool ReadMarking(H264Bitstream& Bits, SliceHeaderFields& Header, AdaptiveMarking
         Header.long_term_reference_flag = ReadFlag(Bits);
         return true;
     }
+    Marking.count = 0;
     Header.adaptive_ref_pic_marking_mode_flag = ReadFlag(Bits);
     if (!Header.adaptive_ref_pic_marking_mode_flag) return true;
     for (;;) {
@@ -149,7 +150,7 @@ void ReadSliceGroupChange(H264Bitstream& Bits, const H264SeqParamSet& Seq, const
 }
 
 bool ReadReferenceFields(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H264PicParamSet& Pic,
-                         SliceHeaderFields& Header, const SliceHeaderTables& Tables)
+                         SliceHeaderFields& Header, SliceHeaderTables& Tables)
 {
     const bool IsB = Header.slice_type == B_SLICE;
     if (IsB) Header.direct_spatial_mv_pred_flag = ReadFlag(Bits);
@@ -157,8 +158,11 @@ bool ReadReferenceFields(H264Bitstream& Bits, const H264SeqParamSet& Seq, const 
         if (!ReadActiveRefs(Bits, Pic, Header)) return false;
         if (!ReadReordering(Bits, Tables.Reordering[0])) return false;
         if (IsB && !ReadReordering(Bits, Tables.Reordering[1])) return false;
-        if (IsB ? Pic.weighted_bipred_idc == 1 : Pic.weighted_pred_flag != 0)
-            if (!ReadWeights(Bits, Seq.chroma_format_idc != 0, Header, Tables.Weights)) return false;
+        if (IsB ? Pic.weighted_bipred_idc == 1 : Pic.weighted_pred_flag != 0) {
+            PredWeight Weights[2][32]; // only checked: they are read again when the slice is decoded
+            Tables.WeightsPosition = Bits.BitsDecoded();
+            if (!ReadWeights(Bits, Seq.chroma_format_idc != 0, Header, Weights)) return false;
+        }
     }
     return Header.nal_ref_idc == 0 || ReadMarking(Bits, Header, Tables.Marking);
 }
@@ -188,8 +192,14 @@ bool ReadSliceStart(H264Bitstream& Bits, SliceHeaderFields& Header)
     return true;
 }
 
+void ReadSliceWeights(H264Bitstream Bits, const H264SeqParamSet& Seq, SliceHeaderFields Header,
+                      PredWeight (&Weights)[2][32])
+{
+    ReadWeights(Bits, Seq.chroma_format_idc != 0, Header, Weights);
+}
+
 bool ReadSliceRest(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H264PicParamSet& Pic,
-                   SliceHeaderFields& Header, const SliceHeaderTables& Tables)
+                   SliceHeaderFields& Header, SliceHeaderTables& Tables)
 {
     if (!ReadPictureStructure(Bits, Seq, Header)) return false;
     Header.IdrPicFlag = Header.nal_unit_type == 5;

@@ -154,17 +154,27 @@ bool ReadPicOrderFields(H264Bitstream& Bits, H264SeqParamSet& Set)
         Set.delta_pic_order_always_zero_flag = static_cast<uint8_t>(Bits.GetBit());
         Set.offset_for_non_ref_pic = Bits.GetSE();
         Set.offset_for_top_to_bottom_field = Bits.GetSE();
-        // An entry takes a bit at least, so a damaged length ends in the padding and cannot grow the block far.
-        for (uint32_t Left = Bits.GetUE(); Left > 0; --Left) Set.offset_for_ref_frame.push_back(Bits.GetSE());
+        const uint32_t Cycle = Bits.GetUE();
+        if (Cycle > kMaxPicOrderCycle) return false;
+        uint32_t Sum = 0;
+        for (uint32_t i = 0; i < Cycle; ++i) {
+            Set.offset_for_ref_frame.push_back(Bits.GetSE());
+            Set.offset_sum.push_back(Sum += static_cast<uint32_t>(Set.offset_for_ref_frame.back()));
+        }
     }
     return true;
 }
 
-void ReadSizeAndCrop(H264Bitstream& Bits, H264SeqParamSet& Set)
+// False for a picture of too many macroblocks.
+bool ReadSizeAndCrop(H264Bitstream& Bits, H264SeqParamSet& Set)
 {
-    Set.frame_width_in_mbs = Bits.GetUE() + 1;
-    Set.frame_height_in_mbs = Bits.GetUE() + 1;
+    const uint64_t Width = uint64_t{Bits.GetUE()} + 1, MapUnits = uint64_t{Bits.GetUE()} + 1;
     Set.frame_mbs_only_flag = static_cast<uint8_t>(Bits.GetBit());
+    if (Width > kMaxPictureMbs || MapUnits > kMaxPictureMbs ||
+        Width * MapUnits * (2u - Set.frame_mbs_only_flag) > kMaxPictureMbs)
+        return false;
+    Set.frame_width_in_mbs = static_cast<uint32_t>(Width);
+    Set.frame_height_in_mbs = static_cast<uint32_t>(MapUnits);
     if (!Set.frame_mbs_only_flag) {
         Set.frame_height_in_mbs *= 2;
         Set.mb_adaptive_frame_field_flag = static_cast<uint8_t>(Bits.GetBit());
@@ -172,11 +182,12 @@ void ReadSizeAndCrop(H264Bitstream& Bits, H264SeqParamSet& Set)
     Set.direct_8x8_inference_flag = static_cast<uint8_t>(Bits.GetBit());
     if (!Set.frame_mbs_only_flag) Set.direct_8x8_inference_flag = 1;
     Set.frame_cropping_flag = static_cast<uint8_t>(Bits.GetBit());
-    if (!Set.frame_cropping_flag) return;
+    if (!Set.frame_cropping_flag) return true;
     Set.frame_crop_left_offset = Bits.GetUE();
     Set.frame_crop_right_offset = Bits.GetUE();
     Set.frame_crop_top_offset = Bits.GetUE();
     Set.frame_crop_bottom_offset = Bits.GetUE();
+    return true;
 }
 
 Status ParseSeqParamSet(H264Bitstream& Bits, H264SeqParamSet& Set)
@@ -210,7 +221,7 @@ Status ParseSeqParamSet(H264Bitstream& Bits, H264SeqParamSet& Set)
     Set.num_ref_frames = Bits.GetUE();
     if (Set.num_ref_frames > 16) return StatusInvalidParams;
     Set.gaps_in_frame_num_value_allowed_flag = static_cast<uint8_t>(Bits.GetBit());
-    ReadSizeAndCrop(Bits, Set);
+    if (!ReadSizeAndCrop(Bits, Set)) return StatusInvalidParams;
     Set.vui_parameters_present_flag = static_cast<uint8_t>(Bits.GetBit());
     if (Set.vui_parameters_present_flag && Result == StatusOk) ReadVui(Bits, Set.vui);
     return Result;

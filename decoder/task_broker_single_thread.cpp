@@ -13,11 +13,11 @@ void MarkInWork(H264Slice& Slice)
     Slice.m_DecodeAvailable = Slice.m_ReconstructAvailable = Slice.m_DeblockAvailable = false;
 }
 
-// With slice groups the macroblocks that a slice left over bound the next slice.
+// With slice groups the macroblocks that a slice left over bound the next slice. They stand in the order of arrival.
 void PassBudget(const H264DecoderFrameInfo& Au, const H264Slice& Slice)
 {
-    for (H264Slice* const pNext : Au.m_Slices)
-        if (pNext->m_SliceNumber == Slice.m_SliceNumber + 1) pNext->m_MbBudget = Slice.m_MbBudget;
+    const auto Next = static_cast<size_t>(Slice.m_SliceNumber - Au.m_Slices.front()->m_SliceNumber) + 1;
+    if (Next < Au.m_Slices.size()) Au.m_Slices[Next]->m_MbBudget = Slice.m_MbBudget;
 }
 
 void MarkDeblocked(H264Slice& Slice)
@@ -44,7 +44,9 @@ bool TaskBrokerSingleThread::NextTaskLocked(H264Task& Task)
 
 bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& Task)
 {
-    for (H264Slice* const pSlice : Au.m_Slices) {
+    // What stands in front of the mark has been handed out: a picture's slices are looked at once.
+    for (size_t& i = Au.m_NextToDecode; i < Au.m_Slices.size(); ++i) {
+        H264Slice* const pSlice = Au.m_Slices[i];
         if (pSlice->m_InWork || pSlice->m_Decoded) continue;
         Task = H264Task{};
         Task.m_TaskId = TASK_PROCESS;
@@ -63,12 +65,12 @@ bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& T
 // The first slice that is not deblocked, or a later one that stays within its own bounds.
 bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task)
 {
-    bool IsFirst = true;
-    for (H264Slice* const pSlice : Au.m_Slices) {
-        if (pSlice->m_Deblocked) continue;
-        const bool MayBegin = IsFirst || pSlice->m_Header.disable_deblocking_filter_idc == 2;
-        IsFirst = false;
-        if (!MayBegin || !pSlice->m_Decoded || pSlice->m_InWork) continue;
+    const auto& Slices = Au.m_Slices;
+    while (Au.m_NextToDeblock < Slices.size() && Slices[Au.m_NextToDeblock]->m_Deblocked) ++Au.m_NextToDeblock;
+    for (size_t i = Au.m_NextToDeblock; i < Slices.size(); ++i) { // the first one will do unless it is in work
+        H264Slice* const pSlice = Slices[i];
+        const bool MayBegin = i == Au.m_NextToDeblock || pSlice->m_Header.disable_deblocking_filter_idc == 2;
+        if (pSlice->m_Deblocked || !MayBegin || !pSlice->m_Decoded || pSlice->m_InWork) continue;
         Task = H264Task{};
         Task.m_TaskId = TASK_DEBLOCK_SLICE;
         Task.m_pSlice = pSlice;

@@ -66,7 +66,7 @@ void TaskSupplier::Reset()
     if (!m_pBroker) return; // nor is there all of what Init makes before it
     m_pBroker->Reset();
     for (H264DecoderFrame* p = m_pDpb->Head(); p; p = p->m_pNext) DiscardFrame(p);
-    m_LocalNotifiers.Clear();
+    m_LocalReleased = {};
     m_pSplitter->Reset();
     m_Parameters.Reset(true);
     ResetSkipping();
@@ -139,7 +139,7 @@ void TaskSupplier::AdvanceUncompleted()
         if (!IsDecoded(Frame)) return;
         OnDecodingDone(Frame);
     }
-    if (!IsInFlight()) m_LocalNotifiers.Notify(); // no picture is left that they would have to wait for
+    if (!IsInFlight()) EndUseOf(m_LocalReleased); // no picture is left that they would have to wait for
 }
 
 Status TaskSupplier::DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force)

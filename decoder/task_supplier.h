@@ -72,22 +72,24 @@ private:
     bool DropReferences();
     Status HandleParameterSet(uint32_t Type, H264Bitstream& Bits);
     void HandleSei(H264Bitstream& Bits);
-    template <class T>
-    void StoreHeader(HeaderSet<T>& Set, HeaderKind Kind, const T& Record);
     void ActivateSeqParamSet(const H264SeqParamSet& Seq);
 
     // Slices (task_supplier_slices.cpp).
     bool AttachSlice(H264HeapPiece& Piece, MediaData* pIn);
     bool ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, MediaData* pIn);
     bool FindParameterSets(H264Slice& Slice);
+    bool IsSurplus(const H264Slice& Slice, uint32_t UnitBytes) const;
     bool PlaceSlice(H264Slice& Slice);
+    bool ReserveSlice(H264DecoderFrame& Frame, int Field);
     bool OpenPicture(H264Slice& Slice);
-    void AppendSlice(H264Slice& Slice);
+    void AppendSlice(H264Slice& Slice, uint32_t UnitBytes);
     void EndPicture(bool IsInputOver);
 
     // Pictures (task_supplier_pictures.cpp).
     H264DecoderFrame* GetFreeFrame();
     void DiscardFrame(H264DecoderFrame* pFrame);
+    void RemoveSurplusFrames(const H264SeqParamSet& Seq);
+    void RemoveFrame(H264DecoderFrame* pFrame);
     H264DecoderFrame* AddFrame(H264Slice& Slice);
     Status PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slice);
     void StartPicture(H264DecoderFrame& Frame, const H264Slice& Slice);
@@ -99,14 +101,15 @@ private:
     void FinishPicture(H264DecoderFrame& Frame, int Field);
     bool SkipPicture(H264DecoderFrame& Frame, int Field);
     void OrderSliceBounds(H264DecoderFrameInfo& Au);
-    H264LocalMbBuffers& PrepareLocalBuffers(const H264DecoderFrame& Frame);
+    std::shared_ptr<LocalMbMemory> PrepareLocalMemory(const H264DecoderFrame& Frame);
+    void EndUseOf(ReleasedFrames& Released);
     void OnDecodingDone(H264DecoderFrame& Frame);
     void DropUnusableReferences(const H264DecoderFrame& Frame);
 
     // Reference marking, clause 8.2.5 (task_supplier_marking.cpp).
     void MarkReferences(H264DecoderFrame& Frame, int Field);
     void MarkIdr(H264DecoderFrame& Frame, const SliceHeaderFields& Header);
-    void RunMarkingCommands(H264DecoderFrame& Frame, const H264Slice& Slice);
+    void RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeaderFields& Header, const AdaptiveMarking& Marking);
     void MakeLongTerm(H264DecoderFrame& Frame, const SliceHeaderFields& Header, uint32_t Idx);
     void FreeShortTerm(int32_t PicNum, bool IsField);
     void FreeLongTerm(int32_t LongTermPicNum, bool IsField);
@@ -121,12 +124,12 @@ private:
     // Decoding and output (task_supplier.cpp, task_supplier_output.cpp).
     Status DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force);
     void AdvanceUncompleted();
+    int32_t MaxFrames() const; // beyond which no frame is made
     bool HasRoom() const;
     H264DecoderFrame* PickFrameForOutput(bool Force);
     Status ConvertFrame(const H264DecoderFrame& Frame, VideoData& Out);
     Status DescribeOutput(const H264DecoderFrame& Frame);
     bool IsInFlight() const;
-    NotifiersChain& ChainInFlight();
     bool IsFilling() const { return m_pCurrentFrame && m_pCurrentFrame->m_BusyCount >= 2; }
 
     H264_Heap_Objects<H264Slice> m_SliceHeap;
@@ -140,6 +143,7 @@ private:
 
     Headers m_Parameters;
     H264PicParamSet m_PicParamSetScratch; // large: not for the stack
+    SliceHeaderTables m_SliceTables;      // of the slice in hand
     bool m_HaveSeqSet = false, m_HavePicSet = false;
     int32_t m_CurrentSeqSetId = -1, m_CurrentPicSetId = -1;
     H264SEIPayLoad m_PendingUserData;  // for the next new frame
@@ -163,9 +167,9 @@ private:
     H264DecoderFrame* m_pFirstUncompleted = nullptr; // first in list order whose decoding is not finished
     H264DecoderFrame* m_pCurrentFrame = nullptr;     // being filled with slices
     H264DecoderFrame* m_pLastDisplayed = nullptr;
-    NotifiersChain m_LocalNotifiers; // work that has no frame to hang on yet
+    ReleasedFrames m_LocalReleased{}; // for the next picture
 
-    std::vector<LocalMbMemory> m_LocalMbInfo; // by resource index
+    std::vector<std::shared_ptr<LocalMbMemory>> m_LocalMbInfo; // by resource index; null until the first use
     int32_t m_NextResource = 0;
     int32_t m_FrameUid = 0;
 

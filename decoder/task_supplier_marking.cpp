@@ -2,7 +2,6 @@
 #include "decoder/task_supplier.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace UMC {
 
@@ -25,7 +24,7 @@ void TaskSupplier::MarkReferences(H264DecoderFrame& Frame, int Field)
     const SliceHeaderFields& Header = Slice.m_Header;
     if (Header.nal_ref_idc == 0) return;
     if (Header.IdrPicFlag) return MarkIdr(Frame, Header);
-    if (Header.adaptive_ref_pic_marking_mode_flag) RunMarkingCommands(Frame, Slice);
+    if (Header.adaptive_ref_pic_marking_mode_flag) RunMarkingCommands(Frame, Header, Frame.m_Au[Field].m_Marking);
     const int Parity = Header.bottom_field_flag;
     if (Frame.m_IsLongTerm[Parity]) return;
     if (Field == 0) SlideWindow(Frame, static_cast<int32_t>(Slice.m_pSeqParamSet->num_ref_frames));
@@ -41,16 +40,16 @@ void TaskSupplier::MarkIdr(H264DecoderFrame& Frame, const SliceHeaderFields& Hea
     m_MaxLongTermFrameIdx = IsLong ? 0 : -1;
 }
 
-void TaskSupplier::RunMarkingCommands(H264DecoderFrame& Frame, const H264Slice& Slice)
+void TaskSupplier::RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeaderFields& Header,
+                                      const AdaptiveMarking& Marking)
 {
-    const SliceHeaderFields& Header = Slice.m_Header;
     const bool IsField = Header.field_pic_flag != 0;
     const int32_t CurrPicNum = IsField ? 2 * Header.frame_num + 1 : Header.frame_num;
-    for (uint32_t i = 0; i < Slice.m_Marking.count; ++i) {
-        const uint32_t(&Value)[2] = Slice.m_Marking.value[i];
+    for (uint32_t i = 0; i < Marking.count; ++i) {
+        const uint32_t(&Value)[2] = Marking.value[i];
         // picNumX; for a difference that damage made too large a number that no picture has.
         const auto PicNum = static_cast<int32_t>(static_cast<uint32_t>(CurrPicNum) - (Value[0] & INT32_MAX) - 1);
-        switch (Slice.m_Marking.operation[i]) {
+        switch (Marking.operation[i]) {
         case 1: FreeShortTerm(PicNum, IsField); break;
         case 2: FreeLongTerm(static_cast<int32_t>(Value[0] & INT32_MAX), IsField); break;
         case 3: ConvertToLongTerm(PicNum, Value[1], IsField); break;
@@ -157,8 +156,6 @@ void TaskSupplier::SlideWindow(const H264DecoderFrame& Frame, int32_t MaxReferen
 
 bool TaskSupplier::IsInFlight() const { return m_pFirstUncompleted != nullptr || IsFilling(); }
 
-NotifiersChain& TaskSupplier::ChainInFlight() { return IsFilling() ? m_pCurrentFrame->m_Notifiers : m_LocalNotifiers; }
-
 // With Force the frame loses its marks too. It must outlive the pictures in flight, which may refer to it.
 void TaskSupplier::ReleaseReference(H264DecoderFrame* pFrame, bool Force)
 {
@@ -167,7 +164,8 @@ void TaskSupplier::ReleaseReference(H264DecoderFrame* pFrame, bool Force)
     if (pFrame->IsReferenced()) return;
     if (!pFrame->m_FrameExists) pFrame->m_WasOutputted = true;
     if (!IsInFlight()) return;
-    ChainInFlight().Add(std::make_unique<notifier0<H264DecoderFrame>>(pFrame, &H264DecoderFrame::ReleaseUser));
+    ReleasedFrames& Released = IsFilling() ? m_pCurrentFrame->m_Released : m_LocalReleased;
+    ++Released[static_cast<size_t>(pFrame->m_Index)];
     ++pFrame->m_BusyCount;
 }
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
+#include <utility>
 
 namespace UMC {
 
@@ -16,6 +18,19 @@ int32_t CropSamples(uint32_t Unit, uint32_t Offset)
 
 int32_t FrameTypeOf(SliceType Type) { return Type == I_SLICE ? I_PICTURE : Type == B_SLICE ? B_PICTURE : P_PICTURE; }
 
+PictureSize SizeOf(const H264SeqParamSet& Seq)
+{
+    return {static_cast<int32_t>(Seq.frame_width_in_mbs) * 16, static_cast<int32_t>(Seq.frame_height_in_mbs) * 16};
+}
+
+int32_t DepthOf(const H264SeqParamSet& Seq) { return std::max(Seq.bit_depth_luma, Seq.bit_depth_chroma); }
+
+bool IsOfSequence(const H264DecoderFrame& Frame, const H264SeqParamSet& Seq)
+{
+    return Frame.m_Size == SizeOf(Seq) && Frame.m_BitDepth == DepthOf(Seq) &&
+           Frame.m_ChromaFormat == Seq.chroma_format_idc;
+}
+
 bool IsSameGeometry(const H264DecoderFrame& a, const H264DecoderFrame& b)
 {
     return a.m_Size == b.m_Size && a.m_BitDepth == b.m_BitDepth && a.m_ChromaFormat == b.m_ChromaFormat;
@@ -23,13 +38,15 @@ bool IsSameGeometry(const H264DecoderFrame& a, const H264DecoderFrame& b)
 
 } // namespace
 
-bool TaskSupplier::HasRoom() const
+int32_t TaskSupplier::MaxFrames() const
 {
     // A stream may use more references than its level allows; without room for them no picture could ever be added.
     const H264SeqParamSet* const pSeq = m_Parameters.m_SeqParamSets.Get(m_CurrentSeqSetId);
     const int32_t References = pSeq ? static_cast<int32_t>(pSeq->num_ref_frames) : 0;
-    return m_pDpb->CountAll() <= std::max(m_DpbSize, References) + m_SpareFrames || m_pDpb->FindOldestDisposable();
+    return std::max(m_DpbSize, References) + m_SpareFrames + 1;
 }
+
+bool TaskSupplier::HasRoom() const { return m_pDpb->CountAll() < MaxFrames() || m_pDpb->FindOldestDisposable(); }
 
 H264DecoderFrame* TaskSupplier::GetFreeFrame()
 {
@@ -56,19 +73,45 @@ void TaskSupplier::DiscardFrame(H264DecoderFrame* pFrame)
     pFrame->m_WasOutputted = true;
 }
 
+void TaskSupplier::RemoveFrame(H264DecoderFrame* pFrame)
+{
+    if (pFrame == m_pCurrentFrame) m_pCurrentFrame = nullptr;
+    if (pFrame == m_pLastDisplayed) m_pLastDisplayed = nullptr;
+    m_pDpb->Remove(pFrame);
+}
+
+// Gives back the frames of an old size or format, and those that a smaller buffer size has no use for.
+void TaskSupplier::RemoveSurplusFrames(const H264SeqParamSet& Seq)
+{
+    const auto IsRemovable = [this](const H264DecoderFrame& Frame) {
+        return H264DBPList::IsDisposable(Frame) && &Frame != m_pFirstUncompleted;
+    };
+    for (H264DecoderFrame *p = m_pDpb->Head(), *pNext; p; p = pNext) {
+        pNext = p->m_pNext;
+        if (IsRemovable(*p) && !IsOfSequence(*p, Seq)) RemoveFrame(p);
+    }
+    int32_t Surplus = m_pDpb->CountAll() - MaxFrames();
+    for (H264DecoderFrame *p = m_pDpb->Head(), *pNext; p && Surplus > 0; p = pNext) {
+        pNext = p->m_pNext;
+        if (!IsRemovable(*p)) continue;
+        RemoveFrame(p);
+        --Surplus;
+    }
+}
+
 H264DecoderFrame* TaskSupplier::AddFrame(H264Slice& Slice)
 {
     H264DecoderFrame* const pFrame = GetFreeFrame();
     if (!pFrame) return nullptr;
     m_pDpb->MoveToTail(pFrame);
     const Status Result = PrepareFrame(*pFrame, Slice);
-    if (Result != StatusOk) {
-        m_RefusedStatus = Result;
+    if (Result != StatusOk) m_RefusedStatus = Result;
+    if (Result != StatusOk || !ReserveSlice(*pFrame, 0)) {
         DiscardFrame(pFrame);
         return nullptr;
     }
     if (!m_PendingUserData.user_data.empty()) std::swap(pFrame->m_UserData, m_PendingUserData);
-    pFrame->m_Notifiers.MoveFrom(m_LocalNotifiers);
+    std::swap(pFrame->m_Released, m_LocalReleased);
     m_FieldIndex = 0;
     if (Slice.m_Header.field_pic_flag) pFrame->m_Au[1].m_Status = AuStatus::SecondFieldExpected;
     if (!m_pFirstUncompleted) m_pFirstUncompleted = pFrame;
@@ -84,13 +127,14 @@ Status TaskSupplier::PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slic
 {
     const H264SeqParamSet& Seq = *Slice.m_pSeqParamSet;
     const SliceHeaderFields& Header = Slice.m_Header;
-    const PictureSize Size{static_cast<int32_t>(Seq.frame_width_in_mbs) * 16,
-                           static_cast<int32_t>(Seq.frame_height_in_mbs) * 16};
-    Status Result = Frame.Allocate(Size, std::max(Seq.bit_depth_luma, Seq.bit_depth_chroma), Seq.chroma_format_idc);
+    Status Result = Frame.Allocate(SizeOf(Seq), DepthOf(Seq), Seq.chroma_format_idc);
     if (Result != StatusOk) return Result;
     Frame.m_TotalMbs = Frame.m_MbSize.Width * Frame.m_MbSize.Height;
     Result = Frame.AllocateMbInfo(Frame.m_TotalMbs);
-    if (Result != StatusOk) return Result;
+    if (Result != StatusOk) {
+        Frame.Release(); // samples without records are of no use, not even to patch holes from
+        return Result;
+    }
 
     Frame.m_FrameType = FrameTypeOf(Header.slice_type);
     Frame.m_Time = Slice.m_NalTime;
@@ -144,7 +188,9 @@ H264DecoderFrame* TaskSupplier::TakeMadeUpFrame(const H264Slice& Slice)
     H264DecoderFrame* const pFrame = GetFreeFrame();
     if (!pFrame) return nullptr;
     m_pDpb->MoveToTail(pFrame);
-    if (PrepareFrame(*pFrame, Slice) != StatusOk) {
+    const Status Result = PrepareFrame(*pFrame, Slice);
+    if (Result != StatusOk) {
+        m_RefusedStatus = Result;
         DiscardFrame(pFrame);
         return nullptr;
     }
@@ -198,9 +244,10 @@ bool TaskSupplier::FillOneGap(const H264Slice& Slice, int32_t FrameNum)
     return true;
 }
 
-// A P or B slice with nothing to refer to gets a grey picture, so that decoding can go on.
+// A P or B slice with nothing to refer to gets a grey picture, so that decoding can go on. Where memory runs out the
+// slice goes on without.
 void TaskSupplier::MakeUpReference(const H264Slice& Slice)
-{
+try {
     const SliceHeaderFields& Header = Slice.m_Header;
     if (Header.slice_type == I_SLICE) return;
     int32_t Short = 0, Long = 0;
@@ -223,6 +270,8 @@ void TaskSupplier::MakeUpReference(const H264Slice& Slice)
                                        : Field == 0 ? Order.m_TopFieldOrderCnt
                                                     : Order.m_BottomFieldOrderCnt;
     }
+} catch (const std::bad_alloc&) {
+    m_RefusedStatus = StatusAllocFailed;
 }
 
 // The second field did not come: the frame is complete with its lines grey.
@@ -242,6 +291,7 @@ void TaskSupplier::FinishPicture(H264DecoderFrame& Frame, int Field)
 {
     H264DecoderFrameInfo& Au = Frame.m_Au[Field];
     if (Au.m_Status > AuStatus::SecondFieldExpected || Au.m_Slices.empty()) return;
+    auto pLocal = PrepareLocalMemory(Frame); // first: nothing has changed yet should memory run out
     MarkReferences(Frame, Field);
     if (SkipPicture(Frame, Field)) return;
     if (IsDeblockingUnwanted(Au.m_IsReference)) {
@@ -256,8 +306,8 @@ void TaskSupplier::FinishPicture(H264DecoderFrame& Frame, int Field)
         if (Frame.IsFieldPair()) Frame.m_TotalMbs /= 2;
     }
     OrderSliceBounds(Au);
-    H264LocalMbBuffers& Local = PrepareLocalBuffers(Frame);
-    for (H264Slice* const pSlice : Au.m_Slices) pSlice->m_pLocal = &Local;
+    for (H264Slice* const pSlice : Au.m_Slices) pSlice->m_pLocal = &pLocal->Buffers();
+    Frame.m_pLocalMemory = std::move(pLocal);
     Au.m_Status = AuStatus::Ready;
 }
 
@@ -277,34 +327,42 @@ bool TaskSupplier::SkipPicture(H264DecoderFrame& Frame, int Field)
 }
 
 // Each slice ends where the next one begins, however damaged it is; what the first one leaves in front of it is lost.
-// Slices may arrive in any order. From here on they stand in that of their macroblocks, which deblocking has to follow.
+// Of slices that begin at the same macroblock the last one counts, the others are empty: a picture's macroblocks are
+// decoded once, whatever its slices state. Slices may arrive in any order. From here on they stand in that of their
+// macroblocks, which deblocking has to follow. As many as macroblocks at most: the sort takes 16 comparisons of each.
 void TaskSupplier::OrderSliceBounds(H264DecoderFrameInfo& Au)
 {
     if (Au.m_UsesSliceGroups) return;
     auto& Slices = Au.m_Slices;
-    std::sort(Slices.begin(), Slices.end(),
-              [](const H264Slice* a, const H264Slice* b) { return a->m_FirstMbNumber < b->m_FirstMbNumber; });
-    for (size_t i = Slices.size() - 1; i > 0; --i) {
-        H264Slice &Slice = *Slices[i - 1], &Next = *Slices[i];
-        Slice.m_MaxMbNumber = Slice.m_FirstMbNumber < Next.m_FirstMbNumber ? Next.m_FirstMbNumber : Next.m_MaxMbNumber;
-    }
+    std::sort(Slices.begin(), Slices.end(), [](const H264Slice* a, const H264Slice* b) {
+        return a->m_FirstMbNumber != b->m_FirstMbNumber ? a->m_FirstMbNumber < b->m_FirstMbNumber
+                                                        : a->m_SliceNumber < b->m_SliceNumber;
+    });
+    for (size_t i = Slices.size() - 1; i > 0; --i) Slices[i - 1]->m_MaxMbNumber = Slices[i]->m_FirstMbNumber;
     m_SegmentDecoders.front()->RestoreErrorRect(0, Slices.front()->m_FirstMbNumber, Slices.front());
 }
 
-H264LocalMbBuffers& TaskSupplier::PrepareLocalBuffers(const H264DecoderFrame& Frame)
+// The records of the frame's resource. A picture that still waits for decoding keeps them; there are others then.
+std::shared_ptr<LocalMbMemory> TaskSupplier::PrepareLocalMemory(const H264DecoderFrame& Frame)
 {
-    LocalMbMemory& Memory = m_LocalMbInfo[static_cast<size_t>(Frame.m_ResourceIndex)];
-    Memory.Allocate(Frame.m_MbSize.Width * Frame.m_MbSize.Height);
-    return Memory.Buffers();
+    if (Frame.m_pLocalMemory) return Frame.m_pLocalMemory; // a second field
+    std::shared_ptr<LocalMbMemory>& pMemory = m_LocalMbInfo[static_cast<size_t>(Frame.m_ResourceIndex)];
+    if (!pMemory || pMemory.use_count() > 1) pMemory = std::make_shared<LocalMbMemory>();
+    pMemory->Allocate(Frame.m_MbSize.Width * Frame.m_MbSize.Height);
+    return pMemory;
+}
+
+void TaskSupplier::EndUseOf(ReleasedFrames& Released)
+{
+    for (H264DecoderFrame* p = m_pDpb->Head(); p; p = p->m_pNext)
+        p->m_BusyCount -= std::exchange(Released[static_cast<size_t>(p->m_Index)], uint16_t{0});
 }
 
 void TaskSupplier::OnDecodingDone(H264DecoderFrame& Frame)
 {
-    for (H264DecoderFrameInfo& Au : Frame.m_Au) {
-        for (H264Slice* const pSlice : Au.m_Slices) pSlice->ReleaseUnit();
-        if (!Au.m_Slices.empty()) Au.m_Status = AuStatus::Finished;
-    }
-    Frame.m_Notifiers.Notify();
+    Frame.ReleaseSlices(m_SliceHeap);
+    EndUseOf(Frame.m_Released);
+    m_Parameters.Settle();
     Frame.m_IsDisplayable = true;
     Frame.m_BusyCount -= 2;
     ++m_Progress;

@@ -40,6 +40,14 @@ bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const 
     return a.bottom_field_flag != b.bottom_field_flag;
 }
 
+// Bytes that the units of a slice's picture may take together: more than twice the 3200 bits that a macroblock of 8-bit
+// samples may take (clause 7.3.5), and room for headers.
+uint32_t MaxUnitBytes(const H264Slice& Slice)
+{
+    return static_cast<uint32_t>(Slice.m_MbWidth * Slice.m_MbHeight) * 1024 + (1u << 16u);
+}
+static_assert(uint64_t{kMaxPictureMbs} * 1024 < INT32_MAX);
+
 } // namespace
 
 bool TaskSupplier::AttachSlice(H264HeapPiece& Piece, MediaData* pIn)
@@ -54,40 +62,74 @@ bool TaskSupplier::AttachSlice(H264HeapPiece& Piece, MediaData* pIn)
     if (pSlice->m_UsesSliceGroups ||
         !FindSegmentDecoder(*pSlice->m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0))
         m_RefusedStatus = StatusUnsupported;
-    if (m_RefusedStatus != StatusOk || !PlaceSlice(*pSlice)) return false;
+    if (m_RefusedStatus != StatusOk) return false;
+    bool Detached = false;
+    const uint32_t UnitBytes = pSlice->KeepUnit(Piece, MaxUnitBytes(*pSlice), Detached);
+    if (IsSurplus(*pSlice, UnitBytes)) {
+        m_pSplitter->ReleaseCurrent();
+        return false;
+    }
+    if (!PlaceSlice(*pSlice)) return false;
 
-    H264Slice& Slice = *pSlice.release();
-    AppendSlice(Slice);
-    MakeUpReference(Slice);
-    BuildRefPicLists(Slice, *m_pDpb); // without references the lists stay empty and the slice is concealed
-    Slice.m_pNalHeap = &m_NalHeap;
-    Slice.m_pNalPiece = &Piece;
-    m_pSplitter->DetachCurrent();
+    AppendSlice(*pSlice.release(), UnitBytes);
+    H264Slice& Slice = *m_pCurrentFrame->m_Au[m_FieldIndex].m_Slices.back();
+    if (Detached) {
+        Slice.m_pNalHeap = &m_NalHeap;
+        Slice.m_pNalPiece = &Piece;
+        m_pSplitter->DetachCurrent();
+    } else {
+        m_pSplitter->ReleaseCurrent();
+    }
     return true;
+}
+
+// A picture has no more slices than macroblocks (clause 7.3.4) and needs no more bytes than all of them can take: a
+// slice beyond is dropped as if its header were bad.
+bool TaskSupplier::IsSurplus(const H264Slice& Slice, uint32_t UnitBytes) const
+{
+    if (!m_pCurrentFrame) return false;
+    const H264DecoderFrameInfo& Au = m_pCurrentFrame->m_Au[m_FieldIndex];
+    if (Au.m_Status >= AuStatus::Ready || Au.m_Slices.empty() || !IsSamePicture(*Au.m_Slices.front(), Slice))
+        return false;
+    const auto MbCount = static_cast<size_t>(Slice.m_MbWidth) * static_cast<size_t>(Slice.m_MbHeight);
+    return Au.m_Slices.size() >= MbCount || Au.m_UnitBytes + UnitBytes > MaxUnitBytes(Slice);
+}
+
+bool TaskSupplier::ReserveSlice(H264DecoderFrame& Frame, int Field)
+{
+    const Status Result = Frame.ReserveSlice(Field);
+    if (Result != StatusOk) m_RefusedStatus = Result;
+    return Result == StatusOk;
 }
 
 bool TaskSupplier::ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, MediaData* pIn)
 {
     if (!m_HaveSeqSet || !m_HavePicSet || !Slice.ReadStart(Piece)) return false;
     const bool IsIntra = Slice.m_Header.slice_type == I_SLICE;
-    const H264SEIPayLoad* const pRecovery = m_Parameters.m_Sei.Get(SEI_RECOVERY_POINT);
-    if (m_WaitForRandomAccess && !IsIntra && !pRecovery) return false;
+    const bool IsRecovery = m_Parameters.m_Sei.Get(SEI_RECOVERY_POINT) != nullptr;
+    if (m_WaitForRandomAccess && !IsIntra && !IsRecovery) return false;
     if (!FindParameterSets(Slice)) return false;
     Slice.m_NalTime = pIn ? pIn->GetTime() : -1.0;
-    if (!Slice.Init()) return false;
-    if (!IsIntra && pRecovery) m_Parameters.m_Sei.Release(pRecovery);
+    if (!Slice.Init(m_SliceTables)) return false;
+    if (!IsIntra && IsRecovery) m_Parameters.m_Sei.Remove(SEI_RECOVERY_POINT);
     m_WaitForRandomAccess = false;
     return true;
 }
 
 bool TaskSupplier::FindParameterSets(H264Slice& Slice)
 {
-    Slice.m_pPicParamSet = m_Parameters.m_PicParamSets.Get(Slice.m_Header.pic_parameter_set_id);
-    if (!Slice.m_pPicParamSet) return false;
-    const int32_t SeqId = Slice.m_pPicParamSet->seq_parameter_set_id;
-    Slice.m_pSeqParamSet = m_Parameters.m_SeqParamSets.Get(SeqId);
-    if (!Slice.m_pSeqParamSet) return false;
-    Slice.m_pSeqParamSetEx = m_Parameters.m_SeqParamSetExtensions.Get(SeqId);
+    const auto& pPic = m_Parameters.m_PicParamSets.Share(Slice.m_Header.pic_parameter_set_id);
+    if (!pPic) return false;
+    const int32_t SeqId = pPic->seq_parameter_set_id;
+    const auto& pSeq = m_Parameters.m_SeqParamSets.Share(SeqId);
+    if (!pSeq) return false;
+    const auto& pSeqEx = m_Parameters.m_SeqParamSetExtensions.Share(SeqId);
+    Slice.m_pPicParamSet = pPic.get();
+    Slice.m_pSeqParamSet = pSeq.get();
+    Slice.m_pSeqParamSetEx = pSeqEx.get();
+    Slice.m_HeldSets[0] = pPic;
+    Slice.m_HeldSets[1] = pSeq;
+    Slice.m_HeldSets[2] = pSeqEx;
     m_CurrentPicSetId = Slice.m_Header.pic_parameter_set_id;
     m_CurrentSeqSetId = SeqId;
     return true;
@@ -99,10 +141,11 @@ bool TaskSupplier::PlaceSlice(H264Slice& Slice)
     H264DecoderFrame& Frame = *m_pCurrentFrame;
     const H264DecoderFrameInfo& Au = Frame.m_Au[m_FieldIndex];
     const H264Slice& First = *Au.m_Slices.front();
-    if (Au.m_Status < AuStatus::Ready && IsSamePicture(First, Slice)) return true;
+    if (Au.m_Status < AuStatus::Ready && IsSamePicture(First, Slice)) return ReserveSlice(Frame, m_FieldIndex);
 
     FinishPicture(Frame, m_FieldIndex);
     if (Slice.m_Header.field_pic_flag && m_FieldIndex == 0 && IsSecondField(Frame, First, Slice)) {
+        if (!ReserveSlice(Frame, 1)) return false;
         m_FieldIndex = 1;
         StartPicture(Frame, Slice);
         if (!m_pFirstUncompleted) m_pFirstUncompleted = &Frame;
@@ -114,6 +157,7 @@ bool TaskSupplier::PlaceSlice(H264Slice& Slice)
 
 bool TaskSupplier::OpenPicture(H264Slice& Slice)
 {
+    RemoveSurplusFrames(*Slice.m_pSeqParamSet);
     if (FillFrameGaps(Slice) != StatusOk) return false;
     H264DecoderFrame* const pFrame = AddFrame(Slice);
     if (!pFrame) return false;
@@ -121,16 +165,19 @@ bool TaskSupplier::OpenPicture(H264Slice& Slice)
     return true;
 }
 
-// The slice's place in the picture is settled; nothing can refuse it any more.
-void TaskSupplier::AppendSlice(H264Slice& Slice)
+// The slice's place in the picture is settled, and room for it reserved; nothing can refuse it any more.
+void TaskSupplier::AppendSlice(H264Slice& Slice, uint32_t UnitBytes)
 {
     H264DecoderFrame& Frame = *m_pCurrentFrame;
     H264DecoderFrameInfo& Au = Frame.m_Au[m_FieldIndex];
-    Slice.m_SliceNumber = static_cast<int32_t>(Au.m_Slices.size()) + 1;
-    if (m_FieldIndex == 1) Slice.m_SliceNumber += static_cast<int32_t>(Frame.m_Au[0].m_Slices.size());
     Slice.m_pFrame = &Frame;
-    Slice.m_pRefPicList = &Frame.RefPicListOf(m_FieldIndex, Slice.m_SliceNumber);
-    Au.m_Slices.push_back(&Slice);
+    Slice.m_PicOrderCnt = OrderCountOfSlice(Frame, Slice.m_Header);
+    MakeUpReference(Slice);
+    // Without references the lists stay empty and the slice is concealed.
+    BuildRefPicLists(Slice, m_SliceTables.Reordering, *m_pDpb, Frame.SpareRefPicList());
+    if (Au.m_Slices.empty() && Slice.m_Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = m_SliceTables.Marking;
+    Frame.AppendSlice(m_FieldIndex, Slice);
+    Au.m_UnitBytes += UnitBytes;
     Au.m_NeedsDeblocking |= Slice.m_Header.disable_deblocking_filter_idc != 1;
     Au.m_IsReference |= Slice.m_Header.nal_ref_idc != 0;
     Au.m_HasIntraSlice |= Slice.m_Header.slice_type == I_SLICE;

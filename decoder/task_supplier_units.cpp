@@ -22,10 +22,6 @@ enum NalUnitType : uint32_t {
 
 bool IsSliceData(uint32_t Type) { return (Type >= NAL_SLICE && Type <= NAL_IDR_SLICE) || Type == NAL_AUXILIARY_SLICE; }
 
-// A picture of more macroblocks is refused as memory that cannot be had: its planes and records would not fit into the
-// sizes and macroblock numbers of 32 bits.
-constexpr uint64_t kMaxMbs = 1u << 21;
-
 } // namespace
 
 TaskSupplier::UnitResult TaskSupplier::ConsumeUnits(MediaData* pIn, bool HeadersOnly)
@@ -38,10 +34,15 @@ TaskSupplier::UnitResult TaskSupplier::ConsumeUnits(MediaData* pIn, bool Headers
 
     UnitResult Result;
     const MediaDataEx::_MediaDataEx& Units = *pUnits->GetExData();
-    for (uint32_t i = 0; i < Units.Count && Result.m_Status == StatusOk;
-         ++i) { // a slice that was taken clears the count
-        const uint32_t Offset = Units.Offsets[i];
-        Result = HandleUnit(Units.Values[i], *pPiece, Offset, Units.Offsets[i + 1] - Offset, pIn);
+    try {
+        for (uint32_t i = 0; i < Units.Count && Result.m_Status == StatusOk;
+             ++i) { // a slice that was taken clears the count
+            const uint32_t Offset = Units.Offsets[i];
+            Result = HandleUnit(Units.Values[i], *pPiece, Offset, Units.Offsets[i + 1] - Offset, pIn);
+        }
+    } catch (...) { // memory ran out: the unit is lost, what follows is not
+        m_pSplitter->ReleaseCurrent();
+        throw;
     }
     if (!Result.m_IsKept) m_pSplitter->ReleaseCurrent();
     return Result;
@@ -91,15 +92,6 @@ bool TaskSupplier::DropReferences()
     return true;
 }
 
-template <class T>
-void TaskSupplier::StoreHeader(HeaderSet<T>& Set, HeaderKind Kind, const T& Record)
-{
-    T* const pOld = Set.Add(Record, !IsInFlight());
-    if (!pOld) return;
-    using Release = notifier2<Headers, HeaderKind, const void*>;
-    ChainInFlight().Add(std::make_unique<Release>(&m_Parameters, &Headers::Release, Kind, pOld));
-}
-
 Status TaskSupplier::HandleParameterSet(uint32_t Type, H264Bitstream& Bits)
 {
     int32_t nal_unit_type = 0;
@@ -110,20 +102,19 @@ Status TaskSupplier::HandleParameterSet(uint32_t Type, H264Bitstream& Bits)
         H264SeqParamSet Seq;
         const Status Result = ReadSeqParamSet(Bits, Seq);
         if (Result != StatusOk) return Result;
-        if (uint64_t{Seq.frame_width_in_mbs} * Seq.frame_height_in_mbs - 1 >= kMaxMbs) return StatusAllocFailed;
-        StoreHeader(m_Parameters.m_SeqParamSets, HeaderKind::SeqParamSet, Seq);
+        m_Parameters.m_SeqParamSets.Add(Seq, !IsInFlight());
         ActivateSeqParamSet(Seq);
     } else if (Type == NAL_PIC_PARAM_SET) {
         const Status Result = ReadPicParamSet(Bits, m_Parameters, m_PicParamSetScratch);
         if (Result != StatusOk) return Result;
-        StoreHeader(m_Parameters.m_PicParamSets, HeaderKind::PicParamSet, m_PicParamSetScratch);
+        m_Parameters.m_PicParamSets.Add(m_PicParamSetScratch, !IsInFlight());
         m_HavePicSet = true;
         m_CurrentPicSetId = m_PicParamSetScratch.pic_parameter_set_id;
     } else {
         H264SeqParamSetExtension Extension;
         const Status Result = ReadSeqParamSetExtension(Bits, Extension);
         if (Result != StatusOk) return Result;
-        StoreHeader(m_Parameters.m_SeqParamSetExtensions, HeaderKind::SeqParamSetExtension, Extension);
+        m_Parameters.m_SeqParamSetExtensions.Add(Extension, !IsInFlight());
     }
     return StatusOk;
 }

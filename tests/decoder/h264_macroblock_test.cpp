@@ -28,7 +28,6 @@ protected:
         d.m_PitchLuma = kPitch;
         d.m_PitchChroma = kPitch / 2;
         d.m_pBitstream = &m_Slice.m_Bitstream;
-        d.m_pCabac = &m_Slice.m_Cabac;
         d.m_QpLuma = 26;
         d.m_ActiveRefs[0] = 1;
         d.m_NoGlobal.MbType = MBTYPE_INTRA4x4;

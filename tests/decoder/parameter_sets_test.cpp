@@ -2,11 +2,13 @@
 #include "decoder/h264_header_parsers.h"
 #include "decoder/h264_headers_store.h"
 #include "decoder/h264_nal_splitter.h"
-#include "decoder/h264_notify.h"
 #include "decoder/h264_seq_info.h"
 #include "tests/support/h264_stream_writer.h"
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -245,8 +247,8 @@ TEST(PicParamSets, ScalingListsFollowRuleA)
     EXPECT_EQ(Sets.Set.chroma_qp_index_offset[0], -2);
     EXPECT_EQ(Sets.Set.chroma_qp_index_offset[1], 5);
     EXPECT_EQ(Sets.Set.level_scale.Scale4x4[1][0][0], 20 * 10);
-    EXPECT_EQ(Sets.Set.level_scale.Scale4x4[1][13][0], 20 * 11) << "QP 13 is 1 modulo 6";
-    EXPECT_EQ(Sets.Set.level_scale.Scale8x8[0][87][0], 6 * 28 + 0 * 87) << "QP 87 is 3 modulo 6";
+    EXPECT_EQ(Sets.Set.level_scale.Scale4x4[1][13 % 6][0], 20 * 11);
+    EXPECT_EQ(Sets.Set.level_scale.Scale8x8[0][87 % 6][0], 6 * 28);
 }
 
 TEST(PicParamSets, SliceGroupsAreChecked)
@@ -387,30 +389,40 @@ H264SeqParamSet SeqRecord(uint8_t Id, uint32_t References)
 TEST(HeaderStore, RepeatedSetChangesNothing)
 {
     HeaderSet<H264SeqParamSet> Sets;
-    EXPECT_EQ(Sets.Add(SeqRecord(3, 1), false), nullptr);
+    Sets.Add(SeqRecord(3, 1), false);
     const auto* const pStored = Sets.Get(3);
-    EXPECT_EQ(Sets.Add(SeqRecord(3, 1), false), nullptr);
-    EXPECT_EQ(Sets.Get(3), pStored);
+    for (const bool Immediately : {false, true}) {
+        Sets.Add(SeqRecord(3, 1), Immediately);
+        EXPECT_EQ(Sets.Get(3), pStored);
+    }
     EXPECT_EQ(Sets.Get(2), nullptr);
     EXPECT_EQ(Sets.Get(-1), nullptr);
     EXPECT_EQ(Sets.Get(1000), nullptr);
 }
 
-TEST(HeaderStore, ChangedSetIsSeenAtOnceAndTheOldOneLivesUntilReleased)
+TEST(HeaderStore, ChangedSetIsSeenAtOnceAndTheOldOneLivesWithItsUser)
 {
     HeaderSet<H264SeqParamSet> Sets;
     Sets.Add(SeqRecord(0, 1), false);
-    const auto* const pFirst = Sets.Get(0);
-    EXPECT_EQ(Sets.Add(SeqRecord(0, 2), false), pFirst);
-    const auto* const pSecond = Sets.Get(0);
-    EXPECT_EQ(pSecond->num_ref_frames, 2u);
+    const auto pFirst = Sets.Share(0);
+    Sets.Add(SeqRecord(0, 2), false);
+    EXPECT_EQ(Sets.Get(0)->num_ref_frames, 2u);
     EXPECT_EQ(pFirst->num_ref_frames, 1u);
-    EXPECT_EQ(Sets.Add(SeqRecord(0, 2), false), nullptr) << "equal to the newest";
-    EXPECT_EQ(Sets.Add(SeqRecord(0, 3), false), pSecond);
-    Sets.Release(pFirst);
-    EXPECT_EQ(Sets.Get(0)->num_ref_frames, 3u);
-    Sets.Release(pSecond);
-    EXPECT_EQ(Sets.Get(0)->num_ref_frames, 3u);
+    Sets.Settle();
+    EXPECT_EQ(Sets.Get(0)->num_ref_frames, 2u);
+    EXPECT_EQ(pFirst.use_count(), 1);
+}
+
+TEST(HeaderStore, VersionsThatNobodyUsesAreReplaced)
+{
+    HeaderSet<H264SeqParamSet> Sets;
+    Sets.Add(SeqRecord(0, 1), false);
+    std::vector<std::weak_ptr<const H264SeqParamSet>> Versions;
+    for (uint32_t i = 0; i < 100; ++i) {
+        Sets.Add(SeqRecord(0, 2 + i % 2), false);
+        Versions.push_back(Sets.Share(0));
+    }
+    EXPECT_EQ(std::count_if(Versions.begin(), Versions.end(), [](const auto& p) { return !p.expired(); }), 1);
 }
 
 TEST(HeaderStore, ResetKeepsTheSetsInForce)
@@ -420,39 +432,15 @@ TEST(HeaderStore, ResetKeepsTheSetsInForce)
     Sets.Add(SeqRecord(0, 2), false);
     Sets.Reset(true);
     EXPECT_EQ(Sets.Get(0)->num_ref_frames, 1u);
+    Sets.Add(SeqRecord(0, 2), false);
+    Sets.Settle();
+    Sets.Reset(true);
+    EXPECT_EQ(Sets.Get(0)->num_ref_frames, 2u) << "in force when the pictures before it are finished";
+    Sets.Add(SeqRecord(0, 3), true);
+    Sets.Reset(true);
+    EXPECT_EQ(Sets.Get(0)->num_ref_frames, 3u);
     Sets.Reset(false);
     EXPECT_EQ(Sets.Get(0), nullptr);
-}
-
-struct Recorder {
-    std::vector<int> Calls;
-    void None() { Calls.push_back(0); }
-    void Two(int a, int b) { Calls.push_back(a * 10 + b); }
-};
-
-TEST(Notifiers, RunInOrderOnce)
-{
-    Recorder Target;
-    NotifiersChain Chain, Other;
-    Chain.Add(std::make_unique<notifier0<Recorder>>(&Target, &Recorder::None));
-    Other.Add(std::make_unique<notifier2<Recorder, int, int>>(&Target, &Recorder::Two, 1, 2));
-    Other.Add(std::make_unique<notifier2<Recorder, int, int>>(&Target, &Recorder::Two, 3, 4));
-    Chain.MoveFrom(Other);
-    EXPECT_TRUE(Other.IsEmpty());
-    Chain.Notify();
-    EXPECT_THAT(Target.Calls, testing::ElementsAre(0, 12, 34));
-    Chain.Notify();
-    EXPECT_EQ(Target.Calls.size(), 3u);
-}
-
-TEST(Notifiers, DestructionRunsNone)
-{
-    Recorder Target;
-    {
-        NotifiersChain Chain;
-        Chain.Add(std::make_unique<notifier0<Recorder>>(&Target, &Recorder::None));
-    }
-    EXPECT_TRUE(Target.Calls.empty());
 }
 
 } // namespace
