@@ -128,6 +128,7 @@ private:
     bool HasRoom() const;
     H264DecoderFrame* PickFrameForOutput(bool Force);
     Status ConvertFrame(const H264DecoderFrame& Frame, VideoData& Out);
+    Status ShapeOutput(const H264DecoderFrame& Frame);
     Status DescribeOutput(const H264DecoderFrame& Frame);
     bool IsInFlight() const;
     bool IsFilling() const { return m_pCurrentFrame && m_pCurrentFrame->m_BusyCount >= 2; }

@@ -3,6 +3,8 @@
 
 #include "media/umc_cast.h"
 
+#include <new>
+
 namespace UMC {
 
 namespace {
@@ -36,6 +38,8 @@ bool TaskSupplier::DeliverFrame(MediaData* pOut, bool Force)
     m_pLastDisplayed = nullptr;
     H264DecoderFrame* const pFrame = PickFrameForOutput(Force);
     if (!pFrame) return false;
+    // Before anything changes: a later call gives the picture out.
+    if (!pFrame->m_IsSkipped && ShapeOutput(*pFrame) == StatusAllocFailed) throw std::bad_alloc();
     m_pLastDisplayed = pFrame;
     pFrame->m_WasOutputted = true;
     ++m_Progress;
@@ -59,17 +63,24 @@ bool TaskSupplier::DeliverFrame(MediaData* pOut, bool Force)
     return true;
 }
 
-Status TaskSupplier::DescribeOutput(const H264DecoderFrame& Frame)
+// Gives the description of the output the frame's size, format and depth.
+Status TaskSupplier::ShapeOutput(const H264DecoderFrame& Frame)
 {
     VideoData& Out = *m_pOutput;
     PlaneInfo Luma{};
     Out.GetPlaneInfo(&Luma, 0);
     const ColorFormat Format = FormatOf(Frame.m_ChromaFormat);
-    if (Out.GetColorFormat() != Format || Out.GetWidth() != Frame.m_Size.Width ||
-        Out.GetHeight() != Frame.m_Size.Height || Luma.m_BitDepth != Frame.m_BitDepth) {
-        const Status Result = Out.Init(Frame.m_Size.Width, Frame.m_Size.Height, Format, Frame.m_BitDepth);
-        if (Result != StatusOk) return Result;
-    }
+    if (Out.GetColorFormat() == Format && Out.GetWidth() == Frame.m_Size.Width &&
+        Out.GetHeight() == Frame.m_Size.Height && Luma.m_BitDepth == Frame.m_BitDepth)
+        return StatusOk;
+    return Out.Init(Frame.m_Size.Width, Frame.m_Size.Height, Format, Frame.m_BitDepth);
+}
+
+Status TaskSupplier::DescribeOutput(const H264DecoderFrame& Frame)
+{
+    const Status Shape = ShapeOutput(Frame);
+    if (Shape != StatusOk) return Shape;
+    VideoData& Out = *m_pOutput;
     uint8_t* const Planes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
     const int32_t SampleBytes = Frame.m_BitDepth > 8 ? 2 : 1;
     for (int32_t i = 0; i < 3; ++i) {
@@ -91,6 +102,7 @@ Status TaskSupplier::ConvertFrame(const H264DecoderFrame& Frame, VideoData& Out)
         return (*m_ppConverter)->GetFrame(m_pOutput, &Out);
     VideoDataCrop Cropped;
     Cropped = *m_pOutput;
+    if (Cropped.GetPlaneCount() != m_pOutput->GetPlaneCount()) throw std::bad_alloc();
     const Status Region =
         Cropped.SetRegion(Frame.m_CropLeft, Frame.m_CropTop, Frame.m_Size.Width - Frame.m_CropRight - Frame.m_CropLeft,
                           Frame.m_Size.Height - Frame.m_CropBottom - Frame.m_CropTop);
