@@ -77,6 +77,8 @@ void TaskSupplier::RemoveFrame(H264DecoderFrame* pFrame)
 {
     if (pFrame == m_pCurrentFrame) m_pCurrentFrame = nullptr;
     if (pFrame == m_pLastDisplayed) m_pLastDisplayed = nullptr;
+    if (m_pOutput->GetPlaneCount() > 0 && m_pOutput->Plane(0) == pFrame->m_pPlaneY)
+        m_pOutput->Close(); // its samples go
     m_pDpb->Remove(pFrame);
 }
 
@@ -110,6 +112,7 @@ H264DecoderFrame* TaskSupplier::AddFrame(H264Slice& Slice)
         DiscardFrame(pFrame);
         return nullptr;
     }
+    DropUnusableReferences(*pFrame); // not in use by this picture
     if (!m_PendingUserData.user_data.empty()) std::swap(pFrame->m_UserData, m_PendingUserData);
     std::swap(pFrame->m_Released, m_LocalReleased);
     m_FieldIndex = 0;
@@ -118,7 +121,6 @@ H264DecoderFrame* TaskSupplier::AddFrame(H264Slice& Slice)
     pFrame->m_ResourceIndex = m_NextResource;
     m_NextResource = (m_NextResource + 1) % m_ThreadCount;
     if (pFrame->m_ChromaFormat == 0) pFrame->FillChromaGrey();
-    DropUnusableReferences(*pFrame);
     StartPicture(*pFrame, Slice);
     return pFrame;
 }

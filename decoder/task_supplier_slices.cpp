@@ -40,13 +40,17 @@ bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const 
     return a.bottom_field_flag != b.bottom_field_flag;
 }
 
-// Bytes that the units of a slice's picture may take together: more than twice the 3200 bits that a macroblock of 8-bit
-// samples may take (clause 7.3.5), and room for headers.
+// Bytes that the units of a slice's picture may take together: twice the bits that its macroblocks may take, 128 more
+// each than their samples (clause A.3.1), and room for headers.
 uint32_t MaxUnitBytes(const H264Slice& Slice)
 {
-    return static_cast<uint32_t>(Slice.m_MbWidth * Slice.m_MbHeight) * 1024 + (1u << 16u);
+    constexpr uint32_t kChromaSamples[] = {0, 2 * 64, 2 * 128, 2 * 256}; // of a macroblock, by format
+    const H264SeqParamSet& Seq = *Slice.m_pSeqParamSet;
+    const uint32_t MbBits =
+        128u + 256u * Seq.bit_depth_luma + kChromaSamples[Seq.chroma_format_idc & 3] * Seq.bit_depth_chroma;
+    return static_cast<uint32_t>(Slice.m_MbWidth * Slice.m_MbHeight) * (2 * MbBits / 8) + (1u << 16u);
 }
-static_assert(uint64_t{kMaxPictureMbs} * 1024 < INT32_MAX);
+static_assert(uint64_t{kMaxPictureMbs} * (2 * (128 + 768 * 14) / 8) < INT32_MAX);
 
 } // namespace
 

@@ -207,6 +207,20 @@ TEST_F(Supplied, AnIdrPictureTakesTheRoomOfReferencesWithoutEnd)
     EXPECT_THAT(Shown, ElementsAre(0, 1, 2, 3, 4, 5, 6, 77));
 }
 
+TEST_F(Supplied, APictureShownLastIsForgottenWithItsFrame)
+{
+    const SeqParamSet Seq, Wider{.width_mbs = 2};
+    const PicParamSet Pic;
+    Give(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, Idr(), 10) + kDelimiter);
+    ASSERT_THAT(Take(), ElementsAre(10));
+    ASSERT_EQ(m_Shown.Plane(0)[0], 10);
+    Give(Write(Wider) + Write(Pic) + PcmSlice(Wider, Pic, Idr(1), 20, 2) + PcmSlice(Wider, Pic, At(1, 2), 30, 2));
+    EXPECT_EQ(m_Shown.GetPlaneCount(), 0) << "frames of the old size have gone back";
+    Give(kDelimiter);
+    EXPECT_THAT(Take(), ElementsAre(20, 30));
+    EXPECT_EQ(m_Shown.GetWidth(), 32);
+}
+
 TEST_F(Supplied, ForcedOutputDoesNotPassAPictureInWork)
 {
     const SeqParamSet Seq{.profile_idc = 77};
