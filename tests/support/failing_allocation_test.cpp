@@ -15,31 +15,40 @@ struct alignas(64) Wide {
     char Bytes[100];
 };
 
+// A compiler may leave out a new whose result nobody sees.
+const void* volatile s_pSeen;
+template <class T>
+T* Seen(T* p)
+{
+    s_pSeen = p;
+    return p;
+}
+
 // One request of each kind that the library makes; true when it was granted. What was granted is given back.
 bool Request(int Kind)
 try {
     switch (Kind) {
-    case 0: delete new int; return true;
-    case 1: delete[] new int[7]; return true;
+    case 0: delete Seen(new int); return true;
+    case 1: delete[] Seen(new int[7]); return true;
     case 2: {
-        auto* const p = new Wide;
-        EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 64, 0u);
+        const Wide* const p = Seen(new Wide);
+        const bool bAligned = reinterpret_cast<uintptr_t>(p) % alignof(Wide) == 0;
         delete p;
-        return true;
+        return bAligned;
     }
-    case 3: delete[] new Wide[2]; return true;
+    case 3: delete[] Seen(new Wide[2]); return true;
     case 4: {
-        const int* const p = new (std::nothrow) int;
+        const int* const p = Seen(new (std::nothrow) int);
         delete p;
         return p;
     }
     case 5: {
-        const Wide* const p = new (std::nothrow) Wide;
+        const Wide* const p = Seen(new (std::nothrow) Wide);
         delete p;
         return p;
     }
-    case 6: std::vector<int>{}.reserve(100); return true;
-    case 7: std::string().reserve(1000); return true; // inside the standard library's own code
+    case 6: Seen(std::vector<int>(100).data()); return true;
+    case 7: Seen(std::string(1000, 'a').data()); return true; // inside the standard library's own code
     default: {
         uint8_t* const p = kernels::Malloc8u(100); // malloc
         kernels::Free(p);
@@ -49,22 +58,26 @@ try {
 } catch (const std::bad_alloc&) {
     return false;
 }
-constexpr int kKinds = 9;
+constexpr size_t kKinds = 9;
 
 TEST(FailingAllocation, FailsTheRequestItIsAskedToAndNoOther)
 {
     for (size_t FailAt = 0; FailAt <= kKinds + 1; ++FailAt) {
         bool bGranted[kKinds];
+        size_t Requests[kKinds];
         bool bFailed;
         {
             const FailingAllocation Memory(FailAt);
-            for (int Kind = 0; Kind < kKinds; ++Kind) {
-                bGranted[Kind] = Request(Kind);
-                EXPECT_EQ(FailingAllocation::Requests(), static_cast<size_t>(Kind) + 1);
+            for (size_t Kind = 0; Kind < kKinds; ++Kind) {
+                bGranted[Kind] = Request(static_cast<int>(Kind));
+                Requests[Kind] = FailingAllocation::Requests();
             }
             bFailed = Memory.Failed();
         }
-        for (size_t Kind = 0; Kind < kKinds; ++Kind) EXPECT_EQ(bGranted[Kind], Kind + 1 != FailAt) << Kind;
+        for (size_t Kind = 0; Kind < kKinds; ++Kind) {
+            EXPECT_EQ(bGranted[Kind], Kind + 1 != FailAt) << Kind;
+            EXPECT_EQ(Requests[Kind], Kind + 1);
+        }
         EXPECT_EQ(bFailed, FailAt >= 1 && FailAt <= kKinds);
     }
 }
@@ -74,7 +87,7 @@ TEST(FailingAllocation, MayFailAllBehindIt)
     int Granted = 0;
     {
         const FailingAllocation Memory(4, FailingAllocation::After::Fail);
-        for (int Kind = 0; Kind < kKinds; ++Kind) Granted += Request(Kind);
+        for (size_t Kind = 0; Kind < kKinds; ++Kind) Granted += Request(static_cast<int>(Kind));
     }
     EXPECT_EQ(Granted, 3);
 }
@@ -85,7 +98,7 @@ TEST(FailingAllocation, CountsTheBlocksThatAreStillHeld)
     {
         const FailingAllocation Memory(0);
         uint8_t* const pBlock = kernels::Malloc8u(10);
-        const auto* const pNumber = new int(5);
+        const int* const pNumber = Seen(new int(5));
         Held[0] = FailingAllocation::BlocksHeld();
         delete pNumber;
         Held[1] = FailingAllocation::BlocksHeld();
@@ -99,15 +112,13 @@ TEST(FailingAllocation, CountsTheBlocksThatAreStillHeld)
 
 TEST(FailingAllocation, LeavesOtherThreadsAndLaterRequestsAlone)
 {
-    bool bOther = false;
-    const auto Ask = [&bOther] { bOther = Request(0); };
-    std::thread Other;
+    bool bOwn, bOther = false;
     {
         const FailingAllocation Memory(2, FailingAllocation::After::Fail);
-        Other = std::thread(Ask); // the thread's record is one request of this thread
-        Other.join();
-        EXPECT_FALSE(Request(0));
+        std::thread([&bOther] { bOther = Request(0); }).join(); // its record is one request of this thread
+        bOwn = Request(0);
     }
+    EXPECT_FALSE(bOwn);
     EXPECT_TRUE(bOther);
     EXPECT_TRUE(Request(0));
     EXPECT_EQ(FailingAllocation::Requests(), 0u);
