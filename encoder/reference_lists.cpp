@@ -75,8 +75,8 @@ void UpdateRefLists(Core& c, typename Core::Slice& s)
 {
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
+    NumberReferences(c); // for I slices too: the sliding window behind the picture goes by these numbers
     if (s.slice_type == SLICE_I) return;
-    NumberReferences(c);
     CollectedReferences<Core> Refs(c);
     if (s.slice_type == SLICE_P) {
         std::sort(Refs.Short.begin(), Refs.Short.begin() + Refs.ShortCount,

@@ -204,6 +204,25 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     EXPECT_TRUE(t.c.current->is_reference);
 }
 
+TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
+{
+    TestCore t;
+    Frame* const pOld = t.Add(254);
+    Frame* const pNew = t.Add(255); // coded behind the one before it and never numbered
+    pOld->frame_num_wrap = 254;
+    t.c.current = t.Add(0, false);
+    t.c.params.num_ref_frames = 2;
+    auto& s = t.c.slices[0];
+    s.slice_type = SLICE_I;
+    UpdateRefLists(t.c, s);
+    EXPECT_EQ(pOld->frame_num_wrap, -2);
+    EXPECT_EQ(pNew->frame_num_wrap, -1);
+    EXPECT_EQ(s.ref_pic_lists.Count[0], 0);
+    UpdateMarking(t.c);
+    EXPECT_FALSE(pOld->is_reference);
+    EXPECT_TRUE(pNew->is_reference);
+}
+
 TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
 {
     TestCore t;
