@@ -1,5 +1,7 @@
 #include "encoder/h264_pbs.h"
 
+#include <algorithm>
+
 namespace UMC_H264_ENCODER {
 
 namespace {
@@ -16,6 +18,22 @@ bool NeedsZeroByte(int32_t Type, bool& bFirstInAu)
     return Type == NAL_SPS || Type == NAL_PPS;
 }
 
+// The first place from From on where a 3 must go: ahead of a byte below 4 with two zero bytes before it, those at From
+// and behind it (clause 7.4.1). Size when there is none.
+size_t FindEmulation(const uint8_t* p, size_t From, size_t Size)
+{
+    for (size_t i = From + 2; i < Size;) {
+        if (p[i] > 3) {
+            i += 3; // no zero byte here for the two tests behind
+        } else if (p[i - 1] == 0 && p[i - 2] == 0) {
+            return i;
+        } else {
+            i += p[i] != 0 ? 3 : 1;
+        }
+    }
+    return Size;
+}
+
 } // namespace
 
 size_t FrameNAL(uint8_t* pDest, const uint8_t* pPayload, size_t Size, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu)
@@ -26,26 +44,26 @@ size_t FrameNAL(uint8_t* pDest, const uint8_t* pPayload, size_t Size, int32_t Na
     *p++ = 0;
     *p++ = 1;
     *p++ = static_cast<uint8_t>(NalRefIdc << 5 | Type);
-    const size_t Tested = Size > 2 ? Size - 2 : 0;
-    int32_t Zeros = 0; // in a row ahead of the byte, since the last inserted 3
-    for (size_t i = 0; i < Tested; ++i) {
-        const uint8_t Byte = pPayload[i];
-        if (Zeros == 2 && Byte < 4) {
-            *p++ = 3;
-            Zeros = 0;
-        }
-        *p++ = Byte;
-        Zeros = Byte ? 0 : Zeros + 1;
-        if (Zeros > 2) Zeros = 2;
+    for (size_t Done = 0;;) {
+        const size_t Next = FindEmulation(pPayload, Done, Size);
+        p = std::copy(pPayload + Done, pPayload + Next, p);
+        if (Next == Size) return static_cast<size_t>(p - pDest);
+        *p++ = 3;
+        Done = Next;
     }
-    for (size_t i = Tested; i < Size; ++i) *p++ = pPayload[i];
-    return static_cast<size_t>(p - pDest);
+}
+
+size_t FramedSize(const uint8_t* pPayload, size_t Size, int32_t Type, bool bFirstInAu)
+{
+    size_t Bytes = (NeedsZeroByte(Type, bFirstInAu) ? 5 : 4) + Size;
+    for (size_t i = 0; (i = FindEmulation(pPayload, i, Size)) < Size;) ++Bytes;
+    return Bytes;
 }
 
 template <class PixType, class CoeffsType>
 size_t CH264pBs<PixType, CoeffsType>::WriteNAL(uint8_t* pDest, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu)
 {
-    const size_t Written = FramePending(pDest, NalRefIdc, Type, bFirstInAu);
+    const size_t Written = FrameNAL(pDest, m_pBuffer + m_NalStart, PendingBytes(), NalRefIdc, Type, bFirstInAu);
     m_NalStart = Bytes();
     return Written;
 }

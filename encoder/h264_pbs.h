@@ -39,12 +39,14 @@ struct SliceHeader {
 /// Most bytes that NAL framing adds to or makes of Payload bytes.
 inline constexpr size_t NalBytesAtMost(size_t Payload) { return 5 + Payload + Payload / 2; }
 
-/// Writes a NAL unit of an Annex B byte stream with emulation prevention. The last two payload bytes are copied without
-/// a test: the trailing bits of a real payload make one needless.
+/// Writes a NAL unit of an Annex B byte stream with emulation prevention. A payload that ends in two zero bytes is left
+/// without a 3 behind them: the trailing bits of a real one make it needless.
 /// @param bFirstInAu  set before the first NAL unit of an access unit; asks for zero_byte and is cleared by it
 /// @return bytes written to pDest, which has room for NalBytesAtMost(Size)
 size_t FrameNAL(uint8_t* pDest, const uint8_t* pPayload, size_t Size, int32_t NalRefIdc, int32_t Type,
                 bool& bFirstInAu);
+/// What FrameNAL would return.
+size_t FramedSize(const uint8_t* pPayload, size_t Size, int32_t Type, bool bFirstInAu);
 
 template <class PixType, class CoeffsType>
 class CH264pBs : public CBaseBitstream
@@ -65,12 +67,12 @@ public:
 
     /// Payload bytes since the last NAL unit.
     size_t PendingBytes() const { return Bytes() - m_NalStart; }
-    /// Frames them (FrameNAL) without taking them.
-    size_t FramePending(uint8_t* pDest, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu) const
+    /// What WriteNAL would return.
+    size_t FramedPending(int32_t Type, bool bFirstInAu) const
     {
-        return FrameNAL(pDest, m_pBuffer + m_NalStart, PendingBytes(), NalRefIdc, Type, bFirstInAu);
+        return FramedSize(m_pBuffer + m_NalStart, PendingBytes(), Type, bFirstInAu);
     }
-    /// Frames them; the next NAL unit starts behind them.
+    /// Frames them (FrameNAL); the next NAL unit starts behind them.
     size_t WriteNAL(uint8_t* pDest, int32_t NalRefIdc, int32_t Type, bool& bFirstInAu);
 
 private:

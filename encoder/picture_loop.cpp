@@ -32,7 +32,7 @@ public:
     {
         constexpr size_t kFraming = 5; // zero_byte, start code and header
         const size_t Payload = w.PendingBytes();
-        if (m_Room < m_Used + kFraming + Payload || !Fits(w, NalRefIdc, Type)) {
+        if (m_Room < m_Used + kFraming + Payload || !Fits(w, Type)) {
             m_bOverflow = true;
             return;
         }
@@ -45,12 +45,10 @@ public:
 private:
     // Emulation prevention may still need more than the room that is left.
     template <class Writer>
-    bool Fits(Writer& w, int32_t NalRefIdc, int32_t Type)
+    bool Fits(const Writer& w, int32_t Type) const
     {
-        if (m_Room - m_Used >= NalBytesAtMost(w.PendingBytes())) return true;
-        bool bFirst = m_bFirstInAu;
-        m_Scratch.resize(NalBytesAtMost(w.PendingBytes()));
-        return w.FramePending(m_Scratch.data(), NalRefIdc, Type, bFirst) <= m_Room - m_Used;
+        const size_t Left = m_Room - m_Used;
+        return Left >= NalBytesAtMost(w.PendingBytes()) || Left >= w.FramedPending(Type, m_bFirstInAu);
     }
 
     UMC::MediaData& m_Output;
@@ -59,7 +57,6 @@ private:
     size_t m_Room;
     bool m_bFirstInAu = true;
     bool m_bOverflow = false;
-    std::vector<uint8_t> m_Scratch;
 };
 
 template <class Core>

@@ -21,6 +21,7 @@ enum class Scene {
     Pan,   // texture that moves by fractions of a sample, with a block that moves the other way
     Noise, // nothing like the picture before
     Cut,   // the texture changes at once in the middle
+    Turns, // two textures by turns: the picture before the last is the one to predict from
     Mixed  // a still background, a moving block and a noisy corner
 };
 
@@ -42,6 +43,7 @@ inline uint8_t SampleOf(Scene s, int x, int y, int Index, int Count, std::mt1993
         return Clip8(bBlock ? Texture(x - 3.25 * t, y + t, 5) : Texture(x + 2.6 * t, y + 0.7 * t, 0));
     }
     case Scene::Noise: return static_cast<uint8_t>(Rng());
+    case Scene::Turns: return Clip8(Texture(x + 0.5 * t, y, Index % 2 ? 0 : 9));
     case Scene::Cut: return Clip8(Texture(x, y, Index < Count / 2 ? 0 : 9));
     case Scene::Mixed:
         if (x < 24 && y < 24) return static_cast<uint8_t>(Rng());
@@ -89,6 +91,7 @@ public:
 
     UMC::Status InitResult() const { return m_InitResult; }
     UMC::H264VideoEncoder& Encoder() { return m_Encoder; }
+    const UMC::H264EncoderParams& Params() const { return m_Params; }
 
     /// @param Room  bytes of the output buffer
     AccessUnit Encode(Picture& p, int32_t AskedType = 0, size_t Room = SIZE_MAX)
