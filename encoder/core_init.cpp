@@ -182,7 +182,7 @@ bool IsImplemented(const UMC::H264EncoderParams& p)
 
 template <class Core>
 UMC::Status InitCore(Core& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator)
-try {
+{
     CopySettings(c, Params);
     if (const UMC::Status s = CheckParams(c.params); s != UMC::StatusOk) return s;
     if (!IsImplemented(c.params)) return UMC::StatusNotImplemented;
@@ -206,8 +206,6 @@ try {
     InitRate(c);
     c.suggested_input_size = SuggestedInputSize(p);
     return UMC::StatusOk;
-} catch (const std::bad_alloc&) {
-    return UMC::StatusAllocFailed;
 }
 
 template <class Core>

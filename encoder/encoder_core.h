@@ -82,6 +82,7 @@ struct EncoderCore {
 using Core8 = EncoderCore<uint8_t, int16_t>;
 
 /// Checks a copy of the settings and builds everything; see H264VideoEncoder::Init for the results.
+/// Throws std::bad_alloc; the core is then of no use.
 template <class Core>
 UMC::Status InitCore(Core& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator);
 /// A new bit rate or frame rate for a running encoder.

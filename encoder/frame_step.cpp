@@ -32,20 +32,23 @@ bool IsReferenceB(const Core& c)
     }
 }
 
+// Whether a picture of the type that the caller asks for can be coded.
 template <class Core>
-UMC::Status TypeOfInput(Core& c, const UMC::VideoData& Input, int32_t& Type)
+UMC::Status CheckAskedType(const Core& c, int32_t Asked)
 {
-    switch (Input.GetFrameType()) {
-    case UMC::I_PICTURE:
-        Type = FRAME_I;
-        c.make_idr_next = true;
-        return UMC::StatusOk;
-    case UMC::P_PICTURE:
-    case UMC::B_PICTURE:
-        if (!HasReference(c)) return UMC::StatusNotEnoughData;
-        Type = Input.GetFrameType() == UMC::P_PICTURE ? FRAME_P : FRAME_B;
-        return UMC::StatusOk;
-    default: Type = NextFrameType(c); return UMC::StatusOk;
+    if (Asked != UMC::P_PICTURE && Asked != UMC::B_PICTURE) return UMC::StatusOk;
+    if (!HasReference(c)) return UMC::StatusNotEnoughData;
+    return Asked == UMC::B_PICTURE ? UMC::StatusUnsupported : UMC::StatusOk; // this core codes no B slices
+}
+
+// The type that the caller asks for, or that of the GOP rule.
+template <class Core>
+int32_t TypeOfInput(Core& c, int32_t Asked)
+{
+    switch (Asked) {
+    case UMC::I_PICTURE: c.make_idr_next = true; return FRAME_I;
+    case UMC::P_PICTURE: return FRAME_P;
+    default: return NextFrameType(c);
     }
 }
 
@@ -63,15 +66,18 @@ void StartIdrPeriod(Core& c, typename Core::Frame& New)
     }
 }
 
+// All that can fail comes first, so that a picture that is refused leaves the key frame rule and the counters alone.
 template <class Core>
 UMC::Status TakeInput(Core& c, UMC::VideoData& Input)
 {
-    int32_t Type = FRAME_I;
-    if (const UMC::Status s = TypeOfInput(c, Input, Type); s != UMC::StatusOk) return s;
-    const bool bReference = Type == FRAME_B && IsReferenceB(c);
-    auto* const pFrame = c.input_list.InsertFrame(Input, Type, bReference, c.layout, c.allocator, c.converter);
-    if (!pFrame) return UMC::StatusInvalidParams;
-    if (Type == FRAME_I && c.make_idr_next) StartIdrPeriod(c, *pFrame);
+    const int32_t Asked = Input.GetFrameType();
+    if (const UMC::Status s = CheckAskedType(c, Asked); s != UMC::StatusOk) return s;
+    typename Core::Frame* pFrame = nullptr;
+    const UMC::Status s = c.input_list.InsertFrame(Input, c.layout, c.allocator, c.converter, pFrame);
+    if (s != UMC::StatusOk) return s;
+    pFrame->frame_type = TypeOfInput(c, Asked);
+    pFrame->b_is_reference = pFrame->frame_type == FRAME_B && IsReferenceB(c);
+    if (pFrame->frame_type == FRAME_I && c.make_idr_next) StartIdrPeriod(c, *pFrame);
     pFrame->picture_structure = pFrame->picture_structure_before = STRUCT_FRAME;
     pFrame->poc[0] = 2 * c.poc_frame_count;
     pFrame->poc[1] = 2 * c.poc_frame_count + 1;

@@ -50,8 +50,19 @@ UMC::Status H264EncoderFrame<PixType>::Allocate(const FrameLayout& Layout)
     if (bSame) return UMC::StatusOk;
     Free();
     m_Layout = Layout;
-    if (const UMC::Status s = AllocatePlanes(Layout); s != UMC::StatusOk) return s;
-    return AllocateTables(Layout);
+    UMC::Status s = AllocatePlanes(Layout);
+    if (s == UMC::StatusOk) s = AllocateTables(Layout);
+    if (s != UMC::StatusOk) Free(); // no planes without tables
+    return s;
+}
+
+template <class PixType>
+void* H264EncoderFrame<PixType>::AllocateZeroed(UMC::MemID& Memory, size_t Bytes)
+{
+    if (m_pAllocator->Alloc(&Memory, Bytes, 0, 16) != UMC::StatusOk) return nullptr;
+    void* const pBlock = m_pAllocator->Lock(Memory);
+    if (pBlock) std::memset(pBlock, 0, Bytes);
+    return pBlock;
 }
 
 template <class PixType>
@@ -64,10 +75,8 @@ UMC::Status H264EncoderFrame<PixType>::AllocatePlanes(const FrameLayout& l)
     const size_t ChromaRows = l.ChromaFormat == 0 ? 0 : ChromaHeight + 2 * kChromaRoom;
     const size_t Samples = Pitch * (LumaRows + ChromaRows);
     const size_t Bytes = Samples * sizeof(PixType) + kSpareBytes;
-    if (m_pAllocator->Alloc(&m_PlaneMemory, Bytes, 0, 16) != UMC::StatusOk) return UMC::StatusAllocFailed;
-    void* const pBlock = m_pAllocator->Lock(m_PlaneMemory);
-    std::memset(pBlock, 0, Bytes);
-
+    void* const pBlock = AllocateZeroed(m_PlaneMemory, Bytes);
+    if (!pBlock) return UMC::StatusAllocFailed;
     const UMC::Status s = VideoData::Init(l.Width, l.Height, l.Format, l.BitDepth);
     if (s != UMC::StatusOk) return s;
     m_Pitch = l.Pitch;
@@ -93,9 +102,8 @@ UMC::Status H264EncoderFrame<PixType>::AllocateTables(const FrameLayout& l)
 {
     const auto Count = static_cast<size_t>(l.MbCount);
     const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.bAlpha ? 2 : 1);
-    if (m_pAllocator->Alloc(&m_TableMemory, Bytes, 0, 16) != UMC::StatusOk) return UMC::StatusAllocFailed;
-    auto* p = static_cast<uint8_t*>(m_pAllocator->Lock(m_TableMemory));
-    std::memset(p, 0, Bytes);
+    auto* p = static_cast<uint8_t*>(AllocateZeroed(m_TableMemory, Bytes));
+    if (!p) return UMC::StatusAllocFailed;
     for (MotionVector*& pVectors : mb_motion) {
         pVectors = reinterpret_cast<MotionVector*>(p);
         p += Count * 16 * sizeof(MotionVector);

@@ -40,7 +40,8 @@ public:
     H264EncoderFrame(const H264EncoderFrame&) = delete;
     H264EncoderFrame& operator=(const H264EncoderFrame&) = delete;
 
-    /// Planes and tables for a layout. They are kept when the layout's size stays. StatusAllocFailed.
+    /// Planes and tables for a layout. They are kept when the layout's size stays. After StatusAllocFailed there are
+    /// none.
     UMC::Status Allocate(const FrameLayout& Layout);
 
     // Planes at the visible origin, and the pitch of all of them in samples.
@@ -80,6 +81,7 @@ public:
 
 private:
     void Free();
+    void* AllocateZeroed(UMC::MemID& Memory, size_t Bytes); // null when memory is exhausted
     UMC::Status AllocatePlanes(const FrameLayout& Layout);
     UMC::Status AllocateTables(const FrameLayout& Layout);
 
@@ -107,10 +109,11 @@ public:
     void RemoveFrame(Frame* pFrame);
     Frame* FindFree() const;
 
-    /// A free frame, or a new one, with the source's samples and times. Null when memory is exhausted or the source
-    /// cannot be converted.
-    Frame* InsertFrame(UMC::VideoData& Source, int32_t FrameType, int32_t bReference, const FrameLayout& Layout,
-                       UMC::MemoryAllocator* pAllocator, UMC::BaseCodec& Converter);
+    /// A free frame, or a new one, with the source's samples and times and nothing else of a picture.
+    /// @return StatusOk; StatusAllocFailed; StatusInvalidParams when the source cannot be converted. On failure pFrame
+    ///         stays and the list has the same pictures as before
+    UMC::Status InsertFrame(UMC::VideoData& Source, const FrameLayout& Layout, UMC::MemoryAllocator* pAllocator,
+                            UMC::BaseCodec& Converter, Frame*& pFrame);
 
 private:
     Frame* m_pHead = nullptr;

@@ -50,28 +50,28 @@ H264EncoderFrame<PixType>* H264EncoderFrameList<PixType>::FindFree() const
 }
 
 template <class PixType>
-H264EncoderFrame<PixType>* H264EncoderFrameList<PixType>::InsertFrame(UMC::VideoData& Source, int32_t FrameType,
-                                                                      int32_t bReference, const FrameLayout& Layout,
-                                                                      UMC::MemoryAllocator* pAllocator,
-                                                                      UMC::BaseCodec& Converter)
-{
-    Frame* pFrame = FindFree();
-    if (!pFrame) {
-        pFrame = new (std::nothrow) Frame(pAllocator);
-        if (!pFrame) return nullptr;
+UMC::Status H264EncoderFrameList<PixType>::InsertFrame(UMC::VideoData& Source, const FrameLayout& Layout,
+                                                       UMC::MemoryAllocator* pAllocator, UMC::BaseCodec& Converter,
+                                                       Frame*& pFrame)
+try {
+    Frame* pFree = FindFree();
+    if (!pFree) {
+        pFree = new Frame(pAllocator);
         // Free until the picture is in it, so that a failure below leaves a frame for the next picture.
-        pFrame->was_encoded = true;
-        Append(pFrame);
+        pFree->was_encoded = true;
+        Append(pFree);
     }
-    if (pFrame->Allocate(Layout) != UMC::StatusOk) return nullptr;
-    if (Converter.GetFrame(&Source, pFrame) != UMC::StatusOk) return nullptr;
-    pFrame->ResetPicture();
+    if (const UMC::Status s = pFree->Allocate(Layout); s != UMC::StatusOk) return s;
+    if (const UMC::Status s = Converter.GetFrame(&Source, pFree); s != UMC::StatusOk)
+        return s == UMC::StatusAllocFailed ? s : UMC::StatusInvalidParams;
+    pFree->ResetPicture();
     double Start = 0.0, End = 0.0;
     Source.GetTime(Start, End);
-    pFrame->SetTime(Start, End);
-    pFrame->frame_type = FrameType;
-    pFrame->b_is_reference = bReference;
-    return pFrame;
+    pFree->SetTime(Start, End);
+    pFrame = pFree;
+    return UMC::StatusOk;
+} catch (const std::bad_alloc&) {
+    return UMC::StatusAllocFailed;
 }
 
 namespace {

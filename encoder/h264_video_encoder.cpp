@@ -3,6 +3,7 @@
 #include "encoder/encoder_core.h"
 
 #include <new>
+#include <utility>
 
 namespace UMC {
 
@@ -30,7 +31,7 @@ H264VideoEncoder::H264VideoEncoder() = default;
 H264VideoEncoder::~H264VideoEncoder() = default;
 
 Status H264VideoEncoder::Init(BaseCodecParams* pParams)
-{
+try {
     if (const Status s = VideoEncoder::Init(pParams); s != StatusOk) return s;
     const auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusInitFailed;
@@ -38,11 +39,13 @@ Status H264VideoEncoder::Init(BaseCodecParams* pParams)
     core_kind = -1;
     m_pCore8.reset();
     if (pFull && NeedsDeepSamples(*pFull)) return StatusNotImplemented;
-    m_pCore8.reset(new (std::nothrow) Core8);
-    if (!m_pCore8) return StatusAllocFailed;
-    const Status s = InitCore(*m_pCore8, *pVideo, m_pMemoryAllocator);
-    if (s == StatusOk) core_kind = kCore8;
-    return s;
+    auto pCore = std::make_unique<Core8>();
+    if (const Status s = InitCore(*pCore, *pVideo, m_pMemoryAllocator); s != StatusOk) return s;
+    m_pCore8 = std::move(pCore);
+    core_kind = kCore8;
+    return StatusOk;
+} catch (const std::bad_alloc&) {
+    return StatusAllocFailed;
 }
 
 Status H264VideoEncoder::GetFrame(MediaData* pInput, MediaData* pOutput)

@@ -113,6 +113,46 @@ TEST(EncoderFront, TheFirstPictureCannotBePredicted)
     EXPECT_EQ(d.Encode(Clip[1], UMC::P_PICTURE).Type, UMC::P_PICTURE);
 }
 
+// What is refused leaves no trace: the stream is that of the pictures that were taken.
+TEST(EncoderFront, APictureMarkedAsBIsRefusedAndTheStreamGoesOn)
+{
+    H264EncoderParams p = SmallParams();
+    p.key_frame_interval = 4;
+    Driver d(p), Without(p);
+    auto Clip = MakeClip(Scene::Pan, kWidth, kHeight, 10);
+    for (size_t i = 0; i < Clip.size(); ++i) {
+        if (i == 3 || i == 6) {
+            const AccessUnit u = d.Encode(Clip[i], UMC::B_PICTURE);
+            EXPECT_EQ(u.Result, UMC::StatusUnsupported);
+            EXPECT_TRUE(u.Bytes.empty());
+        }
+        EXPECT_EQ(d.Encode(Clip[i]).Result, UMC::StatusOk);
+        Without.Encode(Clip[i]);
+    }
+    EXPECT_EQ(d.Stream, Without.Stream);
+}
+
+TEST(EncoderFront, APictureWithoutPixelsDoesNotUseUpAKeyPicture)
+{
+    H264EncoderParams p = SmallParams();
+    p.key_frame_interval = 3;
+    p.idr_interval = 1;
+    Driver d(p), Without(p);
+    auto Clip = MakeClip(Scene::Pan, kWidth, kHeight, 7);
+    UMC::VideoData NoPixels;
+    NoPixels.Init(kWidth, kHeight, UMC::YUV420, 8);
+    UMC::MediaData Out(1000);
+    for (size_t i = 0; i < Clip.size(); ++i) {
+        if (i % 3 == 0) { // where a key picture is due
+            EXPECT_EQ(d.Encoder().GetFrame(&NoPixels, &Out), UMC::StatusInvalidParams);
+            EXPECT_EQ(Out.GetDataSize(), 0u);
+        }
+        d.Encode(Clip[i]);
+        Without.Encode(Clip[i]);
+    }
+    EXPECT_EQ(d.Stream, Without.Stream);
+}
+
 TEST(EncoderFront, TypeAndTimeTravelToTheOutput)
 {
     Driver d(SmallParams());
