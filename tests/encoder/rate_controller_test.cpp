@@ -122,6 +122,36 @@ TEST(RateController, ABPictureLeavesThePreviousQpOfP)
     EXPECT_EQ(r.GetQP(FRAME_B), ((29 + 26) * 563 >> 10) + 1);
 }
 
+TEST(RateController, ABPictureMovesWhereTheStepLimitCountsFrom)
+{
+    RateController r = Make(1);
+    r.PostFrame(FRAME_B, 11 * kBudget);
+    EXPECT_EQ(r.GetQP(FRAME_P), 29); // three steps from 26
+    r.PostFrame(FRAME_P, 22 * kBudget);
+    EXPECT_EQ(r.GetQP(FRAME_P), 32); // and three from there
+    r.PostFrame(FRAME_B, 33 * kBudget);
+    EXPECT_EQ(r.GetQP(FRAME_I), 35);
+}
+
+// An undershoot takes twice the wished inverse QP less that of the highest QP, and no more however large it is.
+TEST(RateController, AnUndershootOfAWindowRoughlyHalvesTheQpAndALargerOneDoesNoMore)
+{
+    RateController r;
+    int32_t Bitrate = 200000; // 49 is so far down that the step limit leaves a difference to be seen
+    do {
+        Bitrate -= 100;
+        r.Init(0, 0, 0, Bitrate, 30.0, 640, 480, 8, 1, false);
+    } while (r.GetQP(FRAME_I) < 49);
+    ASSERT_EQ(r.GetQP(FRAME_I), 49);
+    const int64_t Budget = Bitrate / 30;
+    for (const int64_t Windows : {1, 2, 10}) {
+        RateController Under = r;
+        Under.PostFrame(FRAME_I, -Windows * 100 * Budget); // an I picture leaves the mean size alone
+        // 1 / (2 / 49 - 1 / 51) is 47.2.
+        EXPECT_EQ(Under.GetQP(FRAME_P), RateController::LimitStep(47, 49)) << Windows;
+    }
+}
+
 TEST(RateController, SetQpOfBTouchesNothingElse)
 {
     RateController r = Make(2);
