@@ -2,71 +2,20 @@
 // bound and price is written out, samples beyond the picture are clamped one by one. Kernels are the plain ones.
 #pragma once
 
-#include "encoder/coefficients.h"
-#include "encoder/encoder_core.h"
-#include "encoder/intra_decision.h"
-#include "encoder/motion_search.h"
 #include "kernels/interpolation/interpolation.h"
-#include "kernels/intra/intra.h"
-#include "kernels/transform/transform.h"
-#include "tests/encoder/encoder_testing.h"
+#include "tests/encoder/intra_model.h"
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdlib>
-#include <optional>
 
 namespace encoder_testing {
 
-using namespace UMC_H264_ENCODER;
-
-// What the encoder leaves in its tables for a macroblock.
-struct Decision {
-    int32_t Type, Cost;
-    MotionVector Vector; // of an inter macroblock
-    int32_t Ref;
-    int32_t Mode16;                // of Intra 16x16
-    std::array<int32_t, 16> Modes; // of Intra 4x4, raster order; else DC
-    int32_t ChromaMode;            // of an intra macroblock, else DC
-    uint32_t Coded;
-    friend bool operator==(const Decision&, const Decision&) = default;
-};
-
-inline void PrintTo(const Decision& d, std::ostream* pOut)
-{
-    *pOut << "type " << d.Type << ", cost " << d.Cost << ", vector " << d.Vector.x << ' ' << d.Vector.y << " in "
-          << d.Ref << ", 16x16 mode " << d.Mode16 << ", chroma " << d.ChromaMode << ", coded " << std::hex << d.Coded
-          << std::dec << ", modes";
-    for (const int32_t m : d.Modes) *pOut << ' ' << m;
-}
-
-inline Decision DecisionOf(const Core8& c, int32_t Mb)
-{
-    const auto i = static_cast<size_t>(Mb);
-    const LocalMacroblock& Local = c.local_macroblocks[i];
-    Decision d{c.current->mb_global[Mb].Type, Local.Cost, {0, 0}, -1, -1, {}, Local.ChromaMode, Local.Coded};
-    d.Vector = c.current->mb_motion[0][16 * Mb];
-    d.Ref = c.current->mb_reference[0][16 * Mb];
-    if (d.Type == MB_INTRA16X16) d.Mode16 = Local.Intra16Mode;
-    for (size_t b = 0; b < 16; ++b) d.Modes[b] = c.intra_modes[16 * i + b];
-    return d;
-}
-
-/// Of the picture that a core has just coded, without deblocking, at one QP.
-class DecisionModel
+class DecisionModel : public IntraModel
 {
 public:
-    /// @param Source  the picture as given, I420 of whole macroblocks
-    DecisionModel(const Core8& c, const Picture& Source, int32_t Qp)
-        : m_c(c), m_Cur(*c.current), m_Width(c.layout.AlignedWidth), m_Qp(Qp),
-          m_QpChroma(h264::kChromaQp[static_cast<size_t>(Qp)]), m_bISlice(m_Cur.frame_type == FRAME_I),
-          m_bSad((c.analysis_flags & ENC_ANALYSE_SAD) != 0), m_bChroma((c.analysis_flags & ENC_ANALYSE_ME_CHROMA) != 0)
-    {
-        m_pSource[0] = Source.data();
-        m_pSource[1] = m_pSource[0] + m_Width * c.layout.AlignedHeight;
-        m_pSource[2] = m_pSource[1] + m_Width * c.layout.AlignedHeight / 4;
-    }
+    using IntraModel::IntraModel;
 
     Decision Decide(int32_t Mb)
     {
@@ -92,49 +41,16 @@ public:
     }
 
 private:
-    using Block = std::array<uint8_t, 256>;
-    struct Prediction {
-        std::array<uint8_t, 64> Plane[2];
-    };
-    using Frame = Core8::Frame;
-
-    // ---- Where the macroblock lies ---------------------------------------------------------------------------
-
-    void Enter(int32_t Mb)
+    bool IntraIsCheaper(Decision& d)
     {
-        const int32_t w = m_c.layout.MbWidth;
-        m_Mb = Mb;
-        m_X = Mb % w;
-        m_Y = Mb / w;
-        const auto Near = [&](int32_t dx, int32_t dy) {
-            const int32_t x = m_X + dx, y = m_Y + dy, n = y * w + x;
-            if (x < 0 || y < 0 || x >= w) return -1;
-            return SliceOf(n) == SliceOf(Mb) ? n : -1;
-        };
-        m_Left = Near(-1, 0), m_Top = Near(0, -1), m_TopRight = Near(1, -1), m_TopLeft = Near(-1, -1);
-    }
-    int32_t SliceOf(int32_t Mb) const { return m_c.slice_of_macroblock[static_cast<size_t>(Mb)]; }
-    const uint8_t* Source(int Plane) const
-    {
-        return Plane ? m_pSource[Plane] + m_Y * 8 * (m_Width / 2) + m_X * 8
-                     : m_pSource[0] + m_Y * 16 * m_Width + m_X * 16;
-    }
-    int32_t SourceStep(int Plane) const { return Plane ? m_Width / 2 : m_Width; }
-    const uint8_t* Recon(int Plane) const
-    {
-        const uint8_t* const p = Plane == 0 ? m_Cur.m_pY : Plane == 1 ? m_Cur.m_pU : m_Cur.m_pV;
-        return p + (Plane ? 8 : 16) * (m_Y * m_Cur.m_Pitch + m_X);
-    }
-    unsigned Available() const
-    {
-        return (m_Left >= 0 ? kernels::kLeft : 0u) | (m_Top >= 0 ? kernels::kTop : 0u) |
-               (m_TopRight >= 0 ? kernels::kTopRight : 0u) | (m_TopLeft >= 0 ? kernels::kTopLeft : 0u);
-    }
-    int32_t Price(int32_t Bits) const { return BitPrice(m_Qp, Bits); }
-    int32_t Distance(const uint8_t* a, ptrdiff_t StepA, const uint8_t* b, ptrdiff_t StepB, int32_t Side) const
-    {
-        const int32_t Code = SizeCode(Side, Side);
-        return m_bSad ? SAD(a, StepA, b, StepB, Code) : SATD(a, StepA, b, StepB, Code);
+        Decision Intra = d;
+        DecideIntra(Intra, d.Cost);
+        Prediction Unused;
+        int32_t Mode;
+        if (m_bChroma) Intra.Cost += DecideChroma(Mode, Unused);
+        if (Intra.Cost >= d.Cost) return false;
+        d = Intra;
+        return true;
     }
 
     // ---- Motion ----------------------------------------------------------------------------------------------
@@ -244,32 +160,6 @@ private:
             if (l.bDc || l.Cost >= 7) return false;
         }
         return true;
-    }
-    const kernels::QuantParams& Quant(int32_t Qp) const
-    {
-        return (m_bISlice ? m_c.quant.Intra : m_c.quant.Inter)[static_cast<size_t>(Qp)];
-    }
-    uint32_t QuantiseBlock(const Block& p, size_t Index, int16_t* pLevels) const
-    {
-        const int32_t Raster = h264::kBlockRaster[Index], x = 4 * (Raster & 3), y = 4 * (Raster >> 2);
-        return kernels::ForwardQuant4x4_px(Source(0) + y * m_Width + x, m_Width, p.data() + 16 * y + x, 16, pLevels,
-                                           &Quant(m_Qp));
-    }
-    struct ChromaLevels {
-        uint32_t AcMask;
-        int32_t Cost; // of the AC levels
-        bool bDc;
-    };
-    ChromaLevels QuantiseChroma(const Prediction& p, int Plane) const
-    {
-        alignas(16) int16_t Levels[64], Dc[4];
-        const kernels::QuantParams& q = Quant(m_QpChroma);
-        ChromaLevels l{};
-        l.AcMask =
-            kernels::ForwardQuantAc8x8_px(Source(1 + Plane), m_Width / 2, p.Plane[Plane].data(), 8, Levels, Dc, &q);
-        l.bDc = kernels::ForwardChromaDc420_px(Dc, q.Factor[0], q.Rounding, q.Shift) != 0;
-        for (int b = 0; b < 4; ++b) l.Cost += CoefficientCost(Levels + 16 * b, 1);
-        return l;
     }
 
     // ---- Search ----------------------------------------------------------------------------------------------
@@ -438,198 +328,6 @@ private:
         }
         return Total >= 7 ? Coded : 0;
     }
-    uint32_t ChromaCoded(const Prediction& p) const
-    {
-        uint32_t Coded = 0;
-        for (int Plane = 0; Plane < 2; ++Plane) {
-            const ChromaLevels l = QuantiseChroma(p, Plane);
-            if (l.Cost > 7) Coded |= l.AcMask << (Plane ? kCodedCrShift : kCodedCbShift);
-            if (l.bDc) Coded |= Plane ? kCodedCrDc : kCodedCbDc;
-        }
-        return Coded;
-    }
-
-    // ---- Intra -----------------------------------------------------------------------------------------------
-
-    bool IntraIsCheaper(Decision& d)
-    {
-        Decision Intra = d;
-        DecideIntra(Intra, d.Cost);
-        Prediction Unused;
-        int32_t Mode;
-        if (m_bChroma) Intra.Cost += DecideChroma(Mode, Unused);
-        if (Intra.Cost >= d.Cost) return false;
-        d = Intra;
-        return true;
-    }
-    // @param Inter  the cost to beat; INT_MAX in I slices, where no gate but that of detail stands
-    void DecideIntra(Decision& d, int32_t Inter)
-    {
-        d.Type = MB_INTRA16X16;
-        d.Cost = Decide16x16(d.Mode16);
-        if (Inter != INT_MAX && (d.Cost > 2 * Inter || Inter < TryAdvancedIntraThreshold[static_cast<size_t>(m_Qp)]))
-            return;
-        if (!(m_c.analysis_flags & ENC_ANALYSE_I4X4) || !IsDetailed()) return;
-        std::array<int32_t, 16> Modes;
-        const int32_t Fine = Decide4x4(Modes);
-        if (Fine >= d.Cost) return;
-        d.Type = MB_INTRA4X4;
-        d.Cost = Fine;
-        d.Mode16 = -1;
-        d.Modes = Modes;
-    }
-    bool IsDetailed() const
-    {
-        int32_t Count = 0;
-        for (int32_t y = 0; y < 15; ++y)
-            for (int32_t x = 0; x < 15; ++x) {
-                const uint8_t* const p = Source(0) + y * m_Width + x;
-                const int32_t Most = EdgePelDifference[static_cast<size_t>(m_Qp)];
-                Count += std::abs(p[0] - p[1]) > Most || std::abs(p[0] - p[m_Width]) > Most;
-            }
-        return Count > EdgePelCount[static_cast<size_t>(m_Qp)];
-    }
-    static constexpr int32_t kBits[4]{3, 1, 3, 5};
-    static constexpr unsigned kNeeds[4]{0, kernels::kTop, kernels::kLeft,
-                                        kernels::kTop | kernels::kLeft | kernels::kTopLeft};
-
-    static Block Predict16x16(int32_t Mode, const uint8_t* p, ptrdiff_t Step, unsigned Available)
-    {
-        Block Out;
-        const auto pPredict = Mode == INTRA16_DC           ? kernels::Predict16x16Dc_px
-                              : Mode == INTRA16_VERTICAL   ? kernels::Predict16x16Vertical_px
-                              : Mode == INTRA16_HORIZONTAL ? kernels::Predict16x16Horizontal_px
-                                                           : kernels::Predict16x16Plane_px;
-        pPredict(p, Step, Out.data(), 16, Available);
-        return Out;
-    }
-    int32_t Decide16x16(int32_t& Mode) const
-    {
-        int32_t Best = INT_MAX;
-        constexpr int32_t kOrder[4]{INTRA16_DC, INTRA16_VERTICAL, INTRA16_HORIZONTAL, INTRA16_PLANE};
-        for (int i = 0; i < 4; ++i) {
-            if ((Available() & kNeeds[i]) != kNeeds[i]) continue;
-            const Block p = Predict16x16(kOrder[i], Recon(0), m_Cur.m_Pitch, Available());
-            const int32_t Cost = Price(kBits[i]) + Distance(Source(0), m_Width, p.data(), 16, 16);
-            if (Cost >= Best) continue;
-            Best = Cost;
-            Mode = kOrder[i];
-        }
-        return Best;
-    }
-    uint32_t Luma16Coded(int32_t Mode) const
-    {
-        const Block p = Predict16x16(Mode, Recon(0), m_Cur.m_Pitch, Available());
-        alignas(16) int16_t Levels[256], Dc[16];
-        const uint32_t Mask =
-            kernels::ForwardQuantAc16x16_px(Source(0), m_Width, p.data(), 16, Levels, Dc, &Quant(m_Qp));
-        const kernels::QuantParams& q = m_c.quant.Intra[static_cast<size_t>(m_Qp)]; // in every slice type
-        return Mask | (kernels::ForwardLumaDc_px(Dc, q.Factor[0], q.Rounding, q.Shift) ? kCodedLumaDc : 0);
-    }
-    int32_t DecideChroma(int32_t& Mode, Prediction& Out) const
-    {
-        int32_t Best = INT_MAX;
-        constexpr int32_t kOrder[4]{CHROMA_DC, CHROMA_VERTICAL, CHROMA_HORIZONTAL, CHROMA_PLANE},
-            kChromaBits[4]{1, 3, 3, 5};
-        kernels::PredictIntraSig* const kPredict[4]{kernels::PredictChromaDc_px, kernels::PredictChromaVertical_px,
-                                                    kernels::PredictChromaHorizontal_px,
-                                                    kernels::PredictChromaPlane_px};
-        for (int i = 0; i < 4; ++i) {
-            if ((Available() & kNeeds[i]) != kNeeds[i]) continue;
-            Prediction p;
-            int32_t Cost = BitPrice(m_QpChroma, kChromaBits[i]);
-            for (int Plane = 0; Plane < 2; ++Plane) {
-                kPredict[i](Recon(1 + Plane), m_Cur.m_Pitch, p.Plane[Plane].data(), 8, Available());
-                Cost += Distance(Source(1 + Plane), m_Width / 2, p.Plane[Plane].data(), 8, 8);
-            }
-            if (Cost >= Best) continue;
-            Best = Cost;
-            Mode = kOrder[i];
-            Out = p;
-        }
-        return Best;
-    }
-
-    // The mode that is predicted for a block from those around it (clause 8.3.1.1).
-    int32_t PredictedMode(const std::array<int32_t, 16>& Modes, int32_t bx, int32_t by) const
-    {
-        const auto Of = [&](int32_t Mb, int32_t b) {
-            return Mb < 0 ? -1 : int32_t{m_c.intra_modes[static_cast<size_t>(16 * Mb + b)]};
-        };
-        const int32_t a = bx > 0 ? Modes[static_cast<size_t>(4 * by + bx - 1)] : Of(m_Left, 4 * by + 3);
-        const int32_t b = by > 0 ? Modes[static_cast<size_t>(4 * by - 4 + bx)] : Of(m_Top, 12 + bx);
-        return a < 0 || b < 0 ? 2 : std::min(a, b);
-    }
-    unsigned AvailableToBlock(int32_t bx, int32_t by, size_t Index) const
-    {
-        const auto Has = [&](int32_t x, int32_t y) { // block coordinates; one of the macroblock's is there once coded
-            if (x >= 0 && y >= 0) return x < 4 && h264::kBlockRaster[4 * y + x] < Index;
-            if (y >= 0) return m_Left >= 0;
-            return (x < 0 ? m_TopLeft : x < 4 ? m_Top : m_TopRight) >= 0;
-        };
-        return (Has(bx - 1, by) ? kernels::kLeft : 0u) | (Has(bx, by - 1) ? kernels::kTop : 0u) |
-               (Has(bx + 1, by - 1) ? kernels::kTopRight : 0u) | (Has(bx - 1, by - 1) ? kernels::kTopLeft : 0u);
-    }
-    static std::vector<int32_t> ModesToTry(unsigned Available)
-    {
-        const bool bLeft = Available & kernels::kLeft, bTop = Available & kernels::kTop;
-        if (bLeft && bTop && !(Available & kernels::kTopLeft)) return {2, 0, 1, 3, 7, 8};
-        if (bLeft && bTop) return {2, 0, 1, 3, 4, 5, 6, 7, 8};
-        if (bTop) return {2, 0, 3, 7};
-        if (bLeft) return {2, 1, 8};
-        return {2};
-    }
-    int32_t Decide4x4(std::array<int32_t, 16>& Modes)
-    {
-        constexpr int32_t kStep = 32;
-        std::array<uint8_t, kStep * 17 + 8> Local{}; // the macroblock from (8, 1) on, with what stands around it
-        uint8_t* const pOrigin = Local.data() + kStep + 8;
-        for (int32_t x = -1; x < 20; ++x) pOrigin[x - kStep] = Recon(0)[x - m_Cur.m_Pitch];
-        for (int32_t y = 0; y < 16; ++y) pOrigin[y * kStep - 1] = Recon(0)[y * m_Cur.m_Pitch - 1];
-        int32_t Sum = 0;
-        m_Coded4x4 = 0;
-        for (size_t Index = 0; Index < 16; ++Index) {
-            const int32_t Raster = h264::kBlockRaster[Index], bx = Raster & 3, by = Raster >> 2;
-            const uint8_t* const pSource = Source(0) + 4 * by * m_Width + 4 * bx;
-            uint8_t* const pBlock = pOrigin + 4 * by * kStep + 4 * bx;
-            const unsigned There = AvailableToBlock(bx, by, Index);
-            const int32_t Predicted = PredictedMode(Modes, bx, by);
-            int32_t Best = INT_MAX, BestMode = -1;
-            alignas(16) uint8_t Trial[16], Won[16];
-            for (const int32_t Mode : ModesToTry(There)) {
-                kernels::PredictIntra4x4_px(Mode, pBlock, kStep, pBlock - kStep + 4, Trial, 4, There);
-                const int32_t Cost = Price(Mode == Predicted ? 1 : 4) + Distance(pSource, m_Width, Trial, 4, 4);
-                if (Cost > Best || (Cost == Best && Mode > BestMode)) continue;
-                Best = Cost;
-                BestMode = Mode;
-                std::copy_n(Trial, 16, Won);
-            }
-            Modes[static_cast<size_t>(Raster)] = BestMode;
-            Sum += Best;
-            CodeBlock(Index, pSource, Won, pBlock, kStep);
-        }
-        return Sum + Price(24);
-    }
-    void CodeBlock(size_t Index, const uint8_t* pSource, const uint8_t* pPrediction, uint8_t* pOut, int32_t Step)
-    {
-        alignas(16) int16_t Levels[16];
-        const auto Qp = static_cast<size_t>(m_Qp);
-        for (int32_t y = 0; y < 4; ++y) std::copy_n(pPrediction + 4 * y, 4, pOut + y * Step);
-        if (!kernels::ForwardQuant4x4_px(pSource, m_Width, pPrediction, 4, Levels, &Quant(m_Qp))) return;
-        m_Coded4x4 |= 1u << Index;
-        kernels::DequantBlocks_px(Levels, 1, 1, m_c.quant.Scale[Qp % 6], m_Qp / 6, 0);
-        kernels::AddResidual4x4_px(Levels, pOut, Step);
-    }
-
-    const Core8& m_c;
-    const Frame& m_Cur;
-    int32_t m_Width;
-    int32_t m_Qp, m_QpChroma;
-    bool m_bISlice, m_bSad, m_bChroma;
-    const uint8_t* m_pSource[3];
-    int32_t m_Mb = 0, m_X = 0, m_Y = 0;
-    int32_t m_Left = -1, m_Top = -1, m_TopRight = -1, m_TopLeft = -1; // -1: outside the picture or the slice
-    uint32_t m_Coded4x4 = 0;                                          // of the last Decide4x4
 };
 
 } // namespace encoder_testing

@@ -1,0 +1,248 @@
+#include "tests/encoder/written_bits.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace encoder_testing;
+using Bytes = std::vector<uint8_t>;
+
+// Clause 9.3.3.2, one bit at a time.
+class Decoder
+{
+public:
+    Decoder(std::vector<uint8_t> Bytes, size_t From) : m_Reader(std::move(Bytes))
+    {
+        m_Reader.Bits(static_cast<int>(From));
+        m_Offset = m_Reader.Bits(9);
+    }
+    uint32_t Decision(uint8_t& Context)
+    {
+        const uint32_t State = Context >> 1, Mps = Context & 1, Lps = h264::kRangeLps[State][m_Range >> 6 & 3];
+        m_Range -= Lps;
+        uint32_t Bin = Mps;
+        if (m_Offset >= m_Range) {
+            Bin = 1 - Mps;
+            m_Offset -= m_Range;
+            m_Range = Lps;
+            Context = static_cast<uint8_t>(h264::kTransIdxLps[State] * 2 + (State == 0 ? 1 - Mps : Mps));
+        } else {
+            Context = static_cast<uint8_t>(h264::kTransIdxMps[State] * 2 + Mps);
+        }
+        Renormalise();
+        return Bin;
+    }
+    uint32_t Bypass()
+    {
+        m_Offset = m_Offset << 1 | m_Reader.Bits(1);
+        if (m_Offset < m_Range) return 0;
+        m_Offset -= m_Range;
+        return 1;
+    }
+    uint32_t Terminate()
+    {
+        m_Range -= 2;
+        if (m_Offset >= m_Range) return 1;
+        Renormalise();
+        return 0;
+    }
+
+private:
+    void Renormalise()
+    {
+        while (m_Range < 256) {
+            m_Range <<= 1;
+            m_Offset = m_Offset << 1 | m_Reader.Bits(1);
+        }
+    }
+    Reader m_Reader;
+    uint32_t m_Range = 510, m_Offset = 0;
+};
+
+TEST(ArithmeticCoder, InitialStateOfAContext)
+{
+    h264::ContextInit Table[h264::kContextCount]{};
+    Table[0] = {0, 64};
+    Table[1] = {0, 63};
+    Table[2] = {-28, 127};
+    Table[3] = {127, 127};
+    Table[4] = {-127, 0};
+    Table[276] = {9, 9};
+    CabacContexts c;
+    InitCabacContexts(c, Table, 26);
+    EXPECT_EQ(c[0], 0 * 2 + 1); // preCtxState 64
+    EXPECT_EQ(c[1], 0 * 2 + 0);
+    EXPECT_EQ(c[2], (((-28 * 26) >> 4) + 127 - 64) * 2 + 1);
+    EXPECT_EQ(c[3], 62 * 2 + 1);
+    EXPECT_EQ(c[4], 62 * 2 + 0);
+    EXPECT_EQ(c[276], 63 * 2); // the terminate decision has a state of its own
+}
+
+// Kinds of bins: 0 and 1 with a context, 2 bypass, 3 a terminate bin of 0.
+void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
+{
+    std::mt19937 Rng(Seed);
+    Writer w;
+    w.PutBits(0x5, 3);
+    w.Align(1);
+    w.InitContexts(SLICE_P, 1, 30);
+    const CabacContexts Start = w.Contexts();
+    struct Symbol {
+        uint32_t Kind, Context, Bin;
+    };
+    std::vector<Symbol> Symbols;
+    for (int i = 0; i < Count; ++i) {
+        Symbol s{static_cast<uint32_t>(Rng()) % 16, static_cast<uint32_t>(Rng()) % 276, Rng() % OneIn == 0};
+        Symbols.push_back(s);
+        if (s.Kind == 0)
+            w.EncodeTerminate(0);
+        else if (s.Kind < 4)
+            w.EncodeBypass(s.Bin);
+        else
+            w.EncodeBin(s.Context, s.Bin);
+    }
+    w.EncodeTerminate(1);
+    w.TerminateEncode();
+    ASSERT_EQ(w.Bits() % 8, 0);
+    const Bytes Written = w.Written();
+    Decoder d(Written, 8);
+    CabacContexts Contexts = Start;
+    for (size_t i = 0; i < Symbols.size(); ++i) {
+        const Symbol& s = Symbols[i];
+        if (s.Kind == 0)
+            ASSERT_EQ(d.Terminate(), 0u) << i;
+        else if (s.Kind < 4)
+            ASSERT_EQ(d.Bypass(), s.Bin) << i;
+        else
+            ASSERT_EQ(d.Decision(Contexts[s.Context]), s.Bin) << i;
+    }
+    EXPECT_EQ(d.Terminate(), 1u);
+    EXPECT_EQ(Contexts, w.Contexts());
+    uint8_t Last = Written.back();
+    EXPECT_NE(Last, 0); // the stop bit is in the last byte
+}
+
+TEST(ArithmeticCoder, ADecoderReadsWhatWasWritten)
+{
+    for (uint32_t Seed = 0; Seed < 60; ++Seed)
+        for (const uint32_t OneIn : {1u, 2u, 3u, 50u, 100000u})
+            RoundTrip(Seed, OneIn, Seed < 50 ? static_cast<int>(Seed) * 7 : 20000);
+}
+
+TEST(ArithmeticCoder, BypassBitsInOneGoEqualSingleOnes)
+{
+    std::vector<uint8_t> a(4096), b(4096);
+    ArithmeticCoder One{}, Many{};
+    One.Start(a.data() + 1);
+    Many.Start(b.data() + 1);
+    std::mt19937 Rng(3);
+    for (int i = 0; i < 3000; ++i) {
+        const int Count = 1 + static_cast<int>(Rng() % 8);
+        const uint32_t Bins = static_cast<uint32_t>(Rng()) & ((1u << Count) - 1);
+        for (int Bit = Count - 1; Bit >= 0; --Bit) One.EncodeBypass(Bins >> Bit & 1);
+        Many.EncodeBypassBits(Bins, Count);
+    }
+    EXPECT_EQ(One.Bits(), Many.Bits());
+    One.Finish();
+    Many.Finish();
+    EXPECT_EQ(a, b);
+}
+
+TEST(ArithmeticCoder, OneBypassBinAndTheEndIsAWholeByte)
+{
+    Writer w;
+    w.InitContexts(SLICE_I, 0, 26);
+    w.EncodeBypass(1);
+    w.EncodeTerminate(1);
+    w.TerminateEncode();
+    EXPECT_EQ(w.Bits() % 8, 0);
+    Decoder d(w.Written(), 0);
+    EXPECT_EQ(d.Bypass(), 1u);
+    EXPECT_EQ(d.Terminate(), 1u);
+}
+
+TEST(ArithmeticCoder, TheSavedStateComesBack)
+{
+    const auto Encode = [](Writer& w, uint32_t Seed, int Count) {
+        std::mt19937 Rng(Seed);
+        for (int i = 0; i < Count; ++i)
+            w.EncodeBin(static_cast<uint32_t>(Rng()) % 276, static_cast<uint32_t>(Rng()) & 1);
+    };
+    Writer Plain, Tried;
+    for (Writer* w : {&Plain, &Tried}) {
+        w->InitContexts(SLICE_P, 0, 30);
+        Encode(*w, 1, 500);
+    }
+    Tried.SaveState();
+    Encode(Tried, 2, 77);
+    Tried.RestoreState();
+    for (Writer* w : {&Plain, &Tried}) {
+        Encode(*w, 3, 500);
+        w->EncodeTerminate(1);
+        w->TerminateEncode();
+    }
+    EXPECT_EQ(Plain.Written(), Tried.Written());
+}
+
+// ---- Counting writer ---------------------------------------------------------------------------------------
+
+TEST(CountingWriter, CountsCodesAsTheRealOneWritesThem)
+{
+    Writer Real;
+    CH264pBsFake<uint8_t, int16_t> Fake;
+    Fake.Reset();
+    for (CBaseBitstream* w : {static_cast<CBaseBitstream*>(&Real), static_cast<CBaseBitstream*>(&Fake)}) {
+        w->PutBit(1);
+        w->PutBits(77, 13);
+        w->PutVLCCode(3, 19);
+        EXPECT_EQ(w->PutUE(1000), 19);
+        w->PutSE(-40);
+    }
+    EXPECT_EQ(Fake.CountedBits(), Real.Bits());
+}
+
+TEST(CountingWriter, GoesOnFromARealWriter)
+{
+    Writer Real;
+    CH264pBsFake<uint8_t, int16_t> Fake;
+    Real.InitContexts(SLICE_P, 2, 28);
+    std::mt19937 Rng(11);
+    for (int i = 0; i < 333; ++i) Real.EncodeBin(static_cast<uint32_t>(Rng()) % 276, static_cast<uint32_t>(Rng()) & 1);
+    Fake.Reset();
+    Fake.CopyState(Real);
+    EXPECT_EQ(Fake.CountedBits(), 0);
+    const int64_t Before = Real.Coder().Bits();
+    for (int i = 0; i < 1000; ++i) {
+        const uint32_t Context = static_cast<uint32_t>(Rng()) % 276, Bin = static_cast<uint32_t>(Rng()) & 1;
+        Real.EncodeBin(Context, Bin);
+        Fake.EncodeBin(Context, Bin);
+        Real.EncodeBypass(Bin);
+        Fake.EncodeBypass(Bin);
+        ASSERT_EQ(Fake.CountedBits(), Real.Coder().Bits() - Before);
+    }
+    EXPECT_EQ(Fake.Contexts(), Real.Contexts());
+}
+
+TEST(CountingWriter, AWholeSliceEndsOnAByte)
+{
+    Writer Real;
+    CH264pBsFake<uint8_t, int16_t> Fake;
+    Fake.Reset();
+    Real.InitContexts(SLICE_I, 0, 20);
+    Fake.InitContexts(SLICE_I, 0, 20);
+    for (uint32_t i = 0; i < 100; ++i) {
+        Real.EncodeBin(60 + i, i & 1);
+        Fake.EncodeBin(60 + i, i & 1);
+    }
+    Real.EncodeTerminate(1);
+    Fake.EncodeTerminate(1);
+    Real.TerminateEncode();
+    Fake.TerminateEncode();
+    EXPECT_EQ(Fake.CountedBits() % 8, 0);
+    EXPECT_EQ(Fake.CountedBits(), Real.Bits());
+}
+
+} // namespace
