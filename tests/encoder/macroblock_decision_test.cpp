@@ -17,22 +17,23 @@ using namespace encoder_testing;
 
 constexpr int32_t kSide = 48; // three macroblocks in a row, three rows
 
-// A core after two pictures of one grey, whose last macroblock is decided again with another source or neighbourhood.
+// A core after some pictures of one grey, whose last macroblock is decided again with another source or neighbourhood.
 class LastMacroblock : public testing::Test
 {
 protected:
-    void Start(int32_t Qp)
+    void Start(int32_t Qp, int32_t References = 1)
     {
         UMC::H264EncoderParams p = SizedParams(kSide, kSide);
         p.rate_control_method = 3;
         p.quant_i = p.quant_p = static_cast<uint8_t>(Qp);
         p.deblocking_filter_idc = 1;
+        p.num_ref_frames = References;
         ASSERT_EQ(InitCore(c, p, &m_Allocator), UMC::StatusOk);
         Picture Grey(kSide * kSide * 3 / 2, 100);
         UMC::VideoData Input;
         Input.Init(kSide, kSide, UMC::YUV420, 8);
         UMC::MediaData Output(1 << 20);
-        for (int i = 0; i < 2; ++i) {
+        for (int i = 0; i <= References; ++i) {
             Input.SetBufferPointer(Grey.data(), Grey.size());
             Output.Reset();
             ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
@@ -43,6 +44,15 @@ protected:
     Core8::Slice& Slice() { return c.slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
     uint8_t* Source(int32_t x, int32_t y) { return Mb().src_y + y * Mb().pitch + x; }
+    // Gives the source a distortion against grey, in samples of which each is too far off to be skipped.
+    void Distort(int32_t Sum)
+    {
+        for (int32_t i = 0; i < 256; ++i) {
+            const int32_t Part = i % 5 == 0 ? std::min(Sum, 150) : 0;
+            *Source(i % 16, i / 16) = static_cast<uint8_t>(100 + Part);
+            Sum -= Part;
+        }
+    }
     void Neighbour(int32_t Index, MotionVector v)
     {
         std::fill_n(c.current->mb_motion[0] + 16 * Index, 16, v);
@@ -106,12 +116,7 @@ protected:
     {
         // With a grey reference all vectors have the same distortion, and none is the cheapest: 2 bits, and 1 for the
         // reference.
-        int32_t Rest = Inter - MVBitCost[kQp][2] - MVBitCost[kQp][1];
-        for (int32_t i = 0; i < 256; ++i) {
-            const int32_t Part = i % 5 == 0 ? std::min(Rest, 150) : 0;
-            *Source(i % 16, i / 16) = static_cast<uint8_t>(100 + Part);
-            Rest -= Part;
-        }
+        Distort(Inter - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Intra.Distance16x16 = Intra - BitPrice(kQp, 1);
         s_Intra.Tried16x16 = s_Intra.TriedFiner = 0;
         AnalyseMacroblock(c, Slice());
@@ -167,6 +172,98 @@ TEST_F(IntraGates, FinerTypesNeedDetailAndTheirFlag)
     c.analysis_flags &= ~static_cast<uint32_t>(ENC_ANALYSE_I4X4);
     Decide(800, 900);
     EXPECT_EQ(s_Intra.TriedFiner, 0);
+}
+
+// ---- Where a search ends -----------------------------------------------------------------------------------
+
+// How often a search was refined, and how often the second reference was measured.
+struct SearchCount {
+    int Refined = 0, Second = 0;
+    const uint8_t *pSecond = nullptr, *pSecondEnd = nullptr;
+    kernels::KernelSlots Real;
+};
+SearchCount s_Search;
+
+void CountRefinement(const uint8_t* pSource, ptrdiff_t SourceStep, uint8_t* pDst, ptrdiff_t DstStep)
+{
+    ++s_Search.Refined;
+    s_Search.Real.HalfPlaneRight(pSource, SourceStep, pDst, DstStep);
+}
+int32_t CountSecond(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    s_Search.Second += pB >= s_Search.pSecond && pB < s_Search.pSecondEnd;
+    return s_Search.Real.Sad16x16(pA, StepA, pB, StepB);
+}
+
+class SearchGates : public LastMacroblock
+{
+protected:
+    static constexpr int32_t kQp = 20, kThreshold = 68; // a cost of 68 is enough at QP 20
+
+    void StartSearches(int32_t References)
+    {
+        Start(kQp, References);
+        ASSERT_EQ(Slice().num_ref_idx_l0, References);
+        const auto& Second = *Slice().ref_pic_lists.Pictures[0][References - 1];
+        s_Search = {};
+        s_Search.pSecond = References > 1 ? Second.m_pY : nullptr;
+        s_Search.pSecondEnd = References > 1 ? Second.m_pY + kSide * Second.m_Pitch : nullptr;
+        s_Search.Real = kernels::g_Kernels;
+        kernels::g_Kernels.HalfPlaneRight = CountRefinement;
+        kernels::g_Kernels.Sad16x16 = CountSecond;
+    }
+    // Decides at a cost in the first reference.
+    void Decide(int32_t Cost)
+    {
+        Distort(Cost - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
+        s_Search.Refined = s_Search.Second = 0;
+        AnalyseMacroblock(c, Slice());
+    }
+};
+
+TEST_F(SearchGates, ACostAtTheThresholdIsNotRefined)
+{
+    StartSearches(1);
+    ASSERT_EQ(c.threshold_me[kQp], kThreshold);
+    for (const int32_t Cost : {67, 68, 69, 70}) {
+        Decide(Cost);
+        EXPECT_EQ(s_Search.Refined, Cost > kThreshold) << Cost;
+        EXPECT_EQ(Slice().best_inter_cost, Cost);
+    }
+}
+
+TEST_F(SearchGates, ACostAtTheThresholdEndsTheSearchOfReferences)
+{
+    StartSearches(2);
+    for (const int32_t Cost : {67, 68, 69, 70}) {
+        Decide(Cost);
+        EXPECT_EQ(s_Search.Second > 0, Cost > kThreshold) << Cost;
+    }
+}
+
+// The second of two references is named in two bits, which are 3 dearer than the one of the first.
+TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
+{
+    StartSearches(2);
+    ASSERT_EQ(BitPrice(kQp, 2) - BitPrice(kQp, 1), 3);
+    uint8_t& Sample =
+        const_cast<uint8_t&>(s_Search.pSecond[32 * Mb().pitch + 32]); // of the macroblock, which is the last
+    for (const int Better : {2, 3, 4}) {
+        Sample = static_cast<uint8_t>(100 + Better);
+        Decide(180);
+        EXPECT_EQ(Mb().ref[0][0], Better > 3 ? 1 : 0) << Better;
+        EXPECT_EQ(Slice().best_inter_cost, Better > 3 ? 180 + 3 - Better : 180) << Better;
+    }
+}
+
+TEST_F(SearchGates, AWorseReferenceEndsTheSearch)
+{
+    StartSearches(3); // what is counted is the third
+    Decide(180);
+    EXPECT_EQ(s_Search.Second, 0);
+    c.analysis_flags |= ENC_ANALYSE_ALL_REFS;
+    Decide(180);
+    EXPECT_GT(s_Search.Second, 0);
 }
 
 // The median of the neighbours lies beside the skip vector, which is none as the left one stands still.
