@@ -146,6 +146,18 @@ TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
     EXPECT_EQ(Mb().ref[0][0], -1);
 }
 
+TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
+{
+    const int32_t Top = Mb().top;
+    s_Intra.Distance16x16 = 50;
+    Intra16x16(c, Slice());
+    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
+    Mb().top = -1;
+    Intra16x16(c, Slice());
+    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_DC); // horizontal takes as many bits
+    Mb().top = Top;
+}
+
 TEST_F(IntraGates, FinerTypesAreTriedUpToTwiceTheCostOfInter)
 {
     for (const int32_t Intra : {1999, 2000, 2001, 2002}) {
