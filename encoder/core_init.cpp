@@ -4,7 +4,6 @@
 #include "encoder/motion_tables.h"
 
 #include <algorithm>
-#include <new>
 
 namespace UMC_H264_ENCODER {
 

@@ -418,6 +418,19 @@ TEST_F(LastMacroblock, Intra4x4GivesUpAboveTheLimitOnly)
     EXPECT_EQ(Intra4x4(c, Slice(), 0), Sum / 16);
 }
 
+TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
+{
+    Start(30);
+    kernels::g_Kernels.PredictAll4x4 = StatedDistances;
+    std::fill_n(s_DistanceOfMode, 9, 10);
+    const int32_t Cost = Intra4x4(c, Slice(), INT32_MAX);
+    for (const int32_t Cost16x16 : {Cost - 1, Cost, Cost + 1}) {
+        Mb().global->Type = MB_INTRA16X16;
+        EXPECT_EQ(TryFinerIntra(c, Slice(), Cost16x16), std::min(Cost, Cost16x16));
+        EXPECT_EQ(Mb().global->Type, Cost < Cost16x16 ? MB_INTRA4X4 : MB_INTRA16X16) << Cost16x16 - Cost;
+    }
+}
+
 // ---- Whole pictures ----------------------------------------------------------------------------------------
 
 // Types in the P pictures of a clip, and the largest cost of one in the last picture.
