@@ -317,6 +317,22 @@ TEST_F(Search, StopsAtTheThreshold)
     EXPECT_EQ(m_p.best_cost, 2);
 }
 
+TEST_F(Search, APointOfTheWalkStopsAtTheThresholdToo)
+{
+    Place(-8, -8);
+    m_p.mv_cost_table = &MVBitCost[0];
+    const int32_t Cost = VectorCost(m_p, -32, -32);
+    for (const int32_t Threshold : {Cost, Cost - 1}) {
+        m_Measured.clear();
+        m_p.threshold = Threshold;
+        SearchInteger(m_p);
+        EXPECT_EQ(m_p.best_cost, Cost);
+        Points Want{{0, 0}};
+        Want.merge(Ring(8, 8));
+        EXPECT_EQ(m_Measured == Want, Threshold == Cost); // else it goes on from there
+    }
+}
+
 TEST_F(Search, AThresholdOfZeroStopsAtACostOfZero)
 {
     static constexpr BitCostRow kFree{};
