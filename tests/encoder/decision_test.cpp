@@ -317,6 +317,20 @@ TEST_F(Search, StopsAtTheThreshold)
     EXPECT_EQ(m_p.best_cost, 2);
 }
 
+TEST_F(Search, ACandidateStopsAtTheThresholdAndNotAboveIt)
+{
+    Place(0, 0);
+    m_Source[5] = static_cast<uint8_t>(m_Source[5] + 50); // so that vectors are cheaper than what is left
+    m_p.mv_cost_table = &MVBitCost[0];
+    for (const int32_t Threshold : {52, 51}) {
+        m_Measured.clear();
+        m_p.threshold = Threshold;
+        SearchInteger(m_p);
+        EXPECT_EQ(m_p.best_cost, 52);
+        EXPECT_EQ(m_Measured == (Points{{0, 0}}), Threshold == 52);
+    }
+}
+
 TEST_F(Search, APointOfTheWalkStopsAtTheThresholdToo)
 {
     Place(-8, -8);

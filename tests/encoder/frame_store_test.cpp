@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -264,6 +265,23 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], b);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], d);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][2], a);
+}
+
+TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
+{
+    TestCore t;
+    for (const int32_t FrameNum : {3, 4, 5}) t.Add(FrameNum);
+    Frame* const pSame = t.Add(6); // as high as the current picture's number, which is not above it
+    t.c.current = t.Add(6, false);
+    auto& s = t.c.slices[0];
+    s.slice_type = SLICE_P;
+    for (const int32_t References : {0, 1, 2, 4}) {
+        t.c.params.num_ref_frames = References;
+        UpdateRefLists(t.c, s);
+        EXPECT_EQ(s.num_ref_idx_l0, std::max(References, 1));
+        EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pSame);
+        EXPECT_EQ(pSame->pic_num[0], 6);
+    }
 }
 
 TEST(ReferenceLists, OfBSlicesGoByOrderCount)
