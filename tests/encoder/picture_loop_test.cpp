@@ -49,6 +49,7 @@ TEST_F(PictureLoop, AnEmptyOutputMakesTheNextPictureAKeyPicture)
     EXPECT_EQ(m_Output.GetDataSize(), 0u);
     EXPECT_EQ(c.frames_encoded, Coded);
     EXPECT_EQ(c.frame_num, FrameNum);
+    EXPECT_EQ(c.current->is_reference, 0); // no decoder has it
     c.params.num_slices = 1;
     EXPECT_EQ(Encode(), UMC::StatusOk);
     EXPECT_EQ(c.current->frame_type, FRAME_I);
