@@ -57,6 +57,19 @@ TEST_F(PictureLoop, AnEmptyOutputMakesTheNextPictureAKeyPicture)
     EXPECT_EQ(c.current->frame_type, FRAME_P);
 }
 
+TEST_F(PictureLoop, IdrPicturesAreNumberedModulo16)
+{
+    UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+    p.key_frame_interval = p.idr_interval = 1;
+    Start(p);
+    for (int32_t i = 0; i < 36; ++i) {
+        m_Next = 0;
+        EXPECT_EQ(Encode(), UMC::StatusOk);
+        EXPECT_TRUE(c.current->is_idr);
+        EXPECT_EQ(c.idr_pic_id, (i + 1) % 16);
+    }
+}
+
 // The bits of the fallback are in no unit; the units packed before it stand, cut short.
 TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
 {
