@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -313,6 +314,22 @@ TEST(OutputBuffer, HasTheRoomToTheByte)
     ASSERT_EQ(Whole.Result, UMC::StatusOk);
     EXPECT_EQ(Driver(p).Encode(Clip[0], 0, Whole.Bytes.size() - 1).Result, UMC::StatusNotEnoughBuffer);
     EXPECT_EQ(Driver(p).Encode(Clip[0], 0, Whole.Bytes.size() + 1).Bytes, Whole.Bytes);
+}
+
+TEST(OutputBuffer, NeedsNoMoreThanTheUnit)
+{
+    auto Clip = MakeClip(Scene::Pan, kWidth, kHeight, 2);
+    const auto Second = [&Clip](size_t Room) {
+        Driver d(SmallParams());
+        d.Encode(Clip[0]);
+        return d.Encode(Clip[1], 0, Room);
+    };
+    const AccessUnit Whole = Second(SIZE_MAX);
+    const auto Prevention = {uint8_t{0}, uint8_t{0}, uint8_t{3}};
+    ASSERT_EQ(std::search(Whole.Bytes.begin(), Whole.Bytes.end(), Prevention.begin(), Prevention.end()),
+              Whole.Bytes.end());
+    EXPECT_EQ(Second(Whole.Bytes.size()).Bytes, Whole.Bytes);
+    EXPECT_EQ(Second(Whole.Bytes.size() - 1).Result, UMC::StatusNotEnoughBuffer);
 }
 
 TEST(RateChange, Statuses)
