@@ -194,3 +194,40 @@ TEST(SoftwareDecoderType, ThePointerMayBeNullWhereAPictureIsDelivered)
     EXPECT_EQ(With, Without);
     EXPECT_NE(With, Bytes(kSize.I420Bytes(), With[0]));
 }
+
+// ---- Memory ---------------------------------------------------------------------------------------------------------
+
+TEST(SoftwareCodecMemory, AnEncoderThatCouldNotBeMadeWholeIsNotThereAtAll)
+{
+    for (size_t n = 1; n <= 4; ++n) { // the wrapper's four objects
+        RecordingLog Log;
+        IVCodec* const pCodec = new CVCodec_H264;
+        Unit Out;
+        {
+            const FailingAllocation Fail(n);
+            EXPECT_FALSE(InitEncoder(*pCodec)) << n;
+        }
+        EXPECT_EQ(Encode(*pCodec, 0, Out), 0) << n;
+        EXPECT_EQ(Log.With("expr=m_pH264Encoder").size(), 1u) << n;
+        EXPECT_TRUE(InitEncoder(*pCodec)) << n;
+        EXPECT_EQ(Encode(*pCodec, 0, Out), 1) << n;
+        pCodec->Release();
+    }
+}
+
+TEST(SoftwareCodecMemory, AnOutputThatCouldNotBeBoundIsBoundByTheNextCall)
+{
+    constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
+    RecordingLog Log;
+    IVCodec* const pCodec = new CVCodec_H264;
+    EXPECT_TRUE(InitDecoder(*pCodec));
+    Bytes Picture(kSize.I420Bytes());
+    {
+        const FailingAllocation Fail(1);
+        EXPECT_EQ(pCodec->Decode(kDelimiter, sizeof kDelimiter, Picture.data(), nullptr), 0);
+    }
+    EXPECT_EQ(Log.With("expr=PutData(pout)").size(), 1u);
+    EXPECT_EQ(pCodec->Decode(kDelimiter, sizeof kDelimiter, Picture.data(), nullptr), 1); // the stand-in
+    EXPECT_EQ(Picture[0], 16);
+    pCodec->Release();
+}

@@ -3,6 +3,8 @@
 #include "media/umc_media_data_ex.h"
 #include "media/umc_video_data.h"
 
+#include "tests/support/failing_allocation.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -85,6 +87,22 @@ TEST(MediaData, CloseForgetsAForeignBufferWithoutFreeingIt)
     EXPECT_EQ(Data.Close(), StatusOk);
     EXPECT_EQ(Data.GetBufferPointer(), nullptr);
     EXPECT_EQ(Bytes[3], 4);
+}
+
+TEST(MediaData, AForeignBufferInThePlaceOfAnOwnedOneIsNeverFreed)
+{
+    const FailingAllocation Count(0);
+    uint8_t Foreign[20] = {};
+    {
+        MediaData Data(10);
+        EXPECT_EQ(FailingAllocation::BlocksHeld(), 1);
+        Data.SetBufferPointer(Foreign, sizeof Foreign);
+        EXPECT_EQ(FailingAllocation::BlocksHeld(), 0); // the owned one is
+        ASSERT_EQ(Data.Alloc(30), StatusOk);
+        EXPECT_EQ(FailingAllocation::BlocksHeld(), 1);
+        Data.SetBufferPointer(Foreign, sizeof Foreign);
+    }
+    EXPECT_EQ(FailingAllocation::BlocksHeld(), 0);
 }
 
 TEST(MediaData, FrameTypesZeroToFourAreAccepted)

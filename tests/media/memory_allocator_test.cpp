@@ -96,6 +96,7 @@ TEST(MemoryAllocator, TheNinthBlockGrowsTheTable)
 
 TEST(MemoryAllocator, ATooSmallFreeBlockIsReplacedBeforeTheTableGrows)
 {
+    const FailingAllocation Count(0);
     DefaultMemoryAllocator Allocator;
     MemID Mid, Mids[8];
     for (MemID& Each : Mids) ASSERT_EQ(Allocator.Alloc(&Each, 50, 0, 16), StatusOk);
@@ -103,6 +104,7 @@ TEST(MemoryAllocator, ATooSmallFreeBlockIsReplacedBeforeTheTableGrows)
     ASSERT_EQ(Allocator.Alloc(&Mid, 5000, 0, 16), StatusOk);
     std::memset(Allocator.Lock(Mid), 1, 5000);
     EXPECT_EQ(Allocator.GetCapacity(), 8);
+    EXPECT_EQ(FailingAllocation::BlocksHeld(), 9); // eight blocks and the table
 }
 
 TEST(MemoryAllocator, CloseGivesEverythingBack)

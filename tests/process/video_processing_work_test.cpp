@@ -83,10 +83,11 @@ TEST(VideoProcessingWork, PicturesOfChangingSizeComeOutAsFromAFreshChainAndHoldN
         int32_t Width, Height, OutWidth, OutHeight;
         ColorFormat From, To;
     };
-    constexpr Case kCases[] = {{64, 48, 32, 20, NV12, RGB24}, {32, 20, 64, 48, NV12, RGB24},
-                               {64, 48, 32, 20, NV12, RGB24}, {64, 48, 64, 48, NV12, RGB24},
-                               {48, 64, 20, 32, RGB24, NV12}, {64, 48, 32, 20, RGB24, NV12},
-                               {64, 48, 16, 12, NV12, RGB32}, {33, 17, 21, 40, YUY2, RGB24}};
+    constexpr Case kCases[] = {
+        {64, 48, 32, 20, NV12, RGB24}, {32, 20, 64, 48, NV12, RGB24}, {64, 48, 32, 20, NV12, RGB24},
+        {64, 48, 64, 48, NV12, RGB24}, {48, 64, 20, 32, RGB24, NV12}, {64, 48, 32, 20, RGB24, NV12},
+        {64, 48, 16, 12, NV12, RGB32}, {33, 17, 21, 40, YUY2, RGB24}, {64, 32, 32, 20, NV12, RGB24},
+        {64, 60, 32, 20, NV12, RGB24}, {48, 60, 32, 20, NV12, RGB24}};
     VideoProcessing Chain;
     ptrdiff_t Most = 0;
     for (int Round = 0; Round < 3; ++Round)
