@@ -92,17 +92,18 @@ TEST(MediaData, CloseForgetsAForeignBufferWithoutFreeingIt)
 TEST(MediaData, AForeignBufferInThePlaceOfAnOwnedOneIsNeverFreed)
 {
     const FailingAllocation Count(0);
-    uint8_t Foreign[20] = {};
+    MediaData Owner(20);
+    auto* const pForeign = static_cast<uint8_t*>(Owner.GetBufferPointer());
     {
         MediaData Data(10);
-        EXPECT_EQ(FailingAllocation::BlocksHeld(), 1);
-        Data.SetBufferPointer(Foreign, sizeof Foreign);
-        EXPECT_EQ(FailingAllocation::BlocksHeld(), 0); // the owned one is
+        EXPECT_EQ(FailingAllocation::BlocksHeld(), 2);
+        Data.SetBufferPointer(pForeign, 20);
+        EXPECT_EQ(FailingAllocation::BlocksHeld(), 1); // the owned one is
         ASSERT_EQ(Data.Alloc(30), StatusOk);
-        EXPECT_EQ(FailingAllocation::BlocksHeld(), 1);
-        Data.SetBufferPointer(Foreign, sizeof Foreign);
+        ASSERT_EQ(FailingAllocation::BlocksHeld(), 2);
+        Data.SetBufferPointer(pForeign, 20);
     }
-    EXPECT_EQ(FailingAllocation::BlocksHeld(), 0);
+    ASSERT_EQ(FailingAllocation::BlocksHeld(), 1);
 }
 
 TEST(MediaData, FrameTypesZeroToFourAreAccepted)
