@@ -42,7 +42,7 @@ Status DefaultMemoryAllocator::Alloc(MemID* pMid, size_t Size, uint32_t /*Flags*
     Block* const pBlock = TakeRecord(Size, Align);
     if (!pBlock) return StatusAllocFailed;
     if (!pBlock->pMemory || !Holds(pBlock->pMemory, pBlock->Size, Size, Align)) {
-        kernels::Free(pBlock->pMemory);
+        ReleaseFreeBlocks();
         pBlock->Size = Size + Align;
         pBlock->pMemory = kernels::Malloc8u(static_cast<int32_t>(pBlock->Size));
         if (!pBlock->pMemory) return StatusAllocFailed;
@@ -54,14 +54,24 @@ Status DefaultMemoryAllocator::Alloc(MemID* pMid, size_t Size, uint32_t /*Flags*
     return StatusOk;
 }
 
-// The record for a new block: a free one whose block fits, an unused one, any free one, or one of a larger table.
+void DefaultMemoryAllocator::ReleaseFreeBlocks()
+{
+    for (int32_t i = 0; i < m_Used; ++i) {
+        if (m_pBlocks[i].MID) continue;
+        kernels::Free(m_pBlocks[i].pMemory);
+        m_pBlocks[i].pMemory = nullptr;
+    }
+}
+
+// The record for a new block: a free one whose block fits well, an unused one, any free one, or one of a larger table.
 DefaultMemoryAllocator::Block* DefaultMemoryAllocator::TakeRecord(size_t Size, uint32_t Align)
 {
     Block* pLastFree = nullptr;
     for (int32_t i = 0; i < m_Used; ++i) {
         Block& Record = m_pBlocks[i];
         if (Record.MID) continue;
-        if (Record.pMemory && Holds(Record.pMemory, Record.Size, Size, Align)) return &Record;
+        if (Record.pMemory && Record.Size / 2 <= Size + Align && Holds(Record.pMemory, Record.Size, Size, Align))
+            return &Record;
         pLastFree = &Record; // also one that could not get its block
     }
     if (m_Used < m_Capacity) return &m_pBlocks[m_Used++];

@@ -7,7 +7,8 @@
 namespace UMC {
 
 /// Keeps a freed block with its record and finds it again, so that a codec that is set up anew at the same size reaches
-/// no system allocator. Safe from any thread.
+/// no system allocator. A block of more than twice the size is not taken, and when a new block has to be made the free
+/// ones go: what a codec holds is of its present size. Safe from any thread.
 class DefaultMemoryAllocator : public MemoryAllocator
 {
 public:
@@ -36,6 +37,7 @@ private:
     Block* FindBlock(MemID Mid); // null for 0 and for an unknown handle
     Block* TakeRecord(size_t Size, uint32_t Align);
     bool Grow();
+    void ReleaseFreeBlocks();
     MemID NewHandle();
 
     Mutex m_Guard; // guards everything below

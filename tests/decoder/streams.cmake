@@ -1,6 +1,6 @@
 # Whole streams through h264_decode: made on the spot, and those of the shared media folder where it exists.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
 if(TARGET h264_decode)
-    find_package(Python3 REQUIRED COMPONENTS Interpreter)
     add_test(NAME "decoder: stream matrix"
              COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/stream_matrix.py $<TARGET_FILE:h264_decode>)
     add_test(NAME "decoder: shared media"
@@ -13,3 +13,11 @@ endif()
 add_executable(flood_driver ${CMAKE_CURRENT_LIST_DIR}/flood_driver.cpp ${CMAKE_CURRENT_LIST_DIR}/floods.cpp)
 target_link_libraries(flood_driver PRIVATE quilvex_test_support quilvex_core)
 target_link_options(flood_driver PRIVATE "LINKER:--wrap=malloc,--wrap=calloc,--wrap=realloc,--wrap=aligned_alloc,--wrap=free")
+set(flood_test ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/floods.py $<TARGET_FILE:flood_driver>)
+add_test(NAME "decoder: memory of floods" COMMAND ${flood_test} memory)
+set_tests_properties("decoder: memory of floods" PROPERTIES TIMEOUT 600)
+# Instructions are counted by valgrind, which runs no sanitized program, against bounds of optimised code.
+if(NOT QUILVEX_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_test(NAME "decoder: work of floods" COMMAND ${flood_test} work)
+    set_tests_properties("decoder: work of floods" PROPERTIES TIMEOUT 600)
+endif()

@@ -53,6 +53,19 @@ TEST(MemoryAllocator, AFreedBlockIsFoundAgain)
     EXPECT_EQ(Allocator.Lock(Second), pBlock);
 }
 
+TEST(MemoryAllocator, ABlockOfAnotherSizeGoesBack)
+{
+    DefaultMemoryAllocator Allocator;
+    const FailingAllocation Count(0);
+    MemID Large[3], Small;
+    for (MemID& Mid : Large) ASSERT_EQ(Allocator.Alloc(&Mid, 100000, 0, 64), StatusOk);
+    const ptrdiff_t Held = FailingAllocation::BlocksHeld();
+    for (const MemID Mid : Large) EXPECT_EQ(Allocator.Free(Mid), StatusOk);
+    EXPECT_EQ(FailingAllocation::BlocksHeld(), Held) << "kept for the next of their size";
+    ASSERT_EQ(Allocator.Alloc(&Small, 100, 0, 64), StatusOk);
+    EXPECT_EQ(FailingAllocation::BlocksHeld(), Held - 2);
+}
+
 TEST(MemoryAllocator, ALockedBlockIsFreedByTheLastUnlock)
 {
     DefaultMemoryAllocator Allocator;
