@@ -45,6 +45,7 @@ public:
     H264HeapPiece* Allocate(uint32_t Size);
     void Free(H264HeapPiece* pPiece); // one that is lent out; null is ignored
     void Reset();                     // takes back every piece
+    uint32_t FreePieces() const { return m_FreePieces; }
 
 private:
     struct List {
