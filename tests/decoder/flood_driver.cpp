@@ -61,10 +61,15 @@ void* operator new(size_t Size, std::align_val_t Alignment)
     if (void* const p = __wrap_aligned_alloc(a, (Size + a - 1) / a * a)) return p;
     throw std::bad_alloc();
 }
+void* operator new(size_t Size, const std::nothrow_t&) noexcept { return __wrap_malloc(Size); }
+void* operator new[](size_t Size, const std::nothrow_t&) noexcept { return __wrap_malloc(Size); }
+void* operator new[](size_t Size) { return operator new(Size); }
 void operator delete(void* p) noexcept { __wrap_free(p); }
 void operator delete(void* p, size_t) noexcept { __wrap_free(p); }
 void operator delete(void* p, std::align_val_t) noexcept { __wrap_free(p); }
 void operator delete(void* p, size_t, std::align_val_t) noexcept { __wrap_free(p); }
+void operator delete[](void* p) noexcept { __wrap_free(p); }
+void operator delete[](void* p, size_t) noexcept { __wrap_free(p); }
 
 [[gnu::noinline]] void DecodeFlood(tools::StreamDecoder& Decoder, const test::Bytes& Stream)
 {
