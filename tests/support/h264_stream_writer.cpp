@@ -1,6 +1,7 @@
 #include "tests/support/h264_stream_writer.h"
 
 #include <bit>
+#include <cstddef>
 
 namespace test {
 
@@ -17,6 +18,15 @@ void BitWriter::UE(uint32_t Value)
     }
 }
 
+Bytes BitWriter::Bits() const
+{
+    Bytes All;
+    for (const uint8_t Byte : m_Data)
+        for (int i = 7; i >= 0; --i) All.push_back(static_cast<uint8_t>(Byte >> i & 1));
+    All.resize(All.size() - static_cast<size_t>(m_Free));
+    return All;
+}
+
 Bytes NalUnit(uint32_t nal_ref_idc, uint32_t nal_unit_type, const Bytes& Payload)
 {
     Bytes Unit{0, 0, 0, 1, static_cast<uint8_t>(nal_ref_idc << 5 | nal_unit_type)};
@@ -30,6 +40,24 @@ Bytes NalUnit(uint32_t nal_ref_idc, uint32_t nal_unit_type, const Bytes& Payload
         Zeros = Byte == 0 ? Zeros + 1 : 0;
     }
     return Unit;
+}
+
+uint32_t ActiveRefs(const PicParamSet& Pic, const Slice& s, int List)
+{
+    return s.num_ref_idx[0] != 0 ? s.num_ref_idx[List] : Pic.num_ref_idx[List];
+}
+
+Bytes ReorderVui(uint32_t num_reorder_frames, uint32_t max_dec_frame_buffering)
+{
+    BitWriter b;
+    b.U(8, 0); // nothing up to pic_struct_present_flag
+    b.U(1, 1); // bitstream_restriction_flag
+    b.U(1, 1); // motion_vectors_over_pic_boundaries_flag
+    for (int i = 0; i < 2; ++i) b.UE(0);
+    for (int i = 0; i < 2; ++i) b.UE(16); // log2_max_mv_length
+    b.UE(num_reorder_frames);
+    b.UE(max_dec_frame_buffering);
+    return b.Bits();
 }
 
 Bytes Write(const SeqParamSet& Set)
@@ -51,7 +79,7 @@ Bytes Write(const SeqParamSet& Set)
     b.UE(Set.poc_type);
     if (Set.poc_type == 0) b.UE(Set.log2_max_poc_lsb - 4);
     if (Set.poc_type == 1) {
-        b.U(1, 1);
+        b.U(1, Set.delta_pic_order_always_zero);
         b.SE(Set.offset_for_non_ref_pic);
         b.SE(Set.offset_for_top_to_bottom);
         b.UE(static_cast<uint32_t>(Set.offset_for_ref_frame.size()));
@@ -63,7 +91,7 @@ Bytes Write(const SeqParamSet& Set)
     b.UE(Set.height_map_units - 1);
     b.U(1, Set.frame_mbs_only);
     if (!Set.frame_mbs_only) b.U(1, Set.mbaff);
-    b.U(1, 1);
+    b.U(1, Set.direct_8x8_inference);
     b.U(1, Set.cropping);
     if (Set.cropping)
         for (const uint32_t Offset : Set.crop) b.UE(Offset);
@@ -87,10 +115,15 @@ Bytes Write(const PicParamSet& Set)
     b.U(2, Set.weighted_bipred_idc);
     b.SE(Set.pic_init_qp - 26);
     b.SE(0);
-    b.SE(0);
+    b.SE(Set.chroma_qp_index_offset);
     b.U(1, Set.deblocking_control);
-    b.U(1, 0);
+    b.U(1, Set.constrained_intra_pred);
     b.U(1, Set.redundant_pic_cnt_present);
+    if (Set.has_transform_extension) {
+        b.U(1, Set.transform_8x8_mode);
+        b.U(1, 0);
+        b.SE(Set.second_chroma_qp_index_offset);
+    }
     b.TrailingBits();
     return NalUnit(3, 8, b.Data());
 }
@@ -113,6 +146,27 @@ void WriteReferences(BitWriter& b, const Slice& s, uint32_t Type)
         }
         if (!s.reordering[List].empty()) b.UE(3);
     }
+}
+
+void WriteWeights(BitWriter& b, const PicParamSet& Pic, const Slice& s, uint32_t Type)
+{
+    if (Type == 2 || (Type == 1 ? Pic.weighted_bipred_idc != 1 : !Pic.weighted_pred)) return;
+    b.UE(s.luma_log2_weight_denom);
+    b.UE(s.chroma_log2_weight_denom);
+    for (int List = 0; List <= (Type == 1 ? 1 : 0); ++List)
+        for (uint32_t i = 0; i < ActiveRefs(Pic, s, List); ++i) {
+            const Weight w = i < s.weights[List].size() ? s.weights[List][i] : Weight{};
+            b.U(1, w.luma);
+            if (w.luma) {
+                b.SE(w.luma_weight);
+                b.SE(w.luma_offset);
+            }
+            b.U(1, w.chroma);
+            for (int Plane = 0; w.chroma && Plane < 2; ++Plane) {
+                b.SE(w.chroma_weight[Plane]);
+                b.SE(w.chroma_offset[Plane]);
+            }
+        }
 }
 
 void WriteMarking(BitWriter& b, const Slice& s)
@@ -148,8 +202,13 @@ BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
         b.U(static_cast<int>(Seq.log2_max_poc_lsb), s.poc_lsb);
         if (Pic.pic_order_present && !s.field) b.SE(s.delta_poc_bottom);
     }
+    if (Seq.poc_type == 1 && !Seq.delta_pic_order_always_zero) {
+        b.SE(s.delta_pic_order_cnt[0]);
+        if (Pic.pic_order_present && !s.field) b.SE(s.delta_pic_order_cnt[1]);
+    }
     if (Pic.redundant_pic_cnt_present) b.UE(s.redundant_pic_cnt);
     WriteReferences(b, s, Type);
+    WriteWeights(b, Pic, s, Type);
     WriteMarking(b, s);
     if (Pic.cabac && Type != 2) b.UE(s.cabac_init_idc);
     b.SE(s.qp_delta);
@@ -184,7 +243,7 @@ Bytes PcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, uint8_t 
 Bytes CopySlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, uint32_t RefIdx, int Count)
 {
     s.slice_type = 5;
-    const uint32_t Active = s.num_ref_idx[0] != 0 ? s.num_ref_idx[0] : Pic.num_ref_idx[0];
+    const uint32_t Active = ActiveRefs(Pic, s, 0);
     BitWriter b = Header(Seq, Pic, s);
     for (int Mb = 0; Mb < Count; ++Mb) {
         b.UE(0); // mb_skip_run

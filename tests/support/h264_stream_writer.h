@@ -28,6 +28,7 @@ public:
         Align();
     }
     const Bytes& Data() const { return m_Data; }
+    Bytes Bits() const; // one a byte
 
 private:
     void Bit(uint32_t Value)
@@ -52,12 +53,14 @@ struct SeqParamSet {
     uint32_t chroma_format_idc = 1, bit_depth = 8; // written from profile 100 on
     bool residual_colour_transform = false;
     uint32_t log2_max_frame_num = 4, poc_type = 0, log2_max_poc_lsb = 8;
+    bool delta_pic_order_always_zero = true;        // type 1
     std::vector<int32_t> offset_for_ref_frame = {}; // type 1
     int32_t offset_for_non_ref_pic = 0, offset_for_top_to_bottom = 0;
     uint32_t num_ref_frames = 4;
     bool gaps_allowed = false;
     uint32_t width_mbs = 1, height_map_units = 1;
     bool frame_mbs_only = true, mbaff = false;
+    bool direct_8x8_inference = true;
     bool cropping = false;
     uint32_t crop[4] = {}; // left, right, top, bottom
     Bytes vui = {};        // bits behind vui_parameters_present_flag, one a byte; empty: no VUI
@@ -69,25 +72,44 @@ struct PicParamSet {
     bool weighted_pred = false;
     uint32_t weighted_bipred_idc = 0;
     int32_t pic_init_qp = 26;
-    bool deblocking_control = true, redundant_pic_cnt_present = false;
+    int32_t chroma_qp_index_offset = 0;
+    bool deblocking_control = true, constrained_intra_pred = false, redundant_pic_cnt_present = false;
+    bool has_transform_extension = false; // the two below are written
+    bool transform_8x8_mode = false;
+    int32_t second_chroma_qp_index_offset = 0;
+};
+// Weights of one reference, clause 7.3.3.2; a plane group without the flag has the default weight.
+struct Weight {
+    bool luma = false, chroma = false; // flags
+    int32_t luma_weight = 0, luma_offset = 0;
+    int32_t chroma_weight[2] = {}, chroma_offset[2] = {};
 };
 struct Slice {
     uint32_t nal_ref_idc = 1, nal_unit_type = 1;
     uint32_t first_mb = 0, slice_type = 7, pps_id = 0; // type 5 P, 6 B, 7 I
     uint32_t frame_num = 0, idr_pic_id = 0, poc_lsb = 0;
     int32_t delta_poc_bottom = 0;
+    int32_t delta_pic_order_cnt[2] = {};
     bool field = false, bottom = false;
     uint32_t redundant_pic_cnt = 0;
     uint32_t num_ref_idx[2] = {0, 0};                              // not 0: overrides
     std::vector<std::pair<uint32_t, uint32_t>> reordering[2] = {}; // operation, value
-    std::vector<std::vector<uint32_t>> marking = {};               // operation and its values; empty: sliding window
-    bool long_term_reference = false;                              // IDR
+    uint32_t luma_log2_weight_denom = 0, chroma_log2_weight_denom = 0;
+    std::vector<Weight> weights[2] = {}; // by reference index, where the picture parameter set asks for weights
+    std::vector<std::vector<uint32_t>> marking = {}; // operation and its values; empty: sliding window
+    bool long_term_reference = false;                // IDR
     uint32_t cabac_init_idc = 0;
     int32_t qp_delta = 0;
     uint32_t disable_deblocking = 1;
     int32_t alpha = 0, beta = 0;
     bool spatial_direct = true;
 };
+
+// Active references of list 0 or 1 that a slice has.
+uint32_t ActiveRefs(const PicParamSet& Pic, const Slice& Slice, int List);
+// Bits for SeqParamSet::vui: nothing but the number of pictures that may stand before one in decoding order and after
+// it in output order.
+Bytes ReorderVui(uint32_t num_reorder_frames, uint32_t max_dec_frame_buffering);
 
 Bytes Write(const SeqParamSet& Set);
 Bytes Write(const PicParamSet& Set);

@@ -1,0 +1,114 @@
+// Inter prediction of whole pictures: every partition with every reference, plain and weighted, as ffmpeg has it.
+#include "tests/decoder/random_stream.h"
+
+namespace {
+
+using namespace test;
+
+constexpr uint32_t kStart = 4; // references before the first P picture
+
+// Pairs of a P picture and a B picture that is shown before it. Change gets each slice before it is written.
+template <class F>
+void AddPairs(RandomStream& In, uint32_t Pairs, F&& Change)
+{
+    In.Start(kStart);
+    for (uint32_t i = 0; i < Pairs; ++i) {
+        const uint32_t FrameNum = kStart + i, Poc = 2 * kStart + 4 * i;
+        Slice p = Numbered(FrameNum & 15, Poc + 2), b = Numbered((FrameNum + 1) & 15, Poc, 0);
+        Change(p);
+        Change(b);
+        In.P(p).B(b);
+    }
+}
+
+TEST(InterPrediction, EveryPartitionFromEveryReference)
+{
+    for (uint32_t Seed = 1; Seed <= 4; ++Seed) {
+        RandomStream In({.profile_idc = 77}, {.num_ref_idx = {3, 2}}, Seed);
+        AddPairs(In, 6, [&](Slice& s) { s.disable_deblocking = Seed & 1; });
+        In.ExpectAsFfmpeg();
+    }
+}
+
+TEST(InterPrediction, EightByEightTransformBesideSmallPartitions)
+{
+    RandomStream In({.profile_idc = 100},
+                    {.num_ref_idx = {2, 2}, .has_transform_extension = true, .transform_8x8_mode = true}, 5);
+    AddPairs(In, 6, [](Slice& s) { s.disable_deblocking = 0; });
+    In.ExpectAsFfmpeg();
+}
+
+// Weights over the range that two together may have (clause 7.4.3.2), or that one alone may have, with odd sums of
+// offsets; some references have none, but at a denominator of 7, where two defaults would be too much.
+void AddWeights(RandomMacroblocks& Random, Slice& s, uint32_t Denominator, int Limit)
+{
+    s.luma_log2_weight_denom = Denominator;
+    s.chroma_log2_weight_denom = 7 - Denominator;
+    const auto Draw = [&](uint32_t Denom) {
+        return std::clamp(Random.Upto(3) ? (1 << Denom) / 2 + Random.Within(30) : -60, -Limit, Limit - 1);
+    };
+    for (auto& List : s.weights)
+        for (int i = 0; i < 3; ++i) {
+            Weight w{.luma = Random.Upto(2) || Denominator == 7, .chroma = Random.Upto(2) || Denominator == 0};
+            w.luma_weight = Draw(s.luma_log2_weight_denom);
+            w.luma_offset = Random.Upto(1) ? Random.Within(9) : Random.Upto(255) - 128;
+            for (int Plane = 0; Plane < 2; ++Plane) {
+                w.chroma_weight[Plane] = Draw(s.chroma_log2_weight_denom);
+                w.chroma_offset[Plane] = Random.Within(31);
+            }
+            List.push_back(w);
+        }
+}
+
+TEST(InterPrediction, ExplicitWeightsWithEveryDenominator)
+{
+    for (const bool HasResidual : {false, true}) {
+        RandomStream In({.profile_idc = 77}, {.num_ref_idx = {3, 2}, .weighted_pred = true, .weighted_bipred_idc = 1},
+                        HasResidual);
+        uint32_t Denominator = 0;
+        In.Start(kStart);
+        for (uint32_t i = 0; i < 8; ++i) {
+            const uint32_t FrameNum = kStart + i, Poc = 2 * kStart + 4 * i;
+            Slice p = Numbered(FrameNum & 15, Poc + 2), b = Numbered((FrameNum + 1) & 15, Poc, 0);
+            AddWeights(In.Random, p, Denominator, 128);
+            AddWeights(In.Random, b, Denominator++, 64);
+            In.P(p, {.residual = HasResidual}).B(b, {.residual = HasResidual});
+        }
+        In.ExpectAsFfmpeg();
+    }
+}
+
+TEST(InterPrediction, ImplicitWeightsByDistance)
+{
+    RandomStream In({.profile_idc = 77, .log2_max_poc_lsb = 10}, {.num_ref_idx = {3, 2}, .weighted_bipred_idc = 2}, 11);
+    AddPairs(In, 3, [](Slice&) {});
+    // Distances that are uneven, far beyond 127, and so that a weight leaves -64..128.
+    uint32_t FrameNum = kStart + 3;
+    for (const uint32_t Poc : {40u, 46u, 48u, 56u, 90u, 250u}) {
+        In.Intra(Numbered(FrameNum++, Poc));
+        In.B(Numbered(FrameNum, Poc - 2, 0), {.residual = false});
+    }
+    In.ExpectAsFfmpeg();
+}
+
+TEST(InterPrediction, TwoReferencesWithoutMotionGiveTheirMean)
+{
+    RandomStream In({.profile_idc = 77}, {.num_ref_idx = {2, 2}}, 12);
+    In.Start(2);
+    Slice b = Numbered(2, 4, 0);
+    b.slice_type = 6;
+    MacroblockWriter Writer(In.Seq, In.Pic, b);
+    for (int Mb = 0; Mb < RandomStream::kMbs; ++Mb) { // list 1 holds the same two pictures in the other order
+        Macroblock m{.mb_type = 3};
+        m.ref_idx[0][0] = 0;
+        m.ref_idx[1][0] = 0;
+        Writer.Put(m);
+    }
+    const auto Pictures = DecodeAll(In.Data + Writer.Finish());
+    ASSERT_EQ(Pictures.size(), 3u);
+    ASSERT_NE(Pictures[0], Pictures[1]);
+    for (size_t i = 0; i < Pictures[2].size(); ++i)
+        ASSERT_EQ(Pictures[2][i], (Pictures[0][i] + Pictures[1][i] + 1) / 2) << i;
+}
+
+} // namespace

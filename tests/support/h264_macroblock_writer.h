@@ -1,0 +1,63 @@
+// Writes the macroblocks of a CAVLC slice, for tests that need pictures the way no encoder makes them.
+#pragma once
+
+#include "tests/support/h264_stream_writer.h"
+
+#include <array>
+#include <cstdint>
+
+namespace test {
+
+// A macroblock under the names of clause 7.3.5. What its type does not have is ignored.
+struct Macroblock {
+    bool skip = false;                   // P_Skip, B_Skip
+    bool intra = false;                  // mb_type is then that of Table 7-11: 0 Intra_4x4, 1..24 Intra_16x16, 25 I_PCM
+    uint32_t mb_type = 0;                // else of Table 7-13 or 7-14
+    uint32_t sub_mb_type[4] = {};        // Table 7-17 or 7-18
+    uint32_t ref_idx[2][4] = {};         // by partition
+    int32_t mvd[2][4][4][2] = {};        // by partition and sub-partition
+    uint32_t intra_chroma_pred_mode = 0; // the luma of Intra_4x4 is predicted as its neighbours are: DC
+    uint32_t coded_block_pattern = 0;    // luma, and chroma << 4; that of Intra_16x16 stands in its type
+    bool may_transform_8x8 = false;      // an inter macroblock for which the flag is sent where the picture has it
+    bool transform_size_8x8 = false;
+    int32_t mb_qp_delta = 0;
+    std::array<int, 16> luma_dc = {};  // levels in scan order
+    std::array<int, 16> luma[16] = {}; // by luma4x4BlkIdx; the first one of Intra_16x16 is not used
+    std::array<int, 16> chroma_dc[2] = {}, chroma_ac[2][4] = {};
+    std::array<uint8_t, 384> pcm = {};
+};
+
+// One slice under way. Macroblocks are taken in raster order from first_mb on.
+class MacroblockWriter
+{
+public:
+    MacroblockWriter(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice);
+    void Put(const Macroblock& Mb);
+    Bytes Finish(); // the unit
+
+private:
+    using Levels = std::array<int, 16>;
+
+    bool IsB() const { return m_Slice.slice_type % 5 == 1; }
+    bool IsIntraSlice() const { return m_Slice.slice_type % 5 == 2; }
+    void WritePcm(const Macroblock& Mb);
+    void WriteInterPrediction(const Macroblock& Mb);
+    void WriteSubPrediction(const Macroblock& Mb);
+    void WriteRefIdx(int List, uint32_t RefIdx);
+    void WriteMvd(const int32_t (&Mvd)[2]);
+    void WriteResidual(const Macroblock& Mb, uint32_t Luma, uint32_t Chroma);
+    void WriteBlock(const int* pLevels, int Max, int nC, int* pCount);
+    void WriteLevels(const int* pLevels, int Count, int TrailingOnes);
+    int* CountAt(int Plane, int X, int Y); // null outside the slice
+    int PredictCount(int Plane, int X, int Y);
+
+    SeqParamSet m_Seq;
+    PicParamSet m_Pic;
+    Slice m_Slice;
+    BitWriter m_Bits;
+    uint32_t m_SkipRun = 0;
+    int m_Mb, m_FirstMb;
+    std::vector<int> m_Counts[3]; // total_coeff by 4x4 block, rows of 4 luma or 2 chroma blocks a macroblock
+};
+
+} // namespace test
