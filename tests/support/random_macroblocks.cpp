@@ -72,7 +72,7 @@ void RandomMacroblocks::AddMotion(Macroblock& Mb, const PicParamSet& Pic, const 
     const bool IsB = s.slice_type % 5 == 1;
     Mb.mb_type = static_cast<uint32_t>(IsB ? (Upto(3) ? 1 + Upto(20) : 22) : Upto(4));
     for (uint32_t& Type : Mb.sub_mb_type) Type = static_cast<uint32_t>(Upto(IsB ? 12 : 3));
-    for (int List = 0; List < 2; ++List)
+    for (int List = 0; List <= IsB; ++List)
         for (int Part = 0; Part < 4; ++Part) {
             Mb.ref_idx[List][Part] = static_cast<uint32_t>(Upto(static_cast<int>(ActiveRefs(Pic, s, List)) - 1));
             for (auto& Mvd : Mb.mvd[List][Part])

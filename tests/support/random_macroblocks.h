@@ -25,11 +25,13 @@ public:
     Bytes Inter(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice, int Count,
                 const MacroblockMix& Mix = {});
 
+    // The next macroblock of such a slice.
+    Macroblock Any(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice, const MacroblockMix& Mix);
+
     int Upto(int Limit) { return static_cast<int>(m_Random() % static_cast<uint32_t>(Limit + 1)); } // 0..Limit
     int Within(int Limit) { return Upto(2 * Limit) - Limit; }
 
 private:
-    Macroblock Any(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice, const MacroblockMix& Mix);
     void AddMotion(Macroblock& Mb, const PicParamSet& Pic, const Slice& Slice, const MacroblockMix& Mix);
     void AddResidual(Macroblock& Mb, const SeqParamSet& Seq, const PicParamSet& Pic, bool IsB);
     void AddLevels(std::array<int, 16>& Block, int First, int End);
