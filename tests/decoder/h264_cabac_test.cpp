@@ -1,5 +1,7 @@
 #include "decoder/h264_cabac.h"
 
+#include "tests/support/cabac_encoder.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,89 +10,6 @@
 
 namespace UMC {
 namespace {
-
-// The encoder of clause 9.3.4, in its plain bit-by-bit form: the opposite of what the engine does, written apart from
-// it.
-class ReferenceEncoder
-{
-public:
-    explicit ReferenceEncoder(const CabacContext* pContexts) : m_Contexts(pContexts, pContexts + h264::kContextCount) {}
-
-    void Decide(int Context, uint32_t Bin)
-    {
-        const uint32_t State = static_cast<uint32_t>(m_Contexts[static_cast<size_t>(Context)]);
-        uint32_t pStateIdx = State >> 1, Mps = State & 1;
-        const uint32_t Lps = h264::kRangeLps[pStateIdx][(m_Range >> 6) & 3];
-        m_Range -= Lps;
-        if (Bin != Mps) {
-            m_Low += m_Range;
-            m_Range = Lps;
-            if (pStateIdx == 0) Mps ^= 1;
-            pStateIdx = h264::kTransIdxLps[pStateIdx];
-        } else {
-            pStateIdx = h264::kTransIdxMps[pStateIdx];
-        }
-        m_Contexts[static_cast<size_t>(Context)] = static_cast<CabacContext>(pStateIdx * 2 + Mps);
-        Renormalise();
-    }
-    void Bypass(uint32_t Bin)
-    {
-        m_Low *= 2;
-        if (Bin) m_Low += m_Range;
-        if (m_Low >= 1024) {
-            PutBit(1);
-            m_Low -= 1024;
-        } else if (m_Low < 512) {
-            PutBit(0);
-        } else {
-            m_Low -= 512;
-            ++m_Outstanding;
-        }
-    }
-    void Terminate(uint32_t Bin)
-    {
-        m_Range -= 2;
-        if (!Bin) return Renormalise();
-        m_Low += m_Range;
-        m_Range = 2;
-        Renormalise();
-        PutBit(m_Low >> 9 & 1);
-        m_Bits.push_back(m_Low >> 8 & 1);
-        m_Bits.push_back(true);
-    }
-    std::vector<bool> m_Bits;
-
-private:
-    void Renormalise()
-    {
-        while (m_Range < 256) {
-            if (m_Low < 256) {
-                PutBit(0);
-            } else if (m_Low >= 512) {
-                m_Low -= 512;
-                PutBit(1);
-            } else {
-                m_Low -= 256;
-                ++m_Outstanding;
-            }
-            m_Range *= 2;
-            m_Low *= 2;
-        }
-    }
-    void PutBit(uint32_t Bit)
-    {
-        if (m_First)
-            m_First = false;
-        else
-            m_Bits.push_back(Bit != 0);
-        for (; m_Outstanding > 0; --m_Outstanding) m_Bits.push_back(Bit == 0);
-    }
-
-    std::vector<CabacContext> m_Contexts;
-    uint32_t m_Low = 0, m_Range = 510;
-    int m_Outstanding = 0;
-    bool m_First = true;
-};
 
 // A unit as the splitter leaves it: words with the first byte topmost, zeros behind.
 struct Unit {
@@ -123,7 +42,7 @@ std::vector<Bin> RandomBins(std::mt19937& Random, double Skew, int Count)
     return Bins;
 }
 
-void Encode(ReferenceEncoder& Encoder, const std::vector<Bin>& Bins)
+void Encode(test::CabacEncoder& Encoder, const std::vector<Bin>& Bins)
 {
     for (const Bin& b : Bins) {
         if (b.Kind == 0) Encoder.Decide(b.Context, b.Value);
@@ -141,7 +60,7 @@ TEST(CabacEngine, DecodesWhatTheStandardsEncoderWrites)
         for (const size_t Offset : {0u, 8u, 16u, 24u, 32u, 40u}) { // every place of the first byte in a word
             Cabac.InitContexts(26, 1);
             const std::vector<Bin> Bins = RandomBins(Random, Skew, 20000);
-            ReferenceEncoder Encoder(Cabac.m_Contexts);
+            test::CabacEncoder Encoder(Cabac.m_Contexts);
             Encoder.m_Bits.assign(Offset, true);
             Encode(Encoder, Bins);
             Unit Stream(Encoder.m_Bits);
@@ -169,7 +88,7 @@ TEST(CabacEngine, EndsWithinTheUnitWhateverItsLength)
     for (int Round = 0; Round < 2000; ++Round) {
         Cabac.InitContexts(26, 1);
         const std::vector<Bin> Bins = RandomBins(Random, 0.3, 100);
-        ReferenceEncoder Encoder(Cabac.m_Contexts);
+        test::CabacEncoder Encoder(Cabac.m_Contexts);
         Encode(Encoder, Bins);
         Unit Stream(Encoder.m_Bits);
         ++Lengths[Encoder.m_Bits.size() % 32];

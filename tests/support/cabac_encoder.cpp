@@ -1,0 +1,79 @@
+#include "tests/support/cabac_encoder.h"
+
+namespace test {
+
+namespace {
+
+constexpr int kMbTypeI = 3, kSkipFlagP = 11; // ctxIdx of the first bin (Table 9-34)
+
+// A slice under way: the header is written, the engine stands at the first macroblock.
+class CabacSlice
+{
+public:
+    CabacSlice(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
+        : m_Slice(s), m_Encoder(Contexts(Pic, s).m_Contexts)
+    {
+        for (const uint8_t Bit : Header(Seq, Pic, s).Bits()) m_Encoder.m_Bits.push_back(Bit != 0);
+        Align(true); // cabac_alignment_one_bit
+    }
+    CabacEncoder& Encoder() { return m_Encoder; }
+    void Align(bool Filler)
+    {
+        while (m_Encoder.m_Bits.size() % 8 != 0) m_Encoder.m_Bits.push_back(Filler);
+    }
+    void Byte(uint8_t Value)
+    {
+        for (int i = 7; i >= 0; --i) m_Encoder.m_Bits.push_back((Value >> i & 1) != 0);
+    }
+    Bytes Unit() // end_of_slice_flag has written rbsp_stop_one_bit
+    {
+        Align(false);
+        BitWriter Bits;
+        for (const bool Bit : m_Encoder.m_Bits) Bits.U(1, Bit);
+        return NalUnit(m_Slice.nal_ref_idc, m_Slice.nal_unit_type, Bits.Data());
+    }
+
+private:
+    static UMC::CabacDecoder Contexts(const PicParamSet& Pic, const Slice& s)
+    {
+        UMC::CabacDecoder Cabac;
+        Cabac.InitContexts(Pic.pic_init_qp + s.qp_delta,
+                           s.slice_type % 5 == 2 ? 0 : 1 + static_cast<int>(s.cabac_init_idc));
+        return Cabac;
+    }
+
+    Slice m_Slice;
+    CabacEncoder m_Encoder;
+};
+
+} // namespace
+
+Bytes CabacPcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, uint8_t Value, int Count)
+{
+    s.slice_type = 7;
+    CabacSlice Data(Seq, Pic, s);
+    const int Width = static_cast<int>(Seq.width_mbs), First = static_cast<int>(s.first_mb);
+    for (int Mb = First; Mb < First + Count; ++Mb) {
+        const int HasLeft = Mb % Width != 0 && Mb > First, HasTop = Mb - Width >= First;
+        Data.Encoder().Decide(kMbTypeI + HasLeft + HasTop, 1); // neighbours that are not I_NxN
+        Data.Encoder().Terminate(1);                           // I_PCM
+        Data.Align(false);
+        for (int i = 0; i < 384; ++i) Data.Byte(Value);
+        Data.Encoder().Restart();
+        Data.Encoder().Terminate(Mb + 1 == First + Count); // end_of_slice_flag
+    }
+    return Data.Unit();
+}
+
+Bytes CabacSkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, int Count)
+{
+    s.slice_type = 5;
+    CabacSlice Data(Seq, Pic, s);
+    for (int i = 0; i < Count; ++i) {
+        Data.Encoder().Decide(kSkipFlagP, 1); // every neighbour there is is skipped, too
+        Data.Encoder().Terminate(i + 1 == Count);
+    }
+    return Data.Unit();
+}
+
+} // namespace test
