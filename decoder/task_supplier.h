@@ -109,7 +109,8 @@ private:
     // Reference marking, clause 8.2.5 (task_supplier_marking.cpp).
     void MarkReferences(H264DecoderFrame& Frame, int Field);
     void MarkIdr(H264DecoderFrame& Frame, const SliceHeaderFields& Header);
-    void RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeaderFields& Header, const AdaptiveMarking& Marking);
+    void RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeaderFields& Header, const AdaptiveMarking& Marking,
+                            int32_t MaxFrameNum);
     void MakeLongTerm(H264DecoderFrame& Frame, const SliceHeaderFields& Header, uint32_t Idx);
     void FreeShortTerm(int32_t PicNum, bool IsField);
     void FreeLongTerm(int32_t LongTermPicNum, bool IsField);

@@ -24,7 +24,8 @@ void TaskSupplier::MarkReferences(H264DecoderFrame& Frame, int Field)
     const SliceHeaderFields& Header = Slice.m_Header;
     if (Header.nal_ref_idc == 0) return;
     if (Header.IdrPicFlag) return MarkIdr(Frame, Header);
-    if (Header.adaptive_ref_pic_marking_mode_flag) RunMarkingCommands(Frame, Header, Frame.m_Au[Field].m_Marking);
+    if (Header.adaptive_ref_pic_marking_mode_flag)
+        RunMarkingCommands(Frame, Header, Frame.m_Au[Field].m_Marking, 1 << Slice.m_pSeqParamSet->log2_max_frame_num);
     const int Parity = Header.bottom_field_flag;
     if (Frame.m_IsLongTerm[Parity]) return;
     if (Field == 0) SlideWindow(Frame, static_cast<int32_t>(Slice.m_pSeqParamSet->num_ref_frames));
@@ -41,7 +42,7 @@ void TaskSupplier::MarkIdr(H264DecoderFrame& Frame, const SliceHeaderFields& Hea
 }
 
 void TaskSupplier::RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeaderFields& Header,
-                                      const AdaptiveMarking& Marking)
+                                      const AdaptiveMarking& Marking, int32_t MaxFrameNum)
 {
     const bool IsField = Header.field_pic_flag != 0;
     const int32_t CurrPicNum = IsField ? 2 * Header.frame_num + 1 : Header.frame_num;
@@ -52,7 +53,11 @@ void TaskSupplier::RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeader
         switch (Marking.operation[i]) {
         case 1: FreeShortTerm(PicNum, IsField); break;
         case 2: FreeLongTerm(static_cast<int32_t>(Value[0] & INT32_MAX), IsField); break;
-        case 3: ConvertToLongTerm(PicNum, Value[1], IsField); break;
+        case 3:
+            ConvertToLongTerm(PicNum, Value[1], IsField);
+            // A command behind it may name the picture by the number that it has from now on.
+            m_pDpb->ComputePicNums(Header, MaxFrameNum);
+            break;
         case 4:
             m_MaxLongTermFrameIdx = static_cast<int32_t>(std::min(Value[0], kMaxLongTermIdx + 1)) - 1;
             FreeLongTermAbove(m_MaxLongTermFrameIdx);

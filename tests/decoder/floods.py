@@ -1,4 +1,4 @@
-#!/ usr / bin / env python3
+#!/usr/bin/env python3
 """Floods: streams that ask for much work or memory with few bytes. Counts instructions and bytes, never seconds.
 
 Usage: floods.py FLOOD_DRIVER work|memory
@@ -11,19 +11,19 @@ import re
 import subprocess
 import sys
 
-#The two constants of work, in instructions.The dearest bytes are those of small units : a parameter set of nine bytes
-#fills its tables like any other.The dearest macroblock is a damaged slice of its own.
+# The two constants of work, in instructions. The dearest bytes are those of small units: a parameter set of nine bytes
+# fills its tables like any other. The dearest macroblock is a damaged slice of its own.
 PER_BYTE = 600
 PER_MACROBLOCK = 100000
 START = 500000  # whatever the stream is
-#Memory : a unit is copied once; a macroblock has samples and records in its frame, records while its picture is in
-#work, and may have a slice and a reference list of its own.
+# Memory: a unit is copied once; a macroblock has samples and records in its frame, records while its picture is in
+# work, and may have a slice and a reference list of its own.
 BYTES_PER_BYTE = 1.2
 BYTES_PER_MACROBLOCK = 1200
 
 MIB = 1 << 20
-#Peaks in bytes.A frame of 4096x2304 is 20.3 MB with its records; level 5.1 has room for five of them, and three more
-#are in work or on their way out.
+# Peaks in bytes. A frame of 4096x2304 is 20.3 MB with its records; level 5.1 has room for five of them, and three more
+# are in work or on their way out.
 FRAME = 36864 * (384 + 168)
 PEAKS = {
     "36864 slices": 2 * FRAME + 16 * MIB,
