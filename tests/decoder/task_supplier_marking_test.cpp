@@ -144,7 +144,8 @@ TEST(Marking, RandomCommandsLeaveTheReferencesOfTheModel)
         SCOPED_TRACE(Seed);
         RandomMacroblocks Random(Seed);
         MarkingModel Model(Random, 4);
-        const SeqParamSet Seq{.log2_max_frame_num = 8, .log2_max_poc_lsb = 12, .num_ref_frames = 4, .vui = ReorderVui(0, 4)};
+        const SeqParamSet Seq{
+            .log2_max_frame_num = 8, .log2_max_poc_lsb = 12, .num_ref_frames = 4, .vui = ReorderVui(0, 4)};
         const PicParamSet Pic;
         Bytes Data = Write(Seq) + Write(Pic);
         std::vector<int> Expected;
