@@ -1,0 +1,100 @@
+// The members of the family of macroblock loops: which stream takes which, and what they have in common.
+#include "tests/decoder/random_stream.h"
+
+namespace {
+
+using namespace test;
+
+Bytes PredictedPictures(uint32_t Profile, const PicParamSet& Pic)
+{
+    RandomStream In({.profile_idc = Profile}, Pic, 51);
+    In.Start(3);
+    for (uint32_t i = 0; i < 5; ++i) {
+        Slice p = Numbered(3 + i, 8 + 4 * i), b = Numbered(4 + i, 6 + 4 * i, 0);
+        p.disable_deblocking = b.disable_deblocking = 0;
+        In.P(p).B(b);
+    }
+    In.ExpectAsFfmpeg();
+    return In.Data;
+}
+
+TEST(FamilyMembers, OfMainAndHighProfileGiveEqualPicturesWithoutTheLargeTransform)
+{
+    const PicParamSet Pic{.num_ref_idx = {3, 1}};
+    EXPECT_EQ(DecodeAll(PredictedPictures(77, Pic)), DecodeAll(PredictedPictures(100, Pic)));
+}
+
+TEST(FamilyMembers, TakeTheQpOfEachChromaPlaneFromItsOwnOffset)
+{
+    for (const auto& [Cb, Cr] : {std::pair{0, 12}, std::pair{-12, 5}, std::pair{9, -9}, std::pair{-12, -12}})
+        for (const bool Is8x8 : {false, true}) {
+            SCOPED_TRACE(testing::Message() << Cb << ", " << Cr);
+            PredictedPictures(100, {.num_ref_idx = {2, 1},
+                                    .pic_init_qp = Is8x8 ? 34 : 20,
+                                    .chroma_qp_index_offset = Cb,
+                                    .has_transform_extension = true,
+                                    .transform_8x8_mode = Is8x8,
+                                    .second_chroma_qp_index_offset = Cr});
+        }
+}
+
+TEST(FamilyMembers, KeepIntraPredictionOutOfInterMacroblocksWhereAsked)
+{
+    PredictedPictures(77, {.num_ref_idx = {2, 1}, .constrained_intra_pred = true});
+    PredictedPictures(100, {.num_ref_idx = {2, 1},
+                            .constrained_intra_pred = true,
+                            .has_transform_extension = true,
+                            .transform_8x8_mode = true});
+}
+
+TEST(FamilyMembers, FilterByTheOffsetsOfTheSliceAndTheMeanOfBothQps)
+{
+    RandomStream In({.profile_idc = 77}, {.num_ref_idx = {2, 1}, .chroma_qp_index_offset = 4}, 52);
+    In.Start(3);
+    for (uint32_t i = 0; i < 12; ++i) {
+        Slice p = Numbered(3 + i, 6 + 2 * i);
+        p.qp_delta = static_cast<int>(i % 5) * 5 - 10;
+        p.disable_deblocking = i % 3 == 2 ? 2 : 0;
+        p.alpha = static_cast<int>(i % 7) * 2 - 6;
+        p.beta = 6 - static_cast<int>(i % 4) * 4;
+        In.Data += In.Random.Inter(In.Seq, In.Pic,
+                                   [&] {
+                                       p.slice_type = 5;
+                                       return p;
+                                   }(),
+                                   5, {.intra = 3});
+        p.first_mb = 5; // another slice, with offsets of its own
+        std::swap(p.alpha, p.beta);
+        p.qp_delta = -p.qp_delta;
+        In.Data += In.Random.Inter(In.Seq, In.Pic, p, RandomStream::kMbs - 5, {.intra = 3});
+        ++In.Pictures;
+    }
+    In.ExpectAsFfmpeg();
+}
+
+TEST(FamilyMembers, FilterAtTheBordersOfPcmMacroblocks)
+{
+    RandomStream In({.profile_idc = 100}, {.has_transform_extension = true, .second_chroma_qp_index_offset = 7}, 53);
+    In.Start(1);
+    for (uint32_t i = 1; i < 6; ++i) {
+        Slice p = Numbered(i, 2 * i);
+        p.slice_type = 5;
+        p.disable_deblocking = 0;
+        p.alpha = p.beta = 6; // their QP of 0 would leave nothing to filter
+        p.qp_delta = 20;
+        MacroblockWriter Writer(In.Seq, In.Pic, p);
+        for (int Mb = 0; Mb < RandomStream::kMbs; ++Mb) {
+            Macroblock m = In.Random.Any(In.Seq, In.Pic, p, {.skip = 4, .intra = 0, .residual = false});
+            if (In.Random.Upto(2) == 0) {
+                m = {.intra = true, .mb_type = 25};
+                for (uint8_t& Sample : m.pcm) Sample = static_cast<uint8_t>(100 + In.Random.Upto(12));
+            }
+            Writer.Put(m);
+        }
+        In.Data += Writer.Finish();
+        ++In.Pictures;
+    }
+    In.ExpectAsFfmpeg();
+}
+
+} // namespace
