@@ -1,9 +1,8 @@
 // Parameter sets and SEI: what is accepted, what the records hold, and the store behind them.
-#include "decoder/h264_header_parsers.h"
 #include "decoder/h264_headers_store.h"
 #include "decoder/h264_nal_splitter.h"
 #include "decoder/h264_seq_info.h"
-#include "tests/support/h264_stream_writer.h"
+#include "tests/decoder/parsed_unit.h"
 
 #include <gmock/gmock.h>
 
@@ -14,25 +13,8 @@ namespace {
 
 using namespace UMC;
 using test::BitWriter;
+using test::Unit;
 using test::operator+;
-
-// Unpacks a unit and stands behind its header.
-struct Unit {
-    explicit Unit(const test::Bytes& Data)
-    {
-        Swapper Swap;
-        Words.resize(Data.size() / 4 + 2 + H264Bitstream::kReadPadding / 4);
-        uint32_t Size = 0;
-        Swap.SwapMemory(Words.data(), Size, Data.data(), static_cast<uint32_t>(Data.size()));
-        Bits.Reset(Words.data(), Size);
-        int32_t Type = 0;
-        uint32_t RefIdc = 0;
-        EXPECT_TRUE(GoToNalUnit(Bits));
-        Bits.GetNalHeader(Type, RefIdc);
-    }
-    std::vector<uint32_t> Words;
-    H264Bitstream Bits;
-};
 
 Status ParseSeq(const test::SeqParamSet& Set, H264SeqParamSet& Out)
 {

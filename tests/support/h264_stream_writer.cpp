@@ -60,6 +60,26 @@ Bytes ReorderVui(uint32_t num_reorder_frames, uint32_t max_dec_frame_buffering)
     return b.Bits();
 }
 
+namespace {
+
+void WriteScalingLists(BitWriter& b, const ScalingLists& Lists, size_t Count) // clause 7.3.2.1.1.1
+{
+    b.U(1, !Lists.empty());
+    for (size_t i = 0; i < Count && !Lists.empty(); ++i) {
+        const bool IsPresent = i < Lists.size() && !Lists[i].empty();
+        b.U(1, IsPresent);
+        if (!IsPresent) continue;
+        int32_t Last = 8;
+        for (const int32_t Value : Lists[i]) {
+            b.SE(static_cast<int8_t>(Value - Last));
+            Last = Value;
+        }
+        if (Last != 0 && Lists[i].size() < (i < 6 ? 16u : 64u)) b.SE(static_cast<int8_t>(-Last));
+    }
+}
+
+} // namespace
+
 Bytes Write(const SeqParamSet& Set)
 {
     BitWriter b;
@@ -73,7 +93,7 @@ Bytes Write(const SeqParamSet& Set)
         b.UE(Set.bit_depth - 8);
         b.UE(Set.bit_depth - 8);
         b.U(1, 0);
-        b.U(1, 0);
+        WriteScalingLists(b, Set.scaling, 8);
     }
     b.UE(Set.log2_max_frame_num - 4);
     b.UE(Set.poc_type);
@@ -121,7 +141,7 @@ Bytes Write(const PicParamSet& Set)
     b.U(1, Set.redundant_pic_cnt_present);
     if (Set.has_transform_extension) {
         b.U(1, Set.transform_8x8_mode);
-        b.U(1, 0);
+        WriteScalingLists(b, Set.scaling, Set.transform_8x8_mode ? 8 : 6);
         b.SE(Set.second_chroma_qp_index_offset);
     }
     b.TrailingBits();

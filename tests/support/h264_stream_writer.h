@@ -48,10 +48,15 @@ private:
 // A NAL unit with a 4-byte start code and emulation prevention.
 Bytes NalUnit(uint32_t nal_ref_idc, uint32_t nal_unit_type, const Bytes& Payload);
 
+// Scaling lists in the order of clause 7.3.2: six of 4x4, then those of 8x8, each in scan order. An empty one is
+// absent, one that ends early repeats its last value, and {0} asks for the default. No lists at all: no matrix.
+using ScalingLists = std::vector<std::vector<int32_t>>;
+
 struct SeqParamSet {
     uint32_t profile_idc = 66, level_idc = 40, id = 0;
     uint32_t chroma_format_idc = 1, bit_depth = 8; // written from profile 100 on
     bool residual_colour_transform = false;
+    ScalingLists scaling = {};
     uint32_t log2_max_frame_num = 4, poc_type = 0, log2_max_poc_lsb = 8;
     bool delta_pic_order_always_zero = true;        // type 1
     std::vector<int32_t> offset_for_ref_frame = {}; // type 1
@@ -74,8 +79,9 @@ struct PicParamSet {
     int32_t pic_init_qp = 26;
     int32_t chroma_qp_index_offset = 0;
     bool deblocking_control = true, constrained_intra_pred = false, redundant_pic_cnt_present = false;
-    bool has_transform_extension = false; // the two below are written
+    bool has_transform_extension = false; // what follows is written
     bool transform_8x8_mode = false;
+    ScalingLists scaling = {};
     int32_t second_chroma_qp_index_offset = 0;
 };
 // Weights of one reference, clause 7.3.3.2; a plane group without the flag has the default weight.
