@@ -91,6 +91,36 @@ TEST(InterPrediction, ImplicitWeightsByDistance)
     In.ExpectAsFfmpeg();
 }
 
+// A B picture of two flat ones, an IDR picture of 100 and one of 140 whose count is Second. List 0 begins with the one
+// before it, or the later one when both are.
+int ShownAt(uint32_t PicOrderCnt, uint32_t Second)
+{
+    const SeqParamSet Seq{.profile_idc = 77, .log2_max_poc_lsb = 12};
+    const PicParamSet Pic{.num_ref_idx = {2, 2}, .weighted_bipred_idc = 2};
+    Slice b = Numbered(2, PicOrderCnt, 0);
+    b.slice_type = 6;
+    MacroblockWriter Writer(Seq, Pic, b);
+    Writer.Put({.mb_type = 3});
+    const auto Values = DecodeValues(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, {.nal_unit_type = 5}, 100) +
+                                     PcmSlice(Seq, Pic, Numbered(1, Second), 140) + Writer.Finish());
+    return Values.at(PicOrderCnt < Second ? 1 : 2);
+}
+
+TEST(InterPrediction, ImplicitWeightsEndAtMinus64)
+{
+    EXPECT_EQ(ShownAt(7, 4), (140 * 112 - 100 * 48 + 32) >> 6);
+    EXPECT_EQ(ShownAt(8, 4), (140 * 128 - 100 * 64 + 32) >> 6);
+    EXPECT_EQ(ShownAt(9, 4), 120) << "beyond, the mean";
+}
+
+TEST(InterPrediction, DistancesOfImplicitWeightsAreLimited)
+{
+    // 97 of 200, taken as 127: 97 * 129 + 32 >> 6 >> 2 is 49.
+    EXPECT_EQ(ShownAt(97, 200), (100 * 15 + 140 * 49 + 32) >> 6);
+    // 100 of -200, taken as -128: 100 * -128 + 32 >> 6 >> 2 is -50.
+    EXPECT_EQ(ShownAt(300, 200), (140 * 114 - 100 * 50 + 32) >> 6);
+}
+
 TEST(InterPrediction, TwoReferencesWithoutMotionGiveTheirMean)
 {
     RandomStream In({.profile_idc = 77}, {.num_ref_idx = {2, 2}}, 12);
