@@ -73,6 +73,16 @@ protected:
     Bytes m_Data, m_Noise;
 };
 
+TEST_P(LostSlices, AreMissedByNothingInWholePictures)
+{
+    Slice Second = At(1), Third = At(2);
+    Third.pps_id = GetParam();
+    Third.slice_type = 5;
+    const Bytes Skipped =
+        GetParam() ? CabacSkipSlice(m_Seq, m_Cabac, Third, kMbs) : SkipSlice(m_Seq, m_Plain, Third, kMbs);
+    ExpectAsFfmpeg(m_Data + Received(Second, kMbs) + Skipped + Copy(3), 4);
+}
+
 TEST_P(LostSlices, LastSliceIsRestoredToTheEndOfThePicture)
 {
     for (const int Count : {3, 5, 8}) {
