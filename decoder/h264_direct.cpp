@@ -109,7 +109,7 @@ void DeriveSpatial(H264SegmentDecoder& d, uint32_t Quadrants, const SpatialMotio
 void BuildColMap(H264SegmentDecoder& d, int32_t ColSlice)
 {
     d.m_ColMapSlice = ColSlice;
-    const H264RefPicIndices* const pCol = d.m_pColFrame->RefPicIndicesOf(ColSlice);
+    const H264RefPicIndices* const pCol = d.m_pColFrame->RefPicIndicesOf(static_cast<uint32_t>(ColSlice));
     int8_t ByFrame[kMaxFrames] = {}; // our index of each frame
     for (int i = d.m_ActiveRefs[0] - 1; i >= 0; --i)
         if (const H264DecoderFrame* const p = d.m_pRefPicList->List[0].Frame[i]; p && p->m_Index >= 0)
