@@ -32,10 +32,12 @@ TEST(InterPrediction, EveryPartitionFromEveryReference)
 
 TEST(InterPrediction, EightByEightTransformBesideSmallPartitions)
 {
-    RandomStream In({.profile_idc = 100},
-                    {.num_ref_idx = {2, 2}, .has_transform_extension = true, .transform_8x8_mode = true}, 5);
-    AddPairs(In, 6, [](Slice& s) { s.disable_deblocking = 0; });
-    In.ExpectAsFfmpeg();
+    for (const bool Inference : {true, false}) { // without it direct blocks are too small for that transform
+        RandomStream In({.profile_idc = 100, .direct_8x8_inference = Inference},
+                        {.num_ref_idx = {2, 2}, .has_transform_extension = true, .transform_8x8_mode = true}, 5);
+        AddPairs(In, 6, [](Slice& s) { s.disable_deblocking = 0; });
+        In.ExpectAsFfmpeg();
+    }
 }
 
 // Weights over the range that two together may have (clause 7.4.3.2), or that one alone may have, with odd sums of

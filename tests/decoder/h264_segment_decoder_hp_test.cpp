@@ -63,7 +63,8 @@ TEST(FamilyMembers, FilterByTheOffsetsOfTheSliceAndTheMeanOfBothQps)
                                        return p;
                                    }(),
                                    5, {.intra = 3});
-        p.first_mb = 5; // another slice, with offsets of its own
+        p.first_mb = 5; // another slice, with offsets and a list of its own
+        p.reordering[0] = {{0, 1}};
         std::swap(p.alpha, p.beta);
         p.qp_delta = -p.qp_delta;
         In.Data += In.Random.Inter(In.Seq, In.Pic, p, RandomStream::kMbs - 5, {.intra = 3});
