@@ -89,6 +89,9 @@ private:
     H264DecoderFrame* GetFreeFrame();
     void DiscardFrame(H264DecoderFrame* pFrame);
     void RemoveSurplusFrames(const H264SeqParamSet& Seq);
+    void RemoveOutdatedFrames();
+    template <class Unwanted>
+    void RemoveFrames(Unwanted&& IsUnwanted); // those of them that nobody needs
     void RemoveFrame(H264DecoderFrame* pFrame);
     H264DecoderFrame* AddFrame(H264Slice& Slice);
     Status PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slice);

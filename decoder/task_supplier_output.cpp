@@ -36,6 +36,7 @@ bool TaskSupplier::DeliverFrame(MediaData* pOut, bool Force)
     auto* const pPicture = DynamicCast<VideoData>(pOut);
     if (!pPicture) return false;
     m_pLastDisplayed = nullptr;
+    RemoveOutdatedFrames();
     H264DecoderFrame* const pFrame = PickFrameForOutput(Force);
     if (!pFrame) return false;
     // Before anything changes: a later call gives the picture out.

@@ -82,23 +82,28 @@ void TaskSupplier::RemoveFrame(H264DecoderFrame* pFrame)
     m_pDpb->Remove(pFrame);
 }
 
+template <class Unwanted>
+void TaskSupplier::RemoveFrames(Unwanted&& IsUnwanted)
+{
+    for (H264DecoderFrame *p = m_pDpb->Head(), *pNext; p; p = pNext) {
+        pNext = p->m_pNext;
+        if (H264DBPList::IsDisposable(*p) && p != m_pFirstUncompleted && IsUnwanted(*p)) RemoveFrame(p);
+    }
+}
+
 // Gives back the frames of an old size or format, and those that a smaller buffer size has no use for.
 void TaskSupplier::RemoveSurplusFrames(const H264SeqParamSet& Seq)
 {
-    const auto IsRemovable = [this](const H264DecoderFrame& Frame) {
-        return H264DBPList::IsDisposable(Frame) && &Frame != m_pFirstUncompleted;
-    };
-    for (H264DecoderFrame *p = m_pDpb->Head(), *pNext; p; p = pNext) {
-        pNext = p->m_pNext;
-        if (IsRemovable(*p) && !IsOfSequence(*p, Seq)) RemoveFrame(p);
-    }
+    RemoveFrames([&](const H264DecoderFrame& Frame) { return !IsOfSequence(Frame, Seq); });
     int32_t Surplus = m_pDpb->CountAll() - MaxFrames();
-    for (H264DecoderFrame *p = m_pDpb->Head(), *pNext; p && Surplus > 0; p = pNext) {
-        pNext = p->m_pNext;
-        if (!IsRemovable(*p)) continue;
-        RemoveFrame(p);
-        --Surplus;
-    }
+    RemoveFrames([&](const H264DecoderFrame&) { return Surplus-- > 0; });
+}
+
+// The same for frames that were kept until their picture had left.
+void TaskSupplier::RemoveOutdatedFrames()
+{
+    const H264DecoderFrame* const pNewest = m_pDpb->Tail();
+    RemoveFrames([&](const H264DecoderFrame& Frame) { return !IsSameGeometry(Frame, *pNewest); });
 }
 
 H264DecoderFrame* TaskSupplier::AddFrame(H264Slice& Slice)

@@ -54,6 +54,16 @@ Status DefaultMemoryAllocator::Alloc(MemID* pMid, size_t Size, uint32_t /*Flags*
     return StatusOk;
 }
 
+// The block stays with its record for the next Alloc(), unless too much would be kept.
+void DefaultMemoryAllocator::Retire(Block& Freed)
+{
+    Freed.MID = 0;
+    size_t Used = kMaxKept, Kept = 0;
+    for (int32_t i = 0; i < m_Used; ++i)
+        if (m_pBlocks[i].pMemory) (m_pBlocks[i].MID ? Used : Kept) += m_pBlocks[i].Size;
+    if (Kept > Used) ReleaseFreeBlocks();
+}
+
 void DefaultMemoryAllocator::ReleaseFreeBlocks()
 {
     for (int32_t i = 0; i < m_Used; ++i) {
@@ -126,7 +136,7 @@ Status DefaultMemoryAllocator::Unlock(MemID Mid)
     const AutomaticMutex Held(m_Guard);
     Block* const pBlock = FindBlock(Mid);
     if (!pBlock || !pBlock->pMemory || pBlock->LocksCount < 1) return StatusFailed;
-    if (--pBlock->LocksCount == 0 && pBlock->InvalidatedFlag) pBlock->MID = 0;
+    if (--pBlock->LocksCount == 0 && pBlock->InvalidatedFlag) Retire(*pBlock);
     return StatusOk;
 }
 
@@ -136,7 +146,7 @@ Status DefaultMemoryAllocator::Free(MemID Mid)
     Block* const pBlock = FindBlock(Mid);
     if (!pBlock || !pBlock->pMemory || pBlock->InvalidatedFlag) return StatusFailed;
     pBlock->InvalidatedFlag = 1;
-    if (pBlock->LocksCount == 0) pBlock->MID = 0; // the block stays with the record for the next Alloc()
+    if (pBlock->LocksCount == 0) Retire(*pBlock);
     return StatusOk;
 }
 
@@ -147,7 +157,7 @@ Status DefaultMemoryAllocator::DeallocateMem(MemID Mid)
     if (Block* const pBlock = FindBlock(Mid)) {
         pBlock->InvalidatedFlag = 1;
         pBlock->LocksCount = 0;
-        pBlock->MID = 0;
+        Retire(*pBlock);
     }
     return StatusOk;
 }

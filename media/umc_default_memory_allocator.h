@@ -7,12 +7,15 @@
 namespace UMC {
 
 /// Keeps a freed block with its record and finds it again, so that a codec that is set up anew at the same size reaches
-/// no system allocator. A block of more than twice the size is not taken, and when a new block has to be made the free
-/// ones go: what a codec holds is of its present size. Safe from any thread.
+/// no system allocator. A block of more than twice the size is not taken, and the free ones go when a new block has to
+/// be made or when they are kMaxKept bytes more than what is in use: what a codec holds is of its present size. Safe
+/// from any thread.
 class DefaultMemoryAllocator : public MemoryAllocator
 {
 public:
     UMC_DERIVED_CLASS(DefaultMemoryAllocator, MemoryAllocator, "DefaultMemoryAllocator")
+    static constexpr size_t kMaxKept = size_t{32} << 20;
+
     ~DefaultMemoryAllocator() override;
 
     Status Close() override;
@@ -37,6 +40,7 @@ private:
     Block* FindBlock(MemID Mid); // null for 0 and for an unknown handle
     Block* TakeRecord(size_t Size, uint32_t Align);
     bool Grow();
+    void Retire(Block& Freed);
     void ReleaseFreeBlocks();
     MemID NewHandle();
 

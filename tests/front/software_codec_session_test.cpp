@@ -140,6 +140,7 @@ TEST(SoftwareCodecRelease, TearsDownBothSidesWhicheverCameFirst)
     Bytes Picture(kSize.I420Bytes());
     Unit Out;
     LeaveDecoder(TakeDecoder()); // one is kept, so that the release holds no new object
+    Pictures();                  // and the source is rendered
     for (const bool bEncoderFirst : {true, false}) {
         const FailingAllocation Count(0);
         IVCodec* const pCodec = new CVCodec_H264;

@@ -213,6 +213,23 @@ TEST(MemoryAllocator, SizesThatComeAndGoHoldNoMoreMemory)
     EXPECT_EQ(FailingAllocation::BlocksHeld(), 0);
 }
 
+TEST(MemoryAllocator, KeepsNoMoreThanItsLimitBesideAsMuchAsIsInUse)
+{
+    constexpr size_t kPart = DefaultMemoryAllocator::kMaxKept / 4 - 64; // beside their alignment
+    const auto HoldsAfter = [](int Parts) { // blocks that the system has back when so many parts are freed
+        DefaultMemoryAllocator Allocator;
+        MemID Mids[8], Small = 0;
+        EXPECT_EQ(Allocator.Alloc(&Small, 1, 0, 16), StatusOk);
+        const FailingAllocation Count(0);
+        for (MemID& Mid : Mids) EXPECT_EQ(Allocator.Alloc(&Mid, kPart, 0, 16), StatusOk);
+        for (int i = 0; i < Parts; ++i) EXPECT_EQ(Allocator.Free(Mids[i]), StatusOk);
+        return FailingAllocation::BlocksHeld();
+    };
+    EXPECT_EQ(HoldsAfter(5), 8) << "three parts are in use, five are kept";
+    EXPECT_EQ(HoldsAfter(6), 8) << "two and six: the limit";
+    EXPECT_EQ(HoldsAfter(7), 1);
+}
+
 TEST(MemoryAllocator, ABlockThatCouldNotBeHadLeavesTheOthersAndNoRecord)
 {
     DefaultMemoryAllocator Allocator;
