@@ -71,15 +71,20 @@ struct IVCodec {
     /// @return 1, or 0 with a line in the log.
     virtual int32_t InitDecoder(int32_t PictureWidth, int32_t PictureHeight) = 0;
 
-    /// Decompresses one access unit and delivers at most one picture; output runs one access unit late.
-    /// @param InBuf, iInLen  The access unit and its length in bytes.
+    /// Decompresses one access unit and delivers at most one picture; output runs one access unit late. Behind the last
+    /// access unit, calls with an access unit delimiter (0, 0, 0, 1, 9, 0xF0) bring out what is left, a picture each,
+    /// until one brings none.
+    /// @param InBuf, iInLen  The access unit and its length in bytes. The software engine takes several of them, or
+    /// some
+    ///                       whole units of one, in a call: no picture is lost, a further one leaves in a later call.
+    ///                       Of a client that keeps handing over more than it takes, the oldest are passed over in the
+    ///                       end.
     /// @param OutBuf         Receives one I420 picture of the size given to InitDecoder: width * height * 3 / 2 bytes.
     /// @param pFrameType     Receives a QuilvexFrameType when a picture was written; may be null. Set it to 0 before
-    /// the call
-    ///                       and tell a written picture by it.
+    /// the
+    ///                       call and tell a written picture by it.
     /// @return 1 when OutBuf was written: a picture, or on the software engine's first call a black one that stands in
-    /// for
-    ///         it (the frame type is then left alone). 0 otherwise.
+    ///         for it (the frame type is then left alone). 0 otherwise.
     virtual int32_t Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType) = 0;
 
     /// Changes an encoder's rate, in kilobits a second, not 0. The software and AMD engines start a new stream with the
