@@ -9,10 +9,9 @@ if(TARGET h264_decode)
     set_tests_properties("decoder: stream matrix" "decoder: shared media" PROPERTIES TIMEOUT 1200 SKIP_RETURN_CODE 77)
 endif()
 
-# Floods: the driver replaces the allocator by one that counts bytes.
+# Floods, and what they cost.
 add_executable(flood_driver ${CMAKE_CURRENT_LIST_DIR}/flood_driver.cpp ${CMAKE_CURRENT_LIST_DIR}/floods.cpp)
-target_link_libraries(flood_driver PRIVATE quilvex_test_support quilvex_core)
-target_link_options(flood_driver PRIVATE "LINKER:--wrap=malloc,--wrap=calloc,--wrap=realloc,--wrap=aligned_alloc,--wrap=free")
+target_link_libraries(flood_driver PRIVATE quilvex_test_support quilvex_core quilvex_failing_allocation)
 set(flood_test ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/floods.py $<TARGET_FILE:flood_driver>)
 add_test(NAME "decoder: memory of floods" COMMAND ${flood_test} memory)
 set_tests_properties("decoder: memory of floods" PROPERTIES TIMEOUT 600)

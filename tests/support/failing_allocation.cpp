@@ -1,7 +1,9 @@
 #include "tests/support/failing_allocation.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 // The allocator underneath: the system's, or a sanitizer's.
@@ -23,6 +25,7 @@ struct Watch {
     size_t FailAt;
     size_t Requests;
     ptrdiff_t Held;
+    ptrdiff_t Bytes, MostBytes;
 };
 thread_local constinit Watch s_Watch{};
 
@@ -39,8 +42,20 @@ bool Granted()
 
 void* Counted(void* p)
 {
-    if (p && s_Watch.bArmed) ++s_Watch.Held;
+    Watch& w = s_Watch;
+    if (!p || !w.bArmed) return p;
+    ++w.Held;
+    w.Bytes += static_cast<ptrdiff_t>(malloc_usable_size(p));
+    w.MostBytes = std::max(w.MostBytes, w.Bytes);
     return p;
+}
+
+// Before it goes.
+void Uncounted(void* p)
+{
+    if (!p || !s_Watch.bArmed) return;
+    --s_Watch.Held;
+    s_Watch.Bytes -= static_cast<ptrdiff_t>(malloc_usable_size(p));
 }
 
 void* Allocate(size_t Size) { return Granted() ? Counted(__real_malloc(Size ? Size : 1)) : nullptr; }
@@ -59,7 +74,7 @@ void* OrThrow(void* p)
 
 void GiveBack(void* p)
 {
-    if (p && s_Watch.bArmed) --s_Watch.Held;
+    Uncounted(p);
     __real_free(p);
 }
 
@@ -68,13 +83,15 @@ void GiveBack(void* p)
 FailingAllocation::FailingAllocation(size_t FailAt, After Rest)
 {
     assert(!s_Watch.bArmed);
-    s_Watch = {true, false, Rest == After::Fail, FailAt, 0, 0};
+    s_Watch = {true, false, Rest == After::Fail, FailAt, 0, 0, 0, 0};
 }
 
 FailingAllocation::~FailingAllocation() { s_Watch = {}; }
 
 size_t FailingAllocation::Requests() { return s_Watch.Requests; }
 ptrdiff_t FailingAllocation::BlocksHeld() { return s_Watch.Held; }
+ptrdiff_t FailingAllocation::BytesHeld() { return s_Watch.Bytes; }
+ptrdiff_t FailingAllocation::MostBytesHeld() { return s_Watch.MostBytes; }
 bool FailingAllocation::Failed() const { return s_Watch.bFailed; }
 
 // What --wrap makes of the calls in the program and its static libraries.
@@ -94,8 +111,10 @@ void* __wrap_aligned_alloc(size_t Alignment, size_t Size)
 void* __wrap_realloc(void* p, size_t Size)
 {
     if (!Granted()) return nullptr;
+    Uncounted(p); // a block that moves stays one block
     void* const pNew = __real_realloc(p, Size);
-    return p ? pNew : Counted(pNew); // a block that moves stays one block
+    if (!pNew && Size != 0) Counted(p); // it stays where it was
+    return Counted(pNew);
 }
 void __wrap_free(void* p) { GiveBack(p); }
 }

@@ -26,6 +26,9 @@ public:
     /// Blocks that this thread took since the object was made less those that it gave back: 0 again when all that was
     /// made meanwhile is gone.
     static ptrdiff_t BlocksHeld();
+    /// The same in bytes, as large as the system made the blocks, and the most that there ever were.
+    static ptrdiff_t BytesHeld();
+    static ptrdiff_t MostBytesHeld();
     /// Whether a request has failed.
     bool Failed() const;
 };
