@@ -1,6 +1,8 @@
 // Direct prediction in whole B pictures, as ffmpeg has it: co-located pictures of every kind, and long-term references.
 #include "tests/decoder/random_stream.h"
 
+#include <utility>
+
 namespace {
 
 using namespace test;
@@ -136,5 +138,66 @@ INSTANTIATE_TEST_SUITE_P(Kinds, DirectPrediction,
                                     (Info.param.Inference ? "ByCorners" : "ByBlocks") +
                                     (Info.param.Weighting == 2 ? "Weighted" : "");
                          });
+
+// Still pictures of noise in one row, a P picture of one vector a macroblock, and a B picture of temporally predicted
+// ones. Counts: of the reference, of the P picture and of the B picture.
+struct ScaledCase {
+    const char* Name;
+    uint32_t Reference, Col, Current;
+};
+class ScaledVectors : public testing::TestWithParam<ScaledCase>
+{
+protected:
+    static constexpr int kMbs = 24;
+    static constexpr int kLongest = 200; // quarter samples
+
+    Bytes Noise(const Slice& s)
+    {
+        MacroblockWriter Writer(m_Seq, m_Pic, s);
+        for (int Mb = 0; Mb < kMbs; ++Mb) {
+            Macroblock m{.mb_type = 25};
+            for (uint8_t& Sample : m.pcm) Sample = static_cast<uint8_t>(1 + m_Random.Upto(253));
+            Writer.Put(m);
+        }
+        return Writer.Finish();
+    }
+    Bytes Moving(Slice s)
+    {
+        s.slice_type = 5;
+        MacroblockWriter Writer(m_Seq, m_Pic, s);
+        for (int Mb = 0, Left = 0; Mb < kMbs; ++Mb) { // the left vector is the prediction: there is none above
+            const int Mv = (m_Random.Upto(1) ? 1 : -1) * (kLongest - m_Random.Upto(kLongest / 2));
+            Macroblock m;
+            m.mvd[0][0][0][0] = Mv - std::exchange(Left, Mv);
+            Writer.Put(m);
+        }
+        return Writer.Finish();
+    }
+
+    SeqParamSet m_Seq{.profile_idc = 77, .num_ref_frames = 4, .width_mbs = kMbs, .vui = ReorderVui(2, 4)};
+    PicParamSet m_Pic{.num_ref_idx = {3, 1}};
+    RandomMacroblocks m_Random{6};
+};
+
+// Distances whose factor ends at -1024 or 1023, and negative ones, which are rounded by half of their size
+// (clause 8.4.1.2.3).
+TEST_P(ScaledVectors, AreFfmpegs)
+{
+    const auto [Name, Reference, Col, Current] = GetParam();
+    Slice p = Numbered(2, Col), b = Numbered(3, Current, 0);
+    p.num_ref_idx[0] = 1;
+    b.slice_type = 6;
+    b.spatial_direct = false;
+    b.reordering[1] = {{0, 0}}; // the P picture
+    ExpectAsFfmpeg(Write(m_Seq) + Write(m_Pic) + Noise({.nal_unit_type = 5}) + Noise(Numbered(1, Reference)) +
+                       Moving(p) + SkipSlice(m_Seq, m_Pic, b, kMbs),
+                   4, false);
+}
+
+INSTANTIATE_TEST_SUITE_P(Distances, ScaledVectors,
+                         testing::Values(ScaledCase{"TheLargest", 20, 22, 40}, ScaledCase{"TheSmallest", 20, 22, 4},
+                                         ScaledCase{"NegativeAndTheSmallest", 20, 18, 40},
+                                         ScaledCase{"NegativeAndRounded", 40, 24, 100}),
+                         [](const auto& Info) { return Info.param.Name; });
 
 } // namespace

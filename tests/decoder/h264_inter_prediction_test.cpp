@@ -121,6 +121,8 @@ TEST(InterPrediction, DistancesOfImplicitWeightsAreLimited)
     EXPECT_EQ(ShownAt(97, 200), (100 * 15 + 140 * 49 + 32) >> 6);
     // 100 of -200, taken as -128: 100 * -128 + 32 >> 6 >> 2 is -50.
     EXPECT_EQ(ShownAt(300, 200), (140 * 114 - 100 * 50 + 32) >> 6);
+    // 16384 and half of 128, divided by -128, is -128 too: 101 * -128 + 32 >> 6 >> 2 is -51.
+    EXPECT_EQ(ShownAt(301, 200), (140 * 115 - 100 * 51 + 32) >> 6);
 }
 
 TEST(InterPrediction, TwoReferencesWithoutMotionGiveTheirMean)
