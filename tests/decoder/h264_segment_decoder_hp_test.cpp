@@ -98,4 +98,43 @@ TEST(FamilyMembers, FilterAtTheBordersOfPcmMacroblocks)
     In.ExpectAsFfmpeg();
 }
 
+// Two pictures of slight noise a little apart, and pictures of two slices whose lists hold them in opposite orders:
+// across the border between the slices equal indices are different pictures, and different indices may be the same one.
+TEST(FamilyMembers, FilterBetweenSlicesByThePicturesOfTheirOwnLists)
+{
+    for (const bool IsBSlice : {false, true}) {
+        RandomStream In({.profile_idc = 77}, {.num_ref_idx = {2, 2}, .pic_init_qp = 40}, 54);
+        for (uint32_t i = 0; i < 2; ++i) {
+            MacroblockWriter Writer(In.Seq, In.Pic,
+                                    {.nal_unit_type = i == 0 ? 5u : 1u, .frame_num = i, .poc_lsb = 2 * i});
+            for (int Mb = 0; Mb < RandomStream::kMbs; ++Mb) {
+                Macroblock m{.mb_type = 25};
+                for (uint8_t& Sample : m.pcm) Sample = static_cast<uint8_t>((i == 0 ? 100 : 104) + In.Random.Upto(3));
+                Writer.Put(m);
+            }
+            In.Data += Writer.Finish();
+        }
+        In.Pictures = 2;
+        for (uint32_t i = 0; i < 8; ++i) {
+            Slice s = Numbered(2, 4 + 2 * i, 0);
+            s.slice_type = IsBSlice ? 6 : 5;
+            s.disable_deblocking = 0;
+            for (const uint32_t First : {0u, 6u}) {
+                s.first_mb = First;
+                if (First != 0) s.reordering[0] = s.reordering[1] = {{0, 1}};
+                MacroblockWriter Writer(In.Seq, In.Pic, s);
+                for (int Mb = 0; Mb < 6; ++Mb) {
+                    Macroblock m{.skip = !IsBSlice && In.Random.Upto(3) == 0};
+                    if (IsBSlice) m.mb_type = static_cast<uint32_t>(1 + In.Random.Upto(2));
+                    for (auto& List : m.ref_idx) List[0] = static_cast<uint32_t>(In.Random.Upto(1));
+                    Writer.Put(m);
+                }
+                In.Data += Writer.Finish();
+            }
+            ++In.Pictures;
+        }
+        In.ExpectAsFfmpeg();
+    }
+}
+
 } // namespace
