@@ -158,31 +158,87 @@ TEST_F(Macroblocks, MissingReferenceIsGrey)
     EXPECT_EQ(m_U[0], 128);
 }
 
-TEST_F(Macroblocks, CodedBlockPattern48IsDamage)
+// The last valid value of an element is taken and the next one is not, with enough 1 bits behind either that nothing
+// else can be wrong: they are zeros in Exp-Golomb codes and blocks without or with one level.
+class ElementBounds : public Macroblocks
 {
-    PutUe(0);
-    PutUe(0);
-    PutSe(0);
-    PutSe(0);
-    PutUe(48);
-    EXPECT_THROW(Decode(P_SLICE, 0, 1), h264_exception);
+protected:
+    ElementBounds()
+    {
+        m_pDecoder->m_ActiveRefs[1] = 1;
+        for (auto& List : m_pDecoder->m_Reference) std::fill_n(List, 4, m_pDecoder->m_Reference[0][0]);
+        m_Slice.m_Header.direct_spatial_mv_pred_flag = 1;
+    }
+    // Put writes a macroblock up to the element, without the run before it.
+    template <class F>
+    void ExpectBound(SliceType Type, uint32_t Last, F&& Put)
+    {
+        for (const uint32_t Value : {Last, Last + 1}) {
+            SCOPED_TRACE(Value);
+            m_Bits.clear();
+            m_pDecoder->m_MbSkipRun = 0;
+            m_pDecoder->m_IsBSlice = Type == B_SLICE;
+            if (Type != I_SLICE) PutUe(0);
+            Put();
+            PutUe(Value);
+            m_Bits.insert(m_Bits.end(), 4000, true);
+            if (Value == Last)
+                EXPECT_NO_THROW(Decode(Type, 0, 1));
+            else
+                EXPECT_THROW(Decode(Type, 0, 1), h264_exception);
+        }
+    }
+};
+
+TEST_F(ElementBounds, OfTheMacroblockType)
+{
+    ExpectBound(I_SLICE, 25, [] {});
+    ExpectBound(P_SLICE, 5 + 25, [] {});
+    ExpectBound(B_SLICE, 23 + 25, [] {});
 }
 
-TEST_F(Macroblocks, SubTypeAboveThreeInPIsDamage)
+TEST_F(ElementBounds, OfTheSubMacroblockType)
 {
-    PutUe(0);
-    PutUe(3); // P_8x8
-    PutUe(4);
-    EXPECT_THROW(Decode(P_SLICE, 0, 1), h264_exception);
+    ExpectBound(P_SLICE, 3, [this] { PutUe(3); });
+    ExpectBound(B_SLICE, 12, [this] { PutUe(22); });
 }
 
-TEST_F(Macroblocks, ReferenceIndexBeyondTheListIsDamage)
+TEST_F(ElementBounds, OfTheReferenceIndex)
 {
     m_pDecoder->m_ActiveRefs[0] = 3;
-    PutUe(0);
-    PutUe(0);
-    PutUe(3);
-    EXPECT_THROW(Decode(P_SLICE, 0, 1), h264_exception);
+    ExpectBound(P_SLICE, 2, [this] { PutUe(0); });
+    EXPECT_EQ(m_Ref[0][0], 2);
+}
+
+TEST_F(ElementBounds, OfTheCodedBlockPattern)
+{
+    ExpectBound(I_SLICE, 47, [this] {
+        PutUe(0);
+        PutBits(0xFFFF, 16); // modes as predicted
+        PutUe(0);
+    });
+    ExpectBound(P_SLICE, 47, [this] {
+        PutUe(0);
+        PutSe(0);
+        PutSe(0);
+    });
+}
+
+TEST_F(Macroblocks, OfTwoReferencesAreToldByOneInvertedBit)
+{
+    m_pDecoder->m_ActiveRefs[0] = 2;
+    m_pDecoder->m_Reference[0][1] = m_pDecoder->m_Reference[0][0];
+    for (const uint32_t RefIdx : {0u, 1u}) {
+        PutUe(0);
+        PutUe(0);
+        PutBits(1 - RefIdx, 1);
+        PutSe(0);
+        PutSe(0);
+        PutUe(0);
+    }
+    ASSERT_EQ(Decode(P_SLICE, 0, 2), StatusOk);
+    EXPECT_EQ(m_Ref[0][0], 0);
+    EXPECT_EQ(m_Ref[0][16], 1);
 }
 
 TEST_F(Macroblocks, IntraChromaModeAboveThreeIsDamage)
