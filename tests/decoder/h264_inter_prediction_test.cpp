@@ -1,5 +1,6 @@
 // Inter prediction of whole pictures: every partition with every reference, plain and weighted, as ffmpeg has it.
 #include "tests/decoder/random_stream.h"
+#include "tests/support/cabac_encoder.h"
 
 namespace {
 
@@ -40,6 +41,50 @@ TEST(InterPrediction, EightByEightTransformBesideSmallPartitions)
     }
 }
 
+// Quarters that are whole or direct, so that only direct_8x8_inference_flag decides whether the flag is there.
+TEST(InterPrediction, EightByEightTransformOfDirectQuarters)
+{
+    for (const bool Inference : {true, false}) {
+        RandomStream In({.profile_idc = 100, .direct_8x8_inference = Inference},
+                        {.num_ref_idx = {2, 2}, .has_transform_extension = true, .transform_8x8_mode = true}, 7);
+        In.Start(kStart);
+        for (uint32_t i = 0; i < 3; ++i) {
+            Slice b = Numbered(kStart, 2 * kStart + 2 * i, 0);
+            b.slice_type = 6;
+            MacroblockWriter Writer(In.Seq, In.Pic, b);
+            for (int Mb = 0; Mb < RandomStream::kMbs; ++Mb) {
+                Macroblock m{.mb_type = 22, .coded_block_pattern = static_cast<uint32_t>(1 + In.Random.Upto(14))};
+                m.may_transform_8x8 = true;
+                for (uint32_t& Type : m.sub_mb_type) {
+                    Type = static_cast<uint32_t>(In.Random.Upto(3));
+                    m.may_transform_8x8 &= Type != 0 || Inference;
+                }
+                m.transform_size_8x8 = m.may_transform_8x8 && In.Random.Upto(1);
+                for (auto& Block : m.luma) Block[static_cast<size_t>(In.Random.Upto(15))] = In.Random.Within(3);
+                Writer.Put(m);
+            }
+            In.Data += Writer.Finish();
+            ++In.Pictures;
+        }
+        In.ExpectAsFfmpeg();
+    }
+}
+
+TEST(InterPrediction, EightByEightTransformOfDirectQuartersInCabac)
+{
+    for (const bool Inference : {true, false}) {
+        SCOPED_TRACE(Inference);
+        const SeqParamSet Seq{.profile_idc = 100, .direct_8x8_inference = Inference, .vui = ReorderVui(1, 4)};
+        const PicParamSet Plain{},
+            Pic{.id = 1, .cabac = true, .has_transform_extension = true, .transform_8x8_mode = true};
+        Slice b = Numbered(2, 4, 0);
+        b.pps_id = 1;
+        ExpectAsFfmpeg(Write(Seq) + Write(Plain) + Write(Pic) + PcmSlice(Seq, Plain, {.nal_unit_type = 5}, 100) +
+                           PcmSlice(Seq, Plain, Numbered(1, 2), 140) + CabacDirect8x8Slice(Seq, Pic, b, Inference),
+                       3);
+    }
+}
+
 // Weights over the range that two together may have (clause 7.4.3.2), or that one alone may have, with odd sums of
 // offsets; some references have none, but at a denominator of 7, where two defaults would be too much.
 void AddWeights(RandomMacroblocks& Random, Slice& s, uint32_t Denominator, int Limit)
@@ -77,6 +122,64 @@ TEST(InterPrediction, ExplicitWeightsWithEveryDenominator)
             In.P(p, {.residual = HasResidual}).B(b, {.residual = HasResidual});
         }
         In.ExpectAsFfmpeg();
+    }
+}
+
+// Clause 8.4.2.3.2, of a prediction from list 0, from list 1 or from both.
+int Weighted(int a, int b, uint32_t Lists, const Weight (&w)[2], int LogDenom, int Plane)
+{
+    const auto Factor = [&](int List) {
+        return !w[List].luma ? 1 << LogDenom : Plane == 0 ? w[List].luma_weight : w[List].chroma_weight[Plane - 1];
+    };
+    const auto Offset = [&](int List) { return Plane == 0 ? w[List].luma_offset : w[List].chroma_offset[Plane - 1]; };
+    if (Lists == 3)
+        return std::clamp(((a * Factor(0) + b * Factor(1) + (1 << LogDenom)) >> (LogDenom + 1)) +
+                              ((Offset(0) + Offset(1) + 1) >> 1),
+                          0, 255);
+    const int List = Lists == 1 ? 0 : 1, Sample = List == 0 ? a : b;
+    if (!w[List].luma) return Sample;
+    return std::clamp(((Sample * Factor(List) + (1 << (LogDenom - 1))) >> LogDenom) + Offset(List), 0, 255);
+}
+
+// Against the clause itself: at a denominator of 7 ffmpeg's sums overflow.
+TEST(InterPrediction, ExplicitWeightsAtTheirBounds)
+{
+    struct Case {
+        int32_t Denominator, Weight0, Weight1; // their sum is -128 up to 128, or 127 with a denominator of 7
+    };
+    for (const auto& [Denominator, Weight0, Weight1] :
+         {Case{7, 127, 0}, Case{7, 0, 127}, Case{6, 127, 1}, Case{6, 1, 127}, Case{5, 64, 64}, Case{7, 127, -128},
+          Case{7, -128, 127}, Case{6, -128, 0}, Case{6, 0, -128}, Case{7, -1, 128}, Case{7, 128, -128}}) {
+        SCOPED_TRACE(testing::Message() << Denominator << ": " << Weight0 << ", " << Weight1);
+        RandomStream In({.profile_idc = 77}, {.num_ref_idx = {1, 1}, .weighted_bipred_idc = 1}, 12);
+        In.Start(2);
+        Slice s = Numbered(2, 4, 0);
+        s.slice_type = 6;
+        s.luma_log2_weight_denom = s.chroma_log2_weight_denom = static_cast<uint32_t>(Denominator);
+        Weight w[2];
+        for (int List = 0; List < 2; ++List) {
+            const int32_t Value = List == 0 ? Weight0 : Weight1;
+            if (Value != 128) // which is what a denominator of 7 gives where nothing is sent
+                w[List] = {true, true, Value, 127 - 255 * List, {Value, Value}, {-128, 127}};
+            s.weights[List] = {w[List]};
+        }
+        MacroblockWriter Writer(In.Seq, In.Pic, s);
+        for (int Mb = 0; Mb < RandomStream::kMbs; ++Mb) Writer.Put({.mb_type = static_cast<uint32_t>(1 + Mb % 3)});
+        In.Data += Writer.Finish();
+        ++In.Pictures;
+        if (Denominator < 7) In.ExpectAsFfmpeg();
+        const auto Pictures = DecodeAll(In.Data);
+        ASSERT_EQ(Pictures.size(), 3u);
+        size_t i = 0;
+        for (int Plane = 0; Plane < 3; ++Plane) {
+            const int Side = Plane == 0 ? 16 : 8;
+            for (int y = 0; y < 3 * Side; ++y)
+                for (int x = 0; x < 4 * Side; ++x, ++i) {
+                    const auto Lists = static_cast<uint32_t>(1 + (y / Side * 4 + x / Side) % 3);
+                    ASSERT_EQ(Pictures[2][i], Weighted(Pictures[1][i], Pictures[0][i], Lists, w, Denominator, Plane))
+                        << Plane << ": " << x << ", " << y;
+                }
+        }
     }
 }
 

@@ -4,7 +4,10 @@ namespace test {
 
 namespace {
 
-constexpr int kMbTypeI = 3, kSkipFlagP = 11; // ctxIdx of the first bin (Table 9-34)
+// ctxIdx of the first bin (Table 9-34); of the residual that of 4x4 blocks of luma.
+constexpr int kMbTypeI = 3, kSkipFlagP = 11, kSkipFlagB = 24, kMbTypeB = 27, kSubMbTypeB = 36, kMbQpDelta = 60,
+              kLumaPattern = 73, kChromaPattern = 77, kCodedBlockFlag = 93, kSignificant = 134, kLast = 195,
+              kAbsLevel = 247, kTransformSize8x8 = 399;
 
 // A slice under way: the header is written, the engine stands at the first macroblock.
 class CabacSlice
@@ -73,6 +76,29 @@ Bytes CabacSkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, in
         Data.Encoder().Decide(kSkipFlagP, 1); // every neighbour there is is skipped, too
         Data.Encoder().Terminate(i + 1 == Count);
     }
+    return Data.Unit();
+}
+
+Bytes CabacDirect8x8Slice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, bool HasFlag)
+{
+    s.slice_type = 6;
+    CabacSlice Data(Seq, Pic, s);
+    CabacEncoder& e = Data.Encoder();
+    e.Decide(kSkipFlagB, 0);
+    for (const int Inc : {0, 3, 4, 5, 5, 5}) e.Decide(kMbTypeB + Inc, 1); // B_8x8
+    for (int i = 0; i < 4; ++i) e.Decide(kSubMbTypeB, 0);
+    e.Decide(kLumaPattern, 1); // the first quarter alone
+    for (const int Inc : {0, 0, 3}) e.Decide(kLumaPattern + Inc, 0);
+    e.Decide(kChromaPattern, 0);
+    if (HasFlag) e.Decide(kTransformSize8x8, 0);
+    e.Decide(kMbQpDelta, 0);
+    e.Decide(kCodedBlockFlag, 1);
+    e.Decide(kSignificant, 1);
+    e.Decide(kLast, 1);
+    e.Decide(kAbsLevel + 1, 0);
+    e.Bypass(0);
+    for (const int Inc : {1, 2, 0}) e.Decide(kCodedBlockFlag + Inc, 0); // the other 4x4 blocks of the quarter
+    e.Terminate(1);
     return Data.Unit();
 }
 

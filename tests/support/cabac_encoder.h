@@ -104,5 +104,8 @@ private:
 // Whole slices of Count macroblocks whose parameter set has CABAC: every sample Value, or P_Skip.
 Bytes CabacPcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, uint8_t Value, int Count);
 Bytes CabacSkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, int Count);
+// One macroblock, B_8x8 with four direct blocks and a level of 1 in the first 4x4 block; HasFlag: with
+// transform_size_8x8_flag 0.
+Bytes CabacDirect8x8Slice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, bool HasFlag);
 
 } // namespace test
