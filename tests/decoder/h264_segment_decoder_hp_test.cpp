@@ -47,6 +47,39 @@ TEST(FamilyMembers, KeepIntraPredictionOutOfInterMacroblocksWhereAsked)
                             .transform_8x8_mode = true});
 }
 
+// Clause 8.3.1.1: a block beside an inter macroblock takes DC for its mode where intra prediction is constrained, and
+// else the lesser of DC and the other neighbour's mode.
+TEST(FamilyMembers, TakeTheModeBesideAnInterNeighbourForDcWhereConstrained)
+{
+    for (const bool Constrained : {false, true})
+        for (const bool Is8x8 : {false, true}) {
+            SCOPED_TRACE(testing::Message() << Constrained << Is8x8);
+            RandomStream In(
+                {.profile_idc = 100},
+                {.constrained_intra_pred = Constrained, .has_transform_extension = true, .transform_8x8_mode = true},
+                55);
+            In.Start(1);
+            Slice p = Numbered(1, 2);
+            p.slice_type = 5;
+            MacroblockWriter Writer(In.Seq, In.Pic, p);
+            for (uint32_t Mb = 0; Mb < RandomStream::kMbs;
+                 ++Mb) { // PCM, but for inter macroblocks and what stands right of or below them
+                Macroblock m{.intra = true, .mb_type = 25};
+                for (uint8_t& Sample : m.pcm) Sample = static_cast<uint8_t>(1 + In.Random.Upto(253));
+                const bool IsLeftInter = Mb == 5 || Mb == 7, IsTopInter = Mb == 8 + 2;
+                if (Mb == 4 || Mb == 6) m = {.mb_type = 0};
+                if (IsLeftInter || IsTopInter) {
+                    m = {.intra = true, .transform_size_8x8 = Is8x8};
+                    m.intra_mode[0] = IsLeftInter ? 1 : 2; // vertical or horizontal; the blocks behind go by it
+                }
+                Writer.Put(m);
+            }
+            In.Data += Writer.Finish();
+            ++In.Pictures;
+            In.ExpectAsFfmpeg();
+        }
+}
+
 TEST(FamilyMembers, FilterByTheOffsetsOfTheSliceAndTheMeanOfBothQps)
 {
     RandomStream In({.profile_idc = 77}, {.num_ref_idx = {2, 1}, .chroma_qp_index_offset = 4}, 52);

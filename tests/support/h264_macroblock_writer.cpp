@@ -59,7 +59,10 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
     if (Intra) {
         if (!Is16x16) {
             if (m_Pic.transform_8x8_mode) m_Bits.U(1, Mb.transform_size_8x8);
-            for (int i = 0; i < (Mb.transform_size_8x8 ? 4 : 16); ++i) m_Bits.U(1, 1); // prev_intra_pred_mode_flag
+            for (size_t i = 0; i < (Mb.transform_size_8x8 ? 4u : 16u); ++i) {
+                m_Bits.U(1, Mb.intra_mode[i] == 0); // prev_intra_pred_mode_flag
+                if (Mb.intra_mode[i] != 0) m_Bits.U(3, Mb.intra_mode[i] - 1);
+            }
         }
         m_Bits.UE(Mb.intra_chroma_pred_mode);
     } else {

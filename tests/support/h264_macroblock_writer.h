@@ -10,15 +10,16 @@ namespace test {
 
 // A macroblock under the names of clause 7.3.5. What its type does not have is ignored.
 struct Macroblock {
-    bool skip = false;                   // P_Skip, B_Skip
-    bool intra = false;                  // mb_type is then that of Table 7-11: 0 Intra_4x4, 1..24 Intra_16x16, 25 I_PCM
-    uint32_t mb_type = 0;                // else of Table 7-13 or 7-14
-    uint32_t sub_mb_type[4] = {};        // Table 7-17 or 7-18
-    uint32_t ref_idx[2][4] = {};         // by partition
-    int32_t mvd[2][4][4][2] = {};        // by partition and sub-partition
-    uint32_t intra_chroma_pred_mode = 0; // the luma of Intra_4x4 is predicted as its neighbours are: DC
-    uint32_t coded_block_pattern = 0;    // luma, and chroma << 4; that of Intra_16x16 stands in its type
-    bool may_transform_8x8 = false;      // an inter macroblock for which the flag is sent where the picture has it
+    bool skip = false;            // P_Skip, B_Skip
+    bool intra = false;           // mb_type is then that of Table 7-11: 0 Intra_4x4, 1..24 Intra_16x16, 25 I_PCM
+    uint32_t mb_type = 0;         // else of Table 7-13 or 7-14
+    uint32_t sub_mb_type[4] = {}; // Table 7-17 or 7-18
+    uint32_t ref_idx[2][4] = {};  // by partition
+    int32_t mvd[2][4][4][2] = {}; // by partition and sub-partition
+    uint32_t intra_chroma_pred_mode = 0;
+    std::array<uint32_t, 16> intra_mode = {}; // by block of Intra_NxN: 0 as predicted, else rem_intra_pred_mode + 1
+    uint32_t coded_block_pattern = 0;         // luma, and chroma << 4; that of Intra_16x16 stands in its type
+    bool may_transform_8x8 = false;           // an inter macroblock for which the flag is sent where the picture has it
     bool transform_size_8x8 = false;
     int32_t mb_qp_delta = 0;
     std::array<int, 16> luma_dc = {};  // levels in scan order
