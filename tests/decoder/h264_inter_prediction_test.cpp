@@ -183,6 +183,27 @@ TEST(InterPrediction, ExplicitWeightsAtTheirBounds)
     }
 }
 
+TEST(InterPrediction, ExplicitWeightsBeyondTheirBoundsAreABadHeader)
+{
+    const SeqParamSet Seq{.profile_idc = 77};
+    const PicParamSet Pic{.weighted_pred = true};
+    const auto PicturesWith = [&](const Weight& w) {
+        Slice p = Numbered(1, 2);
+        p.weights[0] = {w};
+        return DecodeAll(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, {.nal_unit_type = 5}, 100) +
+                         CopySlice(Seq, Pic, p, 0))
+            .size();
+    };
+    for (const int32_t Value : {-129, -128, 127, 128}) {
+        SCOPED_TRACE(Value);
+        const size_t Pictures = Value == -128 || Value == 127 ? 2 : 1;
+        EXPECT_EQ(PicturesWith({.luma = true, .luma_weight = Value}), Pictures);
+        EXPECT_EQ(PicturesWith({.luma = true, .luma_offset = Value}), Pictures);
+        EXPECT_EQ(PicturesWith({.chroma = true, .chroma_weight = {1, Value}}), Pictures);
+        EXPECT_EQ(PicturesWith({.chroma = true, .chroma_offset = {1, Value}}), Pictures);
+    }
+}
+
 TEST(InterPrediction, ImplicitWeightsByDistance)
 {
     RandomStream In({.profile_idc = 77, .log2_max_poc_lsb = 10}, {.num_ref_idx = {3, 2}, .weighted_bipred_idc = 2}, 11);

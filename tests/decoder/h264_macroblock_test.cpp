@@ -224,7 +224,7 @@ TEST_F(ElementBounds, OfTheCodedBlockPattern)
     });
 }
 
-TEST_F(Macroblocks, OfTwoReferencesAreToldByOneInvertedBit)
+TEST_F(Macroblocks, ReferenceIndexOfTwoIsOneInvertedBit)
 {
     m_pDecoder->m_ActiveRefs[0] = 2;
     m_pDecoder->m_Reference[0][1] = m_pDecoder->m_Reference[0][0];
