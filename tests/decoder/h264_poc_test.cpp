@@ -3,6 +3,8 @@
 #include "decoder/h264_poc.h"
 #include "tests/decoder/random_stream.h"
 
+#include <utility>
+
 namespace {
 
 using namespace test;
@@ -160,6 +162,52 @@ TEST(MemoryReset, LeavesItsPictureWithTheDifferenceOfItsFields)
                          PcmSlice(Seq, Pic, Reset, 40) + PcmSlice(Seq, Pic, Ahead, 200) + Writer.Finish();
     // Distances 4 of 10: DistScaleFactor is 4 * 1638 + 32 >> 6 = 102, the weights are 39 and 25.
     EXPECT_EQ(DecodeValues(Stream), (std::vector<int>{20, 40, (40 * 39 + 200 * 25 + 32) >> 6, 200}));
+}
+
+// The frames of a gap have counts like coded ones of their numbers (clause 8.2.5.2); poc_lsb gives them none, and they
+// keep the one before. Frames 0 and 1, 2 and 3 made up in grey, 4, and a B picture of frames 2 and 4 behind them.
+TEST(GapFrames, AreWeightedByTheirOrderCounts)
+{
+    // Distances 12 and 8 of counts 8, 16, 20 give 96 for the weight of frame 4; 5 and 4 of counts 4, 8, 9 give 80.
+    const int ByEight = (128 * -32 + 200 * 96 + 32) >> 6, ByFour = (128 * -16 + 200 * 80 + 32) >> 6;
+    for (const auto& [Type, Expected] : {std::pair{0u, ByEight}, {1u, ByEight}, {2u, ByFour}}) {
+        SCOPED_TRACE(Type);
+        const SeqParamSet Seq{.profile_idc = 77,
+                              .poc_type = Type,
+                              .offset_for_ref_frame = {4},
+                              .offset_for_non_ref_pic = 4,
+                              .num_ref_frames = 4,
+                              .gaps_allowed = true};
+        const PicParamSet Pic{.weighted_bipred_idc = 2};
+        Slice b = Numbered(5, 20, 0);
+        b.slice_type = 6;
+        b.reordering[0] = {{0, 2}};
+        b.reordering[1] = {{0, 0}};
+        MacroblockWriter Writer(Seq, Pic, b);
+        Writer.Put({.mb_type = 3});
+        EXPECT_EQ(DecodeValues(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, {.nal_unit_type = 5}, 10) +
+                               PcmSlice(Seq, Pic, Numbered(1, 8), 20) + PcmSlice(Seq, Pic, Numbered(4, 16), 200) +
+                               Writer.Finish()),
+                  (std::vector<int>{10, 20, 200, Expected}));
+    }
+}
+
+TEST(ResetDecoder, CountsAnewFromAPictureThatIsNoIdrPicture)
+{
+    const SeqParamSet Seq{.profile_idc = 77, .log2_max_poc_lsb = 8, .vui = ReorderVui(1, 4)};
+    const PicParamSet Pic;
+    std::vector<int> Values;
+    tools::StreamDecoder Decoder([&](const UMC::VideoData& p) { Values.push_back(SamplesOf(p).front()); }, 1, false);
+    Decoder.Feed(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, {.nal_unit_type = 5}, 10) +
+                 PcmSlice(Seq, Pic, Numbered(1, 100), 20) + PcmSlice(Seq, Pic, Numbered(2, 200), 30));
+    Decoder.Drain();
+    ASSERT_EQ(Decoder.Decoder().Reset(), UMC::StatusOk);
+    Values.clear();
+    // Behind 200 the second one's 60 would be 316.
+    Decoder.Feed(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, Numbered(3, 100, 0), 40) +
+                 PcmSlice(Seq, Pic, Numbered(3, 60), 50));
+    Decoder.Drain();
+    EXPECT_EQ(Values, (std::vector<int>{50, 40}));
 }
 
 } // namespace
