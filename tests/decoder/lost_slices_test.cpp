@@ -173,4 +173,17 @@ TEST_P(DamagedSlices, EndAtAnUnknownMacroblockType) { ExpectRestoredFrom(2, {.in
 
 INSTANTIATE_TEST_SUITE_P(Cavlc, DamagedSlices, testing::Values(false), [](const auto&) { return "Slices"; });
 
+// A frame made up for a gap stands first in the list, and has nothing to give.
+TEST(LostSlicesBehindAGap, AreRestoredFromTheLastPictureThatWasSent)
+{
+    const SeqParamSet Seq{.profile_idc = 77, .gaps_allowed = true, .width_mbs = kWidth, .height_map_units = kWidth};
+    const PicParamSet Pic;
+    Slice Damaged{.frame_num = 2, .poc_lsb = 4, .num_ref_idx = {2, 0}};
+    const auto Pictures =
+        DecodeAll(Write(Seq) + Write(Pic) + RandomMacroblocks(9).Intra(Seq, Pic, {.nal_unit_type = 5}) +
+                  CopySlice(Seq, Pic, Damaged, 1, 5) + CopySlice(Seq, Pic, {.frame_num = 3, .poc_lsb = 6}, 0, kMbs));
+    ASSERT_EQ(Pictures.size(), 2u) << "the first one and the copy of the damaged one";
+    EXPECT_EQ(Pictures[1], Pictures[0]);
+}
+
 } // namespace
