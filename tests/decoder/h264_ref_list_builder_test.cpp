@@ -78,4 +78,24 @@ TEST(BLists, AreModifiedApart)
     EXPECT_THAT(ListStream(4, true).Entries(1, b, 4), ElementsAre(30, 40, 10, 20));
 }
 
+TEST(BLists, HaveTheLengthsThatTheSliceGivesEachOfThem)
+{
+    EXPECT_THAT(ListStream(3).Entries(0, Behind(3, 3, 1), 3), ElementsAre(30, 20, 10));
+    EXPECT_THAT(ListStream(3).Entries(1, Behind(3, 1, 3), 3), ElementsAre(20, 30, 10));
+}
+
+TEST(BLists, AreOf32EntriesAtMost)
+{
+    const auto PicturesWith = [](uint32_t L0, uint32_t L1) {
+        const ListStream In(2);
+        Slice b = Behind(2, L0, L1);
+        b.nal_ref_idc = 0;
+        b.slice_type = 6;
+        return DecodeAll(In.Data + SkipSlice(In.Seq, In.Pic, b)).size();
+    };
+    EXPECT_EQ(PicturesWith(32, 32), 3u);
+    EXPECT_EQ(PicturesWith(33, 1), 2u) << "a bad header";
+    EXPECT_EQ(PicturesWith(1, 33), 2u) << "a bad header";
+}
+
 } // namespace

@@ -120,4 +120,16 @@ TEST(PictureBorder, ConsecutiveIdrPicturesOfSeveralSlices)
     ExpectAsFfmpeg(Stream, 6);
 }
 
+TEST(IdrPicId, Has16Bits)
+{
+    const SeqParamSet Seq;
+    const PicParamSet Pic;
+    const auto PicturesWith = [&](uint32_t Id) {
+        return DecodeAll(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, {.nal_unit_type = 5, .idr_pic_id = Id}, 10))
+            .size();
+    };
+    EXPECT_EQ(PicturesWith(65535), 1u);
+    EXPECT_EQ(PicturesWith(65536), 0u);
+}
+
 } // namespace
