@@ -165,6 +165,7 @@ class ElementBounds : public Macroblocks
 protected:
     ElementBounds()
     {
+        for (const int Neighbour : {0, 1, 2, 4}) SetIntra(Neighbour); // for every mode of prediction
         m_pDecoder->m_ActiveRefs[1] = 1;
         for (auto& List : m_pDecoder->m_Reference) std::fill_n(List, 4, m_pDecoder->m_Reference[0][0]);
         m_Slice.m_Header.direct_spatial_mv_pred_flag = 1;
@@ -183,9 +184,9 @@ protected:
             PutUe(Value);
             m_Bits.insert(m_Bits.end(), 4000, true);
             if (Value == Last)
-                EXPECT_NO_THROW(Decode(Type, 0, 1));
+                EXPECT_NO_THROW(Decode(Type, 5, 1));
             else
-                EXPECT_THROW(Decode(Type, 0, 1), h264_exception);
+                EXPECT_THROW(Decode(Type, 5, 1), h264_exception);
         }
     }
 };
@@ -207,7 +208,7 @@ TEST_F(ElementBounds, OfTheReferenceIndex)
 {
     m_pDecoder->m_ActiveRefs[0] = 3;
     ExpectBound(P_SLICE, 2, [this] { PutUe(0); });
-    EXPECT_EQ(m_Ref[0][0], 2);
+    EXPECT_EQ(m_Ref[0][5 * 16], 2);
 }
 
 TEST_F(ElementBounds, OfTheCodedBlockPattern)
