@@ -195,7 +195,7 @@ template <class Coeffs, int color_format, bool is_field>
 bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x8(H264SegmentDecoder& d, int Quadrant,
                                                                                   Dequant Scale, Coeffs* pOut)
 {
-    // Without 4:4:4 there is no flag: it is taken as 1.
+    // In these chroma formats there is no flag (clause 7.3.5.3.3): it is taken as 1.
     const bool Field = IsFieldMb(d);
     CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
                                                  Scale, pOut);

@@ -101,8 +101,8 @@ Status H264SegmentDecoderMultiThreaded::RunTask(H264Task& Task)
     case TASK_PROCESS: return ProcessSlice(Task.m_FirstMb, Task.m_MbCount);
     case TASK_DEBLOCK_SLICE:
     case TASK_DEBLOCK_PICTURE: return DeblockSegmentTask(Task.m_FirstMb, Task.m_MbCount);
-    default: return StatusUnsupported;
     }
+    return StatusUnsupported;
 }
 
 void H264SegmentDecoderMultiThreaded::FinishTask(H264Task& Task)

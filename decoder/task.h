@@ -9,17 +9,13 @@ class H264Slice;
 struct H264DecoderFrameInfo;
 
 enum TaskId : int32_t {
-    TASK_PROCESS = 0,               // a whole slice: entropy decoding and reconstruction together
-    TASK_DECODE_RUN = 1,            // a run of macroblocks, entropy decoding into the ring
-    TASK_RECONSTRUCT_RUN = 2,       // the same run, reconstruction out of the ring
-    TASK_DEBLOCK_SLICE = 3,         // deblocking of a whole slice
-    TASK_DEBLOCK_RUN = 4,           // deblocking of a run behind reconstruction
-    TASK_DEBLOCK_PICTURE = 6,       // deblocking of a whole picture with slice groups
-    TASK_DECODE_RECONSTRUCT_RUN = 8 // a run without the ring
+    TASK_PROCESS = 0,        // a whole slice: entropy decoding and reconstruction together
+    TASK_DEBLOCK_SLICE = 3,  // deblocking of a whole slice
+    TASK_DEBLOCK_PICTURE = 6 // deblocking of a whole picture, whose slices lie across each other
 };
 
 struct H264Task {
-    H264Slice* m_pSlice = nullptr; // null: whole picture
+    H264Slice* m_pSlice = nullptr; // of a whole picture the one with the lowest macroblock
     H264DecoderFrameInfo* m_pAu = nullptr;
     int32_t m_ThreadNumber = 0;
     int32_t m_FirstMb = 0;

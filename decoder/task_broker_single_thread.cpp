@@ -123,7 +123,6 @@ void TaskBrokerSingleThread::TaskDone(const H264Task& Task)
     case TASK_DEBLOCK_PICTURE:
         for (H264Slice* const pSlice : m_pCurrentAu->m_Slices) MarkDeblocked(*pSlice);
         break;
-    default: break; // the other tasks exist with several threads only
     }
 }
 
