@@ -9,8 +9,6 @@ set_target_properties(quilvex PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${
 if(WIN32)
     set(exports ${CMAKE_SOURCE_DIR}/front/quilvex.def)
     target_sources(quilvex PRIVATE ${exports})
-    # One file to ship: the compiler's run time goes into the library.
-    target_link_options(quilvex PRIVATE -static)
     set_target_properties(quilvex PROPERTIES PREFIX "")
 else()
     set(exports ${CMAKE_SOURCE_DIR}/front/quilvex.map)

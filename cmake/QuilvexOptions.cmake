@@ -27,6 +27,10 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # A 32-bit client promises a 4-byte stack only; doubles are SSE2 so that both builds compute the same values.
     add_compile_options(-mstackrealign -msse2 -mfpmath=sse)
 endif()
+if(WIN32)
+    # One file to ship: the compiler's run time goes into the library and into each program.
+    add_link_options(-static)
+endif()
 if(QUILVEX_SANITIZE)
     add_compile_options(-fsanitize=${QUILVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${QUILVEX_SANITIZE})

@@ -1,5 +1,5 @@
 # Cross compiler for the 32-bit Windows library. Headers and libraries come from the cross compiler's own folders and from
-# build/windows-deps (scripts/build_windows.sh), never from the build machine's.
+# build/windows-deps (scripts/windows_libraries.sh), never from the build machine's.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)

@@ -43,7 +43,7 @@ Bytes EncodeByX264(const std::string& Options)
     const std::string Command = "x264 --quiet --threads 1 --input-res " + std::to_string(kWidth) + "x" +
                                 std::to_string(kHeight) + " --fps 25 --b-adapt 0 " + Options + " -o " + Out + " " + In +
                                 " > /dev/null 2>&1";
-    EXPECT_EQ(std::system(Command.c_str()), 0) << Command;
+    EXPECT_EQ(test_system::RunCommand(Command), 0) << Command;
     std::ifstream File(Out, std::ios::binary);
     return {std::istreambuf_iterator<char>(File), {}};
 }

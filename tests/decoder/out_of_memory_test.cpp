@@ -36,7 +36,7 @@ const Bytes& SmallStream()
         const std::string Command =
             "x264 --quiet --threads 1 --slices 3 --bframes 2 --ref 2 --keyint 100 --qp 24 --input-res 64x44 -o " +
             Target + " " + Source + " >/dev/null 2>&1";
-        EXPECT_EQ(std::system(Command.c_str()), 0);
+        EXPECT_EQ(test_system::RunCommand(Command), 0);
         std::ifstream File(Target, std::ios::binary);
         return Bytes(std::istreambuf_iterator<char>(File), {});
     }();

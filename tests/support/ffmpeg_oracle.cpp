@@ -21,7 +21,7 @@ std::vector<uint8_t> ReadAll(const std::string& Path)
 
 bool IsInstalled()
 {
-    static const bool bInstalled = std::system("ffmpeg -version > /dev/null 2>&1") == 0;
+    static const bool bInstalled = test_system::RunCommand("ffmpeg -version > /dev/null 2>&1") == 0;
     return bInstalled;
 }
 
@@ -34,7 +34,7 @@ Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelForma
     const std::string Command = "ffmpeg -v warning -nostdin -threads 1 -f h264 -i " + In +
                                 " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " +
                                 Log + " 2>&1";
-    const int Result = std::system(Command.c_str());
+    const int Result = test_system::RunCommand(Command);
     const std::vector<uint8_t> Messages = ReadAll(Log);
     Decoded d{ReadAll(Out), {Messages.begin(), Messages.end()}};
     if (Result != 0 && d.Messages.empty()) d.Messages = "ffmpeg failed";
@@ -56,7 +56,7 @@ std::vector<uint8_t> ConvertPicture(const std::vector<uint8_t>& Raw, int Width, 
         (From == "y41p" ? "-c:v y41p -pixel_format yuv411p" : "-pixel_format " + From) + " -video_size " + Size +
         " -i " + In + (bFlip ? " -vf vflip" : "") + " -sws_flags accurate_rnd+full_chroma_int+bitexact " +
         (To == "y41p" ? "-c:v y41p -pix_fmt yuv411p" : "-pix_fmt " + To) + " -f rawvideo -y " + Out + " 2> /dev/null";
-    return std::system(Command.c_str()) == 0 ? ReadAll(Out) : std::vector<uint8_t>();
+    return test_system::RunCommand(Command) == 0 ? ReadAll(Out) : std::vector<uint8_t>();
 }
 
 } // namespace ffmpeg_oracle

@@ -5,8 +5,8 @@
 #include "tools/h264_decode/stream_decoder.h"
 
 #include <CLI/CLI.hpp>
+#include <gcrypt.h>
 #include <nlohmann/json.hpp>
-#include <openssl/evp.h>
 
 #include <cstdio>
 #include <ctime>
@@ -49,17 +49,16 @@ public:
 private:
     static std::string Md5Of(const UMC::VideoData& Picture)
     {
-        const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> Context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-        EVP_DigestInit_ex(Context.get(), EVP_md5(), nullptr);
+        gcry_md_hd_t pOpened = nullptr;
+        if (gcry_md_open(&pOpened, GCRY_MD_MD5, 0) != 0) throw CliError("no MD5 on this system");
+        const std::unique_ptr<gcry_md_handle, decltype(&gcry_md_close)> Digest(pOpened, gcry_md_close);
         tools::ForEachRow(
-            Picture, [&](std::span<const uint8_t> Row) { EVP_DigestUpdate(Context.get(), Row.data(), Row.size()); });
-        unsigned char Digest[EVP_MAX_MD_SIZE];
-        unsigned Size = 0;
-        EVP_DigestFinal_ex(Context.get(), Digest, &Size);
+            Picture, [&](std::span<const uint8_t> Row) { gcry_md_write(Digest.get(), Row.data(), Row.size()); });
+        const unsigned char* const pDigest = gcry_md_read(Digest.get(), GCRY_MD_MD5);
         std::string Text;
-        for (unsigned i = 0; i < Size; ++i) {
+        for (unsigned i = 0; i < gcry_md_get_algo_dlen(GCRY_MD_MD5); ++i) {
             constexpr char kHex[] = "0123456789abcdef";
-            Text += {kHex[Digest[i] >> 4], kHex[Digest[i] & 15]};
+            Text += {kHex[pDigest[i] >> 4], kHex[pDigest[i] & 15]};
         }
         return Text;
     }
