@@ -15,25 +15,23 @@ as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo --preserve-env)
 program=$(realpath "$1")
 shift
-# The mounts are this process's own and end with it. The first call makes the Windows folders, behind a lock.
+# The mounts are this process's own and end with it. One at a time makes the Windows folders where they are missing and
+# starts the server where it is not running: it stays for a minute, and must not hold on to the caller's pipes meanwhile.
 exec "${as_root[@]}" unshare --mount sh -ec '
     root=$QUILVEX_I386_ROOT
     mount --bind /proc "$root/proc"
     mount --rbind /dev "$root/dev"
     mount --rbind / "$root/host"
     prefix=${WINEPREFIX#/host}
-    if [ ! -e "$prefix/made" ]; then
-        exec 9>"$prefix.lock"
-        flock 9
-        if [ ! -e "$prefix/made" ]; then
-            mkdir -p "$prefix"
-            chroot "$root" wineboot --init >/dev/null 2>&1
-            ln -sfn /host "$prefix/dosdevices/z:"
-            ln -sfn /usr/sbin "$prefix/dosdevices/y:"
-            touch "$prefix/made"
-        fi
-        exec 9>&-
+    mkdir -p "$prefix"
+    exec 9>"$prefix/lock"
+    flock 9
+    if chroot "$root" wineserver -p60 </dev/null >/dev/null 2>&1 9>&-; then
+        chroot "$root" wineboot --init </dev/null >/dev/null 2>&1 9>&-
+        ln -sfn /host "$prefix/dosdevices/z:"
+        ln -sfn /usr/sbin "$prefix/dosdevices/y:"
     fi
+    exec 9>&-
     folder=$1
     shift
     exec chroot "$root" sh -c "cd \"\$1\" && shift && exec wine \"\$@\"" sh "/host$folder" "$@"

@@ -1,13 +1,12 @@
 # Whole streams through h264_decode: made on the spot, and those of the shared media folder where it exists.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
-if(TARGET h264_decode)
-    add_test(NAME "decoder: stream matrix"
-             COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/stream_matrix.py $<TARGET_FILE:h264_decode>)
-    add_test(NAME "decoder: shared media"
-             COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/media_manifest.py $<TARGET_FILE:h264_decode>
-                     ${CMAKE_SOURCE_DIR}/../shared/media)
-    set_tests_properties("decoder: stream matrix" "decoder: shared media" PROPERTIES TIMEOUT 1200 SKIP_RETURN_CODE 77)
-endif()
+set(stream_decoder ${QUILVEX_TOOLS_FOLDER}/h264_decode)
+add_test(NAME "decoder: stream matrix"
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/stream_matrix.py ${stream_decoder})
+add_test(NAME "decoder: shared media"
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/media_manifest.py ${stream_decoder}
+                 ${CMAKE_SOURCE_DIR}/../shared/media)
+set_tests_properties("decoder: stream matrix" "decoder: shared media" PROPERTIES TIMEOUT 1200 SKIP_RETURN_CODE 77)
 
 # Floods, and what they cost.
 add_executable(flood_driver ${CMAKE_CURRENT_LIST_DIR}/flood_driver.cpp ${CMAKE_CURRENT_LIST_DIR}/floods.cpp)
