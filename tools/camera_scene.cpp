@@ -1,8 +1,7 @@
 // camera_scene: writes the rendered camera sequence that demo, tests and benchmarks use.
 #include "tools/common/camera_scene.h"
+#include "tools/common/command_line.h"
 #include "tools/common/files.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstdio>
 
@@ -11,7 +10,7 @@ try {
     std::string Out, SizeText = "640x360";
     int32_t Fps = 30, Seed = 1;
     int64_t Frames = 150;
-    CLI::App App("Renders a deterministic sequence that looks like a conferencing camera's", "camera_scene");
+    CommandLine App("Renders a deterministic sequence that looks like a conferencing camera's", "camera_scene");
     App.add_option("-o", Out, "File to write: .y4m, anything else raw I420")->required();
     App.add_option("--size", SizeText, "WxH (default 640x360)");
     App.add_option("--fps", Fps, "Frames a second (default 30)")->check(CLI::Range(1, 240));

@@ -1,8 +1,7 @@
 // green_screen: writes the rendered pictures of a person in front of a green screen, or a background for them.
 #include "tools/common/green_screen.h"
+#include "tools/common/command_line.h"
 #include "tools/common/picture_files.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstdio>
 
@@ -39,7 +38,7 @@ void Write(const Options& Set)
 int main(int argc, char** argv)
 try {
     Options Set;
-    CLI::App App("Renders a deterministic sequence of a person in front of a green screen", "green_screen");
+    CommandLine App("Renders a deterministic sequence of a person in front of a green screen", "green_screen");
     App.add_option("-o", Set.Out, "File to write: .png (one picture), .y4m, .yuv, .rgb24, .rgb32")->required();
     App.add_option("--to", Set.To, std::string("Format when the name does not tell it: ") + kFormatNames);
     App.add_option("--size", Set.Size, "WxH (default 1280x720)");

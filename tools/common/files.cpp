@@ -40,5 +40,6 @@ void OutputFile::Write(const void* pBytes, size_t Size)
 
 void OutputFile::Close()
 {
+    if (std::fflush(m_File.get()) != 0) throw SystemError("cannot write", m_Name); // not every fclose tells of it
     if (std::fclose(m_File.release()) != 0) throw SystemError("cannot write", m_Name);
 }

@@ -1,9 +1,8 @@
 // h264_compare: decodes a stream and names the first picture and macroblock that differ from another decoder's
 // pictures.
+#include "tools/common/command_line.h"
 #include "tools/common/compared_planes.h"
 #include "tools/h264_decode/stream_decoder.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <string>
@@ -12,7 +11,7 @@
 int main(int argc, char** argv)
 try {
     std::string Stream, Other;
-    CLI::App App("Names the first picture and macroblock of a stream that differ from another decoder's pictures");
+    CommandLine App("Names the first picture and macroblock of a stream that differ from another decoder's pictures");
     App.add_option("IN", Stream, "Annex B byte stream")->required();
     App.add_option("YUV", Other, "the other decoder's pictures, raw and cropped, in output order")->required();
     CLI11_PARSE(App, argc, argv);

@@ -1,10 +1,10 @@
 // h264_decode: decodes a stream with UMC::H264VideoDecoder and writes every picture as raw samples.
 #include "tools/common/cli_error.h"
+#include "tools/common/command_line.h"
 #include "tools/common/files.h"
 #include "tools/h264_decode/mp4_samples.h"
 #include "tools/h264_decode/stream_decoder.h"
 
-#include <CLI/CLI.hpp>
 #include <gcrypt.h>
 #include <nlohmann/json.hpp>
 
@@ -52,8 +52,8 @@ private:
         gcry_md_hd_t pOpened = nullptr;
         if (gcry_md_open(&pOpened, GCRY_MD_MD5, 0) != 0) throw CliError("no MD5 on this system");
         const std::unique_ptr<gcry_md_handle, decltype(&gcry_md_close)> Digest(pOpened, gcry_md_close);
-        tools::ForEachRow(
-            Picture, [&](std::span<const uint8_t> Row) { gcry_md_write(Digest.get(), Row.data(), Row.size()); });
+        tools::ForEachRow(Picture,
+                          [&](std::span<const uint8_t> Row) { gcry_md_write(Digest.get(), Row.data(), Row.size()); });
         const unsigned char* const pDigest = gcry_md_read(Digest.get(), GCRY_MD_MD5);
         std::string Text;
         for (unsigned i = 0; i < gcry_md_get_algo_dlen(GCRY_MD_MD5); ++i) {
@@ -109,7 +109,7 @@ int Run(const Options& Wanted)
 int main(int argc, char** argv)
 try {
     Options Wanted;
-    CLI::App App("Decodes an H.264 stream and writes every picture as raw samples");
+    CommandLine App("Decodes an H.264 stream and writes every picture as raw samples");
     App.add_option("IN", Wanted.Input, "Annex B byte stream, or an MP4 file with --mp4")->required();
     auto* const pOutput =
         App.add_option("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");

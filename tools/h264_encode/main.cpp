@@ -1,12 +1,12 @@
 // h264_encode: drives UMC::H264VideoEncoder with any setting and writes the stream and its reconstruction.
 #include "encoder/h264_video_encoder.h"
 #include "media/umc_video_data.h"
+#include "tools/common/command_line.h"
 #include "tools/common/compared_planes.h"
 #include "tools/common/files.h"
 #include "tools/common/picture_size.h"
 #include "tools/h264_encode/param_fields.h"
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -41,7 +41,7 @@ Options ParseCommandLine(int argc, char** argv)
 {
     Options o;
     std::string Size;
-    CLI::App App{"Compresses raw planar pictures to H.264. Fields of --set: " + h264_encode::FieldNames()};
+    CommandLine App{"Compresses raw planar pictures to H.264. Fields of --set: " + h264_encode::FieldNames()};
     App.add_option("IN", o.In, "raw planar pictures")->required();
     App.add_option("--size", Size, "WxH")->required();
     App.add_option("--chroma", o.Chroma, "400, 420 or 422")->check(CLI::IsMember({400, 420, 422}));

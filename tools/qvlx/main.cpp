@@ -1,5 +1,6 @@
 // qvlx: the command line of the library, over its exported functions alone.
 #include "tools/common/cli_error.h"
+#include "tools/common/command_line.h"
 #include "tools/qvlx/qvlx.h"
 
 #include <cstdio>
@@ -33,7 +34,7 @@ const char* FrameTypeText(int32_t Type)
 
 int main(int argc, char** argv)
 try {
-    CLI::App App("H.264 coding and picture treatment through the Quilvex library", "qvlx");
+    CommandLine App("H.264 coding and picture treatment through the Quilvex library", "qvlx");
     App.require_subcommand(1);
     struct Entry {
         const char *pName, *pHelp;
