@@ -1,5 +1,6 @@
 #include "front/VCodec_H264.h"
 
+#include "Common/h/deleting_destructor.h"
 #include "decoder/h264_video_decoder.h"
 #include "encoder/h264_encoder_params.h"
 #include "encoder/h264_video_encoder.h"
@@ -79,14 +80,18 @@ int32_t Rgb24ToI420(const uint8_t* InBuf, size_t Size, uint8_t* OutBuf, int32_t 
 
 } // namespace
 
+CVCodec_H264::~CVCodec_H264()
+{
+    CloseEncoder();
+    CloseDecoder();
+}
+
+void* CVCodec_H264::DeletingDestructor(uint32_t iFlags) { return DestroyObject(this, iFlags); }
+
 int32_t CVCodec_H264::Release()
 {
     const int32_t Count = --m_iRefCount;
-    if (Count == 0) {
-        CloseEncoder();
-        CloseDecoder();
-        delete this;
-    }
+    if (Count == 0) DeletingDestructor(1);
     return Count;
 }
 

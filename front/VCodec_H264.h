@@ -22,7 +22,10 @@ class CVCodec_H264 : public IVCodec
 {
 public:
     CVCodec_H264() = default;
+    /// Virtual for the tests' doubles; it takes slots behind the interface's.
+    virtual ~CVCodec_H264();
 
+    void* DeletingDestructor(uint32_t iFlags) override;
     uint32_t GetFamilyTag() override { return kBackendSoftware; }
     int32_t AddRef() override { return ++m_iRefCount; }
     int32_t Release() override;

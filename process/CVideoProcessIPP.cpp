@@ -1,5 +1,6 @@
 #include "process/CVideoProcessIPP.h"
 
+#include "Common/h/deleting_destructor.h"
 #include "Common/h/settings.h"
 #include "kernels/bilateral/bilateral.h"
 #include "kernels/dispatch/image_kernels.h"
@@ -45,12 +46,14 @@ CVideoProcessIPP::CVideoProcessIPP()
 {
 }
 
+void* CVideoProcessIPP::DeletingDestructor(uint32_t iFlags) { return DestroyObject(this, iFlags); }
+
 int32_t CVideoProcessIPP::AddRef() { return ++m_References; }
 
 int32_t CVideoProcessIPP::Release()
 {
     const int32_t Count = --m_References;
-    if (Count == 0) delete this;
+    if (Count == 0) DeletingDestructor(1);
     return Count;
 }
 

@@ -21,7 +21,10 @@ class CVideoProcessIPP : public IVideoProcess
 {
 public:
     CVideoProcessIPP();
+    /// Virtual for the tests' doubles; it takes slots behind the interface's.
+    virtual ~CVideoProcessIPP() = default;
 
+    void* DeletingDestructor(uint32_t iFlags) override;
     int32_t AddRef() override;
     int32_t Release() override;
     int32_t SetKeyingEnabled(int32_t iMode) override;
@@ -40,8 +43,6 @@ public:
     int32_t ProcessFrame(int32_t iWidth, int32_t iHeight, uint8_t* pRgb, int32_t iPitch) override;
 
 protected:
-    ~CVideoProcessIPP() override = default; // by Release
-
     /// Looks for the green or the blue key near the corners of a picture's chroma planes, within the thresholds of the
     /// settings file (process/chroma_key.h). No operation asks for it at present.
     bool DetectKeyColor(int32_t iPitch, int32_t iHeight, const uint8_t* pU, const uint8_t* pV, ChromaKey& Found) const;

@@ -31,8 +31,15 @@ enum QuilvexBackendTag : uint32_t {
 ///
 /// One thread at a time uses an object; AddRef and Release may be called from any thread. Separate objects share
 /// nothing.
+///
+/// The order of the eleven operations is the contract: a client calls them by their place in the object's table. On
+/// 32-bit Windows each is a thiscall, as members are there for every compiler.
 struct IVCodec {
-    virtual ~IVCodec() {}
+    /// Slot 0; a client calls Release instead. Tears everything down, frees the object's memory when bit 0 of the flags
+    /// is set, and returns the object's address. That is what Microsoft's compiler makes of a virtual destructor, so a
+    /// client of that compiler whose own declaration has one there finds the same table, and its `delete` passes 1
+    /// here. Other compilers give a virtual destructor two slots; an ordinary member has one everywhere.
+    virtual void* DeletingDestructor(uint32_t iFlags) = 0;
 
     /// 0x495050 on every engine: the interface's family.
     virtual uint32_t GetFamilyTag() = 0;
@@ -90,4 +97,7 @@ struct IVCodec {
     /// Changes an encoder's rate, in kilobits a second, not 0. The software and AMD engines start a new stream with the
     /// next picture. @return 1 or 0 on those two; 0 on the others whatever the outcome.
     virtual int32_t SetBitrate(int32_t iKbps) = 0;
+
+protected:
+    ~IVCodec() = default; // no `delete` by a client: Release
 };

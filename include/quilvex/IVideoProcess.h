@@ -10,8 +10,12 @@
 ///
 /// One thread at a time uses an object, and settings are changed between frames. AddRef, Release and SetBackgroundImage
 /// may be called from any thread at any time. Separate objects share nothing.
+///
+/// The order of the seventeen operations is the contract, as that of IVCodec's is.
 struct IVideoProcess {
-    virtual ~IVideoProcess() {}
+    /// Slot 0, what Microsoft's compiler makes of a virtual destructor (IVCodec.h says more): destroys the object,
+    /// frees its memory when bit 0 of the flags is set, and returns its address. A client calls Release instead.
+    virtual void* DeletingDestructor(uint32_t iFlags) = 0;
 
     /// Adds a reference; returns the new count.
     virtual int32_t AddRef() = 0;
@@ -57,4 +61,7 @@ struct IVideoProcess {
     /// @note With keying off the rows are read without gaps whatever the pitch, so pass width * 3 (or minus that)
     ///       there; 0 stands for width * 3.
     virtual int32_t ProcessFrame(int32_t iWidth, int32_t iHeight, uint8_t* pRgb, int32_t iPitch) = 0;
+
+protected:
+    ~IVideoProcess() = default; // no `delete` by a client: Release
 };

@@ -45,7 +45,6 @@ public:
     using CVideoProcessIPP::m_Threshold1;
     using CVideoProcessIPP::m_Threshold2;
     using CVideoProcessIPP::m_Width;
-    ~OpenProcess() override = default;
 };
 
 /// An RGB24 picture, blue first, in a buffer without a byte to spare.
