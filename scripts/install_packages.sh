@@ -8,7 +8,7 @@ packages() {
     case "$1" in
     build) echo ca-certificates cmake ninja-build ccache g++ pkg-config python3 libyuv-dev libsimpleini-dev libcli11-dev \
         nlohmann-json3-dev libpng-dev libgcrypt20-dev ffmpeg ;;
-    test) echo libgtest-dev libgmock-dev x264 binutils valgrind ;;
+    test) echo libgtest-dev libgmock-dev x264 binutils valgrind clang ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev ;;
     peers) echo libopencv-imgproc-dev libswscale-dev ;;
     windows) echo g++-mingw-w64-i686-posix libz-mingw-w64-dev libgcrypt-mingw-w64-dev googletest dpkg-dev debootstrap util-linux ;;

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -24,6 +25,8 @@ enum Slot : size_t {
     kDecode,
     kSetBitrate
 };
+
+static_assert(!std::is_destructible_v<IVCodec>); // a client that says `delete` does not compile
 
 constexpr FrameSize kSize{64, 48};
 

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <new>
+#include <type_traits>
 
 namespace {
 
@@ -30,6 +31,8 @@ enum Slot : size_t {
     kGetBrightness,
     kProcessFrame
 };
+
+static_assert(!std::is_destructible_v<IVideoProcess>);
 
 class CountedProcess : public OpenProcess
 {
