@@ -1,11 +1,17 @@
-// How the client's logging library is called on this system.
+// The client's logging library, found in this system's way.
 #pragma once
+
+#include <cstdint>
 
 namespace platform {
 
-extern const char* const kTesselogName; // file name of the library
-extern const char* const
-    kTesselogWrite; // name of its call that takes 0, a level and a text; ordinal 27 where there are
-extern const char* const kTesselogUserPath; // name of its call that gives the per-user directory; ordinal 31
+/// Its two calls; null where there is none.
+struct TesselogCalls {
+    void (*pWrite)(int32_t iChannel, int32_t iLevel, const char* pText) = nullptr; // the channel is always 0
+    const char* (*pUserPath)(const char* pSubdirectory) = nullptr; // the per-user directory of a subdirectory
+};
+
+/// Loads it for good: its calls may be used to the very end of the process.
+TesselogCalls LoadTesselog();
 
 } // namespace platform

@@ -12,7 +12,7 @@ struct IHostLog {
     virtual std::string UserDataPath(const std::string& Subdirectory) = 0;
 };
 
-/// The log in use: "Tesselog", loaded by name at the first call; without it texts are dropped. Never null.
+/// The log in use: "Tesselog", loaded at the first call; without it texts are dropped. Never null.
 IHostLog* GetHostLog();
 /// Puts another log in its place, not owned; null restores the loaded one. Returns what stood before, null for the
 /// loaded one. Not to be called while another thread may log.
