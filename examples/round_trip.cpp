@@ -1,9 +1,21 @@
-// A client of the library: compresses one I420 picture and decompresses it again.
+// A client of the library: treats a camera picture, compresses it and decompresses it again.
 #include <quilvex/Quilvex.h>
 
 #include <cstdio>
 #include <vector>
 
+// Brightens an RGB24 picture in place and makes I420 of it.
+static bool TreatAndConvert(uint8_t* pRgb, int32_t iWidth, int32_t iHeight, uint8_t* pPicture)
+{
+    IVideoProcess* const pProcess = CreateVideoProcess();
+    if (!pProcess) return false;
+    pProcess->SetBrightness(0.2f);
+    pProcess->ProcessFrame(iWidth, iHeight, pRgb, iWidth * 3);
+    pProcess->Release();
+    return IPP_RGB24ToYUV420(pRgb, pPicture, iWidth, iHeight) == 1;
+}
+
+// Compresses one I420 picture and decompresses it again.
 static bool RoundTrip(const uint8_t* pPicture, int32_t iWidth, int32_t iHeight)
 {
     IVCodec* const pEncoder = CreateVCodec(1);   // encoder, hardware preferred
@@ -30,8 +42,9 @@ static bool RoundTrip(const uint8_t* pPicture, int32_t iWidth, int32_t iHeight)
 int main()
 {
     constexpr int32_t iWidth = 320, iHeight = 240;
-    const std::vector<uint8_t> Grey(iWidth * iHeight * 3 / 2, 128);
-    const bool bDone = RoundTrip(Grey.data(), iWidth, iHeight);
+    std::vector<uint8_t> Camera(iWidth * iHeight * 3, 128), Picture(iWidth * iHeight * 3 / 2);
+    const bool bDone =
+        TreatAndConvert(Camera.data(), iWidth, iHeight, Picture.data()) && RoundTrip(Picture.data(), iWidth, iHeight);
     std::printf("%s\n", bDone ? "one picture there and back" : "no engine serves this machine");
     return bDone ? 0 : 1;
 }
