@@ -38,13 +38,19 @@ class CountedProcess : public OpenProcess
 {
 public:
     ~CountedProcess() override { ++s_Destroyed; }
-    static inline int s_Destroyed = 0;
+    static void operator delete(void* p)
+    {
+        ++s_Freed;
+        ::operator delete(p);
+    }
+
+    static inline int s_Destroyed = 0, s_Freed = 0;
 };
 
 class VideoProcessTable : public testing::Test
 {
 protected:
-    VideoProcessTable() { CountedProcess::s_Destroyed = 0; }
+    VideoProcessTable() { CountedProcess::s_Destroyed = CountedProcess::s_Freed = 0; }
     void TearDown() override { EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 0); }
     int32_t Treat(RgbPicture& Picture)
     {
@@ -117,8 +123,9 @@ TEST_F(VideoProcessTable, SlotZeroWithTheFlagDestroysAndFrees)
 {
     void* const pOwn = static_cast<IVideoProcess*>(new CountedProcess);
     UseEverything(pOwn);
-    EXPECT_EQ(CallSlot<void*>(pOwn, kDestroy, 1u), pOwn); // the leak checker watches
+    EXPECT_EQ(CallSlot<void*>(pOwn, kDestroy, 1u), pOwn); // the leak checker watches the buffers
     EXPECT_EQ(CountedProcess::s_Destroyed, 1);
+    EXPECT_EQ(CountedProcess::s_Freed, 1);
 }
 
 TEST_F(VideoProcessTable, SlotZeroWithoutTheFlagLeavesTheMemory)
@@ -128,6 +135,7 @@ TEST_F(VideoProcessTable, SlotZeroWithoutTheFlagLeavesTheMemory)
     UseEverything(pPlaced);
     EXPECT_EQ(CallSlot<void*>(pPlaced, kDestroy, 0xFFFFFFFEu), pPlaced);
     EXPECT_EQ(CountedProcess::s_Destroyed, 1);
+    EXPECT_EQ(CountedProcess::s_Freed, 0);
 }
 
 TEST_F(VideoProcessTable, ReleaseDestroysOnce)
@@ -139,4 +147,5 @@ TEST_F(VideoProcessTable, ReleaseDestroysOnce)
     EXPECT_EQ(CountedProcess::s_Destroyed, 0);
     EXPECT_EQ(CallSlot<int32_t>(pOwn, kRelease), 0);
     EXPECT_EQ(CountedProcess::s_Destroyed, 1);
+    EXPECT_EQ(CountedProcess::s_Freed, 1);
 }
