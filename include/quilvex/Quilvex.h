@@ -4,14 +4,12 @@
 #include "quilvex/IVCodec.h"
 #include "quilvex/IVideoProcess.h"
 
-#if defined(_WIN32)
-#if defined(QUILVEX_BUILD)
+#if !defined(_WIN32)
+#define QUILVEX_API __attribute__((visibility("default")))
+#elif defined(QUILVEX_BUILD)
 #define QUILVEX_API __declspec(dllexport)
 #else
-#define QUILVEX_API __declspec(dllimport)
-#endif
-#else
-#define QUILVEX_API __attribute__((visibility("default")))
+#define QUILVEX_API // a function needs no dllimport: the same object then also links with the static library
 #endif
 
 extern "C" {
