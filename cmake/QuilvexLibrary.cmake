@@ -10,6 +10,13 @@ if(WIN32)
     set(exports ${CMAKE_SOURCE_DIR}/front/quilvex.def)
     target_sources(quilvex PRIVATE ${exports})
     set_target_properties(quilvex PROPERTIES PREFIX "")
+    # The symbols leave the library and lie beside it, for whoever has an address of a crash to look up.
+    set(symbols $<TARGET_FILE:quilvex>.debug)
+    add_custom_command(TARGET quilvex POST_BUILD VERBATIM
+        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:quilvex> ${symbols}
+        COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:quilvex>)
+    install(FILES ${symbols} TYPE BIN)
+    install(FILES ${exports} TYPE LIB)
 else()
     set(exports ${CMAKE_SOURCE_DIR}/front/quilvex.map)
     target_link_options(quilvex PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed)

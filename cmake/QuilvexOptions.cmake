@@ -30,6 +30,7 @@ endif()
 if(WIN32)
     # One file to ship: the compiler's run time goes into the library and into each program.
     add_link_options(-static)
+    add_compile_options(-g1) # functions and lines for the symbols beside the library
 endif()
 if(QUILVEX_SANITIZE)
     add_compile_options(-fsanitize=${QUILVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -15,3 +15,4 @@ ninja -C build/windows >>build/windows.log || { grep -E 'error|FAILED' build/win
 ctest --test-dir build/windows --output-on-failure -j "$(nproc)" --quiet -O build/windows-tests.log "$@" ||
     { grep -vE ' Passed |Start ' build/windows-tests.log | tail -n 200; exit 1; }
 tail -n 4 build/windows-tests.log
+scripts/windows_package.sh
