@@ -1,69 +1,61 @@
 #include "tests/support/failing_allocation.h"
 
+#include "tests/support/test_heap.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstdlib>
-#include <malloc.h>
 #include <new>
-
-// The allocator underneath: the system's, or a sanitizer's.
-extern "C" {
-void* __real_malloc(size_t Size);
-void* __real_calloc(size_t Count, size_t Size);
-void* __real_realloc(void* p, size_t Size);
-void* __real_aligned_alloc(size_t Alignment, size_t Size);
-void __real_free(void* p);
-}
 
 namespace {
 
-// Constant-initialised and trivially destroyed, so that the first request of a thread needs no memory for it.
+// What is known of the thread that made a FailingAllocation; the other threads have none.
 struct Watch {
-    bool bArmed;
-    bool bFailed;
+    bool bFailed = false;
     bool bRestFails;
     size_t FailAt;
-    size_t Requests;
-    ptrdiff_t Held;
-    ptrdiff_t Bytes, MostBytes;
+    size_t Requests = 0;
+    ptrdiff_t Held = 0;
+    ptrdiff_t Bytes = 0, MostBytes = 0;
 };
-thread_local constinit Watch s_Watch{};
+Watch* Own() { return static_cast<Watch*>(test_heap::ThreadValue()); }
 
 // Counts a request and says whether it is to be granted.
 bool Granted()
 {
-    Watch& w = s_Watch;
-    if (!w.bArmed) return true;
-    ++w.Requests;
-    if (w.FailAt == 0 || (w.bRestFails ? w.Requests < w.FailAt : w.Requests != w.FailAt)) return true;
-    w.bFailed = true;
+    Watch* const w = Own();
+    if (!w) return true;
+    ++w->Requests;
+    if (w->FailAt == 0 || (w->bRestFails ? w->Requests < w->FailAt : w->Requests != w->FailAt)) return true;
+    w->bFailed = true;
     return false;
 }
 
 void* Counted(void* p)
 {
-    Watch& w = s_Watch;
-    if (!p || !w.bArmed) return p;
-    ++w.Held;
-    w.Bytes += static_cast<ptrdiff_t>(malloc_usable_size(p));
-    w.MostBytes = std::max(w.MostBytes, w.Bytes);
+    Watch* const w = p ? Own() : nullptr;
+    if (!w) return p;
+    ++w->Held;
+    w->Bytes += static_cast<ptrdiff_t>(test_heap::UsableSize(p));
+    w->MostBytes = std::max(w->MostBytes, w->Bytes);
     return p;
 }
 
 // Before it goes.
 void Uncounted(void* p)
 {
-    if (!p || !s_Watch.bArmed) return;
-    --s_Watch.Held;
-    s_Watch.Bytes -= static_cast<ptrdiff_t>(malloc_usable_size(p));
+    Watch* const w = p ? Own() : nullptr;
+    if (!w) return;
+    --w->Held;
+    w->Bytes -= static_cast<ptrdiff_t>(test_heap::UsableSize(p));
 }
 
-void* Allocate(size_t Size) { return Granted() ? Counted(__real_malloc(Size ? Size : 1)) : nullptr; }
+void* Allocate(size_t Size) { return Granted() ? Counted(test_heap::Allocate(Size ? Size : 1)) : nullptr; }
 
 void* AllocateAligned(size_t Size, size_t Alignment)
 {
     const size_t Whole = (Size + Alignment - 1) / Alignment * Alignment;
-    return Granted() ? Counted(__real_aligned_alloc(Alignment, Whole ? Whole : Alignment)) : nullptr;
+    return Granted() ? Counted(test_heap::AllocateAligned(Alignment, Whole ? Whole : Alignment)) : nullptr;
 }
 
 void* OrThrow(void* p)
@@ -75,24 +67,37 @@ void* OrThrow(void* p)
 void GiveBack(void* p)
 {
     Uncounted(p);
-    __real_free(p);
+    test_heap::Free(p);
+}
+
+void GiveBackAligned(void* p)
+{
+    Uncounted(p);
+    test_heap::FreeAligned(p);
 }
 
 } // namespace
 
 FailingAllocation::FailingAllocation(size_t FailAt, After Rest)
 {
-    assert(!s_Watch.bArmed);
-    s_Watch = {true, false, Rest == After::Fail, FailAt, 0, 0, 0, 0};
+    assert(!Own());
+    void* const pPlace = test_heap::Allocate(sizeof(Watch));
+    if (!pPlace) std::abort();
+    test_heap::SetThreadValue(new (pPlace) Watch{.bRestFails = Rest == After::Fail, .FailAt = FailAt});
 }
 
-FailingAllocation::~FailingAllocation() { s_Watch = {}; }
+FailingAllocation::~FailingAllocation()
+{
+    Watch* const w = Own();
+    test_heap::SetThreadValue(nullptr);
+    test_heap::Free(w);
+}
 
-size_t FailingAllocation::Requests() { return s_Watch.Requests; }
-ptrdiff_t FailingAllocation::BlocksHeld() { return s_Watch.Held; }
-ptrdiff_t FailingAllocation::BytesHeld() { return s_Watch.Bytes; }
-ptrdiff_t FailingAllocation::MostBytesHeld() { return s_Watch.MostBytes; }
-bool FailingAllocation::Failed() const { return s_Watch.bFailed; }
+size_t FailingAllocation::Requests() { return Own() ? Own()->Requests : 0; }
+ptrdiff_t FailingAllocation::BlocksHeld() { return Own() ? Own()->Held : 0; }
+ptrdiff_t FailingAllocation::BytesHeld() { return Own() ? Own()->Bytes : 0; }
+ptrdiff_t FailingAllocation::MostBytesHeld() { return Own() ? Own()->MostBytes : 0; }
+bool FailingAllocation::Failed() const { return Own()->bFailed; }
 
 // What --wrap makes of the calls in the program and its static libraries.
 extern "C" {
@@ -102,17 +107,20 @@ void* __wrap_realloc(void* p, size_t Size);
 void* __wrap_aligned_alloc(size_t Alignment, size_t Size);
 void __wrap_free(void* p);
 
-void* __wrap_malloc(size_t Size) { return Granted() ? Counted(__real_malloc(Size)) : nullptr; }
-void* __wrap_calloc(size_t Count, size_t Size) { return Granted() ? Counted(__real_calloc(Count, Size)) : nullptr; }
+void* __wrap_malloc(size_t Size) { return Granted() ? Counted(test_heap::Allocate(Size)) : nullptr; }
+void* __wrap_calloc(size_t Count, size_t Size)
+{
+    return Granted() ? Counted(test_heap::AllocateZeroed(Count, Size)) : nullptr;
+}
 void* __wrap_aligned_alloc(size_t Alignment, size_t Size)
 {
-    return Granted() ? Counted(__real_aligned_alloc(Alignment, Size)) : nullptr;
+    return Granted() ? Counted(test_heap::AllocateAligned(Alignment, Size)) : nullptr;
 }
 void* __wrap_realloc(void* p, size_t Size)
 {
     if (!Granted()) return nullptr;
     Uncounted(p); // a block that moves stays one block
-    void* const pNew = __real_realloc(p, Size);
+    void* const pNew = test_heap::Reallocate(p, Size);
     if (!pNew && Size != 0) Counted(p); // it stays where it was
     return Counted(pNew);
 }
@@ -139,9 +147,9 @@ void operator delete(void* p, size_t) noexcept { GiveBack(p); }
 void operator delete[](void* p, size_t) noexcept { GiveBack(p); }
 void operator delete(void* p, const std::nothrow_t&) noexcept { GiveBack(p); }
 void operator delete[](void* p, const std::nothrow_t&) noexcept { GiveBack(p); }
-void operator delete(void* p, std::align_val_t) noexcept { GiveBack(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { GiveBack(p); }
-void operator delete(void* p, size_t, std::align_val_t) noexcept { GiveBack(p); }
-void operator delete[](void* p, size_t, std::align_val_t) noexcept { GiveBack(p); }
-void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { GiveBack(p); }
-void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { GiveBack(p); }
+void operator delete(void* p, std::align_val_t) noexcept { GiveBackAligned(p); }
+void operator delete[](void* p, std::align_val_t) noexcept { GiveBackAligned(p); }
+void operator delete(void* p, size_t, std::align_val_t) noexcept { GiveBackAligned(p); }
+void operator delete[](void* p, size_t, std::align_val_t) noexcept { GiveBackAligned(p); }
+void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { GiveBackAligned(p); }
+void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { GiveBackAligned(p); }
