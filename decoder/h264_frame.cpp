@@ -81,6 +81,7 @@ Status H264DecoderFrame::AllocateMbInfo(int32_t MbCount)
         p = pArray + Bytes;
         return pArray;
     };
+    static_assert(alignof(H264DecoderMotionVector) <= 16 && alignof(MbGlobalInfo) <= 16);
     for (H264DecoderMotionVector*& pMv : m_MbInfo.m_pMv)
         pMv = reinterpret_cast<H264DecoderMotionVector*>(Take(Count * kBlocks * sizeof(H264DecoderMotionVector)));
     for (int8_t*& pRefIdx : m_MbInfo.m_pRefIdx) pRefIdx = reinterpret_cast<int8_t*>(Take(Count * kBlocks));

@@ -30,6 +30,7 @@ void LocalMbMemory::Allocate(int32_t MbCount)
         p += Bytes;
         return pArray;
     };
+    static_assert(alignof(MbLocalInfo) <= kAlign && alignof(MbMvd) <= kAlign);
     m_Buffers.m_pLocal = reinterpret_cast<MbLocalInfo*>(Take(LocalBytes));
     for (MbMvd*& pMvd : m_Buffers.m_pMvd) pMvd = reinterpret_cast<MbMvd*>(Take(MvdBytes));
     m_Buffers.m_pIntraModes = Take(ModeBytes);

@@ -104,6 +104,9 @@ UMC::Status H264EncoderFrame<PixType>::AllocateTables(const FrameLayout& l)
     const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.bAlpha ? 2 : 1);
     auto* p = static_cast<uint8_t*>(AllocateZeroed(m_TableMemory, Bytes));
     if (!p) return UMC::StatusAllocFailed;
+    // The tables begin at multiples of 16 behind each other, of which the block's start is one.
+    static_assert(alignof(MotionVector) <= 16 && alignof(GlobalMacroblock) <= 16 &&
+                  16 * sizeof(MotionVector) % 16 == 0);
     for (MotionVector*& pVectors : mb_motion) {
         pVectors = reinterpret_cast<MotionVector*>(p);
         p += Count * 16 * sizeof(MotionVector);

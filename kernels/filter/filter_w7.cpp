@@ -141,6 +141,7 @@ int32_t FilterPlane(const typename Filter::Sample* pSource, ptrdiff_t SourceStep
     constexpr int kSide = Filter::kSide;
     const int32_t Blocks = (Width - 1) / Filter::kBlock + 1;
     if (Blocks > INT32_MAX / kSide / static_cast<int32_t>(sizeof(Sums))) return kStatusNoMemory;
+    static_assert(alignof(Sums) <= kBlockAlignment);
     auto* const pRing = reinterpret_cast<Sums*>(Malloc8u(kSide * Blocks * static_cast<int32_t>(sizeof(Sums))));
     if (!pRing) return kStatusNoMemory;
 

@@ -7,20 +7,20 @@
 namespace kernels {
 namespace {
 
-constexpr size_t kAlign = 32;
 constexpr size_t kExtra = 36;
 
 // The system's address stands in the pointer-sized place before the block. The system aligns its blocks to a pointer
-// at least, so the aligned address lies sizeof(void*) to kAlign bytes in and the block ends inside the kExtra bytes.
-static_assert(alignof(std::max_align_t) >= sizeof(void*) && kAlign <= kExtra);
+// at least, so the aligned address lies sizeof(void*) to kBlockAlignment bytes in and the block ends inside the kExtra
+// bytes.
+static_assert(alignof(std::max_align_t) >= sizeof(void*) && kBlockAlignment <= kExtra);
 
 uint8_t* AllocateAligned(size_t Size)
 {
     auto* const pRaw = static_cast<uint8_t*>(std::malloc(Size + kExtra));
     if (!pRaw) return nullptr;
     uint8_t* const pFirst = pRaw + sizeof(void*);
-    const size_t Past = reinterpret_cast<uintptr_t>(pFirst) % kAlign;
-    uint8_t* const pBlock = pFirst + (Past ? kAlign - Past : 0);
+    const size_t Past = reinterpret_cast<uintptr_t>(pFirst) % kBlockAlignment;
+    uint8_t* const pBlock = pFirst + (Past ? kBlockAlignment - Past : 0);
     std::memcpy(pBlock - sizeof(void*), &pRaw, sizeof(void*));
     return pBlock;
 }

@@ -9,6 +9,7 @@ namespace kernels {
 
 // Aligned blocks from the system: size + 36 bytes taken, a 32-byte aligned address inside them returned. Null for a
 // non-positive size or when memory is exhausted. Free(null) does nothing. These have no tiers.
+inline constexpr size_t kBlockAlignment = 32;
 uint8_t* Malloc8u(int32_t Size);
 float* Malloc32f(int32_t Count);
 void Free(void* pBlock);

@@ -57,6 +57,7 @@ int32_t ResizeCubic(const ResizePasses& Passes, const ResizeSource& From, const 
     const int64_t EndedBytes = (int64_t{From.Width} + kPixelsBefore + kPixelsAfter) * Passes.Channels + kSpare;
     ResizeWork Work;
     const int64_t ColumnPlace = Work.Reserve<Taps>(std::max(To.Width, To.Height));
+    static_assert(ResizeWork::kPartAlignment % kPassTableAlignment == 0);
     const int64_t TablePlace = Work.Reserve<uint8_t>(Passes.pTableBytes(To.Width, Passes.Channels));
     const int64_t EndedPlace = Work.Reserve<uint8_t>(EndedBytes);
     const int64_t RowPlace = Work.Reserve<int16_t>(kTaps * RoomyLength);

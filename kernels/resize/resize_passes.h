@@ -23,6 +23,9 @@ inline constexpr int kPixelsBefore = 2, kPixelsAfter = 3;
 // Spare bytes or samples behind rows and tables, which a vector may read or write.
 inline constexpr int kSpare = 64;
 
+// Of the tables of the passes, in bytes.
+inline constexpr size_t kPassTableAlignment = 16;
+
 // The four taps of a target column or row: the first tap's source position, and weights that add up to one.
 struct Taps {
     int32_t First;
@@ -39,8 +42,8 @@ struct ResizePasses {
     // Bytes of the table that pPrepare makes for Width target pixels of Channels.
     int64_t (*pTableBytes)(int32_t Width, int Channels);
 
-    // Makes the row pass's table, aligned to 16 bytes, from the taps of the target columns: First is a pixel of the
-    // row with its ends repeated, weights have kRowWeightBits.
+    // Makes the row pass's table, aligned to kPassTableAlignment, from the taps of the target columns: First is a pixel
+    // of the row with its ends repeated, weights have kRowWeightBits.
     void (*pPrepare)(const Taps* pTaps, int32_t Width, int Channels, void* pTable);
 
     // Writes Width * Channels samples, and up to kSpare more that mean nothing. pRow may be read kSpare bytes behind

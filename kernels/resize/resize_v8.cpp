@@ -88,6 +88,7 @@ static int64_t TableBytes(int32_t Width, int)
 
 static void Prepare(const Taps* pTaps, int32_t Width, int Channels, void* pTable)
 {
+    static_assert(alignof(RowTable) <= kPassTableAlignment);
     auto& Table = *static_cast<RowTable*>(pTable);
     const int64_t Samples = int64_t{Width} * Channels;
     Table.PerBlock = SamplesToABlock(pTaps, Samples, Channels);

@@ -7,16 +7,19 @@
 
 namespace kernels {
 
-// Adds up the parts first, then allocates once and hands the parts out, each aligned to 16 bytes.
+// Adds up the parts first, then allocates once and hands the parts out, each aligned to kPartAlignment bytes.
 class ResizeWork
 {
 public:
+    static constexpr int64_t kPartAlignment = 16;
+    static_assert(kBlockAlignment % kPartAlignment == 0);
+
     // Reserves Count elements; the result is the part's place for At().
     template <class T>
     int64_t Reserve(int64_t Count)
     {
         const int64_t Place = m_Size;
-        m_Size += (Count * static_cast<int64_t>(sizeof(T)) + 15) & ~int64_t{15};
+        m_Size += (Count * static_cast<int64_t>(sizeof(T)) + kPartAlignment - 1) & ~(kPartAlignment - 1);
         return Place;
     }
     bool Allocate()
@@ -27,6 +30,7 @@ public:
     template <class T>
     T* At(int64_t Place) const
     {
+        static_assert(alignof(T) <= kPartAlignment);
         return reinterpret_cast<T*>(m_pBlock.get() + Place);
     }
 
