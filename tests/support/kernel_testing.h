@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "kernels/dispatch/kernel_row.h"
+#include "tests/support/foreign_caller.h"
 
 namespace kernel_testing {
 
@@ -31,7 +32,8 @@ std::vector<kernels::Tier> FilledTiers(const kernels::KernelRow<Sig>& Row)
 void AddKernelTest(const char* pKernel, kernels::Tier Of, std::function<void()> Body, const char* pFile, int Line);
 
 /// Adds one such test a tier that has a variant of its own in the row: Body(variant, reference). Tests are added by
-/// hand and not as parameters, whose templates would cost a second of compiling a kernel.
+/// hand and not as parameters, whose templates would cost a second of compiling a kernel. The variant is called as a
+/// foreign caller does it (foreign_caller.h).
 /// @return true, so that a static constant can hold the call.
 template <class Sig>
 bool AddKernelTests(const kernels::KernelRow<Sig>& Row, std::type_identity_t<std::function<void(Sig*, Sig*)>> Body,
@@ -39,8 +41,12 @@ bool AddKernelTests(const kernels::KernelRow<Sig>& Row, std::type_identity_t<std
 {
     for (const kernels::Tier t : FilledTiers(Row))
         AddKernelTest(
-            Row.Name, t, [=, pFn = Row.At(t), pReference = Row.At(kernels::Tier::px)] { Body(pFn, pReference); }, pFile,
-            Line);
+            Row.Name, t,
+            [=, pFn = Row.At(t), pReference = Row.At(kernels::Tier::px)] {
+                foreign_caller::Caller<Sig>::s_pFn = pFn;
+                Body(foreign_caller::Caller<Sig>::Call, pReference);
+            },
+            pFile, Line);
     return true;
 }
 
