@@ -158,6 +158,7 @@ LEAVE_UNWATCHED(void*, __cxa_allocate_exception, (size_t Size), (Size))
 LEAVE_UNWATCHED(void, __cxa_free_exception, (void* p), (p))
 LEAVE_UNWATCHED(const void*, _Unwind_Find_FDE, (void* p, void* pBases), (p, pBases))
 LEAVE_UNWATCHED(void*, __emutls_get_address, (void* p), (p))
+LEAVE_UNWATCHED(int, pthread_once, (pthread_once_t * p, void (*pWork)()), (p, pWork))
 LEAVE_UNWATCHED(int, pthread_mutex_lock, (pthread_mutex_t * p), (p))
 LEAVE_UNWATCHED(int, pthread_create,
                 (pthread_t * p, const pthread_attr_t* pAttributes, void* (*pEntry)(void*), void* pArgument),
