@@ -9,12 +9,6 @@
 
 namespace test_heap {
 
-#ifdef _WIN32
-inline constexpr bool kSkewed = true;
-#else
-inline constexpr bool kSkewed = false;
-#endif
-
 void* Allocate(size_t Size);
 void* AllocateZeroed(size_t Count, size_t Size);
 void* Reallocate(void* p, size_t Size);
