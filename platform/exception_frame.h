@@ -5,7 +5,8 @@
 
 namespace platform {
 
-/// Codes that a handler is told, the ones structured exceptions carry.
+/// Codes that a handler is told, the ones structured exceptions carry. On Windows it is told every other code as well,
+/// that of a stack overflow (0xC00000FD) or of a driver's own exception.
 inline constexpr uint32_t kFaultAccess = 0xC0000005;
 inline constexpr uint32_t kFaultIllegalInstruction = 0xC000001D;
 inline constexpr uint32_t kFaultArithmetic = 0xC0000094;
@@ -19,8 +20,10 @@ inline constexpr uint32_t kFaultCppException = 0xE06D7363;
 /// @note   What the body held then stays held: no destructor between the fault and the frame is sure to run. Frames
 ///         nest, and any number of threads may be in frames of their own. A fault outside every frame goes where it
 ///         went before the process's first frame.
-/// @note   Where faults are signals, that first frame installs handlers, and they stay. Who installs one later stands
-///         in front of them, for faults inside frames too, and passes on what is not his.
+/// @note   Where faults are signals (on Windows, abort() alone), that first frame installs handlers, and they stay. Who
+///         installs one later stands in front of them, for faults inside frames too, and passes on what is not his.
+/// @note   On Windows only the abort() of the run-time library that this one uses is caught. The control words of the
+///         floating-point units are those of the entry again, however the body ended.
 bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode);
 
 /// The same for anything callable.

@@ -1,48 +1,17 @@
-// Exception frames: what they catch, what they leave alone, and what an entry costs.
+// Exception frames: what they catch, and how often.
 #include "platform/exception_frame.h"
+
+#include "tests/platform/faults.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
 using platform::Guarded;
-
-namespace {
-
-using SignalAction = struct sigaction; // apart from the function of the same name
-
-volatile int g_Zero = 0;
-
-void WriteToNull()
-{
-    volatile int* volatile pNull = nullptr;
-    *pNull = 1;
-}
-
-// Takes far more stack than a thread has.
-int Overflow(volatile char* pOuter, int Depth)
-{
-    volatile char Local[4096];
-    Local[0] = *pOuter;
-    return Depth ? Overflow(Local, Depth - 1) + Local[0] : 0;
-}
-
-void PreviousHandler(int) {}
-
-constexpr int kFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT};
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-
-} // namespace
 
 TEST(ExceptionFrame, ABodyThatEndsIsTrue)
 {
@@ -56,41 +25,59 @@ TEST(ExceptionFrame, ABodyThatEndsIsTrue)
 TEST(ExceptionFrame, AnAccessViolationEndsInTheHandler)
 {
     uint32_t Code;
-    EXPECT_FALSE(Guarded([] { raise(SIGSEGV); }, Code));
+    EXPECT_FALSE(Guarded(RaiseAccessFault, Code));
     EXPECT_EQ(Code, platform::kFaultAccess);
-    if (kSanitized) return; // the sanitizer reports a real one before the handler sees it
+    if (kSanitized) return;
     EXPECT_FALSE(Guarded(WriteToNull, Code));
     EXPECT_EQ(Code, platform::kFaultAccess);
 }
 
-TEST(ExceptionFrame, EachKindOfFaultHasItsCode)
+TEST(ExceptionFrame, ACppExceptionEndsInTheHandler)
 {
     uint32_t Code;
-    EXPECT_FALSE(Guarded([] { raise(SIGFPE); }, Code));
-    EXPECT_EQ(Code, platform::kFaultArithmetic);
-    EXPECT_FALSE(Guarded([] { raise(SIGILL); }, Code));
-    EXPECT_EQ(Code, platform::kFaultIllegalInstruction);
-    EXPECT_FALSE(Guarded([] { raise(SIGBUS); }, Code));
-    EXPECT_EQ(Code, platform::kFaultAccess);
-    EXPECT_FALSE(Guarded([] { raise(SIGTRAP); }, Code));
-    EXPECT_EQ(Code, platform::kFaultBreakpoint);
-    EXPECT_FALSE(Guarded([] { raise(SIGSYS); }, Code));
-    EXPECT_EQ(Code, platform::kFaultSystemCall);
-    EXPECT_FALSE(Guarded([] { raise(SIGABRT); }, Code));
-    EXPECT_EQ(Code, platform::kFaultAbort);
     EXPECT_FALSE(Guarded([] { throw 1; }, Code));
     EXPECT_EQ(Code, platform::kFaultCppException);
     EXPECT_FALSE(Guarded([] { throw std::runtime_error("x"); }, Code));
     EXPECT_EQ(Code, platform::kFaultCppException);
 }
 
-TEST(ExceptionFrame, AStackOverflowEndsInTheHandler)
+TEST(ExceptionFrame, CppExceptionsWorkAfterAFault)
+{
+    for (int i = 0; i < 100; ++i) {
+        uint32_t Code;
+        EXPECT_FALSE(Guarded(
+            [] {
+                try {
+                    RaiseAccessFault(); // leaves a function that has a handler of its own
+                } catch (...) {
+                }
+            },
+            Code));
+        EXPECT_EQ(Code, platform::kFaultAccess);
+        EXPECT_THROW(throw std::runtime_error("x"), std::runtime_error);
+    }
+}
+
+TEST(ExceptionFrame, AStackOverflowEndsInTheHandlerEachTime)
 {
     if (kSanitized) return; // it reserves the stack's guard for its own report
-    uint32_t Code;
-    char Seed = 0;
-    EXPECT_FALSE(Guarded([&] { g_Zero = g_Zero + Overflow(&Seed, 1 << 20); }, Code));
-    EXPECT_EQ(Code, platform::kFaultAccess);
+    for (int i = 0; i < 3; ++i) {
+        uint32_t Code;
+        EXPECT_FALSE(Guarded(OverflowStack, Code));
+        EXPECT_EQ(Code, kOverflowCode);
+    }
+}
+
+TEST(ExceptionFrame, AStackOverflowOnAnyThreadEndsInTheHandler)
+{
+    if (kSanitized) return;
+    for (int i = 0; i < 3; ++i)
+        std::thread([] {
+            uint32_t Code = 0;
+            Guarded([] {}, Code); // what a thread needs for it outlives the first frame
+            EXPECT_FALSE(Guarded(OverflowStack, Code));
+            EXPECT_EQ(Code, kOverflowCode);
+        }).join();
 }
 
 TEST(ExceptionFrame, FramesNest)
@@ -99,10 +86,13 @@ TEST(ExceptionFrame, FramesNest)
     bool bAfterInner = false;
     EXPECT_FALSE(Guarded(
         [&] {
-            EXPECT_FALSE(Guarded([] { raise(SIGSEGV); }, Inner));
+            EXPECT_FALSE(Guarded(RaiseAccessFault, Inner));
+            EXPECT_EQ(Inner, platform::kFaultAccess);
+            EXPECT_FALSE(Guarded([] { throw 1; }, Inner));
+            EXPECT_EQ(Inner, platform::kFaultCppException);
             bAfterInner = true;
             EXPECT_TRUE(Guarded([] {}, Inner));
-            raise(SIGILL);
+            RaiseIllegalInstruction();
         },
         Outer));
     EXPECT_TRUE(bAfterInner);
@@ -114,7 +104,7 @@ TEST(ExceptionFrame, AFaultMayComeAgainAndAgain)
 {
     for (int i = 0; i < 100; ++i) {
         uint32_t Code;
-        EXPECT_FALSE(Guarded([] { raise(SIGSEGV); }, Code));
+        EXPECT_FALSE(Guarded(RaiseAccessFault, Code));
     }
 }
 
@@ -128,7 +118,7 @@ TEST(ExceptionFrame, ThreadsHaveFramesOfTheirOwn)
                 uint32_t Code;
                 if (Guarded(
                         [&] {
-                            if ((i + t) % 2) raise(SIGSEGV);
+                            if ((i + t) % 2) RaiseAccessFault();
                         },
                         Code))
                     ++Passed;
@@ -157,101 +147,4 @@ TEST(ExceptionFrame, ABodyThatHitsABreakpointEndsInTheHandler)
     EXPECT_FALSE(Guarded([] { __asm__ volatile("int3"); }, Code));
     EXPECT_EQ(Code, platform::kFaultBreakpoint);
 #endif
-}
-
-TEST(ExceptionFrame, TheSignalMaskOfTheEntryIsBackAfterAFault)
-{
-    const auto IsBlocked = [] {
-        sigset_t Mask;
-        pthread_sigmask(SIG_BLOCK, nullptr, &Mask);
-        return sigismember(&Mask, SIGUSR1) == 1;
-    };
-    uint32_t Code;
-    EXPECT_FALSE(Guarded(
-        [&] {
-            sigset_t Mask;
-            sigemptyset(&Mask);
-            sigaddset(&Mask, SIGUSR1);
-            pthread_sigmask(SIG_BLOCK, &Mask, nullptr);
-            EXPECT_TRUE(IsBlocked());
-            raise(SIGSEGV);
-        },
-        Code));
-    EXPECT_FALSE(IsBlocked());
-}
-
-// ---- Handlers are installed once -------------------------------------------------------------------------------
-
-TEST(ExceptionFrame, TheHandlersStayBetweenFrames)
-{
-    uint32_t Code;
-    SignalAction Inside{}, After{};
-    for (const int Signal : kFaultSignals) {
-        Guarded([&] { sigaction(Signal, nullptr, &Inside); }, Code);
-        sigaction(Signal, nullptr, &After);
-        EXPECT_NE(Inside.sa_handler, SIG_DFL) << Signal;
-        EXPECT_EQ(Inside.sa_sigaction, After.sa_sigaction) << Signal;
-    }
-}
-
-TEST(ExceptionFrame, AnEntryInstallsNoHandler)
-{
-    uint32_t Code;
-    Guarded([] {}, Code);
-    for (const int Signal : kFaultSignals) {
-        SignalAction Action{}, Ours{}, Inside{}, After{};
-        Action.sa_handler = PreviousHandler;
-        sigaction(Signal, &Action, &Ours);
-        Guarded([&] { sigaction(Signal, nullptr, &Inside); }, Code);
-        sigaction(Signal, &Ours, &After);
-        EXPECT_EQ(Inside.sa_handler, PreviousHandler) << Signal; // who comes later stands in front
-        EXPECT_EQ(After.sa_handler, PreviousHandler) << Signal;
-        EXPECT_FALSE(Guarded([&] { raise(Signal); }, Code)) << Signal;
-    }
-}
-
-TEST(ExceptionFrame, AnEntrySetsNoSignalStack)
-{
-    std::thread([] {
-        uint32_t Code;
-        Guarded([] {}, Code);
-        static char s_Stack[64 * 1024];
-        stack_t Own{}, Kept{}, Inside{};
-        Own.ss_sp = s_Stack;
-        Own.ss_size = sizeof s_Stack;
-        sigaltstack(&Own, &Kept);
-        EXPECT_FALSE(Kept.ss_flags & SS_DISABLE); // one stands from the first frame on
-        Guarded([&] { sigaltstack(nullptr, &Inside); }, Code);
-        EXPECT_EQ(Inside.ss_sp, s_Stack);
-        sigaltstack(&Kept, nullptr);
-    }).join();
-}
-
-TEST(ExceptionFrame, AThreadKeepsTheSignalStackThatItHas)
-{
-    std::thread([] {
-        static char s_Stack[64 * 1024];
-        stack_t Own{}, Before{}, Inside{};
-        Own.ss_sp = s_Stack;
-        Own.ss_size = sizeof s_Stack;
-        sigaltstack(&Own, &Before);
-        uint32_t Code;
-        Guarded([&] { sigaltstack(nullptr, &Inside); }, Code);
-        EXPECT_EQ(Inside.ss_sp, s_Stack);
-        EXPECT_FALSE(Guarded([] { raise(SIGSEGV); }, Code));
-        sigaltstack(&Before, nullptr);
-    }).join();
-}
-
-TEST(ExceptionFrame, AStackOverflowOnAnyThreadEndsInTheHandler)
-{
-    if (kSanitized) return;
-    for (int i = 0; i < 3; ++i)
-        std::thread([] {
-            uint32_t Code = 0;
-            char Seed = 0;
-            Guarded([] {}, Code); // the stack for the handler outlives the first frame
-            EXPECT_FALSE(Guarded([&] { g_Zero = g_Zero + Overflow(&Seed, 1 << 20); }, Code));
-            EXPECT_EQ(Code, platform::kFaultAccess);
-        }).join();
 }
