@@ -1,7 +1,7 @@
 # The shared library with its eight exports, and the same objects as a static library for tests and tools.
 target_compile_definitions(quilvex_objects PRIVATE QUILVEX_BUILD)
 
-add_library(quilvex SHARED front/library_entry.cpp $<TARGET_OBJECTS:quilvex_objects>)
+add_library(quilvex SHARED front/library_entry_${QUILVEX_SYSTEM}.cpp $<TARGET_OBJECTS:quilvex_objects>)
 target_include_directories(quilvex PRIVATE ${CMAKE_SOURCE_DIR}
     PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(quilvex PRIVATE ${QUILVEX_LINK_LIBRARIES})

@@ -5,6 +5,13 @@ option(QUILVEX_BENCH "Build the benchmarks" OFF)
 option(QUILVEX_FUZZ "Build the fuzz targets with libFuzzer (clang only)" OFF)
 set(QUILVEX_SANITIZE "" CACHE STRING "Sanitizers for every target, such as address,undefined")
 
+# The system that the library is built for, as folders and files that stand for one are named.
+if(WIN32)
+    set(QUILVEX_SYSTEM win32)
+else()
+    set(QUILVEX_SYSTEM linux)
+endif()
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)

@@ -17,7 +17,7 @@ function(quilvex_sources)
         list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
     endforeach()
     file(GLOB sources CONFIGURE_DEPENDS ${patterns})
-    list(FILTER sources EXCLUDE REGEX "/library_entry\\.cpp$")
+    list(FILTER sources EXCLUDE REGEX "/library_entry_[a-z0-9]+\\.cpp$")
     foreach(source IN LISTS sources)
         if(source MATCHES "_(a6|w7|t7|v8|p8)\\.cpp$")
             set_source_files_properties(${source} TARGET_DIRECTORY quilvex_objects PROPERTIES
