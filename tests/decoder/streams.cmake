@@ -11,11 +11,12 @@ set_tests_properties("decoder: stream matrix" "decoder: shared media" PROPERTIES
 # Floods, and what they cost.
 add_executable(flood_driver ${CMAKE_CURRENT_LIST_DIR}/flood_driver.cpp ${CMAKE_CURRENT_LIST_DIR}/floods.cpp)
 target_link_libraries(flood_driver PRIVATE quilvex_test_support quilvex_core quilvex_failing_allocation)
-set(flood_test ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/floods.py $<TARGET_FILE:flood_driver>)
+set(flood_folder $<IF:$<BOOL:${CMAKE_CROSSCOMPILING}>,${QUILVEX_TOOLS_FOLDER},$<TARGET_FILE_DIR:flood_driver>>)
+set(flood_test ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/floods.py ${flood_folder}/flood_driver)
 add_test(NAME "decoder: memory of floods" COMMAND ${flood_test} memory)
 set_tests_properties("decoder: memory of floods" PROPERTIES TIMEOUT 600)
 # Instructions are counted by valgrind, which runs no sanitized program, against bounds of optimised code.
-if(NOT QUILVEX_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release")
+if(NOT QUILVEX_SANITIZE AND NOT CMAKE_CROSSCOMPILING AND CMAKE_BUILD_TYPE STREQUAL "Release")
     add_test(NAME "decoder: work of floods" COMMAND ${flood_test} work)
     set_tests_properties("decoder: work of floods" PROPERTIES TIMEOUT 600)
 endif()

@@ -93,9 +93,10 @@ def decoding(qvlx, folder, source):
 def probing(qvlx, tools):
     report = run_json(qvlx, "probe", "--json")
     check({r["id"]: r["engine"] for r in report}[0] == "IPP", f"{report}")
-    environment = dict(os.environ, LD_LIBRARY_PATH=str(tools / "tesselog"))
+    folder = tools / "tesselog"
+    environment = dict(os.environ, LD_LIBRARY_PATH=str(folder), WINEPATH=f"Z:{folder}")
     log = subprocess.run([qvlx, "probe"], env=environment, capture_output=True, check=True).stderr.decode()
-    check("[ 4] qvlx - CreateVCodec(0) IPP\n" in log and "[ 4] qvlx - CVCodecH264AMD::Init() res=" in log, log)
+    check("[ 4] qvlx - CreateVCodec(0) IPP" in log.splitlines() and "[ 4] qvlx - CVCodecH264AMD::Init() res=" in log, log)
 
 
 def main():
