@@ -1,6 +1,7 @@
 #include "front/closed_decoders.h"
 
 #include "decoder/h264_video_decoder.h"
+#include "platform/critical_section.h"
 
 #include <mutex>
 #include <new>
@@ -14,7 +15,7 @@ public:
     KeptDecoder* m_pNext = nullptr;
 };
 
-std::mutex g_Lock; // guards the chain; held for a few instructions
+platform::CriticalSection g_Lock; // guards the chain; held for a few instructions
 KeptDecoder* g_pFirst = nullptr;
 
 } // namespace

@@ -1,8 +1,9 @@
 // The lock that the codec front and the engines share, and its scope object.
 #pragma once
 
+#include "platform/critical_section.h"
+
 #include <cstdint>
-#include <mutex>
 
 /// A lock behind an interface. Both operations return 1.
 struct ISyncObject {
@@ -17,17 +18,17 @@ class WCritSec : public ISyncObject
 public:
     int32_t Lock(int32_t /*iTimeout*/) override
     {
-        m_Mutex.lock();
+        m_Section.lock();
         return 1;
     }
     int32_t Unlock() override
     {
-        m_Mutex.unlock();
+        m_Section.unlock();
         return 1;
     }
 
 private:
-    std::recursive_mutex m_Mutex;
+    platform::CriticalSection m_Section;
 };
 
 /// Holds a lock for a scope; null holds nothing.

@@ -1,13 +1,14 @@
 // A critical section: recursive on one thread.
 #pragma once
 
-#include <mutex>
+#include "platform/critical_section.h"
+
 #include <optional>
 
 namespace UMC {
 
 struct os_section {
-    std::optional<std::recursive_mutex> Mutex; // in place, so that a lock can be had when memory cannot
+    std::optional<platform::CriticalSection> Mutex; // in place, so that a lock can be had when memory cannot
 };
 
 void os_section_init(os_section& Section); // a second call changes nothing
