@@ -2,7 +2,7 @@
 #include "front/stdafx.h"
 #include "platform/paths.h"
 #include "tests/support/recording_log.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/user_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 std::string Contents(const std::string& Path)
 {
-    std::ifstream File(Path);
+    std::ifstream File(Path, std::ios::binary);
     std::ostringstream Text;
     Text << File.rdbuf();
     return Text.str();
@@ -71,8 +71,7 @@ TEST(CritSec, IsRecursiveAndAnswersOne)
 class SettingsFileTest : public testing::Test
 {
 protected:
-    TemporaryFolder m_Home;
-    ScopedEnvironment m_Data{"XDG_DATA_HOME", m_Home.Path().string()};
+    UserFolder m_Home;
 };
 
 TEST_F(SettingsFileTest, LiesInThePerUserFolder)
@@ -85,9 +84,9 @@ TEST_F(SettingsFileTest, UserDataPathAddsASeparatorOnlyWhereNoneIs)
 {
     EXPECT_EQ(GetUserDataPath("", false), m_Home.File("Zantrel/Orvanta"));
     EXPECT_EQ(GetUserDataPath("a", false), m_Home.File("Zantrel/Orvanta/a"));
-    EXPECT_EQ(GetUserDataPath("/a", false), m_Home.File("Zantrel/Orvanta/a"));
+    EXPECT_EQ(GetUserDataPath(platform::kPathSeparator + std::string("a"), false), m_Home.File("Zantrel/Orvanta/a"));
     EXPECT_FALSE(std::filesystem::exists(m_Home.File("Zantrel")));
-    GetUserDataPath("a/b", true);
+    GetUserDataPath(std::string("a") + platform::kPathSeparator + "b", true);
     EXPECT_TRUE(std::filesystem::is_directory(m_Home.File("Zantrel/Orvanta/a/b")));
 }
 
