@@ -20,7 +20,7 @@ public:
     void unlock();
 
 private:
-    alignas(std::max_align_t) std::byte m_Place[48]; // the system's object
+    alignas(void*) std::byte m_Place[48]; // the system's object
 };
 
 } // namespace platform

@@ -12,7 +12,8 @@ static std::recursive_mutex& Mutex(std::byte* pPlace)
 
 CriticalSection::CriticalSection()
 {
-    static_assert(sizeof(std::recursive_mutex) <= sizeof m_Place);
+    static_assert(sizeof(std::recursive_mutex) <= sizeof m_Place &&
+                  alignof(std::recursive_mutex) <= alignof(CriticalSection));
     new (m_Place) std::recursive_mutex;
 }
 

@@ -8,7 +8,7 @@ static CRITICAL_SECTION* Section(std::byte* pPlace) { return reinterpret_cast<CR
 
 CriticalSection::CriticalSection()
 {
-    static_assert(sizeof(CRITICAL_SECTION) <= sizeof m_Place);
+    static_assert(sizeof(CRITICAL_SECTION) <= sizeof m_Place && alignof(CRITICAL_SECTION) <= alignof(CriticalSection));
     InitializeCriticalSection(Section(m_Place));
 }
 

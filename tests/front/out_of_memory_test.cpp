@@ -3,7 +3,7 @@
 #include "front/selection.h"
 #include "front/stdafx.h"
 #include "tests/front/out_of_memory.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/user_folder.h"
 
 #include <thread>
 
@@ -53,8 +53,7 @@ TEST(OutOfMemory, ADecoderThatCouldNotBeMadeRefusesAndStaysSafe)
 
 TEST(OutOfMemory, EverySelectionEndsInAnEngineOrInNull)
 {
-    const TemporaryFolder Home;
-    const ScopedEnvironment Data("XDG_DATA_HOME", Home.Path().string());
+    const UserFolder Home;
     for (const uint32_t id : {0u, 1u, 2u, 11u, 111u}) {
         ForEachRequest([&](size_t n) {
             IVCodec* const pCodec = CreateVCodec(id);
@@ -67,8 +66,7 @@ TEST(OutOfMemory, EverySelectionEndsInAnEngineOrInNull)
 
 TEST(OutOfMemory, ASelectionThatFailsWhileItReadsTheSettingsHoldsNoLock)
 {
-    const TemporaryFolder Home;
-    const ScopedEnvironment Data("XDG_DATA_HOME", Home.Path().string());
+    const UserFolder Home;
     WriteProfileString(SettingsFile(), "CONFIG", "nvidia_disable", "an adapter with a name that is a little longer");
     bool bFailed = true;
     for (size_t n = 1; bFailed; ++n) {

@@ -11,17 +11,17 @@
 #include "kernels/dispatch/kernels.h"
 #include "kernels/dispatch/processor_class.h"
 #include "quilvex/Quilvex.h"
+#include "tests/support/faults.h"
+#include "tests/support/no_more_threads.h"
 #include "tests/support/recording_log.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/user_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <functional>
-#include <pthread.h>
 #include <stdexcept>
 #include <thread>
 
@@ -120,34 +120,14 @@ protected:
     std::string Setting() { return ReadProfileString(SettingsFile(), "CONFIG", "nvidia_disable", ""); }
     void WriteSetting(const char* pValue) { WriteProfileString(SettingsFile(), "CONFIG", "nvidia_disable", pValue); }
 
-    TemporaryFolder m_Home;
-    ScopedEnvironment m_Data{"XDG_DATA_HOME", m_Home.Path().string()};
+    UserFolder m_Home;
     FakeEngines m_Engines;
     RecordingLog m_Log;
 };
 
-// While it lives, no thread of this program can be started: each would need more stack than there are addresses.
-class NoMoreThreads
-{
-public:
-    NoMoreThreads()
-    {
-        pthread_getattr_default_np(&m_Before);
-        pthread_attr_t Huge;
-        pthread_attr_init(&Huge);
-        EXPECT_EQ(pthread_attr_setstacksize(&Huge, SIZE_MAX / 2 & ~size_t{0xFFFF}), 0);
-        EXPECT_EQ(pthread_setattr_default_np(&Huge), 0);
-        pthread_attr_destroy(&Huge);
-    }
-    ~NoMoreThreads() { pthread_setattr_default_np(&m_Before); }
-
-private:
-    pthread_attr_t m_Before;
-};
-
 bool Crash()
 {
-    std::raise(SIGSEGV);
+    RaiseAccessFault();
     return true;
 }
 
@@ -486,8 +466,7 @@ TEST(DriverFrame, AFaultIsLoggedByTheFilterAndThenByTheHandler)
 TEST(BuiltInEngines, RefuseAllHardware)
 {
     RecordingLog Log;
-    TemporaryFolder Home;
-    const ScopedEnvironment Data("XDG_DATA_HOME", Home.Path().string());
+    const UserFolder Home;
     EXPECT_EQ(CreateVCodec(11), nullptr);
     IVCodec* const pCodec = CreateVCodec(1);
     ASSERT_NE(pCodec, nullptr);

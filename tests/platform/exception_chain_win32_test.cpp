@@ -2,7 +2,7 @@
 // chain, vectored handlers, the filter for what nobody handles, and the handler of the abort signal.
 #include "platform/exception_frame.h"
 
-#include "tests/platform/faults.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Exception frames: what they catch, and how often.
 #include "platform/exception_frame.h"
 
-#include "tests/platform/faults.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 

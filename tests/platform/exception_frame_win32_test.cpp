@@ -1,7 +1,7 @@
 // Exception frames over structured exceptions: the code of each, and what a fault leaves behind.
 #include "platform/exception_frame.h"
 
-#include "tests/platform/faults.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 

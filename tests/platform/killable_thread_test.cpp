@@ -2,7 +2,8 @@
 #include "platform/killable_thread.h"
 
 #include "platform/exception_frame.h"
-#include "tests/platform/faults.h"
+#include "tests/support/faults.h"
+#include "tests/support/no_more_threads.h"
 
 #include <gtest/gtest.h>
 
@@ -48,4 +49,17 @@ TEST(RunWithTimeout, AThreadKilledInAFrameLeavesTheNextFrameWorking)
     uint32_t Code;
     EXPECT_TRUE(platform::Guarded([] {}, Code));
     EXPECT_FALSE(platform::Guarded(RaiseAccessFault, Code));
+}
+
+TEST(RunWithTimeout, AThreadThatCannotBeHadIsNotStarted)
+{
+    bool bRan = false;
+    const auto Work = [](void* p) { *static_cast<bool*>(p) = true; };
+    {
+        const NoMoreThreads None;
+        EXPECT_EQ(platform::RunWithTimeout(Work, &bRan, 3000), platform::BoundedResult::NotStarted);
+    }
+    EXPECT_FALSE(bRan);
+    EXPECT_EQ(platform::RunWithTimeout(Work, &bRan, 3000), platform::BoundedResult::Finished);
+    EXPECT_TRUE(bRan);
 }

@@ -1,14 +1,12 @@
-// Work with a bound on its time: handles, threads that cannot be had, and what a killed one held.
+// Work with a bound on its time: handles, and what a killed thread held.
 #include "platform/killable_thread.h"
 
 #include "platform/exception_frame.h"
-#include "tests/platform/faults.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
-
-#include <vector>
 
 using platform::BoundedResult;
 using platform::RunWithTimeout;
@@ -27,31 +25,6 @@ uintptr_t NextHandle()
     CloseHandle(Event);
     return reinterpret_cast<uintptr_t>(Event);
 }
-
-// Takes every range of addresses that a thread's stack could have.
-class NoRoomForStacks
-{
-public:
-    NoRoomForStacks()
-    {
-        constexpr size_t kLeft = 1024 * 1024; // smaller ranges stay: the system itself needs some
-        for (size_t Size = size_t{1} << 30; Size >= kLeft; Size /= 2)
-            while (void* const p = VirtualAlloc(nullptr, Size, MEM_RESERVE, PAGE_NOACCESS)) m_Ranges.push_back(p);
-    }
-    ~NoRoomForStacks()
-    {
-        for (void* const p : m_Ranges) VirtualFree(p, 0, MEM_RELEASE);
-    }
-
-private:
-    std::vector<void*> m_Ranges = Reserved();
-    static std::vector<void*> Reserved()
-    {
-        std::vector<void*> Ranges;
-        Ranges.reserve(4096);
-        return Ranges;
-    }
-};
 
 } // namespace
 
@@ -78,19 +51,6 @@ TEST(RunWithTimeout, AKilledThreadHasEndedAtTheReturn)
     ASSERT_NE(s_Thread, nullptr);
     EXPECT_EQ(WaitForSingleObject(s_Thread, 0), WAIT_OBJECT_0);
     CloseHandle(s_Thread);
-}
-
-TEST(RunWithTimeout, AThreadThatCannotBeHadIsNotStarted)
-{
-    bool bRan = false;
-    const auto Work = [](void* p) { *static_cast<bool*>(p) = true; };
-    {
-        const NoRoomForStacks None;
-        EXPECT_EQ(RunWithTimeout(Work, &bRan, INFINITE), BoundedResult::NotStarted);
-    }
-    EXPECT_FALSE(bRan);
-    EXPECT_EQ(RunWithTimeout(Work, &bRan, INFINITE), BoundedResult::Finished);
-    EXPECT_TRUE(bRan);
 }
 
 TEST(RunWithTimeout, AThreadKilledInALockLeavesItHeld)

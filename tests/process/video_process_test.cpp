@@ -1,11 +1,12 @@
 // Treatment of camera pictures: the settings and what becomes of a frame. Keying is in video_process_keying_test.
 #include "front/stdafx.h"
 #include "kernels/dispatch/image_kernels.h"
+#include "platform/paths.h"
 #include "quilvex/Quilvex.h"
 #include "tests/process/video_process_fixture.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/recording_log.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/user_folder.h"
 
 #include <gtest/gtest.h>
 #include <libyuv.h>
@@ -199,8 +200,7 @@ protected:
         return {m_Process.m_GreenThreshold1, m_Process.m_GreenThreshold2, m_Process.m_BlueThreshold1,
                 m_Process.m_BlueThreshold2};
     }
-    TemporaryFolder m_Home;
-    ScopedEnvironment m_Data{"XDG_DATA_HOME", m_Home.Path().string()};
+    UserFolder m_Home;
     OpenProcess m_Process;
 };
 
@@ -244,7 +244,7 @@ TEST_F(VideoProcessSettings, TheHostMayNameAnotherFolder)
     Write("[CONFIG]\ngreenThreshold1=11\n");
     std::ofstream(m_Home.File("Brellix.ini")) << "[CONFIG]\ngreenThreshold1=12\n";
     m_Process.SetKeyingEnabled(1);
-    EXPECT_EQ(Log.m_Asked, "/BrellixIni");
+    EXPECT_EQ(Log.m_Asked, platform::kPathSeparator + std::string("BrellixIni"));
     EXPECT_EQ(m_Process.m_GreenThreshold1, 12);
 }
 

@@ -14,6 +14,7 @@ public:
 
     /// A path below it, in the form that the library gives.
     std::string File(const std::string& Name) const;
+    const std::filesystem::path& Path() const { return m_Home.Path(); }
 
 private:
     struct Redirection;
