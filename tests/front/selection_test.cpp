@@ -20,6 +20,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <stdexcept>
@@ -125,6 +126,14 @@ protected:
     RecordingLog m_Log;
 };
 
+// Run-time libraries differ in how they print a pointer.
+std::string Printed(const void* p)
+{
+    char Text[32];
+    std::snprintf(Text, sizeof Text, "%p", p);
+    return Text;
+}
+
 bool Crash()
 {
     RaiseAccessFault();
@@ -156,11 +165,12 @@ TEST_F(Selection, TheLargestIdIsADecoderOfMode95)
 TEST_F(Selection, HardwareFirstTriesNvidiaThenAmdThenIntelThenSoftware)
 {
     EXPECT_EQ(TagOf(1), kBackendSoftware);
-    EXPECT_THAT(m_Log.Lines(), ElementsAre(LogLine{kLogInfo, "qvlx > CreateAMDH264hwVCodec bDecoder=0"},
-                                           LogLine{kLogInfo, "qvlx < CreateAMDH264hwVCodec bDecoder=0 pVCodec=(nil)"},
-                                           LogLine{kLogInfo, "qvlx - CreateVCodec(1) AMD/ATI=(nil)"},
-                                           LogLine{kLogInfo, "qvlx - CVCodecH264hw::IsSupportH264hw() impl=0"},
-                                           LogLine{kLogInfo, "qvlx - CreateVCodec(1) IPP"}));
+    EXPECT_THAT(m_Log.Lines(),
+                ElementsAre(LogLine{kLogInfo, "qvlx > CreateAMDH264hwVCodec bDecoder=0"},
+                            LogLine{kLogInfo, "qvlx < CreateAMDH264hwVCodec bDecoder=0 pVCodec=" + Printed(nullptr)},
+                            LogLine{kLogInfo, "qvlx - CreateVCodec(1) AMD/ATI=" + Printed(nullptr)},
+                            LogLine{kLogInfo, "qvlx - CVCodecH264hw::IsSupportH264hw() impl=0"},
+                            LogLine{kLogInfo, "qvlx - CreateVCodec(1) IPP"}));
     EXPECT_THAT(m_Engines.Trials, ElementsAre("nvidia encoder 320x240 15 75 120000", "intel 4"));
     EXPECT_EQ(m_Engines.AmdTrials, 1);
 }
@@ -186,7 +196,8 @@ TEST_F(Selection, AmdIsToldTheDecoderNumberOfTheRequest)
     m_Engines.bAmd = true;
     EXPECT_EQ(TagOf(201), kBackendAmd);
     EXPECT_EQ(m_Log.Lines().front(), (LogLine{kLogInfo, "qvlx > CreateAMDH264hwVCodec bDecoder=2"}));
-    EXPECT_EQ(m_Log.With("CreateVCodec(201) AMD/ATI=0x").size(), 1u);
+    EXPECT_EQ(m_Log.With("CreateVCodec(201) AMD/ATI=").size(), 1u);
+    EXPECT_TRUE(m_Log.With("AMD/ATI=" + Printed(nullptr)).empty());
 }
 
 TEST_F(Selection, IntelHardwareServesWhenTheSessionIsHardware)
@@ -408,7 +419,7 @@ TEST_F(Selection, AnAmdThreadThatCannotStartIsARefusalAndNoHang)
     EXPECT_EQ(TagOf(1), kBackendSoftware);
     EXPECT_EQ(m_Engines.AmdTrials, 0);
     EXPECT_EQ(AmdProbeHangCount, 0);
-    EXPECT_EQ(m_Log.With("qvlx - CreateVCodec(1) AMD/ATI=(nil)").size(), 1u);
+    EXPECT_EQ(m_Log.With("qvlx - CreateVCodec(1) AMD/ATI=" + Printed(nullptr)).size(), 1u);
 }
 
 TEST_F(Selection, ManyThreadsMaySelectAtOnce)
