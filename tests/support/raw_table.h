@@ -14,7 +14,10 @@
 template <class Result, class... Arguments>
 Result CallSlot(void* pObject, size_t Slot, Arguments... Values)
 {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wattributes" // of a function that is no member
     using Operation = Result(QUILVEX_MEMBER_CALL*)(void*, Arguments...);
+#pragma GCC diagnostic pop
     void* const* const pTable = *static_cast<void***>(pObject);
     return reinterpret_cast<Operation>(pTable[Slot])(pObject, Values...);
 }
