@@ -40,7 +40,8 @@ size_t os_file_write(const void* pBuffer, size_t ItemSize, size_t Count, os_file
 
 bool os_file_seek(os_file* pFile, int64_t Position, int Origin)
 {
-    return std::fseek(pFile->pHandle, static_cast<long>(Position), Origin) == 0;
+    const auto Reached = static_cast<long>(Position); // 32 bits wide on some systems
+    return Reached == Position && std::fseek(pFile->pHandle, Reached, Origin) == 0;
 }
 
 int64_t os_file_size(const char* pName)

@@ -181,4 +181,23 @@ TEST(OsFile, WritesReadsSeeksAndTellsSizes)
     EXPECT_TRUE(os_file_close(nullptr));
 }
 
+TEST(OsFile, APositionThatCannotBeHadIsRefusedAndNotAnother)
+{
+    TemporaryFolder Folder;
+    const std::string Name = Folder.File("data");
+    os_file* pFile = os_file_open(Name.c_str(), "wb");
+    ASSERT_NE(pFile, nullptr);
+    EXPECT_EQ(os_file_write("x", 1, 1, pFile), 1u);
+    EXPECT_TRUE(os_file_close(pFile));
+    pFile = os_file_open(Name.c_str(), "rb");
+    ASSERT_NE(pFile, nullptr);
+    char Byte = 0;
+    for (const int64_t Position : {int64_t{1} << 32, -(int64_t{1} << 32)}) {
+        EXPECT_TRUE(os_file_seek(pFile, 0, SEEK_END));
+        os_file_seek(pFile, Position, SEEK_SET); // systems differ in whether they can
+        EXPECT_EQ(os_file_read(&Byte, 1, 1, pFile), 0u) << Position;
+    }
+    EXPECT_TRUE(os_file_close(pFile));
+}
+
 TEST(OsSystem, ThereIsAProcessor) { EXPECT_GE(os_processor_count(), 1u); }
