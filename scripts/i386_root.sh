@@ -27,12 +27,20 @@ if [ ! -d "$root" ]; then
     make_root >build/i386-root.log 2>&1 || { tail -n 20 build/i386-root.log >&2; exit 1; }
 fi
 
+# Its package client works as this machine's does now: name servers, proxies and what is asked of a list's dates.
+share_network() {
+    "${as_root[@]}" cp -L --remove-destination /etc/resolv.conf "$root/etc/resolv.conf"
+    apt-config dump Acquire | grep -E '::Proxy|::Check-(Date|Valid-Until) ' |
+        "${as_root[@]}" tee "$root/etc/apt/apt.conf.d/90machine" >/dev/null || true # none is set
+}
+
 missing=()
 for package in "$@"; do
-    grep -qx "Package: $package" "$root/var/lib/dpkg/status" || missing+=("$package")
+    dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+        missing+=("$package")
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
 echo "installing ${missing[*]} in the i386 system"
-{ "${as_root[@]}" chroot "$root" apt-get update &&
+{ share_network && "${as_root[@]}" chroot "$root" apt-get update &&
     "${as_root[@]}" chroot "$root" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"; } \
     >build/i386-root.log 2>&1 || { tail -n 20 build/i386-root.log >&2; exit 1; }
