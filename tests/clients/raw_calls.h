@@ -2,6 +2,7 @@
  * table. */
 #pragma once
 
+#include <stdint.h>
 #include <windows.h>
 
 #define MEMBER __attribute__((thiscall))
