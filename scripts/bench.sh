@@ -5,6 +5,8 @@
 #        bench.sh --kernels [FILTER]      every kernel in every tier instead
 #        bench.sh --images [FILTER]       the image kernels beside other libraries' functions instead
 #        bench.sh --process [FILTER]      the treatment of camera pictures instead
+#        bench.sh --32bit [--source FILE.y4m] [--frames N] [--rates K,K] [--loads N]
+#                                         the codec on 32 bits beside 64, and the Windows library's size and load time instead
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh build test bench peers
@@ -21,6 +23,16 @@ fi
 if [ "${1:-}" = --process ]; then
     ninja -C build/release process_bench >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }
     exec build/release/process_bench --benchmark_filter="${2:-.}"
+fi
+if [ "${1:-}" = --32bit ]; then
+    scripts/install_packages.sh test windows
+    scripts/windows_libraries.sh
+    scripts/i386_root.sh g++ cmake ninja-build pkg-config valgrind libyuv-dev libsimpleini-dev libcli11-dev nlohmann-json3-dev \
+        libpng-dev libgcrypt20-dev libbenchmark-dev
+    { ninja -C build/release codec_bench camera_scene qvlx && scripts/i386_run.sh cmake --preset linux32 &&
+        scripts/i386_run.sh ninja -C build/linux32 codec_bench qvlx && cmake --preset windows &&
+        ninja -C build/windows quilvex load_time; } >>build/bench.log 2>&1 || { tail -n 40 build/bench.log >&2; exit 1; }
+    exec python3 scripts/bench_32bit.py "${@:2}"
 fi
 ninja -C build/release codec_bench camera_scene >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }
 exec python3 scripts/bench_codecs.py build/release "$@"

@@ -39,16 +39,32 @@ def interleaved(commands, rounds):
     return reports
 
 
+def callgrind(output, *command):
+    """A command that counts the instructions inside the codec's calls of another one, by function, into a file."""
+    return ["valgrind", "--tool=callgrind", "--collect-atstart=no", f"--callgrind-out-file={output}", *command]
+
+
 def instructions(command, frames):
     """Millions of instructions a picture, counted inside the codec's calls only."""
     with tempfile.NamedTemporaryFile() as output:
-        text = run("valgrind", "--tool=callgrind", "--collect-atstart=no", f"--callgrind-out-file={output.name}", *command).stderr
+        text = run(*callgrind(output.name, *command)).stderr
     return int(re.search(r"Collected : (\d+)", text).group(1)) / frames / 1e6
 
 
 def luma_psnr(stream, source, fps):
     text = run("ffmpeg", "-nostdin", "-r", fps, "-i", stream, "-r", fps, "-i", source, "-lavfi", "psnr", "-f", "null", "-").stderr
     return float(re.search(r"PSNR y:([\d.]+|inf)", text).group(1))
+
+
+def render(build, source, fps, frames):
+    """The scene that the codecs are compared on."""
+    run(build / "camera_scene", "-o", source, "--size", "1280x720", "--fps", fps, "--frames", frames)
+
+
+def peer_stream(source, kbps, stream):
+    """The stream that the decoders are compared on."""
+    run("x264", "--quiet", "--preset", "fast", "--tune", "zerolatency", "--threads", 1, "--profile", "main", "--ref", 1,
+        "--bframes", 0, "--bitrate", kbps, "--keyint", 300, "-o", stream, source)
 
 
 def available(bench, kind, names, sample):
@@ -78,11 +94,10 @@ def main():
         folder = pathlib.Path(name)
         source = args.source or folder / "scene.y4m"
         if not args.source:
-            run(args.build / "camera_scene", "-o", source, "--size", "1280x720", "--fps", fps, "--frames", args.frames)
+            render(args.build, source, fps, args.frames)
         for kbps in (int(r) for r in args.rates.split(",")):
             stream = folder / f"{kbps}.264"
-            run("x264", "--quiet", "--preset", "fast", "--tune", "zerolatency", "--threads", 1, "--profile", "main", "--ref", 1,
-                "--bframes", 0, "--bitrate", kbps, "--keyint", 300, "-o", stream, source)
+            peer_stream(source, kbps, stream)
             print(f"\nEncoding at {kbps} kb/s, one core\n")
             row("encoder", "frames/s", "kb/s", "PSNR Y dB", "million instructions a picture")
             row("---", "---:", "---:", "---:", "---:")
