@@ -100,23 +100,22 @@ def codec(source, kbps, folder):
 
 
 def sections(library):
-    """Bytes of the library's sections in memory; what only a debugger reads is not among them."""
+    """Bytes of the library's sections."""
     sizes = collections.Counter()
     for name, size in re.findall(r"^ *\d+ (\S+) +([0-9a-f]{8}) ", run("i686-w64-mingw32-objdump", "-h", library).stdout, re.M):
         sizes[name] += int(size, 16)
     return sizes
 
 
-def windows_library(folder, loads):
-    library, stripped = TREE / "build/windows/quilvex.dll", folder / "quilvex.dll"
-    run("i686-w64-mingw32-strip", "-o", stripped, library)
-    print(f"\nWindows library: {stripped.stat().st_size} bytes stripped, {library.stat().st_size} with symbols\n")
+def windows_library(loads):
+    library = TREE / "build/windows/quilvex.dll"
+    print(f"\nWindows library: {library.stat().st_size} bytes, its symbols {library.with_suffix('.dll.debug').stat().st_size}\n")
     row("section", "bytes")
     row("---", "---:")
-    for name, size in sections(stripped).items():
+    for name, size in sections(library).items():
         row(name, size)
     client = TREE / "build/windows/tests/clients/load_time.exe"
-    times = json.loads(run(TREE / "scripts/wine.sh", client, stripped, loads).stdout)
+    times = json.loads(run(TREE / "scripts/wine.sh", client, library, loads).stdout)
     print(f"\nLoad time, median of {times['loads']} under Wine, whose loader is not that of Windows: "
           f"{times['load_and_free']:.0f} microseconds for LoadLibrary and FreeLibrary, "
           f"{times['load_and_create']:.0f} for LoadLibrary and CreateVCodec")
@@ -136,7 +135,7 @@ def main():
             render(BITS64.folder, source, FPS, args.frames)
         for kbps in (int(r) for r in args.rates.split(",")):
             codec(source, kbps, folder)
-        windows_library(folder, args.loads)
+        windows_library(args.loads)
 
 
 if __name__ == "__main__":
