@@ -2,6 +2,8 @@
  * table. */
 #pragma once
 
+#include "../support/interface_slots.h"
+
 #include <stdint.h>
 #include <windows.h>
 
@@ -13,37 +15,3 @@
 
 typedef void* CreateVCodecCall(uint32_t Id);
 typedef void* CreateVideoProcessCall(void);
-
-/* Places in the codec's table and in that of the camera treatment. */
-enum {
-    kCodecDestroy,
-    kGetFamilyTag,
-    kCodecAddRef,
-    kCodecRelease,
-    kReset,
-    kGetBackendTag,
-    kInitEncoder,
-    kEncode,
-    kInitDecoder,
-    kDecode,
-    kSetBitrate
-};
-enum {
-    kProcessDestroy,
-    kProcessAddRef,
-    kProcessRelease,
-    kSetKeyingEnabled,
-    kGetKeyingEnabled,
-    kSetBackgroundImage,
-    kSetKeyColor,
-    kGetKeyColor,
-    kGetDefaultKeyColor,
-    kSetKeyDistance,
-    kGetKeyDistance,
-    kGetDefaultKeyDistance,
-    kSetSmoothingEnabled,
-    kGetSmoothingEnabled,
-    kSetBrightness,
-    kGetBrightness,
-    kProcessFrame
-};

@@ -1,5 +1,6 @@
 // The eleven slots of IVCodec in the order that a client of another compiler knows, called through the bare table.
 #include "front/VCodec_H264.h"
+#include "tests/support/interface_slots.h"
 #include "tests/support/raw_table.h"
 #include "tools/common/camera_scene.h"
 
@@ -11,20 +12,6 @@
 #include <vector>
 
 namespace {
-
-enum Slot : size_t {
-    kDestroy,
-    kGetFamilyTag,
-    kAddRef,
-    kRelease,
-    kReset,
-    kGetBackendTag,
-    kInitEncoder,
-    kEncode,
-    kInitDecoder,
-    kDecode,
-    kSetBitrate
-};
 
 static_assert(!std::is_destructible_v<IVCodec>); // a client that says `delete` does not compile
 
@@ -81,13 +68,13 @@ TEST_F(CodecTable, TagsCountsAndResetAnswerInTheirSlots)
     void* const p = New();
     EXPECT_EQ(CallSlot<uint32_t>(p, kGetFamilyTag), 0x495050u);
     EXPECT_EQ(CallSlot<uint32_t>(p, kGetBackendTag), 0x414D44u);
-    EXPECT_EQ(CallSlot<int32_t>(p, kAddRef), 2);
-    EXPECT_EQ(CallSlot<int32_t>(p, kAddRef), 3);
-    EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 2);
+    EXPECT_EQ(CallSlot<int32_t>(p, kCodecAddRef), 2);
+    EXPECT_EQ(CallSlot<int32_t>(p, kCodecAddRef), 3);
+    EXPECT_EQ(CallSlot<int32_t>(p, kCodecRelease), 2);
     EXPECT_EQ(CallSlot<int32_t>(p, kReset), 0);
-    EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 1);
+    EXPECT_EQ(CallSlot<int32_t>(p, kCodecRelease), 1);
     EXPECT_EQ(Destroyed(), 0);
-    EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 0);
+    EXPECT_EQ(CallSlot<int32_t>(p, kCodecRelease), 0);
     EXPECT_EQ(Destroyed(), 1);
     EXPECT_EQ(Freed(), 1);
 }
@@ -128,15 +115,15 @@ TEST_F(CodecTable, APictureGoesThroughTheSlotsOfBothSides)
     EXPECT_EQ(Encode(0), 1);
     EXPECT_EQ(Type, kFrameI); // a new stream
 
-    EXPECT_EQ(CallSlot<int32_t>(pEncoder, kRelease), 0);
-    EXPECT_EQ(CallSlot<int32_t>(pDecoder, kRelease), 0);
+    EXPECT_EQ(CallSlot<int32_t>(pEncoder, kCodecRelease), 0);
+    EXPECT_EQ(CallSlot<int32_t>(pDecoder, kCodecRelease), 0);
 }
 
 TEST_F(CodecTable, SlotZeroWithTheFlagTearsDownAndFrees)
 {
     void* const p = New();
     ASSERT_TRUE(InitBothSides(p));
-    EXPECT_EQ(CallSlot<void*>(p, kDestroy, 1u), p); // the leak checker watches
+    EXPECT_EQ(CallSlot<void*>(p, kCodecDestroy, 1u), p); // the leak checker watches
     EXPECT_EQ(Destroyed(), 1);
     EXPECT_EQ(Freed(), 1);
 }
@@ -146,7 +133,7 @@ TEST_F(CodecTable, SlotZeroWithoutTheFlagTearsDownAndLeavesTheMemory)
     PlacedCodec Placed;
     void* const p = Placed.Get();
     ASSERT_TRUE(InitBothSides(p));
-    EXPECT_EQ(CallSlot<void*>(p, kDestroy, 0u), p);
+    EXPECT_EQ(CallSlot<void*>(p, kCodecDestroy, 0u), p);
     EXPECT_EQ(Destroyed(), 1);
     EXPECT_EQ(Freed(), 0);
 }
@@ -155,9 +142,9 @@ TEST_F(CodecTable, OnlyTheLowestFlagOfSlotZeroFrees)
 {
     PlacedCodec Placed;
     void *const pPlaced = Placed.Get(), *const p = New();
-    EXPECT_EQ(CallSlot<void*>(pPlaced, kDestroy, 0xFFFFFFFEu), pPlaced);
+    EXPECT_EQ(CallSlot<void*>(pPlaced, kCodecDestroy, 0xFFFFFFFEu), pPlaced);
     EXPECT_EQ(Freed(), 0);
-    EXPECT_EQ(CallSlot<void*>(p, kDestroy, 0xFFFFFFFFu), p);
+    EXPECT_EQ(CallSlot<void*>(p, kCodecDestroy, 0xFFFFFFFFu), p);
     EXPECT_EQ(Freed(), 1);
     EXPECT_EQ(Destroyed(), 2);
 }
@@ -166,7 +153,7 @@ TEST_F(CodecTable, ReleaseTearsBothSidesDown)
 {
     void* const p = New();
     ASSERT_TRUE(InitBothSides(p));
-    EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 0); // the leak checker watches
+    EXPECT_EQ(CallSlot<int32_t>(p, kCodecRelease), 0); // the leak checker watches
     EXPECT_EQ(Destroyed(), 1);
     EXPECT_EQ(Freed(), 1);
 }

@@ -2,6 +2,7 @@
 // table.
 #include "quilvex/Quilvex.h"
 #include "tests/process/video_process_fixture.h"
+#include "tests/support/interface_slots.h"
 #include "tests/support/raw_table.h"
 
 #include <gtest/gtest.h>
@@ -11,26 +12,6 @@
 #include <type_traits>
 
 namespace {
-
-enum Slot : size_t {
-    kDestroy,
-    kAddRef,
-    kRelease,
-    kSetKeyingEnabled,
-    kGetKeyingEnabled,
-    kSetBackgroundImage,
-    kSetKeyColor,
-    kGetKeyColor,
-    kGetDefaultKeyColor,
-    kSetKeyDistance,
-    kGetKeyDistance,
-    kGetDefaultKeyDistance,
-    kSetSmoothingEnabled,
-    kGetSmoothingEnabled,
-    kSetBrightness,
-    kGetBrightness,
-    kProcessFrame
-};
 
 static_assert(!std::is_destructible_v<IVideoProcess>);
 
@@ -51,7 +32,7 @@ class VideoProcessTable : public testing::Test
 {
 protected:
     VideoProcessTable() { CountedProcess::s_Destroyed = CountedProcess::s_Freed = 0; }
-    void TearDown() override { EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 0); }
+    void TearDown() override { EXPECT_EQ(CallSlot<int32_t>(p, kProcessRelease), 0); }
     int32_t Treat(RgbPicture& Picture)
     {
         return CallSlot<int32_t>(p, kProcessFrame, Picture.Width, Picture.Height, Picture.Bytes.data(), Picture.Pitch);
@@ -75,10 +56,10 @@ void UseEverything(void* p)
 
 TEST_F(VideoProcessTable, CountsAnswerInTheirSlots)
 {
-    EXPECT_EQ(CallSlot<int32_t>(p, kAddRef), 2);
-    EXPECT_EQ(CallSlot<int32_t>(p, kAddRef), 3);
-    EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 2);
-    EXPECT_EQ(CallSlot<int32_t>(p, kRelease), 1);
+    EXPECT_EQ(CallSlot<int32_t>(p, kProcessAddRef), 2);
+    EXPECT_EQ(CallSlot<int32_t>(p, kProcessAddRef), 3);
+    EXPECT_EQ(CallSlot<int32_t>(p, kProcessRelease), 2);
+    EXPECT_EQ(CallSlot<int32_t>(p, kProcessRelease), 1);
 }
 
 TEST_F(VideoProcessTable, EverySettingIsReadBackThroughItsOwnSlot)
@@ -123,7 +104,7 @@ TEST_F(VideoProcessTable, SlotZeroWithTheFlagDestroysAndFrees)
 {
     void* const pOwn = static_cast<IVideoProcess*>(new CountedProcess);
     UseEverything(pOwn);
-    EXPECT_EQ(CallSlot<void*>(pOwn, kDestroy, 1u), pOwn); // the leak checker watches the buffers
+    EXPECT_EQ(CallSlot<void*>(pOwn, kProcessDestroy, 1u), pOwn); // the leak checker watches the buffers
     EXPECT_EQ(CountedProcess::s_Destroyed, 1);
     EXPECT_EQ(CountedProcess::s_Freed, 1);
 }
@@ -133,7 +114,7 @@ TEST_F(VideoProcessTable, SlotZeroWithoutTheFlagLeavesTheMemory)
     alignas(CountedProcess) std::byte Place[sizeof(CountedProcess)];
     void* const pPlaced = static_cast<IVideoProcess*>(new (Place) CountedProcess);
     UseEverything(pPlaced);
-    EXPECT_EQ(CallSlot<void*>(pPlaced, kDestroy, 0xFFFFFFFEu), pPlaced);
+    EXPECT_EQ(CallSlot<void*>(pPlaced, kProcessDestroy, 0xFFFFFFFEu), pPlaced);
     EXPECT_EQ(CountedProcess::s_Destroyed, 1);
     EXPECT_EQ(CountedProcess::s_Freed, 0);
 }
@@ -142,10 +123,10 @@ TEST_F(VideoProcessTable, ReleaseDestroysOnce)
 {
     void* const pOwn = static_cast<IVideoProcess*>(new CountedProcess);
     UseEverything(pOwn);
-    EXPECT_EQ(CallSlot<int32_t>(pOwn, kAddRef), 2);
-    EXPECT_EQ(CallSlot<int32_t>(pOwn, kRelease), 1);
+    EXPECT_EQ(CallSlot<int32_t>(pOwn, kProcessAddRef), 2);
+    EXPECT_EQ(CallSlot<int32_t>(pOwn, kProcessRelease), 1);
     EXPECT_EQ(CountedProcess::s_Destroyed, 0);
-    EXPECT_EQ(CallSlot<int32_t>(pOwn, kRelease), 0);
+    EXPECT_EQ(CallSlot<int32_t>(pOwn, kProcessRelease), 0);
     EXPECT_EQ(CountedProcess::s_Destroyed, 1);
     EXPECT_EQ(CountedProcess::s_Freed, 1);
 }
