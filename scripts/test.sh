@@ -18,7 +18,7 @@ scripts/windows.sh
 build asan
 ctest --test-dir build/asan --output-on-failure -j "$(nproc)" --quiet -O build/asan-tests.log ||
     { grep -vE ' Passed |Start ' build/asan-tests.log | tail -n 200; exit 1; }
-tail -n 4 build/asan-tests.log
+sed -n '/tests passed/,$p' build/asan-tests.log
 
 build release
 ctest --test-dir build/release --output-on-failure -j "$(nproc)" --progress

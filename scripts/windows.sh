@@ -14,5 +14,5 @@ cmake --preset windows >build/windows.log
 ninja -C build/windows >>build/windows.log || { grep -E 'error|FAILED' build/windows.log | head -n 40 >&2; exit 1; }
 ctest --test-dir build/windows --output-on-failure -j "$(nproc)" --quiet -O build/windows-tests.log "$@" ||
     { grep -vE ' Passed |Start ' build/windows-tests.log | tail -n 200; exit 1; }
-tail -n 4 build/windows-tests.log
+sed -n '/tests passed/,$p' build/windows-tests.log
 scripts/windows_package.sh
