@@ -4,6 +4,7 @@
 #include "tools/common/command_line.h"
 #include "tools/common/compared_planes.h"
 #include "tools/common/files.h"
+#include "tools/common/kernel_tier.h"
 #include "tools/common/picture_size.h"
 #include "tools/h264_encode/param_fields.h"
 
@@ -56,6 +57,7 @@ Options ParseCommandLine(int argc, char** argv)
     App.add_option("--frames", o.Frames, "code no more pictures than this");
     App.add_option("--loop", o.Loop, "encode this many times from memory")->check(CLI::PositiveNumber);
     App.add_flag("--no-output", o.bNoOutput, "write no stream");
+    AddTierOption(App);
     App.add_flag("--json", o.bJson, "print one object on standard output");
     try {
         App.parse(argc, argv);
