@@ -1,9 +1,9 @@
 #include "front/VCodec_H264.h"
 
 #include "Common/h/deleting_destructor.h"
-#include "decoder/h264_video_decoder.h"
-#include "encoder/h264_encoder_params.h"
-#include "encoder/h264_video_encoder.h"
+#include "decoder/session/video_decoder.h"
+#include "encoder/session/encoder_params.h"
+#include "encoder/session/video_encoder.h"
 #include "front/closed_decoders.h"
 #include "front/stdafx.h"
 

@@ -1,6 +1,6 @@
 #include "front/closed_decoders.h"
 
-#include "decoder/h264_video_decoder.h"
+#include "decoder/session/video_decoder.h"
 #include "platform/critical_section.h"
 
 #include <mutex>

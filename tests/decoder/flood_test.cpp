@@ -1,6 +1,6 @@
 // What a picture may ask for: macroblocks, slices, bytes, and what becomes of more.
-#include "decoder/h264_header_parsers.h"
-#include "decoder/h264_heap.h"
+#include "decoder/stream/header_parsers.h"
+#include "decoder/stream/heap.h"
 #include "tests/support/decode_helper.h"
 
 #include <gmock/gmock.h>

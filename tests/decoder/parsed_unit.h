@@ -1,8 +1,8 @@
 // One NAL unit as the parsers of its content get it.
 #pragma once
 
-#include "decoder/h264_header_parsers.h"
-#include "decoder/h264_nal_splitter.h"
+#include "decoder/stream/header_parsers.h"
+#include "decoder/stream/nal_splitter.h"
 #include "tests/support/h264_stream_writer.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // What the encoder's tests share: pictures that move, and an encoder driven over them.
 #pragma once
 
-#include "encoder/h264_video_encoder.h"
+#include "encoder/session/video_encoder.h"
 #include "media/umc_video_data.h"
 
 #include <cmath>

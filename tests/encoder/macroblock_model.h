@@ -1,10 +1,10 @@
 // What the models of the decisions share: the record to compare, where a macroblock lies, and its residual.
 #pragma once
 
-#include "encoder/coefficients.h"
-#include "encoder/encoder_core.h"
-#include "encoder/intra_decision.h"
-#include "encoder/motion_search.h"
+#include "encoder/code/coefficients.h"
+#include "encoder/decide/intra_decision.h"
+#include "encoder/decide/motion_search.h"
+#include "encoder/state/encoder_core.h"
 #include "kernels/transform/transform.h"
 #include "tests/encoder/encoder_testing.h"
 

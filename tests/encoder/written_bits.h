@@ -1,7 +1,7 @@
 // A writer on a buffer of its own, and a reader of what it wrote.
 #pragma once
 
-#include "encoder/h264_pbs_fake.h"
+#include "encoder/write/pbs_fake.h"
 
 #include <cstdint>
 #include <utility>

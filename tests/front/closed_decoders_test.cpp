@@ -1,7 +1,7 @@
 // The decoder objects that outlive their sessions.
 #include "front/closed_decoders.h"
 
-#include "decoder/h264_video_decoder.h"
+#include "decoder/session/video_decoder.h"
 #include "front/VCodec_H264.h"
 #include "process/video_processing.h"
 #include "tests/support/failing_allocation.h"

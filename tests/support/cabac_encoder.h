@@ -1,7 +1,7 @@
 // The arithmetic coder of clause 9.3.4 and, with it, CABAC slices of the simplest macroblocks.
 #pragma once
 
-#include "decoder/h264_cabac.h"
+#include "decoder/stream/cabac.h"
 #include "tests/support/h264_stream_writer.h"
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 // function. Used by the tool, the tests and the fuzz target.
 #pragma once
 
-#include "decoder/h264_video_decoder.h"
+#include "decoder/session/video_decoder.h"
 #include "media/umc_media_data.h"
 #include "media/umc_video_data.h"
 

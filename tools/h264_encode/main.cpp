@@ -1,5 +1,5 @@
 // h264_encode: drives UMC::H264VideoEncoder with any setting and writes the stream and its reconstruction.
-#include "encoder/h264_video_encoder.h"
+#include "encoder/session/video_encoder.h"
 #include "media/umc_video_data.h"
 #include "tools/common/command_line.h"
 #include "tools/common/compared_planes.h"

@@ -1,0 +1,235 @@
+// Macroblock syntax in CABAC, clauses 7.3.5 and 9.3.3.1. Numbers added to m_Contexts are ctxIdxOffset of Table 9-34.
+#include "decoder/entropy/mb_syntax.h"
+
+#include <algorithm>
+
+namespace UMC {
+
+namespace {
+
+[[noreturn]] void ThrowDamaged() { throw h264_exception(StatusInvalidParams); }
+
+// Bins of an Intra 16x16 mb_type behind the terminate bin: coded block pattern and prediction mode. Contexts as offsets
+// from c, since I slices and the prefixed form of P and B slices share some of them differently.
+struct IntraTypeContexts {
+    int Luma, Chroma, ChromaAc, Mode0, Mode1;
+};
+constexpr IntraTypeContexts kIntraSliceContexts{3, 4, 5, 6, 7}, kPrefixedContexts{1, 2, 2, 3, 3};
+
+uint32_t IntraType(CabacEngine& e, CabacContext* c, CabacContext& First, const IntraTypeContexts& Offsets)
+{
+    if (!e.Decide(First)) return 0;
+    if (e.Terminate()) return kIntraPcmType;
+    uint32_t Type = 1 + 12 * e.Decide(c[Offsets.Luma]);
+    if (e.Decide(c[Offsets.Chroma])) Type += 4 + 4 * e.Decide(c[Offsets.ChromaAc]);
+    Type += 2 * e.Decide(c[Offsets.Mode0]);
+    return Type + e.Decide(c[Offsets.Mode1]);
+}
+
+// A copy of the engine for the length of one element of several bins, so that its fields live in registers.
+class LocalEngine
+{
+public:
+    explicit LocalEngine(CabacDecoder& Cabac) : m_Cabac(Cabac), m_Engine(Cabac.m_Engine) {}
+    ~LocalEngine() { m_Cabac.m_Engine = m_Engine; }
+    LocalEngine(const LocalEngine&) = delete;
+    LocalEngine& operator=(const LocalEngine&) = delete;
+    CabacEngine* operator->() { return &m_Engine; }
+    CabacEngine& operator*() { return m_Engine; }
+
+private:
+    CabacDecoder& m_Cabac;
+    CabacEngine m_Engine;
+};
+
+// Suffix of UEG3 with prefix up to 9 ones (clause 9.3.2.3), sign included. Sum is the neighbours' magnitudes.
+[[gnu::always_inline]] inline int MvdComponent(CabacEngine& e, CabacContext* c, uint32_t Sum)
+{
+    if (!e.Decide(c[(Sum > 2) + (Sum > 32)])) return 0;
+    uint32_t Value = 1; // bins 1..3 have contexts of their own, those behind share one
+    if (e.Decide(c[3])) {
+        Value = 2;
+        if (e.Decide(c[4])) {
+            Value = 3;
+            if (e.Decide(c[5])) do
+                    ++Value;
+                while (Value < 9 && e.Decide(c[6]));
+        }
+    }
+    if (Value == 9) {
+        uint32_t k = 3;
+        while (e.Bypass()) { // bounded for damaged data; 16-bit vectors need fewer
+            Value += 1u << k;
+            if (++k > 20) ThrowDamaged();
+        }
+        while (k--) Value += e.Bypass() << k;
+    }
+    const uint32_t Sign = e.BypassMask();
+    return static_cast<int>((Value ^ Sign) - Sign);
+}
+
+} // namespace
+
+bool CabacSyntax::SkipFlag(H264SegmentDecoder& d)
+{
+    const int Inc =
+        !(d.m_Mb.m_pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(d.m_Mb.m_pTopGlobal->MbFlags & MBFLAG_SKIPPED);
+    return d.m_Cabac.m_Engine.Decide(d.m_Cabac.m_Contexts[(d.m_IsBSlice ? 24 : 11) + Inc]);
+}
+
+uint32_t CabacSyntax::MbTypeI(H264SegmentDecoder& d)
+{
+    const auto IsNxN = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_INTRA4x4; };
+    CabacContext* const c = d.m_Cabac.m_Contexts + 3;
+    const int Inc = !IsNxN(*d.m_Mb.m_pLeftGlobal) + !IsNxN(*d.m_Mb.m_pTopGlobal);
+    return IntraType(d.m_Cabac.m_Engine, c, c[Inc], kIntraSliceContexts);
+}
+
+uint32_t CabacSyntax::MbTypeP(H264SegmentDecoder& d)
+{
+    CabacEngine& e = d.m_Cabac.m_Engine;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 14;
+    if (e.Decide(c[0])) return kFirstIntraTypeP + IntraType(e, c + 3, c[3], kPrefixedContexts);
+    if (e.Decide(c[1])) return e.Decide(c[3]) ? 1 : 2;
+    return e.Decide(c[2]) ? 3 : 0;
+}
+
+uint32_t CabacSyntax::MbTypeB(H264SegmentDecoder& d)
+{
+    const auto IsDirect = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_DIRECT; };
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 27;
+    if (!e->Decide(c[!IsDirect(*d.m_Mb.m_pLeftGlobal) + !IsDirect(*d.m_Mb.m_pTopGlobal)])) return 0;
+    if (!e->Decide(c[3])) return 1 + e->Decide(c[5]);
+    uint32_t Bins = e->Decide(c[4]);
+    for (int i = 0; i < 3; ++i) Bins = Bins * 2 + e->Decide(c[5]);
+    if (Bins < 8) return 3 + Bins;
+    if (Bins == 13) return kFirstIntraTypeB + IntraType(*e, c + 5, c[5], kPrefixedContexts);
+    if (Bins == 14) return 11;
+    if (Bins == 15) return 22;
+    return 12 + (Bins - 8) * 2 + e->Decide(c[5]);
+}
+
+uint32_t CabacSyntax::SubMbTypeP(H264SegmentDecoder& d)
+{
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 21;
+    if (e->Decide(c[0])) return 0;
+    if (!e->Decide(c[1])) return 1;
+    return e->Decide(c[2]) ? 2 : 3;
+}
+
+uint32_t CabacSyntax::SubMbTypeB(H264SegmentDecoder& d)
+{
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 36;
+    if (!e->Decide(c[0])) return 0;
+    if (!e->Decide(c[1])) return 1 + e->Decide(c[3]);
+    uint32_t Type = 3;
+    if (e->Decide(c[2])) {
+        if (e->Decide(c[3])) return 11 + e->Decide(c[3]);
+        Type = 7;
+    }
+    Type += 2 * e->Decide(c[3]);
+    return Type + e->Decide(c[3]);
+}
+
+uint32_t CabacSyntax::TransformSize8x8Flag(H264SegmentDecoder& d)
+{
+    const auto Flag = [](const MbGlobalInfo& Mb) { return (Mb.MbFlags & MBFLAG_TRANSFORM8x8) != 0; };
+    const int Inc = Flag(*d.m_Mb.m_pLeftGlobal) + Flag(*d.m_Mb.m_pTopGlobal);
+    return d.m_Cabac.m_Engine.Decide(d.m_Cabac.m_Contexts[399 + Inc]);
+}
+
+int CabacSyntax::IntraMode(H264SegmentDecoder& d)
+{
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 68;
+    if (e->Decide(c[0])) return -1;
+    uint32_t Mode = e->Decide(c[1]);
+    Mode += 2 * e->Decide(c[1]);
+    Mode += 4 * e->Decide(c[1]);
+    return static_cast<int>(Mode);
+}
+
+uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
+{
+    // The mode is kept for intra macroblocks only; the field is 0 for I_PCM.
+    const auto HasMode = [](const MbGlobalInfo& Mb, const MbLocalInfo& Local) {
+        return IsIntra(Mb) && Local.SubBlockDirection[2] != 0;
+    };
+    CabacEngine& e = d.m_Cabac.m_Engine;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 64;
+    const int Inc =
+        HasMode(*d.m_Mb.m_pLeftGlobal, *d.m_Mb.m_pLeftLocal) + HasMode(*d.m_Mb.m_pTopGlobal, *d.m_Mb.m_pTopLocal);
+    uint8_t Mode = 0;
+    if (e.Decide(c[Inc])) do
+            ++Mode;
+        while (Mode < 3 && e.Decide(c[3]));
+    return Mode;
+}
+
+uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
+{
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 73;
+    const uint32_t Left = d.m_Mb.m_pLeftLocal->CodedBlockPattern, Top = d.m_Mb.m_pTopLocal->CodedBlockPattern;
+    const auto Inc = [](uint32_t A, uint32_t B) { return (~A & 1) + 2 * (~B & 1); };
+
+    const uint32_t b0 = e->Decide(c[Inc(Left >> 1, Top >> 2)]);
+    const uint32_t b1 = e->Decide(c[Inc(b0, Top >> 3)]);
+    const uint32_t b2 = e->Decide(c[Inc(Left >> 3, b0)]);
+    const uint32_t b3 = e->Decide(c[Inc(b2, b1)]);
+    uint32_t Pattern = b0 | b1 << 1 | b2 << 2 | b3 << 3;
+    if (d.m_pSeqParamSet->chroma_format_idc == 0) return static_cast<uint8_t>(Pattern);
+
+    const uint32_t LeftChroma = Left >> 4, TopChroma = Top >> 4;
+    if (e->Decide(c[4 + (LeftChroma != 0) + 2 * (TopChroma != 0)]))
+        Pattern |= 16u << e->Decide(c[8 + (LeftChroma == 2) + 2 * (TopChroma == 2)]);
+    return static_cast<uint8_t>(Pattern);
+}
+
+int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
+{
+    LocalEngine e(d.m_Cabac);
+    CabacContext* const c = d.m_Cabac.m_Contexts + 60;
+    if (!e->Decide(c[d.m_PrevDeltaQp != 0])) return 0;
+    int Bins = 1;
+    if (e->Decide(c[2])) do
+            if (++Bins > 2 * (52 + 6 * 8)) ThrowDamaged(); // beyond every depth's range
+        while (e->Decide(c[3]));
+    return Bins & 1 ? (Bins + 1) / 2 : -(Bins / 2);
+}
+
+int CabacSyntax::RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count)
+{
+    CabacEngine& e = d.m_Cabac.m_Engine;
+    CabacContext* const c = d.m_Cabac.m_Contexts + 54;
+    const uint32_t Own = d.m_Mb.m_pLocal->RefIdxContext[List];
+    const uint32_t A =
+        Quadrant & 1 ? Own >> (Quadrant - 1) : d.m_Mb.m_pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
+    const uint32_t B = Quadrant & 2 ? Own >> (Quadrant - 2) : d.m_Mb.m_pTopLocal->RefIdxContext[List] >> (Quadrant + 2);
+    if (!e.Decide(c[(A & 1) + 2 * (B & 1)])) return 0;
+    int RefIdx = 1;
+    uint32_t Inc = 4;
+    while (RefIdx < Count && e.Decide(c[Inc])) {
+        ++RefIdx;
+        Inc = 5;
+    }
+    if (RefIdx >= Count) ThrowDamaged();
+    return RefIdx;
+}
+
+H264DecoderMotionVector CabacSyntax::Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2])
+{
+    const uint8_t* const pA = d.m_Motion[List].Mvd[Pos - 1];
+    const uint8_t* const pB = d.m_Motion[List].Mvd[Pos - kCacheStride];
+    LocalEngine e(d.m_Cabac);
+    const int x = MvdComponent(*e, d.m_Cabac.m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
+    const int y = MvdComponent(*e, d.m_Cabac.m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
+    Magnitude[0] = static_cast<uint8_t>(std::min(x < 0 ? -x : x, 127));
+    Magnitude[1] = static_cast<uint8_t>(std::min(y < 0 ? -y : y, 127));
+    return {static_cast<int16_t>(x), static_cast<int16_t>(y)};
+}
+
+} // namespace UMC

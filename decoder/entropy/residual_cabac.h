@@ -1,0 +1,218 @@
+// Residual blocks in CABAC, clauses 7.3.5.3.3 and 9.3.
+#pragma once
+
+#include "decoder/entropy/dequant.h"
+#include "decoder/jobs/segment_decoder.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace UMC {
+
+enum CabacBlockCat { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA_4x4, CAT_CHROMA_DC, CAT_CHROMA_AC, CAT_LUMA_8x8 };
+
+// Reads the significance map and the levels of blocks of one category whose coded_block_flag is 1.
+template <class Coeffs, CabacBlockCat kCat>
+class CabacBlockReader
+{
+public:
+    // Puts the block's coefficients to their raster places: scaled, or the bare levels of the DC categories, for which
+    // the scale is not read. Chroma DC levels stand in scan order. Field: the field contexts and scan.
+    static void Read(CabacDecoder& Cabac, bool Field, const uint8_t* pScan, Dequant Scale, Coeffs* pOut)
+    {
+        CabacEngine e = Cabac.m_Engine;
+        uint8_t Position[kCount];
+        const int Found = ReadMap(e, Cabac.m_Contexts, Field, Position);
+        CabacContext* const pAbs = Cabac.m_Contexts + h264::kBlockCatContexts[kCat].AbsLevel;
+        int Bin0 = 1, Above1 = 0; // ctxIdxInc of the first bin; levels above 1 so far
+        for (int i = Found - 1; i >= 0; --i) {
+            uint32_t Magnitude = 1;
+            if (e.Decide(pAbs[Bin0])) {
+                Magnitude = ReadMagnitude(e, pAbs[5 + std::min(Above1, kCat == CAT_CHROMA_DC ? 3 : 4)]);
+                Bin0 = 0;
+                ++Above1;
+            } else if (Bin0 != 0 && Bin0 < 4) {
+                ++Bin0;
+            }
+            const uint32_t Sign = e.BypassMask();
+            Put(static_cast<int32_t>((Magnitude ^ Sign) - Sign), Position[i], pScan, Scale, pOut);
+        }
+        Cabac.m_Engine = e;
+    }
+
+private:
+    static constexpr int kCount = kCat == CAT_LUMA_8x8                           ? 64
+                                  : kCat == CAT_CHROMA_DC                        ? 4
+                                  : kCat == CAT_LUMA_AC || kCat == CAT_CHROMA_AC ? 15
+                                                                                 : 16;
+
+    [[gnu::always_inline]] static int ReadMap(CabacEngine& e, CabacContext* pContexts, bool Field, uint8_t* pPosition)
+    {
+        const h264::BlockCatContexts& Offsets = h264::kBlockCatContexts[kCat];
+        CabacContext* const pSignificant = pContexts + Offsets.Significant[Field];
+        CabacContext* const pLast = pContexts + Offsets.Last[Field];
+        const uint8_t* const pInc8x8 = h264::kSignificantCtx8x8[Field];
+        int Found = 0;
+        for (int i = 0; i < kCount - 1; ++i) {
+            if (!e.Decide(pSignificant[kCat == CAT_LUMA_8x8 ? pInc8x8[i] : i])) continue;
+            pPosition[Found++] = static_cast<uint8_t>(i);
+            if (e.Decide(pLast[kCat == CAT_LUMA_8x8 ? h264::kLastCtx8x8[i] : i])) return Found;
+        }
+        pPosition[Found++] = kCount - 1;
+        return Found;
+    }
+
+    // Bins behind a first bin of 1: ones up to a prefix of 14, then Exp-Golomb of order 0.
+    [[gnu::always_inline]] static uint32_t ReadMagnitude(CabacEngine& e, CabacContext& Context)
+    {
+        uint32_t Magnitude = 2;
+        while (Magnitude < 15 && e.Decide(Context)) ++Magnitude;
+        return Magnitude < 15 ? Magnitude : ReadEscape(e);
+    }
+
+    static uint32_t ReadEscape(CabacEngine& e)
+    {
+        uint32_t Magnitude = 15, k = 0;
+        while (k < 24 && e.Bypass()) Magnitude += 1u << k++; // bounded for damaged data
+        while (k--) Magnitude += e.Bypass() << k;
+        return Magnitude;
+    }
+
+    [[gnu::always_inline]] static void Put(int32_t Level, uint32_t Position, const uint8_t* pScan, Dequant Scale,
+                                           Coeffs* pOut)
+    {
+        if constexpr (kCat == CAT_CHROMA_DC) {
+            pOut[Position] = static_cast<Coeffs>(Level);
+        } else if constexpr (kCat == CAT_LUMA_DC) {
+            pOut[pScan[Position]] = static_cast<Coeffs>(Level);
+        } else {
+            // AC lists start at the second place of the scan.
+            const uint32_t Place = pScan[Position + (kCount == 15)];
+            pOut[Place] = kCat == CAT_LUMA_8x8 ? Scale8x8<Coeffs>(Level, Scale.pScale[Place], Scale.Per)
+                                               : Scale4x4<Coeffs>(Level, Scale.pScale[Place], Scale.Per);
+        }
+    }
+};
+
+// Blocks with their coded_block_flag. The contexts of the flag come from m_NonZero, which holds the flags around.
+template <class Coeffs, int color_format, bool is_field>
+class ResidualDecoderCABAC
+{
+protected:
+    struct CabacResidual {
+        static void LoadLuma(H264SegmentDecoder& d);
+        static void LoadChroma(H264SegmentDecoder& d);
+        static bool LumaDc(H264SegmentDecoder& d, Coeffs* pLevels);
+        static bool LumaAc(H264SegmentDecoder& d, int Block, Dequant Scale, Coeffs* pOut)
+        {
+            return Block4x4<CAT_LUMA_AC>(d, 0, kBlockCachePos[Block], Scale, pOut);
+        }
+        static bool Luma4x4(H264SegmentDecoder& d, int Block, Dequant Scale, Coeffs* pOut)
+        {
+            return Block4x4<CAT_LUMA_4x4>(d, 0, kBlockCachePos[Block], Scale, pOut);
+        }
+        static bool Luma8x8(H264SegmentDecoder& d, int Quadrant, Dequant Scale, Coeffs* pOut);
+        static bool ChromaDc(H264SegmentDecoder& d, int Plane, Coeffs* pLevels);
+        // Block in raster order of the plane, two a row.
+        static bool ChromaAc(H264SegmentDecoder& d, int Plane, int Block, Dequant Scale, Coeffs* pOut)
+        {
+            return Block4x4<CAT_CHROMA_AC>(d, 1 + Plane, CachePos(Block & 1, Block >> 1), Scale, pOut);
+        }
+        // Nothing: the flags of the macroblock are its CodedBlockBits.
+        static void StoreCounts(H264SegmentDecoder&, bool, bool) {}
+
+    private:
+        static bool IsFieldMb(const H264SegmentDecoder& d)
+        {
+            return is_field || (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_FIELD) != 0;
+        }
+        static bool DecideFlag(H264SegmentDecoder& d, CabacBlockCat Cat, uint32_t Inc)
+        {
+            CabacDecoder& Cabac = d.m_Cabac;
+            return Cabac.m_Engine.Decide(Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
+        }
+        // Flag bits of a neighbour; one that is not there counts as coded for an intra macroblock (9.3.3.1.1.9).
+        static uint32_t Bits(const H264SegmentDecoder& d, int32_t Neighbour, uint32_t Own)
+        {
+            return Neighbour >= 0 ? Own : IsIntra(*d.m_Mb.m_pGlobal) ? ~0u : 0u;
+        }
+        template <CabacBlockCat kCat>
+        static bool Block4x4(H264SegmentDecoder& d, int Plane, int Pos, Dequant Scale, Coeffs* pOut)
+        {
+            uint8_t* const pFlag = d.m_NonZero[Plane] + Pos;
+            const bool Coded = DecideFlag(d, kCat, pFlag[-1] + 2u * pFlag[-kCacheStride]);
+            *pFlag = Coded;
+            if (Coded) {
+                const bool Field = IsFieldMb(d);
+                CabacBlockReader<Coeffs, kCat>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
+                                                     Scale, pOut);
+            }
+            return Coded;
+        }
+    };
+};
+
+template <class Coeffs, int color_format, bool is_field>
+void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadLuma(H264SegmentDecoder& d)
+{
+    uint8_t* const pCache = d.m_NonZero[0];
+    const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBits);
+    const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBits) >> 12 & 15;
+    const uint32_t TopBytes = Top * 0x00204081u & 0x01010101u; // one bit to each byte
+    std::memcpy(pCache + CachePos(0, -1), &TopBytes, 4);
+    for (int y = 0; y < 4; ++y) {
+        pCache[CachePos(-1, y)] = Left >> (y * 4 + 3) & 1;
+        std::memset(pCache + CachePos(0, y), 0, 4);
+    }
+}
+
+template <class Coeffs, int color_format, bool is_field>
+void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadChroma(H264SegmentDecoder& d)
+{
+    constexpr int kRows = color_format == 2 ? 4 : 2;
+    for (int Plane = 0; Plane < 2; ++Plane) {
+        uint8_t* const pCache = d.m_NonZero[1 + Plane];
+        const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBitsChroma[Plane]) >> 1;
+        const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;
+        for (int x = 0; x < 2; ++x) pCache[CachePos(x, -1)] = Top >> ((kRows - 1) * 2 + x) & 1;
+        for (int y = 0; y < kRows; ++y) pCache[CachePos(-1, y)] = Left >> (y * 2 + 1) & 1;
+    }
+}
+
+template <class Coeffs, int color_format, bool is_field>
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LumaDc(H264SegmentDecoder& d, Coeffs* pLevels)
+{
+    const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBits);
+    const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBits);
+    if (!DecideFlag(d, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
+    const bool Field = IsFieldMb(d);
+    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
+                                                pLevels);
+    return true;
+}
+
+template <class Coeffs, int color_format, bool is_field>
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x8(H264SegmentDecoder& d, int Quadrant,
+                                                                                  Dequant Scale, Coeffs* pOut)
+{
+    // In these chroma formats there is no flag (clause 7.3.5.3.3): it is taken as 1.
+    const bool Field = IsFieldMb(d);
+    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
+                                                 Scale, pOut);
+    uint8_t* const pFlag = d.m_NonZero[0] + kBlockCachePos[Quadrant * 4];
+    pFlag[0] = pFlag[1] = pFlag[kCacheStride] = pFlag[kCacheStride + 1] = 1;
+    return true;
+}
+
+template <class Coeffs, int color_format, bool is_field>
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::ChromaDc(H264SegmentDecoder& d, int Plane,
+                                                                                   Coeffs* pLevels)
+{
+    const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBitsChroma[Plane]);
+    const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBitsChroma[Plane]);
+    if (!DecideFlag(d, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
+    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(d.m_Cabac, IsFieldMb(d), nullptr, {}, pLevels);
+    return true;
+}
+
+} // namespace UMC

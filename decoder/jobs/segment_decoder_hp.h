@@ -1,0 +1,32 @@
+// The family of macroblock loops, one member for each combination of chroma format and profile class that is decoded,
+// so that no test of these stands in the loops. Members have no state and serve any number of threads.
+#pragma once
+
+#include "decoder/jobs/segment_decoder.h"
+#include "media/umc_status.h"
+
+#include <cstdint>
+
+namespace UMC {
+
+class SegmentDecoderHPBase
+{
+public:
+    virtual ~SegmentDecoderHPBase() = default;
+
+    // Entropy decoding and reconstruction, macroblock by macroblock, of Count macroblocks from Position on. The
+    // decoder's m_CurrentMb and m_MbsDone follow. 0 when the count is done, StatusEndOfSegment when the slice's data
+    // ended; damaged data throws h264_exception.
+    virtual Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
+    virtual Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
+
+    // Copies the samples from macroblock Start up to macroblock End, as ranges of memory, from the reference, or fills
+    // them with grey when that is null.
+    virtual void CopyOrFillRect(int32_t Start, int32_t End, const H264DecoderFrame* pReference,
+                                H264SegmentDecoder& Decoder) = 0;
+};
+
+// The member for a slice, or null when there is none.
+SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff);
+
+} // namespace UMC

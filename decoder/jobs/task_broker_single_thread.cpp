@@ -1,0 +1,129 @@
+#include "decoder/jobs/task_broker.h"
+#include "decoder/slice/slice.h"
+
+#include <algorithm>
+
+namespace UMC {
+
+namespace {
+
+void MarkInWork(H264Slice& Slice)
+{
+    Slice.m_InWork = true;
+    Slice.m_DecodeAvailable = Slice.m_ReconstructAvailable = Slice.m_DeblockAvailable = false;
+}
+
+// With slice groups the macroblocks that a slice left over bound the next slice. They stand in the order of arrival.
+void PassBudget(const H264DecoderFrameInfo& Au, const H264Slice& Slice)
+{
+    const auto Next = static_cast<size_t>(Slice.m_SliceNumber - Au.m_Slices.front()->m_SliceNumber) + 1;
+    if (Next < Au.m_Slices.size()) Au.m_Slices[Next]->m_MbBudget = Slice.m_MbBudget;
+}
+
+void MarkDeblocked(H264Slice& Slice)
+{
+    Slice.m_DeblockAvailable = Slice.m_Deblocked = true;
+    Slice.m_InWork = false;
+}
+
+} // namespace
+
+bool TaskBrokerSingleThread::NextTaskLocked(H264Task& Task)
+{
+    for (;;) {
+        H264DecoderFrameInfo& Au = *m_pCurrentAu;
+        if (NextSliceTask(Au, Task)) return true;
+        if (Au.m_NeedsDeblocking &&
+            (Au.m_UsesSliceGroups ? NextPictureDeblockingTask(Au, Task) : NextDeblockingTask(Au, Task)))
+            return true;
+        // The second field follows in the same run, the next frame in the next one.
+        if (!Au.m_pNext || Au.m_pNext->m_pFrame != Au.m_pFrame) return false;
+        m_pCurrentAu = Au.m_pNext;
+    }
+}
+
+bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& Task)
+{
+    // What stands in front of the mark has been handed out: a picture's slices are looked at once.
+    for (size_t& i = Au.m_NextToDecode; i < Au.m_Slices.size(); ++i) {
+        H264Slice* const pSlice = Au.m_Slices[i];
+        if (pSlice->m_InWork || pSlice->m_Decoded) continue;
+        Task = H264Task{};
+        Task.m_TaskId = TASK_PROCESS;
+        Task.m_pSlice = pSlice;
+        Task.m_pAu = &Au;
+        Task.m_FirstMb = pSlice->m_FirstMbNumber;
+        Task.m_MaxMb = pSlice->m_MaxMbNumber;
+        Task.m_MbCount = std::min(pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber, pSlice->m_MbBudget);
+        pSlice->m_DeblockFromTask = pSlice->m_Header.disable_deblocking_filter_idc != 0;
+        MarkInWork(*pSlice);
+        return true;
+    }
+    return false;
+}
+
+// The first slice that is not deblocked, or a later one that stays within its own bounds.
+bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task)
+{
+    const auto& Slices = Au.m_Slices;
+    while (Au.m_NextToDeblock < Slices.size() && Slices[Au.m_NextToDeblock]->m_Deblocked) ++Au.m_NextToDeblock;
+    for (size_t i = Au.m_NextToDeblock; i < Slices.size(); ++i) { // the first one will do unless it is in work
+        H264Slice* const pSlice = Slices[i];
+        const bool MayBegin = i == Au.m_NextToDeblock || pSlice->m_Header.disable_deblocking_filter_idc == 2;
+        if (pSlice->m_Deblocked || !MayBegin || !pSlice->m_Decoded || pSlice->m_InWork) continue;
+        Task = H264Task{};
+        Task.m_TaskId = TASK_DEBLOCK_SLICE;
+        Task.m_pSlice = pSlice;
+        Task.m_pAu = &Au;
+        Task.m_FirstMb = pSlice->m_FirstMbNumber;
+        Task.m_MaxMb = pSlice->m_MaxMbNumber;
+        Task.m_MbCount = pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber;
+        MarkInWork(*pSlice);
+        return true;
+    }
+    return false;
+}
+
+bool TaskBrokerSingleThread::NextPictureDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task)
+{
+    const auto& Slices = Au.m_Slices;
+    if (std::all_of(Slices.begin(), Slices.end(), [](const H264Slice* p) { return p->m_Deblocked; })) return false;
+    if (std::any_of(Slices.begin(), Slices.end(), [](const H264Slice* p) { return p->m_InWork; })) return false;
+    for (H264Slice* const pSlice : Slices) MarkInWork(*pSlice);
+    const auto First = std::min_element(Slices.begin(), Slices.end(), [](const H264Slice* a, const H264Slice* b) {
+        return a->m_FirstMbNumber < b->m_FirstMbNumber;
+    });
+    Task = H264Task{};
+    Task.m_TaskId = TASK_DEBLOCK_PICTURE;
+    Task.m_pSlice = *First;
+    Task.m_pAu = &Au;
+    Task.m_FirstMb = (*First)->m_FirstMbNumber;
+    Task.m_MaxMb = (*First)->m_MbWidth * (*First)->m_MbHeight;
+    Task.m_MbCount = Task.m_MaxMb - Task.m_FirstMb;
+    return true;
+}
+
+void TaskBrokerSingleThread::TaskDone(const H264Task& Task)
+{
+    const AutomaticMutex Hold(m_Lock);
+    H264Slice& Slice = *Task.m_pSlice;
+    switch (Task.m_TaskId) {
+    case TASK_PROCESS:
+        if (Slice.m_UsesSliceGroups) {
+            Slice.m_MaxMbNumber = Task.m_MaxMb;
+            Slice.m_MbBudget -= Task.m_MbCount;
+            PassBudget(*Task.m_pAu, Slice);
+        } else if (!Slice.m_Deblocked) {
+            Slice.m_Deblocked = Slice.m_DeblockFromTask;
+        }
+        Slice.m_Decoded = Slice.m_DeblockAvailable = true;
+        Slice.m_DecodeAvailable = Slice.m_ReconstructAvailable = Slice.m_InWork = false;
+        break;
+    case TASK_DEBLOCK_SLICE: MarkDeblocked(Slice); break;
+    case TASK_DEBLOCK_PICTURE:
+        for (H264Slice* const pSlice : m_pCurrentAu->m_Slices) MarkDeblocked(*pSlice);
+        break;
+    }
+}
+
+} // namespace UMC

@@ -1,0 +1,96 @@
+// Deblocking of reconstructed macroblocks, H.264 clause 8.7: strengths, parameters and the order of work. The filters
+// are kernels.
+#pragma once
+
+#include "decoder/jobs/segment_decoder.h"
+#include "kernels/deblocking/deblocking.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace UMC {
+
+// Strengths of one macroblock: bytes by [direction][edge], the four pieces of an edge from the lowest byte on.
+// Direction 0 is the vertical edges.
+struct DeblockingStrength {
+    uint32_t Edge[2][4];
+};
+
+// Filters macroblocks of one picture. It takes the view of a slice once and is then asked macroblock by macroblock.
+class H264Deblocker
+{
+public:
+    // The picture is the one that the decoder has set up; pSlice is the slice of the macroblocks that follow.
+    H264Deblocker(const H264SegmentDecoder& Decoder, const H264Slice& Slice);
+
+    // Filters the macroblock in column X and row Y of the picture, which must belong to the slice.
+    void Filter(int32_t X, int32_t Y) const;
+
+    // The strengths of clause 8.7.2.1 that Filter works with.
+    DeblockingStrength FindStrength(int32_t X, int32_t Y) const;
+
+private:
+    // A macroblock in the frame's arrays, and its neighbours across the outer edges: -1 where the edge is not filtered.
+    struct Place {
+        int32_t Mb, Left, Top;
+    };
+    // Bits of 4x4 blocks, raster: of the edge to the left of a block, and of the edge above it.
+    struct EdgeBits {
+        uint32_t Vertical, Horizontal;
+    };
+    struct Thresholds {
+        uint8_t Alpha, Beta, Clip[4];
+    };
+
+    Place FindPlace(int32_t X, int32_t Y) const;
+    DeblockingStrength FindStrength(const Place& p) const;
+    const H264DecoderRefPicList* ListsOf(int32_t Mb) const;
+    DeblockingStrength IntraStrength(const Place& p) const;
+    template <bool kOneList>
+    DeblockingStrength InterStrength(const Place& p) const;
+    EdgeBits CodedBits(const Place& p) const;
+    template <bool kOneList>
+    uint32_t OuterBits(int32_t Mb, int32_t Neighbour, int Step, int Across) const;
+    template <bool kOneList>
+    EdgeBits InnerBits(int32_t Mb) const;
+    template <bool kOneList>
+    bool MotionDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
+    bool OneListDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
+    bool BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
+    bool VectorsDiffer(H264DecoderMotionVector a, H264DecoderMotionVector b) const;
+
+    void FilterLuma(const Place& p, const DeblockingStrength& Strength, uint8_t* pLuma) const;
+    void FilterChroma(const Place& p, const DeblockingStrength& Strength, uint8_t* pU, uint8_t* pV) const;
+    void SetThresholds(kernels::EdgeParams& Params, int Index, int Qp) const;
+
+    const H264SegmentDecoder& m_Decoder;
+    const H264DecoderRefPicList* m_pLists;
+    const MbGlobalInfo* m_pGlobal;
+    const MbLocalInfo* m_pLocal;
+    const H264DecoderMotionVector* m_pMv[2];
+    const int8_t* m_pRefIdx[2];
+    int m_MvLimit;      // vertical: 4 in frames, 2 in fields, quarter samples
+    bool m_WithinSlice; // disable_deblocking_filter_idc 2
+    bool m_IsBSlice;
+    bool m_IsField;
+    bool m_HasChroma;
+    bool m_OneChromaQp;        // both planes have the same offset
+    uint8_t m_ChromaQp[2][52]; // by luma QP
+    Thresholds m_ByQp[52];
+};
+
+inline H264Deblocker::Place H264Deblocker::FindPlace(int32_t X, int32_t Y) const
+{
+    const int32_t Mb = m_Decoder.m_FieldOffset + Y * m_Decoder.m_MbWidth + X;
+    const auto Find = [&](bool Inside, int32_t Neighbour) {
+        if (!Inside) return -1;
+        const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
+        if (SliceId == m_pGlobal[Mb].SliceId) [[likely]]
+            return Neighbour;
+        // Nothing was decoded there, or this slice keeps to itself.
+        return SliceId == kNoSlice || m_WithinSlice ? -1 : Neighbour;
+    };
+    return {Mb, Find(X > 0, Mb - 1), Find(Y > 0, Mb - m_Decoder.m_MbWidth)};
+}
+
+} // namespace UMC

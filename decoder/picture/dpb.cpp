@@ -1,0 +1,203 @@
+#include "decoder/picture/dpb.h"
+
+#include <algorithm>
+
+namespace UMC {
+
+namespace {
+
+constexpr int32_t kFrameNumWrapLimit = 0x0FFFFFFF; // more than any FrameNumWrap
+
+bool HasShortTerm(const H264DecoderFrame& Frame) { return Frame.m_IsShortTerm[0] || Frame.m_IsShortTerm[1]; }
+bool HasLongTerm(const H264DecoderFrame& Frame) { return Frame.m_IsLongTerm[0] || Frame.m_IsLongTerm[1]; }
+
+// Pictures before a reset of the order counts come first, then the lower count.
+bool IsEarlier(const H264DecoderFrame& a, const H264DecoderFrame& b)
+{
+    if (a.ResetCount() != b.ResetCount()) return a.ResetCount() > b.ResetCount();
+    return a.PicOrderCnt() < b.PicOrderCnt();
+}
+
+// The frame whose Marked flags and Number match, by field or as a frame with both fields marked.
+H264DecoderFrame* FindByNumber(H264DecoderFrame* pFrame, int32_t Number, bool IsField, int& Field,
+                               bool (H264DecoderFrame::*pMarked)[2], int32_t (H264DecoderFrame::*pNumber)[2])
+{
+    for (; pFrame; pFrame = pFrame->m_pNext) {
+        const bool(&Marked)[2] = pFrame->*pMarked;
+        const int32_t(&Numbers)[2] = pFrame->*pNumber;
+        for (Field = 0; IsField && Field < 2; ++Field)
+            if (Marked[Field] && Numbers[Field] == Number) return pFrame;
+        Field = 0;
+        if (!IsField && Marked[0] && Marked[1] && Numbers[0] == Number) return pFrame;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+H264DecoderFrameList::~H264DecoderFrameList()
+{
+    while (m_pHead) {
+        H264DecoderFrame* const pFrame = m_pHead;
+        m_pHead = pFrame->m_pNext;
+        delete pFrame;
+    }
+}
+
+void H264DecoderFrameList::Append(H264DecoderFrame* pFrame)
+{
+    pFrame->m_pPrev = m_pTail;
+    pFrame->m_pNext = nullptr;
+    (m_pTail ? m_pTail->m_pNext : m_pHead) = pFrame;
+    m_pTail = pFrame;
+}
+
+void H264DecoderFrameList::Unlink(H264DecoderFrame* pFrame)
+{
+    (pFrame->m_pPrev ? pFrame->m_pPrev->m_pNext : m_pHead) = pFrame->m_pNext;
+    (pFrame->m_pNext ? pFrame->m_pNext->m_pPrev : m_pTail) = pFrame->m_pPrev;
+}
+
+void H264DecoderFrameList::Remove(H264DecoderFrame* pFrame)
+{
+    Unlink(pFrame);
+    delete pFrame;
+}
+
+void H264DecoderFrameList::MoveToTail(H264DecoderFrame* pFrame)
+{
+    Unlink(pFrame);
+    Append(pFrame);
+}
+
+bool H264DBPList::IsDisposable(const H264DecoderFrame& Frame)
+{
+    return !Frame.IsReferenced() && !(Frame.m_IsDisplayable && !Frame.m_WasOutputted) && Frame.m_BusyCount == 0;
+}
+
+H264DecoderFrame* H264DBPList::FindOldestDisposable() const
+{
+    H264DecoderFrame* pOldest = nullptr;
+    for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext)
+        if (IsDisposable(*p) && (!pOldest || IsEarlier(*p, *pOldest))) pOldest = p;
+    return pOldest;
+}
+
+H264DecoderFrame* H264DBPList::FirstDisposable()
+{
+    H264DecoderFrame* p = m_pHead;
+    while (p && !IsDisposable(*p)) p = p->m_pNext;
+    if (p) MoveToTail(p);
+    return p;
+}
+
+int32_t H264DBPList::CountDisplayable() const
+{
+    int32_t Count = 0;
+    for (const H264DecoderFrame* p = m_pHead; p; p = p->m_pNext)
+        Count += (p->m_IsDisplayable && (!p->m_WasOutputted || p->IsReferenced())) || p->m_BusyCount != 0;
+    return Count;
+}
+
+int32_t H264DBPList::CountAll() const
+{
+    int32_t Count = 0;
+    for (const H264DecoderFrame* p = m_pHead; p; p = p->m_pNext) ++Count;
+    return Count;
+}
+
+int32_t H264DBPList::FreeIndex() const
+{
+    uint32_t Taken = 0;
+    for (const H264DecoderFrame* p = m_pHead; p; p = p->m_pNext)
+        if (p->m_Index >= 0) Taken |= 1u << p->m_Index;
+    int32_t Index = 0;
+    while (Index < kMaxFrames && (Taken >> Index & 1) != 0) ++Index;
+    return Index < kMaxFrames ? Index : -1;
+}
+
+H264DecoderFrame* H264DBPList::FindOldestDisplayable(int32_t Limit) const
+{
+    H264DecoderFrame* pOldest = nullptr;
+    int32_t Candidates = 0;
+    for (H264DecoderFrame* p = m_pHead; p && Candidates < Limit + 2; p = p->m_pNext) {
+        if (p->m_WasOutputted || !(p->m_IsDisplayable || p->m_BusyCount >= 2)) continue;
+        ++Candidates;
+        if (!pOldest || IsEarlier(*p, *pOldest) ||
+            (!IsEarlier(*pOldest, *p) && p->m_FrameExists && !pOldest->m_FrameExists))
+            pOldest = p;
+    }
+    return pOldest;
+}
+
+void H264DBPList::CountReferences(int32_t& Short, int32_t& Long) const
+{
+    Short = Long = 0;
+    for (const H264DecoderFrame* p = m_pHead; p; p = p->m_pNext) {
+        if (HasShortTerm(*p)) {
+            ++Short;
+        } else if (HasLongTerm(*p)) {
+            ++Long;
+        }
+    }
+}
+
+H264DecoderFrame* H264DBPList::FindOldestShortTerm() const
+{
+    H264DecoderFrame* pOldest = nullptr;
+    int32_t Lowest = kFrameNumWrapLimit;
+    for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext)
+        if (HasShortTerm(*p) && p->m_FrameNumWrap < Lowest) {
+            pOldest = p;
+            Lowest = p->m_FrameNumWrap;
+        }
+    return pOldest;
+}
+
+H264DecoderFrame* H264DBPList::FindShortTerm(int32_t PicNum, bool IsField, int& Field) const
+{
+    return FindByNumber(m_pHead, PicNum, IsField, Field, &H264DecoderFrame::m_IsShortTerm, &H264DecoderFrame::m_PicNum);
+}
+
+H264DecoderFrame* H264DBPList::FindLongTerm(int32_t LongTermPicNum, bool IsField, int& Field) const
+{
+    return FindByNumber(m_pHead, LongTermPicNum, IsField, Field, &H264DecoderFrame::m_IsLongTerm,
+                        &H264DecoderFrame::m_LongTermPicNum);
+}
+
+void H264DBPList::IncreaseResetCount(const H264DecoderFrame* pExcept)
+{
+    for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext) {
+        if (p == pExcept) continue;
+        ++p->m_RefListResetCount[0];
+        ++p->m_RefListResetCount[1];
+    }
+}
+
+void H264DBPList::ComputePicNums(const SliceHeaderFields& Header, int32_t MaxFrameNum)
+{
+    for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext) {
+        if (!p->IsReferenced()) continue;
+        p->m_FrameNumWrap = p->m_FrameNum > Header.frame_num ? p->m_FrameNum - MaxFrameNum : p->m_FrameNum;
+        for (int Field = 0; Field < 2; ++Field) {
+            const int SameParity = Field == Header.bottom_field_flag;
+            p->m_PicNum[Field] = Header.field_pic_flag ? 2 * p->m_FrameNumWrap + SameParity : p->m_FrameNumWrap;
+            if (p->m_IsLongTerm[Field])
+                p->m_LongTermPicNum[Field] =
+                    Header.field_pic_flag ? 2 * p->m_LongTermFrameIdx + SameParity : p->m_LongTermFrameIdx;
+        }
+    }
+}
+
+H264DecoderFrame* H264DBPList::FindClosestForConcealment(const H264DecoderFrame* pFrame) const
+{
+    H264DecoderFrame* pClosest = nullptr;
+    for (H264DecoderFrame* p = m_pHead; p && p != pFrame; p = p->m_pNext) {
+        const bool IsAlike =
+            !p->m_IsSkipped && p->m_ChromaFormat == pFrame->m_ChromaFormat && p->m_Size == pFrame->m_Size;
+        if (IsAlike && p->ResetCount() == 0 && p->PicOrderCnt() < pFrame->PicOrderCnt()) pClosest = p;
+    }
+    return pClosest;
+}
+
+} // namespace UMC

@@ -1,0 +1,255 @@
+#include "decoder/picture/ref_list_builder.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace UMC {
+
+namespace {
+
+constexpr int kMaxInitialEntries = 32;
+constexpr uint8_t kNoField = 7; // -1 in the low 3 bits of a flag byte
+
+// Frames in the order in which a list takes them. Insertion beyond its end ends the building: the rest is dropped.
+class FrameOrder
+{
+public:
+    // Keeps the order given by Before; frames that compare equal stay in the order of insertion.
+    template <class Compare>
+    void Insert(H264DecoderFrame* pFrame, Compare Before)
+    {
+        if (m_Count == kMaxInitialEntries) return;
+        int At = m_Count++;
+        for (; At > 0 && Before(*pFrame, *m_Frames[At - 1]); --At) m_Frames[At] = m_Frames[At - 1];
+        m_Frames[At] = pFrame;
+    }
+    int Count() const { return m_Count; }
+    H264DecoderFrame* operator[](int i) const { return m_Frames[i]; }
+
+private:
+    H264DecoderFrame* m_Frames[kMaxInitialEntries];
+    int m_Count = 0;
+};
+
+bool IsShortTermFor(const H264DecoderFrame& Frame, bool IsField)
+{
+    return IsField ? Frame.m_IsShortTerm[0] || Frame.m_IsShortTerm[1]
+                   : Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1];
+}
+bool IsLongTermFor(const H264DecoderFrame& Frame, bool IsField)
+{
+    return IsField ? Frame.m_IsLongTerm[0] || Frame.m_IsLongTerm[1] : Frame.m_IsLongTerm[0] && Frame.m_IsLongTerm[1];
+}
+
+// The initial lists of one slice. For a field slice they hold frames first, then fields.
+class ListBuilder
+{
+public:
+    ListBuilder(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+                H264DecoderRefPicList& Lists)
+        : m_Slice(Slice), m_Header(Slice.m_Header), m_Reordering(Reordering), m_Dpb(Dpb), m_Lists(Lists),
+          m_IsField(Slice.m_Header.field_pic_flag != 0), m_IsB(Slice.m_Header.slice_type == B_SLICE)
+    {
+    }
+
+    void Build()
+    {
+        CollectLongTerm();
+        if (m_IsB) {
+            InitialListsB();
+        } else {
+            InitialListP();
+        }
+        for (int List = 0; List < 2; ++List) m_pFallback[List] = LastEntry(m_Lists.List[List], Active(List));
+        if (m_IsField)
+            for (int List = 0; List <= m_IsB; ++List) AlternateFields(m_Lists.List[List]);
+        if (m_IsB) SwapEqualLists();
+        for (int List = 0; List <= m_IsB; ++List) {
+            m_Lists.List[List].Frame[Active(List)] = nullptr;
+            Reorder(m_Lists.List[List], m_Reordering[List], Active(List));
+            FillHoles(m_Lists.List[List], m_pFallback[List], Active(List));
+        }
+    }
+
+private:
+    int Active(int List) const { return List == 0 ? m_Header.num_ref_idx_l0_active : m_Header.num_ref_idx_l1_active; }
+
+    void CollectLongTerm()
+    {
+        const auto Before = [this](const H264DecoderFrame& a, const H264DecoderFrame& b) {
+            return m_IsField ? a.m_LongTermFrameIdx < b.m_LongTermFrameIdx
+                             : a.m_LongTermPicNum[0] < b.m_LongTermPicNum[0];
+        };
+        for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
+            if (IsLongTermFor(*p, m_IsField)) m_LongTerm.Insert(p, Before);
+    }
+
+    // Clauses 8.2.4.2.1 and 8.2.4.2.2.
+    void InitialListP()
+    {
+        FrameOrder ShortTerm;
+        const auto Before = [this](const H264DecoderFrame& a, const H264DecoderFrame& b) {
+            return m_IsField ? a.m_FrameNumWrap > b.m_FrameNumWrap : a.m_PicNum[0] > b.m_PicNum[0];
+        };
+        for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
+            if (IsShortTermFor(*p, m_IsField)) ShortTerm.Insert(p, Before);
+        Join(m_Lists.List[0], {&ShortTerm, &m_LongTerm});
+    }
+
+    // Clauses 8.2.4.2.3 and 8.2.4.2.4.
+    void InitialListsB()
+    {
+        FrameOrder Past, Future;
+        const int32_t Current =
+            m_IsField ? m_Slice.m_pFrame->m_PicOrderCnt[m_Header.bottom_field_flag] : m_Slice.m_pFrame->PicOrderCnt();
+        for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext) {
+            if (!IsShortTermFor(*p, m_IsField)) continue;
+            if (OrderCount(*p) <= Current) {
+                Past.Insert(p, [this](const auto& a, const auto& b) { return OrderCount(a) > OrderCount(b); });
+            } else {
+                Future.Insert(p, [this](const auto& a, const auto& b) { return OrderCount(a) < OrderCount(b); });
+            }
+        }
+        if (Past.Count() + Future.Count() + m_LongTerm.Count() >= kMaxInitialEntries) return;
+        Join(m_Lists.List[0], {&Past, &Future, &m_LongTerm});
+        Join(m_Lists.List[1], {&Future, &Past, &m_LongTerm});
+    }
+
+    // Of the picture in work only the first field counts.
+    int32_t OrderCount(const H264DecoderFrame& Frame) const
+    {
+        return &Frame == m_Slice.m_pFrame ? Frame.m_PicOrderCnt[1 - m_Header.bottom_field_flag] : Frame.PicOrderCnt();
+    }
+
+    void Join(H264RefList& List, std::initializer_list<const FrameOrder*> Groups)
+    {
+        int At = 0;
+        for (const FrameOrder* const pGroup : Groups)
+            for (int i = 0; i < pGroup->Count() && At < kMaxInitialEntries; ++i) {
+                List.Frame[At] = (*pGroup)[i];
+                List.Flag[At++] = kNoField;
+            }
+    }
+
+    static H264DecoderFrame* LastEntry(const H264RefList& List, int Count)
+    {
+        while (Count > 0 && !List.Frame[Count - 1]) --Count;
+        return Count > 0 ? List.Frame[Count - 1] : nullptr;
+    }
+
+    // Clause 8.2.4.2.5: short-term fields, then long-term ones.
+    void AlternateFields(H264RefList& List)
+    {
+        H264RefList Fields{};
+        int At = 0;
+        AlternatePass(List, &H264DecoderFrame::m_IsShortTerm, Fields, At);
+        AlternatePass(List, &H264DecoderFrame::m_IsLongTerm, Fields, At);
+        List = Fields;
+    }
+
+    // Takes fields by turns, the current parity first; when one parity runs out, the rest of the other follows.
+    void AlternatePass(const H264RefList& Frames, bool (H264DecoderFrame::*pMarked)[2], H264RefList& Fields, int& At)
+    {
+        int Next[2] = {0, 0};
+        int Parity = m_Header.bottom_field_flag;
+        for (int Missed = 0; Missed < 2 && At < kMaxInitialEntries; Parity ^= 1) {
+            int& i = Next[Parity];
+            while (i < kMaxInitialEntries && Frames.Frame[i] && !(Frames.Frame[i]->*pMarked)[Parity]) ++i;
+            if (i >= kMaxInitialEntries || !Frames.Frame[i]) {
+                ++Missed;
+                continue;
+            }
+            // With the other parity run out, this one goes on alone.
+            Fields.Frame[At] = Frames.Frame[i++];
+            Fields.Flag[At++] = static_cast<uint8_t>(Parity);
+            if (Missed == 1) Parity ^= 1;
+        }
+    }
+
+    void SwapEqualLists()
+    {
+        H264RefList &List0 = m_Lists.List[0], &List1 = m_Lists.List[1];
+        if (!List1.Frame[1]) return;
+        const bool IsEqual = std::equal(std::begin(List0.Frame), std::end(List0.Frame), List1.Frame) &&
+                             std::equal(std::begin(List0.Flag), std::end(List0.Flag), List1.Flag);
+        if (!IsEqual) return;
+        std::swap(List1.Frame[0], List1.Frame[1]);
+        std::swap(List1.Flag[0], List1.Flag[1]);
+    }
+
+    // Clause 8.2.4.3.
+    void Reorder(H264RefList& List, const RefPicListReordering& Commands, int ActiveCount)
+    {
+        const uint32_t MaxPicNum = 1u << (m_Slice.m_pSeqParamSet->log2_max_frame_num + m_IsField);
+        const auto CurrPicNum = static_cast<uint32_t>(m_IsField ? 2 * m_Header.frame_num + 1 : m_Header.frame_num);
+        uint32_t Predicted = CurrPicNum; // picNumLXNoWrap, modulo MaxPicNum
+        for (int i = 0; i < static_cast<int>(Commands.count) && i < ActiveCount; ++i) {
+            const uint32_t Value = Commands.value[i];
+            int Field = 0;
+            H264DecoderFrame* pFrame = nullptr;
+            if (Commands.operation[i] == 2) {
+                pFrame = m_Dpb.FindLongTerm(static_cast<int32_t>(Value & INT32_MAX), m_IsField, Field);
+            } else {
+                const uint32_t Distance = Value + 1;
+                Predicted =
+                    (Commands.operation[i] == 0 ? Predicted - Distance : Predicted + Distance) & (MaxPicNum - 1);
+                const auto PicNum = static_cast<int32_t>(Predicted > CurrPicNum ? Predicted - MaxPicNum : Predicted);
+                pFrame = m_Dpb.FindShortTerm(PicNum, m_IsField, Field);
+            }
+            Place(List, i, ActiveCount, pFrame, m_IsField ? static_cast<uint8_t>(Field) : kNoField);
+        }
+    }
+
+    // Puts a picture, or a hole, at a position; what stands from there on moves back to where the picture stood before.
+    static void Place(H264RefList& List, int At, int ActiveCount, H264DecoderFrame* pFrame, uint8_t Flag)
+    {
+        int End = At;
+        while (End < ActiveCount && !(pFrame && List.Frame[End] == pFrame && List.Flag[End] == Flag)) ++End;
+        std::move_backward(List.Frame + At, List.Frame + End, List.Frame + End + 1);
+        std::move_backward(List.Flag + At, List.Flag + End, List.Flag + End + 1);
+        List.Frame[At] = pFrame;
+        List.Flag[At] = Flag;
+        List.Frame[ActiveCount] = nullptr;
+    }
+
+    void FillHoles(H264RefList& List, H264DecoderFrame* pFallback, int ActiveCount) const
+    {
+        uint8_t HoleField = 0;
+        for (int i = 0; i < ActiveCount; ++i) {
+            if (List.Frame[i]) {
+                const int Field = m_IsField ? RefFlagField(List.Flag[i]) : 0;
+                if (List.Frame[i]->m_IsShortTerm[Field]) List.Flag[i] |= kRefFlagShortTerm;
+            } else {
+                List.Frame[i] = pFallback;
+                List.Flag[i] = (m_IsField ? HoleField : kNoField) | kRefFlagShortTerm;
+                HoleField ^= 1;
+            }
+        }
+    }
+
+    const H264Slice& m_Slice;
+    const SliceHeaderFields& m_Header;
+    const RefPicListReordering (&m_Reordering)[2];
+    H264DBPList& m_Dpb;
+    H264DecoderRefPicList& m_Lists;
+    const bool m_IsField, m_IsB;
+    FrameOrder m_LongTerm;
+    H264DecoderFrame* m_pFallback[2] = {};
+};
+
+} // namespace
+
+Status BuildRefPicLists(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+                        H264DecoderRefPicList& Lists)
+{
+    Dpb.ComputePicNums(Slice.m_Header, 1 << Slice.m_pSeqParamSet->log2_max_frame_num);
+    Lists = {};
+    if (Slice.m_Header.slice_type == I_SLICE) return StatusOk;
+    int32_t Short = 0, Long = 0;
+    Dpb.CountReferences(Short, Long);
+    if (Short + Long == 0) return StatusInvalidParams;
+    ListBuilder(Slice, Reordering, Dpb, Lists).Build();
+    return StatusOk;
+}
+
+} // namespace UMC

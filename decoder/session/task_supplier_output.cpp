@@ -1,0 +1,113 @@
+// Which picture leaves next, and handing it over.
+#include "decoder/session/task_supplier.h"
+
+#include "media/umc_cast.h"
+
+#include <new>
+
+namespace UMC {
+
+namespace {
+
+constexpr size_t kSkippedPictureMark = 1; // data size that stands for a picture that was skipped
+
+ColorFormat FormatOf(int32_t ChromaFormat)
+{
+    constexpr ColorFormat kFormat[] = {YUV420, YUV420, YUV422, YUV444}; // grey pictures have chroma planes of 128
+    return kFormat[ChromaFormat & 3];
+}
+
+} // namespace
+
+H264DecoderFrame* TaskSupplier::PickFrameForOutput(bool Force)
+{
+    if (!Force && m_pDpb->CountDisplayable() < m_DisplayDelay) return nullptr;
+    for (;;) {
+        H264DecoderFrame* const pFrame = m_pDpb->FindOldestDisplayable(m_DpbSize);
+        if (!pFrame || pFrame->m_BusyCount >= 2) return nullptr; // a frame in work holds the younger ones back
+        if (pFrame->m_FrameExists) return pFrame;
+        pFrame->m_WasOutputted = true;
+        ++m_Progress;
+    }
+}
+
+bool TaskSupplier::DeliverFrame(MediaData* pOut, bool Force)
+{
+    auto* const pPicture = DynamicCast<VideoData>(pOut);
+    if (!pPicture) return false;
+    m_pLastDisplayed = nullptr;
+    RemoveOutdatedFrames();
+    H264DecoderFrame* const pFrame = PickFrameForOutput(Force);
+    if (!pFrame) return false;
+    // Before anything changes: a later call gives the picture out.
+    if (!pFrame->m_IsSkipped && ShapeOutput(*pFrame) == StatusAllocFailed) throw std::bad_alloc();
+    m_pLastDisplayed = pFrame;
+    pFrame->m_WasOutputted = true;
+    ++m_Progress;
+    if (pFrame->m_Time > -1.0) {
+        m_LocalTime = pFrame->m_Time;
+    } else {
+        pFrame->m_Time = m_LocalTime;
+    }
+    m_LocalTime += m_FrameTime;
+    pPicture->SetTime(pFrame->m_Time);
+    pPicture->SetFrameType(pFrame->m_FrameType);
+    if (pFrame->m_IsSkipped) {
+        pPicture->SetDataSize(kSkippedPictureMark);
+        return true;
+    }
+    if (ConvertFrame(*pFrame, *pPicture) != StatusOk) {
+        pPicture->SetDataSize(0);
+        return false;
+    }
+    if (pPicture->GetDataSize() == 0) pPicture->SetDataSize(pPicture->GetBufferSize());
+    return true;
+}
+
+// Gives the description of the output the frame's size, format and depth.
+Status TaskSupplier::ShapeOutput(const H264DecoderFrame& Frame)
+{
+    VideoData& Out = *m_pOutput;
+    PlaneInfo Luma{};
+    Out.GetPlaneInfo(&Luma, 0);
+    const ColorFormat Format = FormatOf(Frame.m_ChromaFormat);
+    if (Out.GetColorFormat() == Format && Out.GetWidth() == Frame.m_Size.Width &&
+        Out.GetHeight() == Frame.m_Size.Height && Luma.m_BitDepth == Frame.m_BitDepth)
+        return StatusOk;
+    return Out.Init(Frame.m_Size.Width, Frame.m_Size.Height, Format, Frame.m_BitDepth);
+}
+
+Status TaskSupplier::DescribeOutput(const H264DecoderFrame& Frame)
+{
+    const Status Shape = ShapeOutput(Frame);
+    if (Shape != StatusOk) return Shape;
+    VideoData& Out = *m_pOutput;
+    uint8_t* const Planes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
+    const int32_t SampleBytes = Frame.m_BitDepth > 8 ? 2 : 1;
+    for (int32_t i = 0; i < 3; ++i) {
+        Out.SetPlanePointer(Planes[i], i);
+        Out.SetPlanePitch((i == 0 ? Frame.m_PitchLuma : Frame.m_PitchChroma) * SampleBytes, i);
+    }
+    Out.SetPictureStructure(Frame.m_PictureStructure == FRAME_PICTURE ? PROGRESSIVE_FRAME : INTERLACED_FRAME);
+    Out.SetFrameType(Frame.m_FrameType);
+    Out.SetTime(Frame.m_Time);
+    Out.SetAspectRatio(Frame.m_AspectWidth, Frame.m_AspectHeight);
+    return StatusOk;
+}
+
+Status TaskSupplier::ConvertFrame(const H264DecoderFrame& Frame, VideoData& Out)
+{
+    const Status Result = DescribeOutput(Frame);
+    if (Result != StatusOk) return Result;
+    if ((Frame.m_CropLeft | Frame.m_CropRight | Frame.m_CropTop | Frame.m_CropBottom) == 0)
+        return (*m_ppConverter)->GetFrame(m_pOutput, &Out);
+    VideoDataCrop Cropped;
+    Cropped = *m_pOutput;
+    if (Cropped.GetPlaneCount() != m_pOutput->GetPlaneCount()) throw std::bad_alloc();
+    const Status Region =
+        Cropped.SetRegion(Frame.m_CropLeft, Frame.m_CropTop, Frame.m_Size.Width - Frame.m_CropRight - Frame.m_CropLeft,
+                          Frame.m_Size.Height - Frame.m_CropBottom - Frame.m_CropTop);
+    return Region != StatusOk ? Region : (*m_ppConverter)->GetFrame(&Cropped, &Out);
+}
+
+} // namespace UMC

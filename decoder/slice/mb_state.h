@@ -1,0 +1,73 @@
+// What a segment decoder keeps of the macroblock in hand and of its neighbours.
+#pragma once
+
+#include "decoder/picture/mb_info.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace UMC {
+
+// A scratch of 4x4 blocks with a border: five rows of eight, the macroblock at columns 4..7 of rows 1..4, the left
+// neighbour at column 3, the row above at row 0, what lies above-right at column 0 of row 1 and above-left at column 3
+// of row 0. A step right of column 7 thus lands on the next row's column 0, where rows 2..4 hold nothing at all.
+inline constexpr int kCacheStride = 8;
+inline constexpr int kCacheSize = 5 * kCacheStride;
+inline constexpr int kCacheOrigin = kCacheStride + 4;
+inline constexpr int CachePos(int x, int y) { return kCacheOrigin + y * kCacheStride + x; }
+inline constexpr int kCacheTopRight = CachePos(4, -1);
+inline constexpr int kCacheTopLeft = CachePos(-1, -1);
+
+// Cache places of the 16 luma blocks in luma4x4BlkIdx order (clause 6.4.3).
+inline constexpr uint8_t kBlockCachePos[16] = {CachePos(0, 0), CachePos(1, 0), CachePos(0, 1), CachePos(1, 1),
+                                               CachePos(2, 0), CachePos(3, 0), CachePos(2, 1), CachePos(3, 1),
+                                               CachePos(0, 2), CachePos(1, 2), CachePos(0, 3), CachePos(1, 3),
+                                               CachePos(2, 2), CachePos(3, 2), CachePos(2, 3), CachePos(3, 3)};
+
+inline constexpr int8_t kRefNone = -1;        // intra, or the list is not used
+inline constexpr int8_t kRefUnavailable = -2; // outside the slice or not decoded yet
+
+// Motion of one list around the macroblock. A vector whose reference is negative is 0.
+struct alignas(16) MotionCache {
+    H264DecoderMotionVector Mv[kCacheSize];
+    int8_t Ref[kCacheSize];
+    uint8_t Mvd[kCacheSize][2]; // magnitudes as in MbMvd
+};
+
+inline bool IsIntra(int8_t MbType) { return MbType <= MBTYPE_PCM; }
+inline bool IsIntra(const MbGlobalInfo& Mb) { return IsIntra(Mb.MbType); }
+
+inline uint32_t AsWord(H264DecoderMotionVector Mv)
+{
+    uint32_t Word;
+    std::memcpy(&Word, &Mv, sizeof Word);
+    return Word;
+}
+
+// Swaps raster and luma4x4BlkIdx order of 16 bits; its own inverse.
+inline uint32_t SwapBlockOrder(uint32_t Bits)
+{
+    const uint32_t t = (Bits ^ Bits >> 2) & 0x0C0C;
+    return Bits ^ t ^ t << 2;
+}
+
+// The macroblock in hand. Neighbours are -1 when they lie outside the picture or the slice; their records then are the
+// slice's stand-ins, which add nothing to any CABAC context.
+struct MbState {
+    int32_t m_Mb = 0;         // number in the frame's arrays
+    int32_t m_X = 0, m_Y = 0; // in macroblocks, within the frame or field
+    int32_t m_Left = -1, m_Top = -1, m_TopRight = -1, m_TopLeft = -1;
+    MbGlobalInfo* m_pGlobal = nullptr;
+    MbLocalInfo* m_pLocal = nullptr;
+    const MbGlobalInfo *m_pLeftGlobal = nullptr, *m_pTopGlobal = nullptr;
+    const MbLocalInfo *m_pLeftLocal = nullptr, *m_pTopLocal = nullptr;
+};
+
+// Inter prediction shape of a macroblock or of an 8x8 block.
+enum BlockShape : uint8_t { SHAPE_WHOLE = 0, SHAPE_ROWS = 1, SHAPE_COLUMNS = 2, SHAPE_QUARTERS = 3, SHAPE_DIRECT = 4 };
+
+// SubBlockType bit that marks a direct 8x8 block; the low two bits hold its shape.
+inline constexpr uint8_t SUBTYPE_SHAPE = 3;
+inline constexpr uint8_t SUBTYPE_DIRECT = 4;
+
+} // namespace UMC

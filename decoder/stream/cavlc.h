@@ -1,0 +1,51 @@
+// CAVLC residual blocks of H.264 clause 9.2.
+#pragma once
+
+#include "Common/h264/h264_tables.h"
+#include "decoder/stream/bitstream.h"
+
+#include <bit>
+#include <cstdint>
+
+namespace UMC {
+
+// A code whose words have at most three bits behind their first one: an entry for each count of leading zeros and each
+// three bits that follow the one. Length 0 marks what is no code.
+struct VlcTable {
+    struct Entry {
+        uint8_t Value;
+        uint8_t Length;
+    };
+    Entry Entries[16 * 8];
+
+    const Entry& Find(uint32_t Window) const // Window: the next 32 bits
+    {
+        const auto Zeros = static_cast<uint32_t>(std::countl_zero(Window | 0x10000)); // 0..15
+        return Entries[Zeros * 8 + (Window << (Zeros + 1) >> 29)];
+    }
+    void Add(const h264::VlcCode& Code, uint32_t Value);
+};
+
+// The tables of clause 9.2 in the form that is looked up; built once, before any thread starts.
+struct CavlcTables {
+    CavlcTables();
+    VlcTable CoeffToken[h264::kNcClasses]; // value: total_coeff * 4 + trailing_ones; kNc8Up is not filled
+    uint8_t FixedToken[64];                // nC of 8 and more: by the six bits
+    VlcTable TotalZeros4x4[16];
+    VlcTable TotalZerosChromaDc420[4];
+    VlcTable TotalZerosChromaDc422[8];
+    VlcTable RunBefore[8]; // by zeros left, 7 for all above 6
+};
+extern const CavlcTables g_CavlcTables;
+
+// One block's levels, highest frequency first, and their places in the list of coefficients.
+struct CavlcBlock {
+    int32_t Level[16];
+    uint8_t Position[16];
+};
+
+// Reads a block of MaxCoeffs (16, 15, 8 or 4) coefficients and returns total_coeff. nC is -1 or -2 for chroma DC.
+// Throws h264_exception on a code that does not exist.
+int ReadCavlcBlock(H264Bitstream& Bitstream, int nC, int MaxCoeffs, CavlcBlock& Block);
+
+} // namespace UMC

@@ -1,0 +1,200 @@
+// Residual, quantisation and reconstruction of a macroblock whose mode is decided.
+#include "encoder/code/coefficients.h"
+#include "encoder/code/compensation.h"
+#include "encoder/code/quantise.h"
+
+#include <cstring>
+
+namespace UMC_H264_ENCODER {
+
+using kernels::g_Kernels;
+
+namespace {
+
+// One bit of coded_block_pattern for each quadrant with a coded block.
+uint32_t LumaPattern(uint32_t Coded)
+{
+    uint32_t Pattern = 0;
+    for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant)
+        Pattern |= (Coded >> (4 * Quadrant) & 15 ? 1u : 0u) << Quadrant;
+    return Pattern;
+}
+
+template <class Core>
+void InterPrediction(Core& c, typename Core::Slice& s)
+{
+    auto& w = s.work_area;
+    const auto& mb = s.cur_mb;
+    const auto& Ref = *s.ref_pic_lists.Pictures[0][mb.ref[0][0]];
+    const MotionVector v = mb.mv[0][0];
+    if (!(w.bTested && w.TestedVector == v && mb.ref[0][0] == 0)) {
+        w.bTested = false;
+        CompensateLuma(c, s, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
+    }
+    CompensateChroma(c, s, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
+}
+
+// Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.
+template <class Core>
+uint32_t InterLumaLevels(Core&, typename Core::Slice& s)
+{
+    auto& w = s.work_area;
+    const uint32_t Mask = w.bTested ? w.TestedMask : QuantiseInterLuma<Core>(s);
+    uint32_t Coded = 0;
+    int32_t Total = 0;
+    for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
+        const uint32_t Bits = Mask & (15u << (4 * Quadrant));
+        int32_t Cost = 0;
+        for (uint32_t Rest = Bits; Rest; Rest &= Rest - 1) {
+            const auto Block = static_cast<size_t>(std::countr_zero(Rest));
+            Cost += ListLevels(w.Luma + 16 * Block, 0, w.LumaLevels[Block]);
+        }
+        if (IsQuadrantWorthCoding(Cost)) Coded |= Bits;
+        Total += Cost;
+    }
+    return IsMacroblockWorthCoding(Total) ? Coded : 0;
+}
+
+// Residual of both chroma planes against the prediction in PredUV; sets the chroma bits of Coded and Pattern.
+template <class Core>
+void ReconstructChroma(Core&, typename Core::Slice& s)
+{
+    auto& w = s.work_area;
+    auto& mb = s.cur_mb;
+    const MacroblockQuant& q = s.quant;
+    uint32_t AnyAc = 0, AnyDc = 0;
+    for (int Plane = 0; Plane < 2; ++Plane) {
+        auto* const pDst = Plane ? mb.src_v : mb.src_u;
+        const auto* const pPred = w.PredUV + 8 * Plane;
+        auto* const pLevels = w.Chroma[Plane];
+        if (s.slice_type != SLICE_I && ChromaHasNoLevels<Core>(s, Plane)) {
+            g_Kernels.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
+            continue;
+        }
+        uint32_t Mask =
+            g_Kernels.ForwardQuantAc8x8(pDst, mb.pitch, pPred, w.kPredStep, pLevels, w.ChromaDc[Plane], q.pChroma);
+        const uint32_t Dc = g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0], q.pChroma->Rounding,
+                                                         q.pChroma->Shift);
+        int32_t Cost = 0;
+        for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
+            const auto Block = static_cast<size_t>(std::countr_zero(Rest));
+            Cost += ListLevels(pLevels + 16 * Block, 1, w.ChromaAcLevels[Plane][Block]);
+        }
+        if (Mask && !IsChromaAcWorthCoding(Cost)) {
+            Mask = 0;
+            std::memset(pLevels, 0, sizeof(w.Chroma[Plane]));
+        }
+        g_Kernels.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
+        if (Mask) {
+            g_Kernels.DequantBlocks(pLevels, Mask, 4, q.pChromaScale, q.ChromaPer, 1);
+            mb.local->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
+        }
+        uint32_t Bits = Mask;
+        if (Dc) {
+            ListDcLevels(w.ChromaDc[Plane], 4, w.ChromaDcLevels[Plane]);
+            mb.local->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
+            g_Kernels.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
+            for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
+        }
+        if (Bits) g_Kernels.AddResidualChroma(pLevels, pDst, mb.pitch, Bits);
+        AnyAc |= Mask;
+        AnyDc |= Dc;
+    }
+    mb.local->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
+}
+
+template <class Core>
+void ReconstructInter(Core& c, typename Core::Slice& s)
+{
+    auto& w = s.work_area;
+    auto& mb = s.cur_mb;
+    InterPrediction(c, s);
+    const uint32_t Coded = InterLumaLevels(c, s);
+    g_Kernels.CopyBlock16(w.PredY, w.kPredStep, mb.src_y, mb.pitch, 16);
+    if (Coded) {
+        g_Kernels.DequantBlocks(w.Luma, Coded, 16, s.quant.pLumaScale, s.quant.LumaPer, 0);
+        g_Kernels.AddResidualLuma4x4(w.Luma, mb.src_y, mb.pitch, Coded);
+    }
+    mb.local->Coded = Coded;
+    mb.local->Pattern = LumaPattern(Coded);
+    ReconstructChroma(c, s);
+}
+
+template <class Core>
+void ReconstructIntra16x16(Core& c, typename Core::Slice& s)
+{
+    auto& w = s.work_area;
+    auto& mb = s.cur_mb;
+    const MacroblockQuant& q = s.quant;
+    const auto* const pPred = w.IntraY[0];
+    uint32_t Mask = g_Kernels.ForwardQuantAc16x16(mb.src_y, mb.pitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
+    // The DC levels always take the rounding of intra, in every slice type.
+    const uint32_t Dc =
+        g_Kernels.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);
+    for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
+        const auto Block = static_cast<size_t>(std::countr_zero(Rest));
+        ListLevels(w.Luma + 16 * Block, 1, w.LumaLevels[Block]);
+    }
+    mb.local->Coded = Mask;
+    mb.local->Pattern = Mask ? 15 : 0;
+    g_Kernels.CopyBlock16(pPred, w.kPredStep, mb.src_y, mb.pitch, 16);
+    if (Mask) g_Kernels.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
+    if (Dc) {
+        mb.local->Coded |= kCodedLumaDc;
+        ListLevels(w.LumaDc, 0, w.LumaDcLevels);
+        g_Kernels.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
+        for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
+    }
+    if (Mask) g_Kernels.AddResidualLuma4x4(w.Luma, mb.src_y, mb.pitch, Mask);
+    ReconstructChroma(c, s);
+}
+
+// The decision has reconstructed the blocks in the local copy already.
+template <class Core>
+void ReconstructIntra4x4(Core& c, typename Core::Slice& s)
+{
+    auto& w = s.work_area;
+    auto& mb = s.cur_mb;
+    g_Kernels.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.src_y, mb.pitch, 16);
+    mb.local->Coded = w.Intra4x4Coded;
+    mb.local->Pattern = LumaPattern(w.Intra4x4Coded);
+    ReconstructChroma(c, s);
+}
+
+} // namespace
+
+template <class Core>
+void Reconstruct(Core& c, typename Core::Slice& s)
+{
+    switch (s.cur_mb.global->Type) {
+    case MB_SKIP_P: return; // the skip test has put the prediction in place
+    case MB_INTRA16X16: return ReconstructIntra16x16(c, s);
+    case MB_INTRA4X4: return ReconstructIntra4x4(c, s);
+    default: return ReconstructInter(c, s);
+    }
+}
+
+template <class Core>
+void SetQuantisers(Core& c, typename Core::Slice& s, int32_t Qp)
+{
+    if (s.quant_qp == Qp) return;
+    s.quant_qp = Qp;
+    const auto Luma = static_cast<size_t>(Qp);
+    const size_t Chroma = h264::kChromaQp[Luma];
+    // Intra macroblocks of P and B slices take the smaller rounding too: the slice decides, not the macroblock.
+    const auto& Table = s.slice_type == SLICE_I ? c.quant.Intra : c.quant.Inter;
+    s.quant.pLuma = &Table[Luma];
+    s.quant.pLumaIntra = &c.quant.Intra[Luma];
+    s.quant.pChroma = &Table[Chroma];
+    s.quant.pLumaScale = c.quant.Scale[Luma % 6];
+    s.quant.pChromaScale = c.quant.Scale[Chroma % 6];
+    s.quant.LumaZeroSad = c.quant.LumaZeroSad[Luma];
+    s.quant.ChromaZeroSad = c.quant.ChromaZeroSad[Chroma];
+    s.quant.LumaPer = static_cast<int32_t>(Luma / 6);
+    s.quant.ChromaPer = static_cast<int32_t>(Chroma / 6);
+}
+
+template void Reconstruct(Core8&, Core8::Slice&);
+template void SetQuantisers(Core8&, Core8::Slice&, int32_t);
+
+} // namespace UMC_H264_ENCODER

@@ -1,0 +1,161 @@
+// The quarter-sample refinement.
+#include "encoder/decide/motion_search.h"
+
+#include "kernels/dispatch/kernels.h"
+
+namespace UMC_H264_ENCODER {
+
+namespace {
+
+using kernels::g_Kernels;
+
+constexpr int32_t kReach = 3; // quarter samples from the start
+
+enum Plane : uint8_t { FULL, RIGHT, DOWN, BOTH, NONE };
+struct PlanePoint {
+    Plane Which;
+    uint8_t dx, dy; // whole samples
+};
+// The samples whose rounded mean is the one at quarter offset y * 4 + x (clause 8.4.2.2.1).
+constexpr PlanePoint kQuarterPoints[16][2]{
+    {{FULL, 0, 0}, {NONE, 0, 0}},  {{FULL, 0, 0}, {RIGHT, 0, 0}}, {{RIGHT, 0, 0}, {NONE, 0, 0}},
+    {{RIGHT, 0, 0}, {FULL, 1, 0}}, {{FULL, 0, 0}, {DOWN, 0, 0}},  {{RIGHT, 0, 0}, {DOWN, 0, 0}},
+    {{RIGHT, 0, 0}, {BOTH, 0, 0}}, {{RIGHT, 0, 0}, {DOWN, 1, 0}}, {{DOWN, 0, 0}, {NONE, 0, 0}},
+    {{DOWN, 0, 0}, {BOTH, 0, 0}},  {{BOTH, 0, 0}, {NONE, 0, 0}},  {{BOTH, 0, 0}, {DOWN, 1, 0}},
+    {{DOWN, 0, 0}, {FULL, 0, 1}},  {{DOWN, 0, 0}, {RIGHT, 0, 1}}, {{BOTH, 0, 0}, {RIGHT, 0, 1}},
+    {{RIGHT, 0, 1}, {DOWN, 1, 0}}};
+
+// The walk over quarter samples around a whole one. Offsets are quarter samples from the start, -3..3.
+class SubpelSearch
+{
+public:
+    explicit SubpelSearch(MEParams& Params)
+        : m_p(Params), m_Start(Params.best_mv), m_pBitsX(MVBits() + (m_Start.x - Params.pred_mv.x)),
+          m_pBitsY(MVBits() + (m_Start.y - Params.pred_mv.y)), m_pPrices(Params.mv_cost_table->data())
+    {
+        const int32_t Code = SizeCode(m_p.block_width, m_p.block_height);
+        m_pDistance = m_p.flags & ENC_ANALYSE_SAD ? SadFunction(Code) : SatdFunction(Code);
+        m_pOrigin = m_p.ref_y + (m_Start.y >> 2) * m_p.pitch + (m_Start.x >> 2);
+        m_b16x16 = m_p.block_width == 16 && m_p.block_height == 16;
+        if (!m_b16x16) return;
+        constexpr ptrdiff_t kStep = HalfPlanes<uint8_t>::kStep;
+        g_Kernels.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.halves->Right, kStep);
+        g_Kernels.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.halves->Down, kStep);
+        m_p.halves->bBoth = false;
+    }
+
+    void Full()
+    {
+        for (int32_t y = -kReach; y <= kReach; ++y)
+            for (int32_t x = -kReach; x <= kReach; ++x) Try(x, y);
+    }
+
+    void Walk()
+    {
+        int32_t x = 0, y = 0;
+        for (int32_t Towards = 0, Moved = 0; Moved >= 0;) {
+            const DirectionRow& Row = kNextDirections[Towards];
+            Moved = -1;
+            for (int32_t i = 0; i < Row.Count; ++i) {
+                const Direction d = kDirections[Row.Next[i]];
+                if (Try(x + d.dx, y + d.dy)) Moved = Row.Next[i];
+            }
+            if (Moved < 0) break;
+            Towards = Moved;
+            x += kDirections[Moved].dx;
+            y += kDirections[Moved].dy;
+        }
+    }
+
+private:
+    bool Try(int32_t dx, int32_t dy)
+    {
+        if (dx < -kReach || dx > kReach || dy < -kReach || dy > kReach) return false;
+        const int32_t x = m_Start.x + dx, y = m_Start.y + dy;
+        int32_t Cost = m_pPrices[m_pBitsX[dx] + m_pBitsY[dy]];
+        if (Cost >= m_p.best_cost) return false;
+        Cost += m_b16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
+        if (Cost >= m_p.best_cost) return false;
+        if (m_p.flags & ENC_ANALYSE_ME_CHROMA) Cost += ChromaDistortion(m_p, x, y);
+        if (Cost >= m_p.best_cost) return false;
+        m_p.best_cost = Cost;
+        m_p.best_mv = {static_cast<int16_t>(x), static_cast<int16_t>(y)};
+        return true;
+    }
+
+    const uint8_t* At(PlanePoint p, int32_t x, int32_t y, ptrdiff_t& Step)
+    {
+        x += p.dx;
+        y += p.dy;
+        if (p.Which == FULL) {
+            Step = m_p.pitch;
+            return m_pOrigin + y * m_p.pitch + x;
+        }
+        HalfPlanes<uint8_t>& h = *m_p.halves;
+        Step = HalfPlanes<uint8_t>::kStep;
+        if (p.Which == BOTH && !h.bBoth) {
+            g_Kernels.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step);
+            h.bBoth = true;
+        }
+        const uint8_t* const pPlane = p.Which == RIGHT ? h.Right : p.Which == DOWN ? h.Down : h.Both;
+        return pPlane + (y + 1) * Step + x + 1;
+    }
+
+    int32_t Distance16x16(int32_t dx, int32_t dy)
+    {
+        const PlanePoint* const pPoints = kQuarterPoints[(dy & 3) * 4 + (dx & 3)];
+        ptrdiff_t StepA, StepB;
+        const uint8_t* const pA = At(pPoints[0], dx >> 2, dy >> 2, StepA);
+        if (pPoints[1].Which == NONE) return m_pDistance(m_p.src_y, m_p.pitch, pA, StepA);
+        const uint8_t* const pB = At(pPoints[1], dx >> 2, dy >> 2, StepB);
+        if (m_p.flags & ENC_ANALYSE_SAD) return g_Kernels.SadAverage16x16(m_p.src_y, m_p.pitch, pA, StepA, pB, StepB);
+        g_Kernels.CopyBlock16(pA, StepA, m_p.trial, 16, 16);
+        g_Kernels.AverageBlock16(pB, StepB, m_p.trial, 16, 16);
+        return m_pDistance(m_p.src_y, m_p.pitch, m_p.trial, 16);
+    }
+
+    int32_t DistanceOther(int32_t dx, int32_t dy)
+    {
+        const auto pInterpolate = m_p.block_width == 16  ? g_Kernels.InterpolateLuma16
+                                  : m_p.block_width == 8 ? g_Kernels.InterpolateLuma8
+                                                         : g_Kernels.InterpolateLuma4;
+        pInterpolate(m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2), m_p.pitch, m_p.trial, 16, dx & 3, dy & 3,
+                     m_p.block_height);
+        return m_pDistance(m_p.src_y, m_p.pitch, m_p.trial, 16);
+    }
+
+    MEParams& m_p;
+    MotionVector m_Start;               // a whole sample
+    const uint8_t *m_pBitsX, *m_pBitsY; // bits of a component by its offset
+    const int16_t* m_pPrices;
+    DistanceFunction* m_pDistance;
+    const uint8_t* m_pOrigin; // the sample of m_Start in the reference picture
+    bool m_b16x16;
+};
+
+} // namespace
+
+void SearchSubpel(MEParams& p)
+{
+    SubpelSearch Search(p);
+    if (p.method >> 5)
+        Search.Walk();
+    else
+        Search.Full();
+}
+
+int32_t ChromaDistortion(const MEParams& p, int32_t x, int32_t y)
+{
+    const int32_t Width = p.block_width / 2, Height = p.block_height / 2;
+    const auto pInterpolate = Width == 8   ? g_Kernels.InterpolateChroma8
+                              : Width == 4 ? g_Kernels.InterpolateChroma4
+                                           : g_Kernels.InterpolateChroma2;
+    y += p.chroma_mv_offset;
+    const ptrdiff_t Offset = (y >> 3) * p.pitch + (x >> 3);
+    pInterpolate(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.trial_uv, p.trial_uv + 8, 16, x & 7, y & 7, Height);
+    const int32_t Code = SizeCode(Width, Height);
+    const auto pDistance = p.flags & ENC_ANALYSE_SAD ? SadFunction(Code) : SatdFunction(Code);
+    return pDistance(p.src_u, p.pitch, p.trial_uv, 16) + pDistance(p.src_v, p.pitch, p.trial_uv + 8, 16);
+}
+
+} // namespace UMC_H264_ENCODER

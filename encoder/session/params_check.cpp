@@ -1,0 +1,189 @@
+#include "encoder/session/params_check.h"
+
+#include "Common/h264/picture_buffer.h"
+#include "encoder/state/encoder_types.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace UMC_H264_ENCODER {
+
+using UMC::H264EncoderParams;
+using UMC::Status;
+
+namespace {
+
+template <class T>
+void ReplaceOutside(T& Field, int32_t Low, int32_t High, int32_t Replacement)
+{
+    if (Field < Low || Field > High) Field = static_cast<T>(Replacement);
+}
+
+constexpr std::array<uint8_t, 16> kLevels{0, 10, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51};
+
+void CheckGop(H264EncoderParams& p)
+{
+    if (p.key_frame_interval == 1) {
+        p.num_b_frames = 0;
+        p.num_ref_frames = 1;
+    }
+    p.key_frame_method = 1;
+    if (p.key_frame_interval < 0) p.key_frame_interval = 250;
+    if (p.idr_interval < 0) p.idr_interval = 4;
+    if (p.num_b_frames < 0) p.num_b_frames = 0;
+    // b_ref_mode is deliberately never corrected: any value passes.
+    ReplaceOutside(p.num_ref_frames, 0, 16, 2);
+    if (p.num_b_frames > 0 && (p.num_ref_to_start_b < 1 || p.num_ref_to_start_b > p.num_ref_frames - 1)) {
+        if (p.num_ref_to_start_b < 1) p.num_ref_to_start_b = 1;
+        p.num_ref_frames = p.num_ref_to_start_b + 1;
+    }
+}
+
+void CheckSlices(H264EncoderParams& p)
+{
+    p.m_NumThreads = 1;
+    if (p.num_slices < 1) p.num_slices = static_cast<int16_t>(p.m_NumThreads);
+    const int32_t Rows = (p.m_Info.m_Height + 15) / 16;
+    if (p.num_slices > Rows) p.num_slices = static_cast<int16_t>(Rows);
+}
+
+void CheckLevel(H264EncoderParams& p)
+{
+    if (std::find(kLevels.begin(), kLevels.end(), p.level_idc) == kLevels.end()) p.level_idc = 0;
+    if (p.level_idc == 0) p.level_idc = ChooseLevel(p.m_Info.m_Width, p.m_Info.m_Height, p.m_Info.m_FrameRate);
+}
+
+Status CheckHighFormat(const H264EncoderParams& p)
+{
+    for (const int32_t Depth : {p.bit_depth_luma, p.bit_depth_chroma, p.bit_depth_aux})
+        if (Depth < 8 || Depth > 12) return UMC::StatusInvalidParams;
+    if (p.chroma_format_idc > 2) return UMC::StatusNotImplemented;
+    return UMC::StatusOk;
+}
+
+bool IsEightBit(const H264EncoderParams& p)
+{
+    return p.bit_depth_luma == 8 && p.bit_depth_chroma == 8 && p.bit_depth_aux == 8;
+}
+
+bool FitsMainProfile(const H264EncoderParams& p)
+{
+    return IsEightBit(p) && p.aux_format_idc == 0 && p.alpha_incr_flag == 0 && p.alpha_opaque_value == 0 &&
+           p.alpha_transparent_value == 0 && p.chroma_format_idc == 1 && p.transform_8x8_mode == 0 &&
+           p.use_default_scaling_matrix == 0;
+}
+
+// Raises the profile until it carries what the other settings ask for.
+Status CheckProfile(H264EncoderParams& p)
+{
+    for (;;) {
+        switch (p.profile_idc) {
+        case 66:
+            if (p.num_b_frames > 0) {
+                p.profile_idc = 77;
+                break;
+            }
+            [[fallthrough]];
+        case 77:
+        case 88:
+            if (FitsMainProfile(p)) return UMC::StatusOk;
+            p.profile_idc = 100;
+            break;
+        case 100:
+            if (!IsEightBit(p) || p.chroma_format_idc > 1) {
+                p.profile_idc = 110;
+                break;
+            }
+            [[fallthrough]];
+        case 110:
+        case 122:
+            if (!p.qpprime_y_zero_transform_bypass) return CheckHighFormat(p);
+            p.profile_idc = 144;
+            break;
+        case 144: return CheckHighFormat(p);
+        default: return UMC::StatusInvalidParams;
+        }
+    }
+}
+
+void CheckQuantisers(H264EncoderParams& p)
+{
+    // The fields are bytes, so the lower bound of deep samples, which is negative, never bites.
+    for (uint8_t* pQp : {&p.quant_i, &p.quant_p, &p.quant_b}) ReplaceOutside(*pQp, -6 * (p.bit_depth_luma - 8), 51, 0);
+}
+
+void CheckTools(H264EncoderParams& p)
+{
+    ReplaceOutside(p.search_method, 0, 8, 3);
+    ReplaceOutside(p.partition_level, 0, 3, 1);
+    ReplaceOutside(p.use_weighted_pred, 0, 1, 0);
+    ReplaceOutside(p.use_weighted_bipred, 0, 1, 0);
+    ReplaceOutside(p.use_implicit_weighted_bipred, 0, 1, 0);
+    ReplaceOutside(p.direct_pred_mode, 0, 2, 2);
+    ReplaceOutside(p.direct_8x8_inference, 0, 1, 0);
+    ReplaceOutside(p.deblocking_filter_idc, 0, 2, 0);
+    ReplaceOutside(p.deblocking_alpha_offset, -12, 12, 6);
+    ReplaceOutside(p.deblocking_beta_offset, -12, 12, 6);
+    ReplaceOutside(p.entropy_coding_mode, 0, 1, 0);
+    ReplaceOutside(p.cabac_init_idc, 0, 2, 0);
+    if (p.coding_type >= 3) p.coding_type = 0;
+}
+
+} // namespace
+
+uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
+{
+    struct Row {
+        uint8_t Level;
+        int64_t Macroblocks, Rate; // per picture, per second
+    };
+    constexpr int64_t kAny = std::numeric_limits<int64_t>::max();
+    static constexpr Row kRows[]{{10, 99, 1485},     {11, 396, 3000},    {12, 396, 6000},    {20, 396, 11880},
+                                 {21, 792, 19800},   {22, 1620, 20250},  {30, 1620, 40500},  {31, 3600, 108000},
+                                 {32, 5120, 216000}, {40, 8192, 245760}, {42, 8704, 522240}, {50, 22080, 589824},
+                                 {51, kAny, kAny}};
+    const int64_t Macroblocks = ((int64_t{Width} + 15) / 16) * ((int64_t{Height} + 15) / 16);
+    const auto Rate = static_cast<int64_t>(static_cast<double>(Macroblocks) * FrameRate);
+    for (const Row& r : kRows)
+        if (Macroblocks <= r.Macroblocks && Rate <= r.Rate) return r.Level;
+    return 51;
+}
+
+int32_t ReferenceLimit(const H264EncoderParams& p)
+{
+    const int64_t RowUnit = p.coding_type == 0 ? 16 : 32;
+    const int64_t w = (int64_t{p.m_Info.m_Width} + 15) / 16 * 16;
+    const int64_t h = (p.m_Info.m_Height + RowUnit - 1) / RowUnit * RowUnit;
+    return h264::PictureBufferFrames(p.level_idc, w, h);
+}
+
+Status CheckParams(H264EncoderParams& p)
+{
+    if (p.m_Info.m_Width < 1 || p.m_Info.m_Height < 1) return UMC::StatusInitFailed;
+    CheckGop(p);
+    CheckSlices(p);
+    CheckLevel(p);
+    if (const Status s = CheckProfile(p); s != UMC::StatusOk) return s;
+    ReplaceOutside(p.rate_control_method, 0, 3, 2);
+    p.num_ref_frames = std::min(p.num_ref_frames, ReferenceLimit(p));
+    CheckQuantisers(p);
+    CheckTools(p);
+    return UMC::StatusOk;
+}
+
+uint32_t AnalysisFlags(const H264EncoderParams& p)
+{
+    uint32_t Flags = ENC_ANALYSE_I4X4 | ENC_ANALYSE_I8X8 | ENC_ANALYSE_ME_EARLY_EXIT | ENC_ANALYSE_SUBPEL;
+    if (p.partition_level != 0) Flags |= ENC_ANALYSE_P_8X8 | ENC_ANALYSE_B_8X8;
+    if (p.partition_level > 1) Flags |= ENC_ANALYSE_P_SUB8X8 | ENC_ANALYSE_B_SUB8X8;
+    if (p.analysis_level == 0) Flags |= ENC_ANALYSE_SAD;
+    if (p.analysis_level >= 1) Flags |= ENC_ANALYSE_ME_CHROMA;
+    if (p.analysis_level >= 2 && p.entropy_coding_mode) Flags |= ENC_ANALYSE_RD_MODE | ENC_ANALYSE_RECODE;
+    if (p.analysis_level >= 3 && p.entropy_coding_mode) Flags |= ENC_ANALYSE_RD_OPT | ENC_ANALYSE_RECODE;
+    if (p.analysis_level >= 4) Flags |= ENC_ANALYSE_ALL_REFS;
+    if (p.direct_pred_mode == 2) Flags |= ENC_ANALYSE_DIRECT_AUTO;
+    return Flags;
+}
+
+} // namespace UMC_H264_ENCODER

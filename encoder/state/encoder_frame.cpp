@@ -1,0 +1,150 @@
+#include "encoder/state/encoder_frame.h"
+
+#include <cstring>
+
+namespace UMC_H264_ENCODER {
+
+namespace {
+
+constexpr int32_t kLumaRoom = 96;   // samples around the luma plane: twice the padding, for field pictures
+constexpr int32_t kChromaRoom = 64; // the same for chroma
+constexpr size_t kSpareBytes = 320; // for the alignment of the planes' origins
+constexpr size_t kTableBytes = 168; // for each macroblock
+constexpr size_t kTableSpare = 80;  // for the alignment of the five tables
+
+template <class T>
+T* AlignUp(T* p, size_t Alignment)
+{
+    const auto Address = reinterpret_cast<uintptr_t>(p);
+    return reinterpret_cast<T*>((Address + Alignment - 1) & ~(static_cast<uintptr_t>(Alignment) - 1));
+}
+
+} // namespace
+
+FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
+                       bool bAlpha)
+{
+    const int32_t RowUnit = bFramesOnly ? 16 : 32;
+    FrameLayout l;
+    l.Width = Width;
+    l.Height = Height;
+    l.AlignedWidth = (Width + 15) / 16 * 16;
+    l.AlignedHeight = (Height + RowUnit - 1) / RowUnit * RowUnit;
+    l.MbWidth = l.AlignedWidth / 16;
+    l.MbHeight = l.AlignedHeight / 16;
+    l.MbCount = l.MbWidth * l.MbHeight;
+    l.Pitch = (l.AlignedWidth + 2 * kLumaRoom + 63) / 64 * 64;
+    l.ChromaFormat = ChromaFormat;
+    l.BitDepth = BitDepth;
+    l.bAlpha = bAlpha;
+    l.Format = ChromaFormat == 0 ? UMC::GRAY : ChromaFormat == 2 ? UMC::YUV422 : UMC::YUV420;
+    return l;
+}
+
+template <class PixType>
+UMC::Status H264EncoderFrame<PixType>::Allocate(const FrameLayout& Layout)
+{
+    const bool bSame = m_PlaneMemory && Layout.AlignedWidth == m_Layout.AlignedWidth &&
+                       Layout.AlignedHeight == m_Layout.AlignedHeight && Layout.ChromaFormat == m_Layout.ChromaFormat &&
+                       Layout.Width == m_Layout.Width && Layout.Height == m_Layout.Height;
+    if (bSame) return UMC::StatusOk;
+    Free();
+    m_Layout = Layout;
+    UMC::Status s = AllocatePlanes(Layout);
+    if (s == UMC::StatusOk) s = AllocateTables(Layout);
+    if (s != UMC::StatusOk) Free(); // no planes without tables
+    return s;
+}
+
+template <class PixType>
+void* H264EncoderFrame<PixType>::AllocateZeroed(UMC::MemID& Memory, size_t Bytes)
+{
+    if (m_pAllocator->Alloc(&Memory, Bytes, 0, 16) != UMC::StatusOk) return nullptr;
+    void* const pBlock = m_pAllocator->Lock(Memory);
+    if (pBlock) std::memset(pBlock, 0, Bytes);
+    return pBlock;
+}
+
+template <class PixType>
+UMC::Status H264EncoderFrame<PixType>::AllocatePlanes(const FrameLayout& l)
+{
+    const auto Pitch = static_cast<size_t>(l.Pitch);
+    const auto Height = static_cast<size_t>(l.AlignedHeight);
+    const size_t LumaRows = Height + 2 * kLumaRoom;
+    const size_t ChromaHeight = l.ChromaFormat == 1 ? Height / 2 : Height;
+    const size_t ChromaRows = l.ChromaFormat == 0 ? 0 : ChromaHeight + 2 * kChromaRoom;
+    const size_t Samples = Pitch * (LumaRows + ChromaRows);
+    const size_t Bytes = Samples * sizeof(PixType) + kSpareBytes;
+    void* const pBlock = AllocateZeroed(m_PlaneMemory, Bytes);
+    if (!pBlock) return UMC::StatusAllocFailed;
+    const UMC::Status s = VideoData::Init(l.Width, l.Height, l.Format, l.BitDepth);
+    if (s != UMC::StatusOk) return s;
+    m_Pitch = l.Pitch;
+    auto* const pLuma = static_cast<PixType*>(pBlock);
+    m_pY = AlignUp(pLuma + kLumaRoom * l.Pitch + kLumaRoom, kPlaneAlignment);
+    const int32_t PitchBytes = l.Pitch * static_cast<int32_t>(sizeof(PixType));
+    SetPlanePointer(m_pY, 0);
+    SetPlanePitch(PitchBytes, 0);
+    if (l.ChromaFormat != 0) {
+        // Both chroma planes share their rows, so that one walk over a row meets both.
+        m_pU = AlignUp(pLuma + Pitch * LumaRows + kChromaRoom * Pitch + kChromaRoom, kPlaneAlignment);
+        m_pV = m_pU + l.Pitch / 2;
+        SetPlanePointer(m_pU, 1);
+        SetPlanePointer(m_pV, 2);
+        SetPlanePitch(PitchBytes, 1);
+        SetPlanePitch(PitchBytes, 2);
+    }
+    return UMC::StatusOk;
+}
+
+template <class PixType>
+UMC::Status H264EncoderFrame<PixType>::AllocateTables(const FrameLayout& l)
+{
+    const auto Count = static_cast<size_t>(l.MbCount);
+    const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.bAlpha ? 2 : 1);
+    auto* p = static_cast<uint8_t*>(AllocateZeroed(m_TableMemory, Bytes));
+    if (!p) return UMC::StatusAllocFailed;
+    // The tables begin at multiples of 16 behind each other, of which the block's start is one.
+    static_assert(alignof(MotionVector) <= 16 && alignof(GlobalMacroblock) <= 16 &&
+                  16 * sizeof(MotionVector) % 16 == 0);
+    for (MotionVector*& pVectors : mb_motion) {
+        pVectors = reinterpret_cast<MotionVector*>(p);
+        p += Count * 16 * sizeof(MotionVector);
+    }
+    for (int8_t*& pReferences : mb_reference) {
+        pReferences = reinterpret_cast<int8_t*>(p);
+        p += Count * 16;
+    }
+    mb_global = reinterpret_cast<GlobalMacroblock*>(p);
+    return UMC::StatusOk;
+}
+
+template <class PixType>
+void H264EncoderFrame<PixType>::Free()
+{
+    if (m_PlaneMemory) m_pAllocator->DeallocateMem(m_PlaneMemory);
+    if (m_TableMemory) m_pAllocator->DeallocateMem(m_TableMemory);
+    m_PlaneMemory = m_TableMemory = 0;
+    m_pY = m_pU = m_pV = nullptr;
+}
+
+template <class PixType>
+void H264EncoderFrame<PixType>::ResetPicture()
+{
+    Unmark();
+    was_encoded = false;
+    is_idr = false;
+    hold_output = false;
+    frame_num = frame_num_wrap = 0;
+    long_term_frame_idx = 0;
+    for (int Field = 0; Field < 2; ++Field) {
+        pic_num[Field] = long_term_pic_num[Field] = 0;
+        poc[Field] = idr_epoch[Field] = 0;
+        bottom_field_flag[Field] = 0;
+    }
+    picture_structure = picture_structure_before = STRUCT_FRAME;
+}
+
+template class H264EncoderFrame<uint8_t>;
+
+} // namespace UMC_H264_ENCODER

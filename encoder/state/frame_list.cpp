@@ -1,0 +1,144 @@
+#include "encoder/state/encoder_frame.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace UMC_H264_ENCODER {
+
+template <class PixType>
+H264EncoderFrameList<PixType>::~H264EncoderFrameList()
+{
+    while (Frame* const pFrame = m_pHead) {
+        RemoveFrame(pFrame);
+        delete pFrame;
+    }
+}
+
+template <class PixType>
+void H264EncoderFrameList<PixType>::Append(Frame* pFrame)
+{
+    pFrame->previous = m_pTail;
+    pFrame->next = nullptr;
+    (m_pTail ? m_pTail->next : m_pHead) = pFrame;
+    m_pTail = pFrame;
+}
+
+template <class PixType>
+void H264EncoderFrameList<PixType>::MoveToHead(Frame* pFrame)
+{
+    RemoveFrame(pFrame);
+    pFrame->next = m_pHead;
+    (m_pHead ? m_pHead->previous : m_pTail) = pFrame;
+    m_pHead = pFrame;
+}
+
+template <class PixType>
+void H264EncoderFrameList<PixType>::RemoveFrame(Frame* pFrame)
+{
+    (pFrame->previous ? pFrame->previous->next : m_pHead) = pFrame->next;
+    (pFrame->next ? pFrame->next->previous : m_pTail) = pFrame->previous;
+    pFrame->previous = pFrame->next = nullptr;
+}
+
+template <class PixType>
+H264EncoderFrame<PixType>* H264EncoderFrameList<PixType>::FindFree() const
+{
+    Frame* p = m_pHead;
+    while (p && !p->IsFree()) p = p->next;
+    return p;
+}
+
+template <class PixType>
+UMC::Status H264EncoderFrameList<PixType>::InsertFrame(UMC::VideoData& Source, const FrameLayout& Layout,
+                                                       UMC::MemoryAllocator* pAllocator, UMC::BaseCodec& Converter,
+                                                       Frame*& pFrame)
+try {
+    Frame* pFree = FindFree();
+    if (!pFree) {
+        pFree = new Frame(pAllocator);
+        // Free until the picture is in it, so that a failure below leaves a frame for the next picture.
+        pFree->was_encoded = true;
+        Append(pFree);
+    }
+    if (const UMC::Status s = pFree->Allocate(Layout); s != UMC::StatusOk) return s;
+    if (const UMC::Status s = Converter.GetFrame(&Source, pFree); s != UMC::StatusOk)
+        return s == UMC::StatusAllocFailed ? s : UMC::StatusInvalidParams;
+    pFree->ResetPicture();
+    double Start = 0.0, End = 0.0;
+    Source.GetTime(Start, End);
+    pFree->SetTime(Start, End);
+    pFrame = pFree;
+    return UMC::StatusOk;
+} catch (const std::bad_alloc&) {
+    return UMC::StatusAllocFailed;
+}
+
+namespace {
+
+// How the B pictures of a run alternate when some are references. One pair serves all encoders of a process; with
+// b_ref_mode 0 it is not touched.
+template <class PixType>
+struct BOrder {
+    static inline uint32_t s_Toggle = 0;
+    static inline int32_t s_Limit = 0; // POC of the last anchor
+};
+
+// Short-term references that follow a picture in display order.
+template <class PixType>
+int32_t CountAnchorsBehind(const H264EncoderFrameList<PixType>& Reconstructed, const H264EncoderFrame<PixType>& Frame)
+{
+    int32_t Count = 0;
+    for (const auto* p = Reconstructed.Head(); p; p = p->next)
+        Count += p->IsShortTerm() && p->display_order > Frame.display_order;
+    return Count;
+}
+
+template <class Frame>
+bool SortsBefore(const Frame& a, const Frame& b)
+{
+    return a.Epoch() != b.Epoch() ? a.Epoch() > b.Epoch() : a.Poc() < b.Poc();
+}
+
+// With reference B pictures, the pick between those of a run alternates between the last and the first of them.
+template <class PixType>
+H264EncoderFrame<PixType>* PickReferenceB(const H264EncoderFrameList<PixType>& Input, H264EncoderFrame<PixType>* pPick)
+{
+    using Order = BOrder<PixType>;
+    if (pPick->frame_type == FRAME_P) {
+        Order::s_Toggle = 0;
+        Order::s_Limit = pPick->Poc();
+    }
+    if (pPick->frame_type != FRAME_B) return pPick;
+    H264EncoderFrame<PixType>*pHighest = nullptr, *pLowest = nullptr;
+    for (auto* p = Input.Head(); p; p = p->next) {
+        if (p->was_encoded || p->frame_type != FRAME_B || !p->b_is_reference) continue;
+        if (p->Poc() >= Order::s_Limit || p->Epoch() != pPick->Epoch()) continue;
+        if (!pHighest || p->Poc() > pHighest->Poc()) pHighest = p;
+        if (!pLowest || p->Poc() < pLowest->Poc()) pLowest = p;
+    }
+    if (!pHighest) return pPick;
+    return Order::s_Toggle++ & 1 ? pHighest : pLowest;
+}
+
+} // namespace
+
+template <class PixType>
+H264EncoderFrame<PixType>* FindNextToCode(const H264EncoderFrameList<PixType>& Input,
+                                          const H264EncoderFrameList<PixType>& Reconstructed, int32_t AnchorsNeeded,
+                                          int32_t BRefMode)
+{
+    H264EncoderFrame<PixType>* pPick = nullptr;
+    for (auto* p = Input.Head(); p; p = p->next) {
+        if (p->was_encoded) continue;
+        if (p->frame_type == FRAME_B && CountAnchorsBehind(Reconstructed, *p) < AnchorsNeeded) continue;
+        if (!pPick || SortsBefore(*p, *pPick)) pPick = p;
+    }
+    return pPick && BRefMode != 0 ? PickReferenceB(Input, pPick) : pPick;
+}
+
+template class H264EncoderFrameList<uint8_t>;
+template H264EncoderFrame<uint8_t>* FindNextToCode(const H264EncoderFrameList<uint8_t>&,
+                                                   const H264EncoderFrameList<uint8_t>&, int32_t, int32_t);
+
+} // namespace UMC_H264_ENCODER

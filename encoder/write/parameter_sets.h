@@ -1,0 +1,53 @@
+// Sequence and picture parameter sets as this encoder writes them.
+#pragma once
+
+#include "encoder/session/encoder_params.h"
+
+#include <cstdint>
+
+namespace UMC_H264_ENCODER {
+
+inline constexpr int32_t kFrameNumBits = 8; // so frame_num wraps at 256
+inline constexpr int32_t kFrameNumMax = 1 << kFrameNumBits;
+
+// Elements of clause 7.3.2.1.1 that are not the same in every stream of this encoder.
+struct SeqParamSet {
+    uint8_t profile_idc;
+    uint8_t level_idc;
+    uint8_t chroma_format_idc;
+    uint8_t bit_depth_luma, bit_depth_chroma;
+    bool qpprime_y_zero_transform_bypass;
+    bool seq_scaling_matrix_present;
+    int32_t pic_order_cnt_type;
+    int32_t log2_max_pic_order_cnt_lsb; // with type 0
+    int32_t num_ref_frames;
+    int32_t pic_width_in_mbs, pic_height_in_map_units;
+    bool frame_mbs_only, mb_adaptive_frame_field, direct_8x8_inference;
+    int32_t crop_right, crop_bottom; // in crop units
+    // SPS extension (clause 7.3.2.1.2)
+    int32_t aux_format_idc, bit_depth_aux;
+    bool alpha_incr;
+    int32_t alpha_opaque_value, alpha_transparent_value;
+};
+
+struct PicParamSet {
+    bool entropy_coding_mode;
+    bool pic_order_present;
+    int32_t weighted_bipred_idc;
+    int32_t pic_init_qp;
+    bool transform_8x8_mode;
+};
+
+inline bool IsHighFamily(int32_t Profile)
+{
+    return Profile == 100 || Profile == 110 || Profile == 122 || Profile == 144;
+}
+
+/// From checked settings.
+SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& Params);
+PicParamSet MakePicParams(const UMC::H264EncoderParams& Params, int32_t PicInitQp);
+
+/// log2_max_pic_order_cnt_lsb for a depth of reordering, 4..16.
+int32_t PocLsbBits(int32_t NumBFrames, int32_t BRefMode, int32_t NumRefFrames);
+
+} // namespace UMC_H264_ENCODER

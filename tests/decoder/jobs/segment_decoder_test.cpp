@@ -1,0 +1,194 @@
+// Concealment: the samples that stand in for macroblocks which no data came for.
+#include "decoder/jobs/segment_decoder.h"
+
+#include "decoder/picture/dpb.h"
+#include "media/umc_default_memory_allocator.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace UMC {
+namespace {
+
+constexpr int kWidth = 3, kHeight = 3; // macroblocks
+
+class Concealment : public testing::Test
+{
+protected:
+    Concealment()
+    {
+        m_Sequence.profile_idc = 77;
+        m_Sequence.chroma_format_idc = 1;
+        m_Sequence.bit_depth_luma = m_Sequence.bit_depth_chroma = 8;
+        m_Slice.m_pSeqParamSet = &m_Sequence;
+        m_Slice.m_pRefPicList = &m_Lists;
+    }
+
+    // The next frame of the list, each with samples of its own.
+    H264DecoderFrame* AddFrame(int32_t PicOrderCnt, int32_t ChromaFormat = 1, PictureSize Size = {48, 48})
+    {
+        auto* const pFrame = new H264DecoderFrame; // owned by the list
+        m_Dpb.Append(pFrame);
+        pFrame->SetAllocator(&m_Allocator);
+        EXPECT_EQ(pFrame->Allocate(Size, 8, ChromaFormat), StatusOk);
+        pFrame->m_PicOrderCnt[0] = pFrame->m_PicOrderCnt[1] = PicOrderCnt;
+        const int Number = m_Dpb.CountAll();
+        ForEachSample(*pFrame,
+                      [&](int Plane, int x, int y, uint8_t& Sample) { Sample = Pattern(Number, Plane, x, y); });
+        return pFrame;
+    }
+    static uint8_t Pattern(int Number, int Plane, int x, int y)
+    {
+        return static_cast<uint8_t>(Number * 50 + Plane * 20 + x * 7 + y * 3);
+    }
+
+    template <class F>
+    static void ForEachSample(const H264DecoderFrame& Frame, F&& Do)
+    {
+        uint8_t* const pPlanes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
+        for (int Plane = 0; Plane < 3; ++Plane) {
+            const PictureSize Size = Plane == 0 ? Frame.m_Size : Frame.ChromaSize();
+            const int Pitch = Plane == 0 ? Frame.m_PitchLuma : Frame.m_PitchChroma;
+            for (int y = 0; y < Size.Height; ++y)
+                for (int x = 0; x < Size.Width; ++x) Do(Plane, x, y, pPlanes[Plane][y * Pitch + x]);
+        }
+    }
+
+    // Restores Start..End - 1 of the frame that was added last. Reference: the number of the frame that the samples
+    // have to come from, 0 for grey; chroma only counts where the format has it.
+    void ExpectRestored(int Start, int End, int Reference, bool HasChroma = true)
+    {
+        SCOPED_TRACE(testing::Message() << "macroblocks " << Start << " to " << End);
+        H264DecoderFrame& Frame = *m_Dpb.Tail();
+        const int Number = m_Dpb.CountAll();
+        m_Slice.m_pFrame = &Frame;
+        m_Decoder.RestoreErrorRect(Start, End, &m_Slice);
+        EXPECT_FALSE(Frame.m_FrameExists);
+        int Wrong = 0;
+        ForEachSample(Frame, [&](int Plane, int x, int y, uint8_t Sample) {
+            // In raster order from the first macroblock's top left sample up to that of the last one.
+            const int Side = Plane == 0 ? 16 : 8;
+            const auto IsBefore = [&](int Mb) {
+                const int MbX = Mb % kWidth * Side, MbY = Mb / kWidth * Side;
+                return y < MbY || (y == MbY && x < MbX);
+            };
+            const bool IsRestored = !IsBefore(Start) && IsBefore(End) && (Plane == 0 || HasChroma);
+            const uint8_t Expected = !IsRestored ? Pattern(Number, Plane, x, y)
+                                     : Reference ? Pattern(Reference, Plane, x, y)
+                                                 : 128;
+            Wrong += Sample != Expected;
+        });
+        EXPECT_EQ(Wrong, 0);
+    }
+
+    DefaultMemoryAllocator m_Allocator;
+    H264DBPList m_Dpb;
+    H264SeqParamSet m_Sequence{};
+    H264DecoderRefPicList m_Lists{};
+    H264Slice m_Slice;
+    H264SegmentDecoderMultiThreaded m_Decoder{nullptr, &m_Dpb};
+};
+
+constexpr int kSpans[][2] = {{0, 1}, {0, 9}, {1, 2}, {2, 4}, {3, 5}, {4, 9}, {5, 7}, {8, 9}};
+
+TEST_F(Concealment, TakesTheFirstPictureOfList0)
+{
+    m_Lists.List[0].Frame[0] = AddFrame(20); // though nothing before it in the list is older
+    AddFrame(0);
+    m_Lists.List[0].Frame[1] = m_Lists.List[1].Frame[0] = m_Dpb.Tail();
+    for (const auto& [Start, End] : kSpans) {
+        AddFrame(10);
+        ExpectRestored(Start, End, 1);
+    }
+}
+
+TEST_F(Concealment, IsGreyWithoutAnyPicture)
+{
+    AddFrame(10);
+    ExpectRestored(2, 7, 0);
+}
+
+TEST_F(Concealment, PassesOverASkippedEntryToTheClosestPicture)
+{
+    AddFrame(0);
+    m_Lists.List[0].Frame[0] = AddFrame(2);
+    m_Lists.List[0].Frame[0]->m_IsSkipped = true;
+    AddFrame(10);
+    ExpectRestored(1, 8, 1);
+    m_Slice.m_pRefPicList = nullptr;
+    AddFrame(10)->m_PicOrderCnt[0] = 5;
+    ExpectRestored(1, 8, 1);
+}
+
+TEST_F(Concealment, NeverReadsAPictureLaidOutDifferently)
+{
+    m_Lists.List[0].Frame[0] = AddFrame(0, 1, {32, 32});
+    AddFrame(2);
+    AddFrame(10);
+    ExpectRestored(0, 9, 0);
+}
+
+TEST_F(Concealment, LeavesTheChromaOfGreyPicturesAlone)
+{
+    m_Sequence.chroma_format_idc = 0;
+    m_Sequence.profile_idc = 100;
+    m_Lists.List[0].Frame[0] = AddFrame(0, 0);
+    AddFrame(10, 0);
+    ExpectRestored(2, 7, 1, false);
+}
+
+TEST_F(Concealment, DoesNothingWithoutASpanOrWithSliceGroups)
+{
+    m_Slice.m_pFrame = AddFrame(10);
+    m_Decoder.RestoreErrorRect(3, 3, &m_Slice);
+    m_Decoder.RestoreErrorRect(4, 3, &m_Slice);
+    m_Decoder.RestoreErrorRect(0, 9, nullptr);
+    m_Slice.m_UsesSliceGroups = true;
+    m_Decoder.RestoreErrorRect(0, 9, &m_Slice);
+    EXPECT_TRUE(m_Slice.m_pFrame->m_FrameExists);
+    ForEachSample(*m_Slice.m_pFrame,
+                  [&](int Plane, int x, int y, uint8_t Sample) { ASSERT_EQ(Sample, Pattern(1, Plane, x, y)); });
+}
+
+using ClosestPicture = Concealment;
+
+TEST_F(ClosestPicture, IsTheLastInListOrderBelowTheOrderCount)
+{
+    AddFrame(8);
+    const H264DecoderFrame* const pSecond = AddFrame(2); // neither the nearest count nor the first
+    AddFrame(12);
+    const H264DecoderFrame* const pFrame = AddFrame(10);
+    AddFrame(4); // behind the picture itself
+    EXPECT_EQ(m_Dpb.FindClosestForConcealment(pFrame), pSecond);
+}
+
+TEST_F(ClosestPicture, IsBelowTheOrderCountOfBothFields)
+{
+    AddFrame(10);
+    const H264DecoderFrame* const pFrame = AddFrame(10);
+    EXPECT_EQ(m_Dpb.FindClosestForConcealment(pFrame), nullptr);
+    m_Dpb.Head()->m_PicOrderCnt[1] = 9;
+    EXPECT_EQ(m_Dpb.FindClosestForConcealment(pFrame), m_Dpb.Head());
+}
+
+TEST_F(ClosestPicture, IsNoneOfASequenceBefore)
+{
+    const H264DecoderFrame* const pFirst = AddFrame(0);
+    AddFrame(2)->m_RefListResetCount[0] = 1;
+    AddFrame(4)->m_RefListResetCount[1] = 1;
+    EXPECT_EQ(m_Dpb.FindClosestForConcealment(AddFrame(10)), pFirst);
+}
+
+TEST_F(ClosestPicture, IsNeitherSkippedNorOfAnotherSizeOrFormat)
+{
+    const H264DecoderFrame* const pFirst = AddFrame(0);
+    AddFrame(2)->m_IsSkipped = true;
+    AddFrame(4, 1, {32, 48});
+    AddFrame(6, 1, {48, 64});
+    AddFrame(8, 0);
+    EXPECT_EQ(m_Dpb.FindClosestForConcealment(AddFrame(10)), pFirst);
+}
+
+} // namespace
+} // namespace UMC

@@ -1,0 +1,88 @@
+// A picture of a few macroblocks with all the records that a segment decoder works on, for tests of single steps.
+#pragma once
+
+#include "decoder/jobs/segment_decoder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace UMC {
+
+class PictureFixture : public testing::Test
+{
+protected:
+    static constexpr int kWidth = 4, kHeight = 3, kMbs = kWidth * kHeight; // macroblocks
+
+    PictureFixture() : m_pDecoder(std::make_unique<H264SegmentDecoderMultiThreaded>(nullptr, nullptr))
+    {
+        H264SegmentDecoder& d = *m_pDecoder;
+        d.Init(0);
+        for (int i = 0; i < 2; ++i) {
+            m_Mv[i].resize(kMbs * 16);
+            m_Ref[i].assign(kMbs * 16, kRefNone);
+            m_Mvd[i].resize(kMbs);
+            d.m_MbInfo.m_pMv[i] = m_Mv[i].data();
+            d.m_MbInfo.m_pRefIdx[i] = m_Ref[i].data();
+            d.m_Local.m_pMvd[i] = m_Mvd[i].data();
+        }
+        m_Global.resize(kMbs);
+        for (MbGlobalInfo& Mb : m_Global) Mb.SliceId = kNoSlice;
+        m_LocalInfo.resize(kMbs);
+        m_IntraModes.resize(kMbs * 16);
+        m_Counts.resize(kMbs * 48);
+        d.m_MbInfo.m_pGlobal = m_Global.data();
+        d.m_Local.m_pLocal = m_LocalInfo.data();
+        d.m_Local.m_pIntraModes = m_IntraModes.data();
+        d.m_Local.m_pCoeffCounts = m_Counts.data();
+        d.m_MbWidth = kWidth;
+        d.m_MbHeight = kHeight;
+        d.m_pSlice = &m_Slice;
+        d.m_pHeader = &m_Slice.m_Header;
+        d.m_pSeqParamSet = &m_Sequence;
+        d.m_pPicParamSet = m_pPicture.get();
+        d.m_pFrame = &m_Frame;
+        m_Slice.m_pPicParamSet = m_pPicture.get();
+        m_Slice.m_pRefPicList = &m_Lists;
+        d.m_pRefPicList = &m_Lists;
+        for (int i = 0; i < 4; ++i) m_Lists.List[0].Frame[i] = m_Lists.List[1].Frame[i] = &m_References[i];
+    }
+
+    // Puts macroblock Mb into slice 0 with one motion of list List.
+    void SetMotion(int Mb, int RefIdx, H264DecoderMotionVector Mv, int List = 0)
+    {
+        m_Global[static_cast<size_t>(Mb)].SliceId = 0;
+        m_Global[static_cast<size_t>(Mb)].MbType = MBTYPE_INTER16x16;
+        m_Global[static_cast<size_t>(Mb)].MbFlags = MBFLAG_ONE_MOTION;
+        for (int i = 0; i < 16; ++i) SetBlock(Mb, i, RefIdx, Mv, List);
+    }
+    void SetBlock(int Mb, int Block, int RefIdx, H264DecoderMotionVector Mv, int List = 0)
+    {
+        m_Ref[List][static_cast<size_t>(Mb * 16 + Block)] = static_cast<int8_t>(RefIdx);
+        m_Mv[List][static_cast<size_t>(Mb * 16 + Block)] = Mv;
+    }
+    void SetIntra(int Mb)
+    {
+        m_Global[static_cast<size_t>(Mb)].SliceId = 0;
+        m_Global[static_cast<size_t>(Mb)].MbType = MBTYPE_INTRA16x16;
+        m_Global[static_cast<size_t>(Mb)].MbFlags = 0;
+        for (int i = 0; i < 16; ++i) SetBlock(Mb, i, kRefNone, {0, 0});
+    }
+
+    H264SeqParamSet m_Sequence{};
+    std::unique_ptr<H264PicParamSet> m_pPicture = std::make_unique<H264PicParamSet>();
+    H264Slice m_Slice;
+    H264DecoderFrame m_Frame, m_References[4];
+    H264DecoderRefPicList m_Lists{};
+    std::vector<H264DecoderMotionVector> m_Mv[2];
+    std::vector<int8_t> m_Ref[2];
+    std::vector<MbMvd> m_Mvd[2];
+    std::vector<MbGlobalInfo> m_Global;
+    std::vector<MbLocalInfo> m_LocalInfo;
+    std::vector<uint8_t> m_IntraModes, m_Counts;
+    std::unique_ptr<H264SegmentDecoderMultiThreaded> m_pDecoder;
+};
+
+} // namespace UMC

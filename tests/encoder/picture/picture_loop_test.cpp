@@ -1,0 +1,175 @@
+// What becomes of a picture that comes to nothing: no output, a slice that outgrew its buffer, an output too small.
+#include "encoder/state/encoder_core.h"
+#include "media/umc_default_memory_allocator.h"
+#include "tests/encoder/stream_check.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace UMC_H264_ENCODER;
+using namespace encoder_testing;
+
+constexpr int32_t kWidth = 96, kHeight = 80, kMacroblocks = 30;
+
+class PictureLoop : public testing::Test
+{
+protected:
+    void Start(const UMC::H264EncoderParams& p)
+    {
+        ASSERT_EQ(InitCore(c, p, &m_Allocator), UMC::StatusOk);
+        m_Input.Init(kWidth, kHeight, UMC::YUV420, 8);
+        m_Clip = MakeClip(Scene::Pan, kWidth, kHeight, 8);
+    }
+    UMC::Status Encode()
+    {
+        Picture& Source = m_Clip[m_Next++];
+        m_Input.SetBufferPointer(Source.data(), Source.size());
+        m_Output.Reset();
+        return FrameStep(c, &m_Input, &m_Output);
+    }
+
+    UMC::DefaultMemoryAllocator m_Allocator;
+    Core8 c;
+    UMC::VideoData m_Input;
+    UMC::MediaData m_Output{1 << 20};
+    std::vector<Picture> m_Clip;
+    size_t m_Next = 0;
+};
+
+TEST_F(PictureLoop, AnEmptyOutputMakesTheNextPictureAKeyPicture)
+{
+    Start(SizedParams(kWidth, kHeight));
+    EXPECT_EQ(Encode(), UMC::StatusOk);
+    EXPECT_EQ(Encode(), UMC::StatusOk);
+    EXPECT_EQ(c.current->frame_type, FRAME_P);
+    const int32_t Coded = c.frames_encoded, FrameNum = c.frame_num;
+    c.params.num_slices = 0; // nothing to pack
+    EXPECT_EQ(Encode(), UMC::StatusFailed);
+    EXPECT_EQ(m_Output.GetDataSize(), 0u);
+    EXPECT_EQ(c.frames_encoded, Coded);
+    EXPECT_EQ(c.frame_num, FrameNum);
+    EXPECT_EQ(c.current->is_reference, 0); // no decoder has it
+    c.params.num_slices = 1;
+    EXPECT_EQ(Encode(), UMC::StatusOk);
+    EXPECT_EQ(c.current->frame_type, FRAME_I);
+    EXPECT_EQ(Encode(), UMC::StatusOk);
+    EXPECT_EQ(c.current->frame_type, FRAME_P);
+}
+
+TEST_F(PictureLoop, IdrPicturesAreNumberedModulo16)
+{
+    UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+    p.key_frame_interval = p.idr_interval = 1;
+    Start(p);
+    for (int32_t i = 0; i < 36; ++i) {
+        m_Next = 0;
+        EXPECT_EQ(Encode(), UMC::StatusOk);
+        EXPECT_TRUE(c.current->is_idr);
+        EXPECT_EQ(c.idr_pic_id, (i + 1) % 16);
+    }
+}
+
+// The bits of the fallback are in no unit; the units packed before it stand, cut short.
+TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
+{
+    for (const int32_t Type : {FRAME_I, FRAME_P})
+        for (const bool bDelimiter : {false, true}) {
+            SCOPED_TRACE(testing::Message() << Type << ' ' << bDelimiter);
+            Core8 Fresh;
+            UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+            p.rate_control_method = 3;
+            p.quant_i = p.quant_p = 10;
+            p.write_access_unit_delimiters = bDelimiter;
+            ASSERT_EQ(InitCore(Fresh, p, &m_Allocator), UMC::StatusOk);
+            m_Input.Init(kWidth, kHeight, UMC::YUV420, 8);
+            auto Clip = MakeClip(Scene::Noise, kWidth, kHeight, 4);
+            const auto Code = [&](size_t i) {
+                m_Input.SetBufferPointer(Clip[i].data(), Clip[i].size());
+                m_Output.Reset();
+                EXPECT_EQ(FrameStep(Fresh, &m_Input, &m_Output), UMC::StatusOk);
+            };
+            size_t Next = 0;
+            if (Type == FRAME_P) Code(Next++);
+            auto& Writer = Fresh.slices[0].bitstream;
+            const size_t Size = Writer.BufferSize();
+            Writer.SetBuffer(Fresh.slice_buffers.get(), 300);
+            Code(Next++);
+            ASSERT_EQ(Fresh.current->frame_type, Type);
+            EXPECT_LT(Fresh.slices[0].mb_count, kMacroblocks);
+            EXPECT_GT(m_Output.GetDataSize(), 300u);
+            const int64_t Ahead = bDelimiter ? 8 : 0; // primary_pic_type and trailing bits
+            EXPECT_EQ(Writer.Bits(), Ahead + kMacroblocks * (Type == FRAME_I ? 5 : 1));
+            const uint8_t* const pBits = Fresh.slice_buffers.get() + Ahead / 8;
+            EXPECT_EQ(pBits[0], Type == FRAME_I ? 0b10011100 : 0xFF);
+            EXPECT_EQ(pBits[1], Type == FRAME_I ? 0b11100111 : 0xFF);
+            if (bDelimiter) {
+                EXPECT_EQ(Fresh.slice_buffers[0], Type == FRAME_I ? 0b00010000 : 0b00110000);
+            }
+            EXPECT_TRUE(Fresh.make_key_next);
+            Writer.SetBuffer(Fresh.slice_buffers.get(), Size);
+            Code(Next++);
+            EXPECT_EQ(Fresh.current->frame_type, FRAME_I);
+            EXPECT_EQ(Fresh.slices[0].mb_count, kMacroblocks);
+        }
+}
+
+TEST_F(PictureLoop, ASliceThatFillsItsBufferToTheByteStands)
+{
+    UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+    p.rate_control_method = 3;
+    p.quant_i = p.quant_p = 20;
+    Start(p);
+    EXPECT_EQ(Encode(), UMC::StatusOk);
+    auto& Writer = c.slices[0].bitstream;
+    const size_t Bytes = Writer.Bytes();
+    for (const size_t Room : {Bytes, Bytes - 1}) {
+        Core8 Again;
+        ASSERT_EQ(InitCore(Again, p, &m_Allocator), UMC::StatusOk);
+        Again.slices[0].bitstream.SetBuffer(Again.slice_buffers.get(), Room);
+        m_Output.Reset();
+        m_Input.SetBufferPointer(m_Clip[0].data(), m_Clip[0].size());
+        EXPECT_EQ(FrameStep(Again, &m_Input, &m_Output), UMC::StatusOk);
+        EXPECT_EQ(Again.make_key_next, Room < Bytes);
+    }
+}
+
+// first_mb_in_slice 0 takes a bit, slice_type one (0) or three (2), the parameter set's number a bit; eight bits
+// follow.
+int32_t FrameNumOf(const NalUnit& Slice)
+{
+    const int32_t Head = Slice.Payload[0] << 16 | Slice.Payload[1] << 8 | Slice.Payload[2];
+    const int32_t Ahead = Head >> 22 & 1 ? 3 : 5;
+    return Head >> (24 - Ahead - 8) & 0xFF;
+}
+
+// frame_num counts the pictures that were delivered, so that a decoder sees no gap.
+TEST(GivenUpPicture, LeavesNoGapInFrameNumAndNoReference)
+{
+    for (const size_t Lost : {size_t{1}, size_t{4}, size_t{6}}) {
+        UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+        p.num_ref_frames = 2;
+        p.key_frame_interval = 6; // the last of the lost ones
+        p.idr_interval = 1;
+        p.rate_control_method = 3;
+        Driver d(p);
+        auto Clip = MakeClip(Scene::Turns, kWidth, kHeight, 12);
+        for (size_t i = 0; i < Clip.size(); ++i) {
+            const AccessUnit u = d.Encode(Clip[i], 0, i == Lost ? 100 : SIZE_MAX);
+            EXPECT_EQ(u.Result, i == Lost ? UMC::StatusNotEnoughBuffer : UMC::StatusOk);
+            EXPECT_EQ(u.Bytes.empty(), i == Lost);
+            if (i == 7) {
+                EXPECT_EQ(u.Type, Lost == 6 ? UMC::I_PICTURE : UMC::P_PICTURE); // the key picture that was lost
+            }
+        }
+        ExpectDecodesToReconstruction(d);
+        int32_t Expected = 0;
+        for (const NalUnit& n : SplitNalUnits(d.Stream)) {
+            if (n.Type != 1 && n.Type != 5) continue;
+            Expected = n.Type == 5 ? 0 : Expected + 1;
+            EXPECT_EQ(FrameNumOf(n), Expected);
+        }
+    }
+}
+
+} // namespace
