@@ -13,7 +13,7 @@ constexpr int8_t kCornerBlock[4] = {0, 3, 12, 15}; // raster place of the 4x4 bl
 
 struct Motion {
     int Ref[2];
-    H264DecoderMotionVector Mv[2];
+    h264::MotionVector Mv[2];
 };
 
 void FillMotion(H264SegmentDecoder& d, int Pos, int Size, const Motion& m)
@@ -53,8 +53,8 @@ bool IsColZero(const H264MbInfo& Col, int32_t Mb, int Block)
     const int i = Mb * 16 + Block;
     const int List = Col.m_pRefIdx[0][i] >= 0 ? 0 : 1;
     if (Col.m_pRefIdx[List][i] != 0) return false;
-    const H264DecoderMotionVector Mv = Col.m_pMv[List][i];
-    return Mv.mvx >= -1 && Mv.mvx <= 1 && Mv.mvy >= -1 && Mv.mvy <= 1;
+    const h264::MotionVector Mv = Col.m_pMv[List][i];
+    return Mv.x >= -1 && Mv.x <= 1 && Mv.y >= -1 && Mv.y <= 1;
 }
 
 // Clause 8.4.1.2.2: references and vectors of the whole macroblock from its neighbours.
@@ -62,11 +62,11 @@ Motion PredictSpatial(const H264SegmentDecoder& d)
 {
     Motion m;
     for (int List = 0; List < 2; ++List) {
-        const MotionNeighbours n = FindMotionNeighbours(d, List);
+        const h264::MotionNeighbours n = FindMotionNeighbours(d, List);
         // As unsigned numbers the negative ones are the largest: the minimum is MinPositive of equation 8-184.
-        const auto Unsigned = [](const BlockMotion& b) { return static_cast<uint8_t>(b.RefIdx); };
+        const auto Unsigned = [](const h264::BlockMotion& b) { return static_cast<uint8_t>(b.RefIdx); };
         m.Ref[List] = static_cast<int8_t>(std::min({Unsigned(n.A), Unsigned(n.B), Unsigned(n.C)}));
-        m.Mv[List] = m.Ref[List] < 0 ? H264DecoderMotionVector{0, 0} : PredictMedian(n, m.Ref[List]);
+        m.Mv[List] = m.Ref[List] < 0 ? h264::MotionVector{0, 0} : h264::PredictMedian(n, m.Ref[List]);
     }
     return m;
 }
@@ -85,7 +85,7 @@ SpatialMotion DeriveSpatialMotion(const H264SegmentDecoder& d)
         m = {};
         return s;
     }
-    for (int& Ref : m.Ref) Ref = std::max(Ref, int{kRefNone});
+    for (int& Ref : m.Ref) Ref = std::max(Ref, int{h264::kRefNone});
     s.Still = m;
     for (int List = 0; List < 2; ++List) {
         if (m.Ref[List] != 0) continue;
@@ -140,12 +140,12 @@ void DeriveTemporal(H264SegmentDecoder& d, uint32_t Quadrants)
         const int List = Col.m_pRefIdx[0][i] >= 0 ? 0 : 1;
         const int ColRef = Col.m_pRefIdx[List][i];
         if (ColRef < 0 || ColRef >= 32) return Zero;
-        const H264DecoderMotionVector ColMv = Col.m_pMv[List][i];
+        const h264::MotionVector ColMv = Col.m_pMv[List][i];
         Motion m{{d.m_ColMap[List][ColRef], 0}, {ColMv, {0, 0}}};
         const int Factor = d.m_DirectTables.DistScaleFactor[m.Ref[0]];
         if (Factor != kNotScaled) {
-            m.Mv[0] = {ScaleMv(Factor, ColMv.mvx), ScaleMv(Factor, ColMv.mvy)};
-            m.Mv[1] = {static_cast<int16_t>(m.Mv[0].mvx - ColMv.mvx), static_cast<int16_t>(m.Mv[0].mvy - ColMv.mvy)};
+            m.Mv[0] = {ScaleMv(Factor, ColMv.x), ScaleMv(Factor, ColMv.y)};
+            m.Mv[1] = {static_cast<int16_t>(m.Mv[0].x - ColMv.x), static_cast<int16_t>(m.Mv[0].y - ColMv.y)};
         }
         return m;
     });

@@ -2,6 +2,7 @@
 // later pictures read (clause 7.3.5). Residuals are scaled on the way.
 #pragma once
 
+#include "Common/h264/block_order.h"
 #include "decoder/entropy/mb_layer.h"
 #include "decoder/entropy/mb_syntax.h"
 #include "decoder/entropy/residual_cabac.h"
@@ -204,7 +205,7 @@ private:
         const bool HasDc = Residual<Syntax>::LumaDc(d, Levels);
         if (HasAc)
             for (int i = 0; i < 16; ++i) Bits |= uint32_t{Residual<Syntax>::LumaAc(d, i, Scale, pCoeffs + i * 16)} << i;
-        d.m_Mb.m_pLocal->CodedBlockBits = SwapBlockOrder(Bits);
+        d.m_Mb.m_pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
         if (HasDc) {
             DcFlag = 1u << 16;
             kernels::g_Kernels.InverseLumaDc(Levels, Scale.pScale[0], static_cast<int>(Scale.Per), pCoeffs);
@@ -236,7 +237,7 @@ private:
             }
         }
         d.m_ResidualBits[0] = Bits;
-        d.m_Mb.m_pLocal->CodedBlockBits = SwapBlockOrder(Bits);
+        d.m_Mb.m_pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
     }
 
     template <class Syntax>

@@ -54,9 +54,9 @@ int ReadRefIdx(H264SegmentDecoder& d, int List, int Quadrant, uint32_t Quadrants
     return RefIdx;
 }
 
-void TrackMv(H264SegmentDecoder& d, H264DecoderMotionVector Mv)
+void TrackMv(H264SegmentDecoder& d, h264::MotionVector Mv)
 {
-    d.m_MaxMv = std::max(d.m_MaxMv, Mv.mvy < 0 ? -int32_t{Mv.mvy} : int32_t{Mv.mvy});
+    d.m_MaxMv = std::max(d.m_MaxMv, Mv.y < 0 ? -int32_t{Mv.y} : int32_t{Mv.y});
 }
 
 template <class Syntax>
@@ -68,10 +68,10 @@ void Load(H264SegmentDecoder& d, int List)
 
 // Reads the difference of the block at Pos and fills prediction plus difference into the cache.
 template <class Syntax>
-void ReadBlockMv(H264SegmentDecoder& d, int List, int Pos, int Width, int Height, H264DecoderMotionVector Prediction)
+void ReadBlockMv(H264SegmentDecoder& d, int List, int Pos, int Width, int Height, h264::MotionVector Prediction)
 {
     uint8_t Mvd[2];
-    const H264DecoderMotionVector Mv = Prediction + Syntax::Mvd(d, List, Pos, Mvd);
+    const h264::MotionVector Mv = Prediction + Syntax::Mvd(d, List, Pos, Mvd);
     FillMv(d.m_Motion[List], Pos, Width, Height, Mv);
     if constexpr (Syntax::kCabac) FillMvd(d.m_Motion[List], Pos, Width, Height, Mvd);
     TrackMv(d, Mv);
@@ -96,13 +96,14 @@ void Read16x16(H264SegmentDecoder& d, uint32_t Lists)
 {
     int RefIdx[2];
     for (int List = 0; List < kLists; ++List)
-        RefIdx[List] = Lists >> List & 1 ? ReadRefIdx<Syntax>(d, List, 0, 15) : int{kRefNone};
+        RefIdx[List] = Lists >> List & 1 ? ReadRefIdx<Syntax>(d, List, 0, 15) : int{h264::kRefNone};
     for (int List = 0; List < kLists; ++List) {
         uint8_t Mvd[2] = {};
-        H264DecoderMotionVector Mv{0, 0};
+        h264::MotionVector Mv{0, 0};
         if (RefIdx[List] >= 0) {
             if constexpr (Syntax::kCabac) LoadMvd(d, List);
-            Mv = PredictMedian(FindMotionNeighbours(d, List), RefIdx[List]) + Syntax::Mvd(d, List, kCacheOrigin, Mvd);
+            Mv = h264::PredictMedian(FindMotionNeighbours(d, List), RefIdx[List]) +
+                 Syntax::Mvd(d, List, kCacheOrigin, Mvd);
             TrackMv(d, Mv);
         }
         StoreUniformMotion(d, List, RefIdx[List], Mv);
@@ -125,7 +126,7 @@ void ReadHalves(H264SegmentDecoder& d, bool Rows, const uint8_t PartLists[2])
             RefIdx[List][Part] =
                 PartLists[Part] >> List & 1
                     ? ReadRefIdx<Syntax>(d, List, Part * SecondQuadrant, FirstQuadrants << (Part * SecondQuadrant))
-                    : int{kRefNone};
+                    : int{h264::kRefNone};
     for (int List = 0; List < kLists; ++List) {
         Load<Syntax>(d, List);
         for (int Part = 0; Part < 2; ++Part) FillRef(d.m_Motion[List], Pos[Part], Width, Height, RefIdx[List][Part]);
@@ -135,8 +136,9 @@ void ReadHalves(H264SegmentDecoder& d, bool Rows, const uint8_t PartLists[2])
                 FillUnused(d, List, Pos[Part], Width, Height);
                 continue;
             }
-            const H264DecoderMotionVector Prediction =
-                Rows ? PredictMv16x8(d.m_Motion[List], Part, Ref) : PredictMv8x16(d.m_Motion[List], Part, Ref);
+            const h264::MotionNeighbours n = FindMotionNeighbours(d.m_Motion[List], Pos[Part], Width);
+            const h264::MotionVector Prediction =
+                Rows ? h264::PredictHalfRows(n, Part, Ref) : h264::PredictHalfColumns(n, Part, Ref);
             ReadBlockMv<Syntax>(d, List, Pos[Part], Width, Height, Prediction);
         }
         Store<Syntax>(d, List);
@@ -149,7 +151,7 @@ template <class Syntax>
 void ReadSubBlock(H264SegmentDecoder& d, int List, int Pos, int Shape, int RefIdx)
 {
     const auto Part = [&](int Offset, int Width, int Height, bool NoC) {
-        const H264DecoderMotionVector Prediction = PredictMv(d.m_Motion[List], Pos + Offset, Width, RefIdx, NoC);
+        const h264::MotionVector Prediction = PredictMv(d.m_Motion[List], Pos + Offset, Width, RefIdx, NoC);
         ReadBlockMv<Syntax>(d, List, Pos + Offset, Width, Height, Prediction);
     };
     switch (Shape) {
@@ -176,7 +178,7 @@ void ReadQuarters(H264SegmentDecoder& d, const SubType Sub[4], bool AllRef0)
     int RefIdx[2][4];
     for (int List = 0; List < kLists; ++List)
         for (int q = 0; q < 4; ++q) {
-            RefIdx[List][q] = kRefNone;
+            RefIdx[List][q] = h264::kRefNone;
             if (Sub[q].Lists >> List & 1) RefIdx[List][q] = AllRef0 ? 0 : ReadRefIdx<Syntax>(d, List, q, 1u << q);
         }
     for (int List = 0; List < kLists; ++List) {
@@ -305,7 +307,7 @@ void SetQp(H264SegmentDecoder& Decoder, int Delta)
 
 void SkipMotionP(H264SegmentDecoder& Decoder)
 {
-    const H264DecoderMotionVector Mv = PredictMvSkip(FindMotionNeighbours(Decoder, 0));
+    const h264::MotionVector Mv = h264::PredictSkip(FindMotionNeighbours(Decoder, 0));
     TrackMv(Decoder, Mv);
     StoreUniformMotion(Decoder, 0, 0, Mv);
     StoreUnusedList(Decoder, 1);
@@ -321,9 +323,9 @@ void SkipMotionB(H264SegmentDecoder& Decoder)
 
 void ClearMotion(H264SegmentDecoder& Decoder, bool IsBSlice)
 {
-    StoreUniformMotion(Decoder, 0, kRefNone, {0, 0});
+    StoreUniformMotion(Decoder, 0, h264::kRefNone, {0, 0});
     if (IsBSlice)
-        StoreUniformMotion(Decoder, 1, kRefNone, {0, 0});
+        StoreUniformMotion(Decoder, 1, h264::kRefNone, {0, 0});
     else
         StoreUnusedList(Decoder, 1);
 }

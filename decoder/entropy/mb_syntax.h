@@ -29,7 +29,7 @@ struct CavlcSyntax {
     // Of the partition that starts at 8x8 block Quadrant; Count references are active.
     static int RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count);
     // Of the block at Pos of the motion cache. Magnitude receives what later contexts read; CAVLC leaves it alone.
-    static H264DecoderMotionVector Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2]);
+    static h264::MotionVector Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2]);
 };
 
 struct CabacSyntax {
@@ -47,7 +47,7 @@ struct CabacSyntax {
     static uint8_t CodedBlockPattern(H264SegmentDecoder& d, bool Intra);
     static int DeltaQp(H264SegmentDecoder& d);
     static int RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count);
-    static H264DecoderMotionVector Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2]);
+    static h264::MotionVector Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2]);
 };
 
 } // namespace UMC

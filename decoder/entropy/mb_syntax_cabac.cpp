@@ -220,7 +220,7 @@ int CabacSyntax::RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count
     return RefIdx;
 }
 
-H264DecoderMotionVector CabacSyntax::Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2])
+h264::MotionVector CabacSyntax::Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2])
 {
     const uint8_t* const pA = d.m_Motion[List].Mvd[Pos - 1];
     const uint8_t* const pB = d.m_Motion[List].Mvd[Pos - kCacheStride];

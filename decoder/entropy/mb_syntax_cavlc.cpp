@@ -43,7 +43,7 @@ int CavlcSyntax::RefIdx(H264SegmentDecoder& d, int, int, int Count)
     return static_cast<int>(ReadUe(d, static_cast<uint32_t>(Count - 1)));
 }
 
-H264DecoderMotionVector CavlcSyntax::Mvd(H264SegmentDecoder& d, int, int, uint8_t*)
+h264::MotionVector CavlcSyntax::Mvd(H264SegmentDecoder& d, int, int, uint8_t*)
 {
     const auto x = static_cast<int16_t>(d.m_pBitstream->GetSE());
     const auto y = static_cast<int16_t>(d.m_pBitstream->GetSE());

@@ -12,34 +12,11 @@ uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101
 
 } // namespace
 
-H264DecoderMotionVector PredictMv16x8(const MotionCache& Cache, int Part, int RefIdx)
-{
-    const MotionNeighbours n = FindMotionNeighbours(Cache, CachePos(0, Part * 2), 4);
-    const BlockMotion& Preferred = Part == 0 ? n.B : n.A;
-    return Preferred.RefIdx == RefIdx ? Preferred.Mv : PredictMedian(n, RefIdx);
-}
-
-H264DecoderMotionVector PredictMv8x16(const MotionCache& Cache, int Part, int RefIdx)
-{
-    const MotionNeighbours n = FindMotionNeighbours(Cache, CachePos(Part * 2, 0), 2);
-    const BlockMotion& Preferred = Part == 0 ? n.A : n.C;
-    return Preferred.RefIdx == RefIdx ? Preferred.Mv : PredictMedian(n, RefIdx);
-}
-
-H264DecoderMotionVector PredictMvSkip(const MotionNeighbours& Neighbours)
-{
-    const auto Stops = [](const BlockMotion& m) {
-        return m.RefIdx == kRefUnavailable || (m.RefIdx == 0 && AsWord(m.Mv) == 0);
-    };
-    if (Stops(Neighbours.A) || Stops(Neighbours.B)) return {0, 0};
-    return PredictMedian(Neighbours, 0);
-}
-
 void LoadMotion(H264SegmentDecoder& Decoder, int List)
 {
     MotionCache& Cache = Decoder.m_Motion[List];
     const MbState& Mb = Decoder.m_Mb;
-    const H264DecoderMotionVector* const pMv = Decoder.m_MbInfo.m_pMv[List];
+    const h264::MotionVector* const pMv = Decoder.m_MbInfo.m_pMv[List];
     const int8_t* const pRef = Decoder.m_MbInfo.m_pRefIdx[List];
 
     const auto Corner = [&](int Pos, int Neighbour, int Block) {
@@ -48,17 +25,17 @@ void LoadMotion(H264SegmentDecoder& Decoder, int List)
             Cache.Ref[Pos] = pRef[Neighbour * 16 + Block];
         } else {
             Cache.Mv[Pos] = {0, 0};
-            Cache.Ref[Pos] = kRefUnavailable;
+            Cache.Ref[Pos] = h264::kRefUnavailable;
         }
     };
     Corner(kCacheTopLeft, Mb.m_TopLeft, 15);
     Corner(kCacheTopRight, Mb.m_TopRight, 12);
     if (Mb.m_Top >= 0) {
-        std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.m_Top * 16 + 12, 4 * sizeof(H264DecoderMotionVector));
+        std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.m_Top * 16 + 12, 4 * sizeof(h264::MotionVector));
         std::memcpy(&Cache.Ref[kTopRow], pRef + Mb.m_Top * 16 + 12, 4);
     } else {
-        std::memset(&Cache.Mv[kTopRow], 0, 4 * sizeof(H264DecoderMotionVector));
-        std::memset(&Cache.Ref[kTopRow], kRefUnavailable, 4);
+        std::memset(&Cache.Mv[kTopRow], 0, 4 * sizeof(h264::MotionVector));
+        std::memset(&Cache.Ref[kTopRow], h264::kRefUnavailable, 4);
     }
     for (int y = 0; y < 4; ++y) Corner(CachePos(-1, y), Mb.m_Left, y * 4 + 3);
 }
@@ -81,7 +58,7 @@ void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx)
         std::memcpy(&Cache.Ref[Pos], &Row, static_cast<size_t>(Width));
 }
 
-void FillMv(MotionCache& Cache, int Pos, int Width, int Height, H264DecoderMotionVector Mv)
+void FillMv(MotionCache& Cache, int Pos, int Width, int Height, h264::MotionVector Mv)
 {
     for (int y = 0; y < Height; ++y, Pos += kCacheStride)
         for (int x = 0; x < Width; ++x) Cache.Mv[Pos + x] = Mv;
@@ -96,15 +73,15 @@ void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t M
 void StoreMotion(H264SegmentDecoder& Decoder, int List)
 {
     const MotionCache& Cache = Decoder.m_Motion[List];
-    H264DecoderMotionVector* const pMv = Decoder.m_MbInfo.m_pMv[List] + Decoder.m_Mb.m_Mb * 16;
+    h264::MotionVector* const pMv = Decoder.m_MbInfo.m_pMv[List] + Decoder.m_Mb.m_Mb * 16;
     int8_t* const pRef = Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16;
     for (int y = 0; y < 4; ++y) {
-        std::memcpy(pMv + y * 4, &Cache.Mv[CachePos(0, y)], 4 * sizeof(H264DecoderMotionVector));
+        std::memcpy(pMv + y * 4, &Cache.Mv[CachePos(0, y)], 4 * sizeof(h264::MotionVector));
         std::memcpy(pRef + y * 4, &Cache.Ref[CachePos(0, y)], 4);
     }
 }
 
-void StoreUniformMotion(H264SegmentDecoder& Decoder, int List, int RefIdx, H264DecoderMotionVector Mv)
+void StoreUniformMotion(H264SegmentDecoder& Decoder, int List, int RefIdx, h264::MotionVector Mv)
 {
     std::fill_n(Decoder.m_MbInfo.m_pMv[List] + Decoder.m_Mb.m_Mb * 16, 16, Mv);
     std::memset(Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16, RefIdx, 16);
@@ -112,7 +89,7 @@ void StoreUniformMotion(H264SegmentDecoder& Decoder, int List, int RefIdx, H264D
 
 void StoreUnusedList(H264SegmentDecoder& Decoder, int List)
 {
-    std::memset(Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16, kRefNone, 16);
+    std::memset(Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16, h264::kRefNone, 16);
 }
 
 void StoreMvd(H264SegmentDecoder& Decoder, int List)

@@ -39,7 +39,7 @@ Status H264SegmentDecoder::Init(int32_t ThreadNumber)
     m_ThreadNumber = ThreadNumber;
     for (MotionCache& Cache : m_Motion) {
         std::memset(&Cache, 0, sizeof Cache);
-        std::memset(Cache.Ref, kRefUnavailable, sizeof Cache.Ref); // the places right of the macroblock stay so
+        std::memset(Cache.Ref, h264::kRefUnavailable, sizeof Cache.Ref); // the places right of the macroblock stay so
     }
     std::memset(m_NonZero, 0, sizeof m_NonZero);
     return StatusOk;

@@ -57,7 +57,6 @@ private:
     bool MotionDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
     bool OneListDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
     bool BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
-    bool VectorsDiffer(H264DecoderMotionVector a, H264DecoderMotionVector b) const;
 
     void FilterLuma(const Place& p, const DeblockingStrength& Strength, uint8_t* pLuma) const;
     void FilterChroma(const Place& p, const DeblockingStrength& Strength, uint8_t* pU, uint8_t* pV) const;
@@ -67,7 +66,7 @@ private:
     const H264DecoderRefPicList* m_pLists;
     const MbGlobalInfo* m_pGlobal;
     const MbLocalInfo* m_pLocal;
-    const H264DecoderMotionVector* m_pMv[2];
+    const h264::MotionVector* m_pMv[2];
     const int8_t* m_pRefIdx[2];
     int m_MvLimit;      // vertical: 4 in frames, 2 in fields, quarter samples
     bool m_WithinSlice; // disable_deblocking_filter_idc 2

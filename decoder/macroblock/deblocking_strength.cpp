@@ -1,45 +1,16 @@
 // Boundary strengths, clause 8.7.2.1.
 #include "decoder/macroblock/deblocking.h"
 
-#include <array>
+#include "Common/h264/block_order.h"
+#include "Common/h264/boundary_strength.h"
 
 namespace UMC {
 
 namespace {
 
-constexpr uint32_t kAllPieces = 0x01010101;
-
-// Eight bits to eight bytes of 0 or 1, the lowest first.
-constexpr std::array<uint64_t, 256> kSpread = [] {
-    std::array<uint64_t, 256> Table{};
-    for (size_t Bits = 0; Bits < 256; ++Bits)
-        for (size_t i = 0; i < 8; ++i) Table[Bits] |= uint64_t{Bits >> i & 1} << (8 * i);
-    return Table;
-}();
-
 // Bit i to bit 4 * i.
 constexpr uint16_t kColumn[16] = {0x0000, 0x0001, 0x0010, 0x0011, 0x0100, 0x0101, 0x0110, 0x0111,
                                   0x1000, 0x1001, 0x1010, 0x1011, 0x1100, 0x1101, 0x1110, 0x1111};
-
-// Rows of a 4x4 matrix of bits become columns.
-uint32_t Transpose(uint32_t Bits)
-{
-    uint32_t t = (Bits ^ Bits >> 3) & 0x0A0A;
-    Bits ^= t ^ t << 3;
-    t = (Bits ^ Bits >> 6) & 0x00CC;
-    return Bits ^ t ^ t << 6;
-}
-
-// 2 where a block is coded, else 1 where motion differs. Four bits an edge.
-void SpreadEdges(uint32_t Coded, uint32_t Moves, uint32_t* pEdge)
-{
-    Moves &= ~Coded;
-    for (int i = 0; i < 2; ++i) {
-        const uint64_t Pair = kSpread[Coded >> (8 * i) & 255] * 2 + kSpread[Moves >> (8 * i) & 255];
-        pEdge[i * 2] = static_cast<uint32_t>(Pair);
-        pEdge[i * 2 + 1] = static_cast<uint32_t>(Pair >> 32);
-    }
-}
 
 // A reference picture as a number that is equal for the same picture, of the same parity in fields. 0 for none.
 uintptr_t PictureOf(const H264DecoderRefPicList* pLists, int List, int RefIdx, bool IsField)
@@ -50,15 +21,6 @@ uintptr_t PictureOf(const H264DecoderRefPicList* pLists, int List, int RefIdx, b
 }
 
 } // namespace
-
-inline bool H264Deblocker::VectorsDiffer(H264DecoderMotionVector a, H264DecoderMotionVector b) const
-{
-    if (AsWord(a) == AsWord(b)) return false; // mostly so
-    const auto Far = [](int d, int Limit) {
-        return static_cast<unsigned>(d + Limit - 1) > static_cast<unsigned>(2 * Limit - 2);
-    };
-    return Far(a.mvx - b.mvx, 4) || Far(a.mvy - b.mvy, m_MvLimit);
-}
 
 const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
 {
@@ -72,7 +34,7 @@ inline bool H264Deblocker::OneListDiffers(int32_t i, int32_t j, const H264Decode
     const int RefI = m_pRefIdx[0][i], RefJ = m_pRefIdx[0][j];
     if (RefI != RefJ || pOther != m_pLists) [[unlikely]]
         if (PictureOf(m_pLists, 0, RefI, m_IsField) != PictureOf(pOther, 0, RefJ, m_IsField)) return true;
-    return VectorsDiffer(m_pMv[0][i], m_pMv[0][j]);
+    return h264::VectorsDiffer(m_pMv[0][i], m_pMv[0][j], m_MvLimit);
 }
 
 bool H264Deblocker::BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const
@@ -85,7 +47,7 @@ bool H264Deblocker::BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPi
     const bool Straight = a[0] == b[0] && a[1] == b[1], Crossed = a[0] == b[1] && a[1] == b[0];
     if (!Straight && !Crossed) return true;
     const auto Differs = [&](int ListA, int ListB) { // a list that is not used has no vector
-        return m_pRefIdx[ListA][i] >= 0 && VectorsDiffer(m_pMv[ListA][i], m_pMv[ListB][j]);
+        return m_pRefIdx[ListA][i] >= 0 && h264::VectorsDiffer(m_pMv[ListA][i], m_pMv[ListB][j], m_MvLimit);
     };
     const bool StraightDiffers = Straight && (Differs(0, 0) || Differs(1, 1));
     if (!Crossed) return StraightDiffers;
@@ -151,10 +113,10 @@ inline H264Deblocker::EdgeBits H264Deblocker::CodedBits(const Place& p) const
 
 DeblockingStrength H264Deblocker::IntraStrength(const Place& p) const
 {
-    const uint32_t TopEdge = m_IsField ? 3 * kAllPieces : 4 * kAllPieces;
-    const uint32_t Odd = m_pGlobal[p.Mb].MbFlags & MBFLAG_TRANSFORM8x8 ? 0 : 3 * kAllPieces;
-    return {{{p.Left >= 0 ? 4 * kAllPieces : 0, Odd, 3 * kAllPieces, Odd},
-             {p.Top >= 0 ? TopEdge : 0, Odd, 3 * kAllPieces, Odd}}};
+    const uint32_t TopEdge = m_IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
+    const uint32_t Odd = m_pGlobal[p.Mb].MbFlags & MBFLAG_TRANSFORM8x8 ? 0 : 3 * h264::kAllPieces;
+    return {{{p.Left >= 0 ? 4 * h264::kAllPieces : 0, Odd, 3 * h264::kAllPieces, Odd},
+             {p.Top >= 0 ? TopEdge : 0, Odd, 3 * h264::kAllPieces, Odd}}};
 }
 
 template <bool kOneList>
@@ -174,10 +136,11 @@ DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
         Moves.Horizontal &= 0x0F0F;
     }
     DeblockingStrength s{};
-    if (Coded.Vertical | Moves.Vertical) SpreadEdges(Transpose(Coded.Vertical), Transpose(Moves.Vertical), s.Edge[0]);
-    if (Coded.Horizontal | Moves.Horizontal) SpreadEdges(Coded.Horizontal, Moves.Horizontal, s.Edge[1]);
-    if (LeftIntra) s.Edge[0][0] = 4 * kAllPieces;
-    if (TopIntra) s.Edge[1][0] = m_IsField ? 3 * kAllPieces : 4 * kAllPieces;
+    if (Coded.Vertical | Moves.Vertical)
+        h264::SpreadStrengths(h264::TransposeBlocks(Coded.Vertical), h264::TransposeBlocks(Moves.Vertical), s.Edge[0]);
+    if (Coded.Horizontal | Moves.Horizontal) h264::SpreadStrengths(Coded.Horizontal, Moves.Horizontal, s.Edge[1]);
+    if (LeftIntra) s.Edge[0][0] = 4 * h264::kAllPieces;
+    if (TopIntra) s.Edge[1][0] = m_IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
     return s;
 }
 

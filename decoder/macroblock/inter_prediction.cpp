@@ -89,17 +89,16 @@ Source LumaSource(H264SegmentDecoder& d, const ReferencePlanes& Ref, int X, int 
 // At the borders of the reference, where one of the planes may have to be clamped. Chroma coordinates are the chroma
 // block's.
 template <int W, bool HasChroma>
-[[gnu::noinline]] void PredictAtBorder(H264SegmentDecoder& d, const ReferencePlanes& Ref, H264DecoderMotionVector Mv,
+[[gnu::noinline]] void PredictAtBorder(H264SegmentDecoder& d, const ReferencePlanes& Ref, h264::MotionVector Mv,
                                        const Block& b, const Target& t)
 {
-    const int FracX = Mv.mvx & 3, FracY = Mv.mvy & 3;
-    const Source s = LumaSource<W>(d, Ref, b.X + (Mv.mvx >> 2), b.Y + (Mv.mvy >> 2), b.Height, FracX, FracY);
+    const int FracX = Mv.x & 3, FracY = Mv.y & 3;
+    const Source s = LumaSource<W>(d, Ref, b.X + (Mv.x >> 2), b.Y + (Mv.y >> 2), b.Height, FracX, FracY);
     (g_Kernels.*LumaKernel<W>())(s.p, s.Step, t.pY, t.Step, FracX, FracY, b.Height);
     if constexpr (HasChroma) {
         constexpr int kWidth = W / 2;
-        const int Height = b.Height / 2, MvY = Mv.mvy + Ref.ChromaMvOffset, ChromaFracX = Mv.mvx & 7,
-                  ChromaFracY = MvY & 7;
-        const int X = b.X / 2 + (Mv.mvx >> 3), Y = b.Y / 2 + (MvY >> 3);
+        const int Height = b.Height / 2, MvY = Mv.y + Ref.ChromaMvOffset, ChromaFracX = Mv.x & 7, ChromaFracY = MvY & 7;
+        const int X = b.X / 2 + (Mv.x >> 3), Y = b.Y / 2 + (MvY >> 3);
         const bool Inside = X >= 0 && Y >= 0 && X + kWidth + (ChromaFracX != 0) <= Ref.ChromaWidth &&
                             Y + Height + (ChromaFracY != 0) <= Ref.ChromaHeight;
         const ptrdiff_t Offset = Y * Ref.PitchChroma + X, Step = Inside ? Ref.PitchChroma : kClampedStep;
@@ -119,19 +118,19 @@ template <int W, bool HasChroma>
 // Luma and chroma of one block from one reference. Where the luma block lies inside with the taps' margins, the chroma
 // block with the sample that it may read right and below does so too (clause 8.4.1.4 halves the vector).
 template <int W, bool HasChroma>
-[[gnu::always_inline]] inline void PredictFrom(H264SegmentDecoder& d, const ReferencePlanes& Ref,
-                                               H264DecoderMotionVector Mv, const Block& b, const Target& t)
+[[gnu::always_inline]] inline void PredictFrom(H264SegmentDecoder& d, const ReferencePlanes& Ref, h264::MotionVector Mv,
+                                               const Block& b, const Target& t)
 {
-    const int X = b.X + (Mv.mvx >> 2), Y = b.Y + (Mv.mvy >> 2);
+    const int X = b.X + (Mv.x >> 2), Y = b.Y + (Mv.y >> 2);
     if (X < 2 || Y < 2 || X + W + 3 > Ref.Width || Y + b.Height + 3 > Ref.Height) [[unlikely]]
         return PredictAtBorder<W, HasChroma>(d, Ref, Mv, b, t);
-    (g_Kernels.*LumaKernel<W>())(Ref.pPlane[0] + Y * Ref.PitchLuma + X, Ref.PitchLuma, t.pY, t.Step, Mv.mvx & 3,
-                                 Mv.mvy & 3, b.Height);
+    (g_Kernels.*LumaKernel<W>())(Ref.pPlane[0] + Y * Ref.PitchLuma + X, Ref.PitchLuma, t.pY, t.Step, Mv.x & 3, Mv.y & 3,
+                                 b.Height);
     if constexpr (HasChroma) {
-        const int MvY = Mv.mvy + Ref.ChromaMvOffset;
-        const ptrdiff_t Offset = (b.Y / 2 + (MvY >> 3)) * Ref.PitchChroma + b.X / 2 + (Mv.mvx >> 3);
+        const int MvY = Mv.y + Ref.ChromaMvOffset;
+        const ptrdiff_t Offset = (b.Y / 2 + (MvY >> 3)) * Ref.PitchChroma + b.X / 2 + (Mv.x >> 3);
         (g_Kernels.*ChromaKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.pPlane[2] + Offset, Ref.PitchChroma, t.pU, t.pV,
-                                           t.ChromaStep, Mv.mvx & 7, MvY & 7, b.Height / 2);
+                                           t.ChromaStep, Mv.x & 7, MvY & 7, b.Height / 2);
     }
 }
 
@@ -162,8 +161,8 @@ void WeightOneList(H264SegmentDecoder& d, const PredWeight& w, const Block& b)
 }
 
 template <int W, bool HasChroma>
-[[gnu::always_inline]] inline void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx,
-                                                  H264DecoderMotionVector Mv, const Block& b)
+[[gnu::always_inline]] inline void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx, h264::MotionVector Mv,
+                                                  const Block& b)
 {
     PredictFrom<W, HasChroma>(d, d.m_Reference[List][RefIdx], Mv, b, PictureTarget(d, b));
     if (d.m_ExplicitWeights) WeightOneList<W, HasChroma>(d, d.m_Weights[List][RefIdx], b);
@@ -229,7 +228,7 @@ void AverageInPlace(H264SegmentDecoder& d, const Block& b, const ReferencePlanes
 }
 
 template <int W, bool HasChroma>
-void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const H264DecoderMotionVector Mv[2], const Block& b)
+void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const h264::MotionVector Mv[2], const Block& b)
 {
     const ReferencePlanes &Ref0 = d.m_Reference[0][RefIdx[0]], &Ref1 = d.m_Reference[1][RefIdx[1]];
     PredictFrom<W, HasChroma>(d, Ref1, Mv[1], b, PictureTarget(d, b));
@@ -263,7 +262,7 @@ void PredictBlock(H264SegmentDecoder& d, int X, int Y, int Height)
         b.pV = d.m_pPlane[2] + Offset;
     }
     const int RefIdx[2] = {d.m_MbInfo.m_pRefIdx[0][i], d.m_MbInfo.m_pRefIdx[1][i]};
-    const H264DecoderMotionVector Mv[2] = {d.m_MbInfo.m_pMv[0][i], d.m_MbInfo.m_pMv[1][i]};
+    const h264::MotionVector Mv[2] = {d.m_MbInfo.m_pMv[0][i], d.m_MbInfo.m_pMv[1][i]};
     if (RefIdx[1] < 0)
         PredictOneList<W, HasChroma>(d, 0, RefIdx[0], Mv[0], b);
     else if (RefIdx[0] < 0)

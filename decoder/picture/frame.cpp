@@ -73,7 +73,7 @@ Status H264DecoderFrame::AllocateMbInfo(int32_t MbCount)
     if (m_MbCapacity == MbCount) return StatusOk;
     ReleaseMbInfo();
     const auto Count = static_cast<size_t>(MbCount);
-    constexpr size_t BytesPerMb = 2 * kBlocks * (sizeof(H264DecoderMotionVector) + 1) + sizeof(MbGlobalInfo);
+    constexpr size_t BytesPerMb = 2 * kBlocks * (sizeof(h264::MotionVector) + 1) + sizeof(MbGlobalInfo);
     if (m_pAllocator->Alloc(&m_MbMemId, Count * BytesPerMb + kMbInfoSlack, 0, 16) != StatusOk) return StatusAllocFailed;
     auto* p = static_cast<uint8_t*>(m_pAllocator->Lock(m_MbMemId));
     const auto Take = [&p](size_t Bytes) {
@@ -81,9 +81,9 @@ Status H264DecoderFrame::AllocateMbInfo(int32_t MbCount)
         p = pArray + Bytes;
         return pArray;
     };
-    static_assert(alignof(H264DecoderMotionVector) <= 16 && alignof(MbGlobalInfo) <= 16);
-    for (H264DecoderMotionVector*& pMv : m_MbInfo.m_pMv)
-        pMv = reinterpret_cast<H264DecoderMotionVector*>(Take(Count * kBlocks * sizeof(H264DecoderMotionVector)));
+    static_assert(alignof(h264::MotionVector) <= 16 && alignof(MbGlobalInfo) <= 16);
+    for (h264::MotionVector*& pMv : m_MbInfo.m_pMv)
+        pMv = reinterpret_cast<h264::MotionVector*>(Take(Count * kBlocks * sizeof(h264::MotionVector)));
     for (int8_t*& pRefIdx : m_MbInfo.m_pRefIdx) pRefIdx = reinterpret_cast<int8_t*>(Take(Count * kBlocks));
     m_MbInfo.m_pGlobal = reinterpret_cast<MbGlobalInfo*>(Take(Count * sizeof(MbGlobalInfo)));
     m_MbCapacity = MbCount;
@@ -95,7 +95,7 @@ void H264DecoderFrame::ClearMbInfo()
 {
     const auto Count = static_cast<size_t>(m_MbCapacity);
     for (int List = 0; List < 2 && Count > 0; ++List) {
-        std::memset(m_MbInfo.m_pMv[List], 0, Count * kBlocks * sizeof(H264DecoderMotionVector));
+        std::memset(m_MbInfo.m_pMv[List], 0, Count * kBlocks * sizeof(h264::MotionVector));
         std::memset(m_MbInfo.m_pRefIdx[List], -1, Count * kBlocks);
     }
     ClearGlobalMbInfo();

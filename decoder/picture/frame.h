@@ -100,8 +100,8 @@ struct H264DecoderFrameInfo {
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
 struct H264MbInfo {
-    H264DecoderMotionVector* m_pMv[2] = {}; // 16 a macroblock and list, raster of 4x4 blocks
-    int8_t* m_pRefIdx[2] = {};              // 16 a macroblock and list, -1 for none
+    h264::MotionVector* m_pMv[2] = {}; // 16 a macroblock and list, raster of 4x4 blocks
+    int8_t* m_pRefIdx[2] = {};         // 16 a macroblock and list, -1 for none
     MbGlobalInfo* m_pGlobal = nullptr;
 };
 

@@ -2,15 +2,12 @@
 // pictures read.
 #pragma once
 
+#include "Common/h264/motion_vector.h"
 #include "decoder/stream/headers.h"
 
 #include <cstdint>
 
 namespace UMC {
-
-struct H264DecoderMotionVector {
-    int16_t mvx, mvy; // quarter samples
-};
 
 // Macroblock types as stored in MbGlobalInfo::MbType.
 enum MbType : int8_t {

@@ -1,10 +1,10 @@
 // What a segment decoder keeps of the macroblock in hand and of its neighbours.
 #pragma once
 
+#include "Common/h264/motion_prediction.h"
 #include "decoder/picture/mb_info.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace UMC {
 
@@ -24,32 +24,15 @@ inline constexpr uint8_t kBlockCachePos[16] = {CachePos(0, 0), CachePos(1, 0), C
                                                CachePos(0, 2), CachePos(1, 2), CachePos(0, 3), CachePos(1, 3),
                                                CachePos(2, 2), CachePos(3, 2), CachePos(2, 3), CachePos(3, 3)};
 
-inline constexpr int8_t kRefNone = -1;        // intra, or the list is not used
-inline constexpr int8_t kRefUnavailable = -2; // outside the slice or not decoded yet
-
 // Motion of one list around the macroblock. A vector whose reference is negative is 0.
 struct alignas(16) MotionCache {
-    H264DecoderMotionVector Mv[kCacheSize];
+    h264::MotionVector Mv[kCacheSize];
     int8_t Ref[kCacheSize];
     uint8_t Mvd[kCacheSize][2]; // magnitudes as in MbMvd
 };
 
 inline bool IsIntra(int8_t MbType) { return MbType <= MBTYPE_PCM; }
 inline bool IsIntra(const MbGlobalInfo& Mb) { return IsIntra(Mb.MbType); }
-
-inline uint32_t AsWord(H264DecoderMotionVector Mv)
-{
-    uint32_t Word;
-    std::memcpy(&Word, &Mv, sizeof Word);
-    return Word;
-}
-
-// Swaps raster and luma4x4BlkIdx order of 16 bits; its own inverse.
-inline uint32_t SwapBlockOrder(uint32_t Bits)
-{
-    const uint32_t t = (Bits ^ Bits >> 2) & 0x0C0C;
-    return Bits ^ t ^ t << 2;
-}
 
 // The macroblock in hand. Neighbours are -1 when they lie outside the picture or the slice; their records then are the
 // slice's stand-ins, which add nothing to any CABAC context.

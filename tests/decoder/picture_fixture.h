@@ -22,7 +22,7 @@ protected:
         d.Init(0);
         for (int i = 0; i < 2; ++i) {
             m_Mv[i].resize(kMbs * 16);
-            m_Ref[i].assign(kMbs * 16, kRefNone);
+            m_Ref[i].assign(kMbs * 16, h264::kRefNone);
             m_Mvd[i].resize(kMbs);
             d.m_MbInfo.m_pMv[i] = m_Mv[i].data();
             d.m_MbInfo.m_pRefIdx[i] = m_Ref[i].data();
@@ -51,14 +51,14 @@ protected:
     }
 
     // Puts macroblock Mb into slice 0 with one motion of list List.
-    void SetMotion(int Mb, int RefIdx, H264DecoderMotionVector Mv, int List = 0)
+    void SetMotion(int Mb, int RefIdx, h264::MotionVector Mv, int List = 0)
     {
         m_Global[static_cast<size_t>(Mb)].SliceId = 0;
         m_Global[static_cast<size_t>(Mb)].MbType = MBTYPE_INTER16x16;
         m_Global[static_cast<size_t>(Mb)].MbFlags = MBFLAG_ONE_MOTION;
         for (int i = 0; i < 16; ++i) SetBlock(Mb, i, RefIdx, Mv, List);
     }
-    void SetBlock(int Mb, int Block, int RefIdx, H264DecoderMotionVector Mv, int List = 0)
+    void SetBlock(int Mb, int Block, int RefIdx, h264::MotionVector Mv, int List = 0)
     {
         m_Ref[List][static_cast<size_t>(Mb * 16 + Block)] = static_cast<int8_t>(RefIdx);
         m_Mv[List][static_cast<size_t>(Mb * 16 + Block)] = Mv;
@@ -68,7 +68,7 @@ protected:
         m_Global[static_cast<size_t>(Mb)].SliceId = 0;
         m_Global[static_cast<size_t>(Mb)].MbType = MBTYPE_INTRA16x16;
         m_Global[static_cast<size_t>(Mb)].MbFlags = 0;
-        for (int i = 0; i < 16; ++i) SetBlock(Mb, i, kRefNone, {0, 0});
+        for (int i = 0; i < 16; ++i) SetBlock(Mb, i, h264::kRefNone, {0, 0});
     }
 
     H264SeqParamSet m_Sequence{};
@@ -76,7 +76,7 @@ protected:
     H264Slice m_Slice;
     H264DecoderFrame m_Frame, m_References[4];
     H264DecoderRefPicList m_Lists{};
-    std::vector<H264DecoderMotionVector> m_Mv[2];
+    std::vector<h264::MotionVector> m_Mv[2];
     std::vector<int8_t> m_Ref[2];
     std::vector<MbMvd> m_Mvd[2];
     std::vector<MbGlobalInfo> m_Global;

@@ -126,8 +126,8 @@ TEST_F(Macroblocks, CodedOneFollowsASkipRunWithoutARunOfItsOwn)
     ASSERT_EQ(Decode(P_SLICE, 0, 4), StatusOk);
     EXPECT_EQ(m_Global[0].MbType, MBTYPE_SKIPPED);
     EXPECT_EQ(m_Global[1].MbType, MBTYPE_INTER16x16);
-    EXPECT_EQ(m_Mv[0][16].mvx, 8);
-    EXPECT_EQ(m_Mv[0][16].mvy, 4);
+    EXPECT_EQ(m_Mv[0][16].x, 8);
+    EXPECT_EQ(m_Mv[0][16].y, 4);
     EXPECT_EQ(m_Global[2].MbType, MBTYPE_SKIPPED);
     EXPECT_EQ(m_Y[16], 16 + 2 + 1);
     EXPECT_EQ(m_pDecoder->m_MaxMv, 4);

@@ -16,10 +16,10 @@ protected:
         LoadMotion(*m_pDecoder, 0);
         return m_pDecoder->m_Motion[0];
     }
-    static void ExpectMv(H264DecoderMotionVector Mv, int x, int y)
+    static void ExpectMv(h264::MotionVector Mv, int x, int y)
     {
-        EXPECT_EQ(Mv.mvx, x);
-        EXPECT_EQ(Mv.mvy, y);
+        EXPECT_EQ(Mv.x, x);
+        EXPECT_EQ(Mv.y, y);
     }
 };
 
@@ -29,14 +29,6 @@ TEST_F(MvPrediction, IsTheMedianOfThreeNeighbours)
     SetMotion(1, 0, {-4, 6});
     SetMotion(2, 0, {3, 20});
     ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 3, 6);
-}
-
-TEST_F(MvPrediction, TakesTheOnlyNeighbourWithTheSameReference)
-{
-    SetMotion(4, 1, {10, -8});
-    SetMotion(1, 0, {-4, 6});
-    SetMotion(2, 1, {3, 20});
-    ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), -4, 6);
 }
 
 TEST_F(MvPrediction, TakesAboveLeftWhereAboveRightIsMissing)
@@ -72,40 +64,15 @@ TEST_F(MvPrediction, LeavesOutNeighboursOfOtherSlices)
     ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 10, -8);
 }
 
-TEST_F(MvPrediction, HalvesPreferTheNeighbourAtTheirSide)
-{
-    SetMotion(4, 0, {1, 2});
-    SetMotion(1, 0, {3, 4});
-    SetMotion(2, 0, {5, 6});
-    const MotionCache& Cache = Load();
-    ExpectMv(PredictMv16x8(Cache, 0, 0), 3, 4);
-    ExpectMv(PredictMv16x8(Cache, 1, 0), 1, 2);
-    ExpectMv(PredictMv8x16(Cache, 0, 0), 1, 2);
-    ExpectMv(PredictMv8x16(Cache, 1, 0), 5, 6);
-}
-
-TEST_F(MvPrediction, SkipIsZeroAtABorderAndBesideAStillNeighbour)
-{
-    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 0, 0);
-    SetMotion(4, 0, {10, -8});
-    SetMotion(1, 0, {6, 6});
-    SetMotion(2, 0, {7, 7});
-    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 7, 6);
-    SetMotion(1, 0, {0, 0});
-    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 0, 0);
-    SetMotion(1, 1, {0, 0}); // still, but of another reference: the median stands
-    ExpectMv(PredictMvSkip(FindMotionNeighbours(Load(), kCacheOrigin, 4)), 7, 0);
-}
-
 TEST_F(MvPrediction, OfAWholeMacroblockNeedsNoCache)
 {
     SetMotion(4, 0, {1, 2});
     SetMotion(1, 1, {3, 4});
     for (const bool TopRight : {false, true}) {
         SetMotion(TopRight ? 2 : 0, 2, {5, 6});
-        const MotionNeighbours Cached = FindMotionNeighbours(Load(), kCacheOrigin, 4);
-        const MotionNeighbours Direct = FindMotionNeighbours(*m_pDecoder, 0);
-        for (const auto Which : {&MotionNeighbours::A, &MotionNeighbours::B, &MotionNeighbours::C}) {
+        const h264::MotionNeighbours Cached = FindMotionNeighbours(Load(), kCacheOrigin, 4);
+        const h264::MotionNeighbours Direct = FindMotionNeighbours(*m_pDecoder, 0);
+        for (const auto Which : {&h264::MotionNeighbours::A, &h264::MotionNeighbours::B, &h264::MotionNeighbours::C}) {
             EXPECT_EQ((Cached.*Which).RefIdx, (Direct.*Which).RefIdx);
             EXPECT_EQ(AsWord((Cached.*Which).Mv), AsWord((Direct.*Which).Mv));
         }
