@@ -1,7 +1,7 @@
 // Direct prediction of B slices, H.264 clause 8.4.1.2.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
 
@@ -9,9 +9,9 @@ namespace UMC {
 
 // Derives references and vectors of the 8x8 blocks whose bit is set in Quadrants and fills them into the motion caches
 // of both lists. Sets their SubBlockType and SubBlockDirection.
-void DeriveDirect(H264SegmentDecoder& Decoder, uint32_t Quadrants);
+void DeriveDirect(const SliceView& Slice, const MbState& Mb, MotionState& Motion, uint32_t Quadrants);
 
 // The same for a whole macroblock, straight into the frame's records.
-void DeriveDirectMacroblock(H264SegmentDecoder& Decoder);
+void DeriveDirectMacroblock(const SliceView& Slice, const MbState& Mb, MotionState& Motion);
 
 } // namespace UMC

@@ -22,22 +22,22 @@ class MBDecoder : protected ResidualDecoderCABAC<Coeffs, color_format, is_field>
 protected:
     // One macroblock, which BeginMacroblock has set up, of an I, P or B slice.
     template <SliceType kSlice>
-    static void DecodeMbCAVLC(H264SegmentDecoder& d)
+    static void DecodeMbCAVLC(SliceCursor& c)
     {
-        if (kSlice != I_SLICE && TakeSkipRun(d))
-            SkipMacroblock<CavlcSyntax, kSlice>(d);
+        if (kSlice != I_SLICE && TakeSkipRun(c.Entropy))
+            SkipMacroblock<CavlcSyntax, kSlice>(c);
         else
-            CodedMacroblock<CavlcSyntax, kSlice>(d);
-        if (d.m_pBitstream->Overrun()) throw h264_exception(StatusInvalidParams);
+            CodedMacroblock<CavlcSyntax, kSlice>(c);
+        if (c.Entropy.Bits.Overrun()) throw h264_exception(StatusInvalidParams);
     }
     template <SliceType kSlice>
-    static void DecodeMbCABAC(H264SegmentDecoder& d)
+    static void DecodeMbCABAC(SliceCursor& c)
     {
-        if (kSlice != I_SLICE && CabacSyntax::SkipFlag(d))
-            SkipMacroblock<CabacSyntax, kSlice>(d);
+        if (kSlice != I_SLICE && CabacSyntax::SkipFlag(c.Entropy, c.Mb, kSlice == B_SLICE))
+            SkipMacroblock<CabacSyntax, kSlice>(c);
         else
-            CodedMacroblock<CabacSyntax, kSlice>(d);
-        if (d.m_Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
+            CodedMacroblock<CabacSyntax, kSlice>(c);
+        if (c.Entropy.Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
     }
 
 private:
@@ -47,226 +47,242 @@ private:
     using Residual = std::conditional_t<Syntax::kCabac, typename Cabac::CabacResidual, typename Cavlc::CavlcResidual>;
 
     static constexpr int kChromaBlocks = color_format == 0 ? 0 : color_format == 1 ? 4 : 8; // of one plane
+    static constexpr bool kHasChroma = color_format == 1 || color_format == 2;
     static constexpr int kChromaCoeffs = kChromaBlocks * 16;
 
     // A run of 1 or more makes this macroblock a skipped one. When the last of the run was taken the next macroblock is
     // coded and reads no run of its own.
-    static bool TakeSkipRun(H264SegmentDecoder& d)
+    static bool TakeSkipRun(EntropyState& e)
     {
-        if (d.m_MbSkipRun == 0)
-            d.m_MbSkipRun = static_cast<int32_t>(std::min(d.m_pBitstream->GetUE(), 0x7FFFFFFFu));
+        if (e.MbSkipRun == 0)
+            e.MbSkipRun = static_cast<int32_t>(std::min(e.Bits.GetUE(), 0x7FFFFFFFu));
         else
-            --d.m_MbSkipRun;
-        return d.m_MbSkipRun > 0;
+            --e.MbSkipRun;
+        return e.MbSkipRun > 0;
     }
 
     template <class Syntax, SliceType kSlice>
-    static void SkipMacroblock(H264SegmentDecoder& d)
+    static void SkipMacroblock(SliceCursor& c)
     {
         if constexpr (kSlice == B_SLICE)
-            SkipMotionB(d);
+            SkipMotionB(c.Slice, c.Mb, c.Motion);
         else
-            SkipMotionP(d);
-        if constexpr (Syntax::kCabac) ClearMvd<kSlice>(d);
-        Residual<Syntax>::StoreCounts(d, false, false);
-        d.m_PrevDeltaQp = 0;
+            SkipMotionP(c.Slice, c.Mb, c.Motion);
+        if constexpr (Syntax::kCabac) ClearMvd<kSlice>(c.Slice, c.Mb);
+        Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, false, false);
+        c.Entropy.PrevDeltaQp = 0;
     }
 
     template <class Syntax, SliceType kSlice>
-    static void CodedMacroblock(H264SegmentDecoder& d)
+    static void CodedMacroblock(SliceCursor& c)
     {
         uint32_t Type;
         if constexpr (kSlice == I_SLICE) {
-            Type = Syntax::MbTypeI(d);
+            Type = Syntax::MbTypeI(c.Entropy, c.Mb);
         } else if constexpr (kSlice == P_SLICE) {
-            Type = Syntax::MbTypeP(d);
-            if (Type < kFirstIntraTypeP) return InterMacroblock<Syntax, kSlice>(d, Type);
+            Type = Syntax::MbTypeP(c.Entropy);
+            if (Type < kFirstIntraTypeP) return InterMacroblock<Syntax, kSlice>(c, Type);
             Type -= kFirstIntraTypeP;
         } else {
-            Type = Syntax::MbTypeB(d);
-            if (Type < kFirstIntraTypeB) return InterMacroblock<Syntax, kSlice>(d, Type);
+            Type = Syntax::MbTypeB(c.Entropy, c.Mb);
+            if (Type < kFirstIntraTypeB) return InterMacroblock<Syntax, kSlice>(c, Type);
             Type -= kFirstIntraTypeB;
         }
         if constexpr (kSlice != I_SLICE) {
-            ClearMotion(d, kSlice == B_SLICE);
-            if constexpr (Syntax::kCabac) ClearMvd<kSlice>(d);
+            ClearMotion(c.Slice.Records, c.Mb.Number, kSlice == B_SLICE);
+            if constexpr (Syntax::kCabac) ClearMvd<kSlice>(c.Slice, c.Mb);
         }
-        IntraMacroblock<Syntax>(d, Type);
+        IntraMacroblock<Syntax>(c, Type);
     }
 
     template <SliceType kSlice>
-    static void ClearMvd(H264SegmentDecoder& d)
+    static void ClearMvd(const SliceView& s, const MbState& Mb)
     {
-        d.m_Local.m_pMvd[0][d.m_Mb.m_Mb] = MbMvd{};
-        if (kSlice == B_SLICE) d.m_Local.m_pMvd[1][d.m_Mb.m_Mb] = MbMvd{};
+        s.Local.m_pMvd[0][Mb.Number] = MbMvd{};
+        if (kSlice == B_SLICE) s.Local.m_pMvd[1][Mb.Number] = MbMvd{};
     }
 
     template <class Syntax, SliceType kSlice>
-    static void InterMacroblock(H264SegmentDecoder& d, uint32_t Type)
+    static void InterMacroblock(SliceCursor& c, uint32_t Type)
     {
-        const bool Allows8x8 = ReadMotion<Syntax, kSlice>(d, Type);
-        MbGlobalInfo& Global = *d.m_Mb.m_pGlobal;
-        MbLocalInfo& Local = *d.m_Mb.m_pLocal;
-        Local.CodedBlockPattern = Syntax::CodedBlockPattern(d, false);
+        const bool Allows8x8 = ReadMotion<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, Type);
+        MbGlobalInfo& Global = *c.Mb.pGlobal;
+        MbLocalInfo& Local = *c.Mb.pLocal;
+        Local.CodedBlockPattern = Syntax::CodedBlockPattern(c.Entropy, c.Mb, kHasChroma, false);
         if constexpr (is_high_profile)
-            if (Allows8x8 && (Local.CodedBlockPattern & 15) && d.m_pPicParamSet->transform_8x8_mode_flag &&
-                Syntax::TransformSize8x8Flag(d))
+            if (Allows8x8 && (Local.CodedBlockPattern & 15) && c.Slice.pPictureSet->transform_8x8_mode_flag &&
+                Syntax::TransformSize8x8Flag(c.Entropy, c.Mb))
                 Global.MbFlags |= MBFLAG_TRANSFORM8x8;
         if (Local.CodedBlockPattern) {
-            ReadQp<Syntax>(d);
-            ReadResidual<Syntax>(d, false);
+            ReadQp<Syntax>(c.Slice, c.Mb, c.Entropy);
+            ReadResidual<Syntax>(c, false);
         } else {
-            d.m_PrevDeltaQp = 0;
-            Residual<Syntax>::StoreCounts(d, false, false);
+            c.Entropy.PrevDeltaQp = 0;
+            Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, false, false);
         }
     }
 
     template <class Syntax>
-    static void IntraMacroblock(H264SegmentDecoder& d, uint32_t Type)
+    static void IntraMacroblock(SliceCursor& c, uint32_t Type)
     {
-        MbGlobalInfo& Global = *d.m_Mb.m_pGlobal;
-        MbLocalInfo& Local = *d.m_Mb.m_pLocal;
-        if (Type == kIntraPcmType) return PcmMacroblock<Syntax>(d);
+        MbGlobalInfo& Global = *c.Mb.pGlobal;
+        MbLocalInfo& Local = *c.Mb.pLocal;
+        if (Type == kIntraPcmType) return PcmMacroblock<Syntax>(c);
         if (Type == 0) {
             Global.MbType = MBTYPE_INTRA4x4;
             if constexpr (is_high_profile)
-                if (d.m_pPicParamSet->transform_8x8_mode_flag && Syntax::TransformSize8x8Flag(d))
+                if (c.Slice.pPictureSet->transform_8x8_mode_flag && Syntax::TransformSize8x8Flag(c.Entropy, c.Mb))
                     Global.MbFlags |= MBFLAG_TRANSFORM8x8;
-            ReadIntraModes<Syntax>(d);
+            ReadIntraModes<Syntax>(c.Slice, c.Mb, c.Entropy);
         } else {
             Global.MbType = MBTYPE_INTRA16x16;
             Local.SubBlockDirection[0] = static_cast<uint8_t>((Type - 1) & 3);
         }
-        if constexpr (color_format == 1 || color_format == 2) Local.SubBlockDirection[2] = Syntax::IntraChromaMode(d);
+        if constexpr (kHasChroma) Local.SubBlockDirection[2] = Syntax::IntraChromaMode(c.Entropy, c.Mb);
         if (Type == 0)
-            Local.CodedBlockPattern = Syntax::CodedBlockPattern(d, true);
+            Local.CodedBlockPattern = Syntax::CodedBlockPattern(c.Entropy, c.Mb, kHasChroma, true);
         else
             Local.CodedBlockPattern = static_cast<uint8_t>((Type > 12 ? 15 : 0) | ((Type - 1) / 4 % 3) << 4);
         if (Type != 0 || Local.CodedBlockPattern) {
-            ReadQp<Syntax>(d);
-            ReadResidual<Syntax>(d, Type != 0);
+            ReadQp<Syntax>(c.Slice, c.Mb, c.Entropy);
+            ReadResidual<Syntax>(c, Type != 0);
         } else {
-            d.m_PrevDeltaQp = 0;
-            Residual<Syntax>::StoreCounts(d, false, false);
+            c.Entropy.PrevDeltaQp = 0;
+            Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, false, false);
         }
     }
 
     template <class Syntax>
-    static void PcmMacroblock(H264SegmentDecoder& d)
+    static void PcmMacroblock(SliceCursor& c)
     {
-        if constexpr (Syntax::kCabac) d.m_pBitstream->SetBitPosition(d.m_Cabac.BitsDecoded());
-        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(d);
-        if constexpr (Syntax::kCabac) d.m_Cabac.Start(*d.m_pBitstream);
-        MbLocalInfo& Local = *d.m_Mb.m_pLocal;
-        d.m_Mb.m_pGlobal->MbType = MBTYPE_PCM;
+        if constexpr (Syntax::kCabac) c.Entropy.Bits.SetBitPosition(c.Entropy.Cabac.BitsDecoded());
+        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(c.Entropy.Bits, LumaDepth(c.Slice),
+                                                                                     ChromaDepth(c.Slice), c.Coeffs);
+        if constexpr (Syntax::kCabac) c.Entropy.Cabac.Start(c.Entropy.Bits);
+        MbLocalInfo& Local = *c.Mb.pLocal;
+        c.Mb.pGlobal->MbType = MBTYPE_PCM;
         Local.CodedBlockBits = 0x1FFFF;
         Local.CodedBlockBitsChroma[0] = Local.CodedBlockBitsChroma[1] = 0x1FFFF;
         Local.CodedBlockPattern = 0x2F;
         Local.Qp = 0; // what deblocking takes for it (clause 8.7.2.2); the QP carried on stays
-        std::memset(d.m_Local.m_pCoeffCounts + d.m_Mb.m_Mb * kCountsPerMb, 16, kCountsPerMb);
-        d.m_PrevDeltaQp = 0;
+        std::memset(c.Slice.Local.m_pCoeffCounts + c.Mb.Number * kCountsPerMb, 16, kCountsPerMb);
+        c.Entropy.PrevDeltaQp = 0;
+    }
+
+    // Bit depths, which 8-bit members need not ask for.
+    static int LumaDepth(const SliceView& s) { return sizeof(PlaneY) == 1 ? 8 : s.BitDepthLuma; }
+    static int ChromaDepth(const SliceView& s) { return sizeof(PlaneUV) == 1 ? 8 : s.BitDepthChroma; }
+
+    // Adds mb_qp_delta to the running QP (equation 7-37).
+    template <class Syntax>
+    static void ReadQp(const SliceView& s, const MbState& Mb, EntropyState& e)
+    {
+        const int Delta = Syntax::DeltaQp(e), Offset = 6 * (LumaDepth(s) - 8);
+        if (Delta < -(26 + Offset / 2) || Delta > 25 + Offset / 2) throw h264_exception(StatusInvalidParams);
+        e.PrevDeltaQp = Delta;
+        e.QpLuma = (e.QpLuma + Delta + 52 + 2 * Offset) % (52 + Offset) - Offset;
+        Mb.pLocal->Qp = static_cast<int8_t>(e.QpLuma);
     }
 
     template <class Syntax>
-    static void ReadQp(H264SegmentDecoder& d)
+    static void ReadResidual(SliceCursor& c, bool Is16x16)
     {
-        SetQp(d, Syntax::DeltaQp(d));
-    }
-
-    template <class Syntax>
-    static void ReadResidual(H264SegmentDecoder& d, bool Is16x16)
-    {
-        const uint32_t Pattern = d.m_Mb.m_pLocal->CodedBlockPattern;
+        const uint32_t Pattern = c.Mb.pLocal->CodedBlockPattern;
         if (Is16x16)
-            ReadLuma16x16<Syntax>(d, Pattern & 15);
+            ReadLuma16x16<Syntax>(c.Slice, c.Mb, c.Entropy, c.Counts, c.Coeffs, Pattern & 15);
         else if (Pattern & 15)
-            ReadLuma<Syntax>(d, Pattern & 15);
+            ReadLuma<Syntax>(c.Slice, c.Mb, c.Entropy, c.Counts, c.Coeffs, Pattern & 15);
         if constexpr (kChromaBlocks > 0)
-            if (Pattern >> 4) ReadChroma<Syntax>(d, Pattern >> 4 == 2);
-        Residual<Syntax>::StoreCounts(d, (Pattern & 15) != 0, Pattern >> 4 == 2);
+            if (Pattern >> 4) ReadChroma<Syntax>(c.Slice, c.Mb, c.Entropy, c.Counts, c.Coeffs, Pattern >> 4 == 2);
+        Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, (Pattern & 15) != 0, Pattern >> 4 == 2);
     }
 
-    static Coeffs* CoefficientsOf(H264SegmentDecoder& d) { return reinterpret_cast<Coeffs*>(d.m_Coefficients); }
-
-    static Dequant LumaScale(const H264SegmentDecoder& d, bool Intra)
+    // Scaling of luma blocks at the QP in use; of 8x8 blocks with Is8x8.
+    static Dequant LumaScale(const SliceView& s, int QpLuma, bool Intra, bool Is8x8)
     {
-        const auto Qp = static_cast<uint32_t>(d.m_QpLuma + 6 * (d.m_BitDepthLuma - 8));
-        return {d.m_pPicParamSet->level_scale.Scale4x4[Intra ? 0 : 3][Qp % 6], Qp / 6};
+        const auto Qp = static_cast<uint32_t>(QpLuma + 6 * (LumaDepth(s) - 8));
+        const H264LevelScale& Scale = s.pPictureSet->level_scale;
+        return {Is8x8 ? Scale.Scale8x8[Intra ? 0 : 1][Qp % 6] : Scale.Scale4x4[Intra ? 0 : 3][Qp % 6], Qp / 6};
     }
 
     template <class Syntax>
-    static void ReadLuma16x16(H264SegmentDecoder& d, bool HasAc)
+    static void ReadLuma16x16(const SliceView& s, const MbState& Mb, EntropyState& e, CountCache& Counts, MbResidual& r,
+                              bool HasAc)
     {
         alignas(16) Coeffs Levels[16] = {};
-        Coeffs* const pCoeffs = CoefficientsOf(d);
-        const Dequant Scale = LumaScale(d, true);
+        Coeffs* const pCoeffs = r.As<Coeffs>();
+        const Dequant Scale = LumaScale(s, e.QpLuma, true, false);
         uint32_t Bits = 0, DcFlag = 0;
-        Residual<Syntax>::LoadLuma(d);
-        const bool HasDc = Residual<Syntax>::LumaDc(d, Levels);
+        Residual<Syntax>::LoadLuma(s, Mb, Counts);
+        const bool HasDc = Residual<Syntax>::LumaDc(e, Mb, Counts, Levels);
         if (HasAc)
-            for (int i = 0; i < 16; ++i) Bits |= uint32_t{Residual<Syntax>::LumaAc(d, i, Scale, pCoeffs + i * 16)} << i;
-        d.m_Mb.m_pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
+            for (int i = 0; i < 16; ++i)
+                Bits |= uint32_t{Residual<Syntax>::LumaAc(e, Mb, Counts, i, Scale, pCoeffs + i * 16)} << i;
+        Mb.pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
         if (HasDc) {
             DcFlag = 1u << 16;
             kernels::g_Kernels.InverseLumaDc(Levels, Scale.pScale[0], static_cast<int>(Scale.Per), pCoeffs);
             for (int i = 0; i < 16; ++i) Bits |= uint32_t{pCoeffs[i * 16] != 0} << i;
         }
-        d.m_Mb.m_pLocal->CodedBlockBits |= DcFlag;
-        d.m_ResidualBits[0] = Bits;
+        Mb.pLocal->CodedBlockBits |= DcFlag;
+        r.Bits[0] = Bits;
     }
 
     template <class Syntax>
-    static void ReadLuma(H264SegmentDecoder& d, uint32_t Pattern)
+    static void ReadLuma(const SliceView& s, const MbState& Mb, EntropyState& e, CountCache& Counts, MbResidual& r,
+                         uint32_t Pattern)
     {
-        const bool Intra = IsIntra(*d.m_Mb.m_pGlobal);
-        Coeffs* const pCoeffs = CoefficientsOf(d);
-        Dequant Scale = LumaScale(d, Intra);
+        const bool Intra = IsIntra(*Mb.pGlobal);
+        const bool Is8x8 = is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8) != 0;
+        Coeffs* const pCoeffs = r.As<Coeffs>();
+        const Dequant Scale = LumaScale(s, e.QpLuma, Intra, Is8x8);
         uint32_t Bits = 0;
-        Residual<Syntax>::LoadLuma(d);
-        if (is_high_profile && (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_TRANSFORM8x8)) {
-            const auto Qp = static_cast<uint32_t>(d.m_QpLuma + 6 * (d.m_BitDepthLuma - 8));
-            Scale.pScale = d.m_pPicParamSet->level_scale.Scale8x8[Intra ? 0 : 1][Qp % 6];
+        Residual<Syntax>::LoadLuma(s, Mb, Counts);
+        if (Is8x8) {
             for (int q = 0; q < 4; ++q)
                 if (Pattern >> q & 1)
-                    Bits |= (Residual<Syntax>::Luma8x8(d, q, Scale, pCoeffs + q * 64) ? 15u : 0u) << (q * 4);
+                    Bits |= (Residual<Syntax>::Luma8x8(e, Mb, Counts, q, Scale, pCoeffs + q * 64) ? 15u : 0u)
+                            << (q * 4);
         } else {
             for (int q = 0; q < 4; ++q) {
                 if (!(Pattern >> q & 1)) continue;
                 for (int i = q * 4; i < q * 4 + 4; ++i)
-                    Bits |= uint32_t{Residual<Syntax>::Luma4x4(d, i, Scale, pCoeffs + i * 16)} << i;
+                    Bits |= uint32_t{Residual<Syntax>::Luma4x4(e, Mb, Counts, i, Scale, pCoeffs + i * 16)} << i;
             }
         }
-        d.m_ResidualBits[0] = Bits;
-        d.m_Mb.m_pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
+        r.Bits[0] = Bits;
+        Mb.pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
     }
 
     template <class Syntax>
-    static void ReadChroma(H264SegmentDecoder& d, bool HasAc)
+    static void ReadChroma(const SliceView& s, const MbState& Mb, EntropyState& e, CountCache& Counts, MbResidual& r,
+                           bool HasAc)
     {
-        MbLocalInfo& Local = *d.m_Mb.m_pLocal;
-        const int List = IsIntra(*d.m_Mb.m_pGlobal) ? 1 : 4;
+        MbLocalInfo& Local = *Mb.pLocal;
+        const int List = IsIntra(*Mb.pGlobal) ? 1 : 4;
         Dequant Scale[2];
-        Coeffs* const pCoeffs = CoefficientsOf(d) + 256;
+        Coeffs* const pCoeffs = r.As<Coeffs>() + 256;
         for (int Plane = 0; Plane < 2; ++Plane) {
-            const uint32_t Qp = d.m_ChromaQp[Plane][d.m_QpLuma + kQpBias];
-            Scale[Plane] = {d.m_pPicParamSet->level_scale.Scale4x4[List + Plane][Qp % 6], Qp / 6};
+            const uint32_t Qp = s.ChromaQp[Plane].ByQp[e.QpLuma + kQpBias];
+            Scale[Plane] = {s.pPictureSet->level_scale.Scale4x4[List + Plane][Qp % 6], Qp / 6};
             alignas(16) Coeffs Levels[8] = {};
-            if (!Residual<Syntax>::ChromaDc(d, Plane, Levels)) continue;
+            if (!Residual<Syntax>::ChromaDc(e, Mb, Plane, Levels)) continue;
             Local.CodedBlockBitsChroma[Plane] = 1;
             kernels::g_Kernels.InverseChromaDc420(Levels, Scale[Plane].pScale[0], static_cast<int>(Scale[Plane].Per),
                                                   pCoeffs + Plane * kChromaCoeffs);
         }
-        if (HasAc) Residual<Syntax>::LoadChroma(d);
+        if (HasAc) Residual<Syntax>::LoadChroma(s, Mb, Counts);
         for (int Plane = 0; Plane < 2; ++Plane) {
             Coeffs* const pPlane = pCoeffs + Plane * kChromaCoeffs;
             uint32_t Bits = 0;
             if (HasAc)
                 for (int i = 0; i < kChromaBlocks; ++i)
-                    Bits |= uint32_t{Residual<Syntax>::ChromaAc(d, Plane, i, Scale[Plane], pPlane + i * 16)} << i;
+                    Bits |= uint32_t{Residual<Syntax>::ChromaAc(e, Mb, Counts, Plane, i, Scale[Plane], pPlane + i * 16)}
+                            << i;
             Local.CodedBlockBitsChroma[Plane] |= Bits << 1;
             if (Local.CodedBlockBitsChroma[Plane] & 1)
                 for (int i = 0; i < kChromaBlocks; ++i) Bits |= uint32_t{pPlane[i * 16] != 0} << i;
-            d.m_ResidualBits[1 + Plane] = Bits;
+            r.Bits[1 + Plane] = Bits;
         }
     }
 };

@@ -31,90 +31,92 @@ constexpr SubType kSubTypeB[13] = {{SHAPE_DIRECT, 0},          {SHAPE_WHOLE, USE
                                    {SHAPE_COLUMNS, USES_BOTH}, {SHAPE_QUARTERS, USES_L0}, {SHAPE_QUARTERS, USES_L1},
                                    {SHAPE_QUARTERS, USES_BOTH}};
 
-void SetDirection(H264SegmentDecoder& d, int Quadrant, uint8_t Lists)
+void SetDirection(const MbState& Mb, int Quadrant, uint8_t Lists)
 {
-    d.m_Mb.m_pLocal->SubBlockDirection[Quadrant] = static_cast<uint8_t>(Lists - 1);
+    Mb.pLocal->SubBlockDirection[Quadrant] = static_cast<uint8_t>(Lists - 1);
 }
 
 // Contexts that later macroblocks take from a reference index of the quadrants whose bit is set.
-void AddRefContext(H264SegmentDecoder& d, int List, uint32_t Quadrants, int RefIdx)
+void AddRefContext(const MbState& Mb, int List, uint32_t Quadrants, int RefIdx)
 {
     uint32_t Bits = RefIdx > 0 ? Quadrants : 0;
     if (RefIdx > 1) Bits |= Quadrants << 4;
-    d.m_Mb.m_pLocal->RefIdxContext[List] = static_cast<uint8_t>(d.m_Mb.m_pLocal->RefIdxContext[List] | Bits);
+    Mb.pLocal->RefIdxContext[List] = static_cast<uint8_t>(Mb.pLocal->RefIdxContext[List] | Bits);
 }
 
 template <class Syntax>
-int ReadRefIdx(H264SegmentDecoder& d, int List, int Quadrant, uint32_t Quadrants)
+int ReadRefIdx(const SliceView& s, const MbState& Mb, EntropyState& e, int List, int Quadrant, uint32_t Quadrants)
 {
-    const int Count = d.m_ActiveRefs[List];
+    const int Count = s.ActiveRefs[List];
     if (Count <= 1) return 0;
-    const int RefIdx = Syntax::RefIdx(d, List, Quadrant, Count);
-    if constexpr (Syntax::kCabac) AddRefContext(d, List, Quadrants, RefIdx);
+    const int RefIdx = Syntax::RefIdx(e, Mb, List, Quadrant, Count);
+    if constexpr (Syntax::kCabac) AddRefContext(Mb, List, Quadrants, RefIdx);
     return RefIdx;
 }
 
-void TrackMv(H264SegmentDecoder& d, h264::MotionVector Mv)
+void TrackMv(MotionState& m, h264::MotionVector Mv)
 {
-    d.m_MaxMv = std::max(d.m_MaxMv, Mv.y < 0 ? -int32_t{Mv.y} : int32_t{Mv.y});
+    m.MaxMv = std::max(m.MaxMv, Mv.y < 0 ? -int32_t{Mv.y} : int32_t{Mv.y});
 }
 
 template <class Syntax>
-void Load(H264SegmentDecoder& d, int List)
+void Load(const SliceView& s, const MbState& Mb, MotionState& m, int List)
 {
-    LoadMotion(d, List);
-    if constexpr (Syntax::kCabac) LoadMvd(d, List);
+    LoadMotion(m.Cache[List], s.Records, Mb, List);
+    if constexpr (Syntax::kCabac) LoadMvd(m.Cache[List], s.Local.m_pMvd[List], Mb);
 }
 
 // Reads the difference of the block at Pos and fills prediction plus difference into the cache.
 template <class Syntax>
-void ReadBlockMv(H264SegmentDecoder& d, int List, int Pos, int Width, int Height, h264::MotionVector Prediction)
+void ReadBlockMv(EntropyState& e, MotionState& m, int List, int Pos, int Width, int Height,
+                 h264::MotionVector Prediction)
 {
     uint8_t Mvd[2];
-    const h264::MotionVector Mv = Prediction + Syntax::Mvd(d, List, Pos, Mvd);
-    FillMv(d.m_Motion[List], Pos, Width, Height, Mv);
-    if constexpr (Syntax::kCabac) FillMvd(d.m_Motion[List], Pos, Width, Height, Mvd);
-    TrackMv(d, Mv);
+    const h264::MotionVector Mv = Prediction + Syntax::Mvd(e, m.Cache[List], Pos, Mvd);
+    FillMv(m.Cache[List], Pos, Width, Height, Mv);
+    if constexpr (Syntax::kCabac) FillMvd(m.Cache[List], Pos, Width, Height, Mvd);
+    TrackMv(m, Mv);
 }
 
-void FillUnused(H264SegmentDecoder& d, int List, int Pos, int Width, int Height)
+void FillUnused(MotionCache& Cache, int Pos, int Width, int Height)
 {
     constexpr uint8_t kNoMvd[2] = {};
-    FillMv(d.m_Motion[List], Pos, Width, Height, {0, 0});
-    FillMvd(d.m_Motion[List], Pos, Width, Height, kNoMvd);
+    FillMv(Cache, Pos, Width, Height, {0, 0});
+    FillMvd(Cache, Pos, Width, Height, kNoMvd);
 }
 
 template <class Syntax>
-void Store(H264SegmentDecoder& d, int List)
+void Store(const SliceView& s, const MbState& Mb, const MotionState& m, int List)
 {
-    StoreMotion(d, List);
-    if constexpr (Syntax::kCabac) StoreMvd(d, List);
+    StoreMotion(m.Cache[List], s.Records, Mb.Number, List);
+    if constexpr (Syntax::kCabac) StoreMvd(m.Cache[List], s.Local.m_pMvd[List][Mb.Number]);
 }
 
 template <class Syntax, int kLists>
-void Read16x16(H264SegmentDecoder& d, uint32_t Lists)
+void Read16x16(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, uint32_t Lists)
 {
     int RefIdx[2];
     for (int List = 0; List < kLists; ++List)
-        RefIdx[List] = Lists >> List & 1 ? ReadRefIdx<Syntax>(d, List, 0, 15) : int{h264::kRefNone};
+        RefIdx[List] = Lists >> List & 1 ? ReadRefIdx<Syntax>(s, Mb, e, List, 0, 15) : int{h264::kRefNone};
     for (int List = 0; List < kLists; ++List) {
         uint8_t Mvd[2] = {};
         h264::MotionVector Mv{0, 0};
         if (RefIdx[List] >= 0) {
-            if constexpr (Syntax::kCabac) LoadMvd(d, List);
-            Mv = h264::PredictMedian(FindMotionNeighbours(d, List), RefIdx[List]) +
-                 Syntax::Mvd(d, List, kCacheOrigin, Mvd);
-            TrackMv(d, Mv);
+            if constexpr (Syntax::kCabac) LoadMvd(m.Cache[List], s.Local.m_pMvd[List], Mb);
+            Mv = h264::PredictMedian(FindMotionNeighbours(s.Records, Mb, List), RefIdx[List]) +
+                 Syntax::Mvd(e, m.Cache[List], kCacheOrigin, Mvd);
+            TrackMv(m, Mv);
         }
-        StoreUniformMotion(d, List, RefIdx[List], Mv);
-        if constexpr (Syntax::kCabac) StoreUniformMvd(d, List, Mvd);
+        StoreUniformMotion(s.Records, Mb.Number, List, RefIdx[List], Mv);
+        if constexpr (Syntax::kCabac) StoreUniformMvd(s.Local.m_pMvd[List][Mb.Number], Mvd);
     }
-    d.m_Mb.m_pGlobal->MbFlags |= MBFLAG_ONE_MOTION;
+    Mb.pGlobal->MbFlags |= MBFLAG_ONE_MOTION;
 }
 
 // 16x8 and 8x16.
 template <class Syntax, int kLists>
-void ReadHalves(H264SegmentDecoder& d, bool Rows, const uint8_t PartLists[2])
+void ReadHalves(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, bool Rows,
+                const uint8_t PartLists[2])
 {
     const int Width = Rows ? 4 : 2, Height = Rows ? 2 : 4;
     const int Pos[2] = {kCacheOrigin, Rows ? CachePos(0, 2) : CachePos(2, 0)};
@@ -123,36 +125,36 @@ void ReadHalves(H264SegmentDecoder& d, bool Rows, const uint8_t PartLists[2])
     int RefIdx[2][2];
     for (int List = 0; List < kLists; ++List)
         for (int Part = 0; Part < 2; ++Part)
-            RefIdx[List][Part] =
-                PartLists[Part] >> List & 1
-                    ? ReadRefIdx<Syntax>(d, List, Part * SecondQuadrant, FirstQuadrants << (Part * SecondQuadrant))
-                    : int{h264::kRefNone};
+            RefIdx[List][Part] = PartLists[Part] >> List & 1
+                                     ? ReadRefIdx<Syntax>(s, Mb, e, List, Part * SecondQuadrant,
+                                                          FirstQuadrants << (Part * SecondQuadrant))
+                                     : int{h264::kRefNone};
     for (int List = 0; List < kLists; ++List) {
-        Load<Syntax>(d, List);
-        for (int Part = 0; Part < 2; ++Part) FillRef(d.m_Motion[List], Pos[Part], Width, Height, RefIdx[List][Part]);
+        Load<Syntax>(s, Mb, m, List);
+        for (int Part = 0; Part < 2; ++Part) FillRef(m.Cache[List], Pos[Part], Width, Height, RefIdx[List][Part]);
         for (int Part = 0; Part < 2; ++Part) {
             const int Ref = RefIdx[List][Part];
             if (Ref < 0) {
-                FillUnused(d, List, Pos[Part], Width, Height);
+                FillUnused(m.Cache[List], Pos[Part], Width, Height);
                 continue;
             }
-            const h264::MotionNeighbours n = FindMotionNeighbours(d.m_Motion[List], Pos[Part], Width);
+            const h264::MotionNeighbours n = FindMotionNeighbours(m.Cache[List], Pos[Part], Width);
             const h264::MotionVector Prediction =
                 Rows ? h264::PredictHalfRows(n, Part, Ref) : h264::PredictHalfColumns(n, Part, Ref);
-            ReadBlockMv<Syntax>(d, List, Pos[Part], Width, Height, Prediction);
+            ReadBlockMv<Syntax>(e, m, List, Pos[Part], Width, Height, Prediction);
         }
-        Store<Syntax>(d, List);
+        Store<Syntax>(s, Mb, m, List);
     }
 }
 
 // Vectors of one 8x8 block. A part whose upper right neighbour lies in the next 8x8 block of the row is told so: that
 // one is decoded later.
 template <class Syntax>
-void ReadSubBlock(H264SegmentDecoder& d, int List, int Pos, int Shape, int RefIdx)
+void ReadSubBlock(EntropyState& e, MotionState& m, int List, int Pos, int Shape, int RefIdx)
 {
     const auto Part = [&](int Offset, int Width, int Height, bool NoC) {
-        const h264::MotionVector Prediction = PredictMv(d.m_Motion[List], Pos + Offset, Width, RefIdx, NoC);
-        ReadBlockMv<Syntax>(d, List, Pos + Offset, Width, Height, Prediction);
+        const h264::MotionVector Prediction = PredictMv(m.Cache[List], Pos + Offset, Width, RefIdx, NoC);
+        ReadBlockMv<Syntax>(e, m, List, Pos + Offset, Width, Height, Prediction);
     };
     switch (Shape) {
     case SHAPE_WHOLE: Part(0, 2, 2, false); break;
@@ -173,16 +175,18 @@ void ReadSubBlock(H264SegmentDecoder& d, int List, int Pos, int Shape, int RefId
 }
 
 template <class Syntax, int kLists>
-void ReadQuarters(H264SegmentDecoder& d, const SubType Sub[4], bool AllRef0)
+void ReadQuarters(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, const SubType Sub[4],
+                  bool AllRef0)
 {
     int RefIdx[2][4];
     for (int List = 0; List < kLists; ++List)
         for (int q = 0; q < 4; ++q) {
             RefIdx[List][q] = h264::kRefNone;
-            if (Sub[q].Lists >> List & 1) RefIdx[List][q] = AllRef0 ? 0 : ReadRefIdx<Syntax>(d, List, q, 1u << q);
+            if (Sub[q].Lists >> List & 1)
+                RefIdx[List][q] = AllRef0 ? 0 : ReadRefIdx<Syntax>(s, Mb, e, List, q, 1u << q);
         }
     for (int List = 0; List < kLists; ++List) {
-        MotionCache& Cache = d.m_Motion[List];
+        MotionCache& Cache = m.Cache[List];
         for (int q = 0; q < 4; ++q)
             if (Sub[q].Shape != SHAPE_DIRECT) FillRef(Cache, kBlockCachePos[q * 4], 2, 2, RefIdx[List][q]);
         for (int q = 0; q < 4; ++q) {
@@ -191,16 +195,16 @@ void ReadQuarters(H264SegmentDecoder& d, const SubType Sub[4], bool AllRef0)
             if (Sub[q].Shape == SHAPE_DIRECT)
                 FillMvd(Cache, Pos, 2, 2, kNoMvd);
             else if (RefIdx[List][q] < 0)
-                FillUnused(d, List, Pos, 2, 2);
+                FillUnused(m.Cache[List], Pos, 2, 2);
             else
-                ReadSubBlock<Syntax>(d, List, Pos, Sub[q].Shape, RefIdx[List][q]);
+                ReadSubBlock<Syntax>(e, m, List, Pos, Sub[q].Shape, RefIdx[List][q]);
         }
-        Store<Syntax>(d, List);
+        Store<Syntax>(s, Mb, m, List);
     }
 }
 
 template <class Syntax, SliceType kSlice>
-bool ReadMotion8x8(H264SegmentDecoder& d, bool AllRef0)
+bool ReadMotion8x8(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, bool AllRef0)
 {
     constexpr int kLists = kSlice == B_SLICE ? 2 : 1;
     SubType Sub[4];
@@ -208,152 +212,145 @@ bool ReadMotion8x8(H264SegmentDecoder& d, bool AllRef0)
     bool Allows8x8 = true;
     for (int q = 0; q < 4; ++q) {
         if constexpr (kSlice == B_SLICE)
-            Sub[q] = kSubTypeB[Syntax::SubMbTypeB(d)];
+            Sub[q] = kSubTypeB[Syntax::SubMbTypeB(e)];
         else
-            Sub[q] = {static_cast<uint8_t>(Syntax::SubMbTypeP(d)), USES_L0};
+            Sub[q] = {static_cast<uint8_t>(Syntax::SubMbTypeP(e)), USES_L0};
         if (Sub[q].Shape == SHAPE_DIRECT) {
             Direct |= 1u << q;
-            Allows8x8 &= d.m_pSeqParamSet->direct_8x8_inference_flag != 0;
+            Allows8x8 &= s.pSequenceSet->direct_8x8_inference_flag != 0;
             continue;
         }
         Allows8x8 &= Sub[q].Shape == SHAPE_WHOLE;
-        d.m_Mb.m_pGlobal->SubBlockType[q] = Sub[q].Shape;
-        SetDirection(d, q, Sub[q].Lists);
+        Mb.pGlobal->SubBlockType[q] = Sub[q].Shape;
+        SetDirection(Mb, q, Sub[q].Lists);
     }
-    for (int List = 0; List < kLists; ++List) Load<Syntax>(d, List);
-    if (Direct) DeriveDirect(d, Direct);
-    ReadQuarters<Syntax, kLists>(d, Sub, AllRef0);
+    for (int List = 0; List < kLists; ++List) Load<Syntax>(s, Mb, m, List);
+    if (Direct) DeriveDirect(s, Mb, m, Direct);
+    ReadQuarters<Syntax, kLists>(s, Mb, e, m, Sub, AllRef0);
     return Allows8x8;
 }
 
-void StoreDirect(H264SegmentDecoder& d)
+void StoreDirect(const SliceView& s, const MbState& Mb, MotionState& m)
 {
-    DeriveDirectMacroblock(d);
-    d.m_Mb.m_pGlobal->MbType = MBTYPE_DIRECT;
-    d.m_Mb.m_pGlobal->MbFlags |= MBFLAG_DIRECT;
+    DeriveDirectMacroblock(s, Mb, m);
+    Mb.pGlobal->MbType = MBTYPE_DIRECT;
+    Mb.pGlobal->MbFlags |= MBFLAG_DIRECT;
 }
 
 template <class Syntax>
-bool ReadMotionB(H264SegmentDecoder& d, uint32_t Type)
+bool ReadMotionB(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, uint32_t Type)
 {
-    MbGlobalInfo& Global = *d.m_Mb.m_pGlobal;
+    MbGlobalInfo& Global = *Mb.pGlobal;
     if (Type == 0) {
-        StoreDirect(d);
+        StoreDirect(s, Mb, m);
         if constexpr (Syntax::kCabac)
-            for (MbMvd* const pMvd : d.m_Local.m_pMvd) pMvd[d.m_Mb.m_Mb] = MbMvd{};
-        return d.m_pSeqParamSet->direct_8x8_inference_flag != 0;
+            for (MbMvd* const pMvd : s.Local.m_pMvd) pMvd[Mb.Number] = MbMvd{};
+        return s.pSequenceSet->direct_8x8_inference_flag != 0;
     }
     if (Type <= 3) {
         constexpr int8_t kType[4] = {0, MBTYPE_FORWARD, MBTYPE_BACKWARD, MBTYPE_BIDIRECTIONAL};
         Global.MbType = kType[Type];
-        std::memset(d.m_Mb.m_pLocal->SubBlockDirection, static_cast<int>(Type - 1), 4);
-        Read16x16<Syntax, 2>(d, Type);
+        std::memset(Mb.pLocal->SubBlockDirection, static_cast<int>(Type - 1), 4);
+        Read16x16<Syntax, 2>(s, Mb, e, m, Type);
         return true;
     }
     if (Type == 22) {
         Global.MbType = MBTYPE_INTER8x8;
-        return ReadMotion8x8<Syntax, B_SLICE>(d, false);
+        return ReadMotion8x8<Syntax, B_SLICE>(s, Mb, e, m, false);
     }
     const bool Rows = (Type & 1) == 0;
     const uint8_t* const pLists = kPartListsB[Type - 4];
     Global.MbType = Rows ? MBTYPE_INTER16x8 : MBTYPE_INTER8x16;
-    for (int q = 0; q < 4; ++q) SetDirection(d, q, pLists[Rows ? q >> 1 : q & 1]);
-    ReadHalves<Syntax, 2>(d, Rows, pLists);
+    for (int q = 0; q < 4; ++q) SetDirection(Mb, q, pLists[Rows ? q >> 1 : q & 1]);
+    ReadHalves<Syntax, 2>(s, Mb, e, m, Rows, pLists);
     return true;
 }
 
 template <class Syntax>
-bool ReadMotionP(H264SegmentDecoder& d, uint32_t Type)
+bool ReadMotionP(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, uint32_t Type)
 {
     constexpr uint8_t kList0[2] = {USES_L0, USES_L0};
-    d.m_Mb.m_pGlobal->MbType = static_cast<int8_t>(MBTYPE_INTER16x16 + Type);
-    StoreUnusedList(d, 1);
+    Mb.pGlobal->MbType = static_cast<int8_t>(MBTYPE_INTER16x16 + Type);
+    StoreUnusedList(s.Records, Mb.Number, 1);
     switch (Type) {
-    case 0: Read16x16<Syntax, 1>(d, USES_L0); return true;
+    case 0: Read16x16<Syntax, 1>(s, Mb, e, m, USES_L0); return true;
     case 1:
-    case 2: ReadHalves<Syntax, 1>(d, Type == 1, kList0); return true;
-    default: return ReadMotion8x8<Syntax, P_SLICE>(d, Type == 4);
+    case 2: ReadHalves<Syntax, 1>(s, Mb, e, m, Type == 1, kList0); return true;
+    default: return ReadMotion8x8<Syntax, P_SLICE>(s, Mb, e, m, Type == 4);
     }
 }
 
 // The mode that a neighbouring 4x4 block suggests: -1 makes DC the prediction (dcPredModePredictedFlag).
-void LoadIntraModes(const H264SegmentDecoder& d, int8_t* pCache)
+void LoadIntraModes(const SliceView& s, const MbState& Mb, int8_t* pCache)
 {
     constexpr int kOwnModes = 100; // the neighbour has modes of its own
-    const auto Source = [&](int32_t Neighbour, const MbGlobalInfo& Mb) {
+    const auto Source = [&](int32_t Neighbour, const MbGlobalInfo& Global) {
         if (Neighbour < 0) return -1;
-        if (Mb.MbType == MBTYPE_INTRA4x4) return kOwnModes;
-        return !IsIntra(Mb) && d.m_pPicParamSet->constrained_intra_pred_flag ? -1 : 2;
+        if (Global.MbType == MBTYPE_INTRA4x4) return kOwnModes;
+        return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : 2;
     };
-    const uint8_t* const pModes = d.m_Local.m_pIntraModes;
-    const int Left = Source(d.m_Mb.m_Left, *d.m_Mb.m_pLeftGlobal), Top = Source(d.m_Mb.m_Top, *d.m_Mb.m_pTopGlobal);
+    const uint8_t* const pModes = s.Local.m_pIntraModes;
+    const int Left = Source(Mb.Left, *Mb.pLeftGlobal), Top = Source(Mb.Top, *Mb.pTopGlobal);
     for (int i = 0; i < 4; ++i) {
-        pCache[CachePos(-1, i)] =
-            static_cast<int8_t>(Left == kOwnModes ? pModes[d.m_Mb.m_Left * 16 + i * 4 + 3] : Left);
-        pCache[CachePos(i, -1)] = static_cast<int8_t>(Top == kOwnModes ? pModes[d.m_Mb.m_Top * 16 + 12 + i] : Top);
+        pCache[CachePos(-1, i)] = static_cast<int8_t>(Left == kOwnModes ? pModes[Mb.Left * 16 + i * 4 + 3] : Left);
+        pCache[CachePos(i, -1)] = static_cast<int8_t>(Top == kOwnModes ? pModes[Mb.Top * 16 + 12 + i] : Top);
     }
 }
 
 } // namespace
 
-void SetQp(H264SegmentDecoder& Decoder, int Delta)
+void SkipMotionP(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
-    const int Offset = 6 * (Decoder.m_BitDepthLuma - 8);
-    if (Delta < -(26 + Offset / 2) || Delta > 25 + Offset / 2) throw h264_exception(StatusInvalidParams);
-    Decoder.m_PrevDeltaQp = Delta;
-    Decoder.m_QpLuma = (Decoder.m_QpLuma + Delta + 52 + 2 * Offset) % (52 + Offset) - Offset;
-    Decoder.m_Mb.m_pLocal->Qp = static_cast<int8_t>(Decoder.m_QpLuma);
+    const h264::MotionVector Mv = h264::PredictSkip(FindMotionNeighbours(Slice.Records, Mb, 0));
+    TrackMv(Motion, Mv);
+    StoreUniformMotion(Slice.Records, Mb.Number, 0, 0, Mv);
+    StoreUnusedList(Slice.Records, Mb.Number, 1);
+    Mb.pGlobal->MbType = MBTYPE_SKIPPED;
+    Mb.pGlobal->MbFlags |= MBFLAG_SKIPPED | MBFLAG_ONE_MOTION;
 }
 
-void SkipMotionP(H264SegmentDecoder& Decoder)
+void SkipMotionB(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
-    const h264::MotionVector Mv = h264::PredictSkip(FindMotionNeighbours(Decoder, 0));
-    TrackMv(Decoder, Mv);
-    StoreUniformMotion(Decoder, 0, 0, Mv);
-    StoreUnusedList(Decoder, 1);
-    Decoder.m_Mb.m_pGlobal->MbType = MBTYPE_SKIPPED;
-    Decoder.m_Mb.m_pGlobal->MbFlags |= MBFLAG_SKIPPED | MBFLAG_ONE_MOTION;
+    StoreDirect(Slice, Mb, Motion);
+    Mb.pGlobal->MbFlags |= MBFLAG_SKIPPED;
 }
 
-void SkipMotionB(H264SegmentDecoder& Decoder)
+void ClearMotion(const H264MbInfo& Records, int32_t Number, bool IsBSlice)
 {
-    StoreDirect(Decoder);
-    Decoder.m_Mb.m_pGlobal->MbFlags |= MBFLAG_SKIPPED;
-}
-
-void ClearMotion(H264SegmentDecoder& Decoder, bool IsBSlice)
-{
-    StoreUniformMotion(Decoder, 0, h264::kRefNone, {0, 0});
+    StoreUniformMotion(Records, Number, 0, h264::kRefNone, {0, 0});
     if (IsBSlice)
-        StoreUniformMotion(Decoder, 1, h264::kRefNone, {0, 0});
+        StoreUniformMotion(Records, Number, 1, h264::kRefNone, {0, 0});
     else
-        StoreUnusedList(Decoder, 1);
+        StoreUnusedList(Records, Number, 1);
 }
 
 template <class Syntax, SliceType kSlice>
-bool ReadMotion(H264SegmentDecoder& Decoder, uint32_t Type)
+bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, MotionState& Motion, uint32_t Type)
 {
     if constexpr (kSlice == B_SLICE)
-        return ReadMotionB<Syntax>(Decoder, Type);
+        return ReadMotionB<Syntax>(Slice, Mb, State, Motion, Type);
     else
-        return ReadMotionP<Syntax>(Decoder, Type);
+        return ReadMotionP<Syntax>(Slice, Mb, State, Motion, Type);
 }
-template bool ReadMotion<CavlcSyntax, P_SLICE>(H264SegmentDecoder&, uint32_t);
-template bool ReadMotion<CavlcSyntax, B_SLICE>(H264SegmentDecoder&, uint32_t);
-template bool ReadMotion<CabacSyntax, P_SLICE>(H264SegmentDecoder&, uint32_t);
-template bool ReadMotion<CabacSyntax, B_SLICE>(H264SegmentDecoder&, uint32_t);
+#define INSTANTIATE(Syntax, kSlice)                                                                                    \
+    template bool ReadMotion<Syntax, kSlice>(const SliceView&, const MbState&, EntropyState&, MotionState&, uint32_t)
+INSTANTIATE(CavlcSyntax, P_SLICE);
+INSTANTIATE(CavlcSyntax, B_SLICE);
+INSTANTIATE(CabacSyntax, P_SLICE);
+INSTANTIATE(CabacSyntax, B_SLICE);
+#undef INSTANTIATE
 
 template <class Syntax>
-void ReadIntraModes(H264SegmentDecoder& Decoder)
+void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& State)
 {
     int8_t Cache[kCacheSize];
-    LoadIntraModes(Decoder, Cache);
-    const bool Is8x8 = (Decoder.m_Mb.m_pGlobal->MbFlags & MBFLAG_TRANSFORM8x8) != 0;
+    LoadIntraModes(Slice, Mb, Cache);
+    const bool Is8x8 = (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8) != 0;
     for (int i = 0; i < 16; i += Is8x8 ? 4 : 1) {
         int8_t* const pMode = Cache + kBlockCachePos[i];
         int Predicted = std::min(pMode[-1], pMode[-kCacheStride]);
         if (Predicted < 0) Predicted = 2;
-        int Mode = Syntax::IntraMode(Decoder);
+        int Mode = Syntax::IntraMode(State);
         if (Mode < 0)
             Mode = Predicted;
         else if (Mode >= Predicted)
@@ -361,10 +358,10 @@ void ReadIntraModes(H264SegmentDecoder& Decoder)
         pMode[0] = static_cast<int8_t>(Mode);
         if (Is8x8) pMode[1] = pMode[kCacheStride] = pMode[kCacheStride + 1] = pMode[0];
     }
-    uint8_t* const pModes = Decoder.m_Local.m_pIntraModes + Decoder.m_Mb.m_Mb * 16;
+    uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
     for (int y = 0; y < 4; ++y) std::memcpy(pModes + y * 4, Cache + CachePos(0, y), 4);
 }
-template void ReadIntraModes<CavlcSyntax>(H264SegmentDecoder&);
-template void ReadIntraModes<CabacSyntax>(H264SegmentDecoder&);
+template void ReadIntraModes<CavlcSyntax>(const SliceView&, const MbState&, EntropyState&);
+template void ReadIntraModes<CabacSyntax>(const SliceView&, const MbState&, EntropyState&);
 
 } // namespace UMC

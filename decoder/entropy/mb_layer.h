@@ -3,62 +3,58 @@
 #pragma once
 
 #include "decoder/entropy/mb_syntax.h"
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
 
 namespace UMC {
 
-inline constexpr int kQpBias = 64; // added to QPY to index H264SegmentDecoder::m_ChromaQp
-
-// Points m_Mb at macroblock Number of the picture, in column X and row Y, finds its neighbours and clears its records.
-[[gnu::always_inline]] inline void BeginMacroblock(H264SegmentDecoder& Decoder, int32_t Number, int32_t X, int32_t Y)
+// Points the cursor at macroblock Number of the picture, in column X and row Y, finds its neighbours and clears its
+// records.
+[[gnu::always_inline]] inline void BeginMacroblock(SliceCursor& Cursor, int32_t Number, int32_t X, int32_t Y)
 {
-    MbState& Mb = Decoder.m_Mb;
-    MbGlobalInfo* const pGlobal = Decoder.m_MbInfo.m_pGlobal;
-    const auto SliceId = static_cast<uint16_t>(Decoder.m_pSlice->m_SliceNumber);
-    const int32_t n = Number + Decoder.m_FieldOffset;
+    const SliceView& s = Cursor.Slice;
+    MbState& Mb = Cursor.Mb;
+    MbGlobalInfo* const pGlobal = s.Records.m_pGlobal;
+    const int32_t n = Number + s.Picture.FirstMb, Width = s.Picture.MbWidth;
     const auto Find = [&](bool Inside, int32_t Neighbour) {
-        return Inside && pGlobal[Neighbour].SliceId == SliceId ? Neighbour : -1;
+        return Inside && pGlobal[Neighbour].SliceId == s.SliceId ? Neighbour : -1;
     };
-    Mb.m_Mb = n;
-    Mb.m_X = X;
-    Mb.m_Y = Y;
-    Mb.m_Left = Find(X > 0, n - 1);
-    Mb.m_Top = Find(Y > 0, n - Decoder.m_MbWidth);
-    Mb.m_TopRight = Find(Y > 0 && X + 1 < Decoder.m_MbWidth, n - Decoder.m_MbWidth + 1);
-    Mb.m_TopLeft = Find(Y > 0 && X > 0, n - Decoder.m_MbWidth - 1);
-    Mb.m_pLeftGlobal = Mb.m_Left >= 0 ? pGlobal + Mb.m_Left : &Decoder.m_NoGlobal;
-    Mb.m_pTopGlobal = Mb.m_Top >= 0 ? pGlobal + Mb.m_Top : &Decoder.m_NoGlobal;
-    Mb.m_pLeftLocal = Mb.m_Left >= 0 ? Decoder.m_Local.m_pLocal + Mb.m_Left : &Decoder.m_NoLocal;
-    Mb.m_pTopLocal = Mb.m_Top >= 0 ? Decoder.m_Local.m_pLocal + Mb.m_Top : &Decoder.m_NoLocal;
-    Mb.m_pGlobal = pGlobal + n;
-    Mb.m_pLocal = Decoder.m_Local.m_pLocal + n;
-    *Mb.m_pGlobal = MbGlobalInfo{};
-    Mb.m_pGlobal->SliceId = SliceId;
-    *Mb.m_pLocal = MbLocalInfo{};
-    Mb.m_pLocal->Qp = static_cast<int8_t>(Decoder.m_QpLuma);
-    Decoder.m_ResidualBits[0] = Decoder.m_ResidualBits[1] = Decoder.m_ResidualBits[2] = 0;
+    Mb.Number = n;
+    Mb.X = X;
+    Mb.Y = Y;
+    Mb.Left = Find(X > 0, n - 1);
+    Mb.Top = Find(Y > 0, n - Width);
+    Mb.TopRight = Find(Y > 0 && X + 1 < Width, n - Width + 1);
+    Mb.TopLeft = Find(Y > 0 && X > 0, n - Width - 1);
+    Mb.pLeftGlobal = Mb.Left >= 0 ? pGlobal + Mb.Left : &s.NoGlobal;
+    Mb.pTopGlobal = Mb.Top >= 0 ? pGlobal + Mb.Top : &s.NoGlobal;
+    Mb.pLeftLocal = Mb.Left >= 0 ? s.Local.m_pLocal + Mb.Left : &s.NoLocal;
+    Mb.pTopLocal = Mb.Top >= 0 ? s.Local.m_pLocal + Mb.Top : &s.NoLocal;
+    Mb.pGlobal = pGlobal + n;
+    Mb.pLocal = s.Local.m_pLocal + n;
+    *Mb.pGlobal = MbGlobalInfo{};
+    Mb.pGlobal->SliceId = s.SliceId;
+    *Mb.pLocal = MbLocalInfo{};
+    Mb.pLocal->Qp = static_cast<int8_t>(Cursor.Entropy.QpLuma);
+    for (uint32_t& Bits : Cursor.Coeffs.Bits) Bits = 0;
 }
 
-// Adds mb_qp_delta to the running QP (equation 7-37). Throws h264_exception when it is out of range.
-void SetQp(H264SegmentDecoder& Decoder, int Delta);
-
 // Motion of a skipped macroblock (clauses 8.4.1.1 and 8.4.1.2), with its records.
-void SkipMotionP(H264SegmentDecoder& Decoder);
-void SkipMotionB(H264SegmentDecoder& Decoder);
+void SkipMotionP(const SliceView& Slice, const MbState& Mb, MotionState& Motion);
+void SkipMotionB(const SliceView& Slice, const MbState& Mb, MotionState& Motion);
 
 // No references in the records of an intra macroblock of a P or B slice.
-void ClearMotion(H264SegmentDecoder& Decoder, bool IsBSlice);
+void ClearMotion(const H264MbInfo& Records, int32_t Number, bool IsBSlice);
 
 // mb_type (0..4 in P, 0..22 in B slices), sub types, references and vectors of an inter macroblock. Returns whether the
 // 8x8 transform may be used with it.
 template <class Syntax, SliceType kSlice>
-bool ReadMotion(H264SegmentDecoder& Decoder, uint32_t Type);
+bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, MotionState& Motion, uint32_t Type);
 
-// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into m_pIntraModes
+// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into Local.m_pIntraModes
 // (clauses 8.3.1.1, 8.3.2.1).
 template <class Syntax>
-void ReadIntraModes(H264SegmentDecoder& Decoder);
+void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& State);
 
 } // namespace UMC

@@ -2,7 +2,7 @@
 // classes offer the same functions, so that the macroblock decoder is written once.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
 
@@ -16,38 +16,39 @@ inline constexpr uint32_t kFirstIntraTypeB = 23;
 struct CavlcSyntax {
     static constexpr bool kCabac = false;
 
-    static uint32_t MbTypeI(H264SegmentDecoder& d);    // 0..25
-    static uint32_t MbTypeP(H264SegmentDecoder& d);    // 0..30
-    static uint32_t MbTypeB(H264SegmentDecoder& d);    // 0..48
-    static uint32_t SubMbTypeP(H264SegmentDecoder& d); // 0..3
-    static uint32_t SubMbTypeB(H264SegmentDecoder& d); // 0..12
-    static uint32_t TransformSize8x8Flag(H264SegmentDecoder& d);
-    static int IntraMode(H264SegmentDecoder& d); // rem_intra_pred_mode, or -1 for the predicted mode
-    static uint8_t IntraChromaMode(H264SegmentDecoder& d);
-    static uint8_t CodedBlockPattern(H264SegmentDecoder& d, bool Intra); // luma bits 0..3, chroma from bit 4
-    static int DeltaQp(H264SegmentDecoder& d);
+    static uint32_t MbTypeI(EntropyState& State, const MbState& Mb); // 0..25
+    static uint32_t MbTypeP(EntropyState& State);                    // 0..30
+    static uint32_t MbTypeB(EntropyState& State, const MbState& Mb); // 0..48
+    static uint32_t SubMbTypeP(EntropyState& State);                 // 0..3
+    static uint32_t SubMbTypeB(EntropyState& State);                 // 0..12
+    static uint32_t TransformSize8x8Flag(EntropyState& State, const MbState& Mb);
+    static int IntraMode(EntropyState& State); // rem_intra_pred_mode, or -1 for the predicted mode
+    static uint8_t IntraChromaMode(EntropyState& State, const MbState& Mb);
+    static uint8_t CodedBlockPattern(EntropyState& State, const MbState& Mb, bool HasChroma,
+                                     bool Intra); // luma bits 0..3, chroma from bit 4
+    static int DeltaQp(EntropyState& State);
     // Of the partition that starts at 8x8 block Quadrant; Count references are active.
-    static int RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count);
+    static int RefIdx(EntropyState& State, const MbState& Mb, int List, int Quadrant, int Count);
     // Of the block at Pos of the motion cache. Magnitude receives what later contexts read; CAVLC leaves it alone.
-    static h264::MotionVector Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2]);
+    static h264::MotionVector Mvd(EntropyState& State, const MotionCache& Cache, int Pos, uint8_t Magnitude[2]);
 };
 
 struct CabacSyntax {
     static constexpr bool kCabac = true;
 
-    static bool SkipFlag(H264SegmentDecoder& d);
-    static uint32_t MbTypeI(H264SegmentDecoder& d);
-    static uint32_t MbTypeP(H264SegmentDecoder& d);
-    static uint32_t MbTypeB(H264SegmentDecoder& d);
-    static uint32_t SubMbTypeP(H264SegmentDecoder& d);
-    static uint32_t SubMbTypeB(H264SegmentDecoder& d);
-    static uint32_t TransformSize8x8Flag(H264SegmentDecoder& d);
-    static int IntraMode(H264SegmentDecoder& d);
-    static uint8_t IntraChromaMode(H264SegmentDecoder& d);
-    static uint8_t CodedBlockPattern(H264SegmentDecoder& d, bool Intra);
-    static int DeltaQp(H264SegmentDecoder& d);
-    static int RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count);
-    static h264::MotionVector Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2]);
+    static bool SkipFlag(EntropyState& State, const MbState& Mb, bool IsBSlice);
+    static uint32_t MbTypeI(EntropyState& State, const MbState& Mb);
+    static uint32_t MbTypeP(EntropyState& State);
+    static uint32_t MbTypeB(EntropyState& State, const MbState& Mb);
+    static uint32_t SubMbTypeP(EntropyState& State);
+    static uint32_t SubMbTypeB(EntropyState& State);
+    static uint32_t TransformSize8x8Flag(EntropyState& State, const MbState& Mb);
+    static int IntraMode(EntropyState& State);
+    static uint8_t IntraChromaMode(EntropyState& State, const MbState& Mb);
+    static uint8_t CodedBlockPattern(EntropyState& State, const MbState& Mb, bool HasChroma, bool Intra);
+    static int DeltaQp(EntropyState& State);
+    static int RefIdx(EntropyState& State, const MbState& Mb, int List, int Quadrant, int Count);
+    static h264::MotionVector Mvd(EntropyState& State, const MotionCache& Cache, int Pos, uint8_t Magnitude[2]);
 };
 
 } // namespace UMC

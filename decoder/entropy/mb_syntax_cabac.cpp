@@ -70,36 +70,35 @@ private:
 
 } // namespace
 
-bool CabacSyntax::SkipFlag(H264SegmentDecoder& d)
+bool CabacSyntax::SkipFlag(EntropyState& State, const MbState& Mb, bool IsBSlice)
 {
-    const int Inc =
-        !(d.m_Mb.m_pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(d.m_Mb.m_pTopGlobal->MbFlags & MBFLAG_SKIPPED);
-    return d.m_Cabac.m_Engine.Decide(d.m_Cabac.m_Contexts[(d.m_IsBSlice ? 24 : 11) + Inc]);
+    const int Inc = !(Mb.pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(Mb.pTopGlobal->MbFlags & MBFLAG_SKIPPED);
+    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[(IsBSlice ? 24 : 11) + Inc]);
 }
 
-uint32_t CabacSyntax::MbTypeI(H264SegmentDecoder& d)
+uint32_t CabacSyntax::MbTypeI(EntropyState& State, const MbState& Mb)
 {
     const auto IsNxN = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_INTRA4x4; };
-    CabacContext* const c = d.m_Cabac.m_Contexts + 3;
-    const int Inc = !IsNxN(*d.m_Mb.m_pLeftGlobal) + !IsNxN(*d.m_Mb.m_pTopGlobal);
-    return IntraType(d.m_Cabac.m_Engine, c, c[Inc], kIntraSliceContexts);
+    CabacContext* const c = State.Cabac.m_Contexts + 3;
+    const int Inc = !IsNxN(*Mb.pLeftGlobal) + !IsNxN(*Mb.pTopGlobal);
+    return IntraType(State.Cabac.m_Engine, c, c[Inc], kIntraSliceContexts);
 }
 
-uint32_t CabacSyntax::MbTypeP(H264SegmentDecoder& d)
+uint32_t CabacSyntax::MbTypeP(EntropyState& State)
 {
-    CabacEngine& e = d.m_Cabac.m_Engine;
-    CabacContext* const c = d.m_Cabac.m_Contexts + 14;
+    CabacEngine& e = State.Cabac.m_Engine;
+    CabacContext* const c = State.Cabac.m_Contexts + 14;
     if (e.Decide(c[0])) return kFirstIntraTypeP + IntraType(e, c + 3, c[3], kPrefixedContexts);
     if (e.Decide(c[1])) return e.Decide(c[3]) ? 1 : 2;
     return e.Decide(c[2]) ? 3 : 0;
 }
 
-uint32_t CabacSyntax::MbTypeB(H264SegmentDecoder& d)
+uint32_t CabacSyntax::MbTypeB(EntropyState& State, const MbState& Mb)
 {
     const auto IsDirect = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_DIRECT; };
-    LocalEngine e(d.m_Cabac);
-    CabacContext* const c = d.m_Cabac.m_Contexts + 27;
-    if (!e->Decide(c[!IsDirect(*d.m_Mb.m_pLeftGlobal) + !IsDirect(*d.m_Mb.m_pTopGlobal)])) return 0;
+    LocalEngine e(State.Cabac);
+    CabacContext* const c = State.Cabac.m_Contexts + 27;
+    if (!e->Decide(c[!IsDirect(*Mb.pLeftGlobal) + !IsDirect(*Mb.pTopGlobal)])) return 0;
     if (!e->Decide(c[3])) return 1 + e->Decide(c[5]);
     uint32_t Bins = e->Decide(c[4]);
     for (int i = 0; i < 3; ++i) Bins = Bins * 2 + e->Decide(c[5]);
@@ -110,19 +109,19 @@ uint32_t CabacSyntax::MbTypeB(H264SegmentDecoder& d)
     return 12 + (Bins - 8) * 2 + e->Decide(c[5]);
 }
 
-uint32_t CabacSyntax::SubMbTypeP(H264SegmentDecoder& d)
+uint32_t CabacSyntax::SubMbTypeP(EntropyState& State)
 {
-    LocalEngine e(d.m_Cabac);
-    CabacContext* const c = d.m_Cabac.m_Contexts + 21;
+    LocalEngine e(State.Cabac);
+    CabacContext* const c = State.Cabac.m_Contexts + 21;
     if (e->Decide(c[0])) return 0;
     if (!e->Decide(c[1])) return 1;
     return e->Decide(c[2]) ? 2 : 3;
 }
 
-uint32_t CabacSyntax::SubMbTypeB(H264SegmentDecoder& d)
+uint32_t CabacSyntax::SubMbTypeB(EntropyState& State)
 {
-    LocalEngine e(d.m_Cabac);
-    CabacContext* const c = d.m_Cabac.m_Contexts + 36;
+    LocalEngine e(State.Cabac);
+    CabacContext* const c = State.Cabac.m_Contexts + 36;
     if (!e->Decide(c[0])) return 0;
     if (!e->Decide(c[1])) return 1 + e->Decide(c[3]);
     uint32_t Type = 3;
@@ -134,17 +133,17 @@ uint32_t CabacSyntax::SubMbTypeB(H264SegmentDecoder& d)
     return Type + e->Decide(c[3]);
 }
 
-uint32_t CabacSyntax::TransformSize8x8Flag(H264SegmentDecoder& d)
+uint32_t CabacSyntax::TransformSize8x8Flag(EntropyState& State, const MbState& Mb)
 {
     const auto Flag = [](const MbGlobalInfo& Mb) { return (Mb.MbFlags & MBFLAG_TRANSFORM8x8) != 0; };
-    const int Inc = Flag(*d.m_Mb.m_pLeftGlobal) + Flag(*d.m_Mb.m_pTopGlobal);
-    return d.m_Cabac.m_Engine.Decide(d.m_Cabac.m_Contexts[399 + Inc]);
+    const int Inc = Flag(*Mb.pLeftGlobal) + Flag(*Mb.pTopGlobal);
+    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[399 + Inc]);
 }
 
-int CabacSyntax::IntraMode(H264SegmentDecoder& d)
+int CabacSyntax::IntraMode(EntropyState& State)
 {
-    LocalEngine e(d.m_Cabac);
-    CabacContext* const c = d.m_Cabac.m_Contexts + 68;
+    LocalEngine e(State.Cabac);
+    CabacContext* const c = State.Cabac.m_Contexts + 68;
     if (e->Decide(c[0])) return -1;
     uint32_t Mode = e->Decide(c[1]);
     Mode += 2 * e->Decide(c[1]);
@@ -152,16 +151,15 @@ int CabacSyntax::IntraMode(H264SegmentDecoder& d)
     return static_cast<int>(Mode);
 }
 
-uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
+uint8_t CabacSyntax::IntraChromaMode(EntropyState& State, const MbState& Mb)
 {
     // The mode is kept for intra macroblocks only; the field is 0 for I_PCM.
     const auto HasMode = [](const MbGlobalInfo& Mb, const MbLocalInfo& Local) {
         return IsIntra(Mb) && Local.SubBlockDirection[2] != 0;
     };
-    CabacEngine& e = d.m_Cabac.m_Engine;
-    CabacContext* const c = d.m_Cabac.m_Contexts + 64;
-    const int Inc =
-        HasMode(*d.m_Mb.m_pLeftGlobal, *d.m_Mb.m_pLeftLocal) + HasMode(*d.m_Mb.m_pTopGlobal, *d.m_Mb.m_pTopLocal);
+    CabacEngine& e = State.Cabac.m_Engine;
+    CabacContext* const c = State.Cabac.m_Contexts + 64;
+    const int Inc = HasMode(*Mb.pLeftGlobal, *Mb.pLeftLocal) + HasMode(*Mb.pTopGlobal, *Mb.pTopLocal);
     uint8_t Mode = 0;
     if (e.Decide(c[Inc])) do
             ++Mode;
@@ -169,11 +167,11 @@ uint8_t CabacSyntax::IntraChromaMode(H264SegmentDecoder& d)
     return Mode;
 }
 
-uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
+uint8_t CabacSyntax::CodedBlockPattern(EntropyState& State, const MbState& Mb, bool HasChroma, bool)
 {
-    LocalEngine e(d.m_Cabac);
-    CabacContext* const c = d.m_Cabac.m_Contexts + 73;
-    const uint32_t Left = d.m_Mb.m_pLeftLocal->CodedBlockPattern, Top = d.m_Mb.m_pTopLocal->CodedBlockPattern;
+    LocalEngine e(State.Cabac);
+    CabacContext* const c = State.Cabac.m_Contexts + 73;
+    const uint32_t Left = Mb.pLeftLocal->CodedBlockPattern, Top = Mb.pTopLocal->CodedBlockPattern;
     const auto Inc = [](uint32_t A, uint32_t B) { return (~A & 1) + 2 * (~B & 1); };
 
     const uint32_t b0 = e->Decide(c[Inc(Left >> 1, Top >> 2)]);
@@ -181,7 +179,7 @@ uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
     const uint32_t b2 = e->Decide(c[Inc(Left >> 3, b0)]);
     const uint32_t b3 = e->Decide(c[Inc(b2, b1)]);
     uint32_t Pattern = b0 | b1 << 1 | b2 << 2 | b3 << 3;
-    if (d.m_pSeqParamSet->chroma_format_idc == 0) return static_cast<uint8_t>(Pattern);
+    if (!HasChroma) return static_cast<uint8_t>(Pattern);
 
     const uint32_t LeftChroma = Left >> 4, TopChroma = Top >> 4;
     if (e->Decide(c[4 + (LeftChroma != 0) + 2 * (TopChroma != 0)]))
@@ -189,11 +187,11 @@ uint8_t CabacSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool)
     return static_cast<uint8_t>(Pattern);
 }
 
-int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
+int CabacSyntax::DeltaQp(EntropyState& State)
 {
-    LocalEngine e(d.m_Cabac);
-    CabacContext* const c = d.m_Cabac.m_Contexts + 60;
-    if (!e->Decide(c[d.m_PrevDeltaQp != 0])) return 0;
+    LocalEngine e(State.Cabac);
+    CabacContext* const c = State.Cabac.m_Contexts + 60;
+    if (!e->Decide(c[State.PrevDeltaQp != 0])) return 0;
     int Bins = 1;
     if (e->Decide(c[2])) do
             if (++Bins > 2 * (52 + 6 * 8)) ThrowDamaged(); // beyond every depth's range
@@ -201,14 +199,13 @@ int CabacSyntax::DeltaQp(H264SegmentDecoder& d)
     return Bins & 1 ? (Bins + 1) / 2 : -(Bins / 2);
 }
 
-int CabacSyntax::RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count)
+int CabacSyntax::RefIdx(EntropyState& State, const MbState& Mb, int List, int Quadrant, int Count)
 {
-    CabacEngine& e = d.m_Cabac.m_Engine;
-    CabacContext* const c = d.m_Cabac.m_Contexts + 54;
-    const uint32_t Own = d.m_Mb.m_pLocal->RefIdxContext[List];
-    const uint32_t A =
-        Quadrant & 1 ? Own >> (Quadrant - 1) : d.m_Mb.m_pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
-    const uint32_t B = Quadrant & 2 ? Own >> (Quadrant - 2) : d.m_Mb.m_pTopLocal->RefIdxContext[List] >> (Quadrant + 2);
+    CabacEngine& e = State.Cabac.m_Engine;
+    CabacContext* const c = State.Cabac.m_Contexts + 54;
+    const uint32_t Own = Mb.pLocal->RefIdxContext[List];
+    const uint32_t A = Quadrant & 1 ? Own >> (Quadrant - 1) : Mb.pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
+    const uint32_t B = Quadrant & 2 ? Own >> (Quadrant - 2) : Mb.pTopLocal->RefIdxContext[List] >> (Quadrant + 2);
     if (!e.Decide(c[(A & 1) + 2 * (B & 1)])) return 0;
     int RefIdx = 1;
     uint32_t Inc = 4;
@@ -220,13 +217,13 @@ int CabacSyntax::RefIdx(H264SegmentDecoder& d, int List, int Quadrant, int Count
     return RefIdx;
 }
 
-h264::MotionVector CabacSyntax::Mvd(H264SegmentDecoder& d, int List, int Pos, uint8_t Magnitude[2])
+h264::MotionVector CabacSyntax::Mvd(EntropyState& State, const MotionCache& Cache, int Pos, uint8_t Magnitude[2])
 {
-    const uint8_t* const pA = d.m_Motion[List].Mvd[Pos - 1];
-    const uint8_t* const pB = d.m_Motion[List].Mvd[Pos - kCacheStride];
-    LocalEngine e(d.m_Cabac);
-    const int x = MvdComponent(*e, d.m_Cabac.m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
-    const int y = MvdComponent(*e, d.m_Cabac.m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
+    const uint8_t* const pA = Cache.Mvd[Pos - 1];
+    const uint8_t* const pB = Cache.Mvd[Pos - kCacheStride];
+    LocalEngine e(State.Cabac);
+    const int x = MvdComponent(*e, State.Cabac.m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
+    const int y = MvdComponent(*e, State.Cabac.m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
     Magnitude[0] = static_cast<uint8_t>(std::min(x < 0 ? -x : x, 127));
     Magnitude[1] = static_cast<uint8_t>(std::min(y < 0 ? -y : y, 127));
     return {static_cast<int16_t>(x), static_cast<int16_t>(y)};

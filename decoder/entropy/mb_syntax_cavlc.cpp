@@ -5,48 +5,53 @@ namespace UMC {
 
 namespace {
 
-uint32_t ReadUe(H264SegmentDecoder& d, uint32_t Max)
+uint32_t ReadUe(EntropyState& State, uint32_t Max)
 {
-    const uint32_t Value = d.m_pBitstream->GetUE();
+    const uint32_t Value = State.Bits.GetUE();
     if (Value > Max) throw h264_exception(StatusInvalidParams);
     return Value;
 }
 
 } // namespace
 
-uint32_t CavlcSyntax::MbTypeI(H264SegmentDecoder& d) { return ReadUe(d, kIntraPcmType); }
-uint32_t CavlcSyntax::MbTypeP(H264SegmentDecoder& d) { return ReadUe(d, kFirstIntraTypeP + kIntraPcmType); }
-uint32_t CavlcSyntax::MbTypeB(H264SegmentDecoder& d) { return ReadUe(d, kFirstIntraTypeB + kIntraPcmType); }
-uint32_t CavlcSyntax::SubMbTypeP(H264SegmentDecoder& d) { return ReadUe(d, 3); }
-uint32_t CavlcSyntax::SubMbTypeB(H264SegmentDecoder& d) { return ReadUe(d, 12); }
-uint32_t CavlcSyntax::TransformSize8x8Flag(H264SegmentDecoder& d) { return d.m_pBitstream->GetBit(); }
-
-int CavlcSyntax::IntraMode(H264SegmentDecoder& d)
+uint32_t CavlcSyntax::MbTypeI(EntropyState& State, const MbState&) { return ReadUe(State, kIntraPcmType); }
+uint32_t CavlcSyntax::MbTypeP(EntropyState& State) { return ReadUe(State, kFirstIntraTypeP + kIntraPcmType); }
+uint32_t CavlcSyntax::MbTypeB(EntropyState& State, const MbState&)
 {
-    return d.m_pBitstream->GetBit() ? -1 : static_cast<int>(d.m_pBitstream->GetBits(3));
+    return ReadUe(State, kFirstIntraTypeB + kIntraPcmType);
+}
+uint32_t CavlcSyntax::SubMbTypeP(EntropyState& State) { return ReadUe(State, 3); }
+uint32_t CavlcSyntax::SubMbTypeB(EntropyState& State) { return ReadUe(State, 12); }
+uint32_t CavlcSyntax::TransformSize8x8Flag(EntropyState& State, const MbState&) { return State.Bits.GetBit(); }
+
+int CavlcSyntax::IntraMode(EntropyState& State)
+{
+    return State.Bits.GetBit() ? -1 : static_cast<int>(State.Bits.GetBits(3));
 }
 
-uint8_t CavlcSyntax::IntraChromaMode(H264SegmentDecoder& d) { return static_cast<uint8_t>(ReadUe(d, 3)); }
-
-uint8_t CavlcSyntax::CodedBlockPattern(H264SegmentDecoder& d, bool Intra)
+uint8_t CavlcSyntax::IntraChromaMode(EntropyState& State, const MbState&)
 {
-    const bool HasChroma = d.m_pSeqParamSet->chroma_format_idc == 1 || d.m_pSeqParamSet->chroma_format_idc == 2;
-    const uint32_t CodeNum = ReadUe(d, HasChroma ? 47 : 15);
+    return static_cast<uint8_t>(ReadUe(State, 3));
+}
+
+uint8_t CavlcSyntax::CodedBlockPattern(EntropyState& State, const MbState&, bool HasChroma, bool Intra)
+{
+    const uint32_t CodeNum = ReadUe(State, HasChroma ? 47 : 15);
     return h264::kCodedBlockPattern[HasChroma ? 0 : 1][Intra ? 0 : 1][CodeNum];
 }
 
-int CavlcSyntax::DeltaQp(H264SegmentDecoder& d) { return d.m_pBitstream->GetSE(); }
+int CavlcSyntax::DeltaQp(EntropyState& State) { return State.Bits.GetSE(); }
 
-int CavlcSyntax::RefIdx(H264SegmentDecoder& d, int, int, int Count)
+int CavlcSyntax::RefIdx(EntropyState& State, const MbState&, int, int, int Count)
 {
-    if (Count == 2) return static_cast<int>(d.m_pBitstream->GetBit() ^ 1); // te(v) with a range of 0..1
-    return static_cast<int>(ReadUe(d, static_cast<uint32_t>(Count - 1)));
+    if (Count == 2) return static_cast<int>(State.Bits.GetBit() ^ 1); // te(v) with a range of 0..1
+    return static_cast<int>(ReadUe(State, static_cast<uint32_t>(Count - 1)));
 }
 
-h264::MotionVector CavlcSyntax::Mvd(H264SegmentDecoder& d, int, int, uint8_t*)
+h264::MotionVector CavlcSyntax::Mvd(EntropyState& State, const MotionCache&, int, uint8_t*)
 {
-    const auto x = static_cast<int16_t>(d.m_pBitstream->GetSE());
-    const auto y = static_cast<int16_t>(d.m_pBitstream->GetSE());
+    const auto x = static_cast<int16_t>(State.Bits.GetSE());
+    const auto y = static_cast<int16_t>(State.Bits.GetSE());
     return {x, y};
 }
 

@@ -12,12 +12,10 @@ uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101
 
 } // namespace
 
-void LoadMotion(H264SegmentDecoder& Decoder, int List)
+void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List)
 {
-    MotionCache& Cache = Decoder.m_Motion[List];
-    const MbState& Mb = Decoder.m_Mb;
-    const h264::MotionVector* const pMv = Decoder.m_MbInfo.m_pMv[List];
-    const int8_t* const pRef = Decoder.m_MbInfo.m_pRefIdx[List];
+    const h264::MotionVector* const pMv = Records.m_pMv[List];
+    const int8_t* const pRef = Records.m_pRefIdx[List];
 
     const auto Corner = [&](int Pos, int Neighbour, int Block) {
         if (Neighbour >= 0) {
@@ -28,25 +26,23 @@ void LoadMotion(H264SegmentDecoder& Decoder, int List)
             Cache.Ref[Pos] = h264::kRefUnavailable;
         }
     };
-    Corner(kCacheTopLeft, Mb.m_TopLeft, 15);
-    Corner(kCacheTopRight, Mb.m_TopRight, 12);
-    if (Mb.m_Top >= 0) {
-        std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.m_Top * 16 + 12, 4 * sizeof(h264::MotionVector));
-        std::memcpy(&Cache.Ref[kTopRow], pRef + Mb.m_Top * 16 + 12, 4);
+    Corner(kCacheTopLeft, Mb.TopLeft, 15);
+    Corner(kCacheTopRight, Mb.TopRight, 12);
+    if (Mb.Top >= 0) {
+        std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.Top * 16 + 12, 4 * sizeof(h264::MotionVector));
+        std::memcpy(&Cache.Ref[kTopRow], pRef + Mb.Top * 16 + 12, 4);
     } else {
         std::memset(&Cache.Mv[kTopRow], 0, 4 * sizeof(h264::MotionVector));
         std::memset(&Cache.Ref[kTopRow], h264::kRefUnavailable, 4);
     }
-    for (int y = 0; y < 4; ++y) Corner(CachePos(-1, y), Mb.m_Left, y * 4 + 3);
+    for (int y = 0; y < 4; ++y) Corner(CachePos(-1, y), Mb.Left, y * 4 + 3);
 }
 
-void LoadMvd(H264SegmentDecoder& Decoder, int List)
+void LoadMvd(MotionCache& Cache, const MbMvd* pMvd, const MbState& Mb)
 {
     static constexpr MbMvd kNone{};
-    MotionCache& Cache = Decoder.m_Motion[List];
-    const MbMvd* const pMvd = Decoder.m_Local.m_pMvd[List];
-    const MbMvd& Left = Decoder.m_Mb.m_Left >= 0 ? pMvd[Decoder.m_Mb.m_Left] : kNone;
-    const MbMvd& Top = Decoder.m_Mb.m_Top >= 0 ? pMvd[Decoder.m_Mb.m_Top] : kNone;
+    const MbMvd& Left = Mb.Left >= 0 ? pMvd[Mb.Left] : kNone;
+    const MbMvd& Top = Mb.Top >= 0 ? pMvd[Mb.Top] : kNone;
     std::memcpy(Cache.Mvd[kTopRow], Top.Bottom, 8);
     for (int y = 0; y < 4; ++y) std::memcpy(Cache.Mvd[CachePos(-1, y)], Left.Right[y], 2);
 }
@@ -70,39 +66,35 @@ void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t M
         for (int x = 0; x < Width; ++x) std::memcpy(Cache.Mvd[Pos + x], Mvd, 2);
 }
 
-void StoreMotion(H264SegmentDecoder& Decoder, int List)
+void StoreMotion(const MotionCache& Cache, const H264MbInfo& Records, int32_t Number, int List)
 {
-    const MotionCache& Cache = Decoder.m_Motion[List];
-    h264::MotionVector* const pMv = Decoder.m_MbInfo.m_pMv[List] + Decoder.m_Mb.m_Mb * 16;
-    int8_t* const pRef = Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16;
+    h264::MotionVector* const pMv = Records.m_pMv[List] + Number * 16;
+    int8_t* const pRef = Records.m_pRefIdx[List] + Number * 16;
     for (int y = 0; y < 4; ++y) {
         std::memcpy(pMv + y * 4, &Cache.Mv[CachePos(0, y)], 4 * sizeof(h264::MotionVector));
         std::memcpy(pRef + y * 4, &Cache.Ref[CachePos(0, y)], 4);
     }
 }
 
-void StoreUniformMotion(H264SegmentDecoder& Decoder, int List, int RefIdx, h264::MotionVector Mv)
+void StoreUniformMotion(const H264MbInfo& Records, int32_t Number, int List, int RefIdx, h264::MotionVector Mv)
 {
-    std::fill_n(Decoder.m_MbInfo.m_pMv[List] + Decoder.m_Mb.m_Mb * 16, 16, Mv);
-    std::memset(Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16, RefIdx, 16);
+    std::fill_n(Records.m_pMv[List] + Number * 16, 16, Mv);
+    std::memset(Records.m_pRefIdx[List] + Number * 16, RefIdx, 16);
 }
 
-void StoreUnusedList(H264SegmentDecoder& Decoder, int List)
+void StoreUnusedList(const H264MbInfo& Records, int32_t Number, int List)
 {
-    std::memset(Decoder.m_MbInfo.m_pRefIdx[List] + Decoder.m_Mb.m_Mb * 16, h264::kRefNone, 16);
+    std::memset(Records.m_pRefIdx[List] + Number * 16, h264::kRefNone, 16);
 }
 
-void StoreMvd(H264SegmentDecoder& Decoder, int List)
+void StoreMvd(const MotionCache& Cache, MbMvd& Mvd)
 {
-    const MotionCache& Cache = Decoder.m_Motion[List];
-    MbMvd& Mvd = Decoder.m_Local.m_pMvd[List][Decoder.m_Mb.m_Mb];
     std::memcpy(Mvd.Bottom, Cache.Mvd[CachePos(0, 3)], 8);
     for (int y = 0; y < 4; ++y) std::memcpy(Mvd.Right[y], Cache.Mvd[CachePos(3, y)], 2);
 }
 
-void StoreUniformMvd(H264SegmentDecoder& Decoder, int List, const uint8_t Mvd[2])
+void StoreUniformMvd(MbMvd& Out, const uint8_t Mvd[2])
 {
-    MbMvd& Out = Decoder.m_Local.m_pMvd[List][Decoder.m_Mb.m_Mb];
     for (int i = 0; i < 4; ++i) {
         std::memcpy(Out.Bottom[i], Mvd, 2);
         std::memcpy(Out.Right[i], Mvd, 2);

@@ -1,7 +1,7 @@
 // Motion vector prediction of H.264 clause 8.4.1 for macroblocks of frames and fields, on the motion cache.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -19,15 +19,14 @@ inline h264::MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int
 }
 
 // For the whole macroblock, straight from its neighbours' records.
-inline h264::MotionNeighbours FindMotionNeighbours(const H264SegmentDecoder& Decoder, int List)
+inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, const MbState& Mb, int List)
 {
-    const MbState& Mb = Decoder.m_Mb;
     const auto At = [&](int32_t Neighbour, int Block) {
         if (Neighbour < 0) return h264::BlockMotion{{0, 0}, h264::kRefUnavailable};
         const int32_t i = Neighbour * 16 + Block;
-        return h264::BlockMotion{Decoder.m_MbInfo.m_pMv[List][i], Decoder.m_MbInfo.m_pRefIdx[List][i]};
+        return h264::BlockMotion{Records.m_pMv[List][i], Records.m_pRefIdx[List][i]};
     };
-    return {At(Mb.m_Left, 3), At(Mb.m_Top, 12), Mb.m_TopRight >= 0 ? At(Mb.m_TopRight, 12) : At(Mb.m_TopLeft, 15)};
+    return {At(Mb.Left, 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(Mb.TopLeft, 15)};
 }
 
 inline h264::MotionVector PredictMv(const MotionCache& Cache, int Pos, int Width, int RefIdx, bool NoC = false)
@@ -36,23 +35,23 @@ inline h264::MotionVector PredictMv(const MotionCache& Cache, int Pos, int Width
 }
 
 // Fills the borders of the cache of a list from the neighbours' records.
-void LoadMotion(H264SegmentDecoder& Decoder, int List);
+void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List);
 // The same for the vector differences that CABAC contexts read.
-void LoadMvd(H264SegmentDecoder& Decoder, int List);
+void LoadMvd(MotionCache& Cache, const MbMvd* pMvd, const MbState& Mb);
 
 // Fills Width x Height 4x4 blocks from Pos on.
 void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx);
 void FillMv(MotionCache& Cache, int Pos, int Width, int Height, h264::MotionVector Mv);
 void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t Mvd[2]);
 
-// Writes the macroblock's part of the cache to the frame's records.
-void StoreMotion(H264SegmentDecoder& Decoder, int List);
+// Writes the macroblock's part of the cache to the frame's records of macroblock Number.
+void StoreMotion(const MotionCache& Cache, const H264MbInfo& Records, int32_t Number, int List);
 // Writes one motion for the whole macroblock; the cache is left alone.
-void StoreUniformMotion(H264SegmentDecoder& Decoder, int List, int RefIdx, h264::MotionVector Mv);
+void StoreUniformMotion(const H264MbInfo& Records, int32_t Number, int List, int RefIdx, h264::MotionVector Mv);
 // Writes references of -1 alone: a list that the slice type does not use.
-void StoreUnusedList(H264SegmentDecoder& Decoder, int List);
+void StoreUnusedList(const H264MbInfo& Records, int32_t Number, int List);
 // Writes the last row and column of differences.
-void StoreMvd(H264SegmentDecoder& Decoder, int List);
-void StoreUniformMvd(H264SegmentDecoder& Decoder, int List, const uint8_t Mvd[2]);
+void StoreMvd(const MotionCache& Cache, MbMvd& Mvd);
+void StoreUniformMvd(MbMvd& Out, const uint8_t Mvd[2]);
 
 } // namespace UMC

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decoder/entropy/dequant.h"
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -94,57 +94,57 @@ private:
     }
 };
 
-// Blocks with their coded_block_flag. The contexts of the flag come from m_NonZero, which holds the flags around.
+// Blocks with their coded_block_flag. The contexts of the flag come from the cache, which holds the flags around.
 template <class Coeffs, int color_format, bool is_field>
 class ResidualDecoderCABAC
 {
 protected:
     struct CabacResidual {
-        static void LoadLuma(H264SegmentDecoder& d);
-        static void LoadChroma(H264SegmentDecoder& d);
-        static bool LumaDc(H264SegmentDecoder& d, Coeffs* pLevels);
-        static bool LumaAc(H264SegmentDecoder& d, int Block, Dequant Scale, Coeffs* pOut)
+        static void LoadLuma(const SliceView&, const MbState& Mb, CountCache& Counts);
+        static void LoadChroma(const SliceView&, const MbState& Mb, CountCache& Counts);
+        static bool LumaDc(EntropyState& e, const MbState& Mb, const CountCache&, Coeffs* pLevels);
+        static bool LumaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
+                           Coeffs* pOut)
         {
-            return Block4x4<CAT_LUMA_AC>(d, 0, kBlockCachePos[Block], Scale, pOut);
+            return Block4x4<CAT_LUMA_AC>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
         }
-        static bool Luma4x4(H264SegmentDecoder& d, int Block, Dequant Scale, Coeffs* pOut)
+        static bool Luma4x4(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
+                            Coeffs* pOut)
         {
-            return Block4x4<CAT_LUMA_4x4>(d, 0, kBlockCachePos[Block], Scale, pOut);
+            return Block4x4<CAT_LUMA_4x4>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
         }
-        static bool Luma8x8(H264SegmentDecoder& d, int Quadrant, Dequant Scale, Coeffs* pOut);
-        static bool ChromaDc(H264SegmentDecoder& d, int Plane, Coeffs* pLevels);
+        static bool Luma8x8(EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale,
+                            Coeffs* pOut);
+        static bool ChromaDc(EntropyState& e, const MbState& Mb, int Plane, Coeffs* pLevels);
         // Block in raster order of the plane, two a row.
-        static bool ChromaAc(H264SegmentDecoder& d, int Plane, int Block, Dequant Scale, Coeffs* pOut)
+        static bool ChromaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Plane, int Block,
+                             Dequant Scale, Coeffs* pOut)
         {
-            return Block4x4<CAT_CHROMA_AC>(d, 1 + Plane, CachePos(Block & 1, Block >> 1), Scale, pOut);
+            uint8_t* const pFlag = Counts.NonZero[1 + Plane] + CachePos(Block & 1, Block >> 1);
+            return Block4x4<CAT_CHROMA_AC>(e, Mb, pFlag, Scale, pOut);
         }
         // Nothing: the flags of the macroblock are its CodedBlockBits.
-        static void StoreCounts(H264SegmentDecoder&, bool, bool) {}
+        static void StoreCounts(const SliceView&, const MbState&, const CountCache&, bool, bool) {}
 
     private:
-        static bool IsFieldMb(const H264SegmentDecoder& d)
+        static bool IsFieldMb(const MbState& Mb) { return is_field || (Mb.pGlobal->MbFlags & MBFLAG_FIELD) != 0; }
+        static bool DecideFlag(EntropyState& e, CabacBlockCat Cat, uint32_t Inc)
         {
-            return is_field || (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_FIELD) != 0;
-        }
-        static bool DecideFlag(H264SegmentDecoder& d, CabacBlockCat Cat, uint32_t Inc)
-        {
-            CabacDecoder& Cabac = d.m_Cabac;
-            return Cabac.m_Engine.Decide(Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
+            return e.Cabac.m_Engine.Decide(e.Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
         }
         // Flag bits of a neighbour; one that is not there counts as coded for an intra macroblock (9.3.3.1.1.9).
-        static uint32_t Bits(const H264SegmentDecoder& d, int32_t Neighbour, uint32_t Own)
+        static uint32_t Bits(const MbState& Mb, int32_t Neighbour, uint32_t Own)
         {
-            return Neighbour >= 0 ? Own : IsIntra(*d.m_Mb.m_pGlobal) ? ~0u : 0u;
+            return Neighbour >= 0 ? Own : IsIntra(*Mb.pGlobal) ? ~0u : 0u;
         }
         template <CabacBlockCat kCat>
-        static bool Block4x4(H264SegmentDecoder& d, int Plane, int Pos, Dequant Scale, Coeffs* pOut)
+        static bool Block4x4(EntropyState& e, const MbState& Mb, uint8_t* pFlag, Dequant Scale, Coeffs* pOut)
         {
-            uint8_t* const pFlag = d.m_NonZero[Plane] + Pos;
-            const bool Coded = DecideFlag(d, kCat, pFlag[-1] + 2u * pFlag[-kCacheStride]);
+            const bool Coded = DecideFlag(e, kCat, pFlag[-1] + 2u * pFlag[-kCacheStride]);
             *pFlag = Coded;
             if (Coded) {
-                const bool Field = IsFieldMb(d);
-                CabacBlockReader<Coeffs, kCat>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
+                const bool Field = IsFieldMb(Mb);
+                CabacBlockReader<Coeffs, kCat>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
                                                      Scale, pOut);
             }
             return Coded;
@@ -153,11 +153,12 @@ protected:
 };
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadLuma(H264SegmentDecoder& d)
+void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadLuma(const SliceView&, const MbState& Mb,
+                                                                                   CountCache& Counts)
 {
-    uint8_t* const pCache = d.m_NonZero[0];
-    const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBits);
-    const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBits) >> 12 & 15;
+    uint8_t* const pCache = Counts.NonZero[0];
+    const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBits);
+    const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBits) >> 12 & 15;
     const uint32_t TopBytes = Top * 0x00204081u & 0x01010101u; // one bit to each byte
     std::memcpy(pCache + CachePos(0, -1), &TopBytes, 4);
     for (int y = 0; y < 4; ++y) {
@@ -167,51 +168,55 @@ void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadLu
 }
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadChroma(H264SegmentDecoder& d)
+void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadChroma(const SliceView&,
+                                                                                     const MbState& Mb,
+                                                                                     CountCache& Counts)
 {
     constexpr int kRows = color_format == 2 ? 4 : 2;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        uint8_t* const pCache = d.m_NonZero[1 + Plane];
-        const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBitsChroma[Plane]) >> 1;
-        const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;
+        uint8_t* const pCache = Counts.NonZero[1 + Plane];
+        const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]) >> 1;
+        const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;
         for (int x = 0; x < 2; ++x) pCache[CachePos(x, -1)] = Top >> ((kRows - 1) * 2 + x) & 1;
         for (int y = 0; y < kRows; ++y) pCache[CachePos(-1, y)] = Left >> (y * 2 + 1) & 1;
     }
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LumaDc(H264SegmentDecoder& d, Coeffs* pLevels)
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LumaDc(EntropyState& e, const MbState& Mb,
+                                                                                 const CountCache&, Coeffs* pLevels)
 {
-    const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBits);
-    const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBits);
-    if (!DecideFlag(d, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
-    const bool Field = IsFieldMb(d);
-    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
+    const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBits);
+    const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBits);
+    if (!DecideFlag(e, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
+    const bool Field = IsFieldMb(Mb);
+    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
                                                 pLevels);
     return true;
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x8(H264SegmentDecoder& d, int Quadrant,
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x8(EntropyState& e, const MbState& Mb,
+                                                                                  CountCache& Counts, int Quadrant,
                                                                                   Dequant Scale, Coeffs* pOut)
 {
     // In these chroma formats there is no flag (clause 7.3.5.3.3): it is taken as 1.
-    const bool Field = IsFieldMb(d);
-    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(d.m_Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
-                                                 Scale, pOut);
-    uint8_t* const pFlag = d.m_NonZero[0] + kBlockCachePos[Quadrant * 4];
+    const bool Field = IsFieldMb(Mb);
+    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(e.Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8, Scale,
+                                                 pOut);
+    uint8_t* const pFlag = Counts.NonZero[0] + kBlockCachePos[Quadrant * 4];
     pFlag[0] = pFlag[1] = pFlag[kCacheStride] = pFlag[kCacheStride + 1] = 1;
     return true;
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::ChromaDc(H264SegmentDecoder& d, int Plane,
-                                                                                   Coeffs* pLevels)
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::ChromaDc(EntropyState& e, const MbState& Mb,
+                                                                                   int Plane, Coeffs* pLevels)
 {
-    const uint32_t Left = Bits(d, d.m_Mb.m_Left, d.m_Mb.m_pLeftLocal->CodedBlockBitsChroma[Plane]);
-    const uint32_t Top = Bits(d, d.m_Mb.m_Top, d.m_Mb.m_pTopLocal->CodedBlockBitsChroma[Plane]);
-    if (!DecideFlag(d, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(d.m_Cabac, IsFieldMb(d), nullptr, {}, pLevels);
+    const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]);
+    const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]);
+    if (!DecideFlag(e, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
+    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(e.Cabac, IsFieldMb(Mb), nullptr, {}, pLevels);
     return true;
 }
 

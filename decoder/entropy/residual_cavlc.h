@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decoder/entropy/dequant.h"
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 #include "decoder/stream/cavlc.h"
 
 #include <algorithm>
@@ -22,65 +22,73 @@ class ResidualDecoderCAVLC
 {
 protected:
     struct CavlcResidual {
-        static void LoadLuma(H264SegmentDecoder& d) { LoadPlane(d, 0, 4, 4); }
-        static void LoadChroma(H264SegmentDecoder& d)
+        static void LoadLuma(const SliceView& s, const MbState& Mb, CountCache& Counts)
         {
-            for (int Plane = 1; Plane < 3; ++Plane) LoadPlane(d, Plane, 2, kChromaRows);
+            LoadPlane(s, Mb, Counts, 0, 4, 4);
+        }
+        static void LoadChroma(const SliceView& s, const MbState& Mb, CountCache& Counts)
+        {
+            for (int Plane = 1; Plane < 3; ++Plane) LoadPlane(s, Mb, Counts, Plane, 2, kChromaRows);
         }
         // Takes the nC of block 0 and leaves no count.
-        static bool LumaDc(H264SegmentDecoder& d, Coeffs* pLevels)
+        static bool LumaDc(EntropyState& e, const MbState& Mb, const CountCache& Counts, Coeffs* pLevels)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(*d.m_pBitstream, FindNc(d, 0, kBlockCachePos[0]), 16, Block);
-            const uint8_t* const pScan = Scan4x4(d);
+            const int Count = ReadCavlcBlock(e.Bits, FindNc(Counts.NonZero[0] + kBlockCachePos[0]), 16, Block);
+            const uint8_t* const pScan = Scan4x4(Mb);
             for (int i = 0; i < Count; ++i) pLevels[pScan[Block.Position[i]]] = static_cast<Coeffs>(Block.Level[i]);
             return Count != 0;
         }
-        static bool LumaAc(H264SegmentDecoder& d, int Block, Dequant Scale, Coeffs* pOut)
+        static bool LumaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
+                           Coeffs* pOut)
         {
-            return Block4x4(d, 0, kBlockCachePos[Block], 15, Scale, pOut);
+            return Block4x4(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], 15, Scale, pOut);
         }
-        static bool Luma4x4(H264SegmentDecoder& d, int Block, Dequant Scale, Coeffs* pOut)
+        static bool Luma4x4(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
+                            Coeffs* pOut)
         {
-            return Block4x4(d, 0, kBlockCachePos[Block], 16, Scale, pOut);
+            return Block4x4(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], 16, Scale, pOut);
         }
-        static bool Luma8x8(H264SegmentDecoder& d, int Quadrant, Dequant Scale, Coeffs* pOut);
-        static bool ChromaDc(H264SegmentDecoder& d, int, Coeffs* pLevels)
+        static bool Luma8x8(EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale,
+                            Coeffs* pOut);
+        static bool ChromaDc(EntropyState& e, const MbState&, int, Coeffs* pLevels)
         {
             CavlcBlock Block;
-            const int Count =
-                ReadCavlcBlock(*d.m_pBitstream, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
+            const int Count = ReadCavlcBlock(e.Bits, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
             for (int i = 0; i < Count; ++i) pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
             return Count != 0;
         }
-        static bool ChromaAc(H264SegmentDecoder& d, int Plane, int Block, Dequant Scale, Coeffs* pOut)
+        static bool ChromaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Plane, int Block,
+                             Dequant Scale, Coeffs* pOut)
         {
-            return Block4x4(d, 1 + Plane, CachePos(Block & 1, Block >> 1), 15, Scale, pOut);
+            return Block4x4(e, Mb, Counts.NonZero[1 + Plane] + CachePos(Block & 1, Block >> 1), 15, Scale, pOut);
         }
         // Keeps the counts for the neighbours; a part that was not read counts 0.
-        static void StoreCounts(H264SegmentDecoder& d, bool HasLuma, bool HasChromaAc);
+        static void StoreCounts(const SliceView& s, const MbState& Mb, const CountCache& Counts, bool HasLuma,
+                                bool HasChromaAc);
 
     private:
         static constexpr int kChromaRows = color_format == 2 ? 4 : 2;
 
-        static const uint8_t* Scan4x4(const H264SegmentDecoder& d)
+        static bool IsFieldMb(const MbState& Mb) { return is_field || (Mb.pGlobal->MbFlags & MBFLAG_FIELD) != 0; }
+        static const uint8_t* Scan4x4(const MbState& Mb)
         {
-            const bool Field = is_field || (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_FIELD);
-            return Field ? h264::kFieldScan4x4 : h264::kZigzag4x4;
+            return IsFieldMb(Mb) ? h264::kFieldScan4x4 : h264::kZigzag4x4;
         }
-        static void LoadPlane(H264SegmentDecoder& d, int Plane, int Width, int Height);
-        static int FindNc(const H264SegmentDecoder& d, int Plane, int Pos)
+        static void LoadPlane(const SliceView& s, const MbState& Mb, CountCache& Counts, int Plane, int Width,
+                              int Height);
+        static int FindNc(const uint8_t* pCount)
         {
-            const uint8_t* const pCount = d.m_NonZero[Plane] + Pos;
             const int Sum = pCount[-1] + pCount[-kCacheStride];
             return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
         }
-        static bool Block4x4(H264SegmentDecoder& d, int Plane, int Pos, int MaxCoeffs, Dequant Scale, Coeffs* pOut)
+        static bool Block4x4(EntropyState& e, const MbState& Mb, uint8_t* pCount, int MaxCoeffs, Dequant Scale,
+                             Coeffs* pOut)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(*d.m_pBitstream, FindNc(d, Plane, Pos), MaxCoeffs, Block);
-            d.m_NonZero[Plane][Pos] = static_cast<uint8_t>(Count);
-            const uint8_t* const pScan = Scan4x4(d) + (16 - MaxCoeffs);
+            const int Count = ReadCavlcBlock(e.Bits, FindNc(pCount), MaxCoeffs, Block);
+            *pCount = static_cast<uint8_t>(Count);
+            const uint8_t* const pScan = Scan4x4(Mb) + (16 - MaxCoeffs);
             for (int i = 0; i < Count; ++i) {
                 const int Place = pScan[Block.Position[i]];
                 pOut[Place] = Scale4x4<Coeffs>(Block.Level[i], Scale.pScale[Place], Scale.Per);
@@ -91,35 +99,36 @@ protected:
 };
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::LoadPlane(H264SegmentDecoder& d, int Plane,
+void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::LoadPlane(const SliceView& s,
+                                                                                    const MbState& Mb,
+                                                                                    CountCache& Counts, int Plane,
                                                                                     int Width, int Height)
 {
-    uint8_t* const pCache = d.m_NonZero[Plane];
-    const uint8_t* const pCounts = d.m_Local.m_pCoeffCounts + Plane * kCountsPerPlane;
+    uint8_t* const pCache = Counts.NonZero[Plane];
+    const uint8_t* const pCounts = s.Local.m_pCoeffCounts + Plane * kCountsPerPlane;
     const auto Bytes = static_cast<size_t>(Width);
-    if (d.m_Mb.m_Top >= 0)
-        std::memcpy(pCache + CachePos(0, -1), pCounts + d.m_Mb.m_Top * kCountsPerMb + (Height - 1) * Width, Bytes);
+    if (Mb.Top >= 0)
+        std::memcpy(pCache + CachePos(0, -1), pCounts + Mb.Top * kCountsPerMb + (Height - 1) * Width, Bytes);
     else
         std::memset(pCache + CachePos(0, -1), kNoCount, Bytes);
     for (int y = 0; y < Height; ++y) {
-        pCache[CachePos(-1, y)] =
-            d.m_Mb.m_Left >= 0 ? pCounts[d.m_Mb.m_Left * kCountsPerMb + (y + 1) * Width - 1] : kNoCount;
+        pCache[CachePos(-1, y)] = Mb.Left >= 0 ? pCounts[Mb.Left * kCountsPerMb + (y + 1) * Width - 1] : kNoCount;
         std::memset(pCache + CachePos(0, y), 0, Bytes);
     }
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::Luma8x8(H264SegmentDecoder& d, int Quadrant,
+bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::Luma8x8(EntropyState& e, const MbState& Mb,
+                                                                                  CountCache& Counts, int Quadrant,
                                                                                   Dequant Scale, Coeffs* pOut)
 {
-    const bool Field = is_field || (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_FIELD);
-    const uint8_t* const pScan = Field ? h264::kFieldScan8x8 : h264::kZigzag8x8;
+    const uint8_t* const pScan = IsFieldMb(Mb) ? h264::kFieldScan8x8 : h264::kZigzag8x8;
     int Total = 0;
     for (int Part = 0; Part < 4; ++Part) { // four interleaved lists
         CavlcBlock Block;
-        const int Pos = kBlockCachePos[Quadrant * 4 + Part];
-        const int Count = ReadCavlcBlock(*d.m_pBitstream, FindNc(d, 0, Pos), 16, Block);
-        d.m_NonZero[0][Pos] = static_cast<uint8_t>(Count);
+        uint8_t* const pCount = Counts.NonZero[0] + kBlockCachePos[Quadrant * 4 + Part];
+        const int Count = ReadCavlcBlock(e.Bits, FindNc(pCount), 16, Block);
+        *pCount = static_cast<uint8_t>(Count);
         for (int i = 0; i < Count; ++i) {
             const int Place = pScan[Block.Position[i] * 4 + Part];
             pOut[Place] = Scale8x8<Coeffs>(Block.Level[i], Scale.pScale[Place], Scale.Per);
@@ -130,12 +139,14 @@ bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::Luma8x
 }
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::StoreCounts(H264SegmentDecoder& d,
+void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::StoreCounts(const SliceView& s,
+                                                                                      const MbState& Mb,
+                                                                                      const CountCache& Counts,
                                                                                       bool HasLuma, bool HasChromaAc)
 {
-    uint8_t* const pCounts = d.m_Local.m_pCoeffCounts + d.m_Mb.m_Mb * kCountsPerMb;
+    uint8_t* const pCounts = s.Local.m_pCoeffCounts + Mb.Number * kCountsPerMb;
     if (HasLuma)
-        for (int y = 0; y < 4; ++y) std::memcpy(pCounts + y * 4, d.m_NonZero[0] + CachePos(0, y), 4);
+        for (int y = 0; y < 4; ++y) std::memcpy(pCounts + y * 4, Counts.NonZero[0] + CachePos(0, y), 4);
     else
         std::memset(pCounts, 0, kCountsPerPlane);
     if (!HasChromaAc) {
@@ -144,7 +155,7 @@ void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::StoreC
     }
     for (int Plane = 1; Plane < 3; ++Plane)
         for (int y = 0; y < kChromaRows; ++y)
-            std::memcpy(pCounts + Plane * kCountsPerPlane + y * 2, d.m_NonZero[Plane] + CachePos(0, y), 2);
+            std::memcpy(pCounts + Plane * kCountsPerPlane + y * 2, Counts.NonZero[Plane] + CachePos(0, y), 2);
 }
 
 } // namespace UMC

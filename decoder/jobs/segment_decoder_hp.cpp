@@ -4,7 +4,6 @@
 #include "decoder/macroblock/mb_reconstructor.h"
 
 #include <array>
-#include <cstring>
 
 namespace UMC {
 
@@ -17,97 +16,64 @@ class SegmentDecoderHP : public SegmentDecoderHPBase, private Decoder, private R
 public:
     Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
-        switch (d.m_pHeader->slice_type) {
-        case P_SLICE: return Run<false, P_SLICE>(Position, Count, d);
-        case B_SLICE: return Run<false, B_SLICE>(Position, Count, d);
-        default: return Run<false, I_SLICE>(Position, Count, d);
+        switch (d.m_Cursor.Slice.pHeader->slice_type) {
+        case P_SLICE: return Run<false, P_SLICE>(Position, Count, d.m_Cursor);
+        case B_SLICE: return Run<false, B_SLICE>(Position, Count, d.m_Cursor);
+        default: return Run<false, I_SLICE>(Position, Count, d.m_Cursor);
         }
     }
     Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
-        switch (d.m_pHeader->slice_type) {
-        case P_SLICE: return Run<true, P_SLICE>(Position, Count, d);
-        case B_SLICE: return Run<true, B_SLICE>(Position, Count, d);
-        default: return Run<true, I_SLICE>(Position, Count, d);
+        switch (d.m_Cursor.Slice.pHeader->slice_type) {
+        case P_SLICE: return Run<true, P_SLICE>(Position, Count, d.m_Cursor);
+        case B_SLICE: return Run<true, B_SLICE>(Position, Count, d.m_Cursor);
+        default: return Run<true, I_SLICE>(Position, Count, d.m_Cursor);
         }
     }
-    void CopyOrFillRect(int32_t Start, int32_t End, const H264DecoderFrame* pReference, H264SegmentDecoder& d) override;
 
 private:
     template <bool kCabac, SliceType kSlice>
-    static Status Run(int32_t Position, int32_t Count, H264SegmentDecoder& d)
+    static Status Run(int32_t Position, int32_t Count, SliceCursor& c)
     {
-        const int32_t PictureMbs = d.m_MbWidth * d.m_MbHeight;
-        const uint32_t* const pNextMbMap = d.m_pSlice->m_UsesSliceGroups ? d.m_pSlice->m_pNextMbMap : nullptr;
-        d.m_CurrentMb = Position;
-        int32_t X = Position % d.m_MbWidth, Y = Position / d.m_MbWidth;
-        for (int32_t i = 0; i < Count && d.m_CurrentMb < PictureMbs; ++i) {
-            BeginMacroblock(d, d.m_CurrentMb, X, Y);
+        const SliceView& s = c.Slice;
+        const int32_t PictureMbs = s.Picture.MbCount(), Width = s.Picture.MbWidth;
+        c.CurrentMb = Position;
+        int32_t X = Position % Width, Y = Position / Width;
+        for (int32_t i = 0; i < Count && c.CurrentMb < PictureMbs; ++i) {
+            BeginMacroblock(c, c.CurrentMb, X, Y);
             if constexpr (kCabac)
-                Decoder::template DecodeMbCABAC<kSlice>(d);
+                Decoder::template DecodeMbCABAC<kSlice>(c);
             else
-                Decoder::template DecodeMbCAVLC<kSlice>(d);
+                Decoder::template DecodeMbCAVLC<kSlice>(c);
             if constexpr (kSlice == I_SLICE)
-                Reconstructor::ReconstructIntra(d);
+                Reconstructor::ReconstructIntra(s, c.Mb, c.Coeffs);
             else
-                Reconstructor::ReconstructInter(d);
-            ++d.m_MbsDone;
-            if (pNextMbMap) {
-                d.m_CurrentMb = static_cast<int32_t>(pNextMbMap[d.m_CurrentMb]);
-                X = d.m_CurrentMb % d.m_MbWidth;
-                Y = d.m_CurrentMb / d.m_MbWidth;
+                Reconstructor::ReconstructInter(s, c.Mb, c.Coeffs, c.Scratch);
+            ++c.MbsDone;
+            if (s.pNextMbMap) {
+                c.CurrentMb = static_cast<int32_t>(s.pNextMbMap[c.CurrentMb]);
+                X = c.CurrentMb % Width;
+                Y = c.CurrentMb / Width;
             } else {
-                ++d.m_CurrentMb;
-                if (++X == d.m_MbWidth) {
+                ++c.CurrentMb;
+                if (++X == Width) {
                     X = 0;
                     ++Y;
                 }
             }
-            if (IsSliceEnd<kCabac>(d)) return StatusEndOfSegment;
+            if (IsSliceEnd<kCabac>(c.Entropy, s.pNextMbMap)) return StatusEndOfSegment;
         }
         return StatusOk;
     }
 
     // A CAVLC slice of a picture with one slice group does not look for the end of its data: it goes on to its limit.
     template <bool kCabac>
-    static bool IsSliceEnd(H264SegmentDecoder& d)
+    static bool IsSliceEnd(EntropyState& e, bool HasSliceGroups)
     {
-        if constexpr (kCabac) return d.m_Cabac.m_Engine.Terminate();
-        return d.m_pSlice->m_UsesSliceGroups && d.m_MbSkipRun < 2 && !d.m_pBitstream->MoreRbspData();
-    }
-
-    static void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrdiff_t To)
-    {
-        if (pReference)
-            std::memcpy(pPlane + From, pReference + From, static_cast<size_t>(To - From));
-        else
-            std::memset(pPlane + From, 128, static_cast<size_t>(To - From));
+        if constexpr (kCabac) return e.Cabac.m_Engine.Terminate();
+        return HasSliceGroups && e.MbSkipRun < 2 && !e.Bits.MoreRbspData();
     }
 };
-
-// The planes are taken as lines of memory: a range starts at the first macroblock's top left sample and ends at that of
-// the last. The lowest lines of the last row of macroblocks stay as they were; deliberate, the picture is not shown.
-template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format,
-          bool is_field, bool is_high_profile>
-void SegmentDecoderHP<Decoder, Reconstructor, Coeffs, PlaneY, PlaneUV, color_format, is_field,
-                      is_high_profile>::CopyOrFillRect(int32_t Start, int32_t End, const H264DecoderFrame* pReference,
-                                                       H264SegmentDecoder& d)
-{
-    if (Start >= End || d.m_pSlice->m_UsesSliceGroups) return;
-    const auto Offset = [&](int32_t Mb, ptrdiff_t Pitch, int Width, int Height) {
-        return Mb / d.m_MbWidth * Height * Pitch + Mb % d.m_MbWidth * Width;
-    };
-    const uint8_t* pFrom[3] = {};
-    if (pReference) {
-        const uint8_t* const pPlanes[3] = {pReference->m_pPlaneY, pReference->m_pPlaneU, pReference->m_pPlaneV};
-        for (int i = 0; i < 3; ++i) pFrom[i] = pPlanes[i];
-    }
-    CopyOrFill(d.m_pPlane[0], pFrom[0], Offset(Start, d.m_PitchLuma, 16, 16), Offset(End, d.m_PitchLuma, 16, 16));
-    if constexpr (color_format == 1)
-        for (int i = 1; i < 3; ++i)
-            CopyOrFill(d.m_pPlane[i], pFrom[i], Offset(Start, d.m_PitchChroma, 8, 8),
-                       Offset(End, d.m_PitchChroma, 8, 8));
-}
 
 template <int color_format, bool is_field, bool is_high_profile>
 using Member8 = SegmentDecoderHP<MBDecoder<int16_t, uint8_t, uint8_t, color_format, is_field, is_high_profile>,

@@ -15,15 +15,10 @@ public:
     virtual ~SegmentDecoderHPBase() = default;
 
     // Entropy decoding and reconstruction, macroblock by macroblock, of Count macroblocks from Position on. The
-    // decoder's m_CurrentMb and m_MbsDone follow. 0 when the count is done, StatusEndOfSegment when the slice's data
+    // decoder's cursor follows. 0 when the count is done, StatusEndOfSegment when the slice's data
     // ended; damaged data throws h264_exception.
     virtual Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
     virtual Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
-
-    // Copies the samples from macroblock Start up to macroblock End, as ranges of memory, from the reference, or fills
-    // them with grey when that is null.
-    virtual void CopyOrFillRect(int32_t Start, int32_t End, const H264DecoderFrame* pReference,
-                                H264SegmentDecoder& Decoder) = 0;
 };
 
 // The member for a slice, or null when there is none.

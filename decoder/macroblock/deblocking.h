@@ -2,7 +2,8 @@
 // are kernels.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/picture/picture_view.h"
+#include "decoder/slice/slice.h"
 #include "kernels/deblocking/deblocking.h"
 
 #include <cstddef>
@@ -20,8 +21,8 @@ struct DeblockingStrength {
 class H264Deblocker
 {
 public:
-    // The picture is the one that the decoder has set up; pSlice is the slice of the macroblocks that follow.
-    H264Deblocker(const H264SegmentDecoder& Decoder, const H264Slice& Slice);
+    // Slice is that of the macroblocks that follow, Picture the one that it belongs to.
+    H264Deblocker(const PictureView& Picture, const H264Slice& Slice);
 
     // Filters the macroblock in column X and row Y of the picture, which must belong to the slice.
     void Filter(int32_t X, int32_t Y) const;
@@ -44,6 +45,7 @@ private:
 
     Place FindPlace(int32_t X, int32_t Y) const;
     DeblockingStrength FindStrength(const Place& p) const;
+    void NumberPictures();
     const H264DecoderRefPicList* ListsOf(int32_t Mb) const;
     DeblockingStrength IntraStrength(const Place& p) const;
     template <bool kOneList>
@@ -56,13 +58,15 @@ private:
     template <bool kOneList>
     bool MotionDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
     bool OneListDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
+    template <bool kIsNumbered>
     bool BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
 
     void FilterLuma(const Place& p, const DeblockingStrength& Strength, uint8_t* pLuma) const;
     void FilterChroma(const Place& p, const DeblockingStrength& Strength, uint8_t* pU, uint8_t* pV) const;
     void SetThresholds(kernels::EdgeParams& Params, int Index, int Qp) const;
 
-    const H264SegmentDecoder& m_Decoder;
+    PictureView m_Picture;
+    const H264DecoderFrame* m_pFrame;
     const H264DecoderRefPicList* m_pLists;
     const MbGlobalInfo* m_pGlobal;
     const MbLocalInfo* m_pLocal;
@@ -71,8 +75,9 @@ private:
     int m_MvLimit;      // vertical: 4 in frames, 2 in fields, quarter samples
     bool m_WithinSlice; // disable_deblocking_filter_idc 2
     bool m_IsBSlice;
-    bool m_IsField;
-    bool m_HasChroma;
+    // The pictures of the slice's lists by reference index + 1, as numbers that are equal for the same picture; B
+    // slices.
+    uintptr_t m_PictureOf[2][33];
     bool m_OneChromaQp;        // both planes have the same offset
     uint8_t m_ChromaQp[2][52]; // by luma QP
     Thresholds m_ByQp[52];
@@ -80,7 +85,7 @@ private:
 
 inline H264Deblocker::Place H264Deblocker::FindPlace(int32_t X, int32_t Y) const
 {
-    const int32_t Mb = m_Decoder.m_FieldOffset + Y * m_Decoder.m_MbWidth + X;
+    const int32_t Mb = m_Picture.FirstMb + Y * m_Picture.MbWidth + X;
     const auto Find = [&](bool Inside, int32_t Neighbour) {
         if (!Inside) return -1;
         const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
@@ -89,7 +94,7 @@ inline H264Deblocker::Place H264Deblocker::FindPlace(int32_t X, int32_t Y) const
         // Nothing was decoded there, or this slice keeps to itself.
         return SliceId == kNoSlice || m_WithinSlice ? -1 : Neighbour;
     };
-    return {Mb, Find(X > 0, Mb - 1), Find(Y > 0, Mb - m_Decoder.m_MbWidth)};
+    return {Mb, Find(X > 0, Mb - 1), Find(Y > 0, Mb - m_Picture.MbWidth)};
 }
 
 } // namespace UMC

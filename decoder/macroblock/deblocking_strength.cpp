@@ -3,6 +3,7 @@
 
 #include "Common/h264/block_order.h"
 #include "Common/h264/boundary_strength.h"
+#include "decoder/slice/mb_state.h"
 
 namespace UMC {
 
@@ -22,9 +23,16 @@ uintptr_t PictureOf(const H264DecoderRefPicList* pLists, int List, int RefIdx, b
 
 } // namespace
 
+void H264Deblocker::NumberPictures()
+{
+    for (int List = 0; List < 2; ++List)
+        for (int RefIdx = -1; RefIdx < 32; ++RefIdx)
+            m_PictureOf[List][RefIdx + 1] = PictureOf(m_pLists, List, RefIdx, m_Picture.IsField);
+}
+
 const H264DecoderRefPicList* H264Deblocker::ListsOf(int32_t Mb) const
 {
-    return m_Decoder.m_pFrame->RefPicListOf(m_pGlobal[Mb].SliceId);
+    return m_pFrame->RefPicListOf(m_pGlobal[Mb].SliceId);
 }
 
 // Blocks i and j of the frame's arrays, i in this slice and j in one whose lists are pOther, with motion of list 0
@@ -33,26 +41,30 @@ inline bool H264Deblocker::OneListDiffers(int32_t i, int32_t j, const H264Decode
 {
     const int RefI = m_pRefIdx[0][i], RefJ = m_pRefIdx[0][j];
     if (RefI != RefJ || pOther != m_pLists) [[unlikely]]
-        if (PictureOf(m_pLists, 0, RefI, m_IsField) != PictureOf(pOther, 0, RefJ, m_IsField)) return true;
+        if (PictureOf(m_pLists, 0, RefI, m_Picture.IsField) != PictureOf(pOther, 0, RefJ, m_Picture.IsField))
+            return true;
     return h264::VectorsDiffer(m_pMv[0][i], m_pMv[0][j], m_MvLimit);
 }
 
+template <bool kIsNumbered>
 bool H264Deblocker::BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const
 {
-    uintptr_t a[2], b[2];
-    for (int List = 0; List < 2; ++List) {
-        a[List] = PictureOf(m_pLists, List, m_pRefIdx[List][i], m_IsField);
-        b[List] = PictureOf(pOther, List, m_pRefIdx[List][j], m_IsField);
-    }
+    const int RefI[2] = {m_pRefIdx[0][i], m_pRefIdx[1][i]}, RefJ[2] = {m_pRefIdx[0][j], m_pRefIdx[1][j]};
+    const auto Number = [&](const H264DecoderRefPicList* pLists, int List, int RefIdx) {
+        return kIsNumbered && pLists == m_pLists ? m_PictureOf[List][RefIdx + 1]
+                                                 : PictureOf(pLists, List, RefIdx, m_Picture.IsField);
+    };
+    const uintptr_t a[2] = {Number(m_pLists, 0, RefI[0]), Number(m_pLists, 1, RefI[1])};
+    const uintptr_t b[2] = {Number(pOther, 0, RefJ[0]), Number(pOther, 1, RefJ[1])};
     const bool Straight = a[0] == b[0] && a[1] == b[1], Crossed = a[0] == b[1] && a[1] == b[0];
     if (!Straight && !Crossed) return true;
     const auto Differs = [&](int ListA, int ListB) { // a list that is not used has no vector
-        return m_pRefIdx[ListA][i] >= 0 && h264::VectorsDiffer(m_pMv[ListA][i], m_pMv[ListB][j], m_MvLimit);
+        return RefI[ListA] >= 0 && h264::VectorsDiffer(m_pMv[ListA][i], m_pMv[ListB][j], m_MvLimit);
     };
     const bool StraightDiffers = Straight && (Differs(0, 0) || Differs(1, 1));
     if (!Crossed) return StraightDiffers;
-    const bool CrossedDiffers = Differs(0, 1) || Differs(1, 0);
-    return Straight ? StraightDiffers && CrossedDiffers : CrossedDiffers;
+    if (Straight && !StraightDiffers) return false;
+    return Differs(0, 1) || Differs(1, 0);
 }
 
 template <bool kOneList>
@@ -61,7 +73,7 @@ inline bool H264Deblocker::MotionDiffers(int32_t i, int32_t j, const H264Decoder
     // In a P slice list 1 can only be used across the border of another slice.
     if constexpr (kOneList)
         if (pOther == m_pLists || m_pRefIdx[1][j] < 0) return OneListDiffers(i, j, pOther);
-    return BothListsDiffer(i, j, pOther);
+    return BothListsDiffer<!kOneList>(i, j, pOther);
 }
 
 // Bits 0..3: pieces of the outer edge across which motion differs. Step leads from piece to piece, Across to the last
@@ -113,7 +125,7 @@ inline H264Deblocker::EdgeBits H264Deblocker::CodedBits(const Place& p) const
 
 DeblockingStrength H264Deblocker::IntraStrength(const Place& p) const
 {
-    const uint32_t TopEdge = m_IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
+    const uint32_t TopEdge = m_Picture.IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
     const uint32_t Odd = m_pGlobal[p.Mb].MbFlags & MBFLAG_TRANSFORM8x8 ? 0 : 3 * h264::kAllPieces;
     return {{{p.Left >= 0 ? 4 * h264::kAllPieces : 0, Odd, 3 * h264::kAllPieces, Odd},
              {p.Top >= 0 ? TopEdge : 0, Odd, 3 * h264::kAllPieces, Odd}}};
@@ -140,7 +152,7 @@ DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
         h264::SpreadStrengths(h264::TransposeBlocks(Coded.Vertical), h264::TransposeBlocks(Moves.Vertical), s.Edge[0]);
     if (Coded.Horizontal | Moves.Horizontal) h264::SpreadStrengths(Coded.Horizontal, Moves.Horizontal, s.Edge[1]);
     if (LeftIntra) s.Edge[0][0] = 4 * h264::kAllPieces;
-    if (TopIntra) s.Edge[1][0] = m_IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
+    if (TopIntra) s.Edge[1][0] = m_Picture.IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
     return s;
 }
 

@@ -10,9 +10,9 @@ namespace {
 
 using kernels::g_Kernels;
 
-constexpr ptrdiff_t kTempStep = 16; // rows of m_Temp: luma, then Cb and Cr
+constexpr ptrdiff_t kTempStep = 16; // rows of PredictionScratch::Temp: luma, then Cb and Cr
 constexpr ptrdiff_t kTempU = 16 * 16, kTempV = kTempU + 16 * 8;
-constexpr ptrdiff_t kClampedStep = 24; // rows of m_Clamped: luma, or Cb and Cr
+constexpr ptrdiff_t kClampedStep = 24; // rows of PredictionScratch::Clamped: luma, or Cb and Cr
 constexpr ptrdiff_t kClampedV = 12 * kClampedStep;
 
 // One block of a macroblock, in luma samples of the picture.
@@ -67,7 +67,7 @@ constexpr auto BiWeightKernel()
                     : &kernels::KernelSlots::BiWeightBlock2;
 }
 
-// Where a prediction goes: into the picture, or into m_Temp.
+// Where a prediction goes: into the picture, or into the scratch.
 struct Target {
     uint8_t *pY, *pU, *pV;
     ptrdiff_t Step, ChromaStep;
@@ -76,24 +76,25 @@ struct Target {
 // Full luma sample of the reference at (X, Y), with what the filter taps read around it; clamped into the picture
 // through a scratch where a part of that lies outside.
 template <int W>
-Source LumaSource(H264SegmentDecoder& d, const ReferencePlanes& Ref, int X, int Y, int Height, int FracX, int FracY)
+Source LumaSource(PredictionScratch& Scratch, const ReferencePlanes& Ref, int X, int Y, int Height, int FracX,
+                  int FracY)
 {
     const int Left = FracX ? 2 : 0, Right = FracX ? 3 : 0, Above = FracY ? 2 : 0, Below = FracY ? 3 : 0;
     if (X >= Left && Y >= Above && X + W + Right <= Ref.Width && Y + Height + Below <= Ref.Height)
         return {Ref.pPlane[0] + Y * Ref.PitchLuma + X, Ref.PitchLuma};
-    g_Kernels.CopyClamped(Ref.pPlane[0], Ref.PitchLuma, Ref.Width, Ref.Height, X - 2, Y - 2, d.m_Clamped, kClampedStep,
-                          W + 5, Height + 5);
-    return {d.m_Clamped + 2 * kClampedStep + 2, kClampedStep};
+    g_Kernels.CopyClamped(Ref.pPlane[0], Ref.PitchLuma, Ref.Width, Ref.Height, X - 2, Y - 2, Scratch.Clamped,
+                          kClampedStep, W + 5, Height + 5);
+    return {Scratch.Clamped + 2 * kClampedStep + 2, kClampedStep};
 }
 
 // At the borders of the reference, where one of the planes may have to be clamped. Chroma coordinates are the chroma
 // block's.
 template <int W, bool HasChroma>
-[[gnu::noinline]] void PredictAtBorder(H264SegmentDecoder& d, const ReferencePlanes& Ref, h264::MotionVector Mv,
+[[gnu::noinline]] void PredictAtBorder(PredictionScratch& Scratch, const ReferencePlanes& Ref, h264::MotionVector Mv,
                                        const Block& b, const Target& t)
 {
     const int FracX = Mv.x & 3, FracY = Mv.y & 3;
-    const Source s = LumaSource<W>(d, Ref, b.X + (Mv.x >> 2), b.Y + (Mv.y >> 2), b.Height, FracX, FracY);
+    const Source s = LumaSource<W>(Scratch, Ref, b.X + (Mv.x >> 2), b.Y + (Mv.y >> 2), b.Height, FracX, FracY);
     (g_Kernels.*LumaKernel<W>())(s.p, s.Step, t.pY, t.Step, FracX, FracY, b.Height);
     if constexpr (HasChroma) {
         constexpr int kWidth = W / 2;
@@ -104,7 +105,7 @@ template <int W, bool HasChroma>
         const ptrdiff_t Offset = Y * Ref.PitchChroma + X, Step = Inside ? Ref.PitchChroma : kClampedStep;
         const uint8_t* pSource[2];
         for (int i = 0; i < 2; ++i) {
-            uint8_t* const pClamped = d.m_Clamped + i * kClampedV;
+            uint8_t* const pClamped = Scratch.Clamped + i * kClampedV;
             pSource[i] = Inside ? Ref.pPlane[1 + i] + Offset : pClamped;
             if (!Inside)
                 g_Kernels.CopyClamped(Ref.pPlane[1 + i], Ref.PitchChroma, Ref.ChromaWidth, Ref.ChromaHeight, X, Y,
@@ -118,12 +119,12 @@ template <int W, bool HasChroma>
 // Luma and chroma of one block from one reference. Where the luma block lies inside with the taps' margins, the chroma
 // block with the sample that it may read right and below does so too (clause 8.4.1.4 halves the vector).
 template <int W, bool HasChroma>
-[[gnu::always_inline]] inline void PredictFrom(H264SegmentDecoder& d, const ReferencePlanes& Ref, h264::MotionVector Mv,
-                                               const Block& b, const Target& t)
+[[gnu::always_inline]] inline void PredictFrom(PredictionScratch& Scratch, const ReferencePlanes& Ref,
+                                               h264::MotionVector Mv, const Block& b, const Target& t)
 {
     const int X = b.X + (Mv.x >> 2), Y = b.Y + (Mv.y >> 2);
     if (X < 2 || Y < 2 || X + W + 3 > Ref.Width || Y + b.Height + 3 > Ref.Height) [[unlikely]]
-        return PredictAtBorder<W, HasChroma>(d, Ref, Mv, b, t);
+        return PredictAtBorder<W, HasChroma>(Scratch, Ref, Mv, b, t);
     (g_Kernels.*LumaKernel<W>())(Ref.pPlane[0] + Y * Ref.PitchLuma + X, Ref.PitchLuma, t.pY, t.Step, Mv.x & 3, Mv.y & 3,
                                  b.Height);
     if constexpr (HasChroma) {
@@ -134,187 +135,193 @@ template <int W, bool HasChroma>
     }
 }
 
-Target PictureTarget(const H264SegmentDecoder& d, const Block& b)
+Target PictureTarget(const PictureView& Picture, const Block& b)
 {
-    return {b.pY, b.pU, b.pV, d.m_PitchLuma, d.m_PitchChroma};
+    return {b.pY, b.pU, b.pV, Picture.PitchLuma, Picture.PitchChroma};
 }
 
-Target TempTarget(H264SegmentDecoder& d)
+Target TempTarget(PredictionScratch& Scratch)
 {
-    return {d.m_Temp, d.m_Temp + kTempU, d.m_Temp + kTempV, kTempStep, kTempStep};
+    return {Scratch.Temp, Scratch.Temp + kTempU, Scratch.Temp + kTempV, kTempStep, kTempStep};
 }
 
 // Explicit weights of one prediction in the picture, where the slice header has some for its reference.
 template <int W, bool HasChroma>
-void WeightOneList(H264SegmentDecoder& d, const PredWeight& w, const Block& b)
+void WeightOneList(const SliceView& s, const PredWeight& w, const Block& b)
 {
-    const auto Denominator = static_cast<int>(d.m_pHeader->luma_log2_weight_denom);
+    const auto Denominator = static_cast<int>(s.pHeader->luma_log2_weight_denom);
     if (w.luma_weight_flag)
-        (g_Kernels.*WeightKernel<W>())(b.pY, d.m_PitchLuma, b.Height, Denominator, w.luma_weight, w.luma_offset);
+        (g_Kernels.*WeightKernel<W>())(b.pY, s.Picture.PitchLuma, b.Height, Denominator, w.luma_weight, w.luma_offset);
     if (HasChroma && w.chroma_weight_flag) {
-        const auto ChromaDenominator = static_cast<int>(d.m_pHeader->chroma_log2_weight_denom);
-        (g_Kernels.*WeightKernel<W / 2>())(b.pU, d.m_PitchChroma, b.Height / 2, ChromaDenominator, w.chroma_weight[0],
-                                           w.chroma_offset[0]);
-        (g_Kernels.*WeightKernel<W / 2>())(b.pV, d.m_PitchChroma, b.Height / 2, ChromaDenominator, w.chroma_weight[1],
-                                           w.chroma_offset[1]);
+        const auto ChromaDenominator = static_cast<int>(s.pHeader->chroma_log2_weight_denom);
+        (g_Kernels.*WeightKernel<W / 2>())(b.pU, s.Picture.PitchChroma, b.Height / 2, ChromaDenominator,
+                                           w.chroma_weight[0], w.chroma_offset[0]);
+        (g_Kernels.*WeightKernel<W / 2>())(b.pV, s.Picture.PitchChroma, b.Height / 2, ChromaDenominator,
+                                           w.chroma_weight[1], w.chroma_offset[1]);
     }
 }
 
 template <int W, bool HasChroma>
-[[gnu::always_inline]] inline void PredictOneList(H264SegmentDecoder& d, int List, int RefIdx, h264::MotionVector Mv,
-                                                  const Block& b)
+[[gnu::always_inline]] inline void PredictOneList(const SliceView& s, PredictionScratch& Scratch, int List, int RefIdx,
+                                                  h264::MotionVector Mv, const Block& b)
 {
-    PredictFrom<W, HasChroma>(d, d.m_Reference[List][RefIdx], Mv, b, PictureTarget(d, b));
-    if (d.m_ExplicitWeights) WeightOneList<W, HasChroma>(d, d.m_Weights[List][RefIdx], b);
+    const ReferenceSet& Set = s.References.Sets[REFERENCES_PICTURE];
+    PredictFrom<W, HasChroma>(Scratch, Set.Planes[List][RefIdx], Mv, b, PictureTarget(s.Picture, b));
+    if (s.References.ExplicitWeights) WeightOneList<W, HasChroma>(s, Set.Weights[List][RefIdx], b);
 }
 
-// Joins the list 0 prediction in m_Temp with that of list 1 in the picture by weights of the slice header.
+// Joins the list 0 prediction in the scratch with that of list 1 in the picture by weights of the slice header.
 template <int W, bool HasChroma>
-void JoinExplicit(H264SegmentDecoder& d, const Block& b, const PredWeight& w0, const PredWeight& w1)
+void JoinExplicit(const SliceView& s, PredictionScratch& Scratch, const Block& b, const PredWeight& w0,
+                  const PredWeight& w1)
 {
     const auto Join = [&](auto Kernel, const uint8_t* pA, uint8_t* pDst, ptrdiff_t Step, int Height,
                           uint32_t Denominator, int Weight0, int Weight1, int Offset0, int Offset1) {
         (g_Kernels.*Kernel)(pA, kTempStep, pDst, Step, Height, static_cast<int>(Denominator), Weight0, Weight1,
                             (Offset0 + Offset1 + 1) >> 1);
     };
-    Join(BiWeightKernel<W>(), d.m_Temp, b.pY, d.m_PitchLuma, b.Height, d.m_pHeader->luma_log2_weight_denom,
+    Join(BiWeightKernel<W>(), Scratch.Temp, b.pY, s.Picture.PitchLuma, b.Height, s.pHeader->luma_log2_weight_denom,
          w0.luma_weight, w1.luma_weight, w0.luma_offset, w1.luma_offset);
     if constexpr (HasChroma)
         for (int i = 0; i < 2; ++i)
-            Join(BiWeightKernel<W / 2>(), d.m_Temp + (i ? kTempV : kTempU), i ? b.pV : b.pU, d.m_PitchChroma,
-                 b.Height / 2, d.m_pHeader->chroma_log2_weight_denom, w0.chroma_weight[i], w1.chroma_weight[i],
+            Join(BiWeightKernel<W / 2>(), Scratch.Temp + (i ? kTempV : kTempU), i ? b.pV : b.pU, s.Picture.PitchChroma,
+                 b.Height / 2, s.pHeader->chroma_log2_weight_denom, w0.chroma_weight[i], w1.chroma_weight[i],
                  w0.chroma_offset[i], w1.chroma_offset[i]);
 }
 
 template <int W, bool HasChroma>
-void JoinImplicit(H264SegmentDecoder& d, const Block& b, int Weight1)
+void JoinImplicit(const PictureView& Picture, PredictionScratch& Scratch, const Block& b, int Weight1)
 {
     constexpr int kLogDenom = 5;
     const int Weight0 = 64 - Weight1;
-    (g_Kernels.*BiWeightKernel<W>())(d.m_Temp, kTempStep, b.pY, d.m_PitchLuma, b.Height, kLogDenom, Weight0, Weight1,
-                                     0);
+    (g_Kernels.*BiWeightKernel<W>())(Scratch.Temp, kTempStep, b.pY, Picture.PitchLuma, b.Height, kLogDenom, Weight0,
+                                     Weight1, 0);
     if constexpr (HasChroma) {
-        (g_Kernels.*BiWeightKernel<W / 2>())(d.m_Temp + kTempU, kTempStep, b.pU, d.m_PitchChroma, b.Height / 2,
+        (g_Kernels.*BiWeightKernel<W / 2>())(Scratch.Temp + kTempU, kTempStep, b.pU, Picture.PitchChroma, b.Height / 2,
                                              kLogDenom, Weight0, Weight1, 0);
-        (g_Kernels.*BiWeightKernel<W / 2>())(d.m_Temp + kTempV, kTempStep, b.pV, d.m_PitchChroma, b.Height / 2,
+        (g_Kernels.*BiWeightKernel<W / 2>())(Scratch.Temp + kTempV, kTempStep, b.pV, Picture.PitchChroma, b.Height / 2,
                                              kLogDenom, Weight0, Weight1, 0);
     }
 }
 
 // Default bi-prediction: the mean of both.
 template <int W, bool HasChroma>
-void JoinAverage(H264SegmentDecoder& d, const Block& b)
+void JoinAverage(const PictureView& Picture, PredictionScratch& Scratch, const Block& b)
 {
-    (g_Kernels.*AverageKernel<W>())(d.m_Temp, kTempStep, b.pY, d.m_PitchLuma, b.Height);
+    (g_Kernels.*AverageKernel<W>())(Scratch.Temp, kTempStep, b.pY, Picture.PitchLuma, b.Height);
     if constexpr (HasChroma) {
-        (g_Kernels.*AverageKernel<W / 2>())(d.m_Temp + kTempU, kTempStep, b.pU, d.m_PitchChroma, b.Height / 2);
-        (g_Kernels.*AverageKernel<W / 2>())(d.m_Temp + kTempV, kTempStep, b.pV, d.m_PitchChroma, b.Height / 2);
+        (g_Kernels.*AverageKernel<W / 2>())(Scratch.Temp + kTempU, kTempStep, b.pU, Picture.PitchChroma, b.Height / 2);
+        (g_Kernels.*AverageKernel<W / 2>())(Scratch.Temp + kTempV, kTempStep, b.pV, Picture.PitchChroma, b.Height / 2);
     }
 }
 
 // The same where the list 0 block stands at its own place, as still content has it: it is averaged straight from there.
 template <int W, bool HasChroma>
-void AverageInPlace(H264SegmentDecoder& d, const Block& b, const ReferencePlanes& Ref)
+void AverageInPlace(const PictureView& Picture, const Block& b, const ReferencePlanes& Ref)
 {
-    (g_Kernels.*AverageKernel<W>())(Ref.pPlane[0] + b.Y * Ref.PitchLuma + b.X, Ref.PitchLuma, b.pY, d.m_PitchLuma,
+    (g_Kernels.*AverageKernel<W>())(Ref.pPlane[0] + b.Y * Ref.PitchLuma + b.X, Ref.PitchLuma, b.pY, Picture.PitchLuma,
                                     b.Height);
     if constexpr (HasChroma) {
         const ptrdiff_t Offset = b.Y / 2 * Ref.PitchChroma + b.X / 2;
-        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.PitchChroma, b.pU, d.m_PitchChroma,
+        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[1] + Offset, Ref.PitchChroma, b.pU, Picture.PitchChroma,
                                             b.Height / 2);
-        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[2] + Offset, Ref.PitchChroma, b.pV, d.m_PitchChroma,
+        (g_Kernels.*AverageKernel<W / 2>())(Ref.pPlane[2] + Offset, Ref.PitchChroma, b.pV, Picture.PitchChroma,
                                             b.Height / 2);
     }
 }
 
 template <int W, bool HasChroma>
-void PredictBothLists(H264SegmentDecoder& d, const int RefIdx[2], const h264::MotionVector Mv[2], const Block& b)
+void PredictBothLists(const SliceView& s, PredictionScratch& Scratch, const int RefIdx[2],
+                      const h264::MotionVector Mv[2], const Block& b)
 {
-    const ReferencePlanes &Ref0 = d.m_Reference[0][RefIdx[0]], &Ref1 = d.m_Reference[1][RefIdx[1]];
-    PredictFrom<W, HasChroma>(d, Ref1, Mv[1], b, PictureTarget(d, b));
+    const ReferenceSet& Set = s.References.Sets[REFERENCES_PICTURE];
+    const ReferencePlanes &Ref0 = Set.Planes[0][RefIdx[0]], &Ref1 = Set.Planes[1][RefIdx[1]];
+    PredictFrom<W, HasChroma>(Scratch, Ref1, Mv[1], b, PictureTarget(s.Picture, b));
 
     constexpr int kEvenWeight = 32;
-    const int Weight1 = d.m_ImplicitWeights ? d.m_DirectTables.ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
-    const bool Even = !d.m_ExplicitWeights && Weight1 == kEvenWeight;
+    const int Weight1 = s.References.ImplicitWeights ? Set.Tables.ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
+    const bool Even = !s.References.ExplicitWeights && Weight1 == kEvenWeight;
     const bool Inside = b.X + W <= Ref0.Width && b.Y + b.Height <= Ref0.Height; // not so for a missing picture
     if (Even && AsWord(Mv[0]) == 0 && Ref0.ChromaMvOffset == 0 && Inside)
-        return AverageInPlace<W, HasChroma>(d, b, Ref0);
+        return AverageInPlace<W, HasChroma>(s.Picture, b, Ref0);
 
-    PredictFrom<W, HasChroma>(d, Ref0, Mv[0], b, TempTarget(d));
+    PredictFrom<W, HasChroma>(Scratch, Ref0, Mv[0], b, TempTarget(Scratch));
     if (Even)
-        JoinAverage<W, HasChroma>(d, b);
-    else if (d.m_ExplicitWeights)
-        JoinExplicit<W, HasChroma>(d, b, d.m_Weights[0][RefIdx[0]], d.m_Weights[1][RefIdx[1]]);
+        JoinAverage<W, HasChroma>(s.Picture, Scratch, b);
+    else if (s.References.ExplicitWeights)
+        JoinExplicit<W, HasChroma>(s, Scratch, b, Set.Weights[0][RefIdx[0]], Set.Weights[1][RefIdx[1]]);
     else
-        JoinImplicit<W, HasChroma>(d, b, Weight1);
+        JoinImplicit<W, HasChroma>(s.Picture, Scratch, b, Weight1);
 }
 
-// The block of W x Height luma samples at (X, Y) of the macroblock; its motion is that of its first 4x4 block.
+// The block of W x Height luma samples whose first 4x4 block, in raster order, is First; its motion is that block's.
 template <int W, bool HasChroma>
-void PredictBlock(H264SegmentDecoder& d, int X, int Y, int Height)
+void PredictBlock(const SliceView& s, const MbState& Mb, PredictionScratch& Scratch, int First, int Height)
 {
-    const int i = d.m_Mb.m_Mb * 16 + Y + X / 4;
-    const int PosX = d.m_Mb.m_X * 16 + X, PosY = d.m_Mb.m_Y * 16 + Y;
-    Block b{d.m_pPlane[0] + PosY * d.m_PitchLuma + PosX, nullptr, nullptr, PosX, PosY, Height};
+    const PictureView& Picture = s.Picture;
+    const int i = Mb.Number * 16 + First;
+    const int PosX = Mb.X * 16 + (First & 3) * 4, PosY = Mb.Y * 16 + (First & 12);
+    Block b{Picture.pPlane[0] + PosY * Picture.PitchLuma + PosX, nullptr, nullptr, PosX, PosY, Height};
     if constexpr (HasChroma) {
-        const ptrdiff_t Offset = PosY / 2 * d.m_PitchChroma + PosX / 2;
-        b.pU = d.m_pPlane[1] + Offset;
-        b.pV = d.m_pPlane[2] + Offset;
+        const ptrdiff_t Offset = PosY / 2 * Picture.PitchChroma + PosX / 2;
+        b.pU = Picture.pPlane[1] + Offset;
+        b.pV = Picture.pPlane[2] + Offset;
     }
-    const int RefIdx[2] = {d.m_MbInfo.m_pRefIdx[0][i], d.m_MbInfo.m_pRefIdx[1][i]};
-    const h264::MotionVector Mv[2] = {d.m_MbInfo.m_pMv[0][i], d.m_MbInfo.m_pMv[1][i]};
+    const int RefIdx[2] = {s.Records.m_pRefIdx[0][i], s.Records.m_pRefIdx[1][i]};
+    const h264::MotionVector Mv[2] = {s.Records.m_pMv[0][i], s.Records.m_pMv[1][i]};
     if (RefIdx[1] < 0)
-        PredictOneList<W, HasChroma>(d, 0, RefIdx[0], Mv[0], b);
+        PredictOneList<W, HasChroma>(s, Scratch, 0, RefIdx[0], Mv[0], b);
     else if (RefIdx[0] < 0)
-        PredictOneList<W, HasChroma>(d, 1, RefIdx[1], Mv[1], b);
+        PredictOneList<W, HasChroma>(s, Scratch, 1, RefIdx[1], Mv[1], b);
     else
-        PredictBothLists<W, HasChroma>(d, RefIdx, Mv, b);
+        PredictBothLists<W, HasChroma>(s, Scratch, RefIdx, Mv, b);
 }
 
 template <bool HasChroma>
-void PredictQuadrant(H264SegmentDecoder& d, int Quadrant)
+void PredictQuadrant(const SliceView& s, const MbState& Mb, PredictionScratch& Scratch, int Quadrant)
 {
-    const int X = (Quadrant & 1) * 8, Y = (Quadrant & 2) * 4;
-    switch (d.m_Mb.m_pGlobal->SubBlockType[Quadrant] & SUBTYPE_SHAPE) {
-    case SHAPE_WHOLE: PredictBlock<8, HasChroma>(d, X, Y, 8); break;
+    const int First = (Quadrant & 1) * 2 + (Quadrant & 2) * 4;
+    switch (Mb.pGlobal->SubBlockType[Quadrant] & SUBTYPE_SHAPE) {
+    case SHAPE_WHOLE: PredictBlock<8, HasChroma>(s, Mb, Scratch, First, 8); break;
     case SHAPE_ROWS:
-        PredictBlock<8, HasChroma>(d, X, Y, 4);
-        PredictBlock<8, HasChroma>(d, X, Y + 4, 4);
+        PredictBlock<8, HasChroma>(s, Mb, Scratch, First, 4);
+        PredictBlock<8, HasChroma>(s, Mb, Scratch, First + 4, 4);
         break;
     case SHAPE_COLUMNS:
-        PredictBlock<4, HasChroma>(d, X, Y, 8);
-        PredictBlock<4, HasChroma>(d, X + 4, Y, 8);
+        PredictBlock<4, HasChroma>(s, Mb, Scratch, First, 8);
+        PredictBlock<4, HasChroma>(s, Mb, Scratch, First + 1, 8);
         break;
     default:
-        for (int i = 0; i < 4; ++i) PredictBlock<4, HasChroma>(d, X + (i & 1) * 4, Y + (i & 2) * 2, 4);
+        for (int i = 0; i < 4; ++i) PredictBlock<4, HasChroma>(s, Mb, Scratch, First + (i & 1) + (i & 2) * 2, 4);
+    }
+}
+
+template <bool HasChroma>
+void PredictParts(const SliceView& s, const MbState& Mb, PredictionScratch& Scratch)
+{
+    switch (Mb.pGlobal->MbType) {
+    case MBTYPE_INTER16x8:
+        PredictBlock<16, HasChroma>(s, Mb, Scratch, 0, 8);
+        PredictBlock<16, HasChroma>(s, Mb, Scratch, 8, 8);
+        break;
+    case MBTYPE_INTER8x16:
+        PredictBlock<8, HasChroma>(s, Mb, Scratch, 0, 16);
+        PredictBlock<8, HasChroma>(s, Mb, Scratch, 2, 16);
+        break;
+    default:
+        for (int q = 0; q < 4; ++q) PredictQuadrant<HasChroma>(s, Mb, Scratch, q);
     }
 }
 
 } // namespace
 
 template <bool HasChroma>
-void PredictInter(H264SegmentDecoder& Decoder)
+void PredictInter(const SliceView& Slice, const MbState& Mb, PredictionScratch& Scratch)
 {
-    switch (Decoder.m_Mb.m_pGlobal->MbType) {
-    case MBTYPE_INTER16x8:
-        PredictBlock<16, HasChroma>(Decoder, 0, 0, 8);
-        PredictBlock<16, HasChroma>(Decoder, 0, 8, 8);
-        break;
-    case MBTYPE_INTER8x16:
-        PredictBlock<8, HasChroma>(Decoder, 0, 0, 16);
-        PredictBlock<8, HasChroma>(Decoder, 8, 0, 16);
-        break;
-    case MBTYPE_DIRECT:
-        if (Decoder.m_Mb.m_pGlobal->MbFlags & MBFLAG_ONE_MOTION) return PredictBlock<16, HasChroma>(Decoder, 0, 0, 16);
-        [[fallthrough]];
-    case MBTYPE_INTER8x8:
-    case MBTYPE_INTER8x8_REF0:
-        for (int q = 0; q < 4; ++q) PredictQuadrant<HasChroma>(Decoder, q);
-        break;
-    default: PredictBlock<16, HasChroma>(Decoder, 0, 0, 16);
-    }
+    if (Mb.pGlobal->MbFlags & MBFLAG_ONE_MOTION) return PredictBlock<16, HasChroma>(Slice, Mb, Scratch, 0, 16);
+    PredictParts<HasChroma>(Slice, Mb, Scratch);
 }
-template void PredictInter<false>(H264SegmentDecoder&);
-template void PredictInter<true>(H264SegmentDecoder&);
+template void PredictInter<false>(const SliceView&, const MbState&, PredictionScratch&);
+template void PredictInter<true>(const SliceView&, const MbState&, PredictionScratch&);
 
 } // namespace UMC

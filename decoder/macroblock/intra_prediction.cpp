@@ -40,27 +40,29 @@ unsigned BlockNeighbours(unsigned Mb, int x, int y, int Size)
     return Available;
 }
 
-uint8_t* LumaOf(H264SegmentDecoder& d) { return d.m_pPlane[0] + d.m_Mb.m_Y * 16 * d.m_PitchLuma + d.m_Mb.m_X * 16; }
+uint8_t* LumaOf(const PictureView& Picture, const MbState& Mb)
+{
+    return Picture.pPlane[0] + Mb.Y * 16 * Picture.PitchLuma + Mb.X * 16;
+}
 
 } // namespace
 
-unsigned FindIntraNeighbours(const H264SegmentDecoder& Decoder)
+unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb)
 {
-    const MbGlobalInfo* const pGlobal = Decoder.m_MbInfo.m_pGlobal;
-    const bool Constrained = Decoder.m_pPicParamSet->constrained_intra_pred_flag != 0;
+    const MbGlobalInfo* const pGlobal = Slice.Records.m_pGlobal;
+    const bool Constrained = Slice.pPictureSet->constrained_intra_pred_flag != 0;
     const auto Bit = [&](int32_t Neighbour, unsigned Flag) {
         return Neighbour >= 0 && (!Constrained || IsIntra(pGlobal[Neighbour])) ? Flag : 0u;
     };
-    const MbState& Mb = Decoder.m_Mb;
-    return Bit(Mb.m_Left, kLeft) | Bit(Mb.m_Top, kTop) | Bit(Mb.m_TopRight, kTopRight) | Bit(Mb.m_TopLeft, kTopLeft);
+    return Bit(Mb.Left, kLeft) | Bit(Mb.Top, kTop) | Bit(Mb.TopRight, kTopRight) | Bit(Mb.TopLeft, kTopLeft);
 }
 
-void PredictIntra16x16(H264SegmentDecoder& Decoder)
+void PredictIntra16x16(const SliceView& Slice, const MbState& Mb)
 {
-    const unsigned Available = FindIntraNeighbours(Decoder);
-    uint8_t* const p = LumaOf(Decoder);
-    const ptrdiff_t Step = Decoder.m_PitchLuma;
-    switch (Decoder.m_Mb.m_pLocal->SubBlockDirection[0]) {
+    const unsigned Available = FindIntraNeighbours(Slice, Mb);
+    uint8_t* const p = LumaOf(Slice.Picture, Mb);
+    const ptrdiff_t Step = Slice.Picture.PitchLuma;
+    switch (Mb.pLocal->SubBlockDirection[0]) {
     case 0: Require(kTop, Available); return g_Kernels.Predict16x16Vertical(p, Step, p, Step, Available);
     case 1: Require(kLeft, Available); return g_Kernels.Predict16x16Horizontal(p, Step, p, Step, Available);
     case 2: return g_Kernels.Predict16x16Dc(p, Step, p, Step, Available);
@@ -70,15 +72,15 @@ void PredictIntra16x16(H264SegmentDecoder& Decoder)
     }
 }
 
-void PredictIntraChroma(H264SegmentDecoder& Decoder)
+void PredictIntraChroma(const SliceView& Slice, const MbState& Mb)
 {
     constexpr unsigned kModeNeeds[4] = {0, kLeft, kTop, kLeft | kTop | kTopLeft};
-    const unsigned Available = FindIntraNeighbours(Decoder);
-    const unsigned Mode = Decoder.m_Mb.m_pLocal->SubBlockDirection[2];
+    const unsigned Available = FindIntraNeighbours(Slice, Mb);
+    const unsigned Mode = Mb.pLocal->SubBlockDirection[2];
     Require(kModeNeeds[Mode], Available);
-    const ptrdiff_t Step = Decoder.m_PitchChroma;
+    const ptrdiff_t Step = Slice.Picture.PitchChroma;
     for (int Plane = 1; Plane < 3; ++Plane) {
-        uint8_t* const p = Decoder.m_pPlane[Plane] + Decoder.m_Mb.m_Y * 8 * Step + Decoder.m_Mb.m_X * 8;
+        uint8_t* const p = Slice.Picture.pPlane[Plane] + Mb.Y * 8 * Step + Mb.X * 8;
         switch (Mode) {
         case 0: g_Kernels.PredictChromaDc(p, Step, p, Step, Available); break;
         case 1: g_Kernels.PredictChromaHorizontal(p, Step, p, Step, Available); break;
@@ -88,37 +90,39 @@ void PredictIntraChroma(H264SegmentDecoder& Decoder)
     }
 }
 
-void ReconstructIntra4x4(H264SegmentDecoder& Decoder, int16_t* pCoeffs)
+void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs)
 {
-    const unsigned Mb = FindIntraNeighbours(Decoder);
-    const uint8_t* const pModes = Decoder.m_Local.m_pIntraModes + Decoder.m_Mb.m_Mb * 16;
-    const ptrdiff_t Step = Decoder.m_PitchLuma;
-    uint8_t* const pLuma = LumaOf(Decoder);
+    const unsigned Around = FindIntraNeighbours(Slice, Mb);
+    int16_t* const pCoeffs = Coeffs.As<int16_t>();
+    const uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
+    const ptrdiff_t Step = Slice.Picture.PitchLuma;
+    uint8_t* const pLuma = LumaOf(Slice.Picture, Mb);
     for (int i = 0; i < 16; ++i) {
         const int Raster = h264::kBlockRaster[i], x = Raster & 3, y = Raster >> 2;
         uint8_t* const p = pLuma + y * 4 * Step + x * 4;
         const int Mode = pModes[Raster];
-        const unsigned Available = BlockNeighbours(Mb, x, y, 4);
+        const unsigned Available = BlockNeighbours(Around, x, y, 4);
         Require(kNeeds[Mode], Available);
         g_Kernels.PredictIntra4x4(Mode, p, Step, p - Step + 4, p, Step, Available);
-        if (Decoder.m_ResidualBits[0] >> i & 1) g_Kernels.AddResidual4x4(pCoeffs + i * 16, p, Step);
+        if (Coeffs.Bits[0] >> i & 1) g_Kernels.AddResidual4x4(pCoeffs + i * 16, p, Step);
     }
 }
 
-void ReconstructIntra8x8(H264SegmentDecoder& Decoder, int16_t* pCoeffs)
+void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs)
 {
-    const unsigned Mb = FindIntraNeighbours(Decoder);
-    const uint8_t* const pModes = Decoder.m_Local.m_pIntraModes + Decoder.m_Mb.m_Mb * 16;
-    const ptrdiff_t Step = Decoder.m_PitchLuma;
-    uint8_t* const pLuma = LumaOf(Decoder);
+    const unsigned Around = FindIntraNeighbours(Slice, Mb);
+    int16_t* const pCoeffs = Coeffs.As<int16_t>();
+    const uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
+    const ptrdiff_t Step = Slice.Picture.PitchLuma;
+    uint8_t* const pLuma = LumaOf(Slice.Picture, Mb);
     for (int q = 0; q < 4; ++q) {
         const int x = q & 1, y = q >> 1;
         uint8_t* const p = pLuma + y * 8 * Step + x * 8;
         const int Mode = pModes[y * 8 + x * 2];
-        const unsigned Available = BlockNeighbours(Mb, x, y, 2);
+        const unsigned Available = BlockNeighbours(Around, x, y, 2);
         Require(kNeeds[Mode], Available);
         g_Kernels.PredictIntra8x8(Mode, p, Step, p, Step, Available);
-        if (Decoder.m_ResidualBits[0] >> (q * 4) & 15) g_Kernels.AddResidual8x8(pCoeffs + q * 64, p, Step);
+        if (Coeffs.Bits[0] >> (q * 4) & 15) g_Kernels.AddResidual8x8(pCoeffs + q * 64, p, Step);
     }
 }
 

@@ -2,7 +2,7 @@
 // there throws h264_exception: only damaged data has one.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
 
@@ -10,14 +10,14 @@ namespace UMC {
 
 // Neighbouring macroblocks that intra prediction may read, as kernels::IntraAvailable bits: with
 // constrained_intra_pred_flag only intra ones.
-unsigned FindIntraNeighbours(const H264SegmentDecoder& Decoder);
+unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb);
 
 // Predict into the picture; the residual is added by the caller.
-void PredictIntra16x16(H264SegmentDecoder& Decoder);
-void PredictIntraChroma(H264SegmentDecoder& Decoder); // both 4:2:0 planes
+void PredictIntra16x16(const SliceView& Slice, const MbState& Mb);
+void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both 4:2:0 planes
 
-// Predict each block and add its residual before the next is predicted. pCoeffs: 256 values, cleared.
-void ReconstructIntra4x4(H264SegmentDecoder& Decoder, int16_t* pCoeffs);
-void ReconstructIntra8x8(H264SegmentDecoder& Decoder, int16_t* pCoeffs);
+// Predict each block and add its residual before the next is predicted.
+void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
+void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
 
 } // namespace UMC

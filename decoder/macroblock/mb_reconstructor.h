@@ -2,7 +2,6 @@
 // for 8-bit samples and formats without chroma or 4:2:0.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
 #include "decoder/macroblock/inter_prediction.h"
 #include "decoder/macroblock/intra_prediction.h"
 #include "kernels/dispatch/kernels.h"
@@ -20,74 +19,74 @@ class MBReconstructor
 
 protected:
     // The macroblock in hand, of a P or B slice. Throws h264_exception for an intra mode whose neighbours are missing.
-    static void ReconstructInter(H264SegmentDecoder& d)
+    static void ReconstructInter(const SliceView& s, const MbState& Mb, MbResidual& Coefficients,
+                                 PredictionScratch& Scratch)
     {
-        if (IsIntra(*d.m_Mb.m_pGlobal)) return ReconstructIntra(d);
-        PredictInter<kHasChroma>(d);
-        AddLuma(d);
-        if constexpr (kHasChroma) AddChroma(d);
+        if (IsIntra(*Mb.pGlobal)) return ReconstructIntra(s, Mb, Coefficients);
+        PredictInter<kHasChroma>(s, Mb, Scratch);
+        AddLuma(s.Picture, Mb, Coefficients);
+        if constexpr (kHasChroma) AddChroma(s.Picture, Mb, Coefficients);
     }
 
     // Of an I slice, or an intra macroblock of another.
-    static void ReconstructIntra(H264SegmentDecoder& d)
+    static void ReconstructIntra(const SliceView& s, const MbState& Mb, MbResidual& Coefficients)
     {
-        switch (d.m_Mb.m_pGlobal->MbType) {
-        case MBTYPE_PCM: return CopyPcm(d);
+        switch (Mb.pGlobal->MbType) {
+        case MBTYPE_PCM: return CopyPcm(s.Picture, Mb, Coefficients);
         case MBTYPE_INTRA16x16:
-            PredictIntra16x16(d);
-            AddLuma(d);
+            PredictIntra16x16(s, Mb);
+            AddLuma(s.Picture, Mb, Coefficients);
             break;
         default:
-            if (is_high_profile && (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
-                ReconstructIntra8x8(d, CoefficientsOf(d));
+            if (is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
+                ReconstructIntra8x8(s, Mb, Coefficients);
             else
-                ReconstructIntra4x4(d, CoefficientsOf(d));
+                ReconstructIntra4x4(s, Mb, Coefficients);
         }
         if constexpr (kHasChroma) {
-            PredictIntraChroma(d);
-            AddChroma(d);
+            PredictIntraChroma(s, Mb);
+            AddChroma(s.Picture, Mb, Coefficients);
         }
     }
 
 private:
     static constexpr bool kHasChroma = color_format != 0;
 
-    static Coeffs* CoefficientsOf(H264SegmentDecoder& d) { return reinterpret_cast<Coeffs*>(d.m_Coefficients); }
-    static uint8_t* LumaOf(H264SegmentDecoder& d)
+    static uint8_t* LumaOf(const PictureView& Picture, const MbState& Mb)
     {
-        return d.m_pPlane[0] + d.m_Mb.m_Y * 16 * d.m_PitchLuma + d.m_Mb.m_X * 16;
+        return Picture.pPlane[0] + Mb.Y * 16 * Picture.PitchLuma + Mb.X * 16;
     }
 
-    static void AddLuma(H264SegmentDecoder& d)
+    static void AddLuma(const PictureView& Picture, const MbState& Mb, MbResidual& r)
     {
-        if (d.m_ResidualBits[0] == 0) return;
-        if (is_high_profile && (d.m_Mb.m_pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
-            kernels::g_Kernels.AddResidualLuma8x8(CoefficientsOf(d), LumaOf(d), d.m_PitchLuma, d.m_ResidualBits[0]);
+        if (r.Bits[0] == 0) return;
+        if (is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
+            kernels::g_Kernels.AddResidualLuma8x8(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0]);
         else
-            kernels::g_Kernels.AddResidualLuma4x4(CoefficientsOf(d), LumaOf(d), d.m_PitchLuma, d.m_ResidualBits[0]);
+            kernels::g_Kernels.AddResidualLuma4x4(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0]);
     }
 
-    static void AddChroma(H264SegmentDecoder& d)
+    static void AddChroma(const PictureView& Picture, const MbState& Mb, MbResidual& r)
     {
-        const ptrdiff_t Offset = d.m_Mb.m_Y * 8 * d.m_PitchChroma + d.m_Mb.m_X * 8;
+        const ptrdiff_t Offset = Mb.Y * 8 * Picture.PitchChroma + Mb.X * 8;
         for (int Plane = 1; Plane < 3; ++Plane)
-            if (d.m_ResidualBits[Plane])
-                kernels::g_Kernels.AddResidualChroma(CoefficientsOf(d) + 256 + (Plane - 1) * 64,
-                                                     d.m_pPlane[Plane] + Offset, d.m_PitchChroma,
-                                                     d.m_ResidualBits[Plane]);
+            if (r.Bits[Plane])
+                kernels::g_Kernels.AddResidualChroma(r.As<Coeffs>() + 256 + (Plane - 1) * 64,
+                                                     Picture.pPlane[Plane] + Offset, Picture.PitchChroma,
+                                                     r.Bits[Plane]);
     }
 
-    static void CopyPcm(H264SegmentDecoder& d)
+    static void CopyPcm(const PictureView& Picture, const MbState& Mb, MbResidual& r)
     {
-        const auto* pSamples = reinterpret_cast<const PlaneY*>(d.m_Coefficients);
-        uint8_t* pDst = LumaOf(d);
-        for (int y = 0; y < 16; ++y, pSamples += 16, pDst += d.m_PitchLuma) std::memcpy(pDst, pSamples, 16);
+        const PlaneY* pSamples = r.As<PlaneY>();
+        uint8_t* pDst = LumaOf(Picture, Mb);
+        for (int y = 0; y < 16; ++y, pSamples += 16, pDst += Picture.PitchLuma) std::memcpy(pDst, pSamples, 16);
         if constexpr (kHasChroma)
             for (int Plane = 1; Plane < 3; ++Plane) {
-                pDst = d.m_pPlane[Plane] + d.m_Mb.m_Y * 8 * d.m_PitchChroma + d.m_Mb.m_X * 8;
-                for (int y = 0; y < 8; ++y, pSamples += 8, pDst += d.m_PitchChroma) std::memcpy(pDst, pSamples, 8);
+                pDst = Picture.pPlane[Plane] + Mb.Y * 8 * Picture.PitchChroma + Mb.X * 8;
+                for (int y = 0; y < 8; ++y, pSamples += 8, pDst += Picture.PitchChroma) std::memcpy(pDst, pSamples, 8);
             }
-        std::memset(d.m_Coefficients, 0, 256 + (kHasChroma ? 128 : 0)); // the next macroblock expects no coefficients
+        std::memset(r.Coefficients, 0, 256 + (kHasChroma ? 128 : 0)); // the next macroblock expects no coefficients
     }
 };
 

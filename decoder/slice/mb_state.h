@@ -37,13 +37,13 @@ inline bool IsIntra(const MbGlobalInfo& Mb) { return IsIntra(Mb.MbType); }
 // The macroblock in hand. Neighbours are -1 when they lie outside the picture or the slice; their records then are the
 // slice's stand-ins, which add nothing to any CABAC context.
 struct MbState {
-    int32_t m_Mb = 0;         // number in the frame's arrays
-    int32_t m_X = 0, m_Y = 0; // in macroblocks, within the frame or field
-    int32_t m_Left = -1, m_Top = -1, m_TopRight = -1, m_TopLeft = -1;
-    MbGlobalInfo* m_pGlobal = nullptr;
-    MbLocalInfo* m_pLocal = nullptr;
-    const MbGlobalInfo *m_pLeftGlobal = nullptr, *m_pTopGlobal = nullptr;
-    const MbLocalInfo *m_pLeftLocal = nullptr, *m_pTopLocal = nullptr;
+    int32_t Number = 0;   // in the frame's arrays
+    int32_t X = 0, Y = 0; // in macroblocks, within the frame or field
+    int32_t Left = -1, Top = -1, TopRight = -1, TopLeft = -1;
+    MbGlobalInfo* pGlobal = nullptr;
+    MbLocalInfo* pLocal = nullptr;
+    const MbGlobalInfo *pLeftGlobal = nullptr, *pTopGlobal = nullptr;
+    const MbLocalInfo *pLeftLocal = nullptr, *pTopLocal = nullptr;
 };
 
 // Inter prediction shape of a macroblock or of an 8x8 block.

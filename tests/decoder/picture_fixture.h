@@ -1,7 +1,7 @@
-// A picture of a few macroblocks with all the records that a segment decoder works on, for tests of single steps.
+// A picture of a few macroblocks with all the records that the stages work on, for tests of single steps.
 #pragma once
 
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/slice/slice_cursor.h"
 
 #include <gtest/gtest.h>
 
@@ -16,39 +16,37 @@ class PictureFixture : public testing::Test
 protected:
     static constexpr int kWidth = 4, kHeight = 3, kMbs = kWidth * kHeight; // macroblocks
 
-    PictureFixture() : m_pDecoder(std::make_unique<H264SegmentDecoderMultiThreaded>(nullptr, nullptr))
+    PictureFixture() : m_pCursor(std::make_unique<SliceCursor>())
     {
-        H264SegmentDecoder& d = *m_pDecoder;
-        d.Init(0);
         for (int i = 0; i < 2; ++i) {
             m_Mv[i].resize(kMbs * 16);
             m_Ref[i].assign(kMbs * 16, h264::kRefNone);
             m_Mvd[i].resize(kMbs);
-            d.m_MbInfo.m_pMv[i] = m_Mv[i].data();
-            d.m_MbInfo.m_pRefIdx[i] = m_Ref[i].data();
-            d.m_Local.m_pMvd[i] = m_Mvd[i].data();
+            m_Frame.m_MbInfo.m_pMv[i] = m_Mv[i].data();
+            m_Frame.m_MbInfo.m_pRefIdx[i] = m_Ref[i].data();
+            m_LocalBuffers.m_pMvd[i] = m_Mvd[i].data();
         }
         m_Global.resize(kMbs);
         for (MbGlobalInfo& Mb : m_Global) Mb.SliceId = kNoSlice;
         m_LocalInfo.resize(kMbs);
         m_IntraModes.resize(kMbs * 16);
         m_Counts.resize(kMbs * 48);
-        d.m_MbInfo.m_pGlobal = m_Global.data();
-        d.m_Local.m_pLocal = m_LocalInfo.data();
-        d.m_Local.m_pIntraModes = m_IntraModes.data();
-        d.m_Local.m_pCoeffCounts = m_Counts.data();
-        d.m_MbWidth = kWidth;
-        d.m_MbHeight = kHeight;
-        d.m_pSlice = &m_Slice;
-        d.m_pHeader = &m_Slice.m_Header;
-        d.m_pSeqParamSet = &m_Sequence;
-        d.m_pPicParamSet = m_pPicture.get();
-        d.m_pFrame = &m_Frame;
+        m_Frame.m_MbInfo.m_pGlobal = m_Global.data();
+        m_LocalBuffers.m_pLocal = m_LocalInfo.data();
+        m_LocalBuffers.m_pIntraModes = m_IntraModes.data();
+        m_LocalBuffers.m_pCoeffCounts = m_Counts.data();
+        m_Slice.m_pSeqParamSet = &m_Sequence;
         m_Slice.m_pPicParamSet = m_pPicture.get();
+        m_Slice.m_pFrame = &m_Frame;
+        m_Slice.m_pLocal = &m_LocalBuffers;
         m_Slice.m_pRefPicList = &m_Lists;
-        d.m_pRefPicList = &m_Lists;
         for (int i = 0; i < 4; ++i) m_Lists.List[0].Frame[i] = m_Lists.List[1].Frame[i] = &m_References[i];
+        m_Frame.m_MbSize = {kWidth, kHeight};
+        m_Sequence.chroma_format_idc = 1;
+        m_Sequence.bit_depth_luma = m_Sequence.bit_depth_chroma = 8;
+        m_pCursor->View(m_Slice);
     }
+    ~PictureFixture() override { m_Frame.m_MbInfo = {}; } // the records are not the frame's to release
 
     // Puts macroblock Mb into slice 0 with one motion of list List.
     void SetMotion(int Mb, int RefIdx, h264::MotionVector Mv, int List = 0)
@@ -82,7 +80,8 @@ protected:
     std::vector<MbGlobalInfo> m_Global;
     std::vector<MbLocalInfo> m_LocalInfo;
     std::vector<uint8_t> m_IntraModes, m_Counts;
-    std::unique_ptr<H264SegmentDecoderMultiThreaded> m_pDecoder;
+    H264LocalMbBuffers m_LocalBuffers;
+    std::unique_ptr<SliceCursor> m_pCursor;
 };
 
 } // namespace UMC

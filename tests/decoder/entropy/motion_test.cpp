@@ -12,9 +12,9 @@ class MvPrediction : public PictureFixture
 protected:
     const MotionCache& Load()
     {
-        BeginMacroblock(*m_pDecoder, 5, 1, 1);
-        LoadMotion(*m_pDecoder, 0);
-        return m_pDecoder->m_Motion[0];
+        BeginMacroblock(*m_pCursor, 5, 1, 1);
+        LoadMotion(m_pCursor->Motion.Cache[0], m_pCursor->Slice.Records, m_pCursor->Mb, 0);
+        return m_pCursor->Motion.Cache[0];
     }
     static void ExpectMv(h264::MotionVector Mv, int x, int y)
     {
@@ -71,7 +71,7 @@ TEST_F(MvPrediction, OfAWholeMacroblockNeedsNoCache)
     for (const bool TopRight : {false, true}) {
         SetMotion(TopRight ? 2 : 0, 2, {5, 6});
         const h264::MotionNeighbours Cached = FindMotionNeighbours(Load(), kCacheOrigin, 4);
-        const h264::MotionNeighbours Direct = FindMotionNeighbours(*m_pDecoder, 0);
+        const h264::MotionNeighbours Direct = FindMotionNeighbours(m_pCursor->Slice.Records, m_pCursor->Mb, 0);
         for (const auto Which : {&h264::MotionNeighbours::A, &h264::MotionNeighbours::B, &h264::MotionNeighbours::C}) {
             EXPECT_EQ((Cached.*Which).RefIdx, (Direct.*Which).RefIdx);
             EXPECT_EQ(AsWord((Cached.*Which).Mv), AsWord((Direct.*Which).Mv));
@@ -81,21 +81,21 @@ TEST_F(MvPrediction, OfAWholeMacroblockNeedsNoCache)
 
 TEST_F(MvPrediction, RecordsGoRoundThroughTheCache)
 {
-    MotionCache& Cache = m_pDecoder->m_Motion[0];
+    MotionCache& Cache = m_pCursor->Motion.Cache[0];
     Load();
     for (int i = 0; i < 16; ++i) {
         const int Pos = CachePos(i & 3, i >> 2);
         FillRef(Cache, Pos, 1, 1, i & 3);
         FillMv(Cache, Pos, 1, 1, {static_cast<int16_t>(i), static_cast<int16_t>(-i)});
     }
-    StoreMotion(*m_pDecoder, 0);
+    StoreMotion(Cache, m_pCursor->Slice.Records, 5, 0);
     for (int i = 0; i < 16; ++i) {
         EXPECT_EQ(m_Ref[0][static_cast<size_t>(5 * 16 + i)], i & 3);
         ExpectMv(m_Mv[0][static_cast<size_t>(5 * 16 + i)], i, -i);
     }
     m_Global[5].SliceId = 0;
-    BeginMacroblock(*m_pDecoder, 6, 2, 1);
-    LoadMotion(*m_pDecoder, 0);
+    BeginMacroblock(*m_pCursor, 6, 2, 1);
+    LoadMotion(m_pCursor->Motion.Cache[0], m_pCursor->Slice.Records, m_pCursor->Mb, 0);
     for (int y = 0; y < 4; ++y) ExpectMv(Cache.Mv[CachePos(-1, y)], y * 4 + 3, -(y * 4 + 3));
 }
 

@@ -17,7 +17,7 @@ protected:
     }
     DeblockingStrength Find(int Mb = 5)
     {
-        return H264Deblocker(*m_pDecoder, m_Slice).FindStrength(Mb % kWidth, Mb / kWidth);
+        return H264Deblocker(m_pCursor->Slice.Picture, m_Slice).FindStrength(Mb % kWidth, Mb / kWidth);
     }
     static void ExpectEdges(const DeblockingStrength& s, int Direction, uint32_t e0, uint32_t e1, uint32_t e2,
                             uint32_t e3)
@@ -49,7 +49,7 @@ TEST_F(Strengths, OfIntraAreFourOutsideAndThreeInside)
 
 TEST_F(Strengths, InAFieldAreThreeAcrossTheTopOfIntra)
 {
-    m_pDecoder->m_IsField = true;
+    m_pCursor->Slice.Picture.IsField = true;
     SetIntra(5);
     ExpectEdges(Find(), 0, 4 * kAll, 3 * kAll, 3 * kAll, 3 * kAll);
     ExpectEdges(Find(), 1, 3 * kAll, 3 * kAll, 3 * kAll, 3 * kAll);
@@ -92,7 +92,7 @@ TEST_F(Strengths, AreOneFromAMotionDifferenceOfAWholeSampleOn)
     SetMotion(5, 0, {0, 4});
     ExpectEdges(Find(), 0, kAll, 0, 0, 0);
     SetMotion(5, 0, {0, 3});
-    m_pDecoder->m_IsField = true; // half as far, vertically, in a field
+    m_pCursor->Slice.Picture.IsField = true; // half as far, vertically, in a field
     ExpectEdges(Find(), 0, kAll, 0, 0, 0);
     SetMotion(5, 0, {3, 1});
     ExpectEdges(Find(), 0, 0, 0, 0, 0);

@@ -1,5 +1,5 @@
 // Concealment: the samples that stand in for macroblocks which no data came for.
-#include "decoder/jobs/segment_decoder.h"
+#include "decoder/jobs/concealment.h"
 
 #include "decoder/picture/dpb.h"
 #include "media/umc_default_memory_allocator.h"
@@ -63,7 +63,7 @@ protected:
         H264DecoderFrame& Frame = *m_Dpb.Tail();
         const int Number = m_Dpb.CountAll();
         m_Slice.m_pFrame = &Frame;
-        m_Decoder.RestoreErrorRect(Start, End, &m_Slice);
+        RestoreErrorRect(Start, End, m_Slice, &m_Dpb);
         EXPECT_FALSE(Frame.m_FrameExists);
         int Wrong = 0;
         ForEachSample(Frame, [&](int Plane, int x, int y, uint8_t Sample) {
@@ -87,7 +87,6 @@ protected:
     H264SeqParamSet m_Sequence{};
     H264DecoderRefPicList m_Lists{};
     H264Slice m_Slice;
-    H264SegmentDecoderMultiThreaded m_Decoder{nullptr, &m_Dpb};
 };
 
 constexpr int kSpans[][2] = {{0, 1}, {0, 9}, {1, 2}, {2, 4}, {3, 5}, {4, 9}, {5, 7}, {8, 9}};
@@ -141,11 +140,10 @@ TEST_F(Concealment, LeavesTheChromaOfGreyPicturesAlone)
 TEST_F(Concealment, DoesNothingWithoutASpanOrWithSliceGroups)
 {
     m_Slice.m_pFrame = AddFrame(10);
-    m_Decoder.RestoreErrorRect(3, 3, &m_Slice);
-    m_Decoder.RestoreErrorRect(4, 3, &m_Slice);
-    m_Decoder.RestoreErrorRect(0, 9, nullptr);
+    RestoreErrorRect(3, 3, m_Slice, &m_Dpb);
+    RestoreErrorRect(4, 3, m_Slice, &m_Dpb);
     m_Slice.m_UsesSliceGroups = true;
-    m_Decoder.RestoreErrorRect(0, 9, &m_Slice);
+    RestoreErrorRect(0, 9, m_Slice, &m_Dpb);
     EXPECT_TRUE(m_Slice.m_pFrame->m_FrameExists);
     ForEachSample(*m_Slice.m_pFrame,
                   [&](int Plane, int x, int y, uint8_t Sample) { ASSERT_EQ(Sample, Pattern(1, Plane, x, y)); });

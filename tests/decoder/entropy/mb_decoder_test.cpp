@@ -1,4 +1,4 @@
-#include "decoder/entropy/mb_layer.h"
+#include "decoder/entropy/mb_syntax.h"
 #include "decoder/jobs/segment_decoder_hp.h"
 #include "tests/decoder/picture_fixture.h"
 
@@ -17,24 +17,22 @@ protected:
 
     Macroblocks() : m_Y(kPitch * kHeight * 16, 1), m_U(kPitch / 2 * kHeight * 8, 2), m_V(kPitch / 2 * kHeight * 8, 3)
     {
-        H264SegmentDecoder& d = *m_pDecoder;
-        m_Sequence.chroma_format_idc = 1;
-        m_Sequence.bit_depth_luma = m_Sequence.bit_depth_chroma = 8;
         m_Sequence.profile_idc = 77;
-        m_Slice.m_pSeqParamSet = &m_Sequence;
-        d.m_pPlane[0] = m_Y.data();
-        d.m_pPlane[1] = m_U.data();
-        d.m_pPlane[2] = m_V.data();
-        d.m_PitchLuma = kPitch;
-        d.m_PitchChroma = kPitch / 2;
-        d.m_pBitstream = &m_Slice.m_Bitstream;
-        d.m_QpLuma = 26;
-        d.m_ActiveRefs[0] = 1;
-        d.m_NoGlobal.MbType = MBTYPE_INTRA4x4;
-        d.m_NoGlobal.MbFlags = MBFLAG_SKIPPED;
-        d.m_NoLocal.CodedBlockPattern = 15;
-        std::fill(std::begin(d.m_Coefficients), std::end(d.m_Coefficients), uint8_t{0});
-        std::fill(&d.m_ChromaQp[0][0], &d.m_ChromaQp[0][0] + sizeof d.m_ChromaQp, uint8_t{26});
+        m_Decoder.Init(0);
+        SliceCursor& d = m_Decoder.m_Cursor;
+        d.View(m_Slice);
+        d.Slice.Picture.pPlane[0] = m_Y.data();
+        d.Slice.Picture.pPlane[1] = m_U.data();
+        d.Slice.Picture.pPlane[2] = m_V.data();
+        d.Slice.Picture.PitchLuma = kPitch;
+        d.Slice.Picture.PitchChroma = kPitch / 2;
+        d.Entropy.QpLuma = 26;
+        d.Slice.ActiveRefs[0] = 1;
+        d.Slice.NoGlobal.MbType = MBTYPE_INTRA4x4;
+        d.Slice.NoGlobal.MbFlags = MBFLAG_SKIPPED;
+        d.Slice.NoLocal.CodedBlockPattern = 15;
+        std::fill(std::begin(d.Coeffs.Coefficients), std::end(d.Coeffs.Coefficients), uint8_t{0});
+        for (auto& Table : d.Slice.ChromaQp) std::fill(std::begin(Table.ByQp), std::end(Table.ByQp), uint8_t{26});
         SetReference(m_RefY.data(), m_RefU.data(), m_RefV.data());
     }
 
@@ -44,8 +42,8 @@ protected:
         for (size_t i = 0; i < m_RefY.size(); ++i) m_RefY[i] = static_cast<uint8_t>(i % kPitch + i / kPitch);
         for (size_t i = 0; i < m_RefU.size(); ++i)
             m_RefU[i] = m_RefV[i] = static_cast<uint8_t>(100 + i % (kPitch / 2) + i / (kPitch / 2));
-        m_pDecoder->m_Reference[0][0] = {{pY, pU, pV}, kPitch,     kPitch / 2,  kPitch,
-                                         kHeight * 16, kPitch / 2, kHeight * 8, 0};
+        m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0] = {{pY, pU, pV}, kPitch,     kPitch / 2,  kPitch,
+                                                                    kHeight * 16, kPitch / 2, kHeight * 8, 0};
     }
 
     void PutBits(uint32_t Value, uint32_t Length)
@@ -69,11 +67,12 @@ protected:
         m_Words.assign(m_Bits.size() / 32 + 1 + H264Bitstream::kReadPadding / 4, 0);
         for (size_t i = 0; i < m_Bits.size(); ++i)
             if (m_Bits[i]) m_Words[i / 32] |= 1u << (31 - i % 32);
-        m_Slice.m_Bitstream.Reset(m_Words.data(), static_cast<uint32_t>((m_Bits.size() + 7) / 8));
+        m_Decoder.m_Cursor.Entropy.Bits.Reset(m_Words.data(), static_cast<uint32_t>((m_Bits.size() + 7) / 8));
         m_Slice.m_Header.slice_type = Type;
-        return FindSegmentDecoder(m_Sequence, false, false)->DecodeSegmentCAVLCSingle(First, Count, *m_pDecoder);
+        return FindSegmentDecoder(m_Sequence, false, false)->DecodeSegmentCAVLCSingle(First, Count, m_Decoder);
     }
 
+    H264SegmentDecoderMultiThreaded m_Decoder{nullptr, nullptr};
     std::vector<uint8_t> m_Y, m_U, m_V;
     std::vector<uint8_t> m_RefY = m_Y, m_RefU = m_U, m_RefV = m_V;
     std::vector<bool> m_Bits;
@@ -97,18 +96,18 @@ TEST_F(Macroblocks, PcmSamplesArriveAndLeaveNoCoefficients)
     EXPECT_EQ(m_Global[5].MbType, MBTYPE_PCM);
     EXPECT_EQ(m_LocalInfo[5].Qp, 0);
     EXPECT_EQ(m_LocalInfo[5].CodedBlockBits, 0x1FFFFu);
-    EXPECT_EQ(m_pDecoder->m_QpLuma, 26);
+    EXPECT_EQ(m_Decoder.m_Cursor.Entropy.QpLuma, 26);
     EXPECT_TRUE(std::all_of(m_Counts.begin() + 5 * 48, m_Counts.begin() + 6 * 48, [](uint8_t n) { return n == 16; }));
-    EXPECT_TRUE(std::all_of(std::begin(m_pDecoder->m_Coefficients), std::end(m_pDecoder->m_Coefficients),
-                            [](uint8_t b) { return b == 0; }));
+    EXPECT_TRUE(std::all_of(std::begin(m_Decoder.m_Cursor.Coeffs.Coefficients),
+                            std::end(m_Decoder.m_Cursor.Coeffs.Coefficients), [](uint8_t b) { return b == 0; }));
 }
 
 TEST_F(Macroblocks, SkipRunBeyondTheSliceStopsAtItsEnd)
 {
     PutUe(1000);
     ASSERT_EQ(Decode(P_SLICE, 0, 3), StatusOk);
-    EXPECT_EQ(m_pDecoder->m_CurrentMb, 3);
-    EXPECT_EQ(m_pDecoder->m_MbsDone, 3);
+    EXPECT_EQ(m_Decoder.m_Cursor.CurrentMb, 3);
+    EXPECT_EQ(m_Decoder.m_Cursor.MbsDone, 3);
     for (size_t i = 0; i < 3; ++i) EXPECT_EQ(m_Global[i].MbType, MBTYPE_SKIPPED);
     EXPECT_EQ(m_Global[3].SliceId, kNoSlice);
     for (int y = 0; y < 16; ++y) // a still copy of the reference
@@ -130,7 +129,7 @@ TEST_F(Macroblocks, CodedOneFollowsASkipRunWithoutARunOfItsOwn)
     EXPECT_EQ(m_Mv[0][16].y, 4);
     EXPECT_EQ(m_Global[2].MbType, MBTYPE_SKIPPED);
     EXPECT_EQ(m_Y[16], 16 + 2 + 1);
-    EXPECT_EQ(m_pDecoder->m_MaxMv, 4);
+    EXPECT_EQ(m_Decoder.m_Cursor.Motion.MaxMv, 4);
 }
 
 TEST_F(Macroblocks, VectorsFarOutsideGiveTheEdgeOfThePicture)
@@ -150,7 +149,7 @@ TEST_F(Macroblocks, VectorsFarOutsideGiveTheEdgeOfThePicture)
 TEST_F(Macroblocks, MissingReferenceIsGrey)
 {
     static constexpr uint8_t kGrey = 128;
-    m_pDecoder->m_Reference[0][0] = {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
+    m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0] = {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
     PutUe(1);
     ASSERT_EQ(Decode(P_SLICE, 0, 1), StatusOk);
     EXPECT_EQ(m_Y[0], 128);
@@ -166,8 +165,9 @@ protected:
     ElementBounds()
     {
         for (const int Neighbour : {0, 1, 2, 4}) SetIntra(Neighbour); // for every mode of prediction
-        m_pDecoder->m_ActiveRefs[1] = 1;
-        for (auto& List : m_pDecoder->m_Reference) std::fill_n(List, 4, m_pDecoder->m_Reference[0][0]);
+        m_Decoder.m_Cursor.Slice.ActiveRefs[1] = 1;
+        for (auto& List : m_Decoder.m_Cursor.Slice.References.Sets[0].Planes)
+            std::fill_n(List, 4, m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0]);
         m_Slice.m_Header.direct_spatial_mv_pred_flag = 1;
     }
     // Put writes a macroblock up to the element, without the run before it.
@@ -177,8 +177,7 @@ protected:
         for (const uint32_t Value : {Last, Last + 1}) {
             SCOPED_TRACE(Value);
             m_Bits.clear();
-            m_pDecoder->m_MbSkipRun = 0;
-            m_pDecoder->m_IsBSlice = Type == B_SLICE;
+            m_Decoder.m_Cursor.Entropy.MbSkipRun = 0;
             if (Type != I_SLICE) PutUe(0);
             Put();
             PutUe(Value);
@@ -206,7 +205,7 @@ TEST_F(ElementBounds, OfTheSubMacroblockType)
 
 TEST_F(ElementBounds, OfTheReferenceIndex)
 {
-    m_pDecoder->m_ActiveRefs[0] = 3;
+    m_Decoder.m_Cursor.Slice.ActiveRefs[0] = 3;
     ExpectBound(P_SLICE, 2, [this] { PutUe(0); });
     EXPECT_EQ(m_Ref[0][5 * 16], 2);
 }
@@ -227,8 +226,8 @@ TEST_F(ElementBounds, OfTheCodedBlockPattern)
 
 TEST_F(Macroblocks, ReferenceIndexOfTwoIsOneInvertedBit)
 {
-    m_pDecoder->m_ActiveRefs[0] = 2;
-    m_pDecoder->m_Reference[0][1] = m_pDecoder->m_Reference[0][0];
+    m_Decoder.m_Cursor.Slice.ActiveRefs[0] = 2;
+    m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][1] = m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0];
     for (const uint32_t RefIdx : {0u, 1u}) {
         PutUe(0);
         PutUe(0);
@@ -259,7 +258,7 @@ TEST_F(Macroblocks, QpDifferenceOutOfRangeIsDamage)
 
 TEST_F(Macroblocks, QpWrapsAround)
 {
-    m_pDecoder->m_QpLuma = 51;
+    m_Decoder.m_Cursor.Entropy.QpLuma = 51;
     PutUe(3);
     PutUe(0);
     PutSe(2);

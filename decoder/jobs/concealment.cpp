@@ -1,0 +1,64 @@
+#include "decoder/jobs/concealment.h"
+
+#include "Common/h264/chroma_geometry.h"
+#include "decoder/jobs/segment_decoder_hp.h"
+
+#include <cstring>
+
+namespace UMC {
+
+namespace {
+
+// Where the samples come from; null for nowhere.
+const H264DecoderFrame* FindSource(const H264Slice& Slice, const H264DBPList* pDpb)
+{
+    const H264DecoderFrame& Frame = *Slice.m_pFrame;
+    const H264DecoderFrame* pSource = Slice.m_pRefPicList ? Slice.m_pRefPicList->List[0].Frame[0] : nullptr;
+    if (!pSource || pSource->m_IsSkipped) pSource = pDpb ? pDpb->FindClosestForConcealment(&Frame) : nullptr;
+    // Ranges of memory only match in pictures laid out alike.
+    const bool Matches = pSource && pSource->m_MbSize == Frame.m_MbSize && pSource->m_PitchLuma == Frame.m_PitchLuma &&
+                         pSource->m_ChromaFormat == Frame.m_ChromaFormat && pSource->m_BitDepth == Frame.m_BitDepth;
+    return Matches ? pSource : nullptr;
+}
+
+void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrdiff_t To)
+{
+    if (pReference)
+        std::memcpy(pPlane + From, pReference + From, static_cast<size_t>(To - From));
+    else
+        std::memset(pPlane + From, 128, static_cast<size_t>(To - From));
+}
+
+} // namespace
+
+void RestoreErrorRect(int32_t Start, int32_t End, const H264Slice& Slice, const H264DBPList* pDpb)
+{
+    if (Start >= End || Slice.m_UsesSliceGroups) return;
+    const SliceHeaderFields& Header = Slice.m_Header;
+    Slice.m_pFrame->m_FrameExists = false;
+    if (!FindSegmentDecoder(*Slice.m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) return;
+    const PictureView Picture = ViewPicture(*Slice.m_pFrame, Header);
+    if (const H264DecoderFrame* const pSource = FindSource(Slice, pDpb)) {
+        const PictureView Source = ViewPicture(*pSource, Header);
+        CopyOrFillRect(Start, End, Picture, &Source);
+    } else {
+        CopyOrFillRect(Start, End, Picture, nullptr);
+    }
+}
+
+// The planes are taken as lines of memory: a range starts at the first macroblock's top left sample and ends at that of
+// the last. The lowest lines of the last row of macroblocks stay as they were; deliberate, the picture is not shown.
+void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
+{
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];
+    for (int i = 0; i < (Chroma.Blocks ? 3 : 1); ++i) {
+        const ptrdiff_t Pitch = i == 0 ? Picture.PitchLuma : Picture.PitchChroma;
+        const int Width = i == 0 ? 16 : Chroma.MbWidth, Height = i == 0 ? 16 : Chroma.MbHeight;
+        const auto Offset = [&](int32_t Mb) {
+            return Mb / Picture.MbWidth * Height * Pitch + Mb % Picture.MbWidth * Width;
+        };
+        CopyOrFill(Picture.pPlane[i], pReference ? pReference->pPlane[i] : nullptr, Offset(Start), Offset(End));
+    }
+}
+
+} // namespace UMC

@@ -1,0 +1,135 @@
+#include "decoder/slice/slice_cursor.h"
+
+#include "decoder/picture/ref_list_builder.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace UMC {
+
+SliceCursor::SliceCursor()
+{
+    for (MotionCache& Cache : Motion.Cache) {
+        std::memset(&Cache, 0, sizeof Cache);
+        std::memset(Cache.Ref, h264::kRefUnavailable, sizeof Cache.Ref); // the places right of the macroblock stay so
+    }
+    std::memset(&Counts, 0, sizeof Counts);
+}
+
+void SliceCursor::View(const H264Slice& From)
+{
+    const SliceHeaderFields& Header = From.m_Header;
+    Slice.pHeader = &Header;
+    Slice.pSequenceSet = From.m_pSeqParamSet;
+    Slice.pPictureSet = From.m_pPicParamSet;
+    Slice.pLists = From.m_pRefPicList;
+    Slice.Picture = ViewPicture(*From.m_pFrame, Header);
+    Slice.Records = From.m_pFrame->m_MbInfo;
+    Slice.Local = *From.m_pLocal;
+    Slice.pNextMbMap = From.m_UsesSliceGroups ? From.m_pNextMbMap : nullptr;
+    Slice.BitDepthLuma = From.m_pSeqParamSet->bit_depth_luma;
+    Slice.BitDepthChroma = From.m_pSeqParamSet->bit_depth_chroma;
+    Slice.SliceId = static_cast<uint16_t>(From.m_SliceNumber);
+    Motion.MaxMv = 0;
+}
+
+void SliceCursor::Begin(const H264Slice& From)
+{
+    Entropy.MbSkipRun = From.m_MbSkipRun;
+    Entropy.QpLuma = From.m_QpLuma;
+    Entropy.PrevDeltaQp = From.m_PrevDeltaQp;
+    BeginReferences(*From.m_pFrame);
+    BeginDirect(From);
+    BeginTables();
+}
+
+void SliceCursor::BeginReferences(const H264DecoderFrame& Frame)
+{
+    const SliceHeaderFields& Header = *Slice.pHeader;
+    const bool IsP = Header.slice_type == P_SLICE, IsB = Header.slice_type == B_SLICE;
+    Slice.ActiveRefs[0] = IsP || IsB ? std::clamp(Header.num_ref_idx_l0_active, 1, 32) : 0;
+    Slice.ActiveRefs[1] = IsB ? std::clamp(Header.num_ref_idx_l1_active, 1, 32) : 0;
+    Slice.References.ExplicitWeights =
+        (IsP && Slice.pPictureSet->weighted_pred_flag) || (IsB && Slice.pPictureSet->weighted_bipred_idc == 1);
+    Slice.References.ImplicitWeights = IsB && Slice.pPictureSet->weighted_bipred_idc == 2;
+    ReferenceSet& Set = Slice.References.Sets[REFERENCES_PICTURE];
+    for (int List = 0; List < 2; ++List)
+        for (int i = 0; i < Slice.ActiveRefs[List]; ++i)
+            Set.Planes[List][i] = DescribeReference(Slice.pLists ? Slice.pLists->List[List].Frame[i] : nullptr, Frame);
+}
+
+void SliceCursor::BeginDirect(const H264Slice& From)
+{
+    DirectState& Direct = Motion.Direct;
+    Direct.pColFrame = nullptr;
+    Direct.ColMapSlice = -1;
+    if (Slice.pHeader->slice_type != B_SLICE) return;
+    if (!Slice.pLists) throw h264_exception(StatusInvalidParams);
+    const H264DecoderFrame* const pFirst = Slice.pLists->List[1].Frame[0];
+    Direct.ColIsShortTerm = (Slice.pLists->List[1].Flag[0] & kRefFlagShortTerm) != 0;
+    H264DirectTables& Tables = Slice.References.Sets[REFERENCES_PICTURE].Tables;
+    Direct.pTables = &Tables;
+    if (pFirst)
+        ComputeDirectTables(From, Tables);
+    else
+        Tables = {};
+    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_MbSize == From.m_pFrame->m_MbSize) Direct.pColFrame = pFirst;
+}
+
+// Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have
+// left coefficients behind.
+void SliceCursor::BeginTables()
+{
+    Slice.NoGlobal = MbGlobalInfo{};
+    Slice.NoGlobal.MbType = Slice.pHeader->slice_type == B_SLICE ? MBTYPE_DIRECT : MBTYPE_INTRA4x4;
+    Slice.NoGlobal.MbFlags = MBFLAG_SKIPPED;
+    Slice.NoGlobal.SliceId = kNoSlice;
+    Slice.NoLocal = MbLocalInfo{};
+    Slice.NoLocal.CodedBlockPattern = 15;
+    for (int Plane = 0; Plane < 2; ++Plane)
+        BeginChromaQp(Slice.ChromaQp[Plane], Slice.pPictureSet->chroma_qp_index_offset[Plane]);
+    const int LumaOffset = 6 * (Slice.BitDepthLuma - 8);
+    if (Entropy.QpLuma < -LumaOffset || Entropy.QpLuma > 51) throw h264_exception(StatusInvalidParams);
+    std::memset(Coeffs.Coefficients, 0, sizeof Coeffs.Coefficients);
+}
+
+// Slices of a stream mostly have the same offsets.
+void SliceCursor::BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset)
+{
+    if (Table.Offset == Offset && Table.LumaDepth == Slice.BitDepthLuma && Table.ChromaDepth == Slice.BitDepthChroma)
+        return;
+    Table.Offset = Offset;
+    Table.LumaDepth = Slice.BitDepthLuma;
+    Table.ChromaDepth = Slice.BitDepthChroma;
+    const int LumaOffset = 6 * (Slice.BitDepthLuma - 8), ChromaOffset = 6 * (Slice.BitDepthChroma - 8);
+    for (int Qp = -LumaOffset; Qp <= 51; ++Qp) {
+        const int Index = std::clamp(Qp + Offset, -ChromaOffset, 51);
+        const int ChromaQp = Index < 0 ? Index : h264::kChromaQp[Index];
+        Table.ByQp[Qp + kQpBias] = static_cast<uint8_t>(ChromaQp + ChromaOffset);
+    }
+}
+
+void SliceCursor::BeginReading(const H264Slice& From, uint32_t* pPadded)
+{
+    H264Bitstream& Bits = Entropy.Bits;
+    Bits = From.m_Bitstream;
+    if (From.m_IsUnpadded) {
+        const uint32_t Size = Bits.UnitSize();
+        const size_t Words = (size_t{Size} + 3) / 4;
+        std::memcpy(pPadded, Bits.Words(), Words * 4);
+        std::memset(pPadded + Words, 0, H264Bitstream::kReadPadding);
+        Bits.MoveTo(pPadded, Size);
+    }
+    if (Slice.References.ExplicitWeights) {
+        H264Bitstream AtWeights = Bits;
+        AtWeights.SetBitPosition(From.m_WeightsPosition);
+        ReadSliceWeights(AtWeights, *Slice.pSequenceSet, *Slice.pHeader,
+                         Slice.References.Sets[REFERENCES_PICTURE].Weights);
+    }
+    if (!Slice.pPictureSet->entropy_coding_mode_flag) return;
+    Entropy.Cabac.InitContexts(
+        Entropy.QpLuma, Slice.pHeader->slice_type == I_SLICE ? 0 : 1 + static_cast<int>(Slice.pHeader->cabac_init_idc));
+    Entropy.Cabac.Start(Bits);
+}
+
+} // namespace UMC

@@ -1,0 +1,116 @@
+// One thread's place in a slice, in parts that are named for what they are for. The loop over macroblocks owns a
+// cursor; each stage takes the parts that it reads, as const, and those that it writes.
+#pragma once
+
+#include "decoder/picture/picture_view.h"
+#include "decoder/slice/mb_state.h"
+#include "decoder/slice/references.h"
+#include "decoder/slice/slice.h"
+#include "decoder/stream/cabac.h"
+
+#include <cstdint>
+
+namespace UMC {
+
+inline constexpr int kQpBias = 64; // added to QPY to index SliceView::ChromaQp
+
+// What is fixed while a slice is decoded: no stage writes it. The records that it points to are the picture's; a stage
+// writes those of the macroblock in hand alone.
+struct SliceView {
+    const SliceHeaderFields* pHeader = nullptr;
+    const H264SeqParamSet* pSequenceSet = nullptr;
+    const H264PicParamSet* pPictureSet = nullptr;
+    const H264DecoderRefPicList* pLists = nullptr;
+    PictureView Picture;
+    H264MbInfo Records; // of the frame
+    H264LocalMbBuffers Local;
+    const uint32_t* pNextMbMap = nullptr; // null without slice groups
+    int32_t BitDepthLuma = 8, BitDepthChroma = 8;
+    int32_t ActiveRefs[2] = {};
+    SliceReferences References;
+    uint16_t SliceId = 0;
+    MbGlobalInfo NoGlobal{}; // stand-ins for neighbours outside the slice
+    MbLocalInfo NoLocal{};
+    struct ChromaQpTable {
+        int32_t Offset = INT32_MAX, LumaDepth = 0, ChromaDepth = 0; // what it was made for
+        uint8_t ByQp[kQpBias + 52];                                 // QP'C by QPY + kQpBias
+    } ChromaQp[2];                                                  // of Cb and Cr (clause 8.5.8)
+};
+
+// How far entropy decoding has come. A copy of it goes on from the same bit.
+struct EntropyState {
+    H264Bitstream Bits; // elements of CAVLC slices, and PCM samples
+    CabacDecoder Cabac;
+    int32_t MbSkipRun = 0, QpLuma = 0, PrevDeltaQp = 0;
+};
+
+// Direct prediction (clause 8.4.1.2) of B slices: the first picture of list 1 and its motion.
+struct DirectState {
+    const H264DecoderFrame* pColFrame = nullptr; // null when it has no motion
+    bool ColIsShortTerm = false;
+    const H264DirectTables* pTables = nullptr; // of the references of this kind of macroblock
+    int32_t ColMapSlice = -1;                  // slice of that picture whose references ColMap holds
+    int8_t ColMap[2][32] = {};                 // its references as indices into our list 0
+};
+
+// Motion around the macroblock in hand, by list, and what is derived from it.
+struct MotionState {
+    MotionCache Cache[2];
+    DirectState Direct;
+    int32_t MaxMv = 0; // largest vertical vector component met, quarter samples
+};
+
+// total_coeff (CAVLC) or coded_block_flag (CABAC) of the blocks around the macroblock, by plane.
+struct CountCache {
+    uint8_t NonZero[3][kCacheSize];
+};
+
+// What entropy decoding leaves of a macroblock for reconstruction, which takes it: coefficients are 0 again behind it.
+struct MbResidual {
+    uint32_t Bits[3] = {}; // blocks with something to add: luma in luma4x4BlkIdx order, Cb and Cr in raster order
+    alignas(64) uint8_t Coefficients[3328];
+
+    template <class Coeffs>
+    Coeffs* As()
+    {
+        return reinterpret_cast<Coeffs*>(Coefficients);
+    }
+};
+
+// Predictions of list 0 before they are joined, and blocks clamped into the reference.
+struct PredictionScratch {
+    alignas(64) uint8_t Temp[16 * 16 + 2 * 8 * 16];
+    alignas(64) uint8_t Clamped[24 * 24];
+};
+
+struct SliceCursor {
+    SliceView Slice;
+    MbState Mb; // the macroblock in hand
+    EntropyState Entropy;
+    MotionState Motion;
+    CountCache Counts;
+    MbResidual Coeffs;
+    PredictionScratch Scratch;
+    int32_t CurrentMb = 0; // next macroblock of the picture
+    int32_t MbsDone = 0;   // of the task in hand
+
+    SliceCursor(); // with caches whose places outside of the neighbours are as they will stay
+    SliceCursor(const SliceCursor&) = delete;
+    SliceCursor& operator=(const SliceCursor&) = delete;
+
+    // Takes the view of a slice.
+    void View(const H264Slice& Slice);
+    // Everything else that decoding of the slice starts with, but for the reader. Throws h264_exception when the
+    // slice cannot be decoded.
+    void Begin(const H264Slice& Slice);
+    // Starts the reader. A unit without zeros behind it is first copied to pPadded, with them.
+    void BeginReading(const H264Slice& Slice, uint32_t* pPadded);
+
+private:
+    void BeginReferences(const H264DecoderFrame& Frame);
+    void BeginDirect(const H264Slice& Slice);
+    void BeginTables();
+    void BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset);
+};
+
+} // namespace UMC
