@@ -26,7 +26,8 @@ endif()
 
 find_program(QUILVEX_CCACHE ccache)
 if(QUILVEX_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${QUILVEX_CCACHE})
+    # Without the setting nothing that reads the tests' precompiled headers would be found again.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${QUILVEX_CCACHE})
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion)

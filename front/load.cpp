@@ -7,7 +7,6 @@
 void OnLibraryLoad()
 {
     kernels::InitKernelsWaterfall();
-    kernels::InitKernelsStatic();
     const int32_t Result = GetEngines()->AmdInit();
     LogInfo("qvlx - CVCodecH264AMD::Init() res=%d", Result);
 }

@@ -1,6 +1,6 @@
 #include "media/umc_media_data.h"
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "kernels/memory/memory.h"
 
 #include <algorithm>
@@ -102,7 +102,7 @@ Status MediaData::MoveDataTo(MediaData* pDestination)
         const auto Room = pDestination->m_BufferSize - static_cast<size_t>(pEnd - pDestination->m_pBuffer);
         const auto Count = static_cast<int32_t>(std::min({m_DataSize, Room, size_t{INT_MAX}}));
         if (Count) {
-            kernels::CopyBytes(m_pData, pEnd, Count);
+            kernels::g_Kernels.CopyBytes(m_pData, pEnd, Count);
             pDestination->m_DataSize += static_cast<size_t>(Count);
             MoveDataPointer(Count);
         }

@@ -22,7 +22,12 @@ struct PlaneInfo {
 };
 
 /// Picture structures: which lines a VideoData holds.
-enum PictureStructure : int32_t { TOP_FIELD_ONLY = 1, BOTTOM_FIELD_ONLY = 2, PROGRESSIVE_FRAME = 3, INTERLACED_FRAME = 7 };
+enum PictureStructure : int32_t {
+    TOP_FIELD_ONLY = 1,
+    BOTTOM_FIELD_ONLY = 2,
+    PROGRESSIVE_FRAME = 3,
+    INTERLACED_FRAME = 7
+};
 
 /// A picture as a list of planes, over pixels that it owns (Alloc) or that belong to the caller (the Set...
 /// operations). Init gives geometry, ReleaseImage forgets pixels and keeps geometry, Close forgets both.

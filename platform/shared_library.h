@@ -17,8 +17,7 @@ public:
     SharedLibrary& operator=(const SharedLibrary&) = delete;
 
     bool Ok() const { return m_pHandle != nullptr; }
-    void* Symbol(const char* pName) const;    ///< null when there is none
-    void* SymbolByOrdinal(int Ordinal) const; ///< null when there is none, and always where libraries have no ordinals
+    void* Symbol(const char* pName) const; ///< null when there is none
 
 private:
     void* m_pHandle = nullptr;

@@ -3,7 +3,7 @@
 #include "Common/h/deleting_destructor.h"
 #include "Common/h/settings.h"
 #include "kernels/bilateral/bilateral.h"
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "process/background_fit.h"
 #include "process/matte.h"
 
@@ -29,7 +29,7 @@ ByteBlock AllocatePicture(int32_t iWidth, int32_t iHeight)
     if (!IsUsableSize(iWidth, iHeight)) return nullptr;
     const int32_t Bytes = iWidth * iHeight * 4;
     ByteBlock Block(kernels::Malloc8u(Bytes));
-    if (Block) kernels::SetBytes(0, Block.get(), Bytes);
+    if (Block) kernels::g_Kernels.SetBytes(0, Block.get(), Bytes);
     return Block;
 }
 
@@ -251,12 +251,13 @@ void CVideoProcessIPP::SmoothLuma()
     const int32_t Width = m_Width - 2 * kMargin, Height = m_Height - 2 * kMargin;
     if (Width <= 0 || Height <= 0) return;
     int32_t Size = 0;
-    kernels::BilateralGetSize(kernels::kBilateralGauss, Width, Height, kWindow, kWindow, &Size);
+    kernels::g_Kernels.BilateralGetSize(kernels::kBilateralGauss, Width, Height, kWindow, kWindow, &Size);
     const ByteBlock Work(kernels::Malloc8u(Size));
-    kernels::BilateralInit(kernels::kBilateralGauss, kWindow, kWindow, kValueSquareSigma, kPositionSquareSigma,
-                           kStepInWindow, Work.get());
+    kernels::g_Kernels.BilateralInit(kernels::kBilateralGauss, kWindow, kWindow, kValueSquareSigma,
+                                     kPositionSquareSigma, kStepInWindow, Work.get());
     uint8_t* const pInterior = m_pY.get() + ptrdiff_t{kMargin} * m_Width + kMargin;
-    kernels::BilateralFilter(pInterior, m_Width, pInterior, m_Width, Width, Height, kWindow, kWindow, Work.get());
+    kernels::g_Kernels.BilateralFilter(pInterior, m_Width, pInterior, m_Width, Width, Height, kWindow, kWindow,
+                                       Work.get());
 }
 
 // A relative change: 0.5 lifts each sample by half of itself; 1 and beyond act as 255 / 256.
@@ -265,12 +266,12 @@ void CVideoProcessIPP::ApplyBrightness()
     const auto Share = static_cast<uint8_t>(std::min(std::fabs(m_Brightness) * 256.0f, 255.0f));
     constexpr int32_t kShareBits = 8;
     uint8_t *const pY = m_pY.get(), *const pScratch = m_pScratch.get();
-    kernels::Copy8u(pY, m_Width, pScratch, m_Width, m_Width, m_Height);
-    kernels::MulConst8uInPlace(Share, pScratch, m_Width, m_Width, m_Height, kShareBits);
+    kernels::g_Kernels.Copy8u(pY, m_Width, pScratch, m_Width, m_Width, m_Height);
+    kernels::g_Kernels.MulConst8uInPlace(Share, pScratch, m_Width, m_Width, m_Height, kShareBits);
     if (m_Brightness > 0.0f)
-        kernels::Add8u(pY, m_Width, pScratch, m_Width, pY, m_Width, m_Width, m_Height);
+        kernels::g_Kernels.Add8u(pY, m_Width, pScratch, m_Width, pY, m_Width, m_Width, m_Height);
     else
-        kernels::Sub8u(pScratch, m_Width, pY, m_Width, pY, m_Width, m_Width, m_Height, 0);
+        kernels::g_Kernels.Sub8u(pScratch, m_Width, pY, m_Width, pY, m_Width, m_Width, m_Height, 0);
 }
 
 void CVideoProcessIPP::UpdateScaledBackground()
@@ -290,10 +291,11 @@ bool CVideoProcessIPP::ScaleBackground()
         return true;
     }
     const CropRectangle Crop = FitBackground(m_Width, m_Height, m_BackgroundWidth, m_BackgroundHeight);
-    return kernels::Resize8uC4(m_pBackground.get(), m_BackgroundWidth, m_BackgroundHeight, Pitch, Crop.X, Crop.Y,
-                               Crop.Width, Crop.Height, m_pScaledBackground.get(), ScaledPitch, m_Width, m_Height,
-                               static_cast<double>(m_Width) / Crop.Width, static_cast<double>(m_Height) / Crop.Height,
-                               kernels::kCubic) != kernels::kStatusNoMemory;
+    return kernels::g_Kernels.Resize8uC4(m_pBackground.get(), m_BackgroundWidth, m_BackgroundHeight, Pitch, Crop.X,
+                                         Crop.Y, Crop.Width, Crop.Height, m_pScaledBackground.get(), ScaledPitch,
+                                         m_Width, m_Height, static_cast<double>(m_Width) / Crop.Width,
+                                         static_cast<double>(m_Height) / Crop.Height,
+                                         kernels::kCubic) != kernels::kStatusNoMemory;
 }
 
 void CVideoProcessIPP::Composite()

@@ -24,11 +24,11 @@ Status CopyPlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Width)
 {
     const int32_t Height = std::min(From.m_Height, To.m_Height);
     if (From.m_SampleBytes == To.m_SampleBytes)
-        return StatusOf(
-            kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width * From.m_SampleBytes, Height));
+        return StatusOf(kernels::g_Kernels.Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch,
+                                                  Width * From.m_SampleBytes, Height));
     if (From.m_SampleBytes == 2 && To.m_SampleBytes == 1)
-        return StatusOf(kernels::Narrow16uTo8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width, Height,
-                                               From.m_BitDepth));
+        return StatusOf(kernels::g_Kernels.Narrow16uTo8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, Width,
+                                                         Height, From.m_BitDepth));
     return StatusUnsupported;
 }
 
@@ -84,7 +84,7 @@ Status ColorSpaceConversion::GetFrame(MediaData* pInput, MediaData* pOutput)
     // As format 5, but for its target 5: every second chroma row is read.
     const bool bSkipChromaRows = From == YUV422 && To != YUV420;
     if (bSkipChromaRows) From = YUV420;
-    const Conversion* const pConversion = FindConversion(From, To);
+    kernels::ConvertSig* const pConversion = FindConversion(From, To);
     if (!pConversion) return StatusNotImplemented;
     kernels::SourcePlanes SourcePlanes{};
     kernels::TargetPlanes TargetPlanes{};
@@ -92,7 +92,7 @@ Status ColorSpaceConversion::GetFrame(MediaData* pInput, MediaData* pOutput)
     if (Result == StatusOk) Result = DescribePlanes(*pTarget, TargetPlanes);
     if (Result != StatusOk) return Result;
     for (int i = 1; bSkipChromaRows && i < 3; ++i) SourcePlanes.Step[i] *= 2;
-    return StatusOf((*pConversion)(&SourcePlanes, &TargetPlanes, pSource->GetWidth(), pSource->GetHeight()));
+    return StatusOf(pConversion(&SourcePlanes, &TargetPlanes, pSource->GetWidth(), pSource->GetHeight()));
 }
 
 } // namespace UMC

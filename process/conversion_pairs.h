@@ -28,14 +28,12 @@
 //   21  .  .  .  .  .  .  .  .  .  .  .  .  .  .  .  .  c  .  .  .  .  c
 #pragma once
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "media/umc_color_format.h"
 
 namespace UMC {
 
-using Conversion = kernels::ImageKernelEntry<kernels::ConvertSig>;
-
 /// The kernel for a pair of layouts; null when the pair has none. The caller takes format 0 as 5.
-const Conversion* FindConversion(ColorFormat From, ColorFormat To);
+kernels::ConvertSig* FindConversion(ColorFormat From, ColorFormat To);
 
 } // namespace UMC

@@ -1,7 +1,7 @@
 #include "process/plane_rows.h"
 #include "process/video_filter.h"
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 
 namespace UMC {
 
@@ -31,9 +31,9 @@ Status DeinterlacePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t RowB
     if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
     const int32_t Result =
         Mode.bFilter && From.m_Height >= kMinHeight
-            ? kernels::DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height,
-                                        Mode.CentreWeight, Mode.Layout)
-            : kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height);
+            ? kernels::g_Kernels.DeinterlaceBlend(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes,
+                                                  From.m_Height, Mode.CentreWeight, Mode.Layout)
+            : kernels::g_Kernels.Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, RowBytes, From.m_Height);
     return Result == kernels::kStatusOk ? StatusOk : StatusInvalidParamsExt;
 }
 

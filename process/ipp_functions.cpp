@@ -1,6 +1,6 @@
 // The exported image functions: shells over libyuv, and one over the library's cubic resize.
 #include "Common/h/log.h"
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "quilvex/Quilvex.h"
 
 #include <libyuv.h>
@@ -80,7 +80,8 @@ int32_t IPP_RGB24_Scale(const uint8_t* pSource, int32_t iSourceWidth, int32_t iS
     const double xFactor = static_cast<double>(iTargetWidth) / iSourceWidth;
     const double yFactor = static_cast<double>(iTargetHeight) / iSourceHeight;
     // The status is dropped deliberately: this export reports 0 whether it worked or not.
-    kernels::Resize8uC3(pSource, iSourceWidth, iSourceHeight, iSourcePitch, 0, 0, iSourceWidth, iSourceHeight, pTarget,
-                        iTargetPitch, iTargetWidth, iTargetHeight, xFactor, yFactor, kernels::kCubic);
+    kernels::g_Kernels.Resize8uC3(pSource, iSourceWidth, iSourceHeight, iSourcePitch, 0, 0, iSourceWidth, iSourceHeight,
+                                  pTarget, iTargetPitch, iTargetWidth, iTargetHeight, xFactor, yFactor,
+                                  kernels::kCubic);
     return 0;
 }

@@ -1,7 +1,7 @@
 #include "process/packed_layouts.h"
 #include "process/video_filter.h"
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 
 namespace UMC {
 
@@ -38,8 +38,9 @@ int32_t ChangeSize(const PlaneInfo& From, const PlaneInfo& To)
 int32_t ChangeSizeOfOne(const PlaneInfo& From, const PlaneInfo& To)
 {
     if (ShrinksBy(From, To, 4))
-        return kernels::Quarter8uC1(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height);
-    return ChangeSize<kernels::Resize8uC1, kernels::Halve8uC1>(From, To);
+        return kernels::g_Kernels.Quarter8uC1(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, To.m_Width,
+                                              To.m_Height);
+    return ChangeSize<kernels::g_Kernels.Resize8uC1, kernels::g_Kernels.Halve8uC1>(From, To);
 }
 
 Status ResizePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Channels)
@@ -47,12 +48,12 @@ Status ResizePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Channels)
     if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
     if (From.m_Pitch < From.m_Width * Channels || To.m_Pitch < To.m_Width * Channels) return StatusInvalidParamsExt;
     if (ShrinksBy(From, To, 1))
-        return StatusOf(kernels::Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, From.m_Width * Channels,
-                                        From.m_Height));
+        return StatusOf(kernels::g_Kernels.Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch,
+                                                  From.m_Width * Channels, From.m_Height));
     switch (Channels) {
-    case 2: return StatusOf(ChangeSize<kernels::Resize8uC2, kernels::Halve8uC2>(From, To));
-    case 3: return StatusOf(ChangeSize<kernels::Resize8uC3, kernels::Halve8uC3>(From, To));
-    case 4: return StatusOf(ChangeSize<kernels::Resize8uC4, kernels::Halve8uC4>(From, To));
+    case 2: return StatusOf(ChangeSize<kernels::g_Kernels.Resize8uC2, kernels::g_Kernels.Halve8uC2>(From, To));
+    case 3: return StatusOf(ChangeSize<kernels::g_Kernels.Resize8uC3, kernels::g_Kernels.Halve8uC3>(From, To));
+    case 4: return StatusOf(ChangeSize<kernels::g_Kernels.Resize8uC4, kernels::g_Kernels.Halve8uC4>(From, To));
     default: return StatusOf(ChangeSizeOfOne(From, To));
     }
 }

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the benchmarks and prints the library's codecs beside the peers that are installed, all on one core.
 #
-# Usage: bench.sh [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind]
+# Usage: bench.sh [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind] [--record FILE]
+#        bench.sh --compare COMMIT COMMIT the figures that runs of it kept of two commits, and their change
 #        bench.sh --kernels [FILTER]      every kernel in every tier instead
 #        bench.sh --images [FILTER]       the image kernels beside other libraries' functions instead
 #        bench.sh --process [FILTER]      the treatment of camera pictures instead
@@ -11,6 +12,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh build test bench peers
 mkdir -p build
+if [ "${1:-}" = --compare ]; then
+    exec python3 scripts/bench_compare.py "${@:2}"
+fi
 cmake --preset release >build/bench.log
 if [ "${1:-}" = --kernels ]; then
     ninja -C build/release bench_kernels >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }

@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Whole codecs side by side on one core: frames a second, rate, quality and instructions a picture.
 
-Usage: bench_codecs.py BUILD [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind]
+Usage: bench_codecs.py BUILD [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind] [--record FILE]
+
+Every row is also kept as a line of JSON with the commit, in build/bench.jsonl unless --record says otherwise:
+bench_compare.py compares two commits.
 """
 import argparse
 import json
@@ -14,6 +17,13 @@ import tempfile
 
 ENCODERS = ("quilvex", "x264-superfast", "x264-ultrafast", "openh264")
 DECODERS = ("quilvex", "libavcodec", "openh264")
+# The streams that the decoders are compared on, by what they hold.
+STREAMS = {
+    "Main profile, CABAC, one reference, no B pictures": "--profile main --ref 1 --bframes 0",
+    "Baseline profile, CAVLC, four slices": "--profile baseline --ref 1 --slices 4",
+    "High profile, CABAC, three references, B pictures, 8x8 transform": "--profile high --ref 3 --bframes 2 --b-adapt 0",
+}
+ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 
 def run(*command):
@@ -61,10 +71,10 @@ def render(build, source, fps, frames):
     run(build / "camera_scene", "-o", source, "--size", "1280x720", "--fps", fps, "--frames", frames)
 
 
-def peer_stream(source, kbps, stream):
-    """The stream that the decoders are compared on."""
-    run("x264", "--quiet", "--preset", "fast", "--tune", "zerolatency", "--threads", 1, "--profile", "main", "--ref", 1,
-        "--bframes", 0, "--bitrate", kbps, "--keyint", 300, "-o", stream, source)
+def peer_stream(source, kbps, stream, options=next(iter(STREAMS.values()))):
+    """A stream that decoders are compared on."""
+    run("x264", "--quiet", "--preset", "fast", "--tune", "zerolatency", "--threads", 1, *options.split(), "--bitrate", kbps, "--keyint",
+        300, "-o", stream, source)
 
 
 def available(bench, kind, names, sample):
@@ -79,6 +89,52 @@ def row(*cells):
     print("| " + " | ".join(str(c) for c in cells) + " |")
 
 
+def this_commit():
+    commit = run("git", "-C", ROOT, "rev-parse", "--short=12", "HEAD").stdout.strip()
+    return commit + ("-dirty" if run("git", "-C", ROOT, "status", "--porcelain", "--untracked-files=no").stdout else "")
+
+
+class Bench:
+    """Runs programs of one build, prints a row each and keeps it as a line of JSON."""
+
+    def __init__(self, args):
+        self.program, self.rounds, self.record = args.build / "codec_bench", args.rounds, args.record
+        self.count = not args.no_callgrind and shutil.which("valgrind")
+        self.commit = this_commit()
+
+    def keep(self, **figures):
+        with self.record.open("a") as file:
+            file.write(json.dumps({"commit": self.commit, **figures}) + "\n")
+
+    def instructions(self, command, report):
+        return instructions(command, report["frames"]) if self.count else None
+
+    def encode(self, source, fps, kbps, folder):
+        print(f"\nEncoding at {kbps} kb/s, one core\n")
+        row("encoder", "frames/s", "kb/s", "PSNR Y dB", "million instructions a picture")
+        row("---", "---:", "---:", "---:", "---:")
+        commands = {e: [self.program, "encode", e, source, "--fps", fps, "--kbps", kbps, "-o", folder / f"{e}.264"]
+                    for e in available(self.program, "encode", ENCODERS, source)}
+        for e, report in interleaved(commands, self.rounds).items():
+            rate = report["bytes"] * 8 * fps / (report["frames"] + 5) / 1000
+            psnr = luma_psnr(folder / f"{e}.264", source, fps)
+            count = self.instructions(commands[e], report)
+            row(e, f"{report['frames_per_second']:.0f}", f"{rate:.0f}", f"{psnr:.2f}", f"{count:.1f}" if count else "-")
+            self.keep(what="encode", codec=e, stream=f"{kbps} kb/s", frames_per_second=report["frames_per_second"], kbps=rate,
+                      psnr_y=psnr, million_instructions=count)
+
+    def decode(self, kbps, kind, stream):
+        print(f"\nDecoding {kbps} kb/s ({kind}), one core\n")
+        row("decoder", "frames/s", "million instructions a picture")
+        row("---", "---:", "---:")
+        commands = {d: [self.program, "decode", d, stream] for d in available(self.program, "decode", DECODERS, stream)}
+        for d, report in interleaved(commands, self.rounds).items():
+            count = self.instructions(commands[d], report)
+            row(d, f"{report['frames_per_second']:.0f}", f"{count:.1f}" if count else "-")
+            self.keep(what="decode", codec=d, stream=f"{kbps} kb/s, {kind}", frames_per_second=report["frames_per_second"],
+                      million_instructions=count)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=pathlib.Path)
@@ -87,34 +143,20 @@ def main():
     parser.add_argument("--rates", default="1500,4000")
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--no-callgrind", action="store_true")
+    parser.add_argument("--record", type=pathlib.Path, default=ROOT / "build" / "bench.jsonl")
     args = parser.parse_args()
-    bench, fps = args.build / "codec_bench", 30
-    count = not args.no_callgrind and shutil.which("valgrind")
+    bench, fps = Bench(args), 30
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         source = args.source or folder / "scene.y4m"
         if not args.source:
             render(args.build, source, fps, args.frames)
         for kbps in (int(r) for r in args.rates.split(",")):
-            stream = folder / f"{kbps}.264"
-            peer_stream(source, kbps, stream)
-            print(f"\nEncoding at {kbps} kb/s, one core\n")
-            row("encoder", "frames/s", "kb/s", "PSNR Y dB", "million instructions a picture")
-            row("---", "---:", "---:", "---:", "---:")
-            commands = {e: [bench, "encode", e, source, "--fps", fps, "--kbps", kbps, "-o", folder / f"{e}.264"]
-                        for e in available(bench, "encode", ENCODERS, source)}
-            for e, report in interleaved(commands, args.rounds).items():
-                total = report["frames"] + 5
-                row(e, f"{report['frames_per_second']:.0f}", f"{report['bytes'] * 8 * fps / total / 1000:.0f}",
-                    f"{luma_psnr(folder / f'{e}.264', source, fps):.2f}",
-                    f"{instructions(commands[e], report['frames']):.1f}" if count else "-")
-            print(f"\nDecoding {kbps} kb/s (Main profile, CABAC, one reference, no B pictures), one core\n")
-            row("decoder", "frames/s", "million instructions a picture")
-            row("---", "---:", "---:")
-            commands = {d: [bench, "decode", d, stream] for d in available(bench, "decode", DECODERS, stream)}
-            for d, report in interleaved(commands, args.rounds).items():
-                row(d, f"{report['frames_per_second']:.0f}",
-                    f"{instructions(commands[d], report['frames']):.1f}" if count else "-")
+            bench.encode(source, fps, kbps, folder)
+            for kind, options in STREAMS.items():
+                stream = folder / "peer.264"
+                peer_stream(source, kbps, stream, options)
+                bench.decode(kbps, kind, stream)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a group of tasks needs and that are missing. Quiet and quick when none is.
 #
-# Usage: install_packages.sh GROUP...      groups: build test bench peers windows
+# Usage: install_packages.sh GROUP...      groups: build test style bench peers windows
 set -euo pipefail
 
 packages() {
@@ -11,6 +11,7 @@ packages() {
     test) echo libgtest-dev libgmock-dev x264 binutils valgrind clang ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev ;;
     peers) echo libopencv-imgproc-dev libswscale-dev ;;
+    style) echo clang-format clang-tidy clang git ;;
     windows) echo g++-mingw-w64-i686-posix libz-mingw-w64-dev libgcrypt-mingw-w64-dev googletest dpkg-dev debootstrap util-linux ;;
     *)
         echo "install_packages.sh: no group named $1" >&2

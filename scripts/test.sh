@@ -1,24 +1,46 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test: those of the 32-bit Windows build under Wine, those under the address and
-# undefined-behaviour sanitizers, and those of the release build, whose summary comes last.
+# Checks the format, builds everything with every warning an error, and runs every test: those of the 32-bit Windows build
+# under Wine, those under the address and undefined-behaviour sanitizers, those of threads under the thread sanitizer, and
+# those of the release build, whose summary comes last. clang builds the library too, and clang-tidy looks for faults.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install_packages.sh build test bench windows
+scripts/install_packages.sh build test style bench windows
 mkdir -p build
+export QUILVEX_CMAKE_OPTIONS=-DCMAKE_COMPILE_WARNING_AS_ERROR=ON
 
-build() { # PRESET
-    echo "building $1"
-    cmake --preset "$1" >"build/$1.log"
-    ninja -C "build/$1" >>"build/$1.log" || { grep -E 'error|FAILED' "build/$1.log" | head -n 40 >&2; exit 1; }
+build() { # PRESET [TARGET...]
+    local preset=$1
+    shift
+    echo "building $preset"
+    cmake --preset "$preset" "$QUILVEX_CMAKE_OPTIONS" >"build/$preset.log"
+    ninja -C "build/$preset" "$@" >>"build/$preset.log" || { grep -E 'error|FAILED' "build/$preset.log" | head -n 40 >&2; exit 1; }
 }
+
+tests() { # PRESET [CTEST OPTION...]
+    local preset=$1
+    shift
+    ctest --test-dir "build/$preset" --output-on-failure -j "$(nproc)" --quiet -O "build/$preset-tests.log" "$@" ||
+        { grep -vE ' Passed |Start ' "build/$preset-tests.log" | tail -n 200; exit 1; }
+    sed -n '/tests passed/,$p' "build/$preset-tests.log"
+}
+
+scripts/check_format.sh
 
 echo "building and testing for Windows"
 scripts/windows.sh
 
 build asan
-ctest --test-dir build/asan --output-on-failure -j "$(nproc)" --quiet -O build/asan-tests.log ||
-    { grep -vE ' Passed |Start ' build/asan-tests.log | tail -n 200; exit 1; }
-sed -n '/tests passed/,$p' build/asan-tests.log
+tests asan
+
+build clang quilvex qvlx h264_encode h264_decode
+scripts/tidy.sh
+
+# A thread that is killed, or joined with a time limit, is more than that sanitizer can follow.
+build tsan test_platform test_common test_media test_process
+build/tsan/tests/test_platform --gtest_brief=1 --gtest_filter='-*Killable*:RunWithTimeout*:*ExceptionChain*'
+for folder in common media process; do
+    "build/tsan/tests/test_$folder" --gtest_brief=1
+done
 
 build release
 ctest --test-dir build/release --output-on-failure -j "$(nproc)" --progress

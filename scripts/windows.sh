@@ -10,7 +10,7 @@ mkdir -p build
 scripts/windows_libraries.sh
 scripts/i386_root.sh
 
-cmake --preset windows >build/windows.log
+cmake --preset windows ${QUILVEX_CMAKE_OPTIONS:-} >build/windows.log
 ninja -C build/windows >>build/windows.log || { grep -E 'error|FAILED' build/windows.log | head -n 40 >&2; exit 1; }
 ctest --test-dir build/windows --output-on-failure -j "$(nproc)" --quiet -O build/windows-tests.log "$@" ||
     { grep -vE ' Passed |Start ' build/windows-tests.log | tail -n 200; exit 1; }

@@ -31,7 +31,7 @@ constexpr size_t kSpare = sizeof(BlockTag) + kAlignment - 1;
 
 void* AlignedAlloc(uint32_t Size)
 {
-    if (Size > SIZE_MAX - kSpare) return nullptr;
+    if (size_t{Size} > SIZE_MAX - kSpare) return nullptr;
     auto* const pMalloc = static_cast<uint8_t*>(std::malloc(Size + kSpare));
     if (!pMalloc) return nullptr;
     uint8_t* pBlock = pMalloc + kSpare;

@@ -21,7 +21,8 @@ class DecoderEngine
 {
 public:
     virtual ~DecoderEngine() = default;
-    /// Decompresses one access unit; returns the number of pictures that came out. An empty unit drains.
+    /// Decompresses one access unit; returns the number of pictures that came out. Empty units drain, until
+    /// nothing comes.
     virtual int64_t Decode(std::span<const uint8_t> Unit) = 0;
 };
 

@@ -98,7 +98,7 @@ void Decode(const Options& Set)
     int64_t Index = 0, Pictures = 0;
     const auto Units = CutAccessUnits(Stream);
     for (const auto Unit : Units) Measure(Index++ >= Set.WarmUp, Sum, [&] { Pictures += pEngine->Decode(Unit); });
-    Pictures += pEngine->Decode({});
+    while (const int64_t Late = pEngine->Decode({})) Pictures += Late;
     if (Pictures != static_cast<int64_t>(Units.size()))
         throw CliError(Set.Engine + " gave " + std::to_string(Pictures) + " pictures for " +
                        std::to_string(Units.size()) + " units");

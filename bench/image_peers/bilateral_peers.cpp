@@ -6,7 +6,7 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 
 namespace {
 
@@ -21,14 +21,14 @@ void Bilateral(benchmark::State& State)
     auto Target = Source;
     constexpr int Width = kWidth - 2 * kBorder, Height = kHeight - 2 * kBorder;
     int32_t Size = 0;
-    kernels::BilateralGetSize(kernels::kBilateralGauss, Width, Height, kSide, kSide, &Size);
+    kernels::g_Kernels.BilateralGetSize(kernels::kBilateralGauss, Width, Height, kSide, kSide, &Size);
     std::vector<uint8_t> Buffer(static_cast<size_t>(Size));
-    kernels::BilateralInit(kernels::kBilateralGauss, kSide, kSide, kSquareSigma, kSquareSigma, kStepInKernel,
-                           Buffer.data());
+    kernels::g_Kernels.BilateralInit(kernels::kBilateralGauss, kSide, kSide, kSquareSigma, kSquareSigma, kStepInKernel,
+                                     Buffer.data());
     constexpr size_t First = size_t{kBorder} * kWidth + kBorder;
     for (auto _ : State)
-        kernels::BilateralFilter(&Source[First], kWidth, &Target[First], kWidth, Width, Height, kSide, kSide,
-                                 Buffer.data());
+        kernels::g_Kernels.BilateralFilter(&Source[First], kWidth, &Target[First], kWidth, Width, Height, kSide, kSide,
+                                           Buffer.data());
     CountPixels(State);
 }
 BENCHMARK(Bilateral)->Name("BilateralFilter/quilvex/taps:9");

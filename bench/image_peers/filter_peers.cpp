@@ -6,7 +6,7 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 
 namespace {
 
@@ -15,16 +15,16 @@ using namespace image_peers;
 void Filter(const std::vector<uint8_t>& Source, std::vector<uint8_t>& Target, int Mask)
 {
     const int Border = Mask / 11 / 2, First = Border * kWidth + Border;
-    kernels::FilterGauss8u(Source.data() + First, kWidth, Target.data() + First, kWidth, kWidth - 2 * Border,
-                           kHeight - 2 * Border, Mask);
+    kernels::g_Kernels.FilterGauss8u(Source.data() + First, kWidth, Target.data() + First, kWidth, kWidth - 2 * Border,
+                                     kHeight - 2 * Border, Mask);
 }
 
 void Filter(const std::vector<float>& Source, std::vector<float>& Target, int Mask)
 {
     constexpr ptrdiff_t kStep = ptrdiff_t{kWidth} * 4;
     const int Border = Mask / 11 / 2, First = Border * kWidth + Border;
-    kernels::FilterMean32f(Source.data() + First, kStep, Target.data() + First, kStep, kWidth - 2 * Border,
-                           kHeight - 2 * Border, Mask);
+    kernels::g_Kernels.FilterMean32f(Source.data() + First, kStep, Target.data() + First, kStep, kWidth - 2 * Border,
+                                     kHeight - 2 * Border, Mask);
 }
 
 void PeerFilter(std::vector<uint8_t>& Source, std::vector<uint8_t>& Target, int Mask)

@@ -16,7 +16,7 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "tools/common/camera_scene.h"
 
 #ifdef HAVE_SWSCALE
@@ -56,7 +56,7 @@ const Pixels& Scene(Size s)
         const uint8_t* const pU = &Planes[s.Bytes() / 3];
         const kernels::SourcePlanes From{{Planes.data(), pU, pU + s.Bytes() / 12}, {s.Width, s.Width / 2, s.Width / 2}};
         const kernels::TargetPlanes To{{Rgb.data()}, {s.Width * 3}};
-        kernels::Yuv420ToRgb24(&From, &To, s.Width, s.Height);
+        kernels::g_Kernels.Yuv420ToRgb24(&From, &To, s.Width, s.Height);
     }
     return Rgb;
 }
@@ -135,9 +135,10 @@ void Quilvex(benchmark::State& State, const Task& t)
     const bool bHalf = t.bArea && t.From.Width == 2 * t.To.Width && t.From.Height == 2 * t.To.Height;
     Measure(State, t, [&](const Pixels& From, Pixels& To) {
         if (bHalf)
-            kernels::Halve8uC3(From.data(), t.From.Width * 3, To.data(), t.To.Width * 3, t.To.Width, t.To.Height);
+            kernels::g_Kernels.Halve8uC3(From.data(), t.From.Width * 3, To.data(), t.To.Width * 3, t.To.Width,
+                                         t.To.Height);
         else
-            kernels::Resize8uC3(
+            kernels::g_Kernels.Resize8uC3(
                 From.data(), t.From.Width, t.From.Height, t.From.Width * 3, 0, 0, t.From.Width, t.From.Height,
                 To.data(), t.To.Width * 3, t.To.Width, t.To.Height, static_cast<double>(t.To.Width) / t.From.Width,
                 static_cast<double>(t.To.Height) / t.From.Height, t.bArea ? kernels::kArea : kernels::kCubic);

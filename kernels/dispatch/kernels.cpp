@@ -1,8 +1,5 @@
 #include "kernels/dispatch/kernels.h"
 
-#include <cstring>
-
-#include "kernels/dispatch/image_kernels.h"
 #include "kernels/dispatch/processor_class.h"
 #include "kernels/dispatch/waterfall.h"
 
@@ -10,7 +7,6 @@ namespace kernels {
 
 constinit KernelSlots g_Kernels;
 int32_t g_BoundTier = 0;
-uint32_t SelectedTier = 0;
 
 namespace {
 
@@ -19,23 +15,22 @@ namespace {
 // addresses with null at compile time under the sanitizers), the first call does.
 std::span<const KernelRecord> Records()
 {
-#define SLOT_KERNEL(Name) static const auto s_Every##Name = k##Name.Filled();
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
+#define KERNEL(Name) static const auto s_Every##Name = k##Name.Filled();
+#include "kernels/dispatch/kernels.def"
+#undef KERNEL
     static constexpr KernelRecord s_Records[] = {
-#define SLOT_KERNEL(Name) RecordOf(&g_Kernels.Name, &s_Every##Name),
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
+#define KERNEL(Name) RecordOf(&g_Kernels.Name, &s_Every##Name),
+#include "kernels/dispatch/kernels.def"
+#undef KERNEL
     };
     return s_Records;
 }
 
 constexpr char kNoTierForProcessor[] = " No IPP matching to examined CPU was found during the Waterfall procedure";
 constexpr char kNoTier[] = " No IPP matching to CPU was found during the Waterfall";
-constexpr int32_t kNotExamined = 20;
 
 // For the programs that hold the library's objects themselves: the shared library binds in its load entry.
-[[maybe_unused]] const int32_t s_AtLoad = (InitKernelsWaterfall(), InitKernelsStatic());
+[[maybe_unused]] const int s_AtLoad = InitKernelsWaterfall();
 
 } // namespace
 
@@ -48,13 +43,6 @@ int InitKernelsWaterfall()
 int InitKernelsForTier(int StartTier)
 {
     return ApplyWaterfall(Records(), StartTier, kNoTier, platform::kSystemMessageBox, g_BoundTier);
-}
-
-int32_t InitKernelsStatic()
-{
-    const platform::CpuidAnswers Answers = platform::ReadCpuid();
-    SelectedTier = static_cast<uint32_t>(TierOfClass(DetectProcessorClass(Answers)));
-    return Answers.Available && std::strcmp(Answers.Vendor.data(), "GenuineIntel") == 0 ? 0 : kNotExamined;
 }
 
 } // namespace kernels

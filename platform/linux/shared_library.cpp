@@ -13,6 +13,4 @@ SharedLibrary::~SharedLibrary()
 
 void* SharedLibrary::Symbol(const char* pName) const { return m_pHandle ? dlsym(m_pHandle, pName) : nullptr; }
 
-void* SharedLibrary::SymbolByOrdinal(int /*Ordinal*/) const { return nullptr; }
-
 } // namespace platform

@@ -34,13 +34,16 @@ const SharedLibrary& Library()
     return *s_pElsewhere;
 }
 
+// The system takes an ordinal in place of a name.
+void* SymbolByOrdinal(uintptr_t Ordinal) { return Library().Symbol(reinterpret_cast<const char*>(Ordinal)); }
+
 } // namespace
 
 TesselogCalls LoadTesselog()
 {
     TesselogCalls Calls;
-    Calls.pWrite = reinterpret_cast<decltype(Calls.pWrite)>(Library().SymbolByOrdinal(kWriteOrdinal));
-    Calls.pUserPath = reinterpret_cast<decltype(Calls.pUserPath)>(Library().SymbolByOrdinal(kUserPathOrdinal));
+    Calls.pWrite = reinterpret_cast<decltype(Calls.pWrite)>(SymbolByOrdinal(kWriteOrdinal));
+    Calls.pUserPath = reinterpret_cast<decltype(Calls.pUserPath)>(SymbolByOrdinal(kUserPathOrdinal));
     return Calls;
 }
 

@@ -16,9 +16,4 @@ void* SharedLibrary::Symbol(const char* pName) const
     return m_pHandle ? reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_pHandle), pName)) : nullptr;
 }
 
-void* SharedLibrary::SymbolByOrdinal(int Ordinal) const
-{
-    return Symbol(reinterpret_cast<const char*>(static_cast<uintptr_t>(Ordinal)));
-}
-
 } // namespace platform

@@ -7,7 +7,6 @@
 #include "front/probes.h"
 #include "front/selection.h"
 #include "front/stdafx.h"
-#include "kernels/dispatch/image_kernels.h"
 #include "kernels/dispatch/kernels.h"
 #include "kernels/dispatch/processor_class.h"
 #include "quilvex/Quilvex.h"
@@ -445,10 +444,8 @@ TEST_F(Selection, TheLoadBindsTheKernelsToTheProcessor)
 {
     const int Best = kernels::TierOfClass(kernels::DetectProcessorClass());
     kernels::InitKernelsForTier(0);
-    kernels::SelectedTier = 6;
     OnLibraryLoad();
     EXPECT_EQ(kernels::g_BoundTier, Best);
-    EXPECT_EQ(kernels::SelectedTier, static_cast<uint32_t>(Best));
     EXPECT_EQ(kernels::g_Kernels.Sad16x16, kernels::kSad16x16.Pick(static_cast<kernels::Tier>(Best)));
 }
 

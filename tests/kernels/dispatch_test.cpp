@@ -1,5 +1,4 @@
 // Both forms of dispatch: the waterfall over tables with and without holes, and the tables of the library.
-#include "kernels/dispatch/image_kernels.h"
 #include "kernels/dispatch/kernels.h"
 #include "kernels/dispatch/processor_class.h"
 #include "kernels/dispatch/waterfall.h"
@@ -127,9 +126,9 @@ void ExpectSlot(const KernelRow<Sig>& Row, Sig* pSlot, enum Tier t)
 
 void ExpectSlots(const KernelSlots& Slots, enum Tier t)
 {
-#define SLOT_KERNEL(Kernel) ExpectSlot(k##Kernel, Slots.Kernel, t);
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
+#define KERNEL(Kernel) ExpectSlot(k##Kernel, Slots.Kernel, t);
+#include "kernels/dispatch/kernels.def"
+#undef KERNEL
 }
 
 // ---- The library's own tables ------------------------------------------------------------------------------
@@ -146,7 +145,6 @@ TEST_F(BoundKernels, AreTheProcessorsWhenTheLibraryIsLoaded)
     const char* const pWanted = std::getenv("TEST_TIER"); // the start of the program has bound another one
     const int Tier = pWanted ? std::atoi(pWanted) : TierOfClass(DetectProcessorClass());
     EXPECT_EQ(g_BoundTier, Tier);
-    EXPECT_EQ(SelectedTier, static_cast<uint32_t>(Tier));
     ExpectSlots(g_Kernels, static_cast<enum Tier>(Tier));
 }
 
@@ -167,26 +165,6 @@ TEST_F(BoundKernels, StayWhenATierIsUnknown)
 }
 
 TEST(KernelSlotsAtFirst, HoldTheReference) { ExpectSlots(KernelSlots{}, Tier::px); }
-
-TEST(ImageKernels, FollowSelectedTier)
-{
-    const ImageKernelEntry<NumberSig> Entry{kFull};
-    const uint32_t Before = SelectedTier;
-    for (uint32_t Tier = 0; Tier < 6; ++Tier) {
-        SelectedTier = Tier;
-        EXPECT_EQ(Entry(), static_cast<int>(Tier));
-        uint8_t Target[4]{};
-        EXPECT_EQ(kernels::SetBytes(9, Target, 3), 0); // every row is filled for every tier
-        EXPECT_EQ(Target[2], 9);
-    }
-    const auto Best = static_cast<uint32_t>(TierOfClass(DetectProcessorClass()));
-    SelectedTier = (Best + 1) % 6;
-    const int32_t Result = InitKernelsStatic();
-    EXPECT_EQ(SelectedTier, Best);
-    SelectedTier = Before;
-    const platform::CpuidAnswers Answers = platform::ReadCpuid();
-    EXPECT_EQ(Result, std::string(Answers.Vendor.data()) == "GenuineIntel" ? 0 : 20);
-}
 
 TEST(KernelRow, FilledPointsEmptyTiersAtTheOneBelow)
 {

@@ -2,7 +2,6 @@
 #include <set>
 #include <string>
 
-#include "kernels/dispatch/image_kernels.h"
 #include "kernels/dispatch/kernels.h"
 #include "tests/support/kernel_testing.h"
 
@@ -11,12 +10,9 @@ namespace {
 std::set<std::string> RowNames()
 {
     return {
-#define SLOT_KERNEL(Kernel) kernels::k##Kernel.Name,
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
-#define IMAGE_KERNEL(Kernel) kernels::k##Kernel.Name,
-#include "kernels/dispatch/image_kernels.def"
-#undef IMAGE_KERNEL
+#define KERNEL(Kernel) kernels::k##Kernel.Name,
+#include "kernels/dispatch/kernels.def"
+#undef KERNEL
     };
 }
 
@@ -40,12 +36,9 @@ void ExpectWhole(const kernels::KernelRow<Sig>& Row, const char* pName)
 
 TEST(KernelRows, TheReferenceIsThereAndTheNameIsTheRows)
 {
-#define SLOT_KERNEL(Kernel) ExpectWhole(kernels::k##Kernel, #Kernel);
-#include "kernels/dispatch/slot_kernels.def"
-#undef SLOT_KERNEL
-#define IMAGE_KERNEL(Kernel) ExpectWhole(kernels::k##Kernel, #Kernel);
-#include "kernels/dispatch/image_kernels.def"
-#undef IMAGE_KERNEL
+#define KERNEL(Kernel) ExpectWhole(kernels::k##Kernel, #Kernel);
+#include "kernels/dispatch/kernels.def"
+#undef KERNEL
 }
 
 } // namespace

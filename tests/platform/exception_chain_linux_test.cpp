@@ -1,6 +1,7 @@
 // What an exception frame leaves to the handlers that stood before it. The first frame of a process installs its
 // handlers for good, so each case runs in a process of its own.
 #include "platform/exception_frame.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -54,18 +55,6 @@ void Install(int Signal, void (*pHandler)(int), int Flags = 0)
 }
 
 [[noreturn]] void Leave(bool bAsExpected) { _exit(bAsExpected ? 0 : 1); }
-
-void WriteToNull()
-{
-    volatile int* volatile pNull = nullptr;
-    *pNull = 1;
-}
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 class ExceptionChainDeathTest : public testing::TestWithParam<int>
 {

@@ -141,43 +141,46 @@ TEST(ColorSpaceConversion, DeepSamplesHaveNoOtherConversion)
     EXPECT_EQ(Filter.GetFrame(&Plain, &DeepTarget), StatusNotImplemented);
 }
 
+using kernels::g_Kernels;
+using kernels::KernelSlots;
+
 // The kernel of each pair, by its name.
 constexpr struct {
     ColorFormat From, To;
-    const Conversion* pKernel;
+    kernels::ConvertSig* KernelSlots::*pKernel;
 } kConversions[]{
-    {NV12, YUV420, &kernels::Nv12ToYuv420},     {YUY2, NV12, &kernels::Yuy2ToNv12},
-    {YUY2, UYVY, &kernels::Yuy2ToUyvy},         {YUY2, YUV420, &kernels::Yuy2ToYuv420},
-    {YUY2, YUV422, &kernels::Yuy2ToYuv422},     {YUY2, RGB32, &kernels::Yuy2ToRgb32},
-    {YUY2, RGB24, &kernels::Yuy2ToRgb24},       {YUY2, RGB565, &kernels::Yuy2ToRgb565},
-    {YUY2, RGB555, &kernels::Yuy2ToRgb555},     {YUY2, RGB444, &kernels::Yuy2ToRgb444},
-    {UYVY, NV12, &kernels::UyvyToNv12},         {UYVY, YUY2, &kernels::UyvyToYuy2},
-    {UYVY, YUV420, &kernels::UyvyToYuv420},     {UYVY, YUV422, &kernels::UyvyToYuv422},
-    {UYVY, RGB32, &kernels::UyvyToRgb32},       {YUV411, YUV422, &kernels::Yuv411ToYuv422},
-    {YUV420, NV12, &kernels::Yuv420ToNv12},     {YUV420, YUY2, &kernels::Yuv420ToYuy2},
-    {YUV420, UYVY, &kernels::Yuv420ToUyvy},     {YUV420, YUV411, &kernels::Yuv420ToYuv411},
-    {YUV420, YUV422, &kernels::Yuv420ToYuv422}, {YUV420, Y41P, &kernels::Yuv420ToY41p},
-    {YUV420, RGB32, &kernels::Yuv420ToRgb32},   {YUV420, RGB24, &kernels::Yuv420ToRgb24},
-    {YUV420, RGB565, &kernels::Yuv420ToRgb565}, {YUV420, RGB555, &kernels::Yuv420ToRgb555},
-    {YUV420, RGB444, &kernels::Yuv420ToRgb444}, {YUV422, YUV420, &kernels::Yuv422ToYuv420},
-    {Y41P, YUV420, &kernels::Y41pToYuv420},     {RGB32, YUY2, &kernels::Rgb32ToYuy2},
-    {RGB32, UYVY, &kernels::Rgb32ToUyvy},       {RGB32, YUV420, &kernels::Rgb32ToYuv420},
-    {RGB32, RGB24, &kernels::Rgb32ToRgb24},     {RGB24, NV12, &kernels::Rgb24ToNv12},
-    {RGB24, YUY2, &kernels::Rgb24ToYuy2},       {RGB24, UYVY, &kernels::Rgb24ToUyvy},
-    {RGB24, YUV420, &kernels::Rgb24ToYuv420},   {RGB24, YUV422, &kernels::Rgb24ToYuv422},
-    {RGB24, RGB32, &kernels::Rgb24ToRgb32},     {RGB24, RGB565, &kernels::Rgb24ToRgb565},
-    {RGB24, RGB555, &kernels::Rgb24ToRgb555},   {RGB24, RGB444, &kernels::Rgb24ToRgb444},
-    {RGB565, YUV420, &kernels::Rgb565ToYuv420}, {RGB565, RGB32, &kernels::Rgb565ToRgb32},
-    {RGB565, RGB24, &kernels::Rgb565ToRgb24},   {RGB555, YUV420, &kernels::Rgb555ToYuv420},
-    {RGB555, RGB32, &kernels::Rgb555ToRgb32},   {RGB555, RGB24, &kernels::Rgb555ToRgb24},
+    {NV12, YUV420, &KernelSlots::Nv12ToYuv420},     {YUY2, NV12, &KernelSlots::Yuy2ToNv12},
+    {YUY2, UYVY, &KernelSlots::Yuy2ToUyvy},         {YUY2, YUV420, &KernelSlots::Yuy2ToYuv420},
+    {YUY2, YUV422, &KernelSlots::Yuy2ToYuv422},     {YUY2, RGB32, &KernelSlots::Yuy2ToRgb32},
+    {YUY2, RGB24, &KernelSlots::Yuy2ToRgb24},       {YUY2, RGB565, &KernelSlots::Yuy2ToRgb565},
+    {YUY2, RGB555, &KernelSlots::Yuy2ToRgb555},     {YUY2, RGB444, &KernelSlots::Yuy2ToRgb444},
+    {UYVY, NV12, &KernelSlots::UyvyToNv12},         {UYVY, YUY2, &KernelSlots::UyvyToYuy2},
+    {UYVY, YUV420, &KernelSlots::UyvyToYuv420},     {UYVY, YUV422, &KernelSlots::UyvyToYuv422},
+    {UYVY, RGB32, &KernelSlots::UyvyToRgb32},       {YUV411, YUV422, &KernelSlots::Yuv411ToYuv422},
+    {YUV420, NV12, &KernelSlots::Yuv420ToNv12},     {YUV420, YUY2, &KernelSlots::Yuv420ToYuy2},
+    {YUV420, UYVY, &KernelSlots::Yuv420ToUyvy},     {YUV420, YUV411, &KernelSlots::Yuv420ToYuv411},
+    {YUV420, YUV422, &KernelSlots::Yuv420ToYuv422}, {YUV420, Y41P, &KernelSlots::Yuv420ToY41p},
+    {YUV420, RGB32, &KernelSlots::Yuv420ToRgb32},   {YUV420, RGB24, &KernelSlots::Yuv420ToRgb24},
+    {YUV420, RGB565, &KernelSlots::Yuv420ToRgb565}, {YUV420, RGB555, &KernelSlots::Yuv420ToRgb555},
+    {YUV420, RGB444, &KernelSlots::Yuv420ToRgb444}, {YUV422, YUV420, &KernelSlots::Yuv422ToYuv420},
+    {Y41P, YUV420, &KernelSlots::Y41pToYuv420},     {RGB32, YUY2, &KernelSlots::Rgb32ToYuy2},
+    {RGB32, UYVY, &KernelSlots::Rgb32ToUyvy},       {RGB32, YUV420, &KernelSlots::Rgb32ToYuv420},
+    {RGB32, RGB24, &KernelSlots::Rgb32ToRgb24},     {RGB24, NV12, &KernelSlots::Rgb24ToNv12},
+    {RGB24, YUY2, &KernelSlots::Rgb24ToYuy2},       {RGB24, UYVY, &KernelSlots::Rgb24ToUyvy},
+    {RGB24, YUV420, &KernelSlots::Rgb24ToYuv420},   {RGB24, YUV422, &KernelSlots::Rgb24ToYuv422},
+    {RGB24, RGB32, &KernelSlots::Rgb24ToRgb32},     {RGB24, RGB565, &KernelSlots::Rgb24ToRgb565},
+    {RGB24, RGB555, &KernelSlots::Rgb24ToRgb555},   {RGB24, RGB444, &KernelSlots::Rgb24ToRgb444},
+    {RGB565, YUV420, &KernelSlots::Rgb565ToYuv420}, {RGB565, RGB32, &KernelSlots::Rgb565ToRgb32},
+    {RGB565, RGB24, &KernelSlots::Rgb565ToRgb24},   {RGB555, YUV420, &KernelSlots::Rgb555ToYuv420},
+    {RGB555, RGB32, &KernelSlots::Rgb555ToRgb32},   {RGB555, RGB24, &KernelSlots::Rgb555ToRgb24},
 };
 
 TEST(ColorSpaceConversion, EveryKernelServesThePairOfItsName)
 {
     for (const auto& Pair : kConversions)
-        EXPECT_EQ(FindConversion(Pair.From, Pair.To), Pair.pKernel) << Pair.From << " to " << Pair.To;
-    EXPECT_EQ(FindConversion(YUVA422, YUV420), &kernels::Yuv422ToYuv420);
-    EXPECT_EQ(FindConversion(YUVA422, YUV422), &kernels::CopyYuv422);
+        EXPECT_EQ(FindConversion(Pair.From, Pair.To), g_Kernels.*Pair.pKernel) << Pair.From << " to " << Pair.To;
+    EXPECT_EQ(FindConversion(YUVA422, YUV420), g_Kernels.Yuv422ToYuv420);
+    EXPECT_EQ(FindConversion(YUVA422, YUV422), g_Kernels.CopyYuv422);
 }
 
 // The table of conversion_pairs.h: a row for each source, a column for each target.

@@ -19,6 +19,8 @@ class CountedProcess : public OpenProcess
 {
 public:
     ~CountedProcess() override { ++s_Destroyed; }
+    static void* operator new(size_t Size) { return ::operator new(Size); }
+    static void* operator new(size_t, void* pPlace) { return pPlace; }
     static void operator delete(void* p)
     {
         ++s_Freed;

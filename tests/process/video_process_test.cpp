@@ -1,6 +1,6 @@
 // Treatment of camera pictures: the settings and what becomes of a frame. Keying is in video_process_keying_test.
 #include "front/stdafx.h"
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "platform/paths.h"
 #include "quilvex/Quilvex.h"
 #include "tests/process/video_process_fixture.h"
@@ -502,10 +502,10 @@ TEST(VideoProcessFrame, BuffersFollowTheSizeAndStayOtherwise)
 
 TEST(VideoProcessFrame, EveryTierGivesTheSamePicture)
 {
-    const uint32_t Bound = kernels::SelectedTier;
+    const int Bound = kernels::g_BoundTier;
     std::vector<RgbPicture> Results;
-    for (uint32_t Tier = 0; Tier <= Bound; ++Tier) {
-        kernels::SelectedTier = Tier;
+    for (int Tier = 0; Tier <= Bound; ++Tier) {
+        kernels::InitKernelsForTier(Tier);
         OpenProcess p;
         p.SetKeyingEnabled(1);
         p.SetSmoothingEnabled(1);
@@ -515,5 +515,5 @@ TEST(VideoProcessFrame, EveryTierGivesTheSamePicture)
         Treat(p, Results.back());
         EXPECT_EQ(Results.back(), Results.front()) << "tier " << Tier;
     }
-    kernels::SelectedTier = Bound;
+    kernels::InitKernelsForTier(Bound);
 }

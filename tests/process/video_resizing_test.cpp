@@ -1,5 +1,5 @@
 // How each layout is resized: component by component, whatever its packing, by the method that suits the change.
-#include "kernels/dispatch/image_kernels.h"
+#include "kernels/dispatch/kernels.h"
 #include "process/video_filter.h"
 #include "tests/support/test_pictures.h"
 
@@ -102,8 +102,9 @@ Component Resized(const Component& From, int32_t Width, int32_t Height)
     Component To{Width, Height, std::vector<uint8_t>(static_cast<size_t>(Width) * static_cast<size_t>(Height))};
     const double xFactor = static_cast<double>(Width) / From.Width, yFactor = static_cast<double>(Height) / From.Height;
     const auto Type = xFactor <= 0.5 && yFactor <= 0.5 ? kernels::kArea : kernels::kCubic;
-    EXPECT_EQ(kernels::Resize8uC1(From.Samples.data(), From.Width, From.Height, From.Width, 0, 0, From.Width,
-                                  From.Height, To.Samples.data(), Width, Width, Height, xFactor, yFactor, Type),
+    EXPECT_EQ(kernels::g_Kernels.Resize8uC1(From.Samples.data(), From.Width, From.Height, From.Width, 0, 0, From.Width,
+                                            From.Height, To.Samples.data(), Width, Width, Height, xFactor, yFactor,
+                                            Type),
               kernels::kStatusOk);
     return To;
 }

@@ -4,6 +4,7 @@ import json
 import pathlib
 import re
 import subprocess
+import sys
 
 
 class TestFailure(Exception):
@@ -13,6 +14,18 @@ class TestFailure(Exception):
 def check(condition, text):
     if not condition:
         raise TestFailure(text)
+
+
+def exit_with(test):
+    """Runs a test program's main function and ends with its exit status: 0 also for none, 1 for a contract that does not hold."""
+    try:
+        status = test() or 0
+    except TestFailure as failure:
+        print(f"FAILED: {failure}")
+        status = 1
+    if status == 0:
+        print("OK")
+    sys.exit(status)
 
 
 def run(*command, expect=0):

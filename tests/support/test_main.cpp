@@ -1,6 +1,5 @@
 // The start of every test program. The kernels have bound themselves for this processor; TEST_TIER (0 to 5) binds those
 // of another tier, so that a whole run can be repeated at each.
-#include "kernels/dispatch/image_kernels.h"
 #include "kernels/dispatch/kernels.h"
 
 #include <gmock/gmock.h>
@@ -10,9 +9,6 @@
 int main(int argc, char** argv)
 {
     testing::InitGoogleMock(&argc, argv);
-    if (const char* const pTier = std::getenv("TEST_TIER")) {
-        kernels::InitKernelsForTier(std::atoi(pTier));
-        kernels::SelectedTier = static_cast<uint32_t>(kernels::g_BoundTier); // the image kernels too
-    }
+    if (const char* const pTier = std::getenv("TEST_TIER")) kernels::InitKernelsForTier(std::atoi(pTier));
     return RUN_ALL_TESTS();
 }

@@ -8,7 +8,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-from oracle import TestFailure, check, ffmpeg_pictures, run, run_json, same_pictures  # noqa: E402
+from oracle import check, exit_with, ffmpeg_pictures, run, run_json, same_pictures  # noqa: E402
 
 # file: width, height, kilobits a second, key interval
 CLIPS = {
@@ -58,8 +58,4 @@ def main():
 
 
 if __name__ == "__main__":
-    try:
-        sys.exit(main())
-    except TestFailure as failure:
-        print(f"FAILED: {failure}")
-        sys.exit(1)
+    exit_with(main)

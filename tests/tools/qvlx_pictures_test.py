@@ -9,7 +9,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-from oracle import TestFailure, check, fails, run, run_json  # noqa: E402
+from oracle import check, exit_with, fails, run, run_json  # noqa: E402
 
 WIDTH, HEIGHT, FRAMES = 96, 64, 5
 SIZE = f"{WIDTH}x{HEIGHT}"
@@ -202,9 +202,4 @@ def main():
 
 
 if __name__ == "__main__":
-    try:
-        main()
-    except TestFailure as failure:
-        print(f"FAILED: {failure}")
-        sys.exit(1)
-    print("OK")
+    exit_with(main)

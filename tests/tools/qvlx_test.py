@@ -10,7 +10,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-from oracle import TestFailure, check, fails, ffmpeg_headers, ffmpeg_pictures, run, run_json, same_pictures  # noqa: E402
+from oracle import check, exit_with, fails, ffmpeg_headers, ffmpeg_pictures, run, run_json, same_pictures  # noqa: E402
 
 
 def failures(qvlx, folder, source):
@@ -114,9 +114,4 @@ def main():
 
 
 if __name__ == "__main__":
-    try:
-        main()
-    except TestFailure as failure:
-        print(f"FAILED: {failure}")
-        sys.exit(1)
-    print("OK")
+    exit_with(main)

@@ -8,7 +8,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-from oracle import TestFailure, check, run, run_json  # noqa: E402
+from oracle import check, exit_with, run, run_json  # noqa: E402
 
 # size, frames a second, targets that the range of QP allows for this content
 CASES = (("352x288", 30, (200, 500, 1000)), ("640x360", 30, (400, 1500)), ("176x144", 15, (64, 150)))
@@ -31,8 +31,4 @@ def main():
 
 
 if __name__ == "__main__":
-    try:
-        main()
-    except TestFailure as failure:
-        print(f"FAILED: {failure}")
-        sys.exit(1)
+    exit_with(main)
