@@ -20,23 +20,25 @@ class MBDecoder : protected ResidualDecoderCABAC<Coeffs, color_format, is_field>
                   protected ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>
 {
 protected:
-    // One macroblock, which BeginMacroblock has set up, of an I, P or B slice.
-    template <SliceType kSlice>
+    // One macroblock, which the cursor has gone to, of an I, P or B slice.
+    template <SliceType kSlice, bool kMbaff>
     static void DecodeMbCAVLC(SliceCursor& c)
     {
+        using Syntax = SyntaxOf<CavlcSyntax, kMbaff>;
         if (kSlice != I_SLICE && TakeSkipRun(c.Entropy))
-            SkipMacroblock<CavlcSyntax, kSlice>(c);
+            SkipMacroblock<Syntax, kSlice>(c);
         else
-            CodedMacroblock<CavlcSyntax, kSlice>(c);
+            CodedMacroblock<Syntax, kSlice>(c);
         if (c.Entropy.Bits.Overrun()) throw h264_exception(StatusInvalidParams);
     }
-    template <SliceType kSlice>
+    template <SliceType kSlice, bool kMbaff>
     static void DecodeMbCABAC(SliceCursor& c)
     {
-        if (kSlice != I_SLICE && CabacSyntax::SkipFlag(c.Entropy, c.Mb, kSlice == B_SLICE))
-            SkipMacroblock<CabacSyntax, kSlice>(c);
+        using Syntax = SyntaxOf<CabacSyntax, kMbaff>;
+        if (kSlice != I_SLICE && Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == B_SLICE))
+            SkipMacroblock<Syntax, kSlice>(c);
         else
-            CodedMacroblock<CabacSyntax, kSlice>(c);
+            CodedMacroblock<Syntax, kSlice>(c);
         if (c.Entropy.Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
     }
 
@@ -44,7 +46,8 @@ private:
     using Cabac = ResidualDecoderCABAC<Coeffs, color_format, is_field>;
     using Cavlc = ResidualDecoderCAVLC<Coeffs, color_format, is_field>;
     template <class Syntax>
-    using Residual = std::conditional_t<Syntax::kCabac, typename Cabac::CabacResidual, typename Cavlc::CavlcResidual>;
+    using Residual = std::conditional_t<Syntax::kCabac, typename Cabac::template CabacResidual<Syntax::kMbaff>,
+                                        typename Cavlc::template CavlcResidual<Syntax::kMbaff>>;
 
     static constexpr int kChromaBlocks = color_format == 0 ? 0 : color_format == 1 ? 4 : 8; // of one plane
     static constexpr bool kHasChroma = color_format == 1 || color_format == 2;
@@ -67,7 +70,7 @@ private:
         if constexpr (kSlice == B_SLICE)
             SkipMotionB(c.Slice, c.Mb, c.Motion);
         else
-            SkipMotionP(c.Slice, c.Mb, c.Motion);
+            SkipMotionP<Syntax::kMbaff>(c.Slice, c.Mb, c.Motion);
         if constexpr (Syntax::kCabac) ClearMvd<kSlice>(c.Slice, c.Mb);
         Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, false, false);
         c.Entropy.PrevDeltaQp = 0;

@@ -62,8 +62,8 @@ void TrackMv(MotionState& m, h264::MotionVector Mv)
 template <class Syntax>
 void Load(const SliceView& s, const MbState& Mb, MotionState& m, int List)
 {
-    LoadMotion(m.Cache[List], s.Records, Mb, List);
-    if constexpr (Syntax::kCabac) LoadMvd(m.Cache[List], s.Local.m_pMvd[List], Mb);
+    LoadMotion<Syntax::kMbaff>(m.Cache[List], s.Records, Mb, List);
+    if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.m_pMvd[List], Mb);
 }
 
 // Reads the difference of the block at Pos and fills prediction plus difference into the cache.
@@ -102,8 +102,8 @@ void Read16x16(const SliceView& s, const MbState& Mb, EntropyState& e, MotionSta
         uint8_t Mvd[2] = {};
         h264::MotionVector Mv{0, 0};
         if (RefIdx[List] >= 0) {
-            if constexpr (Syntax::kCabac) LoadMvd(m.Cache[List], s.Local.m_pMvd[List], Mb);
-            Mv = h264::PredictMedian(FindMotionNeighbours(s.Records, Mb, List), RefIdx[List]) +
+            if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.m_pMvd[List], Mb);
+            Mv = h264::PredictMedian(FindMotionNeighbours<Syntax::kMbaff>(s.Records, Mb, List), RefIdx[List]) +
                  Syntax::Mvd(e, m.Cache[List], kCacheOrigin, Mvd);
             TrackMv(m, Mv);
         }
@@ -281,33 +281,36 @@ bool ReadMotionP(const SliceView& s, const MbState& Mb, EntropyState& e, MotionS
 }
 
 // The mode that a neighbouring 4x4 block suggests: -1 makes DC the prediction (dcPredModePredictedFlag).
+template <bool kMbaff>
 void LoadIntraModes(const SliceView& s, const MbState& Mb, int8_t* pCache)
 {
-    constexpr int kOwnModes = 100; // the neighbour has modes of its own
-    const auto Source = [&](int32_t Neighbour, const MbGlobalInfo& Global) {
+    const auto ModeOf = [&](int32_t Neighbour, const MbGlobalInfo& Global, int Block) {
         if (Neighbour < 0) return -1;
-        if (Global.MbType == MBTYPE_INTRA4x4) return kOwnModes;
+        if (Global.MbType == MBTYPE_INTRA4x4) return int{s.Local.m_pIntraModes[Neighbour * 16 + Block]};
         return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : 2;
     };
-    const uint8_t* const pModes = s.Local.m_pIntraModes;
-    const int Left = Source(Mb.Left, *Mb.pLeftGlobal), Top = Source(Mb.Top, *Mb.pTopGlobal);
     for (int i = 0; i < 4; ++i) {
-        pCache[CachePos(-1, i)] = static_cast<int8_t>(Left == kOwnModes ? pModes[Mb.Left * 16 + i * 4 + 3] : Left);
-        pCache[CachePos(i, -1)] = static_cast<int8_t>(Top == kOwnModes ? pModes[Mb.Top * 16 + 12 + i] : Top);
+        const NeighbourRow Left = LeftBlock<kMbaff>(Mb, i);
+        const MbGlobalInfo& Global = kMbaff && Left.Mb >= 0 ? s.Records.m_pGlobal[Left.Mb] : *Mb.pLeftGlobal;
+        pCache[CachePos(-1, i)] = static_cast<int8_t>(ModeOf(Left.Mb, Global, Left.Row * 4 + 3));
+        pCache[CachePos(i, -1)] = static_cast<int8_t>(ModeOf(Mb.Top, *Mb.pTopGlobal, 12 + i));
     }
 }
 
 } // namespace
 
+template <bool kMbaff>
 void SkipMotionP(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
-    const h264::MotionVector Mv = h264::PredictSkip(FindMotionNeighbours(Slice.Records, Mb, 0));
+    const h264::MotionVector Mv = h264::PredictSkip(FindMotionNeighbours<kMbaff>(Slice.Records, Mb, 0));
     TrackMv(Motion, Mv);
     StoreUniformMotion(Slice.Records, Mb.Number, 0, 0, Mv);
     StoreUnusedList(Slice.Records, Mb.Number, 1);
     Mb.pGlobal->MbType = MBTYPE_SKIPPED;
     Mb.pGlobal->MbFlags |= MBFLAG_SKIPPED | MBFLAG_ONE_MOTION;
 }
+
+template void SkipMotionP<false>(const SliceView&, const MbState&, MotionState&);
 
 void SkipMotionB(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
@@ -332,8 +335,9 @@ bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, 
     else
         return ReadMotionP<Syntax>(Slice, Mb, State, Motion, Type);
 }
-#define INSTANTIATE(Syntax, kSlice)                                                                                    \
-    template bool ReadMotion<Syntax, kSlice>(const SliceView&, const MbState&, EntropyState&, MotionState&, uint32_t)
+#define INSTANTIATE(Elements, kSlice)                                                                                  \
+    template bool ReadMotion<SyntaxOf<Elements, false>, kSlice>(const SliceView&, const MbState&, EntropyState&,       \
+                                                                MotionState&, uint32_t)
 INSTANTIATE(CavlcSyntax, P_SLICE);
 INSTANTIATE(CavlcSyntax, B_SLICE);
 INSTANTIATE(CabacSyntax, P_SLICE);
@@ -344,7 +348,7 @@ template <class Syntax>
 void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& State)
 {
     int8_t Cache[kCacheSize];
-    LoadIntraModes(Slice, Mb, Cache);
+    LoadIntraModes<Syntax::kMbaff>(Slice, Mb, Cache);
     const bool Is8x8 = (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8) != 0;
     for (int i = 0; i < 16; i += Is8x8 ? 4 : 1) {
         int8_t* const pMode = Cache + kBlockCachePos[i];
@@ -361,7 +365,7 @@ void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& Sta
     uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
     for (int y = 0; y < 4; ++y) std::memcpy(pModes + y * 4, Cache + CachePos(0, y), 4);
 }
-template void ReadIntraModes<CavlcSyntax>(const SliceView&, const MbState&, EntropyState&);
-template void ReadIntraModes<CabacSyntax>(const SliceView&, const MbState&, EntropyState&);
+template void ReadIntraModes<SyntaxOf<CavlcSyntax, false>>(const SliceView&, const MbState&, EntropyState&);
+template void ReadIntraModes<SyntaxOf<CabacSyntax, false>>(const SliceView&, const MbState&, EntropyState&);
 
 } // namespace UMC

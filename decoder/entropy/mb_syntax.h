@@ -51,4 +51,10 @@ struct CabacSyntax {
     static h264::MotionVector Mvd(EntropyState& State, const MotionCache& Cache, int Pos, uint8_t Magnitude[2]);
 };
 
+// The elements of one coding in pictures of one kind: with kMbaff macroblocks stand in pairs of frame or field ones.
+template <class Elements, bool kMbaffFrame>
+struct SyntaxOf : Elements {
+    static constexpr bool kMbaff = kMbaffFrame;
+};
+
 } // namespace UMC

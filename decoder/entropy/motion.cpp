@@ -12,6 +12,7 @@ uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101
 
 } // namespace
 
+template <bool kMbaff>
 void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List)
 {
     const h264::MotionVector* const pMv = Records.m_pMv[List];
@@ -26,7 +27,6 @@ void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb
             Cache.Ref[Pos] = h264::kRefUnavailable;
         }
     };
-    Corner(kCacheTopLeft, Mb.TopLeft, 15);
     Corner(kCacheTopRight, Mb.TopRight, 12);
     if (Mb.Top >= 0) {
         std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.Top * 16 + 12, 4 * sizeof(h264::MotionVector));
@@ -35,17 +35,27 @@ void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb
         std::memset(&Cache.Mv[kTopRow], 0, 4 * sizeof(h264::MotionVector));
         std::memset(&Cache.Ref[kTopRow], h264::kRefUnavailable, 4);
     }
-    for (int y = 0; y < 4; ++y) Corner(CachePos(-1, y), Mb.Left, y * 4 + 3);
+    for (int y = -1; y < 4; ++y) {
+        const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y);
+        Corner(CachePos(-1, y), Left.Mb, Left.Row * 4 + 3);
+    }
 }
+template void LoadMotion<false>(MotionCache&, const H264MbInfo&, const MbState&, int);
+template void LoadMotion<true>(MotionCache&, const H264MbInfo&, const MbState&, int);
 
+template <bool kMbaff>
 void LoadMvd(MotionCache& Cache, const MbMvd* pMvd, const MbState& Mb)
 {
     static constexpr MbMvd kNone{};
-    const MbMvd& Left = Mb.Left >= 0 ? pMvd[Mb.Left] : kNone;
     const MbMvd& Top = Mb.Top >= 0 ? pMvd[Mb.Top] : kNone;
     std::memcpy(Cache.Mvd[kTopRow], Top.Bottom, 8);
-    for (int y = 0; y < 4; ++y) std::memcpy(Cache.Mvd[CachePos(-1, y)], Left.Right[y], 2);
+    for (int y = 0; y < 4; ++y) {
+        const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y);
+        std::memcpy(Cache.Mvd[CachePos(-1, y)], (Left.Mb >= 0 ? pMvd[Left.Mb] : kNone).Right[Left.Row], 2);
+    }
 }
+template void LoadMvd<false>(MotionCache&, const MbMvd*, const MbState&);
+template void LoadMvd<true>(MotionCache&, const MbMvd*, const MbState&);
 
 void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx)
 {

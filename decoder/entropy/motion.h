@@ -19,6 +19,7 @@ inline h264::MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int
 }
 
 // For the whole macroblock, straight from its neighbours' records.
+template <bool kMbaff>
 inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, const MbState& Mb, int List)
 {
     const auto At = [&](int32_t Neighbour, int Block) {
@@ -26,7 +27,8 @@ inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, co
         const int32_t i = Neighbour * 16 + Block;
         return h264::BlockMotion{Records.m_pMv[List][i], Records.m_pRefIdx[List][i]};
     };
-    return {At(Mb.Left, 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(Mb.TopLeft, 15)};
+    const NeighbourRow A = LeftBlock<kMbaff>(Mb, 0), D = LeftBlock<kMbaff>(Mb, -1);
+    return {At(A.Mb, A.Row * 4 + 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(D.Mb, D.Row * 4 + 3)};
 }
 
 inline h264::MotionVector PredictMv(const MotionCache& Cache, int Pos, int Width, int RefIdx, bool NoC = false)
@@ -35,8 +37,10 @@ inline h264::MotionVector PredictMv(const MotionCache& Cache, int Pos, int Width
 }
 
 // Fills the borders of the cache of a list from the neighbours' records.
+template <bool kMbaff>
 void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List);
 // The same for the vector differences that CABAC contexts read.
+template <bool kMbaff>
 void LoadMvd(MotionCache& Cache, const MbMvd* pMvd, const MbState& Mb);
 
 // Fills Width x Height 4x4 blocks from Pos on.

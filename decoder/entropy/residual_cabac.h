@@ -99,9 +99,10 @@ template <class Coeffs, int color_format, bool is_field>
 class ResidualDecoderCABAC
 {
 protected:
+    template <bool kMbaff>
     struct CabacResidual {
-        static void LoadLuma(const SliceView&, const MbState& Mb, CountCache& Counts);
-        static void LoadChroma(const SliceView&, const MbState& Mb, CountCache& Counts);
+        static void LoadLuma(const SliceView& s, const MbState& Mb, CountCache& Counts);
+        static void LoadChroma(const SliceView& s, const MbState& Mb, CountCache& Counts);
         static bool LumaDc(EntropyState& e, const MbState& Mb, const CountCache&, Coeffs* pLevels);
         static bool LumaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
                            Coeffs* pOut)
@@ -127,7 +128,7 @@ protected:
         static void StoreCounts(const SliceView&, const MbState&, const CountCache&, bool, bool) {}
 
     private:
-        static bool IsFieldMb(const MbState& Mb) { return is_field || (Mb.pGlobal->MbFlags & MBFLAG_FIELD) != 0; }
+        static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
         static bool DecideFlag(EntropyState& e, CabacBlockCat Cat, uint32_t Inc)
         {
             return e.Cabac.m_Engine.Decide(e.Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
@@ -143,7 +144,7 @@ protected:
             const bool Coded = DecideFlag(e, kCat, pFlag[-1] + 2u * pFlag[-kCacheStride]);
             *pFlag = Coded;
             if (Coded) {
-                const bool Field = IsFieldMb(Mb);
+                const bool Field = IsField(Mb);
                 CabacBlockReader<Coeffs, kCat>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
                                                      Scale, pOut);
             }
@@ -153,55 +154,65 @@ protected:
 };
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadLuma(const SliceView&, const MbState& Mb,
-                                                                                   CountCache& Counts)
+template <bool kMbaff>
+void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>::LoadLuma(const SliceView& s,
+                                                                                           const MbState& Mb,
+                                                                                           CountCache& Counts)
 {
     uint8_t* const pCache = Counts.NonZero[0];
-    const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBits);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBits) >> 12 & 15;
     const uint32_t TopBytes = Top * 0x00204081u & 0x01010101u; // one bit to each byte
     std::memcpy(pCache + CachePos(0, -1), &TopBytes, 4);
     for (int y = 0; y < 4; ++y) {
-        pCache[CachePos(-1, y)] = Left >> (y * 4 + 3) & 1;
+        const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y);
+        const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.m_pLocal[Left.Mb] : *Mb.pLeftLocal;
+        pCache[CachePos(-1, y)] = Bits(Mb, Left.Mb, Local.CodedBlockBits) >> (Left.Row * 4 + 3) & 1;
         std::memset(pCache + CachePos(0, y), 0, 4);
     }
 }
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LoadChroma(const SliceView&,
-                                                                                     const MbState& Mb,
-                                                                                     CountCache& Counts)
+template <bool kMbaff>
+void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>::LoadChroma(const SliceView& s,
+                                                                                             const MbState& Mb,
+                                                                                             CountCache& Counts)
 {
     constexpr int kRows = color_format == 2 ? 4 : 2;
     for (int Plane = 0; Plane < 2; ++Plane) {
         uint8_t* const pCache = Counts.NonZero[1 + Plane];
-        const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]) >> 1;
         const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;
         for (int x = 0; x < 2; ++x) pCache[CachePos(x, -1)] = Top >> ((kRows - 1) * 2 + x) & 1;
-        for (int y = 0; y < kRows; ++y) pCache[CachePos(-1, y)] = Left >> (y * 2 + 1) & 1;
+        for (int y = 0; y < kRows; ++y) {
+            const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y, kRows);
+            const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.m_pLocal[Left.Mb] : *Mb.pLeftLocal;
+            pCache[CachePos(-1, y)] = Bits(Mb, Left.Mb, Local.CodedBlockBitsChroma[Plane]) >> (Left.Row * 2 + 2) & 1;
+        }
     }
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::LumaDc(EntropyState& e, const MbState& Mb,
-                                                                                 const CountCache&, Coeffs* pLevels)
+template <bool kMbaff>
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>::LumaDc(EntropyState& e,
+                                                                                         const MbState& Mb,
+                                                                                         const CountCache&,
+                                                                                         Coeffs* pLevels)
 {
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBits);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBits);
     if (!DecideFlag(e, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
-    const bool Field = IsFieldMb(Mb);
+    const bool Field = IsField(Mb);
     CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
                                                 pLevels);
     return true;
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x8(EntropyState& e, const MbState& Mb,
-                                                                                  CountCache& Counts, int Quadrant,
-                                                                                  Dequant Scale, Coeffs* pOut)
+template <bool kMbaff>
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>::Luma8x8(
+    EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale, Coeffs* pOut)
 {
     // In these chroma formats there is no flag (clause 7.3.5.3.3): it is taken as 1.
-    const bool Field = IsFieldMb(Mb);
+    const bool Field = IsField(Mb);
     CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(e.Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8, Scale,
                                                  pOut);
     uint8_t* const pFlag = Counts.NonZero[0] + kBlockCachePos[Quadrant * 4];
@@ -210,13 +221,15 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::Luma8x
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual::ChromaDc(EntropyState& e, const MbState& Mb,
-                                                                                   int Plane, Coeffs* pLevels)
+template <bool kMbaff>
+bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>::ChromaDc(EntropyState& e,
+                                                                                           const MbState& Mb, int Plane,
+                                                                                           Coeffs* pLevels)
 {
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]);
     if (!DecideFlag(e, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(e.Cabac, IsFieldMb(Mb), nullptr, {}, pLevels);
+    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(e.Cabac, IsField(Mb), nullptr, {}, pLevels);
     return true;
 }
 

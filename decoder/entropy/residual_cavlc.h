@@ -21,6 +21,7 @@ template <class Coeffs, int color_format, bool is_field>
 class ResidualDecoderCAVLC
 {
 protected:
+    template <bool kMbaff>
     struct CavlcResidual {
         static void LoadLuma(const SliceView& s, const MbState& Mb, CountCache& Counts)
         {
@@ -70,10 +71,10 @@ protected:
     private:
         static constexpr int kChromaRows = color_format == 2 ? 4 : 2;
 
-        static bool IsFieldMb(const MbState& Mb) { return is_field || (Mb.pGlobal->MbFlags & MBFLAG_FIELD) != 0; }
+        static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
         static const uint8_t* Scan4x4(const MbState& Mb)
         {
-            return IsFieldMb(Mb) ? h264::kFieldScan4x4 : h264::kZigzag4x4;
+            return IsField(Mb) ? h264::kFieldScan4x4 : h264::kZigzag4x4;
         }
         static void LoadPlane(const SliceView& s, const MbState& Mb, CountCache& Counts, int Plane, int Width,
                               int Height);
@@ -99,10 +100,9 @@ protected:
 };
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::LoadPlane(const SliceView& s,
-                                                                                    const MbState& Mb,
-                                                                                    CountCache& Counts, int Plane,
-                                                                                    int Width, int Height)
+template <bool kMbaff>
+void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>::LoadPlane(
+    const SliceView& s, const MbState& Mb, CountCache& Counts, int Plane, int Width, int Height)
 {
     uint8_t* const pCache = Counts.NonZero[Plane];
     const uint8_t* const pCounts = s.Local.m_pCoeffCounts + Plane * kCountsPerPlane;
@@ -112,17 +112,19 @@ void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::LoadPl
     else
         std::memset(pCache + CachePos(0, -1), kNoCount, Bytes);
     for (int y = 0; y < Height; ++y) {
-        pCache[CachePos(-1, y)] = Mb.Left >= 0 ? pCounts[Mb.Left * kCountsPerMb + (y + 1) * Width - 1] : kNoCount;
+        const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y, Height);
+        pCache[CachePos(-1, y)] =
+            Left.Mb >= 0 ? pCounts[Left.Mb * kCountsPerMb + (Left.Row + 1) * Width - 1] : kNoCount;
         std::memset(pCache + CachePos(0, y), 0, Bytes);
     }
 }
 
 template <class Coeffs, int color_format, bool is_field>
-bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::Luma8x8(EntropyState& e, const MbState& Mb,
-                                                                                  CountCache& Counts, int Quadrant,
-                                                                                  Dequant Scale, Coeffs* pOut)
+template <bool kMbaff>
+bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>::Luma8x8(
+    EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale, Coeffs* pOut)
 {
-    const uint8_t* const pScan = IsFieldMb(Mb) ? h264::kFieldScan8x8 : h264::kZigzag8x8;
+    const uint8_t* const pScan = IsField(Mb) ? h264::kFieldScan8x8 : h264::kZigzag8x8;
     int Total = 0;
     for (int Part = 0; Part < 4; ++Part) { // four interleaved lists
         CavlcBlock Block;
@@ -139,10 +141,9 @@ bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::Luma8x
 }
 
 template <class Coeffs, int color_format, bool is_field>
-void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual::StoreCounts(const SliceView& s,
-                                                                                      const MbState& Mb,
-                                                                                      const CountCache& Counts,
-                                                                                      bool HasLuma, bool HasChromaAc)
+template <bool kMbaff>
+void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>::StoreCounts(
+    const SliceView& s, const MbState& Mb, const CountCache& Counts, bool HasLuma, bool HasChromaAc)
 {
     uint8_t* const pCounts = s.Local.m_pCoeffCounts + Mb.Number * kCountsPerMb;
     if (HasLuma)

@@ -17,34 +17,34 @@ public:
     Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
         switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case P_SLICE: return Run<false, P_SLICE>(Position, Count, d.m_Cursor);
-        case B_SLICE: return Run<false, B_SLICE>(Position, Count, d.m_Cursor);
-        default: return Run<false, I_SLICE>(Position, Count, d.m_Cursor);
+        case P_SLICE: return Run<false, P_SLICE, false>(Position, Count, d.m_Cursor);
+        case B_SLICE: return Run<false, B_SLICE, false>(Position, Count, d.m_Cursor);
+        default: return Run<false, I_SLICE, false>(Position, Count, d.m_Cursor);
         }
     }
     Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
         switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case P_SLICE: return Run<true, P_SLICE>(Position, Count, d.m_Cursor);
-        case B_SLICE: return Run<true, B_SLICE>(Position, Count, d.m_Cursor);
-        default: return Run<true, I_SLICE>(Position, Count, d.m_Cursor);
+        case P_SLICE: return Run<true, P_SLICE, false>(Position, Count, d.m_Cursor);
+        case B_SLICE: return Run<true, B_SLICE, false>(Position, Count, d.m_Cursor);
+        default: return Run<true, I_SLICE, false>(Position, Count, d.m_Cursor);
         }
     }
 
 private:
-    template <bool kCabac, SliceType kSlice>
+    template <bool kCabac, SliceType kSlice, bool kMbaff>
     static Status Run(int32_t Position, int32_t Count, SliceCursor& c)
     {
         const SliceView& s = c.Slice;
         const int32_t PictureMbs = s.Picture.MbCount(), Width = s.Picture.MbWidth;
         c.CurrentMb = Position;
-        int32_t X = Position % Width, Y = Position / Width;
+        auto [X, Y] = PlaceOf<kMbaff>(Position, Width);
         for (int32_t i = 0; i < Count && c.CurrentMb < PictureMbs; ++i) {
-            BeginMacroblock(c, c.CurrentMb, X, Y);
+            c.BeginMacroblock<kMbaff>(c.CurrentMb, X, Y);
             if constexpr (kCabac)
-                Decoder::template DecodeMbCABAC<kSlice>(c);
+                Decoder::template DecodeMbCABAC<kSlice, kMbaff>(c);
             else
-                Decoder::template DecodeMbCAVLC<kSlice>(c);
+                Decoder::template DecodeMbCAVLC<kSlice, kMbaff>(c);
             if constexpr (kSlice == I_SLICE)
                 Reconstructor::ReconstructIntra(s, c.Mb, c.Coeffs);
             else
@@ -52,8 +52,9 @@ private:
             ++c.MbsDone;
             if (s.pNextMbMap) {
                 c.CurrentMb = static_cast<int32_t>(s.pNextMbMap[c.CurrentMb]);
-                X = c.CurrentMb % Width;
-                Y = c.CurrentMb / Width;
+                const MbPlace Place = PlaceOf<kMbaff>(c.CurrentMb, Width);
+                X = Place.X;
+                Y = Place.Y;
             } else {
                 ++c.CurrentMb;
                 if (++X == Width) {

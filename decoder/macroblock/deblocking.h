@@ -3,6 +3,7 @@
 #pragma once
 
 #include "decoder/picture/picture_view.h"
+#include "decoder/slice/neighbours.h"
 #include "decoder/slice/slice.h"
 #include "kernels/deblocking/deblocking.h"
 
@@ -86,15 +87,13 @@ private:
 inline H264Deblocker::Place H264Deblocker::FindPlace(int32_t X, int32_t Y) const
 {
     const int32_t Mb = m_Picture.FirstMb + Y * m_Picture.MbWidth + X;
-    const auto Find = [&](bool Inside, int32_t Neighbour) {
-        if (!Inside) return -1;
+    const MbAround Around = FindAround(Mb, X, Y, m_Picture.MbWidth, [&](int32_t Neighbour) {
         const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
         if (SliceId == m_pGlobal[Mb].SliceId) [[likely]]
-            return Neighbour;
-        // Nothing was decoded there, or this slice keeps to itself.
-        return SliceId == kNoSlice || m_WithinSlice ? -1 : Neighbour;
-    };
-    return {Mb, Find(X > 0, Mb - 1), Find(Y > 0, Mb - m_Picture.MbWidth)};
+            return true;
+        return SliceId != kNoSlice && !m_WithinSlice; // nothing was decoded there, or this slice keeps to itself
+    });
+    return {Mb, Around.Left, Around.Top};
 }
 
 } // namespace UMC

@@ -3,6 +3,7 @@
 
 #include "Common/h264/motion_prediction.h"
 #include "decoder/picture/mb_info.h"
+#include "decoder/slice/neighbours.h"
 
 #include <cstdint>
 
@@ -36,15 +37,27 @@ inline bool IsIntra(const MbGlobalInfo& Mb) { return IsIntra(Mb.MbType); }
 
 // The macroblock in hand. Neighbours are -1 when they lie outside the picture or the slice; their records then are the
 // slice's stand-ins, which add nothing to any CABAC context.
-struct MbState {
+struct MbState : MbAround {
     int32_t Number = 0;   // in the frame's arrays
     int32_t X = 0, Y = 0; // in macroblocks, within the frame or field
-    int32_t Left = -1, Top = -1, TopRight = -1, TopLeft = -1;
+    PairNeighbours Pairs; // MBAFF frames
     MbGlobalInfo* pGlobal = nullptr;
     MbLocalInfo* pLocal = nullptr;
     const MbGlobalInfo *pLeftGlobal = nullptr, *pTopGlobal = nullptr;
     const MbLocalInfo *pLeftLocal = nullptr, *pTopLocal = nullptr;
 };
+
+inline bool IsFieldMb(const MbState& Mb) { return (Mb.pGlobal->MbFlags & MBFLAG_FIELD) != 0; }
+
+// The 4x4 block left of the macroblock beside row y of its blocks, of which there are Rows: 4, and 2 or 4 in chroma
+// planes. Above the first row with -1. Row counts blocks.
+template <bool kMbaff>
+[[gnu::always_inline]] inline NeighbourRow LeftBlock(const MbState& Mb, int y, int Rows = 4)
+{
+    if constexpr (!kMbaff) return y < 0 ? NeighbourRow{Mb.TopLeft, Rows - 1} : NeighbourRow{Mb.Left, y};
+    const NeighbourRow r = Mb.Pairs.At(Column::Left, y < 0 ? -1 : y * 4, Rows * 4, IsFieldMb(Mb));
+    return {r.Mb, r.Row / 4};
+}
 
 // Inter prediction shape of a macroblock or of an 8x8 block.
 enum BlockShape : uint8_t { SHAPE_WHOLE = 0, SHAPE_ROWS = 1, SHAPE_COLUMNS = 2, SHAPE_QUARTERS = 3, SHAPE_DIRECT = 4 };

@@ -98,6 +98,11 @@ struct SliceCursor {
     SliceCursor(const SliceCursor&) = delete;
     SliceCursor& operator=(const SliceCursor&) = delete;
 
+    // Goes to macroblock Number of the picture, in column X and row Y, finds its neighbours and clears its records.
+    // IsField: in an MBAFF frame it is a field macroblock, or is taken for one until its pair's flag has been read.
+    template <bool kMbaff>
+    void BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField = false);
+
     // Takes the view of a slice.
     void View(const H264Slice& Slice);
     // Everything else that decoding of the slice starts with, but for the reader. Throws h264_exception when the
@@ -112,5 +117,34 @@ private:
     void BeginTables();
     void BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset);
 };
+
+template <bool kMbaff>
+[[gnu::always_inline]] inline void SliceCursor::BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField)
+{
+    MbGlobalInfo* const pGlobal = Slice.Records.m_pGlobal;
+    const int32_t n = Number + Slice.Picture.FirstMb, Width = Slice.Picture.MbWidth;
+    const auto IsUsable = [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; };
+    Mb.Number = n;
+    Mb.X = X;
+    Mb.Y = Y;
+    Mb.pGlobal = pGlobal + n;
+    Mb.pLocal = Slice.Local.m_pLocal + n;
+    if constexpr (kMbaff) {
+        Mb.Pairs.Find(n, X, Y, Width, pGlobal, IsUsable);
+        static_cast<MbAround&>(Mb) = Mb.Pairs.Around(IsField);
+    } else {
+        static_cast<MbAround&>(Mb) = FindAround(n, X, Y, Width, IsUsable);
+    }
+    Mb.pLeftGlobal = Mb.Left >= 0 ? pGlobal + Mb.Left : &Slice.NoGlobal;
+    Mb.pTopGlobal = Mb.Top >= 0 ? pGlobal + Mb.Top : &Slice.NoGlobal;
+    Mb.pLeftLocal = Mb.Left >= 0 ? Slice.Local.m_pLocal + Mb.Left : &Slice.NoLocal;
+    Mb.pTopLocal = Mb.Top >= 0 ? Slice.Local.m_pLocal + Mb.Top : &Slice.NoLocal;
+    *Mb.pGlobal = MbGlobalInfo{};
+    Mb.pGlobal->SliceId = Slice.SliceId;
+    if (kMbaff && IsField) Mb.pGlobal->MbFlags = MBFLAG_FIELD;
+    *Mb.pLocal = MbLocalInfo{};
+    Mb.pLocal->Qp = static_cast<int8_t>(Entropy.QpLuma);
+    for (uint32_t& Bits : Coeffs.Bits) Bits = 0;
+}
 
 } // namespace UMC
