@@ -3,7 +3,6 @@
 #include "decoder/entropy/mb_layer.h"
 #include "decoder/jobs/segment_decoder_hp.h"
 #include "decoder/picture/dpb.h"
-#include "decoder/picture/ref_list_builder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -215,7 +214,8 @@ void H264SegmentDecoderMultiThreaded::SetUpDirect()
     const H264DecoderFrame* const pFirst = m_pRefPicList->List[1].Frame[0];
     m_ColIsShortTerm = (m_pRefPicList->List[1].Flag[0] & kRefFlagShortTerm) != 0;
     if (!pFirst) m_DirectTables = {};
-    if (pFirst) ComputeDirectTables(*m_pSlice, m_DirectTables);
+    if (pFirst)
+        ComputeDirectTables(*m_pRefPicList, *m_pHeader, m_pSlice->m_PicOrderCnt, m_ImplicitWeights, m_DirectTables);
     if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_MbSize == m_pFrame->m_MbSize) m_pColFrame = pFirst;
 }
 

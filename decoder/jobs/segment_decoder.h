@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decoder/jobs/task.h"
+#include "decoder/picture/direct_tables.h"
 #include "decoder/slice/mb_state.h"
 #include "decoder/slice/slice.h"
 #include "decoder/stream/cabac.h"

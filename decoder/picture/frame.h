@@ -2,9 +2,8 @@
 #pragma once
 
 #include "decoder/picture/mb_info.h"
-#include "decoder/picture/ref_pic_list.h"
+#include "decoder/picture/slice_lists.h"
 #include "decoder/stream/headers.h"
-#include "decoder/stream/heap.h"
 #include "decoder/stream/sei.h"
 #include "media/umc_status.h"
 
@@ -16,7 +15,7 @@
 
 namespace UMC {
 
-class H264Slice;
+class H264Slice; // known to the floors above only: a picture holds slices and never looks into one
 class MemoryAllocator;
 class H264DecoderFrame;
 class LocalMbMemory;
@@ -83,7 +82,7 @@ enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, F
 // The slices of one field, or of a frame, and how far they have got.
 struct H264DecoderFrameInfo {
     H264DecoderFrame* m_pFrame = nullptr;
-    std::vector<H264Slice*> m_Slices; // in decoding order; the slice heap owns them
+    std::vector<H264Slice*> m_Slices; // in decoding order; the slice pool owns them
     std::vector<H264Slice*> m_DoneSlices;
     AuStatus m_Status = AuStatus::Empty;
     int32_t m_NextDecodeMb = 0, m_NextReconstructMb = 0;
@@ -93,9 +92,6 @@ struct H264DecoderFrameInfo {
     uint64_t m_UnitBytes = 0;  // kept of the slices' units
     AdaptiveMarking m_Marking; // of the first slice, where its header has commands
     H264DecoderFrameInfo *m_pNext = nullptr, *m_pPrev = nullptr, *m_pReferenceAu = nullptr;
-
-    bool IsAllDecoded() const; // and deblocked
-    bool IsComplete() const { return m_Status == AuStatus::Finished || (!m_Slices.empty() && IsAllDecoded()); }
 };
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
@@ -144,6 +140,8 @@ public:
 
     // Frame numbering helpers over both fields.
     int32_t PicOrderCnt() const { return m_PicOrderCnt[0] < m_PicOrderCnt[1] ? m_PicOrderCnt[0] : m_PicOrderCnt[1]; }
+    // Of a field, or with -1 of the frame.
+    int32_t PicOrderCnt(int Field) const { return Field >= 0 ? m_PicOrderCnt[Field] : PicOrderCnt(); }
     int32_t ResetCount() const
     {
         return m_RefListResetCount[0] > m_RefListResetCount[1] ? m_RefListResetCount[0] : m_RefListResetCount[1];
@@ -157,36 +155,24 @@ public:
     void ClearMbInfo();                     // all vectors 0, no references, no slice
     void ClearGlobalMbInfo();               // no slice; vectors and references stay as they are
 
-    // Everything but planes, records and the frame's own numbers goes back to the state of a new frame. The slices go
-    // to the given pool.
-    void Reset(H264_Heap_Objects<H264Slice>& SliceHeap);
+    // Everything but planes, records and the frame's own numbers goes back to the state of a new frame. Its slices have
+    // been given back.
+    void Reset();
 
     bool IsFieldPair() const { return m_PictureStructure < FRAME_PICTURE; }
 
-    // Slices. One that was reserved is added without a further request for memory.
-    Status ReserveSlice(int Field); // StatusAllocFailed
-    int32_t SliceCount() const { return static_cast<int32_t>(m_Au[0].m_Slices.size() + m_Au[1].m_Slices.size()); }
-    // For the lists of the slice to be added; they may hold anything.
-    H264DecoderRefPicList& SpareRefPicList() { return *m_pSpareLists; }
-    // Adds a slice with the lists that were written to the spare ones and gives it its number.
-    void AppendSlice(int Field, H264Slice& Slice);
-    // Decoding is over: what only it needs goes back. The first slice of each field stays, for the comparison with the
-    // next picture's.
-    void ReleaseSlices(H264_Heap_Objects<H264Slice>& SliceHeap);
+    // What decoding asks the frame: the lists of a slice in work, and of one whose decoding may be over. Null for a
+    // number that no slice has.
+    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const { return m_RefPicLists.ListsOf(SliceNumber); }
+    const H264RefPicIndices* RefPicIndicesOf(uint32_t SliceNumber) const
+    {
+        return m_RefPicLists.IndicesOf(SliceNumber);
+    }
 
-    // The lists that slice SliceNumber, in work, is decoded with; null for a number that no slice has.
-    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const;
-    // The same of a slice whose decoding may be over.
-    const H264RefPicIndices* RefPicIndicesOf(uint32_t SliceNumber) const;
+    SliceLists m_RefPicLists; // of both fields: numbers run on from the first to the second
 
 private:
     void ReleaseMbInfo();
-
-    // Lists, numbered: slices whose lists are those of the slice before share them.
-    std::vector<std::unique_ptr<H264DecoderRefPicList>> m_RefPicLists; // while in work
-    std::vector<H264RefPicIndices> m_RefPicIndices;
-    std::vector<uint16_t> m_ListNumber; // by slice number - 1
-    std::unique_ptr<H264DecoderRefPicList> m_pSpareLists;
 
     uint32_t m_MbMemId = 0;
     int32_t m_MbCapacity = 0;

@@ -45,10 +45,11 @@ bool IsLongTermFor(const H264DecoderFrame& Frame, bool IsField)
 class ListBuilder
 {
 public:
-    ListBuilder(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+    ListBuilder(const RefListOrder& Order, const H264DecoderFrame& Frame, H264DBPList& Dpb,
                 H264DecoderRefPicList& Lists)
-        : m_Slice(Slice), m_Header(Slice.m_Header), m_Reordering(Reordering), m_Dpb(Dpb), m_Lists(Lists),
-          m_IsField(Slice.m_Header.field_pic_flag != 0), m_IsB(Slice.m_Header.slice_type == B_SLICE)
+        : m_Header(Order.Header), m_Reordering(Order.Reordering), m_MaxFrameNum(Order.MaxFrameNum), m_Frame(Frame),
+          m_Dpb(Dpb), m_Lists(Lists), m_IsField(Order.Header.field_pic_flag != 0),
+          m_IsB(Order.Header.slice_type == B_SLICE)
     {
     }
 
@@ -100,8 +101,7 @@ private:
     void InitialListsB()
     {
         FrameOrder Past, Future;
-        const int32_t Current =
-            m_IsField ? m_Slice.m_pFrame->m_PicOrderCnt[m_Header.bottom_field_flag] : m_Slice.m_pFrame->PicOrderCnt();
+        const int32_t Current = m_Frame.PicOrderCnt(m_IsField ? m_Header.bottom_field_flag : -1);
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext) {
             if (!IsShortTermFor(*p, m_IsField)) continue;
             if (OrderCount(*p) <= Current) {
@@ -118,7 +118,7 @@ private:
     // Of the picture in work only the first field counts.
     int32_t OrderCount(const H264DecoderFrame& Frame) const
     {
-        return &Frame == m_Slice.m_pFrame ? Frame.m_PicOrderCnt[1 - m_Header.bottom_field_flag] : Frame.PicOrderCnt();
+        return &Frame == &m_Frame ? Frame.m_PicOrderCnt[1 - m_Header.bottom_field_flag] : Frame.PicOrderCnt();
     }
 
     void Join(H264RefList& List, std::initializer_list<const FrameOrder*> Groups)
@@ -180,7 +180,7 @@ private:
     // Clause 8.2.4.3.
     void Reorder(H264RefList& List, const RefPicListReordering& Commands, int ActiveCount)
     {
-        const uint32_t MaxPicNum = 1u << (m_Slice.m_pSeqParamSet->log2_max_frame_num + m_IsField);
+        const auto MaxPicNum = static_cast<uint32_t>(m_MaxFrameNum) << (m_IsField ? 1 : 0);
         const auto CurrPicNum = static_cast<uint32_t>(m_IsField ? 2 * m_Header.frame_num + 1 : m_Header.frame_num);
         uint32_t Predicted = CurrPicNum; // picNumLXNoWrap, modulo MaxPicNum
         for (int i = 0; i < static_cast<int>(Commands.count) && i < ActiveCount; ++i) {
@@ -227,9 +227,10 @@ private:
         }
     }
 
-    const H264Slice& m_Slice;
     const SliceHeaderFields& m_Header;
     const RefPicListReordering (&m_Reordering)[2];
+    const int32_t m_MaxFrameNum;
+    const H264DecoderFrame& m_Frame;
     H264DBPList& m_Dpb;
     H264DecoderRefPicList& m_Lists;
     const bool m_IsField, m_IsB;
@@ -239,16 +240,16 @@ private:
 
 } // namespace
 
-Status BuildRefPicLists(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+Status BuildRefPicLists(const RefListOrder& Order, const H264DecoderFrame& Frame, H264DBPList& Dpb,
                         H264DecoderRefPicList& Lists)
 {
-    Dpb.ComputePicNums(Slice.m_Header, 1 << Slice.m_pSeqParamSet->log2_max_frame_num);
+    Dpb.ComputePicNums(Order.Header, Order.MaxFrameNum);
     Lists = {};
-    if (Slice.m_Header.slice_type == I_SLICE) return StatusOk;
+    if (Order.Header.slice_type == I_SLICE) return StatusOk;
     int32_t Short = 0, Long = 0;
     Dpb.CountReferences(Short, Long);
     if (Short + Long == 0) return StatusInvalidParams;
-    ListBuilder(Slice, Reordering, Dpb, Lists).Build();
+    ListBuilder(Order, Frame, Dpb, Lists).Build();
     return StatusOk;
 }
 

@@ -33,10 +33,4 @@ struct H264RefPicIndices {
     uint8_t Index[2][32];
 };
 
-// Of a B slice, made of its lists when it is decoded (clauses 8.4.1.2.3 and 8.4.2.3.1), by reference index.
-struct H264DirectTables {
-    int32_t DistScaleFactor[32];    // temporal direct; 9999 where the reference is long-term or at equal distance
-    int16_t ImplicitWeight[32][32]; // w1 by list 0 index and list 1 index; w0 is 64 - w1
-};
-
 } // namespace UMC

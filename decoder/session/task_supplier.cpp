@@ -130,8 +130,8 @@ void TaskSupplier::AdvanceUncompleted()
     const AutomaticMutex Hold(m_pBroker->Guard());
     const auto IsDecoded = [](const H264DecoderFrame& Frame) {
         const H264DecoderFrameInfo& Second = Frame.m_Au[1];
-        return Frame.m_Au[0].IsComplete() &&
-               (!Frame.IsFieldPair() || Second.m_Status == AuStatus::Empty || Second.IsComplete());
+        return IsComplete(Frame.m_Au[0]) &&
+               (!Frame.IsFieldPair() || Second.m_Status == AuStatus::Empty || IsComplete(Second));
     };
     for (; m_pFirstUncompleted; m_pFirstUncompleted = m_pFirstUncompleted->m_pNext) {
         H264DecoderFrame& Frame = *m_pFirstUncompleted;

@@ -8,6 +8,7 @@
 #include "decoder/picture/local_mb_memory.h"
 #include "decoder/picture/poc.h"
 #include "decoder/session/skipping.h"
+#include "decoder/slice/picture_slices.h"
 #include "decoder/slice/slice.h"
 #include "decoder/stream/headers_store.h"
 #include "decoder/stream/heap.h"
@@ -137,8 +138,8 @@ private:
     bool IsInFlight() const;
     bool IsFilling() const { return m_pCurrentFrame && m_pCurrentFrame->m_BusyCount >= 2; }
 
-    H264_Heap_Objects<H264Slice> m_SliceHeap;
     H264_Heap m_NalHeap;
+    SlicePool m_SliceHeap;
     MemoryAllocator* m_pAllocator;
     std::unique_ptr<NALUnitSplitter> m_pSplitter;
     std::unique_ptr<H264DBPList> m_pDpb;

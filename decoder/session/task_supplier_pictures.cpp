@@ -59,7 +59,7 @@ H264DecoderFrame* TaskSupplier::GetFreeFrame()
         pFrame = pNew.release();
         m_pDpb->Append(pFrame);
     }
-    pFrame->Reset(m_SliceHeap);
+    ResetFrame(*pFrame, m_SliceHeap);
     pFrame->m_BusyCount = 2;
     pFrame->m_Uid = ++m_FrameUid;
     if (pFrame == m_pCurrentFrame) m_pCurrentFrame = nullptr;
@@ -69,7 +69,7 @@ H264DecoderFrame* TaskSupplier::GetFreeFrame()
 
 void TaskSupplier::DiscardFrame(H264DecoderFrame* pFrame)
 {
-    pFrame->Reset(m_SliceHeap);
+    ResetFrame(*pFrame, m_SliceHeap);
     pFrame->m_WasOutputted = true;
 }
 
@@ -79,6 +79,7 @@ void TaskSupplier::RemoveFrame(H264DecoderFrame* pFrame)
     if (pFrame == m_pLastDisplayed) m_pLastDisplayed = nullptr;
     if (m_pOutput->GetPlaneCount() > 0 && m_pOutput->Plane(0) == pFrame->m_pPlaneY)
         m_pOutput->Close(); // its samples go
+    ResetFrame(*pFrame, m_SliceHeap);
     m_pDpb->Remove(pFrame);
 }
 
@@ -367,7 +368,7 @@ void TaskSupplier::EndUseOf(ReleasedFrames& Released)
 
 void TaskSupplier::OnDecodingDone(H264DecoderFrame& Frame)
 {
-    Frame.ReleaseSlices(m_SliceHeap);
+    ReleaseSlices(Frame, m_SliceHeap);
     EndUseOf(Frame.m_Released);
     m_Parameters.Settle();
     Frame.m_IsDisplayable = true;

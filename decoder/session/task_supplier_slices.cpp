@@ -101,7 +101,7 @@ bool TaskSupplier::IsSurplus(const H264Slice& Slice, uint32_t UnitBytes) const
 
 bool TaskSupplier::ReserveSlice(H264DecoderFrame& Frame, int Field)
 {
-    const Status Result = Frame.ReserveSlice(Field);
+    const Status Result = UMC::ReserveSlice(Frame, Field);
     if (Result != StatusOk) m_RefusedStatus = Result;
     return Result == StatusOk;
 }
@@ -175,16 +175,18 @@ void TaskSupplier::AppendSlice(H264Slice& Slice, uint32_t UnitBytes)
     H264DecoderFrame& Frame = *m_pCurrentFrame;
     H264DecoderFrameInfo& Au = Frame.m_Au[m_FieldIndex];
     Slice.m_pFrame = &Frame;
-    Slice.m_PicOrderCnt = OrderCountOfSlice(Frame, Slice.m_Header);
+    const SliceHeaderFields& Header = Slice.m_Header;
+    Slice.m_PicOrderCnt = Frame.PicOrderCnt(Header.field_pic_flag ? Header.bottom_field_flag : -1);
     MakeUpReference(Slice);
     // Without references the lists stay empty and the slice is concealed.
-    BuildRefPicLists(Slice, m_SliceTables.Reordering, *m_pDpb, Frame.SpareRefPicList());
-    if (Au.m_Slices.empty() && Slice.m_Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = m_SliceTables.Marking;
-    Frame.AppendSlice(m_FieldIndex, Slice);
+    BuildRefPicLists({Header, m_SliceTables.Reordering, 1 << Slice.m_pSeqParamSet->log2_max_frame_num}, Frame, *m_pDpb,
+                     Frame.m_RefPicLists.Spare());
+    if (Au.m_Slices.empty() && Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = m_SliceTables.Marking;
+    UMC::AppendSlice(Frame, m_FieldIndex, Slice);
     Au.m_UnitBytes += UnitBytes;
-    Au.m_NeedsDeblocking |= Slice.m_Header.disable_deblocking_filter_idc != 1;
-    Au.m_IsReference |= Slice.m_Header.nal_ref_idc != 0;
-    Au.m_HasIntraSlice |= Slice.m_Header.slice_type == I_SLICE;
+    Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
+    Au.m_IsReference |= Header.nal_ref_idc != 0;
+    Au.m_HasIntraSlice |= Header.slice_type == I_SLICE;
     Au.m_UsesSliceGroups |= Slice.m_UsesSliceGroups;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decoder/picture/frame.h"
+#include "decoder/picture/local_mb_memory.h"
 #include "decoder/stream/bitstream.h"
 #include "decoder/stream/header_parsers.h"
 #include "decoder/stream/headers.h"
@@ -12,14 +13,6 @@
 #include <vector>
 
 namespace UMC {
-
-// Per-picture macroblock records that live while the picture is decoded; entries by macroblock number.
-struct H264LocalMbBuffers {
-    MbLocalInfo* m_pLocal = nullptr;
-    MbMvd* m_pMvd[2] = {};             // by list: vector differences, for CABAC contexts
-    uint8_t* m_pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
-    uint8_t* m_pCoeffCounts = nullptr; // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
-};
 
 // A picture may have as many slices as macroblocks, so only what has to wait for decoding is kept of one.
 class H264Slice
@@ -75,8 +68,7 @@ public:
     bool m_IsUnpadded = false;            // no zeros follow the copy: it is read in the segment decoder's place for it
     H264HeapPiece* m_pNalPiece = nullptr; // goes back to m_pNalHeap at Reset
     H264_Heap* m_pNalHeap = nullptr;
-    bool m_IsAuxiliary = false;       // unit type 19
-    H264Slice* m_pNextFree = nullptr; // link of the slice heap
+    bool m_IsAuxiliary = false; // unit type 19
     double m_NalTime = -1.0;
 };
 

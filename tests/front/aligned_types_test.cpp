@@ -43,7 +43,6 @@ constexpr bool kUsesGlobalNew = !requires
 // What the library's pool takes.
 template <class T>
 struct Pooled : T {
-    Pooled* m_pNextFree = nullptr;
     void Reset() {}
 };
 
