@@ -17,10 +17,9 @@ constexpr uint8_t kGrey = 128;
 ReferencePlanes DescribeReference(const H264DecoderFrame* pFrame, const H264DecoderFrame& Current)
 {
     // What cannot be predicted from is one grey sample that every block lies outside of.
-    const bool Usable = pFrame && pFrame->m_pPlaneY && pFrame->m_BitDepth == Current.m_BitDepth &&
-                        pFrame->m_ChromaFormat == Current.m_ChromaFormat;
-    if (!Usable) return {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
-    const int32_t Width = pFrame->m_MbSize.Width * 16, Height = pFrame->m_MbSize.Height * 16;
+    const bool IsUsable = pFrame && pFrame->m_pPlaneY && pFrame->m_Format == Current.m_Format;
+    if (!IsUsable) return {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
+    const auto [Width, Height] = pFrame->m_Format.Size;
     return {{pFrame->m_pPlaneY, pFrame->m_pPlaneU, pFrame->m_pPlaneV},
             pFrame->m_PitchLuma,
             pFrame->m_PitchChroma,
@@ -119,11 +118,12 @@ void H264SegmentDecoderMultiThreaded::SetUpPicture(H264DecoderFrame* pFrame, boo
     m_MbInfo = pFrame->m_MbInfo;
     m_IsField = IsField;
     m_IsBottom = IsBottom;
-    m_MbWidth = pFrame->m_MbSize.Width;
-    m_MbHeight = pFrame->m_MbSize.Height >> (IsField ? 1 : 0);
+    m_MbWidth = pFrame->m_Format.MbSize.Width;
+    m_MbHeight = pFrame->m_Format.MbSize.Height >> (IsField ? 1 : 0);
     m_FieldOffset = IsBottom ? m_MbWidth * m_MbHeight : 0;
-    m_BitDepthLuma = m_BitDepthChroma = pFrame->m_BitDepth;
-    const int32_t Bytes = pFrame->m_BitDepth > 8 ? 2 : 1;
+    m_BitDepthLuma = pFrame->m_Format.BitDepthLuma;
+    m_BitDepthChroma = pFrame->m_Format.BitDepthChroma;
+    const int32_t Bytes = pFrame->m_Format.SampleBytes();
     m_PitchLuma = pFrame->m_PitchLuma * Bytes;
     m_PitchChroma = pFrame->m_PitchChroma * Bytes;
     m_pPlane[0] = pFrame->m_pPlaneY + (IsBottom ? m_PitchLuma : 0);
@@ -155,8 +155,6 @@ void H264SegmentDecoderMultiThreaded::InitializeSlice(const H264Task& Task)
     m_IsMbaff = m_pHeader->MbaffFrameFlag != 0;
     m_MaxMv = 0;
     SetUpPicture(m_pSlice->m_pFrame, m_pHeader->field_pic_flag != 0, m_pHeader->bottom_field_flag != 0);
-    m_BitDepthLuma = m_pSeqParamSet->bit_depth_luma;
-    m_BitDepthChroma = m_pSeqParamSet->bit_depth_chroma;
     const Status Result = CreateSegmentDecoder();
     if (Result != StatusOk) throw h264_exception(Result);
     if (Task.m_TaskId != TASK_PROCESS) return;
@@ -216,7 +214,8 @@ void H264SegmentDecoderMultiThreaded::SetUpDirect()
     if (!pFirst) m_DirectTables = {};
     if (pFirst)
         ComputeDirectTables(*m_pRefPicList, *m_pHeader, m_pSlice->m_PicOrderCnt, m_ImplicitWeights, m_DirectTables);
-    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_MbSize == m_pFrame->m_MbSize) m_pColFrame = pFirst;
+    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_Format.MbSize == m_pFrame->m_Format.MbSize)
+        m_pColFrame = pFirst;
 }
 
 // Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have
@@ -305,10 +304,8 @@ void H264SegmentDecoderMultiThreaded::RestoreErrorRect(int32_t Start, int32_t En
     const H264DecoderFrame* pReference = pSlice->m_pRefPicList ? pSlice->m_pRefPicList->List[0].Frame[0] : nullptr;
     if (!pReference || pReference->m_IsSkipped)
         pReference = m_pDpb ? m_pDpb->FindClosestForConcealment(&Frame) : nullptr;
-    if (pReference &&
-        (pReference->m_MbSize != Frame.m_MbSize || pReference->m_PitchLuma != Frame.m_PitchLuma ||
-         pReference->m_ChromaFormat != Frame.m_ChromaFormat || pReference->m_BitDepth != Frame.m_BitDepth))
-        pReference = nullptr; // ranges of memory only match in pictures laid out alike
+    // Ranges of memory only match in pictures laid out alike.
+    if (pReference && pReference->m_Format != Frame.m_Format) pReference = nullptr;
     if (m_pSegment) m_pSegment->CopyOrFillRect(Start, End, pReference, *this);
 }
 

@@ -18,7 +18,7 @@ H264Deblocker::H264Deblocker(const H264SegmentDecoder& Decoder, const H264Slice&
       m_pRefIdx{Decoder.m_MbInfo.m_pRefIdx[0], Decoder.m_MbInfo.m_pRefIdx[1]}, m_MvLimit(Decoder.m_IsField ? 2 : 4),
       m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2),
       m_IsBSlice(Slice.m_Header.slice_type == B_SLICE), m_IsField(Decoder.m_IsField),
-      m_HasChroma(Decoder.m_pFrame->m_ChromaFormat == 1)
+      m_HasChroma(Decoder.m_pFrame->m_Format.ChromaFormat == 1)
 {
     const int32_t* const pOffset = Slice.m_pPicParamSet->chroma_qp_index_offset;
     m_OneChromaQp = pOffset[0] == pOffset[1];

@@ -1,5 +1,7 @@
 #include "decoder/picture/dpb.h"
 
+#include "Common/h264/reference_numbers.h"
+
 #include <algorithm>
 
 namespace UMC {
@@ -178,13 +180,14 @@ void H264DBPList::ComputePicNums(const SliceHeaderFields& Header, int32_t MaxFra
 {
     for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext) {
         if (!p->IsReferenced()) continue;
-        p->m_FrameNumWrap = p->m_FrameNum > Header.frame_num ? p->m_FrameNum - MaxFrameNum : p->m_FrameNum;
+        p->m_FrameNumWrap = h264::FrameNumWrap(p->m_FrameNum, Header.frame_num, MaxFrameNum);
         for (int Field = 0; Field < 2; ++Field) {
-            const int SameParity = Field == Header.bottom_field_flag;
-            p->m_PicNum[Field] = Header.field_pic_flag ? 2 * p->m_FrameNumWrap + SameParity : p->m_FrameNumWrap;
-            if (p->m_IsLongTerm[Field])
-                p->m_LongTermPicNum[Field] =
-                    Header.field_pic_flag ? 2 * p->m_LongTermFrameIdx + SameParity : p->m_LongTermFrameIdx;
+            const auto PicNum = [&](int32_t FrameNumber) {
+                return Header.field_pic_flag ? h264::FieldPicNum(FrameNumber, Field == Header.bottom_field_flag)
+                                             : FrameNumber;
+            };
+            p->m_PicNum[Field] = PicNum(p->m_FrameNumWrap);
+            if (p->m_IsLongTerm[Field]) p->m_LongTermPicNum[Field] = PicNum(p->m_LongTermFrameIdx);
         }
     }
 }
@@ -193,8 +196,7 @@ H264DecoderFrame* H264DBPList::FindClosestForConcealment(const H264DecoderFrame*
 {
     H264DecoderFrame* pClosest = nullptr;
     for (H264DecoderFrame* p = m_pHead; p && p != pFrame; p = p->m_pNext) {
-        const bool IsAlike =
-            !p->m_IsSkipped && p->m_ChromaFormat == pFrame->m_ChromaFormat && p->m_Size == pFrame->m_Size;
+        const bool IsAlike = !p->m_IsSkipped && p->m_Format == pFrame->m_Format;
         if (IsAlike && p->ResetCount() == 0 && p->PicOrderCnt() < pFrame->PicOrderCnt()) pClosest = p;
     }
     return pClosest;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "decoder/picture/mb_info.h"
+#include "decoder/picture/picture_format.h"
 #include "decoder/picture/slice_lists.h"
 #include "decoder/stream/headers.h"
 #include "decoder/stream/sei.h"
@@ -20,11 +21,6 @@ class MemoryAllocator;
 class H264DecoderFrame;
 class LocalMbMemory;
 
-struct PictureSize {
-    int32_t Width = 0, Height = 0; // luma samples
-    bool operator==(const PictureSize&) const = default;
-};
-
 // A picture's sample planes in one block of the given allocator. No guard band lies around a plane.
 class H264DecYUVBufferPadded
 {
@@ -36,27 +32,23 @@ public:
 
     // The allocator must outlive the buffer.
     void SetAllocator(MemoryAllocator* pAllocator) { m_pAllocator = pAllocator; }
-    // Does nothing when the geometry is what it was. StatusUnsupported for a depth outside 8..16, StatusInvalidParams
+    // Does nothing when the format is what it was. StatusUnsupported for a depth outside 8..16, StatusInvalidParams
     // for a format above 3, StatusAllocFailed, with nothing left allocated, when memory is exhausted.
-    virtual Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat);
+    virtual Status Allocate(const PictureFormat& Format);
     virtual void Release();
-    virtual void Conditional(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat); // releases when one changed
+    virtual void Conditional(const PictureFormat& Format); // releases when it is another one
 
     // Fill with the value 128, scaled to the depth.
     void FillGrey(); // every plane
     void FillChromaGrey();
     void FillFieldGrey(int Field); // every second line, 0: from the top one
 
-    PictureSize ChromaSize() const;
-
-    PictureSize m_Size;
+    PictureFormat m_Format;       // of the planes; empty without them
     uint8_t* m_pPlaneY = nullptr; // 64-byte aligned; samples of 2 bytes above 8 bits
     uint8_t* m_pPlaneU = nullptr;
     uint8_t* m_pPlaneV = nullptr;
     int32_t m_PitchLuma = 0; // samples
     int32_t m_PitchChroma = 0;
-    int32_t m_BitDepth = 0;
-    int32_t m_ChromaFormat = 0;
     bool m_ExternalBuffer = false;
 
 protected:
@@ -73,8 +65,7 @@ private:
 class H264DecYUVWorkSpace : public H264DecYUVBufferPadded
 {
 public:
-    Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat) override;
-    PictureSize m_MbSize; // in macroblocks
+    Status Allocate(const PictureFormat& Format) override;
 };
 
 enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, Finished = 3, InBroker = 4 };

@@ -181,8 +181,8 @@ private:
     void Reorder(H264RefList& List, const RefPicListReordering& Commands, int ActiveCount)
     {
         const auto MaxPicNum = static_cast<uint32_t>(m_MaxFrameNum) << (m_IsField ? 1 : 0);
-        const auto CurrPicNum = static_cast<uint32_t>(m_IsField ? 2 * m_Header.frame_num + 1 : m_Header.frame_num);
-        uint32_t Predicted = CurrPicNum; // picNumLXNoWrap, modulo MaxPicNum
+        const auto Current = static_cast<uint32_t>(CurrPicNum(m_Header));
+        uint32_t Predicted = Current; // picNumLXNoWrap, modulo MaxPicNum
         for (int i = 0; i < static_cast<int>(Commands.count) && i < ActiveCount; ++i) {
             const uint32_t Value = Commands.value[i];
             int Field = 0;
@@ -193,7 +193,7 @@ private:
                 const uint32_t Distance = Value + 1;
                 Predicted =
                     (Commands.operation[i] == 0 ? Predicted - Distance : Predicted + Distance) & (MaxPicNum - 1);
-                const auto PicNum = static_cast<int32_t>(Predicted > CurrPicNum ? Predicted - MaxPicNum : Predicted);
+                const auto PicNum = static_cast<int32_t>(Predicted > Current ? Predicted - MaxPicNum : Predicted);
                 pFrame = m_Dpb.FindShortTerm(PicNum, m_IsField, Field);
             }
             Place(List, i, ActiveCount, pFrame, m_IsField ? static_cast<uint8_t>(Field) : kNoField);

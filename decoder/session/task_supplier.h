@@ -2,11 +2,11 @@
 // buffer, marks references, counts picture order, chooses the next picture to show and hands pictures to the broker.
 #pragma once
 
+#include "Common/h264/pic_order_cnt.h"
 #include "decoder/jobs/segment_decoder.h"
 #include "decoder/jobs/task_broker.h"
 #include "decoder/picture/dpb.h"
 #include "decoder/picture/local_mb_memory.h"
-#include "decoder/picture/poc.h"
 #include "decoder/session/skipping.h"
 #include "decoder/slice/picture_slices.h"
 #include "decoder/slice/slice.h"
@@ -161,7 +161,7 @@ private:
     uint64_t m_RefusedAt = kNeverRefused; // m_Progress when the kept unit was refused last
     static constexpr uint64_t kNeverRefused = UINT64_MAX;
 
-    PicOrderCounter m_PicOrder;
+    h264::PicOrderCounter m_PicOrder;
     int32_t m_MaxLongTermFrameIdx = -1; // -1: no long-term indices
     int32_t m_FieldIndex = 0;           // 0 while the first field or a frame is filled, 1 for a second field
     bool m_WaitForRandomAccess = true;  // until the first picture that decoding may start with

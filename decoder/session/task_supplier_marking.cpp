@@ -1,5 +1,6 @@
 // Reference marking, H.264 clause 8.2.5, run when a picture's slices are complete and before it is decoded.
 #include "decoder/session/task_supplier.h"
+#include "decoder/stream/seq_info.h"
 
 #include <algorithm>
 
@@ -25,7 +26,7 @@ void TaskSupplier::MarkReferences(H264DecoderFrame& Frame, int Field)
     if (Header.nal_ref_idc == 0) return;
     if (Header.IdrPicFlag) return MarkIdr(Frame, Header);
     if (Header.adaptive_ref_pic_marking_mode_flag)
-        RunMarkingCommands(Frame, Header, Frame.m_Au[Field].m_Marking, 1 << Slice.m_pSeqParamSet->log2_max_frame_num);
+        RunMarkingCommands(Frame, Header, Frame.m_Au[Field].m_Marking, MaxFrameNum(*Slice.m_pSeqParamSet));
     const int Parity = Header.bottom_field_flag;
     if (Frame.m_IsLongTerm[Parity]) return;
     if (Field == 0) SlideWindow(Frame, static_cast<int32_t>(Slice.m_pSeqParamSet->num_ref_frames));
@@ -45,11 +46,11 @@ void TaskSupplier::RunMarkingCommands(H264DecoderFrame& Frame, const SliceHeader
                                       const AdaptiveMarking& Marking, int32_t MaxFrameNum)
 {
     const bool IsField = Header.field_pic_flag != 0;
-    const int32_t CurrPicNum = IsField ? 2 * Header.frame_num + 1 : Header.frame_num;
+    const auto Current = static_cast<uint32_t>(CurrPicNum(Header));
     for (uint32_t i = 0; i < Marking.count; ++i) {
         const uint32_t(&Value)[2] = Marking.value[i];
         // picNumX; for a difference that damage made too large a number that no picture has.
-        const auto PicNum = static_cast<int32_t>(static_cast<uint32_t>(CurrPicNum) - (Value[0] & INT32_MAX) - 1);
+        const auto PicNum = static_cast<int32_t>(Current - (Value[0] & INT32_MAX) - 1);
         switch (Marking.operation[i]) {
         case 1: FreeShortTerm(PicNum, IsField); break;
         case 2: FreeLongTerm(static_cast<int32_t>(Value[0] & INT32_MAX), IsField); break;
@@ -152,7 +153,7 @@ void TaskSupplier::SlideWindow(const H264DecoderFrame& Frame, int32_t MaxReferen
 {
     int32_t Short = 0, Long = 0;
     m_pDpb->CountReferences(Short, Long);
-    if (Short + Long < MaxReferences) return;
+    if (!h264::IsWindowFull(Short + Long, MaxReferences)) return;
     H264DecoderFrame* const pOldest = m_pDpb->FindOldestShortTerm();
     if (!pOldest || pOldest == &Frame) return;
     pOldest->m_IsShortTerm[0] = pOldest->m_IsShortTerm[1] = false;

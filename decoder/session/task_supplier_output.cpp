@@ -70,11 +70,13 @@ Status TaskSupplier::ShapeOutput(const H264DecoderFrame& Frame)
     VideoData& Out = *m_pOutput;
     PlaneInfo Luma{};
     Out.GetPlaneInfo(&Luma, 0);
-    const ColorFormat Format = FormatOf(Frame.m_ChromaFormat);
-    if (Out.GetColorFormat() == Format && Out.GetWidth() == Frame.m_Size.Width &&
-        Out.GetHeight() == Frame.m_Size.Height && Luma.m_BitDepth == Frame.m_BitDepth)
+    const ColorFormat Format = FormatOf(Frame.m_Format.ChromaFormat);
+    const auto [Width, Height] = Frame.m_Format.Size;
+    const int32_t BitDepth = Frame.m_Format.BitDepth();
+    if (Out.GetColorFormat() == Format && Out.GetWidth() == Width && Out.GetHeight() == Height &&
+        Luma.m_BitDepth == BitDepth)
         return StatusOk;
-    return Out.Init(Frame.m_Size.Width, Frame.m_Size.Height, Format, Frame.m_BitDepth);
+    return Out.Init(Width, Height, Format, BitDepth);
 }
 
 Status TaskSupplier::DescribeOutput(const H264DecoderFrame& Frame)
@@ -83,7 +85,7 @@ Status TaskSupplier::DescribeOutput(const H264DecoderFrame& Frame)
     if (Shape != StatusOk) return Shape;
     VideoData& Out = *m_pOutput;
     uint8_t* const Planes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
-    const int32_t SampleBytes = Frame.m_BitDepth > 8 ? 2 : 1;
+    const int32_t SampleBytes = Frame.m_Format.SampleBytes();
     for (int32_t i = 0; i < 3; ++i) {
         Out.SetPlanePointer(Planes[i], i);
         Out.SetPlanePitch((i == 0 ? Frame.m_PitchLuma : Frame.m_PitchChroma) * SampleBytes, i);
@@ -104,9 +106,9 @@ Status TaskSupplier::ConvertFrame(const H264DecoderFrame& Frame, VideoData& Out)
     VideoDataCrop Cropped;
     Cropped = *m_pOutput;
     if (Cropped.GetPlaneCount() != m_pOutput->GetPlaneCount()) throw std::bad_alloc();
-    const Status Region =
-        Cropped.SetRegion(Frame.m_CropLeft, Frame.m_CropTop, Frame.m_Size.Width - Frame.m_CropRight - Frame.m_CropLeft,
-                          Frame.m_Size.Height - Frame.m_CropBottom - Frame.m_CropTop);
+    const Status Region = Cropped.SetRegion(Frame.m_CropLeft, Frame.m_CropTop,
+                                            Frame.m_Format.Size.Width - Frame.m_CropRight - Frame.m_CropLeft,
+                                            Frame.m_Format.Size.Height - Frame.m_CropBottom - Frame.m_CropTop);
     return Region != StatusOk ? Region : (*m_ppConverter)->GetFrame(&Cropped, &Out);
 }
 

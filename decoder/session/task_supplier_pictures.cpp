@@ -18,24 +18,6 @@ int32_t CropSamples(uint32_t Unit, uint32_t Offset)
 
 int32_t FrameTypeOf(SliceType Type) { return Type == I_SLICE ? I_PICTURE : Type == B_SLICE ? B_PICTURE : P_PICTURE; }
 
-PictureSize SizeOf(const H264SeqParamSet& Seq)
-{
-    return {static_cast<int32_t>(Seq.frame_width_in_mbs) * 16, static_cast<int32_t>(Seq.frame_height_in_mbs) * 16};
-}
-
-int32_t DepthOf(const H264SeqParamSet& Seq) { return std::max(Seq.bit_depth_luma, Seq.bit_depth_chroma); }
-
-bool IsOfSequence(const H264DecoderFrame& Frame, const H264SeqParamSet& Seq)
-{
-    return Frame.m_Size == SizeOf(Seq) && Frame.m_BitDepth == DepthOf(Seq) &&
-           Frame.m_ChromaFormat == Seq.chroma_format_idc;
-}
-
-bool IsSameGeometry(const H264DecoderFrame& a, const H264DecoderFrame& b)
-{
-    return a.m_Size == b.m_Size && a.m_BitDepth == b.m_BitDepth && a.m_ChromaFormat == b.m_ChromaFormat;
-}
-
 } // namespace
 
 int32_t TaskSupplier::MaxFrames() const
@@ -95,7 +77,8 @@ void TaskSupplier::RemoveFrames(Unwanted&& IsUnwanted)
 // Gives back the frames of an old size or format, and those that a smaller buffer size has no use for.
 void TaskSupplier::RemoveSurplusFrames(const H264SeqParamSet& Seq)
 {
-    RemoveFrames([&](const H264DecoderFrame& Frame) { return !IsOfSequence(Frame, Seq); });
+    const PictureFormat Format = PictureFormat::Of(Seq);
+    RemoveFrames([&](const H264DecoderFrame& Frame) { return Frame.m_Format != Format; });
     int32_t Surplus = m_pDpb->CountAll() - MaxFrames();
     RemoveFrames([&](const H264DecoderFrame&) { return Surplus-- > 0; });
 }
@@ -104,7 +87,7 @@ void TaskSupplier::RemoveSurplusFrames(const H264SeqParamSet& Seq)
 void TaskSupplier::RemoveOutdatedFrames()
 {
     const H264DecoderFrame* const pNewest = m_pDpb->Tail();
-    RemoveFrames([&](const H264DecoderFrame& Frame) { return !IsSameGeometry(Frame, *pNewest); });
+    RemoveFrames([&](const H264DecoderFrame& Frame) { return Frame.m_Format != pNewest->m_Format; });
 }
 
 H264DecoderFrame* TaskSupplier::AddFrame(H264Slice& Slice)
@@ -126,7 +109,7 @@ H264DecoderFrame* TaskSupplier::AddFrame(H264Slice& Slice)
     if (!m_pFirstUncompleted) m_pFirstUncompleted = pFrame;
     pFrame->m_ResourceIndex = m_NextResource;
     m_NextResource = (m_NextResource + 1) % m_ThreadCount;
-    if (pFrame->m_ChromaFormat == 0) pFrame->FillChromaGrey();
+    if (pFrame->m_Format.ChromaFormat == h264::CHROMA_400) pFrame->FillChromaGrey();
     StartPicture(*pFrame, Slice);
     return pFrame;
 }
@@ -135,9 +118,9 @@ Status TaskSupplier::PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slic
 {
     const H264SeqParamSet& Seq = *Slice.m_pSeqParamSet;
     const SliceHeaderFields& Header = Slice.m_Header;
-    Status Result = Frame.Allocate(SizeOf(Seq), DepthOf(Seq), Seq.chroma_format_idc);
+    Status Result = Frame.Allocate(PictureFormat::Of(Seq));
     if (Result != StatusOk) return Result;
-    Frame.m_TotalMbs = Frame.m_MbSize.Width * Frame.m_MbSize.Height;
+    Frame.m_TotalMbs = Frame.m_Format.MbCount();
     Result = Frame.AllocateMbInfo(Frame.m_TotalMbs);
     if (Result != StatusOk) {
         Frame.Release(); // samples without records are of no use, not even to patch holes from
@@ -163,7 +146,7 @@ Status TaskSupplier::PrepareFrame(H264DecoderFrame& Frame, const H264Slice& Slic
 void TaskSupplier::DropUnusableReferences(const H264DecoderFrame& Frame)
 {
     for (H264DecoderFrame* p = m_pDpb->Head(); p; p = p->m_pNext)
-        if (p->IsReferenced() && !IsSameGeometry(*p, Frame)) ReleaseReference(p, true);
+        if (p->IsReferenced() && p->m_Format != Frame.m_Format) ReleaseReference(p, true);
 }
 
 void TaskSupplier::StartPicture(H264DecoderFrame& Frame, const H264Slice& Slice)
@@ -175,7 +158,7 @@ void TaskSupplier::StartPicture(H264DecoderFrame& Frame, const H264Slice& Slice)
         m_PicOrder.StartIdr(Header.frame_num);
         m_pDpb->IncreaseResetCount(&Frame);
     }
-    m_PicOrder.Compute(Header, *Slice.m_pSeqParamSet);
+    m_PicOrder.Compute(PicOrderOf(Header), PicOrderOf(*Slice.m_pSeqParamSet));
     Frame.m_FrameNum = Header.frame_num;
     Frame.m_BottomFieldFlag[m_FieldIndex] = Header.bottom_field_flag;
     for (int Field = 0; Field < 2; ++Field) {
@@ -184,7 +167,7 @@ void TaskSupplier::StartPicture(H264DecoderFrame& Frame, const H264Slice& Slice)
         Frame.m_PicOrderCnt[Field] = IsField      ? m_PicOrder.m_PicOrderCnt
                                      : Field == 0 ? m_PicOrder.m_TopFieldOrderCnt
                                                   : m_PicOrder.m_BottomFieldOrderCnt;
-        Frame.m_PicNum[Field] = IsField ? 2 * Header.frame_num + 1 : Header.frame_num;
+        Frame.m_PicNum[Field] = CurrPicNum(Header);
         Frame.m_RefListResetCount[Field] = 0;
         Frame.m_IsIdr[Field] = Header.IdrPicFlag != 0;
     }
@@ -218,7 +201,7 @@ Status TaskSupplier::FillFrameGaps(const H264Slice& Slice)
 {
     const H264SeqParamSet& Seq = *Slice.m_pSeqParamSet;
     const SliceHeaderFields& Header = Slice.m_Header;
-    const int32_t FrameNumMask = (1 << Seq.log2_max_frame_num) - 1;
+    const int32_t FrameNumMask = MaxFrameNum(Seq) - 1;
     const int32_t Distance = (Header.frame_num - m_PicOrder.m_PrevRefFrameNum) & FrameNumMask;
     if (Header.IdrPicFlag || Distance <= 1 || !Seq.gaps_in_frame_num_value_allowed_flag) return StatusOk;
     if (m_pCurrentFrame) { // the pictures in flight have to be finished first
@@ -239,10 +222,10 @@ bool TaskSupplier::FillOneGap(const H264Slice& Slice, int32_t FrameNum)
     SliceHeaderFields Header{};
     Header.frame_num = FrameNum;
     Header.nal_ref_idc = 1;
-    if (Seq.pic_order_cnt_type != 0) m_PicOrder.Compute(Header, Seq);
+    if (Seq.pic_order_cnt_type != 0) m_PicOrder.Compute(PicOrderOf(Header), PicOrderOf(Seq));
     m_PicOrder.m_PrevRefFrameNum = m_PicOrder.m_PrevFrameNum = FrameNum;
     pFrame->m_FrameNum = FrameNum;
-    m_pDpb->ComputePicNums(Header, 1 << Seq.log2_max_frame_num);
+    m_pDpb->ComputePicNums(Header, MaxFrameNum(Seq));
     SlideWindow(*pFrame, static_cast<int32_t>(Seq.num_ref_frames));
     for (int Field = 0; Field < 2; ++Field) {
         pFrame->m_PicNum[Field] = FrameNum;
@@ -264,15 +247,15 @@ try {
     H264DecoderFrame* const pFrame = TakeMadeUpFrame(Slice);
     if (!pFrame) return;
     const bool IsField = Header.field_pic_flag != 0;
-    PicOrderCounter Order = m_PicOrder;
+    h264::PicOrderCounter Order = m_PicOrder;
     if (Slice.m_pSeqParamSet->pic_order_cnt_type != 0) {
-        SliceHeaderFields WithoutDeltas = Header;
+        h264::PicOrderPicture WithoutDeltas = PicOrderOf(Header);
         WithoutDeltas.delta_pic_order_cnt[0] = WithoutDeltas.delta_pic_order_cnt[1] = 0;
-        Order.Compute(WithoutDeltas, *Slice.m_pSeqParamSet);
+        Order.Compute(WithoutDeltas, PicOrderOf(*Slice.m_pSeqParamSet));
     }
     pFrame->m_FrameNum = Header.frame_num;
     for (int Field = 0; Field < 2; ++Field) {
-        pFrame->m_PicNum[Field] = IsField ? 2 * Header.frame_num + 1 : Header.frame_num;
+        pFrame->m_PicNum[Field] = CurrPicNum(Header);
         pFrame->m_IsShortTerm[Field] = true;
         pFrame->m_PicOrderCnt[Field] = IsField      ? Order.m_PicOrderCnt
                                        : Field == 0 ? Order.m_TopFieldOrderCnt
@@ -290,7 +273,7 @@ void TaskSupplier::CompleteMissingField(H264DecoderFrame& Frame)
     Frame.m_PicOrderCnt[Missing] = Frame.m_PicOrderCnt[First];
     Frame.m_IsShortTerm[Missing] = Frame.m_IsShortTerm[First];
     Frame.m_IsLongTerm[Missing] = Frame.m_IsLongTerm[First];
-    Frame.m_PicNum[Missing] = 2 * Frame.m_FrameNum + 1;
+    Frame.m_PicNum[Missing] = h264::FieldPicNum(Frame.m_FrameNum, true);
     Frame.m_Au[1].m_Status = AuStatus::Empty;
     Frame.FillFieldGrey(Missing);
 }
@@ -356,7 +339,7 @@ std::shared_ptr<LocalMbMemory> TaskSupplier::PrepareLocalMemory(const H264Decode
     if (Frame.m_pLocalMemory) return Frame.m_pLocalMemory; // a second field
     std::shared_ptr<LocalMbMemory>& pMemory = m_LocalMbInfo[static_cast<size_t>(Frame.m_ResourceIndex)];
     if (!pMemory || pMemory.use_count() > 1) pMemory = std::make_shared<LocalMbMemory>();
-    pMemory->Allocate(Frame.m_MbSize.Width * Frame.m_MbSize.Height);
+    pMemory->Allocate(Frame.m_Format.MbCount());
     return pMemory;
 }
 

@@ -2,6 +2,7 @@
 #include "decoder/jobs/segment_decoder_hp.h"
 #include "decoder/picture/ref_list_builder.h"
 #include "decoder/session/task_supplier.h"
+#include "decoder/stream/seq_info.h"
 
 #include <memory>
 
@@ -44,10 +45,7 @@ bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const 
 // each than their samples (clause A.3.1), and room for headers.
 uint32_t MaxUnitBytes(const H264Slice& Slice)
 {
-    constexpr uint32_t kChromaSamples[] = {0, 2 * 64, 2 * 128, 2 * 256}; // of a macroblock, by format
-    const H264SeqParamSet& Seq = *Slice.m_pSeqParamSet;
-    const uint32_t MbBits =
-        128u + 256u * Seq.bit_depth_luma + kChromaSamples[Seq.chroma_format_idc & 3] * Seq.bit_depth_chroma;
+    const uint32_t MbBits = 128 + PictureFormat::Of(*Slice.m_pSeqParamSet).MbSampleBits();
     return static_cast<uint32_t>(Slice.m_MbWidth * Slice.m_MbHeight) * (2 * MbBits / 8) + (1u << 16u);
 }
 static_assert(uint64_t{kMaxPictureMbs} * (2 * (128 + 768 * 14) / 8) < INT32_MAX);
@@ -179,7 +177,7 @@ void TaskSupplier::AppendSlice(H264Slice& Slice, uint32_t UnitBytes)
     Slice.m_PicOrderCnt = Frame.PicOrderCnt(Header.field_pic_flag ? Header.bottom_field_flag : -1);
     MakeUpReference(Slice);
     // Without references the lists stay empty and the slice is concealed.
-    BuildRefPicLists({Header, m_SliceTables.Reordering, 1 << Slice.m_pSeqParamSet->log2_max_frame_num}, Frame, *m_pDpb,
+    BuildRefPicLists({Header, m_SliceTables.Reordering, MaxFrameNum(*Slice.m_pSeqParamSet)}, Frame, *m_pDpb,
                      Frame.m_RefPicLists.Spare());
     if (Au.m_Slices.empty() && Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = m_SliceTables.Marking;
     UMC::AppendSlice(Frame, m_FieldIndex, Slice);

@@ -1,4 +1,5 @@
 // NAL units: what each type means for the supplier.
+#include "Common/h264/nal_unit_type.h"
 #include "decoder/session/task_supplier.h"
 #include "decoder/stream/header_parsers.h"
 #include "decoder/stream/seq_info.h"
@@ -9,18 +10,10 @@ namespace UMC {
 
 namespace {
 
-enum NalUnitType : uint32_t {
-    NAL_SLICE = 1,
-    NAL_IDR_SLICE = 5,
-    NAL_SEI = 6,
-    NAL_SEQ_PARAM_SET = 7,
-    NAL_PIC_PARAM_SET = 8,
-    NAL_DELIMITER = 9,
-    NAL_SEQ_PARAM_SET_EXTENSION = 13,
-    NAL_AUXILIARY_SLICE = 19
-};
-
-bool IsSliceData(uint32_t Type) { return (Type >= NAL_SLICE && Type <= NAL_IDR_SLICE) || Type == NAL_AUXILIARY_SLICE; }
+bool IsSliceData(uint32_t Type)
+{
+    return (Type >= h264::NAL_SLICE && Type <= h264::NAL_IDR_SLICE) || Type == h264::NAL_AUXILIARY_SLICE;
+}
 
 } // namespace
 
@@ -54,13 +47,13 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     H264Bitstream Bits;
     Bits.Reset(Piece.m_pData + Offset / 4, Size);
     switch (Type) {
-    case NAL_SLICE:
-    case NAL_IDR_SLICE: return HandleSlice(Piece, pIn);
-    case NAL_SEI: HandleSei(Bits); return {};
-    case NAL_SEQ_PARAM_SET:
-    case NAL_PIC_PARAM_SET:
-    case NAL_SEQ_PARAM_SET_EXTENSION: return {.m_Status = HandleParameterSet(Type, Bits)};
-    case NAL_DELIMITER: EndPicture(false); return {};
+    case h264::NAL_SLICE:
+    case h264::NAL_IDR_SLICE: return HandleSlice(Piece, pIn);
+    case h264::NAL_SEI: HandleSei(Bits); return {};
+    case h264::NAL_SEQ_PARAM_SET:
+    case h264::NAL_PIC_PARAM_SET:
+    case h264::NAL_SEQ_PARAM_SET_EXTENSION: return {.m_Status = HandleParameterSet(Type, Bits)};
+    case h264::NAL_DELIMITER: EndPicture(false); return {};
     default: return {};
     }
 }
@@ -98,13 +91,13 @@ Status TaskSupplier::HandleParameterSet(uint32_t Type, H264Bitstream& Bits)
     uint32_t nal_ref_idc = 0;
     if (!GoToNalUnit(Bits)) return StatusOk;
     Bits.GetNalHeader(nal_unit_type, nal_ref_idc);
-    if (Type == NAL_SEQ_PARAM_SET) {
+    if (Type == h264::NAL_SEQ_PARAM_SET) {
         H264SeqParamSet Seq;
         const Status Result = ReadSeqParamSet(Bits, Seq);
         if (Result != StatusOk) return Result;
         m_Parameters.m_SeqParamSets.Add(Seq, !IsInFlight());
         ActivateSeqParamSet(Seq);
-    } else if (Type == NAL_PIC_PARAM_SET) {
+    } else if (Type == h264::NAL_PIC_PARAM_SET) {
         const Status Result = ReadPicParamSet(Bits, m_Parameters, m_PicParamSetScratch);
         if (Result != StatusOk) return Result;
         m_Parameters.m_PicParamSets.Add(m_PicParamSetScratch, !IsInFlight());

@@ -1,5 +1,7 @@
 #include "decoder/slice/slice.h"
 
+#include "Common/h264/nal_unit_type.h"
+
 #include <algorithm>
 
 namespace UMC {
@@ -8,7 +10,11 @@ namespace {
 
 constexpr uint32_t kKeptZeros = 64; // bytes of a unit's trailing zeros that a damaged slice may still read
 
-bool IsSliceUnit(int32_t nal_unit_type) { return nal_unit_type == 1 || nal_unit_type == 5 || nal_unit_type == 19; }
+bool IsSliceUnit(int32_t nal_unit_type)
+{
+    return nal_unit_type == h264::NAL_SLICE || nal_unit_type == h264::NAL_IDR_SLICE ||
+           nal_unit_type == h264::NAL_AUXILIARY_SLICE;
+}
 
 } // namespace
 
@@ -19,7 +25,7 @@ try {
         if (!GoToNalUnit(m_Bitstream)) return false;
         m_Bitstream.GetNalHeader(m_Header.nal_unit_type, m_Header.nal_ref_idc);
     } while (!IsSliceUnit(m_Header.nal_unit_type));
-    m_IsAuxiliary = m_Header.nal_unit_type == 19;
+    m_IsAuxiliary = m_Header.nal_unit_type == h264::NAL_AUXILIARY_SLICE;
     return ReadSliceStart(m_Bitstream, m_Header);
 } catch (const h264_exception&) {
     return false;
