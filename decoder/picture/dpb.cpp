@@ -37,13 +37,9 @@ H264DecoderFrame* FindByNumber(H264DecoderFrame* pFrame, int32_t Number, bool Is
 
 } // namespace
 
-H264DecoderFrameList::~H264DecoderFrameList()
+void H264DecoderFrameList::Clear()
 {
-    while (m_pHead) {
-        H264DecoderFrame* const pFrame = m_pHead;
-        m_pHead = pFrame->m_pNext;
-        delete pFrame;
-    }
+    while (m_pHead) Remove(m_pHead);
 }
 
 void H264DecoderFrameList::Append(H264DecoderFrame* pFrame)
@@ -83,14 +79,6 @@ H264DecoderFrame* H264DBPList::FindOldestDisposable() const
     for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext)
         if (IsDisposable(*p) && (!pOldest || IsEarlier(*p, *pOldest))) pOldest = p;
     return pOldest;
-}
-
-H264DecoderFrame* H264DBPList::FirstDisposable()
-{
-    H264DecoderFrame* p = m_pHead;
-    while (p && !IsDisposable(*p)) p = p->m_pNext;
-    if (p) MoveToTail(p);
-    return p;
 }
 
 int32_t H264DBPList::CountDisplayable() const
@@ -142,6 +130,13 @@ void H264DBPList::CountReferences(int32_t& Short, int32_t& Long) const
             ++Long;
         }
     }
+}
+
+bool H264DBPList::HasReferences() const
+{
+    const H264DecoderFrame* p = m_pHead;
+    while (p && !p->IsReferenced()) p = p->m_pNext;
+    return p != nullptr;
 }
 
 H264DecoderFrame* H264DBPList::FindOldestShortTerm() const

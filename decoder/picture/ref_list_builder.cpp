@@ -246,9 +246,7 @@ Status BuildRefPicLists(const RefListOrder& Order, const H264DecoderFrame& Frame
     Dpb.ComputePicNums(Order.Header, Order.MaxFrameNum);
     Lists = {};
     if (Order.Header.slice_type == I_SLICE) return StatusOk;
-    int32_t Short = 0, Long = 0;
-    Dpb.CountReferences(Short, Long);
-    if (Short + Long == 0) return StatusInvalidParams;
+    if (!Dpb.HasReferences()) return StatusInvalidParams;
     ListBuilder(Order, Frame, Dpb, Lists).Build();
     return StatusOk;
 }
