@@ -33,9 +33,7 @@ protected:
 
     Mutex m_Lock; // guards every progress field, the list of infos and the frames' progress
     int32_t m_ConsumerCount = 0;
-    H264DecoderFrame* m_pCurrentFrame = nullptr;  // first frame still in work
     H264DecoderFrameInfo* m_pCurrentAu = nullptr; // tasks are drawn from it
-    bool m_QuitFlag = false;
 };
 
 // Hands whole slices to one caller, then their deblocking.

@@ -103,7 +103,7 @@ void H264DecoderFrame::Reset()
     for (int Field = 0; Field < 2; ++Field) {
         m_PicNum[Field] = m_LongTermPicNum[Field] = 0;
         m_RefListResetCount[Field] = m_PicOrderCnt[Field] = 0;
-        m_IsShortTerm[Field] = m_IsLongTerm[Field] = m_IsIdr[Field] = false;
+        m_IsShortTerm[Field] = m_IsLongTerm[Field] = false;
         m_BottomFieldFlag[Field] = 0;
     }
 }

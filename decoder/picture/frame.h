@@ -74,15 +74,13 @@ enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, F
 struct H264DecoderFrameInfo {
     H264DecoderFrame* m_pFrame = nullptr;
     std::vector<H264Slice*> m_Slices; // in decoding order; the slice pool owns them
-    std::vector<H264Slice*> m_DoneSlices;
     AuStatus m_Status = AuStatus::Empty;
-    int32_t m_NextDecodeMb = 0, m_NextReconstructMb = 0;
     size_t m_NextToDecode = 0, m_NextToDeblock = 0; // slices in front of these need no look any more
     bool m_NeedsDeblocking = false;                 // any slice has disable_deblocking_filter_idc other than 1
-    bool m_IsReference = false, m_HasIntraSlice = false, m_UsesSliceGroups = false;
-    uint64_t m_UnitBytes = 0;  // kept of the slices' units
-    AdaptiveMarking m_Marking; // of the first slice, where its header has commands
-    H264DecoderFrameInfo *m_pNext = nullptr, *m_pPrev = nullptr, *m_pReferenceAu = nullptr;
+    bool m_IsReference = false, m_UsesSliceGroups = false;
+    uint64_t m_UnitBytes = 0;                // kept of the slices' units
+    AdaptiveMarking m_Marking;               // of the first slice, where its header has commands
+    H264DecoderFrameInfo* m_pNext = nullptr; // in the list that the broker draws tasks from
 };
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
@@ -112,7 +110,6 @@ public:
     bool m_FrameExists = true; // false for a frame made up for a gap, never displayed
     int32_t m_PictureStructure = FRAME_PICTURE;
 
-    int32_t m_TotalMbs = 0;
     int32_t m_CropLeft = 0, m_CropRight = 0, m_CropTop = 0, m_CropBottom = 0; // samples
     int32_t m_AspectWidth = 0, m_AspectHeight = 0;
     int32_t m_FrameType = 0; // 1 I, 2 P, 3 B
@@ -123,11 +120,11 @@ public:
     int32_t m_PicOrderCnt[2] = {};
     bool m_IsShortTerm[2] = {}, m_IsLongTerm[2] = {};
     uint8_t m_BottomFieldFlag[2] = {};
-    bool m_IsIdr[2] = {};
 
     H264MbInfo m_MbInfo;
     std::shared_ptr<LocalMbMemory> m_pLocalMemory; // from the end of its slices to that of its decoding
-    int32_t m_Uid = 0, m_Index = -1, m_ResourceIndex = -1;
+    int32_t m_Index = -1;                          // lowest of 0..31 that no other frame of the list has
+    int32_t m_ResourceIndex = -1;                  // which of the session's local records it uses
 
     // Frame numbering helpers over both fields.
     int32_t PicOrderCnt() const { return m_PicOrderCnt[0] < m_PicOrderCnt[1] ? m_PicOrderCnt[0] : m_PicOrderCnt[1]; }

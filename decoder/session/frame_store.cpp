@@ -20,8 +20,7 @@ Status AllocateFrame(H264DecoderFrame& Frame, const PictureFormat& Format)
 {
     Status Result = Frame.Allocate(Format);
     if (Result != StatusOk) return Result;
-    Frame.m_TotalMbs = Format.MbCount();
-    Result = Frame.AllocateMbInfo(Frame.m_TotalMbs);
+    Result = Frame.AllocateMbInfo(Format.MbCount());
     if (Result != StatusOk) Frame.Release(); // samples without records are of no use, not even to patch holes from
     return Result;
 }

@@ -116,7 +116,6 @@ void PictureAssembly::StartPicture(H264DecoderFrame& Frame, const H264Slice& Sli
                                                   : m_PicOrder.m_BottomFieldOrderCnt;
         Frame.m_PicNum[Field] = CurrPicNum(Header);
         Frame.m_RefListResetCount[Field] = 0;
-        Frame.m_IsIdr[Field] = Header.IdrPicFlag != 0;
     }
 }
 
@@ -137,7 +136,6 @@ void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& 
     Au.m_UnitBytes += UnitBytes;
     Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
     Au.m_IsReference |= Header.nal_ref_idc != 0;
-    Au.m_HasIntraSlice |= Header.slice_type == I_SLICE;
     Au.m_UsesSliceGroups |= Slice.m_UsesSliceGroups;
 }
 
@@ -171,14 +169,11 @@ void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
     if (m_Skip.IsDeblockingUnwanted(Au.m_IsReference)) {
         Au.m_NeedsDeblocking = false;
         for (H264Slice* const pSlice : Au.m_Slices) {
-            pSlice->m_Deblocked = true;
+            pSlice->m_Progress.Deblocked = true;
             pSlice->m_Header.disable_deblocking_filter_idc = 1;
         }
     }
-    if (Field == 0) {
-        Frame.ClearGlobalMbInfo();
-        if (Frame.IsFieldPair()) Frame.m_TotalMbs /= 2;
-    }
+    if (Field == 0) Frame.ClearGlobalMbInfo();
     OrderSliceBounds(Au);
     for (H264Slice* const pSlice : Au.m_Slices) pSlice->m_pLocal = &pLocal->Buffers();
     Frame.m_pLocalMemory = std::move(pLocal);

@@ -79,13 +79,10 @@ bool StreamHeaders::FindParameterSets(H264Slice& Slice)
     const int32_t SeqId = pPic->seq_parameter_set_id;
     const auto& pSeq = m_Parameters.m_SeqParamSets.Share(SeqId);
     if (!pSeq) return false;
-    const auto& pSeqEx = m_Parameters.m_SeqParamSetExtensions.Share(SeqId);
     Slice.m_pPicParamSet = pPic.get();
     Slice.m_pSeqParamSet = pSeq.get();
-    Slice.m_pSeqParamSetEx = pSeqEx.get();
     Slice.m_HeldSets[0] = pPic;
     Slice.m_HeldSets[1] = pSeq;
-    Slice.m_HeldSets[2] = pSeqEx;
     m_CurrentPicSetId = Slice.m_Header.pic_parameter_set_id;
     m_CurrentSeqSetId = SeqId;
     return true;

@@ -7,8 +7,9 @@ namespace UMC {
 
 bool IsAllDecoded(const H264DecoderFrameInfo& Au)
 {
-    return std::all_of(Au.m_Slices.begin(), Au.m_Slices.end(),
-                       [](const H264Slice* pSlice) { return pSlice->m_Decoded && pSlice->m_Deblocked; });
+    return std::all_of(Au.m_Slices.begin(), Au.m_Slices.end(), [](const H264Slice* pSlice) {
+        return pSlice->m_Progress.Decoded && pSlice->m_Progress.Deblocked;
+    });
 }
 
 bool IsComplete(const H264DecoderFrameInfo& Au)

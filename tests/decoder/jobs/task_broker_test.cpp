@@ -35,11 +35,11 @@ std::unique_ptr<H264DecoderFrame> Broker::Picture(std::vector<uint32_t> Deblocki
         pSlice->m_SliceNumber = Index + 1;
         pSlice->m_FirstMbNumber = Index * 4;
         pSlice->m_MaxMbNumber = Index * 4 + 4;
-        pSlice->m_MbBudget = 100;
+        pSlice->m_Progress.MbBudget = 100;
         pSlice->m_MbWidth = 4;
         pSlice->m_MbHeight = static_cast<int32_t>(DeblockingIdc.size());
         pSlice->m_UsesSliceGroups = UsesSliceGroups;
-        pSlice->m_Deblocked = Idc == 1;
+        pSlice->m_Progress.Deblocked = Idc == 1;
         Au.m_NeedsDeblocking |= Idc != 1;
         Au.m_Slices.push_back(pSlice);
     }
@@ -72,7 +72,7 @@ TEST_F(Broker, SlicesThatFilterWithinThemselvesNeedNoSecondTask)
 {
     const auto pFrame = Picture({2, 2});
     EXPECT_THAT(RunAll(m_Broker, pFrame.get()), ElementsAre(0, 4));
-    EXPECT_TRUE(pFrame->m_Au[0].m_Slices[0]->m_DeblockFromTask);
+    EXPECT_TRUE(pFrame->m_Au[0].m_Slices[0]->m_Progress.DeblockFromTask);
     EXPECT_TRUE(IsComplete(pFrame->m_Au[0]));
 }
 
