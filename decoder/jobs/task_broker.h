@@ -36,19 +36,4 @@ protected:
     H264DecoderFrameInfo* m_pCurrentAu = nullptr; // tasks are drawn from it
 };
 
-// Hands whole slices to one caller, then their deblocking.
-class TaskBrokerSingleThread : public TaskBroker
-{
-public:
-    void TaskDone(const H264Task& Task) override;
-
-protected:
-    bool NextTaskLocked(H264Task& Task) override;
-
-private:
-    bool NextSliceTask(H264DecoderFrameInfo& Au, H264Task& Task);
-    bool NextDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task);
-    bool NextPictureDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task);
-};
-
 } // namespace UMC

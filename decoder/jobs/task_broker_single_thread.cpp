@@ -1,4 +1,5 @@
-#include "decoder/jobs/task_broker.h"
+#include "decoder/jobs/task_broker_single_thread.h"
+
 #include "decoder/slice/slice.h"
 
 #include <algorithm>

@@ -1,87 +1,20 @@
-// Picture buffers of the decoder and the frames of the decoded picture buffer.
+// The frames of the decoded picture buffer.
 #pragma once
 
+#include "decoder/picture/frame_buffer.h"
+#include "decoder/picture/frame_info.h"
 #include "decoder/picture/mb_info.h"
-#include "decoder/picture/picture_format.h"
 #include "decoder/picture/slice_lists.h"
-#include "decoder/stream/headers.h"
 #include "decoder/stream/sei.h"
 #include "media/umc_status.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 namespace UMC {
 
-class H264Slice; // known to the floors above only: a picture holds slices and never looks into one
-class MemoryAllocator;
-class H264DecoderFrame;
 class LocalMbMemory;
-
-// A picture's sample planes in one block of the given allocator. No guard band lies around a plane.
-class H264DecYUVBufferPadded
-{
-public:
-    H264DecYUVBufferPadded() = default;
-    virtual ~H264DecYUVBufferPadded() { H264DecYUVBufferPadded::Release(); }
-    H264DecYUVBufferPadded(const H264DecYUVBufferPadded&) = delete;
-    H264DecYUVBufferPadded& operator=(const H264DecYUVBufferPadded&) = delete;
-
-    // The allocator must outlive the buffer.
-    void SetAllocator(MemoryAllocator* pAllocator) { m_pAllocator = pAllocator; }
-    // Does nothing when the format is what it was. StatusUnsupported for a depth outside 8..16, StatusInvalidParams
-    // for a format above 3, StatusAllocFailed, with nothing left allocated, when memory is exhausted.
-    virtual Status Allocate(const PictureFormat& Format);
-    virtual void Release();
-    virtual void Conditional(const PictureFormat& Format); // releases when it is another one
-
-    // Fill with the value 128, scaled to the depth.
-    void FillGrey(); // every plane
-    void FillChromaGrey();
-    void FillFieldGrey(int Field); // every second line, 0: from the top one
-
-    PictureFormat m_Format;       // of the planes; empty without them
-    uint8_t* m_pPlaneY = nullptr; // 64-byte aligned; samples of 2 bytes above 8 bits
-    uint8_t* m_pPlaneU = nullptr;
-    uint8_t* m_pPlaneV = nullptr;
-    int32_t m_PitchLuma = 0; // samples
-    int32_t m_PitchChroma = 0;
-    bool m_ExternalBuffer = false;
-
-protected:
-    MemoryAllocator* m_pAllocator = nullptr;
-
-private:
-    void FillPlane(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLine, int32_t LineStep);
-    void FillLines(int32_t FirstLine, int32_t LineStep);
-
-    uint32_t m_MemId = 0;
-};
-
-// Planes for a size rounded up to whole macroblocks.
-class H264DecYUVWorkSpace : public H264DecYUVBufferPadded
-{
-public:
-    Status Allocate(const PictureFormat& Format) override;
-};
-
-enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, Finished = 3, InBroker = 4 };
-
-// The slices of one field, or of a frame, and how far they have got.
-struct H264DecoderFrameInfo {
-    H264DecoderFrame* m_pFrame = nullptr;
-    std::vector<H264Slice*> m_Slices; // in decoding order; the slice pool owns them
-    AuStatus m_Status = AuStatus::Empty;
-    size_t m_NextToDecode = 0, m_NextToDeblock = 0; // slices in front of these need no look any more
-    bool m_NeedsDeblocking = false;                 // any slice has disable_deblocking_filter_idc other than 1
-    bool m_IsReference = false, m_UsesSliceGroups = false;
-    uint64_t m_UnitBytes = 0;                // kept of the slices' units
-    AdaptiveMarking m_Marking;               // of the first slice, where its header has commands
-    H264DecoderFrameInfo* m_pNext = nullptr; // in the list that the broker draws tasks from
-};
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
 struct H264MbInfo {

@@ -1,4 +1,5 @@
-#include "decoder/picture/frame.h"
+#include "decoder/picture/frame_buffer.h"
+
 #include "media/umc_memory_allocator.h"
 
 #include <algorithm>

@@ -37,18 +37,6 @@ int32_t SliceLists::Add()
     return static_cast<int32_t>(m_ListNumber.size());
 }
 
-const H264DecoderRefPicList* SliceLists::ListsOf(uint32_t SliceNumber) const
-{
-    if (SliceNumber - 1 >= m_ListNumber.size()) return nullptr;
-    const size_t List = m_ListNumber[SliceNumber - 1];
-    return List < m_Lists.size() ? m_Lists[List].get() : nullptr;
-}
-
-const H264RefPicIndices* SliceLists::IndicesOf(uint32_t SliceNumber) const
-{
-    return SliceNumber - 1 < m_ListNumber.size() ? &m_Indices[m_ListNumber[SliceNumber - 1]] : nullptr;
-}
-
 void SliceLists::ReleaseLists() { EmptyTable(m_Lists); }
 
 void SliceLists::Clear()

@@ -41,9 +41,17 @@ public:
     int32_t Add();
 
     // The lists of a slice in work; null for a number that no slice has.
-    const H264DecoderRefPicList* ListsOf(uint32_t SliceNumber) const;
+    const H264DecoderRefPicList* ListsOf(uint32_t SliceNumber) const
+    {
+        if (SliceNumber - 1 >= m_ListNumber.size()) return nullptr;
+        const size_t List = m_ListNumber[SliceNumber - 1];
+        return List < m_Lists.size() ? m_Lists[List].get() : nullptr;
+    }
     // The pictures in the lists of a slice whose decoding may be over.
-    const H264RefPicIndices* IndicesOf(uint32_t SliceNumber) const;
+    const H264RefPicIndices* IndicesOf(uint32_t SliceNumber) const
+    {
+        return SliceNumber - 1 < m_ListNumber.size() ? &m_Indices[m_ListNumber[SliceNumber - 1]] : nullptr;
+    }
 
     void ReleaseLists(); // decoding is over: the pictures in the lists remain
     void Clear();

@@ -2,8 +2,10 @@
 
 #include "Common/h264/nal_unit_type.h"
 #include "decoder/jobs/segment_decoder_hp.h"
+#include "decoder/jobs/task_broker_single_thread.h"
 #include "decoder/session/picture_border.h"
 #include "decoder/session/video_decoder.h"
+#include "decoder/stream/nal_splitter_mp4.h"
 #include "decoder/stream/seq_info.h"
 #include "media/os/os_system.h"
 

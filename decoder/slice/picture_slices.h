@@ -3,7 +3,7 @@
 
 #include "decoder/picture/frame.h"
 #include "decoder/slice/slice.h"
-#include "decoder/stream/heap.h"
+#include "decoder/stream/heap_objects.h"
 #include "media/umc_status.h"
 
 namespace UMC {

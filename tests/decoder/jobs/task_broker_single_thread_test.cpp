@@ -1,5 +1,5 @@
 // The order in which the single-thread broker hands out work, and when it hands out any.
-#include "decoder/jobs/task_broker.h"
+#include "decoder/jobs/task_broker_single_thread.h"
 #include "decoder/slice/picture_slices.h"
 
 #include <gmock/gmock.h>
