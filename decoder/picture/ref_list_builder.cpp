@@ -94,6 +94,7 @@ private:
         };
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
             if (IsShortTermFor(*p, m_IsField)) ShortTerm.Insert(p, Before);
+        m_ShortCount = ShortTerm.Count();
         Join(m_Lists.List[0], {&ShortTerm, &m_LongTerm});
     }
 
@@ -111,6 +112,7 @@ private:
             }
         }
         if (Past.Count() + Future.Count() + m_LongTerm.Count() >= kMaxInitialEntries) return;
+        m_ShortCount = Past.Count() + Future.Count();
         Join(m_Lists.List[0], {&Past, &Future, &m_LongTerm});
         Join(m_Lists.List[1], {&Future, &Past, &m_LongTerm});
     }
@@ -142,25 +144,28 @@ private:
     {
         H264RefList Fields{};
         int At = 0;
-        AlternatePass(List, &H264DecoderFrame::m_IsShortTerm, Fields, At);
-        AlternatePass(List, &H264DecoderFrame::m_IsLongTerm, Fields, At);
+        AlternatePass(List.Frame, List.Frame + m_ShortCount, &H264DecoderFrame::m_IsShortTerm, Fields, At);
+        AlternatePass(List.Frame + m_ShortCount, List.Frame + kMaxInitialEntries, &H264DecoderFrame::m_IsLongTerm,
+                      Fields, At);
         List = Fields;
     }
 
     // Takes fields by turns, the current parity first; when one parity runs out, the rest of the other follows.
-    void AlternatePass(const H264RefList& Frames, bool (H264DecoderFrame::*pMarked)[2], H264RefList& Fields, int& At)
+    void AlternatePass(H264DecoderFrame* const* pBegin, H264DecoderFrame* const* pEnd,
+                       bool (H264DecoderFrame::*pMarked)[2], H264RefList& Fields, int& At)
     {
-        int Next[2] = {0, 0};
+        pEnd = std::find(pBegin, pEnd, nullptr);
+        H264DecoderFrame* const* Next[2] = {pBegin, pBegin};
         int Parity = m_Header.bottom_field_flag;
         for (int Missed = 0; Missed < 2 && At < kMaxInitialEntries; Parity ^= 1) {
-            int& i = Next[Parity];
-            while (i < kMaxInitialEntries && Frames.Frame[i] && !(Frames.Frame[i]->*pMarked)[Parity]) ++i;
-            if (i >= kMaxInitialEntries || !Frames.Frame[i]) {
+            H264DecoderFrame* const*& p = Next[Parity];
+            while (p != pEnd && !((*p)->*pMarked)[Parity]) ++p;
+            if (p == pEnd) {
                 ++Missed;
                 continue;
             }
             // With the other parity run out, this one goes on alone.
-            Fields.Frame[At] = Frames.Frame[i++];
+            Fields.Frame[At] = *p++;
             Fields.Flag[At++] = static_cast<uint8_t>(Parity);
             if (Missed == 1) Parity ^= 1;
         }
@@ -235,6 +240,7 @@ private:
     H264DecoderRefPicList& m_Lists;
     const bool m_IsField, m_IsB;
     FrameOrder m_LongTerm;
+    int m_ShortCount = 0; // frames in front of the long-term ones; one may stand in both groups, a field in each
     H264DecoderFrame* m_pFallback[2] = {};
 };
 
