@@ -16,9 +16,7 @@ const H264DecoderFrame* FindSource(const H264Slice& Slice, const H264DBPList* pD
     const H264DecoderFrame* pSource = Slice.m_pRefPicList ? Slice.m_pRefPicList->List[0].Frame[0] : nullptr;
     if (!pSource || pSource->m_IsSkipped) pSource = pDpb ? pDpb->FindClosestForConcealment(&Frame) : nullptr;
     // Ranges of memory only match in pictures laid out alike.
-    const bool Matches = pSource && pSource->m_MbSize == Frame.m_MbSize && pSource->m_PitchLuma == Frame.m_PitchLuma &&
-                         pSource->m_ChromaFormat == Frame.m_ChromaFormat && pSource->m_BitDepth == Frame.m_BitDepth;
-    return Matches ? pSource : nullptr;
+    return pSource && pSource->m_Format == Frame.m_Format ? pSource : nullptr;
 }
 
 void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrdiff_t To)
@@ -47,7 +45,7 @@ void RestoreErrorRect(int32_t Start, int32_t End, const H264Slice& Slice, const 
 }
 
 // The planes are taken as lines of memory: a range starts at the first macroblock's top left sample and ends at that of
-// the last. The lowest lines of the last row of macroblocks stay as they were; deliberate, the picture is not shown.
+// the last. The lowest lines of the last row of macroblocks stay as they were; deliberate, as the picture is not shown.
 void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
 {
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];

@@ -24,7 +24,6 @@ H264SegmentDecoderMultiThreaded::H264SegmentDecoderMultiThreaded(TaskSource* pTa
 Status H264SegmentDecoderMultiThreaded::ProcessSegment()
 {
     H264Task Task;
-    Task.m_ThreadNumber = m_ThreadNumber;
     while (m_pTasks->GetNextTask(Task)) ProcessTask(Task);
     return StatusOk;
 }
@@ -39,25 +38,17 @@ void H264SegmentDecoderMultiThreaded::ProcessTask(H264Task& Task)
     try {
         InitializeSlice(Task);
         const H264Slice& Any = m_pSlice ? *m_pSlice : *m_pPictureAu->m_Slices.front();
-        const bool Skip = Any.m_pFrame->m_IsSkipped || (m_pSlice && m_pSlice->m_ErrorDetected);
-        Result = Skip ? Status{StatusOk} : RunTask(Task);
+        Result = Any.m_pFrame->m_IsSkipped ? Status{StatusOk} : RunTask(Task);
         if (Result == StatusEndOfSegment) {
             RestoreErrorRect(m_Cursor.CurrentMb, m_pSlice->m_MaxMbNumber, m_pSlice);
             Result = StatusOk;
-            Task.m_IsSliceEnd = true;
-        } else if (Result != StatusOk) {
-            Result = StatusInvalidParams;
-            Task.m_IsSliceEnd = true;
         }
     } catch (const h264_exception& e) {
         Result = e.GetStatus();
     } catch (...) {
         Result = StatusInvalidParams;
     }
-    if (Result != StatusOk) {
-        Task.m_HasError = true;
-        TryRestore(m_Cursor.CurrentMb, m_pSlice);
-    }
+    if (Result != StatusOk) TryRestore(m_Cursor.CurrentMb, m_pSlice);
     FinishTask(Task);
 }
 
@@ -82,7 +73,7 @@ void H264SegmentDecoderMultiThreaded::FinishTask(H264Task& Task)
     if (m_pSlice && Task.m_TaskId == TASK_PROCESS) {
         const int32_t Lines = ((m_Cursor.Motion.MaxMv + 6) >> 2)
                               << (m_pSlice->m_Header.field_pic_flag || m_pSlice->m_Header.MbaffFrameFlag ? 1 : 0);
-        m_pSlice->m_MaxMvDistance = std::max(m_pSlice->m_MaxMvDistance, Lines);
+        m_pSlice->m_Progress.MaxMvDistance = std::max(m_pSlice->m_Progress.MaxMvDistance, Lines);
     }
     m_pTasks->TaskDone(Task);
 }
@@ -115,9 +106,9 @@ Status H264SegmentDecoderMultiThreaded::DecodeRun(int32_t FirstMb, int32_t Count
     const Status Result = m_pSlice->m_pPicParamSet->entropy_coding_mode_flag
                               ? m_pSegment->DecodeSegmentCABACSingle(FirstMb, Count, *this)
                               : m_pSegment->DecodeSegmentCAVLCSingle(FirstMb, Count, *this);
-    m_pSlice->m_MbSkipRun = m_Cursor.Entropy.MbSkipRun;
-    m_pSlice->m_QpLuma = m_Cursor.Entropy.QpLuma;
-    m_pSlice->m_PrevDeltaQp = m_Cursor.Entropy.PrevDeltaQp;
+    m_pSlice->m_Progress.MbSkipRun = m_Cursor.Entropy.MbSkipRun;
+    m_pSlice->m_Progress.QpLuma = m_Cursor.Entropy.QpLuma;
+    m_pSlice->m_Progress.PrevDeltaQp = m_Cursor.Entropy.PrevDeltaQp;
     return Result;
 }
 
@@ -125,7 +116,7 @@ Status H264SegmentDecoderMultiThreaded::ProcessSlice(int32_t FirstMb, int32_t& C
 {
     const uint32_t FilterIdc = m_pSlice->m_Header.disable_deblocking_filter_idc;
     const bool Deblock =
-        FilterIdc != 1 && (FilterIdc == 2 || m_pSlice->m_DeblockFromTask) && !m_pSlice->m_UsesSliceGroups;
+        FilterIdc != 1 && (FilterIdc == 2 || m_pSlice->m_Progress.DeblockFromTask) && !m_pSlice->m_UsesSliceGroups;
     const int32_t Budget = Count;
     try {
         if (m_pSlice->m_UsesSliceGroups)

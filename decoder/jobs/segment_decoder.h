@@ -27,7 +27,6 @@ public:
     SegmentDecoderHPBase* m_pSegment = nullptr; // the member of the family that decodes the slice
 
 protected:
-    int32_t m_ThreadNumber = 0;
 };
 
 class H264SegmentDecoderMultiThreaded : public H264SegmentDecoder

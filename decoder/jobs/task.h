@@ -17,13 +17,10 @@ enum TaskId : int32_t {
 struct H264Task {
     H264Slice* m_pSlice = nullptr; // of a whole picture the one with the lowest macroblock
     H264DecoderFrameInfo* m_pAu = nullptr;
-    int32_t m_ThreadNumber = 0;
     int32_t m_FirstMb = 0;
     int32_t m_MaxMb = 0;   // stop position
     int32_t m_MbCount = 0; // budget; on return, macroblocks done
     TaskId m_TaskId = TASK_PROCESS;
-    bool m_IsSliceEnd = false; // the slice's data ended here
-    bool m_HasError = false;
 };
 
 // What a segment decoder needs of the broker.

@@ -21,16 +21,13 @@ bool TaskBroker::Init(int32_t ConsumerCount)
 {
     Release();
     m_ConsumerCount = ConsumerCount;
-    m_QuitFlag = false;
     return true;
 }
 
 void TaskBroker::Reset()
 {
     const AutomaticMutex Hold(m_Lock);
-    m_pCurrentFrame = nullptr;
     m_pCurrentAu = nullptr;
-    m_QuitFlag = true;
 }
 
 void TaskBroker::Release() { Reset(); }
@@ -47,20 +44,16 @@ bool TaskBroker::PrepareFrames(H264DecoderFrame* pFirst, bool Force)
 void TaskBroker::Start(H264DecoderFrame* pFirst, bool Force)
 {
     const AutomaticMutex Hold(m_Lock);
-    m_pCurrentFrame = pFirst;
     m_pCurrentAu = nullptr;
-    H264DecoderFrameInfo *pLast = nullptr, *pReference = nullptr;
+    H264DecoderFrameInfo* pLast = nullptr;
     for (H264DecoderFrame* p = pFirst; p; p = p->m_pNext) {
         for (H264DecoderFrameInfo& Au : p->m_Au) {
             if (Au.m_Status == AuStatus::InBroker) Au.m_Status = AuStatus::Ready;
             if (!IsReadyFrame(*p, Force) || Au.m_Status != AuStatus::Ready || Au.m_Slices.empty()) continue;
             Au.m_Status = AuStatus::InBroker;
-            Au.m_pPrev = pLast;
             Au.m_pNext = nullptr;
-            Au.m_pReferenceAu = pReference;
             (pLast ? pLast->m_pNext : m_pCurrentAu) = &Au;
             pLast = &Au;
-            if (Au.m_IsReference) pReference = &Au;
         }
     }
 }

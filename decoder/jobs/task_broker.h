@@ -33,24 +33,7 @@ protected:
 
     Mutex m_Lock; // guards every progress field, the list of infos and the frames' progress
     int32_t m_ConsumerCount = 0;
-    H264DecoderFrame* m_pCurrentFrame = nullptr;  // first frame still in work
     H264DecoderFrameInfo* m_pCurrentAu = nullptr; // tasks are drawn from it
-    bool m_QuitFlag = false;
-};
-
-// Hands whole slices to one caller, then their deblocking.
-class TaskBrokerSingleThread : public TaskBroker
-{
-public:
-    void TaskDone(const H264Task& Task) override;
-
-protected:
-    bool NextTaskLocked(H264Task& Task) override;
-
-private:
-    bool NextSliceTask(H264DecoderFrameInfo& Au, H264Task& Task);
-    bool NextDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task);
-    bool NextPictureDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task);
 };
 
 } // namespace UMC

@@ -1,4 +1,5 @@
-#include "decoder/jobs/task_broker.h"
+#include "decoder/jobs/task_broker_single_thread.h"
+
 #include "decoder/slice/slice.h"
 
 #include <algorithm>
@@ -7,23 +8,17 @@ namespace UMC {
 
 namespace {
 
-void MarkInWork(H264Slice& Slice)
-{
-    Slice.m_InWork = true;
-    Slice.m_DecodeAvailable = Slice.m_ReconstructAvailable = Slice.m_DeblockAvailable = false;
-}
-
 // With slice groups the macroblocks that a slice left over bound the next slice. They stand in the order of arrival.
 void PassBudget(const H264DecoderFrameInfo& Au, const H264Slice& Slice)
 {
     const auto Next = static_cast<size_t>(Slice.m_SliceNumber - Au.m_Slices.front()->m_SliceNumber) + 1;
-    if (Next < Au.m_Slices.size()) Au.m_Slices[Next]->m_MbBudget = Slice.m_MbBudget;
+    if (Next < Au.m_Slices.size()) Au.m_Slices[Next]->m_Progress.MbBudget = Slice.m_Progress.MbBudget;
 }
 
 void MarkDeblocked(H264Slice& Slice)
 {
-    Slice.m_DeblockAvailable = Slice.m_Deblocked = true;
-    Slice.m_InWork = false;
+    Slice.m_Progress.Deblocked = true;
+    Slice.m_Progress.InWork = false;
 }
 
 } // namespace
@@ -47,16 +42,16 @@ bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& T
     // What stands in front of the mark has been handed out: a picture's slices are looked at once.
     for (size_t& i = Au.m_NextToDecode; i < Au.m_Slices.size(); ++i) {
         H264Slice* const pSlice = Au.m_Slices[i];
-        if (pSlice->m_InWork || pSlice->m_Decoded) continue;
+        if (pSlice->m_Progress.InWork || pSlice->m_Progress.Decoded) continue;
         Task = H264Task{};
         Task.m_TaskId = TASK_PROCESS;
         Task.m_pSlice = pSlice;
         Task.m_pAu = &Au;
         Task.m_FirstMb = pSlice->m_FirstMbNumber;
         Task.m_MaxMb = pSlice->m_MaxMbNumber;
-        Task.m_MbCount = std::min(pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber, pSlice->m_MbBudget);
-        pSlice->m_DeblockFromTask = pSlice->m_Header.disable_deblocking_filter_idc != 0;
-        MarkInWork(*pSlice);
+        Task.m_MbCount = std::min(pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber, pSlice->m_Progress.MbBudget);
+        pSlice->m_Progress.DeblockFromTask = pSlice->m_Header.disable_deblocking_filter_idc != 0;
+        pSlice->m_Progress.InWork = true;
         return true;
     }
     return false;
@@ -66,11 +61,12 @@ bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& T
 bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task)
 {
     const auto& Slices = Au.m_Slices;
-    while (Au.m_NextToDeblock < Slices.size() && Slices[Au.m_NextToDeblock]->m_Deblocked) ++Au.m_NextToDeblock;
+    while (Au.m_NextToDeblock < Slices.size() && Slices[Au.m_NextToDeblock]->m_Progress.Deblocked) ++Au.m_NextToDeblock;
     for (size_t i = Au.m_NextToDeblock; i < Slices.size(); ++i) { // the first one will do unless it is in work
         H264Slice* const pSlice = Slices[i];
         const bool MayBegin = i == Au.m_NextToDeblock || pSlice->m_Header.disable_deblocking_filter_idc == 2;
-        if (pSlice->m_Deblocked || !MayBegin || !pSlice->m_Decoded || pSlice->m_InWork) continue;
+        if (pSlice->m_Progress.Deblocked || !MayBegin || !pSlice->m_Progress.Decoded || pSlice->m_Progress.InWork)
+            continue;
         Task = H264Task{};
         Task.m_TaskId = TASK_DEBLOCK_SLICE;
         Task.m_pSlice = pSlice;
@@ -78,7 +74,7 @@ bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Ta
         Task.m_FirstMb = pSlice->m_FirstMbNumber;
         Task.m_MaxMb = pSlice->m_MaxMbNumber;
         Task.m_MbCount = pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber;
-        MarkInWork(*pSlice);
+        pSlice->m_Progress.InWork = true;
         return true;
     }
     return false;
@@ -87,9 +83,11 @@ bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Ta
 bool TaskBrokerSingleThread::NextPictureDeblockingTask(H264DecoderFrameInfo& Au, H264Task& Task)
 {
     const auto& Slices = Au.m_Slices;
-    if (std::all_of(Slices.begin(), Slices.end(), [](const H264Slice* p) { return p->m_Deblocked; })) return false;
-    if (std::any_of(Slices.begin(), Slices.end(), [](const H264Slice* p) { return p->m_InWork; })) return false;
-    for (H264Slice* const pSlice : Slices) MarkInWork(*pSlice);
+    if (std::all_of(Slices.begin(), Slices.end(), [](const H264Slice* p) { return p->m_Progress.Deblocked; }))
+        return false;
+    if (std::any_of(Slices.begin(), Slices.end(), [](const H264Slice* p) { return p->m_Progress.InWork; }))
+        return false;
+    for (H264Slice* const pSlice : Slices) pSlice->m_Progress.InWork = true;
     const auto First = std::min_element(Slices.begin(), Slices.end(), [](const H264Slice* a, const H264Slice* b) {
         return a->m_FirstMbNumber < b->m_FirstMbNumber;
     });
@@ -110,14 +108,13 @@ void TaskBrokerSingleThread::TaskDone(const H264Task& Task)
     switch (Task.m_TaskId) {
     case TASK_PROCESS:
         if (Slice.m_UsesSliceGroups) {
-            Slice.m_MaxMbNumber = Task.m_MaxMb;
-            Slice.m_MbBudget -= Task.m_MbCount;
+            Slice.m_Progress.MbBudget -= Task.m_MbCount;
             PassBudget(*Task.m_pAu, Slice);
-        } else if (!Slice.m_Deblocked) {
-            Slice.m_Deblocked = Slice.m_DeblockFromTask;
+        } else if (!Slice.m_Progress.Deblocked) {
+            Slice.m_Progress.Deblocked = Slice.m_Progress.DeblockFromTask;
         }
-        Slice.m_Decoded = Slice.m_DeblockAvailable = true;
-        Slice.m_DecodeAvailable = Slice.m_ReconstructAvailable = Slice.m_InWork = false;
+        Slice.m_Progress.Decoded = true;
+        Slice.m_Progress.InWork = false;
         break;
     case TASK_DEBLOCK_SLICE: MarkDeblocked(Slice); break;
     case TASK_DEBLOCK_PICTURE:

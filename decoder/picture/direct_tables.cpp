@@ -1,4 +1,6 @@
-#include "decoder/picture/ref_list_builder.h"
+#include "decoder/picture/direct_tables.h"
+
+#include "decoder/picture/frame.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -16,11 +18,6 @@ int32_t Distance(int32_t Count, int32_t From)
     return static_cast<int32_t>(std::clamp<int64_t>(int64_t{Count} - From, -128, 127));
 }
 
-int32_t OrderCountOf(const H264DecoderFrame& Frame, bool IsField, int Field)
-{
-    return IsField && Field >= 0 ? Frame.m_PicOrderCnt[Field] : Frame.PicOrderCnt();
-}
-
 struct ListEntry {
     int32_t OrderCount;
     bool IsThere, IsLongTerm;
@@ -30,7 +27,7 @@ ListEntry EntryOf(const H264RefList& List, int Index, bool IsField)
 {
     const H264DecoderFrame* const pFrame = List.Frame[Index];
     if (!pFrame) return {0, false, false};
-    return {OrderCountOf(*pFrame, IsField, RefFlagField(List.Flag[Index])), true,
+    return {pFrame->PicOrderCnt(IsField ? RefFlagField(List.Flag[Index]) : -1), true,
             (List.Flag[Index] & kRefFlagShortTerm) == 0};
 }
 
@@ -52,25 +49,19 @@ int16_t ImplicitWeight(int32_t Current, const ListEntry& Entry0, const ListEntry
 
 } // namespace
 
-int32_t OrderCountOfSlice(const H264DecoderFrame& Frame, const SliceHeaderFields& Header)
+void ComputeDirectTables(const H264DecoderRefPicList& Lists, const SliceHeaderFields& Header, int32_t PicOrderCnt,
+                         bool HasImplicitWeights, H264DirectTables& Tables)
 {
-    return OrderCountOf(Frame, Header.field_pic_flag != 0, Header.bottom_field_flag);
-}
-
-void ComputeDirectTables(const H264Slice& Slice, H264DirectTables& Tables)
-{
-    const H264DecoderRefPicList& Lists = *Slice.m_pRefPicList;
-    const bool IsField = Slice.m_Header.field_pic_flag != 0;
-    const int32_t Current = Slice.m_PicOrderCnt;
+    const bool IsField = Header.field_pic_flag != 0;
     const ListEntry Colocated = EntryOf(Lists.List[1], 0, IsField);
-    for (int i = 0; i < Slice.m_Header.num_ref_idx_l0_active; ++i) {
+    for (int i = 0; i < Header.num_ref_idx_l0_active; ++i) {
         const ListEntry Entry0 = EntryOf(Lists.List[0], i, IsField);
         const bool IsScaled = Entry0.IsThere && !Entry0.IsLongTerm && Entry0.OrderCount != Colocated.OrderCount;
         Tables.DistScaleFactor[i] =
-            IsScaled ? ScaleFactor(Current, Entry0.OrderCount, Colocated.OrderCount) : kNoScaling;
-        if (Slice.m_pPicParamSet->weighted_bipred_idc != 2) continue;
-        for (int j = 0; j < Slice.m_Header.num_ref_idx_l1_active; ++j)
-            Tables.ImplicitWeight[i][j] = ImplicitWeight(Current, Entry0, EntryOf(Lists.List[1], j, IsField));
+            IsScaled ? ScaleFactor(PicOrderCnt, Entry0.OrderCount, Colocated.OrderCount) : kNoScaling;
+        if (!HasImplicitWeights) continue;
+        for (int j = 0; j < Header.num_ref_idx_l1_active; ++j)
+            Tables.ImplicitWeight[i][j] = ImplicitWeight(PicOrderCnt, Entry0, EntryOf(Lists.List[1], j, IsField));
     }
 }
 

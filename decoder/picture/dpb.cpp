@@ -1,5 +1,7 @@
 #include "decoder/picture/dpb.h"
 
+#include "Common/h264/reference_numbers.h"
+
 #include <algorithm>
 
 namespace UMC {
@@ -35,41 +37,6 @@ H264DecoderFrame* FindByNumber(H264DecoderFrame* pFrame, int32_t Number, bool Is
 
 } // namespace
 
-H264DecoderFrameList::~H264DecoderFrameList()
-{
-    while (m_pHead) {
-        H264DecoderFrame* const pFrame = m_pHead;
-        m_pHead = pFrame->m_pNext;
-        delete pFrame;
-    }
-}
-
-void H264DecoderFrameList::Append(H264DecoderFrame* pFrame)
-{
-    pFrame->m_pPrev = m_pTail;
-    pFrame->m_pNext = nullptr;
-    (m_pTail ? m_pTail->m_pNext : m_pHead) = pFrame;
-    m_pTail = pFrame;
-}
-
-void H264DecoderFrameList::Unlink(H264DecoderFrame* pFrame)
-{
-    (pFrame->m_pPrev ? pFrame->m_pPrev->m_pNext : m_pHead) = pFrame->m_pNext;
-    (pFrame->m_pNext ? pFrame->m_pNext->m_pPrev : m_pTail) = pFrame->m_pPrev;
-}
-
-void H264DecoderFrameList::Remove(H264DecoderFrame* pFrame)
-{
-    Unlink(pFrame);
-    delete pFrame;
-}
-
-void H264DecoderFrameList::MoveToTail(H264DecoderFrame* pFrame)
-{
-    Unlink(pFrame);
-    Append(pFrame);
-}
-
 bool H264DBPList::IsDisposable(const H264DecoderFrame& Frame)
 {
     return !Frame.IsReferenced() && !(Frame.m_IsDisplayable && !Frame.m_WasOutputted) && Frame.m_BusyCount == 0;
@@ -81,14 +48,6 @@ H264DecoderFrame* H264DBPList::FindOldestDisposable() const
     for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext)
         if (IsDisposable(*p) && (!pOldest || IsEarlier(*p, *pOldest))) pOldest = p;
     return pOldest;
-}
-
-H264DecoderFrame* H264DBPList::FirstDisposable()
-{
-    H264DecoderFrame* p = m_pHead;
-    while (p && !IsDisposable(*p)) p = p->m_pNext;
-    if (p) MoveToTail(p);
-    return p;
 }
 
 int32_t H264DBPList::CountDisplayable() const
@@ -142,6 +101,13 @@ void H264DBPList::CountReferences(int32_t& Short, int32_t& Long) const
     }
 }
 
+bool H264DBPList::HasReferences() const
+{
+    const H264DecoderFrame* p = m_pHead;
+    while (p && !p->IsReferenced()) p = p->m_pNext;
+    return p != nullptr;
+}
+
 H264DecoderFrame* H264DBPList::FindOldestShortTerm() const
 {
     H264DecoderFrame* pOldest = nullptr;
@@ -178,13 +144,14 @@ void H264DBPList::ComputePicNums(const SliceHeaderFields& Header, int32_t MaxFra
 {
     for (H264DecoderFrame* p = m_pHead; p; p = p->m_pNext) {
         if (!p->IsReferenced()) continue;
-        p->m_FrameNumWrap = p->m_FrameNum > Header.frame_num ? p->m_FrameNum - MaxFrameNum : p->m_FrameNum;
+        p->m_FrameNumWrap = h264::FrameNumWrap(p->m_FrameNum, Header.frame_num, MaxFrameNum);
         for (int Field = 0; Field < 2; ++Field) {
-            const int SameParity = Field == Header.bottom_field_flag;
-            p->m_PicNum[Field] = Header.field_pic_flag ? 2 * p->m_FrameNumWrap + SameParity : p->m_FrameNumWrap;
-            if (p->m_IsLongTerm[Field])
-                p->m_LongTermPicNum[Field] =
-                    Header.field_pic_flag ? 2 * p->m_LongTermFrameIdx + SameParity : p->m_LongTermFrameIdx;
+            const auto PicNum = [&](int32_t FrameNumber) {
+                return Header.field_pic_flag ? h264::FieldPicNum(FrameNumber, Field == Header.bottom_field_flag)
+                                             : FrameNumber;
+            };
+            p->m_PicNum[Field] = PicNum(p->m_FrameNumWrap);
+            if (p->m_IsLongTerm[Field]) p->m_LongTermPicNum[Field] = PicNum(p->m_LongTermFrameIdx);
         }
     }
 }
@@ -193,8 +160,7 @@ H264DecoderFrame* H264DBPList::FindClosestForConcealment(const H264DecoderFrame*
 {
     H264DecoderFrame* pClosest = nullptr;
     for (H264DecoderFrame* p = m_pHead; p && p != pFrame; p = p->m_pNext) {
-        const bool IsAlike =
-            !p->m_IsSkipped && p->m_ChromaFormat == pFrame->m_ChromaFormat && p->m_Size == pFrame->m_Size;
+        const bool IsAlike = !p->m_IsSkipped && p->m_Format == pFrame->m_Format;
         if (IsAlike && p->ResetCount() == 0 && p->PicOrderCnt() < pFrame->PicOrderCnt()) pClosest = p;
     }
     return pClosest;

@@ -1,34 +1,12 @@
-// The frames of the decoder in decoding order, and the decoded picture buffer's rules over them. Frames are few, so
-// every question is answered by a walk.
+// The decoded picture buffer's rules over the frames of the decoder. Frames are few, so every question is answered by a
+// walk.
 #pragma once
 
-#include "decoder/picture/frame.h"
+#include "decoder/picture/frame_list.h"
 
 #include <cstdint>
 
 namespace UMC {
-
-// Doubly linked list that owns its frames.
-class H264DecoderFrameList
-{
-public:
-    H264DecoderFrameList() = default;
-    virtual ~H264DecoderFrameList();
-    H264DecoderFrameList(const H264DecoderFrameList&) = delete;
-    H264DecoderFrameList& operator=(const H264DecoderFrameList&) = delete;
-
-    H264DecoderFrame* Head() const { return m_pHead; }
-    H264DecoderFrame* Tail() const { return m_pTail; }
-    void Append(H264DecoderFrame* pFrame);     // takes ownership
-    void MoveToTail(H264DecoderFrame* pFrame); // a frame of this list
-    void Remove(H264DecoderFrame* pFrame);     // deletes it
-
-protected:
-    void Unlink(H264DecoderFrame* pFrame);
-
-    H264DecoderFrame* m_pHead = nullptr;
-    H264DecoderFrame* m_pTail = nullptr;
-};
 
 class H264DBPList : public H264DecoderFrameList
 {
@@ -36,7 +14,6 @@ public:
     // Room.
     static bool IsDisposable(const H264DecoderFrame& Frame); // no reference, nothing left to show, nobody reads it
     H264DecoderFrame* FindOldestDisposable() const;          // in output order; null for none
-    H264DecoderFrame* FirstDisposable();                     // in list order, moved to the tail; null for none
     int32_t CountDisplayable() const;
     int32_t CountAll() const;
     int32_t FreeIndex() const; // lowest of 0..31 that no frame uses, else -1
@@ -47,6 +24,7 @@ public:
 
     // References. Short counts frames with a short-term field; Long those of the others with a long-term field.
     void CountReferences(int32_t& Short, int32_t& Long) const;
+    bool HasReferences() const;
     H264DecoderFrame* FindOldestShortTerm() const; // lowest FrameNumWrap
     // By picture number of clause 8.2.4.1. Field receives 0 or 1 when fields are numbered, 0 for frames. Null for none.
     H264DecoderFrame* FindShortTerm(int32_t PicNum, bool IsField, int& Field) const;

@@ -1,102 +1,20 @@
-// Picture buffers of the decoder and the frames of the decoded picture buffer.
+// The frames of the decoded picture buffer.
 #pragma once
 
+#include "decoder/picture/frame_buffer.h"
+#include "decoder/picture/frame_info.h"
 #include "decoder/picture/mb_info.h"
-#include "decoder/picture/ref_pic_list.h"
-#include "decoder/stream/headers.h"
-#include "decoder/stream/heap.h"
+#include "decoder/picture/slice_lists.h"
 #include "decoder/stream/sei.h"
 #include "media/umc_status.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 namespace UMC {
 
-class H264Slice;
-class MemoryAllocator;
-class H264DecoderFrame;
 class LocalMbMemory;
-
-struct PictureSize {
-    int32_t Width = 0, Height = 0; // luma samples
-    bool operator==(const PictureSize&) const = default;
-};
-
-// A picture's sample planes in one block of the given allocator. No guard band lies around a plane.
-class H264DecYUVBufferPadded
-{
-public:
-    H264DecYUVBufferPadded() = default;
-    virtual ~H264DecYUVBufferPadded() { H264DecYUVBufferPadded::Release(); }
-    H264DecYUVBufferPadded(const H264DecYUVBufferPadded&) = delete;
-    H264DecYUVBufferPadded& operator=(const H264DecYUVBufferPadded&) = delete;
-
-    // The allocator must outlive the buffer.
-    void SetAllocator(MemoryAllocator* pAllocator) { m_pAllocator = pAllocator; }
-    // Does nothing when the geometry is what it was. StatusUnsupported for a depth outside 8..16, StatusInvalidParams
-    // for a format above 3, StatusAllocFailed, with nothing left allocated, when memory is exhausted.
-    virtual Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat);
-    virtual void Release();
-    virtual void Conditional(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat); // releases when one changed
-
-    // Fill with the value 128, scaled to the depth.
-    void FillGrey(); // every plane
-    void FillChromaGrey();
-    void FillFieldGrey(int Field); // every second line, 0: from the top one
-
-    PictureSize ChromaSize() const;
-
-    PictureSize m_Size;
-    uint8_t* m_pPlaneY = nullptr; // 64-byte aligned; samples of 2 bytes above 8 bits
-    uint8_t* m_pPlaneU = nullptr;
-    uint8_t* m_pPlaneV = nullptr;
-    int32_t m_PitchLuma = 0; // samples
-    int32_t m_PitchChroma = 0;
-    int32_t m_BitDepth = 0;
-    int32_t m_ChromaFormat = 0;
-    bool m_ExternalBuffer = false;
-
-protected:
-    MemoryAllocator* m_pAllocator = nullptr;
-
-private:
-    void FillPlane(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLine, int32_t LineStep);
-    void FillLines(int32_t FirstLine, int32_t LineStep);
-
-    uint32_t m_MemId = 0;
-};
-
-// Planes for a size rounded up to whole macroblocks.
-class H264DecYUVWorkSpace : public H264DecYUVBufferPadded
-{
-public:
-    Status Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat) override;
-    PictureSize m_MbSize; // in macroblocks
-};
-
-enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, Finished = 3, InBroker = 4 };
-
-// The slices of one field, or of a frame, and how far they have got.
-struct H264DecoderFrameInfo {
-    H264DecoderFrame* m_pFrame = nullptr;
-    std::vector<H264Slice*> m_Slices; // in decoding order; the slice heap owns them
-    std::vector<H264Slice*> m_DoneSlices;
-    AuStatus m_Status = AuStatus::Empty;
-    int32_t m_NextDecodeMb = 0, m_NextReconstructMb = 0;
-    size_t m_NextToDecode = 0, m_NextToDeblock = 0; // slices in front of these need no look any more
-    bool m_NeedsDeblocking = false;                 // any slice has disable_deblocking_filter_idc other than 1
-    bool m_IsReference = false, m_HasIntraSlice = false, m_UsesSliceGroups = false;
-    uint64_t m_UnitBytes = 0;  // kept of the slices' units
-    AdaptiveMarking m_Marking; // of the first slice, where its header has commands
-    H264DecoderFrameInfo *m_pNext = nullptr, *m_pPrev = nullptr, *m_pReferenceAu = nullptr;
-
-    bool IsAllDecoded() const; // and deblocked
-    bool IsComplete() const { return m_Status == AuStatus::Finished || (!m_Slices.empty() && IsAllDecoded()); }
-};
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
 struct H264MbInfo {
@@ -125,7 +43,6 @@ public:
     bool m_FrameExists = true; // false for a frame made up for a gap, never displayed
     int32_t m_PictureStructure = FRAME_PICTURE;
 
-    int32_t m_TotalMbs = 0;
     int32_t m_CropLeft = 0, m_CropRight = 0, m_CropTop = 0, m_CropBottom = 0; // samples
     int32_t m_AspectWidth = 0, m_AspectHeight = 0;
     int32_t m_FrameType = 0; // 1 I, 2 P, 3 B
@@ -136,14 +53,16 @@ public:
     int32_t m_PicOrderCnt[2] = {};
     bool m_IsShortTerm[2] = {}, m_IsLongTerm[2] = {};
     uint8_t m_BottomFieldFlag[2] = {};
-    bool m_IsIdr[2] = {};
 
     H264MbInfo m_MbInfo;
     std::shared_ptr<LocalMbMemory> m_pLocalMemory; // from the end of its slices to that of its decoding
-    int32_t m_Uid = 0, m_Index = -1, m_ResourceIndex = -1;
+    int32_t m_Index = -1;                          // lowest of 0..31 that no other frame of the list has
+    int32_t m_ResourceIndex = -1;                  // which of the session's local records it uses
 
     // Frame numbering helpers over both fields.
     int32_t PicOrderCnt() const { return m_PicOrderCnt[0] < m_PicOrderCnt[1] ? m_PicOrderCnt[0] : m_PicOrderCnt[1]; }
+    // Of a field, or with -1 of the frame.
+    int32_t PicOrderCnt(int Field) const { return Field >= 0 ? m_PicOrderCnt[Field] : PicOrderCnt(); }
     int32_t ResetCount() const
     {
         return m_RefListResetCount[0] > m_RefListResetCount[1] ? m_RefListResetCount[0] : m_RefListResetCount[1];
@@ -157,36 +76,24 @@ public:
     void ClearMbInfo();                     // all vectors 0, no references, no slice
     void ClearGlobalMbInfo();               // no slice; vectors and references stay as they are
 
-    // Everything but planes, records and the frame's own numbers goes back to the state of a new frame. The slices go
-    // to the given pool.
-    void Reset(H264_Heap_Objects<H264Slice>& SliceHeap);
+    // Everything but planes, records and the frame's own numbers goes back to the state of a new frame. Its slices have
+    // been given back.
+    void Reset();
 
     bool IsFieldPair() const { return m_PictureStructure < FRAME_PICTURE; }
 
-    // Slices. One that was reserved is added without a further request for memory.
-    Status ReserveSlice(int Field); // StatusAllocFailed
-    int32_t SliceCount() const { return static_cast<int32_t>(m_Au[0].m_Slices.size() + m_Au[1].m_Slices.size()); }
-    // For the lists of the slice to be added; they may hold anything.
-    H264DecoderRefPicList& SpareRefPicList() { return *m_pSpareLists; }
-    // Adds a slice with the lists that were written to the spare ones and gives it its number.
-    void AppendSlice(int Field, H264Slice& Slice);
-    // Decoding is over: what only it needs goes back. The first slice of each field stays, for the comparison with the
-    // next picture's.
-    void ReleaseSlices(H264_Heap_Objects<H264Slice>& SliceHeap);
+    // What decoding asks the frame: the lists of a slice in work, and of one whose decoding may be over. Null for a
+    // number that no slice has.
+    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const { return m_RefPicLists.ListsOf(SliceNumber); }
+    const H264RefPicIndices* RefPicIndicesOf(uint32_t SliceNumber) const
+    {
+        return m_RefPicLists.IndicesOf(SliceNumber);
+    }
 
-    // The lists that slice SliceNumber, in work, is decoded with; null for a number that no slice has.
-    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const;
-    // The same of a slice whose decoding may be over.
-    const H264RefPicIndices* RefPicIndicesOf(uint32_t SliceNumber) const;
+    SliceLists m_RefPicLists; // of both fields: numbers run on from the first to the second
 
 private:
     void ReleaseMbInfo();
-
-    // Lists, numbered: slices whose lists are those of the slice before share them.
-    std::vector<std::unique_ptr<H264DecoderRefPicList>> m_RefPicLists; // while in work
-    std::vector<H264RefPicIndices> m_RefPicIndices;
-    std::vector<uint16_t> m_ListNumber; // by slice number - 1
-    std::unique_ptr<H264DecoderRefPicList> m_pSpareLists;
 
     uint32_t m_MbMemId = 0;
     int32_t m_MbCapacity = 0;

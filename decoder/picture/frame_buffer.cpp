@@ -1,4 +1,5 @@
-#include "decoder/picture/frame.h"
+#include "decoder/picture/frame_buffer.h"
+
 #include "media/umc_memory_allocator.h"
 
 #include <algorithm>
@@ -32,43 +33,34 @@ void FillRows(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLin
 
 } // namespace
 
-PictureSize H264DecYUVBufferPadded::ChromaSize() const
+Status H264DecYUVBufferPadded::Allocate(const PictureFormat& Format)
 {
-    return {m_ChromaFormat < 3 ? m_Size.Width / 2 : m_Size.Width,
-            m_ChromaFormat < 2 ? m_Size.Height / 2 : m_Size.Height};
-}
-
-Status H264DecYUVBufferPadded::Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat)
-{
-    if (BitDepth < 8 || BitDepth > 16) return StatusUnsupported;
-    if (ChromaFormat < 0 || ChromaFormat > 3) return StatusInvalidParams;
-    if (Size.Width <= 0 || Size.Height <= 0 || Size.Width > kMaxSide || Size.Height > kMaxSide)
-        return StatusAllocFailed;
-    const int32_t PitchLuma = AlignUp(Size.Width, kPlaneAlign);
-    const int32_t PitchChroma = ChromaFormat == 3 ? PitchLuma : PitchLuma / 2;
-    const bool IsSame = m_pPlaneY && Size == m_Size && PitchLuma == m_PitchLuma && PitchChroma == m_PitchChroma &&
-                        BitDepth == m_BitDepth && ChromaFormat == m_ChromaFormat;
-    if (IsSame || m_ExternalBuffer) return StatusOk;
+    const auto [Width, Height] = Format.Size;
+    const int32_t ChromaFormat = Format.ChromaFormat;
+    if (std::min(Format.BitDepthLuma, Format.BitDepthChroma) < 8 || Format.BitDepth() > 16) return StatusUnsupported;
+    if (ChromaFormat < h264::CHROMA_400 || ChromaFormat > h264::CHROMA_444) return StatusInvalidParams;
+    if (Width <= 0 || Height <= 0 || Width > kMaxSide || Height > kMaxSide) return StatusAllocFailed;
+    if ((m_pPlaneY && Format == m_Format) || m_ExternalBuffer) return StatusOk;
 
     Release();
     constexpr int64_t kChromaHeights[] = {1, 1, 2, 4}; // of both planes together, as multiples of half the luma plane
-    const int64_t SampleBytes = BitDepth > 8 ? 2 : 1;
-    const int64_t Samples = int64_t{Size.Height} * PitchLuma +
-                            int64_t{Size.Height} * PitchChroma * kChromaHeights[ChromaFormat] + kAlignSlack;
+    const int32_t PitchLuma = AlignUp(Width, kPlaneAlign);
+    const int32_t PitchChroma = ChromaFormat == h264::CHROMA_444 ? PitchLuma : PitchLuma / 2;
+    const int64_t SampleBytes = Format.SampleBytes();
+    const int64_t Samples =
+        int64_t{Height} * PitchLuma + int64_t{Height} * PitchChroma * kChromaHeights[ChromaFormat] + kAlignSlack;
     const int64_t Bytes = Samples * SampleBytes;
     if (Bytes > INT32_MAX) return StatusAllocFailed;
     if (m_pAllocator->Alloc(&m_MemId, static_cast<size_t>(Bytes), 0, kBlockAlign) != StatusOk) {
         Release();
         return StatusAllocFailed;
     }
-    m_Size = Size;
+    m_Format = Format;
     m_PitchLuma = PitchLuma;
     m_PitchChroma = PitchChroma;
-    m_BitDepth = BitDepth;
-    m_ChromaFormat = ChromaFormat;
     m_pPlaneY = AlignPlane(static_cast<uint8_t*>(m_pAllocator->Lock(m_MemId)));
-    const int64_t ChromaBytes = int64_t{PitchChroma} * ChromaSize().Height * SampleBytes;
-    m_pPlaneU = AlignPlane(m_pPlaneY + int64_t{PitchLuma} * Size.Height * SampleBytes);
+    const int64_t ChromaBytes = int64_t{PitchChroma} * Format.ChromaSize().Height * SampleBytes;
+    m_pPlaneU = AlignPlane(m_pPlaneY + int64_t{PitchLuma} * Height * SampleBytes);
     m_pPlaneV = AlignPlane(m_pPlaneU + ChromaBytes);
     return StatusOk;
 }
@@ -81,21 +73,21 @@ void H264DecYUVBufferPadded::Release()
         m_MemId = 0;
     }
     m_pPlaneY = m_pPlaneU = m_pPlaneV = nullptr;
-    m_Size = {};
-    m_PitchLuma = m_PitchChroma = m_BitDepth = m_ChromaFormat = 0;
+    m_Format = {};
+    m_PitchLuma = m_PitchChroma = 0;
 }
 
-void H264DecYUVBufferPadded::Conditional(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat)
+void H264DecYUVBufferPadded::Conditional(const PictureFormat& Format)
 {
-    if (Size != m_Size || BitDepth != m_BitDepth || ChromaFormat != m_ChromaFormat) Release();
+    if (Format != m_Format) Release();
 }
 
 void H264DecYUVBufferPadded::FillPlane(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLine,
                                        int32_t LineStep)
 {
     if (!pPlane) return;
-    const int32_t Grey = 128 << (m_BitDepth - 8);
-    if (m_BitDepth > 8) {
+    const int32_t Grey = 128 << (m_Format.BitDepth() - 8);
+    if (m_Format.SampleBytes() > 1) {
         FillRows<uint16_t>(pPlane, Pitch, Size, FirstLine, LineStep, Grey);
     } else {
         FillRows<uint8_t>(pPlane, Pitch, Size, FirstLine, LineStep, Grey);
@@ -104,9 +96,9 @@ void H264DecYUVBufferPadded::FillPlane(uint8_t* pPlane, int32_t Pitch, PictureSi
 
 void H264DecYUVBufferPadded::FillLines(int32_t FirstLine, int32_t LineStep)
 {
-    FillPlane(m_pPlaneY, m_PitchLuma, m_Size, FirstLine, LineStep);
-    FillPlane(m_pPlaneU, m_PitchChroma, ChromaSize(), FirstLine, LineStep);
-    FillPlane(m_pPlaneV, m_PitchChroma, ChromaSize(), FirstLine, LineStep);
+    FillPlane(m_pPlaneY, m_PitchLuma, m_Format.Size, FirstLine, LineStep);
+    FillPlane(m_pPlaneU, m_PitchChroma, m_Format.ChromaSize(), FirstLine, LineStep);
+    FillPlane(m_pPlaneV, m_PitchChroma, m_Format.ChromaSize(), FirstLine, LineStep);
 }
 
 void H264DecYUVBufferPadded::FillGrey() { FillLines(0, 1); }
@@ -114,16 +106,14 @@ void H264DecYUVBufferPadded::FillFieldGrey(int Field) { FillLines(Field, 2); }
 
 void H264DecYUVBufferPadded::FillChromaGrey()
 {
-    FillPlane(m_pPlaneU, m_PitchChroma, ChromaSize(), 0, 1);
-    FillPlane(m_pPlaneV, m_PitchChroma, ChromaSize(), 0, 1);
+    FillPlane(m_pPlaneU, m_PitchChroma, m_Format.ChromaSize(), 0, 1);
+    FillPlane(m_pPlaneV, m_PitchChroma, m_Format.ChromaSize(), 0, 1);
 }
 
-Status H264DecYUVWorkSpace::Allocate(PictureSize Size, int32_t BitDepth, int32_t ChromaFormat)
+Status H264DecYUVWorkSpace::Allocate(const PictureFormat& Format)
 {
-    if (Size.Width > kMaxSide || Size.Height > kMaxSide) return StatusAllocFailed;
-    const PictureSize Whole{AlignUp(Size.Width, 16), AlignUp(Size.Height, 16)};
-    m_MbSize = {Whole.Width / 16, Whole.Height / 16};
-    return H264DecYUVBufferPadded::Allocate(Whole, BitDepth, ChromaFormat);
+    if (Format.Size.Width > kMaxSide || Format.Size.Height > kMaxSide) return StatusAllocFailed;
+    return H264DecYUVBufferPadded::Allocate(Format.InWholeMbs());
 }
 
 } // namespace UMC

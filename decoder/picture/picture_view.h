@@ -25,7 +25,7 @@ struct PictureView {
 inline PictureView ViewPicture(const H264DecoderFrame& Frame, int32_t Structure)
 {
     const bool IsBottom = Structure == BOTTOM_FIELD, IsField = IsBottom || Structure == TOP_FIELD;
-    const ptrdiff_t SampleBytes = Frame.m_BitDepth > 8 ? 2 : 1;
+    const ptrdiff_t SampleBytes = Frame.m_Format.SampleBytes();
     const ptrdiff_t Luma = Frame.m_PitchLuma * SampleBytes, Chroma = Frame.m_PitchChroma * SampleBytes;
     PictureView View;
     View.pPlane[0] = Frame.m_pPlaneY;
@@ -36,10 +36,10 @@ inline PictureView ViewPicture(const H264DecoderFrame& Frame, int32_t Structure)
             if (View.pPlane[i]) View.pPlane[i] += i == 0 ? Luma : Chroma;
     View.PitchLuma = IsField ? 2 * Luma : Luma;
     View.PitchChroma = IsField ? 2 * Chroma : Chroma;
-    View.MbWidth = Frame.m_MbSize.Width;
-    View.MbHeight = Frame.m_MbSize.Height >> (IsField ? 1 : 0);
+    View.MbWidth = Frame.m_Format.MbSize.Width;
+    View.MbHeight = Frame.m_Format.MbSize.Height >> (IsField ? 1 : 0);
     View.FirstMb = IsBottom ? View.MbWidth * View.MbHeight : 0;
-    View.ChromaFormat = Frame.m_ChromaFormat;
+    View.ChromaFormat = Frame.m_Format.ChromaFormat;
     View.IsField = IsField;
     View.IsBottom = IsBottom;
     return View;

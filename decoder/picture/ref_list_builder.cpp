@@ -45,10 +45,11 @@ bool IsLongTermFor(const H264DecoderFrame& Frame, bool IsField)
 class ListBuilder
 {
 public:
-    ListBuilder(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+    ListBuilder(const RefListOrder& Order, const H264DecoderFrame& Frame, H264DBPList& Dpb,
                 H264DecoderRefPicList& Lists)
-        : m_Slice(Slice), m_Header(Slice.m_Header), m_Reordering(Reordering), m_Dpb(Dpb), m_Lists(Lists),
-          m_IsField(Slice.m_Header.field_pic_flag != 0), m_IsB(Slice.m_Header.slice_type == B_SLICE)
+        : m_Header(Order.Header), m_Reordering(Order.Reordering), m_MaxFrameNum(Order.MaxFrameNum), m_Frame(Frame),
+          m_Dpb(Dpb), m_Lists(Lists), m_IsField(Order.Header.field_pic_flag != 0),
+          m_IsB(Order.Header.slice_type == B_SLICE)
     {
     }
 
@@ -93,6 +94,7 @@ private:
         };
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
             if (IsShortTermFor(*p, m_IsField)) ShortTerm.Insert(p, Before);
+        m_ShortCount = ShortTerm.Count();
         Join(m_Lists.List[0], {&ShortTerm, &m_LongTerm});
     }
 
@@ -100,8 +102,7 @@ private:
     void InitialListsB()
     {
         FrameOrder Past, Future;
-        const int32_t Current =
-            m_IsField ? m_Slice.m_pFrame->m_PicOrderCnt[m_Header.bottom_field_flag] : m_Slice.m_pFrame->PicOrderCnt();
+        const int32_t Current = m_Frame.PicOrderCnt(m_IsField ? m_Header.bottom_field_flag : -1);
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext) {
             if (!IsShortTermFor(*p, m_IsField)) continue;
             if (OrderCount(*p) <= Current) {
@@ -111,6 +112,7 @@ private:
             }
         }
         if (Past.Count() + Future.Count() + m_LongTerm.Count() >= kMaxInitialEntries) return;
+        m_ShortCount = Past.Count() + Future.Count();
         Join(m_Lists.List[0], {&Past, &Future, &m_LongTerm});
         Join(m_Lists.List[1], {&Future, &Past, &m_LongTerm});
     }
@@ -118,7 +120,7 @@ private:
     // Of the picture in work only the first field counts.
     int32_t OrderCount(const H264DecoderFrame& Frame) const
     {
-        return &Frame == m_Slice.m_pFrame ? Frame.m_PicOrderCnt[1 - m_Header.bottom_field_flag] : Frame.PicOrderCnt();
+        return &Frame == &m_Frame ? Frame.m_PicOrderCnt[1 - m_Header.bottom_field_flag] : Frame.PicOrderCnt();
     }
 
     void Join(H264RefList& List, std::initializer_list<const FrameOrder*> Groups)
@@ -142,25 +144,28 @@ private:
     {
         H264RefList Fields{};
         int At = 0;
-        AlternatePass(List, &H264DecoderFrame::m_IsShortTerm, Fields, At);
-        AlternatePass(List, &H264DecoderFrame::m_IsLongTerm, Fields, At);
+        AlternatePass(List.Frame, List.Frame + m_ShortCount, &H264DecoderFrame::m_IsShortTerm, Fields, At);
+        AlternatePass(List.Frame + m_ShortCount, List.Frame + kMaxInitialEntries, &H264DecoderFrame::m_IsLongTerm,
+                      Fields, At);
         List = Fields;
     }
 
     // Takes fields by turns, the current parity first; when one parity runs out, the rest of the other follows.
-    void AlternatePass(const H264RefList& Frames, bool (H264DecoderFrame::*pMarked)[2], H264RefList& Fields, int& At)
+    void AlternatePass(H264DecoderFrame* const* pBegin, H264DecoderFrame* const* pEnd,
+                       bool (H264DecoderFrame::*pMarked)[2], H264RefList& Fields, int& At)
     {
-        int Next[2] = {0, 0};
+        pEnd = std::find(pBegin, pEnd, nullptr);
+        H264DecoderFrame* const* Next[2] = {pBegin, pBegin};
         int Parity = m_Header.bottom_field_flag;
         for (int Missed = 0; Missed < 2 && At < kMaxInitialEntries; Parity ^= 1) {
-            int& i = Next[Parity];
-            while (i < kMaxInitialEntries && Frames.Frame[i] && !(Frames.Frame[i]->*pMarked)[Parity]) ++i;
-            if (i >= kMaxInitialEntries || !Frames.Frame[i]) {
+            H264DecoderFrame* const*& p = Next[Parity];
+            while (p != pEnd && !((*p)->*pMarked)[Parity]) ++p;
+            if (p == pEnd) {
                 ++Missed;
                 continue;
             }
             // With the other parity run out, this one goes on alone.
-            Fields.Frame[At] = Frames.Frame[i++];
+            Fields.Frame[At] = *p++;
             Fields.Flag[At++] = static_cast<uint8_t>(Parity);
             if (Missed == 1) Parity ^= 1;
         }
@@ -180,9 +185,9 @@ private:
     // Clause 8.2.4.3.
     void Reorder(H264RefList& List, const RefPicListReordering& Commands, int ActiveCount)
     {
-        const uint32_t MaxPicNum = 1u << (m_Slice.m_pSeqParamSet->log2_max_frame_num + m_IsField);
-        const auto CurrPicNum = static_cast<uint32_t>(m_IsField ? 2 * m_Header.frame_num + 1 : m_Header.frame_num);
-        uint32_t Predicted = CurrPicNum; // picNumLXNoWrap, modulo MaxPicNum
+        const auto MaxPicNum = static_cast<uint32_t>(m_MaxFrameNum) << (m_IsField ? 1 : 0);
+        const auto Current = static_cast<uint32_t>(CurrPicNum(m_Header));
+        uint32_t Predicted = Current; // picNumLXNoWrap, modulo MaxPicNum
         for (int i = 0; i < static_cast<int>(Commands.count) && i < ActiveCount; ++i) {
             const uint32_t Value = Commands.value[i];
             int Field = 0;
@@ -193,7 +198,7 @@ private:
                 const uint32_t Distance = Value + 1;
                 Predicted =
                     (Commands.operation[i] == 0 ? Predicted - Distance : Predicted + Distance) & (MaxPicNum - 1);
-                const auto PicNum = static_cast<int32_t>(Predicted > CurrPicNum ? Predicted - MaxPicNum : Predicted);
+                const auto PicNum = static_cast<int32_t>(Predicted > Current ? Predicted - MaxPicNum : Predicted);
                 pFrame = m_Dpb.FindShortTerm(PicNum, m_IsField, Field);
             }
             Place(List, i, ActiveCount, pFrame, m_IsField ? static_cast<uint8_t>(Field) : kNoField);
@@ -227,28 +232,28 @@ private:
         }
     }
 
-    const H264Slice& m_Slice;
     const SliceHeaderFields& m_Header;
     const RefPicListReordering (&m_Reordering)[2];
+    const int32_t m_MaxFrameNum;
+    const H264DecoderFrame& m_Frame;
     H264DBPList& m_Dpb;
     H264DecoderRefPicList& m_Lists;
     const bool m_IsField, m_IsB;
     FrameOrder m_LongTerm;
+    int m_ShortCount = 0; // frames in front of the long-term ones; one may stand in both groups, a field in each
     H264DecoderFrame* m_pFallback[2] = {};
 };
 
 } // namespace
 
-Status BuildRefPicLists(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+Status BuildRefPicLists(const RefListOrder& Order, const H264DecoderFrame& Frame, H264DBPList& Dpb,
                         H264DecoderRefPicList& Lists)
 {
-    Dpb.ComputePicNums(Slice.m_Header, 1 << Slice.m_pSeqParamSet->log2_max_frame_num);
+    Dpb.ComputePicNums(Order.Header, Order.MaxFrameNum);
     Lists = {};
-    if (Slice.m_Header.slice_type == I_SLICE) return StatusOk;
-    int32_t Short = 0, Long = 0;
-    Dpb.CountReferences(Short, Long);
-    if (Short + Long == 0) return StatusInvalidParams;
-    ListBuilder(Slice, Reordering, Dpb, Lists).Build();
+    if (Order.Header.slice_type == I_SLICE) return StatusOk;
+    if (!Dpb.HasReferences()) return StatusInvalidParams;
+    ListBuilder(Order, Frame, Dpb, Lists).Build();
     return StatusOk;
 }
 

@@ -2,21 +2,23 @@
 #pragma once
 
 #include "decoder/picture/dpb.h"
-#include "decoder/slice/slice.h"
+#include "decoder/picture/ref_pic_list.h"
+#include "decoder/stream/headers.h"
 #include "media/umc_status.h"
 
 namespace UMC {
 
-// Builds the lists of a slice from the references that are marked now, with the reordering commands of its header, and
-// numbers the references for it. A reference that is not there is replaced by the last picture of the initial list.
-// StatusInvalidParams, and empty lists, when a P or B slice has nothing to refer to.
-Status BuildRefPicLists(const H264Slice& Slice, const RefPicListReordering (&Reordering)[2], H264DBPList& Dpb,
+// What a slice states about its lists.
+struct RefListOrder {
+    const SliceHeaderFields& Header;
+    const RefPicListReordering (&Reordering)[2];
+    int32_t MaxFrameNum;
+};
+
+// Builds the lists of a slice of Frame from the references that are marked now, and numbers the references for it. A
+// reference that is not there is replaced by the last picture of the initial list. StatusInvalidParams, and empty
+// lists, when a P or B slice has nothing to refer to.
+Status BuildRefPicLists(const RefListOrder& Order, const H264DecoderFrame& Frame, H264DBPList& Dpb,
                         H264DecoderRefPicList& Lists);
-
-// The picture order count that a slice of the frame sees as its own.
-int32_t OrderCountOfSlice(const H264DecoderFrame& Frame, const SliceHeaderFields& Header);
-
-// Distances and implicit weights of a B slice with lists, clauses 8.4.1.2.3 and 8.4.2.3.1.
-void ComputeDirectTables(const H264Slice& Slice, H264DirectTables& Tables);
 
 } // namespace UMC

@@ -21,6 +21,11 @@ struct H264RefList {
     bool operator==(const H264RefList&) const = default;
 };
 
+// Of a frame's slice frames, of a field's slice fields, 32 at most. A field macroblock of an MBAFF frame reads the same
+// lists in another way and needs none of its own: its refIdx means a field of the frame at refIdx >> 1, that of the
+// macroblock's own parity for an even one and the other for an odd one (clause 8.4.2.1). A frame's lists have 16
+// entries in use at most where they are read so: the frames of the buffer, and num_ref_idx_active in frames
+// (clause 7.4.3).
 struct H264DecoderRefPicList {
     H264RefList List[2];
     bool operator==(const H264DecoderRefPicList&) const = default;
@@ -31,12 +36,6 @@ struct H264DecoderRefPicList {
 struct H264RefPicIndices {
     static constexpr uint8_t kNone = 0xFF;
     uint8_t Index[2][32];
-};
-
-// Of a B slice, made of its lists when it is decoded (clauses 8.4.1.2.3 and 8.4.2.3.1), by reference index.
-struct H264DirectTables {
-    int32_t DistScaleFactor[32];    // temporal direct; 9999 where the reference is long-term or at equal distance
-    int16_t ImplicitWeight[32][32]; // w1 by list 0 index and list 1 index; w0 is 64 - w1
 };
 
 } // namespace UMC

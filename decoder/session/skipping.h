@@ -19,7 +19,6 @@ public:
     };
     SkipInfo GetSkipInfo() const;
 
-protected:
     bool IsSkipWanted(bool IsReference); // counts the picture; to be asked once a picture
     bool IsDeblockingUnwanted(bool IsReferenceField) const;
     void ResetSkipping(); // keeps the place in the cycle

@@ -1,6 +1,11 @@
 #include "decoder/session/task_supplier.h"
 
+#include "Common/h264/nal_unit_type.h"
+#include "decoder/jobs/segment_decoder_hp.h"
+#include "decoder/jobs/task_broker_single_thread.h"
+#include "decoder/session/picture_border.h"
 #include "decoder/session/video_decoder.h"
+#include "decoder/stream/nal_splitter_mp4.h"
 #include "decoder/stream/seq_info.h"
 #include "media/os/os_system.h"
 
@@ -19,6 +24,11 @@ constexpr size_t kMinInput = 4; // bytes that are left alone at the end of an in
 
 bool IsEmpty(const MediaData* pOut) { return pOut && pOut->GetDataSize() == 0; }
 
+bool IsSliceData(uint32_t Type)
+{
+    return (Type >= h264::NAL_SLICE && Type <= h264::NAL_IDR_SLICE) || Type == h264::NAL_AUXILIARY_SLICE;
+}
+
 int32_t ThreadCountOf(int32_t Wanted)
 {
     const int32_t Count = std::clamp(Wanted, 0, kMaxThreads);
@@ -28,7 +38,9 @@ int32_t ThreadCountOf(int32_t Wanted)
 } // namespace
 
 TaskSupplier::TaskSupplier(VideoData* pOutput, BaseCodec** ppConverter, MemoryAllocator* pAllocator)
-    : m_pAllocator(pAllocator), m_pOutput(pOutput), m_ppConverter(ppConverter)
+    : m_Store(m_Frames, m_Headers, *pOutput, pAllocator), m_Work(m_Frames, m_Store, m_Headers),
+      m_Assembly(m_Frames, m_Store, m_Work, m_Headers, *this, m_SegmentDecoders),
+      m_Output(m_Frames, m_Store, *pOutput, ppConverter)
 {
 }
 
@@ -38,7 +50,6 @@ Status TaskSupplier::Init(const VideoDecoderParams& Params)
 {
     Close();
     m_ThreadCount = ThreadCountOf(Params.m_NumThreads);
-    m_pDpb = std::make_unique<H264DBPList>();
     if (Params.m_Info.m_StreamSubtype == kSubtypeMP4) {
         m_pSplitter = std::make_unique<NALUnitSplitterMP4>(&m_NalHeap);
     } else {
@@ -48,13 +59,13 @@ Status TaskSupplier::Init(const VideoDecoderParams& Params)
     m_pBroker = std::make_unique<TaskBrokerSingleThread>();
     m_pBroker->Init(m_ThreadCount);
     for (int32_t Thread = 0; Thread < m_ThreadCount; ++Thread) {
-        m_SegmentDecoders.push_back(std::make_unique<H264SegmentDecoderMultiThreaded>(m_pBroker.get(), m_pDpb.get()));
+        m_SegmentDecoders.push_back(std::make_unique<H264SegmentDecoderMultiThreaded>(m_pBroker.get(), &m_Store.Dpb()));
         if (m_SegmentDecoders.back()->Init(Thread) != StatusOk) return StatusInitFailed;
     }
-    m_LocalMbInfo.resize(static_cast<size_t>(m_ThreadCount) * 2);
+    m_Assembly.Init(m_ThreadCount);
     const double Rate = Params.m_Info.m_FrameRate;
-    m_FrameTime = Rate != 0.0 ? 1.0 / Rate : kDefaultFrameTime;
-    m_SpareFrames = m_ThreadCount + 1;
+    m_Output.SetFrameTime(Rate != 0.0 ? 1.0 / Rate : kDefaultFrameTime);
+    m_Store.SetSpareFrames(m_ThreadCount + 1);
     SetPlaybackRate(Params.m_PlaybackRate);
     return StatusOk;
 }
@@ -65,20 +76,14 @@ void TaskSupplier::Reset()
 {
     if (!m_pBroker) return; // nor is there all of what Init makes before it
     m_pBroker->Reset();
-    for (H264DecoderFrame* p = m_pDpb->Head(); p; p = p->m_pNext) DiscardFrame(p);
-    m_LocalReleased = {};
+    m_Store.Reset();
+    m_Work.Reset();
     m_pSplitter->Reset();
-    m_Parameters.Reset(true);
+    m_Headers.Reset();
     ResetSkipping();
-    m_SliceHeap.Reset();
     m_NalHeap.Reset();
-    m_PendingUserData = H264SEIPayLoad{};
-    m_PicOrder.Reset();
-    m_LocalTime = 0.0;
-    m_FieldIndex = 0;
-    m_MaxLongTermFrameIdx = -1;
-    m_pFirstUncompleted = m_pCurrentFrame = m_pLastDisplayed = nullptr;
-    m_WaitForRandomAccess = true;
+    m_Assembly.Reset();
+    m_Output.Reset();
     m_RefusedAt = kNeverRefused;
     m_pBroker->Init(m_ThreadCount);
 }
@@ -88,22 +93,16 @@ void TaskSupplier::Close()
     Reset();
     m_SegmentDecoders.clear();
     m_pBroker.reset();
-    m_Parameters.Reset(false);
     m_pSplitter.reset();
-    m_pDpb.reset();
-    m_SliceHeap.Reset();
-    m_LocalMbInfo.clear();
-    m_HaveSeqSet = m_HavePicSet = false;
-    m_CurrentSeqSetId = m_CurrentPicSetId = -1;
-    m_DpbSize = m_DisplayDelay = m_SpareFrames = 1;
-    m_NextResource = m_FrameUid = 0;
+    m_Headers.Close();
+    m_Store.Close();
+    m_Assembly.Close();
+    m_Output.Close();
 }
-
-bool TaskSupplier::HasKeptUnit() const { return m_pSplitter->HasCurrent(); }
 
 Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
 {
-    if (IsEmpty(pOut) && (HasKeptUnit() || !HasRoom())) DeliverFrame(pOut, false);
+    if (IsEmpty(pOut) && (HasKeptUnit() || !m_Store.HasRoom())) DeliverFrame(pOut, false);
     bool IsForced = false;
     UnitResult Unit;
     do {
@@ -111,63 +110,160 @@ Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
         if (Unit.m_Status != StatusOk) return Unit.m_Status;
         IsForced |= Unit.m_IsKept;
     } while (!Unit.m_IsSliceUnit && pIn && pIn->GetDataSize() > kMinInput);
-    if (pIn) {
-        const Status Result = DriveDecoding(pIn, pOut, IsForced);
-        const bool Waits = Result == StatusNotEnoughData && HasKeptUnit() && m_RefusedAt == m_Progress;
-        return Waits && pOut && !IsEmpty(pOut) ? StatusOk : Result;
-    }
+    if (!pIn) return FinishAll();
+    const Status Result = DriveDecoding(pIn, pOut, IsForced);
+    const bool Waits = Result == StatusNotEnoughData && HasKeptUnit() && m_RefusedAt == m_Frames.Progress;
+    return Waits && pOut && !IsEmpty(pOut) ? StatusOk : Result;
+}
 
-    EndPicture(true);
-    if (!m_pFirstUncompleted && IsFilling()) m_pFirstUncompleted = m_pCurrentFrame;
-    m_pCurrentFrame = nullptr;
+// The input is over.
+Status TaskSupplier::FinishAll()
+{
+    m_Assembly.EndPicture(true);
+    if (!m_Frames.FirstUncompleted && m_Frames.IsFilling()) m_Frames.FirstUncompleted = m_Frames.CurrentFrame;
+    m_Frames.CurrentFrame = nullptr;
     Status Result = StatusOk;
-    while (Result == StatusOk && m_pFirstUncompleted) Result = DriveDecoding(nullptr, nullptr, true);
+    while (Result == StatusOk && m_Frames.FirstUncompleted) Result = DriveDecoding(nullptr, nullptr, true);
     return Result;
 }
 
-void TaskSupplier::AdvanceUncompleted()
+TaskSupplier::UnitResult TaskSupplier::ConsumeUnits(MediaData* pIn, bool HeadersOnly)
 {
-    const AutomaticMutex Hold(m_pBroker->Guard());
-    const auto IsDecoded = [](const H264DecoderFrame& Frame) {
-        const H264DecoderFrameInfo& Second = Frame.m_Au[1];
-        return Frame.m_Au[0].IsComplete() &&
-               (!Frame.IsFieldPair() || Second.m_Status == AuStatus::Empty || Second.IsComplete());
-    };
-    for (; m_pFirstUncompleted; m_pFirstUncompleted = m_pFirstUncompleted->m_pNext) {
-        H264DecoderFrame& Frame = *m_pFirstUncompleted;
-        if (Frame.m_IsDisplayable || Frame.m_BusyCount < 2) continue; // done before, or made up
-        if (!IsDecoded(Frame)) return;
-        OnDecodingDone(Frame);
+    if (HeadersOnly && IsSliceData(static_cast<uint32_t>(m_pSplitter->CheckNalUnitType(pIn))))
+        return {.m_Status = StatusNotEnoughData};
+    MediaDataEx* pUnits = nullptr;
+    H264HeapPiece* const pPiece = m_pSplitter->GetNalUnits(pIn, pUnits);
+    if (!pPiece) return {.m_Status = pIn ? StatusSyncFailed : StatusOk};
+
+    UnitResult Result;
+    const MediaDataEx::_MediaDataEx& Units = *pUnits->GetExData();
+    try {
+        for (uint32_t i = 0; i < Units.Count && Result.m_Status == StatusOk;
+             ++i) { // a slice that was taken clears the count
+            const uint32_t Offset = Units.Offsets[i];
+            Result = HandleUnit(Units.Values[i], *pPiece, Offset, Units.Offsets[i + 1] - Offset, pIn);
+        }
+    } catch (...) { // memory ran out: the unit is lost, what follows is not
+        m_pSplitter->ReleaseCurrent();
+        throw;
     }
-    if (!IsInFlight()) EndUseOf(m_LocalReleased); // no picture is left that they would have to wait for
+    if (!Result.m_IsKept) m_pSplitter->ReleaseCurrent();
+    return Result;
+}
+
+TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& Piece, uint32_t Offset, uint32_t Size,
+                                                  MediaData* pIn)
+{
+    H264Bitstream Bits;
+    Bits.Reset(Piece.m_pData + Offset / 4, Size);
+    switch (Type) {
+    case h264::NAL_SLICE:
+    case h264::NAL_IDR_SLICE: return HandleSlice(Piece, pIn);
+    case h264::NAL_SEI: m_Headers.ReadSei(Bits); return {};
+    case h264::NAL_SEQ_PARAM_SET:
+    case h264::NAL_PIC_PARAM_SET:
+    case h264::NAL_SEQ_PARAM_SET_EXTENSION: return {.m_Status = HandleParameterSet(Type, Bits)};
+    case h264::NAL_DELIMITER: m_Assembly.EndPicture(false); return {};
+    default: return {};
+    }
+}
+
+Status TaskSupplier::HandleParameterSet(uint32_t Type, H264Bitstream& Bits)
+{
+    const Status Result = m_Headers.ReadParameterSet(Type, Bits, !m_Frames.IsInFlight());
+    if (Result != StatusOk || Type != h264::NAL_SEQ_PARAM_SET || !m_Headers.CurrentSeqParamSet()) return Result;
+    m_Store.SetDpbSize(DpbFrames(*m_Headers.CurrentSeqParamSet()));
+    m_Output.EndDisplayDelay();
+    return StatusOk;
+}
+
+TaskSupplier::UnitResult TaskSupplier::HandleSlice(H264HeapPiece& Piece, MediaData* pIn)
+{
+    Status Refused = StatusOk; // why the slice cannot be decoded at all
+    const bool IsTaken = AttachSlice(Piece, pIn, Refused);
+    UnitResult Result{.m_Status = Refused, .m_IsSliceUnit = true, .m_IsKept = false};
+    // A slice for which there is no room stays for the next call: decoding or delivery may make room meanwhile.
+    Result.m_IsKept = !IsTaken && Refused == StatusOk && m_pSplitter->HasCurrent();
+    if (Result.m_IsKept && IsStuck()) Result.m_IsKept = DropReferences();
+    m_RefusedAt = Result.m_IsKept ? m_Frames.Progress : kNeverRefused;
+    return Result;
+}
+
+// True when the slice was placed in its picture. Else its unit is released when it is no use keeping it.
+bool TaskSupplier::AttachSlice(H264HeapPiece& Piece, MediaData* pIn, Status& Refused)
+{
+    const auto ToHeap = [this](H264Slice* pSlice) { m_Store.Slices().Free(pSlice); };
+    std::unique_ptr<H264Slice, decltype(ToHeap)> pSlice(m_Store.Slices().Allocate(), ToHeap);
+    if (!m_Headers.ReadSlice(*pSlice, Piece, pIn ? pIn->GetTime() : -1.0)) {
+        m_pSplitter->ReleaseCurrent();
+        return false;
+    }
+    const SliceHeaderFields& Header = pSlice->m_Header;
+    if (pSlice->m_UsesSliceGroups ||
+        !FindSegmentDecoder(*pSlice->m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) {
+        Refused = StatusUnsupported;
+        return false;
+    }
+    bool Detached = false;
+    const uint32_t UnitBytes = pSlice->KeepUnit(Piece, MaxUnitBytes(*pSlice), Detached);
+    if (m_Assembly.IsSurplus(*pSlice, UnitBytes)) {
+        m_pSplitter->ReleaseCurrent();
+        return false;
+    }
+    if (!m_Assembly.PlaceSlice(*pSlice, Refused)) return false;
+
+    H264Slice& Slice = *pSlice.release();
+    m_Assembly.AppendSlice(Slice, UnitBytes, Refused);
+    if (Detached) {
+        Slice.m_pNalHeap = &m_NalHeap;
+        Slice.m_pNalPiece = &Piece;
+        m_pSplitter->DetachCurrent();
+    } else {
+        m_pSplitter->ReleaseCurrent();
+    }
+    return true;
+}
+
+// Nothing moves any more: the unit was refused before, nothing has happened since, and no picture can leave.
+bool TaskSupplier::IsStuck() { return m_RefusedAt == m_Frames.Progress && !m_Output.PickFrameForOutput(false); }
+
+// Every frame is held by references that the stream should have released. They go, and decoding starts anew at the next
+// picture that it may start with, which may be the one that found no room. False when there were none.
+bool TaskSupplier::DropReferences()
+{
+    if (!m_Store.Dpb().HasReferences()) return false;
+    m_Assembly.Marking().RemoveAllReferences(nullptr);
+    m_Headers.WaitForRandomAccess(true);
+    return true;
 }
 
 Status TaskSupplier::DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force)
 {
-    AdvanceUncompleted();
-    if (!m_pBroker->PrepareFrames(m_pFirstUncompleted, Force || !pIn)) {
-        if (!pIn) m_pFirstUncompleted = nullptr;
+    m_Work.Advance(m_pBroker->Guard());
+    if (!m_pBroker->PrepareFrames(m_Frames.FirstUncompleted, Force || !pIn)) {
+        if (!pIn) m_Frames.FirstUncompleted = nullptr;
         return StatusNotEnoughData;
     }
-    m_pBroker->Start(m_pFirstUncompleted, Force || !pIn);
+    m_pBroker->Start(m_Frames.FirstUncompleted, Force || !pIn);
     if (pIn && IsEmpty(pOut)) DeliverFrame(pOut, false);
     const Status Result = m_SegmentDecoders.front()->ProcessSegment();
-    AdvanceUncompleted();
+    m_Work.Advance(m_pBroker->Guard());
     return Result == StatusOk && pIn ? StatusNotEnoughData : Result;
 }
 
 Status TaskSupplier::GetInfo(VideoDecoderParams& Params)
 {
-    const H264SeqParamSet* const pSeq = m_Parameters.m_SeqParamSets.Get(m_CurrentSeqSetId);
-    const H264PicParamSet* const pPic = m_Parameters.m_PicParamSets.Get(m_CurrentPicSetId);
+    const H264SeqParamSet* const pSeq = m_Headers.CurrentSeqParamSet();
+    const H264PicParamSet* const pPic = m_Headers.CurrentPicParamSet();
     if (!pSeq || !pPic) return StatusNotInitialized;
     FillStreamInfo(*pSeq, Params.m_Info);
-    Params.m_Info.m_FrameRate = m_FrameTime != 0.0 ? 1.0 / m_FrameTime : 0.0;
+    const double FrameTime = m_Output.FrameTime();
+    Params.m_Info.m_FrameRate = FrameTime != 0.0 ? 1.0 / FrameTime : 0.0;
     Params.m_NumThreads = m_ThreadCount;
-    m_DpbSize = DpbFrames(*pSeq);
+    m_Store.SetDpbSize(DpbFrames(*pSeq));
     if (auto* const pH264 = DynamicCast<H264VideoDecoderParams>(&Params)) {
         pH264->m_EntropyMode = pPic->entropy_coding_mode_flag;
-        pH264->m_RequiredFrames = static_cast<uint32_t>(m_DpbSize + m_SpareFrames);
+        pH264->m_RequiredFrames = static_cast<uint32_t>(m_Store.DpbSize() + m_Store.SpareFrames());
         pH264->m_CodedWidth = pSeq->frame_width_in_mbs * 16;
         pH264->m_CodedHeight = pSeq->frame_height_in_mbs * 16;
     }

@@ -10,8 +10,7 @@ constexpr uint8_t kGrey = 128;
 
 ReferencePlanes DescribeReference(const H264DecoderFrame* pFrame, const H264DecoderFrame& Current)
 {
-    const bool Usable = pFrame && pFrame->m_pPlaneY && pFrame->m_BitDepth == Current.m_BitDepth &&
-                        pFrame->m_ChromaFormat == Current.m_ChromaFormat;
+    const bool Usable = pFrame && pFrame->m_pPlaneY && pFrame->m_Format == Current.m_Format;
     if (!Usable) return {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
     const PictureView View = ViewPicture(*pFrame, FRAME_PICTURE);
     const int32_t Width = View.MbWidth * 16, Height = View.MbHeight * 16;

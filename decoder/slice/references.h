@@ -2,6 +2,7 @@
 // weights that B slices derive.
 #pragma once
 
+#include "decoder/picture/direct_tables.h"
 #include "decoder/picture/picture_view.h"
 #include "decoder/picture/ref_pic_list.h"
 #include "decoder/stream/headers.h"

@@ -1,5 +1,7 @@
 #include "decoder/slice/slice.h"
 
+#include "Common/h264/nal_unit_type.h"
+
 #include <algorithm>
 
 namespace UMC {
@@ -8,7 +10,11 @@ namespace {
 
 constexpr uint32_t kKeptZeros = 64; // bytes of a unit's trailing zeros that a damaged slice may still read
 
-bool IsSliceUnit(int32_t nal_unit_type) { return nal_unit_type == 1 || nal_unit_type == 5 || nal_unit_type == 19; }
+bool IsSliceUnit(int32_t nal_unit_type)
+{
+    return nal_unit_type == h264::NAL_SLICE || nal_unit_type == h264::NAL_IDR_SLICE ||
+           nal_unit_type == h264::NAL_AUXILIARY_SLICE;
+}
 
 } // namespace
 
@@ -19,7 +25,6 @@ try {
         if (!GoToNalUnit(m_Bitstream)) return false;
         m_Bitstream.GetNalHeader(m_Header.nal_unit_type, m_Header.nal_ref_idc);
     } while (!IsSliceUnit(m_Header.nal_unit_type));
-    m_IsAuxiliary = m_Header.nal_unit_type == 19;
     return ReadSliceStart(m_Bitstream, m_Header);
 } catch (const h264_exception&) {
     return false;
@@ -38,25 +43,12 @@ try {
     m_MbHeight = static_cast<int32_t>(Seq.frame_height_in_mbs) >> (IsField ? 1 : 0);
     const int32_t MbCount = m_MbWidth * m_MbHeight;
     m_FirstMbNumber = m_Header.first_mb_in_slice;
-    m_MaxMbNumber = m_MbBudget = MbCount;
-    m_PictureOffset = m_FirstMbNumber + (IsField && m_Header.bottom_field_flag ? MbCount : 0);
+    m_MaxMbNumber = MbCount;
     if (m_FirstMbNumber >= MbCount) return false;
-
     m_UsesSliceGroups = Pic.num_slice_groups > 1;
-    m_CurrentMbDecode = m_CurrentMbReconstruct = m_CurrentMbDeblock = m_FirstMbNumber;
-    m_InWork = m_ErrorDetected = false;
-    m_DecodeAvailable = m_ReconstructAvailable = m_DeblockAvailable = true;
-    m_MaxMvDistance = 0;
-    m_MbSkipRun = m_PrevDeltaQp = 0;
-    m_QpLuma = Pic.pic_init_qp + m_Header.slice_qp_delta;
-    m_IsBottom = m_Header.bottom_field_flag != 0;
-    m_NotFirstSlice = m_UsesSliceGroups || m_FirstMbNumber != 0;
-    m_Decoded = m_DeblockFromTask = false;
-    m_Deblocked = m_Header.disable_deblocking_filter_idc == 1;
-    if (m_Deblocked) {
-        m_CurrentMbDeblock = m_MaxMbNumber;
-        m_DeblockAvailable = false;
-    }
+    m_Progress = {.Deblocked = m_Header.disable_deblocking_filter_idc == 1,
+                  .MbBudget = MbCount,
+                  .QpLuma = Pic.pic_init_qp + m_Header.slice_qp_delta};
     if (Pic.entropy_coding_mode_flag) m_Bitstream.AlignToByte();
     return true;
 } catch (const h264_exception&) {
@@ -91,17 +83,8 @@ void H264Slice::ReleaseUnit()
 void H264Slice::Reset()
 {
     ReleaseUnit();
-    m_Header = SliceHeaderFields{};
-    m_pPicParamSet = nullptr;
-    m_pSeqParamSet = nullptr;
-    m_pSeqParamSetEx = nullptr;
-    for (std::shared_ptr<const void>& pSet : m_HeldSets) pSet.reset();
-    m_pFrame = nullptr;
-    m_pRefPicList = nullptr;
-    m_pLocal = nullptr;
-    m_pNextMbMap = nullptr;
-    m_IsAuxiliary = false;
-    m_NalTime = -1.0;
+    static_cast<SliceJob&>(*this) = {};
+    m_Progress = {};
 }
 
 } // namespace UMC

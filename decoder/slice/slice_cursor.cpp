@@ -1,7 +1,5 @@
 #include "decoder/slice/slice_cursor.h"
 
-#include "decoder/picture/ref_list_builder.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -35,9 +33,9 @@ void SliceCursor::View(const H264Slice& From)
 
 void SliceCursor::Begin(const H264Slice& From)
 {
-    Entropy.MbSkipRun = From.m_MbSkipRun;
-    Entropy.QpLuma = From.m_QpLuma;
-    Entropy.PrevDeltaQp = From.m_PrevDeltaQp;
+    Entropy.MbSkipRun = From.m_Progress.MbSkipRun;
+    Entropy.QpLuma = From.m_Progress.QpLuma;
+    Entropy.PrevDeltaQp = From.m_Progress.PrevDeltaQp;
     BeginReferences(*From.m_pFrame);
     BeginDirect(From);
     BeginTables();
@@ -70,10 +68,10 @@ void SliceCursor::BeginDirect(const H264Slice& From)
     H264DirectTables& Tables = Slice.References.Sets[REFERENCES_PICTURE].Tables;
     Direct.pTables = &Tables;
     if (pFirst)
-        ComputeDirectTables(From, Tables);
+        ComputeDirectTables(*Slice.pLists, *Slice.pHeader, From.m_PicOrderCnt, Slice.References.ImplicitWeights, Tables);
     else
         Tables = {};
-    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_MbSize == From.m_pFrame->m_MbSize) Direct.pColFrame = pFirst;
+    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize) Direct.pColFrame = pFirst;
 }
 
 // Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have

@@ -1,6 +1,9 @@
 // Parsed headers of H.264 clause 7.3: plain records under the standard's names.
 #pragma once
 
+#include "Common/h264/pic_order_cnt.h"
+#include "Common/h264/reference_numbers.h"
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -157,5 +160,22 @@ struct SliceHeaderFields {
     uint32_t slice_group_change_cycle;
     uint32_t luma_log2_weight_denom, chroma_log2_weight_denom;
 };
+
+// The number by which the picture of a slice is called among references of its structure (clause 7.4.3).
+inline int32_t CurrPicNum(const SliceHeaderFields& Header)
+{
+    return Header.field_pic_flag ? h264::FieldPicNum(Header.frame_num, true) : Header.frame_num;
+}
+
+inline h264::PicOrderPicture PicOrderOf(const SliceHeaderFields& Header)
+{
+    return {.frame_num = Header.frame_num,
+            .IsReference = Header.nal_ref_idc != 0,
+            .IsField = Header.field_pic_flag != 0,
+            .IsBottomField = Header.bottom_field_flag != 0,
+            .pic_order_cnt_lsb = Header.pic_order_cnt_lsb,
+            .delta_pic_order_cnt_bottom = Header.delta_pic_order_cnt_bottom,
+            .delta_pic_order_cnt = {Header.delta_pic_order_cnt[0], Header.delta_pic_order_cnt[1]}};
+}
 
 } // namespace UMC

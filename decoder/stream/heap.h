@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 namespace UMC {
 
@@ -58,53 +57,6 @@ private:
     List m_Used, m_Free; // free: the one that came back last stands first
     uint32_t m_FreePieces = 0;
     uint64_t m_FreeBytes = 0;
-};
-
-// Lends objects with an m_pNextFree link and a Reset(). The objects on the free list belong to the pool.
-template <class T>
-class H264_Heap_Objects
-{
-public:
-    static constexpr uint32_t kMaxFree = 128;
-
-    H264_Heap_Objects() = default;
-    ~H264_Heap_Objects() { Reset(); }
-    H264_Heap_Objects(const H264_Heap_Objects&) = delete;
-    H264_Heap_Objects& operator=(const H264_Heap_Objects&) = delete;
-
-    T* Allocate()
-    {
-        if (!m_pFree) return new T;
-        T* const pObject = m_pFree;
-        m_pFree = pObject->m_pNextFree;
-        pObject->m_pNextFree = nullptr;
-        --m_FreeCount;
-        return pObject;
-    }
-    void Free(T* pObject)
-    {
-        if (!pObject) return;
-        pObject->Reset();
-        if (m_FreeCount == kMaxFree) {
-            delete pObject;
-            return;
-        }
-        pObject->m_pNextFree = m_pFree;
-        m_pFree = pObject;
-        ++m_FreeCount;
-    }
-    void Reset() // destroys what is free
-    {
-        while (m_pFree) {
-            const std::unique_ptr<T> Object(m_pFree);
-            m_pFree = Object->m_pNextFree;
-        }
-        m_FreeCount = 0;
-    }
-
-private:
-    T* m_pFree = nullptr;
-    uint32_t m_FreeCount = 0;
 };
 
 } // namespace UMC

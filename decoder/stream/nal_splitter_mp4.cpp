@@ -1,5 +1,7 @@
+#include "decoder/stream/nal_splitter_mp4.h"
+
+#include "Common/h264/nal_unit_type.h"
 #include "decoder/stream/exception.h"
-#include "decoder/stream/nal_splitter.h"
 
 #include <algorithm>
 
@@ -9,7 +11,6 @@ namespace {
 
 constexpr uint32_t kRecordLengthSize = 2; // bytes of a length field in the configuration record
 constexpr uint32_t kRecordHeaderSize = 6; // up to and with the count of sequence sets
-constexpr int32_t kSeqParamSetUnit = 7;
 
 // Walks one list of length-prefixed units. Lengths may lie: what is beyond the end is not there.
 class RecordWalker
@@ -54,7 +55,7 @@ void NALUnitSplitterMP4::Init()
 
 int32_t NALUnitSplitterMP4::CheckNalUnitType(MediaData* pMedia)
 {
-    if (!m_RecordRead) return kSeqParamSetUnit;
+    if (!m_RecordRead) return h264::NAL_SEQ_PARAM_SET;
     m_pIteratorMP4->SetLengthSize(m_LengthSizeMinusOne + 1u);
     return NALUnitSplitter::CheckNalUnitType(pMedia);
 }

@@ -1,5 +1,6 @@
 #include "decoder/stream/seq_info.h"
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/picture_buffer.h"
 
 #include <algorithm>
@@ -17,22 +18,27 @@ int32_t Cropped(uint32_t Mbs, uint32_t Unit, uint32_t First, uint32_t Last)
 
 } // namespace
 
-uint32_t CropUnitX(const H264SeqParamSet& Seq)
-{
-    constexpr uint32_t kUnit[] = {1, 2, 2, 1};
-    return kUnit[Seq.chroma_format_idc & 3];
-}
+uint32_t CropUnitX(const H264SeqParamSet& Seq) { return 1u << h264::kChromaGeometry[Seq.chroma_format_idc & 3].ShiftX; }
 
 uint32_t CropUnitY(const H264SeqParamSet& Seq)
 {
-    constexpr uint32_t kUnit[] = {1, 2, 1, 1};
-    return kUnit[Seq.chroma_format_idc & 3] * (2u - Seq.frame_mbs_only_flag);
+    return (2u - Seq.frame_mbs_only_flag) << h264::kChromaGeometry[Seq.chroma_format_idc & 3].ShiftY;
 }
 
 int32_t DpbFrames(const H264SeqParamSet& Seq)
 {
     return h264::PictureBufferFrames(Seq.level_idc, int64_t{Seq.frame_width_in_mbs} * 16,
                                      int64_t{Seq.frame_height_in_mbs} * 16);
+}
+
+h264::PicOrderSequence PicOrderOf(const H264SeqParamSet& Seq)
+{
+    return {.pic_order_cnt_type = Seq.pic_order_cnt_type,
+            .MaxFrameNum = MaxFrameNum(Seq),
+            .MaxPicOrderCntLsb = static_cast<int32_t>(Seq.MaxPicOrderCntLsb),
+            .offset_for_non_ref_pic = Seq.offset_for_non_ref_pic,
+            .offset_for_top_to_bottom_field = Seq.offset_for_top_to_bottom_field,
+            .OffsetSums = Seq.offset_sum};
 }
 
 void FillStreamInfo(const H264SeqParamSet& Seq, VideoStreamInfo& Info)

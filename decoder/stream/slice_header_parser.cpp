@@ -1,5 +1,7 @@
 #include "decoder/stream/header_parsers.h"
 
+#include "Common/h264/nal_unit_type.h"
+
 #include <algorithm>
 #include <bit>
 
@@ -202,7 +204,7 @@ bool ReadSliceRest(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H264Pi
                    SliceHeaderFields& Header, SliceHeaderTables& Tables)
 {
     if (!ReadPictureStructure(Bits, Seq, Header)) return false;
-    Header.IdrPicFlag = Header.nal_unit_type == 5;
+    Header.IdrPicFlag = Header.nal_unit_type == h264::NAL_IDR_SLICE;
     if (Header.IdrPicFlag) Header.idr_pic_id = Bits.GetUE();
     if (Header.idr_pic_id > 65535) return false;
     ReadPictureOrder(Bits, Seq, Pic, Header);

@@ -9,8 +9,8 @@
 namespace UMC {
 
 // Moves p and Left to the next 3-byte start code and returns it with the byte behind it as a big-endian number, so that
-// its low 5 bits are nal_unit_type. 0, and fewer than 4 bytes left, when there is none: a start code in the last three
-// bytes is not seen. Both are deliberate.
+// its low 5 bits are nal_unit_type. 0, and fewer than 4 bytes left, when there is none. Leaving those bytes, with a
+// start code in the last three unseen, is deliberate.
 uint32_t FindStartCode(const uint8_t*& p, size_t& Left);
 
 // Walks the units of a buffer. A code's low 5 bits are the unit's type; code 0 means that there is no further unit.

@@ -41,7 +41,7 @@ protected:
         m_Slice.m_pLocal = &m_LocalBuffers;
         m_Slice.m_pRefPicList = &m_Lists;
         for (int i = 0; i < 4; ++i) m_Lists.List[0].Frame[i] = m_Lists.List[1].Frame[i] = &m_References[i];
-        m_Frame.m_MbSize = {kWidth, kHeight};
+        m_Frame.m_Format = PictureFormat::Make({kWidth * 16, kHeight * 16}, 1, 8, 8);
         m_Sequence.chroma_format_idc = 1;
         m_Sequence.bit_depth_luma = m_Sequence.bit_depth_chroma = 8;
         m_pCursor->View(m_Slice);

@@ -1,7 +1,7 @@
 // Every type that needs more alignment than the heap of 32-bit Windows gives to a block, made in every way that the
 // library makes objects. There the heap under this program never gives more than it promises (test_heap.h).
 #include "decoder/jobs/segment_decoder.h"
-#include "decoder/stream/heap.h"
+#include "decoder/stream/heap_objects.h"
 #include "encoder/state/encoder_core.h"
 #include "kernels/bilateral/bilateral_context.h"
 #include "kernels/memory/memory.h"
@@ -43,7 +43,6 @@ constexpr bool kUsesGlobalNew = !requires
 // What the library's pool takes.
 template <class T>
 struct Pooled : T {
-    Pooled* m_pNextFree = nullptr;
     void Reset() {}
 };
 

@@ -31,7 +31,7 @@ protected:
         auto* const pFrame = new H264DecoderFrame; // owned by the list
         m_Dpb.Append(pFrame);
         pFrame->SetAllocator(&m_Allocator);
-        EXPECT_EQ(pFrame->Allocate(Size, 8, ChromaFormat), StatusOk);
+        EXPECT_EQ(pFrame->Allocate(PictureFormat::Make(Size, ChromaFormat, 8, 8)), StatusOk);
         pFrame->m_PicOrderCnt[0] = pFrame->m_PicOrderCnt[1] = PicOrderCnt;
         const int Number = m_Dpb.CountAll();
         ForEachSample(*pFrame,
@@ -48,7 +48,7 @@ protected:
     {
         uint8_t* const pPlanes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
         for (int Plane = 0; Plane < 3; ++Plane) {
-            const PictureSize Size = Plane == 0 ? Frame.m_Size : Frame.ChromaSize();
+            const PictureSize Size = Plane == 0 ? Frame.m_Format.Size : Frame.m_Format.ChromaSize();
             const int Pitch = Plane == 0 ? Frame.m_PitchLuma : Frame.m_PitchChroma;
             for (int y = 0; y < Size.Height; ++y)
                 for (int x = 0; x < Size.Width; ++x) Do(Plane, x, y, pPlanes[Plane][y * Pitch + x]);

@@ -1,7 +1,7 @@
 // Cutting byte streams and samples into units.
 #include "decoder/stream/bitstream.h"
 #include "decoder/stream/exception.h"
-#include "decoder/stream/nal_splitter.h"
+#include "decoder/stream/nal_splitter_mp4.h"
 
 #include <gmock/gmock.h>
 

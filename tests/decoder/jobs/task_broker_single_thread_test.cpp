@@ -1,6 +1,6 @@
 // The order in which the single-thread broker hands out work, and when it hands out any.
-#include "decoder/jobs/task_broker.h"
-#include "decoder/slice/slice.h"
+#include "decoder/jobs/task_broker_single_thread.h"
+#include "decoder/slice/picture_slices.h"
 
 #include <gmock/gmock.h>
 
@@ -11,25 +11,35 @@ namespace {
 using namespace UMC;
 using testing::ElementsAre;
 
-// A picture of slices of four macroblocks each.
-std::unique_ptr<H264DecoderFrame> Picture(std::vector<uint32_t> DeblockingIdc, bool UsesSliceGroups = false)
+class Broker : public testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(m_Broker.Init(1)); }
+    // A picture of slices of four macroblocks each.
+    std::unique_ptr<H264DecoderFrame> Picture(std::vector<uint32_t> DeblockingIdc, bool UsesSliceGroups = false);
+
+    SlicePool m_Pool;
+    TaskBrokerSingleThread m_Broker;
+};
+
+std::unique_ptr<H264DecoderFrame> Broker::Picture(std::vector<uint32_t> DeblockingIdc, bool UsesSliceGroups)
 {
     auto pFrame = std::make_unique<H264DecoderFrame>();
     H264DecoderFrameInfo& Au = pFrame->m_Au[0];
     Au.m_Status = AuStatus::Ready;
     Au.m_UsesSliceGroups = UsesSliceGroups;
     for (const uint32_t Idc : DeblockingIdc) {
-        auto* const pSlice = new H264Slice;
+        H264Slice* const pSlice = m_Pool.Allocate();
         const auto Index = static_cast<int32_t>(Au.m_Slices.size());
         pSlice->m_Header.disable_deblocking_filter_idc = Idc;
         pSlice->m_SliceNumber = Index + 1;
         pSlice->m_FirstMbNumber = Index * 4;
         pSlice->m_MaxMbNumber = Index * 4 + 4;
-        pSlice->m_MbBudget = 100;
+        pSlice->m_Progress.MbBudget = 100;
         pSlice->m_MbWidth = 4;
         pSlice->m_MbHeight = static_cast<int32_t>(DeblockingIdc.size());
         pSlice->m_UsesSliceGroups = UsesSliceGroups;
-        pSlice->m_Deblocked = Idc == 1;
+        pSlice->m_Progress.Deblocked = Idc == 1;
         Au.m_NeedsDeblocking |= Idc != 1;
         Au.m_Slices.push_back(pSlice);
     }
@@ -50,18 +60,11 @@ std::vector<int> RunAll(TaskBroker& Broker, H264DecoderFrame* pFirst)
     return Tasks;
 }
 
-class Broker : public testing::Test
-{
-protected:
-    void SetUp() override { ASSERT_TRUE(m_Broker.Init(1)); }
-    TaskBrokerSingleThread m_Broker;
-};
-
 TEST_F(Broker, SlicesFirstThenTheirDeblocking)
 {
     const auto pFrame = Picture({0, 0});
     EXPECT_THAT(RunAll(m_Broker, pFrame.get()), ElementsAre(0, 4, 300, 304));
-    EXPECT_TRUE(pFrame->m_Au[0].IsComplete());
+    EXPECT_TRUE(IsComplete(pFrame->m_Au[0]));
     EXPECT_EQ(pFrame->m_Au[0].m_Status, AuStatus::InBroker);
 }
 
@@ -69,15 +72,15 @@ TEST_F(Broker, SlicesThatFilterWithinThemselvesNeedNoSecondTask)
 {
     const auto pFrame = Picture({2, 2});
     EXPECT_THAT(RunAll(m_Broker, pFrame.get()), ElementsAre(0, 4));
-    EXPECT_TRUE(pFrame->m_Au[0].m_Slices[0]->m_DeblockFromTask);
-    EXPECT_TRUE(pFrame->m_Au[0].IsComplete());
+    EXPECT_TRUE(pFrame->m_Au[0].m_Slices[0]->m_Progress.DeblockFromTask);
+    EXPECT_TRUE(IsComplete(pFrame->m_Au[0]));
 }
 
 TEST_F(Broker, UnfilteredSlicesAreDoneWhenDecoded)
 {
     const auto pFrame = Picture({1, 1});
     EXPECT_THAT(RunAll(m_Broker, pFrame.get()), ElementsAre(0, 4));
-    EXPECT_TRUE(pFrame->m_Au[0].IsComplete());
+    EXPECT_TRUE(IsComplete(pFrame->m_Au[0]));
 }
 
 TEST_F(Broker, MixedSlices)
@@ -90,7 +93,7 @@ TEST_F(Broker, SliceGroupsAreDeblockedAsAPicture)
 {
     const auto pFrame = Picture({0, 0}, true);
     EXPECT_THAT(RunAll(m_Broker, pFrame.get()), ElementsAre(0, 4, 600));
-    EXPECT_TRUE(pFrame->m_Au[0].IsComplete());
+    EXPECT_TRUE(IsComplete(pFrame->m_Au[0]));
 }
 
 TEST_F(Broker, OneFrameARun)

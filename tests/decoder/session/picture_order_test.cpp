@@ -1,6 +1,5 @@
 // Picture order counts of every type. Implicit weights and temporal direct prediction make the samples of B pictures
 // depend on them, so that a wrong count is seen in ffmpeg's pictures as well as in the order of output.
-#include "decoder/picture/poc.h"
 #include "tests/decoder/random_stream.h"
 
 #include <utility>
@@ -125,28 +124,6 @@ INSTANTIATE_TEST_SUITE_P(Types, OrderCounts,
                                          OrderCase{"Cycle", 1, false}, OrderCase{"CycleAndBottom", 1, true},
                                          OrderCase{"FrameNum", 2, false}),
                          [](const auto& Info) { return Info.param.Name; });
-
-TEST(OrderCountLsb, WrapsByHalfOfItsRange)
-{
-    UMC::H264SeqParamSet Seq{};
-    Seq.MaxPicOrderCntLsb = 16;
-    const auto CountsOf = [&](std::initializer_list<int32_t> Lsbs) {
-        UMC::PicOrderCounter Counter;
-        std::vector<int32_t> Counts;
-        for (const int32_t Lsb : Lsbs) {
-            UMC::SliceHeaderFields Header{};
-            Header.nal_ref_idc = 1;
-            Header.pic_order_cnt_lsb = Lsb;
-            Counter.Compute(Header, Seq);
-            Counts.push_back(Counter.m_PicOrderCnt);
-        }
-        return Counts;
-    };
-    EXPECT_EQ(CountsOf({0, 8, 0}), (std::vector<int32_t>{0, 8, 16})) << "half down is up";
-    EXPECT_EQ(CountsOf({0, 7, 0}), (std::vector<int32_t>{0, 7, 0}));
-    EXPECT_EQ(CountsOf({2, 10, 3}), (std::vector<int32_t>{2, 10, 3}));
-    EXPECT_EQ(CountsOf({2, 10, 1, 10}), (std::vector<int32_t>{2, 10, 17, 10})) << "more than half up is down";
-}
 
 TEST(MemoryReset, LeavesItsPictureWithTheDifferenceOfItsFields)
 {

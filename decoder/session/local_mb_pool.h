@@ -1,0 +1,50 @@
+// The records of macroblocks that live while a picture is decoded, lent to pictures by turns.
+#pragma once
+
+#include "decoder/picture/frame.h"
+#include "decoder/picture/local_mb_memory.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace UMC {
+
+// Two entries a thread. An entry is made on its first use.
+class LocalMbPool
+{
+public:
+    void Init(int32_t ThreadCount)
+    {
+        m_LocalMbInfo.assign(static_cast<size_t>(ThreadCount) * 2, nullptr);
+        m_ThreadCount = ThreadCount;
+        m_NextResource = 0;
+    }
+
+    void Clear() { m_LocalMbInfo.clear(); }
+
+    int32_t NextResource() // the entry of a new picture
+    {
+        const int32_t Resource = m_NextResource;
+        m_NextResource = (m_NextResource + 1) % m_ThreadCount;
+        return Resource;
+    }
+
+    // The records of the frame's entry. A picture that still waits for decoding keeps them; there are others then.
+    // Throws std::bad_alloc.
+    std::shared_ptr<LocalMbMemory> Prepare(const H264DecoderFrame& Frame)
+    {
+        if (Frame.m_pLocalMemory) return Frame.m_pLocalMemory; // a second field
+        std::shared_ptr<LocalMbMemory>& pMemory = m_LocalMbInfo[static_cast<size_t>(Frame.m_ResourceIndex)];
+        if (!pMemory || pMemory.use_count() > 1) pMemory = std::make_shared<LocalMbMemory>();
+        pMemory->Allocate(Frame.m_Format.MbCount());
+        return pMemory;
+    }
+
+private:
+    std::vector<std::shared_ptr<LocalMbMemory>> m_LocalMbInfo; // by resource index
+    int32_t m_ThreadCount = 1;
+    int32_t m_NextResource = 0;
+};
+
+} // namespace UMC

@@ -1,0 +1,214 @@
+#include "decoder/session/picture_assembly.h"
+
+#include "decoder/picture/ref_list_builder.h"
+#include "decoder/session/picture_border.h"
+#include "decoder/stream/seq_info.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace UMC {
+
+PictureAssembly::PictureAssembly(FramesInHand& Frames, FrameStore& Store, PicturesInWork& Work, StreamHeaders& Headers,
+                                 Skipping& Skip, const SegmentDecoders& Decoders)
+    : m_Frames(Frames), m_Store(Store), m_Work(Work), m_Headers(Headers), m_Skip(Skip), m_SegmentDecoders(Decoders),
+      m_Marking(Store.Dpb(), Work, m_PicOrder), m_Gaps(Frames, Store, m_Marking, m_PicOrder)
+{
+}
+
+void PictureAssembly::Reset()
+{
+    m_PicOrder.Reset();
+    m_Marking.Reset();
+    m_FieldIndex = 0;
+}
+
+void PictureAssembly::Close()
+{
+    Reset();
+    m_LocalMbInfo.Clear();
+}
+
+// A picture has no more slices than macroblocks (clause 7.3.4) and needs no more bytes than all of them can take.
+bool PictureAssembly::IsSurplus(const H264Slice& Slice, uint32_t UnitBytes) const
+{
+    if (!m_Frames.CurrentFrame) return false;
+    const H264DecoderFrameInfo& Au = m_Frames.CurrentFrame->m_Au[m_FieldIndex];
+    if (Au.m_Status >= AuStatus::Ready || Au.m_Slices.empty() || !IsSamePicture(*Au.m_Slices.front(), Slice))
+        return false;
+    const auto MbCount = static_cast<size_t>(Slice.m_MbWidth) * static_cast<size_t>(Slice.m_MbHeight);
+    return Au.m_Slices.size() >= MbCount || Au.m_UnitBytes + UnitBytes > MaxUnitBytes(Slice);
+}
+
+bool PictureAssembly::PlaceSlice(const H264Slice& Slice, Status& Refused)
+{
+    if (!m_Frames.CurrentFrame) return OpenPicture(Slice, Refused);
+    H264DecoderFrame& Frame = *m_Frames.CurrentFrame;
+    const H264DecoderFrameInfo& Au = Frame.m_Au[m_FieldIndex];
+    const H264Slice& First = *Au.m_Slices.front();
+    if (Au.m_Status < AuStatus::Ready && IsSamePicture(First, Slice)) {
+        Refused = ReserveSlice(Frame, m_FieldIndex);
+        return Refused == StatusOk;
+    }
+
+    FinishPicture(Frame, m_FieldIndex);
+    if (Slice.m_Header.field_pic_flag && m_FieldIndex == 0 && IsSecondField(Frame, First, Slice)) {
+        Refused = ReserveSlice(Frame, 1);
+        if (Refused != StatusOk) return false;
+        m_FieldIndex = 1;
+        StartPicture(Frame, Slice);
+        if (!m_Frames.FirstUncompleted) m_Frames.FirstUncompleted = &Frame;
+        return true;
+    }
+    if (First.m_Header.field_pic_flag) CompleteMissingField(Frame);
+    return OpenPicture(Slice, Refused);
+}
+
+bool PictureAssembly::OpenPicture(const H264Slice& Slice, Status& Refused)
+{
+    m_Store.RemoveSurplusFrames(*Slice.m_pSeqParamSet);
+    if (!m_Gaps.FillFrameGaps(Slice, Refused)) return false;
+    H264DecoderFrame* const pFrame = AddFrame(Slice, Refused);
+    if (!pFrame) return false;
+    m_Frames.CurrentFrame = pFrame;
+    return true;
+}
+
+H264DecoderFrame* PictureAssembly::AddFrame(const H264Slice& Slice, Status& Refused)
+{
+    H264DecoderFrame* const pFrame = m_Store.TakeFrame(Slice, Refused);
+    if (!pFrame) return nullptr;
+    const Status Result = ReserveSlice(*pFrame, 0);
+    if (Result != StatusOk) {
+        Refused = Result;
+        m_Store.DiscardFrame(*pFrame);
+        return nullptr;
+    }
+    m_Marking.RemoveUnusableReferences(pFrame->m_Format); // not in use by this picture
+    if (!m_Headers.PendingUserData().user_data.empty()) std::swap(pFrame->m_UserData, m_Headers.PendingUserData());
+    m_Work.Begin(*pFrame);
+    m_FieldIndex = 0;
+    if (Slice.m_Header.field_pic_flag) pFrame->m_Au[1].m_Status = AuStatus::SecondFieldExpected;
+    if (!m_Frames.FirstUncompleted) m_Frames.FirstUncompleted = pFrame;
+    pFrame->m_ResourceIndex = m_LocalMbInfo.NextResource();
+    if (pFrame->m_Format.ChromaFormat == h264::CHROMA_400) pFrame->FillChromaGrey();
+    StartPicture(*pFrame, Slice);
+    return pFrame;
+}
+
+void PictureAssembly::StartPicture(H264DecoderFrame& Frame, const H264Slice& Slice)
+{
+    const SliceHeaderFields& Header = Slice.m_Header;
+    const int Parity = Header.bottom_field_flag;
+    const bool IsField = Header.field_pic_flag != 0;
+    if (Header.IdrPicFlag) {
+        m_PicOrder.StartIdr(Header.frame_num);
+        m_Store.Dpb().IncreaseResetCount(&Frame);
+    }
+    m_PicOrder.Compute(PicOrderOf(Header), PicOrderOf(*Slice.m_pSeqParamSet));
+    Frame.m_FrameNum = Header.frame_num;
+    Frame.m_BottomFieldFlag[m_FieldIndex] = Header.bottom_field_flag;
+    for (int Field = 0; Field < 2; ++Field) {
+        if (IsField && m_FieldIndex == 1 && Field != Parity) continue;
+        // The first field's count stands in for the second's until that comes.
+        Frame.m_PicOrderCnt[Field] = IsField      ? m_PicOrder.m_PicOrderCnt
+                                     : Field == 0 ? m_PicOrder.m_TopFieldOrderCnt
+                                                  : m_PicOrder.m_BottomFieldOrderCnt;
+        Frame.m_PicNum[Field] = CurrPicNum(Header);
+        Frame.m_RefListResetCount[Field] = 0;
+    }
+}
+
+void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& Refused)
+{
+    H264DecoderFrame& Frame = *m_Frames.CurrentFrame;
+    H264DecoderFrameInfo& Au = Frame.m_Au[m_FieldIndex];
+    const SliceHeaderFields& Header = Slice.m_Header;
+    const SliceHeaderTables& Tables = m_Headers.SliceTables();
+    Slice.m_pFrame = &Frame;
+    Slice.m_PicOrderCnt = Frame.PicOrderCnt(Header.field_pic_flag ? Header.bottom_field_flag : -1);
+    m_Gaps.MakeUpReference(Slice, Refused);
+    // Without references the lists stay empty and the slice is concealed.
+    BuildRefPicLists({Header, Tables.Reordering, MaxFrameNum(*Slice.m_pSeqParamSet)}, Frame, m_Store.Dpb(),
+                     Frame.m_RefPicLists.Spare());
+    if (Au.m_Slices.empty() && Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = Tables.Marking;
+    UMC::AppendSlice(Frame, m_FieldIndex, Slice);
+    Au.m_UnitBytes += UnitBytes;
+    Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
+    Au.m_IsReference |= Header.nal_ref_idc != 0;
+    Au.m_UsesSliceGroups |= Slice.m_UsesSliceGroups;
+}
+
+void PictureAssembly::EndPicture(bool IsInputOver)
+{
+    if (!m_Frames.CurrentFrame) return;
+    FinishPicture(*m_Frames.CurrentFrame, m_FieldIndex);
+    if (IsInputOver && m_Frames.CurrentFrame->IsFieldPair()) CompleteMissingField(*m_Frames.CurrentFrame);
+}
+
+// The second field did not come: the frame is complete with its lines grey.
+void PictureAssembly::CompleteMissingField(H264DecoderFrame& Frame)
+{
+    if (Frame.m_Au[1].m_Status != AuStatus::SecondFieldExpected) return;
+    const int First = Frame.m_BottomFieldFlag[0], Missing = 1 - First;
+    Frame.m_PicOrderCnt[Missing] = Frame.m_PicOrderCnt[First];
+    Frame.m_IsShortTerm[Missing] = Frame.m_IsShortTerm[First];
+    Frame.m_IsLongTerm[Missing] = Frame.m_IsLongTerm[First];
+    Frame.m_PicNum[Missing] = h264::FieldPicNum(Frame.m_FrameNum, true);
+    Frame.m_Au[1].m_Status = AuStatus::Empty;
+    Frame.FillFieldGrey(Missing);
+}
+
+void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
+{
+    H264DecoderFrameInfo& Au = Frame.m_Au[Field];
+    if (Au.m_Status > AuStatus::SecondFieldExpected || Au.m_Slices.empty()) return;
+    auto pLocal = m_LocalMbInfo.Prepare(Frame); // first: nothing has changed yet should memory run out
+    if (m_Marking.MarkReferences(Frame, Field)) m_Headers.WaitForRandomAccess(false);
+    if (SkipPicture(Frame, Field)) return;
+    if (m_Skip.IsDeblockingUnwanted(Au.m_IsReference)) {
+        Au.m_NeedsDeblocking = false;
+        for (H264Slice* const pSlice : Au.m_Slices) {
+            pSlice->m_Progress.Deblocked = true;
+            pSlice->m_Header.disable_deblocking_filter_idc = 1;
+        }
+    }
+    if (Field == 0) Frame.ClearGlobalMbInfo();
+    OrderSliceBounds(Au);
+    for (H264Slice* const pSlice : Au.m_Slices) pSlice->m_pLocal = &pLocal->Buffers();
+    Frame.m_pLocalMemory = std::move(pLocal);
+    Au.m_Status = AuStatus::Ready;
+}
+
+// True when the picture is not to be decoded; it is finished then.
+bool PictureAssembly::SkipPicture(H264DecoderFrame& Frame, int Field)
+{
+    if (Frame.IsFieldPair() && Field == 0) return false;
+    if (!m_Skip.IsSkipWanted(Frame.m_Au[0].m_IsReference || Frame.m_Au[1].m_IsReference)) return false;
+    for (int i = 0; i < 2; ++i) {
+        Frame.m_Au[i].m_Status = AuStatus::Finished;
+        Frame.m_IsShortTerm[i] = Frame.m_IsLongTerm[i] = false;
+    }
+    m_Work.Finish(Frame);
+    Frame.m_BusyCount = 0;
+    Frame.m_IsSkipped = true;
+    return true;
+}
+
+// Each slice ends where the next one begins, however damaged it is; what the first one leaves in front of it is lost.
+// Of slices that begin at the same macroblock the last one counts, the others are empty: a picture's macroblocks are
+// decoded once, whatever its slices state. Slices may arrive in any order. From here on they stand in that of their
+// macroblocks, which deblocking has to follow. As many as macroblocks at most: the sort takes 16 comparisons of each.
+void PictureAssembly::OrderSliceBounds(H264DecoderFrameInfo& Au)
+{
+    if (Au.m_UsesSliceGroups) return;
+    auto& Slices = Au.m_Slices;
+    std::sort(Slices.begin(), Slices.end(), [](const H264Slice* a, const H264Slice* b) {
+        return a->m_FirstMbNumber != b->m_FirstMbNumber ? a->m_FirstMbNumber < b->m_FirstMbNumber
+                                                        : a->m_SliceNumber < b->m_SliceNumber;
+    });
+    for (size_t i = Slices.size() - 1; i > 0; --i) Slices[i - 1]->m_MaxMbNumber = Slices[i]->m_FirstMbNumber;
+    m_SegmentDecoders.front()->RestoreErrorRect(0, Slices.front()->m_FirstMbNumber, Slices.front());
+}
+
+} // namespace UMC

@@ -1,0 +1,68 @@
+// Slices become pictures: which picture a slice belongs to, when a picture begins and when it is complete.
+#pragma once
+
+#include "Common/h264/pic_order_cnt.h"
+#include "decoder/jobs/segment_decoder.h"
+#include "decoder/session/frame_gaps.h"
+#include "decoder/session/frame_store.h"
+#include "decoder/session/local_mb_pool.h"
+#include "decoder/session/pictures_in_work.h"
+#include "decoder/session/reference_marking.h"
+#include "decoder/session/skipping.h"
+#include "decoder/session/stream_headers.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace UMC {
+
+using SegmentDecoders = std::vector<std::unique_ptr<H264SegmentDecoderMultiThreaded>>; // one a thread
+
+// Writes the picture in hand until it is complete and ready for the broker. Functions that may fail tell in Refused
+// what a later call cannot mend; false without that means that there is no room yet. They may throw std::bad_alloc,
+// which leaves the buffer consistent.
+class PictureAssembly
+{
+public:
+    // Decoders patch what is missing of a picture.
+    PictureAssembly(FramesInHand& Frames, FrameStore& Store, PicturesInWork& Work, StreamHeaders& Headers,
+                    Skipping& Skip, const SegmentDecoders& Decoders);
+
+    ReferenceMarking& Marking() { return m_Marking; }
+    void Init(int32_t ThreadCount) { m_LocalMbInfo.Init(ThreadCount); }
+    void Reset();
+    void Close();
+
+    // A slice of the picture in hand that is more than the picture can need; to be dropped as if its header were bad.
+    bool IsSurplus(const H264Slice& Slice, uint32_t UnitBytes) const;
+    // Finds or begins the slice's picture and reserves room for it there.
+    bool PlaceSlice(const H264Slice& Slice, Status& Refused);
+    // Nothing can refuse a slice that was placed any more. Belongs to its picture from now on.
+    void AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& Refused);
+    void EndPicture(bool IsInputOver); // completes the picture in hand, if there is one
+
+private:
+    bool OpenPicture(const H264Slice& Slice, Status& Refused);
+    H264DecoderFrame* AddFrame(const H264Slice& Slice, Status& Refused);
+    void StartPicture(H264DecoderFrame& Frame, const H264Slice& Slice);
+    void CompleteMissingField(H264DecoderFrame& Frame);
+    void FinishPicture(H264DecoderFrame& Frame, int Field);
+    bool SkipPicture(H264DecoderFrame& Frame, int Field);
+    void OrderSliceBounds(H264DecoderFrameInfo& Au);
+
+    FramesInHand& m_Frames;
+    FrameStore& m_Store;
+    PicturesInWork& m_Work;
+    StreamHeaders& m_Headers;
+    Skipping& m_Skip;
+    const SegmentDecoders& m_SegmentDecoders;
+
+    h264::PicOrderCounter m_PicOrder;
+    ReferenceMarking m_Marking;
+    FrameGaps m_Gaps;
+    LocalMbPool m_LocalMbInfo;
+    int32_t m_FieldIndex = 0; // 0 while the first field or a frame is filled, 1 for a second field
+};
+
+} // namespace UMC

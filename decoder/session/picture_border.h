@@ -1,0 +1,22 @@
+// Where a picture ends and what it may hold, told from the headers of slices.
+#pragma once
+
+#include "decoder/slice/slice.h"
+
+#include <cstdint>
+
+namespace UMC {
+
+// Whether a slice continues the picture that First began, clause 7.4.1.2.4. Beyond the clause: a slice that repeats
+// First's first macroblock begins a new picture, and so does one after a change of the sequence parameter set itself,
+// whose pictures may be of another size. A picture parameter set may change between two slices.
+bool IsSamePicture(const H264Slice& First, const H264Slice& Slice);
+
+// Whether a slice begins the second field of the frame whose first field First began.
+bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const H264Slice& Slice);
+
+// Bytes that the units of a slice's picture may take together: twice the bits that its macroblocks may take, 128 more
+// each than their samples (clause A.3.1), and room for headers.
+uint32_t MaxUnitBytes(const H264Slice& Slice);
+
+} // namespace UMC

@@ -1,0 +1,105 @@
+#include "decoder/session/stream_headers.h"
+
+#include "Common/h264/nal_unit_type.h"
+
+#include <utility>
+
+namespace UMC {
+
+namespace {
+
+// Goes behind the first byte of a unit. False when there is none.
+bool EnterUnit(H264Bitstream& Bits)
+{
+    int32_t nal_unit_type = 0;
+    uint32_t nal_ref_idc = 0;
+    if (!GoToNalUnit(Bits)) return false;
+    Bits.GetNalHeader(nal_unit_type, nal_ref_idc);
+    return true;
+}
+
+} // namespace
+
+Status StreamHeaders::ReadParameterSet(uint32_t nal_unit_type, H264Bitstream& Bits, bool Immediately)
+{
+    if (!EnterUnit(Bits)) return StatusOk;
+    if (nal_unit_type == h264::NAL_SEQ_PARAM_SET) {
+        H264SeqParamSet Seq;
+        const Status Result = ReadSeqParamSet(Bits, Seq);
+        if (Result != StatusOk) return Result;
+        m_Parameters.m_SeqParamSets.Add(Seq, Immediately);
+        m_CurrentSeqSetId = Seq.seq_parameter_set_id;
+    } else if (nal_unit_type == h264::NAL_PIC_PARAM_SET) {
+        const Status Result = ReadPicParamSet(Bits, m_Parameters, m_PicParamSetScratch);
+        if (Result != StatusOk) return Result;
+        m_Parameters.m_PicParamSets.Add(m_PicParamSetScratch, Immediately);
+        m_CurrentPicSetId = m_PicParamSetScratch.pic_parameter_set_id;
+    } else {
+        H264SeqParamSetExtension Extension;
+        const Status Result = ReadSeqParamSetExtension(Bits, Extension);
+        if (Result != StatusOk) return Result;
+        m_Parameters.m_SeqParamSetExtensions.Add(Extension, Immediately);
+    }
+    return StatusOk;
+}
+
+void StreamHeaders::ReadSei(H264Bitstream& Bits)
+try {
+    if (!EnterUnit(Bits)) return;
+    do {
+        H264SEIPayLoad Message;
+        ReadSeiMessage(Bits, CurrentSeqParamSet(), Message);
+        if (Message.PayloadType == SEI_USER_DATA_REGISTERED) {
+            m_PendingUserData = std::move(Message);
+        } else {
+            m_Parameters.m_Sei.Add(Message, true); // no picture in work reads a message: it is replaced at once
+        }
+    } while (Bits.MoreRbspData());
+} catch (const h264_exception&) {
+}
+
+bool StreamHeaders::ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, double Time)
+{
+    if (m_CurrentSeqSetId < 0 || m_CurrentPicSetId < 0 || !Slice.ReadStart(Piece)) return false;
+    const bool IsIntra = Slice.m_Header.slice_type == I_SLICE;
+    const bool IsRecovery = m_Parameters.m_Sei.Get(SEI_RECOVERY_POINT) != nullptr;
+    if (m_WaitForRandomAccess && !IsIntra && !IsRecovery) return false;
+    if (!FindParameterSets(Slice)) return false;
+    Slice.m_NalTime = Time;
+    if (!Slice.Init(m_SliceTables)) return false;
+    if (!IsIntra && IsRecovery) m_Parameters.m_Sei.Remove(SEI_RECOVERY_POINT);
+    m_WaitForRandomAccess = false;
+    return true;
+}
+
+bool StreamHeaders::FindParameterSets(H264Slice& Slice)
+{
+    const auto& pPic = m_Parameters.m_PicParamSets.Share(Slice.m_Header.pic_parameter_set_id);
+    if (!pPic) return false;
+    const int32_t SeqId = pPic->seq_parameter_set_id;
+    const auto& pSeq = m_Parameters.m_SeqParamSets.Share(SeqId);
+    if (!pSeq) return false;
+    Slice.m_pPicParamSet = pPic.get();
+    Slice.m_pSeqParamSet = pSeq.get();
+    Slice.m_HeldSets[0] = pPic;
+    Slice.m_HeldSets[1] = pSeq;
+    m_CurrentPicSetId = Slice.m_Header.pic_parameter_set_id;
+    m_CurrentSeqSetId = SeqId;
+    return true;
+}
+
+void StreamHeaders::Reset()
+{
+    m_Parameters.Reset(true);
+    m_PendingUserData = H264SEIPayLoad{};
+    m_WaitForRandomAccess = true;
+}
+
+void StreamHeaders::Close()
+{
+    Reset();
+    m_Parameters.Reset(false);
+    m_CurrentSeqSetId = m_CurrentPicSetId = -1;
+}
+
+} // namespace UMC

@@ -1,0 +1,136 @@
+// Reference lists of field slices, built on the frames themselves.
+#include "decoder/picture/ref_list_builder.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace UMC;
+using testing::ElementsAre;
+
+class FieldLists : public testing::Test
+{
+protected:
+    FieldLists()
+    {
+        m_Header.frame_num = 40;
+        m_Header.slice_type = P_SLICE;
+    }
+
+    // A reference frame; its fields, T or B, as marked short-term, t or b as long-term.
+    H264DecoderFrame* Add(int32_t Number, const std::string& Marks = "TB")
+    {
+        auto* const pFrame = new H264DecoderFrame; // owned by the list
+        m_Dpb.Append(pFrame);
+        pFrame->m_FrameNum = pFrame->m_LongTermFrameIdx = Number;
+        for (const char Mark : Marks) {
+            pFrame->m_IsShortTerm[0] |= Mark == 'T';
+            pFrame->m_IsShortTerm[1] |= Mark == 'B';
+            pFrame->m_IsLongTerm[0] |= Mark == 't';
+            pFrame->m_IsLongTerm[1] |= Mark == 'b';
+        }
+        pFrame->m_PicOrderCnt[0] = 2 * Number;
+        pFrame->m_PicOrderCnt[1] = 2 * Number + 1;
+        return pFrame;
+    }
+    // The list as the numbers of its frames with a letter for the field, small where the entry is long-term.
+    std::vector<std::string> Build(int Count, int List = 0)
+    {
+        m_Header.field_pic_flag = 1;
+        (List == 0 ? m_Header.num_ref_idx_l0_active : m_Header.num_ref_idx_l1_active) = Count;
+        H264DecoderRefPicList Lists;
+        EXPECT_EQ(BuildRefPicLists({m_Header, m_Reordering, 64}, m_Current, m_Dpb, Lists), StatusOk);
+        const H264RefList& Built = Lists.List[List];
+        EXPECT_EQ(Built.Frame[Count], nullptr) << "the end";
+        std::vector<std::string> Entries;
+        for (int i = 0; i < Count; ++i) {
+            const bool IsBottom = RefFlagField(Built.Flag[i]) == 1;
+            const char Letter =
+                (Built.Flag[i] & kRefFlagShortTerm) != 0 ? (IsBottom ? 'B' : 'T') : (IsBottom ? 'b' : 't');
+            Entries.push_back(Built.Frame[i] ? std::to_string(Built.Frame[i]->m_FrameNum) + Letter : "none");
+        }
+        return Entries;
+    }
+
+    H264DBPList m_Dpb;
+    H264DecoderFrame m_Current;
+    SliceHeaderFields m_Header{};
+    RefPicListReordering m_Reordering[2]{};
+};
+
+TEST_F(FieldLists, TakeParitiesByTurnsFromTheirOwn)
+{
+    for (const int Number : {1, 2, 3}) Add(Number);
+    EXPECT_THAT(Build(6), ElementsAre("3T", "3B", "2T", "2B", "1T", "1B"));
+    m_Header.bottom_field_flag = 1;
+    EXPECT_THAT(Build(6), ElementsAre("3B", "3T", "2B", "2T", "1B", "1T"));
+}
+
+TEST_F(FieldLists, HoldTheFirstFieldOfTheirOwnFrame)
+{
+    for (const int Number : {1, 2}) Add(Number);
+    Add(40, "T"); // the bottom field is being decoded
+    m_Header.bottom_field_flag = 1;
+    EXPECT_THAT(Build(5), ElementsAre("2B", "40T", "1B", "2T", "1T"));
+}
+
+TEST_F(FieldLists, GoOnWithOneParityWhenTheOtherRunsOut)
+{
+    Add(1, "T");
+    Add(2, "TB");
+    Add(3, "T");
+    EXPECT_THAT(Build(4), ElementsAre("3T", "2B", "2T", "1T"));
+}
+
+TEST_F(FieldLists, LongTermFieldsStandBehindByTheirIndex)
+{
+    Add(5, "tb");
+    Add(2, "bT");
+    Add(3);
+    EXPECT_THAT(Build(6), ElementsAre("3T", "3B", "2T", "5t", "2b", "5b"));
+}
+
+TEST_F(FieldLists, WrapAroundFrameNumbers)
+{
+    m_Header.frame_num = 2;
+    for (const int Number : {62, 63, 1}) Add(Number);
+    EXPECT_THAT(Build(6), ElementsAre("1T", "1B", "63T", "63B", "62T", "62B"));
+}
+
+TEST_F(FieldLists, HaveUpTo32Entries)
+{
+    for (int Number = 1; Number <= 16; ++Number) Add(Number);
+    std::vector<std::string> Expected;
+    for (int Number = 16; Number > 0; --Number)
+        for (const char* const pField : {"T", "B"}) Expected.push_back(std::to_string(Number) + pField);
+    EXPECT_EQ(Build(32), Expected);
+}
+
+TEST_F(FieldLists, OfBSlicesGoByTheCountsOfFrames)
+{
+    m_Header.slice_type = B_SLICE;
+    m_Current.m_PicOrderCnt[0] = m_Current.m_PicOrderCnt[1] = 5;
+    for (const int Number : {1, 2, 3, 4}) Add(Number);
+    EXPECT_THAT(Build(4), ElementsAre("2T", "2B", "1T", "1B"));
+    EXPECT_THAT(Build(4, 1), ElementsAre("3T", "3B", "4T", "4B"));
+}
+
+TEST_F(FieldLists, AreModifiedByFieldNumbers)
+{
+    for (const int Number : {1, 2, 3}) Add(Number);
+    m_Reordering[0] = {
+        .count = 2, .operation = {0, 1}, .value = {76, 0}}; // 81 - 77 is 4, 4 + 1 is 5: fields of frame 2
+    EXPECT_THAT(Build(4), ElementsAre("2B", "2T", "3T", "3B"));
+}
+
+TEST_F(FieldLists, HolesAlternateFieldsOfTheLastPicture)
+{
+    Add(1);
+    Add(2);
+    EXPECT_THAT(Build(6), ElementsAre("2T", "2B", "1T", "1B", "1T", "1B"));
+}
+
+} // namespace
