@@ -57,20 +57,19 @@ int32_t OrderCountOfSlice(const H264DecoderFrame& Frame, const SliceHeaderFields
     return OrderCountOf(Frame, Header.field_pic_flag != 0, Header.bottom_field_flag);
 }
 
-void ComputeDirectTables(const H264Slice& Slice, H264DirectTables& Tables)
+void ComputeDirectTables(const H264DecoderRefPicList& Lists, const SliceHeaderFields& Header, int32_t PicOrderCnt,
+                         bool HasImplicitWeights, H264DirectTables& Tables)
 {
-    const H264DecoderRefPicList& Lists = *Slice.m_pRefPicList;
-    const bool IsField = Slice.m_Header.field_pic_flag != 0;
-    const int32_t Current = Slice.m_PicOrderCnt;
+    const bool IsField = Header.field_pic_flag != 0;
     const ListEntry Colocated = EntryOf(Lists.List[1], 0, IsField);
-    for (int i = 0; i < Slice.m_Header.num_ref_idx_l0_active; ++i) {
+    for (int i = 0; i < Header.num_ref_idx_l0_active; ++i) {
         const ListEntry Entry0 = EntryOf(Lists.List[0], i, IsField);
         const bool IsScaled = Entry0.IsThere && !Entry0.IsLongTerm && Entry0.OrderCount != Colocated.OrderCount;
         Tables.DistScaleFactor[i] =
-            IsScaled ? ScaleFactor(Current, Entry0.OrderCount, Colocated.OrderCount) : kNoScaling;
-        if (Slice.m_pPicParamSet->weighted_bipred_idc != 2) continue;
-        for (int j = 0; j < Slice.m_Header.num_ref_idx_l1_active; ++j)
-            Tables.ImplicitWeight[i][j] = ImplicitWeight(Current, Entry0, EntryOf(Lists.List[1], j, IsField));
+            IsScaled ? ScaleFactor(PicOrderCnt, Entry0.OrderCount, Colocated.OrderCount) : kNoScaling;
+        if (!HasImplicitWeights) continue;
+        for (int j = 0; j < Header.num_ref_idx_l1_active; ++j)
+            Tables.ImplicitWeight[i][j] = ImplicitWeight(PicOrderCnt, Entry0, EntryOf(Lists.List[1], j, IsField));
     }
 }
 

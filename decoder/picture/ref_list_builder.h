@@ -16,7 +16,9 @@ Status BuildRefPicLists(const H264Slice& Slice, const RefPicListReordering (&Reo
 // The picture order count that a slice of the frame sees as its own.
 int32_t OrderCountOfSlice(const H264DecoderFrame& Frame, const SliceHeaderFields& Header);
 
-// Distances and implicit weights of a B slice with lists, clauses 8.4.1.2.3 and 8.4.2.3.1.
-void ComputeDirectTables(const H264Slice& Slice, H264DirectTables& Tables);
+// Distances and implicit weights, clauses 8.4.1.2.3 and 8.4.2.3.1, of a B slice with lists and the order count of its
+// picture. The weights are made where they are in use.
+void ComputeDirectTables(const H264DecoderRefPicList& Lists, const SliceHeaderFields& Header, int32_t PicOrderCnt,
+                         bool HasImplicitWeights, H264DirectTables& Tables);
 
 } // namespace UMC
