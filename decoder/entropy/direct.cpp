@@ -112,7 +112,7 @@ void BuildColMap(const SliceView& s, DirectState& Direct, int32_t ColSlice)
     Direct.ColMapSlice = ColSlice;
     const H264RefPicIndices* const pCol = Direct.pColFrame->RefPicIndicesOf(static_cast<uint32_t>(ColSlice));
     int8_t ByFrame[kMaxFrames] = {}; // our index of each frame
-    for (int i = s.ActiveRefs[0] - 1; i >= 0; --i)
+    for (int i = s.References.Active[0] - 1; i >= 0; --i)
         if (const H264DecoderFrame* const p = s.pLists->List[0].Frame[i]; p && p->m_Index >= 0)
             ByFrame[p->m_Index] = static_cast<int8_t>(i);
     for (int List = 0; List < 2; ++List)

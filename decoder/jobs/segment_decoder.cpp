@@ -10,9 +10,8 @@
 
 namespace UMC {
 
-Status H264SegmentDecoder::Init(int32_t ThreadNumber)
+Status H264SegmentDecoder::Init(int32_t /*ThreadNumber*/)
 {
-    m_ThreadNumber = ThreadNumber;
     return StatusOk;
 }
 

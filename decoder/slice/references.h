@@ -29,15 +29,30 @@ struct ReferenceSet {
     H264DirectTables Tables;   // B slices
 };
 
-enum ReferenceKind { REFERENCES_PICTURE = 0 }; // of the macroblocks of a frame or of a field picture
+// The macroblocks that a set is for: those of a frame or of a field picture, and the field macroblocks of an MBAFF
+// frame by their parity.
+enum ReferenceKind { REFERENCES_PICTURE = 0, REFERENCES_TOP_FIELD = 1, REFERENCES_BOTTOM_FIELD = 2 };
 
 struct SliceReferences {
+    int32_t Active[2] = {};       // of REFERENCES_PICTURE; the other sets have twice as many
     bool ExplicitWeights = false; // weights of the slice header apply
     bool ImplicitWeights = false;
-    ReferenceSet Sets[1];
+    ReferenceSet Sets[3];
 };
 
-// A list entry of a picture. What cannot be predicted from is one grey sample.
-ReferencePlanes DescribeReference(const H264DecoderFrame* pFrame, const H264DecoderFrame& Current);
+// What the sets are made of. The lists may be null.
+struct ReferenceSource {
+    const SliceHeaderFields& Header;
+    const H264PicParamSet& PictureSet;
+    const H264DecoderRefPicList* pLists;
+    const H264DecoderFrame& Frame; // the one that the slice belongs to
+};
+
+// The counts, the kind of weights and the planes of REFERENCES_PICTURE. Weights and tables are the caller's.
+void FillPictureReferences(const ReferenceSource& From, SliceReferences& References);
+
+// The sets of both parities, complete, from REFERENCES_PICTURE (clause 8.4.2.1): index i is a field of frame i / 2, of
+// the macroblock's parity when i is even. The lists must be there.
+void FillFieldReferences(const ReferenceSource& From, SliceReferences& References);
 
 } // namespace UMC

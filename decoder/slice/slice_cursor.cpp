@@ -36,24 +36,9 @@ void SliceCursor::Begin(const H264Slice& From)
     Entropy.MbSkipRun = From.m_Progress.MbSkipRun;
     Entropy.QpLuma = From.m_Progress.QpLuma;
     Entropy.PrevDeltaQp = From.m_Progress.PrevDeltaQp;
-    BeginReferences(*From.m_pFrame);
+    FillPictureReferences({From.m_Header, *From.m_pPicParamSet, From.m_pRefPicList, *From.m_pFrame}, Slice.References);
     BeginDirect(From);
     BeginTables();
-}
-
-void SliceCursor::BeginReferences(const H264DecoderFrame& Frame)
-{
-    const SliceHeaderFields& Header = *Slice.pHeader;
-    const bool IsP = Header.slice_type == P_SLICE, IsB = Header.slice_type == B_SLICE;
-    Slice.ActiveRefs[0] = IsP || IsB ? std::clamp(Header.num_ref_idx_l0_active, 1, 32) : 0;
-    Slice.ActiveRefs[1] = IsB ? std::clamp(Header.num_ref_idx_l1_active, 1, 32) : 0;
-    Slice.References.ExplicitWeights =
-        (IsP && Slice.pPictureSet->weighted_pred_flag) || (IsB && Slice.pPictureSet->weighted_bipred_idc == 1);
-    Slice.References.ImplicitWeights = IsB && Slice.pPictureSet->weighted_bipred_idc == 2;
-    ReferenceSet& Set = Slice.References.Sets[REFERENCES_PICTURE];
-    for (int List = 0; List < 2; ++List)
-        for (int i = 0; i < Slice.ActiveRefs[List]; ++i)
-            Set.Planes[List][i] = DescribeReference(Slice.pLists ? Slice.pLists->List[List].Frame[i] : nullptr, Frame);
 }
 
 void SliceCursor::BeginDirect(const H264Slice& From)

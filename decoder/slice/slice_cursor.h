@@ -26,7 +26,6 @@ struct SliceView {
     H264LocalMbBuffers Local;
     const uint32_t* pNextMbMap = nullptr; // null without slice groups
     int32_t BitDepthLuma = 8, BitDepthChroma = 8;
-    int32_t ActiveRefs[2] = {};
     SliceReferences References;
     uint16_t SliceId = 0;
     MbGlobalInfo NoGlobal{}; // stand-ins for neighbours outside the slice
@@ -65,10 +64,13 @@ struct CountCache {
     uint8_t NonZero[3][kCacheSize];
 };
 
+// Of a macroblock of the largest format: three planes of 256, and 16 DC levels of each.
+inline constexpr int kMbCoefficients = 816;
+
 // What entropy decoding leaves of a macroblock for reconstruction, which takes it: coefficients are 0 again behind it.
 struct MbResidual {
     uint32_t Bits[3] = {}; // blocks with something to add: luma in luma4x4BlkIdx order, Cb and Cr in raster order
-    alignas(64) uint8_t Coefficients[3328];
+    alignas(64) uint8_t Coefficients[kMbCoefficients * sizeof(int32_t)]; // or as many of 16 bits
 
     template <class Coeffs>
     Coeffs* As()
@@ -112,7 +114,6 @@ struct SliceCursor {
     void BeginReading(const H264Slice& Slice, uint32_t* pPadded);
 
 private:
-    void BeginReferences(const H264DecoderFrame& Frame);
     void BeginDirect(const H264Slice& Slice);
     void BeginTables();
     void BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset);

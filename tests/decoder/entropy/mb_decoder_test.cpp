@@ -27,7 +27,7 @@ protected:
         d.Slice.Picture.PitchLuma = kPitch;
         d.Slice.Picture.PitchChroma = kPitch / 2;
         d.Entropy.QpLuma = 26;
-        d.Slice.ActiveRefs[0] = 1;
+        d.Slice.References.Active[0] = 1;
         d.Slice.NoGlobal.MbType = MBTYPE_INTRA4x4;
         d.Slice.NoGlobal.MbFlags = MBFLAG_SKIPPED;
         d.Slice.NoLocal.CodedBlockPattern = 15;
@@ -165,7 +165,7 @@ protected:
     ElementBounds()
     {
         for (const int Neighbour : {0, 1, 2, 4}) SetIntra(Neighbour); // for every mode of prediction
-        m_Decoder.m_Cursor.Slice.ActiveRefs[1] = 1;
+        m_Decoder.m_Cursor.Slice.References.Active[1] = 1;
         for (auto& List : m_Decoder.m_Cursor.Slice.References.Sets[0].Planes)
             std::fill_n(List, 4, m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0]);
         m_Slice.m_Header.direct_spatial_mv_pred_flag = 1;
@@ -205,7 +205,7 @@ TEST_F(ElementBounds, OfTheSubMacroblockType)
 
 TEST_F(ElementBounds, OfTheReferenceIndex)
 {
-    m_Decoder.m_Cursor.Slice.ActiveRefs[0] = 3;
+    m_Decoder.m_Cursor.Slice.References.Active[0] = 3;
     ExpectBound(P_SLICE, 2, [this] { PutUe(0); });
     EXPECT_EQ(m_Ref[0][5 * 16], 2);
 }
@@ -226,7 +226,7 @@ TEST_F(ElementBounds, OfTheCodedBlockPattern)
 
 TEST_F(Macroblocks, ReferenceIndexOfTwoIsOneInvertedBit)
 {
-    m_Decoder.m_Cursor.Slice.ActiveRefs[0] = 2;
+    m_Decoder.m_Cursor.Slice.References.Active[0] = 2;
     m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][1] = m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0];
     for (const uint32_t RefIdx : {0u, 1u}) {
         PutUe(0);
