@@ -26,6 +26,11 @@ H264DecoderFrame::H264DecoderFrame()
     for (H264DecoderFrameInfo& Au : m_Au) Au.m_pFrame = this;
 }
 
+const H264DecoderRefPicList* H264DecoderFrame::RefPicListOf(uint32_t SliceNumber) const
+{
+    return m_RefPicLists.ListsOf(SliceNumber);
+}
+
 H264DecoderFrame::~H264DecoderFrame() { ReleaseMbInfo(); }
 
 void H264DecoderFrame::ReleaseMbInfo()
@@ -74,9 +79,14 @@ void H264DecoderFrame::ClearMbInfo()
 
 void H264DecoderFrame::ClearGlobalMbInfo()
 {
-    MbGlobalInfo Uncovered{};
-    Uncovered.SliceId = kNoSlice;
-    std::fill_n(m_MbInfo.m_pGlobal, m_MbCapacity, Uncovered);
+    if (m_MbCapacity == 0) return;
+    MbGlobalInfo* const p = m_MbInfo.m_pGlobal;
+    *p = MbGlobalInfo{};
+    p->SliceId = kNoSlice;
+    // Each copy doubles what is filled: blocks are copied faster than records of 8 bytes are written.
+    const auto Count = static_cast<size_t>(m_MbCapacity);
+    for (size_t Done = 1; Done < Count; Done *= 2)
+        std::memcpy(p + Done, p, std::min(Done, Count - Done) * sizeof(MbGlobalInfo));
 }
 
 void H264DecoderFrame::Reset()

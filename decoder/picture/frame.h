@@ -84,7 +84,7 @@ public:
 
     // What decoding asks the frame: the lists of a slice in work, and of one whose decoding may be over. Null for a
     // number that no slice has.
-    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const { return m_RefPicLists.ListsOf(SliceNumber); }
+    const H264DecoderRefPicList* RefPicListOf(uint32_t SliceNumber) const; // a rare step of deblocking: not inline
     const H264RefPicIndices* RefPicIndicesOf(uint32_t SliceNumber) const
     {
         return m_RefPicLists.IndicesOf(SliceNumber);
