@@ -1,7 +1,7 @@
 #include "decoder/slice/references.h"
 
 #include "Common/h264/chroma_geometry.h"
-#include "decoder/picture/ref_list_builder.h"
+#include "decoder/picture/direct_tables.h"
 
 #include <algorithm>
 
