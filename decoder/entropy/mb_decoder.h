@@ -159,8 +159,8 @@ private:
     static void PcmMacroblock(SliceCursor& c)
     {
         if constexpr (Syntax::kCabac) c.Entropy.Bits.SetBitPosition(c.Entropy.Cabac.BitsDecoded());
-        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(c.Entropy.Bits, LumaDepth(c.Slice),
-                                                                                     ChromaDepth(c.Slice), c.Coeffs);
+        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(
+            c.Entropy.Bits, c.Slice.LumaDepth<PlaneY>(), c.Slice.ChromaDepth<PlaneUV>(), c.Coeffs);
         if constexpr (Syntax::kCabac) c.Entropy.Cabac.Start(c.Entropy.Bits);
         MbLocalInfo& Local = *c.Mb.pLocal;
         c.Mb.pGlobal->MbType = MBTYPE_PCM;
@@ -172,15 +172,11 @@ private:
         c.Entropy.PrevDeltaQp = 0;
     }
 
-    // Bit depths, which 8-bit members need not ask for.
-    static int LumaDepth(const SliceView& s) { return sizeof(PlaneY) == 1 ? 8 : s.BitDepthLuma; }
-    static int ChromaDepth(const SliceView& s) { return sizeof(PlaneUV) == 1 ? 8 : s.BitDepthChroma; }
-
     // Adds mb_qp_delta to the running QP (equation 7-37).
     template <class Syntax>
     static void ReadQp(const SliceView& s, const MbState& Mb, EntropyState& e)
     {
-        const int Delta = Syntax::DeltaQp(e), Offset = 6 * (LumaDepth(s) - 8);
+        const int Delta = Syntax::DeltaQp(e), Offset = 6 * (s.LumaDepth<PlaneY>() - 8);
         if (Delta < -(26 + Offset / 2) || Delta > 25 + Offset / 2) throw h264_exception(StatusInvalidParams);
         e.PrevDeltaQp = Delta;
         e.QpLuma = (e.QpLuma + Delta + 52 + 2 * Offset) % (52 + Offset) - Offset;
@@ -203,7 +199,7 @@ private:
     // Scaling of luma blocks at the QP in use; of 8x8 blocks with Is8x8.
     static Dequant LumaScale(const SliceView& s, int QpLuma, bool Intra, bool Is8x8)
     {
-        const auto Qp = static_cast<uint32_t>(QpLuma + 6 * (LumaDepth(s) - 8));
+        const auto Qp = static_cast<uint32_t>(QpLuma + 6 * (s.LumaDepth<PlaneY>() - 8));
         const H264LevelScale& Scale = s.pPictureSet->level_scale;
         return {Is8x8 ? Scale.Scale8x8[Intra ? 0 : 1][Qp % 6] : Scale.Scale4x4[Intra ? 0 : 3][Qp % 6], Qp / 6};
     }

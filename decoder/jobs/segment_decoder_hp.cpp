@@ -78,8 +78,8 @@ private:
 
 template <int color_format, bool is_field, bool is_high_profile>
 using Member8 = SegmentDecoderHP<MBDecoder<int16_t, uint8_t, uint8_t, color_format, is_field, is_high_profile>,
-                                 MBReconstructor<int16_t, uint8_t, uint8_t, color_format, is_field, is_high_profile>,
-                                 int16_t, uint8_t, uint8_t, color_format, is_field, is_high_profile>;
+                                 MBReconstructor<uint8_t, color_format, is_high_profile>, int16_t, uint8_t, uint8_t,
+                                 color_format, is_field, is_high_profile>;
 
 template <int color_format, bool is_field, bool is_high_profile>
 SegmentDecoderHPBase* Member()

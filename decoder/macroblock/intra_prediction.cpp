@@ -1,12 +1,12 @@
 #include "decoder/macroblock/intra_prediction.h"
 
-#include "kernels/dispatch/kernels.h"
+#include "Common/h264/chroma_geometry.h"
+#include "decoder/macroblock/codec_traits.h"
 
 namespace UMC {
 
 namespace {
 
-using kernels::g_Kernels;
 using kernels::kLeft;
 using kernels::kTop;
 using kernels::kTopLeft;
@@ -40,9 +40,17 @@ unsigned BlockNeighbours(unsigned Mb, int x, int y, int Size)
     return Available;
 }
 
-uint8_t* LumaOf(const PictureView& Picture, const MbState& Mb)
+// The sample in column x and row y of a plane of the picture.
+template <class Sample>
+Sample* SampleAt(uint8_t* pPlane, ptrdiff_t Pitch, int x, int y)
 {
-    return Picture.pPlane[0] + Mb.Y * 16 * Picture.PitchLuma + Mb.X * 16;
+    return reinterpret_cast<Sample*>(pPlane + y * Pitch) + x;
+}
+
+template <class Sample>
+Sample* LumaOf(const PictureView& Picture, const MbState& Mb)
+{
+    return SampleAt<Sample>(Picture.pPlane[0], Picture.PitchLuma, Mb.X * 16, Mb.Y * 16);
 }
 
 } // namespace
@@ -57,73 +65,83 @@ unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb)
     return Bit(Mb.Left, kLeft) | Bit(Mb.Top, kTop) | Bit(Mb.TopRight, kTopRight) | Bit(Mb.TopLeft, kTopLeft);
 }
 
+template <class Sample>
 void PredictIntra16x16(const SliceView& Slice, const MbState& Mb)
 {
+    constexpr unsigned kModeNeeds[4] = {kTop, kLeft, 0, kLeft | kTop | kTopLeft};
     const unsigned Available = FindIntraNeighbours(Slice, Mb);
-    uint8_t* const p = LumaOf(Slice.Picture, Mb);
-    const ptrdiff_t Step = Slice.Picture.PitchLuma;
-    switch (Mb.pLocal->SubBlockDirection[0]) {
-    case 0: Require(kTop, Available); return g_Kernels.Predict16x16Vertical(p, Step, p, Step, Available);
-    case 1: Require(kLeft, Available); return g_Kernels.Predict16x16Horizontal(p, Step, p, Step, Available);
-    case 2: return g_Kernels.Predict16x16Dc(p, Step, p, Step, Available);
-    default:
-        Require(kLeft | kTop | kTopLeft, Available);
-        return g_Kernels.Predict16x16Plane(p, Step, p, Step, Available);
-    }
+    const unsigned Mode = Mb.pLocal->SubBlockDirection[0];
+    Require(kModeNeeds[Mode], Available);
+    CodecTraits<Sample>::Predict16x16(static_cast<int>(Mode), LumaOf<Sample>(Slice.Picture, Mb),
+                                      Slice.Picture.PitchLuma, Available, Slice.LumaDepth<Sample>());
 }
 
+template <class Sample, int color_format>
 void PredictIntraChroma(const SliceView& Slice, const MbState& Mb)
 {
     constexpr unsigned kModeNeeds[4] = {0, kLeft, kTop, kLeft | kTop | kTopLeft};
+    constexpr int kWidth = h264::kChromaGeometry[color_format].MbWidth,
+                  kHeight = h264::kChromaGeometry[color_format].MbHeight;
     const unsigned Available = FindIntraNeighbours(Slice, Mb);
     const unsigned Mode = Mb.pLocal->SubBlockDirection[2];
     Require(kModeNeeds[Mode], Available);
     const ptrdiff_t Step = Slice.Picture.PitchChroma;
     for (int Plane = 1; Plane < 3; ++Plane) {
-        uint8_t* const p = Slice.Picture.pPlane[Plane] + Mb.Y * 8 * Step + Mb.X * 8;
-        switch (Mode) {
-        case 0: g_Kernels.PredictChromaDc(p, Step, p, Step, Available); break;
-        case 1: g_Kernels.PredictChromaHorizontal(p, Step, p, Step, Available); break;
-        case 2: g_Kernels.PredictChromaVertical(p, Step, p, Step, Available); break;
-        default: g_Kernels.PredictChromaPlane(p, Step, p, Step, Available);
-        }
+        Sample* const p = SampleAt<Sample>(Slice.Picture.pPlane[Plane], Step, Mb.X * kWidth, Mb.Y * kHeight);
+        CodecTraits<Sample>::template PredictChroma<kHeight>(static_cast<int>(Mode), p, Step, Available,
+                                                             Slice.ChromaDepth<Sample>());
     }
 }
 
+template <class Sample>
 void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs)
 {
+    using Traits = CodecTraits<Sample>;
     const unsigned Around = FindIntraNeighbours(Slice, Mb);
-    int16_t* const pCoeffs = Coeffs.As<int16_t>();
+    auto* const pCoeffs = Coeffs.As<typename Traits::Coeffs>();
     const uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
     const ptrdiff_t Step = Slice.Picture.PitchLuma;
-    uint8_t* const pLuma = LumaOf(Slice.Picture, Mb);
+    Sample* const pLuma = LumaOf<Sample>(Slice.Picture, Mb);
     for (int i = 0; i < 16; ++i) {
         const int Raster = h264::kBlockRaster[i], x = Raster & 3, y = Raster >> 2;
-        uint8_t* const p = pLuma + y * 4 * Step + x * 4;
+        Sample* const p = SampleAt<Sample>(reinterpret_cast<uint8_t*>(pLuma), Step, x * 4, y * 4);
         const int Mode = pModes[Raster];
         const unsigned Available = BlockNeighbours(Around, x, y, 4);
         Require(kNeeds[Mode], Available);
-        g_Kernels.PredictIntra4x4(Mode, p, Step, p - Step + 4, p, Step, Available);
-        if (Coeffs.Bits[0] >> i & 1) g_Kernels.AddResidual4x4(pCoeffs + i * 16, p, Step);
+        Traits::PredictIntra4x4(Mode, p, Step, Available, Slice.LumaDepth<Sample>());
+        if (Coeffs.Bits[0] >> i & 1) Traits::AddResidual4x4(pCoeffs + i * 16, p, Step, Slice.LumaDepth<Sample>());
     }
 }
 
+template <class Sample>
 void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs)
 {
+    using Traits = CodecTraits<Sample>;
     const unsigned Around = FindIntraNeighbours(Slice, Mb);
-    int16_t* const pCoeffs = Coeffs.As<int16_t>();
+    auto* const pCoeffs = Coeffs.As<typename Traits::Coeffs>();
     const uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
     const ptrdiff_t Step = Slice.Picture.PitchLuma;
-    uint8_t* const pLuma = LumaOf(Slice.Picture, Mb);
+    Sample* const pLuma = LumaOf<Sample>(Slice.Picture, Mb);
     for (int q = 0; q < 4; ++q) {
         const int x = q & 1, y = q >> 1;
-        uint8_t* const p = pLuma + y * 8 * Step + x * 8;
+        Sample* const p = SampleAt<Sample>(reinterpret_cast<uint8_t*>(pLuma), Step, x * 8, y * 8);
         const int Mode = pModes[y * 8 + x * 2];
         const unsigned Available = BlockNeighbours(Around, x, y, 2);
         Require(kNeeds[Mode], Available);
-        g_Kernels.PredictIntra8x8(Mode, p, Step, p, Step, Available);
-        if (Coeffs.Bits[0] >> (q * 4) & 15) g_Kernels.AddResidual8x8(pCoeffs + q * 64, p, Step);
+        Traits::PredictIntra8x8(Mode, p, Step, Available, Slice.LumaDepth<Sample>());
+        if (Coeffs.Bits[0] >> (q * 4) & 15)
+            Traits::AddResidual8x8(pCoeffs + q * 64, p, Step, Slice.LumaDepth<Sample>());
     }
 }
+
+#define INSTANTIATE(Sample)                                                                                            \
+    template void PredictIntra16x16<Sample>(const SliceView&, const MbState&);                                         \
+    template void PredictIntraChroma<Sample, 1>(const SliceView&, const MbState&);                                     \
+    template void PredictIntraChroma<Sample, 2>(const SliceView&, const MbState&);                                     \
+    template void ReconstructIntra4x4<Sample>(const SliceView&, const MbState&, MbResidual&);                          \
+    template void ReconstructIntra8x8<Sample>(const SliceView&, const MbState&, MbResidual&)
+INSTANTIATE(uint8_t);
+INSTANTIATE(uint16_t);
+#undef INSTANTIATE
 
 } // namespace UMC

@@ -1,5 +1,5 @@
-// Intra prediction of a macroblock, H.264 clause 8.3, for 8-bit samples. A mode that needs a neighbour which is not
-// there throws h264_exception: only damaged data has one.
+// Intra prediction of a macroblock, H.264 clause 8.3, for samples of either type. A mode that needs a neighbour which
+// is not there throws h264_exception: only damaged data has one.
 #pragma once
 
 #include "decoder/slice/slice_cursor.h"
@@ -13,11 +13,15 @@ namespace UMC {
 unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb);
 
 // Predict into the picture; the residual is added by the caller.
+template <class Sample>
 void PredictIntra16x16(const SliceView& Slice, const MbState& Mb);
-void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both 4:2:0 planes
+template <class Sample, int color_format>
+void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both planes of 4:2:0 or 4:2:2
 
 // Predict each block and add its residual before the next is predicted.
+template <class Sample>
 void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
+template <class Sample>
 void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
 
 } // namespace UMC

@@ -1,10 +1,11 @@
 // From the records and coefficients of a macroblock to its samples: prediction (clauses 8.3, 8.4.2) and residual (8.5),
-// for 8-bit samples and formats without chroma or 4:2:0.
+// for samples of either type and formats without chroma, 4:2:0 or 4:2:2; inter prediction for 8 bits and 4:2:0 so far.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
+#include "decoder/macroblock/codec_traits.h"
 #include "decoder/macroblock/inter_prediction.h"
 #include "decoder/macroblock/intra_prediction.h"
-#include "kernels/dispatch/kernels.h"
 
 #include <cstdint>
 #include <cstring>
@@ -12,81 +13,100 @@
 
 namespace UMC {
 
-template <class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field, bool is_high_profile>
+template <class PlaneY, int color_format, bool is_high_profile>
 class MBReconstructor
 {
-    static_assert(std::is_same_v<PlaneY, uint8_t> && std::is_same_v<Coeffs, int16_t> && color_format <= 1);
-
 protected:
     // The macroblock in hand, of a P or B slice. Throws h264_exception for an intra mode whose neighbours are missing.
     static void ReconstructInter(const SliceView& s, const MbState& Mb, MbResidual& Coefficients,
                                  PredictionScratch& Scratch)
     {
+        static_assert(std::is_same_v<PlaneY, uint8_t> && color_format <= 1);
         if (IsIntra(*Mb.pGlobal)) return ReconstructIntra(s, Mb, Coefficients);
         PredictInter<kHasChroma>(s, Mb, Scratch);
-        AddLuma(s.Picture, Mb, Coefficients);
-        if constexpr (kHasChroma) AddChroma(s.Picture, Mb, Coefficients);
+        AddLuma(s, Mb, Coefficients);
+        if constexpr (kHasChroma) AddChroma(s, Mb, Coefficients);
     }
 
     // Of an I slice, or an intra macroblock of another.
     static void ReconstructIntra(const SliceView& s, const MbState& Mb, MbResidual& Coefficients)
     {
         switch (Mb.pGlobal->MbType) {
-        case MBTYPE_PCM: return CopyPcm(s.Picture, Mb, Coefficients);
+        case MBTYPE_PCM: return CopyPcm(s, Mb, Coefficients);
         case MBTYPE_INTRA16x16:
-            PredictIntra16x16(s, Mb);
-            AddLuma(s.Picture, Mb, Coefficients);
+            PredictIntra16x16<PlaneY>(s, Mb);
+            AddLuma(s, Mb, Coefficients);
             break;
         default:
             if (is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
-                ReconstructIntra8x8(s, Mb, Coefficients);
+                ReconstructIntra8x8<PlaneY>(s, Mb, Coefficients);
             else
-                ReconstructIntra4x4(s, Mb, Coefficients);
+                ReconstructIntra4x4<PlaneY>(s, Mb, Coefficients);
         }
         if constexpr (kHasChroma) {
-            PredictIntraChroma(s, Mb);
-            AddChroma(s.Picture, Mb, Coefficients);
+            PredictIntraChroma<PlaneY, color_format>(s, Mb);
+            AddChroma(s, Mb, Coefficients);
         }
     }
 
 private:
-    static constexpr bool kHasChroma = color_format != 0;
+    using Traits = CodecTraits<PlaneY>;
+    using Coeffs = typename Traits::Coeffs;
+    static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
+    static constexpr bool kHasChroma = kChroma.Blocks > 0;
 
-    static uint8_t* LumaOf(const PictureView& Picture, const MbState& Mb)
+    static PlaneY* LumaOf(const PictureView& Picture, const MbState& Mb)
     {
-        return Picture.pPlane[0] + Mb.Y * 16 * Picture.PitchLuma + Mb.X * 16;
+        return reinterpret_cast<PlaneY*>(Picture.pPlane[0] + Mb.Y * 16 * Picture.PitchLuma) + Mb.X * 16;
+    }
+    // Of the lower area of 8x8 samples too, where there is one.
+    static PlaneY* ChromaOf(const PictureView& Picture, const MbState& Mb, int Plane, int Area = 0)
+    {
+        const ptrdiff_t y = Mb.Y * kChroma.MbHeight + Area * 8;
+        return reinterpret_cast<PlaneY*>(Picture.pPlane[Plane] + y * Picture.PitchChroma) + Mb.X * kChroma.MbWidth;
     }
 
-    static void AddLuma(const PictureView& Picture, const MbState& Mb, MbResidual& r)
+    static void AddLuma(const SliceView& s, const MbState& Mb, MbResidual& r)
     {
         if (r.Bits[0] == 0) return;
+        const PictureView& Picture = s.Picture;
         if (is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
-            kernels::g_Kernels.AddResidualLuma8x8(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0]);
+            Traits::AddLuma8x8(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0],
+                               s.LumaDepth<PlaneY>());
         else
-            kernels::g_Kernels.AddResidualLuma4x4(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0]);
+            Traits::AddLuma4x4(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0],
+                               s.LumaDepth<PlaneY>());
     }
 
-    static void AddChroma(const PictureView& Picture, const MbState& Mb, MbResidual& r)
+    static void AddChroma(const SliceView& s, const MbState& Mb, MbResidual& r)
     {
-        const ptrdiff_t Offset = Mb.Y * 8 * Picture.PitchChroma + Mb.X * 8;
         for (int Plane = 1; Plane < 3; ++Plane)
-            if (r.Bits[Plane])
-                kernels::g_Kernels.AddResidualChroma(r.As<Coeffs>() + 256 + (Plane - 1) * 64,
-                                                     Picture.pPlane[Plane] + Offset, Picture.PitchChroma,
-                                                     r.Bits[Plane]);
+            for (int Area = 0; Area < kChroma.Blocks / 4; ++Area)
+                if (const uint32_t Bits = kChroma.Blocks == 4 ? r.Bits[Plane] : r.Bits[Plane] >> (Area * 4) & 15)
+                    Traits::AddChroma(r.As<Coeffs>() + 256 + ((Plane - 1) * kChroma.Blocks + Area * 4) * 16,
+                                      ChromaOf(s.Picture, Mb, Plane, Area), s.Picture.PitchChroma, Bits,
+                                      s.ChromaDepth<PlaneY>());
     }
 
-    static void CopyPcm(const PictureView& Picture, const MbState& Mb, MbResidual& r)
+    // Copies Width x Height samples and returns what follows them.
+    static const PlaneY* CopyRows(const PlaneY* pSamples, int Width, int Height, PlaneY* p, ptrdiff_t Step)
     {
-        const PlaneY* pSamples = r.As<PlaneY>();
-        uint8_t* pDst = LumaOf(Picture, Mb);
-        for (int y = 0; y < 16; ++y, pSamples += 16, pDst += Picture.PitchLuma) std::memcpy(pDst, pSamples, 16);
+        auto* pDst = reinterpret_cast<uint8_t*>(p);
+        for (int y = 0; y < Height; ++y, pSamples += Width, pDst += Step)
+            std::memcpy(pDst, pSamples, static_cast<size_t>(Width) * sizeof(PlaneY));
+        return pSamples;
+    }
+
+    static void CopyPcm(const SliceView& s, const MbState& Mb, MbResidual& r)
+    {
+        const PictureView& Picture = s.Picture;
+        const PlaneY* pSamples = CopyRows(r.As<PlaneY>(), 16, 16, LumaOf(Picture, Mb), Picture.PitchLuma);
         if constexpr (kHasChroma)
-            for (int Plane = 1; Plane < 3; ++Plane) {
-                pDst = Picture.pPlane[Plane] + Mb.Y * 8 * Picture.PitchChroma + Mb.X * 8;
-                for (int y = 0; y < 8; ++y, pSamples += 8, pDst += Picture.PitchChroma) std::memcpy(pDst, pSamples, 8);
-            }
-        std::memset(r.Coefficients, 0, 256 + (kHasChroma ? 128 : 0)); // the next macroblock expects no coefficients
+            for (int Plane = 1; Plane < 3; ++Plane)
+                pSamples = CopyRows(pSamples, kChroma.MbWidth, kChroma.MbHeight, ChromaOf(Picture, Mb, Plane),
+                                    Picture.PitchChroma);
+        // The next macroblock expects no coefficients.
+        std::memset(r.Coefficients, 0, static_cast<size_t>(256 + 32 * kChroma.Blocks) * sizeof(PlaneY));
     }
 };
 

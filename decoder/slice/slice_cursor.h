@@ -34,6 +34,18 @@ struct SliceView {
         int32_t Offset = INT32_MAX, LumaDepth = 0, ChromaDepth = 0; // what it was made for
         uint8_t ByQp[kQpBias + 52];                                 // QP'C by QPY + kQpBias
     } ChromaQp[2];                                                  // of Cb and Cr (clause 8.5.8)
+
+    // Bits of a sample of the given type: 8-bit code need not ask.
+    template <class Sample>
+    int LumaDepth() const
+    {
+        return sizeof(Sample) == 1 ? 8 : BitDepthLuma;
+    }
+    template <class Sample>
+    int ChromaDepth() const
+    {
+        return sizeof(Sample) == 1 ? 8 : BitDepthChroma;
+    }
 };
 
 // How far entropy decoding has come. A copy of it goes on from the same bit.

@@ -44,4 +44,17 @@ using PredictIntra8x8Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t Arou
                                 ptrdiff_t DstStep, unsigned Available);
 PredictIntra8x8Sig PredictIntra8x8_px, PredictIntra8x8_w7, PredictIntra8x8_v8;
 
+// ---- In place, plain C++ alone -----------------------------------------------------------------------------
+//
+// p is the block in the picture, with its neighbours around it. Modes are those of the standard's tables.
+
+// An 8x16 chroma block of 4:2:2 (8.3.4).
+void PredictChroma422_px(int Mode, uint8_t* p, ptrdiff_t Step, unsigned Available);
+
+// All of the above for samples of 2 bytes that hold Depth bits, 8..14. Step counts bytes. Chroma is Height rows of 8.
+void Predict16x16Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
+void PredictChromaDeep_px(int Mode, int Height, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
+void PredictIntra4x4Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
+void PredictIntra8x8Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
+
 } // namespace kernels

@@ -1,152 +1,165 @@
 #include "kernels/intra/intra.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace kernels {
 namespace {
 
-uint8_t Clip1(int Value) { return static_cast<uint8_t>(std::clamp(Value, 0, 255)); }
-uint8_t Mean2(int a, int b) { return static_cast<uint8_t>((a + b + 1) >> 1); }
-uint8_t Mean3(int a, int b, int c) { return static_cast<uint8_t>((a + 2 * b + c + 2) >> 2); }
+// Everything below is for samples of either width. Steps count samples; Depth is that of a sample in bits.
+template <class Sample>
+struct Target {
+    Sample* p;
+    ptrdiff_t Step;
+    int Depth;
+    Sample& At(int x, int y) const { return p[y * Step + x]; }
+};
 
-void Fill(uint8_t* pDst, ptrdiff_t DstStep, int Width, int Height, int Value)
+int Mean2(int a, int b) { return (a + b + 1) >> 1; }
+int Mean3(int a, int b, int c) { return (a + 2 * b + c + 2) >> 2; }
+
+template <class Sample>
+void Fill(Target<Sample> Dst, int X, int Y, int Width, int Height, int Value)
 {
-    for (int y = 0; y < Height; ++y, pDst += DstStep) std::memset(pDst, Value, static_cast<size_t>(Width));
+    for (int y = Y; y < Y + Height; ++y) std::fill_n(&Dst.At(X, y), Width, static_cast<Sample>(Value));
 }
 
-int SumAbove(const uint8_t* pAround, ptrdiff_t Step, int Count)
+template <class Sample>
+int SumAbove(const Sample* pAround, ptrdiff_t Step, int Count)
 {
     int Sum = 0;
     for (int x = 0; x < Count; ++x) Sum += pAround[x - Step];
     return Sum;
 }
 
-int SumLeft(const uint8_t* pAround, ptrdiff_t Step, int Count)
+template <class Sample>
+int SumLeft(const Sample* pAround, ptrdiff_t Step, int Count)
 {
     int Sum = 0;
     for (int y = 0; y < Count; ++y) Sum += pAround[y * Step - 1];
     return Sum;
 }
 
-template <int Size>
-void PredictVertical(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample>
+void PredictVertical(const Sample* pAround, ptrdiff_t AroundStep, Target<Sample> Dst, int Width, int Height)
 {
-    for (int y = 0; y < Size; ++y, pDst += DstStep) std::memcpy(pDst, pAround - AroundStep, Size);
+    for (int y = 0; y < Height; ++y) std::copy_n(pAround - AroundStep, Width, &Dst.At(0, y));
 }
 
-template <int Size>
-void PredictHorizontal(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample>
+void PredictHorizontal(const Sample* pAround, ptrdiff_t AroundStep, Target<Sample> Dst, int Width, int Height)
 {
-    for (int y = 0; y < Size; ++y, pAround += AroundStep, pDst += DstStep) std::memset(pDst, pAround[-1], Size);
+    for (int y = 0; y < Height; ++y) Fill(Dst, 0, y, Width, 1, pAround[y * AroundStep - 1]);
 }
 
-// 8.3.3.4 with Size 16, 8.3.4.4 for 4:2:0 with Size 8: the slopes differ in their scale only.
-template <int Size>
-void PredictPlane(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep)
+// 8.3.3.4 and 8.3.4.4: the slopes differ in their scale only, which goes by the side of 8 or 16 samples.
+template <class Sample>
+void PredictPlane(const Sample* pAround, ptrdiff_t AroundStep, Target<Sample> Dst, int Width, int Height)
 {
-    constexpr int Half = Size / 2, Scale = Size == 16 ? 5 : 34;
-    const uint8_t* const pAbove = pAround - AroundStep;
-    int H = 0, V = 0;
-    for (int i = 1; i <= Half; ++i) {
-        H += i * (pAbove[Half - 1 + i] - pAbove[Half - 1 - i]);
-        V += i * (pAround[(Half - 1 + i) * AroundStep - 1] - pAround[(Half - 1 - i) * AroundStep - 1]);
-    }
-    const int b = (Scale * H + 32) >> 6, c = (Scale * V + 32) >> 6;
-    const int a = 16 * (pAround[(Size - 1) * AroundStep - 1] + pAbove[Size - 1]);
-    for (int y = 0; y < Size; ++y, pDst += DstStep)
-        for (int x = 0; x < Size; ++x) pDst[x] = Clip1((a + b * (x - Half + 1) + c * (y - Half + 1) + 16) >> 5);
+    const Sample* const pAbove = pAround - AroundStep;
+    const auto Slope = [](int Side, auto&& At) {
+        const int Half = Side / 2;
+        int Sum = 0;
+        for (int i = 1; i <= Half; ++i) Sum += i * (At(Half - 1 + i) - At(Half - 1 - i));
+        return ((Side == 16 ? 5 : 34) * Sum + 32) >> 6;
+    };
+    const int b = Slope(Width, [&](int x) { return int{pAbove[x]}; });
+    const int c = Slope(Height, [&](int y) { return int{pAround[y * AroundStep - 1]}; });
+    const int a = 16 * (pAround[(Height - 1) * AroundStep - 1] + pAbove[Width - 1]), Max = (1 << Dst.Depth) - 1;
+    for (int y = 0; y < Height; ++y)
+        for (int x = 0; x < Width; ++x)
+            Dst.At(x, y) = static_cast<Sample>(
+                std::clamp((a + b * (x - Width / 2 + 1) + c * (y - Height / 2 + 1) + 16) >> 5, 0, Max));
 }
 
 // ---- Directional modes -------------------------------------------------------------------------------------
 
 // The neighbours of a Size x Size block on one line: left ones from the lowest up, above-left, above from the left on.
 // Of a side that is not there the values are 0 and are not used.
-template <int Size>
+template <class Sample, int Size>
 struct Neighbours {
-    uint8_t Line[3 * Size + 1] = {};
-    uint8_t* Above() { return Line + Size + 1; } // [-1] is the one above-left
-    const uint8_t* Above() const { return Line + Size + 1; }
-    const uint8_t* Corner() const { return Line + Size; }
+    Sample Line[3 * Size + 1] = {};
+    Sample* Above() { return Line + Size + 1; } // [-1] is the one above-left
+    const Sample* Above() const { return Line + Size + 1; }
+    const Sample* Corner() const { return Line + Size; }
     int Left(int y) const { return Line[Size - 1 - y]; } // -1 is the one above-left
 };
 
 // 8.3.1.2.1 to 8.3.1.2.9 and 8.3.2.2.2 to 8.3.2.2.10: the same formulas over 4 and 8 samples.
-template <int Size>
-void PredictDiagonalDownLeft(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample, int Size>
+void PredictDiagonalDownLeft(const Neighbours<Sample, Size>& n, Target<Sample> Dst)
 {
-    const uint8_t* const p = n.Above();
+    const Sample* const p = n.Above();
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
             const int i = x + y;
-            pDst[y * DstStep + x] = Mean3(p[i], p[i + 1], p[std::min(i + 2, 2 * Size - 1)]);
+            Dst.At(x, y) = static_cast<Sample>(Mean3(p[i], p[i + 1], p[std::min(i + 2, 2 * Size - 1)]));
         }
 }
 
-template <int Size>
-void PredictDiagonalDownRight(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample, int Size>
+void PredictDiagonalDownRight(const Neighbours<Sample, Size>& n, Target<Sample> Dst)
 {
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
-            const uint8_t* const p = n.Corner() + x - y;
-            pDst[y * DstStep + x] = Mean3(p[-1], p[0], p[1]);
+            const Sample* const p = n.Corner() + x - y;
+            Dst.At(x, y) = static_cast<Sample>(Mean3(p[-1], p[0], p[1]));
         }
 }
 
-template <int Size>
-void PredictVerticalRight(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample, int Size>
+void PredictVerticalRight(const Neighbours<Sample, Size>& n, Target<Sample> Dst)
 {
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
             const int z = 2 * x - y;
-            const uint8_t* const p = n.Corner() + x - (y >> 1);
-            uint8_t& Out = pDst[y * DstStep + x];
+            const Sample* const p = n.Corner() + x - (y >> 1);
+            Sample& Out = Dst.At(x, y);
             if (z < -1)
-                Out = Mean3(n.Left(y - 2 * x - 1), n.Left(y - 2 * x - 2), n.Left(y - 2 * x - 3));
+                Out = static_cast<Sample>(Mean3(n.Left(y - 2 * x - 1), n.Left(y - 2 * x - 2), n.Left(y - 2 * x - 3)));
             else
-                Out = z & 1 ? Mean3(p[-1], p[0], p[1]) : Mean2(p[0], p[1]);
+                Out = static_cast<Sample>(z & 1 ? Mean3(p[-1], p[0], p[1]) : Mean2(p[0], p[1]));
         }
 }
 
-template <int Size>
-void PredictHorizontalDown(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample, int Size>
+void PredictHorizontalDown(const Neighbours<Sample, Size>& n, Target<Sample> Dst)
 {
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
             const int z = 2 * y - x;
-            const uint8_t* const p = n.Corner() - y + (x >> 1);
-            const uint8_t* const pAbove = n.Above() + x - 2 * y;
-            uint8_t& Out = pDst[y * DstStep + x];
+            const Sample* const p = n.Corner() - y + (x >> 1);
+            const Sample* const pAbove = n.Above() + x - 2 * y;
+            Sample& Out = Dst.At(x, y);
             if (z < -1)
-                Out = Mean3(pAbove[-1], pAbove[-2], pAbove[-3]);
+                Out = static_cast<Sample>(Mean3(pAbove[-1], pAbove[-2], pAbove[-3]));
             else
-                Out = z & 1 ? Mean3(p[-1], p[0], p[1]) : Mean2(p[-1], p[0]);
+                Out = static_cast<Sample>(z & 1 ? Mean3(p[-1], p[0], p[1]) : Mean2(p[-1], p[0]));
         }
 }
 
-template <int Size>
-void PredictVerticalLeft(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample, int Size>
+void PredictVerticalLeft(const Neighbours<Sample, Size>& n, Target<Sample> Dst)
 {
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
-            const uint8_t* const p = n.Above() + x + (y >> 1);
-            pDst[y * DstStep + x] = y & 1 ? Mean3(p[0], p[1], p[2]) : Mean2(p[0], p[1]);
+            const Sample* const p = n.Above() + x + (y >> 1);
+            Dst.At(x, y) = static_cast<Sample>(y & 1 ? Mean3(p[0], p[1], p[2]) : Mean2(p[0], p[1]));
         }
 }
 
-template <int Size>
-void PredictHorizontalUp(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep)
+template <class Sample, int Size>
+void PredictHorizontalUp(const Neighbours<Sample, Size>& n, Target<Sample> Dst)
 {
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
             const int i = y + (x >> 1), Last = Size - 1; // past the last neighbour its value goes on
             const int a = n.Left(std::min(i, Last)), b = n.Left(std::min(i + 1, Last));
-            pDst[y * DstStep + x] = x & 1 ? Mean3(a, b, n.Left(std::min(i + 2, Last))) : Mean2(a, b);
+            Dst.At(x, y) = static_cast<Sample>(x & 1 ? Mean3(a, b, n.Left(std::min(i + 2, Last))) : Mean2(a, b));
         }
 }
 
-template <int Size>
-void PredictDc(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep, unsigned Available)
+template <class Sample, int Size>
+void PredictDc(const Neighbours<Sample, Size>& n, Target<Sample> Dst, unsigned Available)
 {
     int Sum = 0, Count = 0;
     if (Available & kTop) {
@@ -157,136 +170,202 @@ void PredictDc(const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep, unsi
         for (int y = 0; y < Size; ++y) Sum += n.Left(y);
         Count += Size;
     }
-    Fill(pDst, DstStep, Size, Size, Count ? (Sum + Count / 2) / Count : 128);
+    Fill(Dst, 0, 0, Size, Size, Count ? (Sum + Count / 2) / Count : 1 << (Dst.Depth - 1));
 }
 
-template <int Size>
-void PredictDirection(int Mode, const Neighbours<Size>& n, uint8_t* pDst, ptrdiff_t DstStep, unsigned Available)
+template <class Sample, int Size>
+void PredictDirection(int Mode, const Neighbours<Sample, Size>& n, Target<Sample> Dst, unsigned Available)
 {
     switch (Mode) {
     case 0:
-        for (int y = 0; y < Size; ++y) std::memcpy(pDst + y * DstStep, n.Above(), Size);
+        for (int y = 0; y < Size; ++y) std::copy_n(n.Above(), Size, &Dst.At(0, y));
         break;
     case 1:
-        for (int y = 0; y < Size; ++y) std::memset(pDst + y * DstStep, n.Left(y), Size);
+        for (int y = 0; y < Size; ++y) Fill(Dst, 0, y, Size, 1, n.Left(y));
         break;
-    case 2: PredictDc(n, pDst, DstStep, Available); break;
-    case 3: PredictDiagonalDownLeft(n, pDst, DstStep); break;
-    case 4: PredictDiagonalDownRight(n, pDst, DstStep); break;
-    case 5: PredictVerticalRight(n, pDst, DstStep); break;
-    case 6: PredictHorizontalDown(n, pDst, DstStep); break;
-    case 7: PredictVerticalLeft(n, pDst, DstStep); break;
-    default: PredictHorizontalUp(n, pDst, DstStep); break;
+    case 2: PredictDc(n, Dst, Available); break;
+    case 3: PredictDiagonalDownLeft(n, Dst); break;
+    case 4: PredictDiagonalDownRight(n, Dst); break;
+    case 5: PredictVerticalRight(n, Dst); break;
+    case 6: PredictHorizontalDown(n, Dst); break;
+    case 7: PredictVerticalLeft(n, Dst); break;
+    default: PredictHorizontalUp(n, Dst); break;
     }
 }
 
 // The neighbours as they stand in the picture; those above-right are pTopRight's or repeat the last above.
-template <int Size>
-Neighbours<Size> Gather(const uint8_t* pAround, ptrdiff_t Step, const uint8_t* pTopRight, unsigned Available)
+template <class Sample, int Size>
+Neighbours<Sample, Size> Gather(const Sample* pAround, ptrdiff_t Step, const Sample* pTopRight, unsigned Available)
 {
-    Neighbours<Size> n;
+    Neighbours<Sample, Size> n;
     if (Available & kLeft)
         for (int y = 0; y < Size; ++y) n.Line[Size - 1 - y] = pAround[y * Step - 1];
     if (Available & kTopLeft) n.Line[Size] = pAround[-Step - 1];
     if (Available & kTop) {
-        std::memcpy(n.Above(), pAround - Step, Size);
+        std::copy_n(pAround - Step, Size, n.Above());
         if (Available & kTopRight)
-            std::memcpy(n.Above() + Size, pTopRight, Size);
+            std::copy_n(pTopRight, Size, n.Above() + Size);
         else
-            std::memset(n.Above() + Size, n.Above()[Size - 1], Size);
+            std::fill_n(n.Above() + Size, Size, n.Above()[Size - 1]);
     }
     return n;
 }
 
 // 8.3.2.2.1. Each run of neighbours is smoothed by 1 2 1; its ends repeat their own value where the next one is not
 // there.
-Neighbours<8> Smooth(const Neighbours<8>& In, unsigned Available)
+template <class Sample>
+Neighbours<Sample, 8> Smooth(const Neighbours<Sample, 8>& In, unsigned Available)
 {
-    Neighbours<8> Out;
+    Neighbours<Sample, 8> Out;
     const bool Left = Available & kLeft, Top = Available & kTop, Corner = Available & kTopLeft;
-    const uint8_t* const p = In.Line;
+    const Sample* const p = In.Line;
     const int First = Left ? 0 : Corner ? 8 : 9;
     const int Last = Top ? 24 : Corner ? 8 : 7;
     for (int i = First; i <= Last; ++i) {
         const bool Before = i > First && (i != 9 || Corner), After = i < Last && (i != 7 || Corner);
-        Out.Line[i] = Mean3(Before ? p[i - 1] : p[i], p[i], After ? p[i + 1] : p[i]);
+        Out.Line[i] = static_cast<Sample>(Mean3(Before ? p[i - 1] : p[i], p[i], After ? p[i + 1] : p[i]));
     }
     return Out;
 }
 
-// Mean of one 4x4 quarter of a chroma block (8.3.4.1 to 8.3.4.3): the corner quarters of the diagonal use both sides,
+// Mean of one 4x4 block of a chroma macroblock (8.3.4.1 to 8.3.4.3): the blocks that touch both sides or none use both,
 // the others prefer the side that touches them.
-int ChromaDc(const uint8_t* pAround, ptrdiff_t Step, int x, int y, unsigned Available)
+template <class Sample>
+int ChromaDc(const Sample* pAround, ptrdiff_t Step, int x, int y, unsigned Available, int Depth)
 {
     const bool Top = Available & kTop, Left = Available & kLeft;
     const int Above = Top ? SumAbove(pAround + x, Step, 4) : 0;
     const int Beside = Left ? SumLeft(pAround + y * Step, Step, 4) : 0;
-    if (x == y && Top && Left) return (Above + Beside + 4) >> 3;
-    if (Top && (x > y || !Left)) return (Above + 2) >> 2;
-    return Left ? (Beside + 2) >> 2 : 128;
+    if ((x > 0) == (y > 0) && Top && Left) return (Above + Beside + 4) >> 3;
+    if (Top && ((x > 0 && y == 0) || !Left)) return (Above + 2) >> 2;
+    return Left ? (Beside + 2) >> 2 : 1 << (Depth - 1);
 }
+
+template <class Sample>
+void PredictChromaDc(const Sample* pAround, ptrdiff_t Step, Target<Sample> Dst, int Height, unsigned Available)
+{
+    int Dc[8]; // all first: the prediction may go to where the neighbours are
+    for (int i = 0; i < Height / 2; ++i)
+        Dc[i] = ChromaDc(pAround, Step, (i & 1) * 4, (i >> 1) * 4, Available, Dst.Depth);
+    for (int i = 0; i < Height / 2; ++i) Fill(Dst, (i & 1) * 4, (i >> 1) * 4, 4, 4, Dc[i]);
+}
+
+template <class Sample>
+void Predict16x16Dc(const Sample* pAround, ptrdiff_t Step, Target<Sample> Dst, unsigned Available)
+{
+    int Sum = 0, Count = 0;
+    if (Available & kTop) Sum += SumAbove(pAround, Step, 16), Count += 16;
+    if (Available & kLeft) Sum += SumLeft(pAround, Step, 16), Count += 16;
+    Fill(Dst, 0, 0, 16, 16, Count ? (Sum + Count / 2) / Count : 1 << (Dst.Depth - 1));
+}
+
+template <class Sample>
+void PredictChromaMode(int Mode, int Height, const Sample* pAround, ptrdiff_t Step, Target<Sample> Dst,
+                       unsigned Available)
+{
+    switch (Mode) {
+    case 0: return PredictChromaDc(pAround, Step, Dst, Height, Available);
+    case 1: return PredictHorizontal(pAround, Step, Dst, 8, Height);
+    case 2: return PredictVertical(pAround, Step, Dst, 8, Height);
+    default: return PredictPlane(pAround, Step, Dst, 8, Height);
+    }
+}
+
+// Steps of the functions below come in bytes.
+Target<uint8_t> Narrow(uint8_t* p, ptrdiff_t Step) { return {p, Step, 8}; }
+Target<uint16_t> Deep(uint16_t* p, ptrdiff_t Step, int Depth) { return {p, Step / 2, Depth}; }
 
 } // namespace
 
 void Predict16x16Vertical_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
 {
-    PredictVertical<16>(pAround, AroundStep, pDst, DstStep);
+    PredictVertical(pAround, AroundStep, Narrow(pDst, DstStep), 16, 16);
 }
 
 void Predict16x16Horizontal_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
 {
-    PredictHorizontal<16>(pAround, AroundStep, pDst, DstStep);
+    PredictHorizontal(pAround, AroundStep, Narrow(pDst, DstStep), 16, 16);
 }
 
 void Predict16x16Dc_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                        unsigned Available)
 {
-    int Sum = 0, Count = 0;
-    if (Available & kTop) Sum += SumAbove(pAround, AroundStep, 16), Count += 16;
-    if (Available & kLeft) Sum += SumLeft(pAround, AroundStep, 16), Count += 16;
-    Fill(pDst, DstStep, 16, 16, Count ? (Sum + Count / 2) / Count : 128);
+    Predict16x16Dc(pAround, AroundStep, Narrow(pDst, DstStep), Available);
 }
 
 void Predict16x16Plane_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
 {
-    PredictPlane<16>(pAround, AroundStep, pDst, DstStep);
+    PredictPlane(pAround, AroundStep, Narrow(pDst, DstStep), 16, 16);
 }
 
 void PredictChromaDc_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                         unsigned Available)
 {
-    int Dc[4];
-    for (int i = 0; i < 4; ++i) Dc[i] = ChromaDc(pAround, AroundStep, (i & 1) * 4, (i >> 1) * 4, Available);
-    for (int i = 0; i < 4; ++i) Fill(pDst + (i >> 1) * 4 * DstStep + (i & 1) * 4, DstStep, 4, 4, Dc[i]);
+    PredictChromaDc(pAround, AroundStep, Narrow(pDst, DstStep), 8, Available);
 }
 
 void PredictChromaHorizontal_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                                 unsigned)
 {
-    PredictHorizontal<8>(pAround, AroundStep, pDst, DstStep);
+    PredictHorizontal(pAround, AroundStep, Narrow(pDst, DstStep), 8, 8);
 }
 
 void PredictChromaVertical_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
 {
-    PredictVertical<8>(pAround, AroundStep, pDst, DstStep);
+    PredictVertical(pAround, AroundStep, Narrow(pDst, DstStep), 8, 8);
 }
 
 void PredictChromaPlane_px(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
 {
-    PredictPlane<8>(pAround, AroundStep, pDst, DstStep);
+    PredictPlane(pAround, AroundStep, Narrow(pDst, DstStep), 8, 8);
 }
 
 void PredictIntra4x4_px(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, const uint8_t* pTopRight, uint8_t* pDst,
                         ptrdiff_t DstStep, unsigned Available)
 {
-    PredictDirection(Mode, Gather<4>(pAround, AroundStep, pTopRight, Available), pDst, DstStep, Available);
+    PredictDirection(Mode, Gather<uint8_t, 4>(pAround, AroundStep, pTopRight, Available), Narrow(pDst, DstStep),
+                     Available);
 }
 
 void PredictIntra8x8_px(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                         unsigned Available)
 {
-    const auto n = Gather<8>(pAround, AroundStep, pAround - AroundStep + 8, Available);
-    PredictDirection(Mode, Smooth(n, Available), pDst, DstStep, Available);
+    const auto n = Gather<uint8_t, 8>(pAround, AroundStep, pAround - AroundStep + 8, Available);
+    PredictDirection(Mode, Smooth(n, Available), Narrow(pDst, DstStep), Available);
+}
+
+void PredictChroma422_px(int Mode, uint8_t* p, ptrdiff_t Step, unsigned Available)
+{
+    PredictChromaMode(Mode, 16, p, Step, Narrow(p, Step), Available);
+}
+
+void Predict16x16Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+{
+    const Target<uint16_t> Dst = Deep(p, Step, Depth);
+    switch (Mode) {
+    case 0: return PredictVertical(p, Dst.Step, Dst, 16, 16);
+    case 1: return PredictHorizontal(p, Dst.Step, Dst, 16, 16);
+    case 2: return Predict16x16Dc(p, Dst.Step, Dst, Available);
+    default: return PredictPlane(p, Dst.Step, Dst, 16, 16);
+    }
+}
+
+void PredictChromaDeep_px(int Mode, int Height, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+{
+    PredictChromaMode(Mode, Height, p, Step / 2, Deep(p, Step, Depth), Available);
+}
+
+void PredictIntra4x4Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+{
+    const Target<uint16_t> Dst = Deep(p, Step, Depth);
+    PredictDirection(Mode, Gather<uint16_t, 4>(p, Dst.Step, p - Dst.Step + 4, Available), Dst, Available);
+}
+
+void PredictIntra8x8Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+{
+    const Target<uint16_t> Dst = Deep(p, Step, Depth);
+    const auto n = Gather<uint16_t, 8>(p, Dst.Step, p - Dst.Step + 8, Available);
+    PredictDirection(Mode, Smooth(n, Available), Dst, Available);
 }
 
 } // namespace kernels

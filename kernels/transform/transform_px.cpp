@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <type_traits>
 
 namespace kernels {
 namespace {
@@ -13,26 +14,34 @@ int16_t Wrap(int Value) { return static_cast<int16_t>(Value); }
 int BlockX(int Block) { return (Block & 1) * 4 + (Block & 4) * 2; }
 int BlockY(int Block) { return (Block & 2) * 2 + (Block & 8); }
 
+// What holds the sums of a few values.
+template <class Value>
+using Wide = std::conditional_t<sizeof(Value) == 2, int, int64_t>;
+
 // Both passes of an inverse transform over a Size x Size block: rows first, then columns, as the halved terms round
 // differently the other way round. Adds the rounded result to pDst and clears the block.
-template <int Size, class Pass>
-void AddInverse(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, Pass Transform)
+// Step counts samples.
+template <int Size, class Value, class Sample, class Pass>
+void AddInverse(Value* pCoeffs, Sample* pDst, ptrdiff_t Step, int Depth, Pass Transform)
 {
     for (int y = 0; y < Size; ++y) Transform(pCoeffs + y * Size, 1);
     for (int x = 0; x < Size; ++x) Transform(pCoeffs + x, Size);
     for (int y = 0; y < Size; ++y, pDst += Step)
         for (int x = 0; x < Size; ++x) {
-            int16_t& Coefficient = pCoeffs[y * Size + x];
-            pDst[x] = Clip1(pDst[x] + (Wrap(Coefficient + 32) >> 6));
+            Value& Coefficient = pCoeffs[y * Size + x];
+            const int Sum = pDst[x] + (static_cast<Value>(Wide<Value>{Coefficient} + 32) >> 6);
+            pDst[x] = static_cast<Sample>(std::clamp(Sum, 0, (1 << Depth) - 1));
             Coefficient = 0;
         }
 }
 
 // 8.5.12.2
-void Inverse4(int16_t* p, int Step)
+template <class Value>
+void Inverse4(Value* p, int Step)
 {
-    const int16_t a = p[0], b = p[Step], c = p[2 * Step], d = p[3 * Step];
-    const int16_t e0 = Wrap(a + c), e1 = Wrap(a - c), e2 = Wrap((b >> 1) - d), e3 = Wrap(b + (d >> 1));
+    const auto Wrap = [](Wide<Value> v) { return static_cast<Value>(v); };
+    const Wide<Value> a = p[0], b = p[Step], c = p[2 * Step], d = p[3 * Step];
+    const Wide<Value> e0 = Wrap(a + c), e1 = Wrap(a - c), e2 = Wrap((b >> 1) - d), e3 = Wrap(b + (d >> 1));
     p[0] = Wrap(e0 + e3);
     p[Step] = Wrap(e1 + e2);
     p[2 * Step] = Wrap(e1 - e2);
@@ -40,16 +49,18 @@ void Inverse4(int16_t* p, int Step)
 }
 
 // 8.5.13.2
-void Inverse8(int16_t* p, int Step)
+template <class Value>
+void Inverse8(Value* p, int Step)
 {
-    int16_t d[8];
+    const auto Wrap = [](Wide<Value> v) { return static_cast<Value>(v); };
+    Wide<Value> d[8];
     for (int i = 0; i < 8; ++i) d[i] = p[i * Step];
-    const int16_t e0 = Wrap(d[0] + d[4]), e1 = Wrap(-d[3] + d[5] - d[7] - (d[7] >> 1));
-    const int16_t e2 = Wrap(d[0] - d[4]), e3 = Wrap(d[1] + d[7] - d[3] - (d[3] >> 1));
-    const int16_t e4 = Wrap((d[2] >> 1) - d[6]), e5 = Wrap(-d[1] + d[7] + d[5] + (d[5] >> 1));
-    const int16_t e6 = Wrap(d[2] + (d[6] >> 1)), e7 = Wrap(d[3] + d[5] + d[1] + (d[1] >> 1));
-    const int16_t f0 = Wrap(e0 + e6), f1 = Wrap(e1 + (e7 >> 2)), f2 = Wrap(e2 + e4), f3 = Wrap(e3 + (e5 >> 2));
-    const int16_t f4 = Wrap(e2 - e4), f5 = Wrap((e3 >> 2) - e5), f6 = Wrap(e0 - e6), f7 = Wrap(e7 - (e1 >> 2));
+    const Wide<Value> e0 = Wrap(d[0] + d[4]), e1 = Wrap(-d[3] + d[5] - d[7] - (d[7] >> 1));
+    const Wide<Value> e2 = Wrap(d[0] - d[4]), e3 = Wrap(d[1] + d[7] - d[3] - (d[3] >> 1));
+    const Wide<Value> e4 = Wrap((d[2] >> 1) - d[6]), e5 = Wrap(-d[1] + d[7] + d[5] + (d[5] >> 1));
+    const Wide<Value> e6 = Wrap(d[2] + (d[6] >> 1)), e7 = Wrap(d[3] + d[5] + d[1] + (d[1] >> 1));
+    const Wide<Value> f0 = Wrap(e0 + e6), f1 = Wrap(e1 + (e7 >> 2)), f2 = Wrap(e2 + e4), f3 = Wrap(e3 + (e5 >> 2));
+    const Wide<Value> f4 = Wrap(e2 - e4), f5 = Wrap((e3 >> 2) - e5), f6 = Wrap(e0 - e6), f7 = Wrap(e7 - (e1 >> 2));
     p[0] = Wrap(f0 + f7);
     p[Step] = Wrap(f2 + f5);
     p[2 * Step] = Wrap(f4 + f3);
@@ -156,11 +167,11 @@ bool QuantBlock(int16_t* pCoeffs, const QuantParams& Quant)
 
 void AddResidual4x4_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
 {
-    AddInverse<4>(pCoeffs, pDst, Step, Inverse4);
+    AddInverse<4>(pCoeffs, pDst, Step, 8, Inverse4<int16_t>);
 }
 void AddResidual8x8_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
 {
-    AddInverse<8>(pCoeffs, pDst, Step, Inverse8);
+    AddInverse<8>(pCoeffs, pDst, Step, 8, Inverse8<int16_t>);
 }
 void AddResidual4x4Dc_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddDc(pCoeffs, pDst, Step, 4); }
 void AddResidual8x8Dc_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddDc(pCoeffs, pDst, Step, 8); }
@@ -181,6 +192,16 @@ void AddResidualChroma_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint3
 {
     for (int i = 0; i < 4; ++i)
         if (Bits >> i & 1) AddResidual4x4_px(pCoeffs + 16 * i, pDst + BlockY(i) * Step + BlockX(i), Step);
+}
+
+void AddResidual4x4Deep_px(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth)
+{
+    AddInverse<4>(pCoeffs, pDst, Step / 2, Depth, Inverse4<int32_t>);
+}
+
+void AddResidual8x8Deep_px(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth)
+{
+    AddInverse<8>(pCoeffs, pDst, Step / 2, Depth, Inverse8<int32_t>);
 }
 
 void InverseLumaDc_px(const int16_t* pLevels, int LevelScale, int QpPer, int16_t* pCoeffs)

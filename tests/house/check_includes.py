@@ -23,6 +23,10 @@ ALLOWED = {
     "front": ("NVIDIA", "intel", "AMF", "encoder", "decoder", "process", "media", "kernels", "Common", "platform",
               "include/quilvex"),
 }
+# Folders that have floors of their own, bottom first: a floor includes itself and those below it.
+FLOORS = {
+    "decoder": ("stream", "picture", "slice", "entropy", "macroblock", "jobs", "session"),
+}
 # The codecs know the converter of process/ and nothing else there.
 CONVERTER = {"process/video_processing.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]')
@@ -34,6 +38,18 @@ def folder_of(path):
     return next((name for name in ALLOWED if path.startswith(name + "/")), None)
 
 
+def floor_of(path):
+    """The floor's place in its folder, or None for a path that is on no floor."""
+    parts = path.split("/")
+    floors = FLOORS.get(parts[0], ())
+    return floors.index(parts[1]) if len(parts) > 2 and parts[1] in floors else None
+
+
+def points_up(source, target):
+    above, below = floor_of(target), floor_of(source)
+    return above is not None and below is not None and above > below
+
+
 def violations(root):
     for name, allowed in ALLOWED.items():
         for source in sorted((root / name).rglob("*")):
@@ -42,6 +58,9 @@ def violations(root):
             for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
                 found = INCLUDE.match(line)
                 target = folder_of(found.group(1)) if found else None
+                path = source.relative_to(root).as_posix()
+                if target == name and points_up(path, found.group(1)):
+                    yield f"{path}:{number}: a floor above: {found.group(1)}"
                 if not target or target == name:
                     continue
                 if name in ("encoder", "decoder") and target == "process" and found.group(1) not in CONVERTER:

@@ -1,0 +1,126 @@
+// What decides about a macroblock's samples: their type, that of coefficients, and the kernels for both. One argument
+// of the templates that turn records into samples.
+#pragma once
+
+#include "kernels/dispatch/kernels.h"
+#include "kernels/intra/intra.h"
+#include "kernels/transform/transform.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace UMC {
+
+// By sample type. Steps count bytes; Depth is the bits that a sample holds. Functions work in the picture, p being the
+// block's first sample.
+template <class SampleType>
+struct CodecTraits;
+
+// 8 bits: the bound kernels.
+template <>
+struct CodecTraits<uint8_t> {
+    using Sample = uint8_t;
+    using Coeffs = int16_t;
+
+    static void Predict16x16(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int)
+    {
+        switch (Mode) {
+        case 0: return kernels::g_Kernels.Predict16x16Vertical(p, Step, p, Step, Available);
+        case 1: return kernels::g_Kernels.Predict16x16Horizontal(p, Step, p, Step, Available);
+        case 2: return kernels::g_Kernels.Predict16x16Dc(p, Step, p, Step, Available);
+        default: return kernels::g_Kernels.Predict16x16Plane(p, Step, p, Step, Available);
+        }
+    }
+    template <int kHeight>
+    static void PredictChroma(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int)
+    {
+        if constexpr (kHeight == 16) return kernels::PredictChroma422_px(Mode, p, Step, Available);
+        switch (Mode) {
+        case 0: return kernels::g_Kernels.PredictChromaDc(p, Step, p, Step, Available);
+        case 1: return kernels::g_Kernels.PredictChromaHorizontal(p, Step, p, Step, Available);
+        case 2: return kernels::g_Kernels.PredictChromaVertical(p, Step, p, Step, Available);
+        default: return kernels::g_Kernels.PredictChromaPlane(p, Step, p, Step, Available);
+        }
+    }
+    static void PredictIntra4x4(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int)
+    {
+        kernels::g_Kernels.PredictIntra4x4(Mode, p, Step, p - Step + 4, p, Step, Available);
+    }
+    static void PredictIntra8x8(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int)
+    {
+        kernels::g_Kernels.PredictIntra8x8(Mode, p, Step, p, Step, Available);
+    }
+    static void AddResidual4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int)
+    {
+        kernels::g_Kernels.AddResidual4x4(pCoeffs, p, Step);
+    }
+    static void AddResidual8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int)
+    {
+        kernels::g_Kernels.AddResidual8x8(pCoeffs, p, Step);
+    }
+    // Of a whole macroblock, where Bits has blocks in luma4x4BlkIdx order.
+    static void AddLuma4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int)
+    {
+        kernels::g_Kernels.AddResidualLuma4x4(pCoeffs, p, Step, Bits);
+    }
+    static void AddLuma8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int)
+    {
+        kernels::g_Kernels.AddResidualLuma8x8(pCoeffs, p, Step, Bits);
+    }
+    // One 8x8 area of a chroma plane, four blocks in raster order.
+    static void AddChroma(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int)
+    {
+        kernels::g_Kernels.AddResidualChroma(pCoeffs, p, Step, Bits);
+    }
+};
+
+// Up to 14 bits: plain C++.
+template <>
+struct CodecTraits<uint16_t> {
+    using Sample = uint16_t;
+    using Coeffs = int32_t;
+
+    static void Predict16x16(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
+    {
+        kernels::Predict16x16Deep_px(Mode, p, Step, Available, Depth);
+    }
+    template <int kHeight>
+    static void PredictChroma(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
+    {
+        kernels::PredictChromaDeep_px(Mode, kHeight, p, Step, Available, Depth);
+    }
+    static void PredictIntra4x4(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
+    {
+        kernels::PredictIntra4x4Deep_px(Mode, p, Step, Available, Depth);
+    }
+    static void PredictIntra8x8(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
+    {
+        kernels::PredictIntra8x8Deep_px(Mode, p, Step, Available, Depth);
+    }
+    static void AddResidual4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
+    {
+        kernels::AddResidual4x4Deep_px(pCoeffs, p, Step, Depth);
+    }
+    static void AddResidual8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
+    {
+        kernels::AddResidual8x8Deep_px(pCoeffs, p, Step, Depth);
+    }
+    static void AddLuma4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
+    {
+        for (int q = 0; q < 4; ++q)
+            AddChroma(pCoeffs + q * 64, p + (q >> 1) * 4 * Step + (q & 1) * 8, Step, Bits >> (q * 4) & 15, Depth);
+    }
+    static void AddLuma8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
+    {
+        for (int q = 0; q < 4; ++q)
+            if (Bits >> (q * 4) & 1)
+                AddResidual8x8(pCoeffs + q * 64, p + (q >> 1) * 4 * Step + (q & 1) * 8, Step, Depth);
+    }
+    static void AddChroma(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
+    {
+        for (int i = 0; i < 4; ++i) // a row of samples is Step / 2 of them
+            if (Bits >> i & 1) AddResidual4x4(pCoeffs + i * 16, p + (i >> 1) * 2 * Step + (i & 1) * 4, Step, Depth);
+    }
+};
+
+} // namespace UMC
