@@ -8,8 +8,8 @@
 
 namespace UMC {
 
-// Counts, for each picture, the references that were released while it was in flight. It alone changes m_BusyCount of a
-// frame that was taken.
+// Counts, for each picture, the references that were released while it was in flight. It writes the m_BusyCount of
+// frames between the 2 that the store gives them and the 0 at which they are free.
 class PicturesInWork
 {
 public:

@@ -79,10 +79,8 @@ TEST_F(FieldLists, HoldTheFirstFieldOfTheirOwnFrame)
 
 TEST_F(FieldLists, GoOnWithOneParityWhenTheOtherRunsOut)
 {
-    Add(1, "T");
-    Add(2, "TB");
-    Add(3, "T");
-    EXPECT_THAT(Build(4), ElementsAre("3T", "2B", "2T", "1T"));
+    for (const int Number : {1, 2, 3, 4, 5}) Add(Number, Number == 2 ? "TB" : "T");
+    EXPECT_THAT(Build(6), ElementsAre("5T", "2B", "4T", "3T", "2T", "1T"));
 }
 
 TEST_F(FieldLists, LongTermFieldsStandBehindByTheirIndex)
