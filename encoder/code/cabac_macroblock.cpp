@@ -14,27 +14,13 @@ constexpr uint32_t kCtxMbTypeI = 3, kCtxSkipP = 11, kCtxMbTypeP = 14, kCtxMbType
 constexpr uint32_t kCtxMvdX = 40, kCtxMvdY = 47, kCtxRefIdx = 54, kCtxQpDelta = 60, kCtxChromaMode = 64;
 constexpr uint32_t kCtxPrevIntraMode = 68, kCtxRemIntraMode = 69, kCtxPatternLuma = 73, kCtxPatternChroma = 77;
 
-enum BlockCat : uint32_t { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA, CAT_CHROMA_DC, CAT_CHROMA_AC };
-
-// The rest of a value from its unary prefix on, in Exp-Golomb code of order k (clause 9.3.2.3), all bypass bins.
-template <class Coder>
-void EncodeEscape(Coder& Arithmetic, uint32_t Rest, uint32_t k)
-{
-    while (Rest >= 1u << k) {
-        Arithmetic.EncodeBypass(1);
-        Rest -= 1u << k++;
-    }
-    Arithmetic.EncodeBypass(0);
-    while (k--) Arithmetic.EncodeBypass(Rest >> k & 1);
-}
-
 template <class Core, class Coder>
 class CabacMacroblock
 {
 public:
-    CabacMacroblock(const Core& c, typename Core::Slice& s, Coder& Arithmetic, CabacContexts& Contexts)
-        : m_c(c), m_s(s), m_mb(s.cur_mb), m_Coder(Arithmetic), m_pContexts(Contexts.data()), m_pLeft(Local(m_mb.left)),
-          m_pTop(Local(m_mb.top)), m_bIntra(IsIntra(m_mb.global->Type))
+    CabacMacroblock(const Core& c, typename Core::Slice& s, Coder& Entropy)
+        : m_c(c), m_s(s), m_mb(s.cur_mb), m_Coder(Entropy), m_pLeft(Local(m_mb.left)), m_pTop(Local(m_mb.top)),
+          m_bIntra(IsIntra(m_mb.global->Type))
     {
     }
 
@@ -43,7 +29,7 @@ public:
 private:
     using Mb = CurrentMacroblock<typename Core::Pix>;
 
-    void Bin(uint32_t Context, uint32_t Value) { m_Coder.EncodeBin(m_pContexts[Context], Value); }
+    void Bin(uint32_t Context, uint32_t Value) { m_Coder.Bin(Context, Value); }
     const LocalMacroblock* Local(int32_t Index) const
     {
         return Index < 0 ? nullptr : &m_c.local_macroblocks[static_cast<size_t>(Index)];
@@ -65,7 +51,6 @@ private:
     void WriteLuma(BlockCat Cat, const BlockLevels* pLevels);
     void WriteChromaAc();
     void WriteDcBlock(BlockCat Cat, uint32_t CodedBit, const BlockLevels& Levels, uint32_t Positions);
-    void WriteLevels(BlockCat Cat, const BlockLevels& Levels, uint32_t Positions);
 
     // Coded bit of the left or upper macroblock; an absent one counts as coded for an intra macroblock.
     uint32_t CodedOf(const LocalMacroblock* pNeighbour, uint32_t Bit) const
@@ -77,7 +62,6 @@ private:
     typename Core::Slice& m_s;
     const Mb& m_mb;
     Coder& m_Coder;
-    uint8_t* m_pContexts;
     const LocalMacroblock *m_pLeft, *m_pTop; // null when not available
     uint32_t m_bIntra;
 };
@@ -95,7 +79,7 @@ template <class Core, class Coder>
 void CabacMacroblock<Core, Coder>::WriteIntraType(uint32_t First, uint32_t Step)
 {
     if (m_mb.global->Type == MB_INTRA4X4) return;
-    m_Coder.EncodeTerminate(0); // not I_PCM
+    m_Coder.Arithmetic.EncodeTerminate(0); // not I_PCM
     const uint32_t Chroma = m_mb.local->Pattern >> 4, Mode = m_mb.local->Intra16Mode;
     Bin(First, (m_mb.local->Pattern & 15) != 0);
     Bin(First + 1, Chroma != 0);
@@ -192,8 +176,8 @@ void CabacMacroblock<Core, Coder>::WriteVectorComponent(uint32_t First, int32_t 
     if (Magnitude < kPrefixMax)
         Bin(Context, 0);
     else
-        EncodeEscape(m_Coder, Magnitude - kPrefixMax, 3);
-    if (Magnitude) m_Coder.EncodeBypass(Value < 0);
+        EncodeEscape(m_Coder.Arithmetic, Magnitude - kPrefixMax, 3);
+    if (Magnitude) m_Coder.Arithmetic.EncodeBypass(Value < 0);
 }
 
 template <class Core, class Coder>
@@ -232,59 +216,14 @@ template <class Core, class Coder>
 void CabacMacroblock<Core, Coder>::WriteQpDelta()
 {
     const int32_t Delta = m_mb.local->Qp - m_s.slice_qp;
-    m_mb.local->QpDelta = static_cast<int8_t>(Delta);
-    uint32_t Context = kCtxQpDelta + (m_s.last_qp_delta != 0);
+    uint32_t Context = kCtxQpDelta + (m_Coder.LastQpDelta != 0);
     for (int32_t Ones = Delta > 0 ? 2 * Delta - 1 : -2 * Delta; Ones > 0; --Ones) {
         Bin(Context, 1);
         Context = Context < kCtxQpDelta + 2 ? kCtxQpDelta + 2 : kCtxQpDelta + 3;
     }
     Bin(Context, 0);
-    m_s.last_qp_delta = Delta;
+    m_Coder.LastQpDelta = Delta;
     m_s.slice_qp = m_mb.local->Qp;
-}
-
-template <class Core, class Coder>
-void CabacMacroblock<Core, Coder>::WriteLevels(BlockCat Cat, const BlockLevels& Levels, uint32_t Positions)
-{
-    const h264::BlockCatContexts& Ctx = h264::kBlockCatContexts[Cat];
-    // A copy that nothing else can point to stays in registers.
-    Coder Arithmetic = m_Coder;
-    uint8_t* const pSignificant = m_pContexts + Ctx.Significant[0];
-    uint8_t* const pLast = m_pContexts + Ctx.Last[0];
-    const uint32_t Count = Levels.Count;
-    uint32_t Position = 0;
-    for (uint32_t i = 0; i < Count; ++i, ++Position) {
-        const uint32_t Next = Levels.Position[i];
-        // Chroma DC has three positions of its own, so its context is the position as well (NumC8x8 is 1).
-        for (; Position < Next; ++Position) Arithmetic.EncodeBin(pSignificant[Position], 0);
-        if (Position == Positions - 1) break; // the last one needs no flag
-        Arithmetic.EncodeBin(pSignificant[Position], 1);
-        Arithmetic.EncodeBin(pLast[Position], i + 1 == Count);
-    }
-    uint8_t* const pAbs = m_pContexts + Ctx.AbsLevel;
-    const uint32_t GreaterMax = Cat == CAT_CHROMA_DC ? 3 : 4;
-    uint32_t Ones = 0, Greater = 0;
-    for (uint32_t i = Count; i-- > 0;) {
-        const int32_t Level = Levels.Level[i];
-        const auto Minus1 = static_cast<uint32_t>(std::abs(Level)) - 1;
-        uint8_t& First = pAbs[Greater ? 0 : std::min(4u, 1 + Ones)];
-        if (Minus1 == 0) {
-            Arithmetic.EncodeBin(First, 0);
-            ++Ones;
-        } else {
-            constexpr uint32_t kPrefixMax = 14;
-            Arithmetic.EncodeBin(First, 1);
-            uint8_t& Other = pAbs[5 + std::min(GreaterMax, Greater)];
-            for (uint32_t b = 1; b < std::min(Minus1, kPrefixMax); ++b) Arithmetic.EncodeBin(Other, 1);
-            if (Minus1 < kPrefixMax)
-                Arithmetic.EncodeBin(Other, 0);
-            else
-                EncodeEscape(Arithmetic, Minus1 - kPrefixMax, 0);
-            ++Greater;
-        }
-        Arithmetic.EncodeBypass(Level < 0);
-    }
-    m_Coder = Arithmetic;
 }
 
 template <class Core, class Coder>
@@ -304,7 +243,7 @@ void CabacMacroblock<Core, Coder>::WriteLuma(BlockCat Cat, const BlockLevels* pL
         for (uint32_t Index = 4 * Quadrant; Index < 4 * Quadrant + 4; ++Index) {
             const uint32_t r = h264::kBlockRaster[Index], Bit = Coded >> Index & 1;
             Bin(Flags + (Left >> r & 1) + 2 * (Top >> r & 1), Bit);
-            if (Bit) WriteLevels(Cat, pLevels[Index], Cat == CAT_LUMA ? 16 : 15);
+            if (Bit) m_Coder.Levels(Cat, pLevels[Index], Cat == CAT_LUMA ? 16 : 15);
         }
     }
 }
@@ -315,7 +254,7 @@ void CabacMacroblock<Core, Coder>::WriteDcBlock(BlockCat Cat, uint32_t CodedBit,
 {
     const uint32_t Bit = m_mb.local->Coded & CodedBit ? 1 : 0;
     Bin(h264::kBlockCatContexts[Cat].CodedBlockFlag + CodedOf(m_pLeft, CodedBit) + 2 * CodedOf(m_pTop, CodedBit), Bit);
-    if (Bit) WriteLevels(Cat, Levels, Positions);
+    if (Bit) m_Coder.Levels(Cat, Levels, Positions);
 }
 
 template <class Core, class Coder>
@@ -329,7 +268,7 @@ void CabacMacroblock<Core, Coder>::WriteChromaAc()
             const uint32_t Left = Block & 1 ? Own >> (Block - 1) & 1 : CodedOf(m_pLeft, 1u << (Shift + Block + 1));
             const uint32_t Top = Block & 2 ? Own >> (Block - 2) & 1 : CodedOf(m_pTop, 1u << (Shift + Block + 2));
             Bin(Flags + Left + 2 * Top, Own >> Block & 1);
-            if (Own >> Block & 1) WriteLevels(CAT_CHROMA_AC, m_s.work_area.ChromaAcLevels[Plane][Block], 15);
+            if (Own >> Block & 1) m_Coder.Levels(CAT_CHROMA_AC, m_s.work_area.ChromaAcLevels[Plane][Block], 15);
         }
     }
 }
@@ -358,7 +297,7 @@ void CabacMacroblock<Core, Coder>::Write()
     const uint8_t Type = m_mb.global->Type;
     if (m_s.slice_type == SLICE_P) WriteSkipFlag();
     if (Type == MB_SKIP_P) {
-        m_s.last_qp_delta = 0;
+        m_Coder.LastQpDelta = 0;
         return;
     }
     if (m_s.slice_type == SLICE_P)
@@ -374,7 +313,7 @@ void CabacMacroblock<Core, Coder>::Write()
     }
     if (Type != MB_INTRA16X16) WritePattern();
     if (m_mb.local->Pattern == 0 && Type != MB_INTRA16X16) {
-        m_s.last_qp_delta = 0;
+        m_Coder.LastQpDelta = 0;
         return;
     }
     WriteQpDelta();
@@ -384,12 +323,12 @@ void CabacMacroblock<Core, Coder>::Write()
 } // namespace
 
 template <class Core, class Coder>
-void WriteMacroblockCabac(const Core& c, typename Core::Slice& s, Coder& Arithmetic, CabacContexts& Contexts)
+void WriteMacroblockCabac(const Core& c, typename Core::Slice& s, Coder& Entropy)
 {
-    CabacMacroblock<Core, Coder>(c, s, Arithmetic, Contexts).Write();
+    CabacMacroblock<Core, Coder>(c, s, Entropy).Write();
 }
 
-template void WriteMacroblockCabac(const Core8&, Core8::Slice&, ArithmeticCoder&, CabacContexts&);
-template void WriteMacroblockCabac(const Core8&, Core8::Slice&, CountingCoder&, CabacContexts&);
+template void WriteMacroblockCabac(const Core8&, Core8::Slice&, CabacCoder&);
+template void WriteMacroblockCabac(const Core8&, Core8::Slice&, CabacCounter&);
 
 } // namespace UMC_H264_ENCODER

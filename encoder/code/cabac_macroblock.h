@@ -5,10 +5,9 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Writes the current macroblock: mb_skip_flag and all that follows but end_of_slice_flag. QpDelta of the macroblock
-/// and last_qp_delta of the slice are set as a decoder sees them.
+/// Writes the current macroblock: mb_skip_flag and all that follows but end_of_slice_flag.
 template <class Core, class Coder>
-void WriteMacroblockCabac(const Core& c, typename Core::Slice& s, Coder& Arithmetic, CabacContexts& Contexts);
+void WriteMacroblockCabac(const Core& c, typename Core::Slice& s, Coder& Entropy);
 
 /// Bits by luma4x4BlkIdx to bits by raster position, and back.
 constexpr uint32_t SwapBlockOrder(uint32_t Bits)

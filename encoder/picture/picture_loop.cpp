@@ -28,7 +28,7 @@ public:
     }
 
     template <class Writer>
-    void Append(Writer& w, int32_t NalRefIdc, int32_t Type)
+    void Append(Writer& w, uint32_t NalRefIdc, h264::NalUnitType Type)
     {
         constexpr size_t kFraming = 5; // zero_byte, start code and header
         const size_t Payload = w.PendingBytes();
@@ -45,7 +45,7 @@ public:
 private:
     // Emulation prevention may still need more than the room that is left.
     template <class Writer>
-    bool Fits(const Writer& w, int32_t Type) const
+    bool Fits(const Writer& w, h264::NalUnitType Type) const
     {
         const size_t Left = m_Room - m_Used;
         return Left >= NalBytesAtMost(w.PendingBytes()) || Left >= w.FramedPending(Type, m_bFirstInAu);
@@ -72,13 +72,13 @@ void WriteParameterSets(Core& c, OutputPacker& Packer)
 {
     auto& Writer = c.slices[0].bitstream;
     Writer.WriteSeqParams(c.sps);
-    Packer.Append(Writer, 1, NAL_SPS);
+    Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET);
     if (c.sps.aux_format_idc != 0) {
         Writer.WriteSeqExtension(c.sps);
-        Packer.Append(Writer, 1, NAL_SPS_EXTENSION);
+        Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET_EXTENSION);
     }
     Writer.WritePicParams(c.pps, c.sps);
-    Packer.Append(Writer, 1, NAL_PPS);
+    Packer.Append(Writer, 1, h264::NAL_PIC_PARAM_SET);
 }
 
 // slice_qp_delta of all slices of the picture.
@@ -178,13 +178,13 @@ UMC::Status EncodePicture(Core& c, UMC::MediaData& Output)
     OutputPacker Packer(Output);
     if (c.params.write_access_unit_delimiters) {
         c.slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(c.current->frame_type));
-        Packer.Append(c.slices[0].bitstream, 0, NAL_DELIMITER);
+        Packer.Append(c.slices[0].bitstream, 0, h264::NAL_DELIMITER);
     }
     if (bIdr) WriteParameterSets(c, Packer);
     CompressSlices(c);
     for (int32_t i = 0; i < c.params.num_slices; ++i)
         Packer.Append(c.slices[static_cast<size_t>(i)].bitstream, c.picture_class != CLASS_DISPOSABLE,
-                      bIdr ? NAL_IDR_SLICE : NAL_SLICE);
+                      bIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
     if (Packer.Overflow()) return UMC::StatusNotEnoughBuffer;
 
     FinishPicture(c);

@@ -44,8 +44,6 @@ void StartSlice(Core& c, typename Core::Slice& s)
     s.cabac_init_idc = c.params.cabac_init_idc;
     s.use_transform_for_intra = true;
     s.slice_qp = c.pps.pic_init_qp + s.slice_qp_delta;
-    s.last_qp_delta = 0;
-    s.skip_run = 0;
     s.quant_qp = -1;
     s.bitstream.WriteSliceHeader(MakeSliceHeader(c, s), c.sps, c.pps);
     s.bitstream.Align(1); // cabac_alignment_one_bit
@@ -120,7 +118,7 @@ void SetVectorDifference(const Core& c, typename Core::Slice& s)
 template <class Core>
 void WriteMacroblock(Core& c, typename Core::Slice& s)
 {
-    WriteMacroblockCabac(c, s, s.bitstream.Coder(), s.bitstream.Contexts());
+    WriteMacroblockCabac(c, s, s.bitstream.Cabac());
 }
 
 template <class Core>

@@ -1,6 +1,8 @@
 // Records and constants that all stages of the encoder share.
 #pragma once
 
+#include "encoder/write/slice_type.h"
+
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
@@ -12,9 +14,6 @@ struct MotionVector {
 };
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
-
-// As in the slice header (clause 7.4.3).
-enum SliceType : int32_t { SLICE_P = 0, SLICE_B = 1, SLICE_I = 2 };
 
 // What later pictures may do with a picture.
 enum PictureClass : int32_t { CLASS_DISPOSABLE = 0, CLASS_REFERENCE = 1, CLASS_IDR = 2 };
@@ -68,9 +67,8 @@ struct LocalMacroblock {
     uint8_t ChromaMode;  // intra_chroma_pred_mode
     int8_t Qp;           // QPY
     int8_t QpChroma;     // QPC
-    int8_t QpDelta;      // mb_qp_delta as written
     uint8_t SubTypes[4];
-    uint8_t Reserved[7];
+    uint8_t Reserved[8];
 };
 static_assert(sizeof(LocalMacroblock) == 28);
 

@@ -19,13 +19,6 @@ struct RefPicLists {
     int32_t Count[2] = {};
 };
 
-// The levels of a block in the form the writers take: those other than 0 in scan order.
-struct BlockLevels {
-    uint8_t Count;
-    uint8_t Position[16]; // in the block's own list: 0 is coefficient 1 where the DC is coded apart
-    int16_t Level[16];
-};
-
 // Quantisers of one QP.
 struct MacroblockQuant {
     const kernels::QuantParams* pLuma;      // by the slice rule: 1/3 in I slices, 1/6 in others
@@ -111,13 +104,11 @@ struct SliceContext {
     int32_t mb_count, intra_count;
     int32_t best_inter_cost, best_intra_cost;
     int32_t is_field_mb;
-    int32_t skip_run;
     int32_t first_mb;
     int32_t mb_limit; // macroblocks that belong to the slice
     int32_t slice_qp_delta;
     int32_t cabac_init_idc;
     bool use_transform_for_intra;
-    int32_t last_qp_delta; // of the macroblock before, for its context
     CurrentMacroblock<PixType> cur_mb;
     int32_t deblock_idc, deblock_alpha, deblock_beta;
     CH264pBs<PixType, CoeffsType> bitstream;
