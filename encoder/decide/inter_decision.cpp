@@ -4,7 +4,6 @@
 #include "encoder/code/quantise.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/motion_search.h"
-#include "encoder/state/vector_prediction.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -86,22 +85,23 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
 template <class Core>
-void BuildCandidates(const Core& c, const typename Core::Slice& s, int32_t List, const typename Core::Frame& Ref,
+void BuildCandidates(const Core& c, const typename Core::Slice& s, size_t List, const typename Core::Frame& Ref,
                      MEParams& p)
 {
     const auto& mb = s.cur_mb;
     const auto Add = [&](const MotionVector* pField, int32_t MbIndex, int32_t RasterBlock) {
         AddCandidate(p, Whole(pField[static_cast<ptrdiff_t>(MbIndex) * 16 + RasterBlock]));
     };
-    const MotionVector* const pCurrent = c.current->mb_motion[List];
+    const NeighbourCache::Motion& Around = mb.around.Motions[List];
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
     AddCandidate(p, {0, 0});
-    if (mb.top >= 0) Add(pCurrent, mb.top, 12);
-    if (mb.left >= 0) Add(pCurrent, mb.left, 3);
-    if (mb.top_left >= 0) Add(pCurrent, mb.top_left, 15);
+    if (mb.around.Has(kernels::kTop)) AddCandidate(p, Whole(Around.TopVectors[0]));
+    if (mb.around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
+    if (mb.around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
     const bool bLastRow = mb.mb_y + 1 == c.layout.MbHeight, bLastColumn = mb.mb_x + 1 == c.layout.MbWidth;
-    if (mb.mb_y > 0 && !bLastColumn) Add(pCurrent, mb.mb_index - c.layout.MbWidth + 1, 12);
+    // Of whatever slice it is.
+    if (mb.mb_y > 0 && !bLastColumn) Add(c.current->mb_motion[List], mb.mb_index - c.layout.MbWidth + 1, 12);
     const MotionVector* const pReference = Ref.mb_motion[List];
     if (!bLastRow) Add(pReference, mb.mb_index + c.layout.MbWidth, 0);
     if (!bLastColumn) Add(pReference, mb.mb_index + 1, 0);
@@ -151,15 +151,15 @@ int32_t DecideP(Core& c, typename Core::Slice& s)
     const uint32_t Flags = c.analysis_flags;
     const int32_t Qp = mb.local->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? c.threshold_me[static_cast<size_t>(Qp)] : 0;
-    const Neighbours16x16 Around = NeighboursOf16x16(c, s, 0);
-    const MotionVector Skip = SkipVector(Around);
+    const h264::MotionNeighbours Around = mb.around.Of16x16(0);
+    const MotionVector Skip = h264::PredictSkip(Around);
     MEParams p;
     int32_t Best = std::numeric_limits<int32_t>::max();
     MotionVector BestVector{0, 0};
     int32_t BestRef = 0;
     for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
         const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
-        p.pred_mv = MedianPrediction(Around.a, Around.b, Around.c, r);
+        p.pred_mv = h264::PredictMedian(Around, r);
         if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(c, s, p.pred_mv, Skip)) return 0;
         FillSearch(c, s, Ref, p);
         p.threshold = Limit;

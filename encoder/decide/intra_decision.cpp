@@ -16,13 +16,6 @@ namespace {
 constexpr int32_t kImpossible = std::numeric_limits<int32_t>::max();
 constexpr int32_t kBitsOfIntra4x4 = 24; // estimate of what the type costs beyond the modes counted
 
-template <class Mb>
-unsigned Neighbours(const Mb& mb)
-{
-    return (mb.left >= 0 ? kernels::kLeft : 0u) | (mb.top >= 0 ? kernels::kTop : 0u) |
-           (mb.top_right >= 0 ? kernels::kTopRight : 0u) | (mb.top_left >= 0 ? kernels::kTopLeft : 0u);
-}
-
 constexpr unsigned kAllForPlane = kernels::kLeft | kernels::kTop | kernels::kTopLeft;
 
 // The four modes of a block of one size in the order in which they are compared; a tie stays with the earlier.
@@ -40,7 +33,7 @@ int32_t Intra16x16(Core& c, typename Core::Slice& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const unsigned Available = Neighbours(mb);
+    const unsigned Available = mb.around.Available;
     const ModeTrial Trials[4]{{g_Kernels.Predict16x16Dc, INTRA16_DC, 0, 3},
                               {g_Kernels.Predict16x16Vertical, INTRA16_VERTICAL, kernels::kTop, 1},
                               {g_Kernels.Predict16x16Horizontal, INTRA16_HORIZONTAL, kernels::kLeft, 3},
@@ -68,7 +61,7 @@ int32_t IntraChroma(Core& c, typename Core::Slice& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const unsigned Available = Neighbours(mb);
+    const unsigned Available = mb.around.Available;
     const ModeTrial Trials[4]{{g_Kernels.PredictChromaDc, CHROMA_DC, 0, 1},
                               {g_Kernels.PredictChromaVertical, CHROMA_VERTICAL, kernels::kTop, 3},
                               {g_Kernels.PredictChromaHorizontal, CHROMA_HORIZONTAL, kernels::kLeft, 3},
@@ -123,15 +116,15 @@ template <class Core>
 class Intra4x4Trial
 {
 public:
-    Intra4x4Trial(Core& c, typename Core::Slice& s)
-        : m_c(c), m_s(s), m_w(s.work_area), m_Available(Neighbours(s.cur_mb)),
+    Intra4x4Trial(const Core& c, typename Core::Slice& s)
+        : m_s(s), m_w(s.work_area), m_Available(s.cur_mb.around.Available),
           m_bSad((c.analysis_flags & ENC_ANALYSE_SAD) != 0)
     {
         LoadNeighbours();
         m_w.Intra4x4Coded = 0;
     }
 
-    int32_t Block(uint32_t Index);
+    [[gnu::always_inline]] inline int32_t Block(uint32_t Index); // whose sixteen turns share what is loaded
 
 private:
     using Pix = typename Core::Pix;
@@ -140,7 +133,6 @@ private:
     int32_t ModeOf(int32_t bx, int32_t by) const;
     void Code(uint32_t Index, Pix* pLocal, const Pix* pSrc, const Pix* pPred);
 
-    Core& m_c;
     typename Core::Slice& m_s;
     typename std::remove_reference_t<decltype(std::declval<typename Core::Slice&>().work_area)>& m_w;
     unsigned m_Available;
@@ -152,11 +144,11 @@ void Intra4x4Trial<Core>::LoadNeighbours()
 {
     const auto& mb = m_s.cur_mb;
     Pix* const pLocal = m_w.Local + m_w.kLocalOrigin;
-    if (mb.top >= 0) {
+    if (mb.around.Has(kernels::kTop)) {
         const Pix* const pAbove = mb.src_y - mb.pitch;
         std::copy(pAbove - 1, pAbove + 20, pLocal - m_w.kLocalStep - 1);
     }
-    if (mb.left >= 0)
+    if (mb.around.Has(kernels::kLeft))
         for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.src_y[y * mb.pitch - 1];
 }
 
@@ -164,9 +156,8 @@ void Intra4x4Trial<Core>::LoadNeighbours()
 template <class Core>
 int32_t Intra4x4Trial<Core>::ModeOf(int32_t bx, int32_t by) const
 {
-    const auto& mb = m_s.cur_mb;
-    if (bx < 0) return mb.left < 0 ? -1 : m_c.intra_modes[static_cast<size_t>(mb.left * 16 + by * 4 + 3)];
-    if (by < 0) return mb.top < 0 ? -1 : m_c.intra_modes[static_cast<size_t>(mb.top * 16 + 12 + bx)];
+    if (bx < 0) return m_s.cur_mb.around.LeftModes[by];
+    if (by < 0) return m_s.cur_mb.around.TopModes[bx];
     return m_w.Intra4x4Modes[by * 4 + bx];
 }
 
@@ -192,8 +183,7 @@ int32_t Intra4x4Trial<Core>::Block(uint32_t Index)
     const Pix* const pSrc = mb.src_y + 4 * by * mb.pitch + 4 * bx;
     Pix* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
     const unsigned Available = BlockNeighbours(m_Available, bx, by);
-    const int32_t Least = std::min(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
-    const int32_t Predicted = Least < 0 ? kIntra4x4Dc : Least;
+    const int32_t Predicted = PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
     const int32_t PriceOfPredicted = BitPrice(mb.local->Qp, 1), PriceOfOther = BitPrice(mb.local->Qp, 4);
 
     alignas(16) Pix Predictions[9][16];

@@ -8,7 +8,6 @@ namespace UMC_H264_ENCODER {
 
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
 enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
-inline constexpr uint8_t kIntra4x4Dc = 2; // Intra_4x4_DC, also what other macroblocks stand for in mode prediction
 
 /// Price of bits at a QP, in distortion units.
 inline int32_t BitPrice(int32_t Qp, int32_t Bits)

@@ -1,5 +1,6 @@
 // The deblocking filter of clause 8.7 on the pictures of the encoder.
-#include "encoder/code/cabac_macroblock.h"
+#include "Common/h264/block_order.h"
+#include "encoder/state/encoder_core.h"
 #include "kernels/dispatch/kernels.h"
 
 #include <algorithm>
@@ -70,7 +71,7 @@ private:
 
     uint32_t Coded(int32_t Index) const
     {
-        return SwapBlockOrder(m_c.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
+        return h264::SwapBlockOrder(m_c.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
     }
     uint32_t OuterStrength(int32_t Index, int32_t Neighbour, uint32_t CodedPieces) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;

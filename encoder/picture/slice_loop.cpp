@@ -1,7 +1,8 @@
 // The loop over the macroblocks of a slice.
-#include "encoder/code/cabac_macroblock.h"
-#include "encoder/decide/intra_decision.h"
-#include "encoder/state/vector_prediction.h"
+#include "encoder/code/cabac_syntax.h"
+#include "encoder/code/cavlc_syntax.h"
+#include "encoder/code/macroblock_syntax.h"
+#include "encoder/state/encoder_core.h"
 
 #include <algorithm>
 #include <cmath>
@@ -34,6 +35,23 @@ SliceHeader MakeSliceHeader(const Core& c, const typename Core::Slice& s)
 }
 
 template <class Core>
+NeighbourTables MakeNeighbourTables(const Core& c, const typename Core::Slice& s)
+{
+    const auto& Frame = *c.current;
+    const bool bCabac = c.pps.entropy_coding_mode;
+    return {s.first_mb,
+            c.layout.MbWidth,
+            s.slice_type == SLICE_I ? 0 : 1,
+            Frame.mb_global,
+            c.local_macroblocks.data(),
+            c.intra_modes.data(),
+            {Frame.mb_motion[0], Frame.mb_motion[1]},
+            {Frame.mb_reference[0], Frame.mb_reference[1]},
+            {bCabac ? c.vector_differences[0].data() : nullptr, bCabac ? c.vector_differences[1].data() : nullptr},
+            bCabac ? nullptr : c.coeff_counts.data()};
+}
+
+template <class Core>
 void StartSlice(Core& c, typename Core::Slice& s)
 {
     s.mb_count = s.intra_count = 0;
@@ -46,23 +64,7 @@ void StartSlice(Core& c, typename Core::Slice& s)
     s.slice_qp = c.pps.pic_init_qp + s.slice_qp_delta;
     s.quant_qp = -1;
     s.bitstream.WriteSliceHeader(MakeSliceHeader(c, s), c.sps, c.pps);
-    s.bitstream.Align(1); // cabac_alignment_one_bit
-    s.bitstream.InitContexts(s.slice_type, s.cabac_init_idc, s.slice_qp);
-}
-
-// A macroblock of the same slice lies at or behind the slice's first one.
-inline int32_t InSlice(int32_t Index, int32_t FirstMb) { return Index >= FirstMb ? Index : -1; }
-
-template <class Core>
-void SetNeighbours(const Core& c, typename Core::Slice& s)
-{
-    auto& mb = s.cur_mb;
-    const int32_t i = mb.mb_index, w = c.layout.MbWidth;
-    const bool bLeft = mb.mb_x > 0, bTop = mb.mb_y > 0, bRight = mb.mb_x + 1 < w;
-    mb.left = bLeft ? InSlice(i - 1, s.first_mb) : -1;
-    mb.top = bTop ? InSlice(i - w, s.first_mb) : -1;
-    mb.top_right = bTop && bRight ? InSlice(i - w + 1, s.first_mb) : -1;
-    mb.top_left = bTop && bLeft ? InSlice(i - w - 1, s.first_mb) : -1;
+    s.neighbour_tables = MakeNeighbourTables(c, s);
 }
 
 // Points cur_mb at a macroblock's samples and tables, and clears what the decision does not always write.
@@ -80,7 +82,7 @@ void StartMacroblock(Core& c, typename Core::Slice& s, int32_t Index)
     mb.src_y = Frame.m_pY + mb.position->LumaFrame;
     mb.src_u = Frame.m_pU + mb.position->ChromaFrame;
     mb.src_v = Frame.m_pV + mb.position->ChromaFrame;
-    SetNeighbours(c, s);
+    FillNeighbours(mb.around, s.neighbour_tables, Index, mb.mb_x);
     for (size_t List = 0; List < 2; ++List) {
         mb.mv[List] = Frame.mb_motion[List] + i * 16;
         mb.ref[List] = Frame.mb_reference[List] + i * 16;
@@ -89,7 +91,7 @@ void StartMacroblock(Core& c, typename Core::Slice& s, int32_t Index)
     std::fill_n(mb.mvd[0], 16, MotionVector{0, 0});
     mb.intra_modes = c.intra_modes.data() + i * 16;
     std::fill_n(mb.intra_modes, 16, kIntra4x4Dc);
-    mb.coeff_counts = c.coeff_counts.data() + i * 24;
+    mb.coeff_counts = c.coeff_counts.data() + i * kCountsPerMb;
     mb.global = Frame.mb_global + Index;
     mb.local = &c.local_macroblocks[i];
     const auto Qp = static_cast<int8_t>(s.slice_qp);
@@ -103,45 +105,103 @@ void StartMacroblock(Core& c, typename Core::Slice& s, int32_t Index)
 
 // The vector differences that the writer codes and that later macroblocks choose contexts by.
 template <class Core>
-void SetVectorDifference(const Core& c, typename Core::Slice& s)
+void SetVectorDifference(typename Core::Slice& s)
 {
     auto& mb = s.cur_mb;
-    const Neighbours16x16 n = NeighboursOf16x16(c, s, 0);
-    const MotionVector Predicted = MedianPrediction(n.a, n.b, n.c, mb.ref[0][0]);
-    const MotionVector v = mb.mv[0][0];
-    std::fill_n(mb.mvd[0], 16,
-                MotionVector{static_cast<int16_t>(v.x - Predicted.x), static_cast<int16_t>(v.y - Predicted.y)});
-}
-
-} // namespace
-
-template <class Core>
-void WriteMacroblock(Core& c, typename Core::Slice& s)
-{
-    WriteMacroblockCabac(c, s, s.bitstream.Cabac());
+    std::fill_n(mb.mvd[0], 16, mb.mv[0][0] - h264::PredictMedian(mb.around.Of16x16(0), mb.ref[0][0]));
 }
 
 template <class Core>
-void CompressSlice(Core& c, typename Core::Slice& s)
+MacroblockSyntax SyntaxOf(const typename Core::Slice& s)
 {
-    StartSlice(c, s);
+    const auto& mb = s.cur_mb;
+    const auto& w = s.work_area;
+    return {s.slice_type,    s.num_ref_idx_l0,
+            mb.global->Type, mb.ref[0][0],
+            mb.mvd[0][0],    mb.local->Qp - s.slice_qp,
+            *mb.local,       mb.around,
+            mb.intra_modes,  mb.global->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
+            w.LumaDcLevels,  w.ChromaDcLevels,
+            w.ChromaAcLevels};
+}
+
+// A slice in CABAC.
+template <class Core>
+class CabacSlice
+{
+public:
+    explicit CabacSlice(typename Core::Slice& s) : m_s(s)
+    {
+        s.bitstream.Align(1); // cabac_alignment_one_bit
+        s.bitstream.InitContexts(s.slice_type, s.cabac_init_idc, s.slice_qp);
+    }
+    bool WriteMacroblock()
+    {
+        return WriteMacroblockSyntax(SyntaxOf<Core>(m_s), CabacSyntax(m_s.bitstream.Cabac(), m_s.cur_mb.around,
+                                                                      IsIntra(m_s.cur_mb.global->Type)));
+    }
+    void EndMacroblock(bool bLast) { m_s.bitstream.EncodeTerminate(bLast); }
+    size_t Bytes() const { return m_s.bitstream.CoderBytes(); }
+    void End() { m_s.bitstream.TerminateEncode(); }
+
+private:
+    typename Core::Slice& m_s;
+};
+
+// A slice in variable length codes.
+template <class Core>
+class CavlcSlice
+{
+public:
+    explicit CavlcSlice(typename Core::Slice& s) : m_s(s) { s.bitstream.Cavlc().skip_run = 0; }
+    bool WriteMacroblock()
+    {
+        return WriteMacroblockSyntax(SyntaxOf<Core>(m_s),
+                                     CavlcSyntax(m_s.bitstream.Cavlc(), m_s.cur_mb.around, m_s.cur_mb.coeff_counts));
+    }
+    void EndMacroblock(bool) {}
+    size_t Bytes() const { return m_s.bitstream.Bytes(); }
+    void End()
+    {
+        if (m_s.bitstream.Cavlc().skip_run > 0) m_s.bitstream.Cavlc().PutSkipRun();
+        m_s.bitstream.WriteTrailingBits();
+    }
+
+private:
+    typename Core::Slice& m_s;
+};
+
+template <class Core, class Entropy>
+void CodeMacroblocks(Core& c, typename Core::Slice& s, Entropy Writer)
+{
     s.cur_mb.lambda = Lambda(s.slice_qp);
     const int32_t End = s.first_mb + s.mb_limit;
     for (int32_t Index = s.first_mb; Index < End; ++Index) {
         StartMacroblock(c, s, Index);
         AnalyseMacroblock(c, s);
         Reconstruct(c, s);
-        if (s.cur_mb.global->Type == MB_INTER16X16) SetVectorDifference(c, s);
-        WriteMacroblock(c, s);
+        if (s.cur_mb.global->Type == MB_INTER16X16) SetVectorDifference<Core>(s);
+        if (Writer.WriteMacroblock()) s.slice_qp = s.cur_mb.local->Qp;
         ++s.mb_count;
-        s.bitstream.EncodeTerminate(Index + 1 == End);
+        Writer.EndMacroblock(Index + 1 == End);
         // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.
-        if (s.bitstream.CoderBytes() > s.bitstream.BufferSize()) break;
+        if (Writer.Bytes() > s.bitstream.BufferSize()) break;
     }
-    s.bitstream.TerminateEncode();
+    Writer.End();
 }
 
-template void WriteMacroblock(Core8&, Core8::Slice&);
+} // namespace
+
+template <class Core>
+void CompressSlice(Core& c, typename Core::Slice& s)
+{
+    StartSlice(c, s);
+    if (c.pps.entropy_coding_mode)
+        CodeMacroblocks(c, s, CabacSlice<Core>(s));
+    else
+        CodeMacroblocks(c, s, CavlcSlice<Core>(s));
+}
+
 template void CompressSlice(Core8&, Core8::Slice&);
 
 } // namespace UMC_H264_ENCODER

@@ -130,7 +130,7 @@ void AllocateTables(Core& c)
     c.local_macroblocks.resize(Count);
     for (auto& Differences : c.vector_differences) Differences.resize(Count * 16);
     c.intra_modes.resize(Count * 16);
-    c.coeff_counts.resize(Count * 24);
+    c.coeff_counts.resize(Count * kCountsPerMb);
 }
 
 // Largest of the depths in use.

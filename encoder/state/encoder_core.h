@@ -121,8 +121,6 @@ template <class Core>
 void AnalyseIntra(Core& c, typename Core::Slice& s);
 template <class Core>
 void Reconstruct(Core& c, typename Core::Slice& s);
-template <class Core>
-void WriteMacroblock(Core& c, typename Core::Slice& s);
 
 template <class Core>
 void DeblockSlice(Core& c, typename Core::Slice& s);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "encoder/state/encoder_frame.h"
+#include "encoder/state/neighbour_cache.h"
 #include "encoder/write/pbs_fake.h"
 #include "kernels/transform/transform.h"
 
@@ -84,7 +85,7 @@ struct CurrentMacroblock {
     PixType *src_y, *src_u, *src_v; // in the picture, which is coded in place
     int32_t pitch;                  // samples
     int32_t lambda;
-    int32_t left, top, top_right, top_left; // macroblock indices, -1 when not available
+    NeighbourCache around;
     const MacroblockPosition* position;
     GlobalMacroblock* global;
     LocalMacroblock* local;
@@ -92,7 +93,7 @@ struct CurrentMacroblock {
     int8_t* ref[2];
     MotionVector* mvd[2];
     uint8_t* intra_modes;  // 16, raster order
-    uint8_t* coeff_counts; // CAVLC total_coeff: 16 luma in raster order, 4 Cb, 4 Cr
+    uint8_t* coeff_counts; // kCountsPerMb, with CAVLC
 };
 
 template <class PixType, class CoeffsType>
@@ -116,6 +117,7 @@ struct SliceContext {
     bool num_ref_idx_active_override;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
     RefPicLists<PixType> ref_pic_lists;
+    NeighbourTables neighbour_tables;
     MacroblockQuant quant;
     int32_t quant_qp; // the QP that quant is for
     WorkArea<PixType, CoeffsType> work_area;

@@ -57,7 +57,15 @@ protected:
     {
         std::fill_n(c.current->mb_motion[0] + 16 * Index, 16, v);
         std::fill_n(c.current->mb_reference[0] + 16 * Index, 16, int8_t{0});
+        FillNeighbours(Mb().around, Slice().neighbour_tables, Mb().mb_index, Mb().mb_x);
     }
+    // Takes neighbours away from the macroblock, and gives the others back.
+    void Without(uint32_t Neighbours)
+    {
+        FillNeighbours(Mb().around, Slice().neighbour_tables, Mb().mb_index, Mb().mb_x);
+        Mb().around.Available &= ~Neighbours;
+    }
+    static constexpr int32_t kLeftMb = 7, kTopMb = 5, kTopLeftMb = 4;
 
     // Kernels of the test's own; those of the processor come back at the end.
     kernels::KernelSlots m_Kernels = kernels::g_Kernels;
@@ -148,14 +156,12 @@ TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
 
 TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
 {
-    const int32_t Top = Mb().top;
     s_Intra.Distance16x16 = 50;
     Intra16x16(c, Slice());
     EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
-    Mb().top = -1;
+    Without(kernels::kTop);
     Intra16x16(c, Slice());
     EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_DC); // horizontal takes as many bits
-    Mb().top = Top;
 }
 
 TEST_F(IntraGates, FinerTypesAreTriedUpToTwiceTheCostOfInter)
@@ -285,9 +291,9 @@ TEST_F(LastMacroblock, AVectorAQuarterSampleFromTheSkipVectorIsStillTested)
     for (int16_t Off = -2; Off <= 2; ++Off)
         for (const bool bVertical : {false, true}) {
             const MotionVector v = bVertical ? MotionVector{0, Off} : MotionVector{Off, 0};
-            Neighbour(Mb().left, {0, 0});
-            Neighbour(Mb().top, v);
-            Neighbour(Mb().top_left, v);
+            Neighbour(kLeftMb, {0, 0});
+            Neighbour(kTopMb, v);
+            Neighbour(kTopLeftMb, v);
             AnalyseMacroblock(c, Slice());
             const bool bSkip = std::abs(Off) <= 1;
             EXPECT_EQ(Mb().global->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
@@ -311,7 +317,7 @@ TEST_F(LastMacroblock, TheSliceSaysHowAnIntraMacroblockIsRounded)
         EXPECT_EQ(s.quant.pChroma, &Own);
         EXPECT_EQ(s.quant.pLumaIntra, &c.quant.Intra[0]); // the DC of Intra 16x16, in every slice
         // A block that lies two above its prediction in sum: its DC coefficient of 2 is a level in I slices alone.
-        Mb().left = Mb().top = Mb().top_left = -1; // so that 128 is predicted
+        Without(~0u); // so that 128 is predicted
         for (int32_t y = 0; y < 16; ++y) std::fill_n(Source(0, y), 16, uint8_t{128});
         *Source(0, 0) = *Source(1, 1) = 129;
         Intra4x4(c, s, INT32_MAX);
@@ -362,22 +368,20 @@ TEST_F(LastMacroblock, TheFirstBlockTriesTheModesThatItsNeighboursAllow)
 {
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
-    auto& mb = Mb();
-    const int32_t Left = mb.left, Top = mb.top, Corner = mb.top_left;
+    using enum kernels::IntraAvailable;
     const std::set<int> kAll{0, 1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(ModesTried(c, 0), kAll);
-    mb.top_left = -1;
+    Without(kTopLeft);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{0, 1, 2, 3, 7, 8})); // five beside DC
     EXPECT_EQ(ModesTried(c, 1), kAll); // the corner of the others lies in the macroblock above
     EXPECT_EQ(ModesTried(c, 5), kAll); // or in this one
-    mb.left = -1;
+    Without(kTopLeft | kLeft);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{0, 2, 3, 7}));
-    mb.left = Left, mb.top = -1;
+    Without(kTopLeft | kTop);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{1, 2, 8}));
     EXPECT_EQ(ModesTried(c, 5), kAll);
-    mb.left = -1;
+    Without(kTopLeft | kTop | kLeft);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{2}));
-    mb.left = Left, mb.top = Top, mb.top_left = Corner;
 }
 
 TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
