@@ -1,4 +1,5 @@
 // From one chosen picture to NAL units: slices, packing, deblocking, marking, rate control.
+#include "encoder/picture/make_parameter_sets.h"
 #include "encoder/state/encoder_core.h"
 
 #include <algorithm>

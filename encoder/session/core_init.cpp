@@ -1,5 +1,6 @@
 // Building an encoder from its settings.
 #include "encoder/decide/motion_tables.h"
+#include "encoder/picture/make_parameter_sets.h"
 #include "encoder/session/params_check.h"
 #include "encoder/state/encoder_core.h"
 

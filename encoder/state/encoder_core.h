@@ -5,7 +5,7 @@
 #pragma once
 
 #include "encoder/picture/rate_controller.h"
-#include "encoder/state/make_parameter_sets.h"
+#include "encoder/session/encoder_params.h"
 #include "encoder/state/slice_context.h"
 #include "media/umc_media_data.h"
 #include "process/video_processing.h"

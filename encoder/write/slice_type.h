@@ -1,4 +1,4 @@
-// slice_type (clause 7.4.3).
+// slice_type as in the slice header (clause 7.4.3).
 #pragma once
 
 #include <cstdint>
