@@ -113,12 +113,14 @@ public:
         if (++m_Queue >= 0) Emit();
     }
 
-    /// The Count low bits of Bins, highest first; Count at most 8.
+    /// The Count low bits of Bins, highest first; the others are 0.
     void EncodeBypassBits(uint32_t Bins, int Count)
     {
-        m_Low = (m_Low << Count) + Bins * m_Range;
-        m_Queue += Count;
-        if (m_Queue >= 0) Emit();
+        for (; Count > 8; Count -= 8) {
+            PutBypass(Bins >> (Count - 8), 8);
+            Bins &= (1u << (Count - 8)) - 1;
+        }
+        PutBypass(Bins, Count);
     }
 
     void EncodeTerminate(uint32_t Bin)
@@ -152,6 +154,13 @@ public:
 private:
     template <class>
     friend class BasicArithmeticCoder;
+
+    void PutBypass(uint32_t Bins, int Count) // Count up to 8
+    {
+        m_Low = (m_Low << Count) + Bins * m_Range;
+        m_Queue += Count;
+        if (m_Queue >= 0) Emit();
+    }
 
     void Shift(int Count)
     {

@@ -45,12 +45,14 @@ public:
 template <class Output>
 inline void EncodeEscape(BasicArithmeticCoder<Output>& Arithmetic, uint32_t Rest, uint32_t k)
 {
-    while (Rest >= 1u << k) {
-        Arithmetic.EncodeBypass(1);
+    uint32_t Prefix = 0; // ones
+    int Ones = 0;
+    for (; Rest >= 1u << k; ++Ones) {
+        Prefix = Prefix << 1 | 1;
         Rest -= 1u << k++;
     }
-    Arithmetic.EncodeBypass(0);
-    while (k--) Arithmetic.EncodeBypass(Rest >> k & 1);
+    Arithmetic.EncodeBypassBits(Prefix << 1, Ones + 1);
+    Arithmetic.EncodeBypassBits(Rest, static_cast<int>(k));
 }
 
 using CabacCoder = BasicCabacCoder<StoredBytes>;

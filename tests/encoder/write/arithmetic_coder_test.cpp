@@ -143,13 +143,13 @@ StoredBytes Into(uint8_t* pOut)
 
 TEST(ArithmeticCoder, BypassBitsInOneGoEqualSingleOnes)
 {
-    std::vector<uint8_t> a(4096), b(4096);
+    std::vector<uint8_t> a(16384), b(16384);
     ArithmeticCoder One{}, Many{};
     One.Start(Into(a.data() + 1));
     Many.Start(Into(b.data() + 1));
     std::mt19937 Rng(3);
     for (int i = 0; i < 3000; ++i) {
-        const int Count = 1 + static_cast<int>(Rng() % 8);
+        const int Count = static_cast<int>(Rng() % 25);
         const uint32_t Bins = static_cast<uint32_t>(Rng()) & ((1u << Count) - 1);
         for (int Bit = Count - 1; Bit >= 0; --Bit) One.EncodeBypass(Bins >> Bit & 1);
         Many.EncodeBypassBits(Bins, Count);
