@@ -4,7 +4,7 @@
 #include "encoder/code/quantise.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/motion_search.h"
-#include "encoder/state/vector_prediction.h"
+#include "encoder/state/motion_neighbours.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -151,15 +151,15 @@ int32_t DecideP(Core& c, typename Core::Slice& s)
     const uint32_t Flags = c.analysis_flags;
     const int32_t Qp = mb.local->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? c.threshold_me[static_cast<size_t>(Qp)] : 0;
-    const Neighbours16x16 Around = NeighboursOf16x16(c, s, 0);
-    const MotionVector Skip = SkipVector(Around);
+    const h264::MotionNeighbours Around = NeighboursOf16x16(c, s, 0);
+    const MotionVector Skip = h264::PredictSkip(Around);
     MEParams p;
     int32_t Best = std::numeric_limits<int32_t>::max();
     MotionVector BestVector{0, 0};
     int32_t BestRef = 0;
     for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
         const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
-        p.pred_mv = MedianPrediction(Around.a, Around.b, Around.c, r);
+        p.pred_mv = h264::PredictMedian(Around, r);
         if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(c, s, p.pred_mv, Skip)) return 0;
         FillSearch(c, s, Ref, p);
         p.threshold = Limit;

@@ -1,10 +1,10 @@
 // The deblocking filter of clause 8.7 on the pictures of the encoder.
-#include "encoder/code/cabac_macroblock.h"
+#include "Common/h264/block_order.h"
+#include "Common/h264/boundary_strength.h"
+#include "encoder/state/encoder_core.h"
 #include "kernels/dispatch/kernels.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
@@ -14,35 +14,7 @@ using kernels::g_Kernels;
 
 namespace {
 
-// Four strengths of an edge in one word, piece 0 in the low byte.
-constexpr uint32_t kAll1 = 0x01010101, kAll3 = 0x03030303, kAll4 = 0x04040404;
-
-// Byte i is 0xFF where bit i is set.
-constexpr std::array<uint32_t, 16> MakeSpread()
-{
-    std::array<uint32_t, 16> Table{};
-    for (uint32_t Bits = 0; Bits < 16; ++Bits)
-        for (uint32_t i = 0; i < 4; ++i)
-            if (Bits >> i & 1) Table[Bits] |= 0xFFu << (8 * i);
-    return Table;
-}
-constexpr std::array<uint32_t, 16> kSpread = MakeSpread();
-
-// Strength 2 where a bit of the nibble is set, elsewhere what is given.
-inline uint32_t CodedOr(uint32_t Nibble, uint32_t Otherwise)
-{
-    const uint32_t Mask = kSpread[Nibble & 15];
-    return (Mask & (2 * kAll1)) | (Otherwise & ~Mask);
-}
-
-// Bits by raster position, rows and columns exchanged.
-constexpr uint32_t Transpose(uint32_t Bits)
-{
-    const uint32_t a = (Bits ^ (Bits >> 3)) & 0x0A0A;
-    Bits ^= a ^ (a << 3);
-    const uint32_t b = (Bits ^ (Bits >> 6)) & 0x00CC;
-    return Bits ^ b ^ (b << 6);
-}
+constexpr uint32_t kAll3 = 3 * h264::kAllPieces, kAll4 = 4 * h264::kAllPieces;
 
 // Strengths of the four edges of one direction.
 struct Strengths {
@@ -70,9 +42,10 @@ private:
 
     uint32_t Coded(int32_t Index) const
     {
-        return SwapBlockOrder(m_c.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
+        return h264::SwapBlockOrder(m_c.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
     }
-    uint32_t OuterStrength(int32_t Index, int32_t Neighbour, uint32_t CodedPieces) const;
+    bool Moves(int32_t Index, int32_t Neighbour) const;
+    void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
     void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
     void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical);
@@ -85,16 +58,34 @@ private:
     CachedParams m_Luma, m_Chroma;
 };
 
-// bS of the edge to a neighbour of inter macroblocks that have one vector each, or of any intra macroblock.
+// Whether two inter macroblocks, which have one vector each, differ in motion.
 template <class Core>
-uint32_t MacroblockFilter<Core>::OuterStrength(int32_t Index, int32_t Neighbour, uint32_t CodedPieces) const
+bool MacroblockFilter<Core>::Moves(int32_t Index, int32_t Neighbour) const
 {
-    if (IsIntra(m_Frame.mb_global[Neighbour].Type)) return kAll4;
     const int32_t i = Index * 16, n = Neighbour * 16;
-    const MotionVector a = m_Frame.mb_motion[0][i], b = m_Frame.mb_motion[0][n];
-    const bool bMoves = m_Frame.mb_reference[0][i] != m_Frame.mb_reference[0][n] || std::abs(a.x - b.x) >= 4 ||
-                        std::abs(a.y - b.y) >= 4;
-    return CodedOr(CodedPieces, bMoves ? kAll1 : 0);
+    return m_Frame.mb_reference[0][i] != m_Frame.mb_reference[0][n] ||
+           h264::VectorsDiffer(m_Frame.mb_motion[0][i], m_Frame.mb_motion[0][n], 4);
+}
+
+template <class Core>
+void MacroblockFilter<Core>::DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical,
+                                         Strengths& Horizontal) const
+{
+    const uint32_t Rows = Coded(Index), Columns = h264::TransposeBlocks(Rows);
+    uint32_t CodedColumns = (Columns | Columns << 4) & 0xFFF0, CodedRows = (Rows | Rows << 4) & 0xFFF0;
+    uint32_t MovesLeft = 0, MovesTop = 0;
+    if (Left >= 0) {
+        CodedColumns |= (Columns | h264::TransposeBlocks(Coded(Left)) >> 12) & 15;
+        MovesLeft = Moves(Index, Left) ? 15 : 0;
+    }
+    if (Top >= 0) {
+        CodedRows |= (Rows | Coded(Top) >> 12) & 15;
+        MovesTop = Moves(Index, Top) ? 15 : 0;
+    }
+    h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
+    h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);
+    if (Left >= 0 && IsIntra(m_Frame.mb_global[Left].Type)) Vertical.Edge[0] = kAll4;
+    if (Top >= 0 && IsIntra(m_Frame.mb_global[Top].Type)) Horizontal.Edge[0] = kAll4;
 }
 
 template <class Core>
@@ -149,13 +140,7 @@ void MacroblockFilter<Core>::Filter(int32_t Index)
         Vertical = {{Left >= 0 ? kAll4 : 0, kAll3, kAll3, kAll3}};
         Horizontal = {{Top >= 0 ? kAll4 : 0, kAll3, kAll3, kAll3}};
     } else {
-        const uint32_t Rows = Coded(Index), Columns = Transpose(Rows);
-        if (Left >= 0) Vertical.Edge[0] = OuterStrength(Index, Left, Columns | Transpose(Coded(Left)) >> 12);
-        if (Top >= 0) Horizontal.Edge[0] = OuterStrength(Index, Top, Rows | Coded(Top) >> 12);
-        for (uint32_t e = 1; Rows && e < 4; ++e) {
-            Vertical.Edge[e] = CodedOr((Columns | Columns << 4) >> (4 * e), 0);
-            Horizontal.Edge[e] = CodedOr((Rows | Rows << 4) >> (4 * e), 0);
-        }
+        DeriveInter(Index, Left, Top, Vertical, Horizontal);
     }
     Run(Index, Left, Vertical, true);
     Run(Index, Top, Horizontal, false);

@@ -1,4 +1,5 @@
 // Extension of a reference picture beyond its edges, so that vectors may point there (clause 8.4.2.2.1).
+#include "Common/h264/chroma_geometry.h"
 #include "encoder/state/encoder_core.h"
 
 #include <algorithm>
@@ -31,10 +32,11 @@ void PadFrame(H264EncoderFrame<PixType>& Frame, const FrameLayout& Layout)
 {
     const ptrdiff_t Pitch = Frame.m_Pitch;
     PadPlane(Frame.m_pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);
-    if (Layout.ChromaFormat == 0) return;
-    const int32_t ChromaHeight = Layout.ChromaFormat == 1 ? Layout.AlignedHeight / 2 : Layout.AlignedHeight;
-    PadPlane(Frame.m_pU, Pitch, Layout.AlignedWidth / 2, ChromaHeight, kChromaPadding);
-    PadPlane(Frame.m_pV, Pitch, Layout.AlignedWidth / 2, ChromaHeight, kChromaPadding);
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Layout.ChromaFormat];
+    if (Chroma.Blocks == 0) return;
+    const int32_t Width = Layout.AlignedWidth >> Chroma.ShiftX, Height = Layout.AlignedHeight >> Chroma.ShiftY;
+    PadPlane(Frame.m_pU, Pitch, Width, Height, kChromaPadding);
+    PadPlane(Frame.m_pV, Pitch, Width, Height, kChromaPadding);
 }
 
 template void PadFrame(H264EncoderFrame<uint8_t>&, const FrameLayout&);

@@ -1,4 +1,5 @@
 // Reference numbers, lists and marking (clauses 8.2.4 and 8.2.5) of frame pictures.
+#include "Common/h264/reference_numbers.h"
 #include "encoder/state/encoder_core.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ void NumberReferences(Core& c)
     const int32_t Current = c.current->frame_num;
     for (auto* p = c.reconstruction_list.Head(); p; p = p->next) {
         if (p->IsShortTerm()) {
-            p->frame_num_wrap = p->frame_num > Current ? p->frame_num - c.frame_num_max : p->frame_num;
+            p->frame_num_wrap = h264::FrameNumWrap(p->frame_num, Current, c.frame_num_max);
             p->pic_num[0] = p->pic_num[1] = p->frame_num_wrap;
         } else if (p->IsLongTerm()) {
             p->long_term_pic_num[0] = p->long_term_pic_num[1] = p->long_term_frame_idx;
@@ -106,7 +107,7 @@ void UpdateMarking(Core& c)
             ++Count;
             if (p->IsShortTerm() && (!pOldest || p->frame_num_wrap < pOldest->frame_num_wrap)) pOldest = p;
         }
-        if (pOldest && Count >= std::max(c.params.num_ref_frames, 1)) pOldest->Unmark();
+        if (pOldest && h264::IsWindowFull(Count, c.params.num_ref_frames)) pOldest->Unmark();
     }
     Current.is_reference = 3;
 }

@@ -1,7 +1,7 @@
 // The loop over the macroblocks of a slice.
 #include "encoder/code/cabac_macroblock.h"
 #include "encoder/decide/intra_decision.h"
-#include "encoder/state/vector_prediction.h"
+#include "encoder/state/motion_neighbours.h"
 
 #include <algorithm>
 #include <cmath>
@@ -108,11 +108,8 @@ template <class Core>
 void SetVectorDifference(const Core& c, typename Core::Slice& s)
 {
     auto& mb = s.cur_mb;
-    const Neighbours16x16 n = NeighboursOf16x16(c, s, 0);
-    const MotionVector Predicted = MedianPrediction(n.a, n.b, n.c, mb.ref[0][0]);
-    const MotionVector v = mb.mv[0][0];
-    std::fill_n(mb.mvd[0], 16,
-                MotionVector{static_cast<int16_t>(v.x - Predicted.x), static_cast<int16_t>(v.y - Predicted.y)});
+    const MotionVector Predicted = h264::PredictMedian(NeighboursOf16x16(c, s, 0), mb.ref[0][0]);
+    std::fill_n(mb.mvd[0], 16, mb.mv[0][0] - Predicted);
 }
 
 } // namespace

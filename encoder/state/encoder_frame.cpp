@@ -1,5 +1,7 @@
 #include "encoder/state/encoder_frame.h"
 
+#include "Common/h264/chroma_geometry.h"
+
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
@@ -71,8 +73,8 @@ UMC::Status H264EncoderFrame<PixType>::AllocatePlanes(const FrameLayout& l)
     const auto Pitch = static_cast<size_t>(l.Pitch);
     const auto Height = static_cast<size_t>(l.AlignedHeight);
     const size_t LumaRows = Height + 2 * kLumaRoom;
-    const size_t ChromaHeight = l.ChromaFormat == 1 ? Height / 2 : Height;
-    const size_t ChromaRows = l.ChromaFormat == 0 ? 0 : ChromaHeight + 2 * kChromaRoom;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
+    const size_t ChromaRows = Chroma.Blocks == 0 ? 0 : (Height >> Chroma.ShiftY) + 2 * kChromaRoom;
     const size_t Samples = Pitch * (LumaRows + ChromaRows);
     const size_t Bytes = Samples * sizeof(PixType) + kSpareBytes;
     void* const pBlock = AllocateZeroed(m_PlaneMemory, Bytes);
@@ -85,7 +87,7 @@ UMC::Status H264EncoderFrame<PixType>::AllocatePlanes(const FrameLayout& l)
     const int32_t PitchBytes = l.Pitch * static_cast<int32_t>(sizeof(PixType));
     SetPlanePointer(m_pY, 0);
     SetPlanePitch(PitchBytes, 0);
-    if (l.ChromaFormat != 0) {
+    if (ChromaRows != 0) {
         // Both chroma planes share their rows, so that one walk over a row meets both.
         m_pU = AlignUp(pLuma + Pitch * LumaRows + kChromaRoom * Pitch + kChromaRoom, kPlaneAlignment);
         m_pV = m_pU + l.Pitch / 2;

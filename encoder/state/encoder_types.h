@@ -1,15 +1,13 @@
 // Records and constants that all stages of the encoder share.
 #pragma once
 
+#include "Common/h264/motion_vector.h"
+
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
 
-// Quarter samples, unless a comment says whole samples.
-struct MotionVector {
-    int16_t x, y;
-    friend bool operator==(const MotionVector&, const MotionVector&) = default;
-};
+using h264::MotionVector;
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 
