@@ -1,6 +1,6 @@
 #include "encoder/code/cabac_macroblock.h"
 
-#include "encoder/decide/intra_decision.h"
+#include "Common/h264/h264_tables.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -389,7 +389,8 @@ void WriteMacroblockCabac(const Core& c, typename Core::Slice& s, Coder& Arithme
     CabacMacroblock<Core, Coder>(c, s, Arithmetic, Contexts).Write();
 }
 
-template void WriteMacroblockCabac(const Core8&, Core8::Slice&, ArithmeticCoder&, CabacContexts&);
-template void WriteMacroblockCabac(const Core8&, Core8::Slice&, CountingCoder&, CabacContexts&);
+template void WriteMacroblockCabac(const PictureJob<uint8_t>&, SliceContext<uint8_t>&, ArithmeticCoder&,
+                                   CabacContexts&);
+template void WriteMacroblockCabac(const PictureJob<uint8_t>&, SliceContext<uint8_t>&, CountingCoder&, CabacContexts&);
 
 } // namespace UMC_H264_ENCODER

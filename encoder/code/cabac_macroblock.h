@@ -1,7 +1,7 @@
 // The macroblock layer in CABAC (clauses 7.3.5 and 9.3), on a real or a counting coder.
 #pragma once
 
-#include "encoder/state/encoder_core.h"
+#include "encoder/state/picture_job.h"
 
 namespace UMC_H264_ENCODER {
 

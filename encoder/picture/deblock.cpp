@@ -1,8 +1,8 @@
-// The deblocking filter of clause 8.7 on the pictures of the encoder.
+#include "encoder/picture/deblock.h"
+
 #include "Common/h264/block_order.h"
 #include "Common/h264/boundary_strength.h"
-#include "encoder/state/encoder_core.h"
-#include "kernels/dispatch/kernels.h"
+#include "Common/h264/h264_tables.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,8 +10,6 @@
 namespace UMC_H264_ENCODER {
 
 using kernels::EdgeParams;
-using kernels::g_Kernels;
-
 namespace {
 
 constexpr uint32_t kAll3 = 3 * h264::kAllPieces, kAll4 = 4 * h264::kAllPieces;
@@ -22,13 +20,14 @@ struct Strengths {
     bool Any() const { return (Edge[0] | Edge[1] | Edge[2] | Edge[3]) != 0; }
 };
 
-template <class Core>
+template <class Sample>
 class MacroblockFilter
 {
 public:
-    MacroblockFilter(const Core& c, const typename Core::Slice& s)
-        : m_c(c), m_Frame(*c.current), m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
-          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_bISlice(s.slice_type == SLICE_I)
+    MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
+        : m_Settings(Settings), m_Job(Job), m_Frame(*Job.current), m_OffsetA((s.deblock_alpha >> 1) * 2),
+          m_OffsetB((s.deblock_beta >> 1) * 2), m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0),
+          m_bISlice(s.slice_type == SLICE_I)
     {
     }
 
@@ -42,7 +41,7 @@ private:
 
     uint32_t Coded(int32_t Index) const
     {
-        return h264::SwapBlockOrder(m_c.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
+        return h264::SwapBlockOrder(m_Job.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
     }
     bool Moves(int32_t Index, int32_t Neighbour) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
@@ -50,8 +49,9 @@ private:
     void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
     void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical);
 
-    const Core& m_c;
-    typename Core::Frame& m_Frame;
+    const EncoderSettings& m_Settings;
+    const PictureJob<Sample>& m_Job;
+    const H264EncoderFrame<Sample>& m_Frame;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
     bool m_bISlice;
@@ -59,17 +59,17 @@ private:
 };
 
 // Whether two inter macroblocks, which have one vector each, differ in motion.
-template <class Core>
-bool MacroblockFilter<Core>::Moves(int32_t Index, int32_t Neighbour) const
+template <class Sample>
+bool MacroblockFilter<Sample>::Moves(int32_t Index, int32_t Neighbour) const
 {
     const int32_t i = Index * 16, n = Neighbour * 16;
     return m_Frame.mb_reference[0][i] != m_Frame.mb_reference[0][n] ||
            h264::VectorsDiffer(m_Frame.mb_motion[0][i], m_Frame.mb_motion[0][n], 4);
 }
 
-template <class Core>
-void MacroblockFilter<Core>::DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical,
-                                         Strengths& Horizontal) const
+template <class Sample>
+void MacroblockFilter<Sample>::DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical,
+                                           Strengths& Horizontal) const
 {
     const uint32_t Rows = Coded(Index), Columns = h264::TransposeBlocks(Rows);
     uint32_t CodedColumns = (Columns | Columns << 4) & 0xFFF0, CodedRows = (Rows | Rows << 4) & 0xFFF0;
@@ -88,8 +88,8 @@ void MacroblockFilter<Core>::DeriveInter(int32_t Index, int32_t Left, int32_t To
     if (Top >= 0 && IsIntra(m_Frame.mb_global[Top].Type)) Horizontal.Edge[0] = kAll4;
 }
 
-template <class Core>
-void MacroblockFilter<Core>::SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const
+template <class Sample>
+void MacroblockFilter<Sample>::SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const
 {
     const auto A = static_cast<size_t>(std::clamp(MeanQp + m_OffsetA, 0, 51));
     const auto B = static_cast<size_t>(std::clamp(MeanQp + m_OffsetB, 0, 51));
@@ -99,8 +99,8 @@ void MacroblockFilter<Core>::SetThresholds(EdgeParams& p, size_t Slot, int32_t M
 }
 
 // Thresholds of an edge pair; those of the edge before mostly serve again, as the QP seldom changes.
-template <class Core>
-void MacroblockFilter<Core>::SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const
+template <class Sample>
+void MacroblockFilter<Sample>::SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const
 {
     if (p.QpOuter != QpOuter || p.QpInner != QpInner) {
         SetThresholds(p.Params, 0, QpOuter);
@@ -111,28 +111,28 @@ void MacroblockFilter<Core>::SetParams(CachedParams& p, const Strengths& s, int3
     std::memcpy(p.Params.Strength, s.Edge, sizeof(p.Params.Strength));
 }
 
-template <class Core>
-void MacroblockFilter<Core>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical)
+template <class Sample>
+void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical)
 {
     if (!s.Any()) return;
     const GlobalMacroblock& Own = m_Frame.mb_global[Index];
     const GlobalMacroblock& Other = m_Frame.mb_global[Neighbour >= 0 ? Neighbour : Index];
-    const MacroblockPosition& At = m_c.positions[static_cast<size_t>(Index)];
+    const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
-    (bVertical ? g_Kernels.FilterLumaVertical : g_Kernels.FilterLumaHorizontal)(m_Frame.m_pY + At.LumaFrame,
-                                                                                m_Frame.m_Pitch, &m_Luma.Params);
+    (bVertical ? Kernels<Sample>.FilterLumaVertical
+               : Kernels<Sample>.FilterLumaHorizontal)(m_Frame.m_pY + At.LumaFrame, m_Frame.m_Pitch, &m_Luma.Params);
     if (!(s.Edge[0] | s.Edge[2])) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
-    (bVertical ? g_Kernels.FilterChromaVertical
-               : g_Kernels.FilterChromaHorizontal)(m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame,
-                                                   m_Frame.m_Pitch, &m_Chroma.Params, &m_Chroma.Params);
+    (bVertical ? Kernels<Sample>.FilterChromaVertical
+               : Kernels<Sample>.FilterChromaHorizontal)(m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame,
+                                                         m_Frame.m_Pitch, &m_Chroma.Params, &m_Chroma.Params);
 }
 
-template <class Core>
-void MacroblockFilter<Core>::Filter(int32_t Index)
+template <class Sample>
+void MacroblockFilter<Sample>::Filter(int32_t Index)
 {
-    const MacroblockPosition& At = m_c.positions[static_cast<size_t>(Index)];
-    const int32_t w = m_c.layout.MbWidth;
+    const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
+    const int32_t w = m_Settings.layout.MbWidth;
     const int32_t Left = At.X > 0 && Index - 1 >= m_FirstMb ? Index - 1 : -1;
     const int32_t Top = At.Y > 0 && Index - w >= m_FirstMb ? Index - w : -1;
     Strengths Vertical{}, Horizontal{};
@@ -148,14 +148,14 @@ void MacroblockFilter<Core>::Filter(int32_t Index)
 
 } // namespace
 
-template <class Core>
-void DeblockSlice(Core& c, typename Core::Slice& s)
+template <class Sample>
+void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
 {
     if (s.deblock_idc == 1) return;
-    MacroblockFilter<Core> Filter(c, s);
+    MacroblockFilter<Sample> Filter(Settings, Job, s);
     for (int32_t i = 0; i < s.mb_count; ++i) Filter.Filter(s.first_mb + i);
 }
 
-template void DeblockSlice(Core8&, Core8::Slice&);
+template void DeblockSlice(const EncoderSettings&, const PictureJob<uint8_t>&, const SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

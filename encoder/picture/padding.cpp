@@ -1,6 +1,6 @@
-// Extension of a reference picture beyond its edges, so that vectors may point there (clause 8.4.2.2.1).
+#include "encoder/picture/padding.h"
+
 #include "Common/h264/chroma_geometry.h"
-#include "encoder/state/encoder_core.h"
 
 #include <algorithm>
 
@@ -8,17 +8,17 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-template <class PixType>
-void PadPlane(PixType* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, int32_t Padding)
+template <class Sample>
+void PadPlane(Sample* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, int32_t Padding)
 {
-    PixType* pRow = pPlane;
+    Sample* pRow = pPlane;
     for (int32_t y = 0; y < Height; ++y, pRow += Pitch) {
         std::fill_n(pRow - Padding, Padding, pRow[0]);
         std::fill_n(pRow + Width, Padding, pRow[Width - 1]);
     }
     const auto RowLength = static_cast<size_t>(Width + 2 * Padding);
-    const PixType* const pFirst = pPlane - Padding;
-    const PixType* const pLast = pFirst + (Height - 1) * Pitch;
+    const Sample* const pFirst = pPlane - Padding;
+    const Sample* const pLast = pFirst + (Height - 1) * Pitch;
     for (int32_t y = 1; y <= Padding; ++y) {
         std::copy_n(pFirst, RowLength, pPlane - Padding - y * Pitch);
         std::copy_n(pLast, RowLength, pPlane - Padding + (Height - 1 + y) * Pitch);
@@ -27,8 +27,8 @@ void PadPlane(PixType* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, i
 
 } // namespace
 
-template <class PixType>
-void PadFrame(H264EncoderFrame<PixType>& Frame, const FrameLayout& Layout)
+template <class Sample>
+void PadFrame(H264EncoderFrame<Sample>& Frame, const FrameLayout& Layout)
 {
     const ptrdiff_t Pitch = Frame.m_Pitch;
     PadPlane(Frame.m_pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);

@@ -31,7 +31,7 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
 
 /// A picture. It is coded in place: the samples of a macroblock are the source until the macroblock is reconstructed.
 /// The allocator must outlive the frame.
-template <class PixType>
+template <class Sample>
 class H264EncoderFrame : public UMC::VideoData
 {
 public:
@@ -45,7 +45,7 @@ public:
     UMC::Status Allocate(const FrameLayout& Layout);
 
     // Planes at the visible origin, and the pitch of all of them in samples.
-    PixType *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
+    Sample *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
     int32_t m_Pitch = 0;
 
     // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order).
@@ -91,11 +91,11 @@ private:
 };
 
 /// A doubly linked list that owns its frames.
-template <class PixType>
+template <class Sample>
 class H264EncoderFrameList
 {
 public:
-    using Frame = H264EncoderFrame<PixType>;
+    using Frame = H264EncoderFrame<Sample>;
 
     H264EncoderFrameList() = default;
     ~H264EncoderFrameList();
@@ -122,10 +122,10 @@ private:
 
 /// Which picture of the input list is coded next: oldest IDR period first, then display order, except that a B picture
 /// waits for AnchorsNeeded references behind it. Null when none can be.
-template <class PixType>
-H264EncoderFrame<PixType>* FindNextToCode(const H264EncoderFrameList<PixType>& Input,
-                                          const H264EncoderFrameList<PixType>& Reconstructed, int32_t AnchorsNeeded,
-                                          int32_t BRefMode);
+template <class Sample>
+H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Input,
+                                         const H264EncoderFrameList<Sample>& Reconstructed, int32_t AnchorsNeeded,
+                                         int32_t BRefMode);
 
 extern template class H264EncoderFrame<uint8_t>;
 extern template class H264EncoderFrameList<uint8_t>;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Common/h264/motion_vector.h"
+#include "encoder/write/slice_type.h"
 
 #include <cstdint>
 
@@ -10,9 +11,6 @@ namespace UMC_H264_ENCODER {
 using h264::MotionVector;
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
-
-// As in the slice header (clause 7.4.3).
-enum SliceType : int32_t { SLICE_P = 0, SLICE_B = 1, SLICE_I = 2 };
 
 // What later pictures may do with a picture.
 enum PictureClass : int32_t { CLASS_DISPOSABLE = 0, CLASS_REFERENCE = 1, CLASS_IDR = 2 };
@@ -48,6 +46,10 @@ struct GlobalMacroblock {
     uint16_t Reserved;
 };
 static_assert(sizeof(GlobalMacroblock) == 8);
+
+enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
+enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
+inline constexpr uint8_t kIntra4x4Dc = 2; // Intra_4x4_DC, also what other macroblocks stand for in mode prediction
 
 // Bits of LocalMacroblock::Coded beyond luma block i (luma4x4BlkIdx) at bit i.
 inline constexpr uint32_t kCodedLuma = 0xFFFF;

@@ -2,25 +2,25 @@
 #pragma once
 
 #include "Common/h264/motion_prediction.h"
-#include "encoder/state/encoder_core.h"
+#include "encoder/state/slice_context.h"
 
 namespace UMC_H264_ENCODER {
 
-template <class Core>
-h264::BlockMotion MotionOf(const Core& c, int32_t List, int32_t MbIndex, int32_t RasterBlock)
+template <class Sample>
+h264::BlockMotion MotionOf(const H264EncoderFrame<Sample>& Frame, int32_t List, int32_t MbIndex, int32_t RasterBlock)
 {
     if (MbIndex < 0) return {{0, 0}, h264::kRefUnavailable};
     const ptrdiff_t i = static_cast<ptrdiff_t>(MbIndex) * 16 + RasterBlock;
-    return {c.current->mb_motion[List][i], c.current->mb_reference[List][i]};
+    return {Frame.mb_motion[List][i], Frame.mb_reference[List][i]};
 }
 
 // The neighbours of a 16x16 block; the one above left stands in for the one above right (clause 8.4.1.3.2).
-template <class Core>
-h264::MotionNeighbours NeighboursOf16x16(const Core& c, const typename Core::Slice& s, int32_t List)
+template <class Sample>
+h264::MotionNeighbours NeighboursOf16x16(const H264EncoderFrame<Sample>& f, const CurrentMacroblock<Sample>& mb,
+                                         int32_t List)
 {
-    const auto& mb = s.cur_mb;
-    return {MotionOf(c, List, mb.left, 3), MotionOf(c, List, mb.top, 12),
-            mb.top_right >= 0 ? MotionOf(c, List, mb.top_right, 12) : MotionOf(c, List, mb.top_left, 15)};
+    return {MotionOf(f, List, mb.left, 3), MotionOf(f, List, mb.top, 12),
+            mb.top_right >= 0 ? MotionOf(f, List, mb.top_right, 12) : MotionOf(f, List, mb.top_left, 15)};
 }
 
 } // namespace UMC_H264_ENCODER

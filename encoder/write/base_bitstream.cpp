@@ -1,6 +1,6 @@
 #include "encoder/write/base_bitstream.h"
 
-#include "encoder/state/encoder_types.h"
+#include "encoder/write/slice_type.h"
 
 #include <algorithm>
 #include <bit>

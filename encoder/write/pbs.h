@@ -1,9 +1,9 @@
 // The syntax of parameter sets, slice headers and NAL units on a slice's writer.
 #pragma once
 
-#include "encoder/state/encoder_types.h"
 #include "encoder/write/base_bitstream.h"
 #include "encoder/write/parameter_sets.h"
+#include "encoder/write/slice_type.h"
 
 namespace UMC_H264_ENCODER {
 
