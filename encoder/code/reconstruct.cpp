@@ -63,14 +63,15 @@ void ReconstructChroma(SliceContext<Sample>& s)
     const MacroblockQuant& q = s.quant;
     uint32_t AnyAc = 0, AnyDc = 0;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        auto* const pDst = Plane ? mb.src_v : mb.src_u;
+        const auto* const pSrc = Plane ? mb.src_v : mb.src_u;
+        auto* const pDst = Plane ? mb.rec_v : mb.rec_u;
         const auto* const pPred = w.PredUV + 8 * Plane;
         auto* const pLevels = w.Chroma[Plane];
         if (s.slice_type != SLICE_I && ChromaHasNoLevels(s, Plane)) {
             Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
-        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pDst, mb.pitch, pPred, w.kPredStep, pLevels,
+        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.pitch, pPred, w.kPredStep, pLevels,
                                                           w.ChromaDc[Plane], q.pChroma);
         const uint32_t Dc = Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0],
                                                                q.pChroma->Rounding, q.pChroma->Shift);
@@ -109,10 +110,10 @@ void ReconstructInter(const FrameLayout& Layout, SliceContext<Sample>& s)
     auto& mb = s.cur_mb;
     InterPrediction(Layout, s);
     const uint32_t Coded = InterLumaLevels(s);
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.src_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
     if (Coded) {
         Kernels<Sample>.DequantBlocks(w.Luma, Coded, 16, s.quant.pLumaScale, s.quant.LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.src_y, mb.pitch, Coded);
+        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.rec_y, mb.pitch, Coded);
     }
     mb.local->Coded = Coded;
     mb.local->Pattern = LumaPattern(Coded);
@@ -137,7 +138,7 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
     }
     mb.local->Coded = Mask;
     mb.local->Pattern = Mask ? 15 : 0;
-    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.src_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.rec_y, mb.pitch, 16);
     if (Mask) Kernels<Sample>.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
     if (Dc) {
         mb.local->Coded |= kCodedLumaDc;
@@ -145,7 +146,7 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
-    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.src_y, mb.pitch, Mask);
+    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.rec_y, mb.pitch, Mask);
     ReconstructChroma(s);
 }
 
@@ -155,7 +156,7 @@ void ReconstructIntra4x4(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
-    Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.src_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.rec_y, mb.pitch, 16);
     mb.local->Coded = w.Intra4x4Coded;
     mb.local->Pattern = LumaPattern(w.Intra4x4Coded);
     ReconstructChroma(s);

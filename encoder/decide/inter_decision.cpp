@@ -74,9 +74,9 @@ bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector
     CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
     if (SkipLeavesChroma(s)) return false;
 
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.src_y, mb.pitch, 16);
-    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.src_u, mb.pitch, 8);
-    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.src_v, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.rec_u, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.rec_v, mb.pitch, 8);
     mb.global->Type = MB_SKIP_P;
     FillMotion(s, Skip, 0);
     return true;

@@ -49,7 +49,7 @@ int32_t Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
         const int32_t Price = BitPrice(mb.local->Qp, t.Bits);
         if ((Available & t.Needs) != t.Needs || Price >= Best) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
-        t.pPredict(mb.src_y, mb.pitch, pTrial, w.kPredStep, Available);
+        t.pPredict(mb.rec_y, mb.pitch, pTrial, w.kPredStep, Available);
         const int32_t Cost = Price + pDistance(mb.src_y, mb.pitch, pTrial, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;
@@ -75,8 +75,8 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s)
     for (const ModeTrial& t : Trials) {
         if ((Available & t.Needs) != t.Needs) continue;
         auto* const pTrial = w.TrialUV;
-        t.pPredict(mb.src_u, mb.pitch, pTrial, w.kPredStep, Available);
-        t.pPredict(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
+        t.pPredict(mb.rec_u, mb.pitch, pTrial, w.kPredStep, Available);
+        t.pPredict(mb.rec_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
         const int32_t Cost = BitPrice(mb.local->QpChroma, t.Bits) + pDistance(mb.src_u, mb.pitch, pTrial, w.kPredStep) +
                              pDistance(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
@@ -148,11 +148,11 @@ void Intra4x4Trial<Sample>::LoadNeighbours()
     const auto& mb = m_s.cur_mb;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin;
     if (mb.top >= 0) {
-        const Sample* const pAbove = mb.src_y - mb.pitch;
+        const Sample* const pAbove = mb.rec_y - mb.pitch;
         std::copy(pAbove - 1, pAbove + 20, pLocal - m_w.kLocalStep - 1);
     }
     if (mb.left >= 0)
-        for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.src_y[y * mb.pitch - 1];
+        for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.rec_y[y * mb.pitch - 1];
 }
 
 // Mode of a block for the prediction of modes; -1 outside the slice. Columns and rows from -1.

@@ -25,9 +25,9 @@ class MacroblockFilter
 {
 public:
     MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
-        : m_Settings(Settings), m_Job(Job), m_Frame(*Job.current), m_OffsetA((s.deblock_alpha >> 1) * 2),
-          m_OffsetB((s.deblock_beta >> 1) * 2), m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0),
-          m_bISlice(s.slice_type == SLICE_I)
+        : m_Settings(Settings), m_Job(Job), m_Frame(*Job.current), m_View(Job.reconstruction),
+          m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
+          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_bISlice(s.slice_type == SLICE_I)
     {
     }
 
@@ -52,6 +52,7 @@ private:
     const EncoderSettings& m_Settings;
     const PictureJob<Sample>& m_Job;
     const H264EncoderFrame<Sample>& m_Frame;
+    const PictureView<Sample> m_View;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
     bool m_bISlice;
@@ -120,12 +121,11 @@ void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Stren
     const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
     (bVertical ? Kernels<Sample>.FilterLumaVertical
-               : Kernels<Sample>.FilterLumaHorizontal)(m_Frame.m_pY + At.LumaFrame, m_Frame.m_Pitch, &m_Luma.Params);
+               : Kernels<Sample>.FilterLumaHorizontal)(m_View.pY + At.LumaFrame, m_View.Pitch, &m_Luma.Params);
     if (!(s.Edge[0] | s.Edge[2])) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
-    (bVertical ? Kernels<Sample>.FilterChromaVertical
-               : Kernels<Sample>.FilterChromaHorizontal)(m_Frame.m_pU + At.ChromaFrame, m_Frame.m_pV + At.ChromaFrame,
-                                                         m_Frame.m_Pitch, &m_Chroma.Params, &m_Chroma.Params);
+    (bVertical ? Kernels<Sample>.FilterChromaVertical : Kernels<Sample>.FilterChromaHorizontal)(
+        m_View.pU + At.ChromaFrame, m_View.pV + At.ChromaFrame, m_View.Pitch, &m_Chroma.Params, &m_Chroma.Params);
 }
 
 template <class Sample>

@@ -28,17 +28,17 @@ void PadPlane(Sample* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, in
 } // namespace
 
 template <class Sample>
-void PadFrame(H264EncoderFrame<Sample>& Frame, const FrameLayout& Layout)
+void PadPicture(const PictureView<Sample>& View, const FrameLayout& Layout)
 {
-    const ptrdiff_t Pitch = Frame.m_Pitch;
-    PadPlane(Frame.m_pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);
+    const ptrdiff_t Pitch = View.Pitch;
+    PadPlane(View.pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Layout.ChromaFormat];
     if (Chroma.Blocks == 0) return;
     const int32_t Width = Layout.AlignedWidth >> Chroma.ShiftX, Height = Layout.AlignedHeight >> Chroma.ShiftY;
-    PadPlane(Frame.m_pU, Pitch, Width, Height, kChromaPadding);
-    PadPlane(Frame.m_pV, Pitch, Width, Height, kChromaPadding);
+    PadPlane(View.pU, Pitch, Width, Height, kChromaPadding);
+    PadPlane(View.pV, Pitch, Width, Height, kChromaPadding);
 }
 
-template void PadFrame(H264EncoderFrame<uint8_t>&, const FrameLayout&);
+template void PadPicture(const PictureView<uint8_t>&, const FrameLayout&);
 
 } // namespace UMC_H264_ENCODER

@@ -6,6 +6,6 @@
 namespace UMC_H264_ENCODER {
 
 template <class Sample>
-void PadFrame(H264EncoderFrame<Sample>& Frame, const FrameLayout& Layout);
+void PadPicture(const PictureView<Sample>& View, const FrameLayout& Layout);
 
 } // namespace UMC_H264_ENCODER

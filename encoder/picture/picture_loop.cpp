@@ -168,7 +168,7 @@ void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Seque
     } else {
         DeblockPicture(Settings, Sequence, Job);
     }
-    if (Job.picture_class != CLASS_DISPOSABLE) PadFrame(*Job.current, Settings.layout);
+    if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.reconstruction, Settings.layout);
     for (int32_t i = 0; i < Settings.params.num_slices; ++i)
         Sequence.total_bits += Job.slices[static_cast<size_t>(i)].bitstream.Bits();
     if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.current);

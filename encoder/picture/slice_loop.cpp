@@ -71,6 +71,18 @@ void SetNeighbours(int32_t w, SliceContext<Sample>& s)
     mb.top_left = bTop && bLeft ? InSlice(i - w - 1, s.first_mb) : -1;
 }
 
+template <class Sample>
+void PointAt(int32_t Luma, int32_t Chroma, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
+{
+    mb.pitch = Job.reconstruction.Pitch;
+    mb.src_y = Job.source.pY + Luma;
+    mb.src_u = Job.source.pU + Chroma;
+    mb.src_v = Job.source.pV + Chroma;
+    mb.rec_y = Job.reconstruction.pY + Luma;
+    mb.rec_u = Job.reconstruction.pU + Chroma;
+    mb.rec_v = Job.reconstruction.pV + Chroma;
+}
+
 // Points cur_mb at a macroblock's samples and tables, and clears what the decision does not always write.
 template <class Sample>
 void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, int32_t Index)
@@ -82,10 +94,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     mb.position = &Settings.positions[i];
     mb.mb_x = mb.position->X;
     mb.mb_y = mb.position->Y;
-    mb.pitch = Frame.m_Pitch;
-    mb.src_y = Frame.m_pY + mb.position->LumaFrame;
-    mb.src_u = Frame.m_pU + mb.position->ChromaFrame;
-    mb.src_v = Frame.m_pV + mb.position->ChromaFrame;
+    PointAt(mb.position->LumaFrame, mb.position->ChromaFrame, Job, mb);
     SetNeighbours(Settings.layout.MbWidth, s);
     for (size_t List = 0; List < 2; ++List) {
         mb.mv[List] = Frame.mb_motion[List] + i * 16;

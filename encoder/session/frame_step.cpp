@@ -95,17 +95,11 @@ void EndInput(EncoderCore<Sample>& c)
 }
 
 template <class Sample>
-void Classify(EncoderCore<Sample>& c)
+int32_t ClassOf(const H264EncoderFrame<Sample>& f, int32_t FramesEncoded, int32_t BRefMode)
 {
-    const auto& f = *c.job.current;
-    if (f.frame_type == FRAME_I && (c.sequence.frames_encoded == 0 || f.is_idr)) {
-        c.job.picture_class = CLASS_IDR;
-        c.sequence.b_anchors_needed = c.settings.params.num_ref_to_start_b;
-    } else if (f.frame_type == FRAME_B && !(f.b_is_reference && c.settings.params.b_ref_mode != 0)) {
-        c.job.picture_class = CLASS_DISPOSABLE;
-    } else {
-        c.job.picture_class = CLASS_REFERENCE;
-    }
+    if (f.frame_type == FRAME_I && (FramesEncoded == 0 || f.is_idr)) return CLASS_IDR;
+    if (f.frame_type == FRAME_B && !(f.b_is_reference && BRefMode != 0)) return CLASS_DISPOSABLE;
+    return CLASS_REFERENCE;
 }
 
 // Frames of the reconstruction list that nothing refers to become input frames again.
@@ -139,7 +133,8 @@ UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
         c.sequence.frame_num = (c.sequence.frame_num + 1) % EncoderSettings::frame_num_max;
     c.sequence.input_list.RemoveFrame(&f);
     c.sequence.reconstruction_list.Append(&f);
-    Classify(c);
+    c.job.Begin(f, ClassOf(f, c.sequence.frames_encoded, c.settings.params.b_ref_mode));
+    if (c.job.picture_class == CLASS_IDR) c.sequence.b_anchors_needed = c.settings.params.num_ref_to_start_b;
 
     const UMC::Status s = EncodePicture(c.settings, c.sequence, c.job, Output);
     double Start = 0.0, End = 0.0;

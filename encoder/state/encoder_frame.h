@@ -2,6 +2,7 @@
 #pragma once
 
 #include "encoder/state/encoder_types.h"
+#include "encoder/state/picture_view.h"
 #include "media/umc_base_codec.h"
 #include "media/umc_video_data.h"
 
@@ -29,7 +30,7 @@ struct FrameLayout {
 FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
                        bool bAlpha);
 
-/// A picture. It is coded in place: the samples of a macroblock are the source until the macroblock is reconstructed.
+/// A picture. It is mostly coded in place: the samples of a macroblock are the source until it is reconstructed.
 /// The allocator must outlive the frame.
 template <class Sample>
 class H264EncoderFrame : public UMC::VideoData
@@ -47,6 +48,7 @@ public:
     // Planes at the visible origin, and the pitch of all of them in samples.
     Sample *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
     int32_t m_Pitch = 0;
+    PictureView<Sample> View() const { return {m_pY, m_pU, m_pV, m_Pitch}; }
 
     // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order).
     MotionVector* mb_motion[2] = {};

@@ -17,6 +17,19 @@ struct PictureJob {
 
     H264EncoderFrame<Sample>* current = nullptr; // its tables are written here too
     int32_t picture_class = CLASS_IDR;           // PictureClass
+    // Samples are compared with the source, and predicted from and written to the reconstruction. Both have the pitch
+    // of the encoder's layout.
+    PictureView<const Sample> source;
+    PictureView<Sample> reconstruction;
+
+    /// Takes up a picture, which is coded in place.
+    void Begin(H264EncoderFrame<Sample>& Picture, int32_t PictureClass)
+    {
+        current = &Picture;
+        picture_class = PictureClass;
+        reconstruction = Picture.View();
+        source = ReadOnly(reconstruction);
+    }
 
     std::unique_ptr<Slice[]> slices; // with the bits that they produced
     std::unique_ptr<uint8_t[]> slice_buffers;

@@ -83,8 +83,9 @@ template <class Sample>
 struct CurrentMacroblock {
     int32_t mb_index;
     int32_t mb_x, mb_y;
-    Sample *src_y, *src_u, *src_v; // in the picture, which is coded in place
-    int32_t pitch;                 // samples
+    const Sample *src_y, *src_u, *src_v; // the macroblock in the source
+    Sample *rec_y, *rec_u, *rec_v;       // and in the reconstruction; both may be the same samples
+    int32_t pitch;                       // samples
     int32_t lambda;
     int32_t left, top, top_right, top_left; // macroblock indices, -1 when not available
     const MacroblockPosition* position;

@@ -33,7 +33,7 @@ protected:
                 m_Frame.m_pU[y * m_Frame.m_Pitch + x] = static_cast<uint8_t>(50 + Rng() % 200);
                 m_Frame.m_pV[y * m_Frame.m_Pitch + x] = static_cast<uint8_t>(50 + Rng() % 200);
             }
-        PadFrame(m_Frame, c.settings.layout);
+        PadPicture(m_Frame.View(), c.settings.layout);
     }
     template <int32_t Side>
     std::array<uint8_t, Side * Side> Clamped(const uint8_t* pPlane, int32_t Size, int32_t x, int32_t y) const

@@ -47,7 +47,8 @@ protected:
     }
     SliceContext<uint8_t>& Slice() { return c.job.slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
-    uint8_t* Source(int32_t x, int32_t y) { return Mb().src_y + y * Mb().pitch + x; }
+    // The picture is coded in place, so its samples are the source.
+    uint8_t* Source(int32_t x, int32_t y) { return Mb().rec_y + y * Mb().pitch + x; }
     // Gives the source a distortion against grey, in samples of which each is too far off to be skipped.
     void Distort(int32_t Sum)
     {

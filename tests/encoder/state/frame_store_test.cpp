@@ -54,7 +54,7 @@ TEST(EncoderFrame, PaddingRepeatsTheEdges)
             f.m_pU[y * l.Pitch + x] = static_cast<uint8_t>(y * 20 + x);
             f.m_pV[y * l.Pitch + x] = static_cast<uint8_t>(y * 21 + x);
         }
-    PadFrame(f, l);
+    PadPicture(f.View(), l);
     const auto Check = [&](const uint8_t* p, int Width, int Height, int Padding, int Factor) {
         for (int y = -Padding; y < Height + Padding; ++y)
             for (int x = -Padding; x < Width + Padding; ++x)
