@@ -150,6 +150,17 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
     ReconstructChroma(s);
 }
 
+// The skip test has made the prediction already.
+template <class Sample>
+void ReconstructSkip(SliceContext<Sample>& s)
+{
+    const auto& w = s.work_area;
+    const auto& mb = s.cur_mb;
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.rec_u, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.rec_v, mb.pitch, 8);
+}
+
 // The decision has reconstructed the blocks in the local copy already.
 template <class Sample>
 void ReconstructIntra4x4(SliceContext<Sample>& s)
@@ -168,7 +179,7 @@ template <class Sample>
 void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
     switch (s.cur_mb.global->Type) {
-    case MB_SKIP_P: return; // the skip test has put the prediction in place
+    case MB_SKIP_P: return ReconstructSkip(s);
     case MB_INTRA16X16: return ReconstructIntra16x16(s);
     case MB_INTRA4X4: return ReconstructIntra4x4(s);
     default: return ReconstructInter(Layout, s);
@@ -178,7 +189,6 @@ void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s)
 template <class Sample>
 void SetQuantisers(const QuantTables& Quant, SliceContext<Sample>& s, int32_t Qp)
 {
-    if (s.quant_qp == Qp) return;
     s.quant_qp = Qp;
     const auto Luma = static_cast<size_t>(Qp);
     const size_t Chroma = h264::kChromaQp[Luma];

@@ -1,5 +1,4 @@
-// Mode decision of P macroblocks: skip test, 16x16 search, and intra where inter is too dear.
-#include "encoder/decide/macroblock_decision.h"
+#include "encoder/decide/inter_decision.h"
 
 #include "encoder/code/coefficients.h"
 #include "encoder/code/compensation.h"
@@ -15,13 +14,6 @@
 namespace UMC_H264_ENCODER {
 
 namespace {
-
-template <class Sample>
-void FillMotion(SliceContext<Sample>& s, MotionVector v, int8_t Ref)
-{
-    std::fill_n(s.cur_mb.mv[0], 16, v);
-    std::fill_n(s.cur_mb.ref[0], 16, Ref);
-}
 
 template <class Sample>
 bool SkipLeavesLuma(SliceContext<Sample>& s)
@@ -57,14 +49,14 @@ bool SkipLeavesChroma(SliceContext<Sample>& s)
     return false;
 }
 
-// True when the macroblock is as good as its prediction at the skip vector: it is then a P skip, with the prediction
-// in place. The test is only made for a vector within a quarter sample of it.
+// True when the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
+// quarter sample of it.
 template <class Sample>
 bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector Vector, MotionVector Skip)
 {
     if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return false;
     auto& w = s.work_area;
-    auto& mb = s.cur_mb;
+    const auto& mb = s.cur_mb;
     const auto& Ref = *s.ref_pic_lists.Pictures[0][0];
     CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
     w.TestedMask = QuantiseInterLuma(s);
@@ -72,14 +64,7 @@ bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector
     w.TestedVector = Skip;
     if (SkipLeavesLuma(s)) return false;
     CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
-    if (SkipLeavesChroma(s)) return false;
-
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
-    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.rec_u, mb.pitch, 8);
-    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.rec_v, mb.pitch, 8);
-    mb.global->Type = MB_SKIP_P;
-    FillMotion(s, Skip, 0);
-    return true;
+    return !SkipLeavesChroma(s);
 }
 
 MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)}; }
@@ -145,98 +130,51 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
     return BitPrice(Qp, MVBits()[r]);
 }
 
-// The cost of the best inter form, whose type and motion it leaves in the tables; 0 for a skip.
+} // namespace
+
 template <class Sample>
-int32_t DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
 {
-    auto& mb = s.cur_mb;
+    const auto& mb = s.cur_mb;
     const uint32_t Flags = Settings.analysis_flags;
     const int32_t Qp = mb.local->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.threshold_me[static_cast<size_t>(Qp)] : 0;
     const h264::MotionNeighbours Around = NeighboursOf16x16(*Job.current, mb, 0);
     const MotionVector Skip = h264::PredictSkip(Around);
+    int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
+    MotionVector BestVector{0, 0}, Difference{0, 0};
     MEParams p;
-    int32_t Best = std::numeric_limits<int32_t>::max();
-    MotionVector BestVector{0, 0};
-    int32_t BestRef = 0;
     for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
         const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
-        p.pred_mv = h264::PredictMedian(Around, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, p.pred_mv, Skip)) return 0;
+        const MotionVector Predicted = h264::PredictMedian(Around, r);
+        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, Predicted, Skip))
+            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
+        p.pred_mv = Predicted;
         FillSearch(Settings, s, Ref, p);
         p.threshold = Limit;
         BuildCandidates(Settings.layout, Job, s, 0, Ref, p);
         SearchInteger(p);
         const int32_t Price = ReferencePrice(Qp, r, s.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, p.best_mv, Skip)) return 0;
+        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, p.best_mv, Skip))
+            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
         if (p.best_cost + Price < Best) {
             Best = p.best_cost + Price;
-            BestVector = p.best_mv;
             BestRef = r;
+            BestVector = p.best_mv;
+            Difference = p.best_mv - Predicted;
             if (Best <= Limit) break;
         } else if (!(Flags & (ENC_ANALYSE_ALL_REFS | ENC_ANALYSE_P_8X8))) {
             break;
         }
     }
-    mb.global->Type = MB_INTER16X16;
-    FillMotion(s, BestVector, static_cast<int8_t>(BestRef));
-    return Best;
+    return {.Cost = Best,
+            .Type = MB_INTER16X16,
+            .Ref = static_cast<int8_t>(BestRef),
+            .Vector = BestVector,
+            .Difference = Difference};
 }
 
-// Whether intra beats the inter cost; leaves the winner's type.
-template <class Sample>
-bool IntraWins(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s,
-               int32_t InterCost)
-{
-    auto& mb = s.cur_mb;
-    const uint8_t InterType = mb.global->Type;
-    const auto Qp = static_cast<size_t>(mb.local->Qp);
-    mb.global->Type = MB_INTRA16X16;
-    int32_t Cost = Intra16x16(Settings, s);
-    const bool bFiner = Cost <= 2 * InterCost && InterCost >= Settings.threshold_advanced_intra[Qp] &&
-                        (Settings.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(s);
-    if (bFiner) Cost = TryFinerIntra(Settings, Job, s, Cost);
-    if (Settings.analysis_flags & ENC_ANALYSE_ME_CHROMA) Cost += IntraChroma(Settings, s);
-    s.best_intra_cost = Cost;
-    if (Cost < InterCost) return true;
-    mb.global->Type = InterType;
-    mb.local->ChromaMode = CHROMA_DC; // what an inter macroblock counts as to its neighbours' contexts
-    return false;
-}
-
-// Puts the modes of the intra macroblock into the picture's tables; it has no vectors.
-template <class Sample>
-void CommitIntra(const EncoderSettings& Settings, SliceContext<Sample>& s)
-{
-    auto& mb = s.cur_mb;
-    ++s.intra_count;
-    FillMotion(s, {0, 0}, -1);
-    if (mb.global->Type == MB_INTRA4X4) std::copy_n(s.work_area.Intra4x4Modes, 16, mb.intra_modes);
-    IntraChroma(Settings, s);
-}
-
-} // namespace
-
-template <class Sample>
-void AnalyseMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
-{
-    auto& mb = s.cur_mb;
-    s.work_area.bTested = false;
-    if (s.slice_type == SLICE_I) {
-        AnalyseIntra(Settings, Job, s);
-        CommitIntra(Settings, s);
-        return;
-    }
-    const int32_t InterCost = DecideP(Settings, Job, s);
-    s.best_inter_cost = mb.local->Cost = InterCost;
-    if (mb.global->Type == MB_SKIP_P || InterCost < Settings.threshold_skip_intra[static_cast<size_t>(mb.local->Qp)])
-        return;
-    if (!IntraWins(Settings, Job, s, InterCost)) return;
-    mb.local->Cost = s.best_intra_cost;
-    CommitIntra(Settings, s);
-}
-
-template void AnalyseMacroblock(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

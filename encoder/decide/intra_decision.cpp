@@ -32,7 +32,7 @@ struct ModeTrial {
 } // namespace
 
 template <class Sample>
-int32_t Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
@@ -43,25 +43,25 @@ int32_t Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
                               {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, kAllForPlane, 5}};
     const auto pDistance =
         Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
-    int32_t Best = kImpossible;
+    Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
     int BestSlot = 0;
     for (const ModeTrial& t : Trials) {
         const int32_t Price = BitPrice(mb.local->Qp, t.Bits);
-        if ((Available & t.Needs) != t.Needs || Price >= Best) continue;
+        if ((Available & t.Needs) != t.Needs || Price >= Best.Cost) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
         t.pPredict(mb.rec_y, mb.pitch, pTrial, w.kPredStep, Available);
         const int32_t Cost = Price + pDistance(mb.src_y, mb.pitch, pTrial, w.kPredStep);
-        if (Cost >= Best) continue;
-        Best = Cost;
+        if (Cost >= Best.Cost) continue;
+        Best.Cost = Cost;
         BestSlot = 1 - BestSlot;
-        mb.local->Intra16Mode = t.Mode;
+        Best.Intra16Mode = t.Mode;
     }
     if (BestSlot != 0) Kernels<Sample>.CopyBlock16(w.IntraY[1], w.kPredStep, w.IntraY[0], w.kPredStep, 16);
     return Best;
 }
 
 template <class Sample>
-int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s)
+int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, uint8_t& Mode)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
@@ -81,7 +81,7 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s)
                              pDistance(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;
-        mb.local->ChromaMode = t.Mode;
+        Mode = t.Mode;
         Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.PredUV, w.kPredStep, 8);
     }
     return Best;
@@ -212,15 +212,17 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 } // namespace
 
 template <class Sample>
-int32_t Intra4x4(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s, int32_t Limit)
+Candidate Intra4x4(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s,
+                   int32_t Limit)
 {
+    Candidate Tried{.Cost = 0, .Type = MB_INTRA4X4};
     Intra4x4Trial<Sample> Trial(Settings, Job, s);
-    int32_t Sum = 0;
     for (uint32_t Index = 0; Index < 16; ++Index) {
-        Sum += Trial.Block(Index);
-        if (Sum > Limit) return Sum;
+        Tried.Cost += Trial.Block(Index);
+        if (Tried.Cost > Limit) return Tried;
     }
-    return Sum + BitPrice(s.cur_mb.local->Qp, kBitsOfIntra4x4);
+    Tried.Cost += BitPrice(s.cur_mb.local->Qp, kBitsOfIntra4x4);
+    return Tried;
 }
 
 template <class Sample>
@@ -232,33 +234,28 @@ bool HasDetail(const SliceContext<Sample>& s)
 }
 
 template <class Sample>
-int32_t TryFinerIntra(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s,
-                      int32_t Cost16x16)
+void TryFinerIntra(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s,
+                   Candidate& Best)
 {
-    auto& mb = s.cur_mb;
-    const int32_t Cost = Intra4x4(Settings, Job, s, Cost16x16);
-    if (Cost >= Cost16x16) return Cost16x16;
-    mb.global->Type = MB_INTRA4X4;
-    return Cost;
+    const Candidate Finer = Intra4x4(Settings, Job, s, Best.Cost);
+    if (Finer.Cost < Best.Cost) Best = Finer;
 }
 
 template <class Sample>
-void AnalyseIntra(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+Candidate AnalyseIntra(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
 {
-    auto& mb = s.cur_mb;
-    mb.global->Type = MB_INTRA16X16;
-    mb.local->Cost = Intra16x16(Settings, s);
-    if ((Settings.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(s))
-        mb.local->Cost = TryFinerIntra(Settings, Job, s, mb.local->Cost);
+    Candidate Best = Intra16x16(Settings, s);
+    if ((Settings.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(s)) TryFinerIntra(Settings, Job, s, Best);
+    return Best;
 }
 
 using Slice8 = SliceContext<uint8_t>;
 using Job8 = PictureJob<uint8_t>;
-template int32_t Intra16x16(const EncoderSettings&, Slice8&);
-template int32_t Intra4x4(const EncoderSettings&, const Job8&, Slice8&, int32_t);
-template int32_t IntraChroma(const EncoderSettings&, Slice8&);
+template Candidate Intra16x16(const EncoderSettings&, Slice8&);
+template Candidate Intra4x4(const EncoderSettings&, const Job8&, Slice8&, int32_t);
+template int32_t IntraChroma(const EncoderSettings&, Slice8&, uint8_t&);
 template bool HasDetail(const Slice8&);
-template int32_t TryFinerIntra(const EncoderSettings&, const Job8&, Slice8&, int32_t);
-template void AnalyseIntra(const EncoderSettings&, const Job8&, Slice8&);
+template void TryFinerIntra(const EncoderSettings&, const Job8&, Slice8&, Candidate&);
+template Candidate AnalyseIntra(const EncoderSettings&, const Job8&, Slice8&);
 
 } // namespace UMC_H264_ENCODER

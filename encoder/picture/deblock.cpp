@@ -83,8 +83,8 @@ void MacroblockFilter<Sample>::DeriveInter(int32_t Index, int32_t Left, int32_t 
         CodedRows |= (Rows | Coded(Top) >> 12) & 15;
         MovesTop = Moves(Index, Top) ? 15 : 0;
     }
-    h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
-    h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);
+    if (CodedColumns | MovesLeft) h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
+    if (CodedRows | MovesTop) h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);
     if (Left >= 0 && IsIntra(m_Frame.mb_global[Left].Type)) Vertical.Edge[0] = kAll4;
     if (Top >= 0 && IsIntra(m_Frame.mb_global[Top].Type)) Horizontal.Edge[0] = kAll4;
 }
@@ -115,7 +115,6 @@ void MacroblockFilter<Sample>::SetParams(CachedParams& p, const Strengths& s, in
 template <class Sample>
 void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical)
 {
-    if (!s.Any()) return;
     const GlobalMacroblock& Own = m_Frame.mb_global[Index];
     const GlobalMacroblock& Other = m_Frame.mb_global[Neighbour >= 0 ? Neighbour : Index];
     const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
@@ -142,8 +141,8 @@ void MacroblockFilter<Sample>::Filter(int32_t Index)
     } else {
         DeriveInter(Index, Left, Top, Vertical, Horizontal);
     }
-    Run(Index, Left, Vertical, true);
-    Run(Index, Top, Horizontal, false);
+    if (Vertical.Any()) Run(Index, Left, Vertical, true);
+    if (Horizontal.Any()) Run(Index, Top, Horizontal, false);
 }
 
 } // namespace

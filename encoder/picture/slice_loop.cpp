@@ -4,7 +4,6 @@
 #include "encoder/code/cabac_macroblock.h"
 #include "encoder/code/reconstruct.h"
 #include "encoder/decide/macroblock_decision.h"
-#include "encoder/state/motion_neighbours.h"
 
 #include <algorithm>
 #include <cmath>
@@ -101,9 +100,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
         mb.ref[List] = Frame.mb_reference[List] + i * 16;
         mb.mvd[List] = Job.vector_differences[List].data() + i * 16;
     }
-    std::fill_n(mb.mvd[0], 16, MotionVector{0, 0});
     mb.intra_modes = Job.intra_modes.data() + i * 16;
-    std::fill_n(mb.intra_modes, 16, kIntra4x4Dc);
     mb.coeff_counts = Job.coeff_counts.data() + i * 24;
     mb.global = Frame.mb_global + Index;
     mb.local = &Job.local_macroblocks[i];
@@ -113,16 +110,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     mb.local->Qp = Qp;
     mb.local->QpChroma = QpChroma;
     *mb.global = {Settings.slice_of_macroblock[i], MB_INTER16X16, 0, Qp, QpChroma, 0};
-    SetQuantisers(Settings.quant, s, Qp);
-}
-
-// The vector differences that the writer codes and that later macroblocks choose contexts by.
-template <class Sample>
-void SetVectorDifference(const H264EncoderFrame<Sample>& Frame, SliceContext<Sample>& s)
-{
-    auto& mb = s.cur_mb;
-    const MotionVector Predicted = h264::PredictMedian(NeighboursOf16x16(Frame, mb, 0), mb.ref[0][0]);
-    std::fill_n(mb.mvd[0], 16, mb.mv[0][0] - Predicted);
+    if (s.quant_qp != Qp) SetQuantisers(Settings.quant, s, Qp);
 }
 
 } // namespace
@@ -138,7 +126,6 @@ void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>&
         StartMacroblock(Settings, Job, s, Index);
         AnalyseMacroblock(Settings, Job, s);
         Reconstruct(Settings.layout, s);
-        if (s.cur_mb.global->Type == MB_INTER16X16) SetVectorDifference(*Job.current, s);
         WriteMacroblockCabac(Job, s, s.bitstream.Coder(), s.bitstream.Contexts());
         ++s.mb_count;
         s.bitstream.EncodeTerminate(Index + 1 == End);

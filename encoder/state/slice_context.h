@@ -105,7 +105,6 @@ struct SliceContext {
     int32_t status;
     int32_t slice_qp; // running QPY for mb_qp_delta
     int32_t mb_count, intra_count;
-    int32_t best_inter_cost, best_intra_cost;
     int32_t is_field_mb;
     int32_t skip_run;
     int32_t first_mb;

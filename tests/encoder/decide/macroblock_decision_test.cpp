@@ -1,5 +1,6 @@
 // Single decisions of a macroblock at their borders: one more unit of cost, one more edge, one more quarter sample.
 #include "encoder/code/reconstruct.h"
+#include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/macroblock_decision.h"
 #include "encoder/session/core_init.h"
@@ -58,6 +59,7 @@ protected:
             Sum -= Part;
         }
     }
+    int32_t InterCost() { return DecideP(c.settings, c.job, Slice()).Cost; }
     void Neighbour(int32_t Index, MotionVector v)
     {
         std::fill_n(c.job.current->mb_motion[0] + 16 * Index, 16, v);
@@ -125,7 +127,7 @@ protected:
         s_Intra.Distance16x16 = Intra - BitPrice(kQp, 1);
         s_Intra.Tried16x16 = s_Intra.TriedFiner = 0;
         AnalyseMacroblock(c.settings, c.job, Slice());
-        ASSERT_EQ(Slice().best_inter_cost, Inter);
+        ASSERT_EQ(InterCost(), Inter);
     }
 };
 
@@ -155,11 +157,9 @@ TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
 {
     const int32_t Top = Mb().top;
     s_Intra.Distance16x16 = 50;
-    Intra16x16(c.settings, Slice());
-    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
+    EXPECT_EQ(Intra16x16(c.settings, Slice()).Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
     Mb().top = -1;
-    Intra16x16(c.settings, Slice());
-    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_DC); // horizontal takes as many bits
+    EXPECT_EQ(Intra16x16(c.settings, Slice()).Intra16Mode, INTRA16_DC); // horizontal takes as many bits
     Mb().top = Top;
 }
 
@@ -245,7 +245,7 @@ TEST_F(SearchGates, ACostAtTheThresholdIsNotRefined)
     for (const int32_t Cost : {67, 68, 69, 70}) {
         Decide(Cost);
         EXPECT_EQ(s_Search.Refined, Cost > kThreshold) << Cost;
-        EXPECT_EQ(Slice().best_inter_cost, Cost);
+        EXPECT_EQ(InterCost(), Cost);
     }
 }
 
@@ -269,7 +269,7 @@ TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
         Sample = static_cast<uint8_t>(100 + Better);
         Decide(180);
         EXPECT_EQ(Mb().ref[0][0], Better > 3 ? 1 : 0) << Better;
-        EXPECT_EQ(Slice().best_inter_cost, Better > 3 ? 180 + 3 - Better : 180) << Better;
+        EXPECT_EQ(InterCost(), Better > 3 ? 180 + 3 - Better : 180) << Better;
     }
 }
 
@@ -415,12 +415,12 @@ TEST_F(LastMacroblock, Intra4x4GivesUpAboveTheLimitOnly)
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
     std::fill_n(s_DistanceOfMode, 9, 10);
-    const int32_t Whole = Intra4x4(c.settings, c.job, Slice(), INT32_MAX);
+    const int32_t Whole = Intra4x4(c.settings, c.job, Slice(), INT32_MAX).Cost;
     const int32_t Sum = Whole - BitPrice(30, 24);
     EXPECT_EQ(Sum, 16 * (10 + BitPrice(30, 1)));
-    EXPECT_EQ(Intra4x4(c.settings, c.job, Slice(), Sum), Whole);
-    EXPECT_EQ(Intra4x4(c.settings, c.job, Slice(), Sum - 1), Sum); // without the price of the type
-    EXPECT_EQ(Intra4x4(c.settings, c.job, Slice(), 0), Sum / 16);
+    EXPECT_EQ(Intra4x4(c.settings, c.job, Slice(), Sum).Cost, Whole);
+    EXPECT_EQ(Intra4x4(c.settings, c.job, Slice(), Sum - 1).Cost, Sum); // without the price of the type
+    EXPECT_EQ(Intra4x4(c.settings, c.job, Slice(), 0).Cost, Sum / 16);
 }
 
 TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
@@ -428,11 +428,12 @@ TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
     std::fill_n(s_DistanceOfMode, 9, 10);
-    const int32_t Cost = Intra4x4(c.settings, c.job, Slice(), INT32_MAX);
+    const int32_t Cost = Intra4x4(c.settings, c.job, Slice(), INT32_MAX).Cost;
     for (const int32_t Cost16x16 : {Cost - 1, Cost, Cost + 1}) {
-        Mb().global->Type = MB_INTRA16X16;
-        EXPECT_EQ(TryFinerIntra(c.settings, c.job, Slice(), Cost16x16), std::min(Cost, Cost16x16));
-        EXPECT_EQ(Mb().global->Type, Cost < Cost16x16 ? MB_INTRA4X4 : MB_INTRA16X16) << Cost16x16 - Cost;
+        Candidate Best{.Cost = Cost16x16, .Type = MB_INTRA16X16};
+        TryFinerIntra(c.settings, c.job, Slice(), Best);
+        EXPECT_EQ(Best.Cost, std::min(Cost, Cost16x16));
+        EXPECT_EQ(Best.Type, Cost < Cost16x16 ? MB_INTRA4X4 : MB_INTRA16X16) << Cost16x16 - Cost;
     }
 }
 
