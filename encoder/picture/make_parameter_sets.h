@@ -1,12 +1,11 @@
-// Parameter sets from settings.
+// The parameter sets that checked settings ask for.
 #pragma once
 
-#include "encoder/session/encoder_params.h"
+#include "encoder/state/encoder_params.h"
 #include "encoder/write/parameter_sets.h"
 
 namespace UMC_H264_ENCODER {
 
-/// From checked settings.
 SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& Params);
 PicParamSet MakePicParams(const UMC::H264EncoderParams& Params, int32_t PicInitQp);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "encoder/state/encoder_types.h"
+#include "encoder/state/picture_view.h"
 #include "media/umc_base_codec.h"
 #include "media/umc_video_data.h"
 
@@ -29,9 +30,9 @@ struct FrameLayout {
 FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
                        bool bAlpha);
 
-/// A picture. It is coded in place: the samples of a macroblock are the source until the macroblock is reconstructed.
+/// A picture. It is mostly coded in place: the samples of a macroblock are the source until it is reconstructed.
 /// The allocator must outlive the frame.
-template <class PixType>
+template <class Sample>
 class H264EncoderFrame : public UMC::VideoData
 {
 public:
@@ -45,8 +46,9 @@ public:
     UMC::Status Allocate(const FrameLayout& Layout);
 
     // Planes at the visible origin, and the pitch of all of them in samples.
-    PixType *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
+    Sample *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
     int32_t m_Pitch = 0;
+    PictureView<Sample> View() const { return {m_pY, m_pU, m_pV, m_Pitch}; }
 
     // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order).
     MotionVector* mb_motion[2] = {};
@@ -91,11 +93,11 @@ private:
 };
 
 /// A doubly linked list that owns its frames.
-template <class PixType>
+template <class Sample>
 class H264EncoderFrameList
 {
 public:
-    using Frame = H264EncoderFrame<PixType>;
+    using Frame = H264EncoderFrame<Sample>;
 
     H264EncoderFrameList() = default;
     ~H264EncoderFrameList();
@@ -122,10 +124,10 @@ private:
 
 /// Which picture of the input list is coded next: oldest IDR period first, then display order, except that a B picture
 /// waits for AnchorsNeeded references behind it. Null when none can be.
-template <class PixType>
-H264EncoderFrame<PixType>* FindNextToCode(const H264EncoderFrameList<PixType>& Input,
-                                          const H264EncoderFrameList<PixType>& Reconstructed, int32_t AnchorsNeeded,
-                                          int32_t BRefMode);
+template <class Sample>
+H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Input,
+                                         const H264EncoderFrameList<Sample>& Reconstructed, int32_t AnchorsNeeded,
+                                         int32_t BRefMode);
 
 extern template class H264EncoderFrame<uint8_t>;
 extern template class H264EncoderFrameList<uint8_t>;

@@ -10,7 +10,6 @@
 
 namespace UMC_H264_ENCODER {
 
-inline constexpr uint8_t kIntra4x4Dc = 2;      // Intra_4x4_DC, also what other macroblocks stand for in mode prediction
 inline constexpr uint8_t kNoMacroblock = 0xFF; // MacroblockType of a neighbour that is not available
 inline constexpr uint8_t kNoCount = 64;        // total_coeff of a neighbour that is not available
 

@@ -1,4 +1,4 @@
-// What varies in the parameter sets of this encoder.
+// Sequence and picture parameter sets as this encoder writes them. The picture floor makes them of the settings.
 #pragma once
 
 #include <cstdint>

@@ -23,6 +23,10 @@ ALLOWED = {
     "front": ("NVIDIA", "intel", "AMF", "encoder", "decoder", "process", "media", "kernels", "Common", "platform",
               "include/quilvex"),
 }
+# Floors of a folder, bottom first: each includes itself and those before it.
+FLOORS = {
+    "encoder": ("write", "state", "code", "decide", "picture", "session"),
+}
 # The codecs know the converter of process/ and nothing else there.
 CONVERTER = {"process/video_processing.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]')
@@ -34,6 +38,20 @@ def folder_of(path):
     return next((name for name in ALLOWED if path.startswith(name + "/")), None)
 
 
+def floor_of(folder, path):
+    """The place of a path under a folder among the folder's floors, or None where it has none."""
+    floor = path.removeprefix(folder + "/").split("/")[0]
+    return FLOORS[folder].index(floor) if floor in FLOORS[folder] else None
+
+
+def points_up(folder, source, target):
+    """Whether a source on one floor of a folder includes a target on a higher one, or on none."""
+    if folder not in FLOORS:
+        return False
+    own, other = floor_of(folder, source), floor_of(folder, target)
+    return own is None or other is None or other > own
+
+
 def violations(root):
     for name, allowed in ALLOWED.items():
         for source in sorted((root / name).rglob("*")):
@@ -42,7 +60,12 @@ def violations(root):
             for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
                 found = INCLUDE.match(line)
                 target = folder_of(found.group(1)) if found else None
-                if not target or target == name:
+                if not target:
+                    continue
+                path = source.relative_to(root).as_posix()
+                if target == name:
+                    if points_up(name, path, found.group(1)):
+                        yield f"{path}:{number}: a floor below may not include {found.group(1)}"
                     continue
                 if name in ("encoder", "decoder") and target == "process" and found.group(1) not in CONVERTER:
                     yield f"{source.relative_to(root)}:{number}: only the converter may be included: {found.group(1)}"

@@ -1,5 +1,6 @@
 // Slices in variable length codes, which no setting of a client reaches yet: the core is told to write them.
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
 #include "tests/support/decode_helper.h"
@@ -31,9 +32,9 @@ protected:
     void Encode(const UMC::H264EncoderParams& p, std::vector<Picture> Clip)
     {
         ASSERT_EQ(InitCore(c, p, &m_Allocator), UMC::StatusOk);
-        c.params.entropy_coding_mode = 0;
+        c.settings.params.entropy_coding_mode = 0;
         for (Picture& Source : Clip) EncodePicture(Source);
-        ASSERT_FALSE(c.pps.entropy_coding_mode);
+        ASSERT_FALSE(c.sequence.pps.entropy_coding_mode);
     }
     void ExpectDecoded() const
     {
@@ -47,7 +48,7 @@ protected:
     }
 
     UMC::DefaultMemoryAllocator m_Allocator;
-    Core8 c;
+    EncoderCore<uint8_t> c;
 
 private:
     void EncodePicture(Picture& Source)
@@ -59,13 +60,13 @@ private:
         ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
         const auto* const pData = static_cast<const uint8_t*>(Output.GetDataPointer());
         m_Stream.insert(m_Stream.end(), pData, pData + Output.GetDataSize());
-        Append(c.current->m_pY, kWidth, kHeight);
-        Append(c.current->m_pU, kWidth / 2, kHeight / 2);
-        Append(c.current->m_pV, kWidth / 2, kHeight / 2);
+        Append(c.job.current->m_pY, kWidth, kHeight);
+        Append(c.job.current->m_pU, kWidth / 2, kHeight / 2);
+        Append(c.job.current->m_pV, kWidth / 2, kHeight / 2);
     }
     void Append(const uint8_t* pPlane, int32_t Width, int32_t Height)
     {
-        for (int32_t y = 0; y < Height; ++y, pPlane += c.current->m_Pitch)
+        for (int32_t y = 0; y < Height; ++y, pPlane += c.job.current->m_Pitch)
             m_Reconstruction.insert(m_Reconstruction.end(), pPlane, pPlane + Width);
     }
 

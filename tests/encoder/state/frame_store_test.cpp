@@ -1,5 +1,8 @@
 // Frame store, order of coding, reference marking and the key frame rule on the core itself.
-#include "encoder/state/encoder_core.h"
+#include "encoder/picture/padding.h"
+#include "encoder/picture/reference_lists.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 #include "media/umc_default_memory_allocator.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +54,7 @@ TEST(EncoderFrame, PaddingRepeatsTheEdges)
             f.m_pU[y * l.Pitch + x] = static_cast<uint8_t>(y * 20 + x);
             f.m_pV[y * l.Pitch + x] = static_cast<uint8_t>(y * 21 + x);
         }
-    PadFrame(f, l);
+    PadPicture(f.View(), l);
     const auto Check = [&](const uint8_t* p, int Width, int Height, int Padding, int Factor) {
         for (int y = -Padding; y < Height + Padding; ++y)
             for (int x = -Padding; x < Width + Padding; ++x)
@@ -177,7 +180,7 @@ struct TestCore {
         p->frame_num = FrameNum;
         p->is_reference = bReference ? 3 : 0;
         p->poc[0] = p->poc[1] = 2 * FrameNum;
-        c.reconstruction_list.Append(p);
+        c.sequence.reconstruction_list.Append(p);
         return p;
     }
     UMC::DefaultMemoryAllocator Allocator;
@@ -189,20 +192,20 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     TestCore t;
     Frame* const pOld = t.Add(250);
     Frame* const pNew = t.Add(1);
-    t.c.current = t.Add(2, false);
-    t.c.params.num_ref_frames = 2;
-    auto& s = t.c.slices[0];
+    t.c.job.current = t.Add(2, false);
+    t.c.settings.params.num_ref_frames = 2;
+    auto& s = t.c.job.slices[0];
     s.slice_type = SLICE_P;
-    UpdateRefLists(t.c, s);
+    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
     EXPECT_EQ(pOld->frame_num_wrap, -6);
     EXPECT_EQ(pNew->frame_num_wrap, 1);
     ASSERT_EQ(s.num_ref_idx_l0, 2);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pNew); // falling pic_num
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], pOld);
-    UpdateMarking(t.c);
+    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
     EXPECT_FALSE(pOld->is_reference); // the lowest number left the window
     EXPECT_TRUE(pNew->is_reference);
-    EXPECT_TRUE(t.c.current->is_reference);
+    EXPECT_TRUE(t.c.job.current->is_reference);
 }
 
 TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
@@ -211,15 +214,15 @@ TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
     Frame* const pOld = t.Add(254);
     Frame* const pNew = t.Add(255); // coded behind the one before it and never numbered
     pOld->frame_num_wrap = 254;
-    t.c.current = t.Add(0, false);
-    t.c.params.num_ref_frames = 2;
-    auto& s = t.c.slices[0];
+    t.c.job.current = t.Add(0, false);
+    t.c.settings.params.num_ref_frames = 2;
+    auto& s = t.c.job.slices[0];
     s.slice_type = SLICE_I;
-    UpdateRefLists(t.c, s);
+    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
     EXPECT_EQ(pOld->frame_num_wrap, -2);
     EXPECT_EQ(pNew->frame_num_wrap, -1);
     EXPECT_EQ(s.ref_pic_lists.Count[0], 0);
-    UpdateMarking(t.c);
+    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
     EXPECT_FALSE(pOld->is_reference);
     EXPECT_TRUE(pNew->is_reference);
 }
@@ -228,11 +231,11 @@ TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
 {
     TestCore t;
     Frame* const pOld = t.Add(4);
-    t.c.current = t.Add(5, false);
-    t.c.slices[0].slice_type = SLICE_P;
-    UpdateRefLists(t.c, t.c.slices[0]);
-    EXPECT_EQ(t.c.slices[0].num_ref_idx_l0, 1);
-    UpdateMarking(t.c);
+    t.c.job.current = t.Add(5, false);
+    t.c.job.slices[0].slice_type = SLICE_P;
+    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, t.c.job.slices[0]);
+    EXPECT_EQ(t.c.job.slices[0].num_ref_idx_l0, 1);
+    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
     EXPECT_TRUE(pOld->IsFree() || !pOld->was_encoded);
     EXPECT_EQ(pOld->is_reference, 0);
 }
@@ -242,11 +245,11 @@ TEST(ReferenceMarking, AnIdrPictureUnmarksAllOthers)
     TestCore t;
     Frame *const a = t.Add(1), *const b = t.Add(2);
     b->is_long_term = 3;
-    t.c.current = t.Add(0, false);
-    t.c.current->is_idr = true;
-    UpdateMarking(t.c);
+    t.c.job.current = t.Add(0, false);
+    t.c.job.current->is_idr = true;
+    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
     EXPECT_EQ(a->is_reference | b->is_reference | b->is_long_term, 0);
-    EXPECT_EQ(t.c.current->is_reference, 3);
+    EXPECT_EQ(t.c.job.current->is_reference, 3);
 }
 
 TEST(ReferenceLists, LongTermPicturesFollowByNumber)
@@ -256,11 +259,11 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     a->is_long_term = d->is_long_term = 3;
     a->long_term_frame_idx = 1;
     d->long_term_frame_idx = 0;
-    t.c.current = t.Add(4, false);
-    t.c.params.num_ref_frames = 3;
-    auto& s = t.c.slices[0];
+    t.c.job.current = t.Add(4, false);
+    t.c.settings.params.num_ref_frames = 3;
+    auto& s = t.c.job.slices[0];
     s.slice_type = SLICE_P;
-    UpdateRefLists(t.c, s);
+    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
     ASSERT_EQ(s.ref_pic_lists.Count[0], 3);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], b);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], d);
@@ -272,12 +275,12 @@ TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
     TestCore t;
     for (const int32_t FrameNum : {3, 4, 5}) t.Add(FrameNum);
     Frame* const pSame = t.Add(6); // as high as the current picture's number, which is not above it
-    t.c.current = t.Add(6, false);
-    auto& s = t.c.slices[0];
+    t.c.job.current = t.Add(6, false);
+    auto& s = t.c.job.slices[0];
     s.slice_type = SLICE_P;
     for (const int32_t References : {0, 1, 2, 4}) {
-        t.c.params.num_ref_frames = References;
-        UpdateRefLists(t.c, s);
+        t.c.settings.params.num_ref_frames = References;
+        UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
         EXPECT_EQ(s.num_ref_idx_l0, std::max(References, 1));
         EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pSame);
         EXPECT_EQ(pSame->pic_num[0], 6);
@@ -288,11 +291,11 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
 {
     TestCore t;
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2), *const p6 = t.Add(6), *const p8 = t.Add(8);
-    t.c.current = t.Add(4, false);
-    t.c.params.num_ref_frames = 4;
-    auto& s = t.c.slices[0];
+    t.c.job.current = t.Add(4, false);
+    t.c.settings.params.num_ref_frames = 4;
+    auto& s = t.c.job.slices[0];
     s.slice_type = SLICE_B;
-    UpdateRefLists(t.c, s);
+    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
     const auto Lists = s.ref_pic_lists.Pictures;
     EXPECT_EQ((std::vector<Frame*>{Lists[0], Lists[0] + 4}), (std::vector<Frame*>{p2, p0, p6, p8}));
     EXPECT_EQ((std::vector<Frame*>{Lists[1], Lists[1] + 4}), (std::vector<Frame*>{p6, p8, p2, p0}));
@@ -302,11 +305,11 @@ TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
 {
     TestCore t;
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2);
-    t.c.current = t.Add(4, false);
-    t.c.params.num_ref_frames = 2;
-    auto& s = t.c.slices[0];
+    t.c.job.current = t.Add(4, false);
+    t.c.settings.params.num_ref_frames = 2;
+    auto& s = t.c.job.slices[0];
     s.slice_type = SLICE_B;
-    UpdateRefLists(t.c, s);
+    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], p2);
     EXPECT_EQ(s.ref_pic_lists.Pictures[1][0], p0);
     EXPECT_EQ(s.ref_pic_lists.Pictures[1][1], p2);
@@ -319,22 +322,22 @@ std::string Types(int32_t NumB, int32_t KeyInterval, int32_t IdrInterval, int Co
 {
     TestCore t;
     Core8& c = t.c;
-    c.params.num_b_frames = NumB;
-    c.params.key_frame_interval = KeyInterval;
-    c.params.idr_interval = IdrInterval;
-    c.params.keep_pattern_at_key = bKeepPattern;
-    c.gop_length = NumB + 1;
-    c.gop_pattern.assign(static_cast<size_t>(NumB) + 1, FRAME_B);
-    c.gop_pattern[0] = FRAME_P;
-    c.key_countdown = static_cast<uint32_t>(KeyInterval) + 1;
-    c.idr_countdown = static_cast<uint32_t>(IdrInterval) + 1;
+    c.settings.params.num_b_frames = NumB;
+    c.settings.params.key_frame_interval = KeyInterval;
+    c.settings.params.idr_interval = IdrInterval;
+    c.settings.params.keep_pattern_at_key = bKeepPattern;
+    c.settings.gop_length = NumB + 1;
+    c.settings.gop_pattern.assign(static_cast<size_t>(NumB) + 1, FRAME_B);
+    c.settings.gop_pattern[0] = FRAME_P;
+    c.sequence.key_countdown = static_cast<uint32_t>(KeyInterval) + 1;
+    c.sequence.idr_countdown = static_cast<uint32_t>(IdrInterval) + 1;
     std::string s;
     for (int i = 0; i < Count; ++i) {
-        const int32_t Type = NextFrameType(c);
-        const bool bIdr = Type == FRAME_I && c.make_idr_next;
+        const int32_t Type = NextFrameType(c.settings, c.sequence);
+        const bool bIdr = Type == FRAME_I && c.sequence.make_idr_next;
         s += bIdr ? 'K' : Type == FRAME_I ? 'I' : Type == FRAME_P ? 'P' : 'B';
-        if (bIdr) c.make_idr_next = false;
-        ++c.poc_frame_count;
+        if (bIdr) c.sequence.make_idr_next = false;
+        ++c.sequence.poc_frame_count;
     }
     return s;
 }
