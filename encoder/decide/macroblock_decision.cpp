@@ -38,10 +38,11 @@ template <class Sample>
 void Commit(const Candidate& Won, SliceContext<Sample>& s)
 {
     auto& mb = s.cur_mb;
+    LocalMacroblock& Local = *mb.local;
     mb.global->Type = Won.Type;
-    mb.local->Cost = Won.Cost;
-    mb.local->Intra16Mode = Won.Intra16Mode;
-    mb.local->ChromaMode = Won.ChromaMode;
+    Local.Cost = Won.Cost;
+    Local.Intra16Mode = Won.Intra16Mode;
+    Local.ChromaMode = Won.ChromaMode;
     FillVectors(mb.mv[0], Won.Vector);
     FillVectors(mb.mvd[0], Won.Difference);
     std::memset(mb.ref[0], Won.Ref, 16);

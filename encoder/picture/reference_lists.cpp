@@ -91,7 +91,6 @@ void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>
     const int32_t Most = std::max(Settings.params.num_ref_frames, 1);
     s.num_ref_idx_l0 = std::clamp(s.ref_pic_lists.Count[0], 1, Most);
     s.num_ref_idx_l1 = std::clamp(s.ref_pic_lists.Count[1], 1, Most);
-    s.num_ref_idx_active_override = s.num_ref_idx_l0 != 1 || s.num_ref_idx_l1 != 1;
 }
 
 template <class Sample>

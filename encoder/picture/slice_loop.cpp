@@ -7,14 +7,9 @@
 #include "encoder/code/reconstruct.h"
 #include "encoder/decide/macroblock_decision.h"
 
-#include <algorithm>
-#include <cmath>
-
 namespace UMC_H264_ENCODER {
 
 namespace {
-
-int32_t Lambda(int32_t Qp) { return static_cast<int32_t>(std::pow(2.0, std::max(Qp - 12, 0) / 3.0)); }
 
 template <class Sample>
 SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
@@ -177,7 +172,6 @@ private:
 template <class Sample, class Entropy>
 void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, Entropy Writer)
 {
-    s.cur_mb.lambda = Lambda(s.slice_qp);
     const int32_t End = s.first_mb + s.mb_limit;
     for (int32_t Index = s.first_mb; Index < End; ++Index) {
         StartMacroblock(Settings, Job, s, Index);

@@ -73,10 +73,8 @@ UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
     pFrame->frame_type = TypeOfInput(c, Asked);
     pFrame->b_is_reference = pFrame->frame_type == FRAME_B && IsReferenceB(c);
     if (pFrame->frame_type == FRAME_I && c.sequence.make_idr_next) StartIdrPeriod(c, *pFrame);
-    pFrame->picture_structure = pFrame->picture_structure_before = STRUCT_FRAME;
     pFrame->poc[0] = 2 * c.sequence.poc_frame_count;
     pFrame->poc[1] = 2 * c.sequence.poc_frame_count + 1;
-    pFrame->bottom_field_flag[1] = 1;
     pFrame->display_order = 2 * (c.sequence.poc_frame_count + c.sequence.poc_base);
     ++c.sequence.poc_frame_count;
     return UMC::StatusOk;

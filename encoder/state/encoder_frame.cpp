@@ -136,15 +136,12 @@ void H264EncoderFrame<Sample>::ResetPicture()
     Unmark();
     was_encoded = false;
     is_idr = false;
-    hold_output = false;
     frame_num = frame_num_wrap = 0;
     long_term_frame_idx = 0;
     for (int Field = 0; Field < 2; ++Field) {
         pic_num[Field] = long_term_pic_num[Field] = 0;
         poc[Field] = idr_epoch[Field] = 0;
-        bottom_field_flag[Field] = 0;
     }
-    picture_structure = picture_structure_before = STRUCT_FRAME;
 }
 
 template class H264EncoderFrame<uint8_t>;

@@ -55,8 +55,6 @@ public:
     int8_t* mb_reference[2] = {}; // index into the slice's list, -1 for none
     GlobalMacroblock* mb_global = nullptr;
 
-    uint8_t picture_structure = STRUCT_FRAME;
-    uint8_t picture_structure_before = STRUCT_FRAME;
     int32_t frame_type = FRAME_I;
     int32_t b_is_reference = 0;
     bool was_encoded = false;
@@ -67,14 +65,12 @@ public:
     int32_t poc[2] = {};
     int32_t idr_epoch[2] = {}; // raised at each later IDR picture, so that older periods sort first
     int32_t display_order = 0;
-    uint8_t bottom_field_flag[2] = {};
     bool is_idr = false;
-    bool hold_output = false;
     H264EncoderFrame *previous = nullptr, *next = nullptr;
 
     bool IsShortTerm() const { return is_reference != 0 && is_long_term == 0; }
     bool IsLongTerm() const { return is_long_term != 0; }
-    bool IsFree() const { return was_encoded && is_reference == 0 && is_long_term == 0 && !hold_output; }
+    bool IsFree() const { return was_encoded && is_reference == 0 && is_long_term == 0; }
     int32_t Poc() const { return poc[0] < poc[1] ? poc[0] : poc[1]; }
     int32_t Epoch() const { return idr_epoch[0] > idr_epoch[1] ? idr_epoch[0] : idr_epoch[1]; }
     void Unmark() { is_reference = is_long_term = 0; }
@@ -106,7 +102,6 @@ public:
 
     Frame* Head() const { return m_pHead; }
     void Append(Frame* pFrame);
-    void MoveToHead(Frame* pFrame);
     /// Takes the frame out without deleting it.
     void RemoveFrame(Frame* pFrame);
     Frame* FindFree() const;

@@ -15,9 +15,6 @@ enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 // What later pictures may do with a picture.
 enum PictureClass : int32_t { CLASS_DISPOSABLE = 0, CLASS_REFERENCE = 1, CLASS_IDR = 2 };
 
-// How a frame's lines are coded.
-enum FrameStructure : uint8_t { STRUCT_TOP = 0, STRUCT_BOTTOM = 1, STRUCT_FRAME = 2, STRUCT_ADAPTIVE = 3 };
-
 // Macroblock types as stored in the picture's tables; MB_INTRA4X4 with FLAG_TRANSFORM_8X8 is Intra 8x8.
 enum MacroblockType : uint8_t {
     MB_INTRA4X4 = 0,

@@ -25,15 +25,6 @@ void H264EncoderFrameList<Sample>::Append(Frame* pFrame)
 }
 
 template <class Sample>
-void H264EncoderFrameList<Sample>::MoveToHead(Frame* pFrame)
-{
-    RemoveFrame(pFrame);
-    pFrame->next = m_pHead;
-    (m_pHead ? m_pHead->previous : m_pTail) = pFrame;
-    m_pHead = pFrame;
-}
-
-template <class Sample>
 void H264EncoderFrameList<Sample>::RemoveFrame(Frame* pFrame)
 {
     (pFrame->previous ? pFrame->previous->next : m_pHead) = pFrame->next;

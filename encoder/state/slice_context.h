@@ -87,7 +87,6 @@ struct CurrentMacroblock {
     const Sample *src_y, *src_u, *src_v; // the macroblock in the source
     Sample *rec_y, *rec_u, *rec_v;       // and in the reconstruction; both may be the same samples
     int32_t pitch;                       // samples
-    int32_t lambda;
     NeighbourCache around;
     const MacroblockPosition* position;
     GlobalMacroblock* global;
@@ -106,7 +105,6 @@ struct SliceContext {
     int32_t status;
     int32_t slice_qp; // running QPY for mb_qp_delta
     int32_t mb_count, intra_count;
-    int32_t is_field_mb;
     int32_t first_mb;
     int32_t mb_limit; // macroblocks that belong to the slice
     int32_t slice_qp_delta;
@@ -115,7 +113,6 @@ struct SliceContext {
     int32_t deblock_idc, deblock_alpha, deblock_beta;
     CH264pBs<Sample, typename CodecTraits<Sample>::Coeff> bitstream;
     CH264pBsFake<Sample, typename CodecTraits<Sample>::Coeff> fake_bitstream;
-    bool num_ref_idx_active_override;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
     RefPicLists<Sample> ref_pic_lists;
     NeighbourTables neighbour_tables;

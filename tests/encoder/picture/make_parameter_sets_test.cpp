@@ -1,16 +1,16 @@
 #include "encoder/picture/make_parameter_sets.h"
-#include "tests/encoder/encoder_testing.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace UMC_H264_ENCODER;
-using encoder_testing::SizedParams;
 
-TEST(MadeParameterSets, CropUnitsByFormatAndStructure)
+TEST(ParameterSets, CropUnitsByFormatAndStructure)
 {
-    UMC::H264EncoderParams p = SizedParams(1920, 1080);
+    UMC::H264EncoderParams p;
+    p.m_Info.m_Width = 1920;
+    p.m_Info.m_Height = 1080;
     EXPECT_EQ(MakeSeqParams(p).crop_bottom, 4);
     p.coding_type = 1;
     EXPECT_EQ(MakeSeqParams(p).crop_bottom, 2);
@@ -23,7 +23,7 @@ TEST(MadeParameterSets, CropUnitsByFormatAndStructure)
     EXPECT_EQ(MakeSeqParams(p).crop_right, 5);
 }
 
-TEST(MadeParameterSets, OrderCountBits)
+TEST(ParameterSets, OrderCountBits)
 {
     EXPECT_EQ(PocLsbBits(1, 0, 1), 4);
     EXPECT_EQ(PocLsbBits(7, 0, 9), 7);
