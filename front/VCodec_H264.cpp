@@ -2,8 +2,8 @@
 
 #include "Common/h/deleting_destructor.h"
 #include "decoder/session/video_decoder.h"
-#include "encoder/session/encoder_params.h"
 #include "encoder/session/video_encoder.h"
+#include "encoder/state/encoder_params.h"
 #include "front/closed_decoders.h"
 #include "front/stdafx.h"
 

@@ -1,8 +1,7 @@
 // Inter prediction of a macroblock's blocks from a padded reference picture (clause 8.4.2.2).
 #pragma once
 
-#include "encoder/state/encoder_core.h"
-#include "kernels/dispatch/kernels.h"
+#include "encoder/state/slice_context.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -18,54 +17,53 @@ inline bool InsidePadding(int32_t First, int32_t Last, int32_t PlaneSize, int32_
 } // namespace detail
 
 /// Luma block at (x, y) of the picture, moved by a vector. Width 16, 8 or 4.
-template <class Core>
-void CompensateLuma(const Core& c, typename Core::Slice& s, const typename Core::Frame& Ref, MotionVector v, int32_t x,
-                    int32_t y, int32_t Width, int32_t Height, typename Core::Pix* pDst, ptrdiff_t DstStep)
+template <class Sample>
+void CompensateLuma(const FrameLayout& Layout, WorkArea<Sample>& w, const H264EncoderFrame<Sample>& Ref, MotionVector v,
+                    int32_t x, int32_t y, int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep)
 {
-    using kernels::g_Kernels;
     const int32_t Left = x + (v.x >> 2), Top = y + (v.y >> 2);
     const auto* pSrc = Ref.m_pY + static_cast<ptrdiff_t>(Top) * Ref.m_Pitch + Left;
     ptrdiff_t SrcStep = Ref.m_Pitch;
-    if (!detail::InsidePadding(Left - 2, Left + Width + 2, c.layout.AlignedWidth, kLumaPadding) ||
-        !detail::InsidePadding(Top - 2, Top + Height + 2, c.layout.AlignedHeight, kLumaPadding)) {
+    if (!detail::InsidePadding(Left - 2, Left + Width + 2, Layout.AlignedWidth, kLumaPadding) ||
+        !detail::InsidePadding(Top - 2, Top + Height + 2, Layout.AlignedHeight, kLumaPadding)) {
         SrcStep = 24;
-        g_Kernels.CopyClamped(Ref.m_pY, Ref.m_Pitch, c.layout.AlignedWidth, c.layout.AlignedHeight, Left - 2, Top - 2,
-                              s.work_area.Clamped, SrcStep, Width + 5, Height + 5);
-        pSrc = s.work_area.Clamped + 2 * SrcStep + 2;
+        Kernels<Sample>.CopyClamped(Ref.m_pY, Ref.m_Pitch, Layout.AlignedWidth, Layout.AlignedHeight, Left - 2, Top - 2,
+                                    w.Clamped, SrcStep, Width + 5, Height + 5);
+        pSrc = w.Clamped + 2 * SrcStep + 2;
     }
-    const auto pInterpolate = Width == 16  ? g_Kernels.InterpolateLuma16
-                              : Width == 8 ? g_Kernels.InterpolateLuma8
-                                           : g_Kernels.InterpolateLuma4;
+    const auto pInterpolate = Width == 16  ? Kernels<Sample>.InterpolateLuma16
+                              : Width == 8 ? Kernels<Sample>.InterpolateLuma8
+                                           : Kernels<Sample>.InterpolateLuma4;
     pInterpolate(pSrc, SrcStep, pDst, DstStep, v.x & 3, v.y & 3, Height);
 }
 
 /// Both chroma blocks that belong to the luma block at (x, y); sizes in luma samples. Cr goes to pDst + 8.
-template <class Core>
-void CompensateChroma(const Core& c, typename Core::Slice& s, const typename Core::Frame& Ref, MotionVector v,
-                      int32_t x, int32_t y, int32_t Width, int32_t Height, typename Core::Pix* pDst, ptrdiff_t DstStep)
+template <class Sample>
+void CompensateChroma(const FrameLayout& Layout, WorkArea<Sample>& w, const H264EncoderFrame<Sample>& Ref,
+                      MotionVector v, int32_t x, int32_t y, int32_t Width, int32_t Height, Sample* pDst,
+                      ptrdiff_t DstStep)
 {
-    using kernels::g_Kernels;
-    const int32_t w = Width / 2, h = Height / 2;
-    const int32_t PlaneWidth = c.layout.AlignedWidth / 2, PlaneHeight = c.layout.AlignedHeight / 2;
+    const int32_t BlockWidth = Width / 2, BlockHeight = Height / 2;
+    const int32_t PlaneWidth = Layout.AlignedWidth / 2, PlaneHeight = Layout.AlignedHeight / 2;
     const int32_t Left = x / 2 + (v.x >> 3), Top = y / 2 + (v.y >> 3);
     const ptrdiff_t Offset = static_cast<ptrdiff_t>(Top) * Ref.m_Pitch + Left;
     const auto *pU = Ref.m_pU + Offset, *pV = Ref.m_pV + Offset;
     ptrdiff_t SrcStep = Ref.m_Pitch;
-    if (!detail::InsidePadding(Left, Left + w, PlaneWidth, kChromaPadding) ||
-        !detail::InsidePadding(Top, Top + h, PlaneHeight, kChromaPadding)) {
+    if (!detail::InsidePadding(Left, Left + BlockWidth, PlaneWidth, kChromaPadding) ||
+        !detail::InsidePadding(Top, Top + BlockHeight, PlaneHeight, kChromaPadding)) {
         SrcStep = 24;
-        auto *const pClampedU = s.work_area.Clamped, *const pClampedV = pClampedU + 12;
-        g_Kernels.CopyClamped(Ref.m_pU, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep, w + 1,
-                              h + 1);
-        g_Kernels.CopyClamped(Ref.m_pV, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedV, SrcStep, w + 1,
-                              h + 1);
+        auto *const pClampedU = w.Clamped, *const pClampedV = pClampedU + 12;
+        Kernels<Sample>.CopyClamped(Ref.m_pU, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep,
+                                    BlockWidth + 1, BlockHeight + 1);
+        Kernels<Sample>.CopyClamped(Ref.m_pV, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedV, SrcStep,
+                                    BlockWidth + 1, BlockHeight + 1);
         pU = pClampedU;
         pV = pClampedV;
     }
-    const auto pInterpolate = w == 8   ? g_Kernels.InterpolateChroma8
-                              : w == 4 ? g_Kernels.InterpolateChroma4
-                                       : g_Kernels.InterpolateChroma2;
-    pInterpolate(pU, pV, SrcStep, pDst, pDst + 8, DstStep, v.x & 7, v.y & 7, h);
+    const auto pInterpolate = BlockWidth == 8   ? Kernels<Sample>.InterpolateChroma8
+                              : BlockWidth == 4 ? Kernels<Sample>.InterpolateChroma4
+                                                : Kernels<Sample>.InterpolateChroma2;
+    pInterpolate(pU, pV, SrcStep, pDst, pDst + 8, DstStep, v.x & 7, v.y & 7, BlockHeight);
 }
 
 } // namespace UMC_H264_ENCODER

@@ -1,32 +1,30 @@
 // Levels of inter predictions, with the transform left out where it is known to leave nothing.
 #pragma once
 
-#include "encoder/state/encoder_core.h"
-#include "kernels/dispatch/kernels.h"
+#include "encoder/state/slice_context.h"
 
 namespace UMC_H264_ENCODER {
 
 /// Levels of the macroblock's luma against PredY, into Luma. @return a bit for each block with levels; without any,
 /// Luma may be left as it was
-template <class Core>
-uint32_t QuantiseInterLuma(typename Core::Slice& s)
+template <class Sample>
+uint32_t QuantiseInterLuma(SliceContext<Sample>& s)
 {
-    using kernels::g_Kernels;
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    if (g_Kernels.LargestSad4x4Of16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep) <= s.quant.LumaZeroSad) return 0;
-    return g_Kernels.ForwardQuant16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep, w.Luma, s.quant.pLuma);
+    if (Kernels<Sample>.LargestSad4x4Of16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep) <= s.quant.LumaZeroSad) return 0;
+    return Kernels<Sample>.ForwardQuant16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep, w.Luma, s.quant.pLuma);
 }
 
 /// True when neither DC nor AC levels of a chroma plane (0 Cb, 1 Cr) against PredUV can remain, with the rounding of P
 /// and B slices. False says nothing.
-template <class Core>
-bool ChromaHasNoLevels(typename Core::Slice& s, int Plane)
+template <class Sample>
+bool ChromaHasNoLevels(const SliceContext<Sample>& s, int Plane)
 {
     const auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    return kernels::g_Kernels.LargestSad4x4Of8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
-                                                 w.kPredStep) <= s.quant.ChromaZeroSad;
+    return Kernels<Sample>.LargestSad4x4Of8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
+                                              w.kPredStep) <= s.quant.ChromaZeroSad;
 }
 
 } // namespace UMC_H264_ENCODER

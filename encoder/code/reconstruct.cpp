@@ -1,4 +1,5 @@
-// Residual, quantisation and reconstruction of a macroblock whose mode is decided.
+#include "encoder/code/reconstruct.h"
+
 #include "encoder/code/coefficients.h"
 #include "encoder/code/compensation.h"
 #include "encoder/code/quantise.h"
@@ -6,8 +7,6 @@
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
-
-using kernels::g_Kernels;
 
 namespace {
 
@@ -20,8 +19,8 @@ uint32_t LumaPattern(uint32_t Coded)
     return Pattern;
 }
 
-template <class Core>
-void InterPrediction(Core& c, typename Core::Slice& s)
+template <class Sample>
+void InterPrediction(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
@@ -29,17 +28,17 @@ void InterPrediction(Core& c, typename Core::Slice& s)
     const MotionVector v = mb.mv[0][0];
     if (!(w.bTested && w.TestedVector == v && mb.ref[0][0] == 0)) {
         w.bTested = false;
-        CompensateLuma(c, s, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
+        CompensateLuma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
     }
-    CompensateChroma(c, s, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
+    CompensateChroma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
 }
 
 // Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.
-template <class Core>
-uint32_t InterLumaLevels(Core&, typename Core::Slice& s)
+template <class Sample>
+uint32_t InterLumaLevels(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
-    const uint32_t Mask = w.bTested ? w.TestedMask : QuantiseInterLuma<Core>(s);
+    const uint32_t Mask = w.bTested ? w.TestedMask : QuantiseInterLuma(s);
     uint32_t Coded = 0;
     int32_t Total = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -56,25 +55,26 @@ uint32_t InterLumaLevels(Core&, typename Core::Slice& s)
 }
 
 // Residual of both chroma planes against the prediction in PredUV; sets the chroma bits of Coded and Pattern.
-template <class Core>
-void ReconstructChroma(Core&, typename Core::Slice& s)
+template <class Sample>
+void ReconstructChroma(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
     const MacroblockQuant& q = s.quant;
     uint32_t AnyAc = 0, AnyDc = 0;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        auto* const pDst = Plane ? mb.src_v : mb.src_u;
+        const auto* const pSrc = Plane ? mb.src_v : mb.src_u;
+        auto* const pDst = Plane ? mb.rec_v : mb.rec_u;
         const auto* const pPred = w.PredUV + 8 * Plane;
         auto* const pLevels = w.Chroma[Plane];
-        if (s.slice_type != SLICE_I && ChromaHasNoLevels<Core>(s, Plane)) {
-            g_Kernels.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
+        if (s.slice_type != SLICE_I && ChromaHasNoLevels(s, Plane)) {
+            Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
-        uint32_t Mask =
-            g_Kernels.ForwardQuantAc8x8(pDst, mb.pitch, pPred, w.kPredStep, pLevels, w.ChromaDc[Plane], q.pChroma);
-        const uint32_t Dc = g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0], q.pChroma->Rounding,
-                                                         q.pChroma->Shift);
+        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.pitch, pPred, w.kPredStep, pLevels,
+                                                          w.ChromaDc[Plane], q.pChroma);
+        const uint32_t Dc = Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0],
+                                                               q.pChroma->Rounding, q.pChroma->Shift);
         int32_t Cost = 0;
         for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));
@@ -84,117 +84,128 @@ void ReconstructChroma(Core&, typename Core::Slice& s)
             Mask = 0;
             std::memset(pLevels, 0, sizeof(w.Chroma[Plane]));
         }
-        g_Kernels.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
+        Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
         if (Mask) {
-            g_Kernels.DequantBlocks(pLevels, Mask, 4, q.pChromaScale, q.ChromaPer, 1);
+            Kernels<Sample>.DequantBlocks(pLevels, Mask, 4, q.pChromaScale, q.ChromaPer, 1);
             mb.local->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
         }
         uint32_t Bits = Mask;
         if (Dc) {
             ListDcLevels(w.ChromaDc[Plane], 4, w.ChromaDcLevels[Plane]);
             mb.local->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
-            g_Kernels.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
+            Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
             for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
         }
-        if (Bits) g_Kernels.AddResidualChroma(pLevels, pDst, mb.pitch, Bits);
+        if (Bits) Kernels<Sample>.AddResidualChroma(pLevels, pDst, mb.pitch, Bits);
         AnyAc |= Mask;
         AnyDc |= Dc;
     }
     mb.local->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
 }
 
-template <class Core>
-void ReconstructInter(Core& c, typename Core::Slice& s)
+template <class Sample>
+void ReconstructInter(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
-    InterPrediction(c, s);
-    const uint32_t Coded = InterLumaLevels(c, s);
-    g_Kernels.CopyBlock16(w.PredY, w.kPredStep, mb.src_y, mb.pitch, 16);
+    InterPrediction(Layout, s);
+    const uint32_t Coded = InterLumaLevels(s);
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
     if (Coded) {
-        g_Kernels.DequantBlocks(w.Luma, Coded, 16, s.quant.pLumaScale, s.quant.LumaPer, 0);
-        g_Kernels.AddResidualLuma4x4(w.Luma, mb.src_y, mb.pitch, Coded);
+        Kernels<Sample>.DequantBlocks(w.Luma, Coded, 16, s.quant.pLumaScale, s.quant.LumaPer, 0);
+        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.rec_y, mb.pitch, Coded);
     }
     mb.local->Coded = Coded;
     mb.local->Pattern = LumaPattern(Coded);
-    ReconstructChroma(c, s);
+    ReconstructChroma(s);
 }
 
-template <class Core>
-void ReconstructIntra16x16(Core& c, typename Core::Slice& s)
+template <class Sample>
+void ReconstructIntra16x16(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
     const MacroblockQuant& q = s.quant;
     const auto* const pPred = w.IntraY[0];
-    uint32_t Mask = g_Kernels.ForwardQuantAc16x16(mb.src_y, mb.pitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
+    uint32_t Mask =
+        Kernels<Sample>.ForwardQuantAc16x16(mb.src_y, mb.pitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
     const uint32_t Dc =
-        g_Kernels.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);
+        Kernels<Sample>.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);
     for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
         const auto Block = static_cast<size_t>(std::countr_zero(Rest));
         ListLevels(w.Luma + 16 * Block, 1, w.LumaLevels[Block]);
     }
     mb.local->Coded = Mask;
     mb.local->Pattern = Mask ? 15 : 0;
-    g_Kernels.CopyBlock16(pPred, w.kPredStep, mb.src_y, mb.pitch, 16);
-    if (Mask) g_Kernels.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
+    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.rec_y, mb.pitch, 16);
+    if (Mask) Kernels<Sample>.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
     if (Dc) {
         mb.local->Coded |= kCodedLumaDc;
         ListLevels(w.LumaDc, 0, w.LumaDcLevels);
-        g_Kernels.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
+        Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
-    if (Mask) g_Kernels.AddResidualLuma4x4(w.Luma, mb.src_y, mb.pitch, Mask);
-    ReconstructChroma(c, s);
+    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.rec_y, mb.pitch, Mask);
+    ReconstructChroma(s);
+}
+
+// The skip test has made the prediction already.
+template <class Sample>
+void ReconstructSkip(SliceContext<Sample>& s)
+{
+    const auto& w = s.work_area;
+    const auto& mb = s.cur_mb;
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.rec_u, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.rec_v, mb.pitch, 8);
 }
 
 // The decision has reconstructed the blocks in the local copy already.
-template <class Core>
-void ReconstructIntra4x4(Core& c, typename Core::Slice& s)
+template <class Sample>
+void ReconstructIntra4x4(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
-    g_Kernels.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.src_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.rec_y, mb.pitch, 16);
     mb.local->Coded = w.Intra4x4Coded;
     mb.local->Pattern = LumaPattern(w.Intra4x4Coded);
-    ReconstructChroma(c, s);
+    ReconstructChroma(s);
 }
 
 } // namespace
 
-template <class Core>
-void Reconstruct(Core& c, typename Core::Slice& s)
+template <class Sample>
+void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
     switch (s.cur_mb.global->Type) {
-    case MB_SKIP_P: return; // the skip test has put the prediction in place
-    case MB_INTRA16X16: return ReconstructIntra16x16(c, s);
-    case MB_INTRA4X4: return ReconstructIntra4x4(c, s);
-    default: return ReconstructInter(c, s);
+    case MB_SKIP_P: return ReconstructSkip(s);
+    case MB_INTRA16X16: return ReconstructIntra16x16(s);
+    case MB_INTRA4X4: return ReconstructIntra4x4(s);
+    default: return ReconstructInter(Layout, s);
     }
 }
 
-template <class Core>
-void SetQuantisers(Core& c, typename Core::Slice& s, int32_t Qp)
+template <class Sample>
+void SetQuantisers(const QuantTables& Quant, SliceContext<Sample>& s, int32_t Qp)
 {
-    if (s.quant_qp == Qp) return;
     s.quant_qp = Qp;
     const auto Luma = static_cast<size_t>(Qp);
     const size_t Chroma = h264::kChromaQp[Luma];
     // Intra macroblocks of P and B slices take the smaller rounding too: the slice decides, not the macroblock.
-    const auto& Table = s.slice_type == SLICE_I ? c.quant.Intra : c.quant.Inter;
+    const auto& Table = s.slice_type == SLICE_I ? Quant.Intra : Quant.Inter;
     s.quant.pLuma = &Table[Luma];
-    s.quant.pLumaIntra = &c.quant.Intra[Luma];
+    s.quant.pLumaIntra = &Quant.Intra[Luma];
     s.quant.pChroma = &Table[Chroma];
-    s.quant.pLumaScale = c.quant.Scale[Luma % 6];
-    s.quant.pChromaScale = c.quant.Scale[Chroma % 6];
-    s.quant.LumaZeroSad = c.quant.LumaZeroSad[Luma];
-    s.quant.ChromaZeroSad = c.quant.ChromaZeroSad[Chroma];
+    s.quant.pLumaScale = Quant.Scale[Luma % 6];
+    s.quant.pChromaScale = Quant.Scale[Chroma % 6];
+    s.quant.LumaZeroSad = Quant.LumaZeroSad[Luma];
+    s.quant.ChromaZeroSad = Quant.ChromaZeroSad[Chroma];
     s.quant.LumaPer = static_cast<int32_t>(Luma / 6);
     s.quant.ChromaPer = static_cast<int32_t>(Chroma / 6);
 }
 
-template void Reconstruct(Core8&, Core8::Slice&);
-template void SetQuantisers(Core8&, Core8::Slice&, int32_t);
+template void Reconstruct(const FrameLayout&, SliceContext<uint8_t>&);
+template void SetQuantisers(const QuantTables&, SliceContext<uint8_t>&, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -1,10 +1,10 @@
-// Mode decision of P macroblocks: skip test, 16x16 search, and intra where inter is too dear.
+#include "encoder/decide/inter_decision.h"
+
 #include "encoder/code/coefficients.h"
 #include "encoder/code/compensation.h"
 #include "encoder/code/quantise.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/motion_search.h"
-#include "encoder/state/vector_prediction.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,19 +12,10 @@
 
 namespace UMC_H264_ENCODER {
 
-using kernels::g_Kernels;
-
 namespace {
 
-template <class Core>
-void FillMotion(typename Core::Slice& s, MotionVector v, int8_t Ref)
-{
-    std::fill_n(s.cur_mb.mv[0], 16, v);
-    std::fill_n(s.cur_mb.ref[0], 16, Ref);
-}
-
-template <class Core>
-bool SkipLeavesLuma(typename Core::Slice& s)
+template <class Sample>
+bool SkipLeavesLuma(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     int32_t Cost = 0;
@@ -35,18 +26,19 @@ bool SkipLeavesLuma(typename Core::Slice& s)
     return false;
 }
 
-template <class Core>
-bool SkipLeavesChroma(typename Core::Slice& s)
+template <class Sample>
+bool SkipLeavesChroma(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
     const auto* const pQuant = s.quant.pChroma;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        if (ChromaHasNoLevels<Core>(s, Plane)) continue;
+        if (ChromaHasNoLevels(s, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
-        const uint32_t Mask = g_Kernels.ForwardQuantAc8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
-                                                          w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
-        if (g_Kernels.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
+        const uint32_t Mask =
+            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane, w.kPredStep,
+                                              pLevels, w.ChromaDc[Plane], pQuant);
+        if (Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
             return true;
         int32_t Cost = 0;
         for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1)
@@ -56,60 +48,55 @@ bool SkipLeavesChroma(typename Core::Slice& s)
     return false;
 }
 
-// True when the macroblock is as good as its prediction at the skip vector: it is then a P skip, with the prediction
-// in place. The test is only made for a vector within a quarter sample of it.
-template <class Core>
-bool CheckSkipP(Core& c, typename Core::Slice& s, MotionVector Vector, MotionVector Skip)
+// True when the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
+// quarter sample of it.
+template <class Sample>
+bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector Vector, MotionVector Skip)
 {
     if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return false;
     auto& w = s.work_area;
-    auto& mb = s.cur_mb;
+    const auto& mb = s.cur_mb;
     const auto& Ref = *s.ref_pic_lists.Pictures[0][0];
-    CompensateLuma(c, s, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
-    w.TestedMask = QuantiseInterLuma<Core>(s);
+    CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
+    w.TestedMask = QuantiseInterLuma(s);
     w.bTested = true;
     w.TestedVector = Skip;
-    if (SkipLeavesLuma<Core>(s)) return false;
-    CompensateChroma(c, s, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
-    if (SkipLeavesChroma<Core>(s)) return false;
-
-    g_Kernels.CopyBlock16(w.PredY, w.kPredStep, mb.src_y, mb.pitch, 16);
-    g_Kernels.CopyBlock8(w.PredUV, w.kPredStep, mb.src_u, mb.pitch, 8);
-    g_Kernels.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.src_v, mb.pitch, 8);
-    mb.global->Type = MB_SKIP_P;
-    FillMotion<Core>(s, Skip, 0);
-    return true;
+    if (SkipLeavesLuma(s)) return false;
+    CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
+    return !SkipLeavesChroma(s);
 }
 
 MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)}; }
 
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
-template <class Core>
-void BuildCandidates(const Core& c, const typename Core::Slice& s, int32_t List, const typename Core::Frame& Ref,
-                     MEParams& p)
+template <class Sample>
+void BuildCandidates(const FrameLayout& Layout, const PictureJob<Sample>& Job, const SliceContext<Sample>& s,
+                     size_t List, const H264EncoderFrame<Sample>& Ref, MEParams& p)
 {
     const auto& mb = s.cur_mb;
     const auto Add = [&](const MotionVector* pField, int32_t MbIndex, int32_t RasterBlock) {
         AddCandidate(p, Whole(pField[static_cast<ptrdiff_t>(MbIndex) * 16 + RasterBlock]));
     };
-    const MotionVector* const pCurrent = c.current->mb_motion[List];
+    const NeighbourCache::Motion& Around = mb.around.Motions[List];
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
     AddCandidate(p, {0, 0});
-    if (mb.top >= 0) Add(pCurrent, mb.top, 12);
-    if (mb.left >= 0) Add(pCurrent, mb.left, 3);
-    if (mb.top_left >= 0) Add(pCurrent, mb.top_left, 15);
-    const bool bLastRow = mb.mb_y + 1 == c.layout.MbHeight, bLastColumn = mb.mb_x + 1 == c.layout.MbWidth;
-    if (mb.mb_y > 0 && !bLastColumn) Add(pCurrent, mb.mb_index - c.layout.MbWidth + 1, 12);
+    if (mb.around.Has(kernels::kTop)) AddCandidate(p, Whole(Around.TopVectors[0]));
+    if (mb.around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
+    if (mb.around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
+    const bool bLastRow = mb.mb_y + 1 == Layout.MbHeight, bLastColumn = mb.mb_x + 1 == Layout.MbWidth;
+    // Of whatever slice it is.
+    if (mb.mb_y > 0 && !bLastColumn) Add(Job.current->mb_motion[List], mb.mb_index - Layout.MbWidth + 1, 12);
     const MotionVector* const pReference = Ref.mb_motion[List];
-    if (!bLastRow) Add(pReference, mb.mb_index + c.layout.MbWidth, 0);
+    if (!bLastRow) Add(pReference, mb.mb_index + Layout.MbWidth, 0);
     if (!bLastColumn) Add(pReference, mb.mb_index + 1, 0);
     Add(pReference, mb.mb_index, 0);
 }
 
-template <class Core>
-void FillSearch(const Core& c, typename Core::Slice& s, const typename Core::Frame& Ref, MEParams& p)
+template <class Sample>
+void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
+                MEParams& p)
 {
     const auto& mb = s.cur_mb;
     const MacroblockPosition& At = *mb.position;
@@ -121,14 +108,14 @@ void FillSearch(const Core& c, typename Core::Slice& s, const typename Core::Fra
     p.pitch = mb.pitch;
     p.bit_depth = p.bit_depth_chroma = 8;
     p.chroma_mv_offset = 0;
-    p.chroma_format = c.layout.ChromaFormat;
+    p.chroma_format = Settings.layout.ChromaFormat;
     p.block_width = p.block_height = 16;
     p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.local->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
     p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
-    p.range_x = std::max(c.params.search_x, 0), p.range_y = std::max(c.params.search_y, 0);
-    p.flags = c.analysis_flags;
-    p.method = c.params.search_method + (c.params.search_method > 0 ? kMethodWalkingRefinement : 0);
+    p.range_x = std::max(Settings.params.search_x, 0), p.range_y = std::max(Settings.params.search_y, 0);
+    p.flags = Settings.analysis_flags;
+    p.method = Settings.params.search_method + (Settings.params.search_method > 0 ? kMethodWalkingRefinement : 0);
     p.halves = &w.Halves;
     p.trial = w.Trial;
     p.trial_uv = w.TrialUV;
@@ -143,96 +130,51 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
     return BitPrice(Qp, MVBits()[r]);
 }
 
-// The cost of the best inter form, whose type and motion it leaves in the tables; 0 for a skip.
-template <class Core>
-int32_t DecideP(Core& c, typename Core::Slice& s)
+} // namespace
+
+template <class Sample>
+Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
 {
-    auto& mb = s.cur_mb;
-    const uint32_t Flags = c.analysis_flags;
+    const auto& mb = s.cur_mb;
+    const uint32_t Flags = Settings.analysis_flags;
     const int32_t Qp = mb.local->Qp;
-    const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? c.threshold_me[static_cast<size_t>(Qp)] : 0;
-    const Neighbours16x16 Around = NeighboursOf16x16(c, s, 0);
-    const MotionVector Skip = SkipVector(Around);
+    const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.threshold_me[static_cast<size_t>(Qp)] : 0;
+    const h264::MotionNeighbours Around = mb.around.Of16x16(0);
+    const MotionVector Skip = h264::PredictSkip(Around);
+    int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
+    MotionVector BestVector{0, 0}, Difference{0, 0};
     MEParams p;
-    int32_t Best = std::numeric_limits<int32_t>::max();
-    MotionVector BestVector{0, 0};
-    int32_t BestRef = 0;
     for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
         const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
-        p.pred_mv = MedianPrediction(Around.a, Around.b, Around.c, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(c, s, p.pred_mv, Skip)) return 0;
-        FillSearch(c, s, Ref, p);
+        const MotionVector Predicted = h264::PredictMedian(Around, r);
+        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, Predicted, Skip))
+            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
+        p.pred_mv = Predicted;
+        FillSearch(Settings, s, Ref, p);
         p.threshold = Limit;
-        BuildCandidates(c, s, 0, Ref, p);
+        BuildCandidates(Settings.layout, Job, s, 0, Ref, p);
         SearchInteger(p);
         const int32_t Price = ReferencePrice(Qp, r, s.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(c, s, p.best_mv, Skip)) return 0;
+        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, p.best_mv, Skip))
+            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
         if (p.best_cost + Price < Best) {
             Best = p.best_cost + Price;
-            BestVector = p.best_mv;
             BestRef = r;
+            BestVector = p.best_mv;
+            Difference = p.best_mv - Predicted;
             if (Best <= Limit) break;
         } else if (!(Flags & (ENC_ANALYSE_ALL_REFS | ENC_ANALYSE_P_8X8))) {
             break;
         }
     }
-    mb.global->Type = MB_INTER16X16;
-    FillMotion<Core>(s, BestVector, static_cast<int8_t>(BestRef));
-    return Best;
+    return {.Cost = Best,
+            .Type = MB_INTER16X16,
+            .Ref = static_cast<int8_t>(BestRef),
+            .Vector = BestVector,
+            .Difference = Difference};
 }
 
-// Whether intra beats the inter cost; leaves the winner's type.
-template <class Core>
-bool IntraWins(Core& c, typename Core::Slice& s, int32_t InterCost)
-{
-    auto& mb = s.cur_mb;
-    const uint8_t InterType = mb.global->Type;
-    const auto Qp = static_cast<size_t>(mb.local->Qp);
-    mb.global->Type = MB_INTRA16X16;
-    int32_t Cost = Intra16x16(c, s);
-    const bool bFiner = Cost <= 2 * InterCost && InterCost >= c.threshold_advanced_intra[Qp] &&
-                        (c.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(c, s);
-    if (bFiner) Cost = TryFinerIntra(c, s, Cost);
-    if (c.analysis_flags & ENC_ANALYSE_ME_CHROMA) Cost += IntraChroma(c, s);
-    s.best_intra_cost = Cost;
-    if (Cost < InterCost) return true;
-    mb.global->Type = InterType;
-    mb.local->ChromaMode = CHROMA_DC; // what an inter macroblock counts as to its neighbours' contexts
-    return false;
-}
-
-// Puts the modes of the intra macroblock into the picture's tables; it has no vectors.
-template <class Core>
-void CommitIntra(Core& c, typename Core::Slice& s)
-{
-    auto& mb = s.cur_mb;
-    ++s.intra_count;
-    FillMotion<Core>(s, {0, 0}, -1);
-    if (mb.global->Type == MB_INTRA4X4) std::copy_n(s.work_area.Intra4x4Modes, 16, mb.intra_modes);
-    IntraChroma(c, s);
-}
-
-} // namespace
-
-template <class Core>
-void AnalyseMacroblock(Core& c, typename Core::Slice& s)
-{
-    auto& mb = s.cur_mb;
-    s.work_area.bTested = false;
-    if (s.slice_type == SLICE_I) {
-        AnalyseIntra(c, s);
-        CommitIntra(c, s);
-        return;
-    }
-    const int32_t InterCost = DecideP(c, s);
-    s.best_inter_cost = mb.local->Cost = InterCost;
-    if (mb.global->Type == MB_SKIP_P || InterCost < c.threshold_skip_intra[static_cast<size_t>(mb.local->Qp)]) return;
-    if (!IntraWins(c, s, InterCost)) return;
-    mb.local->Cost = s.best_intra_cost;
-    CommitIntra(c, s);
-}
-
-template void AnalyseMacroblock(Core8&, Core8::Slice&);
+template Candidate DecideP(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

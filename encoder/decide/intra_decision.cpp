@@ -1,27 +1,16 @@
 #include "encoder/decide/intra_decision.h"
 
 #include "encoder/code/coefficients.h"
-#include "kernels/dispatch/kernels.h"
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 namespace UMC_H264_ENCODER {
-
-using kernels::g_Kernels;
 
 namespace {
 
 constexpr int32_t kImpossible = std::numeric_limits<int32_t>::max();
 constexpr int32_t kBitsOfIntra4x4 = 24; // estimate of what the type costs beyond the modes counted
-
-template <class Mb>
-unsigned Neighbours(const Mb& mb)
-{
-    return (mb.left >= 0 ? kernels::kLeft : 0u) | (mb.top >= 0 ? kernels::kTop : 0u) |
-           (mb.top_right >= 0 ? kernels::kTopRight : 0u) | (mb.top_left >= 0 ? kernels::kTopLeft : 0u);
-}
 
 constexpr unsigned kAllForPlane = kernels::kLeft | kernels::kTop | kernels::kTopLeft;
 
@@ -35,57 +24,58 @@ struct ModeTrial {
 
 } // namespace
 
-template <class Core>
-int32_t Intra16x16(Core& c, typename Core::Slice& s)
+template <class Sample>
+Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const unsigned Available = Neighbours(mb);
-    const ModeTrial Trials[4]{{g_Kernels.Predict16x16Dc, INTRA16_DC, 0, 3},
-                              {g_Kernels.Predict16x16Vertical, INTRA16_VERTICAL, kernels::kTop, 1},
-                              {g_Kernels.Predict16x16Horizontal, INTRA16_HORIZONTAL, kernels::kLeft, 3},
-                              {g_Kernels.Predict16x16Plane, INTRA16_PLANE, kAllForPlane, 5}};
-    const auto pDistance = c.analysis_flags & ENC_ANALYSE_SAD ? g_Kernels.Sad16x16 : g_Kernels.Satd16x16;
-    int32_t Best = kImpossible;
+    const unsigned Available = mb.around.Available;
+    const ModeTrial Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 0, 3},
+                              {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, kernels::kTop, 1},
+                              {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, kernels::kLeft, 3},
+                              {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, kAllForPlane, 5}};
+    const auto pDistance =
+        Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
+    Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
     int BestSlot = 0;
     for (const ModeTrial& t : Trials) {
         const int32_t Price = BitPrice(mb.local->Qp, t.Bits);
-        if ((Available & t.Needs) != t.Needs || Price >= Best) continue;
+        if ((Available & t.Needs) != t.Needs || Price >= Best.Cost) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
-        t.pPredict(mb.src_y, mb.pitch, pTrial, w.kPredStep, Available);
+        t.pPredict(mb.rec_y, mb.pitch, pTrial, w.kPredStep, Available);
         const int32_t Cost = Price + pDistance(mb.src_y, mb.pitch, pTrial, w.kPredStep);
-        if (Cost >= Best) continue;
-        Best = Cost;
+        if (Cost >= Best.Cost) continue;
+        Best.Cost = Cost;
         BestSlot = 1 - BestSlot;
-        mb.local->Intra16Mode = t.Mode;
+        Best.Intra16Mode = t.Mode;
     }
-    if (BestSlot != 0) g_Kernels.CopyBlock16(w.IntraY[1], w.kPredStep, w.IntraY[0], w.kPredStep, 16);
+    if (BestSlot != 0) Kernels<Sample>.CopyBlock16(w.IntraY[1], w.kPredStep, w.IntraY[0], w.kPredStep, 16);
     return Best;
 }
 
-template <class Core>
-int32_t IntraChroma(Core& c, typename Core::Slice& s)
+template <class Sample>
+int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, uint8_t& Mode)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const unsigned Available = Neighbours(mb);
-    const ModeTrial Trials[4]{{g_Kernels.PredictChromaDc, CHROMA_DC, 0, 1},
-                              {g_Kernels.PredictChromaVertical, CHROMA_VERTICAL, kernels::kTop, 3},
-                              {g_Kernels.PredictChromaHorizontal, CHROMA_HORIZONTAL, kernels::kLeft, 3},
-                              {g_Kernels.PredictChromaPlane, CHROMA_PLANE, kAllForPlane, 5}};
-    const auto pDistance = c.analysis_flags & ENC_ANALYSE_SAD ? g_Kernels.Sad8x8 : g_Kernels.Satd8x8;
+    const unsigned Available = mb.around.Available;
+    const ModeTrial Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 0, 1},
+                              {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, kernels::kTop, 3},
+                              {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, kernels::kLeft, 3},
+                              {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, kAllForPlane, 5}};
+    const auto pDistance = Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
     int32_t Best = kImpossible;
     for (const ModeTrial& t : Trials) {
         if ((Available & t.Needs) != t.Needs) continue;
         auto* const pTrial = w.TrialUV;
-        t.pPredict(mb.src_u, mb.pitch, pTrial, w.kPredStep, Available);
-        t.pPredict(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
+        t.pPredict(mb.rec_u, mb.pitch, pTrial, w.kPredStep, Available);
+        t.pPredict(mb.rec_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
         const int32_t Cost = BitPrice(mb.local->QpChroma, t.Bits) + pDistance(mb.src_u, mb.pitch, pTrial, w.kPredStep) +
                              pDistance(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;
-        mb.local->ChromaMode = t.Mode;
-        g_Kernels.CopyBlock16(pTrial, w.kPredStep, w.PredUV, w.kPredStep, 8);
+        Mode = t.Mode;
+        Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.PredUV, w.kPredStep, 8);
     }
     return Best;
 }
@@ -119,89 +109,84 @@ uint32_t ModesToTry(unsigned Available)
 }
 
 // One macroblock's try at Intra 4x4.
-template <class Core>
+template <class Sample>
 class Intra4x4Trial
 {
 public:
-    Intra4x4Trial(Core& c, typename Core::Slice& s)
-        : m_c(c), m_s(s), m_w(s.work_area), m_Available(Neighbours(s.cur_mb)),
-          m_bSad((c.analysis_flags & ENC_ANALYSE_SAD) != 0)
+    Intra4x4Trial(const EncoderSettings& Settings, SliceContext<Sample>& s)
+        : m_s(s), m_w(s.work_area), m_Available(s.cur_mb.around.Available),
+          m_bSad((Settings.analysis_flags & ENC_ANALYSE_SAD) != 0)
     {
         LoadNeighbours();
         m_w.Intra4x4Coded = 0;
     }
 
-    int32_t Block(uint32_t Index);
+    [[gnu::always_inline]] inline int32_t Block(uint32_t Index); // whose sixteen turns share what is loaded
 
 private:
-    using Pix = typename Core::Pix;
-
     void LoadNeighbours();
     int32_t ModeOf(int32_t bx, int32_t by) const;
-    void Code(uint32_t Index, Pix* pLocal, const Pix* pSrc, const Pix* pPred);
+    void Code(uint32_t Index, Sample* pLocal, const Sample* pSrc, const Sample* pPred);
 
-    Core& m_c;
-    typename Core::Slice& m_s;
-    typename std::remove_reference_t<decltype(std::declval<typename Core::Slice&>().work_area)>& m_w;
+    SliceContext<Sample>& m_s;
+    WorkArea<Sample>& m_w;
     unsigned m_Available;
     bool m_bSad;
 };
 
-template <class Core>
-void Intra4x4Trial<Core>::LoadNeighbours()
+template <class Sample>
+void Intra4x4Trial<Sample>::LoadNeighbours()
 {
     const auto& mb = m_s.cur_mb;
-    Pix* const pLocal = m_w.Local + m_w.kLocalOrigin;
-    if (mb.top >= 0) {
-        const Pix* const pAbove = mb.src_y - mb.pitch;
+    Sample* const pLocal = m_w.Local + m_w.kLocalOrigin;
+    if (mb.around.Has(kernels::kTop)) {
+        const Sample* const pAbove = mb.rec_y - mb.pitch;
         std::copy(pAbove - 1, pAbove + 20, pLocal - m_w.kLocalStep - 1);
     }
-    if (mb.left >= 0)
-        for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.src_y[y * mb.pitch - 1];
+    if (mb.around.Has(kernels::kLeft))
+        for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.rec_y[y * mb.pitch - 1];
 }
 
 // Mode of a block for the prediction of modes; -1 outside the slice. Columns and rows from -1.
-template <class Core>
-int32_t Intra4x4Trial<Core>::ModeOf(int32_t bx, int32_t by) const
+template <class Sample>
+int32_t Intra4x4Trial<Sample>::ModeOf(int32_t bx, int32_t by) const
 {
-    const auto& mb = m_s.cur_mb;
-    if (bx < 0) return mb.left < 0 ? -1 : m_c.intra_modes[static_cast<size_t>(mb.left * 16 + by * 4 + 3)];
-    if (by < 0) return mb.top < 0 ? -1 : m_c.intra_modes[static_cast<size_t>(mb.top * 16 + 12 + bx)];
+    if (bx < 0) return m_s.cur_mb.around.LeftModes[by];
+    if (by < 0) return m_s.cur_mb.around.TopModes[bx];
     return m_w.Intra4x4Modes[by * 4 + bx];
 }
 
-template <class Core>
-void Intra4x4Trial<Core>::Code(uint32_t Index, Pix* pLocal, const Pix* pSrc, const Pix* pPred)
+template <class Sample>
+void Intra4x4Trial<Sample>::Code(uint32_t Index, Sample* pLocal, const Sample* pSrc, const Sample* pPred)
 {
     const MacroblockQuant& q = m_s.quant;
     auto* const pLevels = m_w.Intra4x4 + 16 * Index;
-    const uint32_t Mask = g_Kernels.ForwardQuant4x4(pSrc, m_s.cur_mb.pitch, pPred, 4, pLevels, q.pLuma);
+    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_s.cur_mb.pitch, pPred, 4, pLevels, q.pLuma);
     for (int32_t y = 0; y < 4; ++y) std::copy_n(pPred + 4 * y, 4, pLocal + y * m_w.kLocalStep);
     if (!Mask) return;
     m_w.Intra4x4Coded |= 1u << Index;
     ListLevels(pLevels, 0, m_w.Intra4x4Levels[Index]);
-    g_Kernels.DequantBlocks(pLevels, 1, 1, q.pLumaScale, q.LumaPer, 0);
-    g_Kernels.AddResidual4x4(pLevels, pLocal, m_w.kLocalStep);
+    Kernels<Sample>.DequantBlocks(pLevels, 1, 1, q.pLumaScale, q.LumaPer, 0);
+    Kernels<Sample>.AddResidual4x4(pLevels, pLocal, m_w.kLocalStep);
 }
 
-template <class Core>
-int32_t Intra4x4Trial<Core>::Block(uint32_t Index)
+template <class Sample>
+int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 {
     const auto& mb = m_s.cur_mb;
     const int32_t Raster = h264::kBlockRaster[Index], bx = Raster & 3, by = Raster >> 2;
-    const Pix* const pSrc = mb.src_y + 4 * by * mb.pitch + 4 * bx;
-    Pix* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
+    const Sample* const pSrc = mb.src_y + 4 * by * mb.pitch + 4 * bx;
+    Sample* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
     const unsigned Available = BlockNeighbours(m_Available, bx, by);
-    const int32_t Least = std::min(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
-    const int32_t Predicted = Least < 0 ? kIntra4x4Dc : Least;
+    const int32_t Predicted = PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
     const int32_t PriceOfPredicted = BitPrice(mb.local->Qp, 1), PriceOfOther = BitPrice(mb.local->Qp, 4);
 
-    alignas(16) Pix Predictions[9][16];
+    alignas(16) Sample Predictions[9][16];
     int32_t Distances[9];
-    g_Kernels.PredictAll4x4(pSrc, mb.pitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
+    Kernels<Sample>.PredictAll4x4(pSrc, mb.pitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
     int32_t Best = kImpossible, BestMode = 0;
     const auto Try = [&](int32_t Mode) {
-        if (!m_bSad) Distances[Mode] = g_Kernels.Satd4x4(pSrc, mb.pitch, Predictions[Mode], 4);
+        if (!m_bSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, mb.pitch, Predictions[Mode], 4);
         const int32_t Cost = (Mode == Predicted ? PriceOfPredicted : PriceOfOther) + Distances[Mode];
         if (Cost > Best || (Cost == Best && Mode > BestMode)) return;
         Best = Cost;
@@ -216,50 +201,48 @@ int32_t Intra4x4Trial<Core>::Block(uint32_t Index)
 
 } // namespace
 
-template <class Core>
-int32_t Intra4x4(Core& c, typename Core::Slice& s, int32_t Limit)
+template <class Sample>
+Candidate Intra4x4(const EncoderSettings& Settings, SliceContext<Sample>& s, int32_t Limit)
 {
-    Intra4x4Trial<Core> Trial(c, s);
-    int32_t Sum = 0;
+    Candidate Tried{.Cost = 0, .Type = MB_INTRA4X4};
+    Intra4x4Trial<Sample> Trial(Settings, s);
     for (uint32_t Index = 0; Index < 16; ++Index) {
-        Sum += Trial.Block(Index);
-        if (Sum > Limit) return Sum;
+        Tried.Cost += Trial.Block(Index);
+        if (Tried.Cost > Limit) return Tried;
     }
-    return Sum + BitPrice(s.cur_mb.local->Qp, kBitsOfIntra4x4);
+    Tried.Cost += BitPrice(s.cur_mb.local->Qp, kBitsOfIntra4x4);
+    return Tried;
 }
 
-template <class Core>
-bool HasDetail(const Core&, const typename Core::Slice& s)
+template <class Sample>
+bool HasDetail(const SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
     const auto Qp = static_cast<size_t>(mb.local->Qp);
-    return g_Kernels.CountEdges16x16(mb.src_y, mb.pitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
+    return Kernels<Sample>.CountEdges16x16(mb.src_y, mb.pitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
 }
 
-template <class Core>
-int32_t TryFinerIntra(Core& c, typename Core::Slice& s, int32_t Cost16x16)
+template <class Sample>
+void TryFinerIntra(const EncoderSettings& Settings, SliceContext<Sample>& s, Candidate& Best)
 {
-    auto& mb = s.cur_mb;
-    const int32_t Cost = Intra4x4(c, s, Cost16x16);
-    if (Cost >= Cost16x16) return Cost16x16;
-    mb.global->Type = MB_INTRA4X4;
-    return Cost;
+    const Candidate Finer = Intra4x4(Settings, s, Best.Cost);
+    if (Finer.Cost < Best.Cost) Best = Finer;
 }
 
-template <class Core>
-void AnalyseIntra(Core& c, typename Core::Slice& s)
+template <class Sample>
+Candidate AnalyseIntra(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
-    auto& mb = s.cur_mb;
-    mb.global->Type = MB_INTRA16X16;
-    mb.local->Cost = Intra16x16(c, s);
-    if ((c.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(c, s)) mb.local->Cost = TryFinerIntra(c, s, mb.local->Cost);
+    Candidate Best = Intra16x16(Settings, s);
+    if ((Settings.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(s)) TryFinerIntra(Settings, s, Best);
+    return Best;
 }
 
-template int32_t Intra16x16(Core8&, Core8::Slice&);
-template int32_t Intra4x4(Core8&, Core8::Slice&, int32_t);
-template int32_t IntraChroma(Core8&, Core8::Slice&);
-template bool HasDetail(const Core8&, const Core8::Slice&);
-template int32_t TryFinerIntra(Core8&, Core8::Slice&, int32_t);
-template void AnalyseIntra(Core8&, Core8::Slice&);
+using Slice8 = SliceContext<uint8_t>;
+template Candidate Intra16x16(const EncoderSettings&, Slice8&);
+template Candidate Intra4x4(const EncoderSettings&, Slice8&, int32_t);
+template int32_t IntraChroma(const EncoderSettings&, Slice8&, uint8_t&);
+template bool HasDetail(const Slice8&);
+template void TryFinerIntra(const EncoderSettings&, Slice8&, Candidate&);
+template Candidate AnalyseIntra(const EncoderSettings&, Slice8&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,5 +1,6 @@
-// Extension of a reference picture beyond its edges, so that vectors may point there (clause 8.4.2.2.1).
-#include "encoder/state/encoder_core.h"
+#include "encoder/picture/padding.h"
+
+#include "Common/h264/chroma_geometry.h"
 
 #include <algorithm>
 
@@ -7,17 +8,17 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-template <class PixType>
-void PadPlane(PixType* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, int32_t Padding)
+template <class Sample>
+void PadPlane(Sample* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, int32_t Padding)
 {
-    PixType* pRow = pPlane;
+    Sample* pRow = pPlane;
     for (int32_t y = 0; y < Height; ++y, pRow += Pitch) {
         std::fill_n(pRow - Padding, Padding, pRow[0]);
         std::fill_n(pRow + Width, Padding, pRow[Width - 1]);
     }
     const auto RowLength = static_cast<size_t>(Width + 2 * Padding);
-    const PixType* const pFirst = pPlane - Padding;
-    const PixType* const pLast = pFirst + (Height - 1) * Pitch;
+    const Sample* const pFirst = pPlane - Padding;
+    const Sample* const pLast = pFirst + (Height - 1) * Pitch;
     for (int32_t y = 1; y <= Padding; ++y) {
         std::copy_n(pFirst, RowLength, pPlane - Padding - y * Pitch);
         std::copy_n(pLast, RowLength, pPlane - Padding + (Height - 1 + y) * Pitch);
@@ -26,17 +27,18 @@ void PadPlane(PixType* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, i
 
 } // namespace
 
-template <class PixType>
-void PadFrame(H264EncoderFrame<PixType>& Frame, const FrameLayout& Layout)
+template <class Sample>
+void PadPicture(const PictureView<Sample>& View, const FrameLayout& Layout)
 {
-    const ptrdiff_t Pitch = Frame.m_Pitch;
-    PadPlane(Frame.m_pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);
-    if (Layout.ChromaFormat == 0) return;
-    const int32_t ChromaHeight = Layout.ChromaFormat == 1 ? Layout.AlignedHeight / 2 : Layout.AlignedHeight;
-    PadPlane(Frame.m_pU, Pitch, Layout.AlignedWidth / 2, ChromaHeight, kChromaPadding);
-    PadPlane(Frame.m_pV, Pitch, Layout.AlignedWidth / 2, ChromaHeight, kChromaPadding);
+    const ptrdiff_t Pitch = View.Pitch;
+    PadPlane(View.pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Layout.ChromaFormat];
+    if (Chroma.Blocks == 0) return;
+    const int32_t Width = Layout.AlignedWidth >> Chroma.ShiftX, Height = Layout.AlignedHeight >> Chroma.ShiftY;
+    PadPlane(View.pU, Pitch, Width, Height, kChromaPadding);
+    PadPlane(View.pV, Pitch, Width, Height, kChromaPadding);
 }
 
-template void PadFrame(H264EncoderFrame<uint8_t>&, const FrameLayout&);
+template void PadPicture(const PictureView<uint8_t>&, const FrameLayout&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,5 +1,11 @@
-// From one chosen picture to NAL units: slices, packing, deblocking, marking, rate control.
-#include "encoder/state/encoder_core.h"
+#include "encoder/picture/picture_loop.h"
+
+#include "Common/h264/nal_unit_type.h"
+#include "encoder/picture/deblock.h"
+#include "encoder/picture/make_parameter_sets.h"
+#include "encoder/picture/padding.h"
+#include "encoder/picture/reference_lists.h"
+#include "encoder/picture/slice_loop.h"
 
 #include <algorithm>
 
@@ -28,7 +34,7 @@ public:
     }
 
     template <class Writer>
-    void Append(Writer& w, int32_t NalRefIdc, int32_t Type)
+    void Append(Writer& w, uint32_t NalRefIdc, h264::NalUnitType Type)
     {
         constexpr size_t kFraming = 5; // zero_byte, start code and header
         const size_t Payload = w.PendingBytes();
@@ -45,7 +51,7 @@ public:
 private:
     // Emulation prevention may still need more than the room that is left.
     template <class Writer>
-    bool Fits(const Writer& w, int32_t Type) const
+    bool Fits(const Writer& w, h264::NalUnitType Type) const
     {
         const size_t Left = m_Room - m_Used;
         return Left >= NalBytesAtMost(w.PendingBytes()) || Left >= w.FramedPending(Type, m_bFirstInAu);
@@ -59,60 +65,65 @@ private:
     bool m_bOverflow = false;
 };
 
-template <class Core>
-void MakeParameterSets(Core& c)
+template <class Sample>
+void MakeParameterSets(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 {
-    c.sps = MakeSeqParams(c.params);
-    const bool bConstant = c.params.rate_control_method == 3;
-    c.pps = MakePicParams(c.params, bConstant ? c.params.quant_p : c.rate.GetQP(FRAME_I));
+    Sequence.sps = MakeSeqParams(Settings.params);
+    const bool bConstant = Settings.params.rate_control_method == 3;
+    Sequence.pps = MakePicParams(Settings.params, bConstant ? Settings.params.quant_p : Sequence.rate.GetQP(FRAME_I));
 }
 
-template <class Core>
-void WriteParameterSets(Core& c, OutputPacker& Packer)
+template <class Sample>
+void WriteParameterSets(const SequenceState<Sample>& Sequence,
+                        CH264pBs<Sample, typename CodecTraits<Sample>::Coeff>& Writer, OutputPacker& Packer)
 {
-    auto& Writer = c.slices[0].bitstream;
-    Writer.WriteSeqParams(c.sps);
-    Packer.Append(Writer, 1, NAL_SPS);
-    if (c.sps.aux_format_idc != 0) {
-        Writer.WriteSeqExtension(c.sps);
-        Packer.Append(Writer, 1, NAL_SPS_EXTENSION);
+    Writer.WriteSeqParams(Sequence.sps);
+    Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET);
+    if (Sequence.sps.aux_format_idc != 0) {
+        Writer.WriteSeqExtension(Sequence.sps);
+        Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET_EXTENSION);
     }
-    Writer.WritePicParams(c.pps, c.sps);
-    Packer.Append(Writer, 1, NAL_PPS);
+    Writer.WritePicParams(Sequence.pps, Sequence.sps);
+    Packer.Append(Writer, 1, h264::NAL_PIC_PARAM_SET);
 }
 
 // slice_qp_delta of all slices of the picture.
-template <class Core>
-int32_t SliceQpDelta(const Core& c)
+template <class Sample>
+int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                     const PictureJob<Sample>& Job)
 {
-    const int32_t Type = c.current->frame_type, Init = c.pps.pic_init_qp;
-    switch (c.params.rate_control_method) {
+    const int32_t Type = Job.current->frame_type, Init = Sequence.pps.pic_init_qp;
+    switch (Settings.params.rate_control_method) {
     case 1:
-    case 2: return c.rate.GetQP(Type) - Init;
-    case 3: return (Type == FRAME_I ? c.params.quant_i : Type == FRAME_B ? c.params.quant_b : c.params.quant_p) - Init;
-    default: return c.slices[0].slice_qp_delta;
+    case 2: return Sequence.rate.GetQP(Type) - Init;
+    case 3:
+        return (Type == FRAME_I   ? Settings.params.quant_i
+                : Type == FRAME_B ? Settings.params.quant_b
+                                  : Settings.params.quant_p) -
+               Init;
+    default: return Job.slices[0].slice_qp_delta;
     }
 }
 
-template <class Core>
-void CompressSlices(Core& c)
+template <class Sample>
+void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
 {
-    const int32_t QpDelta = SliceQpDelta(c);
-    for (int32_t i = 0; i < c.params.num_slices; ++i) {
-        auto& s = c.slices[static_cast<size_t>(i)];
+    const int32_t QpDelta = SliceQpDelta(Settings, Sequence, Job);
+    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
+        auto& s = Job.slices[static_cast<size_t>(i)];
         s.slice_qp_delta = QpDelta;
         s.slice_id = i;
-        s.slice_type = SliceTypeOf(c.current->frame_type);
-        UpdateRefLists(c, s);
-        CompressSlice(c, s);
+        s.slice_type = SliceTypeOf(Job.current->frame_type);
+        UpdateRefLists(Settings, Sequence, Job, s);
+        CompressSlice(Settings, Sequence, Job, s);
     }
 }
 
-template <class Core>
-bool SliceOutgrewBuffer(const Core& c)
+template <class Sample>
+bool SliceOutgrewBuffer(const EncoderSettings& Settings, const PictureJob<Sample>& Job)
 {
-    for (int32_t i = 0; i < c.params.num_slices; ++i) {
-        const auto& b = c.slices[static_cast<size_t>(i)].bitstream;
+    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
+        const auto& b = Job.slices[static_cast<size_t>(i)].bitstream;
         if (b.Bytes() > b.BufferSize()) return true;
     }
     return false;
@@ -120,14 +131,15 @@ bool SliceOutgrewBuffer(const Core& c)
 
 // What is left of a picture whose slice outgrew its buffer: a run of empty macroblocks on the first writer, which no
 // NAL unit carries. The key picture that follows heals the damage.
-template <class Core>
-void WriteOverflowFallback(Core& c)
+template <class Sample>
+void WriteOverflowFallback(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    auto& Writer = c.slices[0].bitstream;
+    auto& Writer = Job.slices[0].bitstream;
     Writer.Reset();
-    if (c.params.write_access_unit_delimiters) Writer.WriteAccessUnitDelimiter(PrimaryPicType(c.current->frame_type));
-    const bool bIntra = c.current->frame_type == FRAME_I;
-    for (int32_t i = 0; i < c.layout.MbCount; ++i) {
+    if (Settings.params.write_access_unit_delimiters)
+        Writer.WriteAccessUnitDelimiter(PrimaryPicType(Job.current->frame_type));
+    const bool bIntra = Job.current->frame_type == FRAME_I;
+    for (int32_t i = 0; i < Settings.layout.MbCount; ++i) {
         Writer.PutBit(1);
         if (!bIntra) continue;
         Writer.PutBits(0, 2);
@@ -135,68 +147,71 @@ void WriteOverflowFallback(Core& c)
     }
 }
 
-template <class Core>
-void DeblockPicture(Core& c)
+template <class Sample>
+void DeblockPicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
 {
-    for (int32_t i = 0; i < c.params.num_slices; ++i) {
-        auto& s = c.slices[static_cast<size_t>(i)];
+    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
+        auto& s = Job.slices[static_cast<size_t>(i)];
         if (s.status != UMC::StatusOk)
-            c.make_key_next = true;
-        else if (c.picture_class != CLASS_DISPOSABLE)
-            DeblockSlice(c, s);
+            Sequence.make_key_next = true;
+        else if (Job.picture_class != CLASS_DISPOSABLE)
+            DeblockSlice(Settings, Job, s);
     }
 }
 
-template <class Core>
-void FinishPicture(Core& c)
+template <class Sample>
+void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
 {
-    if (SliceOutgrewBuffer(c)) {
-        WriteOverflowFallback(c);
-        c.make_key_next = true;
+    if (SliceOutgrewBuffer(Settings, Job)) {
+        WriteOverflowFallback(Settings, Job);
+        Sequence.make_key_next = true;
     } else {
-        DeblockPicture(c);
+        DeblockPicture(Settings, Sequence, Job);
     }
-    if (c.picture_class != CLASS_DISPOSABLE) PadFrame(*c.current, c.layout);
-    for (int32_t i = 0; i < c.params.num_slices; ++i) c.total_bits += c.slices[static_cast<size_t>(i)].bitstream.Bits();
-    if (c.picture_class != CLASS_DISPOSABLE) UpdateMarking(c);
-    if (c.params.rate_control_method == 1 || c.params.rate_control_method == 2)
-        c.rate.PostFrame(c.current->frame_type, c.total_bits);
+    if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.reconstruction, Settings.layout);
+    for (int32_t i = 0; i < Settings.params.num_slices; ++i)
+        Sequence.total_bits += Job.slices[static_cast<size_t>(i)].bitstream.Bits();
+    if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.current);
+    if (Settings.params.rate_control_method == 1 || Settings.params.rate_control_method == 2)
+        Sequence.rate.PostFrame(Job.current->frame_type, Sequence.total_bits);
 }
 
 } // namespace
 
-template <class Core>
-UMC::Status EncodePicture(Core& c, UMC::MediaData& Output)
+template <class Sample>
+UMC::Status EncodePicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+                          UMC::MediaData& Output)
 {
-    const bool bIdr = c.picture_class == CLASS_IDR;
+    const bool bIdr = Job.picture_class == CLASS_IDR;
     if (bIdr) {
-        if (c.frames_encoded == 0) MakeParameterSets(c);
-        c.idr_pic_id = (c.idr_pic_id + 1) % 16;
+        if (Sequence.frames_encoded == 0) MakeParameterSets(Settings, Sequence);
+        Sequence.idr_pic_id = (Sequence.idr_pic_id + 1) % 16;
     }
-    for (int32_t i = 0; i < c.params.num_slices; ++i) c.slices[static_cast<size_t>(i)].bitstream.Reset();
+    for (int32_t i = 0; i < Settings.params.num_slices; ++i) Job.slices[static_cast<size_t>(i)].bitstream.Reset();
 
     OutputPacker Packer(Output);
-    if (c.params.write_access_unit_delimiters) {
-        c.slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(c.current->frame_type));
-        Packer.Append(c.slices[0].bitstream, 0, NAL_DELIMITER);
+    if (Settings.params.write_access_unit_delimiters) {
+        Job.slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(Job.current->frame_type));
+        Packer.Append(Job.slices[0].bitstream, 0, h264::NAL_DELIMITER);
     }
-    if (bIdr) WriteParameterSets(c, Packer);
-    CompressSlices(c);
-    for (int32_t i = 0; i < c.params.num_slices; ++i)
-        Packer.Append(c.slices[static_cast<size_t>(i)].bitstream, c.picture_class != CLASS_DISPOSABLE,
-                      bIdr ? NAL_IDR_SLICE : NAL_SLICE);
+    if (bIdr) WriteParameterSets(Sequence, Job.slices[0].bitstream, Packer);
+    CompressSlices(Settings, Sequence, Job);
+    for (int32_t i = 0; i < Settings.params.num_slices; ++i)
+        Packer.Append(Job.slices[static_cast<size_t>(i)].bitstream, Job.picture_class != CLASS_DISPOSABLE,
+                      bIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
     if (Packer.Overflow()) return UMC::StatusNotEnoughBuffer;
 
-    FinishPicture(c);
+    FinishPicture(Settings, Sequence, Job);
     Packer.Commit();
     if (Output.GetDataSize() == 0) {
-        c.make_key_next = true;
+        Sequence.make_key_next = true;
         return UMC::StatusFailed;
     }
-    ++c.frames_encoded;
+    ++Sequence.frames_encoded;
     return UMC::StatusOk;
 }
 
-template UMC::Status EncodePicture(Core8&, UMC::MediaData&);
+template UMC::Status EncodePicture(const EncoderSettings&, SequenceState<uint8_t>&, PictureJob<uint8_t>&,
+                                   UMC::MediaData&);
 
 } // namespace UMC_H264_ENCODER

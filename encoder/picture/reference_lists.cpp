@@ -1,5 +1,6 @@
-// Reference numbers, lists and marking (clauses 8.2.4 and 8.2.5) of frame pictures.
-#include "encoder/state/encoder_core.h"
+#include "encoder/picture/reference_lists.h"
+
+#include "Common/h264/reference_numbers.h"
 
 #include <algorithm>
 
@@ -7,13 +8,12 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-template <class Core>
-void NumberReferences(Core& c)
+template <class Sample>
+void NumberReferences(const H264EncoderFrameList<Sample>& List, int32_t Current)
 {
-    const int32_t Current = c.current->frame_num;
-    for (auto* p = c.reconstruction_list.Head(); p; p = p->next) {
+    for (auto* p = List.Head(); p; p = p->next) {
         if (p->IsShortTerm()) {
-            p->frame_num_wrap = p->frame_num > Current ? p->frame_num - c.frame_num_max : p->frame_num;
+            p->frame_num_wrap = h264::FrameNumWrap(p->frame_num, Current, EncoderSettings::frame_num_max);
             p->pic_num[0] = p->pic_num[1] = p->frame_num_wrap;
         } else if (p->IsLongTerm()) {
             p->long_term_pic_num[0] = p->long_term_pic_num[1] = p->long_term_frame_idx;
@@ -21,15 +21,16 @@ void NumberReferences(Core& c)
     }
 }
 
-template <class Core>
+template <class Sample>
 struct CollectedReferences {
-    std::array<typename Core::Frame*, kMaxReferences> Short, Long;
+    using Frame = H264EncoderFrame<Sample>;
+    std::array<Frame*, kMaxReferences> Short, Long;
     size_t ShortCount = 0, LongCount = 0;
 
-    explicit CollectedReferences(const Core& c)
+    CollectedReferences(const H264EncoderFrameList<Sample>& List, const Frame* pCurrent)
     {
-        for (auto* p = c.reconstruction_list.Head(); p; p = p->next) {
-            if (p == c.current) continue;
+        for (auto* p = List.Head(); p; p = p->next) {
+            if (p == pCurrent) continue;
             if (p->IsShortTerm() && ShortCount < Short.size()) Short[ShortCount++] = p;
             if (p->IsLongTerm() && LongCount < Long.size()) Long[LongCount++] = p;
         }
@@ -38,7 +39,7 @@ struct CollectedReferences {
     }
 
     // The short-term pictures in the order that they have now, then the long-term ones.
-    void Store(RefPicLists<typename Core::Pix>& Lists, int List) const
+    void Store(RefPicLists<Sample>& Lists, int List) const
     {
         auto* p = std::copy_n(Short.begin(), ShortCount, Lists.Pictures[List]);
         const size_t Room = kMaxReferences - ShortCount;
@@ -47,12 +48,11 @@ struct CollectedReferences {
     }
 };
 
-// Clause 8.2.4.2.3: pictures before the current one by falling order count and those behind by rising, list 1 the
-// other way round.
-template <class Core>
-void BuildListsB(const Core& c, CollectedReferences<Core>& Refs, RefPicLists<typename Core::Pix>& Lists)
+// Clause 8.2.4.2.3: pictures before the current one, whose order count is Current, by falling order count and those
+// behind by rising, list 1 the other way round.
+template <class Sample>
+void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists<Sample>& Lists)
 {
-    const int32_t Current = c.current->Poc();
     const auto Begin = Refs.Short.begin(), End = Begin + Refs.ShortCount;
     for (int List = 0; List < 2; ++List) {
         const bool bPastFirst = List == 0;
@@ -70,48 +70,52 @@ void BuildListsB(const Core& c, CollectedReferences<Core>& Refs, RefPicLists<typ
 
 } // namespace
 
-template <class Core>
-void UpdateRefLists(Core& c, typename Core::Slice& s)
+template <class Sample>
+void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                    const PictureJob<Sample>& Job, SliceContext<Sample>& s)
 {
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
-    NumberReferences(c); // for I slices too: the sliding window behind the picture goes by these numbers
+    NumberReferences(
+        Sequence.reconstruction_list,
+        Job.current->frame_num); // for I slices too: the sliding window behind the picture goes by these numbers
     if (s.slice_type == SLICE_I) return;
-    CollectedReferences<Core> Refs(c);
+    CollectedReferences<Sample> Refs(Sequence.reconstruction_list, Job.current);
     if (s.slice_type == SLICE_P) {
         std::sort(Refs.Short.begin(), Refs.Short.begin() + Refs.ShortCount,
                   [](auto* a, auto* b) { return a->pic_num[0] > b->pic_num[0]; });
         Refs.Store(s.ref_pic_lists, 0);
     } else {
-        BuildListsB(c, Refs, s.ref_pic_lists);
+        BuildListsB(Job.current->Poc(), Refs, s.ref_pic_lists);
     }
-    const int32_t Most = std::max(c.params.num_ref_frames, 1);
+    const int32_t Most = std::max(Settings.params.num_ref_frames, 1);
     s.num_ref_idx_l0 = std::clamp(s.ref_pic_lists.Count[0], 1, Most);
     s.num_ref_idx_l1 = std::clamp(s.ref_pic_lists.Count[1], 1, Most);
-    s.num_ref_idx_active_override = s.num_ref_idx_l0 != 1 || s.num_ref_idx_l1 != 1;
 }
 
-template <class Core>
-void UpdateMarking(Core& c)
+template <class Sample>
+void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                   H264EncoderFrame<Sample>& Current)
 {
-    auto& Current = *c.current;
+    const auto& List = Sequence.reconstruction_list;
     if (Current.is_idr) {
-        for (auto* p = c.reconstruction_list.Head(); p; p = p->next)
+        for (auto* p = List.Head(); p; p = p->next)
             if (p != &Current) p->Unmark();
     } else {
         int32_t Count = 0;
-        typename Core::Frame* pOldest = nullptr;
-        for (auto* p = c.reconstruction_list.Head(); p; p = p->next) {
+        H264EncoderFrame<Sample>* pOldest = nullptr;
+        for (auto* p = List.Head(); p; p = p->next) {
             if (p == &Current || p->is_reference == 0) continue;
             ++Count;
             if (p->IsShortTerm() && (!pOldest || p->frame_num_wrap < pOldest->frame_num_wrap)) pOldest = p;
         }
-        if (pOldest && Count >= std::max(c.params.num_ref_frames, 1)) pOldest->Unmark();
+        if (pOldest && h264::IsWindowFull(Count, Settings.params.num_ref_frames)) pOldest->Unmark();
     }
     Current.is_reference = 3;
 }
 
-template void UpdateRefLists(Core8&, Core8::Slice&);
-template void UpdateMarking(Core8&);
+template void UpdateRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
+                             SliceContext<uint8_t>&);
+template void UpdateMarking(const EncoderSettings&, const SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,28 +1,28 @@
-// The loop over the macroblocks of a slice.
-#include "encoder/code/cabac_macroblock.h"
-#include "encoder/decide/intra_decision.h"
-#include "encoder/state/vector_prediction.h"
+#include "encoder/picture/slice_loop.h"
 
-#include <algorithm>
-#include <cmath>
+#include "Common/h264/h264_tables.h"
+#include "encoder/code/cabac_syntax.h"
+#include "encoder/code/cavlc_syntax.h"
+#include "encoder/code/macroblock_syntax.h"
+#include "encoder/code/reconstruct.h"
+#include "encoder/decide/macroblock_decision.h"
 
 namespace UMC_H264_ENCODER {
 
 namespace {
 
-int32_t Lambda(int32_t Qp) { return static_cast<int32_t>(std::pow(2.0, std::max(Qp - 12, 0) / 3.0)); }
-
-template <class Core>
-SliceHeader MakeSliceHeader(const Core& c, const typename Core::Slice& s)
+template <class Sample>
+SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
+                            const SliceContext<Sample>& s)
 {
     SliceHeader h{};
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
-    h.frame_num = c.current->frame_num;
-    h.idr = c.current->is_idr;
-    h.idr_pic_id = c.idr_pic_id;
-    h.nal_ref_idc = c.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = c.current->poc[0] & ((1 << c.sps.log2_max_pic_order_cnt_lsb) - 1);
+    h.frame_num = Job.current->frame_num;
+    h.idr = Job.current->is_idr;
+    h.idr_pic_id = Sequence.idr_pic_id;
+    h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
+    h.pic_order_cnt_lsb = Job.current->poc[0] & ((1 << Sequence.sps.log2_max_pic_order_cnt_lsb) - 1);
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
     h.cabac_init_idc = s.cabac_init_idc;
@@ -33,117 +33,173 @@ SliceHeader MakeSliceHeader(const Core& c, const typename Core::Slice& s)
     return h;
 }
 
-template <class Core>
-void StartSlice(Core& c, typename Core::Slice& s)
+template <class Sample>
+NeighbourTables MakeNeighbourTables(bool bCabac, int32_t MbWidth, const PictureJob<Sample>& Job,
+                                    const SliceContext<Sample>& s)
+{
+    const H264EncoderFrame<Sample>& Frame = *Job.current;
+    return {s.first_mb,
+            MbWidth,
+            s.slice_type == SLICE_I ? 0 : 1,
+            Frame.mb_global,
+            Job.local_macroblocks.data(),
+            Job.intra_modes.data(),
+            {Frame.mb_motion[0], Frame.mb_motion[1]},
+            {Frame.mb_reference[0], Frame.mb_reference[1]},
+            {bCabac ? Job.vector_differences[0].data() : nullptr, bCabac ? Job.vector_differences[1].data() : nullptr},
+            bCabac ? nullptr : Job.coeff_counts.data()};
+}
+
+template <class Sample>
+void StartSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
+                SliceContext<Sample>& s)
 {
     s.mb_count = s.intra_count = 0;
     s.status = UMC::StatusOk;
-    s.deblock_idc = c.params.deblocking_filter_idc;
-    s.deblock_alpha = c.params.deblocking_alpha_offset;
-    s.deblock_beta = c.params.deblocking_beta_offset;
-    s.cabac_init_idc = c.params.cabac_init_idc;
-    s.use_transform_for_intra = true;
-    s.slice_qp = c.pps.pic_init_qp + s.slice_qp_delta;
-    s.last_qp_delta = 0;
-    s.skip_run = 0;
+    s.deblock_idc = Settings.params.deblocking_filter_idc;
+    s.deblock_alpha = Settings.params.deblocking_alpha_offset;
+    s.deblock_beta = Settings.params.deblocking_beta_offset;
+    s.cabac_init_idc = Settings.params.cabac_init_idc;
+    s.slice_qp = Sequence.pps.pic_init_qp + s.slice_qp_delta;
     s.quant_qp = -1;
-    s.bitstream.WriteSliceHeader(MakeSliceHeader(c, s), c.sps, c.pps);
-    s.bitstream.Align(1); // cabac_alignment_one_bit
-    s.bitstream.InitContexts(s.slice_type, s.cabac_init_idc, s.slice_qp);
+    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sequence, Job, s), Sequence.sps, Sequence.pps);
+    s.neighbour_tables = MakeNeighbourTables(Sequence.pps.entropy_coding_mode, Settings.layout.MbWidth, Job, s);
 }
 
-// A macroblock of the same slice lies at or behind the slice's first one.
-inline int32_t InSlice(int32_t Index, int32_t FirstMb) { return Index >= FirstMb ? Index : -1; }
-
-template <class Core>
-void SetNeighbours(const Core& c, typename Core::Slice& s)
+template <class Sample>
+void PointAt(int32_t Luma, int32_t Chroma, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
 {
-    auto& mb = s.cur_mb;
-    const int32_t i = mb.mb_index, w = c.layout.MbWidth;
-    const bool bLeft = mb.mb_x > 0, bTop = mb.mb_y > 0, bRight = mb.mb_x + 1 < w;
-    mb.left = bLeft ? InSlice(i - 1, s.first_mb) : -1;
-    mb.top = bTop ? InSlice(i - w, s.first_mb) : -1;
-    mb.top_right = bTop && bRight ? InSlice(i - w + 1, s.first_mb) : -1;
-    mb.top_left = bTop && bLeft ? InSlice(i - w - 1, s.first_mb) : -1;
+    mb.pitch = Job.reconstruction.Pitch;
+    mb.src_y = Job.source.pY + Luma;
+    mb.src_u = Job.source.pU + Chroma;
+    mb.src_v = Job.source.pV + Chroma;
+    mb.rec_y = Job.reconstruction.pY + Luma;
+    mb.rec_u = Job.reconstruction.pU + Chroma;
+    mb.rec_v = Job.reconstruction.pV + Chroma;
 }
 
 // Points cur_mb at a macroblock's samples and tables, and clears what the decision does not always write.
-template <class Core>
-void StartMacroblock(Core& c, typename Core::Slice& s, int32_t Index)
+template <class Sample>
+void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, int32_t Index)
 {
     auto& mb = s.cur_mb;
-    auto& Frame = *c.current;
+    auto& Frame = *Job.current;
     const auto i = static_cast<size_t>(Index);
     mb.mb_index = Index;
-    mb.position = &c.positions[i];
+    mb.position = &Settings.positions[i];
     mb.mb_x = mb.position->X;
     mb.mb_y = mb.position->Y;
-    mb.pitch = Frame.m_Pitch;
-    mb.src_y = Frame.m_pY + mb.position->LumaFrame;
-    mb.src_u = Frame.m_pU + mb.position->ChromaFrame;
-    mb.src_v = Frame.m_pV + mb.position->ChromaFrame;
-    SetNeighbours(c, s);
+    PointAt(mb.position->LumaFrame, mb.position->ChromaFrame, Job, mb);
+    FillNeighbours(mb.around, s.neighbour_tables, Index, mb.mb_x);
     for (size_t List = 0; List < 2; ++List) {
         mb.mv[List] = Frame.mb_motion[List] + i * 16;
         mb.ref[List] = Frame.mb_reference[List] + i * 16;
-        mb.mvd[List] = c.vector_differences[List].data() + i * 16;
+        mb.mvd[List] = Job.vector_differences[List].data() + i * 16;
     }
-    std::fill_n(mb.mvd[0], 16, MotionVector{0, 0});
-    mb.intra_modes = c.intra_modes.data() + i * 16;
-    std::fill_n(mb.intra_modes, 16, kIntra4x4Dc);
-    mb.coeff_counts = c.coeff_counts.data() + i * 24;
+    mb.intra_modes = Job.intra_modes.data() + i * 16;
+    mb.coeff_counts = Job.coeff_counts.data() + i * kCountsPerMb;
     mb.global = Frame.mb_global + Index;
-    mb.local = &c.local_macroblocks[i];
+    mb.local = &Job.local_macroblocks[i];
     const auto Qp = static_cast<int8_t>(s.slice_qp);
     const auto QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(s.slice_qp)]);
     *mb.local = LocalMacroblock{};
     mb.local->Qp = Qp;
     mb.local->QpChroma = QpChroma;
-    *mb.global = {c.slice_of_macroblock[i], MB_INTER16X16, 0, Qp, QpChroma, 0};
-    SetQuantisers(c, s, Qp);
+    *mb.global = {Settings.slice_of_macroblock[i], MB_INTER16X16, 0, Qp, QpChroma, 0};
+    if (s.quant_qp != Qp) SetQuantisers(Settings.quant, s, Qp);
 }
 
-// The vector differences that the writer codes and that later macroblocks choose contexts by.
-template <class Core>
-void SetVectorDifference(const Core& c, typename Core::Slice& s)
+template <class Sample>
+MacroblockSyntax SyntaxOf(const SliceContext<Sample>& s)
 {
-    auto& mb = s.cur_mb;
-    const Neighbours16x16 n = NeighboursOf16x16(c, s, 0);
-    const MotionVector Predicted = MedianPrediction(n.a, n.b, n.c, mb.ref[0][0]);
-    const MotionVector v = mb.mv[0][0];
-    std::fill_n(mb.mvd[0], 16,
-                MotionVector{static_cast<int16_t>(v.x - Predicted.x), static_cast<int16_t>(v.y - Predicted.y)});
+    const auto& mb = s.cur_mb;
+    const auto& w = s.work_area;
+    return {s.slice_type,    s.num_ref_idx_l0,
+            mb.global->Type, mb.ref[0][0],
+            mb.mvd[0][0],    mb.local->Qp - s.slice_qp,
+            *mb.local,       mb.around,
+            mb.intra_modes,  mb.global->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
+            w.LumaDcLevels,  w.ChromaDcLevels,
+            w.ChromaAcLevels};
+}
+
+// A slice in CABAC.
+template <class Sample>
+class CabacSlice
+{
+public:
+    explicit CabacSlice(SliceContext<Sample>& s) : m_s(s)
+    {
+        s.bitstream.Align(1); // cabac_alignment_one_bit
+        s.bitstream.InitContexts(s.slice_type, s.cabac_init_idc, s.slice_qp);
+    }
+    bool WriteMacroblock()
+    {
+        return WriteMacroblockSyntax(
+            SyntaxOf(m_s), CabacSyntax(m_s.bitstream.Cabac(), m_s.cur_mb.around, IsIntra(m_s.cur_mb.global->Type)));
+    }
+    void EndMacroblock(bool bLast) { m_s.bitstream.EncodeTerminate(bLast); }
+    size_t Bytes() const { return m_s.bitstream.CoderBytes(); }
+    void End() { m_s.bitstream.TerminateEncode(); }
+
+private:
+    SliceContext<Sample>& m_s;
+};
+
+// A slice in variable length codes.
+template <class Sample>
+class CavlcSlice
+{
+public:
+    explicit CavlcSlice(SliceContext<Sample>& s) : m_s(s) { s.bitstream.Cavlc().skip_run = 0; }
+    bool WriteMacroblock()
+    {
+        return WriteMacroblockSyntax(SyntaxOf(m_s),
+                                     CavlcSyntax(m_s.bitstream.Cavlc(), m_s.cur_mb.around, m_s.cur_mb.coeff_counts));
+    }
+    void EndMacroblock(bool) {}
+    size_t Bytes() const { return m_s.bitstream.Bytes(); }
+    void End()
+    {
+        if (m_s.bitstream.Cavlc().skip_run > 0) m_s.bitstream.Cavlc().PutSkipRun();
+        m_s.bitstream.WriteTrailingBits();
+    }
+
+private:
+    SliceContext<Sample>& m_s;
+};
+
+template <class Sample, class Entropy>
+void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, Entropy Writer)
+{
+    const int32_t End = s.first_mb + s.mb_limit;
+    for (int32_t Index = s.first_mb; Index < End; ++Index) {
+        StartMacroblock(Settings, Job, s, Index);
+        AnalyseMacroblock(Settings, Job, s);
+        Reconstruct(Settings.layout, s);
+        if (Writer.WriteMacroblock()) s.slice_qp = s.cur_mb.local->Qp;
+        ++s.mb_count;
+        Writer.EndMacroblock(Index + 1 == End);
+        // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.
+        if (Writer.Bytes() > s.bitstream.BufferSize()) break;
+    }
+    Writer.End();
 }
 
 } // namespace
 
-template <class Core>
-void WriteMacroblock(Core& c, typename Core::Slice& s)
+template <class Sample>
+void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+                   SliceContext<Sample>& s)
 {
-    WriteMacroblockCabac(c, s, s.bitstream.Coder(), s.bitstream.Contexts());
+    StartSlice(Settings, Sequence, Job, s);
+    if (Sequence.pps.entropy_coding_mode)
+        CodeMacroblocks(Settings, Job, s, CabacSlice<Sample>(s));
+    else
+        CodeMacroblocks(Settings, Job, s, CavlcSlice<Sample>(s));
 }
 
-template <class Core>
-void CompressSlice(Core& c, typename Core::Slice& s)
-{
-    StartSlice(c, s);
-    s.cur_mb.lambda = Lambda(s.slice_qp);
-    const int32_t End = s.first_mb + s.mb_limit;
-    for (int32_t Index = s.first_mb; Index < End; ++Index) {
-        StartMacroblock(c, s, Index);
-        AnalyseMacroblock(c, s);
-        Reconstruct(c, s);
-        if (s.cur_mb.global->Type == MB_INTER16X16) SetVectorDifference(c, s);
-        WriteMacroblock(c, s);
-        ++s.mb_count;
-        s.bitstream.EncodeTerminate(Index + 1 == End);
-        // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.
-        if (s.bitstream.CoderBytes() > s.bitstream.BufferSize()) break;
-    }
-    s.bitstream.TerminateEncode();
-}
-
-template void WriteMacroblock(Core8&, Core8::Slice&);
-template void CompressSlice(Core8&, Core8::Slice&);
+template void CompressSlice(const EncoderSettings&, const SequenceState<uint8_t>&, PictureJob<uint8_t>&,
+                            SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,7 +1,9 @@
-// Building an encoder from its settings.
+#include "encoder/session/core_init.h"
+
+#include "Common/h264/h264_tables.h"
 #include "encoder/decide/motion_tables.h"
+#include "encoder/picture/make_parameter_sets.h"
 #include "encoder/session/params_check.h"
-#include "encoder/state/encoder_core.h"
 
 #include <algorithm>
 
@@ -53,26 +55,23 @@ ThresholdTable CopyThresholds(const Table& From, bool bLossless)
     return t;
 }
 
-template <class Core>
-void FillThresholds(Core& c)
+void FillThresholds(EncoderSettings& Settings)
 {
-    const bool bLossless = c.params.qpprime_y_zero_transform_bypass != 0;
-    c.threshold_me = CopyThresholds(ThresholdMETable, bLossless);
-    c.threshold_skip_empty = CopyThresholds(SkipIntraThreshold, bLossless);
-    c.threshold_skip_intra = CopyThresholds(SkipIntraThreshold, bLossless);
-    c.threshold_advanced_intra = CopyThresholds(TryAdvancedIntraThreshold, bLossless);
+    const bool bLossless = Settings.params.qpprime_y_zero_transform_bypass != 0;
+    Settings.threshold_me = CopyThresholds(ThresholdMETable, bLossless);
+    Settings.threshold_skip_intra = CopyThresholds(SkipIntraThreshold, bLossless);
+    Settings.threshold_advanced_intra = CopyThresholds(TryAdvancedIntraThreshold, bLossless);
 }
 
 // How far a vector may reach: 15 samples beyond the picture, 127 in all.
 int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15, 127); }
 
-template <class Core>
-void FillPositions(Core& c)
+void FillPositions(EncoderSettings& Settings)
 {
-    const FrameLayout& l = c.layout;
-    c.positions.resize(static_cast<size_t>(l.MbCount));
+    const FrameLayout& l = Settings.layout;
+    Settings.positions.resize(static_cast<size_t>(l.MbCount));
     for (int32_t i = 0; i < l.MbCount; ++i) {
-        MacroblockPosition& p = c.positions[static_cast<size_t>(i)];
+        MacroblockPosition& p = Settings.positions[static_cast<size_t>(i)];
         p = {};
         p.X = i % l.MbWidth;
         p.Y = i / l.MbWidth;
@@ -91,46 +90,46 @@ void FillPositions(Core& c)
 }
 
 // Macroblocks of the picture in equal runs; the last slice takes the rest.
-template <class Core>
-void DivideIntoSlices(Core& c)
+template <class Sample>
+void DivideIntoSlices(EncoderCore<Sample>& c)
 {
-    const int32_t Slices = c.params.num_slices, Length = c.layout.MbCount / Slices;
-    c.slice_of_macroblock.resize(static_cast<size_t>(c.layout.MbCount));
+    const int32_t Slices = c.settings.params.num_slices, Length = c.settings.layout.MbCount / Slices;
+    c.settings.slice_of_macroblock.resize(static_cast<size_t>(c.settings.layout.MbCount));
     for (int32_t i = 0; i < Slices; ++i) {
-        auto& s = c.slices[static_cast<size_t>(i)];
+        auto& s = c.job.slices[static_cast<size_t>(i)];
         s.first_mb = i * Length;
-        s.mb_limit = i + 1 == Slices ? c.layout.MbCount - s.first_mb : Length;
-        std::fill_n(c.slice_of_macroblock.begin() + s.first_mb, s.mb_limit, static_cast<uint16_t>(i));
+        s.mb_limit = i + 1 == Slices ? c.settings.layout.MbCount - s.first_mb : Length;
+        std::fill_n(c.settings.slice_of_macroblock.begin() + s.first_mb, s.mb_limit, static_cast<uint16_t>(i));
     }
 }
 
-template <class Core>
-void AllocateSlices(Core& c)
+template <class Sample>
+void AllocateSlices(EncoderCore<Sample>& c)
 {
-    using Slice = typename Core::Slice;
-    const auto Count = static_cast<size_t>(c.params.num_slices);
-    c.slices = std::make_unique<Slice[]>(Count);
-    const size_t Samples = static_cast<size_t>(c.layout.AlignedWidth) * static_cast<size_t>(c.layout.AlignedHeight);
+    const auto Count = static_cast<size_t>(c.settings.params.num_slices);
+    c.job.slices = std::make_unique<SliceContext<Sample>[]>(Count);
+    const size_t Samples =
+        static_cast<size_t>(c.settings.layout.AlignedWidth) * static_cast<size_t>(c.settings.layout.AlignedHeight);
     const size_t BufferSize = 2 * (Samples * 3 / 2 + 4096);
     const size_t Stride = BufferSize + kMacroblockBytesAtMost;
-    c.slice_buffers = std::make_unique<uint8_t[]>(Count * Stride);
+    c.job.slice_buffers = std::make_unique<uint8_t[]>(Count * Stride);
     for (size_t i = 0; i < Count; ++i) {
-        c.slices[i].bitstream.SetBuffer(c.slice_buffers.get() + i * Stride, BufferSize);
-        if (c.params.search_method != 8) continue;
-        const auto w = static_cast<size_t>(2 * std::max(c.params.search_x, 0) + 1);
-        const auto h = static_cast<size_t>(2 * std::max(c.params.search_y, 0) + 1);
-        c.slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(w * h);
+        c.job.slices[i].bitstream.SetBuffer(c.job.slice_buffers.get() + i * Stride, BufferSize);
+        if (c.settings.params.search_method != 8) continue;
+        const auto w = static_cast<size_t>(2 * std::max(c.settings.params.search_x, 0) + 1);
+        const auto h = static_cast<size_t>(2 * std::max(c.settings.params.search_y, 0) + 1);
+        c.job.slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(w * h);
     }
 }
 
-template <class Core>
-void AllocateTables(Core& c)
+template <class Sample>
+void AllocateTables(EncoderCore<Sample>& c)
 {
-    const auto Count = static_cast<size_t>(c.layout.MbCount);
-    c.local_macroblocks.resize(Count);
-    for (auto& Differences : c.vector_differences) Differences.resize(Count * 16);
-    c.intra_modes.resize(Count * 16);
-    c.coeff_counts.resize(Count * 24);
+    const auto Count = static_cast<size_t>(c.settings.layout.MbCount);
+    c.job.local_macroblocks.resize(Count);
+    for (auto& Differences : c.job.vector_differences) Differences.resize(Count * 16);
+    c.job.intra_modes.resize(Count * 16);
+    c.job.coeff_counts.resize(Count * kCountsPerMb);
 }
 
 // Largest of the depths in use.
@@ -140,33 +139,23 @@ int32_t LargestDepth(const UMC::H264EncoderParams& p)
     return p.aux_format_idc ? std::max(Depth, p.bit_depth_aux) : Depth;
 }
 
-template <class Core>
-void InitRate(Core& c)
+template <class Sample>
+void InitRate(EncoderCore<Sample>& c)
 {
-    const UMC::H264EncoderParams& p = c.params;
+    const UMC::H264EncoderParams& p = c.settings.params;
     const bool bShort = p.rate_control_method == 1;
-    c.rate.Init(bShort ? 8 : 0, bShort ? 4 : 0, bShort ? 8 : 0, p.m_Info.m_Bitrate, p.m_Info.m_FrameRate,
-                p.m_Info.m_Width, p.m_Info.m_Height, LargestDepth(p), p.chroma_format_idc, p.aux_format_idc != 0);
+    c.sequence.rate.Init(bShort ? 8 : 0, bShort ? 4 : 0, bShort ? 8 : 0, p.m_Info.m_Bitrate, p.m_Info.m_FrameRate,
+                         p.m_Info.m_Width, p.m_Info.m_Height, LargestDepth(p), p.chroma_format_idc,
+                         p.aux_format_idc != 0);
 }
 
-size_t SuggestedInputSize(const UMC::H264EncoderParams& p)
-{
-    const size_t Luma = static_cast<size_t>(p.m_Info.m_Width) * static_cast<size_t>(p.m_Info.m_Height);
-    size_t Samples = p.aux_format_idc ? 2 * Luma : Luma;
-    Samples += p.chroma_format_idc == 1   ? Luma / 2
-               : p.chroma_format_idc == 2 ? Luma
-               : p.chroma_format_idc == 3 ? 2 * Luma
-                                          : 0;
-    return Samples * static_cast<size_t>(LargestDepth(p)) >> 3;
-}
-
-template <class Core>
-void CopySettings(Core& c, const UMC::VideoEncoderParams& Params)
+template <class Sample>
+void CopySettings(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params)
 {
     if (const auto* const pFull = UMC::DynamicCast<UMC::H264EncoderParams>(&Params))
-        c.params = *pFull;
+        c.settings.params = *pFull;
     else
-        static_cast<UMC::VideoEncoderParams&>(c.params) = Params; // the defaults stand for the rest
+        static_cast<UMC::VideoEncoderParams&>(c.settings.params) = Params; // the defaults stand for the rest
 }
 
 // Settings whose coding tools this core does not have.
@@ -174,45 +163,44 @@ bool IsImplemented(const UMC::H264EncoderParams& p)
 {
     return p.coding_type == 0 && p.num_b_frames == 0 && p.chroma_format_idc == 1 && p.aux_format_idc == 0 &&
            p.transform_8x8_mode == 0 && p.qpprime_y_zero_transform_bypass == 0 && p.entropy_coding_mode == 1 &&
-           p.partition_level == 0 && p.analysis_level <= 1 && LargestDepth(p) == 8;
+           p.partition_level == 0 && p.analysis_level <= 1 && LargestDepth(p) <= CodecTraits<uint8_t>::kMaxBitDepth;
 }
 
 } // namespace
 
-template <class Core>
-UMC::Status InitCore(Core& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator)
+template <class Sample>
+UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator)
 {
     CopySettings(c, Params);
-    if (const UMC::Status s = CheckParams(c.params); s != UMC::StatusOk) return s;
-    if (!IsImplemented(c.params)) return UMC::StatusNotImplemented;
-    UMC::H264EncoderParams& p = c.params;
+    if (const UMC::Status s = CheckParams(c.settings.params); s != UMC::StatusOk) return s;
+    if (!IsImplemented(c.settings.params)) return UMC::StatusNotImplemented;
+    UMC::H264EncoderParams& p = c.settings.params;
     c.allocator = pAllocator;
-    c.analysis_flags = AnalysisFlags(p);
-    c.layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
-                          p.coding_type == 0, p.aux_format_idc != 0);
-    c.gop_length = p.num_b_frames + 1;
-    c.gop_pattern.assign(static_cast<size_t>(c.gop_length), FRAME_B);
-    c.gop_pattern[0] = FRAME_P;
-    c.key_countdown = static_cast<uint32_t>(p.key_frame_interval) + 1;
-    c.idr_countdown = static_cast<uint32_t>(p.idr_interval) + 1;
-    c.sps = MakeSeqParams(p);
-    FillThresholds(c);
-    FillQuantTables(c.quant);
-    FillPositions(c);
+    c.settings.analysis_flags = AnalysisFlags(p);
+    c.settings.layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
+                                   p.coding_type == 0, p.aux_format_idc != 0);
+    c.settings.gop_length = p.num_b_frames + 1;
+    c.settings.gop_pattern.assign(static_cast<size_t>(c.settings.gop_length), FRAME_B);
+    c.settings.gop_pattern[0] = FRAME_P;
+    c.sequence.key_countdown = static_cast<uint32_t>(p.key_frame_interval) + 1;
+    c.sequence.idr_countdown = static_cast<uint32_t>(p.idr_interval) + 1;
+    c.sequence.sps = MakeSeqParams(p);
+    FillThresholds(c.settings);
+    FillQuantTables(c.settings.quant);
+    FillPositions(c.settings);
     AllocateSlices(c);
     AllocateTables(c);
     DivideIntoSlices(c);
     InitRate(c);
-    c.suggested_input_size = SuggestedInputSize(p);
     return UMC::StatusOk;
 }
 
-template <class Core>
-UMC::Status SetCoreRate(Core& c, const UMC::VideoEncoderParams& Params)
+template <class Sample>
+UMC::Status SetCoreRate(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params)
 {
-    UMC::VideoStreamInfo& Info = c.params.m_Info;
+    UMC::VideoStreamInfo& Info = c.settings.params.m_Info;
     const bool bSame = Info.m_Bitrate == Params.m_Info.m_Bitrate && Info.m_FrameRate == Params.m_Info.m_FrameRate;
-    const bool bControlled = c.params.rate_control_method == 1 || c.params.rate_control_method == 2;
+    const bool bControlled = c.settings.params.rate_control_method == 1 || c.settings.params.rate_control_method == 2;
     if (bSame || !bControlled) return UMC::StatusUnsupported;
     Info.m_Bitrate = Params.m_Info.m_Bitrate;
     Info.m_FrameRate = Params.m_Info.m_FrameRate;

@@ -1,5 +1,5 @@
 // The encoder's text parameter file.
-#include "encoder/session/encoder_params.h"
+#include "encoder/state/encoder_params.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Checks and corrections that Init of the encoder makes on its copy of the settings.
 #pragma once
 
-#include "encoder/session/encoder_params.h"
+#include "encoder/state/encoder_params.h"
 
 namespace UMC_H264_ENCODER {
 

@@ -1,6 +1,7 @@
 #include "encoder/session/video_encoder.h"
 
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 
 #include <new>
 #include <utility>
@@ -54,11 +55,11 @@ Status H264VideoEncoder::GetFrame(MediaData* pInput, MediaData* pOutput)
     if (!pOutput) return StatusNullPointer;
     Core8& c = *m_pCore8;
     auto* const pPicture = DynamicCast<VideoData>(pInput);
-    if (pInput && (!pPicture || !HasWantedPlanes(c.params, *pPicture))) return StatusInvalidParams;
+    if (pInput && (!pPicture || !HasWantedPlanes(c.settings.params, *pPicture))) return StatusInvalidParams;
     c.request = pInput ? 0u : static_cast<uint32_t>(REQUEST_FLUSH);
     const Status s = FrameStep(c, pPicture, pOutput);
     if (c.state & STATE_NEED_INPUT) return pInput ? StatusOk : StatusEndOfSegment;
-    if (s == StatusOk) pOutput->SetFrameType(c.current->frame_type + 1);
+    if (s == StatusOk) pOutput->SetFrameType(c.job.current->frame_type + 1);
     return s;
 }
 
@@ -69,9 +70,9 @@ Status H264VideoEncoder::GetInfo(BaseCodecParams* pParams)
     auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusInvalidParams;
     if (auto* const pFull = DynamicCast<H264EncoderParams>(pParams))
-        *pFull = m_pCore8->params;
+        *pFull = m_pCore8->settings.params;
     else
-        *pVideo = m_pCore8->params;
+        *pVideo = m_pCore8->settings.params;
     pVideo->m_Quality = 100; // no count of losses is kept, so the share of them is always 0
     pVideo->m_Info.m_StreamType = kStreamTypeH264;
     return StatusOk;
@@ -87,12 +88,12 @@ Status H264VideoEncoder::SetParams(BaseCodecParams* pParams)
 
 const VideoData* H264VideoEncoder::GetReconstruction() const
 {
-    return core_kind == kCore8 ? m_pCore8->current : nullptr;
+    return core_kind == kCore8 ? m_pCore8->job.current : nullptr;
 }
 
 int32_t H264VideoEncoder::GetDisplayOrder() const
 {
-    return core_kind == kCore8 && m_pCore8->current ? m_pCore8->current->display_order / 2 : -1;
+    return core_kind == kCore8 && m_pCore8->job.current ? m_pCore8->job.current->display_order / 2 : -1;
 }
 
 } // namespace UMC

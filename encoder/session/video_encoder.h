@@ -1,13 +1,13 @@
 // The software H.264 encoder.
 #pragma once
 
-#include "encoder/session/encoder_params.h"
+#include "encoder/state/encoder_params.h"
 #include "media/umc_video_encoder.h"
 
 #include <memory>
 
 namespace UMC_H264_ENCODER {
-template <class PixType, class CoeffsType>
+template <class Sample>
 struct EncoderCore;
 }
 
@@ -61,7 +61,7 @@ public:
     int32_t GetDisplayOrder() const;
 
 private:
-    using Core8 = UMC_H264_ENCODER::EncoderCore<uint8_t, int16_t>;
+    using Core8 = UMC_H264_ENCODER::EncoderCore<uint8_t>;
 
     int32_t core_kind = -1; // 0: 8-bit samples
     std::unique_ptr<Core8> m_pCore8;

@@ -1,5 +1,7 @@
 #include "encoder/state/encoder_frame.h"
 
+#include "Common/h264/chroma_geometry.h"
+
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
@@ -41,8 +43,8 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
     return l;
 }
 
-template <class PixType>
-UMC::Status H264EncoderFrame<PixType>::Allocate(const FrameLayout& Layout)
+template <class Sample>
+UMC::Status H264EncoderFrame<Sample>::Allocate(const FrameLayout& Layout)
 {
     const bool bSame = m_PlaneMemory && Layout.AlignedWidth == m_Layout.AlignedWidth &&
                        Layout.AlignedHeight == m_Layout.AlignedHeight && Layout.ChromaFormat == m_Layout.ChromaFormat &&
@@ -56,8 +58,8 @@ UMC::Status H264EncoderFrame<PixType>::Allocate(const FrameLayout& Layout)
     return s;
 }
 
-template <class PixType>
-void* H264EncoderFrame<PixType>::AllocateZeroed(UMC::MemID& Memory, size_t Bytes)
+template <class Sample>
+void* H264EncoderFrame<Sample>::AllocateZeroed(UMC::MemID& Memory, size_t Bytes)
 {
     if (m_pAllocator->Alloc(&Memory, Bytes, 0, 16) != UMC::StatusOk) return nullptr;
     void* const pBlock = m_pAllocator->Lock(Memory);
@@ -65,27 +67,27 @@ void* H264EncoderFrame<PixType>::AllocateZeroed(UMC::MemID& Memory, size_t Bytes
     return pBlock;
 }
 
-template <class PixType>
-UMC::Status H264EncoderFrame<PixType>::AllocatePlanes(const FrameLayout& l)
+template <class Sample>
+UMC::Status H264EncoderFrame<Sample>::AllocatePlanes(const FrameLayout& l)
 {
     const auto Pitch = static_cast<size_t>(l.Pitch);
     const auto Height = static_cast<size_t>(l.AlignedHeight);
     const size_t LumaRows = Height + 2 * kLumaRoom;
-    const size_t ChromaHeight = l.ChromaFormat == 1 ? Height / 2 : Height;
-    const size_t ChromaRows = l.ChromaFormat == 0 ? 0 : ChromaHeight + 2 * kChromaRoom;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
+    const size_t ChromaRows = Chroma.Blocks == 0 ? 0 : (Height >> Chroma.ShiftY) + 2 * kChromaRoom;
     const size_t Samples = Pitch * (LumaRows + ChromaRows);
-    const size_t Bytes = Samples * sizeof(PixType) + kSpareBytes;
+    const size_t Bytes = Samples * sizeof(Sample) + kSpareBytes;
     void* const pBlock = AllocateZeroed(m_PlaneMemory, Bytes);
     if (!pBlock) return UMC::StatusAllocFailed;
     const UMC::Status s = VideoData::Init(l.Width, l.Height, l.Format, l.BitDepth);
     if (s != UMC::StatusOk) return s;
     m_Pitch = l.Pitch;
-    auto* const pLuma = static_cast<PixType*>(pBlock);
+    auto* const pLuma = static_cast<Sample*>(pBlock);
     m_pY = AlignUp(pLuma + kLumaRoom * l.Pitch + kLumaRoom, kPlaneAlignment);
-    const int32_t PitchBytes = l.Pitch * static_cast<int32_t>(sizeof(PixType));
+    const int32_t PitchBytes = l.Pitch * static_cast<int32_t>(sizeof(Sample));
     SetPlanePointer(m_pY, 0);
     SetPlanePitch(PitchBytes, 0);
-    if (l.ChromaFormat != 0) {
+    if (ChromaRows != 0) {
         // Both chroma planes share their rows, so that one walk over a row meets both.
         m_pU = AlignUp(pLuma + Pitch * LumaRows + kChromaRoom * Pitch + kChromaRoom, kPlaneAlignment);
         m_pV = m_pU + l.Pitch / 2;
@@ -97,8 +99,8 @@ UMC::Status H264EncoderFrame<PixType>::AllocatePlanes(const FrameLayout& l)
     return UMC::StatusOk;
 }
 
-template <class PixType>
-UMC::Status H264EncoderFrame<PixType>::AllocateTables(const FrameLayout& l)
+template <class Sample>
+UMC::Status H264EncoderFrame<Sample>::AllocateTables(const FrameLayout& l)
 {
     const auto Count = static_cast<size_t>(l.MbCount);
     const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.bAlpha ? 2 : 1);
@@ -119,8 +121,8 @@ UMC::Status H264EncoderFrame<PixType>::AllocateTables(const FrameLayout& l)
     return UMC::StatusOk;
 }
 
-template <class PixType>
-void H264EncoderFrame<PixType>::Free()
+template <class Sample>
+void H264EncoderFrame<Sample>::Free()
 {
     if (m_PlaneMemory) m_pAllocator->DeallocateMem(m_PlaneMemory);
     if (m_TableMemory) m_pAllocator->DeallocateMem(m_TableMemory);
@@ -128,21 +130,18 @@ void H264EncoderFrame<PixType>::Free()
     m_pY = m_pU = m_pV = nullptr;
 }
 
-template <class PixType>
-void H264EncoderFrame<PixType>::ResetPicture()
+template <class Sample>
+void H264EncoderFrame<Sample>::ResetPicture()
 {
     Unmark();
     was_encoded = false;
     is_idr = false;
-    hold_output = false;
     frame_num = frame_num_wrap = 0;
     long_term_frame_idx = 0;
     for (int Field = 0; Field < 2; ++Field) {
         pic_num[Field] = long_term_pic_num[Field] = 0;
         poc[Field] = idr_epoch[Field] = 0;
-        bottom_field_flag[Field] = 0;
     }
-    picture_structure = picture_structure_before = STRUCT_FRAME;
 }
 
 template class H264EncoderFrame<uint8_t>;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "encoder/state/encoder_types.h"
+#include "encoder/state/picture_view.h"
 #include "media/umc_base_codec.h"
 #include "media/umc_video_data.h"
 
@@ -29,9 +30,9 @@ struct FrameLayout {
 FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
                        bool bAlpha);
 
-/// A picture. It is coded in place: the samples of a macroblock are the source until the macroblock is reconstructed.
+/// A picture. It is mostly coded in place: the samples of a macroblock are the source until it is reconstructed.
 /// The allocator must outlive the frame.
-template <class PixType>
+template <class Sample>
 class H264EncoderFrame : public UMC::VideoData
 {
 public:
@@ -45,16 +46,15 @@ public:
     UMC::Status Allocate(const FrameLayout& Layout);
 
     // Planes at the visible origin, and the pitch of all of them in samples.
-    PixType *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
+    Sample *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
     int32_t m_Pitch = 0;
+    PictureView<Sample> View() const { return {m_pY, m_pU, m_pV, m_Pitch}; }
 
     // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order).
     MotionVector* mb_motion[2] = {};
     int8_t* mb_reference[2] = {}; // index into the slice's list, -1 for none
     GlobalMacroblock* mb_global = nullptr;
 
-    uint8_t picture_structure = STRUCT_FRAME;
-    uint8_t picture_structure_before = STRUCT_FRAME;
     int32_t frame_type = FRAME_I;
     int32_t b_is_reference = 0;
     bool was_encoded = false;
@@ -65,14 +65,12 @@ public:
     int32_t poc[2] = {};
     int32_t idr_epoch[2] = {}; // raised at each later IDR picture, so that older periods sort first
     int32_t display_order = 0;
-    uint8_t bottom_field_flag[2] = {};
     bool is_idr = false;
-    bool hold_output = false;
     H264EncoderFrame *previous = nullptr, *next = nullptr;
 
     bool IsShortTerm() const { return is_reference != 0 && is_long_term == 0; }
     bool IsLongTerm() const { return is_long_term != 0; }
-    bool IsFree() const { return was_encoded && is_reference == 0 && is_long_term == 0 && !hold_output; }
+    bool IsFree() const { return was_encoded && is_reference == 0 && is_long_term == 0; }
     int32_t Poc() const { return poc[0] < poc[1] ? poc[0] : poc[1]; }
     int32_t Epoch() const { return idr_epoch[0] > idr_epoch[1] ? idr_epoch[0] : idr_epoch[1]; }
     void Unmark() { is_reference = is_long_term = 0; }
@@ -91,11 +89,11 @@ private:
 };
 
 /// A doubly linked list that owns its frames.
-template <class PixType>
+template <class Sample>
 class H264EncoderFrameList
 {
 public:
-    using Frame = H264EncoderFrame<PixType>;
+    using Frame = H264EncoderFrame<Sample>;
 
     H264EncoderFrameList() = default;
     ~H264EncoderFrameList();
@@ -104,7 +102,6 @@ public:
 
     Frame* Head() const { return m_pHead; }
     void Append(Frame* pFrame);
-    void MoveToHead(Frame* pFrame);
     /// Takes the frame out without deleting it.
     void RemoveFrame(Frame* pFrame);
     Frame* FindFree() const;
@@ -122,10 +119,10 @@ private:
 
 /// Which picture of the input list is coded next: oldest IDR period first, then display order, except that a B picture
 /// waits for AnchorsNeeded references behind it. Null when none can be.
-template <class PixType>
-H264EncoderFrame<PixType>* FindNextToCode(const H264EncoderFrameList<PixType>& Input,
-                                          const H264EncoderFrameList<PixType>& Reconstructed, int32_t AnchorsNeeded,
-                                          int32_t BRefMode);
+template <class Sample>
+H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Input,
+                                         const H264EncoderFrameList<Sample>& Reconstructed, int32_t AnchorsNeeded,
+                                         int32_t BRefMode);
 
 extern template class H264EncoderFrame<uint8_t>;
 extern template class H264EncoderFrameList<uint8_t>;

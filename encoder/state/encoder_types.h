@@ -1,26 +1,19 @@
 // Records and constants that all stages of the encoder share.
 #pragma once
 
+#include "Common/h264/motion_vector.h"
+#include "encoder/write/slice_type.h"
+
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
 
-// Quarter samples, unless a comment says whole samples.
-struct MotionVector {
-    int16_t x, y;
-    friend bool operator==(const MotionVector&, const MotionVector&) = default;
-};
+using h264::MotionVector;
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 
-// As in the slice header (clause 7.4.3).
-enum SliceType : int32_t { SLICE_P = 0, SLICE_B = 1, SLICE_I = 2 };
-
 // What later pictures may do with a picture.
 enum PictureClass : int32_t { CLASS_DISPOSABLE = 0, CLASS_REFERENCE = 1, CLASS_IDR = 2 };
-
-// How a frame's lines are coded.
-enum FrameStructure : uint8_t { STRUCT_TOP = 0, STRUCT_BOTTOM = 1, STRUCT_FRAME = 2, STRUCT_ADAPTIVE = 3 };
 
 // Macroblock types as stored in the picture's tables; MB_INTRA4X4 with FLAG_TRANSFORM_8X8 is Intra 8x8.
 enum MacroblockType : uint8_t {
@@ -51,6 +44,10 @@ struct GlobalMacroblock {
 };
 static_assert(sizeof(GlobalMacroblock) == 8);
 
+enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
+enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
+inline constexpr uint8_t kIntra4x4Dc = 2; // Intra_4x4_DC, also what other macroblocks stand for in mode prediction
+
 // Bits of LocalMacroblock::Coded beyond luma block i (luma4x4BlkIdx) at bit i.
 inline constexpr uint32_t kCodedLuma = 0xFFFF;
 inline constexpr int kCodedCbShift = 16; // chroma AC of Cb block i at 16 + i, of Cr at 20 + i
@@ -68,9 +65,8 @@ struct LocalMacroblock {
     uint8_t ChromaMode;  // intra_chroma_pred_mode
     int8_t Qp;           // QPY
     int8_t QpChroma;     // QPC
-    int8_t QpDelta;      // mb_qp_delta as written
     uint8_t SubTypes[4];
-    uint8_t Reserved[7];
+    uint8_t Reserved[8];
 };
 static_assert(sizeof(LocalMacroblock) == 28);
 

@@ -6,8 +6,8 @@
 
 namespace UMC_H264_ENCODER {
 
-template <class PixType>
-H264EncoderFrameList<PixType>::~H264EncoderFrameList()
+template <class Sample>
+H264EncoderFrameList<Sample>::~H264EncoderFrameList()
 {
     while (Frame* const pFrame = m_pHead) {
         RemoveFrame(pFrame);
@@ -15,8 +15,8 @@ H264EncoderFrameList<PixType>::~H264EncoderFrameList()
     }
 }
 
-template <class PixType>
-void H264EncoderFrameList<PixType>::Append(Frame* pFrame)
+template <class Sample>
+void H264EncoderFrameList<Sample>::Append(Frame* pFrame)
 {
     pFrame->previous = m_pTail;
     pFrame->next = nullptr;
@@ -24,35 +24,26 @@ void H264EncoderFrameList<PixType>::Append(Frame* pFrame)
     m_pTail = pFrame;
 }
 
-template <class PixType>
-void H264EncoderFrameList<PixType>::MoveToHead(Frame* pFrame)
-{
-    RemoveFrame(pFrame);
-    pFrame->next = m_pHead;
-    (m_pHead ? m_pHead->previous : m_pTail) = pFrame;
-    m_pHead = pFrame;
-}
-
-template <class PixType>
-void H264EncoderFrameList<PixType>::RemoveFrame(Frame* pFrame)
+template <class Sample>
+void H264EncoderFrameList<Sample>::RemoveFrame(Frame* pFrame)
 {
     (pFrame->previous ? pFrame->previous->next : m_pHead) = pFrame->next;
     (pFrame->next ? pFrame->next->previous : m_pTail) = pFrame->previous;
     pFrame->previous = pFrame->next = nullptr;
 }
 
-template <class PixType>
-H264EncoderFrame<PixType>* H264EncoderFrameList<PixType>::FindFree() const
+template <class Sample>
+H264EncoderFrame<Sample>* H264EncoderFrameList<Sample>::FindFree() const
 {
     Frame* p = m_pHead;
     while (p && !p->IsFree()) p = p->next;
     return p;
 }
 
-template <class PixType>
-UMC::Status H264EncoderFrameList<PixType>::InsertFrame(UMC::VideoData& Source, const FrameLayout& Layout,
-                                                       UMC::MemoryAllocator* pAllocator, UMC::BaseCodec& Converter,
-                                                       Frame*& pFrame)
+template <class Sample>
+UMC::Status H264EncoderFrameList<Sample>::InsertFrame(UMC::VideoData& Source, const FrameLayout& Layout,
+                                                      UMC::MemoryAllocator* pAllocator, UMC::BaseCodec& Converter,
+                                                      Frame*& pFrame)
 try {
     Frame* pFree = FindFree();
     if (!pFree) {
@@ -78,15 +69,15 @@ namespace {
 
 // How the B pictures of a run alternate when some are references. One pair serves all encoders of a process; with
 // b_ref_mode 0 it is not touched.
-template <class PixType>
+template <class Sample>
 struct BOrder {
     static inline uint32_t s_Toggle = 0;
     static inline int32_t s_Limit = 0; // POC of the last anchor
 };
 
 // Short-term references that follow a picture in display order.
-template <class PixType>
-int32_t CountAnchorsBehind(const H264EncoderFrameList<PixType>& Reconstructed, const H264EncoderFrame<PixType>& Frame)
+template <class Sample>
+int32_t CountAnchorsBehind(const H264EncoderFrameList<Sample>& Reconstructed, const H264EncoderFrame<Sample>& Frame)
 {
     int32_t Count = 0;
     for (const auto* p = Reconstructed.Head(); p; p = p->next)
@@ -101,16 +92,16 @@ bool SortsBefore(const Frame& a, const Frame& b)
 }
 
 // With reference B pictures, the pick between those of a run alternates between the last and the first of them.
-template <class PixType>
-H264EncoderFrame<PixType>* PickReferenceB(const H264EncoderFrameList<PixType>& Input, H264EncoderFrame<PixType>* pPick)
+template <class Sample>
+H264EncoderFrame<Sample>* PickReferenceB(const H264EncoderFrameList<Sample>& Input, H264EncoderFrame<Sample>* pPick)
 {
-    using Order = BOrder<PixType>;
+    using Order = BOrder<Sample>;
     if (pPick->frame_type == FRAME_P) {
         Order::s_Toggle = 0;
         Order::s_Limit = pPick->Poc();
     }
     if (pPick->frame_type != FRAME_B) return pPick;
-    H264EncoderFrame<PixType>*pHighest = nullptr, *pLowest = nullptr;
+    H264EncoderFrame<Sample>*pHighest = nullptr, *pLowest = nullptr;
     for (auto* p = Input.Head(); p; p = p->next) {
         if (p->was_encoded || p->frame_type != FRAME_B || !p->b_is_reference) continue;
         if (p->Poc() >= Order::s_Limit || p->Epoch() != pPick->Epoch()) continue;
@@ -123,12 +114,12 @@ H264EncoderFrame<PixType>* PickReferenceB(const H264EncoderFrameList<PixType>& I
 
 } // namespace
 
-template <class PixType>
-H264EncoderFrame<PixType>* FindNextToCode(const H264EncoderFrameList<PixType>& Input,
-                                          const H264EncoderFrameList<PixType>& Reconstructed, int32_t AnchorsNeeded,
-                                          int32_t BRefMode)
+template <class Sample>
+H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Input,
+                                         const H264EncoderFrameList<Sample>& Reconstructed, int32_t AnchorsNeeded,
+                                         int32_t BRefMode)
 {
-    H264EncoderFrame<PixType>* pPick = nullptr;
+    H264EncoderFrame<Sample>* pPick = nullptr;
     for (auto* p = Input.Head(); p; p = p->next) {
         if (p->was_encoded) continue;
         if (p->frame_type == FRAME_B && CountAnchorsBehind(Reconstructed, *p) < AnchorsNeeded) continue;

@@ -1,9 +1,10 @@
 // The state of one slice while it is coded.
 #pragma once
 
+#include "encoder/state/codec_traits.h"
 #include "encoder/state/encoder_frame.h"
+#include "encoder/state/neighbour_cache.h"
 #include "encoder/write/pbs_fake.h"
-#include "kernels/transform/transform.h"
 
 #include <array>
 #include <memory>
@@ -13,17 +14,10 @@ namespace UMC_H264_ENCODER {
 inline constexpr int kMaxReferences = 32;
 
 // Reference picture lists 0 and 1 of a slice (clause 8.2.4).
-template <class PixType>
+template <class Sample>
 struct RefPicLists {
-    H264EncoderFrame<PixType>* Pictures[2][kMaxReferences] = {};
+    H264EncoderFrame<Sample>* Pictures[2][kMaxReferences] = {};
     int32_t Count[2] = {};
-};
-
-// The levels of a block in the form the writers take: those other than 0 in scan order.
-struct BlockLevels {
-    uint8_t Count;
-    uint8_t Position[16]; // in the block's own list: 0 is coefficient 1 where the DC is coded apart
-    int16_t Level[16];
 };
 
 // Quantisers of one QP.
@@ -38,44 +32,46 @@ struct MacroblockQuant {
 };
 
 // Half-sample planes around the block of a 16x16 search; see InterpolateHalfRight and its kin.
-template <class PixType>
+template <class Sample>
 struct HalfPlanes {
     static constexpr int kStep = 32;
-    alignas(16) PixType Right[18 * kStep];
-    alignas(16) PixType Down[18 * kStep];
-    alignas(16) PixType Both[18 * kStep];
+    alignas(16) Sample Right[18 * kStep];
+    alignas(16) Sample Down[18 * kStep];
+    alignas(16) Sample Both[18 * kStep];
     bool bBoth; // Both is made when the walk first needs it
 };
 
 // Prediction, residual and decision scratch of one macroblock.
-template <class PixType, class CoeffsType>
+template <class Sample>
 struct WorkArea {
+    using Coeff = typename CodecTraits<Sample>::Coeff;
+    using Levels = typename CodecTraits<Sample>::Levels;
     static constexpr int kPredStep = 16;
     static constexpr int kLocalStep = 32;
 
-    alignas(16) PixType PredY[16 * 16];
-    alignas(16) PixType PredUV[16 * 8];     // Cb in columns 0..7, Cr in 8..15
-    alignas(16) PixType IntraY[2][16 * 16]; // best and trial prediction of Intra 16x16
-    alignas(16) PixType IntraUV[2][16 * 8];
+    alignas(16) Sample PredY[16 * 16];
+    alignas(16) Sample PredUV[16 * 8];     // Cb in columns 0..7, Cr in 8..15
+    alignas(16) Sample IntraY[2][16 * 16]; // best and trial prediction of Intra 16x16
+    alignas(16) Sample IntraUV[2][16 * 8];
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
-    alignas(16) PixType Local[17 * kLocalStep];
+    alignas(16) Sample Local[17 * kLocalStep];
     static constexpr int kLocalOrigin = kLocalStep + 8;
-    alignas(16) CoeffsType Luma[256]; // levels, then scaled coefficients
-    alignas(16) CoeffsType Chroma[2][64];
-    alignas(16) CoeffsType Intra4x4[256];
-    alignas(16) CoeffsType LumaDc[16];
-    alignas(16) CoeffsType ChromaDc[2][8];
-    BlockLevels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
-    BlockLevels Intra4x4Levels[16];
-    BlockLevels LumaDcLevels;
-    BlockLevels ChromaDcLevels[2];
-    BlockLevels ChromaAcLevels[2][4];
-    HalfPlanes<PixType> Halves;
-    alignas(16) PixType Trial[16 * 16]; // an interpolated point of a search
-    alignas(16) PixType TrialUV[16 * 8];
-    alignas(16) PixType Clamped[24 * 24]; // a reference block from beyond the padding
-    uint8_t Intra4x4Modes[16];            // of the trial, raster order
-    uint32_t Intra4x4Coded;               // of the trial, bit by luma4x4BlkIdx
+    alignas(16) Coeff Luma[256]; // levels, then scaled coefficients
+    alignas(16) Coeff Chroma[2][64];
+    alignas(16) Coeff Intra4x4[256];
+    alignas(16) Coeff LumaDc[16];
+    alignas(16) Coeff ChromaDc[2][8];
+    Levels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
+    Levels Intra4x4Levels[16];
+    Levels LumaDcLevels;
+    Levels ChromaDcLevels[2];
+    Levels ChromaAcLevels[2][4];
+    HalfPlanes<Sample> Halves;
+    alignas(16) Sample Trial[16 * 16]; // an interpolated point of a search
+    alignas(16) Sample TrialUV[16 * 8];
+    alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
+    uint8_t Intra4x4Modes[16];           // of the trial, raster order
+    uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
     // The vector whose luma prediction is in PredY and whose levels are in Luma, after a skip test that failed.
     bool bTested;
     MotionVector TestedVector;
@@ -84,14 +80,14 @@ struct WorkArea {
 };
 
 // The macroblock being coded.
-template <class PixType>
+template <class Sample>
 struct CurrentMacroblock {
     int32_t mb_index;
     int32_t mb_x, mb_y;
-    PixType *src_y, *src_u, *src_v; // in the picture, which is coded in place
-    int32_t pitch;                  // samples
-    int32_t lambda;
-    int32_t left, top, top_right, top_left; // macroblock indices, -1 when not available
+    const Sample *src_y, *src_u, *src_v; // the macroblock in the source
+    Sample *rec_y, *rec_u, *rec_v;       // and in the reconstruction; both may be the same samples
+    int32_t pitch;                       // samples
+    NeighbourCache around;
     const MacroblockPosition* position;
     GlobalMacroblock* global;
     LocalMacroblock* local;
@@ -99,35 +95,30 @@ struct CurrentMacroblock {
     int8_t* ref[2];
     MotionVector* mvd[2];
     uint8_t* intra_modes;  // 16, raster order
-    uint8_t* coeff_counts; // CAVLC total_coeff: 16 luma in raster order, 4 Cb, 4 Cr
+    uint8_t* coeff_counts; // kCountsPerMb, with CAVLC
 };
 
-template <class PixType, class CoeffsType>
+template <class Sample>
 struct SliceContext {
     int32_t slice_type;
     int32_t slice_id;
     int32_t status;
     int32_t slice_qp; // running QPY for mb_qp_delta
     int32_t mb_count, intra_count;
-    int32_t best_inter_cost, best_intra_cost;
-    int32_t is_field_mb;
-    int32_t skip_run;
     int32_t first_mb;
     int32_t mb_limit; // macroblocks that belong to the slice
     int32_t slice_qp_delta;
     int32_t cabac_init_idc;
-    bool use_transform_for_intra;
-    int32_t last_qp_delta; // of the macroblock before, for its context
-    CurrentMacroblock<PixType> cur_mb;
+    CurrentMacroblock<Sample> cur_mb;
     int32_t deblock_idc, deblock_alpha, deblock_beta;
-    CH264pBs<PixType, CoeffsType> bitstream;
-    CH264pBsFake<PixType, CoeffsType> fake_bitstream;
-    bool num_ref_idx_active_override;
+    CH264pBs<Sample, typename CodecTraits<Sample>::Coeff> bitstream;
+    CH264pBsFake<Sample, typename CodecTraits<Sample>::Coeff> fake_bitstream;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
-    RefPicLists<PixType> ref_pic_lists;
+    RefPicLists<Sample> ref_pic_lists;
+    NeighbourTables neighbour_tables;
     MacroblockQuant quant;
     int32_t quant_qp; // the QP that quant is for
-    WorkArea<PixType, CoeffsType> work_area;
+    WorkArea<Sample> work_area;
 };
 
 } // namespace UMC_H264_ENCODER

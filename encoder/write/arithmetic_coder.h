@@ -1,7 +1,7 @@
 // The arithmetic coder of clause 9.3.4, working on whole bytes.
 //
 // Bits that leave codILow are kept above it in m_Low until eight of them are settled but for a carry; the byte is then
-// stored, and a carry that comes later is added to the bytes already stored. This gives the bits of clause 9.3.4.2
+// put out, and a carry that comes later is added to the bytes put out already. This gives the bits of clause 9.3.4.2
 // (PutBit and its outstanding bits) without a step for each of them.
 #pragma once
 
@@ -9,16 +9,19 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
 
-// A context is pStateIdx * 2 + valMPS.
-using CabacContexts = std::array<uint8_t, h264::kContextCount>;
+// pStateIdx * 2 + valMPS. A type of its own, so that a store to a context is known not to change the coder's fields.
+enum class CabacContext : uint8_t {};
+using CabacContexts = std::array<CabacContext, h264::kContextCount>;
 
+// What one bin looks up. More and less probable symbol: MPS and LPS of the standard.
 struct CabacTables {
-    uint8_t RangeLps[128][4]; // [context][(codIRange >> 6) & 3]
-    uint8_t Next[128][2];     // [context][bin]
+    uint8_t RangeLps[128 * 4];  // Table 9-44 by context * 4 + ((codIRange >> 6) & 3)
+    CabacContext Next[2 * 128]; // the context behind an MPS, then behind an LPS
 };
 extern const CabacTables g_CabacTables;
 
@@ -26,32 +29,82 @@ extern const CabacTables g_CabacTables;
 void InitCabacContexts(CabacContexts& Contexts, const h264::ContextInit (&SliceTable)[h264::kContextCount],
                        int32_t SliceQp);
 
-// Counting: no byte is stored, only the count of bits is kept, so that a trial knows what a symbol costs.
-template <bool Counting>
+// Into the caller's buffer, whose end is not tested.
+class StoredBytes
+{
+public:
+    // What a carry may still change of the bytes stored: the last one that is not 0xFF, and the run of 0xFF behind it,
+    // which it clears. It cannot pass twice.
+    struct Tail {
+        uint8_t* pFirst;
+        uint8_t* pEnd; // the position
+        uint8_t First;
+    };
+
+    void Start(uint8_t* pOut) { m_pStart = m_pOut = pOut; }
+    void Put(uint32_t ByteAndCarry)
+    {
+        if (ByteAndCarry & 0x100) // the value coded is below 1, so a carry stops before the first byte
+            for (uint8_t* p = m_pOut; ++*--p == 0;) {
+            }
+        *m_pOut++ = static_cast<uint8_t>(ByteAndCarry);
+    }
+    size_t Bytes() const { return static_cast<size_t>(m_pOut - m_pStart); }
+    uint8_t* Position() const { return m_pOut; } // behind the last byte stored
+    Tail Keep() const;
+    static void PutBack(const Tail& t);
+
+private:
+    uint8_t* m_pStart = nullptr;
+    uint8_t* m_pOut = nullptr;
+};
+
+// Nowhere: only their number is kept, so that a trial knows what a symbol costs.
+class CountedBytes
+{
+public:
+    void Put(uint32_t) { ++m_Bytes; }
+    size_t Bytes() const { return m_Bytes; }
+
+private:
+    size_t m_Bytes = 0;
+};
+
+// A value. What a copy that is put back cannot undo are the bytes that a carry has changed in between: see Tail.
+template <class Output>
 class BasicArithmeticCoder
 {
 public:
-    /// Starts at pOut (ignored when counting). The caller sees to the room.
-    void Start(uint8_t* pOut)
+    BasicArithmeticCoder() = default;
+    /// Goes on from another coder's state on an output of its own.
+    template <class Other>
+    explicit BasicArithmeticCoder(const BasicArithmeticCoder<Other>& From)
+        : m_Low(From.m_Low), m_Range(From.m_Range), m_Queue(From.m_Queue)
     {
-        m_Low = 0;
-        m_Range = 510;
-        m_Queue = -9; // the first bit is the one that clause 9.3.4.2 suppresses
-        m_pOut = pOut;
-        m_Bytes = 0;
     }
 
-    void EncodeBin(uint8_t& Context, uint32_t Bin)
+    void Start(const Output& Out)
     {
-        const uint32_t State = Context;
-        const uint32_t Lps = g_CabacTables.RangeLps[State][(m_Range >> 6) & 3];
-        Context = g_CabacTables.Next[State][Bin];
+        *this = {};
+        m_Output = Out;
+    }
+
+    void EncodeBin(CabacContext& Context, uint32_t Bin)
+    {
+        const auto State = static_cast<uint32_t>(Context);
+        // codIRange lies in 256..510, so its top bits are 4..7: the table's base takes the 4 off again.
+        const uint32_t Lps = g_CabacTables.RangeLps[State * 4 + (m_Range >> 6) - 4];
         m_Range -= Lps;
-        if (Bin != (State & 1)) {
+        if (((State ^ Bin) & 1) == 0) {
+            Context = g_CabacTables.Next[State];
+            if (m_Range >= 256) return;
+            Shift(1); // the more probable symbol keeps half of the range
+        } else {
+            Context = g_CabacTables.Next[State + 128];
             m_Low += m_Range;
             m_Range = Lps;
+            Shift(std::countl_zero(Lps) - 23);
         }
-        Renormalise();
     }
 
     void EncodeBypass(uint32_t Bin)
@@ -60,12 +113,14 @@ public:
         if (++m_Queue >= 0) Emit();
     }
 
-    /// The Count low bits of Bins, highest first; Count at most 8.
+    /// The Count low bits of Bins, highest first; the others are 0.
     void EncodeBypassBits(uint32_t Bins, int Count)
     {
-        m_Low = (m_Low << Count) + Bins * m_Range;
-        m_Queue += Count;
-        if (m_Queue >= 0) Emit();
+        for (; Count > 8; Count -= 8) {
+            PutBypass(Bins >> (Count - 8), 8);
+            Bins &= (1u << (Count - 8)) - 1;
+        }
+        PutBypass(Bins, Count);
     }
 
     void EncodeTerminate(uint32_t Bin)
@@ -74,80 +129,62 @@ public:
         if (Bin) {
             m_Low += m_Range;
             m_Range = 2;
+            Shift(7);
+        } else if (m_Range < 256) {
+            Shift(1);
         }
-        Renormalise();
     }
 
     /// What follows a terminate bin of 1 (clause 9.3.4.5): the rest of codILow, a 1 bit and zeros to a whole byte.
-    /// @return the byte behind the last one stored
-    uint8_t* Finish()
+    void Finish()
     {
         const int Count = m_Queue + 8 + 3; // bits to come
-        uint32_t Bits = (((m_Low >> 8) << 1) | 1) << (16 - Count);
-        Store(Bits >> 8);
-        if (Count > 8) Store(Bits & 0xFF);
+        const uint32_t Bits = (((m_Low >> 8) << 1) | 1) << (16 - Count);
+        m_Output.Put(Bits >> 8);
+        if (Count > 8) m_Output.Put(Bits & 0xFF);
         m_Queue = -8;
         m_Low = 0;
-        return m_pOut;
     }
 
     /// Bits produced since Start, those still outstanding included.
-    int64_t Bits() const { return int64_t{m_Bytes} * 8 + m_Queue + 8; }
+    int64_t Bits() const { return static_cast<int64_t>(m_Output.Bytes()) * 8 + m_Queue + 8; }
 
-    /// The byte behind the last one stored.
-    uint8_t* Position() const { return m_pOut; }
-
-    /// Goes on from another coder's state; the count of bits starts at 0.
-    template <bool Other>
-    void CopyState(const BasicArithmeticCoder<Other>& From)
-    {
-        m_Low = From.m_Low;
-        m_Range = From.m_Range;
-        m_Queue = From.m_Queue;
-        m_Bytes = 0;
-    }
+    const Output& Out() const { return m_Output; }
 
 private:
-    template <bool>
+    template <class>
     friend class BasicArithmeticCoder;
 
-    void Renormalise()
+    void PutBypass(uint32_t Bins, int Count) // Count up to 8
     {
-        if (m_Range >= 256) return;
-        const int Shift = std::countl_zero(m_Range) - 23;
-        m_Range <<= Shift;
-        m_Low <<= Shift;
-        m_Queue += Shift;
+        m_Low = (m_Low << Count) + Bins * m_Range;
+        m_Queue += Count;
+        if (m_Queue >= 0) Emit();
+    }
+
+    void Shift(int Count)
+    {
+        m_Range <<= Count;
+        m_Low <<= Count;
+        m_Queue += Count;
         if (m_Queue >= 0) Emit();
     }
 
     void Emit()
     {
         const int Kept = m_Queue + 10;
-        Store(m_Low >> Kept);
+        m_Output.Put(m_Low >> Kept);
         m_Low &= (1u << Kept) - 1;
         m_Queue -= 8;
     }
 
-    void Store(uint32_t ByteAndCarry)
-    {
-        ++m_Bytes;
-        if constexpr (!Counting) {
-            if (ByteAndCarry & 0x100) // the value coded is below 1, so a carry stops before the first byte
-                for (uint8_t* p = m_pOut; ++*--p == 0;) {
-                }
-            *m_pOut++ = static_cast<uint8_t>(ByteAndCarry);
-        }
-    }
-
-    uint32_t m_Low;   // codILow in the ten low bits, settled bits above them
-    uint32_t m_Range; // codIRange
-    int32_t m_Queue;  // settled bits less 8
-    uint32_t m_Bytes; // since Start
-    uint8_t* m_pOut;
+    uint32_t m_Low = 0;     // codILow in the ten low bits, settled bits above them
+    uint32_t m_Range = 510; // codIRange
+    int32_t m_Queue = -9;   // settled bits less 8; the first bit is the one that clause 9.3.4.2 suppresses
+    Output m_Output;
 };
 
-using ArithmeticCoder = BasicArithmeticCoder<false>;
-using CountingCoder = BasicArithmeticCoder<true>;
+using ArithmeticCoder = BasicArithmeticCoder<StoredBytes>;
+using ArithmeticCounter = BasicArithmeticCoder<CountedBytes>;
 
 } // namespace UMC_H264_ENCODER

@@ -1,7 +1,9 @@
-// The writer of one slice's bits: fixed and Exp-Golomb codes, and the arithmetic coder on the same buffer.
+// The writer of one slice: bits and both entropy coders on one buffer, with the virtual operations by which headers are
+// written or counted.
 #pragma once
 
-#include "encoder/write/arithmetic_coder.h"
+#include "encoder/write/cabac_coder.h"
+#include "encoder/write/cavlc_coder.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -35,8 +37,9 @@ public:
     void PutBits(uint32_t Value, int32_t Count) override;
     void PutVLCCode(uint32_t Code, int32_t Length) override;
     int32_t PutUE(uint32_t Value) override;
-    /// A signed value v as the code number 2|v| - (v > 0) (clause 9.1.1).
-    int32_t PutSE(int32_t Value);
+    int32_t PutSE(int32_t Value) { return PutUE(BitWriter::CodeNumber(Value)); }
+    /// Bits written since Reset, without those inside a running arithmetic coder.
+    virtual int64_t Bits() const { return m_Codes.Bits.Bits(); }
 
     /// A 1 bit and zeros to a whole byte.
     void WriteTrailingBits();
@@ -45,46 +48,31 @@ public:
 
     /// Contexts for a slice type (SLICE_P, SLICE_B, SLICE_I), and the coder at its start. The position is byte-aligned.
     void InitContexts(int32_t SliceType, int32_t CabacInitIdc, int32_t SliceQp);
-    void EncodeBin(uint32_t Context, uint32_t Bin) { m_Coder.EncodeBin(m_Contexts[Context], Bin); }
-    void EncodeBypass(uint32_t Bin) { m_Coder.EncodeBypass(Bin); }
-    void EncodeTerminate(uint32_t Bin) { m_Coder.EncodeTerminate(Bin); }
-    /// Starts the coder again at the write position, behind PCM samples.
-    void RestartCoder() { m_Coder.Start(m_pWrite); }
+    void EncodeBin(uint32_t Context, uint32_t Bin) { m_Cabac.Bin(Context, Bin); }
+    void EncodeBypass(uint32_t Bin) { m_Cabac.Arithmetic.EncodeBypass(Bin); }
+    void EncodeTerminate(uint32_t Bin) { m_Cabac.Arithmetic.EncodeTerminate(Bin); }
 
-    /// Copies contexts, coder state and write position to the saved copy and back, while the arithmetic coder runs.
+    /// Copies both coders with their write positions to the saved copy and back.
     void SaveState();
     void RestoreState();
 
-    /// Bits written since Reset, without those inside a running arithmetic coder.
-    int64_t Bits() const { return (m_pWrite - m_pBuffer) * 8 + m_BitOffset; }
-    size_t Bytes() const { return static_cast<size_t>(m_pWrite - m_pBuffer) + (m_BitOffset ? 1 : 0); }
+    size_t Bytes() const { return static_cast<size_t>((Bits() + 7) / 8); }
     /// Bytes written since Reset while the arithmetic coder runs.
-    size_t CoderBytes() const { return static_cast<size_t>(m_Coder.Position() - m_pBuffer); }
+    size_t CoderBytes() const { return static_cast<size_t>(m_Cabac.Arithmetic.Out().Position() - m_pBuffer); }
     size_t BufferSize() const { return m_BufferSize; }
 
-    // The coder and its contexts, for the macroblock writers.
-    ArithmeticCoder& Coder() { return m_Coder; }
-    CabacContexts& Contexts() { return m_Contexts; }
-    const ArithmeticCoder& Coder() const { return m_Coder; }
-    const CabacContexts& Contexts() const { return m_Contexts; }
+    // The coders, for the macroblock layer.
+    CabacCoder& Cabac() { return m_Cabac; }
+    const CabacCoder& Cabac() const { return m_Cabac; }
+    CavlcCoder& Cavlc() { return m_Codes; }
 
 protected:
-    struct State {
-        CabacContexts Contexts;
-        ArithmeticCoder Coder;
-        uint8_t* pWrite;
-        int32_t BitOffset;
-        uint8_t* pCarry;     // 0xFF bytes from here to the coder's position
-        uint8_t BeforeCarry; // the byte ahead of them
-    };
-
     uint8_t* m_pBuffer = nullptr;
-    uint8_t* m_pWrite = nullptr;
-    int32_t m_BitOffset = 0; // bits used of the byte at m_pWrite, 0..7
     size_t m_BufferSize = 0; // bytes
-    CabacContexts m_Contexts{};
-    ArithmeticCoder m_Coder{};
-    State m_Saved{};
+    CavlcCoder m_Codes;      // with the write position of all that is not arithmetic code
+    CabacCoder m_Cabac;
+    CavlcCoder m_SavedCodes;
+    SavedCabacCoder m_SavedCabac;
 };
 
 } // namespace UMC_H264_ENCODER

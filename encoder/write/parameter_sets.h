@@ -1,7 +1,5 @@
-// Sequence and picture parameter sets as this encoder writes them.
+// Sequence and picture parameter sets as this encoder writes them. The picture floor makes them of the settings.
 #pragma once
-
-#include "encoder/session/encoder_params.h"
 
 #include <cstdint>
 
@@ -42,12 +40,5 @@ inline bool IsHighFamily(int32_t Profile)
 {
     return Profile == 100 || Profile == 110 || Profile == 122 || Profile == 144;
 }
-
-/// From checked settings.
-SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& Params);
-PicParamSet MakePicParams(const UMC::H264EncoderParams& Params, int32_t PicInitQp);
-
-/// log2_max_pic_order_cnt_lsb for a depth of reordering, 4..16.
-int32_t PocLsbBits(int32_t NumBFrames, int32_t BRefMode, int32_t NumRefFrames);
 
 } // namespace UMC_H264_ENCODER

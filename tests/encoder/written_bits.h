@@ -1,6 +1,7 @@
 // A writer on a buffer of its own, and a reader of what it wrote.
 #pragma once
 
+#include "encoder/picture/make_parameter_sets.h"
 #include "encoder/write/pbs_fake.h"
 
 #include <cstdint>

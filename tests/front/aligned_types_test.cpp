@@ -2,7 +2,7 @@
 // library makes objects. There the heap under this program never gives more than it promises (test_heap.h).
 #include "decoder/jobs/segment_decoder.h"
 #include "decoder/stream/heap_objects.h"
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/encoder_core.h"
 #include "kernels/bilateral/bilateral_context.h"
 #include "kernels/memory/memory.h"
 #include "kernels/transform/transform.h"

@@ -1,6 +1,6 @@
 // The software engine's sessions: rates as the encoder below gets them, what failures say, what a release leaves.
-#include "encoder/session/encoder_params.h"
 #include "encoder/session/video_encoder.h"
+#include "encoder/state/encoder_params.h"
 #include "front/VCodec_H264.h"
 #include "front/closed_decoders.h"
 #include "media/umc_video_data.h"

@@ -23,9 +23,10 @@ ALLOWED = {
     "front": ("NVIDIA", "intel", "AMF", "encoder", "decoder", "process", "media", "kernels", "Common", "platform",
               "include/quilvex"),
 }
-# Folders that have floors of their own, bottom first: a floor includes itself and those below it.
+# Floors of a folder, bottom first: each includes itself and those before it.
 FLOORS = {
     "decoder": ("stream", "picture", "slice", "entropy", "macroblock", "jobs", "session"),
+    "encoder": ("write", "state", "code", "decide", "picture", "session"),
 }
 # The codecs know the converter of process/ and nothing else there.
 CONVERTER = {"process/video_processing.h"}
@@ -38,16 +39,18 @@ def folder_of(path):
     return next((name for name in ALLOWED if path.startswith(name + "/")), None)
 
 
-def floor_of(path):
-    """The floor's place in its folder, or None for a path that is on no floor."""
-    parts = path.split("/")
-    floors = FLOORS.get(parts[0], ())
-    return floors.index(parts[1]) if len(parts) > 2 and parts[1] in floors else None
+def floor_of(folder, path):
+    """The place of a path under a folder among the folder's floors, or None where it has none."""
+    floor = path.removeprefix(folder + "/").split("/")[0]
+    return FLOORS[folder].index(floor) if floor in FLOORS[folder] else None
 
 
-def points_up(source, target):
-    above, below = floor_of(target), floor_of(source)
-    return above is not None and below is not None and above > below
+def points_up(folder, source, target):
+    """Whether a source on one floor of a folder includes a target on a higher one, or on none."""
+    if folder not in FLOORS:
+        return False
+    own, other = floor_of(folder, source), floor_of(folder, target)
+    return own is None or other is None or other > own
 
 
 def violations(root):
@@ -58,10 +61,12 @@ def violations(root):
             for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
                 found = INCLUDE.match(line)
                 target = folder_of(found.group(1)) if found else None
+                if not target:
+                    continue
                 path = source.relative_to(root).as_posix()
-                if target == name and points_up(path, found.group(1)):
-                    yield f"{path}:{number}: a floor above: {found.group(1)}"
-                if not target or target == name:
+                if target == name:
+                    if points_up(name, path, found.group(1)):
+                        yield f"{path}:{number}: a floor below may not include {found.group(1)}"
                     continue
                 if name in ("encoder", "decoder") and target == "process" and found.group(1) not in CONVERTER:
                     yield f"{source.relative_to(root)}:{number}: only the converter may be included: {found.group(1)}"

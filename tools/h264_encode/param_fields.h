@@ -1,7 +1,7 @@
 // Fields of H264EncoderParams by name.
 #pragma once
 
-#include "encoder/session/encoder_params.h"
+#include "encoder/state/encoder_params.h"
 
 #include <string>
 

@@ -1,5 +1,5 @@
 // The bounds by which a transform is left out: no block below them has levels, and one unit above them some block has.
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/core_init.h"
 #include "kernels/transform/transform.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
@@ -50,13 +50,13 @@ protected:
 TEST_F(ZeroSads, AreTheLargestThatLeaveNoLumaLevels)
 {
     for (size_t Qp = 0; Qp < 52; ++Qp) {
-        const int32_t Bound = c.quant.LumaZeroSad[Qp];
+        const int32_t Bound = c.settings.quant.LumaZeroSad[Qp];
         for (const int Above : {0, 1}) {
             uint32_t Any = 0;
             for (int i = 0; i < 16; ++i) {
                 alignas(16) int16_t Levels[16];
                 const WorstBlock b(i / 4, i % 4, Bound + Above);
-                Any |= kernels::ForwardQuant4x4_px(b.Source, 4, b.Prediction, 4, Levels, &c.quant.Inter[Qp]);
+                Any |= kernels::ForwardQuant4x4_px(b.Source, 4, b.Prediction, 4, Levels, &c.settings.quant.Inter[Qp]);
             }
             EXPECT_EQ(Any, static_cast<uint32_t>(Above)) << "QP " << Qp << ", bound " << Bound;
         }
@@ -67,8 +67,8 @@ TEST_F(ZeroSads, AreTheLargestThatLeaveNoLumaLevels)
 TEST_F(ZeroSads, AreTheLargestThatLeaveNoChromaLevels)
 {
     for (size_t Qp = 0; Qp < 52; ++Qp) {
-        const int32_t Bound = c.quant.ChromaZeroSad[Qp];
-        const kernels::QuantParams& q = c.quant.Inter[Qp];
+        const int32_t Bound = c.settings.quant.ChromaZeroSad[Qp];
+        const kernels::QuantParams& q = c.settings.quant.Inter[Qp];
         for (const int Above : {0, 1}) {
             uint32_t Any = 0;
             for (int i = 0; i < 16; ++i) {

@@ -2,7 +2,8 @@
 #include "encoder/code/coefficients.h"
 #include "encoder/decide/block_distance.h"
 #include "encoder/decide/motion_search.h"
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 #include "kernels/dispatch/kernels.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
@@ -112,15 +113,15 @@ TEST(Quantiser, RoundsByAThirdInISlicesAndASixthElsewhere)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, SizedParams(16, 16), &Allocator), UMC::StatusOk);
-    const kernels::QuantParams &Intra = c.quant.Intra[0], &Inter = c.quant.Inter[0];
+    const kernels::QuantParams &Intra = c.settings.quant.Intra[0], &Inter = c.settings.quant.Inter[0];
     EXPECT_EQ(Intra.Factor[0], 13107);
     EXPECT_EQ(Intra.Rounding, 10922u);
     EXPECT_EQ(Inter.Rounding, 5461u);
     EXPECT_EQ((2 * Intra.Factor[0] + static_cast<int>(Intra.Rounding)) >> Intra.Shift, 1);
     EXPECT_EQ((2 * Inter.Factor[0] + static_cast<int>(Inter.Rounding)) >> Inter.Shift, 0);
-    EXPECT_EQ(c.quant.Intra[51].Shift, 23);
-    EXPECT_EQ(c.quant.Inter[51].Rounding, (1u << 23) / 6);
-    EXPECT_EQ(c.quant.Scale[0][0], 160);
+    EXPECT_EQ(c.settings.quant.Intra[51].Shift, 23);
+    EXPECT_EQ(c.settings.quant.Inter[51].Rounding, (1u << 23) / 6);
+    EXPECT_EQ(c.settings.quant.Scale[0][0], 160);
 }
 
 // ---- Distances ---------------------------------------------------------------------------------------------
@@ -448,12 +449,12 @@ struct CodedPicture {
 TEST(IntraDecision, TheFirstMacroblockHasNothingToPredictFrom)
 {
     const CodedPicture Flat(16, 16, Scene::Still, 51);
-    EXPECT_EQ(Flat.c.current->mb_global[0].Type, MB_INTRA16X16);
-    EXPECT_EQ(Flat.c.local_macroblocks[0].Intra16Mode, 2);
-    EXPECT_EQ(Flat.c.local_macroblocks[0].ChromaMode, 0);
+    EXPECT_EQ(Flat.c.job.current->mb_global[0].Type, MB_INTRA16X16);
+    EXPECT_EQ(Flat.c.job.local_macroblocks[0].Intra16Mode, 2);
+    EXPECT_EQ(Flat.c.job.local_macroblocks[0].ChromaMode, 0);
     const CodedPicture Fine(16, 16, Scene::Pan, 12);
-    EXPECT_EQ(Fine.c.current->mb_global[0].Type, MB_INTRA4X4);
-    EXPECT_EQ(Fine.c.intra_modes[0], 2); // the first block as well
+    EXPECT_EQ(Fine.c.job.current->mb_global[0].Type, MB_INTRA4X4);
+    EXPECT_EQ(Fine.c.job.intra_modes[0], 2); // the first block as well
 }
 
 TEST(IntraDecision, MacroblocksOtherThan4x4StandForDc)
@@ -461,9 +462,9 @@ TEST(IntraDecision, MacroblocksOtherThan4x4StandForDc)
     const CodedPicture p(64, 64, Scene::Still, 44);
     bool bAny16 = false;
     for (size_t i = 0; i < 16; ++i) {
-        if (p.c.current->mb_global[i].Type != MB_INTRA16X16) continue;
+        if (p.c.job.current->mb_global[i].Type != MB_INTRA16X16) continue;
         bAny16 = true;
-        for (size_t b = 0; b < 16; ++b) EXPECT_EQ(p.c.intra_modes[i * 16 + b], 2);
+        for (size_t b = 0; b < 16; ++b) EXPECT_EQ(p.c.job.intra_modes[i * 16 + b], 2);
     }
     EXPECT_TRUE(bAny16);
 }
@@ -473,7 +474,8 @@ TEST(VectorLimits, ReachFifteenSamplesBeyondThePictureAndNoMoreThan127)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, SizedParams(640, 64), &Allocator), UMC::StatusOk);
-    const MacroblockPosition &First = c.positions[0], &Last = c.positions[159], &Middle = c.positions[20];
+    const MacroblockPosition &First = c.settings.positions[0], &Last = c.settings.positions[159],
+                             &Middle = c.settings.positions[20];
     EXPECT_EQ(First.LimitLeft, -15);
     EXPECT_EQ(First.LimitTop, -15);
     EXPECT_EQ(First.LimitRight, 127);

@@ -1,5 +1,10 @@
 // Single decisions of a macroblock at their borders: one more unit of cost, one more edge, one more quarter sample.
+#include "encoder/code/reconstruct.h"
+#include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_decision.h"
+#include "encoder/decide/macroblock_decision.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 #include "kernels/dispatch/kernels.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
@@ -41,9 +46,10 @@ protected:
         ASSERT_EQ(Mb().mb_index, 8);
         for (int32_t y = 0; y < 16; ++y) std::fill_n(Source(0, y), 16, uint8_t{100});
     }
-    Core8::Slice& Slice() { return c.slices[0]; }
+    SliceContext<uint8_t>& Slice() { return c.job.slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
-    uint8_t* Source(int32_t x, int32_t y) { return Mb().src_y + y * Mb().pitch + x; }
+    // The picture is coded in place, so its samples are the source.
+    uint8_t* Source(int32_t x, int32_t y) { return Mb().rec_y + y * Mb().pitch + x; }
     // Gives the source a distortion against grey, in samples of which each is too far off to be skipped.
     void Distort(int32_t Sum)
     {
@@ -53,11 +59,20 @@ protected:
             Sum -= Part;
         }
     }
+    int32_t InterCost() { return DecideP(c.settings, c.job, Slice()).Cost; }
     void Neighbour(int32_t Index, MotionVector v)
     {
-        std::fill_n(c.current->mb_motion[0] + 16 * Index, 16, v);
-        std::fill_n(c.current->mb_reference[0] + 16 * Index, 16, int8_t{0});
+        std::fill_n(c.job.current->mb_motion[0] + 16 * Index, 16, v);
+        std::fill_n(c.job.current->mb_reference[0] + 16 * Index, 16, int8_t{0});
+        FillNeighbours(Mb().around, Slice().neighbour_tables, Mb().mb_index, Mb().mb_x);
     }
+    // Takes neighbours away from the macroblock, and gives the others back.
+    void Without(uint32_t Neighbours)
+    {
+        FillNeighbours(Mb().around, Slice().neighbour_tables, Mb().mb_index, Mb().mb_x);
+        Mb().around.Available &= ~Neighbours;
+    }
+    static constexpr int32_t kLeftMb = 7, kTopMb = 5, kTopLeftMb = 4;
 
     // Kernels of the test's own; those of the processor come back at the end.
     kernels::KernelSlots m_Kernels = kernels::g_Kernels;
@@ -75,7 +90,7 @@ struct StatedIntra {
     int32_t Distance16x16 = 0;
     int32_t Edges = 1000;
     int Tried16x16 = 0, TriedFiner = 0;
-    const WorkArea<uint8_t, int16_t>* pWork = nullptr;
+    const WorkArea<uint8_t>* pWork = nullptr;
     kernels::KernelSlots Real;
 };
 StatedIntra s_Intra;
@@ -119,8 +134,8 @@ protected:
         Distort(Inter - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Intra.Distance16x16 = Intra - BitPrice(kQp, 1);
         s_Intra.Tried16x16 = s_Intra.TriedFiner = 0;
-        AnalyseMacroblock(c, Slice());
-        ASSERT_EQ(Slice().best_inter_cost, Inter);
+        AnalyseMacroblock(c.settings, c.job, Slice());
+        ASSERT_EQ(InterCost(), Inter);
     }
 };
 
@@ -148,14 +163,10 @@ TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
 
 TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
 {
-    const int32_t Top = Mb().top;
     s_Intra.Distance16x16 = 50;
-    Intra16x16(c, Slice());
-    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
-    Mb().top = -1;
-    Intra16x16(c, Slice());
-    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_DC); // horizontal takes as many bits
-    Mb().top = Top;
+    EXPECT_EQ(Intra16x16(c.settings, Slice()).Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
+    Without(kernels::kTop);
+    EXPECT_EQ(Intra16x16(c.settings, Slice()).Intra16Mode, INTRA16_DC); // horizontal takes as many bits
 }
 
 TEST_F(IntraGates, FinerTypesAreTriedUpToTwiceTheCostOfInter)
@@ -181,7 +192,7 @@ TEST_F(IntraGates, FinerTypesNeedDetailAndTheirFlag)
         Decide(800, 900);
         EXPECT_EQ(s_Intra.TriedFiner > 0, Edges == 1);
     }
-    c.analysis_flags &= ~static_cast<uint32_t>(ENC_ANALYSE_I4X4);
+    c.settings.analysis_flags &= ~static_cast<uint32_t>(ENC_ANALYSE_I4X4);
     Decide(800, 900);
     EXPECT_EQ(s_Intra.TriedFiner, 0);
 }
@@ -229,18 +240,18 @@ protected:
     {
         Distort(Cost - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Search.Refined = s_Search.Second = 0;
-        AnalyseMacroblock(c, Slice());
+        AnalyseMacroblock(c.settings, c.job, Slice());
     }
 };
 
 TEST_F(SearchGates, ACostAtTheThresholdIsNotRefined)
 {
     StartSearches(1);
-    ASSERT_EQ(c.threshold_me[kQp], kThreshold);
+    ASSERT_EQ(c.settings.threshold_me[kQp], kThreshold);
     for (const int32_t Cost : {67, 68, 69, 70}) {
         Decide(Cost);
         EXPECT_EQ(s_Search.Refined, Cost > kThreshold) << Cost;
-        EXPECT_EQ(Slice().best_inter_cost, Cost);
+        EXPECT_EQ(InterCost(), Cost);
     }
 }
 
@@ -264,7 +275,7 @@ TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
         Sample = static_cast<uint8_t>(100 + Better);
         Decide(180);
         EXPECT_EQ(Mb().ref[0][0], Better > 3 ? 1 : 0) << Better;
-        EXPECT_EQ(Slice().best_inter_cost, Better > 3 ? 180 + 3 - Better : 180) << Better;
+        EXPECT_EQ(InterCost(), Better > 3 ? 180 + 3 - Better : 180) << Better;
     }
 }
 
@@ -273,7 +284,7 @@ TEST_F(SearchGates, AWorseReferenceEndsTheSearch)
     StartSearches(3); // what is counted is the third
     Decide(180);
     EXPECT_EQ(s_Search.Second, 0);
-    c.analysis_flags |= ENC_ANALYSE_ALL_REFS;
+    c.settings.analysis_flags |= ENC_ANALYSE_ALL_REFS;
     Decide(180);
     EXPECT_GT(s_Search.Second, 0);
 }
@@ -285,10 +296,10 @@ TEST_F(LastMacroblock, AVectorAQuarterSampleFromTheSkipVectorIsStillTested)
     for (int16_t Off = -2; Off <= 2; ++Off)
         for (const bool bVertical : {false, true}) {
             const MotionVector v = bVertical ? MotionVector{0, Off} : MotionVector{Off, 0};
-            Neighbour(Mb().left, {0, 0});
-            Neighbour(Mb().top, v);
-            Neighbour(Mb().top_left, v);
-            AnalyseMacroblock(c, Slice());
+            Neighbour(kLeftMb, {0, 0});
+            Neighbour(kTopMb, v);
+            Neighbour(kTopLeftMb, v);
+            AnalyseMacroblock(c.settings, c.job, Slice());
             const bool bSkip = std::abs(Off) <= 1;
             EXPECT_EQ(Mb().global->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
             if (bSkip) {
@@ -305,16 +316,16 @@ TEST_F(LastMacroblock, TheSliceSaysHowAnIntraMacroblockIsRounded)
     for (const int32_t Type : {SLICE_I, SLICE_P}) {
         s.slice_type = Type;
         s.quant_qp = -1;
-        SetQuantisers(c, s, 0);
-        const kernels::QuantParams& Own = (Type == SLICE_I ? c.quant.Intra : c.quant.Inter)[0];
+        SetQuantisers(c.settings.quant, s, 0);
+        const kernels::QuantParams& Own = (Type == SLICE_I ? c.settings.quant.Intra : c.settings.quant.Inter)[0];
         EXPECT_EQ(s.quant.pLuma, &Own);
         EXPECT_EQ(s.quant.pChroma, &Own);
-        EXPECT_EQ(s.quant.pLumaIntra, &c.quant.Intra[0]); // the DC of Intra 16x16, in every slice
+        EXPECT_EQ(s.quant.pLumaIntra, &c.settings.quant.Intra[0]); // the DC of Intra 16x16, in every slice
         // A block that lies two above its prediction in sum: its DC coefficient of 2 is a level in I slices alone.
-        Mb().left = Mb().top = Mb().top_left = -1; // so that 128 is predicted
+        Without(~0u); // so that 128 is predicted
         for (int32_t y = 0; y < 16; ++y) std::fill_n(Source(0, y), 16, uint8_t{128});
         *Source(0, 0) = *Source(1, 1) = 129;
-        Intra4x4(c, s, INT32_MAX);
+        Intra4x4(c.settings, s, INT32_MAX);
         EXPECT_EQ(s.work_area.Intra4x4Coded & 1, Type == SLICE_I ? 1u : 0u);
     }
 }
@@ -329,9 +340,9 @@ TEST_F(LastMacroblock, OnePairOfSamplesIsDetailBelowQp32)
         Mb().local->Qp = static_cast<int8_t>(Qp);
         *Source(15, 3) =
             static_cast<uint8_t>(100 + EdgePelDifference[i]); // its right and lower neighbours do not count
-        EXPECT_FALSE(HasDetail(c, Slice())) << Qp;
+        EXPECT_FALSE(HasDetail(Slice())) << Qp;
         *Source(15, 3) = static_cast<uint8_t>(100 + EdgePelDifference[i] + 1);
-        EXPECT_EQ(HasDetail(c, Slice()), Qp < 32) << Qp;
+        EXPECT_EQ(HasDetail(Slice()), Qp < 32) << Qp;
         *Source(15, 3) = 100;
     }
 }
@@ -352,8 +363,8 @@ std::set<int> ModesTried(Core8& c, size_t Raster)
     for (int Mode = 0; Mode < 9; ++Mode) {
         std::fill_n(s_DistanceOfMode, 9, 100000);
         s_DistanceOfMode[Mode] = 0;
-        Intra4x4(c, c.slices[0], INT32_MAX);
-        if (c.slices[0].work_area.Intra4x4Modes[Raster] == Mode) Tried.insert(Mode);
+        Intra4x4(c.settings, c.job.slices[0], INT32_MAX);
+        if (c.job.slices[0].work_area.Intra4x4Modes[Raster] == Mode) Tried.insert(Mode);
     }
     return Tried;
 }
@@ -362,22 +373,20 @@ TEST_F(LastMacroblock, TheFirstBlockTriesTheModesThatItsNeighboursAllow)
 {
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
-    auto& mb = Mb();
-    const int32_t Left = mb.left, Top = mb.top, Corner = mb.top_left;
+    using enum kernels::IntraAvailable;
     const std::set<int> kAll{0, 1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(ModesTried(c, 0), kAll);
-    mb.top_left = -1;
+    Without(kTopLeft);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{0, 1, 2, 3, 7, 8})); // five beside DC
     EXPECT_EQ(ModesTried(c, 1), kAll); // the corner of the others lies in the macroblock above
     EXPECT_EQ(ModesTried(c, 5), kAll); // or in this one
-    mb.left = -1;
+    Without(kTopLeft | kLeft);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{0, 2, 3, 7}));
-    mb.left = Left, mb.top = -1;
+    Without(kTopLeft | kTop);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{1, 2, 8}));
     EXPECT_EQ(ModesTried(c, 5), kAll);
-    mb.left = -1;
+    Without(kTopLeft | kTop | kLeft);
     EXPECT_EQ(ModesTried(c, 0), (std::set<int>{2}));
-    mb.left = Left, mb.top = Top, mb.top_left = Corner;
 }
 
 TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
@@ -387,7 +396,7 @@ TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
     const auto Won = [this](std::initializer_list<int> Tied, int32_t Rest = 100000) {
         std::fill_n(s_DistanceOfMode, 9, Rest);
         for (const int m : Tied) s_DistanceOfMode[m] = 0;
-        Intra4x4(c, Slice(), INT32_MAX);
+        Intra4x4(c.settings, Slice(), INT32_MAX);
         return int{Slice().work_area.Intra4x4Modes[0]};
     };
     EXPECT_EQ(Won({3, 7}), 3);
@@ -398,10 +407,10 @@ TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
     const int32_t ThreeBits = BitPrice(30, 4) - BitPrice(30, 1);
     std::fill_n(s_DistanceOfMode, 9, 1000 - ThreeBits);
     s_DistanceOfMode[2] = 1000;
-    Intra4x4(c, Slice(), INT32_MAX);
+    Intra4x4(c.settings, Slice(), INT32_MAX);
     EXPECT_EQ(Slice().work_area.Intra4x4Modes[0], 0);
     s_DistanceOfMode[0] = s_DistanceOfMode[1] = 1000;
-    Intra4x4(c, Slice(), INT32_MAX);
+    Intra4x4(c.settings, Slice(), INT32_MAX);
     EXPECT_EQ(Slice().work_area.Intra4x4Modes[0], 2);
 }
 
@@ -410,12 +419,12 @@ TEST_F(LastMacroblock, Intra4x4GivesUpAboveTheLimitOnly)
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
     std::fill_n(s_DistanceOfMode, 9, 10);
-    const int32_t Whole = Intra4x4(c, Slice(), INT32_MAX);
+    const int32_t Whole = Intra4x4(c.settings, Slice(), INT32_MAX).Cost;
     const int32_t Sum = Whole - BitPrice(30, 24);
     EXPECT_EQ(Sum, 16 * (10 + BitPrice(30, 1)));
-    EXPECT_EQ(Intra4x4(c, Slice(), Sum), Whole);
-    EXPECT_EQ(Intra4x4(c, Slice(), Sum - 1), Sum); // without the price of the type
-    EXPECT_EQ(Intra4x4(c, Slice(), 0), Sum / 16);
+    EXPECT_EQ(Intra4x4(c.settings, Slice(), Sum).Cost, Whole);
+    EXPECT_EQ(Intra4x4(c.settings, Slice(), Sum - 1).Cost, Sum); // without the price of the type
+    EXPECT_EQ(Intra4x4(c.settings, Slice(), 0).Cost, Sum / 16);
 }
 
 TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
@@ -423,11 +432,12 @@ TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
     std::fill_n(s_DistanceOfMode, 9, 10);
-    const int32_t Cost = Intra4x4(c, Slice(), INT32_MAX);
+    const int32_t Cost = Intra4x4(c.settings, Slice(), INT32_MAX).Cost;
     for (const int32_t Cost16x16 : {Cost - 1, Cost, Cost + 1}) {
-        Mb().global->Type = MB_INTRA16X16;
-        EXPECT_EQ(TryFinerIntra(c, Slice(), Cost16x16), std::min(Cost, Cost16x16));
-        EXPECT_EQ(Mb().global->Type, Cost < Cost16x16 ? MB_INTRA4X4 : MB_INTRA16X16) << Cost16x16 - Cost;
+        Candidate Best{.Cost = Cost16x16, .Type = MB_INTRA16X16};
+        TryFinerIntra(c.settings, Slice(), Best);
+        EXPECT_EQ(Best.Cost, std::min(Cost, Cost16x16));
+        EXPECT_EQ(Best.Type, Cost < Cost16x16 ? MB_INTRA4X4 : MB_INTRA16X16) << Cost16x16 - Cost;
     }
 }
 
@@ -451,9 +461,9 @@ struct CodedClip {
             Output.Reset();
             EXPECT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
             LargestCost = 0;
-            for (int32_t Mb = 0; i > 0 && Mb < c.layout.MbCount; ++Mb) {
-                Types.insert(c.current->mb_global[Mb].Type);
-                LargestCost = std::max(LargestCost, c.local_macroblocks[static_cast<size_t>(Mb)].Cost);
+            for (int32_t Mb = 0; i > 0 && Mb < c.settings.layout.MbCount; ++Mb) {
+                Types.insert(c.job.current->mb_global[Mb].Type);
+                LargestCost = std::max(LargestCost, c.job.local_macroblocks[static_cast<size_t>(Mb)].Cost);
             }
         }
     }

@@ -1,5 +1,6 @@
 // What becomes of a picture that comes to nothing: no output, a slice that outgrew its buffer, an output too small.
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/stream_check.h"
 
@@ -42,19 +43,19 @@ TEST_F(PictureLoop, AnEmptyOutputMakesTheNextPictureAKeyPicture)
     Start(SizedParams(kWidth, kHeight));
     EXPECT_EQ(Encode(), UMC::StatusOk);
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    EXPECT_EQ(c.current->frame_type, FRAME_P);
-    const int32_t Coded = c.frames_encoded, FrameNum = c.frame_num;
-    c.params.num_slices = 0; // nothing to pack
+    EXPECT_EQ(c.job.current->frame_type, FRAME_P);
+    const int32_t Coded = c.sequence.frames_encoded, FrameNum = c.sequence.frame_num;
+    c.settings.params.num_slices = 0; // nothing to pack
     EXPECT_EQ(Encode(), UMC::StatusFailed);
     EXPECT_EQ(m_Output.GetDataSize(), 0u);
-    EXPECT_EQ(c.frames_encoded, Coded);
-    EXPECT_EQ(c.frame_num, FrameNum);
-    EXPECT_EQ(c.current->is_reference, 0); // no decoder has it
-    c.params.num_slices = 1;
+    EXPECT_EQ(c.sequence.frames_encoded, Coded);
+    EXPECT_EQ(c.sequence.frame_num, FrameNum);
+    EXPECT_EQ(c.job.current->is_reference, 0); // no decoder has it
+    c.settings.params.num_slices = 1;
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    EXPECT_EQ(c.current->frame_type, FRAME_I);
+    EXPECT_EQ(c.job.current->frame_type, FRAME_I);
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    EXPECT_EQ(c.current->frame_type, FRAME_P);
+    EXPECT_EQ(c.job.current->frame_type, FRAME_P);
 }
 
 TEST_F(PictureLoop, IdrPicturesAreNumberedModulo16)
@@ -65,8 +66,8 @@ TEST_F(PictureLoop, IdrPicturesAreNumberedModulo16)
     for (int32_t i = 0; i < 36; ++i) {
         m_Next = 0;
         EXPECT_EQ(Encode(), UMC::StatusOk);
-        EXPECT_TRUE(c.current->is_idr);
-        EXPECT_EQ(c.idr_pic_id, (i + 1) % 16);
+        EXPECT_TRUE(c.job.current->is_idr);
+        EXPECT_EQ(c.sequence.idr_pic_id, (i + 1) % 16);
     }
 }
 
@@ -91,26 +92,26 @@ TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
             };
             size_t Next = 0;
             if (Type == FRAME_P) Code(Next++);
-            auto& Writer = Fresh.slices[0].bitstream;
+            auto& Writer = Fresh.job.slices[0].bitstream;
             const size_t Size = Writer.BufferSize();
-            Writer.SetBuffer(Fresh.slice_buffers.get(), 300);
+            Writer.SetBuffer(Fresh.job.slice_buffers.get(), 300);
             Code(Next++);
-            ASSERT_EQ(Fresh.current->frame_type, Type);
-            EXPECT_LT(Fresh.slices[0].mb_count, kMacroblocks);
+            ASSERT_EQ(Fresh.job.current->frame_type, Type);
+            EXPECT_LT(Fresh.job.slices[0].mb_count, kMacroblocks);
             EXPECT_GT(m_Output.GetDataSize(), 300u);
             const int64_t Ahead = bDelimiter ? 8 : 0; // primary_pic_type and trailing bits
             EXPECT_EQ(Writer.Bits(), Ahead + kMacroblocks * (Type == FRAME_I ? 5 : 1));
-            const uint8_t* const pBits = Fresh.slice_buffers.get() + Ahead / 8;
+            const uint8_t* const pBits = Fresh.job.slice_buffers.get() + Ahead / 8;
             EXPECT_EQ(pBits[0], Type == FRAME_I ? 0b10011100 : 0xFF);
             EXPECT_EQ(pBits[1], Type == FRAME_I ? 0b11100111 : 0xFF);
             if (bDelimiter) {
-                EXPECT_EQ(Fresh.slice_buffers[0], Type == FRAME_I ? 0b00010000 : 0b00110000);
+                EXPECT_EQ(Fresh.job.slice_buffers[0], Type == FRAME_I ? 0b00010000 : 0b00110000);
             }
-            EXPECT_TRUE(Fresh.make_key_next);
-            Writer.SetBuffer(Fresh.slice_buffers.get(), Size);
+            EXPECT_TRUE(Fresh.sequence.make_key_next);
+            Writer.SetBuffer(Fresh.job.slice_buffers.get(), Size);
             Code(Next++);
-            EXPECT_EQ(Fresh.current->frame_type, FRAME_I);
-            EXPECT_EQ(Fresh.slices[0].mb_count, kMacroblocks);
+            EXPECT_EQ(Fresh.job.current->frame_type, FRAME_I);
+            EXPECT_EQ(Fresh.job.slices[0].mb_count, kMacroblocks);
         }
 }
 
@@ -121,16 +122,16 @@ TEST_F(PictureLoop, ASliceThatFillsItsBufferToTheByteStands)
     p.quant_i = p.quant_p = 20;
     Start(p);
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    auto& Writer = c.slices[0].bitstream;
+    auto& Writer = c.job.slices[0].bitstream;
     const size_t Bytes = Writer.Bytes();
     for (const size_t Room : {Bytes, Bytes - 1}) {
         Core8 Again;
         ASSERT_EQ(InitCore(Again, p, &m_Allocator), UMC::StatusOk);
-        Again.slices[0].bitstream.SetBuffer(Again.slice_buffers.get(), Room);
+        Again.job.slices[0].bitstream.SetBuffer(Again.job.slice_buffers.get(), Room);
         m_Output.Reset();
         m_Input.SetBufferPointer(m_Clip[0].data(), m_Clip[0].size());
         EXPECT_EQ(FrameStep(Again, &m_Input, &m_Output), UMC::StatusOk);
-        EXPECT_EQ(Again.make_key_next, Room < Bytes);
+        EXPECT_EQ(Again.sequence.make_key_next, Room < Bytes);
     }
 }
 

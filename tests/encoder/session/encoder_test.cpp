@@ -1,5 +1,6 @@
 // The encoder's front: statuses, picture types, access units, and what a client may rely on between calls.
-#include "encoder/state/encoder_core.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
 #include "tests/encoder/encoder_testing.h"
 #include "tests/support/ffmpeg_oracle.h"
 

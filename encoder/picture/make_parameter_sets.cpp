@@ -1,4 +1,4 @@
-#include "encoder/write/parameter_sets.h"
+#include "encoder/picture/make_parameter_sets.h"
 
 #include <algorithm>
 #include <bit>

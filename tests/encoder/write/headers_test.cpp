@@ -1,45 +1,11 @@
+#include "encoder/picture/make_parameter_sets.h"
 #include "tests/encoder/written_bits.h"
 
 #include <gtest/gtest.h>
 
-#include <random>
-#include <vector>
-
 namespace {
 
 using namespace encoder_testing;
-
-TEST(BaseBitstream, FixedCodesOfAllLengthsAtAllOffsets)
-{
-    std::mt19937 Rng(7);
-    std::vector<std::pair<uint32_t, int32_t>> Codes;
-    Writer w;
-    for (int i = 0; i < 2000; ++i) {
-        const auto Count = static_cast<int32_t>(Rng() % 25);
-        const uint32_t Value = static_cast<uint32_t>(Rng()) & ((1u << Count) - 1);
-        Codes.emplace_back(Value, Count);
-        w.PutBits(Value | (Count < 24 ? 1u << Count : 0u), Count); // bits above the count do not matter
-    }
-    Reader r(w.Written());
-    for (const auto& [Value, Count] : Codes) ASSERT_EQ(r.Bits(Count), Value);
-    EXPECT_EQ(w.Bits(), static_cast<int64_t>(r.Position()));
-}
-
-TEST(BaseBitstream, ExpGolombCodes)
-{
-    Writer w;
-    EXPECT_EQ(w.PutUE(0), 1);
-    EXPECT_EQ(w.PutUE(1), 3);
-    EXPECT_EQ(w.PutUE(65534), 31);
-    for (const int32_t v : {0, 1, -1, 2, -2, 26, -26, 500}) w.PutSE(v);
-    Reader r(w.Written());
-    EXPECT_EQ(r.Ue(), 0u);
-    EXPECT_EQ(r.Ue(), 1u);
-    EXPECT_EQ(r.Ue(), 65534u);
-    for (const int32_t v : {0, 1, -1, 2, -2, 26, -26, 500}) EXPECT_EQ(r.Se(), v);
-}
-
-// ---- Parameter sets and headers ----------------------------------------------------------------------------
 
 UMC::H264EncoderParams Sized(int32_t Width, int32_t Height)
 {
@@ -95,30 +61,6 @@ TEST(SequenceParameterSet, CropsInUnitsOfTheChromaFormat)
     EXPECT_EQ(r.Ue(), 6u);
     EXPECT_EQ(r.Ue(), 0u);
     EXPECT_EQ(r.Ue(), 7u);
-}
-
-TEST(SequenceParameterSet, CropUnitsByFormatAndStructure)
-{
-    UMC::H264EncoderParams p = Sized(1920, 1080);
-    EXPECT_EQ(MakeSeqParams(p).crop_bottom, 4);
-    p.coding_type = 1;
-    EXPECT_EQ(MakeSeqParams(p).crop_bottom, 2);
-    EXPECT_EQ(MakeSeqParams(p).pic_height_in_map_units, 34);
-    p.coding_type = 0;
-    p.chroma_format_idc = 2;
-    EXPECT_EQ(MakeSeqParams(p).crop_bottom, 8);
-    p.chroma_format_idc = 0;
-    p.m_Info.m_Width = 1915;
-    EXPECT_EQ(MakeSeqParams(p).crop_right, 5);
-}
-
-TEST(SequenceParameterSet, OrderCountBits)
-{
-    EXPECT_EQ(PocLsbBits(1, 0, 1), 4);
-    EXPECT_EQ(PocLsbBits(7, 0, 9), 7);
-    EXPECT_EQ(PocLsbBits(7, 2, 2), 7);
-    EXPECT_EQ(PocLsbBits(0, 0, 1), 4);
-    EXPECT_EQ(PocLsbBits(1 << 20, 0, 1), 16);
 }
 
 TEST(SequenceParameterSet, HighProfileWithTheDefaultMatrix)

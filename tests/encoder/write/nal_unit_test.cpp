@@ -1,4 +1,5 @@
 // NAL units: start codes and emulation prevention.
+#include "encoder/write/nal_unit.h"
 #include "tests/encoder/written_bits.h"
 
 #include <gtest/gtest.h>
@@ -10,10 +11,10 @@ namespace {
 
 using namespace encoder_testing;
 
-std::vector<uint8_t> Frame(const std::vector<uint8_t>& Payload, int32_t RefIdc, int32_t Type, bool bFirst)
+std::vector<uint8_t> Frame(const std::vector<uint8_t>& Payload, uint32_t RefIdc, int32_t Type, bool bFirst)
 {
     std::vector<uint8_t> Out(NalBytesAtMost(Payload.size()), 0xEE);
-    Out.resize(FrameNAL(Out.data(), Payload.data(), Payload.size(), RefIdc, Type, bFirst));
+    Out.resize(FrameNAL(Out.data(), Payload.data(), Payload.size(), RefIdc, h264::NalUnitType(Type), bFirst));
     return Out;
 }
 using Bytes = std::vector<uint8_t>;
@@ -48,7 +49,7 @@ void ExpectFramedSafely(const Bytes& Payload)
 {
     const Bytes Unit = Frame(Payload, 1, 1, false);
     ASSERT_LE(Unit.size(), NalBytesAtMost(Payload.size()));
-    ASSERT_EQ(FramedSize(Payload.data(), Payload.size(), 1, false), Unit.size());
+    ASSERT_EQ(FramedSize(Payload.data(), Payload.size(), h264::NAL_SLICE, false), Unit.size());
     Bytes Read;
     size_t Zeros = 0;
     for (size_t i = 4; i < Unit.size(); ++i) {
@@ -98,7 +99,7 @@ TEST(NalFraming, TheFirstUnitOfAnAccessUnitHasAZeroByte)
         bool bFirst = true;
         uint8_t Out[64];
         const uint8_t Payload[]{1, 2, 3};
-        FrameNAL(Out, Payload, 3, 1, Type, bFirst);
+        FrameNAL(Out, Payload, 3, 1, h264::NalUnitType(Type), bFirst);
         const bool bTakes = (Type <= 6) || Type == 9 || (Type >= 14 && Type <= 18);
         EXPECT_EQ(bFirst, !bTakes) << Type; // only these use the flag up
         EXPECT_EQ(Out[2], bTakes || Type == 7 || Type == 8 ? 0 : 1) << Type;
@@ -112,9 +113,9 @@ TEST(NalFraming, EachUnitTakesTheBytesSinceTheLast)
     uint8_t Out[64];
     bool bFirst = true;
     EXPECT_EQ(w.PendingBytes(), 1u);
-    EXPECT_EQ(w.WriteNAL(Out, 0, NAL_DELIMITER, bFirst), 6u);
+    EXPECT_EQ(w.WriteNAL(Out, 0, h264::NAL_DELIMITER, bFirst), 6u);
     w.PutBits(0xCDEF, 16);
-    EXPECT_EQ(w.WriteNAL(Out, 1, NAL_SLICE, bFirst), 6u);
+    EXPECT_EQ(w.WriteNAL(Out, 1, h264::NAL_SLICE, bFirst), 6u);
     EXPECT_EQ((Bytes{Out, Out + 6}), (Bytes{0, 0, 1, 0x21, 0xCD, 0xEF}));
 }
 

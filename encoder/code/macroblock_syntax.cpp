@@ -1,0 +1,102 @@
+#include "encoder/code/macroblock_syntax.h"
+
+#include "encoder/code/cabac_syntax.h"
+#include "encoder/code/cavlc_syntax.h"
+
+namespace UMC_H264_ENCODER {
+
+namespace {
+
+constexpr uint32_t kIntraTypesInP = 5; // mb_type of I slices follow those of P slices (clause 7.4.5)
+
+// mb_type of an intra macroblock, Table 7-11.
+uint32_t IntraMbType(const MacroblockSyntax& m)
+{
+    if (m.Type == MB_INTRA4X4) return 0;
+    const uint32_t Pattern = m.Local.Pattern;
+    return 1 + m.Local.Intra16Mode + 4 * (Pattern >> 4) + (Pattern & 15 ? 12 : 0);
+}
+
+template <class Policy>
+void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
+{
+    const uint8_t* const pModes = m.pIntraModes;
+    for (const uint8_t r : h264::kBlockRaster) {
+        const int32_t x = r & 3, y = r >> 2, Mode = pModes[r];
+        const int32_t Left = x > 0 ? pModes[r - 1] : m.Around.LeftModes[y];
+        const int32_t Top = y > 0 ? pModes[r - 4] : m.Around.TopModes[x];
+        const int32_t Predicted = PredictIntraMode(Left, Top);
+        p.IntraMode(Mode == Predicted ? -1 : Mode < Predicted ? Mode : Mode - 1);
+    }
+}
+
+template <class Policy>
+void WriteLuma(const MacroblockSyntax& m, Policy& p, BlockCat Cat)
+{
+    p.StartLuma(m.Local.Coded);
+    for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
+        if (!(m.Local.Pattern >> Quadrant & 1)) continue;
+        for (uint32_t Index = 4 * Quadrant; Index < 4 * Quadrant + 4; ++Index)
+            p.Luma(Cat, Index, m.Local.Coded >> Index & 1 ? &m.pLuma[Index] : nullptr);
+    }
+}
+
+// Clause 7.3.5.3.
+template <class Policy>
+void WriteResidual(const MacroblockSyntax& m, Policy& p)
+{
+    const uint32_t Coded = m.Local.Coded, Chroma = m.Local.Pattern >> 4;
+    if (m.Type == MB_INTRA16X16) p.LumaDc(Coded & kCodedLumaDc ? &m.LumaDc : nullptr);
+    WriteLuma(m, p, m.Type == MB_INTRA16X16 ? CAT_LUMA_AC : CAT_LUMA);
+    if (Chroma == 0) return;
+    p.ChromaDc(0, Coded & kCodedCbDc ? &m.pChromaDc[0] : nullptr);
+    p.ChromaDc(1, Coded & kCodedCrDc ? &m.pChromaDc[1] : nullptr);
+    if (Chroma != 2) return;
+    for (uint32_t Plane = 0; Plane < 2; ++Plane) {
+        const uint32_t Bits = Coded >> (Plane ? kCodedCrShift : kCodedCbShift);
+        p.StartChroma(Plane, Bits);
+        for (uint32_t Block = 0; Block < 4; ++Block)
+            p.ChromaAc(Plane, Block, Bits >> Block & 1 ? &m.pChromaAc[Plane][Block] : nullptr);
+    }
+}
+
+} // namespace
+
+template <class Policy>
+bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
+{
+    if (m.slice_type == SLICE_P) p.Skip(m.Type == MB_SKIP_P);
+    if (m.Type == MB_SKIP_P) {
+        p.NoQpDelta();
+        return false;
+    }
+    const bool bIntra = IsIntra(m.Type);
+    if (m.slice_type == SLICE_I)
+        p.MbTypeI(IntraMbType(m));
+    else
+        p.MbTypeP(bIntra ? kIntraTypesInP + IntraMbType(m) : 0);
+    if (bIntra) {
+        if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
+        p.IntraChromaMode(m.Local.ChromaMode);
+    } else {
+        if (m.num_ref_idx_l0 > 1) p.RefIdx(static_cast<uint32_t>(m.RefIdx), static_cast<uint32_t>(m.num_ref_idx_l0));
+        p.Difference(m.Difference);
+    }
+    if (m.Type != MB_INTRA16X16) {
+        p.CodedBlockPattern(m.Local.Pattern, bIntra);
+        if (m.Local.Pattern == 0) {
+            p.NoQpDelta();
+            return false;
+        }
+    }
+    p.QpDelta(m.QpDelta);
+    WriteResidual(m, p);
+    return true;
+}
+
+template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<StoredBytes>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<CountedBytes>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<StoredBits>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<CountedBits>);
+
+} // namespace UMC_H264_ENCODER

@@ -1,0 +1,19 @@
+// Reference numbers, lists and marking (clauses 8.2.4 and 8.2.5) of frame pictures.
+#pragma once
+
+#include "encoder/picture/sequence_state.h"
+#include "encoder/state/encoder_settings.h"
+#include "encoder/state/picture_job.h"
+
+namespace UMC_H264_ENCODER {
+
+/// frame_num_wrap and pic_num of all references (clause 8.2.4.1), and the lists of one slice.
+template <class Sample>
+void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                    const PictureJob<Sample>& Job, SliceContext<Sample>& s);
+/// Sliding window marking after a reference picture (clause 8.2.5.3).
+template <class Sample>
+void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                   H264EncoderFrame<Sample>& Current);
+
+} // namespace UMC_H264_ENCODER

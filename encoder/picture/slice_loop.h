@@ -1,0 +1,15 @@
+// The loop over the macroblocks of a slice.
+#pragma once
+
+#include "encoder/picture/sequence_state.h"
+#include "encoder/state/encoder_settings.h"
+#include "encoder/state/picture_job.h"
+
+namespace UMC_H264_ENCODER {
+
+/// Codes a slice of the job, whose type, QP and lists are set, from its header to the end of its data.
+template <class Sample>
+void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+                   SliceContext<Sample>& s);
+
+} // namespace UMC_H264_ENCODER

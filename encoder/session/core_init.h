@@ -1,0 +1,16 @@
+// Building an encoder from its settings.
+#pragma once
+
+#include "encoder/session/encoder_core.h"
+
+namespace UMC_H264_ENCODER {
+
+/// Checks a copy of the settings and builds everything; see H264VideoEncoder::Init for the results.
+/// Throws std::bad_alloc; the core is then of no use.
+template <class Sample>
+UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator);
+/// A new bit rate or frame rate for a running encoder.
+template <class Sample>
+UMC::Status SetCoreRate(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params);
+
+} // namespace UMC_H264_ENCODER

@@ -1,0 +1,31 @@
+// The encoder behind H264VideoEncoder: a plain structure that owns what the stages work on.
+//
+// A picture goes through FrameStep (reordering and type), EncodePicture (slices, NAL units, marking) and, macroblock by
+// macroblock, CompressSlice. Each stage is given the parts that it reads or writes, never the whole.
+#pragma once
+
+#include "encoder/picture/sequence_state.h"
+#include "encoder/state/encoder_settings.h"
+#include "encoder/state/picture_job.h"
+#include "process/video_processing.h"
+
+namespace UMC_H264_ENCODER {
+
+// Request and state words of the frame call.
+enum RequestFlag : uint32_t { REQUEST_FLUSH = 1 << 2 };
+enum StateFlag : uint32_t { STATE_CODED_I = 1 << 1, STATE_CODED_B = 1 << 2, STATE_NEED_INPUT = 1 << 8 };
+
+template <class Sample>
+struct EncoderCore {
+    EncoderSettings settings;
+    SequenceState<Sample> sequence;
+    PictureJob<Sample> job;
+
+    uint32_t request = 0, state = 0;
+    UMC::VideoProcessing converter;            // from the client's picture into a frame
+    UMC::MemoryAllocator* allocator = nullptr; // not owned; outlives the frames
+};
+
+using Core8 = EncoderCore<uint8_t>;
+
+} // namespace UMC_H264_ENCODER

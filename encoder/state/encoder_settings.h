@@ -1,0 +1,40 @@
+// What an encoder is asked to do: fixed when it is built.
+#pragma once
+
+#include "encoder/state/encoder_frame.h"
+#include "encoder/state/encoder_params.h"
+#include "encoder/write/parameter_sets.h"
+#include "kernels/transform/transform.h"
+
+#include <array>
+#include <vector>
+
+namespace UMC_H264_ENCODER {
+
+// Quantisers of all QPs.
+struct QuantTables {
+    std::array<kernels::QuantParams, 52> Intra, Inter;
+    alignas(16) int16_t Scale[6][16]; // flat lists: 16 * normAdjust
+    // The largest sum of absolute differences of a 4x4 part at which no coefficient can reach a level, with the
+    // rounding of Inter: of luma, and of chroma with its DC transform.
+    std::array<int32_t, 52> LumaZeroSad, ChromaZeroSad;
+};
+
+using ThresholdTable = std::array<int32_t, 52>; // by QP
+
+/// Init writes it, and a change of rate the two rates in params. Everyone else reads.
+struct EncoderSettings {
+    UMC::H264EncoderParams params; // checked
+    FrameLayout layout;
+    uint32_t analysis_flags = 0; // AnalysisFlag
+    int32_t gop_length = 1;
+    std::vector<int32_t> gop_pattern;
+    static constexpr int32_t frame_num_max = kFrameNumMax;
+
+    std::vector<MacroblockPosition> positions;
+    std::vector<uint16_t> slice_of_macroblock;
+    QuantTables quant;
+    ThresholdTable threshold_me, threshold_skip_intra, threshold_advanced_intra;
+};
+
+} // namespace UMC_H264_ENCODER

@@ -1,0 +1,42 @@
+// The coding of one picture, one attempt at it.
+#pragma once
+
+#include "encoder/state/slice_context.h"
+
+#include <memory>
+#include <vector>
+
+namespace UMC_H264_ENCODER {
+
+/// The frame step says which picture and of what class; the stages below write what they make of it. The tables and
+/// buffers are made once and serve every picture.
+template <class Sample>
+struct PictureJob {
+    using Pix = Sample;
+    using Slice = SliceContext<Sample>;
+
+    H264EncoderFrame<Sample>* current = nullptr; // its tables are written here too
+    int32_t picture_class = CLASS_IDR;           // PictureClass
+    // Samples are compared with the source, and predicted from and written to the reconstruction. Both have the pitch
+    // of the encoder's layout.
+    PictureView<const Sample> source;
+    PictureView<Sample> reconstruction;
+
+    /// Takes up a picture, which is coded in place.
+    void Begin(H264EncoderFrame<Sample>& Picture, int32_t PictureClass)
+    {
+        current = &Picture;
+        picture_class = PictureClass;
+        reconstruction = Picture.View();
+        source = ReadOnly(reconstruction);
+    }
+
+    std::unique_ptr<Slice[]> slices; // with the bits that they produced
+    std::unique_ptr<uint8_t[]> slice_buffers;
+    std::vector<LocalMacroblock> local_macroblocks;
+    std::vector<MotionVector> vector_differences[2]; // 16 for each macroblock
+    std::vector<uint8_t> intra_modes;                // 16 for each macroblock
+    std::vector<uint8_t> coeff_counts;               // kCountsPerMb for each macroblock, CAVLC
+};
+
+} // namespace UMC_H264_ENCODER

@@ -1,0 +1,18 @@
+// Levels of one block in the form the entropy coders take.
+#pragma once
+
+#include <cstdint>
+
+namespace UMC_H264_ENCODER {
+
+// The levels other than 0 in scan order.
+struct BlockLevels {
+    uint8_t Count;
+    uint8_t Position[16]; // in the block's own list: 0 is coefficient 1 where the DC is coded apart
+    int16_t Level[16];
+};
+
+// ctxBlockCat of Table 9-42.
+enum BlockCat : uint32_t { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA, CAT_CHROMA_DC, CAT_CHROMA_AC };
+
+} // namespace UMC_H264_ENCODER

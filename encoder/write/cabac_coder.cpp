@@ -1,0 +1,52 @@
+#include "encoder/write/cabac_coder.h"
+
+namespace UMC_H264_ENCODER {
+
+template <class Output>
+void BasicCabacCoder<Output>::Levels(BlockCat Cat, const BlockLevels& Block, uint32_t Positions)
+{
+    const h264::BlockCatContexts& Ctx = h264::kBlockCatContexts[Cat];
+    // A copy that nothing else can point to stays in registers.
+    BasicArithmeticCoder<Output> Coder = Arithmetic;
+    CabacContext* const pSignificant = Contexts.data() + Ctx.Significant[0];
+    CabacContext* const pLast = Contexts.data() + Ctx.Last[0];
+    const uint32_t Count = Block.Count;
+    uint32_t Position = 0;
+    for (uint32_t i = 0; i < Count; ++i, ++Position) {
+        const uint32_t Next = Block.Position[i];
+        // Chroma DC has three positions of its own, so its context is the position as well (NumC8x8 is 1).
+        for (; Position < Next; ++Position) Coder.EncodeBin(pSignificant[Position], 0);
+        if (Position == Positions - 1) break; // the last one needs no flag
+        Coder.EncodeBin(pSignificant[Position], 1);
+        Coder.EncodeBin(pLast[Position], i + 1 == Count);
+    }
+    CabacContext* const pAbs = Contexts.data() + Ctx.AbsLevel;
+    const uint32_t GreaterMax = Cat == CAT_CHROMA_DC ? 3 : 4;
+    uint32_t Ones = 0, Greater = 0;
+    for (uint32_t i = Count; i-- > 0;) {
+        const int32_t Level = Block.Level[i];
+        const auto Minus1 = static_cast<uint32_t>(std::abs(Level)) - 1;
+        CabacContext& First = pAbs[Greater ? 0 : std::min(4u, 1 + Ones)];
+        if (Minus1 == 0) {
+            Coder.EncodeBin(First, 0);
+            ++Ones;
+        } else {
+            constexpr uint32_t kPrefixMax = 14;
+            Coder.EncodeBin(First, 1);
+            CabacContext& Other = pAbs[5 + std::min(GreaterMax, Greater)];
+            for (uint32_t b = 1; b < std::min(Minus1, kPrefixMax); ++b) Coder.EncodeBin(Other, 1);
+            if (Minus1 < kPrefixMax)
+                Coder.EncodeBin(Other, 0);
+            else
+                EncodeEscape(Coder, Minus1 - kPrefixMax, 0);
+            ++Greater;
+        }
+        Coder.EncodeBypass(Level < 0);
+    }
+    Arithmetic = Coder;
+}
+
+template class BasicCabacCoder<StoredBytes>;
+template class BasicCabacCoder<CountedBytes>;
+
+} // namespace UMC_H264_ENCODER

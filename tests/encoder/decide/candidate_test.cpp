@@ -1,0 +1,145 @@
+// A decision is a value: nothing but its commit writes the records of the macroblock.
+#include "encoder/decide/inter_decision.h"
+#include "encoder/decide/intra_decision.h"
+#include "encoder/decide/macroblock_decision.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
+#include "media/umc_default_memory_allocator.h"
+#include "tests/encoder/encoder_testing.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+using namespace UMC_H264_ENCODER;
+using namespace encoder_testing;
+
+constexpr int32_t kSide = 48;
+
+// A core behind the last macroblock of a P picture.
+class MacroblockCandidate : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        UMC::H264EncoderParams p = SizedParams(kSide, kSide);
+        p.analysis_level = 1;
+        ASSERT_EQ(InitCore(c, p, &m_Allocator), UMC::StatusOk);
+        UMC::VideoData Input;
+        Input.Init(kSide, kSide, UMC::YUV420, 8);
+        UMC::MediaData Output(1 << 20);
+        for (Picture& Source : MakeClip(Scene::Mixed, kSide, kSide, 2)) {
+            Input.SetBufferPointer(Source.data(), Source.size());
+            Output.Reset();
+            ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
+        }
+        ASSERT_EQ(Slice().slice_type, SLICE_P);
+    }
+    SliceContext<uint8_t>& Slice() { return c.job.slices[0]; }
+    CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
+
+    // Everything that a decision can reach and that is no scratch, byte by byte.
+    std::vector<uint8_t> Records() const
+    {
+        std::vector<uint8_t> All;
+        const auto Add = [&All](const void* p, size_t Bytes) {
+            const auto* const pBytes = static_cast<const uint8_t*>(p);
+            All.insert(All.end(), pBytes, pBytes + Bytes);
+        };
+        const auto& f = *c.job.current;
+        const auto Count = static_cast<size_t>(c.settings.layout.MbCount);
+        Add(f.mb_global, Count * sizeof(GlobalMacroblock));
+        Add(f.mb_motion[0], Count * 16 * sizeof(MotionVector));
+        Add(f.mb_reference[0], Count * 16);
+        Add(c.job.local_macroblocks.data(), Count * sizeof(LocalMacroblock));
+        Add(c.job.vector_differences[0].data(), Count * 16 * sizeof(MotionVector));
+        Add(c.job.intra_modes.data(), Count * 16);
+        for (int32_t y = 0; y < kSide; ++y) Add(f.m_pY + y * f.m_Pitch, kSide);
+        for (int32_t y = 0; y < kSide / 2; ++y) {
+            Add(f.m_pU + y * f.m_Pitch, kSide / 2);
+            Add(f.m_pV + y * f.m_Pitch, kSide / 2);
+        }
+        return All;
+    }
+
+    UMC::DefaultMemoryAllocator m_Allocator;
+    Core8 c;
+};
+
+TEST_F(MacroblockCandidate, LeavesRecordsAndSamplesAlone)
+{
+    const std::vector<uint8_t> Before = Records();
+    const int32_t Intra = Slice().intra_count;
+    uint8_t ChromaMode = 0;
+    DecideP(c.settings, c.job, Slice());
+    EXPECT_EQ(Records(), Before);
+    Candidate Best = Intra16x16(c.settings, Slice());
+    TryFinerIntra(c.settings, Slice(), Best);
+    Intra4x4(c.settings, Slice(), INT32_MAX);
+    IntraChroma(c.settings, Slice(), ChromaMode);
+    AnalyseIntra(c.settings, Slice());
+    EXPECT_EQ(Records(), Before);
+    EXPECT_EQ(Slice().intra_count, Intra);
+}
+
+// A skip is made of its prediction when it is reconstructed, not when it is decided.
+TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
+{
+    auto& mb = Mb();
+    const auto& Ref = *Slice().ref_pic_lists.Pictures[0][0];
+    for (int32_t y = 0; y < 16; ++y)
+        std::copy_n(Ref.m_pY + mb.position->LumaFrame + y * mb.pitch, 16, mb.rec_y + y * mb.pitch);
+    for (int32_t y = 0; y < 8; ++y) {
+        std::copy_n(Ref.m_pU + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_u + y * mb.pitch);
+        std::copy_n(Ref.m_pV + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_v + y * mb.pitch);
+    }
+    mb.around.Motions[0].LeftRefs[0] = h264::kRefUnavailable; // so that the skip stands still
+    *mb.rec_y = static_cast<uint8_t>(*mb.rec_y + 1);
+    const std::vector<uint8_t> Before = Records();
+    const Candidate Skip = DecideP(c.settings, c.job, Slice());
+    EXPECT_EQ(Skip.Type, MB_SKIP_P);
+    EXPECT_EQ(Skip.Cost, 0);
+    EXPECT_EQ(Skip.Ref, 0);
+    EXPECT_EQ(Skip.Vector, (MotionVector{0, 0}));
+    EXPECT_EQ(Records(), Before);
+}
+
+TEST_F(MacroblockCandidate, IsCommittedWhole)
+{
+    const auto Filled = [this](MotionVector v, MotionVector Difference, int8_t Ref) {
+        const auto& mb = Mb();
+        return std::count(mb.mv[0], mb.mv[0] + 16, v) == 16 &&
+               std::count(mb.mvd[0], mb.mvd[0] + 16, Difference) == 16 &&
+               std::count(mb.ref[0], mb.ref[0] + 16, Ref) == 16;
+    };
+    auto& Trial = Slice().work_area.Intra4x4Modes;
+    for (size_t i = 0; i < 16; ++i) Trial[i] = static_cast<uint8_t>(i % 9);
+    const int32_t Intra = Slice().intra_count;
+
+    Commit({.Cost = 77, .Type = MB_INTER16X16, .Ref = 1, .Vector = {5, -6}, .Difference = {-300, 2}}, Slice());
+    EXPECT_EQ(Mb().global->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().local->Cost, 77);
+    EXPECT_EQ(Mb().local->ChromaMode, CHROMA_DC);
+    EXPECT_TRUE(Filled({5, -6}, {-300, 2}, 1));
+    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, kIntra4x4Dc), 16);
+    EXPECT_EQ(Slice().intra_count, Intra);
+
+    Commit({.Cost = 78, .Type = MB_INTRA4X4, .ChromaMode = CHROMA_PLANE}, Slice());
+    EXPECT_EQ(Mb().global->Type, MB_INTRA4X4);
+    EXPECT_EQ(Mb().local->ChromaMode, CHROMA_PLANE);
+    EXPECT_TRUE(Filled({0, 0}, {0, 0}, -1));
+    EXPECT_TRUE(std::equal(Trial, Trial + 16, Mb().intra_modes));
+    EXPECT_EQ(Slice().intra_count, Intra + 1);
+
+    Commit({.Cost = 79, .Type = MB_INTRA16X16, .Intra16Mode = INTRA16_PLANE, .ChromaMode = CHROMA_VERTICAL}, Slice());
+    EXPECT_EQ(Mb().global->Type, MB_INTRA16X16);
+    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_PLANE);
+    EXPECT_EQ(Mb().local->ChromaMode, CHROMA_VERTICAL);
+    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, kIntra4x4Dc), 16);
+    EXPECT_EQ(Slice().intra_count, Intra + 2);
+}
+
+} // namespace

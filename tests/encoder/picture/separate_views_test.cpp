@@ -1,0 +1,121 @@
+// Source and reconstruction are two views: pictures coded beside their source make the stream of those coded in place.
+#include "encoder/picture/picture_loop.h"
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
+#include "media/umc_default_memory_allocator.h"
+#include "tests/encoder/encoder_testing.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace UMC_H264_ENCODER;
+using namespace encoder_testing;
+
+using Frame = H264EncoderFrame<uint8_t>;
+
+// Whole macroblocks: beyond a smaller picture lies what a frame held before, and the two coders reuse theirs
+// differently.
+constexpr int32_t kWidth = 96, kHeight = 80;
+
+// Whole macroblocks of a picture's three planes.
+std::vector<uint8_t> SamplesOf(const Frame& f, const FrameLayout& l)
+{
+    std::vector<uint8_t> Samples;
+    for (const uint8_t* const p : {f.m_pY, f.m_pU, f.m_pV}) {
+        const int32_t Shift = p == f.m_pY ? 0 : 1;
+        for (int32_t y = 0; y < l.AlignedHeight >> Shift; ++y)
+            Samples.insert(Samples.end(), p + y * l.Pitch, p + y * l.Pitch + (l.AlignedWidth >> Shift));
+    }
+    return Samples;
+}
+
+// Codes pictures whose source lies apart; what the reconstruction's memory holds before is 0x5A throughout.
+class ApartCoder
+{
+public:
+    explicit ApartCoder(const UMC::H264EncoderParams& Params)
+    {
+        EXPECT_EQ(InitCore(m_Core, Params, &m_Allocator), UMC::StatusOk);
+    }
+
+    void Code(UMC::VideoData& Input, bool bIdr, int32_t FrameNum, UMC::MediaData& Output)
+    {
+        auto& q = m_Core.sequence;
+        const FrameLayout& l = m_Core.settings.layout;
+        ASSERT_EQ(m_Source.Allocate(l), UMC::StatusOk);
+        ASSERT_EQ(q.input_list.InsertFrame(Input, l, &m_Allocator, m_Core.converter, m_pLast), UMC::StatusOk);
+        MoveSamples();
+        q.input_list.RemoveFrame(m_pLast);
+        q.reconstruction_list.Append(m_pLast);
+        m_pLast->frame_type = bIdr ? FRAME_I : FRAME_P;
+        m_pLast->is_idr = bIdr;
+        m_pLast->frame_num = FrameNum;
+        m_pLast->poc[0] = 2 * FrameNum;
+        m_pLast->poc[1] = 2 * FrameNum + 1;
+        m_Core.job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
+        m_Core.job.source = ReadOnly(m_Source.View());
+        const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
+        ASSERT_EQ(EncodePicture(m_Core.settings, q, m_Core.job, Output), UMC::StatusOk);
+        EXPECT_EQ(SamplesOf(m_Source, l), Before);
+    }
+    std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.settings.layout); }
+
+private:
+    void MoveSamples()
+    {
+        const FrameLayout& l = m_Core.settings.layout;
+        uint8_t* const To[]{m_Source.m_pY, m_Source.m_pU, m_Source.m_pV};
+        uint8_t* const From[]{m_pLast->m_pY, m_pLast->m_pU, m_pLast->m_pV};
+        for (size_t Plane = 0; Plane < 3; ++Plane)
+            for (int32_t y = 0; y < l.AlignedHeight >> (Plane ? 1 : 0); ++y) {
+                const int32_t Row = y * l.Pitch, Width = l.AlignedWidth >> (Plane ? 1 : 0);
+                std::copy_n(From[Plane] + Row, Width, To[Plane] + Row);
+                std::fill_n(From[Plane] + Row, Width, uint8_t{0x5A});
+            }
+    }
+
+    UMC::DefaultMemoryAllocator m_Allocator;
+    Core8 m_Core;
+    Frame m_Source{&m_Allocator};
+    Frame* m_pLast = nullptr;
+};
+
+class SeparateViews : public testing::TestWithParam<Scene>
+{
+};
+
+TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace)
+{
+    for (const int32_t Analysis : {0, 1}) {
+        SCOPED_TRACE(Analysis);
+        UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+        p.num_ref_frames = 2;
+        p.num_slices = 2;
+        p.analysis_level = Analysis;
+        UMC::DefaultMemoryAllocator Allocator;
+        Core8 InPlace;
+        ASSERT_EQ(InitCore(InPlace, p, &Allocator), UMC::StatusOk);
+        ApartCoder Apart(p);
+        UMC::VideoData Input;
+        Input.Init(kWidth, kHeight, UMC::YUV420, 8);
+        std::vector<Picture> Clip = MakeClip(GetParam(), kWidth, kHeight, 4);
+        for (size_t i = 0; i < Clip.size(); ++i) {
+            SCOPED_TRACE(i);
+            UMC::MediaData Wanted(1 << 20), Got(1 << 20);
+            Input.SetBufferPointer(Clip[i].data(), Clip[i].size());
+            ASSERT_EQ(FrameStep(InPlace, &Input, &Wanted), UMC::StatusOk);
+            Apart.Code(Input, i == 0, static_cast<int32_t>(i), Got);
+            ASSERT_EQ(Got.GetDataSize(), Wanted.GetDataSize());
+            const auto* const pGot = static_cast<const uint8_t*>(Got.GetDataPointer());
+            EXPECT_TRUE(std::equal(pGot, pGot + Got.GetDataSize(), static_cast<uint8_t*>(Wanted.GetDataPointer())));
+            EXPECT_EQ(Apart.Reconstruction(), SamplesOf(*InPlace.job.current, InPlace.settings.layout));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, SeparateViews, testing::Values(Scene::Pan, Scene::Still, Scene::Cut, Scene::Mixed));
+
+} // namespace

@@ -1,0 +1,156 @@
+#include "encoder/state/neighbour_cache.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+using namespace UMC_H264_ENCODER;
+using namespace kernels;
+
+constexpr int32_t kMbWidth = 4, kMbs = 12;
+
+// Tables in which every entry tells its macroblock and block.
+class NeighboursOfAPicture : public testing::Test
+{
+protected:
+    NeighboursOfAPicture() : m_Global(kMbs), m_Local(kMbs), m_Counts(kMbs * kCountsPerMb)
+    {
+        for (size_t Mb = 0; Mb < kMbs; ++Mb) {
+            m_Global[Mb].Type = MB_INTRA4X4;
+            m_Local[Mb].Coded = static_cast<uint32_t>(Mb);
+            for (size_t b = 0; b < 16; ++b) {
+                m_Modes.push_back(static_cast<uint8_t>((Mb + b) % 9));
+                m_Vectors.push_back({static_cast<int16_t>(Mb), static_cast<int16_t>(b)});
+                m_Differences.push_back({static_cast<int16_t>(100 + Mb), static_cast<int16_t>(b)});
+                m_References.push_back(static_cast<int8_t>(Mb + b));
+            }
+        }
+        for (size_t i = 0; i < m_Counts.size(); ++i) m_Counts[i] = static_cast<uint8_t>(i % 61);
+    }
+    const NeighbourCache& At(int32_t Mb, int32_t FirstMb = 0)
+    {
+        const NeighbourTables t{FirstMb,
+                                kMbWidth,
+                                1,
+                                m_Global.data(),
+                                m_Local.data(),
+                                m_Modes.data(),
+                                {m_Vectors.data(), nullptr},
+                                {m_References.data(), nullptr},
+                                {m_Differences.data(), nullptr},
+                                m_Counts.data()};
+        FillNeighbours(n, t, Mb, Mb % kMbWidth);
+        return n;
+    }
+
+    std::vector<GlobalMacroblock> m_Global;
+    std::vector<LocalMacroblock> m_Local;
+    std::vector<uint8_t> m_Modes, m_Counts;
+    std::vector<MotionVector> m_Vectors, m_Differences;
+    std::vector<int8_t> m_References;
+    NeighbourCache n;
+};
+
+TEST_F(NeighboursOfAPicture, AreThereInsideThePicture)
+{
+    EXPECT_EQ(At(0).Available, 0u);
+    EXPECT_EQ(At(2).Available, 0u + kLeft);
+    EXPECT_EQ(At(4).Available, 0u + kTop + kTopRight);
+    EXPECT_EQ(At(5).Available, 0u + kLeft + kTop + kTopRight + kTopLeft);
+    EXPECT_EQ(At(7).Available, 0u + kLeft + kTop + kTopLeft); // last of its row
+}
+
+TEST_F(NeighboursOfAPicture, AreThereInsideTheSlice)
+{
+    EXPECT_EQ(At(5, 5).Available, 0u);
+    EXPECT_EQ(At(6, 5).Available, 0u + kLeft);
+    EXPECT_EQ(At(8, 5).Available, 0u + kTopRight);
+    EXPECT_EQ(At(9, 5).Available, 0u + kLeft + kTop + kTopRight);
+    EXPECT_EQ(At(10, 5).Available, 0u + kLeft + kTop + kTopRight + kTopLeft);
+}
+
+TEST_F(NeighboursOfAPicture, TellByRowOnTheLeftAndByColumnAbove)
+{
+    At(6); // left 5, above 2
+    EXPECT_EQ(n.pLeft, &m_Local[5]);
+    EXPECT_EQ(n.pTop, &m_Local[2]);
+    const NeighbourCache::Motion& m = n.Motions[0];
+    for (int16_t i = 0; i < 4; ++i) {
+        const auto Right = static_cast<int16_t>(4 * i + 3), Lower = static_cast<int16_t>(12 + i);
+        const auto k = static_cast<size_t>(i);
+        EXPECT_EQ(n.LeftModes[i], (5 + Right) % 9);
+        EXPECT_EQ(n.TopModes[i], (2 + Lower) % 9);
+        EXPECT_EQ(m.Left(k).Mv, (MotionVector{5, Right}));
+        EXPECT_EQ(m.Left(k).RefIdx, 5 + Right);
+        EXPECT_EQ(m.Top(k).Mv, (MotionVector{2, Lower}));
+        EXPECT_EQ(m.Top(k).RefIdx, 2 + Lower);
+        EXPECT_EQ(m.LeftDifferences[i], (MotionVector{105, Right}));
+        EXPECT_EQ(m.TopDifferences[i], (MotionVector{102, Lower}));
+        EXPECT_EQ(n.LeftCounts[0][i], m_Counts[5 * kCountsPerMb + static_cast<size_t>(Right)]);
+        EXPECT_EQ(n.TopCounts[0][i], m_Counts[2 * kCountsPerMb + static_cast<size_t>(Lower)]);
+    }
+    EXPECT_EQ(m.TopRight.Mv, (MotionVector{3, 12}));
+    EXPECT_EQ(m.TopLeft.Mv, (MotionVector{1, 15}));
+    for (size_t Plane = 1; Plane < 3; ++Plane)
+        for (size_t i = 0; i < 2; ++i) {
+            const size_t First = 12 + 4 * Plane; // 16 and 20
+            EXPECT_EQ(n.LeftCounts[Plane][i], m_Counts[5 * kCountsPerMb + First + 2 * i + 1]);
+            EXPECT_EQ(n.TopCounts[Plane][i], m_Counts[2 * kCountsPerMb + First + 2 + i]);
+        }
+}
+
+TEST_F(NeighboursOfAPicture, OtherTypesCountAsDcInModePrediction)
+{
+    for (const uint8_t Type : {MB_INTRA16X16, MB_INTER16X16, MB_SKIP_P}) {
+        m_Global[5].Type = Type;
+        std::fill_n(m_Modes.begin() + 5 * 16, 16, kIntra4x4Dc); // as such a macroblock leaves them
+        EXPECT_EQ(At(6).LeftType, Type);
+        for (const int8_t Mode : n.LeftModes) EXPECT_EQ(Mode, kIntra4x4Dc);
+    }
+}
+
+TEST_F(NeighboursOfAPicture, ThatAreNotThereSaySo)
+{
+    At(6);
+    At(0); // nothing of the macroblock before remains
+    EXPECT_EQ(n.LeftType, kNoMacroblock);
+    EXPECT_EQ(n.TopType, kNoMacroblock);
+    for (const LocalMacroblock* p : {n.pLeft, n.pTop}) {
+        EXPECT_EQ(p->Pattern, 15u); // no bit of it is 0
+        EXPECT_EQ(p->Coded, 0u);
+        EXPECT_EQ(p->ChromaMode, 0);
+    }
+    const NeighbourCache::Motion& m = n.Motions[0];
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(n.LeftModes[i], -1);
+        EXPECT_EQ(n.TopModes[i], -1);
+        for (const h264::BlockMotion& b : {m.Left(i), m.Top(i), m.TopRight, m.TopLeft}) {
+            EXPECT_EQ(b.RefIdx, h264::kRefUnavailable);
+            EXPECT_EQ(b.Mv, (MotionVector{0, 0}));
+        }
+        EXPECT_EQ(m.LeftDifferences[i], (MotionVector{0, 0}));
+        EXPECT_EQ(m.TopDifferences[i], (MotionVector{0, 0}));
+        EXPECT_EQ(n.LeftCounts[0][i], kNoCount);
+        EXPECT_EQ(n.TopCounts[0][i], kNoCount);
+    }
+}
+
+TEST_F(NeighboursOfAPicture, AboveLeftStandsInForAboveRight)
+{
+    EXPECT_EQ(At(6).Of16x16(0).C.Mv, (MotionVector{3, 12}));
+    EXPECT_EQ(At(7).Of16x16(0).C.Mv, (MotionVector{2, 15}));
+    EXPECT_EQ(At(7, 6).Of16x16(0).C.RefIdx, h264::kRefUnavailable);
+}
+
+TEST(IntraModePrediction, IsTheLeastOfTwoAndDcWithoutBoth)
+{
+    EXPECT_EQ(PredictIntraMode(5, 3), 3);
+    EXPECT_EQ(PredictIntraMode(0, 8), 0);
+    EXPECT_EQ(PredictIntraMode(-1, 8), kIntra4x4Dc);
+    EXPECT_EQ(PredictIntraMode(0, -1), kIntra4x4Dc);
+}
+
+} // namespace
