@@ -13,7 +13,7 @@ protected:
     void Allocate(int32_t BitDepth, int32_t ChromaFormat)
     {
         m_Frame.SetAllocator(&m_Allocator);
-        ASSERT_EQ(m_Frame.Allocate({48, 64}, BitDepth, ChromaFormat), StatusOk);
+        ASSERT_EQ(m_Frame.Allocate(PictureFormat::Make({48, 64}, ChromaFormat, BitDepth, BitDepth)), StatusOk);
     }
     DefaultMemoryAllocator m_Allocator;
     H264DecoderFrame m_Frame;

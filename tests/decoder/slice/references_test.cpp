@@ -20,7 +20,7 @@ protected:
         for (int i = 0; i < 4; ++i) {
             H264DecoderFrame& Frame = m_Frames[i];
             Frame.SetAllocator(&m_Allocator);
-            EXPECT_EQ(Frame.Allocate(kSize, 8, ChromaFormat), StatusOk);
+            EXPECT_EQ(Frame.Allocate(PictureFormat::Make(kSize, ChromaFormat, 8, 8)), StatusOk);
             for (int Field = 0; Field < 2; ++Field) Frame.m_PicOrderCnt[Field] = kOrderCounts[i] + Field;
         }
         m_Header.slice_type = B_SLICE;
