@@ -10,10 +10,7 @@
 
 namespace UMC {
 
-Status H264SegmentDecoder::Init(int32_t /*ThreadNumber*/)
-{
-    return StatusOk;
-}
+Status H264SegmentDecoder::Init(int32_t /*ThreadNumber*/) { return StatusOk; }
 
 H264SegmentDecoderMultiThreaded::H264SegmentDecoderMultiThreaded(TaskSource* pTasks, const H264DBPList* pDpb)
     : m_pTasks(pTasks), m_pDpb(pDpb)

@@ -53,10 +53,12 @@ void SliceCursor::BeginDirect(const H264Slice& From)
     H264DirectTables& Tables = Slice.References.Sets[REFERENCES_PICTURE].Tables;
     Direct.pTables = &Tables;
     if (pFirst)
-        ComputeDirectTables(*Slice.pLists, *Slice.pHeader, From.m_PicOrderCnt, Slice.References.ImplicitWeights, Tables);
+        ComputeDirectTables(*Slice.pLists, *Slice.pHeader, From.m_PicOrderCnt, Slice.References.ImplicitWeights,
+                            Tables);
     else
         Tables = {};
-    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize) Direct.pColFrame = pFirst;
+    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize)
+        Direct.pColFrame = pFirst;
 }
 
 // Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have

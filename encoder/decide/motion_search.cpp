@@ -182,7 +182,7 @@ void IntegerSearch::Log()
 void IntegerSearch::CrossLog()
 {
     const auto Range = static_cast<uint32_t>(std::max(m_p.range_x, m_p.range_y));
-    const int32_t Log2 = std::bit_width(Range) - 1;
+    const int32_t Log2 = static_cast<int32_t>(std::bit_width(Range)) - 1;
     int32_t Step = std::max(Log2 > 0 ? 1 << (Log2 - 1) : 0, 2);
     while (Step > 1 && !m_bStop) {
         const MotionVector Points[4]{Point(m_BestX, m_BestY - Step), Point(m_BestX - Step, m_BestY),

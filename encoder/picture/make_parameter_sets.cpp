@@ -8,7 +8,7 @@ namespace UMC_H264_ENCODER {
 int32_t PocLsbBits(int32_t NumBFrames, int32_t BRefMode, int32_t NumRefFrames)
 {
     const int32_t b = BRefMode == 2 ? 2 * NumBFrames : NumBFrames;
-    const int32_t Log2 = std::bit_width(static_cast<uint32_t>(b + NumRefFrames)) - 1;
+    const int32_t Log2 = static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(b + NumRefFrames))) - 1;
     return std::clamp(Log2 + 3, 4, 16);
 }
 

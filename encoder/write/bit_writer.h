@@ -76,7 +76,7 @@ public:
     /// ue(v). @return the length of the code in bits
     int32_t PutUE(uint32_t Value)
     {
-        const int32_t Width = std::bit_width(Value + 1);
+        const auto Width = static_cast<int32_t>(std::bit_width(Value + 1));
         PutVLCCode(0, Width - 1);
         PutVLCCode(Value + 1, Width);
         return 2 * Width - 1;

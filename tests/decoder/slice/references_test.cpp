@@ -110,7 +110,8 @@ TEST_F(ReferenceSets, OfFieldMacroblocksReachThirtyTwoEntries)
 
 TEST_F(ReferenceSets, OfFieldMacroblocksHaveTheWeightsOfTheirFrame)
 {
-    for (int i = 0; i < 2; ++i) m_pReferences->Sets[REFERENCES_PICTURE].Weights[0][i].luma_weight = static_cast<int16_t>(10 + i);
+    for (int i = 0; i < 2; ++i)
+        m_pReferences->Sets[REFERENCES_PICTURE].Weights[0][i].luma_weight = static_cast<int16_t>(10 + i);
     FillAll();
     for (const int Kind : {REFERENCES_TOP_FIELD, REFERENCES_BOTTOM_FIELD})
         for (int i = 0; i < 4; ++i) EXPECT_EQ(Set(Kind).Weights[0][i].luma_weight, 10 + i / 2);

@@ -96,7 +96,9 @@ TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
         std::copy_n(Ref.m_pU + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_u + y * mb.pitch);
         std::copy_n(Ref.m_pV + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_v + y * mb.pitch);
     }
-    mb.around.Motions[0].LeftRefs[0] = h264::kRefUnavailable; // so that the skip stands still
+    NeighbourCache::Motion& Around = mb.around.Motions[0]; // without neighbours, so that the skip stands still
+    for (auto* const pRefs : {Around.LeftRefs, Around.TopRefs}) std::fill_n(pRefs, 4, h264::kRefUnavailable);
+    for (auto* const pVectors : {Around.LeftVectors, Around.TopVectors}) std::fill_n(pVectors, 4, MotionVector{0, 0});
     *mb.rec_y = static_cast<uint8_t>(*mb.rec_y + 1);
     const std::vector<uint8_t> Before = Records();
     const Candidate Skip = DecideP(c.settings, c.job, Slice());
