@@ -7,6 +7,9 @@ namespace UMC {
 
 namespace {
 
+using kernels::g_Kernels;
+using kernels::KernelSlots;
+
 Status StatusOf(int32_t KernelStatus)
 {
     switch (KernelStatus) {
@@ -23,24 +26,24 @@ bool ShrinksBy(const PlaneInfo& From, const PlaneInfo& To, int32_t Factor)
 }
 
 // The kernels of one number of channels. No quarter: a mean of areas gives the same.
-template <const auto& Resize, const auto& Halve>
+template <auto kResize, auto kHalve>
 int32_t ChangeSize(const PlaneInfo& From, const PlaneInfo& To)
 {
     if (ShrinksBy(From, To, 2))
-        return Halve(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height);
+        return (g_Kernels.*kHalve)(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height);
     const double xFactor = static_cast<double>(To.m_Width) / From.m_Width;
     const double yFactor = static_cast<double>(To.m_Height) / From.m_Height;
     const auto Type = xFactor <= 0.5 && yFactor <= 0.5 ? kernels::kArea : kernels::kCubic;
-    return Resize(From.m_pPlane, From.m_Width, From.m_Height, From.m_Pitch, 0, 0, From.m_Width, From.m_Height,
-                  To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height, xFactor, yFactor, Type);
+    return (g_Kernels.*kResize)(From.m_pPlane, From.m_Width, From.m_Height, From.m_Pitch, 0, 0, From.m_Width,
+                                From.m_Height, To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height, xFactor, yFactor,
+                                Type);
 }
 
 int32_t ChangeSizeOfOne(const PlaneInfo& From, const PlaneInfo& To)
 {
     if (ShrinksBy(From, To, 4))
-        return kernels::g_Kernels.Quarter8uC1(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, To.m_Width,
-                                              To.m_Height);
-    return ChangeSize<kernels::g_Kernels.Resize8uC1, kernels::g_Kernels.Halve8uC1>(From, To);
+        return g_Kernels.Quarter8uC1(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, To.m_Width, To.m_Height);
+    return ChangeSize<&KernelSlots::Resize8uC1, &KernelSlots::Halve8uC1>(From, To);
 }
 
 Status ResizePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Channels)
@@ -48,12 +51,12 @@ Status ResizePlane(const PlaneInfo& From, const PlaneInfo& To, int32_t Channels)
     if (From.m_SampleBytes != 1 || To.m_SampleBytes != 1) return StatusUnsupported;
     if (From.m_Pitch < From.m_Width * Channels || To.m_Pitch < To.m_Width * Channels) return StatusInvalidParamsExt;
     if (ShrinksBy(From, To, 1))
-        return StatusOf(kernels::g_Kernels.Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch,
-                                                  From.m_Width * Channels, From.m_Height));
+        return StatusOf(g_Kernels.Copy8u(From.m_pPlane, From.m_Pitch, To.m_pPlane, To.m_Pitch, From.m_Width * Channels,
+                                         From.m_Height));
     switch (Channels) {
-    case 2: return StatusOf(ChangeSize<kernels::g_Kernels.Resize8uC2, kernels::g_Kernels.Halve8uC2>(From, To));
-    case 3: return StatusOf(ChangeSize<kernels::g_Kernels.Resize8uC3, kernels::g_Kernels.Halve8uC3>(From, To));
-    case 4: return StatusOf(ChangeSize<kernels::g_Kernels.Resize8uC4, kernels::g_Kernels.Halve8uC4>(From, To));
+    case 2: return StatusOf(ChangeSize<&KernelSlots::Resize8uC2, &KernelSlots::Halve8uC2>(From, To));
+    case 3: return StatusOf(ChangeSize<&KernelSlots::Resize8uC3, &KernelSlots::Halve8uC3>(From, To));
+    case 4: return StatusOf(ChangeSize<&KernelSlots::Resize8uC4, &KernelSlots::Halve8uC4>(From, To));
     default: return StatusOf(ChangeSizeOfOne(From, To));
     }
 }
