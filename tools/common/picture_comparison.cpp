@@ -58,7 +58,10 @@ std::string PictureComparison::Next(std::span<const ComparedPlane> Planes)
         ++m_Count;
         return {};
     }
-    const auto Pair = [](int32_t a, int32_t b) { return "(" + std::to_string(a) + ", " + std::to_string(b) + ")"; };
+    const auto Pair = [](int32_t a, int32_t b) {
+        std::string Text = std::to_string(a); // g++ 12 takes a text in front of a number's for an overlap
+        return Text.insert(0, 1, '(').append(", ").append(std::to_string(b)).append(1, ')');
+    };
     return Picture + ", macroblock " + Pair(First.MbX, First.MbY) + ", plane " + kPlaneName[First.Plane] + ", sample " +
            Pair(First.x, First.y) + ": " + std::to_string(First.Value) + ", expected " + std::to_string(First.Expected);
 }
