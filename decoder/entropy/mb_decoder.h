@@ -8,6 +8,7 @@
 #include "decoder/entropy/residual_cabac.h"
 #include "decoder/entropy/residual_cavlc.h"
 #include "decoder/entropy/residual_pcm.h"
+#include "decoder/entropy/traced_syntax.h"
 #include "kernels/dispatch/kernels.h"
 
 #include <cstdint>
@@ -46,8 +47,11 @@ private:
     using Cabac = ResidualDecoderCABAC<Coeffs, color_format, is_field>;
     using Cavlc = ResidualDecoderCAVLC<Coeffs, color_format, is_field>;
     template <class Syntax>
-    using Residual = std::conditional_t<Syntax::kCabac, typename Cabac::template CabacResidual<Syntax::kMbaff>,
-                                        typename Cavlc::template CavlcResidual<Syntax::kMbaff>>;
+    using PlainResidual = std::conditional_t<Syntax::kCabac, typename Cabac::template CabacResidual<Syntax::kMbaff>,
+                                             typename Cavlc::template CavlcResidual<Syntax::kMbaff>>;
+    template <class Syntax>
+    using Residual =
+        std::conditional_t<h264::trace::kIsBuilt, TracedResidual<PlainResidual<Syntax>>, PlainResidual<Syntax>>;
 
     static constexpr int kChromaBlocks = color_format == 0 ? 0 : color_format == 1 ? 4 : 8; // of one plane
     static constexpr bool kHasChroma = color_format == 1 || color_format == 2;
@@ -61,6 +65,7 @@ private:
             e.MbSkipRun = static_cast<int32_t>(std::min(e.Bits.GetUE(), 0x7FFFFFFFu));
         else
             --e.MbSkipRun;
+        h264::trace::Element("mb_skip_flag", e.MbSkipRun > 0); // as the other coding has it
         return e.MbSkipRun > 0;
     }
 

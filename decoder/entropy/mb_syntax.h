@@ -2,9 +2,11 @@
 // classes offer the same functions, so that the macroblock decoder is written once.
 #pragma once
 
+#include "decoder/entropy/traced_syntax.h"
 #include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
+#include <type_traits>
 
 namespace UMC {
 
@@ -53,7 +55,7 @@ struct CabacSyntax {
 
 // The elements of one coding in pictures of one kind: with kMbaff macroblocks stand in pairs of frame or field ones.
 template <class Elements, bool kMbaffFrame>
-struct SyntaxOf : Elements {
+struct SyntaxOf : std::conditional_t<h264::trace::kIsBuilt, TracedElements<Elements>, Elements> {
     static constexpr bool kMbaff = kMbaffFrame;
 };
 

@@ -1,6 +1,7 @@
 // Residual blocks in CABAC, clauses 7.3.5.3.3 and 9.3.
 #pragma once
 
+#include "Common/h264/trace/element_trace.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
 
@@ -81,6 +82,7 @@ private:
     [[gnu::always_inline]] static void Put(int32_t Level, uint32_t Position, const uint8_t* pScan, Dequant Scale,
                                            Coeffs* pOut)
     {
+        h264::trace::Level(static_cast<int32_t>(Position), Level);
         if constexpr (kCat == CAT_CHROMA_DC) {
             pOut[Position] = static_cast<Coeffs>(Level);
         } else if constexpr (kCat == CAT_LUMA_DC) {

@@ -1,6 +1,7 @@
 // Residual blocks in CAVLC: nC from the counts around, and the places of the coefficients (clause 9.2.1).
 #pragma once
 
+#include "Common/h264/trace/element_trace.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
 #include "decoder/stream/cavlc.h"
@@ -37,7 +38,10 @@ protected:
             CavlcBlock Block;
             const int Count = ReadCavlcBlock(e.Bits, FindNc(Counts.NonZero[0] + kBlockCachePos[0]), 16, Block);
             const uint8_t* const pScan = Scan4x4(Mb);
-            for (int i = 0; i < Count; ++i) pLevels[pScan[Block.Position[i]]] = static_cast<Coeffs>(Block.Level[i]);
+            for (int i = 0; i < Count; ++i) {
+                h264::trace::Level(Block.Position[i], Block.Level[i]);
+                pLevels[pScan[Block.Position[i]]] = static_cast<Coeffs>(Block.Level[i]);
+            }
             return Count != 0;
         }
         static bool LumaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
@@ -56,7 +60,10 @@ protected:
         {
             CavlcBlock Block;
             const int Count = ReadCavlcBlock(e.Bits, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
-            for (int i = 0; i < Count; ++i) pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
+            for (int i = 0; i < Count; ++i) {
+                h264::trace::Level(Block.Position[i], Block.Level[i]);
+                pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
+            }
             return Count != 0;
         }
         static bool ChromaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Plane, int Block,
@@ -92,6 +99,7 @@ protected:
             const uint8_t* const pScan = Scan4x4(Mb) + (16 - MaxCoeffs);
             for (int i = 0; i < Count; ++i) {
                 const int Place = pScan[Block.Position[i]];
+                h264::trace::Level(Block.Position[i], Block.Level[i]);
                 pOut[Place] = Scale4x4<Coeffs>(Block.Level[i], Scale.pScale[Place], Scale.Per);
             }
             return Count != 0;
@@ -133,6 +141,7 @@ bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>
         *pCount = static_cast<uint8_t>(Count);
         for (int i = 0; i < Count; ++i) {
             const int Place = pScan[Block.Position[i] * 4 + Part];
+            h264::trace::Level(Block.Position[i] * 4 + Part, Block.Level[i]);
             pOut[Place] = Scale8x8<Coeffs>(Block.Level[i], Scale.pScale[Place], Scale.Per);
         }
         Total += Count;

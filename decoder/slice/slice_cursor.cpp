@@ -33,6 +33,7 @@ void SliceCursor::View(const H264Slice& From)
 
 void SliceCursor::Begin(const H264Slice& From)
 {
+    if (From.m_SliceNumber == 1) h264::trace::BeginPicture();
     Entropy.MbSkipRun = From.m_Progress.MbSkipRun;
     Entropy.QpLuma = From.m_Progress.QpLuma;
     Entropy.PrevDeltaQp = From.m_Progress.PrevDeltaQp;

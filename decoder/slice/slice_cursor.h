@@ -2,6 +2,7 @@
 // cursor; each stage takes the parts that it reads, as const, and those that it writes.
 #pragma once
 
+#include "Common/h264/trace/element_trace.h"
 #include "decoder/picture/picture_view.h"
 #include "decoder/slice/mb_state.h"
 #include "decoder/slice/references.h"
@@ -137,6 +138,7 @@ template <bool kMbaff>
     MbGlobalInfo* const pGlobal = Slice.Records.m_pGlobal;
     const int32_t n = Number + Slice.Picture.FirstMb, Width = Slice.Picture.MbWidth;
     const auto IsUsable = [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; };
+    h264::trace::BeginMacroblock(X, Y);
     Mb.Number = n;
     Mb.X = X;
     Mb.Y = Y;

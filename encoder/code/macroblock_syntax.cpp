@@ -2,6 +2,7 @@
 
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
+#include "encoder/code/traced_syntax.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -98,5 +99,9 @@ template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<StoredB
 template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<CountedBytes>);
 template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<StoredBits>);
 template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<CountedBits>);
+#if defined(QUILVEX_TRACE)
+template bool WriteMacroblockSyntax(const MacroblockSyntax&, TracedSyntax<CabacSyntax<StoredBytes>>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax&, TracedSyntax<CavlcSyntax<StoredBits>>);
+#endif
 
 } // namespace UMC_H264_ENCODER

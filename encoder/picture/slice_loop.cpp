@@ -5,7 +5,10 @@
 #include "encoder/code/cavlc_syntax.h"
 #include "encoder/code/macroblock_syntax.h"
 #include "encoder/code/reconstruct.h"
+#include "encoder/code/traced_syntax.h"
 #include "encoder/decide/macroblock_decision.h"
+
+#include <type_traits>
 
 namespace UMC_H264_ENCODER {
 
@@ -89,6 +92,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     mb.position = &Settings.positions[i];
     mb.mb_x = mb.position->X;
     mb.mb_y = mb.position->Y;
+    h264::trace::BeginMacroblock(mb.mb_x, mb.mb_y);
     PointAt(mb.position->LumaFrame, mb.position->ChromaFrame, Job, mb);
     FillNeighbours(mb.around, s.neighbour_tables, Index, mb.mb_x);
     for (size_t List = 0; List < 2; ++List) {
@@ -123,6 +127,10 @@ MacroblockSyntax SyntaxOf(const SliceContext<Sample>& s)
             w.ChromaAcLevels};
 }
 
+// With a listing in developer builds.
+template <class Policy>
+using Listed = std::conditional_t<h264::trace::kIsBuilt, TracedSyntax<Policy>, Policy>;
+
 // A slice in CABAC.
 template <class Sample>
 class CabacSlice
@@ -135,8 +143,9 @@ public:
     }
     bool WriteMacroblock()
     {
-        return WriteMacroblockSyntax(
-            SyntaxOf(m_s), CabacSyntax(m_s.bitstream.Cabac(), m_s.cur_mb.around, IsIntra(m_s.cur_mb.global->Type)));
+        return WriteMacroblockSyntax(SyntaxOf(m_s),
+                                     Listed<CabacSyntax<StoredBytes>>(m_s.bitstream.Cabac(), m_s.cur_mb.around,
+                                                                      IsIntra(m_s.cur_mb.global->Type)));
     }
     void EndMacroblock(bool bLast) { m_s.bitstream.EncodeTerminate(bLast); }
     size_t Bytes() const { return m_s.bitstream.CoderBytes(); }
@@ -154,8 +163,9 @@ public:
     explicit CavlcSlice(SliceContext<Sample>& s) : m_s(s) { s.bitstream.Cavlc().skip_run = 0; }
     bool WriteMacroblock()
     {
-        return WriteMacroblockSyntax(SyntaxOf(m_s),
-                                     CavlcSyntax(m_s.bitstream.Cavlc(), m_s.cur_mb.around, m_s.cur_mb.coeff_counts));
+        return WriteMacroblockSyntax(
+            SyntaxOf(m_s),
+            Listed<CavlcSyntax<StoredBits>>(m_s.bitstream.Cavlc(), m_s.cur_mb.around, m_s.cur_mb.coeff_counts));
     }
     void EndMacroblock(bool) {}
     size_t Bytes() const { return m_s.bitstream.Bytes(); }

@@ -1,6 +1,7 @@
 // The coding of one picture, one attempt at it.
 #pragma once
 
+#include "Common/h264/trace/element_trace.h"
 #include "encoder/state/slice_context.h"
 
 #include <memory>
@@ -25,6 +26,7 @@ struct PictureJob {
     /// Takes up a picture, which is coded in place.
     void Begin(H264EncoderFrame<Sample>& Picture, int32_t PictureClass)
     {
+        h264::trace::BeginPicture();
         current = &Picture;
         picture_class = PictureClass;
         reconstruction = Picture.View();

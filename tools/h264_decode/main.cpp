@@ -3,6 +3,7 @@
 #include "tools/common/command_line.h"
 #include "tools/common/files.h"
 #include "tools/common/kernel_tier.h"
+#include "tools/common/trace_option.h"
 #include "tools/h264_decode/mp4_samples.h"
 #include "tools/h264_decode/stream_decoder.h"
 
@@ -120,6 +121,7 @@ try {
     App.add_option("--loop", Wanted.Loop, "decode this often, from memory")->check(CLI::Range(1, 1000000));
     auto* const pNoOutput = App.add_flag("--no-output", Wanted.NoOutput, "write no pictures");
     AddTierOption(App);
+    AddTraceOption(App);
     App.add_flag("--json", Wanted.Json, "print one object");
     CLI11_PARSE(App, argc, argv);
     if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())

@@ -6,6 +6,7 @@
 #include "tools/common/files.h"
 #include "tools/common/kernel_tier.h"
 #include "tools/common/picture_size.h"
+#include "tools/common/trace_option.h"
 #include "tools/h264_encode/param_fields.h"
 
 #include <nlohmann/json.hpp>
@@ -58,6 +59,7 @@ Options ParseCommandLine(int argc, char** argv)
     App.add_option("--loop", o.Loop, "encode this many times from memory")->check(CLI::PositiveNumber);
     App.add_flag("--no-output", o.bNoOutput, "write no stream");
     AddTierOption(App);
+    AddTraceOption(App);
     App.add_flag("--json", o.bJson, "print one object on standard output");
     try {
         App.parse(argc, argv);
