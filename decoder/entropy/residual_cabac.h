@@ -22,8 +22,8 @@ public:
     {
         CabacEngine e = Cabac.m_Engine;
         uint8_t Position[kCount];
-        const int Found = ReadMap(e, Cabac.m_Contexts, Field, Position);
-        CabacContext* const pAbs = Cabac.m_Contexts + h264::kBlockCatContexts[kCat].AbsLevel;
+        const int Found = ReadMap(e, Cabac.m_Contexts.data(), Field, Position);
+        h264::CabacContext* const pAbs = Cabac.m_Contexts.data() + h264::kBlockCatContexts[kCat].AbsLevel;
         int Bin0 = 1, Above1 = 0; // ctxIdxInc of the first bin; levels above 1 so far
         for (int i = Found - 1; i >= 0; --i) {
             uint32_t Magnitude = 1;
@@ -46,11 +46,12 @@ private:
                                   : kCat == CAT_LUMA_AC || kCat == CAT_CHROMA_AC ? 15
                                                                                  : 16;
 
-    [[gnu::always_inline]] static int ReadMap(CabacEngine& e, CabacContext* pContexts, bool Field, uint8_t* pPosition)
+    [[gnu::always_inline]] static int ReadMap(CabacEngine& e, h264::CabacContext* pContexts, bool Field,
+                                              uint8_t* pPosition)
     {
         const h264::BlockCatContexts& Offsets = h264::kBlockCatContexts[kCat];
-        CabacContext* const pSignificant = pContexts + Offsets.Significant[Field];
-        CabacContext* const pLast = pContexts + Offsets.Last[Field];
+        h264::CabacContext* const pSignificant = pContexts + Offsets.Significant[Field];
+        h264::CabacContext* const pLast = pContexts + Offsets.Last[Field];
         const uint8_t* const pInc8x8 = h264::kSignificantCtx8x8[Field];
         int Found = 0;
         for (int i = 0; i < kCount - 1; ++i) {
@@ -63,7 +64,7 @@ private:
     }
 
     // Bins behind a first bin of 1: ones up to a prefix of 14, then Exp-Golomb of order 0.
-    [[gnu::always_inline]] static uint32_t ReadMagnitude(CabacEngine& e, CabacContext& Context)
+    [[gnu::always_inline]] static uint32_t ReadMagnitude(CabacEngine& e, h264::CabacContext& Context)
     {
         uint32_t Magnitude = 2;
         while (Magnitude < 15 && e.Decide(Context)) ++Magnitude;

@@ -112,8 +112,8 @@ void SliceCursor::BeginReading(const H264Slice& From, uint32_t* pPadded)
                          Slice.References.Sets[REFERENCES_PICTURE].Weights);
     }
     if (!Slice.pPictureSet->entropy_coding_mode_flag) return;
-    Entropy.Cabac.InitContexts(
-        Entropy.QpLuma, Slice.pHeader->slice_type == I_SLICE ? 0 : 1 + static_cast<int>(Slice.pHeader->cabac_init_idc));
+    const size_t Row = h264::ContextInitRow(Slice.pHeader->slice_type == I_SLICE, Slice.pHeader->cabac_init_idc);
+    h264::InitCabacContexts(Entropy.Cabac.m_Contexts, h264::kContextInit[Row], Entropy.QpLuma);
     Entropy.Cabac.Start(Bits);
 }
 

@@ -25,8 +25,8 @@ public:
     /// Contexts of a slice (clause 9.3.1), and the coder at its start.
     void StartSlice(int32_t SliceType, int32_t CabacInitIdc, int32_t SliceQp, const Output& Out)
     {
-        const size_t Row = SliceType == SLICE_I ? 0 : 1 + static_cast<size_t>(CabacInitIdc);
-        InitCabacContexts(Contexts, h264::kContextInit[Row], SliceQp);
+        const size_t Row = h264::ContextInitRow(SliceType == SLICE_I, static_cast<uint32_t>(CabacInitIdc));
+        h264::InitCabacContexts(Contexts, h264::kContextInit[Row], SliceQp);
         Arithmetic.Start(Out);
         LastQpDelta = 0;
     }
@@ -36,7 +36,7 @@ public:
     /// @param Positions  coefficients of the block's list
     void Levels(BlockCat Cat, const BlockLevels& Block, uint32_t Positions);
 
-    CabacContexts Contexts{};
+    h264::CabacContexts Contexts{};
     BasicArithmeticCoder<Output> Arithmetic;
     int32_t LastQpDelta = 0; // mb_qp_delta of the macroblock before, for its context
 };
