@@ -9,10 +9,8 @@
 
 namespace UMC {
 
-enum CabacBlockCat { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA_4x4, CAT_CHROMA_DC, CAT_CHROMA_AC, CAT_LUMA_8x8 };
-
 // Reads the significance map and the levels of blocks of one category whose coded_block_flag is 1.
-template <class Coeffs, CabacBlockCat kCat>
+template <class Coeffs, h264::BlockCat kCat>
 class CabacBlockReader
 {
 public:
@@ -28,7 +26,7 @@ public:
         for (int i = Found - 1; i >= 0; --i) {
             uint32_t Magnitude = 1;
             if (e.Decide(pAbs[Bin0])) {
-                Magnitude = ReadMagnitude(e, pAbs[5 + std::min(Above1, kCat == CAT_CHROMA_DC ? 3 : 4)]);
+                Magnitude = ReadMagnitude(e, pAbs[5 + std::min(Above1, kCat == h264::CAT_CHROMA_DC ? 3 : 4)]);
                 Bin0 = 0;
                 ++Above1;
             } else if (Bin0 != 0 && Bin0 < 4) {
@@ -41,10 +39,10 @@ public:
     }
 
 private:
-    static constexpr int kCount = kCat == CAT_LUMA_8x8                           ? 64
-                                  : kCat == CAT_CHROMA_DC                        ? 4
-                                  : kCat == CAT_LUMA_AC || kCat == CAT_CHROMA_AC ? 15
-                                                                                 : 16;
+    static constexpr int kCount = kCat == h264::CAT_LUMA_8x8                                 ? 64
+                                  : kCat == h264::CAT_CHROMA_DC                              ? 4
+                                  : kCat == h264::CAT_LUMA_AC || kCat == h264::CAT_CHROMA_AC ? 15
+                                                                                             : 16;
 
     [[gnu::always_inline]] static int ReadMap(CabacEngine& e, h264::CabacContext* pContexts, bool Field,
                                               uint8_t* pPosition)
@@ -55,9 +53,9 @@ private:
         const uint8_t* const pInc8x8 = h264::kSignificantCtx8x8[Field];
         int Found = 0;
         for (int i = 0; i < kCount - 1; ++i) {
-            if (!e.Decide(pSignificant[kCat == CAT_LUMA_8x8 ? pInc8x8[i] : i])) continue;
+            if (!e.Decide(pSignificant[kCat == h264::CAT_LUMA_8x8 ? pInc8x8[i] : i])) continue;
             pPosition[Found++] = static_cast<uint8_t>(i);
-            if (e.Decide(pLast[kCat == CAT_LUMA_8x8 ? h264::kLastCtx8x8[i] : i])) return Found;
+            if (e.Decide(pLast[kCat == h264::CAT_LUMA_8x8 ? h264::kLastCtx8x8[i] : i])) return Found;
         }
         pPosition[Found++] = kCount - 1;
         return Found;
@@ -82,15 +80,15 @@ private:
     [[gnu::always_inline]] static void Put(int32_t Level, uint32_t Position, const uint8_t* pScan, Dequant Scale,
                                            Coeffs* pOut)
     {
-        if constexpr (kCat == CAT_CHROMA_DC) {
+        if constexpr (kCat == h264::CAT_CHROMA_DC) {
             pOut[Position] = static_cast<Coeffs>(Level);
-        } else if constexpr (kCat == CAT_LUMA_DC) {
+        } else if constexpr (kCat == h264::CAT_LUMA_DC) {
             pOut[pScan[Position]] = static_cast<Coeffs>(Level);
         } else {
             // AC lists start at the second place of the scan.
             const uint32_t Place = pScan[Position + (kCount == 15)];
-            pOut[Place] = kCat == CAT_LUMA_8x8 ? Scale8x8<Coeffs>(Level, Scale.pScale[Place], Scale.Per)
-                                               : Scale4x4<Coeffs>(Level, Scale.pScale[Place], Scale.Per);
+            pOut[Place] = kCat == h264::CAT_LUMA_8x8 ? Scale8x8<Coeffs>(Level, Scale.pScale[Place], Scale.Per)
+                                                     : Scale4x4<Coeffs>(Level, Scale.pScale[Place], Scale.Per);
         }
     }
 };
@@ -108,12 +106,12 @@ protected:
         static bool LumaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
                            Coeffs* pOut)
         {
-            return Block4x4<CAT_LUMA_AC>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
+            return Block4x4<h264::CAT_LUMA_AC>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
         }
         static bool Luma4x4(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
                             Coeffs* pOut)
         {
-            return Block4x4<CAT_LUMA_4x4>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
+            return Block4x4<h264::CAT_LUMA_4x4>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
         }
         static bool Luma8x8(EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale,
                             Coeffs* pOut);
@@ -123,14 +121,14 @@ protected:
                              Dequant Scale, Coeffs* pOut)
         {
             uint8_t* const pFlag = Counts.NonZero[1 + Plane] + CachePos(Block & 1, Block >> 1);
-            return Block4x4<CAT_CHROMA_AC>(e, Mb, pFlag, Scale, pOut);
+            return Block4x4<h264::CAT_CHROMA_AC>(e, Mb, pFlag, Scale, pOut);
         }
         // Nothing: the flags of the macroblock are its CodedBlockBits.
         static void StoreCounts(const SliceView&, const MbState&, const CountCache&, bool, bool) {}
 
     private:
         static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
-        static bool DecideFlag(EntropyState& e, CabacBlockCat Cat, uint32_t Inc)
+        static bool DecideFlag(EntropyState& e, h264::BlockCat Cat, uint32_t Inc)
         {
             return e.Cabac.m_Engine.Decide(e.Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
         }
@@ -139,7 +137,7 @@ protected:
         {
             return Neighbour >= 0 ? Own : IsIntra(*Mb.pGlobal) ? ~0u : 0u;
         }
-        template <CabacBlockCat kCat>
+        template <h264::BlockCat kCat>
         static bool Block4x4(EntropyState& e, const MbState& Mb, uint8_t* pFlag, Dequant Scale, Coeffs* pOut)
         {
             const bool Coded = DecideFlag(e, kCat, pFlag[-1] + 2u * pFlag[-kCacheStride]);
@@ -200,10 +198,10 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
 {
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBits);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBits);
-    if (!DecideFlag(e, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
+    if (!DecideFlag(e, h264::CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
     const bool Field = IsField(Mb);
-    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
-                                                pLevels);
+    CabacBlockReader<Coeffs, h264::CAT_LUMA_DC>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
+                                                      {}, pLevels);
     return true;
 }
 
@@ -214,8 +212,8 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
 {
     // In these chroma formats there is no flag (clause 7.3.5.3.3): it is taken as 1.
     const bool Field = IsField(Mb);
-    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(e.Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8, Scale,
-                                                 pOut);
+    CabacBlockReader<Coeffs, h264::CAT_LUMA_8x8>::Read(e.Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
+                                                       Scale, pOut);
     uint8_t* const pFlag = Counts.NonZero[0] + kBlockCachePos[Quadrant * 4];
     pFlag[0] = pFlag[1] = pFlag[kCacheStride] = pFlag[kCacheStride + 1] = 1;
     return true;
@@ -229,8 +227,8 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
 {
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]);
-    if (!DecideFlag(e, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(e.Cabac, IsField(Mb), nullptr, {}, pLevels);
+    if (!DecideFlag(e, h264::CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
+    CabacBlockReader<Coeffs, h264::CAT_CHROMA_DC>::Read(e.Cabac, IsField(Mb), nullptr, {}, pLevels);
     return true;
 }
 

@@ -31,7 +31,7 @@ void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
 }
 
 template <class Policy>
-void WriteLuma(const MacroblockSyntax& m, Policy& p, BlockCat Cat)
+void WriteLuma(const MacroblockSyntax& m, Policy& p, h264::BlockCat Cat)
 {
     p.StartLuma(m.Local.Coded);
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -47,7 +47,7 @@ void WriteResidual(const MacroblockSyntax& m, Policy& p)
 {
     const uint32_t Coded = m.Local.Coded, Chroma = m.Local.Pattern >> 4;
     if (m.Type == MB_INTRA16X16) p.LumaDc(Coded & kCodedLumaDc ? &m.LumaDc : nullptr);
-    WriteLuma(m, p, m.Type == MB_INTRA16X16 ? CAT_LUMA_AC : CAT_LUMA);
+    WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
     if (Chroma == 0) return;
     p.ChromaDc(0, Coded & kCodedCbDc ? &m.pChromaDc[0] : nullptr);
     p.ChromaDc(1, Coded & kCodedCrDc ? &m.pChromaDc[1] : nullptr);

@@ -3,7 +3,7 @@
 namespace UMC_H264_ENCODER {
 
 template <class Output>
-void BasicCabacCoder<Output>::Levels(BlockCat Cat, const BlockLevels& Block, uint32_t Positions)
+void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels& Block, uint32_t Positions)
 {
     const h264::BlockCatContexts& Ctx = h264::kBlockCatContexts[Cat];
     // A copy that nothing else can point to stays in registers.
@@ -21,7 +21,7 @@ void BasicCabacCoder<Output>::Levels(BlockCat Cat, const BlockLevels& Block, uin
         Coder.EncodeBin(pLast[Position], i + 1 == Count);
     }
     h264::CabacContext* const pAbs = Contexts.data() + Ctx.AbsLevel;
-    const uint32_t GreaterMax = Cat == CAT_CHROMA_DC ? 3 : 4;
+    const uint32_t GreaterMax = Cat == h264::CAT_CHROMA_DC ? 3 : 4;
     uint32_t Ones = 0, Greater = 0;
     for (uint32_t i = Count; i-- > 0;) {
         const int32_t Level = Block.Level[i];

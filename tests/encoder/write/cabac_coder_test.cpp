@@ -46,7 +46,7 @@ void WriteBlocks(Coder& c, uint32_t Seed, int Count)
             const auto Magnitude = static_cast<int16_t>(1 + Rng() % (Rng() % 4 ? 3 : 3000));
             b.Level[b.Count++] = Rng() & 1 ? Magnitude : static_cast<int16_t>(-Magnitude);
         }
-        if (b.Count) c.Levels(BlockCat(Cat), b, kPositions[Cat]);
+        if (b.Count) c.Levels(h264::BlockCat(Cat), b, kPositions[Cat]);
     }
 }
 
