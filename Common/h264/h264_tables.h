@@ -74,6 +74,17 @@ extern const uint8_t kAlpha[52]; // Table 8-16, 8-bit samples
 extern const uint8_t kBeta[52];
 extern const uint8_t kTc0[52][4]; // Table 8-17: [indexA][bS], bS 0 and unused entries 0
 
+// ---- Annex A -----------------------------------------------------------------------------------------------
+
+inline constexpr int kLevelCount = 15;
+
+struct LevelLimits {
+    uint8_t level_idc;
+    uint32_t MaxMBPS, MaxFS; // macroblocks a second and a frame
+    uint32_t MaxDpbMbs;      // macroblocks of the decoded picture buffer
+};
+extern const LevelLimits kLevelLimits[kLevelCount]; // Table A-1, levels 1 to 5.1 without 1b, ascending
+
 // ---- Annex E -----------------------------------------------------------------------------------------------
 
 struct AspectRatio {
