@@ -1,5 +1,6 @@
 #include "decoder/entropy/mb_layer.h"
 
+#include "Common/h264/intra_modes.h"
 #include "decoder/entropy/direct.h"
 #include "decoder/entropy/motion.h"
 
@@ -287,7 +288,7 @@ void LoadIntraModes(const SliceView& s, const MbState& Mb, int8_t* pCache)
     const auto ModeOf = [&](int32_t Neighbour, const MbGlobalInfo& Global, int Block) {
         if (Neighbour < 0) return -1;
         if (Global.MbType == MBTYPE_INTRA4x4) return int{s.Local.m_pIntraModes[Neighbour * 16 + Block]};
-        return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : 2;
+        return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : int{h264::kIntraDcMode};
     };
     for (int i = 0; i < 4; ++i) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, i);
@@ -352,8 +353,7 @@ void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& Sta
     const bool Is8x8 = (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8) != 0;
     for (int i = 0; i < 16; i += Is8x8 ? 4 : 1) {
         int8_t* const pMode = Cache + kBlockCachePos[i];
-        int Predicted = std::min(pMode[-1], pMode[-kCacheStride]);
-        if (Predicted < 0) Predicted = 2;
+        const int Predicted = h264::PredictIntraMode(pMode[-1], pMode[-kCacheStride]);
         int Mode = Syntax::IntraMode(State);
         if (Mode < 0)
             Mode = Predicted;

@@ -1,6 +1,7 @@
 // Residual blocks in CAVLC: nC from the counts around, and the places of the coefficients (clause 9.2.1).
 #pragma once
 
+#include "Common/h264/coefficient_counts.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
 #include "decoder/stream/cavlc.h"
@@ -10,8 +11,6 @@
 #include <cstring>
 
 namespace UMC {
-
-inline constexpr uint8_t kNoCount = 64; // stands for a neighbour that is not there
 
 // The macroblock's counts in m_pCoeffCounts: luma, then the chroma planes.
 inline constexpr int kCountsPerMb = 48;
@@ -78,11 +77,7 @@ protected:
         }
         static void LoadPlane(const SliceView& s, const MbState& Mb, CountCache& Counts, int Plane, int Width,
                               int Height);
-        static int FindNc(const uint8_t* pCount)
-        {
-            const int Sum = pCount[-1] + pCount[-kCacheStride];
-            return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
-        }
+        static int FindNc(const uint8_t* pCount) { return h264::FindNc(pCount[-1], pCount[-kCacheStride]); }
         static bool Block4x4(EntropyState& e, const MbState& Mb, uint8_t* pCount, int MaxCoeffs, Dequant Scale,
                              Coeffs* pOut)
         {
@@ -110,11 +105,11 @@ void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>
     if (Mb.Top >= 0)
         std::memcpy(pCache + CachePos(0, -1), pCounts + Mb.Top * kCountsPerMb + (Height - 1) * Width, Bytes);
     else
-        std::memset(pCache + CachePos(0, -1), kNoCount, Bytes);
+        std::memset(pCache + CachePos(0, -1), h264::kNoCount, Bytes);
     for (int y = 0; y < Height; ++y) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y, Height);
         pCache[CachePos(-1, y)] =
-            Left.Mb >= 0 ? pCounts[Left.Mb * kCountsPerMb + (Left.Row + 1) * Width - 1] : kNoCount;
+            Left.Mb >= 0 ? pCounts[Left.Mb * kCountsPerMb + (Left.Row + 1) * Width - 1] : h264::kNoCount;
         std::memset(pCache + CachePos(0, y), 0, Bytes);
     }
 }

@@ -79,8 +79,7 @@ private:
         const uint32_t x = Place % Width, y = Place / Width;
         const int32_t Left = x > 0 ? pCount[-1] : m_Around.LeftCounts[Plane][y];
         const int32_t Top = y > 0 ? *(pCount - Width) : m_Around.TopCounts[Plane][x];
-        const int32_t Sum = Left + Top;
-        return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
+        return h264::FindNc(Left, Top);
     }
     template <uint32_t Width>
     void Block(uint32_t Plane, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)

@@ -1,5 +1,6 @@
 #include "encoder/code/macroblock_syntax.h"
 
+#include "Common/h264/intra_modes.h"
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
 
@@ -25,7 +26,7 @@ void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
         const int32_t x = r & 3, y = r >> 2, Mode = pModes[r];
         const int32_t Left = x > 0 ? pModes[r - 1] : m.Around.LeftModes[y];
         const int32_t Top = y > 0 ? pModes[r - 4] : m.Around.TopModes[x];
-        const int32_t Predicted = PredictIntraMode(Left, Top);
+        const int32_t Predicted = h264::PredictIntraMode(Left, Top);
         p.IntraMode(Mode == Predicted ? -1 : Mode < Predicted ? Mode : Mode - 1);
     }
 }

@@ -46,7 +46,6 @@ static_assert(sizeof(GlobalMacroblock) == 8);
 
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
 enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
-inline constexpr uint8_t kIntra4x4Dc = 2; // Intra_4x4_DC, also what other macroblocks stand for in mode prediction
 
 // Bits of LocalMacroblock::Coded beyond luma block i (luma4x4BlkIdx) at bit i.
 inline constexpr uint32_t kCodedLuma = 0xFFFF;
