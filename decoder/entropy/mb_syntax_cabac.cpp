@@ -22,7 +22,7 @@ constexpr IntraTypeContexts kIntraSliceContexts{3, 4, 5, 6, 7}, kPrefixedContext
 uint32_t IntraType(CabacEngine& e, CabacContext* c, CabacContext& First, const IntraTypeContexts& At)
 {
     if (!e.Decide(First)) return 0;
-    if (e.Terminate()) return kIntraPcmType;
+    if (e.Terminate()) return h264::kIntraPcmType;
     uint32_t Type = 1 + 12 * e.Decide(c[At.Luma]);
     if (e.Decide(c[At.Chroma])) Type += 4 + 4 * e.Decide(c[At.ChromaAc]);
     Type += 2 * e.Decide(c[At.Mode0]);
@@ -92,7 +92,7 @@ uint32_t CabacSyntax::MbTypeP(EntropyState& State)
     CabacEngine& e = State.Cabac.m_Engine;
     CabacContext* const c = &State.Cabac.m_Contexts[Offset::kMbTypeP];
     CabacContext* const pIntra = &State.Cabac.m_Contexts[Offset::kMbTypeIntraInP];
-    if (e.Decide(c[0])) return kFirstIntraTypeP + IntraType(e, pIntra, *pIntra, kPrefixedContexts);
+    if (e.Decide(c[0])) return h264::kFirstIntraTypeP + IntraType(e, pIntra, *pIntra, kPrefixedContexts);
     if (e.Decide(c[1])) return e.Decide(c[3]) ? 1 : 2;
     return e.Decide(c[2]) ? 3 : 0;
 }
@@ -109,7 +109,7 @@ uint32_t CabacSyntax::MbTypeB(EntropyState& State, const MbState& Mb)
     if (Bins < 8) return 3 + Bins;
     if (Bins == 13) {
         CabacContext* const pIntra = &State.Cabac.m_Contexts[Offset::kMbTypeIntraInB];
-        return kFirstIntraTypeB + IntraType(*e, pIntra, *pIntra, kPrefixedContexts);
+        return h264::kFirstIntraTypeB + IntraType(*e, pIntra, *pIntra, kPrefixedContexts);
     }
     if (Bins == 14) return 11;
     if (Bins == 15) return 22;

@@ -51,7 +51,7 @@ public:
                 H264DecoderRefPicList& Lists)
         : m_Header(Order.Header), m_Reordering(Order.Reordering), m_MaxFrameNum(Order.MaxFrameNum), m_Frame(Frame),
           m_Dpb(Dpb), m_Lists(Lists), m_IsField(Order.Header.field_pic_flag != 0),
-          m_IsB(Order.Header.slice_type == B_SLICE)
+          m_IsB(Order.Header.slice_type == SLICE_B)
     {
     }
 
@@ -252,7 +252,7 @@ Status BuildRefPicLists(const RefListOrder& Order, const H264DecoderFrame& Frame
 {
     Dpb.ComputePicNums(Order.Header, Order.MaxFrameNum);
     Lists = {};
-    if (Order.Header.slice_type == I_SLICE) return StatusOk;
+    if (Order.Header.slice_type == SLICE_I) return StatusOk;
     if (!Dpb.HasReferences()) return StatusInvalidParams;
     ListBuilder(Order, Frame, Dpb, Lists).Build();
     return StatusOk;

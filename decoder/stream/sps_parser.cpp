@@ -1,5 +1,6 @@
 #include "Common/h264/h264_tables.h"
 #include "Common/h264/levels.h"
+#include "Common/h264/profiles.h"
 #include "decoder/stream/header_parsers.h"
 #include "decoder/stream/scaling.h"
 
@@ -16,11 +17,6 @@ bool IsKnownProfile(uint32_t profile_idc)
 {
     constexpr uint32_t Known[] = {66, 77, 88, 100, 110, 122, 144, 166, 188};
     return std::find(std::begin(Known), std::end(Known), profile_idc) != std::end(Known);
-}
-
-bool HasExtendedBlock(uint8_t profile_idc)
-{
-    return profile_idc == 100 || profile_idc == 110 || profile_idc == 122 || profile_idc == 144;
 }
 
 // Values too large for the field stay too large for whoever checks them.
@@ -202,7 +198,7 @@ Status ParseSeqParamSet(H264Bitstream& Bits, H264SeqParamSet& Set)
     Set.chroma_format_idc = 1;
     Set.bit_depth_luma = Set.bit_depth_chroma = 8;
     SetFlatScalingLists(Set.scaling);
-    if (HasExtendedBlock(Set.profile_idc)) {
+    if (h264::IsHighFamily(Set.profile_idc)) {
         const Status Extended = ReadExtendedBlock(Bits, Set);
         if (Extended != StatusOk) Result = Extended;
     }

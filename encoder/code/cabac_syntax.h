@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Common/h264/block_order.h"
+#include "Common/h264/mb_type.h"
 #include "encoder/state/neighbour_cache.h"
 #include "encoder/write/cabac_coder.h"
 
@@ -37,8 +38,10 @@ public:
             return;
         }
         Bin(Offset::kMbTypeP, 1);
-        Bin(Offset::kMbTypeIntraInP, Type != 5);
-        if (Type != 5) Intra16x16Type(Offset::kMbTypeIntraInP + 1, 0, Type - 6);
+        const uint32_t Intra = Type - h264::kFirstIntraTypeP;
+        Bin(Offset::kMbTypeIntraInP, Intra != h264::kIntraNxNType);
+        if (Intra != h264::kIntraNxNType)
+            Intra16x16Type(Offset::kMbTypeIntraInP + 1, 0, Intra - h264::kFirstIntra16x16Type);
     }
     /// rem_intra4x4_pred_mode, or -1 for prev_intra4x4_pred_mode_flag alone.
     void IntraMode(int32_t Rem)

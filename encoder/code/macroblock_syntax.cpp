@@ -1,6 +1,7 @@
 #include "encoder/code/macroblock_syntax.h"
 
 #include "Common/h264/intra_modes.h"
+#include "Common/h264/mb_type.h"
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
 
@@ -8,14 +9,12 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-constexpr uint32_t kIntraTypesInP = 5; // mb_type of I slices follow those of P slices (clause 7.4.5)
-
 // mb_type of an intra macroblock, Table 7-11.
 uint32_t IntraMbType(const MacroblockSyntax& m)
 {
-    if (m.Type == MB_INTRA4X4) return 0;
+    if (m.Type == MB_INTRA4X4) return h264::kIntraNxNType;
     const uint32_t Pattern = m.Local.Pattern;
-    return 1 + m.Local.Intra16Mode + 4 * (Pattern >> 4) + (Pattern & 15 ? 12 : 0);
+    return h264::Intra16x16Type(m.Local.Intra16Mode, Pattern >> 4, (Pattern & 15) != 0);
 }
 
 template <class Policy>
@@ -75,7 +74,7 @@ bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
     if (m.slice_type == SLICE_I)
         p.MbTypeI(IntraMbType(m));
     else
-        p.MbTypeP(bIntra ? kIntraTypesInP + IntraMbType(m) : 0);
+        p.MbTypeP(bIntra ? h264::kFirstIntraTypeP + IntraMbType(m) : 0);
     if (bIntra) {
         if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
         p.IntraChromaMode(m.Local.ChromaMode);

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "Common/h264/motion_vector.h"
-#include "encoder/write/slice_type.h"
+#include "Common/h264/slice_type.h"
 
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
 
 using h264::MotionVector;
+using enum h264::SliceType;
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 

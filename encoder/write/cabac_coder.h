@@ -1,9 +1,9 @@
 // The contexts of a slice and the arithmetic coder on them: a value, which a trial copies.
 #pragma once
 
+#include "Common/h264/slice_type.h"
 #include "encoder/write/arithmetic_coder.h"
 #include "encoder/write/block_levels.h"
-#include "encoder/write/slice_type.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -25,7 +25,7 @@ public:
     /// Contexts of a slice (clause 9.3.1), and the coder at its start.
     void StartSlice(int32_t SliceType, int32_t CabacInitIdc, int32_t SliceQp, const Output& Out)
     {
-        const size_t Row = h264::ContextInitRow(SliceType == SLICE_I, static_cast<uint32_t>(CabacInitIdc));
+        const size_t Row = h264::ContextInitRow(SliceType == h264::SLICE_I, static_cast<uint32_t>(CabacInitIdc));
         h264::InitCabacContexts(Contexts, h264::kContextInit[Row], SliceQp);
         Arithmetic.Start(Out);
         LastQpDelta = 0;

@@ -70,7 +70,7 @@ void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
     Writer w;
     w.PutBits(0x5, 3);
     w.Align(1);
-    w.InitContexts(SLICE_P, 1, 30);
+    w.InitContexts(h264::SLICE_P, 1, 30);
     const h264::CabacContexts Start = w.Cabac().Contexts;
     struct Symbol {
         uint32_t Kind, Context, Bin;
@@ -143,7 +143,7 @@ TEST(ArithmeticCoder, BypassBitsInOneGoEqualSingleOnes)
 TEST(ArithmeticCoder, OneBypassBinAndTheEndIsAWholeByte)
 {
     Writer w;
-    w.InitContexts(SLICE_I, 0, 26);
+    w.InitContexts(h264::SLICE_I, 0, 26);
     w.EncodeBypass(1);
     w.EncodeTerminate(1);
     w.TerminateEncode();
@@ -162,7 +162,7 @@ TEST(ArithmeticCoder, TheSavedStateComesBack)
     };
     Writer Plain, Tried;
     for (Writer* w : {&Plain, &Tried}) {
-        w->InitContexts(SLICE_P, 0, 30);
+        w->InitContexts(h264::SLICE_P, 0, 30);
         Encode(*w, 1, 500);
     }
     Tried.SaveState();

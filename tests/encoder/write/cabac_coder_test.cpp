@@ -14,7 +14,7 @@ CabacCoder StartAt(uint8_t* pOut)
     StoredBytes Out;
     Out.Start(pOut);
     CabacCoder c;
-    c.StartSlice(SLICE_P, 1, 28, Out);
+    c.StartSlice(h264::SLICE_P, 1, 28, Out);
     return c;
 }
 
