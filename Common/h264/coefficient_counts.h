@@ -1,6 +1,8 @@
 // nC, by which CAVLC chooses the code of a block's coeff_token (H.264 clause 9.2.1).
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
+
 #include <cstdint>
 
 namespace h264 {
@@ -15,5 +17,8 @@ constexpr int32_t FindNc(int32_t Left, int32_t Top)
     const int32_t Sum = Left + Top;
     return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
 }
+
+/// Of a chroma DC block.
+constexpr int32_t ChromaDcNc(int32_t chroma_format_idc) { return chroma_format_idc == CHROMA_422 ? -2 : -1; }
 
 } // namespace h264

@@ -49,8 +49,8 @@ private:
     using Residual = std::conditional_t<Syntax::kCabac, typename Cabac::template CabacResidual<Syntax::kMbaff>,
                                         typename Cavlc::template CavlcResidual<Syntax::kMbaff>>;
 
-    static constexpr int kChromaBlocks = color_format == 0 ? 0 : color_format == 1 ? 4 : 8; // of one plane
-    static constexpr bool kHasChroma = color_format == 1 || color_format == 2;
+    static constexpr int kChromaBlocks = h264::kChromaGeometry[color_format].Blocks; // of one plane
+    static constexpr bool kHasChroma = color_format == h264::CHROMA_420 || color_format == h264::CHROMA_422;
     static constexpr int kChromaCoeffs = kChromaBlocks * 16;
 
     // A run of 1 or more makes this macroblock a skipped one. When the last of the run was taken the next macroblock is

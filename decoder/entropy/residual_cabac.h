@@ -1,6 +1,7 @@
 // Residual blocks in CABAC, clauses 7.3.5.3.3 and 9.3.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
 
@@ -176,7 +177,7 @@ void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
                                                                                              const MbState& Mb,
                                                                                              CountCache& Counts)
 {
-    constexpr int kRows = color_format == 2 ? 4 : 2;
+    constexpr int kRows = h264::kChromaGeometry[color_format].MbHeight / 4;
     for (int Plane = 0; Plane < 2; ++Plane) {
         uint8_t* const pCache = Counts.NonZero[1 + Plane];
         const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;

@@ -1,6 +1,7 @@
 // Residual blocks in CAVLC: nC from the counts around, and the places of the coefficients (clause 9.2.1).
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/coefficient_counts.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
@@ -54,7 +55,8 @@ protected:
         static bool ChromaDc(EntropyState& e, const MbState&, int, Coeffs* pLevels)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(e.Bits, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
+            const int Count = ReadCavlcBlock(e.Bits, h264::ChromaDcNc(color_format),
+                                             h264::kChromaGeometry[color_format].Blocks, Block);
             for (int i = 0; i < Count; ++i) pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
             return Count != 0;
         }
@@ -68,7 +70,7 @@ protected:
                                 bool HasChromaAc);
 
     private:
-        static constexpr int kChromaRows = color_format == 2 ? 4 : 2;
+        static constexpr int kChromaRows = h264::kChromaGeometry[color_format].MbHeight / 4;
 
         static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
         static const uint8_t* Scan4x4(const MbState& Mb)

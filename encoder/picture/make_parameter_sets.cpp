@@ -1,5 +1,7 @@
 #include "encoder/picture/make_parameter_sets.h"
 
+#include "Common/h264/chroma_geometry.h"
+
 #include <algorithm>
 #include <bit>
 
@@ -34,10 +36,9 @@ SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& p)
     s.frame_mbs_only = bFramesOnly;
     s.mb_adaptive_frame_field = p.coding_type == 2;
     s.direct_8x8_inference = p.direct_8x8_inference != 0 || !bFramesOnly;
-    const int32_t CropX = p.chroma_format_idc == 1 || p.chroma_format_idc == 2 ? 2 : 1;
-    const int32_t CropY = (p.chroma_format_idc == 1 ? 2 : 1) * (bFramesOnly ? 1 : 2);
-    s.crop_right = (s.pic_width_in_mbs * 16 - Width) / CropX;
-    s.crop_bottom = (s.pic_height_in_map_units * RowUnit - Height) / CropY;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[p.chroma_format_idc & 3];
+    s.crop_right = (s.pic_width_in_mbs * 16 - Width) >> Chroma.ShiftX;
+    s.crop_bottom = (s.pic_height_in_map_units * RowUnit - Height) / (bFramesOnly ? 1 : 2) >> Chroma.ShiftY;
     s.aux_format_idc = p.aux_format_idc;
     s.bit_depth_aux = p.bit_depth_aux;
     s.alpha_incr = p.alpha_incr_flag != 0;

@@ -20,5 +20,11 @@ TEST(CoefficientCounts, NcIsTheCountOfTheOnlyNeighbourOr0)
     EXPECT_EQ(FindNc(kNoCount, kNoCount), 0);
 }
 
+TEST(CoefficientCounts, NcOfChromaDcStandsForItsFormat)
+{
+    EXPECT_EQ(ChromaDcNc(CHROMA_420), -1);
+    EXPECT_EQ(ChromaDcNc(CHROMA_422), -2);
+}
+
 } // namespace
 } // namespace h264
