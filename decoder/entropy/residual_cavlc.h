@@ -13,10 +13,6 @@
 
 namespace UMC {
 
-// The macroblock's counts in m_pCoeffCounts: luma, then the chroma planes.
-inline constexpr int kCountsPerMb = 48;
-inline constexpr int kCountsPerPlane = 16;
-
 template <class Coeffs, int color_format, bool is_field>
 class ResidualDecoderCAVLC
 {

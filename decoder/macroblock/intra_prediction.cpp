@@ -25,12 +25,6 @@ Sample* SampleAt(uint8_t* pPlane, ptrdiff_t Pitch, int x, int y)
     return reinterpret_cast<Sample*>(pPlane + y * Pitch) + x;
 }
 
-template <class Sample>
-Sample* LumaOf(const PictureView& Picture, const MbState& Mb)
-{
-    return SampleAt<Sample>(Picture.pPlane[0], Picture.PitchLuma, Mb.X * 16, Mb.Y * 16);
-}
-
 } // namespace
 
 unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb)
@@ -49,7 +43,7 @@ void PredictIntra16x16(const SliceView& Slice, const MbState& Mb)
     const unsigned Available = FindIntraNeighbours(Slice, Mb);
     const unsigned Mode = Mb.pLocal->SubBlockDirection[0];
     Require(kernels::kIntra16x16Needs[Mode], Available);
-    CodecTraits<Sample>::Predict16x16(static_cast<int>(Mode), LumaOf<Sample>(Slice.Picture, Mb),
+    CodecTraits<Sample>::Predict16x16(static_cast<int>(Mode), Slice.Picture.LumaOf<Sample>(Mb.X, Mb.Y),
                                       Slice.Picture.PitchLuma, Available, Slice.LumaDepth<Sample>());
 }
 
@@ -77,7 +71,7 @@ void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& 
     auto* const pCoeffs = Coeffs.As<typename Traits::Coeffs>();
     const uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
     const ptrdiff_t Step = Slice.Picture.PitchLuma;
-    Sample* const pLuma = LumaOf<Sample>(Slice.Picture, Mb);
+    Sample* const pLuma = Slice.Picture.LumaOf<Sample>(Mb.X, Mb.Y);
     for (int i = 0; i < 16; ++i) {
         const int Raster = h264::kBlockRaster[i], x = Raster & 3, y = Raster >> 2;
         Sample* const p = SampleAt<Sample>(reinterpret_cast<uint8_t*>(pLuma), Step, x * 4, y * 4);
@@ -97,7 +91,7 @@ void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& 
     auto* const pCoeffs = Coeffs.As<typename Traits::Coeffs>();
     const uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
     const ptrdiff_t Step = Slice.Picture.PitchLuma;
-    Sample* const pLuma = LumaOf<Sample>(Slice.Picture, Mb);
+    Sample* const pLuma = Slice.Picture.LumaOf<Sample>(Mb.X, Mb.Y);
     for (int q = 0; q < 4; ++q) {
         const int x = q & 1, y = q >> 1;
         Sample* const p = SampleAt<Sample>(reinterpret_cast<uint8_t*>(pLuma), Step, x * 8, y * 8);

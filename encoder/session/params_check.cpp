@@ -1,6 +1,7 @@
 #include "encoder/session/params_check.h"
 
 #include "Common/h264/levels.h"
+#include "encoder/state/encoder_frame.h"
 #include "encoder/state/encoder_types.h"
 
 #include <algorithm>
@@ -142,9 +143,8 @@ uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
 
 int32_t ReferenceLimit(const H264EncoderParams& p)
 {
-    const int64_t RowUnit = p.coding_type == 0 ? 16 : 32;
     const int64_t w = (int64_t{p.m_Info.m_Width} + 15) / 16;
-    const int64_t h = (p.m_Info.m_Height + RowUnit - 1) / RowUnit * RowUnit / 16;
+    const int64_t h = CodedRows(p.m_Info.m_Height, p.coding_type == 0) / 16;
     return h264::PictureBufferFrames(p.level_idc, static_cast<uint32_t>(w), static_cast<uint32_t>(h));
 }
 
