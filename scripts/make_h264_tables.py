@@ -105,6 +105,12 @@ def aspect_ratio():
             if int(r["aspect_ratio_idc"]) <= 16]
 
 
+def level_limits():
+    """Levels 1 to 5.1. Level 1b has no level_idc of its own here: 11 with a flag stands for it in most profiles."""
+    return [tuple(int(r[k]) for k in ("level_idc", "MaxMBPS", "MaxFS", "MaxDpbMbs"))
+            for r in rows("level_limits.csv") if 10 <= int(r["level_idc"]) <= 51]
+
+
 def tables():
     yield "ContextInit kContextInit[4][kContextCount]", context_init()
     yield "uint8_t kRangeLps[64][4]", [tuple(int(r[f"qCodIRangeIdx_{i}"]) for i in range(4))
@@ -135,6 +141,7 @@ def tables():
     yield "uint8_t kAlpha[52]", column("alpha_beta.csv", "alpha_prime", 52)
     yield "uint8_t kBeta[52]", column("alpha_beta.csv", "beta_prime", 52)
     yield "uint8_t kTc0[52][4]", [(0, int(r["bS1"]), int(r["bS2"]), int(r["bS3"])) for r in rows("tc0.csv")]
+    yield "LevelLimits kLevelLimits[kLevelCount]", level_limits()
     yield "AspectRatio kAspectRatio[17]", aspect_ratio()
 
 

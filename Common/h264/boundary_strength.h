@@ -12,6 +12,18 @@ namespace h264 {
 
 inline constexpr uint32_t kAllPieces = 0x01010101; // times a strength: an edge with that strength throughout
 
+// Of an outer edge with an intra macroblock on either side, of the top edge of one in a field, and of inner edges.
+inline constexpr uint32_t kIntraOuter = 4 * kAllPieces, kIntraFieldTop = 3 * kAllPieces, kIntraInner = 3 * kAllPieces;
+
+/// Strengths of the four edges of one direction of an intra macroblock. Outer: of the first, 0 where it is not
+/// filtered. With the 8x8 transform the odd edges lie inside blocks.
+inline void SetIntraStrengths(uint32_t Outer, bool Transform8x8, uint32_t (&Edge)[4])
+{
+    Edge[0] = Outer;
+    Edge[2] = kIntraInner;
+    Edge[1] = Edge[3] = Transform8x8 ? 0 : kIntraInner;
+}
+
 /// Eight bits to eight bytes of 0 or 1, the lowest first.
 inline constexpr std::array<uint64_t, 256> kBitsToBytes = [] {
     std::array<uint64_t, 256> Table{};

@@ -20,16 +20,19 @@ extern const uint8_t kRangeLps[64][4]; // Table 9-44: [pStateIdx][(codIRange >> 
 extern const uint8_t kTransIdxLps[64]; // Table 9-45
 extern const uint8_t kTransIdxMps[64];
 
-// One row of Tables 9-40 and 9-34 for ctxBlockCat 0..5: the sums of ctxIdxOffset and ctxBlockCatOffset.
+// ctxBlockCat of Table 9-42.
+enum BlockCat : uint32_t { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA_4x4, CAT_CHROMA_DC, CAT_CHROMA_AC, CAT_LUMA_8x8 };
+
+// One row of Tables 9-40 and 9-34: the sums of ctxIdxOffset and ctxBlockCatOffset.
 struct BlockCatContexts {
-    uint16_t CodedBlockFlag; // cat 5: 1012, read with ChromaArrayType 3 only
+    uint16_t CodedBlockFlag; // CAT_LUMA_8x8: 1012, read with ChromaArrayType 3 only
     uint16_t Significant[2]; // frame, field
     uint16_t Last[2];        // frame, field
     uint16_t AbsLevel;
 };
-extern const BlockCatContexts kBlockCatContexts[6];
-extern const uint8_t kSignificantCtx8x8[2][63]; // Table 9-43, significant_coeff_flag: [frame, field][position]
-extern const uint8_t kLastCtx8x8[63];           // Table 9-43, last_significant_coeff_flag
+extern const BlockCatContexts kBlockCatContexts[6]; // by BlockCat
+extern const uint8_t kSignificantCtx8x8[2][63];     // Table 9-43, significant_coeff_flag: [frame, field][position]
+extern const uint8_t kLastCtx8x8[63];               // Table 9-43, last_significant_coeff_flag
 
 // ---- CAVLC, clause 9.2 -------------------------------------------------------------------------------------
 
@@ -70,6 +73,17 @@ extern const uint8_t kChromaQp[52]; // Table 8-15: QPC by qPI 0..51
 extern const uint8_t kAlpha[52]; // Table 8-16, 8-bit samples
 extern const uint8_t kBeta[52];
 extern const uint8_t kTc0[52][4]; // Table 8-17: [indexA][bS], bS 0 and unused entries 0
+
+// ---- Annex A -----------------------------------------------------------------------------------------------
+
+inline constexpr int kLevelCount = 15;
+
+struct LevelLimits {
+    uint8_t level_idc;
+    uint32_t MaxMBPS, MaxFS; // macroblocks a second and a frame
+    uint32_t MaxDpbMbs;      // macroblocks of the decoded picture buffer
+};
+extern const LevelLimits kLevelLimits[kLevelCount]; // Table A-1, levels 1 to 5.1 without 1b, ascending
 
 // ---- Annex E -----------------------------------------------------------------------------------------------
 

@@ -22,6 +22,10 @@ struct PicOrderPicture {
     int32_t pic_order_cnt_lsb = 0, delta_pic_order_cnt_bottom = 0, delta_pic_order_cnt[2] = {};
 };
 
+/// pic_order_cnt_lsb of a picture whose top field, or whose own field, has the count. The reverse of clause 8.2.1.1,
+/// for counts less than half of MaxPicOrderCntLsb away from that of the reference picture before.
+constexpr int32_t PicOrderCntLsb(int32_t Count, int32_t MaxPicOrderCntLsb) { return Count & (MaxPicOrderCntLsb - 1); }
+
 /// The state that runs from picture to picture. Sums wrap at 32 bits, which only damaged streams reach.
 struct PicOrderCounter {
     int32_t m_PrevRefFrameNum = 0, m_PrevFrameNum = 0;

@@ -127,7 +127,6 @@ int16_t ScaleMv(int Factor, int16_t Mv) { return static_cast<int16_t>((Factor * 
 // Clause 8.4.1.2.3.
 void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
 {
-    constexpr int kNotScaled = 9999;
     const Motion Zero{};
     DirectState& Direct = m.Direct;
     if (!Direct.pColFrame || IsIntra(Direct.pColFrame->m_MbInfo.m_pGlobal[Mb.Number])) {

@@ -26,7 +26,7 @@ protected:
     static void DecodeMbCAVLC(SliceCursor& c)
     {
         using Syntax = SyntaxOf<CavlcSyntax, kMbaff>;
-        if (kSlice != I_SLICE && TakeSkipRun(c.Entropy))
+        if (kSlice != SLICE_I && TakeSkipRun(c.Entropy))
             SkipMacroblock<Syntax, kSlice>(c);
         else
             CodedMacroblock<Syntax, kSlice>(c);
@@ -36,7 +36,7 @@ protected:
     static void DecodeMbCABAC(SliceCursor& c)
     {
         using Syntax = SyntaxOf<CabacSyntax, kMbaff>;
-        if (kSlice != I_SLICE && Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == B_SLICE))
+        if (kSlice != SLICE_I && Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == SLICE_B))
             SkipMacroblock<Syntax, kSlice>(c);
         else
             CodedMacroblock<Syntax, kSlice>(c);
@@ -53,8 +53,8 @@ private:
     using Residual =
         std::conditional_t<h264::trace::kIsBuilt, TracedResidual<PlainResidual<Syntax>>, PlainResidual<Syntax>>;
 
-    static constexpr int kChromaBlocks = color_format == 0 ? 0 : color_format == 1 ? 4 : 8; // of one plane
-    static constexpr bool kHasChroma = color_format == 1 || color_format == 2;
+    static constexpr int kChromaBlocks = h264::kChromaGeometry[color_format].Blocks; // of one plane
+    static constexpr bool kHasChroma = color_format == h264::CHROMA_420 || color_format == h264::CHROMA_422;
     static constexpr int kChromaCoeffs = kChromaBlocks * 16;
 
     // A run of 1 or more makes this macroblock a skipped one. When the last of the run was taken the next macroblock is
@@ -72,7 +72,7 @@ private:
     template <class Syntax, SliceType kSlice>
     static void SkipMacroblock(SliceCursor& c)
     {
-        if constexpr (kSlice == B_SLICE)
+        if constexpr (kSlice == SLICE_B)
             SkipMotionB(c.Slice, c.Mb, c.Motion);
         else
             SkipMotionP<Syntax::kMbaff>(c.Slice, c.Mb, c.Motion);
@@ -85,19 +85,19 @@ private:
     static void CodedMacroblock(SliceCursor& c)
     {
         uint32_t Type;
-        if constexpr (kSlice == I_SLICE) {
+        if constexpr (kSlice == SLICE_I) {
             Type = Syntax::MbTypeI(c.Entropy, c.Mb);
-        } else if constexpr (kSlice == P_SLICE) {
+        } else if constexpr (kSlice == SLICE_P) {
             Type = Syntax::MbTypeP(c.Entropy);
-            if (Type < kFirstIntraTypeP) return InterMacroblock<Syntax, kSlice>(c, Type);
-            Type -= kFirstIntraTypeP;
+            if (Type < h264::kFirstIntraTypeP) return InterMacroblock<Syntax, kSlice>(c, Type);
+            Type -= h264::kFirstIntraTypeP;
         } else {
             Type = Syntax::MbTypeB(c.Entropy, c.Mb);
-            if (Type < kFirstIntraTypeB) return InterMacroblock<Syntax, kSlice>(c, Type);
-            Type -= kFirstIntraTypeB;
+            if (Type < h264::kFirstIntraTypeB) return InterMacroblock<Syntax, kSlice>(c, Type);
+            Type -= h264::kFirstIntraTypeB;
         }
-        if constexpr (kSlice != I_SLICE) {
-            ClearMotion(c.Slice.Records, c.Mb.Number, kSlice == B_SLICE);
+        if constexpr (kSlice != SLICE_I) {
+            ClearMotion(c.Slice.Records, c.Mb.Number, kSlice == SLICE_B);
             if constexpr (Syntax::kCabac) ClearMvd<kSlice>(c.Slice, c.Mb);
         }
         IntraMacroblock<Syntax>(c, Type);
@@ -107,7 +107,7 @@ private:
     static void ClearMvd(const SliceView& s, const MbState& Mb)
     {
         s.Local.m_pMvd[0][Mb.Number] = MbMvd{};
-        if (kSlice == B_SLICE) s.Local.m_pMvd[1][Mb.Number] = MbMvd{};
+        if (kSlice == SLICE_B) s.Local.m_pMvd[1][Mb.Number] = MbMvd{};
     }
 
     template <class Syntax, SliceType kSlice>
@@ -135,8 +135,8 @@ private:
     {
         MbGlobalInfo& Global = *c.Mb.pGlobal;
         MbLocalInfo& Local = *c.Mb.pLocal;
-        if (Type == kIntraPcmType) return PcmMacroblock<Syntax>(c);
-        if (Type == 0) {
+        if (Type == h264::kIntraPcmType) return PcmMacroblock<Syntax>(c);
+        if (Type == h264::kIntraNxNType) {
             Global.MbType = MBTYPE_INTRA4x4;
             if constexpr (is_high_profile)
                 if (c.Slice.pPictureSet->transform_8x8_mode_flag && Syntax::TransformSize8x8Flag(c.Entropy, c.Mb))

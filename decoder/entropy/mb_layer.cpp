@@ -1,5 +1,6 @@
 #include "decoder/entropy/mb_layer.h"
 
+#include "Common/h264/intra_modes.h"
 #include "decoder/entropy/direct.h"
 #include "decoder/entropy/motion.h"
 
@@ -206,12 +207,12 @@ void ReadQuarters(const SliceView& s, const MbState& Mb, EntropyState& e, Motion
 template <class Syntax, SliceType kSlice>
 bool ReadMotion8x8(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& m, bool AllRef0)
 {
-    constexpr int kLists = kSlice == B_SLICE ? 2 : 1;
+    constexpr int kLists = kSlice == SLICE_B ? 2 : 1;
     SubType Sub[4];
     uint32_t Direct = 0;
     bool Allows8x8 = true;
     for (int q = 0; q < 4; ++q) {
-        if constexpr (kSlice == B_SLICE)
+        if constexpr (kSlice == SLICE_B)
             Sub[q] = kSubTypeB[Syntax::SubMbTypeB(e)];
         else
             Sub[q] = {static_cast<uint8_t>(Syntax::SubMbTypeP(e)), USES_L0};
@@ -256,7 +257,7 @@ bool ReadMotionB(const SliceView& s, const MbState& Mb, EntropyState& e, MotionS
     }
     if (Type == 22) {
         Global.MbType = MBTYPE_INTER8x8;
-        return ReadMotion8x8<Syntax, B_SLICE>(s, Mb, e, m, false);
+        return ReadMotion8x8<Syntax, SLICE_B>(s, Mb, e, m, false);
     }
     const bool Rows = (Type & 1) == 0;
     const uint8_t* const pLists = kPartListsB[Type - 4];
@@ -276,7 +277,7 @@ bool ReadMotionP(const SliceView& s, const MbState& Mb, EntropyState& e, MotionS
     case 0: Read16x16<Syntax, 1>(s, Mb, e, m, USES_L0); return true;
     case 1:
     case 2: ReadHalves<Syntax, 1>(s, Mb, e, m, Type == 1, kList0); return true;
-    default: return ReadMotion8x8<Syntax, P_SLICE>(s, Mb, e, m, Type == 4);
+    default: return ReadMotion8x8<Syntax, SLICE_P>(s, Mb, e, m, Type == 4);
     }
 }
 
@@ -287,7 +288,7 @@ void LoadIntraModes(const SliceView& s, const MbState& Mb, int8_t* pCache)
     const auto ModeOf = [&](int32_t Neighbour, const MbGlobalInfo& Global, int Block) {
         if (Neighbour < 0) return -1;
         if (Global.MbType == MBTYPE_INTRA4x4) return int{s.Local.m_pIntraModes[Neighbour * 16 + Block]};
-        return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : 2;
+        return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : int{h264::kIntraDcMode};
     };
     for (int i = 0; i < 4; ++i) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, i);
@@ -330,7 +331,7 @@ void ClearMotion(const H264MbInfo& Records, int32_t Number, bool IsBSlice)
 template <class Syntax, SliceType kSlice>
 bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, MotionState& Motion, uint32_t Type)
 {
-    if constexpr (kSlice == B_SLICE)
+    if constexpr (kSlice == SLICE_B)
         return ReadMotionB<Syntax>(Slice, Mb, State, Motion, Type);
     else
         return ReadMotionP<Syntax>(Slice, Mb, State, Motion, Type);
@@ -338,10 +339,10 @@ bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, 
 #define INSTANTIATE(Elements, kSlice)                                                                                  \
     template bool ReadMotion<SyntaxOf<Elements, false>, kSlice>(const SliceView&, const MbState&, EntropyState&,       \
                                                                 MotionState&, uint32_t)
-INSTANTIATE(CavlcSyntax, P_SLICE);
-INSTANTIATE(CavlcSyntax, B_SLICE);
-INSTANTIATE(CabacSyntax, P_SLICE);
-INSTANTIATE(CabacSyntax, B_SLICE);
+INSTANTIATE(CavlcSyntax, SLICE_P);
+INSTANTIATE(CavlcSyntax, SLICE_B);
+INSTANTIATE(CabacSyntax, SLICE_P);
+INSTANTIATE(CabacSyntax, SLICE_B);
 #undef INSTANTIATE
 
 template <class Syntax>
@@ -352,8 +353,7 @@ void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& Sta
     const bool Is8x8 = (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8) != 0;
     for (int i = 0; i < 16; i += Is8x8 ? 4 : 1) {
         int8_t* const pMode = Cache + kBlockCachePos[i];
-        int Predicted = std::min(pMode[-1], pMode[-kCacheStride]);
-        if (Predicted < 0) Predicted = 2;
+        const int Predicted = h264::PredictIntraMode(pMode[-1], pMode[-kCacheStride]);
         int Mode = Syntax::IntraMode(State);
         if (Mode < 0)
             Mode = Predicted;

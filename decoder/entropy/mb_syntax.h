@@ -2,6 +2,7 @@
 // classes offer the same functions, so that the macroblock decoder is written once.
 #pragma once
 
+#include "Common/h264/mb_type.h"
 #include "decoder/entropy/traced_syntax.h"
 #include "decoder/slice/slice_cursor.h"
 
@@ -9,10 +10,6 @@
 #include <type_traits>
 
 namespace UMC {
-
-inline constexpr uint32_t kIntraPcmType = 25;   // mb_type of I slices
-inline constexpr uint32_t kFirstIntraTypeP = 5; // mb_type in P slices from which on I types follow
-inline constexpr uint32_t kFirstIntraTypeB = 23;
 
 // Values out of range throw h264_exception with -882.
 struct CavlcSyntax {

@@ -1,9 +1,12 @@
-// Macroblock syntax in CABAC, clauses 7.3.5 and 9.3.3.1. Numbers added to m_Contexts are ctxIdxOffset of Table 9-34.
+// Macroblock syntax in CABAC, clauses 7.3.5 and 9.3.3.1.
 #include "decoder/entropy/mb_syntax.h"
 
 #include <algorithm>
 
 namespace UMC {
+
+using h264::CabacContext;
+using Offset = h264::CtxIdxOffset;
 
 namespace {
 
@@ -16,14 +19,14 @@ struct IntraTypeContexts {
 };
 constexpr IntraTypeContexts kIntraSliceContexts{3, 4, 5, 6, 7}, kPrefixedContexts{1, 2, 2, 3, 3};
 
-uint32_t IntraType(CabacEngine& e, CabacContext* c, CabacContext& First, const IntraTypeContexts& Offsets)
+uint32_t IntraType(CabacEngine& e, CabacContext* c, CabacContext& First, const IntraTypeContexts& At)
 {
     if (!e.Decide(First)) return 0;
-    if (e.Terminate()) return kIntraPcmType;
-    uint32_t Type = 1 + 12 * e.Decide(c[Offsets.Luma]);
-    if (e.Decide(c[Offsets.Chroma])) Type += 4 + 4 * e.Decide(c[Offsets.ChromaAc]);
-    Type += 2 * e.Decide(c[Offsets.Mode0]);
-    return Type + e.Decide(c[Offsets.Mode1]);
+    if (e.Terminate()) return h264::kIntraPcmType;
+    uint32_t Type = 1 + 12 * e.Decide(c[At.Luma]);
+    if (e.Decide(c[At.Chroma])) Type += 4 + 4 * e.Decide(c[At.ChromaAc]);
+    Type += 2 * e.Decide(c[At.Mode0]);
+    return Type + e.Decide(c[At.Mode1]);
 }
 
 // A copy of the engine for the length of one element of several bins, so that its fields live in registers.
@@ -72,14 +75,14 @@ private:
 
 bool CabacSyntax::SkipFlag(EntropyState& State, const MbState& Mb, bool IsBSlice)
 {
-    const int Inc = !(Mb.pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(Mb.pTopGlobal->MbFlags & MBFLAG_SKIPPED);
-    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[(IsBSlice ? 24 : 11) + Inc]);
+    const uint32_t Inc = !(Mb.pLeftGlobal->MbFlags & MBFLAG_SKIPPED) + !(Mb.pTopGlobal->MbFlags & MBFLAG_SKIPPED);
+    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[(IsBSlice ? Offset::kSkipB : Offset::kSkipP) + Inc]);
 }
 
 uint32_t CabacSyntax::MbTypeI(EntropyState& State, const MbState& Mb)
 {
     const auto IsNxN = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_INTRA4x4; };
-    CabacContext* const c = State.Cabac.m_Contexts + 3;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kMbTypeI];
     const int Inc = !IsNxN(*Mb.pLeftGlobal) + !IsNxN(*Mb.pTopGlobal);
     return IntraType(State.Cabac.m_Engine, c, c[Inc], kIntraSliceContexts);
 }
@@ -87,8 +90,9 @@ uint32_t CabacSyntax::MbTypeI(EntropyState& State, const MbState& Mb)
 uint32_t CabacSyntax::MbTypeP(EntropyState& State)
 {
     CabacEngine& e = State.Cabac.m_Engine;
-    CabacContext* const c = State.Cabac.m_Contexts + 14;
-    if (e.Decide(c[0])) return kFirstIntraTypeP + IntraType(e, c + 3, c[3], kPrefixedContexts);
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kMbTypeP];
+    CabacContext* const pIntra = &State.Cabac.m_Contexts[Offset::kMbTypeIntraInP];
+    if (e.Decide(c[0])) return h264::kFirstIntraTypeP + IntraType(e, pIntra, *pIntra, kPrefixedContexts);
     if (e.Decide(c[1])) return e.Decide(c[3]) ? 1 : 2;
     return e.Decide(c[2]) ? 3 : 0;
 }
@@ -97,13 +101,16 @@ uint32_t CabacSyntax::MbTypeB(EntropyState& State, const MbState& Mb)
 {
     const auto IsDirect = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_DIRECT; };
     LocalEngine e(State.Cabac);
-    CabacContext* const c = State.Cabac.m_Contexts + 27;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kMbTypeB];
     if (!e->Decide(c[!IsDirect(*Mb.pLeftGlobal) + !IsDirect(*Mb.pTopGlobal)])) return 0;
     if (!e->Decide(c[3])) return 1 + e->Decide(c[5]);
     uint32_t Bins = e->Decide(c[4]);
     for (int i = 0; i < 3; ++i) Bins = Bins * 2 + e->Decide(c[5]);
     if (Bins < 8) return 3 + Bins;
-    if (Bins == 13) return kFirstIntraTypeB + IntraType(*e, c + 5, c[5], kPrefixedContexts);
+    if (Bins == 13) {
+        CabacContext* const pIntra = &State.Cabac.m_Contexts[Offset::kMbTypeIntraInB];
+        return h264::kFirstIntraTypeB + IntraType(*e, pIntra, *pIntra, kPrefixedContexts);
+    }
     if (Bins == 14) return 11;
     if (Bins == 15) return 22;
     return 12 + (Bins - 8) * 2 + e->Decide(c[5]);
@@ -112,7 +119,7 @@ uint32_t CabacSyntax::MbTypeB(EntropyState& State, const MbState& Mb)
 uint32_t CabacSyntax::SubMbTypeP(EntropyState& State)
 {
     LocalEngine e(State.Cabac);
-    CabacContext* const c = State.Cabac.m_Contexts + 21;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kSubMbTypeP];
     if (e->Decide(c[0])) return 0;
     if (!e->Decide(c[1])) return 1;
     return e->Decide(c[2]) ? 2 : 3;
@@ -121,7 +128,7 @@ uint32_t CabacSyntax::SubMbTypeP(EntropyState& State)
 uint32_t CabacSyntax::SubMbTypeB(EntropyState& State)
 {
     LocalEngine e(State.Cabac);
-    CabacContext* const c = State.Cabac.m_Contexts + 36;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kSubMbTypeB];
     if (!e->Decide(c[0])) return 0;
     if (!e->Decide(c[1])) return 1 + e->Decide(c[3]);
     uint32_t Type = 3;
@@ -136,18 +143,18 @@ uint32_t CabacSyntax::SubMbTypeB(EntropyState& State)
 uint32_t CabacSyntax::TransformSize8x8Flag(EntropyState& State, const MbState& Mb)
 {
     const auto Flag = [](const MbGlobalInfo& Mb) { return (Mb.MbFlags & MBFLAG_TRANSFORM8x8) != 0; };
-    const int Inc = Flag(*Mb.pLeftGlobal) + Flag(*Mb.pTopGlobal);
-    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[399 + Inc]);
+    const uint32_t Inc = Flag(*Mb.pLeftGlobal) + Flag(*Mb.pTopGlobal);
+    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[Offset::kTransform8x8 + Inc]);
 }
 
 int CabacSyntax::IntraMode(EntropyState& State)
 {
     LocalEngine e(State.Cabac);
-    CabacContext* const c = State.Cabac.m_Contexts + 68;
-    if (e->Decide(c[0])) return -1;
-    uint32_t Mode = e->Decide(c[1]);
-    Mode += 2 * e->Decide(c[1]);
-    Mode += 4 * e->Decide(c[1]);
+    if (e->Decide(State.Cabac.m_Contexts[Offset::kPrevIntraMode])) return -1;
+    CabacContext& Rem = State.Cabac.m_Contexts[Offset::kRemIntraMode];
+    uint32_t Mode = e->Decide(Rem);
+    Mode += 2 * e->Decide(Rem);
+    Mode += 4 * e->Decide(Rem);
     return static_cast<int>(Mode);
 }
 
@@ -158,7 +165,7 @@ uint8_t CabacSyntax::IntraChromaMode(EntropyState& State, const MbState& Mb)
         return IsIntra(Mb) && Local.SubBlockDirection[2] != 0;
     };
     CabacEngine& e = State.Cabac.m_Engine;
-    CabacContext* const c = State.Cabac.m_Contexts + 64;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kIntraChromaMode];
     const int Inc = HasMode(*Mb.pLeftGlobal, *Mb.pLeftLocal) + HasMode(*Mb.pTopGlobal, *Mb.pTopLocal);
     uint8_t Mode = 0;
     if (e.Decide(c[Inc])) do
@@ -170,7 +177,7 @@ uint8_t CabacSyntax::IntraChromaMode(EntropyState& State, const MbState& Mb)
 uint8_t CabacSyntax::CodedBlockPattern(EntropyState& State, const MbState& Mb, bool HasChroma, bool)
 {
     LocalEngine e(State.Cabac);
-    CabacContext* const c = State.Cabac.m_Contexts + 73;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kPatternLuma];
     const uint32_t Left = Mb.pLeftLocal->CodedBlockPattern, Top = Mb.pTopLocal->CodedBlockPattern;
     const auto Inc = [](uint32_t A, uint32_t B) { return (~A & 1) + 2 * (~B & 1); };
 
@@ -182,15 +189,16 @@ uint8_t CabacSyntax::CodedBlockPattern(EntropyState& State, const MbState& Mb, b
     if (!HasChroma) return static_cast<uint8_t>(Pattern);
 
     const uint32_t LeftChroma = Left >> 4, TopChroma = Top >> 4;
-    if (e->Decide(c[4 + (LeftChroma != 0) + 2 * (TopChroma != 0)]))
-        Pattern |= 16u << e->Decide(c[8 + (LeftChroma == 2) + 2 * (TopChroma == 2)]);
+    CabacContext* const pChroma = &State.Cabac.m_Contexts[Offset::kPatternChroma];
+    if (e->Decide(pChroma[(LeftChroma != 0) + 2 * (TopChroma != 0)]))
+        Pattern |= 16u << e->Decide(pChroma[4 + (LeftChroma == 2) + 2 * (TopChroma == 2)]);
     return static_cast<uint8_t>(Pattern);
 }
 
 int CabacSyntax::DeltaQp(EntropyState& State)
 {
     LocalEngine e(State.Cabac);
-    CabacContext* const c = State.Cabac.m_Contexts + 60;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kQpDelta];
     if (!e->Decide(c[State.PrevDeltaQp != 0])) return 0;
     int Bins = 1;
     if (e->Decide(c[2])) do
@@ -202,7 +210,7 @@ int CabacSyntax::DeltaQp(EntropyState& State)
 int CabacSyntax::RefIdx(EntropyState& State, const MbState& Mb, int List, int Quadrant, int Count)
 {
     CabacEngine& e = State.Cabac.m_Engine;
-    CabacContext* const c = State.Cabac.m_Contexts + 54;
+    CabacContext* const c = &State.Cabac.m_Contexts[Offset::kRefIdx];
     const uint32_t Own = Mb.pLocal->RefIdxContext[List];
     const uint32_t A = Quadrant & 1 ? Own >> (Quadrant - 1) : Mb.pLeftLocal->RefIdxContext[List] >> (Quadrant + 1);
     const uint32_t B = Quadrant & 2 ? Own >> (Quadrant - 2) : Mb.pTopLocal->RefIdxContext[List] >> (Quadrant + 2);
@@ -222,8 +230,8 @@ h264::MotionVector CabacSyntax::Mvd(EntropyState& State, const MotionCache& Cach
     const uint8_t* const pA = Cache.Mvd[Pos - 1];
     const uint8_t* const pB = Cache.Mvd[Pos - kCacheStride];
     LocalEngine e(State.Cabac);
-    const int x = MvdComponent(*e, State.Cabac.m_Contexts + 40, uint32_t{pA[0]} + pB[0]);
-    const int y = MvdComponent(*e, State.Cabac.m_Contexts + 47, uint32_t{pA[1]} + pB[1]);
+    const int x = MvdComponent(*e, &State.Cabac.m_Contexts[Offset::kMvdX], uint32_t{pA[0]} + pB[0]);
+    const int y = MvdComponent(*e, &State.Cabac.m_Contexts[Offset::kMvdY], uint32_t{pA[1]} + pB[1]);
     Magnitude[0] = static_cast<uint8_t>(std::min(x < 0 ? -x : x, 127));
     Magnitude[1] = static_cast<uint8_t>(std::min(y < 0 ? -y : y, 127));
     return {static_cast<int16_t>(x), static_cast<int16_t>(y)};

@@ -14,11 +14,14 @@ uint32_t ReadUe(EntropyState& State, uint32_t Max)
 
 } // namespace
 
-uint32_t CavlcSyntax::MbTypeI(EntropyState& State, const MbState&) { return ReadUe(State, kIntraPcmType); }
-uint32_t CavlcSyntax::MbTypeP(EntropyState& State) { return ReadUe(State, kFirstIntraTypeP + kIntraPcmType); }
+uint32_t CavlcSyntax::MbTypeI(EntropyState& State, const MbState&) { return ReadUe(State, h264::kIntraPcmType); }
+uint32_t CavlcSyntax::MbTypeP(EntropyState& State)
+{
+    return ReadUe(State, h264::kFirstIntraTypeP + h264::kIntraPcmType);
+}
 uint32_t CavlcSyntax::MbTypeB(EntropyState& State, const MbState&)
 {
-    return ReadUe(State, kFirstIntraTypeB + kIntraPcmType);
+    return ReadUe(State, h264::kFirstIntraTypeB + h264::kIntraPcmType);
 }
 uint32_t CavlcSyntax::SubMbTypeP(EntropyState& State) { return ReadUe(State, 3); }
 uint32_t CavlcSyntax::SubMbTypeB(EntropyState& State) { return ReadUe(State, 12); }

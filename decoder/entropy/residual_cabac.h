@@ -1,6 +1,7 @@
 // Residual blocks in CABAC, clauses 7.3.5.3.3 and 9.3.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/trace/element_trace.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
@@ -10,10 +11,8 @@
 
 namespace UMC {
 
-enum CabacBlockCat { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA_4x4, CAT_CHROMA_DC, CAT_CHROMA_AC, CAT_LUMA_8x8 };
-
 // Reads the significance map and the levels of blocks of one category whose coded_block_flag is 1.
-template <class Coeffs, CabacBlockCat kCat>
+template <class Coeffs, h264::BlockCat kCat>
 class CabacBlockReader
 {
 public:
@@ -23,13 +22,13 @@ public:
     {
         CabacEngine e = Cabac.m_Engine;
         uint8_t Position[kCount];
-        const int Found = ReadMap(e, Cabac.m_Contexts, Field, Position);
-        CabacContext* const pAbs = Cabac.m_Contexts + h264::kBlockCatContexts[kCat].AbsLevel;
+        const int Found = ReadMap(e, Cabac.m_Contexts.data(), Field, Position);
+        h264::CabacContext* const pAbs = Cabac.m_Contexts.data() + h264::kBlockCatContexts[kCat].AbsLevel;
         int Bin0 = 1, Above1 = 0; // ctxIdxInc of the first bin; levels above 1 so far
         for (int i = Found - 1; i >= 0; --i) {
             uint32_t Magnitude = 1;
             if (e.Decide(pAbs[Bin0])) {
-                Magnitude = ReadMagnitude(e, pAbs[5 + std::min(Above1, kCat == CAT_CHROMA_DC ? 3 : 4)]);
+                Magnitude = ReadMagnitude(e, pAbs[5 + std::min(Above1, kCat == h264::CAT_CHROMA_DC ? 3 : 4)]);
                 Bin0 = 0;
                 ++Above1;
             } else if (Bin0 != 0 && Bin0 < 4) {
@@ -42,29 +41,30 @@ public:
     }
 
 private:
-    static constexpr int kCount = kCat == CAT_LUMA_8x8                           ? 64
-                                  : kCat == CAT_CHROMA_DC                        ? 4
-                                  : kCat == CAT_LUMA_AC || kCat == CAT_CHROMA_AC ? 15
-                                                                                 : 16;
+    static constexpr int kCount = kCat == h264::CAT_LUMA_8x8                                 ? 64
+                                  : kCat == h264::CAT_CHROMA_DC                              ? 4
+                                  : kCat == h264::CAT_LUMA_AC || kCat == h264::CAT_CHROMA_AC ? 15
+                                                                                             : 16;
 
-    [[gnu::always_inline]] static int ReadMap(CabacEngine& e, CabacContext* pContexts, bool Field, uint8_t* pPosition)
+    [[gnu::always_inline]] static int ReadMap(CabacEngine& e, h264::CabacContext* pContexts, bool Field,
+                                              uint8_t* pPosition)
     {
         const h264::BlockCatContexts& Offsets = h264::kBlockCatContexts[kCat];
-        CabacContext* const pSignificant = pContexts + Offsets.Significant[Field];
-        CabacContext* const pLast = pContexts + Offsets.Last[Field];
+        h264::CabacContext* const pSignificant = pContexts + Offsets.Significant[Field];
+        h264::CabacContext* const pLast = pContexts + Offsets.Last[Field];
         const uint8_t* const pInc8x8 = h264::kSignificantCtx8x8[Field];
         int Found = 0;
         for (int i = 0; i < kCount - 1; ++i) {
-            if (!e.Decide(pSignificant[kCat == CAT_LUMA_8x8 ? pInc8x8[i] : i])) continue;
+            if (!e.Decide(pSignificant[kCat == h264::CAT_LUMA_8x8 ? pInc8x8[i] : i])) continue;
             pPosition[Found++] = static_cast<uint8_t>(i);
-            if (e.Decide(pLast[kCat == CAT_LUMA_8x8 ? h264::kLastCtx8x8[i] : i])) return Found;
+            if (e.Decide(pLast[kCat == h264::CAT_LUMA_8x8 ? h264::kLastCtx8x8[i] : i])) return Found;
         }
         pPosition[Found++] = kCount - 1;
         return Found;
     }
 
     // Bins behind a first bin of 1: ones up to a prefix of 14, then Exp-Golomb of order 0.
-    [[gnu::always_inline]] static uint32_t ReadMagnitude(CabacEngine& e, CabacContext& Context)
+    [[gnu::always_inline]] static uint32_t ReadMagnitude(CabacEngine& e, h264::CabacContext& Context)
     {
         uint32_t Magnitude = 2;
         while (Magnitude < 15 && e.Decide(Context)) ++Magnitude;
@@ -83,15 +83,15 @@ private:
                                            Coeffs* pOut)
     {
         h264::trace::Level(static_cast<int32_t>(Position), Level);
-        if constexpr (kCat == CAT_CHROMA_DC) {
+        if constexpr (kCat == h264::CAT_CHROMA_DC) {
             pOut[Position] = static_cast<Coeffs>(Level);
-        } else if constexpr (kCat == CAT_LUMA_DC) {
+        } else if constexpr (kCat == h264::CAT_LUMA_DC) {
             pOut[pScan[Position]] = static_cast<Coeffs>(Level);
         } else {
             // AC lists start at the second place of the scan.
             const uint32_t Place = pScan[Position + (kCount == 15)];
-            pOut[Place] = kCat == CAT_LUMA_8x8 ? Scale8x8<Coeffs>(Level, Scale.pScale[Place], Scale.Per)
-                                               : Scale4x4<Coeffs>(Level, Scale.pScale[Place], Scale.Per);
+            pOut[Place] = kCat == h264::CAT_LUMA_8x8 ? Scale8x8<Coeffs>(Level, Scale.pScale[Place], Scale.Per)
+                                                     : Scale4x4<Coeffs>(Level, Scale.pScale[Place], Scale.Per);
         }
     }
 };
@@ -109,12 +109,12 @@ protected:
         static bool LumaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
                            Coeffs* pOut)
         {
-            return Block4x4<CAT_LUMA_AC>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
+            return Block4x4<h264::CAT_LUMA_AC>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
         }
         static bool Luma4x4(EntropyState& e, const MbState& Mb, CountCache& Counts, int Block, Dequant Scale,
                             Coeffs* pOut)
         {
-            return Block4x4<CAT_LUMA_4x4>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
+            return Block4x4<h264::CAT_LUMA_4x4>(e, Mb, Counts.NonZero[0] + kBlockCachePos[Block], Scale, pOut);
         }
         static bool Luma8x8(EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale,
                             Coeffs* pOut);
@@ -124,14 +124,14 @@ protected:
                              Dequant Scale, Coeffs* pOut)
         {
             uint8_t* const pFlag = Counts.NonZero[1 + Plane] + CachePos(Block & 1, Block >> 1);
-            return Block4x4<CAT_CHROMA_AC>(e, Mb, pFlag, Scale, pOut);
+            return Block4x4<h264::CAT_CHROMA_AC>(e, Mb, pFlag, Scale, pOut);
         }
         // Nothing: the flags of the macroblock are its CodedBlockBits.
         static void StoreCounts(const SliceView&, const MbState&, const CountCache&, bool, bool) {}
 
     private:
         static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
-        static bool DecideFlag(EntropyState& e, CabacBlockCat Cat, uint32_t Inc)
+        static bool DecideFlag(EntropyState& e, h264::BlockCat Cat, uint32_t Inc)
         {
             return e.Cabac.m_Engine.Decide(e.Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
         }
@@ -140,7 +140,7 @@ protected:
         {
             return Neighbour >= 0 ? Own : IsIntra(*Mb.pGlobal) ? ~0u : 0u;
         }
-        template <CabacBlockCat kCat>
+        template <h264::BlockCat kCat>
         static bool Block4x4(EntropyState& e, const MbState& Mb, uint8_t* pFlag, Dequant Scale, Coeffs* pOut)
         {
             const bool Coded = DecideFlag(e, kCat, pFlag[-1] + 2u * pFlag[-kCacheStride]);
@@ -179,7 +179,7 @@ void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
                                                                                              const MbState& Mb,
                                                                                              CountCache& Counts)
 {
-    constexpr int kRows = color_format == 2 ? 4 : 2;
+    constexpr int kRows = h264::kChromaGeometry[color_format].MbHeight / 4;
     for (int Plane = 0; Plane < 2; ++Plane) {
         uint8_t* const pCache = Counts.NonZero[1 + Plane];
         const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;
@@ -201,10 +201,10 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
 {
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBits);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBits);
-    if (!DecideFlag(e, CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
+    if (!DecideFlag(e, h264::CAT_LUMA_DC, (Left >> 16 & 1) + 2 * (Top >> 16 & 1))) return false;
     const bool Field = IsField(Mb);
-    CabacBlockReader<Coeffs, CAT_LUMA_DC>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4, {},
-                                                pLevels);
+    CabacBlockReader<Coeffs, h264::CAT_LUMA_DC>::Read(e.Cabac, Field, Field ? h264::kFieldScan4x4 : h264::kZigzag4x4,
+                                                      {}, pLevels);
     return true;
 }
 
@@ -215,8 +215,8 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
 {
     // In these chroma formats there is no flag (clause 7.3.5.3.3): it is taken as 1.
     const bool Field = IsField(Mb);
-    CabacBlockReader<Coeffs, CAT_LUMA_8x8>::Read(e.Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8, Scale,
-                                                 pOut);
+    CabacBlockReader<Coeffs, h264::CAT_LUMA_8x8>::Read(e.Cabac, Field, Field ? h264::kFieldScan8x8 : h264::kZigzag8x8,
+                                                       Scale, pOut);
     uint8_t* const pFlag = Counts.NonZero[0] + kBlockCachePos[Quadrant * 4];
     pFlag[0] = pFlag[1] = pFlag[kCacheStride] = pFlag[kCacheStride + 1] = 1;
     return true;
@@ -230,8 +230,8 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
 {
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]);
-    if (!DecideFlag(e, CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, CAT_CHROMA_DC>::Read(e.Cabac, IsField(Mb), nullptr, {}, pLevels);
+    if (!DecideFlag(e, h264::CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
+    CabacBlockReader<Coeffs, h264::CAT_CHROMA_DC>::Read(e.Cabac, IsField(Mb), nullptr, {}, pLevels);
     return true;
 }
 

@@ -1,6 +1,8 @@
 // Residual blocks in CAVLC: nC from the counts around, and the places of the coefficients (clause 9.2.1).
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
+#include "Common/h264/coefficient_counts.h"
 #include "Common/h264/trace/element_trace.h"
 #include "decoder/entropy/dequant.h"
 #include "decoder/slice/slice_cursor.h"
@@ -11,12 +13,6 @@
 #include <cstring>
 
 namespace UMC {
-
-inline constexpr uint8_t kNoCount = 64; // stands for a neighbour that is not there
-
-// The macroblock's counts in m_pCoeffCounts: luma, then the chroma planes.
-inline constexpr int kCountsPerMb = 48;
-inline constexpr int kCountsPerPlane = 16;
 
 template <class Coeffs, int color_format, bool is_field>
 class ResidualDecoderCAVLC
@@ -59,7 +55,8 @@ protected:
         static bool ChromaDc(EntropyState& e, const MbState&, int, Coeffs* pLevels)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(e.Bits, color_format == 2 ? -2 : -1, color_format == 2 ? 8 : 4, Block);
+            const int Count = ReadCavlcBlock(e.Bits, h264::ChromaDcNc(color_format),
+                                             h264::kChromaGeometry[color_format].Blocks, Block);
             for (int i = 0; i < Count; ++i) {
                 h264::trace::Level(Block.Position[i], Block.Level[i]);
                 pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
@@ -76,7 +73,7 @@ protected:
                                 bool HasChromaAc);
 
     private:
-        static constexpr int kChromaRows = color_format == 2 ? 4 : 2;
+        static constexpr int kChromaRows = h264::kChromaGeometry[color_format].MbHeight / 4;
 
         static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
         static const uint8_t* Scan4x4(const MbState& Mb)
@@ -85,11 +82,7 @@ protected:
         }
         static void LoadPlane(const SliceView& s, const MbState& Mb, CountCache& Counts, int Plane, int Width,
                               int Height);
-        static int FindNc(const uint8_t* pCount)
-        {
-            const int Sum = pCount[-1] + pCount[-kCacheStride];
-            return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
-        }
+        static int FindNc(const uint8_t* pCount) { return h264::FindNc(pCount[-1], pCount[-kCacheStride]); }
         static bool Block4x4(EntropyState& e, const MbState& Mb, uint8_t* pCount, int MaxCoeffs, Dequant Scale,
                              Coeffs* pOut)
         {
@@ -118,11 +111,11 @@ void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>
     if (Mb.Top >= 0)
         std::memcpy(pCache + CachePos(0, -1), pCounts + Mb.Top * kCountsPerMb + (Height - 1) * Width, Bytes);
     else
-        std::memset(pCache + CachePos(0, -1), kNoCount, Bytes);
+        std::memset(pCache + CachePos(0, -1), h264::kNoCount, Bytes);
     for (int y = 0; y < Height; ++y) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y, Height);
         pCache[CachePos(-1, y)] =
-            Left.Mb >= 0 ? pCounts[Left.Mb * kCountsPerMb + (Left.Row + 1) * Width - 1] : kNoCount;
+            Left.Mb >= 0 ? pCounts[Left.Mb * kCountsPerMb + (Left.Row + 1) * Width - 1] : h264::kNoCount;
         std::memset(pCache + CachePos(0, y), 0, Bytes);
     }
 }

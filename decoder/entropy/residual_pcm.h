@@ -1,6 +1,7 @@
 // I_PCM samples, clause 7.3.5.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
@@ -11,7 +12,7 @@ template <class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_f
 class ResidualDecoderPCM
 {
 protected:
-    static constexpr int kChromaSamples = color_format == 0 ? 0 : 64 << (color_format - 1); // of one plane
+    static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
 
     // Reads the samples, from the next byte boundary on, into the place of the macroblock's coefficients: luma, then
     // both chroma planes, row by row.
@@ -21,7 +22,7 @@ protected:
         auto* const pLuma = r.As<PlaneY>();
         for (int i = 0; i < 256; ++i) pLuma[i] = static_cast<PlaneY>(Bits.GetBits(static_cast<uint32_t>(BitDepthLuma)));
         auto* const pChroma = reinterpret_cast<PlaneUV*>(pLuma + 256);
-        for (int i = 0; i < 2 * kChromaSamples; ++i)
+        for (int i = 0; i < 2 * kChroma.MbWidth * kChroma.MbHeight; ++i)
             pChroma[i] = static_cast<PlaneUV>(Bits.GetBits(static_cast<uint32_t>(BitDepthChroma)));
     }
 };

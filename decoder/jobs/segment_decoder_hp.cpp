@@ -17,17 +17,17 @@ public:
     Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
         switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case P_SLICE: return Run<false, P_SLICE, false>(Position, Count, d.m_Cursor);
-        case B_SLICE: return Run<false, B_SLICE, false>(Position, Count, d.m_Cursor);
-        default: return Run<false, I_SLICE, false>(Position, Count, d.m_Cursor);
+        case SLICE_P: return Run<false, SLICE_P, false>(Position, Count, d.m_Cursor);
+        case SLICE_B: return Run<false, SLICE_B, false>(Position, Count, d.m_Cursor);
+        default: return Run<false, SLICE_I, false>(Position, Count, d.m_Cursor);
         }
     }
     Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
         switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case P_SLICE: return Run<true, P_SLICE, false>(Position, Count, d.m_Cursor);
-        case B_SLICE: return Run<true, B_SLICE, false>(Position, Count, d.m_Cursor);
-        default: return Run<true, I_SLICE, false>(Position, Count, d.m_Cursor);
+        case SLICE_P: return Run<true, SLICE_P, false>(Position, Count, d.m_Cursor);
+        case SLICE_B: return Run<true, SLICE_B, false>(Position, Count, d.m_Cursor);
+        default: return Run<true, SLICE_I, false>(Position, Count, d.m_Cursor);
         }
     }
 
@@ -45,7 +45,7 @@ private:
                 Decoder::template DecodeMbCABAC<kSlice, kMbaff>(c);
             else
                 Decoder::template DecodeMbCAVLC<kSlice, kMbaff>(c);
-            if constexpr (kSlice == I_SLICE)
+            if constexpr (kSlice == SLICE_I)
                 Reconstructor::ReconstructIntra(s, c.Mb, c.Coeffs);
             else
                 Reconstructor::ReconstructInter(s, c.Mb, c.Coeffs, c.Scratch);

@@ -17,17 +17,14 @@ H264Deblocker::H264Deblocker(const PictureView& Picture, const H264Slice& Slice)
       m_pGlobal(m_pFrame->m_MbInfo.m_pGlobal),
       m_pLocal(Slice.m_pLocal->m_pLocal), m_pMv{m_pFrame->m_MbInfo.m_pMv[0], m_pFrame->m_MbInfo.m_pMv[1]},
       m_pRefIdx{m_pFrame->m_MbInfo.m_pRefIdx[0], m_pFrame->m_MbInfo.m_pRefIdx[1]}, m_MvLimit(Picture.IsField ? 2 : 4),
-      m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2), m_IsBSlice(Slice.m_Header.slice_type == B_SLICE)
+      m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2), m_IsBSlice(Slice.m_Header.slice_type == SLICE_B)
 {
     if (m_IsBSlice) NumberPictures();
     const int32_t* const pOffset = Slice.m_pPicParamSet->chroma_qp_index_offset;
     m_OneChromaQp = pOffset[0] == pOffset[1];
     for (int Qp = 0; Qp < 52; ++Qp) {
-        const int IndexA = std::clamp(Qp + Slice.m_Header.slice_alpha_c0_offset, 0, 51);
-        const int IndexB = std::clamp(Qp + Slice.m_Header.slice_beta_offset, 0, 51);
-        m_ByQp[Qp].Alpha = h264::kAlpha[IndexA];
-        m_ByQp[Qp].Beta = h264::kBeta[IndexB];
-        std::memcpy(m_ByQp[Qp].Clip, h264::kTc0[IndexA], 4);
+        m_ByQp[Qp] =
+            h264::FindDeblockingThresholds(Qp, Slice.m_Header.slice_alpha_c0_offset, Slice.m_Header.slice_beta_offset);
         for (int Plane = 0; Plane < 2; ++Plane) // clause 8.7.2.2: of each macroblock by itself
             m_ChromaQp[Plane][Qp] = h264::kChromaQp[std::clamp(Qp + pOffset[Plane], 0, 51)];
     }
@@ -35,7 +32,7 @@ H264Deblocker::H264Deblocker(const PictureView& Picture, const H264Slice& Slice)
 
 inline void H264Deblocker::SetThresholds(EdgeParams& Params, int Index, int Qp) const
 {
-    const Thresholds& t = m_ByQp[Qp];
+    const h264::DeblockingThresholds& t = m_ByQp[Qp];
     Params.Alpha[Index] = t.Alpha;
     Params.Beta[Index] = t.Beta;
     std::memcpy(Params.Clip[Index], t.Clip, 4);

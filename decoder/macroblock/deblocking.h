@@ -2,6 +2,7 @@
 // are kernels.
 #pragma once
 
+#include "Common/h264/deblocking_thresholds.h"
 #include "decoder/picture/picture_view.h"
 #include "decoder/slice/neighbours.h"
 #include "decoder/slice/slice.h"
@@ -39,9 +40,6 @@ private:
     // Bits of 4x4 blocks, raster: of the edge to the left of a block, and of the edge above it.
     struct EdgeBits {
         uint32_t Vertical, Horizontal;
-    };
-    struct Thresholds {
-        uint8_t Alpha, Beta, Clip[4];
     };
 
     Place FindPlace(int32_t X, int32_t Y) const;
@@ -81,7 +79,7 @@ private:
     uintptr_t m_PictureOf[2][33];
     bool m_OneChromaQp;        // both planes have the same offset
     uint8_t m_ChromaQp[2][52]; // by luma QP
-    Thresholds m_ByQp[52];
+    h264::DeblockingThresholds m_ByQp[52];
 };
 
 inline H264Deblocker::Place H264Deblocker::FindPlace(int32_t X, int32_t Y) const

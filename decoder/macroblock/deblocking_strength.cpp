@@ -125,10 +125,12 @@ inline H264Deblocker::EdgeBits H264Deblocker::CodedBits(const Place& p) const
 
 DeblockingStrength H264Deblocker::IntraStrength(const Place& p) const
 {
-    const uint32_t TopEdge = m_Picture.IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
-    const uint32_t Odd = m_pGlobal[p.Mb].MbFlags & MBFLAG_TRANSFORM8x8 ? 0 : 3 * h264::kAllPieces;
-    return {{{p.Left >= 0 ? 4 * h264::kAllPieces : 0, Odd, 3 * h264::kAllPieces, Odd},
-             {p.Top >= 0 ? TopEdge : 0, Odd, 3 * h264::kAllPieces, Odd}}};
+    const uint32_t TopEdge = m_Picture.IsField ? h264::kIntraFieldTop : h264::kIntraOuter;
+    const bool Transform8x8 = (m_pGlobal[p.Mb].MbFlags & MBFLAG_TRANSFORM8x8) != 0;
+    DeblockingStrength s;
+    h264::SetIntraStrengths(p.Left >= 0 ? h264::kIntraOuter : 0, Transform8x8, s.Edge[0]);
+    h264::SetIntraStrengths(p.Top >= 0 ? TopEdge : 0, Transform8x8, s.Edge[1]);
+    return s;
 }
 
 template <bool kOneList>
@@ -151,8 +153,8 @@ DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
     if (Coded.Vertical | Moves.Vertical)
         h264::SpreadStrengths(h264::TransposeBlocks(Coded.Vertical), h264::TransposeBlocks(Moves.Vertical), s.Edge[0]);
     if (Coded.Horizontal | Moves.Horizontal) h264::SpreadStrengths(Coded.Horizontal, Moves.Horizontal, s.Edge[1]);
-    if (LeftIntra) s.Edge[0][0] = 4 * h264::kAllPieces;
-    if (TopIntra) s.Edge[1][0] = m_Picture.IsField ? 3 * h264::kAllPieces : 4 * h264::kAllPieces;
+    if (LeftIntra) s.Edge[0][0] = h264::kIntraOuter;
+    if (TopIntra) s.Edge[1][0] = m_Picture.IsField ? h264::kIntraFieldTop : h264::kIntraOuter;
     return s;
 }
 

@@ -238,7 +238,6 @@ void PredictBothLists(const SliceView& s, PredictionScratch& Scratch, const int 
     const ReferencePlanes &Ref0 = Set.Planes[0][RefIdx[0]], &Ref1 = Set.Planes[1][RefIdx[1]];
     PredictFrom<W, HasChroma>(Scratch, Ref1, Mv[1], b, PictureTarget(s.Picture, b));
 
-    constexpr int kEvenWeight = 32;
     const int Weight1 = s.References.ImplicitWeights ? Set.Tables.ImplicitWeight[RefIdx[0]][RefIdx[1]] : kEvenWeight;
     const bool Even = !s.References.ExplicitWeights && Weight1 == kEvenWeight;
     const bool Inside = b.X + W <= Ref0.Width && b.Y + b.Height <= Ref0.Height; // not so for a missing picture

@@ -55,10 +55,6 @@ private:
     static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
     static constexpr bool kHasChroma = kChroma.Blocks > 0;
 
-    static PlaneY* LumaOf(const PictureView& Picture, const MbState& Mb)
-    {
-        return reinterpret_cast<PlaneY*>(Picture.pPlane[0] + Mb.Y * 16 * Picture.PitchLuma) + Mb.X * 16;
-    }
     // Of the lower area of 8x8 samples too, where there is one.
     static PlaneY* ChromaOf(const PictureView& Picture, const MbState& Mb, int Plane, int Area = 0)
     {
@@ -71,10 +67,10 @@ private:
         if (r.Bits[0] == 0) return;
         const PictureView& Picture = s.Picture;
         if (is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
-            Traits::AddLuma8x8(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0],
+            Traits::AddLuma8x8(r.As<Coeffs>(), Picture.LumaOf<PlaneY>(Mb.X, Mb.Y), Picture.PitchLuma, r.Bits[0],
                                s.LumaDepth<PlaneY>());
         else
-            Traits::AddLuma4x4(r.As<Coeffs>(), LumaOf(Picture, Mb), Picture.PitchLuma, r.Bits[0],
+            Traits::AddLuma4x4(r.As<Coeffs>(), Picture.LumaOf<PlaneY>(Mb.X, Mb.Y), Picture.PitchLuma, r.Bits[0],
                                s.LumaDepth<PlaneY>());
     }
 
@@ -100,7 +96,8 @@ private:
     static void CopyPcm(const SliceView& s, const MbState& Mb, MbResidual& r)
     {
         const PictureView& Picture = s.Picture;
-        const PlaneY* pSamples = CopyRows(r.As<PlaneY>(), 16, 16, LumaOf(Picture, Mb), Picture.PitchLuma);
+        const PlaneY* pSamples =
+            CopyRows(r.As<PlaneY>(), 16, 16, Picture.LumaOf<PlaneY>(Mb.X, Mb.Y), Picture.PitchLuma);
         if constexpr (kHasChroma)
             for (int Plane = 1; Plane < 3; ++Plane)
                 pSamples = CopyRows(pSamples, kChroma.MbWidth, kChroma.MbHeight, ChromaOf(Picture, Mb, Plane),

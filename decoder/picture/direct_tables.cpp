@@ -9,9 +9,6 @@ namespace UMC {
 
 namespace {
 
-constexpr int32_t kNoScaling = 9999; // more than any factor: the vector is taken as it is
-constexpr int16_t kEvenWeight = 32;
-
 // DiffPicOrderCnt limited as clauses 8.4.1.2.3 and 8.4.2.3.1 limit it.
 int32_t Distance(int32_t Count, int32_t From)
 {
@@ -58,7 +55,7 @@ void ComputeDirectTables(const H264DecoderRefPicList& Lists, const SliceHeaderFi
         const ListEntry Entry0 = EntryOf(Lists.List[0], i, IsField);
         const bool IsScaled = Entry0.IsThere && !Entry0.IsLongTerm && Entry0.OrderCount != Colocated.OrderCount;
         Tables.DistScaleFactor[i] =
-            IsScaled ? ScaleFactor(PicOrderCnt, Entry0.OrderCount, Colocated.OrderCount) : kNoScaling;
+            IsScaled ? ScaleFactor(PicOrderCnt, Entry0.OrderCount, Colocated.OrderCount) : kNotScaled;
         if (!HasImplicitWeights) continue;
         for (int j = 0; j < Header.num_ref_idx_l1_active; ++j)
             Tables.ImplicitWeight[i][j] = ImplicitWeight(PicOrderCnt, Entry0, EntryOf(Lists.List[1], j, IsField));

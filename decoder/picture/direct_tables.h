@@ -8,9 +8,12 @@
 
 namespace UMC {
 
+inline constexpr int32_t kNotScaled = 9999; // more than any DistScaleFactor: the vector is taken as it is
+inline constexpr int16_t kEvenWeight = 32;
+
 // By reference index.
 struct H264DirectTables {
-    int32_t DistScaleFactor[32];    // temporal direct; 9999 where the reference is long-term or at equal distance
+    int32_t DistScaleFactor[32];    // temporal direct; kNotScaled where the reference is long-term or at equal distance
     int16_t ImplicitWeight[32][32]; // w1 by list 0 index and list 1 index; w0 is 64 - w1
 };
 

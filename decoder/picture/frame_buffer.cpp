@@ -43,9 +43,11 @@ Status H264DecYUVBufferPadded::Allocate(const PictureFormat& Format)
     if ((m_pPlaneY && Format == m_Format) || m_ExternalBuffer) return StatusOk;
 
     Release();
-    constexpr int64_t kChromaHeights[] = {1, 1, 2, 4}; // of both planes together, as multiples of half the luma plane
+    // Heights of both chroma planes together in luma heights. The two of 4:4:4 have deliberately twice the room they
+    // need.
+    constexpr int64_t kChromaHeights[] = {1, 1, 2, 4};
     const int32_t PitchLuma = AlignUp(Width, kPlaneAlign);
-    const int32_t PitchChroma = ChromaFormat == h264::CHROMA_444 ? PitchLuma : PitchLuma / 2;
+    const int32_t PitchChroma = PitchLuma >> Format.StoredChroma().ShiftX;
     const int64_t SampleBytes = Format.SampleBytes();
     const int64_t Samples =
         int64_t{Height} * PitchLuma + int64_t{Height} * PitchChroma * kChromaHeights[ChromaFormat] + kAlignSlack;

@@ -5,7 +5,7 @@ namespace UMC {
 namespace {
 
 constexpr size_t kAlign = 64;
-constexpr size_t kIntraModeCount = 16, kCoeffCountCount = 48; // a macroblock
+constexpr size_t kIntraModeCount = 16; // a macroblock
 
 size_t AlignUp(size_t Bytes) { return (Bytes + kAlign - 1) / kAlign * kAlign; }
 
@@ -18,7 +18,7 @@ void LocalMbMemory::Allocate(int32_t MbCount)
     const size_t LocalBytes = AlignUp(Count * sizeof(MbLocalInfo));
     const size_t MvdBytes = AlignUp(Count * sizeof(MbMvd));
     const size_t ModeBytes = AlignUp(Count * kIntraModeCount);
-    const size_t CountBytes = AlignUp(Count * kCoeffCountCount);
+    const size_t CountBytes = AlignUp(Count * kCountsPerMb);
     m_MbCount = 0;
     m_Block = {}; // before the new one is asked for
     m_Block = std::vector<uint8_t>(LocalBytes + 2 * MvdBytes + ModeBytes + CountBytes + kAlign);

@@ -8,12 +8,16 @@
 
 namespace UMC {
 
+// What a macroblock has of m_pCoeffCounts: total_coeff of blocks, luma in raster order, then both chroma planes.
+inline constexpr int kCountsPerPlane = 16;
+inline constexpr int kCountsPerMb = 3 * kCountsPerPlane;
+
 // Entries by macroblock number.
 struct H264LocalMbBuffers {
     MbLocalInfo* m_pLocal = nullptr;
     MbMvd* m_pMvd[2] = {};             // by list: vector differences, for CABAC contexts
     uint8_t* m_pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
-    uint8_t* m_pCoeffCounts = nullptr; // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
+    uint8_t* m_pCoeffCounts = nullptr; // kCountsPerMb a macroblock
 };
 
 class LocalMbMemory

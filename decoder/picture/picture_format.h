@@ -49,12 +49,14 @@ struct PictureFormat {
     {
         return static_cast<uint32_t>(256 * BitDepthLuma + 2 * Chroma().MbWidth * Chroma().MbHeight * BitDepthChroma);
     }
-    // Samples of a chroma plane as it stands in memory. That of a monochrome picture is grey, in the size of 4:2:0.
-    PictureSize ChromaSize() const
+    // Of the planes as they stand in memory: those of a monochrome picture are grey, in the size of 4:2:0.
+    const h264::ChromaGeometry& StoredChroma() const
     {
-        const h264::ChromaGeometry& Plane =
-            ChromaFormat == h264::CHROMA_400 ? h264::kChromaGeometry[h264::CHROMA_420] : Chroma();
-        return {Size.Width >> Plane.ShiftX, Size.Height >> Plane.ShiftY};
+        return ChromaFormat == h264::CHROMA_400 ? h264::kChromaGeometry[h264::CHROMA_420] : Chroma();
+    }
+    PictureSize ChromaSize() const // samples of a stored plane
+    {
+        return {Size.Width >> StoredChroma().ShiftX, Size.Height >> StoredChroma().ShiftY};
     }
 };
 

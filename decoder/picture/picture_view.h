@@ -19,6 +19,12 @@ struct PictureView {
     bool IsField = false, IsBottom = false;
 
     int32_t MbCount() const { return MbWidth * MbHeight; }
+    // The luma samples of the macroblock in column X and row Y.
+    template <class Sample>
+    Sample* LumaOf(int32_t X, int32_t Y) const
+    {
+        return reinterpret_cast<Sample*>(pPlane[0] + Y * 16 * PitchLuma) + X * 16;
+    }
 };
 
 // Structure is TOP_FIELD, BOTTOM_FIELD, or that of a frame.

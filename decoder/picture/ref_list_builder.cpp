@@ -1,7 +1,9 @@
 #include "decoder/picture/ref_list_builder.h"
 
+#include "Common/h264/reference_order.h"
+
 #include <algorithm>
-#include <cstring>
+#include <utility>
 
 namespace UMC {
 
@@ -49,7 +51,7 @@ public:
                 H264DecoderRefPicList& Lists)
         : m_Header(Order.Header), m_Reordering(Order.Reordering), m_MaxFrameNum(Order.MaxFrameNum), m_Frame(Frame),
           m_Dpb(Dpb), m_Lists(Lists), m_IsField(Order.Header.field_pic_flag != 0),
-          m_IsB(Order.Header.slice_type == B_SLICE)
+          m_IsB(Order.Header.slice_type == SLICE_B)
     {
     }
 
@@ -78,8 +80,8 @@ private:
     void CollectLongTerm()
     {
         const auto Before = [this](const H264DecoderFrame& a, const H264DecoderFrame& b) {
-            return m_IsField ? a.m_LongTermFrameIdx < b.m_LongTermFrameIdx
-                             : a.m_LongTermPicNum[0] < b.m_LongTermPicNum[0];
+            return m_IsField ? h264::IsBeforeInLongTerm(a.m_LongTermFrameIdx, b.m_LongTermFrameIdx)
+                             : h264::IsBeforeInLongTerm(a.m_LongTermPicNum[0], b.m_LongTermPicNum[0]);
         };
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
             if (IsLongTermFor(*p, m_IsField)) m_LongTerm.Insert(p, Before);
@@ -90,31 +92,30 @@ private:
     {
         FrameOrder ShortTerm;
         const auto Before = [this](const H264DecoderFrame& a, const H264DecoderFrame& b) {
-            return m_IsField ? a.m_FrameNumWrap > b.m_FrameNumWrap : a.m_PicNum[0] > b.m_PicNum[0];
+            return m_IsField ? h264::IsBeforeInListP(a.m_FrameNumWrap, b.m_FrameNumWrap)
+                             : h264::IsBeforeInListP(a.m_PicNum[0], b.m_PicNum[0]);
         };
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext)
             if (IsShortTermFor(*p, m_IsField)) ShortTerm.Insert(p, Before);
         m_ShortCount = ShortTerm.Count();
-        Join(m_Lists.List[0], {&ShortTerm, &m_LongTerm});
+        Join(m_Lists.List[0], ShortTerm);
     }
 
     // Clauses 8.2.4.2.3 and 8.2.4.2.4.
     void InitialListsB()
     {
-        FrameOrder Past, Future;
+        FrameOrder ShortTerm[2];
         const int32_t Current = m_Frame.PicOrderCnt(m_IsField ? m_Header.bottom_field_flag : -1);
         for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext) {
             if (!IsShortTermFor(*p, m_IsField)) continue;
-            if (OrderCount(*p) <= Current) {
-                Past.Insert(p, [this](const auto& a, const auto& b) { return OrderCount(a) > OrderCount(b); });
-            } else {
-                Future.Insert(p, [this](const auto& a, const auto& b) { return OrderCount(a) < OrderCount(b); });
-            }
+            for (int List = 0; List < 2; ++List)
+                ShortTerm[List].Insert(p, [&](const H264DecoderFrame& a, const H264DecoderFrame& b) {
+                    return h264::IsBeforeInListB(List, OrderCount(a), OrderCount(b), Current);
+                });
         }
-        if (Past.Count() + Future.Count() + m_LongTerm.Count() >= kMaxInitialEntries) return;
-        m_ShortCount = Past.Count() + Future.Count();
-        Join(m_Lists.List[0], {&Past, &Future, &m_LongTerm});
-        Join(m_Lists.List[1], {&Future, &Past, &m_LongTerm});
+        if (ShortTerm[0].Count() + m_LongTerm.Count() >= kMaxInitialEntries) return;
+        m_ShortCount = ShortTerm[0].Count();
+        for (int List = 0; List < 2; ++List) Join(m_Lists.List[List], ShortTerm[List]);
     }
 
     // Of the picture in work only the first field counts.
@@ -123,10 +124,10 @@ private:
         return &Frame == &m_Frame ? Frame.m_PicOrderCnt[1 - m_Header.bottom_field_flag] : Frame.PicOrderCnt();
     }
 
-    void Join(H264RefList& List, std::initializer_list<const FrameOrder*> Groups)
+    void Join(H264RefList& List, const FrameOrder& ShortTerm)
     {
         int At = 0;
-        for (const FrameOrder* const pGroup : Groups)
+        for (const FrameOrder* const pGroup : {&ShortTerm, &std::as_const(m_LongTerm)})
             for (int i = 0; i < pGroup->Count() && At < kMaxInitialEntries; ++i) {
                 List.Frame[At] = (*pGroup)[i];
                 List.Flag[At++] = kNoField;
@@ -251,7 +252,7 @@ Status BuildRefPicLists(const RefListOrder& Order, const H264DecoderFrame& Frame
 {
     Dpb.ComputePicNums(Order.Header, Order.MaxFrameNum);
     Lists = {};
-    if (Order.Header.slice_type == I_SLICE) return StatusOk;
+    if (Order.Header.slice_type == SLICE_I) return StatusOk;
     if (!Dpb.HasReferences()) return StatusInvalidParams;
     ListBuilder(Order, Frame, Dpb, Lists).Build();
     return StatusOk;

@@ -49,7 +49,7 @@ bool FrameGaps::FillOneGap(const H264Slice& Slice, int32_t FrameNum, Status& Ref
 void FrameGaps::MakeUpReference(const H264Slice& Slice, Status& Refused)
 try {
     const SliceHeaderFields& Header = Slice.m_Header;
-    if (Header.slice_type == I_SLICE || m_Store.Dpb().HasReferences()) return;
+    if (Header.slice_type == SLICE_I || m_Store.Dpb().HasReferences()) return;
     H264DecoderFrame* const pFrame = m_Store.TakeMadeUpFrame(Slice, Refused);
     if (!pFrame) return;
     h264::PicOrderCounter Order = m_PicOrder;

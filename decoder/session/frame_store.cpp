@@ -14,7 +14,7 @@ int32_t CropSamples(uint32_t Unit, uint32_t Offset)
     return static_cast<int32_t>(std::min<uint64_t>(uint64_t{Unit} * Offset, INT32_MAX / 4));
 }
 
-int32_t FrameTypeOf(SliceType Type) { return Type == I_SLICE ? I_PICTURE : Type == B_SLICE ? B_PICTURE : P_PICTURE; }
+int32_t FrameTypeOf(SliceType Type) { return Type == SLICE_I ? I_PICTURE : Type == SLICE_B ? B_PICTURE : P_PICTURE; }
 
 Status AllocateFrame(H264DecoderFrame& Frame, const PictureFormat& Format)
 {

@@ -8,8 +8,6 @@ namespace UMC {
 
 namespace {
 
-constexpr size_t kSkippedPictureMark = 1; // data size that stands for a picture that was skipped
-
 ColorFormat FormatOf(int32_t ChromaFormat)
 {
     constexpr ColorFormat kFormat[] = {YUV420, YUV420, YUV422, YUV444}; // grey pictures have chroma planes of 128

@@ -6,9 +6,12 @@
 #include "media/umc_base_codec.h"
 #include "media/umc_video_data.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace UMC {
+
+inline constexpr size_t kSkippedPictureMark = 1; // data size that stands for a picture that was skipped
 
 // Writes of a frame that it was delivered and, where the stream gives none, its time.
 class PictureOutput

@@ -61,7 +61,7 @@ try {
 bool StreamHeaders::ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, double Time)
 {
     if (m_CurrentSeqSetId < 0 || m_CurrentPicSetId < 0 || !Slice.ReadStart(Piece)) return false;
-    const bool IsIntra = Slice.m_Header.slice_type == I_SLICE;
+    const bool IsIntra = Slice.m_Header.slice_type == SLICE_I;
     const bool IsRecovery = m_Parameters.m_Sei.Get(SEI_RECOVERY_POINT) != nullptr;
     if (m_WaitForRandomAccess && !IsIntra && !IsRecovery) return false;
     if (!FindParameterSets(Slice)) return false;

@@ -20,7 +20,6 @@ constexpr int32_t kMaxThreads = 8;
 constexpr uint32_t kSubtypeMP4 = 8; // stream subtype of samples with length fields
 constexpr double kDefaultFrameTime = 1.0 / 30.0;
 constexpr double kRateTolerance = 0.0001;
-constexpr size_t kMinInput = 4; // bytes that are left alone at the end of an input
 
 bool IsEmpty(const MediaData* pOut) { return pOut && pOut->GetDataSize() == 0; }
 

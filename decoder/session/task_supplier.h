@@ -14,10 +14,14 @@
 #include "decoder/stream/nal_splitter.h"
 #include "media/umc_video_decoder.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
 namespace UMC {
+
+// Bytes that are left alone at the end of an input: less than a start code with a unit behind it.
+inline constexpr size_t kMinInput = 4;
 
 // All of it runs on the thread that calls GetFrame; only macroblock work may run elsewhere. Functions that return a
 // Status or bool may throw h264_exception and std::bad_alloc, which leave the buffer consistent.

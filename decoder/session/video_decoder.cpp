@@ -10,9 +10,7 @@ namespace UMC {
 
 namespace {
 
-constexpr size_t kMinInput = 4;           // bytes; less than a start code with a unit behind it
-constexpr size_t kSkippedPictureMark = 1; // data size that stands for a picture that was skipped
-constexpr Status kPartialStatus = 1;      // taken for "more data needed"
+constexpr Status kPartialStatus = 1; // taken for "more data needed"
 constexpr uint32_t kRateTrickMode = 7;
 
 // Runs a step and turns what it throws into a status.

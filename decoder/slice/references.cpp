@@ -52,7 +52,7 @@ H264DecoderRefPicList FieldsOf(const H264DecoderRefPicList& Frames, int Parity)
 void FillPictureReferences(const ReferenceSource& From, SliceReferences& References)
 {
     const SliceHeaderFields& Header = From.Header;
-    const bool IsP = Header.slice_type == P_SLICE, IsB = Header.slice_type == B_SLICE;
+    const bool IsP = Header.slice_type == SLICE_P, IsB = Header.slice_type == SLICE_B;
     References.Active[0] = IsP || IsB ? std::clamp(Header.num_ref_idx_l0_active, 1, 32) : 0;
     References.Active[1] = IsB ? std::clamp(Header.num_ref_idx_l1_active, 1, 32) : 0;
     References.ExplicitWeights =
@@ -86,7 +86,7 @@ void FillFieldReferences(const ReferenceSource& From, SliceReferences& Reference
                                                         RefFlagField(Fields.List[List].Flag[i]), From.Frame, Parity);
                 Set.Weights[List][i] = Frames.Weights[List][i / 2];
             }
-        if (Header.slice_type == B_SLICE)
+        if (Header.slice_type == SLICE_B)
             ComputeDirectTables(Fields, Header, From.Frame.m_PicOrderCnt[Parity], References.ImplicitWeights,
                                 Set.Tables);
     }

@@ -47,7 +47,7 @@ void SliceCursor::BeginDirect(const H264Slice& From)
     DirectState& Direct = Motion.Direct;
     Direct.pColFrame = nullptr;
     Direct.ColMapSlice = -1;
-    if (Slice.pHeader->slice_type != B_SLICE) return;
+    if (Slice.pHeader->slice_type != SLICE_B) return;
     if (!Slice.pLists) throw h264_exception(StatusInvalidParams);
     const H264DecoderFrame* const pFirst = Slice.pLists->List[1].Frame[0];
     Direct.ColIsShortTerm = (Slice.pLists->List[1].Flag[0] & kRefFlagShortTerm) != 0;
@@ -67,7 +67,7 @@ void SliceCursor::BeginDirect(const H264Slice& From)
 void SliceCursor::BeginTables()
 {
     Slice.NoGlobal = MbGlobalInfo{};
-    Slice.NoGlobal.MbType = Slice.pHeader->slice_type == B_SLICE ? MBTYPE_DIRECT : MBTYPE_INTRA4x4;
+    Slice.NoGlobal.MbType = Slice.pHeader->slice_type == SLICE_B ? MBTYPE_DIRECT : MBTYPE_INTRA4x4;
     Slice.NoGlobal.MbFlags = MBFLAG_SKIPPED;
     Slice.NoGlobal.SliceId = kNoSlice;
     Slice.NoLocal = MbLocalInfo{};
@@ -113,8 +113,8 @@ void SliceCursor::BeginReading(const H264Slice& From, uint32_t* pPadded)
                          Slice.References.Sets[REFERENCES_PICTURE].Weights);
     }
     if (!Slice.pPictureSet->entropy_coding_mode_flag) return;
-    Entropy.Cabac.InitContexts(
-        Entropy.QpLuma, Slice.pHeader->slice_type == I_SLICE ? 0 : 1 + static_cast<int>(Slice.pHeader->cabac_init_idc));
+    const size_t Row = h264::ContextInitRow(Slice.pHeader->slice_type == SLICE_I, Slice.pHeader->cabac_init_idc);
+    h264::InitCabacContexts(Entropy.Cabac.m_Contexts, h264::kContextInit[Row], Entropy.QpLuma);
     Entropy.Cabac.Start(Bits);
 }
 

@@ -1,7 +1,7 @@
-// CABAC decoding of H.264 clause 9.3: the arithmetic engine and the contexts of one slice.
+// CABAC decoding of H.264 clause 9.3: the arithmetic engine, with the contexts of one slice.
 #pragma once
 
-#include "Common/h264/h264_tables.h"
+#include "Common/h264/cabac_contexts.h"
 #include "decoder/stream/bitstream.h"
 
 #include <bit>
@@ -9,18 +9,6 @@
 #include <cstdint>
 
 namespace UMC {
-
-// State of one ctxIdx: pStateIdx * 2 + valMPS. A type of its own, so that a store to a context is known not to change
-// the engine's fields, which then stay in registers over a whole block.
-enum class CabacContext : uint8_t {};
-
-// What one decision looks up.
-struct CabacTables {
-    CabacTables();
-    uint8_t RangeLps[128 * 4];  // Table 9-44 by state byte * 4 + quantised range
-    CabacContext Next[2 * 128]; // state byte after the more, then after the less probable symbol
-};
-extern const CabacTables g_CabacTables;
 
 // The engine alone. Copy it into a local, decode a block and store it back: the fields then live in registers.
 //
@@ -35,20 +23,20 @@ struct CabacEngine {
     static constexpr int kRangeShift = 64 - 9;
 
     // Decision of clause 9.3.3.2.1, with the transition of the context.
-    [[gnu::always_inline]] inline uint32_t Decide(CabacContext& Context)
+    [[gnu::always_inline]] inline uint32_t Decide(h264::CabacContext& Context)
     {
         size_t State = static_cast<size_t>(Context);
         // The range lies in 256..510, so its top three bits are 4..7: the table's base takes the 4 off again.
-        const uint8_t* const pLps = g_CabacTables.RangeLps + State * 4 - 4;
+        const uint8_t* const pLps = h264::g_CabacTables.RangeLps + State * 4 - 4;
         const uint64_t Lps = uint64_t{pLps[m_CabacRange >> 61]} << kRangeShift;
         m_CabacRange -= Lps;
         if (m_CabacOffset < m_CabacRange) [[likely]] {
-            Context = g_CabacTables.Next[State];
+            Context = h264::g_CabacTables.Next[State];
             // At most one doubling, since the more probable symbol keeps half of 256.
             if (static_cast<int64_t>(m_CabacRange) >= 0) Double();
         } else {
             m_CabacOffset -= m_CabacRange;
-            Context = g_CabacTables.Next[State + 128];
+            Context = h264::g_CabacTables.Next[State + 128];
             const int Shift = std::countl_zero(Lps);
             m_CabacRange = Lps << Shift;
             m_CabacOffset <<= Shift;
@@ -105,10 +93,6 @@ private:
 class CabacDecoder
 {
 public:
-    // Sets every context from its row of h264::kContextInit: 0 for I slices, 1 + cabac_init_idc for the others.
-    // SliceQp is SliceQPY; clipped to 0..51 (clause 9.3.1.1).
-    void InitContexts(int SliceQp, int InitRow);
-
     // Starts the engine at the reader's position, which must be byte-aligned (clause 9.3.1.2).
     void Start(const H264Bitstream& Bitstream);
 
@@ -122,7 +106,7 @@ public:
     bool Overrun() const { return BitsDecoded() > m_EndBits; }
 
     CabacEngine m_Engine;
-    CabacContext m_Contexts[h264::kContextCount]{};
+    h264::CabacContexts m_Contexts{};
 
 private:
     const uint32_t* m_pBase = nullptr;

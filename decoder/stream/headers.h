@@ -3,6 +3,7 @@
 
 #include "Common/h264/pic_order_cnt.h"
 #include "Common/h264/reference_numbers.h"
+#include "Common/h264/slice_type.h"
 
 #include <cstdint>
 #include <memory>
@@ -12,7 +13,8 @@ namespace UMC {
 
 enum { TOP_FIELD = 0, BOTTOM_FIELD = 1, FRAME_PICTURE = 2, MBAFF_FRAME = 3 };
 
-enum SliceType : int32_t { P_SLICE = 0, B_SLICE = 1, I_SLICE = 2, SP_SLICE = 3, SI_SLICE = 4 };
+using enum h264::SliceType;
+using h264::SliceType;
 
 struct H264ScalingLists {
     uint8_t List4x4[6][16]; // raster order: intra Y, Cb, Cr, inter Y, Cb, Cr

@@ -1,7 +1,7 @@
 #include "decoder/stream/seq_info.h"
 
 #include "Common/h264/chroma_geometry.h"
-#include "Common/h264/picture_buffer.h"
+#include "Common/h264/levels.h"
 
 #include <algorithm>
 
@@ -27,8 +27,7 @@ uint32_t CropUnitY(const H264SeqParamSet& Seq)
 
 int32_t DpbFrames(const H264SeqParamSet& Seq)
 {
-    return h264::PictureBufferFrames(Seq.level_idc, int64_t{Seq.frame_width_in_mbs} * 16,
-                                     int64_t{Seq.frame_height_in_mbs} * 16);
+    return h264::PictureBufferFrames(Seq.level_idc, Seq.frame_width_in_mbs, Seq.frame_height_in_mbs);
 }
 
 h264::PicOrderSequence PicOrderOf(const H264SeqParamSet& Seq)

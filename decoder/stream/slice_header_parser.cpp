@@ -43,14 +43,14 @@ void ReadPictureOrder(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H26
 bool ReadActiveRefs(H264Bitstream& Bits, const H264PicParamSet& Pic, SliceHeaderFields& Header)
 {
     Header.num_ref_idx_l0_active = static_cast<int32_t>(Pic.num_ref_idx_l0_active);
-    Header.num_ref_idx_l1_active = Header.slice_type == B_SLICE ? static_cast<int32_t>(Pic.num_ref_idx_l1_active) : 0;
+    Header.num_ref_idx_l1_active = Header.slice_type == SLICE_B ? static_cast<int32_t>(Pic.num_ref_idx_l1_active) : 0;
     Header.num_ref_idx_active_override_flag = ReadFlag(Bits);
     if (!Header.num_ref_idx_active_override_flag) return true;
     const uint32_t L0 = Bits.GetUE();
-    const uint32_t L1 = Header.slice_type == B_SLICE ? Bits.GetUE() : 0;
+    const uint32_t L1 = Header.slice_type == SLICE_B ? Bits.GetUE() : 0;
     if (L0 > 31 || L1 > 31) return false;
     Header.num_ref_idx_l0_active = static_cast<int32_t>(L0 + 1);
-    if (Header.slice_type == B_SLICE) Header.num_ref_idx_l1_active = static_cast<int32_t>(L1 + 1);
+    if (Header.slice_type == SLICE_B) Header.num_ref_idx_l1_active = static_cast<int32_t>(L1 + 1);
     return true;
 }
 
@@ -154,9 +154,9 @@ void ReadSliceGroupChange(H264Bitstream& Bits, const H264SeqParamSet& Seq, const
 bool ReadReferenceFields(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H264PicParamSet& Pic,
                          SliceHeaderFields& Header, SliceHeaderTables& Tables)
 {
-    const bool IsB = Header.slice_type == B_SLICE;
+    const bool IsB = Header.slice_type == SLICE_B;
     if (IsB) Header.direct_spatial_mv_pred_flag = ReadFlag(Bits);
-    if (Header.slice_type != I_SLICE) {
+    if (Header.slice_type != SLICE_I) {
         if (!ReadActiveRefs(Bits, Pic, Header)) return false;
         if (!ReadReordering(Bits, Tables.Reordering[0])) return false;
         if (IsB && !ReadReordering(Bits, Tables.Reordering[1])) return false;
@@ -186,7 +186,7 @@ bool ReadSliceStart(H264Bitstream& Bits, SliceHeaderFields& Header)
     Header.first_mb_in_slice = static_cast<int32_t>(Bits.GetUE());
     if (Header.first_mb_in_slice < 0 || Header.first_mb_in_slice > INT32_MAX / 2) return false;
     const uint32_t Type = Bits.GetUE();
-    if (Type > 9 || Type % 5 > I_SLICE) return false;
+    if (Type > 9 || Type % 5 > SLICE_I) return false;
     Header.slice_type = static_cast<SliceType>(Type % 5);
     const uint32_t PicSet = Bits.GetUE();
     if (PicSet > 255) return false;
@@ -210,7 +210,7 @@ bool ReadSliceRest(H264Bitstream& Bits, const H264SeqParamSet& Seq, const H264Pi
     ReadPictureOrder(Bits, Seq, Pic, Header);
     if (Pic.redundant_pic_cnt_present_flag) Header.redundant_pic_cnt = Bits.GetUE();
     if (!ReadReferenceFields(Bits, Seq, Pic, Header, Tables)) return false;
-    if (Pic.entropy_coding_mode_flag && Header.slice_type != I_SLICE) {
+    if (Pic.entropy_coding_mode_flag && Header.slice_type != SLICE_I) {
         Header.cabac_init_idc = Bits.GetUE();
         if (Header.cabac_init_idc > 2) return false;
     }

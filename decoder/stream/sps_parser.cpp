@@ -1,4 +1,6 @@
 #include "Common/h264/h264_tables.h"
+#include "Common/h264/levels.h"
+#include "Common/h264/profiles.h"
 #include "decoder/stream/header_parsers.h"
 #include "decoder/stream/scaling.h"
 
@@ -15,17 +17,6 @@ bool IsKnownProfile(uint32_t profile_idc)
 {
     constexpr uint32_t Known[] = {66, 77, 88, 100, 110, 122, 144, 166, 188};
     return std::find(std::begin(Known), std::end(Known), profile_idc) != std::end(Known);
-}
-
-bool IsKnownLevel(uint32_t level_idc)
-{
-    constexpr uint32_t Known[] = {10, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51};
-    return std::find(std::begin(Known), std::end(Known), level_idc) != std::end(Known);
-}
-
-bool HasExtendedBlock(uint8_t profile_idc)
-{
-    return profile_idc == 100 || profile_idc == 110 || profile_idc == 122 || profile_idc == 144;
 }
 
 // Values too large for the field stay too large for whoever checks them.
@@ -198,7 +189,7 @@ Status ParseSeqParamSet(H264Bitstream& Bits, H264SeqParamSet& Set)
     Set.profile_idc = static_cast<uint8_t>(profile_idc);
     Set.constraint_set_flags = static_cast<uint8_t>(Bits.GetBits(8));
     const uint32_t level_idc = Bits.GetBits(8);
-    if (!IsKnownLevel(level_idc)) return StatusInvalidParams;
+    if (!h264::FindLevel(level_idc)) return StatusInvalidParams;
     Set.level_idc = static_cast<uint8_t>(level_idc);
     const uint32_t Id = Bits.GetUE();
     if (Id > 31) Result = StatusInvalidParams;
@@ -207,7 +198,7 @@ Status ParseSeqParamSet(H264Bitstream& Bits, H264SeqParamSet& Set)
     Set.chroma_format_idc = 1;
     Set.bit_depth_luma = Set.bit_depth_chroma = 8;
     SetFlatScalingLists(Set.scaling);
-    if (HasExtendedBlock(Set.profile_idc)) {
+    if (h264::IsHighFamily(Set.profile_idc)) {
         const Status Extended = ReadExtendedBlock(Bits, Set);
         if (Extended != StatusOk) Result = Extended;
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Common/h264/block_order.h"
+#include "Common/h264/mb_type.h"
 #include "encoder/state/neighbour_cache.h"
 #include "encoder/write/cabac_coder.h"
 
@@ -22,71 +23,74 @@ public:
 
     void Skip(bool bSkip)
     {
-        Bin(kSkipP + Differs(m_Around.LeftType, MB_SKIP_P) + Differs(m_Around.TopType, MB_SKIP_P), bSkip);
+        Bin(Offset::kSkipP + Differs(m_Around.LeftType, MB_SKIP_P) + Differs(m_Around.TopType, MB_SKIP_P), bSkip);
     }
     void MbTypeI(uint32_t Type)
     {
-        Bin(kMbTypeI + Differs(m_Around.LeftType, MB_INTRA4X4) + Differs(m_Around.TopType, MB_INTRA4X4), Type != 0);
-        if (Type != 0) Intra16x16Type(kMbTypeI + 3, 1, Type - 1);
+        Bin(Offset::kMbTypeI + Differs(m_Around.LeftType, MB_INTRA4X4) + Differs(m_Around.TopType, MB_INTRA4X4),
+            Type != 0);
+        if (Type != 0) Intra16x16Type(Offset::kMbTypeI + 3, 1, Type - 1);
     }
     void MbTypeP(uint32_t Type)
     {
         if (Type == 0) { // P_L0_16x16
-            for (uint32_t i = 0; i < 3; ++i) Bin(kMbTypeP + i, 0);
+            for (uint32_t i = 0; i < 3; ++i) Bin(Offset::kMbTypeP + i, 0);
             return;
         }
-        Bin(kMbTypeP, 1);
-        Bin(kMbTypeIntraInP, Type != 5);
-        if (Type != 5) Intra16x16Type(kMbTypeIntraInP + 1, 0, Type - 6);
+        Bin(Offset::kMbTypeP, 1);
+        const uint32_t Intra = Type - h264::kFirstIntraTypeP;
+        Bin(Offset::kMbTypeIntraInP, Intra != h264::kIntraNxNType);
+        if (Intra != h264::kIntraNxNType)
+            Intra16x16Type(Offset::kMbTypeIntraInP + 1, 0, Intra - h264::kFirstIntra16x16Type);
     }
     /// rem_intra4x4_pred_mode, or -1 for prev_intra4x4_pred_mode_flag alone.
     void IntraMode(int32_t Rem)
     {
-        Bin(kPrevIntraMode, Rem < 0);
+        Bin(Offset::kPrevIntraMode, Rem < 0);
         if (Rem < 0) return;
-        for (int32_t Bit = 0; Bit < 3; ++Bit) Bin(kRemIntraMode, static_cast<uint32_t>(Rem) >> Bit & 1);
+        for (int32_t Bit = 0; Bit < 3; ++Bit) Bin(Offset::kRemIntraMode, static_cast<uint32_t>(Rem) >> Bit & 1);
     }
     void IntraChromaMode(uint32_t Mode)
     {
         // Inter macroblocks keep mode 0, which is what they count as.
-        Bin(kChromaMode + (m_Around.pLeft->ChromaMode != 0) + (m_Around.pTop->ChromaMode != 0), Mode > 0);
+        Bin(Offset::kIntraChromaMode + (m_Around.pLeft->ChromaMode != 0) + (m_Around.pTop->ChromaMode != 0), Mode > 0);
         if (Mode == 0) return;
-        Bin(kChromaMode + 3, Mode > 1);
-        if (Mode > 1) Bin(kChromaMode + 3, Mode > 2);
+        Bin(Offset::kIntraChromaMode + 3, Mode > 1);
+        if (Mode > 1) Bin(Offset::kIntraChromaMode + 3, Mode > 2);
     }
     void RefIdx(uint32_t Ref, uint32_t)
     {
         const NeighbourCache::Motion& n = m_Around.Motions[0];
-        uint32_t Context = kRefIdx + (n.LeftRefs[0] > 0) + 2 * (n.TopRefs[0] > 0);
+        uint32_t Context = Offset::kRefIdx + (n.LeftRefs[0] > 0) + 2 * (n.TopRefs[0] > 0);
         for (; Ref > 0; --Ref) {
             Bin(Context, 1);
-            Context = Context < kRefIdx + 4 ? kRefIdx + 4 : kRefIdx + 5;
+            Context = Context < Offset::kRefIdx + 4 ? Offset::kRefIdx + 4 : Offset::kRefIdx + 5;
         }
         Bin(Context, 0);
     }
     void Difference(MotionVector d)
     {
         const MotionVector Left = m_Around.Motions[0].LeftDifferences[0], Top = m_Around.Motions[0].TopDifferences[0];
-        Component(m_Coder, kMvdX, d.x, std::abs(Left.x) + std::abs(Top.x));
-        Component(m_Coder, kMvdY, d.y, std::abs(Left.y) + std::abs(Top.y));
+        Component(m_Coder, Offset::kMvdX, d.x, std::abs(Left.x) + std::abs(Top.x));
+        Component(m_Coder, Offset::kMvdY, d.y, std::abs(Left.y) + std::abs(Top.y));
     }
     void CodedBlockPattern(uint32_t Pattern, bool bIntra);
     void QpDelta(int32_t Delta)
     {
-        uint32_t Context = kQpDelta + (m_Coder.LastQpDelta != 0);
+        uint32_t Context = Offset::kQpDelta + (m_Coder.LastQpDelta != 0);
         for (int32_t Ones = Delta > 0 ? 2 * Delta - 1 : -2 * Delta; Ones > 0; --Ones) {
             Bin(Context, 1);
-            Context = Context < kQpDelta + 2 ? kQpDelta + 2 : kQpDelta + 3;
+            Context = Context < Offset::kQpDelta + 2 ? Offset::kQpDelta + 2 : Offset::kQpDelta + 3;
         }
         Bin(Context, 0);
         m_Coder.LastQpDelta = Delta;
     }
     void NoQpDelta() { m_Coder.LastQpDelta = 0; }
 
-    void LumaDc(const BlockLevels* pLevels) { Dc(CAT_LUMA_DC, kCodedLumaDc, pLevels, 16); }
+    void LumaDc(const BlockLevels* pLevels) { Dc(h264::CAT_LUMA_DC, kCodedLumaDc, pLevels, 16); }
     void ChromaDc(uint32_t Plane, const BlockLevels* pLevels)
     {
-        Dc(CAT_CHROMA_DC, Plane ? kCodedCrDc : kCodedCbDc, pLevels, 4);
+        Dc(h264::CAT_CHROMA_DC, Plane ? kCodedCrDc : kCodedCbDc, pLevels, 4);
     }
     void StartLuma(uint32_t Coded)
     {
@@ -95,9 +99,9 @@ public:
         m_Left = (Current << 1 & 0xEEEE) | (h264::SwapBlockOrder(Left & kCodedLuma) >> 3 & 0x1111);
         m_Top = (Current << 4 & 0xFFF0) | h264::SwapBlockOrder(Top & kCodedLuma) >> 12;
     }
-    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
     {
-        Block(Cat, h264::kBlockRaster[Index], pLevels, Cat == CAT_LUMA ? 16 : 15);
+        Block(Cat, h264::kBlockRaster[Index], pLevels, Cat == h264::CAT_LUMA_4x4 ? 16 : 15);
     }
     void StartChroma(uint32_t Plane, uint32_t Coded)
     {
@@ -107,13 +111,13 @@ public:
         m_Left = (Coded << 1 & 0b1010) | (Left >> 1 & 0b0101);
         m_Top = (Coded << 2 & 0b1100) | (Top >> 2 & 0b0011);
     }
-    void ChromaAc(uint32_t, uint32_t Index, const BlockLevels* pLevels) { Block(CAT_CHROMA_AC, Index, pLevels, 15); }
+    void ChromaAc(uint32_t, uint32_t Index, const BlockLevels* pLevels)
+    {
+        Block(h264::CAT_CHROMA_AC, Index, pLevels, 15);
+    }
 
 private:
-    // First context of each element (Table 9-34).
-    static constexpr uint32_t kMbTypeI = 3, kSkipP = 11, kMbTypeP = 14, kMbTypeIntraInP = 17;
-    static constexpr uint32_t kMvdX = 40, kMvdY = 47, kRefIdx = 54, kQpDelta = 60, kChromaMode = 64;
-    static constexpr uint32_t kPrevIntraMode = 68, kRemIntraMode = 69, kPatternLuma = 73, kPatternChroma = 77;
+    using Offset = h264::CtxIdxOffset;
 
     void Bin(uint32_t Context, uint32_t Value) { m_Coder.Bin(Context, Value); }
     // condTermFlag of a neighbour: it is there and of another type.
@@ -127,7 +131,7 @@ private:
     // Type: of 24, behind the first bin. Step: contexts advance by one in I slices only.
     void Intra16x16Type(uint32_t First, uint32_t Step, uint32_t Type);
     static void Component(BasicCabacCoder<Output>& Coder, uint32_t First, int32_t Value, int32_t NeighbourSum);
-    void Dc(BlockCat Cat, uint32_t CodedBit, const BlockLevels* pLevels, uint32_t Positions)
+    void Dc(h264::BlockCat Cat, uint32_t CodedBit, const BlockLevels* pLevels, uint32_t Positions)
     {
         const uint32_t Left = CodedOf(kernels::kLeft, m_Around.pLeft), Top = CodedOf(kernels::kTop, m_Around.pTop);
         const uint32_t Flag = h264::kBlockCatContexts[Cat].CodedBlockFlag;
@@ -135,7 +139,7 @@ private:
         if (pLevels) m_Coder.Levels(Cat, *pLevels, Positions);
     }
     // Place: the bit of m_Left and m_Top that stands for the block.
-    void Block(BlockCat Cat, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)
+    void Block(h264::BlockCat Cat, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)
     {
         Bin(h264::kBlockCatContexts[Cat].CodedBlockFlag + (m_Left >> Place & 1) + 2 * (m_Top >> Place & 1),
             pLevels != nullptr);
@@ -183,15 +187,15 @@ void CabacSyntax<Output>::CodedBlockPattern(uint32_t Pattern, bool)
     const uint32_t Left = m_Around.pLeft->Pattern, Top = m_Around.pTop->Pattern;
     // A neighbouring quadrant counts when it is there and its bit is 0.
     const auto Quadrant = [&](uint32_t q, uint32_t A, uint32_t B) {
-        Bin(kPatternLuma + (A & 1 ? 0 : 1) + (B & 1 ? 0 : 2), Pattern >> q & 1);
+        Bin(Offset::kPatternLuma + (A & 1 ? 0 : 1) + (B & 1 ? 0 : 2), Pattern >> q & 1);
     };
     Quadrant(0, Left >> 1, Top >> 2);
     Quadrant(1, Pattern, Top >> 3);
     Quadrant(2, Left >> 3, Pattern);
     Quadrant(3, Pattern >> 2, Pattern >> 1);
     const uint32_t Chroma = Pattern >> 4;
-    Bin(kPatternChroma + (Left >> 4 != 0) + 2 * (Top >> 4 != 0), Chroma != 0);
-    if (Chroma) Bin(kPatternChroma + 4 + (Left >> 4 == 2) + 2 * (Top >> 4 == 2), Chroma == 2);
+    Bin(Offset::kPatternChroma + (Left >> 4 != 0) + 2 * (Top >> 4 != 0), Chroma != 0);
+    if (Chroma) Bin(Offset::kPatternChroma + 4 + (Left >> 4 == 2) + 2 * (Top >> 4 == 2), Chroma == 2);
 }
 
 } // namespace UMC_H264_ENCODER

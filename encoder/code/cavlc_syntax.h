@@ -58,9 +58,9 @@ public:
     void LumaDc(const BlockLevels* pLevels) { m_Coder.Block(pLevels, FindNc<4>(0, 0), 16); }
     void ChromaDc(uint32_t, const BlockLevels* pLevels) { m_Coder.Block(pLevels, -1, 4); }
     void StartLuma(uint32_t) {}
-    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
     {
-        Block<4>(0, h264::kBlockRaster[Index], pLevels, Cat == CAT_LUMA ? 16 : 15);
+        Block<4>(0, h264::kBlockRaster[Index], pLevels, Cat == h264::CAT_LUMA_4x4 ? 16 : 15);
     }
     void StartChroma(uint32_t, uint32_t) {}
     void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels* pLevels)
@@ -79,8 +79,7 @@ private:
         const uint32_t x = Place % Width, y = Place / Width;
         const int32_t Left = x > 0 ? pCount[-1] : m_Around.LeftCounts[Plane][y];
         const int32_t Top = y > 0 ? *(pCount - Width) : m_Around.TopCounts[Plane][x];
-        const int32_t Sum = Left + Top;
-        return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
+        return h264::FindNc(Left, Top);
     }
     template <uint32_t Width>
     void Block(uint32_t Plane, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)

@@ -1,5 +1,7 @@
 #include "encoder/code/macroblock_syntax.h"
 
+#include "Common/h264/intra_modes.h"
+#include "Common/h264/mb_type.h"
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
 #include "encoder/code/traced_syntax.h"
@@ -8,14 +10,12 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-constexpr uint32_t kIntraTypesInP = 5; // mb_type of I slices follow those of P slices (clause 7.4.5)
-
 // mb_type of an intra macroblock, Table 7-11.
 uint32_t IntraMbType(const MacroblockSyntax& m)
 {
-    if (m.Type == MB_INTRA4X4) return 0;
+    if (m.Type == MB_INTRA4X4) return h264::kIntraNxNType;
     const uint32_t Pattern = m.Local.Pattern;
-    return 1 + m.Local.Intra16Mode + 4 * (Pattern >> 4) + (Pattern & 15 ? 12 : 0);
+    return h264::Intra16x16Type(m.Local.Intra16Mode, Pattern >> 4, (Pattern & 15) != 0);
 }
 
 template <class Policy>
@@ -26,13 +26,13 @@ void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
         const int32_t x = r & 3, y = r >> 2, Mode = pModes[r];
         const int32_t Left = x > 0 ? pModes[r - 1] : m.Around.LeftModes[y];
         const int32_t Top = y > 0 ? pModes[r - 4] : m.Around.TopModes[x];
-        const int32_t Predicted = PredictIntraMode(Left, Top);
+        const int32_t Predicted = h264::PredictIntraMode(Left, Top);
         p.IntraMode(Mode == Predicted ? -1 : Mode < Predicted ? Mode : Mode - 1);
     }
 }
 
 template <class Policy>
-void WriteLuma(const MacroblockSyntax& m, Policy& p, BlockCat Cat)
+void WriteLuma(const MacroblockSyntax& m, Policy& p, h264::BlockCat Cat)
 {
     p.StartLuma(m.Local.Coded);
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -48,7 +48,7 @@ void WriteResidual(const MacroblockSyntax& m, Policy& p)
 {
     const uint32_t Coded = m.Local.Coded, Chroma = m.Local.Pattern >> 4;
     if (m.Type == MB_INTRA16X16) p.LumaDc(Coded & kCodedLumaDc ? &m.LumaDc : nullptr);
-    WriteLuma(m, p, m.Type == MB_INTRA16X16 ? CAT_LUMA_AC : CAT_LUMA);
+    WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
     if (Chroma == 0) return;
     p.ChromaDc(0, Coded & kCodedCbDc ? &m.pChromaDc[0] : nullptr);
     p.ChromaDc(1, Coded & kCodedCrDc ? &m.pChromaDc[1] : nullptr);
@@ -75,7 +75,7 @@ bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
     if (m.slice_type == SLICE_I)
         p.MbTypeI(IntraMbType(m));
     else
-        p.MbTypeP(bIntra ? kIntraTypesInP + IntraMbType(m) : 0);
+        p.MbTypeP(bIntra ? h264::kFirstIntraTypeP + IntraMbType(m) : 0);
     if (bIntra) {
         if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
         p.IntraChromaMode(m.Local.ChromaMode);

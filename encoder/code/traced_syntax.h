@@ -73,7 +73,7 @@ public:
         List(pLevels);
         Policy::ChromaDc(Plane, pLevels);
     }
-    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
     {
         h264::trace::Element("luma", Index);
         List(pLevels);

@@ -1,8 +1,12 @@
 #include "encoder/decide/intra_decision.h"
 
+#include "Common/h264/intra_modes.h"
 #include "encoder/code/coefficients.h"
+#include "kernels/intra/intra_neighbours.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 #include <limits>
 
 namespace UMC_H264_ENCODER {
@@ -12,13 +16,10 @@ namespace {
 constexpr int32_t kImpossible = std::numeric_limits<int32_t>::max();
 constexpr int32_t kBitsOfIntra4x4 = 24; // estimate of what the type costs beyond the modes counted
 
-constexpr unsigned kAllForPlane = kernels::kLeft | kernels::kTop | kernels::kTopLeft;
-
 // The four modes of a block of one size in the order in which they are compared; a tie stays with the earlier.
 struct ModeTrial {
     kernels::PredictIntraSig* pPredict;
     uint8_t Mode;
-    unsigned Needs;
     int32_t Bits; // an estimate, not the length of the code
 };
 
@@ -30,17 +31,17 @@ Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
     const unsigned Available = mb.around.Available;
-    const ModeTrial Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 0, 3},
-                              {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, kernels::kTop, 1},
-                              {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, kernels::kLeft, 3},
-                              {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, kAllForPlane, 5}};
+    const ModeTrial Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 3},
+                              {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, 1},
+                              {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, 3},
+                              {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
     const auto pDistance =
         Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
     Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
     int BestSlot = 0;
     for (const ModeTrial& t : Trials) {
         const int32_t Price = BitPrice(mb.local->Qp, t.Bits);
-        if ((Available & t.Needs) != t.Needs || Price >= Best.Cost) continue;
+        if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best.Cost) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
         t.pPredict(mb.rec_y, mb.pitch, pTrial, w.kPredStep, Available);
         const int32_t Cost = Price + pDistance(mb.src_y, mb.pitch, pTrial, w.kPredStep);
@@ -59,14 +60,14 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
     const unsigned Available = mb.around.Available;
-    const ModeTrial Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 0, 1},
-                              {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, kernels::kTop, 3},
-                              {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, kernels::kLeft, 3},
-                              {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, kAllForPlane, 5}};
+    const ModeTrial Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 1},
+                              {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, 3},
+                              {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, 3},
+                              {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, 5}};
     const auto pDistance = Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
     int32_t Best = kImpossible;
     for (const ModeTrial& t : Trials) {
-        if ((Available & t.Needs) != t.Needs) continue;
+        if (kernels::kIntraChromaNeeds[t.Mode] & ~Available) continue;
         auto* const pTrial = w.TrialUV;
         t.pPredict(mb.rec_u, mb.pitch, pTrial, w.kPredStep, Available);
         t.pPredict(mb.rec_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
@@ -82,31 +83,15 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
 
 namespace {
 
-// Neighbours of the 4x4 block in column bx and row by of a macroblock with the given neighbours.
-unsigned BlockNeighbours(unsigned Macroblock, int32_t bx, int32_t by)
-{
-    // Blocks whose above-right neighbour is coded before them, by row of blocks and column (clause 6.4.11.4).
-    static constexpr bool kInside[4][4]{{false, false, false, false},
-                                        {true, false, true, false},
-                                        {true, true, true, false},
-                                        {true, false, true, false}};
-    const bool bLeft = bx > 0 || (Macroblock & kernels::kLeft);
-    const bool bTop = by > 0 || (Macroblock & kernels::kTop);
-    const unsigned Corner = bx > 0 ? (by > 0 ? ~0u : kernels::kTop) : by > 0 ? kernels::kLeft : kernels::kTopLeft;
-    const bool bTopRight = by > 0 ? kInside[by][bx] : (Macroblock & (bx < 3 ? kernels::kTop : kernels::kTopRight)) != 0;
-    return (bLeft ? kernels::kLeft : 0u) | (bTop ? kernels::kTop : 0u) | (bTopRight ? kernels::kTopRight : 0u) |
-           (Corner == ~0u || (Macroblock & Corner) ? kernels::kTopLeft : 0u);
-}
-
-// Modes to try beside DC, as a mask.
-uint32_t ModesToTry(unsigned Available)
-{
-    const bool bLeft = Available & kernels::kLeft, bTop = Available & kernels::kTop;
-    if (bLeft && bTop) return Available & kernels::kTopLeft ? 0b111111011 : 0b110001011;
-    if (bTop) return 0b010001001;
-    if (bLeft) return 0b100000010;
-    return 0;
-}
+// Modes to try beside DC by the neighbours that are available, as a mask.
+constexpr std::array<uint16_t, 16> kModesToTry = [] {
+    std::array<uint16_t, 16> Table{};
+    for (unsigned Available = 0; Available < Table.size(); ++Available)
+        for (unsigned Mode = 0; Mode < std::size(kernels::kIntraBlockNeeds); ++Mode)
+            if (Mode != h264::kIntraDcMode && (kernels::kIntraBlockNeeds[Mode] & ~Available) == 0)
+                Table[Available] = static_cast<uint16_t>(Table[Available] | 1u << Mode);
+    return Table;
+}();
 
 // One macroblock's try at Intra 4x4.
 template <class Sample>
@@ -177,8 +162,8 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
     const int32_t Raster = h264::kBlockRaster[Index], bx = Raster & 3, by = Raster >> 2;
     const Sample* const pSrc = mb.src_y + 4 * by * mb.pitch + 4 * bx;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
-    const unsigned Available = BlockNeighbours(m_Available, bx, by);
-    const int32_t Predicted = PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
+    const unsigned Available = kernels::BlockNeighbours(m_Available, bx, by, 4);
+    const int32_t Predicted = h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
     const int32_t PriceOfPredicted = BitPrice(mb.local->Qp, 1), PriceOfOther = BitPrice(mb.local->Qp, 4);
 
     alignas(16) Sample Predictions[9][16];
@@ -192,8 +177,8 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
         Best = Cost;
         BestMode = Mode;
     };
-    Try(kIntra4x4Dc);
-    for (uint32_t Modes = ModesToTry(Available); Modes; Modes &= Modes - 1) Try(std::countr_zero(Modes));
+    Try(h264::kIntraDcMode);
+    for (uint32_t Modes = kModesToTry[Available]; Modes; Modes &= Modes - 1) Try(std::countr_zero(Modes));
     m_w.Intra4x4Modes[Raster] = static_cast<uint8_t>(BestMode);
     Code(Index, pLocal, pSrc, Predictions[BestMode]);
     return Best;

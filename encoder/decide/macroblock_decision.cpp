@@ -1,5 +1,6 @@
 #include "encoder/decide/macroblock_decision.h"
 
+#include "Common/h264/intra_modes.h"
 #include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_decision.h"
 
@@ -49,7 +50,7 @@ void Commit(const Candidate& Won, SliceContext<Sample>& s)
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(mb.intra_modes, s.work_area.Intra4x4Modes, 16);
     else
-        std::memset(mb.intra_modes, kIntra4x4Dc, 16);
+        std::memset(mb.intra_modes, h264::kIntraDcMode, 16);
     s.intra_count += IsIntra(Won.Type);
 }
 

@@ -2,17 +2,14 @@
 
 #include "Common/h264/block_order.h"
 #include "Common/h264/boundary_strength.h"
-#include "Common/h264/h264_tables.h"
+#include "Common/h264/deblocking_thresholds.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
 
 using kernels::EdgeParams;
 namespace {
-
-constexpr uint32_t kAll3 = 3 * h264::kAllPieces, kAll4 = 4 * h264::kAllPieces;
 
 // Strengths of the four edges of one direction.
 struct Strengths {
@@ -85,18 +82,17 @@ void MacroblockFilter<Sample>::DeriveInter(int32_t Index, int32_t Left, int32_t 
     }
     if (CodedColumns | MovesLeft) h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
     if (CodedRows | MovesTop) h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);
-    if (Left >= 0 && IsIntra(m_Frame.mb_global[Left].Type)) Vertical.Edge[0] = kAll4;
-    if (Top >= 0 && IsIntra(m_Frame.mb_global[Top].Type)) Horizontal.Edge[0] = kAll4;
+    if (Left >= 0 && IsIntra(m_Frame.mb_global[Left].Type)) Vertical.Edge[0] = h264::kIntraOuter;
+    if (Top >= 0 && IsIntra(m_Frame.mb_global[Top].Type)) Horizontal.Edge[0] = h264::kIntraOuter;
 }
 
 template <class Sample>
 void MacroblockFilter<Sample>::SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const
 {
-    const auto A = static_cast<size_t>(std::clamp(MeanQp + m_OffsetA, 0, 51));
-    const auto B = static_cast<size_t>(std::clamp(MeanQp + m_OffsetB, 0, 51));
-    p.Alpha[Slot] = h264::kAlpha[A];
-    p.Beta[Slot] = h264::kBeta[B];
-    std::memcpy(p.Clip[Slot], h264::kTc0[A], 4);
+    const h264::DeblockingThresholds t = h264::FindDeblockingThresholds(MeanQp, m_OffsetA, m_OffsetB);
+    p.Alpha[Slot] = t.Alpha;
+    p.Beta[Slot] = t.Beta;
+    std::memcpy(p.Clip[Slot], t.Clip, sizeof(t.Clip));
 }
 
 // Thresholds of an edge pair; those of the edge before mostly serve again, as the QP seldom changes.
@@ -136,8 +132,8 @@ void MacroblockFilter<Sample>::Filter(int32_t Index)
     const int32_t Top = At.Y > 0 && Index - w >= m_FirstMb ? Index - w : -1;
     Strengths Vertical{}, Horizontal{};
     if (m_bISlice || IsIntra(m_Frame.mb_global[Index].Type)) {
-        Vertical = {{Left >= 0 ? kAll4 : 0, kAll3, kAll3, kAll3}};
-        Horizontal = {{Top >= 0 ? kAll4 : 0, kAll3, kAll3, kAll3}};
+        h264::SetIntraStrengths(Left >= 0 ? h264::kIntraOuter : 0, false, Vertical.Edge);
+        h264::SetIntraStrengths(Top >= 0 ? h264::kIntraOuter : 0, false, Horizontal.Edge);
     } else {
         DeriveInter(Index, Left, Top, Vertical, Horizontal);
     }

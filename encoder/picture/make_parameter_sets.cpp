@@ -1,5 +1,8 @@
 #include "encoder/picture/make_parameter_sets.h"
 
+#include "Common/h264/chroma_geometry.h"
+#include "encoder/state/encoder_frame.h"
+
 #include <algorithm>
 #include <bit>
 
@@ -15,8 +18,8 @@ int32_t PocLsbBits(int32_t NumBFrames, int32_t BRefMode, int32_t NumRefFrames)
 SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& p)
 {
     const bool bFramesOnly = p.coding_type == 0;
-    const int32_t RowUnit = bFramesOnly ? 16 : 32;
     const int32_t Width = p.m_Info.m_Width, Height = p.m_Info.m_Height;
+    const auto Rows = static_cast<int32_t>(CodedRows(Height, bFramesOnly));
 
     SeqParamSet s{};
     s.profile_idc = static_cast<uint8_t>(p.profile_idc);
@@ -30,14 +33,13 @@ SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& p)
     s.log2_max_pic_order_cnt_lsb = PocLsbBits(p.num_b_frames, p.b_ref_mode, p.num_ref_frames);
     s.num_ref_frames = p.num_ref_frames;
     s.pic_width_in_mbs = (Width + 15) / 16;
-    s.pic_height_in_map_units = (Height + RowUnit - 1) / RowUnit;
+    s.pic_height_in_map_units = Rows / (bFramesOnly ? 16 : 32);
     s.frame_mbs_only = bFramesOnly;
     s.mb_adaptive_frame_field = p.coding_type == 2;
     s.direct_8x8_inference = p.direct_8x8_inference != 0 || !bFramesOnly;
-    const int32_t CropX = p.chroma_format_idc == 1 || p.chroma_format_idc == 2 ? 2 : 1;
-    const int32_t CropY = (p.chroma_format_idc == 1 ? 2 : 1) * (bFramesOnly ? 1 : 2);
-    s.crop_right = (s.pic_width_in_mbs * 16 - Width) / CropX;
-    s.crop_bottom = (s.pic_height_in_map_units * RowUnit - Height) / CropY;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[p.chroma_format_idc & 3];
+    s.crop_right = (s.pic_width_in_mbs * 16 - Width) >> Chroma.ShiftX;
+    s.crop_bottom = (Rows - Height) / (bFramesOnly ? 1 : 2) >> Chroma.ShiftY;
     s.aux_format_idc = p.aux_format_idc;
     s.bit_depth_aux = p.bit_depth_aux;
     s.alpha_incr = p.alpha_incr_flag != 0;

@@ -1,5 +1,6 @@
 #include "encoder/picture/rate_controller.h"
 
+#include "Common/h264/chroma_geometry.h"
 #include "encoder/state/encoder_types.h"
 
 #include <algorithm>
@@ -12,9 +13,8 @@ int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Wid
 {
     const int64_t Size = int64_t{Width} * Height;
     int64_t Total = bHasAlpha ? 2 * Size : Size;
-    if (ChromaFormatIdc == 1) Total += Size / 2;
-    if (ChromaFormatIdc == 2) Total += Size;
-    if (ChromaFormatIdc == 3) Total += 2 * Size;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[ChromaFormatIdc & 3];
+    Total += 2 * Size * Chroma.MbWidth * Chroma.MbHeight / 256;
     const int64_t Bytes = Total * BitDepth / 8;
     const double x = (static_cast<double>(2 * Bytes) / 3.0) * FrameRate / Bitrate;
     // Maps the decades 0..1.75 of the compression ratio to 1.19..1.75 decades of QP.

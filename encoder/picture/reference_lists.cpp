@@ -1,6 +1,7 @@
 #include "encoder/picture/reference_lists.h"
 
 #include "Common/h264/reference_numbers.h"
+#include "Common/h264/reference_order.h"
 
 #include <algorithm>
 
@@ -34,8 +35,9 @@ struct CollectedReferences {
             if (p->IsShortTerm() && ShortCount < Short.size()) Short[ShortCount++] = p;
             if (p->IsLongTerm() && LongCount < Long.size()) Long[LongCount++] = p;
         }
-        std::sort(Long.begin(), Long.begin() + LongCount,
-                  [](auto* a, auto* b) { return a->long_term_pic_num[0] < b->long_term_pic_num[0]; });
+        std::sort(Long.begin(), Long.begin() + LongCount, [](auto* a, auto* b) {
+            return h264::IsBeforeInLongTerm(a->long_term_pic_num[0], b->long_term_pic_num[0]);
+        });
     }
 
     // The short-term pictures in the order that they have now, then the long-term ones.
@@ -48,19 +50,14 @@ struct CollectedReferences {
     }
 };
 
-// Clause 8.2.4.2.3: pictures before the current one, whose order count is Current, by falling order count and those
-// behind by rising, list 1 the other way round.
+// Clause 8.2.4.2.3; Current is the order count of the current picture.
 template <class Sample>
 void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists<Sample>& Lists)
 {
     const auto Begin = Refs.Short.begin(), End = Begin + Refs.ShortCount;
     for (int List = 0; List < 2; ++List) {
-        const bool bPastFirst = List == 0;
-        std::sort(Begin, End, [=](auto* a, auto* b) {
-            const bool bPastA = a->Poc() < Current, bPastB = b->Poc() < Current;
-            if (bPastA != bPastB) return bPastA == bPastFirst;
-            return bPastA ? a->Poc() > b->Poc() : a->Poc() < b->Poc();
-        });
+        std::sort(Begin, End,
+                  [=](auto* a, auto* b) { return h264::IsBeforeInListB(List, a->Poc(), b->Poc(), Current); });
         Refs.Store(Lists, List);
     }
     const int32_t Count = Lists.Count[1];
@@ -83,7 +80,7 @@ void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>
     CollectedReferences<Sample> Refs(Sequence.reconstruction_list, Job.current);
     if (s.slice_type == SLICE_P) {
         std::sort(Refs.Short.begin(), Refs.Short.begin() + Refs.ShortCount,
-                  [](auto* a, auto* b) { return a->pic_num[0] > b->pic_num[0]; });
+                  [](auto* a, auto* b) { return h264::IsBeforeInListP(a->pic_num[0], b->pic_num[0]); });
         Refs.Store(s.ref_pic_lists, 0);
     } else {
         BuildListsB(Job.current->Poc(), Refs, s.ref_pic_lists);

@@ -1,6 +1,7 @@
 #include "encoder/picture/slice_loop.h"
 
 #include "Common/h264/h264_tables.h"
+#include "Common/h264/pic_order_cnt.h"
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
 #include "encoder/code/macroblock_syntax.h"
@@ -25,7 +26,7 @@ SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const Picture
     h.idr = Job.current->is_idr;
     h.idr_pic_id = Sequence.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = Job.current->poc[0] & ((1 << Sequence.sps.log2_max_pic_order_cnt_lsb) - 1);
+    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.current->poc[0], 1 << Sequence.sps.log2_max_pic_order_cnt_lsb);
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
     h.cabac_init_idc = s.cabac_init_idc;

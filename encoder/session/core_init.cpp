@@ -1,5 +1,6 @@
 #include "encoder/session/core_init.h"
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/h264_tables.h"
 #include "encoder/decide/motion_tables.h"
 #include "encoder/picture/make_parameter_sets.h"
@@ -69,6 +70,7 @@ int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15,
 void FillPositions(EncoderSettings& Settings)
 {
     const FrameLayout& l = Settings.layout;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
     Settings.positions.resize(static_cast<size_t>(l.MbCount));
     for (int32_t i = 0; i < l.MbCount; ++i) {
         MacroblockPosition& p = Settings.positions[static_cast<size_t>(i)];
@@ -77,11 +79,11 @@ void FillPositions(EncoderSettings& Settings)
         p.Y = i / l.MbWidth;
         const int32_t x = 16 * p.X, y = 16 * p.Y;
         p.LumaFrame = y * l.Pitch + x;
-        p.ChromaFrame = y / 2 * l.Pitch + x / 2;
+        p.ChromaFrame = (y >> Chroma.ShiftY) * l.Pitch + (x >> Chroma.ShiftX);
         // A macroblock of a field: every second line from the pair's top or second line on.
         const int32_t PairY = p.Y / 2 * 32, Parity = p.Y % 2;
         p.LumaField = (PairY + Parity) * l.Pitch + x;
-        p.ChromaField = (PairY / 2 + Parity) * l.Pitch + x / 2;
+        p.ChromaField = ((PairY >> Chroma.ShiftY) + Parity) * l.Pitch + (x >> Chroma.ShiftX);
         p.LimitLeft = -VectorLimit(x);
         p.LimitRight = VectorLimit(l.AlignedWidth - 16 - x);
         p.LimitTop = -VectorLimit(y);

@@ -1,11 +1,10 @@
 #include "encoder/session/params_check.h"
 
-#include "Common/h264/picture_buffer.h"
+#include "Common/h264/levels.h"
+#include "encoder/state/encoder_frame.h"
 #include "encoder/state/encoder_types.h"
 
 #include <algorithm>
-#include <array>
-#include <limits>
 
 namespace UMC_H264_ENCODER {
 
@@ -19,8 +18,6 @@ void ReplaceOutside(T& Field, int32_t Low, int32_t High, int32_t Replacement)
 {
     if (Field < Low || Field > High) Field = static_cast<T>(Replacement);
 }
-
-constexpr std::array<uint8_t, 16> kLevels{0, 10, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51};
 
 void CheckGop(H264EncoderParams& p)
 {
@@ -50,8 +47,8 @@ void CheckSlices(H264EncoderParams& p)
 
 void CheckLevel(H264EncoderParams& p)
 {
-    if (std::find(kLevels.begin(), kLevels.end(), p.level_idc) == kLevels.end()) p.level_idc = 0;
-    if (p.level_idc == 0) p.level_idc = ChooseLevel(p.m_Info.m_Width, p.m_Info.m_Height, p.m_Info.m_FrameRate);
+    if (!h264::FindLevel(p.level_idc))
+        p.level_idc = ChooseLevel(p.m_Info.m_Width, p.m_Info.m_Height, p.m_Info.m_FrameRate);
 }
 
 Status CheckHighFormat(const H264EncoderParams& p)
@@ -134,28 +131,21 @@ void CheckTools(H264EncoderParams& p)
 
 uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
 {
-    struct Row {
-        uint8_t Level;
-        int64_t Macroblocks, Rate; // per picture, per second
-    };
-    constexpr int64_t kAny = std::numeric_limits<int64_t>::max();
-    static constexpr Row kRows[]{{10, 99, 1485},     {11, 396, 3000},    {12, 396, 6000},    {20, 396, 11880},
-                                 {21, 792, 19800},   {22, 1620, 20250},  {30, 1620, 40500},  {31, 3600, 108000},
-                                 {32, 5120, 216000}, {40, 8192, 245760}, {42, 8704, 522240}, {50, 22080, 589824},
-                                 {51, kAny, kAny}};
     const int64_t Macroblocks = ((int64_t{Width} + 15) / 16) * ((int64_t{Height} + 15) / 16);
     const auto Rate = static_cast<int64_t>(static_cast<double>(Macroblocks) * FrameRate);
-    for (const Row& r : kRows)
-        if (Macroblocks <= r.Macroblocks && Rate <= r.Rate) return r.Level;
-    return 51;
+    for (const h264::LevelLimits& l : h264::kLevelLimits) {
+        // 1.3 and 4.1 are deliberately never chosen: in size and rate they allow no more than 2 and 4.
+        if (l.level_idc == 13 || l.level_idc == 41) continue;
+        if (Macroblocks <= l.MaxFS && Rate <= l.MaxMBPS) return l.level_idc;
+    }
+    return 51; // the highest, whatever it is asked to hold
 }
 
 int32_t ReferenceLimit(const H264EncoderParams& p)
 {
-    const int64_t RowUnit = p.coding_type == 0 ? 16 : 32;
-    const int64_t w = (int64_t{p.m_Info.m_Width} + 15) / 16 * 16;
-    const int64_t h = (p.m_Info.m_Height + RowUnit - 1) / RowUnit * RowUnit;
-    return h264::PictureBufferFrames(p.level_idc, w, h);
+    const int64_t w = (int64_t{p.m_Info.m_Width} + 15) / 16;
+    const int64_t h = CodedRows(p.m_Info.m_Height, p.coding_type == 0) / 16;
+    return h264::PictureBufferFrames(p.level_idc, static_cast<uint32_t>(w), static_cast<uint32_t>(h));
 }
 
 Status CheckParams(H264EncoderParams& p)

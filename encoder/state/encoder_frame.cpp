@@ -26,12 +26,11 @@ T* AlignUp(T* p, size_t Alignment)
 FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
                        bool bAlpha)
 {
-    const int32_t RowUnit = bFramesOnly ? 16 : 32;
     FrameLayout l;
     l.Width = Width;
     l.Height = Height;
     l.AlignedWidth = (Width + 15) / 16 * 16;
-    l.AlignedHeight = (Height + RowUnit - 1) / RowUnit * RowUnit;
+    l.AlignedHeight = static_cast<int32_t>(CodedRows(Height, bFramesOnly));
     l.MbWidth = l.AlignedWidth / 16;
     l.MbHeight = l.AlignedHeight / 16;
     l.MbCount = l.MbWidth * l.MbHeight;

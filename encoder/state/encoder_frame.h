@@ -15,6 +15,13 @@ inline constexpr int32_t kLumaPadding = 48;
 inline constexpr int32_t kChromaPadding = 32;
 inline constexpr size_t kPlaneAlignment = 64; // bytes, of a plane's first sample
 
+/// Rows of samples that a picture of Height rows is coded in: whole macroblocks, or pairs of them unless frames only.
+constexpr int64_t CodedRows(int32_t Height, bool bFramesOnly)
+{
+    const int64_t Unit = bFramesOnly ? 16 : 32;
+    return (Height + Unit - 1) / Unit * Unit;
+}
+
 /// Geometry of all pictures of one encoder.
 struct FrameLayout {
     int32_t Width = 0, Height = 0;               // visible samples

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "Common/h264/motion_vector.h"
-#include "encoder/write/slice_type.h"
+#include "Common/h264/slice_type.h"
 
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
 
 using h264::MotionVector;
+using enum h264::SliceType;
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 
@@ -46,7 +47,6 @@ static_assert(sizeof(GlobalMacroblock) == 8);
 
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
 enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
-inline constexpr uint8_t kIntra4x4Dc = 2; // Intra_4x4_DC, also what other macroblocks stand for in mode prediction
 
 // Bits of LocalMacroblock::Coded beyond luma block i (luma4x4BlkIdx) at bit i.
 inline constexpr uint32_t kCodedLuma = 0xFFFF;

@@ -1,5 +1,7 @@
 #include "encoder/state/neighbour_cache.h"
 
+#include "Common/h264/intra_modes.h"
+
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
@@ -26,7 +28,7 @@ void CopyLeft(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Mb)
     if (n.LeftType == MB_INTRA4X4)
         for (int32_t i = 0; i < 4; ++i) n.LeftModes[i] = static_cast<int8_t>(t.pIntraModes[Blocks + RightOf(i)]);
     else
-        std::memset(n.LeftModes, kIntra4x4Dc, sizeof(n.LeftModes));
+        std::memset(n.LeftModes, h264::kIntraDcMode, sizeof(n.LeftModes));
     for (int32_t List = 0; List < t.Lists; ++List) {
         NeighbourCache::Motion& m = n.Motions[List];
         for (int32_t i = 0; i < 4; ++i) m.LeftVectors[i] = t.pVectors[List][Blocks + RightOf(i)];
@@ -79,8 +81,8 @@ void ClearTop(NeighbourCache& n, const NeighbourTables& t)
 
 void FillCounts(NeighbourCache& n, const uint8_t* pCounts, ptrdiff_t Left, ptrdiff_t Top)
 {
-    std::memset(n.LeftCounts, kNoCount, sizeof(n.LeftCounts));
-    std::memset(n.TopCounts, kNoCount, sizeof(n.TopCounts));
+    std::memset(n.LeftCounts, h264::kNoCount, sizeof(n.LeftCounts));
+    std::memset(n.TopCounts, h264::kNoCount, sizeof(n.TopCounts));
     for (size_t Plane = 0; Plane < 3; ++Plane) {
         const int32_t Side = Plane == 0 ? 4 : 2, First = kFirstCount[Plane];
         for (int32_t i = 0; i < Side; ++i) {

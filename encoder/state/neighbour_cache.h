@@ -1,17 +1,16 @@
 // What the macroblocks around the current one say to its decision, its predictions and its syntax.
 #pragma once
 
+#include "Common/h264/coefficient_counts.h"
 #include "Common/h264/motion_prediction.h"
 #include "encoder/state/encoder_types.h"
 #include "kernels/intra/intra.h"
 
-#include <algorithm>
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
 
 inline constexpr uint8_t kNoMacroblock = 0xFF; // MacroblockType of a neighbour that is not available
-inline constexpr uint8_t kNoCount = 64;        // total_coeff of a neighbour that is not available
 
 // total_coeff of a macroblock's blocks: 16 luma in raster order, 4 Cb, 4 Cr.
 inline constexpr int32_t kCountsPerMb = 24;
@@ -64,12 +63,5 @@ struct NeighbourCache {
 
 /// @param X  the column of macroblock Index
 void FillNeighbours(NeighbourCache& n, const NeighbourTables& t, int32_t Index, int32_t X);
-
-/// predIntra4x4PredMode of clause 8.3.1.1, from the modes left and above.
-inline int32_t PredictIntraMode(int32_t Left, int32_t Top)
-{
-    const int32_t Least = std::min(Left, Top);
-    return Least < 0 ? kIntra4x4Dc : Least;
-}
 
 } // namespace UMC_H264_ENCODER

@@ -5,29 +5,13 @@
 // (PutBit and its outstanding bits) without a step for each of them.
 #pragma once
 
-#include "Common/h264/h264_tables.h"
+#include "Common/h264/cabac_contexts.h"
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
-
-// pStateIdx * 2 + valMPS. A type of its own, so that a store to a context is known not to change the coder's fields.
-enum class CabacContext : uint8_t {};
-using CabacContexts = std::array<CabacContext, h264::kContextCount>;
-
-// What one bin looks up. More and less probable symbol: MPS and LPS of the standard.
-struct CabacTables {
-    uint8_t RangeLps[128 * 4];  // Table 9-44 by context * 4 + ((codIRange >> 6) & 3)
-    CabacContext Next[2 * 128]; // the context behind an MPS, then behind an LPS
-};
-extern const CabacTables g_CabacTables;
-
-// Clause 9.3.1.1 for all contexts. SliceTable: row of h264::kContextInit.
-void InitCabacContexts(CabacContexts& Contexts, const h264::ContextInit (&SliceTable)[h264::kContextCount],
-                       int32_t SliceQp);
 
 // Into the caller's buffer, whose end is not tested.
 class StoredBytes
@@ -89,18 +73,18 @@ public:
         m_Output = Out;
     }
 
-    void EncodeBin(CabacContext& Context, uint32_t Bin)
+    void EncodeBin(h264::CabacContext& Context, uint32_t Bin)
     {
         const auto State = static_cast<uint32_t>(Context);
         // codIRange lies in 256..510, so its top bits are 4..7: the table's base takes the 4 off again.
-        const uint32_t Lps = g_CabacTables.RangeLps[State * 4 + (m_Range >> 6) - 4];
+        const uint32_t Lps = h264::g_CabacTables.RangeLps[State * 4 + (m_Range >> 6) - 4];
         m_Range -= Lps;
         if (((State ^ Bin) & 1) == 0) {
-            Context = g_CabacTables.Next[State];
+            Context = h264::g_CabacTables.Next[State];
             if (m_Range >= 256) return;
             Shift(1); // the more probable symbol keeps half of the range
         } else {
-            Context = g_CabacTables.Next[State + 128];
+            Context = h264::g_CabacTables.Next[State + 128];
             m_Low += m_Range;
             m_Range = Lps;
             Shift(std::countl_zero(Lps) - 23);

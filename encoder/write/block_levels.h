@@ -12,7 +12,4 @@ struct BlockLevels {
     int16_t Level[16];
 };
 
-// ctxBlockCat of Table 9-42.
-enum BlockCat : uint32_t { CAT_LUMA_DC, CAT_LUMA_AC, CAT_LUMA, CAT_CHROMA_DC, CAT_CHROMA_AC };
-
 } // namespace UMC_H264_ENCODER

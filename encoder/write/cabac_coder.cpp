@@ -3,13 +3,13 @@
 namespace UMC_H264_ENCODER {
 
 template <class Output>
-void BasicCabacCoder<Output>::Levels(BlockCat Cat, const BlockLevels& Block, uint32_t Positions)
+void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels& Block, uint32_t Positions)
 {
     const h264::BlockCatContexts& Ctx = h264::kBlockCatContexts[Cat];
     // A copy that nothing else can point to stays in registers.
     BasicArithmeticCoder<Output> Coder = Arithmetic;
-    CabacContext* const pSignificant = Contexts.data() + Ctx.Significant[0];
-    CabacContext* const pLast = Contexts.data() + Ctx.Last[0];
+    h264::CabacContext* const pSignificant = Contexts.data() + Ctx.Significant[0];
+    h264::CabacContext* const pLast = Contexts.data() + Ctx.Last[0];
     const uint32_t Count = Block.Count;
     uint32_t Position = 0;
     for (uint32_t i = 0; i < Count; ++i, ++Position) {
@@ -20,20 +20,20 @@ void BasicCabacCoder<Output>::Levels(BlockCat Cat, const BlockLevels& Block, uin
         Coder.EncodeBin(pSignificant[Position], 1);
         Coder.EncodeBin(pLast[Position], i + 1 == Count);
     }
-    CabacContext* const pAbs = Contexts.data() + Ctx.AbsLevel;
-    const uint32_t GreaterMax = Cat == CAT_CHROMA_DC ? 3 : 4;
+    h264::CabacContext* const pAbs = Contexts.data() + Ctx.AbsLevel;
+    const uint32_t GreaterMax = Cat == h264::CAT_CHROMA_DC ? 3 : 4;
     uint32_t Ones = 0, Greater = 0;
     for (uint32_t i = Count; i-- > 0;) {
         const int32_t Level = Block.Level[i];
         const auto Minus1 = static_cast<uint32_t>(std::abs(Level)) - 1;
-        CabacContext& First = pAbs[Greater ? 0 : std::min(4u, 1 + Ones)];
+        h264::CabacContext& First = pAbs[Greater ? 0 : std::min(4u, 1 + Ones)];
         if (Minus1 == 0) {
             Coder.EncodeBin(First, 0);
             ++Ones;
         } else {
             constexpr uint32_t kPrefixMax = 14;
             Coder.EncodeBin(First, 1);
-            CabacContext& Other = pAbs[5 + std::min(GreaterMax, Greater)];
+            h264::CabacContext& Other = pAbs[5 + std::min(GreaterMax, Greater)];
             for (uint32_t b = 1; b < std::min(Minus1, kPrefixMax); ++b) Coder.EncodeBin(Other, 1);
             if (Minus1 < kPrefixMax)
                 Coder.EncodeBin(Other, 0);

@@ -1,9 +1,9 @@
 // The contexts of a slice and the arithmetic coder on them: a value, which a trial copies.
 #pragma once
 
+#include "Common/h264/slice_type.h"
 #include "encoder/write/arithmetic_coder.h"
 #include "encoder/write/block_levels.h"
-#include "encoder/write/slice_type.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -25,8 +25,8 @@ public:
     /// Contexts of a slice (clause 9.3.1), and the coder at its start.
     void StartSlice(int32_t SliceType, int32_t CabacInitIdc, int32_t SliceQp, const Output& Out)
     {
-        const size_t Row = SliceType == SLICE_I ? 0 : 1 + static_cast<size_t>(CabacInitIdc);
-        InitCabacContexts(Contexts, h264::kContextInit[Row], SliceQp);
+        const size_t Row = h264::ContextInitRow(SliceType == h264::SLICE_I, static_cast<uint32_t>(CabacInitIdc));
+        h264::InitCabacContexts(Contexts, h264::kContextInit[Row], SliceQp);
         Arithmetic.Start(Out);
         LastQpDelta = 0;
     }
@@ -34,9 +34,9 @@ public:
     void Bin(uint32_t Context, uint32_t Value) { Arithmetic.EncodeBin(Contexts[Context], Value); }
     /// The levels of a block that has some, behind its coded_block_flag (clause 7.3.5.3.3).
     /// @param Positions  coefficients of the block's list
-    void Levels(BlockCat Cat, const BlockLevels& Block, uint32_t Positions);
+    void Levels(h264::BlockCat Cat, const BlockLevels& Block, uint32_t Positions);
 
-    CabacContexts Contexts{};
+    h264::CabacContexts Contexts{};
     BasicArithmeticCoder<Output> Arithmetic;
     int32_t LastQpDelta = 0; // mb_qp_delta of the macroblock before, for its context
 };

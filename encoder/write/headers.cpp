@@ -1,6 +1,7 @@
 #include "encoder/write/headers.h"
 
 #include "Common/h264/h264_tables.h"
+#include "Common/h264/profiles.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -56,7 +57,7 @@ void WriteSeqParams(CBaseBitstream& Out, const SeqParamSet& s)
     Out.PutBits(0x40, 8); // constraint_set1_flag alone, reserved_zero_4bits
     Out.PutBits(s.level_idc, 8);
     Out.PutUE(0); // seq_parameter_set_id
-    if (IsHighFamily(s.profile_idc)) {
+    if (h264::IsHighFamily(s.profile_idc)) {
         Out.PutUE(s.chroma_format_idc);
         if (s.chroma_format_idc == 3) Out.PutBit(0); // residual_colour_transform_flag
         Out.PutUE(s.bit_depth_luma - 8u);
@@ -119,7 +120,7 @@ void WritePicParams(CBaseBitstream& Out, const PicParamSet& p, const SeqParamSet
     Out.PutBit(1); // deblocking_filter_control_present_flag
     Out.PutBit(0); // constrained_intra_pred_flag
     Out.PutBit(0); // redundant_pic_cnt_present_flag
-    if (IsHighFamily(s.profile_idc)) {
+    if (h264::IsHighFamily(s.profile_idc)) {
         Out.PutBit(p.transform_8x8_mode);
         Out.PutBit(0); // pic_scaling_matrix_present_flag
         Out.PutSE(0);  // second_chroma_qp_index_offset
@@ -145,16 +146,16 @@ void WriteSliceHeader(CBaseBitstream& Out, const SliceHeader& h, const SeqParamS
     }
     if (h.idr) Out.PutUE(static_cast<uint32_t>(h.idr_pic_id));
     WriteOrderCount(Out, h, s, p);
-    if (h.slice_type == SLICE_B) Out.PutBit(h.direct_spatial_mv_pred);
-    if (h.slice_type != SLICE_I) {
-        const bool bOverride = h.num_ref_idx_l0 != 1 || (h.slice_type == SLICE_B && h.num_ref_idx_l1 != 1);
+    if (h.slice_type == h264::SLICE_B) Out.PutBit(h.direct_spatial_mv_pred);
+    if (h.slice_type != h264::SLICE_I) {
+        const bool bOverride = h.num_ref_idx_l0 != 1 || (h.slice_type == h264::SLICE_B && h.num_ref_idx_l1 != 1);
         Out.PutBit(bOverride);
         if (bOverride) {
             Out.PutUE(static_cast<uint32_t>(h.num_ref_idx_l0 - 1));
-            if (h.slice_type == SLICE_B) Out.PutUE(static_cast<uint32_t>(h.num_ref_idx_l1 - 1));
+            if (h.slice_type == h264::SLICE_B) Out.PutUE(static_cast<uint32_t>(h.num_ref_idx_l1 - 1));
         }
         Out.PutBit(0); // ref_pic_list_reordering_flag_l0
-        if (h.slice_type == SLICE_B) Out.PutBit(0);
+        if (h.slice_type == h264::SLICE_B) Out.PutBit(0);
     }
     if (h.nal_ref_idc != 0) {
         if (h.idr)
@@ -162,7 +163,7 @@ void WriteSliceHeader(CBaseBitstream& Out, const SliceHeader& h, const SeqParamS
         else
             Out.PutBit(0); // adaptive_ref_pic_marking_mode_flag
     }
-    if (p.entropy_coding_mode && h.slice_type != SLICE_I) Out.PutUE(static_cast<uint32_t>(h.cabac_init_idc));
+    if (p.entropy_coding_mode && h.slice_type != h264::SLICE_I) Out.PutUE(static_cast<uint32_t>(h.cabac_init_idc));
     Out.PutSE(h.slice_qp_delta);
     Out.PutUE(static_cast<uint32_t>(h.disable_deblocking_filter_idc));
     if (h.disable_deblocking_filter_idc != 1) {

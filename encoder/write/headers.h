@@ -1,9 +1,9 @@
 // The syntax of parameter sets, access unit delimiters and slice headers (clauses 7.3.2 and 7.3.3).
 #pragma once
 
+#include "Common/h264/slice_type.h"
 #include "encoder/write/base_bitstream.h"
 #include "encoder/write/parameter_sets.h"
-#include "encoder/write/slice_type.h"
 
 namespace UMC_H264_ENCODER {
 

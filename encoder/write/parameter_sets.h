@@ -36,9 +36,4 @@ struct PicParamSet {
     bool transform_8x8_mode;
 };
 
-inline bool IsHighFamily(int32_t Profile)
-{
-    return Profile == 100 || Profile == 110 || Profile == 122 || Profile == 144;
-}
-
 } // namespace UMC_H264_ENCODER

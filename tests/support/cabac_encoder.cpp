@@ -13,8 +13,7 @@ constexpr int kMbTypeI = 3, kSkipFlagP = 11, kSkipFlagB = 24, kMbTypeB = 27, kSu
 class CabacSlice
 {
 public:
-    CabacSlice(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
-        : m_Slice(s), m_Encoder(Contexts(Pic, s).m_Contexts)
+    CabacSlice(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s) : m_Slice(s), m_Encoder(Contexts(Pic, s))
     {
         for (const uint8_t Bit : Header(Seq, Pic, s).Bits()) m_Encoder.m_Bits.push_back(Bit != 0);
         Align(true); // cabac_alignment_one_bit
@@ -37,12 +36,12 @@ public:
     }
 
 private:
-    static UMC::CabacDecoder Contexts(const PicParamSet& Pic, const Slice& s)
+    static h264::CabacContexts Contexts(const PicParamSet& Pic, const Slice& s)
     {
-        UMC::CabacDecoder Cabac;
-        Cabac.InitContexts(Pic.pic_init_qp + s.qp_delta,
-                           s.slice_type % 5 == 2 ? 0 : 1 + static_cast<int>(s.cabac_init_idc));
-        return Cabac;
+        h264::CabacContexts c;
+        h264::InitCabacContexts(c, h264::kContextInit[s.slice_type % 5 == 2 ? 0 : 1 + s.cabac_init_idc],
+                                Pic.pic_init_qp + s.qp_delta);
+        return c;
     }
 
     Slice m_Slice;

@@ -14,9 +14,7 @@ namespace test {
 class CabacEncoder
 {
 public:
-    explicit CabacEncoder(const UMC::CabacContext* pContexts) : m_Contexts(pContexts, pContexts + h264::kContextCount)
-    {
-    }
+    explicit CabacEncoder(const h264::CabacContexts& Contexts) : m_Contexts(Contexts) {}
 
     void Decide(int Context, uint32_t Bin)
     {
@@ -32,7 +30,7 @@ public:
         } else {
             pStateIdx = h264::kTransIdxMps[pStateIdx];
         }
-        m_Contexts[static_cast<size_t>(Context)] = static_cast<UMC::CabacContext>(pStateIdx * 2 + Mps);
+        m_Contexts[static_cast<size_t>(Context)] = h264::PackContext(pStateIdx, Mps);
         Renormalise();
     }
     void Bypass(uint32_t Bin)
@@ -95,7 +93,7 @@ private:
         for (; m_Outstanding > 0; --m_Outstanding) m_Bits.push_back(Bit == 0);
     }
 
-    std::vector<UMC::CabacContext> m_Contexts;
+    h264::CabacContexts m_Contexts;
     uint32_t m_Low = 0, m_Range = 510;
     int m_Outstanding = 0;
     bool m_First = true;

@@ -81,10 +81,10 @@ protected:
 
 TEST_F(Macroblocks, PcmSamplesArriveAndLeaveNoCoefficients)
 {
-    PutUe(kIntraPcmType);
+    PutUe(h264::kIntraPcmType);
     PutBits(0, static_cast<uint32_t>((8 - m_Bits.size() % 8) % 8));
     for (uint32_t i = 0; i < 384; ++i) PutBits(i * 7 & 255, 8);
-    ASSERT_EQ(Decode(I_SLICE, 5, 1), StatusOk);
+    ASSERT_EQ(Decode(SLICE_I, 5, 1), StatusOk);
     for (uint32_t y = 0; y < 16; ++y)
         for (uint32_t x = 0; x < 16; ++x) ASSERT_EQ(m_Y[(16 + y) * kPitch + 16 + x], (y * 16 + x) * 7 & 255);
     for (uint32_t y = 0; y < 8; ++y)
@@ -105,7 +105,7 @@ TEST_F(Macroblocks, PcmSamplesArriveAndLeaveNoCoefficients)
 TEST_F(Macroblocks, SkipRunBeyondTheSliceStopsAtItsEnd)
 {
     PutUe(1000);
-    ASSERT_EQ(Decode(P_SLICE, 0, 3), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 0, 3), StatusOk);
     EXPECT_EQ(m_Decoder.m_Cursor.CurrentMb, 3);
     EXPECT_EQ(m_Decoder.m_Cursor.MbsDone, 3);
     for (size_t i = 0; i < 3; ++i) EXPECT_EQ(m_Global[i].MbType, MBTYPE_SKIPPED);
@@ -122,7 +122,7 @@ TEST_F(Macroblocks, CodedOneFollowsASkipRunWithoutARunOfItsOwn)
     PutSe(4);
     PutUe(0); // coded_block_pattern 0
     PutUe(2);
-    ASSERT_EQ(Decode(P_SLICE, 0, 4), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 0, 4), StatusOk);
     EXPECT_EQ(m_Global[0].MbType, MBTYPE_SKIPPED);
     EXPECT_EQ(m_Global[1].MbType, MBTYPE_INTER16x16);
     EXPECT_EQ(m_Mv[0][16].x, 8);
@@ -139,7 +139,7 @@ TEST_F(Macroblocks, VectorsFarOutsideGiveTheEdgeOfThePicture)
     PutSe(-4000 * 4 + 1); // a fraction, too
     PutSe(-3000 * 4 + 2);
     PutUe(0);
-    ASSERT_EQ(Decode(P_SLICE, 0, 1), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 0, 1), StatusOk);
     for (size_t y = 0; y < 16; ++y)
         for (size_t x = 0; x < 16; ++x) ASSERT_EQ(m_Y[y * kPitch + x], m_RefY[0]);
     EXPECT_EQ(m_U[0], m_RefU[0]);
@@ -151,7 +151,7 @@ TEST_F(Macroblocks, MissingReferenceIsGrey)
     static constexpr uint8_t kGrey = 128;
     m_Decoder.m_Cursor.Slice.References.Sets[0].Planes[0][0] = {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
     PutUe(1);
-    ASSERT_EQ(Decode(P_SLICE, 0, 1), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 0, 1), StatusOk);
     EXPECT_EQ(m_Y[0], 128);
     EXPECT_EQ(m_Y[15 * kPitch + 15], 128);
     EXPECT_EQ(m_U[0], 128);
@@ -178,7 +178,7 @@ protected:
             SCOPED_TRACE(Value);
             m_Bits.clear();
             m_Decoder.m_Cursor.Entropy.MbSkipRun = 0;
-            if (Type != I_SLICE) PutUe(0);
+            if (Type != SLICE_I) PutUe(0);
             Put();
             PutUe(Value);
             m_Bits.insert(m_Bits.end(), 4000, true);
@@ -192,32 +192,32 @@ protected:
 
 TEST_F(ElementBounds, OfTheMacroblockType)
 {
-    ExpectBound(I_SLICE, 25, [] {});
-    ExpectBound(P_SLICE, 5 + 25, [] {});
-    ExpectBound(B_SLICE, 23 + 25, [] {});
+    ExpectBound(SLICE_I, 25, [] {});
+    ExpectBound(SLICE_P, 5 + 25, [] {});
+    ExpectBound(SLICE_B, 23 + 25, [] {});
 }
 
 TEST_F(ElementBounds, OfTheSubMacroblockType)
 {
-    ExpectBound(P_SLICE, 3, [this] { PutUe(3); });
-    ExpectBound(B_SLICE, 12, [this] { PutUe(22); });
+    ExpectBound(SLICE_P, 3, [this] { PutUe(3); });
+    ExpectBound(SLICE_B, 12, [this] { PutUe(22); });
 }
 
 TEST_F(ElementBounds, OfTheReferenceIndex)
 {
     m_Decoder.m_Cursor.Slice.References.Active[0] = 3;
-    ExpectBound(P_SLICE, 2, [this] { PutUe(0); });
+    ExpectBound(SLICE_P, 2, [this] { PutUe(0); });
     EXPECT_EQ(m_Ref[0][5 * 16], 2);
 }
 
 TEST_F(ElementBounds, OfTheCodedBlockPattern)
 {
-    ExpectBound(I_SLICE, 47, [this] {
+    ExpectBound(SLICE_I, 47, [this] {
         PutUe(0);
         PutBits(0xFFFF, 16); // modes as predicted
         PutUe(0);
     });
-    ExpectBound(P_SLICE, 47, [this] {
+    ExpectBound(SLICE_P, 47, [this] {
         PutUe(0);
         PutSe(0);
         PutSe(0);
@@ -236,7 +236,7 @@ TEST_F(Macroblocks, ReferenceIndexOfTwoIsOneInvertedBit)
         PutSe(0);
         PutUe(0);
     }
-    ASSERT_EQ(Decode(P_SLICE, 0, 2), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 0, 2), StatusOk);
     EXPECT_EQ(m_Ref[0][0], 0);
     EXPECT_EQ(m_Ref[0][16], 1);
 }
@@ -245,7 +245,7 @@ TEST_F(Macroblocks, IntraChromaModeAboveThreeIsDamage)
 {
     PutUe(3); // Intra 16x16 with DC prediction and nothing coded
     PutUe(4);
-    EXPECT_THROW(Decode(I_SLICE, 0, 1), h264_exception);
+    EXPECT_THROW(Decode(SLICE_I, 0, 1), h264_exception);
 }
 
 TEST_F(Macroblocks, QpDifferenceOutOfRangeIsDamage)
@@ -253,7 +253,7 @@ TEST_F(Macroblocks, QpDifferenceOutOfRangeIsDamage)
     PutUe(3);
     PutUe(0);
     PutSe(26);
-    EXPECT_THROW(Decode(I_SLICE, 0, 1), h264_exception);
+    EXPECT_THROW(Decode(SLICE_I, 0, 1), h264_exception);
 }
 
 TEST_F(Macroblocks, QpWrapsAround)
@@ -263,7 +263,7 @@ TEST_F(Macroblocks, QpWrapsAround)
     PutUe(0);
     PutSe(2);
     PutBits(1, 1); // coeff_token of the DC block: no level
-    ASSERT_EQ(Decode(I_SLICE, 0, 1), StatusOk);
+    ASSERT_EQ(Decode(SLICE_I, 0, 1), StatusOk);
     EXPECT_EQ(m_LocalInfo[0].Qp, 1);
     EXPECT_EQ(m_Y[0], 128); // DC prediction without neighbours
 }
@@ -274,7 +274,7 @@ TEST_F(Macroblocks, IntraModeWithoutItsNeighboursIsDamage)
     PutUe(0);
     PutSe(0);
     PutBits(1, 1);
-    EXPECT_THROW(Decode(I_SLICE, 0, 1), h264_exception);
+    EXPECT_THROW(Decode(SLICE_I, 0, 1), h264_exception);
 }
 
 TEST_F(Macroblocks, ConstrainedIntraPredictionDoesNotReadInterNeighbours)
@@ -283,14 +283,14 @@ TEST_F(Macroblocks, ConstrainedIntraPredictionDoesNotReadInterNeighbours)
     SetMotion(4, 0, {0, 0});
     std::fill(m_Y.begin(), m_Y.end(), uint8_t{77});
     PutUe(0);
-    PutUe(kFirstIntraTypeP + 3);
+    PutUe(h264::kFirstIntraTypeP + 3);
     PutUe(0);
     PutSe(0);
     PutBits(1, 1);
-    ASSERT_EQ(Decode(P_SLICE, 5, 1), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 5, 1), StatusOk);
     EXPECT_EQ(m_Y[16 * kPitch + 16], 128);
     m_pPicture->constrained_intra_pred_flag = 0;
-    ASSERT_EQ(Decode(P_SLICE, 5, 1), StatusOk);
+    ASSERT_EQ(Decode(SLICE_P, 5, 1), StatusOk);
     EXPECT_EQ(m_Y[16 * kPitch + 16], 77);
 }
 
@@ -298,7 +298,7 @@ TEST_F(Macroblocks, DataThatEndsEarlyIsDamage)
 {
     PutUe(0);
     PutUe(0); // P_L0_16x16, and then nothing
-    EXPECT_THROW(Decode(P_SLICE, 0, 12), h264_exception);
+    EXPECT_THROW(Decode(SLICE_P, 0, 12), h264_exception);
 }
 
 TEST(SegmentDecoderFamily, HasNoMemberForWhatItCannotDecode)

@@ -130,7 +130,7 @@ TEST_F(Strengths, OfHalvesFollowTheirPartition)
 
 TEST_F(Strengths, OfBSlicesCompareSetsOfPictures)
 {
-    m_Slice.m_Header.slice_type = B_SLICE;
+    m_Slice.m_Header.slice_type = SLICE_B;
     for (const int Mb : {1, 4, 5}) SetMotion(Mb, 0, {0, 0}, 0);
     // 5 predicts from pictures 0 and 1, 4 from the same the other way round with the vectors swapped.
     SetMotion(5, 1, {8, 0}, 1);
@@ -144,7 +144,7 @@ TEST_F(Strengths, OfBSlicesCompareSetsOfPictures)
 
 TEST_F(Strengths, OfOnePictureTwiceTakeEitherPairing)
 {
-    m_Slice.m_Header.slice_type = B_SLICE;
+    m_Slice.m_Header.slice_type = SLICE_B;
     SetMotion(5, 0, {0, 0}, 0);
     SetMotion(5, 0, {8, 0}, 1);
     SetMotion(4, 0, {8, 0}, 0);

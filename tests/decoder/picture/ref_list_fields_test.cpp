@@ -17,7 +17,7 @@ protected:
     FieldLists()
     {
         m_Header.frame_num = 40;
-        m_Header.slice_type = P_SLICE;
+        m_Header.slice_type = SLICE_P;
     }
 
     // A reference frame; its fields, T or B, as marked short-term, t or b as long-term.
@@ -109,7 +109,7 @@ TEST_F(FieldLists, HaveUpTo32Entries)
 
 TEST_F(FieldLists, OfBSlicesGoByTheCountsOfFrames)
 {
-    m_Header.slice_type = B_SLICE;
+    m_Header.slice_type = SLICE_B;
     m_Current.m_PicOrderCnt[0] = m_Current.m_PicOrderCnt[1] = 5;
     for (const int Number : {1, 2, 3, 4}) Add(Number);
     EXPECT_THAT(Build(4), ElementsAre("2T", "2B", "1T", "1B"));

@@ -87,34 +87,6 @@ constexpr int kMbs = 99;
 
 } // namespace
 
-TEST(PictureBuffer, HoldsWhatTheLevelAllows)
-{
-    struct Row {
-        uint8_t level_idc;
-        int64_t Units; // of 512 bytes
-    };
-    constexpr Row kRows[] = {{10, 297},   {11, 675},   {12, 1782},  {13, 1782},  {20, 1782},
-                             {21, 3564},  {22, 6075},  {30, 6075},  {31, 13500}, {32, 15360},
-                             {40, 24576}, {41, 24576}, {42, 24576}, {50, 82800}, {51, 138240}};
-    for (const Row& r : kRows)
-        for (const uint32_t Side : {1u, 4u, 11u, 22u, 40u, 80u, 120u}) {
-            H264SeqParamSet Seq{};
-            Seq.level_idc = r.level_idc;
-            Seq.frame_width_in_mbs = Seq.frame_height_in_mbs = static_cast<uint16_t>(Side);
-            EXPECT_EQ(DpbFrames(Seq), std::min<int64_t>(16, r.Units * 512 / (int64_t{Side} * Side * 384)))
-                << int{r.level_idc} << ", " << Side;
-        }
-    H264SeqParamSet Seq{};
-    Seq.level_idc = 40;
-    Seq.frame_width_in_mbs = 120;
-    Seq.frame_height_in_mbs = 68;
-    EXPECT_EQ(DpbFrames(Seq), 4);
-    Seq.level_idc = 51;
-    Seq.frame_width_in_mbs = 11;
-    Seq.frame_height_in_mbs = 9;
-    EXPECT_EQ(DpbFrames(Seq), 16);
-}
-
 TEST_F(Supplied, SevenFramesServeABufferOfFour)
 {
     const PicParamSet Pic;

@@ -23,7 +23,7 @@ protected:
             EXPECT_EQ(Frame.Allocate(PictureFormat::Make(kSize, ChromaFormat, 8, 8)), StatusOk);
             for (int Field = 0; Field < 2; ++Field) Frame.m_PicOrderCnt[Field] = kOrderCounts[i] + Field;
         }
-        m_Header.slice_type = B_SLICE;
+        m_Header.slice_type = SLICE_B;
         m_Header.num_ref_idx_l0_active = 2;
         m_Header.num_ref_idx_l1_active = 1;
         m_Lists.List[0].Frame[0] = &m_Frames[0];

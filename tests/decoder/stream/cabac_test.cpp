@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -58,7 +57,7 @@ TEST(CabacEngine, DecodesWhatTheStandardsEncoderWrites)
     CabacDecoder Cabac;
     for (const double Skew : {0.5, 0.2, 0.05, 0.002})
         for (const size_t Offset : {0u, 8u, 16u, 24u, 32u, 40u}) { // every place of the first byte in a word
-            Cabac.InitContexts(26, 1);
+            h264::InitCabacContexts(Cabac.m_Contexts, h264::kContextInit[1], 26);
             const std::vector<Bin> Bins = RandomBins(Random, Skew, 20000);
             test::CabacEncoder Encoder(Cabac.m_Contexts);
             Encoder.m_Bits.assign(Offset, true);
@@ -86,7 +85,7 @@ TEST(CabacEngine, EndsWithinTheUnitWhateverItsLength)
     CabacDecoder Cabac;
     int Lengths[32] = {}; // of the units, in bits modulo 32
     for (int Round = 0; Round < 2000; ++Round) {
-        Cabac.InitContexts(26, 1);
+        h264::InitCabacContexts(Cabac.m_Contexts, h264::kContextInit[1], 26);
         const std::vector<Bin> Bins = RandomBins(Random, 0.3, 100);
         test::CabacEncoder Encoder(Cabac.m_Contexts);
         Encode(Encoder, Bins);
@@ -108,42 +107,11 @@ TEST(CabacEngine, EndsWithinTheUnitWhateverItsLength)
 TEST(CabacEngine, GoesOnInZerosPastTheEndAndSaysSo)
 {
     CabacDecoder Cabac;
-    Cabac.InitContexts(26, 0);
+    h264::InitCabacContexts(Cabac.m_Contexts, h264::kContextInit[0], 26);
     Unit Stream(std::vector<bool>(40, true));
     Cabac.Start(Stream.Bitstream);
     for (int i = 0; i < 64; ++i) Cabac.m_Engine.Bypass();
     EXPECT_TRUE(Cabac.Overrun());
-}
-
-TEST(CabacContexts, AreSetByClause9311)
-{
-    CabacDecoder Cabac;
-    Cabac.InitContexts(26, 0);
-    // ctxIdx 0 of I slices: m 20, n -15: preCtxState 17, so state 46 of MPS 0.
-    EXPECT_EQ(static_cast<int>(Cabac.m_Contexts[0]), 46 * 2);
-    // ctxIdx 2: m 3, n 74: preCtxState 78, so state 14 of MPS 1.
-    EXPECT_EQ(static_cast<int>(Cabac.m_Contexts[2]), 14 * 2 + 1);
-    EXPECT_EQ(static_cast<int>(Cabac.m_Contexts[276]), 126);
-}
-
-TEST(CabacContexts, ThirdColumnServesInitIdc2)
-{
-    CabacDecoder Cabac;
-    Cabac.InitContexts(51, 3);
-    for (int i = 0; i < h264::kContextCount; ++i) {
-        if (i == 276) continue;
-        const h264::ContextInit Init = h264::kContextInit[3][i];
-        const int Pre = std::clamp(((Init.m * 51) >> 4) + Init.n, 1, 126);
-        EXPECT_EQ(static_cast<int>(Cabac.m_Contexts[i]), Pre > 63 ? (Pre - 64) * 2 + 1 : (63 - Pre) * 2) << i;
-    }
-}
-
-TEST(CabacContexts, ClipANegativeQp)
-{
-    CabacDecoder Low, Zero;
-    Low.InitContexts(-12, 1);
-    Zero.InitContexts(0, 1);
-    EXPECT_TRUE(std::equal(std::begin(Low.m_Contexts), std::end(Low.m_Contexts), std::begin(Zero.m_Contexts)));
 }
 
 } // namespace

@@ -133,8 +133,8 @@ TEST_F(NeighboursOfAPicture, ThatAreNotThereSaySo)
         }
         EXPECT_EQ(m.LeftDifferences[i], (MotionVector{0, 0}));
         EXPECT_EQ(m.TopDifferences[i], (MotionVector{0, 0}));
-        EXPECT_EQ(n.LeftCounts[0][i], kNoCount);
-        EXPECT_EQ(n.TopCounts[0][i], kNoCount);
+        EXPECT_EQ(n.LeftCounts[0][i], h264::kNoCount);
+        EXPECT_EQ(n.TopCounts[0][i], h264::kNoCount);
     }
 }
 
@@ -143,14 +143,6 @@ TEST_F(NeighboursOfAPicture, AboveLeftStandsInForAboveRight)
     EXPECT_EQ(At(6).Of16x16(0).C.Mv, (MotionVector{3, 12}));
     EXPECT_EQ(At(7).Of16x16(0).C.Mv, (MotionVector{2, 15}));
     EXPECT_EQ(At(7, 6).Of16x16(0).C.RefIdx, h264::kRefUnavailable);
-}
-
-TEST(IntraModePrediction, IsTheLeastOfTwoAndDcWithoutBoth)
-{
-    EXPECT_EQ(PredictIntraMode(5, 3), 3);
-    EXPECT_EQ(PredictIntraMode(0, 8), 0);
-    EXPECT_EQ(PredictIntraMode(-1, 8), kIntra4x4Dc);
-    EXPECT_EQ(PredictIntraMode(0, -1), kIntra4x4Dc);
 }
 
 } // namespace

@@ -19,7 +19,7 @@ public:
         m_Reader.Bits(static_cast<int>(From));
         m_Offset = m_Reader.Bits(9);
     }
-    uint32_t Decision(CabacContext& Context)
+    uint32_t Decision(h264::CabacContext& Context)
     {
         const uint32_t State = static_cast<uint32_t>(Context) >> 1, Mps = static_cast<uint32_t>(Context) & 1,
                        Lps = h264::kRangeLps[State][m_Range >> 6 & 3];
@@ -29,9 +29,9 @@ public:
             Bin = 1 - Mps;
             m_Offset -= m_Range;
             m_Range = Lps;
-            Context = static_cast<CabacContext>(h264::kTransIdxLps[State] * 2 + (State == 0 ? 1 - Mps : Mps));
+            Context = h264::PackContext(h264::kTransIdxLps[State], State == 0 ? 1 - Mps : Mps);
         } else {
-            Context = static_cast<CabacContext>(h264::kTransIdxMps[State] * 2 + Mps);
+            Context = h264::PackContext(h264::kTransIdxMps[State], Mps);
         }
         Renormalise();
         return Bin;
@@ -63,26 +63,6 @@ private:
     uint32_t m_Range = 510, m_Offset = 0;
 };
 
-TEST(ArithmeticCoder, InitialStateOfAContext)
-{
-    h264::ContextInit Table[h264::kContextCount]{};
-    Table[0] = {0, 64};
-    Table[1] = {0, 63};
-    Table[2] = {-28, 127};
-    Table[3] = {127, 127};
-    Table[4] = {-127, 0};
-    Table[276] = {9, 9};
-    CabacContexts c;
-    InitCabacContexts(c, Table, 26);
-    const auto At = [&c](size_t i) { return static_cast<int>(c[i]); };
-    EXPECT_EQ(At(0), 0 * 2 + 1); // preCtxState 64
-    EXPECT_EQ(At(1), 0 * 2 + 0);
-    EXPECT_EQ(At(2), (((-28 * 26) >> 4) + 127 - 64) * 2 + 1);
-    EXPECT_EQ(At(3), 62 * 2 + 1);
-    EXPECT_EQ(At(4), 62 * 2 + 0);
-    EXPECT_EQ(At(276), 63 * 2); // the terminate decision has a state of its own
-}
-
 // Kinds of bins: 0 and 1 with a context, 2 bypass, 3 a terminate bin of 0.
 void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
 {
@@ -90,8 +70,8 @@ void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
     Writer w;
     w.PutBits(0x5, 3);
     w.Align(1);
-    w.InitContexts(SLICE_P, 1, 30);
-    const CabacContexts Start = w.Cabac().Contexts;
+    w.InitContexts(h264::SLICE_P, 1, 30);
+    const h264::CabacContexts Start = w.Cabac().Contexts;
     struct Symbol {
         uint32_t Kind, Context, Bin;
     };
@@ -111,7 +91,7 @@ void RoundTrip(uint32_t Seed, uint32_t OneIn, int Count)
     ASSERT_EQ(w.Bits() % 8, 0);
     const Bytes Written = w.Written();
     Decoder d(Written, 8);
-    CabacContexts Contexts = Start;
+    h264::CabacContexts Contexts = Start;
     for (size_t i = 0; i < Symbols.size(); ++i) {
         const Symbol& s = Symbols[i];
         if (s.Kind == 0)
@@ -163,7 +143,7 @@ TEST(ArithmeticCoder, BypassBitsInOneGoEqualSingleOnes)
 TEST(ArithmeticCoder, OneBypassBinAndTheEndIsAWholeByte)
 {
     Writer w;
-    w.InitContexts(SLICE_I, 0, 26);
+    w.InitContexts(h264::SLICE_I, 0, 26);
     w.EncodeBypass(1);
     w.EncodeTerminate(1);
     w.TerminateEncode();
@@ -182,7 +162,7 @@ TEST(ArithmeticCoder, TheSavedStateComesBack)
     };
     Writer Plain, Tried;
     for (Writer* w : {&Plain, &Tried}) {
-        w->InitContexts(SLICE_P, 0, 30);
+        w->InitContexts(h264::SLICE_P, 0, 30);
         Encode(*w, 1, 500);
     }
     Tried.SaveState();

@@ -14,7 +14,7 @@ CabacCoder StartAt(uint8_t* pOut)
     StoredBytes Out;
     Out.Start(pOut);
     CabacCoder c;
-    c.StartSlice(SLICE_P, 1, 28, Out);
+    c.StartSlice(h264::SLICE_P, 1, 28, Out);
     return c;
 }
 
@@ -46,7 +46,7 @@ void WriteBlocks(Coder& c, uint32_t Seed, int Count)
             const auto Magnitude = static_cast<int16_t>(1 + Rng() % (Rng() % 4 ? 3 : 3000));
             b.Level[b.Count++] = Rng() & 1 ? Magnitude : static_cast<int16_t>(-Magnitude);
         }
-        if (b.Count) c.Levels(BlockCat(Cat), b, kPositions[Cat]);
+        if (b.Count) c.Levels(h264::BlockCat(Cat), b, kPositions[Cat]);
     }
 }
 

@@ -27,7 +27,7 @@ TEST(CountingWriter, GoesOnFromARealWriter)
 {
     Writer Real;
     CH264pBsFake<uint8_t, int16_t> Fake;
-    Real.InitContexts(SLICE_P, 2, 28);
+    Real.InitContexts(h264::SLICE_P, 2, 28);
     std::mt19937 Rng(11);
     for (int i = 0; i < 333; ++i) Real.EncodeBin(static_cast<uint32_t>(Rng()) % 276, static_cast<uint32_t>(Rng()) & 1);
     Fake.Reset();
@@ -50,8 +50,8 @@ TEST(CountingWriter, AWholeSliceEndsOnAByte)
     Writer Real;
     CH264pBsFake<uint8_t, int16_t> Fake;
     Fake.Reset();
-    Real.InitContexts(SLICE_I, 0, 20);
-    Fake.InitContexts(SLICE_I, 0, 20);
+    Real.InitContexts(h264::SLICE_I, 0, 20);
+    Fake.InitContexts(h264::SLICE_I, 0, 20);
     for (uint32_t i = 0; i < 100; ++i) {
         Real.EncodeBin(60 + i, i & 1);
         Fake.EncodeBin(60 + i, i & 1);

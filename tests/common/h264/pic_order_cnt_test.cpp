@@ -42,6 +42,18 @@ Counts CountsOf(const PicOrderSequence& Sequence, std::initializer_list<PicOrder
     return All;
 }
 
+TEST(OrderCountLsb, StandsForTheCountThatItWasMadeOf)
+{
+    PicOrderCounter Counter;
+    for (const int32_t Count : {0, 6, 2, 9, 16, 10, 17, 24, 31, 33}) {
+        const int32_t Lsb = PicOrderCntLsb(Count, 16);
+        EXPECT_TRUE(Lsb >= 0 && Lsb < 16) << Lsb;
+        Counter.Compute(Reference(0, Lsb), {.pic_order_cnt_type = 0, .MaxPicOrderCntLsb = 16});
+        EXPECT_EQ(Counter.m_PicOrderCnt, Count);
+    }
+    EXPECT_EQ(PicOrderCntLsb(-1, 16), 15);
+}
+
 TEST(OrderCountLsb, WrapsByHalfOfItsRange)
 {
     const auto OfLsbs = [](std::initializer_list<int32_t> Lsbs) {

@@ -26,3 +26,21 @@ TEST(VectorsDiffer, FromFourQuarterSamplesOnOrAVerticalLimit)
         EXPECT_TRUE(h264::VectorsDiffer(Zero, At(0, 2), 2));
     }
 }
+
+TEST(IntraStrengths, Are3WithinAndTheOuterOneAtTheBorder)
+{
+    uint32_t Edge[4];
+    h264::SetIntraStrengths(0x04040404, false, Edge);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(Edge[i], i == 0 ? 0x04040404u : 0x03030303u);
+    h264::SetIntraStrengths(0, false, Edge);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(Edge[i], i == 0 ? 0u : 0x03030303u);
+    EXPECT_EQ(h264::kIntraOuter, 0x04040404u);
+    EXPECT_EQ(h264::kIntraFieldTop, 0x03030303u);
+}
+
+TEST(IntraStrengths, HaveNoOddEdgesWithThe8x8Transform)
+{
+    uint32_t Edge[4];
+    h264::SetIntraStrengths(h264::kIntraFieldTop, true, Edge);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(Edge[i], i & 1 ? 0u : 0x03030303u);
+}
