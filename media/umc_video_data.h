@@ -83,7 +83,6 @@ public:
     void SetPictureStructure(int32_t Structure) { m_PictureStructure = Structure; }
     void GetAspectRatio(int32_t& X, int32_t& Y) const { X = m_AspectX, Y = m_AspectY; }
     void SetAspectRatio(int32_t X, int32_t Y) { m_AspectX = X, m_AspectY = Y; }
-    int32_t GetAlignment() const { return m_Alignment; }
     Status SetAlignment(int32_t Alignment); ///< bytes; StatusInvalidParams unless a power of two
 
     // Without tests, for code that has made sure of the index.

@@ -48,11 +48,11 @@ CVideoProcessIPP::CVideoProcessIPP()
 
 void* CVideoProcessIPP::DeletingDestructor(uint32_t iFlags) { return DestroyObject(this, iFlags); }
 
-int32_t CVideoProcessIPP::AddRef() { return ++m_References; }
+int32_t CVideoProcessIPP::AddRef() { return ++m_iRefCount; }
 
 int32_t CVideoProcessIPP::Release()
 {
-    const int32_t Count = --m_References;
+    const int32_t Count = --m_iRefCount;
     if (Count == 0) DeletingDestructor(1);
     return Count;
 }

@@ -47,7 +47,7 @@ protected:
     /// settings file (process/chroma_key.h). No operation asks for it at present.
     bool DetectKeyColor(int32_t iPitch, int32_t iHeight, const uint8_t* pU, const uint8_t* pV, ChromaKey& Found) const;
 
-    std::atomic<int32_t> m_References = 1;
+    std::atomic<int32_t> m_iRefCount{1};
     std::unique_ptr<WCritSec> m_pLock; // guards the stored picture, its size and its scaling
     int32_t m_bSmoothing = 0;
     float m_Brightness = 0.0f;

@@ -10,11 +10,11 @@
 #                                         the codec on 32 bits beside 64, and the Windows library's size and load time instead
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install_packages.sh build test bench peers
-mkdir -p build
 if [ "${1:-}" = --compare ]; then
     exec python3 scripts/bench_compare.py "${@:2}"
 fi
+scripts/install_packages.sh build test bench peers
+mkdir -p build
 cmake --preset release >build/bench.log
 if [ "${1:-}" = --kernels ]; then
     ninja -C build/release bench_kernels >>build/bench.log || { tail -n 40 build/bench.log >&2; exit 1; }

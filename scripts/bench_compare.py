@@ -13,17 +13,45 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 FIGURES = ("million_instructions", "frames_per_second", "kbps", "psnr_y")
 
 
+class Refusal(Exception):
+    """What stands in the way of a comparison."""
+
+
+class Parser(argparse.ArgumentParser):
+    def error(self, message):
+        raise Refusal(f"{message} (bench.sh --compare COMMIT COMMIT)")
+
+
 def commit_of(name):
     """As bench_codecs.py writes it; NAME-dirty is the state with changes on top of a commit."""
-    name, dirty, _ = name.partition("-dirty")
-    found =  subprocess.run(["git", "-C", ROOT, "rev-parse", "--verify", "--short=12", name + "^{commit}"], check=True, capture_output=True,
-                          text=True).stdout.strip()
-    return found + dirty
+    plain, dirty, _ = name.partition("-dirty")
+    found = subprocess.run(["git", "-C", ROOT, "rev-parse", "--verify", "--quiet", "--short=12", plain + "^{commit}"], check=False,
+                           capture_output=True, text=True)
+    if found.returncode != 0:
+        raise Refusal(f"git knows no commit {plain}")
+    return found.stdout.strip() + dirty
 
 
-def figures(lines, commit):
+def read(path):
+    """The records of a file of figures."""
+    try:
+        lines = path.read_text().splitlines()
+    except (OSError, UnicodeDecodeError) as error:
+        raise Refusal(f"cannot read {path}: {getattr(error, 'strerror', None) or 'not a text'}") from error
+    records = []
+    for number, line in enumerate(lines, 1):
+        try:
+            record = json.loads(line)
+            record["commit"], record["what"], record["codec"], record["stream"]
+        except (ValueError, KeyError, TypeError) as error:
+            raise Refusal(f"{path}:{number}: no line of figures") from error
+        records.append(record)
+    return records
+
+
+def figures(records, commit):
     """{(what, codec, stream): record} of a commit; of several runs the last counts."""
-    return {(r["what"], r["codec"], r["stream"]): r for r in lines if r["commit"] == commit}
+    return {(r["what"], r["codec"], r["stream"]): r for r in records if r["commit"] == commit}
 
 
 def compare(before, after):
@@ -36,15 +64,26 @@ def compare(before, after):
 
 
 def main():
-    parser = argparse.ArgumentParser()
+    parser = Parser(description="Compares the figures that bench.sh kept of two commits.")
     parser.add_argument("before")
     parser.add_argument("after")
     parser.add_argument("--file", type=pathlib.Path, default=ROOT / "build" / "bench.jsonl")
-    args = parser.parse_args()
-    lines = [json.loads(line) for line in args.file.read_text().splitlines()]
-    rows = list(compare(figures(lines, commit_of(args.before)), figures(lines, commit_of(args.after))))
-    print("\n".join(rows) if rows else f"{args.file} has no figures that both commits share")
-    return 0 if rows else 1
+    try:
+        args = parser.parse_args()
+        records = read(args.file)
+        sides = []
+        for name in (args.before, args.after):
+            sides.append(figures(records, commit_of(name)))
+            if not sides[-1]:
+                raise Refusal(f"{args.file} has no figures of {name}")
+        rows = list(compare(*sides))
+        if not rows:
+            raise Refusal(f"{args.file} has no figures that both commits share")
+    except Refusal as refusal:
+        print(f"bench_compare.py: {refusal}", file=sys.stderr)
+        return 1
+    print("\n".join(rows))
+    return 0
 
 
 if __name__ == "__main__":

@@ -22,7 +22,7 @@ try {
     if (!Size || Size.Width % 2 || Size.Height % 2) throw CliError("the size must be positive and even: " + SizeText);
     const CameraScene Scene(Size, Fps, static_cast<uint32_t>(Seed));
     OutputFile File(Out);
-    const bool bY4m = Out.size() > 4 && Out.compare(Out.size() - 4, 4, ".y4m") == 0;
+    const bool bY4m = Out.ends_with(".y4m");
     if (bY4m)
         File.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) + " F" +
                    std::to_string(Fps) + ":1 Ip A1:1 C420mpeg2\n");

@@ -3,10 +3,10 @@
 // of both.
 #include "bench/codec_bench/engine.h"
 #include "tools/common/access_units.h"
+#include "tools/common/command_line.h"
 #include "tools/common/picture_reader.h"
 #include "tools/common/progress.h"
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <valgrind/callgrind.h>
 
@@ -110,7 +110,7 @@ void Decode(const Options& Set)
 int main(int argc, char** argv)
 try {
     Options Set;
-    CLI::App App("Times one codec over one sequence", "codec_bench");
+    CommandLine App("Times one codec over one sequence", "codec_bench");
     App.require_subcommand(1);
     auto* const pEncode = App.add_subcommand("encode", "IN is a .y4m file");
     auto* const pDecode = App.add_subcommand("decode", "IN is a byte stream");

@@ -90,8 +90,7 @@ void Dequant(benchmark::State& State, DequantBlocksSig* pFn)
     }
 }
 
-const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),        RegisterTiers(kAddResidual4x4Dc, AddOne),
-                    RegisterTiers(kAddResidual8x8, AddOne),        RegisterTiers(kAddResidual8x8Dc, AddOne),
+const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),        RegisterTiers(kAddResidual8x8, AddOne),
                     RegisterTiers(kAddResidualLuma4x4, AddBlocks), RegisterTiers(kAddResidualLuma8x8, AddBlocks),
                     RegisterTiers(kAddResidualChroma, AddBlocks),  RegisterTiers(kInverseLumaDc, InverseDc),
                     RegisterTiers(kInverseChromaDc420, InverseDc), RegisterTiers(kForwardQuant16x16, Forward),

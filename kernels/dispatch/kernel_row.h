@@ -7,7 +7,6 @@ namespace kernels {
 
 template <class Sig>
 struct KernelRow {
-    using Signature = Sig;
     using Pointer = Sig*;
     const char* Name;
     std::array<Sig*, kTierCount> Slot; // null: this tier adds nothing of its own; px is always filled

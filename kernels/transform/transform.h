@@ -14,10 +14,9 @@ namespace kernels {
 // ---- Inverse: coefficients already scaled (clause 8.5.12.1) ------------------------------------------------
 
 // Adds the inverse transform (8.5.12.2) of one block to the prediction in pDst, with clipping, and clears the block.
-// The Dc forms read and clear coefficient 0 alone; all others must be 0 already.
 using AddResidualSig = void(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step);
-AddResidualSig AddResidual4x4_px, AddResidual4x4Dc_px, AddResidual8x8_px, AddResidual8x8Dc_px;
-AddResidualSig AddResidual4x4_w7, AddResidual4x4Dc_w7, AddResidual8x8_w7, AddResidual8x8Dc_w7;
+AddResidualSig AddResidual4x4_px, AddResidual8x8_px;
+AddResidualSig AddResidual4x4_w7, AddResidual8x8_w7;
 
 // The same for samples of 2 bytes that hold Depth bits, 8..14, plain C++ alone. Step counts bytes.
 void AddResidual4x4Deep_px(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth);

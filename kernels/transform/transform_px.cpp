@@ -7,7 +7,6 @@
 namespace kernels {
 namespace {
 
-uint8_t Clip1(int Value) { return static_cast<uint8_t>(std::clamp(Value, 0, 255)); }
 int16_t Wrap(int Value) { return static_cast<int16_t>(Value); }
 
 // Place of a 4x4 block in its macroblock, in samples (6.4.3).
@@ -69,14 +68,6 @@ void Inverse8(Value* p, int Step)
     p[5 * Step] = Wrap(f4 - f3);
     p[6 * Step] = Wrap(f2 - f5);
     p[7 * Step] = Wrap(f0 - f7);
-}
-
-void AddDc(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, int Size)
-{
-    const int Dc = Wrap(pCoeffs[0] + 32) >> 6;
-    pCoeffs[0] = 0;
-    for (int y = 0; y < Size; ++y, pDst += Step)
-        for (int x = 0; x < Size; ++x) pDst[x] = Clip1(pDst[x] + Dc);
 }
 
 // Four values at Step distance times the matrix of 8.5.10.
@@ -173,8 +164,6 @@ void AddResidual8x8_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
 {
     AddInverse<8>(pCoeffs, pDst, Step, 8, Inverse8<int16_t>);
 }
-void AddResidual4x4Dc_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddDc(pCoeffs, pDst, Step, 4); }
-void AddResidual8x8Dc_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step) { AddDc(pCoeffs, pDst, Step, 8); }
 
 void AddResidualLuma4x4_px(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint32_t Bits)
 {

@@ -8,12 +8,8 @@ namespace kernels {
 
 inline constexpr KernelRow<AddResidualSig> kAddResidual4x4{"AddResidual4x4",
                                                            {AddResidual4x4_px, nullptr, AddResidual4x4_w7}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual4x4Dc{"AddResidual4x4Dc",
-                                                             {AddResidual4x4Dc_px, nullptr, AddResidual4x4Dc_w7}};
 inline constexpr KernelRow<AddResidualSig> kAddResidual8x8{"AddResidual8x8",
                                                            {AddResidual8x8_px, nullptr, AddResidual8x8_w7}};
-inline constexpr KernelRow<AddResidualSig> kAddResidual8x8Dc{"AddResidual8x8Dc",
-                                                             {AddResidual8x8Dc_px, nullptr, AddResidual8x8Dc_w7}};
 inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma4x4{
     "AddResidualLuma4x4", {AddResidualLuma4x4_px, nullptr, AddResidualLuma4x4_w7}};
 inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma8x8{

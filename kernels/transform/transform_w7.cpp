@@ -132,25 +132,6 @@ void AddResidual4x4_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
     for (int y = 0; y < 4; ++y, pDst += Step) Store4(pDst, AddClipped(Load4(pDst), _mm_srai_epi16(Rows[y], 6)));
 }
 
-static __m128i SpreadDc(int16_t* pCoeffs)
-{
-    const __m128i Dc = Rounded(_mm_set1_epi16(pCoeffs[0]));
-    pCoeffs[0] = 0;
-    return Dc;
-}
-
-void AddResidual4x4Dc_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
-{
-    const Flat Residual(SpreadDc(pCoeffs));
-    for (int y = 0; y < 4; ++y, pDst += Step) Store4(pDst, Residual.AddTo(Load4(pDst)));
-}
-
-void AddResidual8x8Dc_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
-{
-    const Flat Residual(SpreadDc(pCoeffs));
-    for (int y = 0; y < 8; ++y, pDst += Step) Store8(pDst, Residual.AddTo(Load8(pDst)));
-}
-
 void AddResidualLuma4x4_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint32_t Bits)
 {
     for (int Quadrant = 0; Quadrant < 4; ++Quadrant, Bits >>= 4, pCoeffs += 64) {

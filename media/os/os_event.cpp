@@ -6,7 +6,7 @@
 
 namespace UMC {
 
-struct os_event_state {
+struct EventState {
     std::mutex Lock; // guards the fields below
     std::condition_variable Changed;
     bool bManual;
@@ -15,25 +15,25 @@ struct os_event_state {
     bool bClosing = false; // the last waiter to leave frees the state
 };
 
-static Status Check(const os_event* pEvent)
+static Status Check(const EventRecord* pEvent)
 {
     if (!pEvent) return StatusNullPointer;
     return pEvent->pState ? StatusOk : StatusNotInitialized;
 }
 
-Status os_event_init(os_event* pEvent, bool bManual, bool bSignalled)
+Status InitEvent(EventRecord* pEvent, bool bManual, bool bSignalled)
 {
     if (!pEvent) return StatusNullPointer;
-    os_event_destroy(pEvent);
+    DestroyEvent(pEvent);
     pEvent->pState =
-        new (std::nothrow) os_event_state{.Lock = {}, .Changed = {}, .bManual = bManual, .bSignalled = bSignalled};
+        new (std::nothrow) EventState{.Lock = {}, .Changed = {}, .bManual = bManual, .bSignalled = bSignalled};
     return pEvent->pState ? StatusOk : StatusFailed;
 }
 
-Status os_event_signal(os_event* pEvent)
+Status SignalEvent(EventRecord* pEvent)
 {
     if (const Status Result = Check(pEvent); Result != StatusOk) return Result;
-    os_event_state& State = *pEvent->pState;
+    EventState& State = *pEvent->pState;
     const std::lock_guard Held(State.Lock);
     State.bSignalled = true;
     if (State.bManual)
@@ -43,7 +43,7 @@ Status os_event_signal(os_event* pEvent)
     return StatusOk;
 }
 
-Status os_event_reset(os_event* pEvent)
+Status ResetEvent(EventRecord* pEvent)
 {
     if (const Status Result = Check(pEvent); Result != StatusOk) return Result;
     const std::lock_guard Held(pEvent->pState->Lock);
@@ -51,10 +51,10 @@ Status os_event_reset(os_event* pEvent)
     return StatusOk;
 }
 
-Status os_event_wait(os_event* pEvent)
+Status WaitForEvent(EventRecord* pEvent)
 {
     if (const Status Result = Check(pEvent); Result != StatusOk) return Result;
-    os_event_state* const pState = pEvent->pState;
+    EventState* const pState = pEvent->pState;
     std::unique_lock Held(pState->Lock);
     ++pState->Waiters;
     pState->Changed.wait(Held, [&] { return pState->bSignalled || pState->bClosing; });
@@ -65,10 +65,10 @@ Status os_event_wait(os_event* pEvent)
     return StatusOk;
 }
 
-void os_event_destroy(os_event* pEvent)
+void DestroyEvent(EventRecord* pEvent)
 {
     if (!pEvent || !pEvent->pState) return;
-    os_event_state* const pState = pEvent->pState;
+    EventState* const pState = pEvent->pState;
     pEvent->pState = nullptr;
     std::unique_lock Held(pState->Lock);
     pState->bClosing = true;
@@ -78,6 +78,6 @@ void os_event_destroy(os_event* pEvent)
     if (bNobody) delete pState;
 }
 
-bool os_event_is_valid(const os_event* pEvent) { return pEvent && pEvent->pState; }
+bool IsEventValid(const EventRecord* pEvent) { return pEvent && pEvent->pState; }
 
 } // namespace UMC

@@ -2,13 +2,13 @@
 
 namespace UMC {
 
-void os_section_init(os_section& Section)
+void InitSection(SectionRecord& Section)
 {
     if (!Section.Mutex) Section.Mutex.emplace();
 }
 
-void os_section_destroy(os_section& Section) { Section.Mutex.reset(); }
-void os_section_lock(os_section& Section) { Section.Mutex->lock(); }
-void os_section_unlock(os_section& Section) { Section.Mutex->unlock(); }
+void DestroySection(SectionRecord& Section) { Section.Mutex.reset(); }
+void LockSection(SectionRecord& Section) { Section.Mutex->lock(); }
+void UnlockSection(SectionRecord& Section) { Section.Mutex->unlock(); }
 
 } // namespace UMC

@@ -1,6 +1,7 @@
 // The library as a file: loaded and unloaded through the system, with and without objects alive.
 #include "platform/paths.h"
 #include "quilvex/IVCodec.h"
+#include "tests/support/threadsafe_death_test.h"
 
 #include <gtest/gtest.h>
 
@@ -56,11 +57,7 @@ protected:
     ~LibraryEntry() override { SetEnvironmentVariableA(kTold, nullptr); }
 };
 
-class LibraryEntryDeathTest : public testing::Test
-{
-protected:
-    LibraryEntryDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
+using LibraryEntryDeathTest = ThreadsafeDeathTest;
 
 } // namespace
 

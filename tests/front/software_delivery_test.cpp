@@ -12,7 +12,6 @@ using test::PcmSlice;
 using test::operator+;
 using test::operator+=;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 class OpenCodec : public CVCodec_H264
 {
@@ -50,6 +49,12 @@ protected:
         for (int Value = Decode(m_Delimiter); Value >= 0; Value = Decode(m_Delimiter)) m_Values.push_back(Value);
     }
     Bytes ParameterSets() const { return Write(m_Seq) + Write(m_Pic); }
+    Bytes Pictures(uint32_t From, uint32_t To) const
+    {
+        Bytes Data;
+        for (uint32_t i = From; i < To; ++i) Data += Picture(i);
+        return Data;
+    }
     Bytes Picture(uint32_t Index) const // an I picture of one value, in two slices
     {
         test::Slice Slice{.nal_unit_type = Index == 0 ? 5u : 1u, .frame_num = Index & 15, .poc_lsb = Index * 2 & 255};
@@ -73,40 +78,38 @@ protected:
     std::vector<int> m_Values;
 };
 
+// How pictures are spread over calls: so many in the first one, then one a call.
+struct Spread {
+    const char* pName;
+    uint32_t First, All;
+    int GivenFirst, GivenBeforeDrain; // pictures that have come out
+    bool bUnread;                     // whether the first call leaves input: seven frames hold no more pictures
+};
+void PrintTo(const Spread& Case, std::ostream* pOut) { *pOut << Case.pName; }
+
+class SoftwareDeliveryOf : public SoftwareDelivery, public testing::WithParamInterface<Spread>
+{
+};
+
 } // namespace
 
-TEST_F(SoftwareDelivery, OneAccessUnitACallGivesOnePictureACall)
+TEST_P(SoftwareDeliveryOf, EveryPictureLeavesInTurn)
 {
-    Feed(ParameterSets() + Picture(0));
-    EXPECT_THAT(m_Values, IsEmpty());
-    for (uint32_t i = 1; i < 12; ++i) Feed(Picture(i));
-    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(11)));
+    const Spread& Case = GetParam();
+    Feed(ParameterSets() + Pictures(0, Case.First));
+    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(Case.GivenFirst)));
+    EXPECT_EQ(m_pCodec->m_Unread.Size() > 0, Case.bUnread);
+    for (uint32_t i = Case.First; i < Case.All; ++i) Feed(Picture(i));
+    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(Case.GivenBeforeDrain)));
     Drain();
-    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(12)));
+    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(static_cast<int>(Case.All))));
     EXPECT_EQ(m_pCodec->m_Unread.Size(), 0u);
 }
-
-TEST_F(SoftwareDelivery, EveryPictureOfOneCallLeavesInTurn)
-{
-    Bytes Data = ParameterSets();
-    for (uint32_t i = 0; i < 30; ++i) Data += Picture(i);
-    Feed(Data);
-    EXPECT_EQ(m_Values.size(), 1u);
-    EXPECT_GT(m_pCodec->m_Unread.Size(), 0u) << "seven frames do not hold thirty pictures";
-    Drain();
-    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(30)));
-    EXPECT_EQ(m_pCodec->m_Unread.Size(), 0u);
-}
-
-TEST_F(SoftwareDelivery, UnreadInputComesBeforeThatOfTheNextCall)
-{
-    Bytes Data = ParameterSets();
-    for (uint32_t i = 0; i < 20; ++i) Data += Picture(i);
-    Feed(Data);
-    for (uint32_t i = 20; i < 30; ++i) Feed(Picture(i));
-    Drain();
-    EXPECT_THAT(m_Values, ElementsAreArray(UpTo(30)));
-}
+INSTANTIATE_TEST_SUITE_P(Spreads, SoftwareDeliveryOf,
+                         testing::Values(Spread{"OneACall", 1, 12, 0, 11, false},
+                                         Spread{"AllInOneCall", 30, 30, 1, 1, true},
+                                         Spread{"WhatIsUnreadComesBeforeTheNextCall", 20, 30, 1, 11, true}),
+                         [](const auto& Info) { return Info.param.pName; });
 
 TEST_F(SoftwareDelivery, WhatStandsBehindABadUnitIsNotLost)
 {
@@ -127,9 +130,8 @@ TEST_F(SoftwareDelivery, InputThatAClientPilesUpStaysBounded)
     Feed(ParameterSets());
     size_t Largest = 0;
     for (int Call = 0; Call < 60; ++Call) {
-        Bytes Data;
-        for (int i = 0; i < 12; ++i) Data += Picture(Index++);
-        Feed(Data);
+        Feed(Pictures(Index, Index + 12));
+        Index += 12;
         Largest = std::max(Largest, m_pCodec->m_Unread.Size());
     }
     EXPECT_GT(Largest, kLimit / 2);
@@ -140,9 +142,7 @@ TEST_F(SoftwareDelivery, InputThatAClientPilesUpStaysBounded)
 
 TEST_F(SoftwareDelivery, ASecondInitForgetsWhatWasUnread)
 {
-    Bytes Data = ParameterSets();
-    for (uint32_t i = 0; i < 30; ++i) Data += Picture(i);
-    Feed(Data);
+    Feed(ParameterSets() + Pictures(0, 30));
     ASSERT_EQ(m_pCodec->InitDecoder(176, 144), 1);
     EXPECT_EQ(m_pCodec->m_Unread.Size(), 0u);
     EXPECT_EQ(Decode(m_Delimiter), -1);

@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
 {
     if (Size < 2) return 0;
     const std::span<const uint8_t> Input(pData + 1, Size - 1);
-    const bool IsMP4 = (pData[0] & 1) != 0;
+    const bool bMp4 = (pData[0] & 1) != 0;
     const size_t Piece = (pData[0] >> 1 & 3) == 0 ? Input.size() : size_t{16} << (pData[0] >> 3 & 7);
     size_t Pictures = 0;
     volatile uint32_t Sum = 0;
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
             Sum = Touch(Picture);
             ++Pictures;
         },
-        1, IsMP4);
+        1, bMp4);
     for (size_t At = 0; At < Input.size() && Pictures < kMaxPictures; At += Piece) {
         Decoder.Feed(Input.subspan(At, std::min(Piece, Input.size() - At)));
         if ((pData[0] & 0x80) != 0 && At > Input.size() / 2 && At <= Input.size() / 2 + Piece)

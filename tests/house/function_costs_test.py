@@ -72,17 +72,21 @@ class FunctionCosts(unittest.TestCase):
         self.assertEqual(dict(profile.own), {"Run": 10, "ns::Step": 50, "(anonymous namespace)::Helper": 60, "memcpy": 30})
         self.assertEqual(profile.calls["ns::Step", "memcpy"], 30)
 
-    def test_a_function_of_one_build_counts_as_its_callers(self):
-        self.assertEqual(excess(Profile(ONE), Profile(OTHER)), [("ns::Step", 110, 70), ("memcpy", 30, 20), ("Run", 10, 13)])
+    # What is compared: one profile, another, the rows of both.
+    COMPARED = {
+        "a function of one build counts as its callers":
+            (ONE, OTHER, [("ns::Step", 110, 70), ("memcpy", 30, 20), ("Run", 10, 13)]),
+        "two callers share by what they called for":
+            ("fn=(1) A()\n0 1\ncfn=(3) C()\ncalls=1 0\n0 30\nfn=(2) B()\n0 1\ncfn=(3)\ncalls=1 0\n0 10\nfn=(3)\n0 40\n",
+             "fn=(1) A()\n0 1\nfn=(2) B()\n0 1\n", [("A", 31, 1), ("B", 11, 1)]),
+        "what a function calls itself for is its callers' too":
+            ("fn=(1) A()\n0 1\ncfn=(2) B()\ncalls=1 0\n0 40\nfn=(2)\n0 40\ncfn=(2)\ncalls=3 0\n0 90\n",
+             "fn=(1) A()\n0 1\n", [("A", 41, 1)])}
 
-    def test_two_callers_share_by_what_they_called_for(self):
-        one = Profile("fn=(1) A()\n0 1\ncfn=(3) C()\ncalls=1 0\n0 30\nfn=(2) B()\n0 1\ncfn=(3)\ncalls=1 0\n0 10\nfn=(3)\n0 40\n")
-        other = Profile("fn=(1) A()\n0 1\nfn=(2) B()\n0 1\n")
-        self.assertEqual(excess(one, other), [("A", 31, 1), ("B", 11, 1)])
-
-    def test_what_a_function_calls_itself_for_is_its_callers_too(self):
-        one = Profile("fn=(1) A()\n0 1\ncfn=(2) B()\ncalls=1 0\n0 40\nfn=(2)\n0 40\ncfn=(2)\ncalls=3 0\n0 90\n")
-        self.assertEqual(excess(one, Profile("fn=(1) A()\n0 1\n")), [("A", 41, 1)])
+    def test_builds_that_inline_differently_are_compared_function_by_function(self):
+        for name, (one, other, rows) in self.COMPARED.items():
+            with self.subTest(name):
+                self.assertEqual(excess(Profile(one), Profile(other)), rows)
 
     def test_functions_that_call_each_other_end(self):
         one = Profile("fn=(1) A()\n0 4\ncfn=(2) B()\ncalls=1 0\n0 9\nfn=(2)\n0 5\ncfn=(1)\ncalls=1 0\n0 4\n")

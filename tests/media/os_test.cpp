@@ -17,18 +17,18 @@ using namespace UMC;
 
 TEST(OsEvent, TellsWhatIsWrong)
 {
-    os_event Event;
-    EXPECT_EQ(os_event_init(nullptr, true, false), StatusNullPointer);
-    EXPECT_EQ(os_event_signal(nullptr), StatusNullPointer);
-    EXPECT_EQ(os_event_signal(&Event), StatusNotInitialized);
-    EXPECT_EQ(os_event_reset(&Event), StatusNotInitialized);
-    EXPECT_EQ(os_event_wait(&Event), StatusNotInitialized);
-    EXPECT_FALSE(os_event_is_valid(&Event));
-    EXPECT_EQ(os_event_init(&Event, true, true), StatusOk);
-    EXPECT_TRUE(os_event_is_valid(&Event));
-    EXPECT_EQ(os_event_wait(&Event), StatusOk);
-    os_event_destroy(&Event);
-    EXPECT_FALSE(os_event_is_valid(&Event));
+    EventRecord Event;
+    EXPECT_EQ(InitEvent(nullptr, true, false), StatusNullPointer);
+    EXPECT_EQ(SignalEvent(nullptr), StatusNullPointer);
+    EXPECT_EQ(SignalEvent(&Event), StatusNotInitialized);
+    EXPECT_EQ(ResetEvent(&Event), StatusNotInitialized);
+    EXPECT_EQ(WaitForEvent(&Event), StatusNotInitialized);
+    EXPECT_FALSE(IsEventValid(&Event));
+    EXPECT_EQ(InitEvent(&Event, true, true), StatusOk);
+    EXPECT_TRUE(IsEventValid(&Event));
+    EXPECT_EQ(WaitForEvent(&Event), StatusOk);
+    DestroyEvent(&Event);
+    EXPECT_FALSE(IsEventValid(&Event));
 }
 
 TEST(OsEvent, AManualEventStaysSignalledAndAnAutomaticOneDoesNot)
@@ -68,22 +68,22 @@ TEST(OsEvent, InitOfAnEventReleasesItsWaiters)
 
 TEST(OsThread, RunsAndIsWaitedForByAnyNumber)
 {
-    os_thread Thread;
+    ThreadRecord Thread;
     std::atomic<int> Runs{0};
     const auto Body = [](void* p) -> uint32_t {
         ++*static_cast<std::atomic<int>*>(p);
         return 0;
     };
-    EXPECT_FALSE(os_thread_is_valid(Thread));
-    EXPECT_FALSE(os_thread_create(Thread, nullptr, nullptr));
-    ASSERT_TRUE(os_thread_create(Thread, Body, &Runs));
-    ASSERT_TRUE(os_thread_create(Thread, Body, &Runs)); // waits for the first
-    std::thread Other([&] { os_thread_wait(Thread); });
-    os_thread_wait(Thread);
+    EXPECT_FALSE(IsThreadValid(Thread));
+    EXPECT_FALSE(StartThread(Thread, nullptr, nullptr));
+    ASSERT_TRUE(StartThread(Thread, Body, &Runs));
+    ASSERT_TRUE(StartThread(Thread, Body, &Runs)); // waits for the first
+    std::thread Other([&] { WaitForThread(Thread); });
+    WaitForThread(Thread);
     Other.join();
     EXPECT_EQ(Runs, 2);
-    EXPECT_FALSE(os_thread_is_valid(Thread));
-    os_thread_close(Thread);
+    EXPECT_FALSE(IsThreadValid(Thread));
+    CloseThread(Thread);
 }
 
 TEST(OsThread, IsValidWhileItRuns)
@@ -98,11 +98,11 @@ TEST(OsThread, IsValidWhileItRuns)
                   &bLeave),
               StatusOk);
     EXPECT_TRUE(Worker.IsValid());
-    EXPECT_TRUE(Worker.SetPriority(os_priority::Normal));
+    EXPECT_TRUE(Worker.SetPriority(ThreadPriority::Normal));
     bLeave = true;
     Worker.Wait();
     EXPECT_FALSE(Worker.IsValid());
-    EXPECT_FALSE(Worker.SetPriority(os_priority::Normal));
+    EXPECT_FALSE(Worker.SetPriority(ThreadPriority::Normal));
 }
 
 TEST(OsSection, IsRecursive)
@@ -124,15 +124,15 @@ TEST(OsSection, NeedsNoMemory)
 
 TEST(OsSection, IsThereFromItsInitToItsDestruction)
 {
-    os_section Section;
-    EXPECT_FALSE(os_section_is_valid(Section));
-    os_section_init(Section);
-    os_section_lock(Section);
-    os_section_init(Section); // changes nothing: still held
+    SectionRecord Section;
+    EXPECT_FALSE(IsSectionValid(Section));
+    InitSection(Section);
+    LockSection(Section);
+    InitSection(Section); // changes nothing: still held
     std::thread([&] { EXPECT_FALSE(Section.Mutex->try_lock()); }).join();
-    os_section_unlock(Section);
-    os_section_destroy(Section);
-    EXPECT_FALSE(os_section_is_valid(Section));
+    UnlockSection(Section);
+    DestroySection(Section);
+    EXPECT_FALSE(IsSectionValid(Section));
 }
 
 TEST(OsThread, OneThatFindsNoMemoryIsNotStarted)
@@ -142,17 +142,17 @@ TEST(OsThread, OneThatFindsNoMemoryIsNotStarted)
         return 0;
     };
     std::atomic<int> Runs{0};
-    os_thread Thread;
+    ThreadRecord Thread;
     size_t n = 0;
     for (bool bStarted = false; !bStarted; ++n) {
         ASSERT_LT(n, 20u);
         const FailingAllocation Fail(n + 1);
-        bStarted = os_thread_create(Thread, Body, &Runs);
+        bStarted = StartThread(Thread, Body, &Runs);
         EXPECT_EQ(bStarted, !Fail.Failed());
-        EXPECT_EQ(os_thread_is_valid(Thread) || Runs == 1, bStarted);
+        EXPECT_EQ(IsThreadValid(Thread) || Runs == 1, bStarted);
     }
     EXPECT_GE(n, 3u); // its record, and what the thread starts with
-    os_thread_close(Thread);
+    CloseThread(Thread);
     EXPECT_EQ(Runs, 1);
 }
 
@@ -160,44 +160,44 @@ TEST(OsFile, WritesReadsSeeksAndTellsSizes)
 {
     TemporaryFolder Folder;
     const std::string Name = Folder.File("data");
-    EXPECT_EQ(os_file_open(Name.c_str(), "rb"), nullptr);
-    EXPECT_EQ(os_file_size(Name.c_str()), -1);
-    os_file* pFile = os_file_open(Name.c_str(), "wb");
+    EXPECT_EQ(OpenFile(Name.c_str(), "rb"), nullptr);
+    EXPECT_EQ(FileSize(Name.c_str()), -1);
+    FileRecord* pFile = OpenFile(Name.c_str(), "wb");
     ASSERT_NE(pFile, nullptr);
-    EXPECT_EQ(os_file_write("one\ntwo\n", 1, 8, pFile), 8u);
-    EXPECT_EQ(os_file_printf(pFile, "%d", 3), 1);
-    EXPECT_TRUE(os_file_close(pFile));
-    EXPECT_EQ(os_file_size(Name.c_str()), 9);
-    pFile = os_file_open(Name.c_str(), "rb");
+    EXPECT_EQ(WriteFile("one\ntwo\n", 1, 8, pFile), 8u);
+    EXPECT_EQ(PrintToFile(pFile, "%d", 3), 1);
+    EXPECT_TRUE(CloseFile(pFile));
+    EXPECT_EQ(FileSize(Name.c_str()), 9);
+    pFile = OpenFile(Name.c_str(), "rb");
     char Line[16];
-    EXPECT_STREQ(os_file_gets(Line, sizeof Line, pFile), "one\n");
-    EXPECT_TRUE(os_file_seek(pFile, -1, SEEK_END));
-    EXPECT_EQ(os_file_read(Line, 1, 5, pFile), 1u);
+    EXPECT_STREQ(ReadLine(Line, sizeof Line, pFile), "one\n");
+    EXPECT_TRUE(SeekFile(pFile, -1, SEEK_END));
+    EXPECT_EQ(ReadFile(Line, 1, 5, pFile), 1u);
     EXPECT_EQ(Line[0], '3');
-    EXPECT_EQ(os_file_gets(Line, sizeof Line, pFile), nullptr);
-    EXPECT_TRUE(os_file_close(pFile));
-    EXPECT_TRUE(os_file_remove(Name.c_str()));
-    EXPECT_FALSE(os_file_remove(Name.c_str()));
-    EXPECT_TRUE(os_file_close(nullptr));
+    EXPECT_EQ(ReadLine(Line, sizeof Line, pFile), nullptr);
+    EXPECT_TRUE(CloseFile(pFile));
+    EXPECT_TRUE(RemoveFile(Name.c_str()));
+    EXPECT_FALSE(RemoveFile(Name.c_str()));
+    EXPECT_TRUE(CloseFile(nullptr));
 }
 
 TEST(OsFile, APositionThatCannotBeHadIsRefusedAndNotAnother)
 {
     TemporaryFolder Folder;
     const std::string Name = Folder.File("data");
-    os_file* pFile = os_file_open(Name.c_str(), "wb");
+    FileRecord* pFile = OpenFile(Name.c_str(), "wb");
     ASSERT_NE(pFile, nullptr);
-    EXPECT_EQ(os_file_write("x", 1, 1, pFile), 1u);
-    EXPECT_TRUE(os_file_close(pFile));
-    pFile = os_file_open(Name.c_str(), "rb");
+    EXPECT_EQ(WriteFile("x", 1, 1, pFile), 1u);
+    EXPECT_TRUE(CloseFile(pFile));
+    pFile = OpenFile(Name.c_str(), "rb");
     ASSERT_NE(pFile, nullptr);
     char Byte = 0;
     for (const int64_t Position : {int64_t{1} << 32, -(int64_t{1} << 32)}) {
-        EXPECT_TRUE(os_file_seek(pFile, 0, SEEK_END));
-        os_file_seek(pFile, Position, SEEK_SET); // systems differ in whether they can
-        EXPECT_EQ(os_file_read(&Byte, 1, 1, pFile), 0u) << Position;
+        EXPECT_TRUE(SeekFile(pFile, 0, SEEK_END));
+        SeekFile(pFile, Position, SEEK_SET); // systems differ in whether they can
+        EXPECT_EQ(ReadFile(&Byte, 1, 1, pFile), 0u) << Position;
     }
-    EXPECT_TRUE(os_file_close(pFile));
+    EXPECT_TRUE(CloseFile(pFile));
 }
 
 TEST(OsSystem, ThereIsAProcessor) { EXPECT_GE(os_processor_count(), 1u); }

@@ -2,6 +2,7 @@
 // handlers for good, so each case runs in a process of its own.
 #include "platform/exception_frame.h"
 #include "tests/support/faults.h"
+#include "tests/support/threadsafe_death_test.h"
 
 #include <gtest/gtest.h>
 
@@ -56,10 +57,8 @@ void Install(int Signal, void (*pHandler)(int), int Flags = 0)
 
 [[noreturn]] void Leave(bool bAsExpected) { _exit(bAsExpected ? 0 : 1); }
 
-class ExceptionChainDeathTest : public testing::TestWithParam<int>
+class ExceptionChainDeathTest : public ThreadsafeDeathTest, public testing::WithParamInterface<int>
 {
-protected:
-    ExceptionChainDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
 } // namespace
@@ -149,11 +148,7 @@ void Chaining(int Signal, siginfo_t* pInfo, void* pContext)
     g_Below.sa_sigaction(Signal, pInfo, pContext);
 }
 
-class ExceptionChainOnceDeathTest : public testing::Test
-{
-protected:
-    ExceptionChainOnceDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
+using ExceptionChainOnceDeathTest = ThreadsafeDeathTest;
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "platform/exception_frame.h"
 
 #include "tests/support/faults.h"
+#include "tests/support/threadsafe_death_test.h"
 
 #include <gtest/gtest.h>
 
@@ -159,11 +160,7 @@ void CountAbortAndStay(int)
     signal(SIGABRT, CountAbortAndStay);
 }
 
-class ExceptionChainDeathTest : public testing::Test
-{
-protected:
-    ExceptionChainDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
+using ExceptionChainDeathTest = ThreadsafeDeathTest;
 
 } // namespace
 

@@ -24,6 +24,7 @@ public:
     using CVideoProcessIPP::m_GreenThreshold1;
     using CVideoProcessIPP::m_GreenThreshold2;
     using CVideoProcessIPP::m_Height;
+    using CVideoProcessIPP::m_iRefCount;
     using CVideoProcessIPP::m_KeyColor;
     using CVideoProcessIPP::m_KeyDistance;
     using CVideoProcessIPP::m_KeyingEnabled;
@@ -41,7 +42,6 @@ public:
     using CVideoProcessIPP::m_pU;
     using CVideoProcessIPP::m_pV;
     using CVideoProcessIPP::m_pY;
-    using CVideoProcessIPP::m_References;
     using CVideoProcessIPP::m_Threshold1;
     using CVideoProcessIPP::m_Threshold2;
     using CVideoProcessIPP::m_Width;

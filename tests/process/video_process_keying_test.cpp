@@ -102,6 +102,17 @@ double CompositeError(const RgbPicture& Frame, const RgbPicture& Background, con
 
 constexpr ChromaKey kDefault{85, 60, 3600, 4624};
 
+// Switches keying on with a red background, and takes a frame of the key colour through it.
+RgbPicture KeyOutOnRed(OpenProcess& p)
+{
+    p.SetSmoothingEnabled(1);
+    p.SetKeyingEnabled(1);
+    SetBackground(p, Solid(10, 10, kRed));
+    RgbPicture Picture = Solid(40, 30, kKey);
+    Treat(p, Picture);
+    return Picture;
+}
+
 } // namespace
 
 TEST(VideoProcessKeying, WithoutABackgroundTheFrameOnlyMakesTheRoundTrip)
@@ -263,11 +274,7 @@ TEST(VideoProcessKeying, ANewSizeOfFramesScalesTheBackgroundAgain)
 TEST(VideoProcessKeying, TheScaledPictureOutlivesKeyingSwitchedOff)
 {
     OpenProcess p;
-    p.SetSmoothingEnabled(1);
-    p.SetKeyingEnabled(1);
-    SetBackground(p, Solid(10, 10, kRed));
-    RgbPicture Picture = Solid(40, 30, kKey);
-    Treat(p, Picture);
+    RgbPicture Picture = KeyOutOnRed(p);
     const uint8_t* const pScaled = p.m_pScaledBackground.get();
     p.SetKeyingEnabled(0);
     Treat(p, Picture);
@@ -281,11 +288,7 @@ TEST(VideoProcessKeying, TheScaledPictureOutlivesKeyingSwitchedOff)
 TEST(VideoProcessKeying, ASizeChangedWhileKeyingWasOffIsNoticedWhenItIsOnAgain)
 {
     OpenProcess p;
-    p.SetSmoothingEnabled(1);
-    p.SetKeyingEnabled(1);
-    SetBackground(p, Solid(10, 10, kRed));
-    RgbPicture Picture = Solid(40, 30, kKey);
-    Treat(p, Picture);
+    RgbPicture Picture = KeyOutOnRed(p);
     p.SetKeyingEnabled(0);
     RgbPicture Other = Solid(64, 48, kKey);
     Treat(p, Other);

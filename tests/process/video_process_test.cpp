@@ -107,7 +107,7 @@ TEST(VideoProcess, ReferencesMayComeAndGoOnAnyThread)
 TEST(VideoProcess, EveryFieldBeginsAsStated)
 {
     OpenProcess p;
-    EXPECT_EQ(p.m_References, 1);
+    EXPECT_EQ(p.m_iRefCount, 1);
     EXPECT_NE(p.m_pLock, nullptr);
     EXPECT_EQ(p.m_bSmoothing, 0);
     EXPECT_EQ(p.m_Brightness, 0.0f);

@@ -111,9 +111,31 @@ def digest_difference(ours, expected, in_order):
 
 
 def fails(*command, text):
-    """The lines of a failure: an exit status other than 0, no crash, and a first line on standard error that holds the text."""
+    """The line of a failure: an exit status other than 0, no crash, and one line on standard error, which holds the text."""
     result = run(*command, expect=None)
     lines = result.stderr.decode(errors="replace").splitlines()
     check(result.returncode > 0, f"{command}: exit status {result.returncode}")
-    check(lines and text in lines[0], f"{command}: {lines}")
-    return lines
+    check(len(lines) == 1 and text in lines[0], f"{command}: {lines}")
+    return lines[0]
+
+
+def reconstruction(tools, raw, size, fps, kbps, keyint, stream):
+    """What the encoder saw of a stream that qvlx made of raw pictures: the encoder's own class makes the same stream again."""
+    again, recon = stream.with_name("again.264"), stream.with_name("recon.yuv")
+    sets = [f"frame_rate={fps}", f"bitrate={kbps * 1000}"]
+    if keyint:
+        sets += [f"key_frame_interval={keyint}", "idr_interval=1"]
+    run(tools / "h264_encode", raw, "--size", size, *[a for s in sets for a in ("--set", s)], "-o", again, "--recon", recon)
+    check(stream.read_bytes() == again.read_bytes(), f"{raw}: h264_encode writes another stream than the product")
+    return recon
+
+
+def decoders_agree(tools, stream, recon, size, what):
+    """ffmpeg and both decoders of the tree give the reconstruction."""
+    out = stream.with_name("decoded.yuv")
+    ffmpeg_pictures(stream, out)
+    same_pictures(recon, out, size, f"{what}: ffmpeg against the reconstruction")
+    run(tools / "h264_decode", stream, "-o", out)
+    same_pictures(recon, out, size, f"{what}: h264_decode against the reconstruction")
+    run(tools / "qvlx", "decode", stream, "-o", out, "--mode", 0, "--quiet")
+    same_pictures(recon, out, size, f"{what}: qvlx decode against the reconstruction")

@@ -146,7 +146,7 @@ def sequences(tools, qvlx, folder):
 
 def failures(tools, qvlx, folder, source):
     out = folder / "out.y4m"
-    one = lambda *c, text: check(len(fails(qvlx, *c, text=text)) == 1, f"{c}: more than one line")
+    one = lambda *command, text: fails(qvlx, *command, text=text)
     raw, empty, png = folder / "cut.rgb24", folder / "empty.rgb24", folder / "p.png"
     raw.write_bytes(bytes(100))
     empty.write_bytes(b"")
@@ -178,11 +178,7 @@ def failures(tools, qvlx, folder, source):
     one("process", source, "-o", out, "--key-color", "1,2,256", text="not a colour")
     one("process", source, "-o", out, "--background", folder / "none.png", text="cannot open")
     one("process", source, "-o", out, "--background", source, text="not a PNG file")
-    fails(qvlx, "scale", source, "-o", out, text="--to-size is required")
-    fails(qvlx, "process", source, "-o", out, "--brightness", "2", text="--brightness")
-    fails(qvlx, "process", source, "-o", out, "--key-distance", "-1", text="--key-distance")
-    for line in fails(tools / "green_screen", "-o", folder / "x.y4m", "--size", "5x5", text="I420 pictures need an even"):
-        check(line.startswith("green_screen: "), line)
+    fails(tools / "green_screen", "-o", folder / "x.y4m", "--size", "5x5", text="green_screen: I420 pictures need an even")
 
 
 def main():

@@ -36,9 +36,10 @@ public:
         double m_Start;
     };
     double Seconds() const { return m_Seconds; }
-    static double Now();
 
 private:
+    static double Now();
+
     double m_Seconds = 0;
 };
 

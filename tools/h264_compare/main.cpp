@@ -11,7 +11,8 @@
 int main(int argc, char** argv)
 try {
     std::string Stream, Other;
-    CommandLine App("Names the first picture and macroblock of a stream that differ from another decoder's pictures");
+    CommandLine App("Names the first picture and macroblock of a stream that differ from another decoder's pictures",
+                    "h264_compare");
     App.add_option("IN", Stream, "Annex B byte stream")->required();
     App.add_option("YUV", Other, "the other decoder's pictures, raw and cropped, in output order")->required();
     CLI11_PARSE(App, argc, argv);

@@ -3,6 +3,7 @@
 #include "tools/common/command_line.h"
 #include "tools/common/files.h"
 #include "tools/common/kernel_tier.h"
+#include "tools/common/progress.h"
 #include "tools/common/trace_option.h"
 #include "tools/h264_decode/mp4_samples.h"
 #include "tools/h264_decode/stream_decoder.h"
@@ -11,7 +12,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
-#include <ctime>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -23,7 +23,7 @@ namespace {
 struct Options {
     std::string Input, Output, FrameMd5;
     int Threads = 1, Loop = 1;
-    bool IsMP4 = false, NoOutput = false, Json = false;
+    bool bMp4 = false, bNoOutput = false, bJson = false;
 };
 
 // Where the pictures go: a file of samples, a list of MD5s, both or nothing.
@@ -32,7 +32,7 @@ class PictureWriter
 public:
     explicit PictureWriter(const Options& Wanted)
     {
-        if (!Wanted.Output.empty() && !Wanted.NoOutput) m_Samples.emplace(Wanted.Output);
+        if (!Wanted.Output.empty() && !Wanted.bNoOutput) m_Samples.emplace(Wanted.Output);
         if (!Wanted.FrameMd5.empty()) m_Md5s.emplace(Wanted.FrameMd5);
     }
     void Write(const UMC::VideoData& Picture)
@@ -70,8 +70,8 @@ private:
 
 UMC::Status DecodeOnce(const Options& Wanted, std::span<const uint8_t> Bytes, const tools::PictureFunction& OnPicture)
 {
-    tools::StreamDecoder Decoder(OnPicture, Wanted.Threads, Wanted.IsMP4);
-    if (Wanted.IsMP4) {
+    tools::StreamDecoder Decoder(OnPicture, Wanted.Threads, Wanted.bMp4);
+    if (Wanted.bMp4) {
         for (const std::span<const uint8_t> Sample : tools::FindMP4Samples(Bytes)) Decoder.Feed(Sample);
     } else {
         Decoder.Feed(Bytes);
@@ -86,21 +86,23 @@ int Run(const Options& Wanted)
     if (Bytes.empty()) throw CliError("the stream is empty: " + Wanted.Input);
     PictureWriter Writer(Wanted);
     UMC::Status Fault = UMC::StatusOk;
-    size_t Frames = 0;
-    const std::clock_t Start = std::clock();
-    for (int Pass = 0; Pass < Wanted.Loop; ++Pass)
+    int64_t Frames = 0;
+    CpuTimer Timer;
+    for (int Pass = 0; Pass < Wanted.Loop; ++Pass) {
+        const CpuTimer::Scope Timed(Timer);
         Fault = DecodeOnce(Wanted, Bytes, [&](const UMC::VideoData& Picture) {
             ++Frames;
             if (Pass == 0) Writer.Write(Picture);
         });
-    const double Seconds = static_cast<double>(std::clock() - Start) / CLOCKS_PER_SEC;
+    }
     Writer.Finish();
-    const double Rate = Seconds > 0 ? static_cast<double>(Frames) / Seconds : 0;
-    if (Wanted.Json) {
+    const double Seconds = Timer.Seconds(), Rate = PerSecond(Frames, Seconds);
+    if (Wanted.bJson) {
         std::cout << nlohmann::json{{"frames", Frames}, {"cpu_seconds", Seconds}, {"fps", Rate}, {"status", Fault}}
                   << '\n';
     } else {
-        std::printf("%zu frames, %.3f s of processor time, %.1f frames per second\n", Frames, Seconds, Rate);
+        std::printf("%lld frames, %.3f s of processor time, %.1f frames per second\n", static_cast<long long>(Frames),
+                    Seconds, Rate);
     }
     if (Fault != UMC::StatusOk) std::cerr << "h264_decode: " << Wanted.Input << ": decoder status " << Fault << '\n';
     return Fault != UMC::StatusOk || Frames == 0 ? 1 : 0;
@@ -111,18 +113,18 @@ int Run(const Options& Wanted)
 int main(int argc, char** argv)
 try {
     Options Wanted;
-    CommandLine App("Decodes an H.264 stream and writes every picture as raw samples");
+    CommandLine App("Decodes an H.264 stream and writes every picture as raw samples", "h264_decode");
     App.add_option("IN", Wanted.Input, "Annex B byte stream, or an MP4 file with --mp4")->required();
     auto* const pOutput =
         App.add_option("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");
     App.add_option("--threads", Wanted.Threads, "decoding threads")->check(CLI::Range(1, 8));
-    App.add_flag("--mp4", Wanted.IsMP4, "IN is an MP4 file");
+    App.add_flag("--mp4", Wanted.bMp4, "IN is an MP4 file");
     App.add_option("--framemd5", Wanted.FrameMd5, "one MD5 a picture");
     App.add_option("--loop", Wanted.Loop, "decode this often, from memory")->check(CLI::Range(1, 1000000));
-    auto* const pNoOutput = App.add_flag("--no-output", Wanted.NoOutput, "write no pictures");
+    auto* const pNoOutput = App.add_flag("--no-output", Wanted.bNoOutput, "write no pictures");
     AddTierOption(App);
     AddTraceOption(App);
-    App.add_flag("--json", Wanted.Json, "print one object");
+    App.add_flag("--json", Wanted.bJson, "print one object");
     CLI11_PARSE(App, argc, argv);
     if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())
         throw CliError("one of --output, --framemd5 and --no-output is needed");

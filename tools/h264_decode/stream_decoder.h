@@ -47,12 +47,12 @@ private:
 class StreamDecoder
 {
 public:
-    StreamDecoder(PictureFunction OnPicture, int32_t Threads, bool IsMP4) : m_Tap(std::move(OnPicture))
+    StreamDecoder(PictureFunction OnPicture, int32_t Threads, bool bMp4) : m_Tap(std::move(OnPicture))
     {
         UMC::VideoDecoderParams Params;
         Params.m_NumThreads = Threads;
         Params.m_Info.m_StreamType = UMC::kStreamTypeH264;
-        Params.m_Info.m_StreamSubtype = IsMP4 ? kSubtypeMP4 : 0;
+        Params.m_Info.m_StreamSubtype = bMp4 ? kSubtypeMP4 : 0;
         Params.m_pPostProcessing = &m_Tap;
         if (m_Decoder.Init(&Params) != UMC::StatusOk) throw std::runtime_error("the decoder cannot be started");
         m_Output.SetBufferPointer(m_Mark, sizeof(m_Mark));

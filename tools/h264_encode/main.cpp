@@ -6,6 +6,7 @@
 #include "tools/common/files.h"
 #include "tools/common/kernel_tier.h"
 #include "tools/common/picture_size.h"
+#include "tools/common/progress.h"
 #include "tools/common/trace_option.h"
 #include "tools/h264_encode/param_fields.h"
 
@@ -14,7 +15,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <map>
 #include <optional>
 #include <string>
@@ -30,12 +30,10 @@ struct Options {
     bool bNoOutput = false, bJson = false;
 };
 
-struct Result {
+struct Totals {
     int64_t Frames = 0, Bytes = 0;
-    double Seconds = 0.0; // of processor time
+    CpuTimer Timer;
 };
-
-[[noreturn]] void Fail(const std::string& What) { throw CliError(What); }
 
 std::string StatusText(UMC::Status s) { return "status " + std::to_string(s); }
 
@@ -43,7 +41,7 @@ Options ParseCommandLine(int argc, char** argv)
 {
     Options o;
     std::string Size;
-    CommandLine App{"Compresses raw planar pictures to H.264. Fields of --set: " + h264_encode::FieldNames()};
+    CommandLine App("Compresses raw planar pictures to H.264. Fields of --set: " + tools::FieldNames(), "h264_encode");
     App.add_option("IN", o.In, "raw planar pictures")->required();
     App.add_option("--size", Size, "WxH")->required();
     App.add_option("--chroma", o.Chroma, "400, 420 or 422")->check(CLI::IsMember({400, 420, 422}));
@@ -67,7 +65,7 @@ Options ParseCommandLine(int argc, char** argv)
         std::exit(App.exit(e));
     }
     o.Size = ParseFrameSize(Size);
-    if (o.Out.empty() && !o.bNoOutput) Fail("-o or --no-output is needed");
+    if (o.Out.empty() && !o.bNoOutput) throw CliError("-o or --no-output is needed");
     return o;
 }
 
@@ -76,8 +74,8 @@ UMC::H264EncoderParams MakeParams(const Options& o)
     UMC::H264EncoderParams p;
     if (!o.ParamFile.empty()) {
         const UMC::Status s = p.ReadParamFile(o.ParamFile.c_str());
-        if (s == UMC::StatusOpenFailed) Fail("cannot open " + o.ParamFile);
-        if (s != UMC::StatusOk) Fail(o.ParamFile + ": a line has too few values");
+        if (s == UMC::StatusOpenFailed) throw CliError("cannot open " + o.ParamFile);
+        if (s != UMC::StatusOk) throw CliError(o.ParamFile + ": a line has too few values");
     }
     p.m_Info.m_Width = o.Size.Width;
     p.m_Info.m_Height = o.Size.Height;
@@ -85,7 +83,7 @@ UMC::H264EncoderParams MakeParams(const Options& o)
     p.bit_depth_luma = p.bit_depth_chroma = o.Depth;
     if (o.Chroma != 420 || o.Depth != 8) p.profile_idc = 100;
     for (const std::string& Set : o.Sets)
-        if (const std::string Error = h264_encode::SetField(p, Set); !Error.empty()) Fail(Error);
+        if (const std::string Error = tools::SetField(p, Set); !Error.empty()) throw CliError(Error);
     return p;
 }
 
@@ -132,7 +130,8 @@ private:
             Plane.Pitch = RowBytes(Plane);
             pSamples += Plane.Pitch * Plane.Height;
         }
-        if (const std::string Difference = m_Comparison->Next(m_Planes); !Difference.empty()) Fail(Difference);
+        if (const std::string Difference = m_Comparison->Next(m_Planes); !Difference.empty())
+            throw CliError(Difference);
     }
 
     std::optional<OutputFile> m_File;
@@ -149,7 +148,7 @@ public:
     Run(const Options& o, const UMC::H264EncoderParams& Params) : m_Params(Params)
     {
         if (const UMC::Status s = m_Encoder.Init(&m_Params); s != UMC::StatusOk)
-            Fail("the encoder refuses these settings: " + StatusText(s));
+            throw CliError("the encoder refuses these settings: " + StatusText(s));
         const UMC::ColorFormat Format = o.Chroma == 400 ? UMC::GRAY : o.Chroma == 422 ? UMC::YUV422 : UMC::YUV420;
         m_Input.Init(o.Size.Width, o.Size.Height, Format, o.Depth);
         m_Buffer.resize(2 * m_Input.GetMappingSize() + 65536);
@@ -157,33 +156,31 @@ public:
 
     size_t PictureBytes() const { return m_Input.GetMappingSize(); }
 
-    Result Encode(std::vector<uint8_t>& Pictures, size_t Count, std::optional<OutputFile>& Stream,
-                  ReconstructionWriter& Recon)
+    void Encode(std::vector<uint8_t>& Pictures, size_t Count, std::optional<OutputFile>& Stream,
+                ReconstructionWriter& Recon, Totals& Sum)
     {
-        Result r;
-        const std::clock_t Start = std::clock();
+        const CpuTimer::Scope Timed(Sum.Timer);
         for (size_t i = 0; i < Count; ++i) {
             m_Input.SetBufferPointer(Pictures.data() + i * PictureBytes(), PictureBytes());
             m_Input.SetFrameType(0);
             m_Input.SetTime(static_cast<double>(i));
-            if (const UMC::Status s = Turn(&m_Input, Stream, Recon, r); s != UMC::StatusOk)
-                Fail("picture " + std::to_string(i) + ": " + StatusText(s));
+            if (const UMC::Status s = Turn(&m_Input, Stream, Recon, Sum); s != UMC::StatusOk)
+                throw CliError("picture " + std::to_string(i) + ": " + StatusText(s));
         }
         UMC::Status s = UMC::StatusOk;
-        while (s == UMC::StatusOk) s = Turn(nullptr, Stream, Recon, r);
-        if (s != UMC::StatusEndOfSegment) Fail("flush: " + StatusText(s));
-        r.Seconds = static_cast<double>(std::clock() - Start) / CLOCKS_PER_SEC;
-        return r;
+        while (s == UMC::StatusOk) s = Turn(nullptr, Stream, Recon, Sum);
+        if (s != UMC::StatusEndOfSegment) throw CliError("flush: " + StatusText(s));
     }
 
 private:
-    UMC::Status Turn(UMC::VideoData* pInput, std::optional<OutputFile>& Stream, ReconstructionWriter& Recon, Result& r)
+    UMC::Status Turn(UMC::VideoData* pInput, std::optional<OutputFile>& Stream, ReconstructionWriter& Recon,
+                     Totals& Sum)
     {
         m_Output.SetBufferPointer(m_Buffer.data(), m_Buffer.size());
         const UMC::Status s = m_Encoder.GetFrame(pInput, &m_Output);
         if (s != UMC::StatusOk || m_Output.GetDataSize() == 0) return s;
-        ++r.Frames;
-        r.Bytes += static_cast<int64_t>(m_Output.GetDataSize());
+        ++Sum.Frames;
+        Sum.Bytes += static_cast<int64_t>(m_Output.GetDataSize());
         if (Stream) Stream->Write(m_Output.GetDataPointer(), m_Output.GetDataSize());
         Recon.Add(*m_Encoder.GetReconstruction(), m_Encoder.GetDisplayOrder());
         return s;
@@ -196,18 +193,18 @@ private:
     std::vector<uint8_t> m_Buffer;
 };
 
-void Report(const Options& o, const Result& r, double FrameRate)
+void Report(const Options& o, const Totals& Sum, double FrameRate)
 {
-    const double Fps = r.Seconds > 0.0 ? static_cast<double>(r.Frames) / r.Seconds : 0.0;
-    const double PerFrame = r.Frames ? static_cast<double>(r.Bytes) * 8.0 / static_cast<double>(r.Frames) : 0.0;
+    const double Seconds = Sum.Timer.Seconds(), Fps = PerSecond(Sum.Frames, Seconds);
+    const double PerFrame = Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 / static_cast<double>(Sum.Frames) : 0.0;
     const double Kbps = PerFrame * FrameRate / 1000.0;
     if (o.bJson) {
         const nlohmann::json j{
-            {"frames", r.Frames}, {"bytes", r.Bytes}, {"kbps", Kbps}, {"seconds", r.Seconds}, {"fps", Fps}};
+            {"frames", Sum.Frames}, {"bytes", Sum.Bytes}, {"kbps", Kbps}, {"seconds", Seconds}, {"fps", Fps}};
         std::printf("%s\n", j.dump().c_str());
     } else {
         std::printf("%lld frames, %lld bytes, %.1f kbit/s, %.3f s of processor time, %.1f frames/s\n",
-                    static_cast<long long>(r.Frames), static_cast<long long>(r.Bytes), Kbps, r.Seconds, Fps);
+                    static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Bytes), Kbps, Seconds, Fps);
     }
 }
 
@@ -216,24 +213,21 @@ int Main(int argc, char** argv)
     const Options o = ParseCommandLine(argc, argv);
     const UMC::H264EncoderParams Params = MakeParams(o);
     std::vector<uint8_t> Pictures = ReadWholeFile(o.In);
-    Result Total;
+    Totals Sum;
     for (int i = 0; i < o.Loop; ++i) {
         Run r(o, Params);
         size_t Count = Pictures.size() / r.PictureBytes();
-        if (Count == 0) Fail(o.In + " holds no whole picture of this size");
-        if (Pictures.size() % r.PictureBytes()) Fail("the last picture is cut short in " + o.In);
+        if (Count == 0) throw CliError(o.In + " holds no whole picture of this size");
+        if (Pictures.size() % r.PictureBytes()) throw CliError("the last picture is cut short in " + o.In);
         if (o.Frames > 0) Count = std::min(Count, static_cast<size_t>(o.Frames));
         std::optional<OutputFile> Stream;
         if (i == 0 && !o.bNoOutput) Stream.emplace(o.Out);
         ReconstructionWriter Recon(i == 0 ? o.Recon : std::string(), i == 0 ? o.Compare : std::string());
-        const Result One = r.Encode(Pictures, Count, Stream, Recon);
+        r.Encode(Pictures, Count, Stream, Recon, Sum);
         if (Stream) Stream->Close();
         Recon.Close();
-        Total.Frames += One.Frames;
-        Total.Bytes += One.Bytes;
-        Total.Seconds += One.Seconds;
     }
-    Report(o, Total, Params.m_Info.m_FrameRate);
+    Report(o, Sum, Params.m_Info.m_FrameRate);
     return 0;
 }
 

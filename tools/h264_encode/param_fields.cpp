@@ -5,7 +5,7 @@
 #include <map>
 #include <type_traits>
 
-namespace h264_encode {
+namespace tools {
 
 using UMC::H264EncoderParams;
 
@@ -111,4 +111,4 @@ std::string FieldNames()
     return Names;
 }
 
-} // namespace h264_encode
+} // namespace tools

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace h264_encode {
+namespace tools {
 
 /// Sets one field from "NAME=VALUE". @return an empty string, or what is wrong with the assignment
 std::string SetField(UMC::H264EncoderParams& Params, const std::string& Assignment);
@@ -13,4 +13,4 @@ std::string SetField(UMC::H264EncoderParams& Params, const std::string& Assignme
 /// All names that SetField knows, separated by spaces.
 std::string FieldNames();
 
-} // namespace h264_encode
+} // namespace tools

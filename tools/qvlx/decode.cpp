@@ -15,18 +15,13 @@ struct Options {
     bool bJson = false, bQuiet = false;
 };
 
-bool EndsWith(const std::string& Text, const std::string& End)
-{
-    return Text.size() >= End.size() && Text.compare(Text.size() - End.size(), End.size(), End) == 0;
-}
-
 // Feeds access units and writes the pictures that come out.
 class Session
 {
 public:
     Session(const Options& Set, FrameSize Size)
         : m_Size(Size), m_Decoder(MakeCodec(100 + static_cast<uint32_t>(Set.Mode))), m_Out(Set.Out),
-          m_bY4m(EndsWith(Set.Out, ".y4m")), m_Picture(Size.I420Bytes())
+          m_bY4m(Set.Out.ends_with(".y4m")), m_Picture(Size.I420Bytes())
     {
         if (!m_Decoder->InitDecoder(Size.Width, Size.Height)) throw CliError("the decoder refuses this size");
         if (m_bY4m)

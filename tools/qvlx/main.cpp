@@ -22,16 +22,6 @@ std::string TagText(uint32_t Tag)
     return Text;
 }
 
-const char* FrameTypeText(int32_t Type)
-{
-    switch (Type) {
-    case kFrameI: return "I";
-    case kFrameP: return "P";
-    case kFrameB: return "B";
-    default: return "-";
-    }
-}
-
 int main(int argc, char** argv)
 try {
     CommandLine App("H.264 coding and picture treatment through the Quilvex library", "qvlx");

@@ -27,5 +27,3 @@ using Codec = std::unique_ptr<IVCodec, CodecReleaser>;
 Codec MakeCodec(uint32_t id);
 /// The four characters of a backend tag.
 std::string TagText(uint32_t Tag);
-/// "I", "P", "B" or "-".
-const char* FrameTypeText(int32_t Type);
