@@ -2,6 +2,7 @@
 // bound and price is written out, samples beyond the picture are clamped one by one. Kernels are the plain ones.
 #pragma once
 
+#include "Common/h264/intra_modes.h"
 #include "kernels/interpolation/interpolation.h"
 #include "tests/encoder/intra_model.h"
 
@@ -21,7 +22,7 @@ public:
     {
         Enter(Mb);
         Decision d{MB_INTRA16X16, 0, {0, 0}, -1, -1, {}, CHROMA_DC, 0};
-        d.Modes.fill(kIntra4x4Dc);
+        d.Modes.fill(h264::kIntraDcMode);
         if (!m_bISlice) {
             DecideInter(d);
             if (d.Type == MB_SKIP_P) return d;

@@ -1,4 +1,5 @@
 // A decision is a value: nothing but its commit writes the records of the macroblock.
+#include "Common/h264/intra_modes.h"
 #include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/macroblock_decision.h"
@@ -126,7 +127,7 @@ TEST_F(MacroblockCandidate, IsCommittedWhole)
     EXPECT_EQ(Mb().local->Cost, 77);
     EXPECT_EQ(Mb().local->ChromaMode, CHROMA_DC);
     EXPECT_TRUE(Filled({5, -6}, {-300, 2}, 1));
-    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, kIntra4x4Dc), 16);
+    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, h264::kIntraDcMode), 16);
     EXPECT_EQ(Slice().intra_count, Intra);
 
     Commit({.Cost = 78, .Type = MB_INTRA4X4, .ChromaMode = CHROMA_PLANE}, Slice());
@@ -140,7 +141,7 @@ TEST_F(MacroblockCandidate, IsCommittedWhole)
     EXPECT_EQ(Mb().global->Type, MB_INTRA16X16);
     EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_PLANE);
     EXPECT_EQ(Mb().local->ChromaMode, CHROMA_VERTICAL);
-    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, kIntra4x4Dc), 16);
+    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, h264::kIntraDcMode), 16);
     EXPECT_EQ(Slice().intra_count, Intra + 2);
 }
 
