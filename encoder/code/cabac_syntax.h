@@ -56,7 +56,7 @@ public:
     }
     void RefIdx(uint32_t Ref, uint32_t)
     {
-        const NeighbourCache::Motion& n = m_Around.Motions[0];
+        const NeighbourMotion& n = m_Around.Motion;
         uint32_t Context = kRefIdx + (n.LeftRefs[0] > 0) + 2 * (n.TopRefs[0] > 0);
         for (; Ref > 0; --Ref) {
             Bin(Context, 1);
@@ -66,7 +66,7 @@ public:
     }
     void Difference(MotionVector d)
     {
-        const MotionVector Left = m_Around.Motions[0].LeftDifferences[0], Top = m_Around.Motions[0].TopDifferences[0];
+        const MotionVector Left = m_Around.Motion.LeftDifferences[0], Top = m_Around.Motion.TopDifferences[0];
         Component(m_Coder, kMvdX, d.x, std::abs(Left.x) + std::abs(Top.x));
         Component(m_Coder, kMvdY, d.y, std::abs(Left.y) + std::abs(Top.y));
     }

@@ -6,34 +6,25 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-constexpr uint8_t kCostByRun4x4[16]{3, 2, 2, 1, 1, 1};
-constexpr uint8_t kCostByRun8x8[64]{3, 3, 3, 3, 2, 2, 2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-
-template <int Size>
-int32_t CostOf(const int16_t* pLevels, int32_t First, const uint8_t* pScan, const uint8_t* pCostByRun)
-{
-    int32_t Cost = 0, Run = 0;
-    for (int32_t i = First; i < Size; ++i) {
-        const int32_t Level = pLevels[pScan[i]];
-        if (Level == 0) {
-            ++Run;
-            continue;
-        }
-        if (Level > 1 || Level < -1) return kCostOfLargeLevel;
-        Cost += pCostByRun[Run];
-        Run = 0;
-    }
-    return Cost;
-}
+constexpr uint8_t kCostByRun[16]{3, 2, 2, 1, 1, 1};
 
 } // namespace
 
 int32_t CoefficientCost(const int16_t* pLevels, int32_t First)
 {
-    return CostOf<16>(pLevels, First, h264::kZigzag4x4, kCostByRun4x4);
+    int32_t Cost = 0, Run = 0;
+    for (int32_t i = First; i < 16; ++i) {
+        const int32_t Level = pLevels[h264::kZigzag4x4[i]];
+        if (Level == 0) {
+            ++Run;
+            continue;
+        }
+        if (Level > 1 || Level < -1) return kCostOfLargeLevel;
+        Cost += kCostByRun[Run];
+        Run = 0;
+    }
+    return Cost;
 }
-
-int32_t CoefficientCost8x8(const int16_t* pLevels) { return CostOf<64>(pLevels, 0, h264::kZigzag8x8, kCostByRun8x8); }
 
 int32_t ListLevels(const int16_t* pLevels, int32_t First, BlockLevels& Out)
 {
@@ -45,7 +36,7 @@ int32_t ListLevels(const int16_t* pLevels, int32_t First, BlockLevels& Out)
         Out.Position[Count] = static_cast<uint8_t>(i - First);
         Out.Level[Count++] = Level;
         bLarge |= Level > 1 || Level < -1;
-        Cost += kCostByRun4x4[i - Before - 1];
+        Cost += kCostByRun[i - Before - 1];
         Before = i;
     }
     Out.Count = static_cast<uint8_t>(Count);

@@ -13,8 +13,6 @@ inline constexpr int32_t kCostOfLargeLevel = 9; // a level above 1 is always wor
 /// and nothing beyond; 9 for the whole block as soon as a magnitude exceeds 1.
 /// @param First  1 to leave out the DC level
 int32_t CoefficientCost(const int16_t* pLevels, int32_t First);
-/// The same of an 8x8 block: 3 behind 0 to 3 zeros, 2 behind 4 to 11, 1 behind 12 to 23.
-int32_t CoefficientCost8x8(const int16_t* pLevels);
 
 /// Lists the levels of a 4x4 block (raster order) in scan order; position 0 is scan position First.
 /// @return CoefficientCost of the block

@@ -24,9 +24,9 @@ void InterPrediction(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const auto& Ref = *s.ref_pic_lists.Pictures[0][mb.ref[0][0]];
-    const MotionVector v = mb.mv[0][0];
-    if (!(w.bTested && w.TestedVector == v && mb.ref[0][0] == 0)) {
+    const auto& Ref = *s.ref_pic_lists.Pictures[0][mb.ref[0]];
+    const MotionVector v = mb.mv[0];
+    if (!(w.bTested && w.TestedVector == v && mb.ref[0] == 0)) {
         w.bTested = false;
         CompensateLuma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
     }

@@ -71,27 +71,22 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
 template <class Sample>
-void BuildCandidates(const FrameLayout& Layout, const PictureJob<Sample>& Job, const SliceContext<Sample>& s,
-                     size_t List, const H264EncoderFrame<Sample>& Ref, MEParams& p)
+void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
+                     MEParams& p)
 {
     const auto& mb = s.cur_mb;
-    const auto Add = [&](const MotionVector* pField, int32_t MbIndex, int32_t RasterBlock) {
-        AddCandidate(p, Whole(pField[static_cast<ptrdiff_t>(MbIndex) * 16 + RasterBlock]));
-    };
-    const NeighbourCache::Motion& Around = mb.around.Motions[List];
+    const NeighbourMotion& Around = mb.around.Motion;
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
     AddCandidate(p, {0, 0});
     if (mb.around.Has(kernels::kTop)) AddCandidate(p, Whole(Around.TopVectors[0]));
     if (mb.around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
     if (mb.around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
-    const bool bLastRow = mb.mb_y + 1 == Layout.MbHeight, bLastColumn = mb.mb_x + 1 == Layout.MbWidth;
-    // Of whatever slice it is.
-    if (mb.mb_y > 0 && !bLastColumn) Add(Job.current->mb_motion[List], mb.mb_index - Layout.MbWidth + 1, 12);
-    const MotionVector* const pReference = Ref.mb_motion[List];
-    if (!bLastRow) Add(pReference, mb.mb_index + Layout.MbWidth, 0);
-    if (!bLastColumn) Add(pReference, mb.mb_index + 1, 0);
-    Add(pReference, mb.mb_index, 0);
+    if (Around.pTopRightOfPicture) AddCandidate(p, Whole(*Around.pTopRightOfPicture));
+    const MotionVector* const pReference = Ref.mb_motion[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
+    if (mb.mb_y + 1 < Layout.MbHeight) AddCandidate(p, Whole(pReference[static_cast<ptrdiff_t>(Layout.MbWidth) * 16]));
+    if (mb.mb_x + 1 < Layout.MbWidth) AddCandidate(p, Whole(pReference[16]));
+    AddCandidate(p, Whole(*pReference));
 }
 
 template <class Sample>
@@ -102,13 +97,10 @@ void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const 
     const MacroblockPosition& At = *mb.position;
     auto& w = s.work_area;
     p.src_y = mb.src_y, p.src_u = mb.src_u, p.src_v = mb.src_v;
-    p.ref_y = Ref.m_pY + At.LumaFrame;
-    p.ref_u = Ref.m_pU + At.ChromaFrame;
-    p.ref_v = Ref.m_pV + At.ChromaFrame;
+    p.ref_y = Ref.m_pY + At.Luma;
+    p.ref_u = Ref.m_pU + At.Chroma;
+    p.ref_v = Ref.m_pV + At.Chroma;
     p.pitch = mb.pitch;
-    p.bit_depth = p.bit_depth_chroma = 8;
-    p.chroma_mv_offset = 0;
-    p.chroma_format = Settings.layout.ChromaFormat;
     p.block_width = p.block_height = 16;
     p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.local->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
@@ -133,13 +125,13 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
 } // namespace
 
 template <class Sample>
-Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
     const uint32_t Flags = Settings.analysis_flags;
     const int32_t Qp = mb.local->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.threshold_me[static_cast<size_t>(Qp)] : 0;
-    const h264::MotionNeighbours Around = mb.around.Of16x16(0);
+    const h264::MotionNeighbours Around = mb.around.Motion.Of16x16();
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};
@@ -152,7 +144,7 @@ Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job
         p.pred_mv = Predicted;
         FillSearch(Settings, s, Ref, p);
         p.threshold = Limit;
-        BuildCandidates(Settings.layout, Job, s, 0, Ref, p);
+        BuildCandidates(Settings.layout, s, Ref, p);
         SearchInteger(p);
         const int32_t Price = ReferencePrice(Qp, r, s.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
@@ -175,6 +167,6 @@ Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job
             .Difference = Difference};
 }
 
-template Candidate DecideP(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -43,9 +43,9 @@ void Commit(const Candidate& Won, SliceContext<Sample>& s)
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    FillVectors(mb.mv[0], Won.Vector);
-    FillVectors(mb.mvd[0], Won.Difference);
-    std::memset(mb.ref[0], Won.Ref, 16);
+    FillVectors(mb.mv, Won.Vector);
+    FillVectors(mb.mvd, Won.Difference);
+    std::memset(mb.ref, Won.Ref, 16);
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(mb.intra_modes, s.work_area.Intra4x4Modes, 16);
     else
@@ -54,7 +54,7 @@ void Commit(const Candidate& Won, SliceContext<Sample>& s)
 }
 
 template <class Sample>
-void AnalyseMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+void AnalyseMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     s.work_area.bTested = false;
     if (s.slice_type == SLICE_I) {
@@ -62,7 +62,7 @@ void AnalyseMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>
         IntraChroma(Settings, s, Intra.ChromaMode);
         return Commit(Intra, s);
     }
-    const Candidate Inter = DecideP(Settings, Job, s);
+    const Candidate Inter = DecideP(Settings, s);
     const auto Qp = static_cast<size_t>(s.cur_mb.local->Qp);
     if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.threshold_skip_intra[Qp]) return Commit(Inter, s);
     Candidate Intra = IntraAgainst(Inter.Cost, Settings, s);
@@ -71,7 +71,7 @@ void AnalyseMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>
     Commit(Intra, s);
 }
 
-template void AnalyseMacroblock(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
+template void AnalyseMacroblock(const EncoderSettings&, SliceContext<uint8_t>&);
 template void Commit(const Candidate&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -20,17 +20,12 @@ enum SearchMethod : int32_t {
     SEARCH_UMBRELLA = 8
 };
 inline constexpr int32_t kMethodWalkingRefinement = 64;
-// Of partitions below 16x16: the walk, and the refinement in its walking form.
-inline constexpr int32_t kMethodPartitions = 330;
 
 /// What one search is asked and what it answers. Vectors in quarter samples unless said; planes at the block's place.
 struct MEParams {
     const uint8_t *src_y, *src_u, *src_v;
     const uint8_t *ref_y, *ref_u, *ref_v;
-    int32_t pitch; // samples
-    int32_t bit_depth, bit_depth_chroma;
-    int32_t chroma_mv_offset; // quarter samples, between fields of opposite parity
-    int32_t chroma_format;
+    int32_t pitch;                     // samples
     int32_t block_width, block_height; // 16, 8 or 4
     int32_t candidate_count;
     MotionVector candidates[8]; // whole samples

@@ -150,7 +150,6 @@ int32_t ChromaDistortion(const MEParams& p, int32_t x, int32_t y)
     const auto pInterpolate = Width == 8   ? g_Kernels.InterpolateChroma8
                               : Width == 4 ? g_Kernels.InterpolateChroma4
                                            : g_Kernels.InterpolateChroma2;
-    y += p.chroma_mv_offset;
     const ptrdiff_t Offset = (y >> 3) * p.pitch + (x >> 3);
     pInterpolate(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.trial_uv, p.trial_uv + 8, 16, x & 7, y & 7, Height);
     const int32_t Code = SizeCode(Width, Height);

@@ -120,11 +120,11 @@ void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Stren
     const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
     (bVertical ? Kernels<Sample>.FilterLumaVertical
-               : Kernels<Sample>.FilterLumaHorizontal)(m_View.pY + At.LumaFrame, m_View.Pitch, &m_Luma.Params);
+               : Kernels<Sample>.FilterLumaHorizontal)(m_View.pY + At.Luma, m_View.Pitch, &m_Luma.Params);
     if (!(s.Edge[0] | s.Edge[2])) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
     (bVertical ? Kernels<Sample>.FilterChromaVertical : Kernels<Sample>.FilterChromaHorizontal)(
-        m_View.pU + At.ChromaFrame, m_View.pV + At.ChromaFrame, m_View.Pitch, &m_Chroma.Params, &m_Chroma.Params);
+        m_View.pU + At.Chroma, m_View.pV + At.Chroma, m_View.Pitch, &m_Chroma.Params, &m_Chroma.Params);
 }
 
 template <class Sample>

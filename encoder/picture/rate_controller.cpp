@@ -32,7 +32,6 @@ int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t Error
     m_QpWindow = QpWindow < 1 ? 100 : QpWindow;
     m_BitsWindow = BitsWindow < 1 ? 30 : BitsWindow;
     m_ErrorWindow = ErrorWindow < 1 ? 100 : ErrorWindow;
-    m_Bitrate = Bitrate;
     m_BitsPerFrame = static_cast<int32_t>(Bitrate / FrameRate);
     m_BitsDesired = 0;
     const int32_t Qp = InitialQp(Bitrate, FrameRate, Width, Height, BitDepth, ChromaFormatIdc, bHasAlpha, m_QpMax);

@@ -42,7 +42,6 @@ public:
 private:
     int32_t QpFromP() const; // the QP of B pictures
 
-    int32_t m_Bitrate = 0;      // bits per second
     int32_t m_BitsPerFrame = 0; // budget of a picture
     int64_t m_BitsEncoded = 0;  // as last reported
     int64_t m_BitsDesired = 0;  // budgets of the pictures so far

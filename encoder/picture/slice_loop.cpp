@@ -40,13 +40,12 @@ NeighbourTables MakeNeighbourTables(bool bCabac, int32_t MbWidth, const PictureJ
     const H264EncoderFrame<Sample>& Frame = *Job.current;
     return {s.first_mb,
             MbWidth,
-            s.slice_type == SLICE_I ? 0 : 1,
             Frame.mb_global,
             Job.local_macroblocks.data(),
             Job.intra_modes.data(),
-            {Frame.mb_motion[0], Frame.mb_motion[1]},
-            {Frame.mb_reference[0], Frame.mb_reference[1]},
-            {bCabac ? Job.vector_differences[0].data() : nullptr, bCabac ? Job.vector_differences[1].data() : nullptr},
+            s.slice_type == SLICE_I ? nullptr : Frame.mb_motion[0],
+            Frame.mb_reference[0],
+            bCabac ? Job.vector_differences.data() : nullptr,
             bCabac ? nullptr : Job.coeff_counts.data()};
 }
 
@@ -89,13 +88,11 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     mb.position = &Settings.positions[i];
     mb.mb_x = mb.position->X;
     mb.mb_y = mb.position->Y;
-    PointAt(mb.position->LumaFrame, mb.position->ChromaFrame, Job, mb);
+    PointAt(mb.position->Luma, mb.position->Chroma, Job, mb);
     FillNeighbours(mb.around, s.neighbour_tables, Index, mb.mb_x);
-    for (size_t List = 0; List < 2; ++List) {
-        mb.mv[List] = Frame.mb_motion[List] + i * 16;
-        mb.ref[List] = Frame.mb_reference[List] + i * 16;
-        mb.mvd[List] = Job.vector_differences[List].data() + i * 16;
-    }
+    mb.mv = Frame.mb_motion[0] + i * 16;
+    mb.ref = Frame.mb_reference[0] + i * 16;
+    mb.mvd = Job.vector_differences.data() + i * 16;
     mb.intra_modes = Job.intra_modes.data() + i * 16;
     mb.coeff_counts = Job.coeff_counts.data() + i * kCountsPerMb;
     mb.global = Frame.mb_global + Index;
@@ -105,7 +102,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     *mb.local = LocalMacroblock{};
     mb.local->Qp = Qp;
     mb.local->QpChroma = QpChroma;
-    *mb.global = {Settings.slice_of_macroblock[i], MB_INTER16X16, 0, Qp, QpChroma, 0};
+    *mb.global = {static_cast<uint16_t>(s.slice_id), MB_INTER16X16, Qp, QpChroma};
     if (s.quant_qp != Qp) SetQuantisers(Settings.quant, s, Qp);
 }
 
@@ -115,8 +112,8 @@ MacroblockSyntax SyntaxOf(const SliceContext<Sample>& s)
     const auto& mb = s.cur_mb;
     const auto& w = s.work_area;
     return {s.slice_type,    s.num_ref_idx_l0,
-            mb.global->Type, mb.ref[0][0],
-            mb.mvd[0][0],    mb.local->Qp - s.slice_qp,
+            mb.global->Type, mb.ref[0],
+            mb.mvd[0],       mb.local->Qp - s.slice_qp,
             *mb.local,       mb.around,
             mb.intra_modes,  mb.global->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
             w.LumaDcLevels,  w.ChromaDcLevels,
@@ -175,7 +172,7 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     const int32_t End = s.first_mb + s.mb_limit;
     for (int32_t Index = s.first_mb; Index < End; ++Index) {
         StartMacroblock(Settings, Job, s, Index);
-        AnalyseMacroblock(Settings, Job, s);
+        AnalyseMacroblock(Settings, s);
         Reconstruct(Settings.layout, s);
         if (Writer.WriteMacroblock()) s.slice_qp = s.cur_mb.local->Qp;
         ++s.mb_count;

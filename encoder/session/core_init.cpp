@@ -72,16 +72,11 @@ void FillPositions(EncoderSettings& Settings)
     Settings.positions.resize(static_cast<size_t>(l.MbCount));
     for (int32_t i = 0; i < l.MbCount; ++i) {
         MacroblockPosition& p = Settings.positions[static_cast<size_t>(i)];
-        p = {};
         p.X = i % l.MbWidth;
         p.Y = i / l.MbWidth;
         const int32_t x = 16 * p.X, y = 16 * p.Y;
-        p.LumaFrame = y * l.Pitch + x;
-        p.ChromaFrame = y / 2 * l.Pitch + x / 2;
-        // A macroblock of a field: every second line from the pair's top or second line on.
-        const int32_t PairY = p.Y / 2 * 32, Parity = p.Y % 2;
-        p.LumaField = (PairY + Parity) * l.Pitch + x;
-        p.ChromaField = (PairY / 2 + Parity) * l.Pitch + x / 2;
+        p.Luma = y * l.Pitch + x;
+        p.Chroma = y / 2 * l.Pitch + x / 2;
         p.LimitLeft = -VectorLimit(x);
         p.LimitRight = VectorLimit(l.AlignedWidth - 16 - x);
         p.LimitTop = -VectorLimit(y);
@@ -94,12 +89,10 @@ template <class Sample>
 void DivideIntoSlices(EncoderCore<Sample>& c)
 {
     const int32_t Slices = c.settings.params.num_slices, Length = c.settings.layout.MbCount / Slices;
-    c.settings.slice_of_macroblock.resize(static_cast<size_t>(c.settings.layout.MbCount));
     for (int32_t i = 0; i < Slices; ++i) {
         auto& s = c.job.slices[static_cast<size_t>(i)];
         s.first_mb = i * Length;
         s.mb_limit = i + 1 == Slices ? c.settings.layout.MbCount - s.first_mb : Length;
-        std::fill_n(c.settings.slice_of_macroblock.begin() + s.first_mb, s.mb_limit, static_cast<uint16_t>(i));
     }
 }
 
@@ -127,7 +120,7 @@ void AllocateTables(EncoderCore<Sample>& c)
 {
     const auto Count = static_cast<size_t>(c.settings.layout.MbCount);
     c.job.local_macroblocks.resize(Count);
-    for (auto& Differences : c.job.vector_differences) Differences.resize(Count * 16);
+    c.job.vector_differences.resize(Count * 16);
     c.job.intra_modes.resize(Count * 16);
     c.job.coeff_counts.resize(Count * kCountsPerMb);
 }

@@ -32,7 +32,6 @@ struct EncoderSettings {
     static constexpr int32_t frame_num_max = kFrameNumMax;
 
     std::vector<MacroblockPosition> positions;
-    std::vector<uint16_t> slice_of_macroblock;
     QuantTables quant;
     ThresholdTable threshold_me, threshold_skip_intra, threshold_advanced_intra;
 };

@@ -12,9 +12,6 @@ namespace UMC_H264_ENCODER {
 /// buffers are made once and serve every picture.
 template <class Sample>
 struct PictureJob {
-    using Pix = Sample;
-    using Slice = SliceContext<Sample>;
-
     H264EncoderFrame<Sample>* current = nullptr; // its tables are written here too
     int32_t picture_class = CLASS_IDR;           // PictureClass
     // Samples are compared with the source, and predicted from and written to the reconstruction. Both have the pitch
@@ -31,12 +28,12 @@ struct PictureJob {
         source = ReadOnly(reconstruction);
     }
 
-    std::unique_ptr<Slice[]> slices; // with the bits that they produced
+    std::unique_ptr<SliceContext<Sample>[]> slices; // with the bits that they produced
     std::unique_ptr<uint8_t[]> slice_buffers;
     std::vector<LocalMacroblock> local_macroblocks;
-    std::vector<MotionVector> vector_differences[2]; // 16 for each macroblock
-    std::vector<uint8_t> intra_modes;                // 16 for each macroblock
-    std::vector<uint8_t> coeff_counts;               // kCountsPerMb for each macroblock, CAVLC
+    std::vector<MotionVector> vector_differences; // 16 for each macroblock, as are the modes
+    std::vector<uint8_t> intra_modes;
+    std::vector<uint8_t> coeff_counts; // kCountsPerMb for each macroblock, CAVLC
 };
 
 } // namespace UMC_H264_ENCODER

@@ -4,7 +4,7 @@
 #include "encoder/state/codec_traits.h"
 #include "encoder/state/encoder_frame.h"
 #include "encoder/state/neighbour_cache.h"
-#include "encoder/write/pbs_fake.h"
+#include "encoder/write/pbs.h"
 
 #include <array>
 #include <memory>
@@ -91,9 +91,9 @@ struct CurrentMacroblock {
     const MacroblockPosition* position;
     GlobalMacroblock* global;
     LocalMacroblock* local;
-    MotionVector* mv[2]; // 16 each, raster order
-    int8_t* ref[2];
-    MotionVector* mvd[2];
+    MotionVector* mv; // of list 0, as are the two below: 16 each, raster order
+    int8_t* ref;
+    MotionVector* mvd;
     uint8_t* intra_modes;  // 16, raster order
     uint8_t* coeff_counts; // kCountsPerMb, with CAVLC
 };
@@ -112,7 +112,6 @@ struct SliceContext {
     CurrentMacroblock<Sample> cur_mb;
     int32_t deblock_idc, deblock_alpha, deblock_beta;
     CH264pBs<Sample, typename CodecTraits<Sample>::Coeff> bitstream;
-    CH264pBsFake<Sample, typename CodecTraits<Sample>::Coeff> fake_bitstream;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
     RefPicLists<Sample> ref_pic_lists;
     NeighbourTables neighbour_tables;

@@ -86,7 +86,7 @@ protected:
         };
         m_Left = Near(-1, 0), m_Top = Near(0, -1), m_TopRight = Near(1, -1), m_TopLeft = Near(-1, -1);
     }
-    int32_t SliceOf(int32_t Mb) const { return m_c.settings.slice_of_macroblock[static_cast<size_t>(Mb)]; }
+    int32_t SliceOf(int32_t Mb) const { return m_Cur.mb_global[Mb].SliceId; }
     const uint8_t* Source(int Plane) const
     {
         return Plane ? m_pSource[Plane] + m_Y * 8 * (m_Width / 2) + m_X * 8

@@ -37,13 +37,12 @@ public:
     {
         const NeighbourTables t{static_cast<int32_t>(Below(2)),
                                 kMbWidth,
-                                SliceType == SLICE_I ? 0 : 1,
                                 m_Global,
                                 m_Local,
                                 m_Modes,
-                                {m_Differences, nullptr},
-                                {m_References, nullptr},
-                                {bCabac ? m_Differences : nullptr, nullptr},
+                                SliceType == SLICE_I ? nullptr : m_Differences,
+                                m_References,
+                                bCabac ? m_Differences : nullptr,
                                 bCabac ? nullptr : m_Counts};
         FillNeighbours(m_Around, t, Index, Index % kMbWidth);
         const auto i = static_cast<size_t>(Index);

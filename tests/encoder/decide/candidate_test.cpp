@@ -55,7 +55,7 @@ protected:
         Add(f.mb_motion[0], Count * 16 * sizeof(MotionVector));
         Add(f.mb_reference[0], Count * 16);
         Add(c.job.local_macroblocks.data(), Count * sizeof(LocalMacroblock));
-        Add(c.job.vector_differences[0].data(), Count * 16 * sizeof(MotionVector));
+        Add(c.job.vector_differences.data(), Count * 16 * sizeof(MotionVector));
         Add(c.job.intra_modes.data(), Count * 16);
         for (int32_t y = 0; y < kSide; ++y) Add(f.m_pY + y * f.m_Pitch, kSide);
         for (int32_t y = 0; y < kSide / 2; ++y) {
@@ -74,7 +74,7 @@ TEST_F(MacroblockCandidate, LeavesRecordsAndSamplesAlone)
     const std::vector<uint8_t> Before = Records();
     const int32_t Intra = Slice().intra_count;
     uint8_t ChromaMode = 0;
-    DecideP(c.settings, c.job, Slice());
+    DecideP(c.settings, Slice());
     EXPECT_EQ(Records(), Before);
     Candidate Best = Intra16x16(c.settings, Slice());
     TryFinerIntra(c.settings, Slice(), Best);
@@ -91,17 +91,17 @@ TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
     auto& mb = Mb();
     const auto& Ref = *Slice().ref_pic_lists.Pictures[0][0];
     for (int32_t y = 0; y < 16; ++y)
-        std::copy_n(Ref.m_pY + mb.position->LumaFrame + y * mb.pitch, 16, mb.rec_y + y * mb.pitch);
+        std::copy_n(Ref.m_pY + mb.position->Luma + y * mb.pitch, 16, mb.rec_y + y * mb.pitch);
     for (int32_t y = 0; y < 8; ++y) {
-        std::copy_n(Ref.m_pU + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_u + y * mb.pitch);
-        std::copy_n(Ref.m_pV + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_v + y * mb.pitch);
+        std::copy_n(Ref.m_pU + mb.position->Chroma + y * mb.pitch, 8, mb.rec_u + y * mb.pitch);
+        std::copy_n(Ref.m_pV + mb.position->Chroma + y * mb.pitch, 8, mb.rec_v + y * mb.pitch);
     }
-    NeighbourCache::Motion& Around = mb.around.Motions[0]; // without neighbours, so that the skip stands still
+    NeighbourMotion& Around = mb.around.Motion; // without neighbours, so that the skip stands still
     for (auto* const pRefs : {Around.LeftRefs, Around.TopRefs}) std::fill_n(pRefs, 4, h264::kRefUnavailable);
     for (auto* const pVectors : {Around.LeftVectors, Around.TopVectors}) std::fill_n(pVectors, 4, MotionVector{0, 0});
     *mb.rec_y = static_cast<uint8_t>(*mb.rec_y + 1);
     const std::vector<uint8_t> Before = Records();
-    const Candidate Skip = DecideP(c.settings, c.job, Slice());
+    const Candidate Skip = DecideP(c.settings, Slice());
     EXPECT_EQ(Skip.Type, MB_SKIP_P);
     EXPECT_EQ(Skip.Cost, 0);
     EXPECT_EQ(Skip.Ref, 0);
@@ -113,9 +113,8 @@ TEST_F(MacroblockCandidate, IsCommittedWhole)
 {
     const auto Filled = [this](MotionVector v, MotionVector Difference, int8_t Ref) {
         const auto& mb = Mb();
-        return std::count(mb.mv[0], mb.mv[0] + 16, v) == 16 &&
-               std::count(mb.mvd[0], mb.mvd[0] + 16, Difference) == 16 &&
-               std::count(mb.ref[0], mb.ref[0] + 16, Ref) == 16;
+        return std::count(mb.mv, mb.mv + 16, v) == 16 && std::count(mb.mvd, mb.mvd + 16, Difference) == 16 &&
+               std::count(mb.ref, mb.ref + 16, Ref) == 16;
     };
     auto& Trial = Slice().work_area.Intra4x4Modes;
     for (size_t i = 0; i < 16; ++i) Trial[i] = static_cast<uint8_t>(i % 9);

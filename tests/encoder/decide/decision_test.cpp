@@ -50,18 +50,6 @@ TEST(CoefficientCost, MayLeaveOutTheDc)
     EXPECT_EQ(CoefficientCost(Levels({{0, 50}}).Raster, 1), 0);
 }
 
-TEST(CoefficientCost, Of8x8Blocks)
-{
-    for (int Run = 0; Run < 64; ++Run) {
-        int16_t Block[64]{};
-        Block[h264::kZigzag8x8[Run]] = 1;
-        EXPECT_EQ(CoefficientCost8x8(Block), Run < 4 ? 3 : Run < 12 ? 2 : Run < 24 ? 1 : 0) << Run;
-    }
-    int16_t Large[64]{};
-    Large[63] = -2;
-    EXPECT_EQ(CoefficientCost8x8(Large), 9);
-}
-
 TEST(DropRules, AQuadrantOfThreeAndOneIsDroppedAndOfThreeAndTwoStays)
 {
     EXPECT_FALSE(IsQuadrantWorthCoding(CoefficientCost(Levels({{0, 1}, {4, 1}}).Raster, 0))); // runs of 0 and 3

@@ -59,7 +59,7 @@ protected:
             Sum -= Part;
         }
     }
-    int32_t InterCost() { return DecideP(c.settings, c.job, Slice()).Cost; }
+    int32_t InterCost() { return DecideP(c.settings, Slice()).Cost; }
     void Neighbour(int32_t Index, MotionVector v)
     {
         std::fill_n(c.job.current->mb_motion[0] + 16 * Index, 16, v);
@@ -134,7 +134,7 @@ protected:
         Distort(Inter - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Intra.Distance16x16 = Intra - BitPrice(kQp, 1);
         s_Intra.Tried16x16 = s_Intra.TriedFiner = 0;
-        AnalyseMacroblock(c.settings, c.job, Slice());
+        AnalyseMacroblock(c.settings, Slice());
         ASSERT_EQ(InterCost(), Inter);
     }
 };
@@ -158,7 +158,7 @@ TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
     EXPECT_EQ(Mb().global->Type, MB_INTRA16X16);
     EXPECT_EQ(Mb().local->Cost, 299);
     EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_VERTICAL);
-    EXPECT_EQ(Mb().ref[0][0], -1);
+    EXPECT_EQ(Mb().ref[0], -1);
 }
 
 TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
@@ -240,7 +240,7 @@ protected:
     {
         Distort(Cost - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Search.Refined = s_Search.Second = 0;
-        AnalyseMacroblock(c.settings, c.job, Slice());
+        AnalyseMacroblock(c.settings, Slice());
     }
 };
 
@@ -274,7 +274,7 @@ TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
     for (const int Better : {2, 3, 4}) {
         Sample = static_cast<uint8_t>(100 + Better);
         Decide(180);
-        EXPECT_EQ(Mb().ref[0][0], Better > 3 ? 1 : 0) << Better;
+        EXPECT_EQ(Mb().ref[0], Better > 3 ? 1 : 0) << Better;
         EXPECT_EQ(InterCost(), Better > 3 ? 180 + 3 - Better : 180) << Better;
     }
 }
@@ -299,11 +299,11 @@ TEST_F(LastMacroblock, AVectorAQuarterSampleFromTheSkipVectorIsStillTested)
             Neighbour(kLeftMb, {0, 0});
             Neighbour(kTopMb, v);
             Neighbour(kTopLeftMb, v);
-            AnalyseMacroblock(c.settings, c.job, Slice());
+            AnalyseMacroblock(c.settings, Slice());
             const bool bSkip = std::abs(Off) <= 1;
             EXPECT_EQ(Mb().global->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
             if (bSkip) {
-                EXPECT_EQ(Mb().mv[0][0], (MotionVector{0, 0})) << Off; // not the one asked about
+                EXPECT_EQ(Mb().mv[0], (MotionVector{0, 0})) << Off; // not the one asked about
             }
             EXPECT_EQ(Mb().local->Cost == 0, bSkip) << Off;
         }
