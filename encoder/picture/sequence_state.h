@@ -29,6 +29,9 @@ struct SequenceState {
     SeqParamSet sps{};
     PicParamSet pps{};
     RateController rate;
+    // In force: those of the settings until SetParams asks for others.
+    int32_t bitrate = 0; // bits per second
+    double frame_rate = 0.0;
 };
 
 } // namespace UMC_H264_ENCODER

@@ -73,6 +73,8 @@ Status H264VideoEncoder::GetInfo(BaseCodecParams* pParams)
         *pFull = m_pCore8->settings.params;
     else
         *pVideo = m_pCore8->settings.params;
+    pVideo->m_Info.m_Bitrate = m_pCore8->sequence.bitrate;
+    pVideo->m_Info.m_FrameRate = m_pCore8->sequence.frame_rate;
     pVideo->m_Quality = 100; // no count of losses is kept, so the share of them is always 0
     pVideo->m_Info.m_StreamType = kStreamTypeH264;
     return StatusOk;
@@ -83,7 +85,7 @@ Status H264VideoEncoder::SetParams(BaseCodecParams* pParams)
     const auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusNullPointer;
     if (core_kind != kCore8) return StatusNotInitialized;
-    return SetCoreRate(*m_pCore8, *pVideo);
+    return SetCoreRate(m_pCore8->settings, m_pCore8->sequence, *pVideo);
 }
 
 const VideoData* H264VideoEncoder::GetReconstruction() const

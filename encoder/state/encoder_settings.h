@@ -22,9 +22,9 @@ struct QuantTables {
 
 using ThresholdTable = std::array<int32_t, 52>; // by QP
 
-/// Init writes it, and a change of rate the two rates in params. Everyone else reads.
+/// Init writes it; everyone else reads.
 struct EncoderSettings {
-    UMC::H264EncoderParams params; // checked
+    UMC::H264EncoderParams params; // checked; the rates are those of the start
     FrameLayout layout;
     uint32_t analysis_flags = 0; // AnalysisFlag
     int32_t gop_length = 1;
