@@ -83,8 +83,13 @@ public:
     }
     void NoQpDelta() { m_Coder.LastQpDelta = 0; }
 
-    void LumaDc(const BlockLevels* pLevels) { Dc(CAT_LUMA_DC, kCodedLumaDc, pLevels, 16); }
-    void ChromaDc(uint32_t Plane, const BlockLevels* pLevels)
+    template <class LevelType>
+    void LumaDc(const BlockLevels<LevelType>* pLevels)
+    {
+        Dc(CAT_LUMA_DC, kCodedLumaDc, pLevels, 16);
+    }
+    template <class LevelType>
+    void ChromaDc(uint32_t Plane, const BlockLevels<LevelType>* pLevels)
     {
         Dc(CAT_CHROMA_DC, Plane ? kCodedCrDc : kCodedCbDc, pLevels, 4);
     }
@@ -95,7 +100,8 @@ public:
         m_Left = (Current << 1 & 0xEEEE) | (h264::SwapBlockOrder(Left & kCodedLuma) >> 3 & 0x1111);
         m_Top = (Current << 4 & 0xFFF0) | h264::SwapBlockOrder(Top & kCodedLuma) >> 12;
     }
-    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block(Cat, h264::kBlockRaster[Index], pLevels, Cat == CAT_LUMA ? 16 : 15);
     }
@@ -107,7 +113,11 @@ public:
         m_Left = (Coded << 1 & 0b1010) | (Left >> 1 & 0b0101);
         m_Top = (Coded << 2 & 0b1100) | (Top >> 2 & 0b0011);
     }
-    void ChromaAc(uint32_t, uint32_t Index, const BlockLevels* pLevels) { Block(CAT_CHROMA_AC, Index, pLevels, 15); }
+    template <class LevelType>
+    void ChromaAc(uint32_t, uint32_t Index, const BlockLevels<LevelType>* pLevels)
+    {
+        Block(CAT_CHROMA_AC, Index, pLevels, 15);
+    }
 
 private:
     // First context of each element (Table 9-34).
@@ -127,7 +137,8 @@ private:
     // Type: of 24, behind the first bin. Step: contexts advance by one in I slices only.
     void Intra16x16Type(uint32_t First, uint32_t Step, uint32_t Type);
     static void Component(BasicCabacCoder<Output>& Coder, uint32_t First, int32_t Value, int32_t NeighbourSum);
-    void Dc(BlockCat Cat, uint32_t CodedBit, const BlockLevels* pLevels, uint32_t Positions)
+    template <class LevelType>
+    void Dc(BlockCat Cat, uint32_t CodedBit, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
     {
         const uint32_t Left = CodedOf(kernels::kLeft, m_Around.pLeft), Top = CodedOf(kernels::kTop, m_Around.pTop);
         const uint32_t Flag = h264::kBlockCatContexts[Cat].CodedBlockFlag;
@@ -135,7 +146,8 @@ private:
         if (pLevels) m_Coder.Levels(Cat, *pLevels, Positions);
     }
     // Place: the bit of m_Left and m_Top that stands for the block.
-    void Block(BlockCat Cat, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)
+    template <class LevelType>
+    void Block(BlockCat Cat, uint32_t Place, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
     {
         Bin(h264::kBlockCatContexts[Cat].CodedBlockFlag + (m_Left >> Place & 1) + 2 * (m_Top >> Place & 1),
             pLevels != nullptr);

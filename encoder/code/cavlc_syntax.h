@@ -55,15 +55,25 @@ public:
     void NoQpDelta() {}
 
     /// Takes the nC of block 0 and leaves no count.
-    void LumaDc(const BlockLevels* pLevels) { m_Coder.Block(pLevels, FindNc<4>(0, 0), 16); }
-    void ChromaDc(uint32_t, const BlockLevels* pLevels) { m_Coder.Block(pLevels, -1, 4); }
+    template <class LevelType>
+    void LumaDc(const BlockLevels<LevelType>* pLevels)
+    {
+        m_Coder.Block(pLevels, FindNc<4>(0, 0), 16);
+    }
+    template <class LevelType>
+    void ChromaDc(uint32_t, const BlockLevels<LevelType>* pLevels)
+    {
+        m_Coder.Block(pLevels, -1, 4);
+    }
     void StartLuma(uint32_t) {}
-    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void Luma(BlockCat Cat, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block<4>(0, h264::kBlockRaster[Index], pLevels, Cat == CAT_LUMA ? 16 : 15);
     }
     void StartChroma(uint32_t, uint32_t) {}
-    void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block<2>(1 + Plane, Index, pLevels, 15);
     }
@@ -82,8 +92,8 @@ private:
         const int32_t Sum = Left + Top;
         return Sum < kNoCount ? (Sum + 1) >> 1 : Sum & (kNoCount - 1);
     }
-    template <uint32_t Width>
-    void Block(uint32_t Plane, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)
+    template <uint32_t Width, class LevelType>
+    void Block(uint32_t Plane, uint32_t Place, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
     {
         m_Coder.Block(pLevels, FindNc<Width>(Plane, Place), Positions);
         m_pCounts[kFirstCount[Plane] + static_cast<int32_t>(Place)] = pLevels ? pLevels->Count : 0;

@@ -10,7 +10,8 @@ constexpr uint8_t kCostByRun[16]{3, 2, 2, 1, 1, 1};
 
 } // namespace
 
-int32_t CoefficientCost(const int16_t* pLevels, int32_t First)
+template <class Coeff>
+int32_t CoefficientCost(const Coeff* pLevels, int32_t First)
 {
     int32_t Cost = 0, Run = 0;
     for (int32_t i = First; i < 16; ++i) {
@@ -26,12 +27,13 @@ int32_t CoefficientCost(const int16_t* pLevels, int32_t First)
     return Cost;
 }
 
-int32_t ListLevels(const int16_t* pLevels, int32_t First, BlockLevels& Out)
+template <class Coeff, class LevelType>
+int32_t ListLevels(const Coeff* pLevels, int32_t First, BlockLevels<LevelType>& Out)
 {
     int32_t Count = 0, Cost = 0, Before = First - 1;
     bool bLarge = false;
     for (int32_t i = First; i < 16; ++i) {
-        const int16_t Level = pLevels[h264::kZigzag4x4[i]];
+        const Coeff Level = pLevels[h264::kZigzag4x4[i]];
         if (Level == 0) continue;
         Out.Position[Count] = static_cast<uint8_t>(i - First);
         Out.Level[Count++] = Level;
@@ -43,7 +45,8 @@ int32_t ListLevels(const int16_t* pLevels, int32_t First, BlockLevels& Out)
     return bLarge ? kCostOfLargeLevel : Cost;
 }
 
-void ListDcLevels(const int16_t* pLevels, int32_t Count, BlockLevels& Out)
+template <class Coeff, class LevelType>
+void ListDcLevels(const Coeff* pLevels, int32_t Count, BlockLevels<LevelType>& Out)
 {
     int32_t Found = 0;
     for (int32_t i = 0; i < Count; ++i) {
@@ -53,5 +56,9 @@ void ListDcLevels(const int16_t* pLevels, int32_t Count, BlockLevels& Out)
     }
     Out.Count = static_cast<uint8_t>(Found);
 }
+
+template int32_t CoefficientCost(const int16_t*, int32_t);
+template int32_t ListLevels(const int16_t*, int32_t, BlockLevels<int16_t>&);
+template void ListDcLevels(const int16_t*, int32_t, BlockLevels<int16_t>&);
 
 } // namespace UMC_H264_ENCODER

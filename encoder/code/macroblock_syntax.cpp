@@ -10,15 +10,16 @@ namespace {
 constexpr uint32_t kIntraTypesInP = 5; // mb_type of I slices follow those of P slices (clause 7.4.5)
 
 // mb_type of an intra macroblock, Table 7-11.
-uint32_t IntraMbType(const MacroblockSyntax& m)
+template <class LevelType>
+uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
 {
     if (m.Type == MB_INTRA4X4) return 0;
     const uint32_t Pattern = m.Local.Pattern;
     return 1 + m.Local.Intra16Mode + 4 * (Pattern >> 4) + (Pattern & 15 ? 12 : 0);
 }
 
-template <class Policy>
-void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
+template <class LevelType, class Policy>
+void WriteIntra4x4Modes(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint8_t* const pModes = m.pIntraModes;
     for (const uint8_t r : h264::kBlockRaster) {
@@ -30,8 +31,8 @@ void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
     }
 }
 
-template <class Policy>
-void WriteLuma(const MacroblockSyntax& m, Policy& p, BlockCat Cat)
+template <class LevelType, class Policy>
+void WriteLuma(const MacroblockSyntax<LevelType>& m, Policy& p, BlockCat Cat)
 {
     p.StartLuma(m.Local.Coded);
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -42,8 +43,8 @@ void WriteLuma(const MacroblockSyntax& m, Policy& p, BlockCat Cat)
 }
 
 // Clause 7.3.5.3.
-template <class Policy>
-void WriteResidual(const MacroblockSyntax& m, Policy& p)
+template <class LevelType, class Policy>
+void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint32_t Coded = m.Local.Coded, Chroma = m.Local.Pattern >> 4;
     if (m.Type == MB_INTRA16X16) p.LumaDc(Coded & kCodedLumaDc ? &m.LumaDc : nullptr);
@@ -62,8 +63,8 @@ void WriteResidual(const MacroblockSyntax& m, Policy& p)
 
 } // namespace
 
-template <class Policy>
-bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
+template <class LevelType, class Policy>
+bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
 {
     if (m.slice_type == SLICE_P) p.Skip(m.Type == MB_SKIP_P);
     if (m.Type == MB_SKIP_P) {
@@ -94,9 +95,9 @@ bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
     return true;
 }
 
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<StoredBytes>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<CountedBytes>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<StoredBits>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<CountedBits>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CabacSyntax<StoredBytes>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CabacSyntax<CountedBytes>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CavlcSyntax<StoredBits>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CavlcSyntax<CountedBits>);
 
 } // namespace UMC_H264_ENCODER

@@ -72,7 +72,7 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // here.
 template <class Sample>
 void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                     MEParams& p)
+                     MEParams<Sample>& p)
 {
     const auto& mb = s.cur_mb;
     const NeighbourMotion& Around = mb.around.Motion;
@@ -91,7 +91,7 @@ void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, c
 
 template <class Sample>
 void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                MEParams& p)
+                MEParams<Sample>& p)
 {
     const auto& mb = s.cur_mb;
     const MacroblockPosition& At = *mb.position;
@@ -108,10 +108,10 @@ void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const 
     p.range_x = std::max(Settings.params.search_x, 0), p.range_y = std::max(Settings.params.search_y, 0);
     p.flags = Settings.analysis_flags;
     p.method = Settings.params.search_method + (Settings.params.search_method > 0 ? kMethodWalkingRefinement : 0);
-    p.halves = &w.Halves;
-    p.trial = w.Trial;
-    p.trial_uv = w.TrialUV;
-    p.visited = w.pVisited.get();
+    p.pHalves = &w.Halves;
+    p.pTrial = w.Trial;
+    p.pTrialUV = w.TrialUV;
+    p.pVisited = w.pVisited.get();
 }
 
 // Price of naming reference r of n.
@@ -135,7 +135,7 @@ Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};
-    MEParams p;
+    MEParams<Sample> p;
     for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
         const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
         const MotionVector Predicted = h264::PredictMedian(Around, r);

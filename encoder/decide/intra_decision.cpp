@@ -15,8 +15,9 @@ constexpr int32_t kBitsOfIntra4x4 = 24; // estimate of what the type costs beyon
 constexpr unsigned kAllForPlane = kernels::kLeft | kernels::kTop | kernels::kTopLeft;
 
 // The four modes of a block of one size in the order in which they are compared; a tie stays with the earlier.
+template <class Sample>
 struct ModeTrial {
-    kernels::PredictIntraSig* pPredict;
+    typename CodecTraits<Sample>::PredictIntra* pPredict;
     uint8_t Mode;
     unsigned Needs;
     int32_t Bits; // an estimate, not the length of the code
@@ -30,15 +31,15 @@ Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
     const unsigned Available = mb.around.Available;
-    const ModeTrial Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 0, 3},
-                              {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, kernels::kTop, 1},
-                              {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, kernels::kLeft, 3},
-                              {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, kAllForPlane, 5}};
+    const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 0, 3},
+                                      {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, kernels::kTop, 1},
+                                      {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, kernels::kLeft, 3},
+                                      {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, kAllForPlane, 5}};
     const auto pDistance =
         Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
     Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
     int BestSlot = 0;
-    for (const ModeTrial& t : Trials) {
+    for (const ModeTrial<Sample>& t : Trials) {
         const int32_t Price = BitPrice(mb.local->Qp, t.Bits);
         if ((Available & t.Needs) != t.Needs || Price >= Best.Cost) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
@@ -59,13 +60,13 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
     const unsigned Available = mb.around.Available;
-    const ModeTrial Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 0, 1},
-                              {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, kernels::kTop, 3},
-                              {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, kernels::kLeft, 3},
-                              {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, kAllForPlane, 5}};
+    const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 0, 1},
+                                      {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, kernels::kTop, 3},
+                                      {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, kernels::kLeft, 3},
+                                      {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, kAllForPlane, 5}};
     const auto pDistance = Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
     int32_t Best = kImpossible;
-    for (const ModeTrial& t : Trials) {
+    for (const ModeTrial<Sample>& t : Trials) {
         if ((Available & t.Needs) != t.Needs) continue;
         auto* const pTrial = w.TrialUV;
         t.pPredict(mb.rec_u, mb.pitch, pTrial, w.kPredStep, Available);

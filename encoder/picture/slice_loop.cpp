@@ -107,7 +107,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
 }
 
 template <class Sample>
-MacroblockSyntax SyntaxOf(const SliceContext<Sample>& s)
+MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
     const auto& w = s.work_area;

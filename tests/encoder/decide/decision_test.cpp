@@ -78,7 +78,7 @@ TEST(DropRules, TwoLevelsWithoutARunAreTooMuchToSkip)
 
 TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
 {
-    BlockLevels Out{};
+    BlockLevels<int16_t> Out{};
     EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 0, Out), 9);
     ASSERT_EQ(Out.Count, 3);
     EXPECT_EQ(Out.Position[1], 2);
@@ -140,7 +140,7 @@ TEST(BlockDistance, IsNamedByTheSizeCode)
 
 TEST(Candidates, AreKeptOnce)
 {
-    MEParams p{};
+    MEParams<uint8_t> p{};
     AddCandidate(p, {1, 1});
     AddCandidate(p, {0, 0});
     AddCandidate(p, {1, 1});
@@ -149,7 +149,7 @@ TEST(Candidates, AreKeptOnce)
 
 TEST(Candidates, ANinthTakesThePredictorsPlace)
 {
-    MEParams p{};
+    MEParams<uint8_t> p{};
     p.pred_mv = {40, -8};
     for (int16_t i = 0; i < 9; ++i) AddCandidate(p, {i, 7});
     EXPECT_EQ(p.candidate_count, 9);
@@ -161,7 +161,7 @@ TEST(Candidates, ANinthTakesThePredictorsPlace)
 
 TEST(Candidates, AnEighthLeavesThePredictor)
 {
-    MEParams p{};
+    MEParams<uint8_t> p{};
     p.pred_mv = {40, -8};
     for (int16_t i = 0; i < 8; ++i) AddCandidate(p, {i, 7});
     EXPECT_EQ(p.pred_mv, (MotionVector{40, -8}));
@@ -192,9 +192,9 @@ protected:
         m_p.flags = ENC_ANALYSE_SAD | ENC_ANALYSE_SUBPEL;
         m_p.method = SEARCH_LOG;
         m_p.threshold = 0;
-        m_p.halves = &m_Halves;
-        m_p.trial = m_Trial;
-        m_p.visited = m_Visited;
+        m_p.pHalves = &m_Halves;
+        m_p.pTrial = m_Trial;
+        m_p.pVisited = m_Visited;
         AddCandidate(m_p, {0, 0});
     }
     void TearDown() override { kernels::g_Kernels = m_Kernels; }
@@ -235,7 +235,7 @@ protected:
     HalfPlanes<uint8_t> m_Halves;
     alignas(16) uint8_t m_Trial[256];
     uint8_t m_Visited[300 * 300];
-    MEParams m_p{};
+    MEParams<uint8_t> m_p{};
     Points m_Measured;
 };
 

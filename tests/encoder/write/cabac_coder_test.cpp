@@ -39,7 +39,7 @@ void WriteBlocks(Coder& c, uint32_t Seed, int Count)
     std::mt19937 Rng(Seed);
     for (int n = 0; n < Count; ++n) {
         const auto Cat = static_cast<uint32_t>(Rng() % 5);
-        BlockLevels b{};
+        BlockLevels<int16_t> b{};
         for (uint32_t i = 0; i < kPositions[Cat]; ++i) {
             if (Rng() % 3) continue;
             b.Position[b.Count] = static_cast<uint8_t>(i);
