@@ -238,12 +238,11 @@ Candidate AnalyseIntra(const EncoderSettings& Settings, SliceContext<Sample>& s)
     return Best;
 }
 
-using Slice8 = SliceContext<uint8_t>;
-template Candidate Intra16x16(const EncoderSettings&, Slice8&);
-template Candidate Intra4x4(const EncoderSettings&, Slice8&, int32_t);
-template int32_t IntraChroma(const EncoderSettings&, Slice8&, uint8_t&);
-template bool HasDetail(const Slice8&);
-template void TryFinerIntra(const EncoderSettings&, Slice8&, Candidate&);
-template Candidate AnalyseIntra(const EncoderSettings&, Slice8&);
+template Candidate Intra16x16(const EncoderSettings&, SliceContext<uint8_t>&);
+template Candidate Intra4x4(const EncoderSettings&, SliceContext<uint8_t>&, int32_t);
+template int32_t IntraChroma(const EncoderSettings&, SliceContext<uint8_t>&, uint8_t&);
+template bool HasDetail(const SliceContext<uint8_t>&);
+template void TryFinerIntra(const EncoderSettings&, SliceContext<uint8_t>&, Candidate&);
+template Candidate AnalyseIntra(const EncoderSettings&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -148,25 +148,14 @@ void WriteOverflowFallback(const EncoderSettings& Settings, PictureJob<Sample>& 
 }
 
 template <class Sample>
-void DeblockPicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
-{
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
-        auto& s = Job.slices[static_cast<size_t>(i)];
-        if (s.status != UMC::StatusOk)
-            Sequence.make_key_next = true;
-        else if (Job.picture_class != CLASS_DISPOSABLE)
-            DeblockSlice(Settings, Job, s);
-    }
-}
-
-template <class Sample>
 void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
 {
     if (SliceOutgrewBuffer(Settings, Job)) {
         WriteOverflowFallback(Settings, Job);
         Sequence.make_key_next = true;
-    } else {
-        DeblockPicture(Settings, Sequence, Job);
+    } else if (Job.picture_class != CLASS_DISPOSABLE) {
+        for (int32_t i = 0; i < Settings.params.num_slices; ++i)
+            DeblockSlice(Settings, Job, Job.slices[static_cast<size_t>(i)]);
     }
     if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.reconstruction, Settings.layout);
     for (int32_t i = 0; i < Settings.params.num_slices; ++i)

@@ -54,7 +54,6 @@ void StartSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Se
                 SliceContext<Sample>& s)
 {
     s.mb_count = s.intra_count = 0;
-    s.status = UMC::StatusOk;
     s.deblock_idc = Settings.params.deblocking_filter_idc;
     s.deblock_alpha = Settings.params.deblocking_alpha_offset;
     s.deblock_beta = Settings.params.deblocking_beta_offset;

@@ -13,7 +13,7 @@ namespace UMC_H264_ENCODER {
 
 // Request and state words of the frame call.
 enum RequestFlag : uint32_t { REQUEST_FLUSH = 1 << 2 };
-enum StateFlag : uint32_t { STATE_CODED_I = 1 << 1, STATE_CODED_B = 1 << 2, STATE_NEED_INPUT = 1 << 8 };
+enum StateFlag : uint32_t { STATE_NEED_INPUT = 1 << 8 };
 
 template <class Sample>
 struct EncoderCore {

@@ -138,10 +138,7 @@ UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
     double Start = 0.0, End = 0.0;
     f.GetTime(Start, End);
     Output.SetTime(Start, End);
-    if (s == UMC::StatusOk)
-        c.state |= f.frame_type == FRAME_I ? STATE_CODED_I : f.frame_type == FRAME_B ? STATE_CODED_B : 0u;
-    else
-        GiveUpPicture(c, FrameNumBefore);
+    if (s != UMC::StatusOk) GiveUpPicture(c, FrameNumBefore);
     f.was_encoded = true;
     ReturnFreeFrames(c);
     return s;

@@ -52,7 +52,6 @@ struct WorkArea {
     alignas(16) Sample PredY[16 * 16];
     alignas(16) Sample PredUV[16 * 8];     // Cb in columns 0..7, Cr in 8..15
     alignas(16) Sample IntraY[2][16 * 16]; // best and trial prediction of Intra 16x16
-    alignas(16) Sample IntraUV[2][16 * 8];
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
     alignas(16) Sample Local[17 * kLocalStep];
     static constexpr int kLocalOrigin = kLocalStep + 8;
@@ -102,7 +101,6 @@ template <class Sample>
 struct SliceContext {
     int32_t slice_type;
     int32_t slice_id;
-    int32_t status;
     int32_t slice_qp; // running QPY for mb_qp_delta
     int32_t mb_count, intra_count;
     int32_t first_mb;
