@@ -15,14 +15,14 @@ template <class Output>
 class CabacSyntax
 {
 public:
-    CabacSyntax(BasicCabacCoder<Output>& Coder, const NeighbourCache& Around, bool bIntra)
-        : m_Coder(Coder), m_Around(Around), m_bIntra(bIntra)
+    CabacSyntax(BasicCabacCoder<Output>& Coder, const NeighbourCache& Around, bool IsIntraMb)
+        : m_Coder(Coder), m_Around(Around), m_IsIntraMb(IsIntraMb)
     {
     }
 
-    void Skip(bool bSkip)
+    void Skip(bool IsSkip)
     {
-        Bin(kSkipP + Differs(m_Around.LeftType, MB_SKIP_P) + Differs(m_Around.TopType, MB_SKIP_P), bSkip);
+        Bin(kSkipP + Differs(m_Around.LeftType, MB_SKIP_P) + Differs(m_Around.TopType, MB_SKIP_P), IsSkip);
     }
     void MbTypeI(uint32_t Type)
     {
@@ -70,7 +70,7 @@ public:
         Component(m_Coder, kMvdX, d.x, std::abs(Left.x) + std::abs(Top.x));
         Component(m_Coder, kMvdY, d.y, std::abs(Left.y) + std::abs(Top.y));
     }
-    void CodedBlockPattern(uint32_t Pattern, bool bIntra);
+    void CodedBlockPattern(uint32_t Pattern, bool IsIntraMb);
     void QpDelta(int32_t Delta)
     {
         uint32_t Context = kQpDelta + (m_Coder.LastQpDelta != 0);
@@ -131,7 +131,7 @@ private:
     // An absent neighbour's blocks count as coded for an intra macroblock.
     uint32_t CodedOf(kernels::IntraAvailable Which, const LocalMacroblock* pNeighbour) const
     {
-        return m_bIntra && !m_Around.Has(Which) ? ~0u : pNeighbour->Coded;
+        return m_IsIntraMb && !m_Around.Has(Which) ? ~0u : pNeighbour->Coded;
     }
 
     // Type: of 24, behind the first bin. Step: contexts advance by one in I slices only.
@@ -156,7 +156,7 @@ private:
 
     BasicCabacCoder<Output>& m_Coder;
     const NeighbourCache& m_Around;
-    bool m_bIntra;
+    bool m_IsIntraMb;
     uint32_t m_Left = 0, m_Top = 0; // bit of a block: the one left of it, or above, is coded
 };
 

@@ -26,9 +26,9 @@ public:
         std::fill_n(m_pCounts, kCountsPerMb, uint8_t{0});
     }
 
-    void Skip(bool bSkip)
+    void Skip(bool IsSkip)
     {
-        if (bSkip)
+        if (IsSkip)
             ++m_Coder.skip_run;
         else
             m_Coder.PutSkipRun();
@@ -50,7 +50,10 @@ public:
         Bits().PutSE(d.x);
         Bits().PutSE(d.y);
     }
-    void CodedBlockPattern(uint32_t Pattern, bool bIntra) { Bits().PutUE(g_PatternCodes[bIntra ? 0 : 1][Pattern]); }
+    void CodedBlockPattern(uint32_t Pattern, bool IsIntraMb)
+    {
+        Bits().PutUE(g_PatternCodes[IsIntraMb ? 0 : 1][Pattern]);
+    }
     void QpDelta(int32_t Delta) { Bits().PutSE(Delta); }
     void NoQpDelta() {}
 

@@ -31,18 +31,18 @@ template <class Coeff, class LevelType>
 int32_t ListLevels(const Coeff* pLevels, int32_t First, BlockLevels<LevelType>& Out)
 {
     int32_t Count = 0, Cost = 0, Before = First - 1;
-    bool bLarge = false;
+    bool HasLarge = false;
     for (int32_t i = First; i < 16; ++i) {
         const Coeff Level = pLevels[h264::kZigzag4x4[i]];
         if (Level == 0) continue;
         Out.Position[Count] = static_cast<uint8_t>(i - First);
         Out.Level[Count++] = Level;
-        bLarge |= Level > 1 || Level < -1;
+        HasLarge |= Level > 1 || Level < -1;
         Cost += kCostByRun[i - Before - 1];
         Before = i;
     }
     Out.Count = static_cast<uint8_t>(Count);
-    return bLarge ? kCostOfLargeLevel : Cost;
+    return HasLarge ? kCostOfLargeLevel : Cost;
 }
 
 template <class Coeff, class LevelType>

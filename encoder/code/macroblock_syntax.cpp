@@ -71,12 +71,12 @@ bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
         p.NoQpDelta();
         return false;
     }
-    const bool bIntra = IsIntra(m.Type);
+    const bool IsIntraMb = IsIntra(m.Type);
     if (m.slice_type == SLICE_I)
         p.MbTypeI(IntraMbType(m));
     else
-        p.MbTypeP(bIntra ? kIntraTypesInP + IntraMbType(m) : 0);
-    if (bIntra) {
+        p.MbTypeP(IsIntraMb ? kIntraTypesInP + IntraMbType(m) : 0);
+    if (IsIntraMb) {
         if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
         p.IntraChromaMode(m.Local.ChromaMode);
     } else {
@@ -84,7 +84,7 @@ bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
         p.Difference(m.Difference);
     }
     if (m.Type != MB_INTRA16X16) {
-        p.CodedBlockPattern(m.Local.Pattern, bIntra);
+        p.CodedBlockPattern(m.Local.Pattern, IsIntraMb);
         if (m.Local.Pattern == 0) {
             p.NoQpDelta();
             return false;

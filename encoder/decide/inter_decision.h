@@ -8,7 +8,7 @@
 namespace UMC_H264_ENCODER {
 
 /// Of a macroblock in a P slice; the cost of a skip is 0. A skip leaves its prediction in PredY and PredUV of the work
-/// area, and a skip test that failed what was tested (bTested).
+/// area, and a skip test that failed what was tested (IsTested).
 template <class Sample>
 Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s);
 

@@ -26,7 +26,7 @@ void IntegerSearch<Sample>::TryCandidates()
 {
     m_Left = m_p.limit_left, m_Right = m_p.limit_right;
     m_Top = m_p.limit_top, m_Bottom = m_p.limit_bottom;
-    for (int32_t i = 0; i < m_p.candidate_count && !m_bStop; ++i) {
+    for (int32_t i = 0; i < m_p.candidate_count && !m_HasStopped; ++i) {
         const MotionVector v = i < 8 ? m_p.candidates[i] : m_p.pred_mv;
         Try(v.x, v.y);
     }
@@ -35,7 +35,7 @@ void IntegerSearch<Sample>::TryCandidates()
 template <class Sample>
 bool IntegerSearch<Sample>::Try(int32_t x, int32_t y)
 {
-    if (m_bStop || !InWindow(x, y)) return false;
+    if (m_HasStopped || !InWindow(x, y)) return false;
     // The vector's price alone may already lose; then the picture is not touched.
     int32_t Cost = VectorCost(m_p, 4 * x, 4 * y);
     if (Cost >= m_BestCost) return false;
@@ -44,7 +44,7 @@ bool IntegerSearch<Sample>::Try(int32_t x, int32_t y)
     m_BestCost = Cost;
     m_BestX = x;
     m_BestY = y;
-    m_bStop = Cost <= m_p.threshold;
+    m_HasStopped = Cost <= m_p.threshold;
     return true;
 }
 
@@ -89,8 +89,8 @@ int32_t IntegerSearch<Sample>::Measure(KeptPoints& k)
         if (k.Price[i] + Sum[i] >= m_BestCost) continue;
         Won = i;
         m_BestCost = k.Price[i] + Sum[i];
-        m_bStop = m_BestCost <= m_p.threshold;
-        if (m_bStop) break;
+        m_HasStopped = m_BestCost <= m_p.threshold;
+        if (m_HasStopped) break;
     }
     return Won;
 }
@@ -113,14 +113,14 @@ template <class Sample>
 int32_t IntegerSearch<Sample>::TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY)
 {
     const uint8_t *const pBitsX = MVBits() - m_p.pred_mv.x, *const pBitsY = MVBits() - m_p.pred_mv.y;
-    bool bColumn[3], bRow[3];
+    bool IsColumnInside[3], IsRowInside[3];
     int32_t ColumnBits[3], RowBits[3];
     for (int32_t i = 0; i < 3; ++i) {
         const int32_t x = m_BestX + (i - 1) * StepX, y = m_BestY + (i - 1) * StepY;
-        bColumn[i] = x >= m_Left && x <= m_Right;
-        bRow[i] = y >= m_Top && y <= m_Bottom;
-        ColumnBits[i] = bColumn[i] ? pBitsX[4 * x] : 0;
-        RowBits[i] = bRow[i] ? pBitsY[4 * y] : 0;
+        IsColumnInside[i] = x >= m_Left && x <= m_Right;
+        IsRowInside[i] = y >= m_Top && y <= m_Bottom;
+        ColumnBits[i] = IsColumnInside[i] ? pBitsX[4 * x] : 0;
+        RowBits[i] = IsRowInside[i] ? pBitsY[4 * y] : 0;
     }
     const int16_t* const pPrices = m_p.mv_cost_table->data();
     const Sample* const pCentre = m_p.ref_y + m_BestY * m_p.pitch + m_BestX;
@@ -128,7 +128,7 @@ int32_t IntegerSearch<Sample>::TryRing16x16(const DirectionRow& Row, int32_t Ste
     KeptPoints k;
     for (int32_t i = 0; i < Row.Count; ++i) {
         const Direction d = kDirections[Row.Next[i]];
-        if (!bColumn[d.dx + 1] || !bRow[d.dy + 1]) continue;
+        if (!IsColumnInside[d.dx + 1] || !IsRowInside[d.dy + 1]) continue;
         k.Index[k.Count] = Row.Next[i];
         k.Price[k.Count] = pPrices[ColumnBits[d.dx + 1] + RowBits[d.dy + 1]];
         k.pBlock[k.Count] = pCentre + d.dy * StepRows + d.dx * StepX;
@@ -154,7 +154,7 @@ void IntegerSearch<Sample>::SetWindow()
 template <class Sample>
 void IntegerSearch<Sample>::RunPattern()
 {
-    if (m_bStop) return;
+    if (m_HasStopped) return;
     SetWindow();
     switch (m_p.method & 15) {
     case SEARCH_FULL: return Full();
@@ -171,15 +171,15 @@ void IntegerSearch<Sample>::RunPattern()
 template <class Sample>
 void IntegerSearch<Sample>::Full()
 {
-    for (int32_t y = m_Top; y <= m_Bottom && !m_bStop; ++y)
-        for (int32_t x = m_Left; x <= m_Right && !m_bStop; ++x) Try(x, y);
+    for (int32_t y = m_Top; y <= m_Bottom && !m_HasStopped; ++y)
+        for (int32_t x = m_Left; x <= m_Right && !m_HasStopped; ++x) Try(x, y);
 }
 
 template <class Sample>
 void IntegerSearch<Sample>::Log()
 {
     int32_t StepX = m_p.range_x, StepY = m_p.range_y, Towards = 0;
-    while (StepX > 0 && StepY > 0 && !m_bStop) {
+    while (StepX > 0 && StepY > 0 && !m_HasStopped) {
         Towards = TryRing(kNextDirections[Towards], StepX, StepY);
         if (Towards >= 0) continue;
         Towards = 0;
@@ -194,7 +194,7 @@ void IntegerSearch<Sample>::CrossLog()
     const auto Range = static_cast<uint32_t>(std::max(m_p.range_x, m_p.range_y));
     const int32_t Log2 = static_cast<int32_t>(std::bit_width(Range)) - 1;
     int32_t Step = std::max(Log2 > 0 ? 1 << (Log2 - 1) : 0, 2);
-    while (Step > 1 && !m_bStop) {
+    while (Step > 1 && !m_HasStopped) {
         const MotionVector Points[4]{Point(m_BestX, m_BestY - Step), Point(m_BestX - Step, m_BestY),
                                      Point(m_BestX, m_BestY + Step), Point(m_BestX + Step, m_BestY)};
         if (TryPoints(Points, 4) < 0) Step /= 2;
@@ -209,7 +209,7 @@ void IntegerSearch<Sample>::HexagonLog()
 {
     static constexpr Direction kDiamond[8]{{-1, -1}, {0, -2}, {1, -1}, {2, 0}, {1, 1}, {0, 2}, {-1, 1}, {-2, 0}};
     int32_t Step = (m_Right - m_Left + m_Bottom - m_Top) / 4;
-    while (Step > 0 && !m_bStop) {
+    while (Step > 0 && !m_HasStopped) {
         MotionVector Points[8];
         for (size_t i = 0; i < 8; ++i)
             Points[i] = Point(m_BestX + kDiamond[i].dx * Step, m_BestY + kDiamond[i].dy * Step);
@@ -217,7 +217,7 @@ void IntegerSearch<Sample>::HexagonLog()
     }
     const MotionVector Near[4]{Point(m_BestX, m_BestY - 1), Point(m_BestX + 1, m_BestY), Point(m_BestX, m_BestY + 1),
                                Point(m_BestX - 1, m_BestY)};
-    if (!m_bStop) TryPoints(Near, 4);
+    if (!m_HasStopped) TryPoints(Near, 4);
 }
 
 // Measures a column in row 0 of the vectors, whatever row the best point lies in, and keeps the column alone. That is
@@ -225,12 +225,12 @@ void IntegerSearch<Sample>::HexagonLog()
 template <class Sample>
 bool IntegerSearch<Sample>::TryInRowZero(int32_t x)
 {
-    if (m_bStop || x < m_Left || x > m_Right) return false;
+    if (m_HasStopped || x < m_Left || x > m_Right) return false;
     const int32_t Cost = VectorCost(m_p, 4 * x, 0) + Distance(x, 0);
     if (Cost >= m_BestCost) return false;
     m_BestCost = Cost;
     m_BestX = x;
-    m_bStop = Cost <= m_p.threshold;
+    m_HasStopped = Cost <= m_p.threshold;
     return true;
 }
 
@@ -246,13 +246,13 @@ void IntegerSearch<Sample>::Cross()
 template <class Sample>
 void IntegerSearch<Sample>::AxisBisection()
 {
-    for (int32_t Step = m_p.range_x; Step > 0 && !m_bStop;) {
+    for (int32_t Step = m_p.range_x; Step > 0 && !m_HasStopped;) {
         const int32_t Centre = m_BestX;
         TryInRowZero(Centre - Step);
         TryInRowZero(Centre + Step);
         if (m_BestX == Centre) Step /= 2;
     }
-    for (int32_t Step = m_p.range_y; Step > 0 && !m_bStop;) {
+    for (int32_t Step = m_p.range_y; Step > 0 && !m_HasStopped;) {
         const int32_t Centre = m_BestY;
         Try(m_BestX, Centre - Step);
         Try(m_BestX, Centre + Step);
@@ -263,17 +263,17 @@ void IntegerSearch<Sample>::AxisBisection()
 template <class Sample>
 void IntegerSearch<Sample>::DirectionWalk()
 {
-    for (int32_t Towards = 0; Towards >= 0 && !m_bStop;) Towards = TryRing(kNextDirections[Towards], 1, 1);
+    for (int32_t Towards = 0; Towards >= 0 && !m_HasStopped;) Towards = TryRing(kNextDirections[Towards], 1, 1);
 }
 
 // Tries all points around the centre and moves there while one improves.
 template <class Sample>
 void IntegerSearch<Sample>::Walk(const MotionVector* pPoints, int32_t Count)
 {
-    for (bool bMoved = true; bMoved && !m_bStop;) {
+    for (bool HasMoved = true; HasMoved && !m_HasStopped;) {
         MotionVector Points[8];
         for (int32_t i = 0; i < Count; ++i) Points[i] = Point(m_BestX + pPoints[i].x, m_BestY + pPoints[i].y);
-        bMoved = TryPoints(Points, Count) >= 0;
+        HasMoved = TryPoints(Points, Count) >= 0;
     }
 }
 
@@ -292,7 +292,7 @@ void IntegerSearch<Sample>::UmbrellaRings(const MotionVector& Centre, int32_t Ri
 {
     static constexpr int8_t kRingX[16]{0, 2, 4, 4, 4, 4, 4, 2, 0, -2, -4, -4, -4, -4, -4, -2};
     static constexpr int8_t kRingY[16]{-4, -3, -2, -1, 0, 1, 2, 3, 4, 3, 2, 1, 0, -1, -2, -3};
-    for (int32_t r = 1; r <= Rings && !m_bStop; ++r) {
+    for (int32_t r = 1; r <= Rings && !m_HasStopped; ++r) {
         TryUnvisited(Centre.x, Centre.y);
         for (size_t i = 0; i < 16; ++i) TryUnvisited(Centre.x + r * kRingX[i], Centre.y + r * kRingY[i]);
     }

@@ -148,7 +148,7 @@ private:
     DistanceFunction<Sample>* m_pDistance;
     int32_t m_BestX = 0, m_BestY = 0;
     int32_t m_BestCost;
-    bool m_bStop = false; // the threshold is reached
+    bool m_HasStopped = false; // the threshold is reached
     int32_t m_Left = 0, m_Right = 0, m_Top = 0, m_Bottom = 0;
     int32_t m_MapLeft = 0, m_MapTop = 0, m_MapWidth = 0; // of the visited map
 };

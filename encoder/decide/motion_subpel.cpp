@@ -33,12 +33,12 @@ public:
         const int32_t Code = SizeCode(m_p.block_width, m_p.block_height);
         m_pDistance = m_p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
         m_pOrigin = m_p.ref_y + (m_Start.y >> 2) * m_p.pitch + (m_Start.x >> 2);
-        m_b16x16 = m_p.block_width == 16 && m_p.block_height == 16;
-        if (!m_b16x16) return;
+        m_Is16x16 = m_p.block_width == 16 && m_p.block_height == 16;
+        if (!m_Is16x16) return;
         constexpr ptrdiff_t kStep = HalfPlanes<Sample>::kStep;
         Kernels<Sample>.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.pHalves->Right, kStep);
         Kernels<Sample>.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.pHalves->Down, kStep);
-        m_p.pHalves->bBoth = false;
+        m_p.pHalves->HasBoth = false;
     }
 
     void Full()
@@ -71,7 +71,7 @@ private:
         const int32_t x = m_Start.x + dx, y = m_Start.y + dy;
         int32_t Cost = m_pPrices[m_pBitsX[dx] + m_pBitsY[dy]];
         if (Cost >= m_p.best_cost) return false;
-        Cost += m_b16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
+        Cost += m_Is16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
         if (Cost >= m_p.best_cost) return false;
         if (m_p.flags & ENC_ANALYSE_ME_CHROMA) Cost += ChromaDistortion(m_p, x, y);
         if (Cost >= m_p.best_cost) return false;
@@ -90,9 +90,9 @@ private:
         }
         HalfPlanes<Sample>& h = *m_p.pHalves;
         Step = HalfPlanes<Sample>::kStep;
-        if (p.Which == BOTH && !h.bBoth) {
+        if (p.Which == BOTH && !h.HasBoth) {
             Kernels<Sample>.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step);
-            h.bBoth = true;
+            h.HasBoth = true;
         }
         const Sample* const pPlane = p.Which == RIGHT ? h.Right : p.Which == DOWN ? h.Down : h.Both;
         return pPlane + (y + 1) * Step + x + 1;
@@ -128,7 +128,7 @@ private:
     const int16_t* m_pPrices;
     DistanceFunction<Sample>* m_pDistance;
     const Sample* m_pOrigin; // the sample of m_Start in the reference picture
-    bool m_b16x16;
+    bool m_Is16x16;
 };
 
 } // namespace

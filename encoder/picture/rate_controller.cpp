@@ -8,10 +8,10 @@
 namespace UMC_H264_ENCODER {
 
 int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth,
-                                  int32_t ChromaFormatIdc, bool bHasAlpha, int32_t QpMax)
+                                  int32_t ChromaFormatIdc, bool HasAlpha, int32_t QpMax)
 {
     const int64_t Size = int64_t{Width} * Height;
-    int64_t Total = bHasAlpha ? 2 * Size : Size;
+    int64_t Total = HasAlpha ? 2 * Size : Size;
     if (ChromaFormatIdc == 1) Total += Size / 2;
     if (ChromaFormatIdc == 2) Total += Size;
     if (ChromaFormatIdc == 3) Total += 2 * Size;
@@ -25,7 +25,7 @@ int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Wid
 
 int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t ErrorWindow, int32_t Bitrate,
                              double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth, int32_t ChromaFormatIdc,
-                             bool bHasAlpha)
+                             bool HasAlpha)
 {
     m_QpOffset = 6 * (BitDepth - 8);
     m_QpMax = 51 + m_QpOffset;
@@ -34,7 +34,7 @@ int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t Error
     m_ErrorWindow = ErrorWindow < 1 ? 100 : ErrorWindow;
     m_BitsPerFrame = static_cast<int32_t>(Bitrate / FrameRate);
     m_BitsDesired = 0;
-    const int32_t Qp = InitialQp(Bitrate, FrameRate, Width, Height, BitDepth, ChromaFormatIdc, bHasAlpha, m_QpMax);
+    const int32_t Qp = InitialQp(Bitrate, FrameRate, Width, Height, BitDepth, ChromaFormatIdc, HasAlpha, m_QpMax);
     m_QpI = m_QpP = m_QpPPrevious = m_QpLast = Qp;
     m_QpB = QpFromP();
     m_AvgInverseQp = 1.0 / m_QpLast;

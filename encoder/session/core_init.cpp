@@ -15,50 +15,50 @@ constexpr size_t kMacroblockBytesAtMost = 4096; // of one macroblock in any slic
 template <class Sample>
 void DivideIntoSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    const int32_t Slices = Settings.params.num_slices, Length = Settings.layout.MbCount / Slices;
+    const int32_t Slices = Settings.Params.num_slices, Length = Settings.Layout.MbCount / Slices;
     for (int32_t i = 0; i < Slices; ++i) {
-        auto& s = Job.slices[static_cast<size_t>(i)];
+        auto& s = Job.Slices[static_cast<size_t>(i)];
         s.first_mb = i * Length;
-        s.mb_limit = i + 1 == Slices ? Settings.layout.MbCount - s.first_mb : Length;
+        s.MbLimit = i + 1 == Slices ? Settings.Layout.MbCount - s.first_mb : Length;
     }
 }
 
 template <class Sample>
 void AllocateSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    const auto Count = static_cast<size_t>(Settings.params.num_slices);
-    Job.slices = std::make_unique<SliceContext<Sample>[]>(Count);
+    const auto Count = static_cast<size_t>(Settings.Params.num_slices);
+    Job.Slices = std::make_unique<SliceContext<Sample>[]>(Count);
     const size_t Samples =
-        static_cast<size_t>(Settings.layout.AlignedWidth) * static_cast<size_t>(Settings.layout.AlignedHeight);
+        static_cast<size_t>(Settings.Layout.AlignedWidth) * static_cast<size_t>(Settings.Layout.AlignedHeight);
     const size_t BufferSize = 2 * (Samples * 3 / 2 + 4096);
     const size_t Stride = BufferSize + kMacroblockBytesAtMost;
-    Job.slice_buffers = std::make_unique<uint8_t[]>(Count * Stride);
+    Job.SliceBuffers = std::make_unique<uint8_t[]>(Count * Stride);
     for (size_t i = 0; i < Count; ++i) {
-        Job.slices[i].bitstream.SetBuffer(Job.slice_buffers.get() + i * Stride, BufferSize);
-        if (Settings.params.search_method != 8) continue;
-        const auto w = static_cast<size_t>(2 * std::max(Settings.params.search_x, 0) + 1);
-        const auto h = static_cast<size_t>(2 * std::max(Settings.params.search_y, 0) + 1);
-        Job.slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(w * h);
+        Job.Slices[i].bitstream.SetBuffer(Job.SliceBuffers.get() + i * Stride, BufferSize);
+        if (Settings.Params.search_method != 8) continue;
+        const auto w = static_cast<size_t>(2 * std::max(Settings.Params.search_x, 0) + 1);
+        const auto h = static_cast<size_t>(2 * std::max(Settings.Params.search_y, 0) + 1);
+        Job.Slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(w * h);
     }
 }
 
 template <class Sample>
 void AllocateTables(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    const auto Count = static_cast<size_t>(Settings.layout.MbCount);
-    Job.local_macroblocks.resize(Count);
-    Job.vector_differences.resize(Count * 16);
-    Job.intra_modes.resize(Count * 16);
-    Job.coeff_counts.resize(Count * kCountsPerMb);
+    const auto Count = static_cast<size_t>(Settings.Layout.MbCount);
+    Job.LocalMacroblocks.resize(Count);
+    Job.VectorDifferences.resize(Count * 16);
+    Job.IntraModes.resize(Count * 16);
+    Job.CoeffCounts.resize(Count * kCountsPerMb);
 }
 
 // The rate control starts over at the rates in force.
 template <class Sample>
 void StartRate(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 {
-    const UMC::H264EncoderParams& p = Settings.params;
-    const bool bShort = p.rate_control_method == 1;
-    Sequence.rate.Init(bShort ? 8 : 0, bShort ? 4 : 0, bShort ? 8 : 0, Sequence.bitrate, Sequence.frame_rate,
+    const UMC::H264EncoderParams& p = Settings.Params;
+    const bool IsShort = p.rate_control_method == 1;
+    Sequence.Rate.Init(IsShort ? 8 : 0, IsShort ? 4 : 0, IsShort ? 8 : 0, Sequence.bitrate, Sequence.frame_rate,
                        p.m_Info.m_Width, p.m_Info.m_Height, LargestBitDepth(p), p.chroma_format_idc,
                        p.aux_format_idc != 0);
 }
@@ -66,10 +66,10 @@ void StartRate(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 template <class Sample>
 void StartSequence(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 {
-    const UMC::H264EncoderParams& p = Settings.params;
+    const UMC::H264EncoderParams& p = Settings.Params;
     Sequence.key_countdown = static_cast<uint32_t>(p.key_frame_interval) + 1;
     Sequence.idr_countdown = static_cast<uint32_t>(p.idr_interval) + 1;
-    Sequence.sps = MakeSeqParams(p);
+    Sequence.Sps = MakeSeqParams(p);
     Sequence.bitrate = p.m_Info.m_Bitrate;
     Sequence.frame_rate = p.m_Info.m_FrameRate;
     StartRate(Settings, Sequence);
@@ -80,12 +80,12 @@ void StartSequence(const EncoderSettings& Settings, SequenceState<Sample>& Seque
 template <class Sample>
 UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator)
 {
-    if (const UMC::Status s = MakeSettings<Sample>(Params, c.settings); s != UMC::StatusOk) return s;
-    c.allocator = pAllocator;
-    AllocateSlices(c.settings, c.job);
-    AllocateTables(c.settings, c.job);
-    DivideIntoSlices(c.settings, c.job);
-    StartSequence(c.settings, c.sequence);
+    if (const UMC::Status s = MakeSettings<Sample>(Params, c.Settings); s != UMC::StatusOk) return s;
+    c.pAllocator = pAllocator;
+    AllocateSlices(c.Settings, c.Job);
+    AllocateTables(c.Settings, c.Job);
+    DivideIntoSlices(c.Settings, c.Job);
+    StartSequence(c.Settings, c.Sequence);
     return UMC::StatusOk;
 }
 
@@ -94,9 +94,9 @@ UMC::Status SetCoreRate(const EncoderSettings& Settings, SequenceState<Sample>& 
                         const UMC::VideoEncoderParams& Params)
 {
     const UMC::VideoStreamInfo& Asked = Params.m_Info;
-    const bool bSame = Sequence.bitrate == Asked.m_Bitrate && Sequence.frame_rate == Asked.m_FrameRate;
-    const bool bControlled = Settings.params.rate_control_method == 1 || Settings.params.rate_control_method == 2;
-    if (bSame || !bControlled) return UMC::StatusUnsupported;
+    const bool IsSame = Sequence.bitrate == Asked.m_Bitrate && Sequence.frame_rate == Asked.m_FrameRate;
+    const bool IsControlled = Settings.Params.rate_control_method == 1 || Settings.Params.rate_control_method == 2;
+    if (IsSame || !IsControlled) return UMC::StatusUnsupported;
     Sequence.bitrate = Asked.m_Bitrate;
     Sequence.frame_rate = Asked.m_FrameRate;
     StartRate(Settings, Sequence);

@@ -45,20 +45,20 @@ void FillQuantTables(QuantTables& q)
 
 // A threshold's private copy; a lossless stream never stops early at QP 0.
 template <class Table>
-ThresholdTable CopyThresholds(const Table& From, bool bLossless)
+ThresholdTable CopyThresholds(const Table& From, bool IsLossless)
 {
     ThresholdTable t;
     std::copy(From.begin(), From.end(), t.begin());
-    if (bLossless) t[0] = 0;
+    if (IsLossless) t[0] = 0;
     return t;
 }
 
 void FillThresholds(EncoderSettings& Settings)
 {
-    const bool bLossless = Settings.params.qpprime_y_zero_transform_bypass != 0;
-    Settings.threshold_me = CopyThresholds(ThresholdMETable, bLossless);
-    Settings.threshold_skip_intra = CopyThresholds(SkipIntraThreshold, bLossless);
-    Settings.threshold_advanced_intra = CopyThresholds(TryAdvancedIntraThreshold, bLossless);
+    const bool IsLossless = Settings.Params.qpprime_y_zero_transform_bypass != 0;
+    Settings.ThresholdME = CopyThresholds(ThresholdME, IsLossless);
+    Settings.SkipIntraThreshold = CopyThresholds(SkipIntraThreshold, IsLossless);
+    Settings.TryAdvancedIntraThreshold = CopyThresholds(TryAdvancedIntraThreshold, IsLossless);
 }
 
 // How far a vector may reach: 15 samples beyond the picture, 127 in all.
@@ -66,10 +66,10 @@ int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15,
 
 void FillPositions(EncoderSettings& Settings)
 {
-    const FrameLayout& l = Settings.layout;
-    Settings.positions.resize(static_cast<size_t>(l.MbCount));
+    const FrameLayout& l = Settings.Layout;
+    Settings.Positions.resize(static_cast<size_t>(l.MbCount));
     for (int32_t i = 0; i < l.MbCount; ++i) {
-        MacroblockPosition& p = Settings.positions[static_cast<size_t>(i)];
+        MacroblockPosition& p = Settings.Positions[static_cast<size_t>(i)];
         p.X = i % l.MbWidth;
         p.Y = i / l.MbWidth;
         const int32_t x = 16 * p.X, y = 16 * p.Y;
@@ -102,7 +102,7 @@ bool IsImplemented(const UMC::H264EncoderParams& p)
 
 void FillGop(EncoderSettings& Settings)
 {
-    Settings.gop_length = Settings.params.num_b_frames + 1;
+    Settings.gop_length = Settings.Params.num_b_frames + 1;
     Settings.gop_pattern.assign(static_cast<size_t>(Settings.gop_length), FRAME_B);
     Settings.gop_pattern[0] = FRAME_P;
 }
@@ -118,16 +118,16 @@ int32_t LargestBitDepth(const UMC::H264EncoderParams& p)
 template <class Sample>
 UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings& Settings)
 {
-    UMC::H264EncoderParams& p = Settings.params;
+    UMC::H264EncoderParams& p = Settings.Params;
     CopyParams(Params, p);
     if (const UMC::Status s = CheckParams(p); s != UMC::StatusOk) return s;
     if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
-    Settings.analysis_flags = AnalysisFlags(p);
-    Settings.layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
+    Settings.AnalysisFlags = AnalysisFlags(p);
+    Settings.Layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
                                  p.coding_type == 0, p.aux_format_idc != 0);
     FillGop(Settings);
     FillThresholds(Settings);
-    FillQuantTables(Settings.quant);
+    FillQuantTables(Settings.Quant);
     FillPositions(Settings);
     return UMC::StatusOk;
 }

@@ -89,23 +89,23 @@ void FillNeighbours(NeighbourCache& n, const NeighbourTables& t, int32_t Index, 
 {
     const int32_t w = t.MbWidth, Left = Index - 1, Top = Index - w;
     // A macroblock of the same slice lies at or behind the slice's first one.
-    const bool bLeft = X > 0 && Left >= t.FirstMb, bTop = Top >= t.FirstMb;
-    const bool bTopRight = X + 1 < w && Top + 1 >= t.FirstMb, bTopLeft = X > 0 && Top - 1 >= t.FirstMb;
-    n.Available = (bLeft ? kernels::kLeft : 0u) | (bTop ? kernels::kTop : 0u) | (bTopRight ? kernels::kTopRight : 0u) |
-                  (bTopLeft ? kernels::kTopLeft : 0u);
-    if (bLeft)
+    const bool HasLeft = X > 0 && Left >= t.FirstMb, HasTop = Top >= t.FirstMb;
+    const bool HasTopRight = X + 1 < w && Top + 1 >= t.FirstMb, HasTopLeft = X > 0 && Top - 1 >= t.FirstMb;
+    n.Available = (HasLeft ? kernels::kLeft : 0u) | (HasTop ? kernels::kTop : 0u) |
+                  (HasTopRight ? kernels::kTopRight : 0u) | (HasTopLeft ? kernels::kTopLeft : 0u);
+    if (HasLeft)
         CopyLeft(n, t, Left);
     else
         ClearLeft(n);
-    if (bTop)
+    if (HasTop)
         CopyTop(n, t, Top);
     else
         ClearTop(n);
     if (t.pVectors) {
         const auto At = [&t](ptrdiff_t Block) { return h264::BlockMotion{t.pVectors[Block], t.pReferences[Block]}; };
         const ptrdiff_t Above = ptrdiff_t{Top} * 16 + kLowerRow;
-        n.Motion.TopRight = bTopRight ? At(Above + 16) : kNoMotion;
-        n.Motion.TopLeft = bTopLeft ? At(Above - 16 + 3) : kNoMotion;
+        n.Motion.TopRight = HasTopRight ? At(Above + 16) : kNoMotion;
+        n.Motion.TopLeft = HasTopLeft ? At(Above - 16 + 3) : kNoMotion;
         n.Motion.pTopRightOfPicture = X + 1 < w && Top >= 0 ? t.pVectors + Above + 16 : nullptr;
     }
     if (t.pCounts) FillCounts(n, t.pCounts, ptrdiff_t{Left} * kCountsPerMb, ptrdiff_t{Top} * kCountsPerMb);

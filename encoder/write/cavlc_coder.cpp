@@ -37,9 +37,9 @@ void BasicCavlcCoder<Output>::Level(uint32_t Code, uint32_t SuffixLength)
 {
     const uint32_t Escape = SuffixLength == 0 ? 30 : 15u << SuffixLength; // the first code with a prefix of 15 zeros
     if (Code < Escape) {
-        const bool bLong = SuffixLength == 0 && Code >= 14; // 14 zeros and four bits
-        const uint32_t Prefix = bLong ? 14 : Code >> SuffixLength, Size = bLong ? 4 : SuffixLength;
-        const uint32_t Suffix = bLong ? Code - 14 : Code & ((1u << SuffixLength) - 1);
+        const bool IsLong = SuffixLength == 0 && Code >= 14; // 14 zeros and four bits
+        const uint32_t Prefix = IsLong ? 14 : Code >> SuffixLength, Size = IsLong ? 4 : SuffixLength;
+        const uint32_t Suffix = IsLong ? Code - 14 : Code & ((1u << SuffixLength) - 1);
         Bits.PutBits(1u << Size | Suffix, static_cast<int32_t>(Prefix + 1 + Size));
         return;
     }

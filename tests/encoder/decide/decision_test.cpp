@@ -101,15 +101,15 @@ TEST(Quantiser, RoundsByAThirdInISlicesAndASixthElsewhere)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, SizedParams(16, 16), &Allocator), UMC::StatusOk);
-    const kernels::QuantParams &Intra = c.settings.quant.Intra[0], &Inter = c.settings.quant.Inter[0];
+    const kernels::QuantParams &Intra = c.Settings.Quant.Intra[0], &Inter = c.Settings.Quant.Inter[0];
     EXPECT_EQ(Intra.Factor[0], 13107);
     EXPECT_EQ(Intra.Rounding, 10922u);
     EXPECT_EQ(Inter.Rounding, 5461u);
     EXPECT_EQ((2 * Intra.Factor[0] + static_cast<int>(Intra.Rounding)) >> Intra.Shift, 1);
     EXPECT_EQ((2 * Inter.Factor[0] + static_cast<int>(Inter.Rounding)) >> Inter.Shift, 0);
-    EXPECT_EQ(c.settings.quant.Intra[51].Shift, 23);
-    EXPECT_EQ(c.settings.quant.Inter[51].Rounding, (1u << 23) / 6);
-    EXPECT_EQ(c.settings.quant.Scale[0][0], 160);
+    EXPECT_EQ(c.Settings.Quant.Intra[51].Shift, 23);
+    EXPECT_EQ(c.Settings.Quant.Inter[51].Rounding, (1u << 23) / 6);
+    EXPECT_EQ(c.Settings.Quant.Scale[0][0], 160);
 }
 
 // ---- Distances ---------------------------------------------------------------------------------------------
@@ -437,12 +437,12 @@ struct CodedPicture {
 TEST(IntraDecision, TheFirstMacroblockHasNothingToPredictFrom)
 {
     const CodedPicture Flat(16, 16, Scene::Still, 51);
-    EXPECT_EQ(Flat.c.job.current->mb_global[0].Type, MB_INTRA16X16);
-    EXPECT_EQ(Flat.c.job.local_macroblocks[0].Intra16Mode, 2);
-    EXPECT_EQ(Flat.c.job.local_macroblocks[0].ChromaMode, 0);
+    EXPECT_EQ(Flat.c.Job.pCurrent->mb_global[0].Type, MB_INTRA16X16);
+    EXPECT_EQ(Flat.c.Job.LocalMacroblocks[0].Intra16Mode, 2);
+    EXPECT_EQ(Flat.c.Job.LocalMacroblocks[0].ChromaMode, 0);
     const CodedPicture Fine(16, 16, Scene::Pan, 12);
-    EXPECT_EQ(Fine.c.job.current->mb_global[0].Type, MB_INTRA4X4);
-    EXPECT_EQ(Fine.c.job.intra_modes[0], 2); // the first block as well
+    EXPECT_EQ(Fine.c.Job.pCurrent->mb_global[0].Type, MB_INTRA4X4);
+    EXPECT_EQ(Fine.c.Job.IntraModes[0], 2); // the first block as well
 }
 
 TEST(IntraDecision, MacroblocksOtherThan4x4StandForDc)
@@ -450,9 +450,9 @@ TEST(IntraDecision, MacroblocksOtherThan4x4StandForDc)
     const CodedPicture p(64, 64, Scene::Still, 44);
     bool bAny16 = false;
     for (size_t i = 0; i < 16; ++i) {
-        if (p.c.job.current->mb_global[i].Type != MB_INTRA16X16) continue;
+        if (p.c.Job.pCurrent->mb_global[i].Type != MB_INTRA16X16) continue;
         bAny16 = true;
-        for (size_t b = 0; b < 16; ++b) EXPECT_EQ(p.c.job.intra_modes[i * 16 + b], 2);
+        for (size_t b = 0; b < 16; ++b) EXPECT_EQ(p.c.Job.IntraModes[i * 16 + b], 2);
     }
     EXPECT_TRUE(bAny16);
 }
@@ -462,8 +462,8 @@ TEST(VectorLimits, ReachFifteenSamplesBeyondThePictureAndNoMoreThan127)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, SizedParams(640, 64), &Allocator), UMC::StatusOk);
-    const MacroblockPosition &First = c.settings.positions[0], &Last = c.settings.positions[159],
-                             &Middle = c.settings.positions[20];
+    const MacroblockPosition &First = c.Settings.Positions[0], &Last = c.Settings.Positions[159],
+                             &Middle = c.Settings.Positions[20];
     EXPECT_EQ(First.LimitLeft, -15);
     EXPECT_EQ(First.LimitTop, -15);
     EXPECT_EQ(First.LimitRight, 127);

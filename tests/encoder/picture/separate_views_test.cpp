@@ -43,30 +43,30 @@ public:
 
     void Code(UMC::VideoData& Input, bool bIdr, int32_t FrameNum, UMC::MediaData& Output)
     {
-        auto& q = m_Core.sequence;
-        const FrameLayout& l = m_Core.settings.layout;
+        auto& q = m_Core.Sequence;
+        const FrameLayout& l = m_Core.Settings.Layout;
         ASSERT_EQ(m_Source.Allocate(l), UMC::StatusOk);
-        ASSERT_EQ(q.input_list.InsertFrame(Input, l, &m_Allocator, m_Core.converter, m_pLast), UMC::StatusOk);
+        ASSERT_EQ(q.InputList.InsertFrame(Input, l, &m_Allocator, m_Core.Converter, m_pLast), UMC::StatusOk);
         MoveSamples();
-        q.input_list.RemoveFrame(m_pLast);
-        q.reconstruction_list.Append(m_pLast);
+        q.InputList.RemoveFrame(m_pLast);
+        q.ReconstructionList.Append(m_pLast);
         m_pLast->frame_type = bIdr ? FRAME_I : FRAME_P;
         m_pLast->is_idr = bIdr;
         m_pLast->frame_num = FrameNum;
         m_pLast->poc[0] = 2 * FrameNum;
         m_pLast->poc[1] = 2 * FrameNum + 1;
-        m_Core.job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
-        m_Core.job.source = ReadOnly(m_Source.View());
+        m_Core.Job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
+        m_Core.Job.Source = ReadOnly(m_Source.View());
         const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
-        ASSERT_EQ(EncodePicture(m_Core.settings, q, m_Core.job, Output), UMC::StatusOk);
+        ASSERT_EQ(EncodePicture(m_Core.Settings, q, m_Core.Job, Output), UMC::StatusOk);
         EXPECT_EQ(SamplesOf(m_Source, l), Before);
     }
-    std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.settings.layout); }
+    std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.Settings.Layout); }
 
 private:
     void MoveSamples()
     {
-        const FrameLayout& l = m_Core.settings.layout;
+        const FrameLayout& l = m_Core.Settings.Layout;
         uint8_t* const To[]{m_Source.m_pY, m_Source.m_pU, m_Source.m_pV};
         uint8_t* const From[]{m_pLast->m_pY, m_pLast->m_pU, m_pLast->m_pV};
         for (size_t Plane = 0; Plane < 3; ++Plane)
@@ -111,7 +111,7 @@ TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace)
             ASSERT_EQ(Got.GetDataSize(), Wanted.GetDataSize());
             const auto* const pGot = static_cast<const uint8_t*>(Got.GetDataPointer());
             EXPECT_TRUE(std::equal(pGot, pGot + Got.GetDataSize(), static_cast<uint8_t*>(Wanted.GetDataPointer())));
-            EXPECT_EQ(Apart.Reconstruction(), SamplesOf(*InPlace.job.current, InPlace.settings.layout));
+            EXPECT_EQ(Apart.Reconstruction(), SamplesOf(*InPlace.Job.pCurrent, InPlace.Settings.Layout));
         }
     }
 }

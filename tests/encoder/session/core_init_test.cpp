@@ -21,10 +21,10 @@ TEST(RateChange, LeavesTheSettingsOfInitAlone)
     ASSERT_EQ(InitCore(c, p, &Allocator), UMC::StatusOk);
     p.m_Info.m_Bitrate = 200000;
     p.m_Info.m_FrameRate = 10.0;
-    ASSERT_EQ(SetCoreRate(c.settings, c.sequence, p), UMC::StatusOk);
-    EXPECT_EQ(c.settings.params.m_Info.m_Bitrate, 100000);
-    EXPECT_EQ(c.settings.params.m_Info.m_FrameRate, 20.0);
-    EXPECT_EQ(c.sequence.rate.GetQP(FRAME_P), RateController::InitialQp(200000, 10.0, 32, 32, 8, 1, false, 51));
+    ASSERT_EQ(SetCoreRate(c.Settings, c.Sequence, p), UMC::StatusOk);
+    EXPECT_EQ(c.Settings.Params.m_Info.m_Bitrate, 100000);
+    EXPECT_EQ(c.Settings.Params.m_Info.m_FrameRate, 20.0);
+    EXPECT_EQ(c.Sequence.Rate.GetQP(FRAME_P), RateController::InitialQp(200000, 10.0, 32, 32, 8, 1, false, 51));
 }
 
 } // namespace

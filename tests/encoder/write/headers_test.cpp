@@ -92,7 +92,7 @@ TEST(SequenceParameterSet, ExtensionCarriesTheAlphaValues)
     SeqParamSet s{};
     s.aux_format_idc = 1;
     s.bit_depth_aux = 8;
-    s.alpha_incr = true;
+    s.alpha_incr_flag = true;
     s.alpha_opaque_value = 255;
     s.alpha_transparent_value = 17;
     Writer w;
@@ -137,8 +137,8 @@ TEST(SliceHeaderSyntax, HasNoOrderCountWithoutReordering)
     h.num_ref_idx_l0 = h.num_ref_idx_l1 = 1;
     h.cabac_init_idc = 1;
     h.slice_qp_delta = -3;
-    h.alpha_c0_offset = 2;
-    h.beta_offset = -3;
+    h.slice_alpha_c0_offset = 2;
+    h.slice_beta_offset = -3;
     Writer w;
     w.WriteSliceHeader(h, MakeSeqParams(p), MakePicParams(p, 26));
     Reader r(w.Written());
@@ -161,7 +161,7 @@ TEST(SliceHeaderSyntax, OfAnIdrPictureWithMoreReferencesAndTheFilterOff)
     p.num_b_frames = 1;
     SliceHeader h{};
     h.slice_type = SLICE_I;
-    h.idr = true;
+    h.is_idr = true;
     h.idr_pic_id = 5;
     h.nal_ref_idc = 1;
     h.pic_order_cnt_lsb = 9;
@@ -206,7 +206,7 @@ TEST(SliceHeaderSyntax, OfABSliceInABottomField)
     SliceHeader h{};
     h.slice_type = SLICE_B;
     h.frame_num = 3;
-    h.field_pic = h.bottom_field = true;
+    h.field_pic_flag = h.bottom_field_flag = true;
     h.pic_order_cnt_lsb = 11;
     h.delta_pic_order_cnt_bottom = 7; // stands in frames only
     h.direct_spatial_mv_pred = true;
