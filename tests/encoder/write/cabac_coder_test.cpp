@@ -87,11 +87,13 @@ TEST(CabacCoder, ACounterGoesOnFromACoderAndCountsWhatItWouldWrite)
     for (uint32_t Seed = 0; Seed < 100; ++Seed) {
         CabacCounter Counter(Real);
         const int64_t Counted = Counter.Arithmetic.Bits(), Written = Real.Arithmetic.Bits();
+        const size_t Stored = Real.Arithmetic.Out().Bytes();
         WriteBins(Counter, Seed, 20);
         WriteBlocks(Counter, Seed, 30);
         WriteBins(Real, Seed, 20);
         WriteBlocks(Real, Seed, 30);
         ASSERT_EQ(Counter.Arithmetic.Bits() - Counted, Real.Arithmetic.Bits() - Written);
+        ASSERT_EQ(Counter.Arithmetic.Out().Bytes(), Real.Arithmetic.Out().Bytes() - Stored);
         ASSERT_EQ(Counter.Contexts, Real.Contexts);
     }
 }
