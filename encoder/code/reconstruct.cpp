@@ -71,7 +71,7 @@ void ReconstructChroma(SliceContext<Sample>& s)
             Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
-        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.pitch, pPred, w.kPredStep, pLevels,
+        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.SrcPitch, pPred, w.kPredStep, pLevels,
                                                           w.ChromaDc[Plane], q.pChroma);
         const uint32_t Dc = Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0],
                                                                q.pChroma->Rounding, q.pChroma->Shift);
@@ -128,7 +128,7 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
     const MacroblockQuant& q = s.Quant;
     const auto* const pPred = w.IntraY[0];
     uint32_t Mask =
-        Kernels<Sample>.ForwardQuantAc16x16(mb.pSrcY, mb.pitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
+        Kernels<Sample>.ForwardQuantAc16x16(mb.pSrcY, mb.SrcPitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
     const uint32_t Dc =
         Kernels<Sample>.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);

@@ -36,8 +36,8 @@ bool SkipLeavesChroma(SliceContext<Sample>& s)
         if (ChromaHasNoLevels(s, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask =
-            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.pitch, w.PredUV + 8 * Plane, w.kPredStep,
-                                              pLevels, w.ChromaDc[Plane], pQuant);
+            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
+                                              w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
         if (Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
             return true;
         int32_t Cost = 0;
@@ -101,6 +101,7 @@ void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const 
     p.ref_u = Ref.m_pU + At.Chroma;
     p.ref_v = Ref.m_pV + At.Chroma;
     p.pitch = mb.pitch;
+    p.SrcPitch = mb.SrcPitch;
     p.block_width = p.block_height = 16;
     p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.pLocal->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;

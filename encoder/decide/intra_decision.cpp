@@ -44,7 +44,7 @@ Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
         if ((Available & t.Needs) != t.Needs || Price >= Best.Cost) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
         t.pPredict(mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available);
-        const int32_t Cost = Price + pDistance(mb.pSrcY, mb.pitch, pTrial, w.kPredStep);
+        const int32_t Cost = Price + pDistance(mb.pSrcY, mb.SrcPitch, pTrial, w.kPredStep);
         if (Cost >= Best.Cost) continue;
         Best.Cost = Cost;
         BestSlot = 1 - BestSlot;
@@ -72,8 +72,8 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
         t.pPredict(mb.pRecU, mb.pitch, pTrial, w.kPredStep, Available);
         t.pPredict(mb.pRecV, mb.pitch, pTrial + 8, w.kPredStep, Available);
         const int32_t Cost = BitPrice(mb.pLocal->QpChroma, t.Bits) +
-                             pDistance(mb.pSrcU, mb.pitch, pTrial, w.kPredStep) +
-                             pDistance(mb.pSrcV, mb.pitch, pTrial + 8, w.kPredStep);
+                             pDistance(mb.pSrcU, mb.SrcPitch, pTrial, w.kPredStep) +
+                             pDistance(mb.pSrcV, mb.SrcPitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;
         Mode = t.Mode;
@@ -164,7 +164,7 @@ void Intra4x4Trial<Sample>::Code(uint32_t Index, Sample* pLocal, const Sample* p
 {
     const MacroblockQuant& q = m_s.Quant;
     auto* const pLevels = m_w.Intra4x4 + 16 * Index;
-    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_s.cur_mb.pitch, pPred, 4, pLevels, q.pLuma);
+    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_s.cur_mb.SrcPitch, pPred, 4, pLevels, q.pLuma);
     for (int32_t y = 0; y < 4; ++y) std::copy_n(pPred + 4 * y, 4, pLocal + y * m_w.kLocalStep);
     if (!Mask) return;
     m_w.Intra4x4Coded |= 1u << Index;
@@ -178,7 +178,7 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 {
     const auto& mb = m_s.cur_mb;
     const int32_t Raster = h264::kBlockRaster[Index], bx = Raster & 3, by = Raster >> 2;
-    const Sample* const pSrc = mb.pSrcY + 4 * by * mb.pitch + 4 * bx;
+    const Sample* const pSrc = mb.pSrcY + 4 * by * mb.SrcPitch + 4 * bx;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
     const unsigned Available = BlockNeighbours(m_Available, bx, by);
     const int32_t Predicted = PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
@@ -186,10 +186,10 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 
     alignas(16) Sample Predictions[9][16];
     int32_t Distances[9];
-    Kernels<Sample>.PredictAll4x4(pSrc, mb.pitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
+    Kernels<Sample>.PredictAll4x4(pSrc, mb.SrcPitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
     int32_t Best = kImpossible, BestMode = 0;
     const auto Try = [&](int32_t Mode) {
-        if (!m_UsesSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, mb.pitch, Predictions[Mode], 4);
+        if (!m_UsesSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, mb.SrcPitch, Predictions[Mode], 4);
         const int32_t Cost = (Mode == Predicted ? PriceOfPredicted : PriceOfOther) + Distances[Mode];
         if (Cost > Best || (Cost == Best && Mode > BestMode)) return;
         Best = Cost;
@@ -222,7 +222,7 @@ bool HasDetail(const SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
     const auto Qp = static_cast<size_t>(mb.pLocal->Qp);
-    return Kernels<Sample>.CountEdges16x16(mb.pSrcY, mb.pitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
+    return Kernels<Sample>.CountEdges16x16(mb.pSrcY, mb.SrcPitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
 }
 
 template <class Sample>

@@ -81,9 +81,9 @@ int32_t IntegerSearch<Sample>::Measure(KeptPoints& k)
     int32_t Sum[8], Done = 0;
     for (; k.Count - Done >= 3; Done += 4) {
         for (int32_t i = k.Count; i < Done + 4; ++i) k.pBlock[i] = k.pBlock[Done];
-        Kernels<Sample>.Sad16x16x4(m_p.src_y, m_p.pitch, &k.pBlock[Done], m_p.pitch, &Sum[Done]);
+        Kernels<Sample>.Sad16x16x4(m_p.src_y, m_p.SrcPitch, &k.pBlock[Done], m_p.pitch, &Sum[Done]);
     }
-    for (; Done < k.Count; ++Done) Sum[Done] = m_pDistance(m_p.src_y, m_p.pitch, k.pBlock[Done], m_p.pitch);
+    for (; Done < k.Count; ++Done) Sum[Done] = m_pDistance(m_p.src_y, m_p.SrcPitch, k.pBlock[Done], m_p.pitch);
     int32_t Won = -1;
     for (int32_t i = 0; i < k.Count; ++i) {
         if (k.Price[i] + Sum[i] >= m_BestCost) continue;
@@ -333,7 +333,7 @@ void SearchInteger(MEParams<Sample>& p)
     p.best_mv = Point(4 * Search.BestX(), 4 * Search.BestY());
     p.best_cost = Search.BestCost();
     if (!(p.flags & ENC_ANALYSE_SAD))
-        p.best_cost = SATD(p.src_y, p.pitch, p.ref_y + Search.BestY() * p.pitch + Search.BestX(), p.pitch,
+        p.best_cost = SATD(p.src_y, p.SrcPitch, p.ref_y + Search.BestY() * p.pitch + Search.BestX(), p.pitch,
                            SizeCode(p.block_width, p.block_height)) +
                       VectorCost(p, p.best_mv.x, p.best_mv.y);
     if (p.flags & ENC_ANALYSE_ME_CHROMA) p.best_cost += ChromaDistortion(p, p.best_mv.x, p.best_mv.y);

@@ -26,7 +26,7 @@ template <class Sample>
 struct MEParams {
     const Sample *src_y, *src_u, *src_v;
     const Sample *ref_y, *ref_u, *ref_v;
-    int32_t pitch;                     // samples
+    int32_t pitch;                     // samples, of the reference
     int32_t block_width, block_height; // 16, 8 or 4
     int32_t candidate_count;
     MotionVector candidates[8]; // whole samples
@@ -39,6 +39,7 @@ struct MEParams {
     int32_t method; // low four bits the pattern; above 31: the refinement walks
     int32_t threshold;
     int32_t best_cost;
+    int32_t SrcPitch;
     HalfPlanes<Sample>* pHalves; // scratch of the refinement
     Sample* pTrial;              // 16 * 16
     Sample* pTrialUV;            // 16 * 8, Cb in columns 0..7
@@ -127,7 +128,7 @@ private:
     bool InWindow(int32_t x, int32_t y) const { return x >= m_Left && x <= m_Right && y >= m_Top && y <= m_Bottom; }
     int32_t Distance(int32_t x, int32_t y) const
     {
-        return m_pDistance(m_p.src_y, m_p.pitch, m_p.ref_y + y * m_p.pitch + x, m_p.pitch);
+        return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.ref_y + y * m_p.pitch + x, m_p.pitch);
     }
 
     void SetWindow();

@@ -103,13 +103,13 @@ private:
         const PlanePoint* const pPoints = kQuarterPoints[(dy & 3) * 4 + (dx & 3)];
         ptrdiff_t StepA, StepB;
         const Sample* const pA = At(pPoints[0], dx >> 2, dy >> 2, StepA);
-        if (pPoints[1].Which == NONE) return m_pDistance(m_p.src_y, m_p.pitch, pA, StepA);
+        if (pPoints[1].Which == NONE) return m_pDistance(m_p.src_y, m_p.SrcPitch, pA, StepA);
         const Sample* const pB = At(pPoints[1], dx >> 2, dy >> 2, StepB);
         if (m_p.flags & ENC_ANALYSE_SAD)
-            return Kernels<Sample>.SadAverage16x16(m_p.src_y, m_p.pitch, pA, StepA, pB, StepB);
+            return Kernels<Sample>.SadAverage16x16(m_p.src_y, m_p.SrcPitch, pA, StepA, pB, StepB);
         Kernels<Sample>.CopyBlock16(pA, StepA, m_p.pTrial, 16, 16);
         Kernels<Sample>.AverageBlock16(pB, StepB, m_p.pTrial, 16, 16);
-        return m_pDistance(m_p.src_y, m_p.pitch, m_p.pTrial, 16);
+        return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
     int32_t DistanceOther(int32_t dx, int32_t dy)
@@ -119,7 +119,7 @@ private:
                                                          : Kernels<Sample>.InterpolateLuma4;
         pInterpolate(m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2), m_p.pitch, m_p.pTrial, 16, dx & 3, dy & 3,
                      m_p.block_height);
-        return m_pDistance(m_p.src_y, m_p.pitch, m_p.pTrial, 16);
+        return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
     MEParams<Sample>& m_p;
@@ -154,7 +154,7 @@ int32_t ChromaDistortion(const MEParams<Sample>& p, int32_t x, int32_t y)
     pInterpolate(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.pTrialUV, p.pTrialUV + 8, 16, x & 7, y & 7, Height);
     const int32_t Code = SizeCode(Width, Height);
     const auto pDistance = p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
-    return pDistance(p.src_u, p.pitch, p.pTrialUV, 16) + pDistance(p.src_v, p.pitch, p.pTrialUV + 8, 16);
+    return pDistance(p.src_u, p.SrcPitch, p.pTrialUV, 16) + pDistance(p.src_v, p.SrcPitch, p.pTrialUV + 8, 16);
 }
 
 template void SearchSubpel(MEParams<uint8_t>&);

@@ -65,15 +65,18 @@ void StartSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Se
 }
 
 template <class Sample>
-void PointAt(int32_t Luma, int32_t Chroma, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
+void PointAt(const MacroblockPosition& At, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
 {
+    const int32_t SrcPitch = Job.Source.Pitch;
+    const ptrdiff_t SrcLuma = At.Y * 16 * SrcPitch + At.X * 16, SrcChroma = At.Y * 8 * SrcPitch + At.X * 8;
+    mb.SrcPitch = SrcPitch;
+    mb.pSrcY = Job.Source.pY + SrcLuma;
+    mb.pSrcU = Job.Source.pU + SrcChroma;
+    mb.pSrcV = Job.Source.pV + SrcChroma;
     mb.pitch = Job.Reconstruction.Pitch;
-    mb.pSrcY = Job.Source.pY + Luma;
-    mb.pSrcU = Job.Source.pU + Chroma;
-    mb.pSrcV = Job.Source.pV + Chroma;
-    mb.pRecY = Job.Reconstruction.pY + Luma;
-    mb.pRecU = Job.Reconstruction.pU + Chroma;
-    mb.pRecV = Job.Reconstruction.pV + Chroma;
+    mb.pRecY = Job.Reconstruction.pY + At.Luma;
+    mb.pRecU = Job.Reconstruction.pU + At.Chroma;
+    mb.pRecV = Job.Reconstruction.pV + At.Chroma;
 }
 
 // Points cur_mb at a macroblock's samples and tables, and clears what the decision does not always write.
@@ -87,7 +90,7 @@ void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     mb.pPosition = &Settings.Positions[i];
     mb.mb_x = mb.pPosition->X;
     mb.mb_y = mb.pPosition->Y;
-    PointAt(mb.pPosition->Luma, mb.pPosition->Chroma, Job, mb);
+    PointAt(*mb.pPosition, Job, mb);
     FillNeighbours(mb.Around, s.Neighbours, Index, mb.mb_x);
     mb.pVectors = Frame.mb_motion[0] + i * 16;
     mb.pReferences = Frame.mb_reference[0] + i * 16;

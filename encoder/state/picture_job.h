@@ -14,7 +14,7 @@ template <class Sample>
 struct PictureJob {
     H264EncoderFrame<Sample>* pCurrent = nullptr; // its tables are written here too
     int32_t picture_class = CLASS_IDR;            // PictureClass
-    // Samples are compared with the source, and predicted from and written to the reconstruction. Both have the pitch
+    // Samples are compared with the source, and predicted from and written to the reconstruction, which has the pitch
     // of the encoder's layout.
     PictureView<const Sample> Source;
     PictureView<Sample> Reconstruction;

@@ -85,7 +85,8 @@ struct CurrentMacroblock {
     int32_t mb_x, mb_y;
     const Sample *pSrcY, *pSrcU, *pSrcV; // the macroblock in the source
     Sample *pRecY, *pRecU, *pRecV;       // and in the reconstruction; both may be the same samples
-    int32_t pitch;                       // samples
+    int32_t SrcPitch;                    // samples, of the source
+    int32_t pitch;                       // of the reconstruction, which is that of all references
     NeighbourCache Around;
     const MacroblockPosition* pPosition;
     GlobalMacroblock* pGlobal;

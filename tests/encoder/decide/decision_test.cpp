@@ -183,7 +183,7 @@ protected:
         m_Source.assign(16 * kStep, 255); // nothing matches
         m_p.src_y = m_Source.data();
         m_p.ref_y = m_Reference.data() + kCentre * kStep + kCentre;
-        m_p.pitch = kStep;
+        m_p.pitch = m_p.SrcPitch = kStep;
         m_p.block_width = m_p.block_height = 16;
         m_p.mv_cost_table = &MVBitCost[20];
         m_p.limit_left = m_p.limit_top = -127;

@@ -27,12 +27,13 @@ std::vector<uint8_t> SamplesOf(const Frame& f, const FrameLayout& l)
     for (const uint8_t* const p : {f.m_pY, f.m_pU, f.m_pV}) {
         const int32_t Shift = p == f.m_pY ? 0 : 1;
         for (int32_t y = 0; y < l.AlignedHeight >> Shift; ++y)
-            Samples.insert(Samples.end(), p + y * l.Pitch, p + y * l.Pitch + (l.AlignedWidth >> Shift));
+            Samples.insert(Samples.end(), p + y * f.m_Pitch, p + y * f.m_Pitch + (l.AlignedWidth >> Shift));
     }
     return Samples;
 }
 
-// Codes pictures whose source lies apart; what the reconstruction's memory holds before is 0x5A throughout.
+// Codes pictures whose source lies apart, in planes of another pitch; what the reconstruction's memory holds before is
+// 0x5A throughout.
 class ApartCoder
 {
 public:
@@ -45,7 +46,8 @@ public:
     {
         auto& q = m_Core.Sequence;
         const FrameLayout& l = m_Core.Settings.Layout;
-        ASSERT_EQ(m_Source.Allocate(l), UMC::StatusOk);
+        ASSERT_EQ(m_Source.Allocate(MakeLayout(kWidth + 64, kHeight, 1, 8, true, false)), UMC::StatusOk);
+        ASSERT_NE(m_Source.m_Pitch, l.Pitch);
         ASSERT_EQ(q.InputList.InsertFrame(Input, l, &m_Allocator, m_Core.Converter, m_pLast), UMC::StatusOk);
         MoveSamples();
         q.InputList.RemoveFrame(m_pLast);
@@ -71,9 +73,10 @@ private:
         uint8_t* const From[]{m_pLast->m_pY, m_pLast->m_pU, m_pLast->m_pV};
         for (size_t Plane = 0; Plane < 3; ++Plane)
             for (int32_t y = 0; y < l.AlignedHeight >> (Plane ? 1 : 0); ++y) {
-                const int32_t Row = y * l.Pitch, Width = l.AlignedWidth >> (Plane ? 1 : 0);
-                std::copy_n(From[Plane] + Row, Width, To[Plane] + Row);
-                std::fill_n(From[Plane] + Row, Width, uint8_t{0x5A});
+                uint8_t* const pRow = From[Plane] + y * l.Pitch;
+                const int32_t Width = l.AlignedWidth >> (Plane ? 1 : 0);
+                std::copy_n(pRow, Width, To[Plane] + y * m_Source.m_Pitch);
+                std::fill_n(pRow, Width, uint8_t{0x5A});
             }
     }
 
