@@ -16,14 +16,14 @@ template <class Output>
 class CabacSyntax
 {
 public:
-    CabacSyntax(BasicCabacCoder<Output>& Coder, const NeighbourCache& Around, bool bIntra)
-        : m_Coder(Coder), m_Around(Around), m_bIntra(bIntra)
+    CabacSyntax(BasicCabacCoder<Output>& Coder, const NeighbourCache& Around, bool IsIntraMb)
+        : m_Coder(Coder), m_Around(Around), m_IsIntraMb(IsIntraMb)
     {
     }
 
-    void Skip(bool bSkip)
+    void Skip(bool IsSkip)
     {
-        Bin(Offset::kSkipP + Differs(m_Around.LeftType, MB_SKIP_P) + Differs(m_Around.TopType, MB_SKIP_P), bSkip);
+        Bin(Offset::kSkipP + Differs(m_Around.LeftType, MB_SKIP_P) + Differs(m_Around.TopType, MB_SKIP_P), IsSkip);
     }
     void MbTypeI(uint32_t Type)
     {
@@ -60,7 +60,7 @@ public:
     }
     void RefIdx(uint32_t Ref, uint32_t)
     {
-        const NeighbourCache::Motion& n = m_Around.Motions[0];
+        const NeighbourMotion& n = m_Around.Motion;
         uint32_t Context = Offset::kRefIdx + (n.LeftRefs[0] > 0) + 2 * (n.TopRefs[0] > 0);
         for (; Ref > 0; --Ref) {
             Bin(Context, 1);
@@ -70,11 +70,11 @@ public:
     }
     void Difference(MotionVector d)
     {
-        const MotionVector Left = m_Around.Motions[0].LeftDifferences[0], Top = m_Around.Motions[0].TopDifferences[0];
+        const MotionVector Left = m_Around.Motion.LeftDifferences[0], Top = m_Around.Motion.TopDifferences[0];
         Component(m_Coder, Offset::kMvdX, d.x, std::abs(Left.x) + std::abs(Top.x));
         Component(m_Coder, Offset::kMvdY, d.y, std::abs(Left.y) + std::abs(Top.y));
     }
-    void CodedBlockPattern(uint32_t Pattern, bool bIntra);
+    void CodedBlockPattern(uint32_t Pattern, bool IsIntraMb);
     void QpDelta(int32_t Delta)
     {
         uint32_t Context = Offset::kQpDelta + (m_Coder.LastQpDelta != 0);
@@ -87,8 +87,13 @@ public:
     }
     void NoQpDelta() { m_Coder.LastQpDelta = 0; }
 
-    void LumaDc(const BlockLevels* pLevels) { Dc(h264::CAT_LUMA_DC, kCodedLumaDc, pLevels, 16); }
-    void ChromaDc(uint32_t Plane, const BlockLevels* pLevels)
+    template <class LevelType>
+    void LumaDc(const BlockLevels<LevelType>* pLevels)
+    {
+        Dc(h264::CAT_LUMA_DC, kCodedLumaDc, pLevels, 16);
+    }
+    template <class LevelType>
+    void ChromaDc(uint32_t Plane, const BlockLevels<LevelType>* pLevels)
     {
         Dc(h264::CAT_CHROMA_DC, Plane ? kCodedCrDc : kCodedCbDc, pLevels, 4);
     }
@@ -99,7 +104,8 @@ public:
         m_Left = (Current << 1 & 0xEEEE) | (h264::SwapBlockOrder(Left & kCodedLuma) >> 3 & 0x1111);
         m_Top = (Current << 4 & 0xFFF0) | h264::SwapBlockOrder(Top & kCodedLuma) >> 12;
     }
-    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block(Cat, h264::kBlockRaster[Index], pLevels, Cat == h264::CAT_LUMA_4x4 ? 16 : 15);
     }
@@ -111,7 +117,8 @@ public:
         m_Left = (Coded << 1 & 0b1010) | (Left >> 1 & 0b0101);
         m_Top = (Coded << 2 & 0b1100) | (Top >> 2 & 0b0011);
     }
-    void ChromaAc(uint32_t, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void ChromaAc(uint32_t, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block(h264::CAT_CHROMA_AC, Index, pLevels, 15);
     }
@@ -125,13 +132,14 @@ private:
     // An absent neighbour's blocks count as coded for an intra macroblock.
     uint32_t CodedOf(kernels::IntraAvailable Which, const LocalMacroblock* pNeighbour) const
     {
-        return m_bIntra && !m_Around.Has(Which) ? ~0u : pNeighbour->Coded;
+        return m_IsIntraMb && !m_Around.Has(Which) ? ~0u : pNeighbour->Coded;
     }
 
     // Type: of 24, behind the first bin. Step: contexts advance by one in I slices only.
     void Intra16x16Type(uint32_t First, uint32_t Step, uint32_t Type);
     static void Component(BasicCabacCoder<Output>& Coder, uint32_t First, int32_t Value, int32_t NeighbourSum);
-    void Dc(h264::BlockCat Cat, uint32_t CodedBit, const BlockLevels* pLevels, uint32_t Positions)
+    template <class LevelType>
+    void Dc(h264::BlockCat Cat, uint32_t CodedBit, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
     {
         const uint32_t Left = CodedOf(kernels::kLeft, m_Around.pLeft), Top = CodedOf(kernels::kTop, m_Around.pTop);
         const uint32_t Flag = h264::kBlockCatContexts[Cat].CodedBlockFlag;
@@ -139,7 +147,8 @@ private:
         if (pLevels) m_Coder.Levels(Cat, *pLevels, Positions);
     }
     // Place: the bit of m_Left and m_Top that stands for the block.
-    void Block(h264::BlockCat Cat, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)
+    template <class LevelType>
+    void Block(h264::BlockCat Cat, uint32_t Place, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
     {
         Bin(h264::kBlockCatContexts[Cat].CodedBlockFlag + (m_Left >> Place & 1) + 2 * (m_Top >> Place & 1),
             pLevels != nullptr);
@@ -148,7 +157,7 @@ private:
 
     BasicCabacCoder<Output>& m_Coder;
     const NeighbourCache& m_Around;
-    bool m_bIntra;
+    bool m_IsIntraMb;
     uint32_t m_Left = 0, m_Top = 0; // bit of a block: the one left of it, or above, is coded
 };
 

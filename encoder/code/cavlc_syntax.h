@@ -26,9 +26,9 @@ public:
         std::fill_n(m_pCounts, kCountsPerMb, uint8_t{0});
     }
 
-    void Skip(bool bSkip)
+    void Skip(bool IsSkip)
     {
-        if (bSkip)
+        if (IsSkip)
             ++m_Coder.skip_run;
         else
             m_Coder.PutSkipRun();
@@ -50,20 +50,33 @@ public:
         Bits().PutSE(d.x);
         Bits().PutSE(d.y);
     }
-    void CodedBlockPattern(uint32_t Pattern, bool bIntra) { Bits().PutUE(g_PatternCodes[bIntra ? 0 : 1][Pattern]); }
+    void CodedBlockPattern(uint32_t Pattern, bool IsIntraMb)
+    {
+        Bits().PutUE(g_PatternCodes[IsIntraMb ? 0 : 1][Pattern]);
+    }
     void QpDelta(int32_t Delta) { Bits().PutSE(Delta); }
     void NoQpDelta() {}
 
     /// Takes the nC of block 0 and leaves no count.
-    void LumaDc(const BlockLevels* pLevels) { m_Coder.Block(pLevels, FindNc<4>(0, 0), 16); }
-    void ChromaDc(uint32_t, const BlockLevels* pLevels) { m_Coder.Block(pLevels, -1, 4); }
+    template <class LevelType>
+    void LumaDc(const BlockLevels<LevelType>* pLevels)
+    {
+        m_Coder.Block(pLevels, FindNc<4>(0, 0), 16);
+    }
+    template <class LevelType>
+    void ChromaDc(uint32_t, const BlockLevels<LevelType>* pLevels)
+    {
+        m_Coder.Block(pLevels, -1, 4);
+    }
     void StartLuma(uint32_t) {}
-    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block<4>(0, h264::kBlockRaster[Index], pLevels, Cat == h264::CAT_LUMA_4x4 ? 16 : 15);
     }
     void StartChroma(uint32_t, uint32_t) {}
-    void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         Block<2>(1 + Plane, Index, pLevels, 15);
     }
@@ -81,8 +94,8 @@ private:
         const int32_t Top = y > 0 ? *(pCount - Width) : m_Around.TopCounts[Plane][x];
         return h264::FindNc(Left, Top);
     }
-    template <uint32_t Width>
-    void Block(uint32_t Plane, uint32_t Place, const BlockLevels* pLevels, uint32_t Positions)
+    template <uint32_t Width, class LevelType>
+    void Block(uint32_t Plane, uint32_t Place, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
     {
         m_Coder.Block(pLevels, FindNc<Width>(Plane, Place), Positions);
         m_pCounts[kFirstCount[Plane] + static_cast<int32_t>(Place)] = pLevels ? pLevels->Count : 0;

@@ -1,7 +1,7 @@
 // Levels of a block: their worth, and the form the writers take.
 #pragma once
 
-#include "encoder/state/slice_context.h"
+#include "encoder/write/block_levels.h"
 
 #include <cstdint>
 
@@ -12,15 +12,16 @@ inline constexpr int32_t kCostOfLargeLevel = 9; // a level above 1 is always wor
 /// What a 4x4 block of levels (raster order) is worth: 3, 2, 2, 1, 1, 1 for a level behind 0 to 5 zeros in scan order
 /// and nothing beyond; 9 for the whole block as soon as a magnitude exceeds 1.
 /// @param First  1 to leave out the DC level
-int32_t CoefficientCost(const int16_t* pLevels, int32_t First);
-/// The same of an 8x8 block: 3 behind 0 to 3 zeros, 2 behind 4 to 11, 1 behind 12 to 23.
-int32_t CoefficientCost8x8(const int16_t* pLevels);
+template <class Coeff>
+int32_t CoefficientCost(const Coeff* pLevels, int32_t First);
 
 /// Lists the levels of a 4x4 block (raster order) in scan order; position 0 is scan position First.
 /// @return CoefficientCost of the block
-int32_t ListLevels(const int16_t* pLevels, int32_t First, BlockLevels& Out);
+template <class Coeff, class LevelType>
+int32_t ListLevels(const Coeff* pLevels, int32_t First, BlockLevels<LevelType>& Out);
 /// Lists Count levels that are in scan order already (chroma DC).
-void ListDcLevels(const int16_t* pLevels, int32_t Count, BlockLevels& Out);
+template <class Coeff, class LevelType>
+void ListDcLevels(const Coeff* pLevels, int32_t Count, BlockLevels<LevelType>& Out);
 
 /// What is worth its bits, by the sum of CoefficientCost: the luma of an 8x8 quadrant and of a whole inter macroblock,
 /// and the AC levels of a 4:2:0 chroma plane. Levels that are not are dropped.

@@ -11,15 +11,16 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 // mb_type of an intra macroblock, Table 7-11.
-uint32_t IntraMbType(const MacroblockSyntax& m)
+template <class LevelType>
+uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
 {
     if (m.Type == MB_INTRA4X4) return h264::kIntraNxNType;
     const uint32_t Pattern = m.Local.Pattern;
     return h264::Intra16x16Type(m.Local.Intra16Mode, Pattern >> 4, (Pattern & 15) != 0);
 }
 
-template <class Policy>
-void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
+template <class LevelType, class Policy>
+void WriteIntra4x4Modes(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint8_t* const pModes = m.pIntraModes;
     for (const uint8_t r : h264::kBlockRaster) {
@@ -31,8 +32,8 @@ void WriteIntra4x4Modes(const MacroblockSyntax& m, Policy& p)
     }
 }
 
-template <class Policy>
-void WriteLuma(const MacroblockSyntax& m, Policy& p, h264::BlockCat Cat)
+template <class LevelType, class Policy>
+void WriteLuma(const MacroblockSyntax<LevelType>& m, Policy& p, h264::BlockCat Cat)
 {
     p.StartLuma(m.Local.Coded);
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -43,8 +44,8 @@ void WriteLuma(const MacroblockSyntax& m, Policy& p, h264::BlockCat Cat)
 }
 
 // Clause 7.3.5.3.
-template <class Policy>
-void WriteResidual(const MacroblockSyntax& m, Policy& p)
+template <class LevelType, class Policy>
+void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint32_t Coded = m.Local.Coded, Chroma = m.Local.Pattern >> 4;
     if (m.Type == MB_INTRA16X16) p.LumaDc(Coded & kCodedLumaDc ? &m.LumaDc : nullptr);
@@ -63,20 +64,20 @@ void WriteResidual(const MacroblockSyntax& m, Policy& p)
 
 } // namespace
 
-template <class Policy>
-bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
+template <class LevelType, class Policy>
+bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
 {
-    if (m.slice_type == SLICE_P) p.Skip(m.Type == MB_SKIP_P);
+    if (m.slice_type == h264::SLICE_P) p.Skip(m.Type == MB_SKIP_P);
     if (m.Type == MB_SKIP_P) {
         p.NoQpDelta();
         return false;
     }
-    const bool bIntra = IsIntra(m.Type);
-    if (m.slice_type == SLICE_I)
+    const bool IsIntraMb = IsIntra(m.Type);
+    if (m.slice_type == h264::SLICE_I)
         p.MbTypeI(IntraMbType(m));
     else
-        p.MbTypeP(bIntra ? h264::kFirstIntraTypeP + IntraMbType(m) : 0);
-    if (bIntra) {
+        p.MbTypeP(IsIntraMb ? h264::kFirstIntraTypeP + IntraMbType(m) : 0);
+    if (IsIntraMb) {
         if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
         p.IntraChromaMode(m.Local.ChromaMode);
     } else {
@@ -84,7 +85,7 @@ bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
         p.Difference(m.Difference);
     }
     if (m.Type != MB_INTRA16X16) {
-        p.CodedBlockPattern(m.Local.Pattern, bIntra);
+        p.CodedBlockPattern(m.Local.Pattern, IsIntraMb);
         if (m.Local.Pattern == 0) {
             p.NoQpDelta();
             return false;
@@ -95,13 +96,13 @@ bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p)
     return true;
 }
 
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<StoredBytes>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CabacSyntax<CountedBytes>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<StoredBits>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, CavlcSyntax<CountedBits>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CabacSyntax<StoredBytes>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CabacSyntax<CountedBytes>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CavlcSyntax<StoredBits>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CavlcSyntax<CountedBits>);
 #if defined(QUILVEX_TRACE)
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, TracedSyntax<CabacSyntax<StoredBytes>>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax&, TracedSyntax<CavlcSyntax<StoredBits>>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, TracedSyntax<CabacSyntax<StoredBytes>>);
+template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, TracedSyntax<CavlcSyntax<StoredBits>>);
 #endif
 
 } // namespace UMC_H264_ENCODER

@@ -10,6 +10,7 @@
 namespace UMC_H264_ENCODER {
 
 // What is to be written of a macroblock. Levels of a block are read where LocalMacroblock::Coded has its bit.
+template <class LevelType>
 struct MacroblockSyntax {
     int32_t slice_type;
     int32_t num_ref_idx_l0;
@@ -19,16 +20,16 @@ struct MacroblockSyntax {
     int32_t QpDelta;         // mb_qp_delta, where it stands
     const LocalMacroblock& Local;
     const NeighbourCache& Around;
-    const uint8_t* pIntraModes; // 16, raster order
-    const BlockLevels* pLuma;   // 16, luma4x4BlkIdx order
-    const BlockLevels& LumaDc;
-    const BlockLevels* pChromaDc; // Cb, Cr
-    const BlockLevels (*pChromaAc)[4];
+    const uint8_t* pIntraModes;          // 16, raster order
+    const BlockLevels<LevelType>* pLuma; // 16, luma4x4BlkIdx order
+    const BlockLevels<LevelType>& LumaDc;
+    const BlockLevels<LevelType>* pChromaDc; // Cb, Cr
+    const BlockLevels<LevelType> (*pChromaAc)[4];
 };
 
 /// Writes mb_skip_flag or counts it to mb_skip_run, and all that follows but end_of_slice_flag.
 /// @return whether mb_qp_delta stood in it
-template <class Policy>
-bool WriteMacroblockSyntax(const MacroblockSyntax& m, Policy p);
+template <class LevelType, class Policy>
+bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p);
 
 } // namespace UMC_H264_ENCODER

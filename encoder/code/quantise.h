@@ -12,8 +12,9 @@ uint32_t QuantiseInterLuma(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    if (Kernels<Sample>.LargestSad4x4Of16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep) <= s.quant.LumaZeroSad) return 0;
-    return Kernels<Sample>.ForwardQuant16x16(mb.src_y, mb.pitch, w.PredY, w.kPredStep, w.Luma, s.quant.pLuma);
+    if (Kernels<Sample>.LargestSad4x4Of16x16(mb.pSrcY, mb.SrcPitch, w.PredY, w.kPredStep) <= s.Quant.LumaZeroSad)
+        return 0;
+    return Kernels<Sample>.ForwardQuant16x16(mb.pSrcY, mb.SrcPitch, w.PredY, w.kPredStep, w.Luma, s.Quant.pLuma);
 }
 
 /// True when neither DC nor AC levels of a chroma plane (0 Cb, 1 Cr) against PredUV can remain, with the rounding of P
@@ -23,8 +24,8 @@ bool ChromaHasNoLevels(const SliceContext<Sample>& s, int Plane)
 {
     const auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    return Kernels<Sample>.LargestSad4x4Of8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane,
-                                              w.kPredStep) <= s.quant.ChromaZeroSad;
+    return Kernels<Sample>.LargestSad4x4Of8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
+                                              w.kPredStep) <= s.Quant.ChromaZeroSad;
 }
 
 } // namespace UMC_H264_ENCODER

@@ -24,10 +24,10 @@ void InterPrediction(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const auto& Ref = *s.ref_pic_lists.Pictures[0][mb.ref[0][0]];
-    const MotionVector v = mb.mv[0][0];
-    if (!(w.bTested && w.TestedVector == v && mb.ref[0][0] == 0)) {
-        w.bTested = false;
+    const auto& Ref = *s.ref_pic_lists.Pictures[0][mb.pReferences[0]];
+    const MotionVector v = mb.pVectors[0];
+    if (!(w.IsTested && w.TestedVector == v && mb.pReferences[0] == 0)) {
+        w.IsTested = false;
         CompensateLuma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
     }
     CompensateChroma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
@@ -38,7 +38,7 @@ template <class Sample>
 uint32_t InterLumaLevels(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
-    const uint32_t Mask = w.bTested ? w.TestedMask : QuantiseInterLuma(s);
+    const uint32_t Mask = w.IsTested ? w.TestedMask : QuantiseInterLuma(s);
     uint32_t Coded = 0;
     int32_t Total = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -60,18 +60,18 @@ void ReconstructChroma(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
-    const MacroblockQuant& q = s.quant;
+    const MacroblockQuant& q = s.Quant;
     uint32_t AnyAc = 0, AnyDc = 0;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        const auto* const pSrc = Plane ? mb.src_v : mb.src_u;
-        auto* const pDst = Plane ? mb.rec_v : mb.rec_u;
+        const auto* const pSrc = Plane ? mb.pSrcV : mb.pSrcU;
+        auto* const pDst = Plane ? mb.pRecV : mb.pRecU;
         const auto* const pPred = w.PredUV + 8 * Plane;
         auto* const pLevels = w.Chroma[Plane];
-        if (s.slice_type != SLICE_I && ChromaHasNoLevels(s, Plane)) {
+        if (s.slice_type != h264::SLICE_I && ChromaHasNoLevels(s, Plane)) {
             Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
-        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.pitch, pPred, w.kPredStep, pLevels,
+        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.SrcPitch, pPred, w.kPredStep, pLevels,
                                                           w.ChromaDc[Plane], q.pChroma);
         const uint32_t Dc = Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0],
                                                                q.pChroma->Rounding, q.pChroma->Shift);
@@ -87,12 +87,12 @@ void ReconstructChroma(SliceContext<Sample>& s)
         Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
         if (Mask) {
             Kernels<Sample>.DequantBlocks(pLevels, Mask, 4, q.pChromaScale, q.ChromaPer, 1);
-            mb.local->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
+            mb.pLocal->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
         }
         uint32_t Bits = Mask;
         if (Dc) {
             ListDcLevels(w.ChromaDc[Plane], 4, w.ChromaDcLevels[Plane]);
-            mb.local->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
+            mb.pLocal->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
             Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
             for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
         }
@@ -100,7 +100,7 @@ void ReconstructChroma(SliceContext<Sample>& s)
         AnyAc |= Mask;
         AnyDc |= Dc;
     }
-    mb.local->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
+    mb.pLocal->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
 }
 
 template <class Sample>
@@ -110,13 +110,13 @@ void ReconstructInter(const FrameLayout& Layout, SliceContext<Sample>& s)
     auto& mb = s.cur_mb;
     InterPrediction(Layout, s);
     const uint32_t Coded = InterLumaLevels(s);
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Coded) {
-        Kernels<Sample>.DequantBlocks(w.Luma, Coded, 16, s.quant.pLumaScale, s.quant.LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.rec_y, mb.pitch, Coded);
+        Kernels<Sample>.DequantBlocks(w.Luma, Coded, 16, s.Quant.pLumaScale, s.Quant.LumaPer, 0);
+        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Coded);
     }
-    mb.local->Coded = Coded;
-    mb.local->Pattern = LumaPattern(Coded);
+    mb.pLocal->Coded = Coded;
+    mb.pLocal->Pattern = LumaPattern(Coded);
     ReconstructChroma(s);
 }
 
@@ -125,10 +125,10 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
-    const MacroblockQuant& q = s.quant;
+    const MacroblockQuant& q = s.Quant;
     const auto* const pPred = w.IntraY[0];
     uint32_t Mask =
-        Kernels<Sample>.ForwardQuantAc16x16(mb.src_y, mb.pitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
+        Kernels<Sample>.ForwardQuantAc16x16(mb.pSrcY, mb.SrcPitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
     const uint32_t Dc =
         Kernels<Sample>.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);
@@ -136,17 +136,17 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
         const auto Block = static_cast<size_t>(std::countr_zero(Rest));
         ListLevels(w.Luma + 16 * Block, 1, w.LumaLevels[Block]);
     }
-    mb.local->Coded = Mask;
-    mb.local->Pattern = Mask ? 15 : 0;
-    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.rec_y, mb.pitch, 16);
+    mb.pLocal->Coded = Mask;
+    mb.pLocal->Pattern = Mask ? 15 : 0;
+    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Mask) Kernels<Sample>.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
     if (Dc) {
-        mb.local->Coded |= kCodedLumaDc;
+        mb.pLocal->Coded |= kCodedLumaDc;
         ListLevels(w.LumaDc, 0, w.LumaDcLevels);
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
-    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.rec_y, mb.pitch, Mask);
+    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask);
     ReconstructChroma(s);
 }
 
@@ -156,9 +156,9 @@ void ReconstructSkip(SliceContext<Sample>& s)
 {
     const auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.rec_y, mb.pitch, 16);
-    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.rec_u, mb.pitch, 8);
-    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.rec_v, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.pRecU, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.pRecV, mb.pitch, 8);
 }
 
 // The decision has reconstructed the blocks in the local copy already.
@@ -167,9 +167,9 @@ void ReconstructIntra4x4(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     auto& mb = s.cur_mb;
-    Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.rec_y, mb.pitch, 16);
-    mb.local->Coded = w.Intra4x4Coded;
-    mb.local->Pattern = LumaPattern(w.Intra4x4Coded);
+    Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.pRecY, mb.pitch, 16);
+    mb.pLocal->Coded = w.Intra4x4Coded;
+    mb.pLocal->Pattern = LumaPattern(w.Intra4x4Coded);
     ReconstructChroma(s);
 }
 
@@ -178,7 +178,7 @@ void ReconstructIntra4x4(SliceContext<Sample>& s)
 template <class Sample>
 void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s)
 {
-    switch (s.cur_mb.global->Type) {
+    switch (s.cur_mb.pGlobal->Type) {
     case MB_SKIP_P: return ReconstructSkip(s);
     case MB_INTRA16X16: return ReconstructIntra16x16(s);
     case MB_INTRA4X4: return ReconstructIntra4x4(s);
@@ -189,20 +189,20 @@ void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s)
 template <class Sample>
 void SetQuantisers(const QuantTables& Quant, SliceContext<Sample>& s, int32_t Qp)
 {
-    s.quant_qp = Qp;
+    s.QuantQp = Qp;
     const auto Luma = static_cast<size_t>(Qp);
     const size_t Chroma = h264::kChromaQp[Luma];
     // Intra macroblocks of P and B slices take the smaller rounding too: the slice decides, not the macroblock.
-    const auto& Table = s.slice_type == SLICE_I ? Quant.Intra : Quant.Inter;
-    s.quant.pLuma = &Table[Luma];
-    s.quant.pLumaIntra = &Quant.Intra[Luma];
-    s.quant.pChroma = &Table[Chroma];
-    s.quant.pLumaScale = Quant.Scale[Luma % 6];
-    s.quant.pChromaScale = Quant.Scale[Chroma % 6];
-    s.quant.LumaZeroSad = Quant.LumaZeroSad[Luma];
-    s.quant.ChromaZeroSad = Quant.ChromaZeroSad[Chroma];
-    s.quant.LumaPer = static_cast<int32_t>(Luma / 6);
-    s.quant.ChromaPer = static_cast<int32_t>(Chroma / 6);
+    const auto& Table = s.slice_type == h264::SLICE_I ? Quant.Intra : Quant.Inter;
+    s.Quant.pLuma = &Table[Luma];
+    s.Quant.pLumaIntra = &Quant.Intra[Luma];
+    s.Quant.pChroma = &Table[Chroma];
+    s.Quant.pLumaScale = Quant.Scale[Luma % 6];
+    s.Quant.pChromaScale = Quant.Scale[Chroma % 6];
+    s.Quant.LumaZeroSad = Quant.LumaZeroSad[Luma];
+    s.Quant.ChromaZeroSad = Quant.ChromaZeroSad[Chroma];
+    s.Quant.LumaPer = static_cast<int32_t>(Luma / 6);
+    s.Quant.ChromaPer = static_cast<int32_t>(Chroma / 6);
 }
 
 template void Reconstruct(const FrameLayout&, SliceContext<uint8_t>&);

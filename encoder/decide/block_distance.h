@@ -9,16 +9,21 @@ namespace UMC_H264_ENCODER {
 // Names a block size: 4x4 is 5, 8x8 is 10, 16x16 is 20; the chroma sizes of 2 to 4 samples are 2, 3 and 4.
 constexpr int32_t SizeCode(int32_t Width, int32_t Height) { return Width + Height / 4; }
 
-using DistanceFunction = int32_t(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB);
+template <class Sample>
+using DistanceFunction = int32_t(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB);
 
 /// The function for a size code; null for an unknown one.
-DistanceFunction* SadFunction(int32_t SizeCode);
-DistanceFunction* SatdFunction(int32_t SizeCode);
+template <class Sample>
+DistanceFunction<Sample>* SadFunction(int32_t SizeCode);
+template <class Sample>
+DistanceFunction<Sample>* SatdFunction(int32_t SizeCode);
 
-/// Sum of absolute differences; steps in bytes. 0 for an unknown size code.
-int32_t SAD(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB, int32_t SizeCode);
+/// Sum of absolute differences; steps in samples. 0 for an unknown size code.
+template <class Sample>
+int32_t SAD(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB, int32_t SizeCode);
 /// Sum of the magnitudes of the 4x4 Hadamard transforms of the difference (of a transform of their own for the sizes of
 /// 2 samples), not normalised. 0 for an unknown size code.
-int32_t SATD(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB, int32_t SizeCode);
+template <class Sample>
+int32_t SATD(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB, int32_t SizeCode);
 
 } // namespace UMC_H264_ENCODER

@@ -31,13 +31,13 @@ bool SkipLeavesChroma(SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const auto* const pQuant = s.quant.pChroma;
+    const auto* const pQuant = s.Quant.pChroma;
     for (int Plane = 0; Plane < 2; ++Plane) {
         if (ChromaHasNoLevels(s, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask =
-            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.src_v : mb.src_u, mb.pitch, w.PredUV + 8 * Plane, w.kPredStep,
-                                              pLevels, w.ChromaDc[Plane], pQuant);
+            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
+                                              w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
         if (Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
             return true;
         int32_t Cost = 0;
@@ -59,7 +59,7 @@ bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector
     const auto& Ref = *s.ref_pic_lists.Pictures[0][0];
     CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
     w.TestedMask = QuantiseInterLuma(s);
-    w.bTested = true;
+    w.IsTested = true;
     w.TestedVector = Skip;
     if (SkipLeavesLuma(s)) return false;
     CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
@@ -71,55 +71,48 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
 template <class Sample>
-void BuildCandidates(const FrameLayout& Layout, const PictureJob<Sample>& Job, const SliceContext<Sample>& s,
-                     size_t List, const H264EncoderFrame<Sample>& Ref, MEParams& p)
+void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
+                     MEParams<Sample>& p)
 {
     const auto& mb = s.cur_mb;
-    const auto Add = [&](const MotionVector* pField, int32_t MbIndex, int32_t RasterBlock) {
-        AddCandidate(p, Whole(pField[static_cast<ptrdiff_t>(MbIndex) * 16 + RasterBlock]));
-    };
-    const NeighbourCache::Motion& Around = mb.around.Motions[List];
+    const NeighbourMotion& Around = mb.Around.Motion;
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
     AddCandidate(p, {0, 0});
-    if (mb.around.Has(kernels::kTop)) AddCandidate(p, Whole(Around.TopVectors[0]));
-    if (mb.around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
-    if (mb.around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
-    const bool bLastRow = mb.mb_y + 1 == Layout.MbHeight, bLastColumn = mb.mb_x + 1 == Layout.MbWidth;
-    // Of whatever slice it is.
-    if (mb.mb_y > 0 && !bLastColumn) Add(Job.current->mb_motion[List], mb.mb_index - Layout.MbWidth + 1, 12);
-    const MotionVector* const pReference = Ref.mb_motion[List];
-    if (!bLastRow) Add(pReference, mb.mb_index + Layout.MbWidth, 0);
-    if (!bLastColumn) Add(pReference, mb.mb_index + 1, 0);
-    Add(pReference, mb.mb_index, 0);
+    if (mb.Around.Has(kernels::kTop)) AddCandidate(p, Whole(Around.TopVectors[0]));
+    if (mb.Around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
+    if (mb.Around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
+    if (Around.pTopRightOfPicture) AddCandidate(p, Whole(*Around.pTopRightOfPicture));
+    const MotionVector* const pReference = Ref.mb_motion[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
+    if (mb.mb_y + 1 < Layout.MbHeight) AddCandidate(p, Whole(pReference[static_cast<ptrdiff_t>(Layout.MbWidth) * 16]));
+    if (mb.mb_x + 1 < Layout.MbWidth) AddCandidate(p, Whole(pReference[16]));
+    AddCandidate(p, Whole(*pReference));
 }
 
 template <class Sample>
 void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                MEParams& p)
+                MEParams<Sample>& p)
 {
     const auto& mb = s.cur_mb;
-    const MacroblockPosition& At = *mb.position;
+    const MacroblockPosition& At = *mb.pPosition;
     auto& w = s.work_area;
-    p.src_y = mb.src_y, p.src_u = mb.src_u, p.src_v = mb.src_v;
-    p.ref_y = Ref.m_pY + At.LumaFrame;
-    p.ref_u = Ref.m_pU + At.ChromaFrame;
-    p.ref_v = Ref.m_pV + At.ChromaFrame;
+    p.src_y = mb.pSrcY, p.src_u = mb.pSrcU, p.src_v = mb.pSrcV;
+    p.ref_y = Ref.m_pY + At.Luma;
+    p.ref_u = Ref.m_pU + At.Chroma;
+    p.ref_v = Ref.m_pV + At.Chroma;
     p.pitch = mb.pitch;
-    p.bit_depth = p.bit_depth_chroma = 8;
-    p.chroma_mv_offset = 0;
-    p.chroma_format = Settings.layout.ChromaFormat;
+    p.SrcPitch = mb.SrcPitch;
     p.block_width = p.block_height = 16;
-    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.local->Qp)];
+    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.pLocal->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
     p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
-    p.range_x = std::max(Settings.params.search_x, 0), p.range_y = std::max(Settings.params.search_y, 0);
-    p.flags = Settings.analysis_flags;
-    p.method = Settings.params.search_method + (Settings.params.search_method > 0 ? kMethodWalkingRefinement : 0);
-    p.halves = &w.Halves;
-    p.trial = w.Trial;
-    p.trial_uv = w.TrialUV;
-    p.visited = w.pVisited.get();
+    p.range_x = std::max(Settings.Params.search_x, 0), p.range_y = std::max(Settings.Params.search_y, 0);
+    p.flags = Settings.AnalysisFlags;
+    p.method = Settings.Params.search_method + (Settings.Params.search_method > 0 ? kMethodWalkingRefinement : 0);
+    p.pHalves = &w.Halves;
+    p.pTrial = w.Trial;
+    p.pTrialUV = w.TrialUV;
+    p.pVisited = w.pVisited.get();
 }
 
 // Price of naming reference r of n.
@@ -133,30 +126,30 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
 } // namespace
 
 template <class Sample>
-Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
-    const uint32_t Flags = Settings.analysis_flags;
-    const int32_t Qp = mb.local->Qp;
-    const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.threshold_me[static_cast<size_t>(Qp)] : 0;
-    const h264::MotionNeighbours Around = mb.around.Of16x16(0);
+    const uint32_t Flags = Settings.AnalysisFlags;
+    const int32_t Qp = mb.pLocal->Qp;
+    const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[static_cast<size_t>(Qp)] : 0;
+    const h264::MotionNeighbours Around = mb.Around.Motion.Of16x16();
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};
-    MEParams p;
+    MEParams<Sample> p;
     for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
         const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
         const MotionVector Predicted = h264::PredictMedian(Around, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, Predicted, Skip))
+        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, s, Predicted, Skip))
             return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
         p.pred_mv = Predicted;
         FillSearch(Settings, s, Ref, p);
         p.threshold = Limit;
-        BuildCandidates(Settings.layout, Job, s, 0, Ref, p);
+        BuildCandidates(Settings.Layout, s, Ref, p);
         SearchInteger(p);
         const int32_t Price = ReferencePrice(Qp, r, s.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.layout, s, p.best_mv, Skip))
+        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, s, p.best_mv, Skip))
             return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
         if (p.best_cost + Price < Best) {
             Best = p.best_cost + Price;
@@ -175,6 +168,6 @@ Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job
             .Difference = Difference};
 }
 
-template Candidate DecideP(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

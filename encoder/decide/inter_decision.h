@@ -3,13 +3,13 @@
 
 #include "encoder/decide/candidate.h"
 #include "encoder/state/encoder_settings.h"
-#include "encoder/state/picture_job.h"
+#include "encoder/state/slice_context.h"
 
 namespace UMC_H264_ENCODER {
 
 /// Of a macroblock in a P slice; the cost of a skip is 0. A skip leaves its prediction in PredY and PredUV of the work
-/// area, and a skip test that failed what was tested (bTested).
+/// area, and a skip test that failed what was tested (IsTested).
 template <class Sample>
-Candidate DecideP(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s);
+Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s);
 
 } // namespace UMC_H264_ENCODER

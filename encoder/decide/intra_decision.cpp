@@ -17,8 +17,9 @@ constexpr int32_t kImpossible = std::numeric_limits<int32_t>::max();
 constexpr int32_t kBitsOfIntra4x4 = 24; // estimate of what the type costs beyond the modes counted
 
 // The four modes of a block of one size in the order in which they are compared; a tie stays with the earlier.
+template <class Sample>
 struct ModeTrial {
-    kernels::PredictIntraSig* pPredict;
+    typename CodecTraits<Sample>::PredictIntra* pPredict;
     uint8_t Mode;
     int32_t Bits; // an estimate, not the length of the code
 };
@@ -30,21 +31,21 @@ Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const unsigned Available = mb.around.Available;
-    const ModeTrial Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 3},
+    const unsigned Available = mb.Around.Available;
+    const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 3},
                               {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, 1},
                               {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, 3},
                               {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
     const auto pDistance =
-        Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
+        Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
     Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
     int BestSlot = 0;
-    for (const ModeTrial& t : Trials) {
-        const int32_t Price = BitPrice(mb.local->Qp, t.Bits);
+    for (const ModeTrial<Sample>& t : Trials) {
+        const int32_t Price = BitPrice(mb.pLocal->Qp, t.Bits);
         if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best.Cost) continue;
         auto* const pTrial = w.IntraY[1 - BestSlot];
-        t.pPredict(mb.rec_y, mb.pitch, pTrial, w.kPredStep, Available);
-        const int32_t Cost = Price + pDistance(mb.src_y, mb.pitch, pTrial, w.kPredStep);
+        t.pPredict(mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available);
+        const int32_t Cost = Price + pDistance(mb.pSrcY, mb.SrcPitch, pTrial, w.kPredStep);
         if (Cost >= Best.Cost) continue;
         Best.Cost = Cost;
         BestSlot = 1 - BestSlot;
@@ -59,20 +60,21 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
 {
     auto& w = s.work_area;
     const auto& mb = s.cur_mb;
-    const unsigned Available = mb.around.Available;
-    const ModeTrial Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 1},
+    const unsigned Available = mb.Around.Available;
+    const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 1},
                               {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, 3},
                               {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, 3},
                               {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, 5}};
-    const auto pDistance = Settings.analysis_flags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
+    const auto pDistance = Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
     int32_t Best = kImpossible;
-    for (const ModeTrial& t : Trials) {
+    for (const ModeTrial<Sample>& t : Trials) {
         if (kernels::kIntraChromaNeeds[t.Mode] & ~Available) continue;
         auto* const pTrial = w.TrialUV;
-        t.pPredict(mb.rec_u, mb.pitch, pTrial, w.kPredStep, Available);
-        t.pPredict(mb.rec_v, mb.pitch, pTrial + 8, w.kPredStep, Available);
-        const int32_t Cost = BitPrice(mb.local->QpChroma, t.Bits) + pDistance(mb.src_u, mb.pitch, pTrial, w.kPredStep) +
-                             pDistance(mb.src_v, mb.pitch, pTrial + 8, w.kPredStep);
+        t.pPredict(mb.pRecU, mb.pitch, pTrial, w.kPredStep, Available);
+        t.pPredict(mb.pRecV, mb.pitch, pTrial + 8, w.kPredStep, Available);
+        const int32_t Cost = BitPrice(mb.pLocal->QpChroma, t.Bits) +
+                             pDistance(mb.pSrcU, mb.SrcPitch, pTrial, w.kPredStep) +
+                             pDistance(mb.pSrcV, mb.SrcPitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;
         Mode = t.Mode;
@@ -99,8 +101,8 @@ class Intra4x4Trial
 {
 public:
     Intra4x4Trial(const EncoderSettings& Settings, SliceContext<Sample>& s)
-        : m_s(s), m_w(s.work_area), m_Available(s.cur_mb.around.Available),
-          m_bSad((Settings.analysis_flags & ENC_ANALYSE_SAD) != 0)
+        : m_s(s), m_w(s.work_area), m_Available(s.cur_mb.Around.Available),
+          m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0)
     {
         LoadNeighbours();
         m_w.Intra4x4Coded = 0;
@@ -116,7 +118,7 @@ private:
     SliceContext<Sample>& m_s;
     WorkArea<Sample>& m_w;
     unsigned m_Available;
-    bool m_bSad;
+    bool m_UsesSad;
 };
 
 template <class Sample>
@@ -124,29 +126,29 @@ void Intra4x4Trial<Sample>::LoadNeighbours()
 {
     const auto& mb = m_s.cur_mb;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin;
-    if (mb.around.Has(kernels::kTop)) {
-        const Sample* const pAbove = mb.rec_y - mb.pitch;
+    if (mb.Around.Has(kernels::kTop)) {
+        const Sample* const pAbove = mb.pRecY - mb.pitch;
         std::copy(pAbove - 1, pAbove + 20, pLocal - m_w.kLocalStep - 1);
     }
-    if (mb.around.Has(kernels::kLeft))
-        for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.rec_y[y * mb.pitch - 1];
+    if (mb.Around.Has(kernels::kLeft))
+        for (int32_t y = 0; y < 16; ++y) pLocal[y * m_w.kLocalStep - 1] = mb.pRecY[y * mb.pitch - 1];
 }
 
 // Mode of a block for the prediction of modes; -1 outside the slice. Columns and rows from -1.
 template <class Sample>
 int32_t Intra4x4Trial<Sample>::ModeOf(int32_t bx, int32_t by) const
 {
-    if (bx < 0) return m_s.cur_mb.around.LeftModes[by];
-    if (by < 0) return m_s.cur_mb.around.TopModes[bx];
+    if (bx < 0) return m_s.cur_mb.Around.LeftModes[by];
+    if (by < 0) return m_s.cur_mb.Around.TopModes[bx];
     return m_w.Intra4x4Modes[by * 4 + bx];
 }
 
 template <class Sample>
 void Intra4x4Trial<Sample>::Code(uint32_t Index, Sample* pLocal, const Sample* pSrc, const Sample* pPred)
 {
-    const MacroblockQuant& q = m_s.quant;
+    const MacroblockQuant& q = m_s.Quant;
     auto* const pLevels = m_w.Intra4x4 + 16 * Index;
-    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_s.cur_mb.pitch, pPred, 4, pLevels, q.pLuma);
+    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_s.cur_mb.SrcPitch, pPred, 4, pLevels, q.pLuma);
     for (int32_t y = 0; y < 4; ++y) std::copy_n(pPred + 4 * y, 4, pLocal + y * m_w.kLocalStep);
     if (!Mask) return;
     m_w.Intra4x4Coded |= 1u << Index;
@@ -160,18 +162,18 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 {
     const auto& mb = m_s.cur_mb;
     const int32_t Raster = h264::kBlockRaster[Index], bx = Raster & 3, by = Raster >> 2;
-    const Sample* const pSrc = mb.src_y + 4 * by * mb.pitch + 4 * bx;
+    const Sample* const pSrc = mb.pSrcY + 4 * by * mb.SrcPitch + 4 * bx;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
     const unsigned Available = kernels::BlockNeighbours(m_Available, bx, by, 4);
     const int32_t Predicted = h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
-    const int32_t PriceOfPredicted = BitPrice(mb.local->Qp, 1), PriceOfOther = BitPrice(mb.local->Qp, 4);
+    const int32_t PriceOfPredicted = BitPrice(mb.pLocal->Qp, 1), PriceOfOther = BitPrice(mb.pLocal->Qp, 4);
 
     alignas(16) Sample Predictions[9][16];
     int32_t Distances[9];
-    Kernels<Sample>.PredictAll4x4(pSrc, mb.pitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
+    Kernels<Sample>.PredictAll4x4(pSrc, mb.SrcPitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
     int32_t Best = kImpossible, BestMode = 0;
     const auto Try = [&](int32_t Mode) {
-        if (!m_bSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, mb.pitch, Predictions[Mode], 4);
+        if (!m_UsesSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, mb.SrcPitch, Predictions[Mode], 4);
         const int32_t Cost = (Mode == Predicted ? PriceOfPredicted : PriceOfOther) + Distances[Mode];
         if (Cost > Best || (Cost == Best && Mode > BestMode)) return;
         Best = Cost;
@@ -195,7 +197,7 @@ Candidate Intra4x4(const EncoderSettings& Settings, SliceContext<Sample>& s, int
         Tried.Cost += Trial.Block(Index);
         if (Tried.Cost > Limit) return Tried;
     }
-    Tried.Cost += BitPrice(s.cur_mb.local->Qp, kBitsOfIntra4x4);
+    Tried.Cost += BitPrice(s.cur_mb.pLocal->Qp, kBitsOfIntra4x4);
     return Tried;
 }
 
@@ -203,8 +205,8 @@ template <class Sample>
 bool HasDetail(const SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
-    const auto Qp = static_cast<size_t>(mb.local->Qp);
-    return Kernels<Sample>.CountEdges16x16(mb.src_y, mb.pitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
+    const auto Qp = static_cast<size_t>(mb.pLocal->Qp);
+    return Kernels<Sample>.CountEdges16x16(mb.pSrcY, mb.SrcPitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
 }
 
 template <class Sample>
@@ -218,16 +220,15 @@ template <class Sample>
 Candidate AnalyseIntra(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     Candidate Best = Intra16x16(Settings, s);
-    if ((Settings.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(s)) TryFinerIntra(Settings, s, Best);
+    if ((Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(s)) TryFinerIntra(Settings, s, Best);
     return Best;
 }
 
-using Slice8 = SliceContext<uint8_t>;
-template Candidate Intra16x16(const EncoderSettings&, Slice8&);
-template Candidate Intra4x4(const EncoderSettings&, Slice8&, int32_t);
-template int32_t IntraChroma(const EncoderSettings&, Slice8&, uint8_t&);
-template bool HasDetail(const Slice8&);
-template void TryFinerIntra(const EncoderSettings&, Slice8&, Candidate&);
-template Candidate AnalyseIntra(const EncoderSettings&, Slice8&);
+template Candidate Intra16x16(const EncoderSettings&, SliceContext<uint8_t>&);
+template Candidate Intra4x4(const EncoderSettings&, SliceContext<uint8_t>&, int32_t);
+template int32_t IntraChroma(const EncoderSettings&, SliceContext<uint8_t>&, uint8_t&);
+template bool HasDetail(const SliceContext<uint8_t>&);
+template void TryFinerIntra(const EncoderSettings&, SliceContext<uint8_t>&, Candidate&);
+template Candidate AnalyseIntra(const EncoderSettings&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

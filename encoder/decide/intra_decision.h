@@ -4,7 +4,7 @@
 #include "encoder/decide/candidate.h"
 #include "encoder/decide/motion_tables.h"
 #include "encoder/state/encoder_settings.h"
-#include "encoder/state/picture_job.h"
+#include "encoder/state/slice_context.h"
 
 namespace UMC_H264_ENCODER {
 

@@ -17,11 +17,11 @@ template <class Sample>
 Candidate IntraAgainst(int32_t InterCost, const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
     Candidate Best = Intra16x16(Settings, s);
-    const bool bFiner = Best.Cost <= 2 * InterCost &&
-                        InterCost >= Settings.threshold_advanced_intra[static_cast<size_t>(s.cur_mb.local->Qp)] &&
-                        (Settings.analysis_flags & ENC_ANALYSE_I4X4) && HasDetail(s);
-    if (bFiner) TryFinerIntra(Settings, s, Best);
-    if (Settings.analysis_flags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, s, Best.ChromaMode);
+    const bool TriesFiner = Best.Cost <= 2 * InterCost &&
+                            InterCost >= Settings.TryAdvancedIntraThreshold[static_cast<size_t>(s.cur_mb.pLocal->Qp)] &&
+                            (Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(s);
+    if (TriesFiner) TryFinerIntra(Settings, s, Best);
+    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, s, Best.ChromaMode);
     return Best;
 }
 
@@ -39,40 +39,40 @@ template <class Sample>
 void Commit(const Candidate& Won, SliceContext<Sample>& s)
 {
     auto& mb = s.cur_mb;
-    LocalMacroblock& Local = *mb.local;
-    mb.global->Type = Won.Type;
+    LocalMacroblock& Local = *mb.pLocal;
+    mb.pGlobal->Type = Won.Type;
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    FillVectors(mb.mv[0], Won.Vector);
-    FillVectors(mb.mvd[0], Won.Difference);
-    std::memset(mb.ref[0], Won.Ref, 16);
+    FillVectors(mb.pVectors, Won.Vector);
+    FillVectors(mb.pDifferences, Won.Difference);
+    std::memset(mb.pReferences, Won.Ref, 16);
     if (Won.Type == MB_INTRA4X4)
-        std::memcpy(mb.intra_modes, s.work_area.Intra4x4Modes, 16);
+        std::memcpy(mb.pIntraModes, s.work_area.Intra4x4Modes, 16);
     else
-        std::memset(mb.intra_modes, h264::kIntraDcMode, 16);
+        std::memset(mb.pIntraModes, h264::kIntraDcMode, 16);
     s.intra_count += IsIntra(Won.Type);
 }
 
 template <class Sample>
-void AnalyseMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+void AnalyseMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s)
 {
-    s.work_area.bTested = false;
-    if (s.slice_type == SLICE_I) {
+    s.work_area.IsTested = false;
+    if (s.slice_type == h264::SLICE_I) {
         Candidate Intra = AnalyseIntra(Settings, s);
         IntraChroma(Settings, s, Intra.ChromaMode);
         return Commit(Intra, s);
     }
-    const Candidate Inter = DecideP(Settings, Job, s);
-    const auto Qp = static_cast<size_t>(s.cur_mb.local->Qp);
-    if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.threshold_skip_intra[Qp]) return Commit(Inter, s);
+    const Candidate Inter = DecideP(Settings, s);
+    const auto Qp = static_cast<size_t>(s.cur_mb.pLocal->Qp);
+    if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Commit(Inter, s);
     Candidate Intra = IntraAgainst(Inter.Cost, Settings, s);
     if (Intra.Cost >= Inter.Cost) return Commit(Inter, s);
-    if (!(Settings.analysis_flags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, s, Intra.ChromaMode);
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, s, Intra.ChromaMode);
     Commit(Intra, s);
 }
 
-template void AnalyseMacroblock(const EncoderSettings&, const PictureJob<uint8_t>&, SliceContext<uint8_t>&);
+template void AnalyseMacroblock(const EncoderSettings&, SliceContext<uint8_t>&);
 template void Commit(const Candidate&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,7 +1,5 @@
 #include "encoder/decide/motion_search.h"
 
-#include "kernels/dispatch/kernels.h"
-
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
@@ -16,25 +14,28 @@ MotionVector Point(int32_t x, int32_t y) { return {static_cast<int16_t>(x), stat
 
 } // namespace
 
-IntegerSearch::IntegerSearch(MEParams& Params)
-    : m_p(Params), m_pDistance(SadFunction(SizeCode(Params.block_width, Params.block_height))),
+template <class Sample>
+IntegerSearch<Sample>::IntegerSearch(MEParams<Sample>& Params)
+    : m_p(Params), m_pDistance(SadFunction<Sample>(SizeCode(Params.block_width, Params.block_height))),
       m_BestCost(std::numeric_limits<int32_t>::max())
 {
 }
 
-void IntegerSearch::TryCandidates()
+template <class Sample>
+void IntegerSearch<Sample>::TryCandidates()
 {
     m_Left = m_p.limit_left, m_Right = m_p.limit_right;
     m_Top = m_p.limit_top, m_Bottom = m_p.limit_bottom;
-    for (int32_t i = 0; i < m_p.candidate_count && !m_bStop; ++i) {
+    for (int32_t i = 0; i < m_p.candidate_count && !m_HasStopped; ++i) {
         const MotionVector v = i < 8 ? m_p.candidates[i] : m_p.pred_mv;
         Try(v.x, v.y);
     }
 }
 
-bool IntegerSearch::Try(int32_t x, int32_t y)
+template <class Sample>
+bool IntegerSearch<Sample>::Try(int32_t x, int32_t y)
 {
-    if (m_bStop || !InWindow(x, y)) return false;
+    if (m_HasStopped || !InWindow(x, y)) return false;
     // The vector's price alone may already lose; then the picture is not touched.
     int32_t Cost = VectorCost(m_p, 4 * x, 4 * y);
     if (Cost >= m_BestCost) return false;
@@ -43,11 +44,12 @@ bool IntegerSearch::Try(int32_t x, int32_t y)
     m_BestCost = Cost;
     m_BestX = x;
     m_BestY = y;
-    m_bStop = Cost <= m_p.threshold;
+    m_HasStopped = Cost <= m_p.threshold;
     return true;
 }
 
-int32_t IntegerSearch::TryPoints(const MotionVector* pPoints, int32_t Count)
+template <class Sample>
+int32_t IntegerSearch<Sample>::TryPoints(const MotionVector* pPoints, int32_t Count)
 {
     if (m_p.block_width != 16 || m_p.block_height != 16) {
         int32_t Last = -1;
@@ -73,26 +75,28 @@ int32_t IntegerSearch::TryPoints(const MotionVector* pPoints, int32_t Count)
 
 // The results are looked at in the order of the points. A point that was left out for its price would also lose here,
 // as the best cost only falls.
-int32_t IntegerSearch::Measure(KeptPoints& k)
+template <class Sample>
+int32_t IntegerSearch<Sample>::Measure(KeptPoints& k)
 {
     int32_t Sum[8], Done = 0;
     for (; k.Count - Done >= 3; Done += 4) {
         for (int32_t i = k.Count; i < Done + 4; ++i) k.pBlock[i] = k.pBlock[Done];
-        kernels::g_Kernels.Sad16x16x4(m_p.src_y, m_p.pitch, &k.pBlock[Done], m_p.pitch, &Sum[Done]);
+        Kernels<Sample>.Sad16x16x4(m_p.src_y, m_p.SrcPitch, &k.pBlock[Done], m_p.pitch, &Sum[Done]);
     }
-    for (; Done < k.Count; ++Done) Sum[Done] = m_pDistance(m_p.src_y, m_p.pitch, k.pBlock[Done], m_p.pitch);
+    for (; Done < k.Count; ++Done) Sum[Done] = m_pDistance(m_p.src_y, m_p.SrcPitch, k.pBlock[Done], m_p.pitch);
     int32_t Won = -1;
     for (int32_t i = 0; i < k.Count; ++i) {
         if (k.Price[i] + Sum[i] >= m_BestCost) continue;
         Won = i;
         m_BestCost = k.Price[i] + Sum[i];
-        m_bStop = m_BestCost <= m_p.threshold;
-        if (m_bStop) break;
+        m_HasStopped = m_BestCost <= m_p.threshold;
+        if (m_HasStopped) break;
     }
     return Won;
 }
 
-int32_t IntegerSearch::TryRing(const DirectionRow& Row, int32_t StepX, int32_t StepY)
+template <class Sample>
+int32_t IntegerSearch<Sample>::TryRing(const DirectionRow& Row, int32_t StepX, int32_t StepY)
 {
     if (m_p.block_width == 16 && m_p.block_height == 16) return TryRing16x16(Row, StepX, StepY);
     MotionVector Points[8];
@@ -105,25 +109,26 @@ int32_t IntegerSearch::TryRing(const DirectionRow& Row, int32_t StepX, int32_t S
 }
 
 // A ring has three columns and three rows: whether they lie in the window and what they cost is found once for each.
-int32_t IntegerSearch::TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY)
+template <class Sample>
+int32_t IntegerSearch<Sample>::TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY)
 {
     const uint8_t *const pBitsX = MVBits() - m_p.pred_mv.x, *const pBitsY = MVBits() - m_p.pred_mv.y;
-    bool bColumn[3], bRow[3];
+    bool IsColumnInside[3], IsRowInside[3];
     int32_t ColumnBits[3], RowBits[3];
     for (int32_t i = 0; i < 3; ++i) {
         const int32_t x = m_BestX + (i - 1) * StepX, y = m_BestY + (i - 1) * StepY;
-        bColumn[i] = x >= m_Left && x <= m_Right;
-        bRow[i] = y >= m_Top && y <= m_Bottom;
-        ColumnBits[i] = bColumn[i] ? pBitsX[4 * x] : 0;
-        RowBits[i] = bRow[i] ? pBitsY[4 * y] : 0;
+        IsColumnInside[i] = x >= m_Left && x <= m_Right;
+        IsRowInside[i] = y >= m_Top && y <= m_Bottom;
+        ColumnBits[i] = IsColumnInside[i] ? pBitsX[4 * x] : 0;
+        RowBits[i] = IsRowInside[i] ? pBitsY[4 * y] : 0;
     }
     const int16_t* const pPrices = m_p.mv_cost_table->data();
-    const uint8_t* const pCentre = m_p.ref_y + m_BestY * m_p.pitch + m_BestX;
+    const Sample* const pCentre = m_p.ref_y + m_BestY * m_p.pitch + m_BestX;
     const int32_t StepRows = StepY * m_p.pitch;
     KeptPoints k;
     for (int32_t i = 0; i < Row.Count; ++i) {
         const Direction d = kDirections[Row.Next[i]];
-        if (!bColumn[d.dx + 1] || !bRow[d.dy + 1]) continue;
+        if (!IsColumnInside[d.dx + 1] || !IsRowInside[d.dy + 1]) continue;
         k.Index[k.Count] = Row.Next[i];
         k.Price[k.Count] = pPrices[ColumnBits[d.dx + 1] + RowBits[d.dy + 1]];
         k.pBlock[k.Count] = pCentre + d.dy * StepRows + d.dx * StepX;
@@ -137,7 +142,8 @@ int32_t IntegerSearch::TryRing16x16(const DirectionRow& Row, int32_t StepX, int3
     return k.Index[Won];
 }
 
-void IntegerSearch::SetWindow()
+template <class Sample>
+void IntegerSearch<Sample>::SetWindow()
 {
     m_Left = std::max(m_p.limit_left, m_BestX - m_p.range_x);
     m_Right = std::min(m_p.limit_right, m_BestX + m_p.range_x);
@@ -145,9 +151,10 @@ void IntegerSearch::SetWindow()
     m_Bottom = std::min(m_p.limit_bottom, m_BestY + m_p.range_y);
 }
 
-void IntegerSearch::RunPattern()
+template <class Sample>
+void IntegerSearch<Sample>::RunPattern()
 {
-    if (m_bStop) return;
+    if (m_HasStopped) return;
     SetWindow();
     switch (m_p.method & 15) {
     case SEARCH_FULL: return Full();
@@ -161,16 +168,18 @@ void IntegerSearch::RunPattern()
     }
 }
 
-void IntegerSearch::Full()
+template <class Sample>
+void IntegerSearch<Sample>::Full()
 {
-    for (int32_t y = m_Top; y <= m_Bottom && !m_bStop; ++y)
-        for (int32_t x = m_Left; x <= m_Right && !m_bStop; ++x) Try(x, y);
+    for (int32_t y = m_Top; y <= m_Bottom && !m_HasStopped; ++y)
+        for (int32_t x = m_Left; x <= m_Right && !m_HasStopped; ++x) Try(x, y);
 }
 
-void IntegerSearch::Log()
+template <class Sample>
+void IntegerSearch<Sample>::Log()
 {
     int32_t StepX = m_p.range_x, StepY = m_p.range_y, Towards = 0;
-    while (StepX > 0 && StepY > 0 && !m_bStop) {
+    while (StepX > 0 && StepY > 0 && !m_HasStopped) {
         Towards = TryRing(kNextDirections[Towards], StepX, StepY);
         if (Towards >= 0) continue;
         Towards = 0;
@@ -179,12 +188,13 @@ void IntegerSearch::Log()
     }
 }
 
-void IntegerSearch::CrossLog()
+template <class Sample>
+void IntegerSearch<Sample>::CrossLog()
 {
     const auto Range = static_cast<uint32_t>(std::max(m_p.range_x, m_p.range_y));
     const int32_t Log2 = static_cast<int32_t>(std::bit_width(Range)) - 1;
     int32_t Step = std::max(Log2 > 0 ? 1 << (Log2 - 1) : 0, 2);
-    while (Step > 1 && !m_bStop) {
+    while (Step > 1 && !m_HasStopped) {
         const MotionVector Points[4]{Point(m_BestX, m_BestY - Step), Point(m_BestX - Step, m_BestY),
                                      Point(m_BestX, m_BestY + Step), Point(m_BestX + Step, m_BestY)};
         if (TryPoints(Points, 4) < 0) Step /= 2;
@@ -194,11 +204,12 @@ void IntegerSearch::CrossLog()
         for (int32_t dx = -1; dx <= 1; ++dx) Try(x + dx, y + dy);
 }
 
-void IntegerSearch::HexagonLog()
+template <class Sample>
+void IntegerSearch<Sample>::HexagonLog()
 {
     static constexpr Direction kDiamond[8]{{-1, -1}, {0, -2}, {1, -1}, {2, 0}, {1, 1}, {0, 2}, {-1, 1}, {-2, 0}};
     int32_t Step = (m_Right - m_Left + m_Bottom - m_Top) / 4;
-    while (Step > 0 && !m_bStop) {
+    while (Step > 0 && !m_HasStopped) {
         MotionVector Points[8];
         for (size_t i = 0; i < 8; ++i)
             Points[i] = Point(m_BestX + kDiamond[i].dx * Step, m_BestY + kDiamond[i].dy * Step);
@@ -206,23 +217,25 @@ void IntegerSearch::HexagonLog()
     }
     const MotionVector Near[4]{Point(m_BestX, m_BestY - 1), Point(m_BestX + 1, m_BestY), Point(m_BestX, m_BestY + 1),
                                Point(m_BestX - 1, m_BestY)};
-    if (!m_bStop) TryPoints(Near, 4);
+    if (!m_HasStopped) TryPoints(Near, 4);
 }
 
 // Measures a column in row 0 of the vectors, whatever row the best point lies in, and keeps the column alone. That is
 // deliberate in both patterns below.
-bool IntegerSearch::TryInRowZero(int32_t x)
+template <class Sample>
+bool IntegerSearch<Sample>::TryInRowZero(int32_t x)
 {
-    if (m_bStop || x < m_Left || x > m_Right) return false;
+    if (m_HasStopped || x < m_Left || x > m_Right) return false;
     const int32_t Cost = VectorCost(m_p, 4 * x, 0) + Distance(x, 0);
     if (Cost >= m_BestCost) return false;
     m_BestCost = Cost;
     m_BestX = x;
-    m_bStop = Cost <= m_p.threshold;
+    m_HasStopped = Cost <= m_p.threshold;
     return true;
 }
 
-void IntegerSearch::Cross()
+template <class Sample>
+void IntegerSearch<Sample>::Cross()
 {
     const int32_t CentreX = m_BestX, CentreY = m_BestY;
     for (int32_t x = CentreX - m_p.range_x; x < CentreX + m_p.range_x; x += 2) TryInRowZero(x);
@@ -230,15 +243,16 @@ void IntegerSearch::Cross()
     for (int32_t y = CentreY - m_p.range_y; y < CentreY + m_p.range_y; y += 2) Try(Column, y);
 }
 
-void IntegerSearch::AxisBisection()
+template <class Sample>
+void IntegerSearch<Sample>::AxisBisection()
 {
-    for (int32_t Step = m_p.range_x; Step > 0 && !m_bStop;) {
+    for (int32_t Step = m_p.range_x; Step > 0 && !m_HasStopped;) {
         const int32_t Centre = m_BestX;
         TryInRowZero(Centre - Step);
         TryInRowZero(Centre + Step);
         if (m_BestX == Centre) Step /= 2;
     }
-    for (int32_t Step = m_p.range_y; Step > 0 && !m_bStop;) {
+    for (int32_t Step = m_p.range_y; Step > 0 && !m_HasStopped;) {
         const int32_t Centre = m_BestY;
         Try(m_BestX, Centre - Step);
         Try(m_BestX, Centre + Step);
@@ -246,41 +260,46 @@ void IntegerSearch::AxisBisection()
     }
 }
 
-void IntegerSearch::DirectionWalk()
+template <class Sample>
+void IntegerSearch<Sample>::DirectionWalk()
 {
-    for (int32_t Towards = 0; Towards >= 0 && !m_bStop;) Towards = TryRing(kNextDirections[Towards], 1, 1);
+    for (int32_t Towards = 0; Towards >= 0 && !m_HasStopped;) Towards = TryRing(kNextDirections[Towards], 1, 1);
 }
 
 // Tries all points around the centre and moves there while one improves.
-void IntegerSearch::Walk(const MotionVector* pPoints, int32_t Count)
+template <class Sample>
+void IntegerSearch<Sample>::Walk(const MotionVector* pPoints, int32_t Count)
 {
-    for (bool bMoved = true; bMoved && !m_bStop;) {
+    for (bool HasMoved = true; HasMoved && !m_HasStopped;) {
         MotionVector Points[8];
         for (int32_t i = 0; i < Count; ++i) Points[i] = Point(m_BestX + pPoints[i].x, m_BestY + pPoints[i].y);
-        bMoved = TryPoints(Points, Count) >= 0;
+        HasMoved = TryPoints(Points, Count) >= 0;
     }
 }
 
-bool IntegerSearch::TryUnvisited(int32_t x, int32_t y)
+template <class Sample>
+bool IntegerSearch<Sample>::TryUnvisited(int32_t x, int32_t y)
 {
     if (!InWindow(x, y)) return false;
-    uint8_t& Visited = m_p.visited[(y - m_MapTop) * m_MapWidth + x - m_MapLeft];
+    uint8_t& Visited = m_p.pVisited[(y - m_MapTop) * m_MapWidth + x - m_MapLeft];
     if (Visited) return false;
     Visited = 1;
     return Try(x, y);
 }
 
-void IntegerSearch::UmbrellaRings(const MotionVector& Centre, int32_t Rings)
+template <class Sample>
+void IntegerSearch<Sample>::UmbrellaRings(const MotionVector& Centre, int32_t Rings)
 {
     static constexpr int8_t kRingX[16]{0, 2, 4, 4, 4, 4, 4, 2, 0, -2, -4, -4, -4, -4, -4, -2};
     static constexpr int8_t kRingY[16]{-4, -3, -2, -1, 0, 1, 2, 3, 4, 3, 2, 1, 0, -1, -2, -3};
-    for (int32_t r = 1; r <= Rings && !m_bStop; ++r) {
+    for (int32_t r = 1; r <= Rings && !m_HasStopped; ++r) {
         TryUnvisited(Centre.x, Centre.y);
         for (size_t i = 0; i < 16; ++i) TryUnvisited(Centre.x + r * kRingX[i], Centre.y + r * kRingY[i]);
     }
 }
 
-void IntegerSearch::Umbrella()
+template <class Sample>
+void IntegerSearch<Sample>::Umbrella()
 {
     const int32_t Sides = m_p.block_width + m_p.block_height;
     const int32_t m = Sides == 8 ? 4 : std::abs(Sides / 8 - 4);
@@ -290,7 +309,7 @@ void IntegerSearch::Umbrella()
     const int32_t x = m_BestX, y = m_BestY;
     m_MapLeft = x - m_p.range_x, m_MapTop = y - m_p.range_y;
     m_MapWidth = 2 * m_p.range_x + 1;
-    std::memset(m_p.visited, 0, static_cast<size_t>(m_MapWidth) * static_cast<size_t>(2 * m_p.range_y + 1));
+    std::memset(m_p.pVisited, 0, static_cast<size_t>(m_MapWidth) * static_cast<size_t>(2 * m_p.range_y + 1));
     for (int32_t i = x - m_p.range_x; i < x + m_p.range_x; i += 2) TryUnvisited(i, y);
     for (int32_t i = y - m_p.range_y / 2; i < y + m_p.range_y / 2; i += 2) TryUnvisited(x, i);
     const int32_t SquareX = m_BestX, SquareY = m_BestY;
@@ -305,18 +324,22 @@ void IntegerSearch::Umbrella()
     Walk(kSmall, 4);
 }
 
-void SearchInteger(MEParams& p)
+template <class Sample>
+void SearchInteger(MEParams<Sample>& p)
 {
-    IntegerSearch Search(p);
+    IntegerSearch<Sample> Search(p);
     Search.TryCandidates();
     Search.RunPattern();
     p.best_mv = Point(4 * Search.BestX(), 4 * Search.BestY());
     p.best_cost = Search.BestCost();
     if (!(p.flags & ENC_ANALYSE_SAD))
-        p.best_cost = SATD(p.src_y, p.pitch, p.ref_y + Search.BestY() * p.pitch + Search.BestX(), p.pitch,
+        p.best_cost = SATD(p.src_y, p.SrcPitch, p.ref_y + Search.BestY() * p.pitch + Search.BestX(), p.pitch,
                            SizeCode(p.block_width, p.block_height)) +
                       VectorCost(p, p.best_mv.x, p.best_mv.y);
     if (p.flags & ENC_ANALYSE_ME_CHROMA) p.best_cost += ChromaDistortion(p, p.best_mv.x, p.best_mv.y);
 }
+
+template class IntegerSearch<uint8_t>;
+template void SearchInteger(MEParams<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

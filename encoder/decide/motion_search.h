@@ -20,17 +20,13 @@ enum SearchMethod : int32_t {
     SEARCH_UMBRELLA = 8
 };
 inline constexpr int32_t kMethodWalkingRefinement = 64;
-// Of partitions below 16x16: the walk, and the refinement in its walking form.
-inline constexpr int32_t kMethodPartitions = 330;
 
 /// What one search is asked and what it answers. Vectors in quarter samples unless said; planes at the block's place.
+template <class Sample>
 struct MEParams {
-    const uint8_t *src_y, *src_u, *src_v;
-    const uint8_t *ref_y, *ref_u, *ref_v;
-    int32_t pitch; // samples
-    int32_t bit_depth, bit_depth_chroma;
-    int32_t chroma_mv_offset; // quarter samples, between fields of opposite parity
-    int32_t chroma_format;
+    const Sample *src_y, *src_u, *src_v;
+    const Sample *ref_y, *ref_u, *ref_v;
+    int32_t pitch;                     // samples, of the reference
     int32_t block_width, block_height; // 16, 8 or 4
     int32_t candidate_count;
     MotionVector candidates[8]; // whole samples
@@ -43,17 +39,19 @@ struct MEParams {
     int32_t method; // low four bits the pattern; above 31: the refinement walks
     int32_t threshold;
     int32_t best_cost;
-    HalfPlanes<uint8_t>* halves; // scratch of the refinement
-    uint8_t* trial;              // 16 * 16
-    uint8_t* trial_uv;           // 16 * 8, Cb in columns 0..7
-    uint8_t* visited;            // (2 * range_x + 1) * (2 * range_y + 1)
+    int32_t SrcPitch;
+    HalfPlanes<Sample>* pHalves; // scratch of the refinement
+    Sample* pTrial;              // 16 * 16
+    Sample* pTrialUV;            // 16 * 8, Cb in columns 0..7
+    uint8_t* pVisited;           // (2 * range_x + 1) * (2 * range_y + 1)
 };
 
 /// Appends a whole-sample vector unless it is in the list already.
 ///
 /// There is room for eight. A ninth falls on pred_mv, the field behind the list: it is tried as a candidate and takes
 /// the predictor's place in every vector cost of this search. That is deliberate.
-inline void AddCandidate(MEParams& p, MotionVector Whole)
+template <class Sample>
+void AddCandidate(MEParams<Sample>& p, MotionVector Whole)
 {
     for (int32_t i = 0; i < p.candidate_count; ++i)
         if ((i < 8 ? p.candidates[i] : p.pred_mv) == Whole) return;
@@ -62,19 +60,23 @@ inline void AddCandidate(MEParams& p, MotionVector Whole)
 }
 
 /// Price of coding a vector with this record's predictor.
-inline int32_t VectorCost(const MEParams& p, int32_t x, int32_t y)
+template <class Sample>
+int32_t VectorCost(const MEParams<Sample>& p, int32_t x, int32_t y)
 {
     const uint8_t* const pBits = MVBits();
     return (*p.mv_cost_table)[static_cast<size_t>(pBits[x - p.pred_mv.x] + pBits[y - p.pred_mv.y])];
 }
 
 /// The best whole-sample vector: best_mv (a multiple of 4) and best_cost.
-void SearchInteger(MEParams& p);
+template <class Sample>
+void SearchInteger(MEParams<Sample>& p);
 /// Moves best_mv by up to three quarter samples in each direction where that is cheaper.
-void SearchSubpel(MEParams& p);
+template <class Sample>
+void SearchSubpel(MEParams<Sample>& p);
 
 /// Distortion of both chroma blocks at a vector.
-int32_t ChromaDistortion(const MEParams& p, int32_t x, int32_t y);
+template <class Sample>
+int32_t ChromaDistortion(const MEParams<Sample>& p, int32_t x, int32_t y);
 
 // ---- Shared by the patterns ---------------------------------------------------------------------------------
 
@@ -93,10 +95,11 @@ inline constexpr DirectionRow kNextDirections[9]{
     {5, {3, 4, 5, 6, 7}},          {3, {5, 6, 7}},       {5, {5, 6, 7, 8, 1}}, {3, {7, 8, 1}}};
 
 /// The integer stage at work: the window, and the best point so far in whole samples.
+template <class Sample>
 class IntegerSearch
 {
 public:
-    explicit IntegerSearch(MEParams& Params);
+    explicit IntegerSearch(MEParams<Sample>& Params);
 
     void TryCandidates();
     void RunPattern();
@@ -118,14 +121,14 @@ private:
     struct KeptPoints {
         int32_t Count = 0;
         int32_t Index[8], Price[8];
-        const uint8_t* pBlock[8];
+        const Sample* pBlock[8];
     };
     // Measures them four at a time and keeps the best. Returns the place in the list of the last that improved, or -1.
     int32_t Measure(KeptPoints& k);
     bool InWindow(int32_t x, int32_t y) const { return x >= m_Left && x <= m_Right && y >= m_Top && y <= m_Bottom; }
     int32_t Distance(int32_t x, int32_t y) const
     {
-        return m_pDistance(m_p.src_y, m_p.pitch, m_p.ref_y + y * m_p.pitch + x, m_p.pitch);
+        return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.ref_y + y * m_p.pitch + x, m_p.pitch);
     }
 
     void SetWindow();
@@ -142,11 +145,11 @@ private:
     bool TryUnvisited(int32_t x, int32_t y);
     bool TryInRowZero(int32_t x);
 
-    MEParams& m_p;
-    DistanceFunction* m_pDistance;
+    MEParams<Sample>& m_p;
+    DistanceFunction<Sample>* m_pDistance;
     int32_t m_BestX = 0, m_BestY = 0;
     int32_t m_BestCost;
-    bool m_bStop = false; // the threshold is reached
+    bool m_HasStopped = false; // the threshold is reached
     int32_t m_Left = 0, m_Right = 0, m_Top = 0, m_Bottom = 0;
     int32_t m_MapLeft = 0, m_MapTop = 0, m_MapWidth = 0; // of the visited map
 };

@@ -1,13 +1,9 @@
 // The quarter-sample refinement.
 #include "encoder/decide/motion_search.h"
 
-#include "kernels/dispatch/kernels.h"
-
 namespace UMC_H264_ENCODER {
 
 namespace {
-
-using kernels::g_Kernels;
 
 constexpr int32_t kReach = 3; // quarter samples from the start
 
@@ -26,22 +22,23 @@ constexpr PlanePoint kQuarterPoints[16][2]{
     {{RIGHT, 0, 1}, {DOWN, 1, 0}}};
 
 // The walk over quarter samples around a whole one. Offsets are quarter samples from the start, -3..3.
+template <class Sample>
 class SubpelSearch
 {
 public:
-    explicit SubpelSearch(MEParams& Params)
+    explicit SubpelSearch(MEParams<Sample>& Params)
         : m_p(Params), m_Start(Params.best_mv), m_pBitsX(MVBits() + (m_Start.x - Params.pred_mv.x)),
           m_pBitsY(MVBits() + (m_Start.y - Params.pred_mv.y)), m_pPrices(Params.mv_cost_table->data())
     {
         const int32_t Code = SizeCode(m_p.block_width, m_p.block_height);
-        m_pDistance = m_p.flags & ENC_ANALYSE_SAD ? SadFunction(Code) : SatdFunction(Code);
+        m_pDistance = m_p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
         m_pOrigin = m_p.ref_y + (m_Start.y >> 2) * m_p.pitch + (m_Start.x >> 2);
-        m_b16x16 = m_p.block_width == 16 && m_p.block_height == 16;
-        if (!m_b16x16) return;
-        constexpr ptrdiff_t kStep = HalfPlanes<uint8_t>::kStep;
-        g_Kernels.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.halves->Right, kStep);
-        g_Kernels.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.halves->Down, kStep);
-        m_p.halves->bBoth = false;
+        m_Is16x16 = m_p.block_width == 16 && m_p.block_height == 16;
+        if (!m_Is16x16) return;
+        constexpr ptrdiff_t kStep = HalfPlanes<Sample>::kStep;
+        Kernels<Sample>.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.pHalves->Right, kStep);
+        Kernels<Sample>.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.pHalves->Down, kStep);
+        m_p.pHalves->HasBoth = false;
     }
 
     void Full()
@@ -74,7 +71,7 @@ private:
         const int32_t x = m_Start.x + dx, y = m_Start.y + dy;
         int32_t Cost = m_pPrices[m_pBitsX[dx] + m_pBitsY[dy]];
         if (Cost >= m_p.best_cost) return false;
-        Cost += m_b16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
+        Cost += m_Is16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
         if (Cost >= m_p.best_cost) return false;
         if (m_p.flags & ENC_ANALYSE_ME_CHROMA) Cost += ChromaDistortion(m_p, x, y);
         if (Cost >= m_p.best_cost) return false;
@@ -83,7 +80,7 @@ private:
         return true;
     }
 
-    const uint8_t* At(PlanePoint p, int32_t x, int32_t y, ptrdiff_t& Step)
+    const Sample* At(PlanePoint p, int32_t x, int32_t y, ptrdiff_t& Step)
     {
         x += p.dx;
         y += p.dy;
@@ -91,13 +88,13 @@ private:
             Step = m_p.pitch;
             return m_pOrigin + y * m_p.pitch + x;
         }
-        HalfPlanes<uint8_t>& h = *m_p.halves;
-        Step = HalfPlanes<uint8_t>::kStep;
-        if (p.Which == BOTH && !h.bBoth) {
-            g_Kernels.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step);
-            h.bBoth = true;
+        HalfPlanes<Sample>& h = *m_p.pHalves;
+        Step = HalfPlanes<Sample>::kStep;
+        if (p.Which == BOTH && !h.HasBoth) {
+            Kernels<Sample>.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step);
+            h.HasBoth = true;
         }
-        const uint8_t* const pPlane = p.Which == RIGHT ? h.Right : p.Which == DOWN ? h.Down : h.Both;
+        const Sample* const pPlane = p.Which == RIGHT ? h.Right : p.Which == DOWN ? h.Down : h.Both;
         return pPlane + (y + 1) * Step + x + 1;
     }
 
@@ -105,57 +102,62 @@ private:
     {
         const PlanePoint* const pPoints = kQuarterPoints[(dy & 3) * 4 + (dx & 3)];
         ptrdiff_t StepA, StepB;
-        const uint8_t* const pA = At(pPoints[0], dx >> 2, dy >> 2, StepA);
-        if (pPoints[1].Which == NONE) return m_pDistance(m_p.src_y, m_p.pitch, pA, StepA);
-        const uint8_t* const pB = At(pPoints[1], dx >> 2, dy >> 2, StepB);
-        if (m_p.flags & ENC_ANALYSE_SAD) return g_Kernels.SadAverage16x16(m_p.src_y, m_p.pitch, pA, StepA, pB, StepB);
-        g_Kernels.CopyBlock16(pA, StepA, m_p.trial, 16, 16);
-        g_Kernels.AverageBlock16(pB, StepB, m_p.trial, 16, 16);
-        return m_pDistance(m_p.src_y, m_p.pitch, m_p.trial, 16);
+        const Sample* const pA = At(pPoints[0], dx >> 2, dy >> 2, StepA);
+        if (pPoints[1].Which == NONE) return m_pDistance(m_p.src_y, m_p.SrcPitch, pA, StepA);
+        const Sample* const pB = At(pPoints[1], dx >> 2, dy >> 2, StepB);
+        if (m_p.flags & ENC_ANALYSE_SAD)
+            return Kernels<Sample>.SadAverage16x16(m_p.src_y, m_p.SrcPitch, pA, StepA, pB, StepB);
+        Kernels<Sample>.CopyBlock16(pA, StepA, m_p.pTrial, 16, 16);
+        Kernels<Sample>.AverageBlock16(pB, StepB, m_p.pTrial, 16, 16);
+        return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
     int32_t DistanceOther(int32_t dx, int32_t dy)
     {
-        const auto pInterpolate = m_p.block_width == 16  ? g_Kernels.InterpolateLuma16
-                                  : m_p.block_width == 8 ? g_Kernels.InterpolateLuma8
-                                                         : g_Kernels.InterpolateLuma4;
-        pInterpolate(m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2), m_p.pitch, m_p.trial, 16, dx & 3, dy & 3,
+        const auto pInterpolate = m_p.block_width == 16  ? Kernels<Sample>.InterpolateLuma16
+                                  : m_p.block_width == 8 ? Kernels<Sample>.InterpolateLuma8
+                                                         : Kernels<Sample>.InterpolateLuma4;
+        pInterpolate(m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2), m_p.pitch, m_p.pTrial, 16, dx & 3, dy & 3,
                      m_p.block_height);
-        return m_pDistance(m_p.src_y, m_p.pitch, m_p.trial, 16);
+        return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
-    MEParams& m_p;
+    MEParams<Sample>& m_p;
     MotionVector m_Start;               // a whole sample
     const uint8_t *m_pBitsX, *m_pBitsY; // bits of a component by its offset
     const int16_t* m_pPrices;
-    DistanceFunction* m_pDistance;
-    const uint8_t* m_pOrigin; // the sample of m_Start in the reference picture
-    bool m_b16x16;
+    DistanceFunction<Sample>* m_pDistance;
+    const Sample* m_pOrigin; // the sample of m_Start in the reference picture
+    bool m_Is16x16;
 };
 
 } // namespace
 
-void SearchSubpel(MEParams& p)
+template <class Sample>
+void SearchSubpel(MEParams<Sample>& p)
 {
-    SubpelSearch Search(p);
+    SubpelSearch<Sample> Search(p);
     if (p.method >> 5)
         Search.Walk();
     else
         Search.Full();
 }
 
-int32_t ChromaDistortion(const MEParams& p, int32_t x, int32_t y)
+template <class Sample>
+int32_t ChromaDistortion(const MEParams<Sample>& p, int32_t x, int32_t y)
 {
     const int32_t Width = p.block_width / 2, Height = p.block_height / 2;
-    const auto pInterpolate = Width == 8   ? g_Kernels.InterpolateChroma8
-                              : Width == 4 ? g_Kernels.InterpolateChroma4
-                                           : g_Kernels.InterpolateChroma2;
-    y += p.chroma_mv_offset;
+    const auto pInterpolate = Width == 8   ? Kernels<Sample>.InterpolateChroma8
+                              : Width == 4 ? Kernels<Sample>.InterpolateChroma4
+                                           : Kernels<Sample>.InterpolateChroma2;
     const ptrdiff_t Offset = (y >> 3) * p.pitch + (x >> 3);
-    pInterpolate(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.trial_uv, p.trial_uv + 8, 16, x & 7, y & 7, Height);
+    pInterpolate(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.pTrialUV, p.pTrialUV + 8, 16, x & 7, y & 7, Height);
     const int32_t Code = SizeCode(Width, Height);
-    const auto pDistance = p.flags & ENC_ANALYSE_SAD ? SadFunction(Code) : SatdFunction(Code);
-    return pDistance(p.src_u, p.pitch, p.trial_uv, 16) + pDistance(p.src_v, p.pitch, p.trial_uv + 8, 16);
+    const auto pDistance = p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
+    return pDistance(p.src_u, p.SrcPitch, p.pTrialUV, 16) + pDistance(p.src_v, p.SrcPitch, p.pTrialUV + 8, 16);
 }
+
+template void SearchSubpel(MEParams<uint8_t>&);
+template int32_t ChromaDistortion(const MEParams<uint8_t>&, int32_t, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -46,10 +46,10 @@ constexpr std::array<uint8_t, 2 * kMaxVectorDifference + 1> MakeBits()
 constinit const std::array<BitCostRow, 52> MVBitCost = MakeBitCost();
 constinit const std::array<uint8_t, 2 * kMaxVectorDifference + 1> MVBitsTable = MakeBits();
 
-const std::array<int32_t, 52> ThresholdMETable{38,  38,  38,  38,  38,  38,  38,  38,  38,  46,  46,  46,  50,
-                                               50,  50,  50,  60,  60,  60,  68,  68,  68,  68,  68,  68,  71,
-                                               95,  95,  95,  107, 153, 176, 176, 176, 202, 209, 209, 284, 294,
-                                               314, 359, 371, 383, 383, 396, 452, 516, 533, 628, 739, 841, 1020};
+const std::array<int32_t, 52> ThresholdME{38,  38,  38,  38,  38,  38,  38,  38,  38,  46,  46,  46,  50,
+                                          50,  50,  50,  60,  60,  60,  68,  68,  68,  68,  68,  68,  71,
+                                          95,  95,  95,  107, 153, 176, 176, 176, 202, 209, 209, 284, 294,
+                                          314, 359, 371, 383, 383, 396, 452, 516, 533, 628, 739, 841, 1020};
 
 const std::array<int32_t, 52> SkipIntraThreshold{
     3,   4,   20,  26,  31,  41,   47,   59,   71,   77,   86,   95,   103,  104,  106,  107, 127, 134,

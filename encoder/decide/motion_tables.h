@@ -17,7 +17,7 @@ extern const std::array<BitCostRow, 52> MVBitCost;
 extern const std::array<uint8_t, 2 * kMaxVectorDifference + 1> MVBitsTable;
 inline const uint8_t* MVBits() { return MVBitsTable.data() + kMaxVectorDifference; } // [-1536..1536]
 
-extern const std::array<int32_t, 52> ThresholdMETable;          // a search may stop at this cost
+extern const std::array<int32_t, 52> ThresholdME;               // a search may stop at this cost
 extern const std::array<int32_t, 52> SkipIntraThreshold;        // below this inter cost intra is not tried
 extern const std::array<int16_t, 52> TryAdvancedIntraThreshold; // from this inter cost on small intra blocks are tried
 extern const std::array<uint8_t, 52> EdgePelDifference;         // two samples that differ by more make an edge

@@ -22,9 +22,9 @@ class MacroblockFilter
 {
 public:
     MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
-        : m_Settings(Settings), m_Job(Job), m_Frame(*Job.current), m_View(Job.reconstruction),
+        : m_Settings(Settings), m_Job(Job), m_Frame(*Job.pCurrent), m_View(Job.Reconstruction),
           m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
-          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_bISlice(s.slice_type == SLICE_I)
+          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_IsISlice(s.slice_type == h264::SLICE_I)
     {
     }
 
@@ -38,13 +38,13 @@ private:
 
     uint32_t Coded(int32_t Index) const
     {
-        return h264::SwapBlockOrder(m_Job.local_macroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
+        return h264::SwapBlockOrder(m_Job.LocalMacroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
     }
     bool Moves(int32_t Index, int32_t Neighbour) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
     void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
-    void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical);
+    void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool IsVertical);
 
     const EncoderSettings& m_Settings;
     const PictureJob<Sample>& m_Job;
@@ -52,7 +52,7 @@ private:
     const PictureView<Sample> m_View;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
-    bool m_bISlice;
+    bool m_IsISlice;
     CachedParams m_Luma, m_Chroma;
 };
 
@@ -109,29 +109,29 @@ void MacroblockFilter<Sample>::SetParams(CachedParams& p, const Strengths& s, in
 }
 
 template <class Sample>
-void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool bVertical)
+void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool IsVertical)
 {
     const GlobalMacroblock& Own = m_Frame.mb_global[Index];
     const GlobalMacroblock& Other = m_Frame.mb_global[Neighbour >= 0 ? Neighbour : Index];
-    const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
+    const MacroblockPosition& At = m_Settings.Positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
-    (bVertical ? Kernels<Sample>.FilterLumaVertical
-               : Kernels<Sample>.FilterLumaHorizontal)(m_View.pY + At.LumaFrame, m_View.Pitch, &m_Luma.Params);
+    (IsVertical ? Kernels<Sample>.FilterLumaVertical
+                : Kernels<Sample>.FilterLumaHorizontal)(m_View.pY + At.Luma, m_View.Pitch, &m_Luma.Params);
     if (!(s.Edge[0] | s.Edge[2])) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
-    (bVertical ? Kernels<Sample>.FilterChromaVertical : Kernels<Sample>.FilterChromaHorizontal)(
-        m_View.pU + At.ChromaFrame, m_View.pV + At.ChromaFrame, m_View.Pitch, &m_Chroma.Params, &m_Chroma.Params);
+    (IsVertical ? Kernels<Sample>.FilterChromaVertical : Kernels<Sample>.FilterChromaHorizontal)(
+        m_View.pU + At.Chroma, m_View.pV + At.Chroma, m_View.Pitch, &m_Chroma.Params, &m_Chroma.Params);
 }
 
 template <class Sample>
 void MacroblockFilter<Sample>::Filter(int32_t Index)
 {
-    const MacroblockPosition& At = m_Settings.positions[static_cast<size_t>(Index)];
-    const int32_t w = m_Settings.layout.MbWidth;
+    const MacroblockPosition& At = m_Settings.Positions[static_cast<size_t>(Index)];
+    const int32_t w = m_Settings.Layout.MbWidth;
     const int32_t Left = At.X > 0 && Index - 1 >= m_FirstMb ? Index - 1 : -1;
     const int32_t Top = At.Y > 0 && Index - w >= m_FirstMb ? Index - w : -1;
     Strengths Vertical{}, Horizontal{};
-    if (m_bISlice || IsIntra(m_Frame.mb_global[Index].Type)) {
+    if (m_IsISlice || IsIntra(m_Frame.mb_global[Index].Type)) {
         h264::SetIntraStrengths(Left >= 0 ? h264::kIntraOuter : 0, false, Vertical.Edge);
         h264::SetIntraStrengths(Top >= 0 ? h264::kIntraOuter : 0, false, Horizontal.Edge);
     } else {

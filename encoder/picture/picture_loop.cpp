@@ -15,7 +15,7 @@ namespace {
 
 int32_t SliceTypeOf(int32_t FrameType)
 {
-    return FrameType == FRAME_I ? SLICE_I : FrameType == FRAME_B ? SLICE_B : SLICE_P;
+    return FrameType == FRAME_I ? h264::SLICE_I : FrameType == FRAME_B ? h264::SLICE_B : h264::SLICE_P;
 }
 
 // primary_pic_type of Table 7-5.
@@ -39,13 +39,13 @@ public:
         constexpr size_t kFraming = 5; // zero_byte, start code and header
         const size_t Payload = w.PendingBytes();
         if (m_Room < m_Used + kFraming + Payload || !Fits(w, Type)) {
-            m_bOverflow = true;
+            m_HasOverflowed = true;
             return;
         }
-        m_Used += w.WriteNAL(m_pStart + m_Used, NalRefIdc, Type, m_bFirstInAu);
+        m_Used += w.WriteNAL(m_pStart + m_Used, NalRefIdc, Type, m_IsFirstInAu);
     }
 
-    bool Overflow() const { return m_bOverflow; }
+    bool Overflow() const { return m_HasOverflowed; }
     void Commit() { m_Output.SetDataSize(m_Used); }
 
 private:
@@ -54,36 +54,36 @@ private:
     bool Fits(const Writer& w, h264::NalUnitType Type) const
     {
         const size_t Left = m_Room - m_Used;
-        return Left >= NalBytesAtMost(w.PendingBytes()) || Left >= w.FramedPending(Type, m_bFirstInAu);
+        return Left >= NalBytesAtMost(w.PendingBytes()) || Left >= w.FramedPending(Type, m_IsFirstInAu);
     }
 
     UMC::MediaData& m_Output;
     uint8_t* m_pStart;
     size_t m_Used;
     size_t m_Room;
-    bool m_bFirstInAu = true;
-    bool m_bOverflow = false;
+    bool m_IsFirstInAu = true;
+    bool m_HasOverflowed = false;
 };
 
 template <class Sample>
 void MakeParameterSets(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 {
-    Sequence.sps = MakeSeqParams(Settings.params);
-    const bool bConstant = Settings.params.rate_control_method == 3;
-    Sequence.pps = MakePicParams(Settings.params, bConstant ? Settings.params.quant_p : Sequence.rate.GetQP(FRAME_I));
+    Sequence.Sps = MakeSeqParams(Settings.Params);
+    const bool IsConstant = Settings.Params.rate_control_method == 3;
+    Sequence.Pps = MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p : Sequence.Rate.GetQP(FRAME_I));
 }
 
 template <class Sample>
 void WriteParameterSets(const SequenceState<Sample>& Sequence,
                         CH264pBs<Sample, typename CodecTraits<Sample>::Coeff>& Writer, OutputPacker& Packer)
 {
-    Writer.WriteSeqParams(Sequence.sps);
+    Writer.WriteSeqParams(Sequence.Sps);
     Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET);
-    if (Sequence.sps.aux_format_idc != 0) {
-        Writer.WriteSeqExtension(Sequence.sps);
+    if (Sequence.Sps.aux_format_idc != 0) {
+        Writer.WriteSeqExtension(Sequence.Sps);
         Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET_EXTENSION);
     }
-    Writer.WritePicParams(Sequence.pps, Sequence.sps);
+    Writer.WritePicParams(Sequence.Pps, Sequence.Sps);
     Packer.Append(Writer, 1, h264::NAL_PIC_PARAM_SET);
 }
 
@@ -92,16 +92,16 @@ template <class Sample>
 int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
                      const PictureJob<Sample>& Job)
 {
-    const int32_t Type = Job.current->frame_type, Init = Sequence.pps.pic_init_qp;
-    switch (Settings.params.rate_control_method) {
+    const int32_t Type = Job.pCurrent->frame_type, Init = Sequence.Pps.pic_init_qp;
+    switch (Settings.Params.rate_control_method) {
     case 1:
-    case 2: return Sequence.rate.GetQP(Type) - Init;
+    case 2: return Sequence.Rate.GetQP(Type) - Init;
     case 3:
-        return (Type == FRAME_I   ? Settings.params.quant_i
-                : Type == FRAME_B ? Settings.params.quant_b
-                                  : Settings.params.quant_p) -
+        return (Type == FRAME_I   ? Settings.Params.quant_i
+                : Type == FRAME_B ? Settings.Params.quant_b
+                                  : Settings.Params.quant_p) -
                Init;
-    default: return Job.slices[0].slice_qp_delta;
+    default: return Job.Slices[0].slice_qp_delta;
     }
 }
 
@@ -109,11 +109,11 @@ template <class Sample>
 void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
 {
     const int32_t QpDelta = SliceQpDelta(Settings, Sequence, Job);
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
-        auto& s = Job.slices[static_cast<size_t>(i)];
+    for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
+        auto& s = Job.Slices[static_cast<size_t>(i)];
         s.slice_qp_delta = QpDelta;
         s.slice_id = i;
-        s.slice_type = SliceTypeOf(Job.current->frame_type);
+        s.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
         UpdateRefLists(Settings, Sequence, Job, s);
         CompressSlice(Settings, Sequence, Job, s);
     }
@@ -122,8 +122,8 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
 template <class Sample>
 bool SliceOutgrewBuffer(const EncoderSettings& Settings, const PictureJob<Sample>& Job)
 {
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
-        const auto& b = Job.slices[static_cast<size_t>(i)].bitstream;
+    for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
+        const auto& b = Job.Slices[static_cast<size_t>(i)].bitstream;
         if (b.Bytes() > b.BufferSize()) return true;
     }
     return false;
@@ -134,28 +134,16 @@ bool SliceOutgrewBuffer(const EncoderSettings& Settings, const PictureJob<Sample
 template <class Sample>
 void WriteOverflowFallback(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    auto& Writer = Job.slices[0].bitstream;
+    auto& Writer = Job.Slices[0].bitstream;
     Writer.Reset();
-    if (Settings.params.write_access_unit_delimiters)
-        Writer.WriteAccessUnitDelimiter(PrimaryPicType(Job.current->frame_type));
-    const bool bIntra = Job.current->frame_type == FRAME_I;
-    for (int32_t i = 0; i < Settings.layout.MbCount; ++i) {
+    if (Settings.Params.write_access_unit_delimiters)
+        Writer.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
+    const bool IsIntraMb = Job.pCurrent->frame_type == FRAME_I;
+    for (int32_t i = 0; i < Settings.Layout.MbCount; ++i) {
         Writer.PutBit(1);
-        if (!bIntra) continue;
+        if (!IsIntraMb) continue;
         Writer.PutBits(0, 2);
         Writer.PutBits(3, 2);
-    }
-}
-
-template <class Sample>
-void DeblockPicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
-{
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i) {
-        auto& s = Job.slices[static_cast<size_t>(i)];
-        if (s.status != UMC::StatusOk)
-            Sequence.make_key_next = true;
-        else if (Job.picture_class != CLASS_DISPOSABLE)
-            DeblockSlice(Settings, Job, s);
     }
 }
 
@@ -165,15 +153,16 @@ void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Seque
     if (SliceOutgrewBuffer(Settings, Job)) {
         WriteOverflowFallback(Settings, Job);
         Sequence.make_key_next = true;
-    } else {
-        DeblockPicture(Settings, Sequence, Job);
+    } else if (Job.picture_class != CLASS_DISPOSABLE) {
+        for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
+            DeblockSlice(Settings, Job, Job.Slices[static_cast<size_t>(i)]);
     }
-    if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.reconstruction, Settings.layout);
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i)
-        Sequence.total_bits += Job.slices[static_cast<size_t>(i)].bitstream.Bits();
-    if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.current);
-    if (Settings.params.rate_control_method == 1 || Settings.params.rate_control_method == 2)
-        Sequence.rate.PostFrame(Job.current->frame_type, Sequence.total_bits);
+    if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.Reconstruction, Settings.Layout);
+    for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
+        Sequence.total_bits += Job.Slices[static_cast<size_t>(i)].bitstream.Bits();
+    if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.pCurrent);
+    if (Settings.Params.rate_control_method == 1 || Settings.Params.rate_control_method == 2)
+        Sequence.Rate.PostFrame(Job.pCurrent->frame_type, Sequence.total_bits);
 }
 
 } // namespace
@@ -182,23 +171,23 @@ template <class Sample>
 UMC::Status EncodePicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
                           UMC::MediaData& Output)
 {
-    const bool bIdr = Job.picture_class == CLASS_IDR;
-    if (bIdr) {
+    const bool IsIdr = Job.picture_class == CLASS_IDR;
+    if (IsIdr) {
         if (Sequence.frames_encoded == 0) MakeParameterSets(Settings, Sequence);
         Sequence.idr_pic_id = (Sequence.idr_pic_id + 1) % 16;
     }
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i) Job.slices[static_cast<size_t>(i)].bitstream.Reset();
+    for (int32_t i = 0; i < Settings.Params.num_slices; ++i) Job.Slices[static_cast<size_t>(i)].bitstream.Reset();
 
     OutputPacker Packer(Output);
-    if (Settings.params.write_access_unit_delimiters) {
-        Job.slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(Job.current->frame_type));
-        Packer.Append(Job.slices[0].bitstream, 0, h264::NAL_DELIMITER);
+    if (Settings.Params.write_access_unit_delimiters) {
+        Job.Slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
+        Packer.Append(Job.Slices[0].bitstream, 0, h264::NAL_DELIMITER);
     }
-    if (bIdr) WriteParameterSets(Sequence, Job.slices[0].bitstream, Packer);
+    if (IsIdr) WriteParameterSets(Sequence, Job.Slices[0].bitstream, Packer);
     CompressSlices(Settings, Sequence, Job);
-    for (int32_t i = 0; i < Settings.params.num_slices; ++i)
-        Packer.Append(Job.slices[static_cast<size_t>(i)].bitstream, Job.picture_class != CLASS_DISPOSABLE,
-                      bIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
+    for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
+        Packer.Append(Job.Slices[static_cast<size_t>(i)].bitstream, Job.picture_class != CLASS_DISPOSABLE,
+                      IsIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
     if (Packer.Overflow()) return UMC::StatusNotEnoughBuffer;
 
     FinishPicture(Settings, Sequence, Job);

@@ -9,10 +9,10 @@
 namespace UMC_H264_ENCODER {
 
 int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth,
-                                  int32_t ChromaFormatIdc, bool bHasAlpha, int32_t QpMax)
+                                  int32_t ChromaFormatIdc, bool HasAlpha, int32_t QpMax)
 {
     const int64_t Size = int64_t{Width} * Height;
-    int64_t Total = bHasAlpha ? 2 * Size : Size;
+    int64_t Total = HasAlpha ? 2 * Size : Size;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[ChromaFormatIdc & 3];
     Total += 2 * Size * Chroma.MbWidth * Chroma.MbHeight / 256;
     const int64_t Bytes = Total * BitDepth / 8;
@@ -25,17 +25,16 @@ int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Wid
 
 int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t ErrorWindow, int32_t Bitrate,
                              double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth, int32_t ChromaFormatIdc,
-                             bool bHasAlpha)
+                             bool HasAlpha)
 {
     m_QpOffset = 6 * (BitDepth - 8);
     m_QpMax = 51 + m_QpOffset;
     m_QpWindow = QpWindow < 1 ? 100 : QpWindow;
     m_BitsWindow = BitsWindow < 1 ? 30 : BitsWindow;
     m_ErrorWindow = ErrorWindow < 1 ? 100 : ErrorWindow;
-    m_Bitrate = Bitrate;
     m_BitsPerFrame = static_cast<int32_t>(Bitrate / FrameRate);
     m_BitsDesired = 0;
-    const int32_t Qp = InitialQp(Bitrate, FrameRate, Width, Height, BitDepth, ChromaFormatIdc, bHasAlpha, m_QpMax);
+    const int32_t Qp = InitialQp(Bitrate, FrameRate, Width, Height, BitDepth, ChromaFormatIdc, HasAlpha, m_QpMax);
     m_QpI = m_QpP = m_QpPPrevious = m_QpLast = Qp;
     m_QpB = QpFromP();
     m_AvgInverseQp = 1.0 / m_QpLast;

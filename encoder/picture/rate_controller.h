@@ -19,7 +19,7 @@ public:
     /// @param BitDepth   the largest of the depths in use
     /// @return always 0
     int32_t Init(int32_t QpWindow, int32_t BitsWindow, int32_t ErrorWindow, int32_t Bitrate, double FrameRate,
-                 int32_t Width, int32_t Height, int32_t BitDepth, int32_t ChromaFormatIdc, bool bHasAlpha);
+                 int32_t Width, int32_t Height, int32_t BitDepth, int32_t ChromaFormatIdc, bool HasAlpha);
 
     /// QP of the next picture of a type (0 I, 1 P, 2 B) on the scale of the standard: negative for deep samples.
     int32_t GetQP(int32_t FrameType) const;
@@ -35,14 +35,13 @@ public:
 
     /// The QP from which a stream of this size and rate starts, 1..QpMax.
     static int32_t InitialQp(int32_t Bitrate, double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth,
-                             int32_t ChromaFormatIdc, bool bHasAlpha, int32_t QpMax);
+                             int32_t ChromaFormatIdc, bool HasAlpha, int32_t QpMax);
     /// What becomes of a wished QP when the last one was Last: not linear, at most three steps.
     static int32_t LimitStep(int32_t Wanted, int32_t Last);
 
 private:
     int32_t QpFromP() const; // the QP of B pictures
 
-    int32_t m_Bitrate = 0;      // bits per second
     int32_t m_BitsPerFrame = 0; // budget of a picture
     int64_t m_BitsEncoded = 0;  // as last reported
     int64_t m_BitsDesired = 0;  // budgets of the pictures so far

@@ -74,18 +74,18 @@ void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
     NumberReferences(
-        Sequence.reconstruction_list,
-        Job.current->frame_num); // for I slices too: the sliding window behind the picture goes by these numbers
-    if (s.slice_type == SLICE_I) return;
-    CollectedReferences<Sample> Refs(Sequence.reconstruction_list, Job.current);
-    if (s.slice_type == SLICE_P) {
+        Sequence.ReconstructionList,
+        Job.pCurrent->frame_num); // for I slices too: the sliding window behind the picture goes by these numbers
+    if (s.slice_type == h264::SLICE_I) return;
+    CollectedReferences<Sample> Refs(Sequence.ReconstructionList, Job.pCurrent);
+    if (s.slice_type == h264::SLICE_P) {
         std::sort(Refs.Short.begin(), Refs.Short.begin() + Refs.ShortCount,
                   [](auto* a, auto* b) { return h264::IsBeforeInListP(a->pic_num[0], b->pic_num[0]); });
         Refs.Store(s.ref_pic_lists, 0);
     } else {
-        BuildListsB(Job.current->Poc(), Refs, s.ref_pic_lists);
+        BuildListsB(Job.pCurrent->Poc(), Refs, s.ref_pic_lists);
     }
-    const int32_t Most = std::max(Settings.params.num_ref_frames, 1);
+    const int32_t Most = std::max(Settings.Params.num_ref_frames, 1);
     s.num_ref_idx_l0 = std::clamp(s.ref_pic_lists.Count[0], 1, Most);
     s.num_ref_idx_l1 = std::clamp(s.ref_pic_lists.Count[1], 1, Most);
 }
@@ -94,7 +94,7 @@ template <class Sample>
 void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
                    H264EncoderFrame<Sample>& Current)
 {
-    const auto& List = Sequence.reconstruction_list;
+    const auto& List = Sequence.ReconstructionList;
     if (Current.is_idr) {
         for (auto* p = List.Head(); p; p = p->next)
             if (p != &Current) p->Unmark();
@@ -106,7 +106,7 @@ void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>&
             ++Count;
             if (p->IsShortTerm() && (!pOldest || p->frame_num_wrap < pOldest->frame_num_wrap)) pOldest = p;
         }
-        if (pOldest && h264::IsWindowFull(Count, Settings.params.num_ref_frames)) pOldest->Unmark();
+        if (pOldest && h264::IsWindowFull(Count, Settings.Params.num_ref_frames)) pOldest->Unmark();
     }
     Current.is_reference = 3;
 }

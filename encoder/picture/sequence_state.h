@@ -25,10 +25,13 @@ struct SequenceState {
     int32_t idr_pic_id = 0;
     int64_t total_bits = 0; // of all slices so far
 
-    H264EncoderFrameList<Sample> input_list, reconstruction_list;
-    SeqParamSet sps{};
-    PicParamSet pps{};
-    RateController rate;
+    H264EncoderFrameList<Sample> InputList, ReconstructionList;
+    SeqParamSet Sps{};
+    PicParamSet Pps{};
+    RateController Rate;
+    // In force: those of the settings until SetParams asks for others.
+    int32_t bitrate = 0; // bits per second
+    double frame_rate = 0.0;
 };
 
 } // namespace UMC_H264_ENCODER

@@ -22,36 +22,35 @@ SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const Picture
     SliceHeader h{};
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
-    h.frame_num = Job.current->frame_num;
-    h.idr = Job.current->is_idr;
+    h.frame_num = Job.pCurrent->frame_num;
+    h.is_idr = Job.pCurrent->is_idr;
     h.idr_pic_id = Sequence.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.current->poc[0], 1 << Sequence.sps.log2_max_pic_order_cnt_lsb);
+    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sequence.Sps.log2_max_pic_order_cnt_lsb);
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
     h.cabac_init_idc = s.cabac_init_idc;
     h.slice_qp_delta = s.slice_qp_delta;
     h.disable_deblocking_filter_idc = s.deblock_idc;
-    h.alpha_c0_offset = s.deblock_alpha;
-    h.beta_offset = s.deblock_beta;
+    h.slice_alpha_c0_offset = s.deblock_alpha;
+    h.slice_beta_offset = s.deblock_beta;
     return h;
 }
 
 template <class Sample>
-NeighbourTables MakeNeighbourTables(bool bCabac, int32_t MbWidth, const PictureJob<Sample>& Job,
+NeighbourTables MakeNeighbourTables(bool IsCabac, int32_t MbWidth, const PictureJob<Sample>& Job,
                                     const SliceContext<Sample>& s)
 {
-    const H264EncoderFrame<Sample>& Frame = *Job.current;
+    const H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
     return {s.first_mb,
             MbWidth,
-            s.slice_type == SLICE_I ? 0 : 1,
             Frame.mb_global,
-            Job.local_macroblocks.data(),
-            Job.intra_modes.data(),
-            {Frame.mb_motion[0], Frame.mb_motion[1]},
-            {Frame.mb_reference[0], Frame.mb_reference[1]},
-            {bCabac ? Job.vector_differences[0].data() : nullptr, bCabac ? Job.vector_differences[1].data() : nullptr},
-            bCabac ? nullptr : Job.coeff_counts.data()};
+            Job.LocalMacroblocks.data(),
+            Job.IntraModes.data(),
+            s.slice_type == h264::SLICE_I ? nullptr : Frame.mb_motion[0],
+            Frame.mb_reference[0],
+            IsCabac ? Job.VectorDifferences.data() : nullptr,
+            IsCabac ? nullptr : Job.CoeffCounts.data()};
 }
 
 template <class Sample>
@@ -59,27 +58,29 @@ void StartSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Se
                 SliceContext<Sample>& s)
 {
     s.mb_count = s.intra_count = 0;
-    s.status = UMC::StatusOk;
-    s.deblock_idc = Settings.params.deblocking_filter_idc;
-    s.deblock_alpha = Settings.params.deblocking_alpha_offset;
-    s.deblock_beta = Settings.params.deblocking_beta_offset;
-    s.cabac_init_idc = Settings.params.cabac_init_idc;
-    s.slice_qp = Sequence.pps.pic_init_qp + s.slice_qp_delta;
-    s.quant_qp = -1;
-    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sequence, Job, s), Sequence.sps, Sequence.pps);
-    s.neighbour_tables = MakeNeighbourTables(Sequence.pps.entropy_coding_mode, Settings.layout.MbWidth, Job, s);
+    s.deblock_idc = Settings.Params.deblocking_filter_idc;
+    s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
+    s.deblock_beta = Settings.Params.deblocking_beta_offset;
+    s.cabac_init_idc = Settings.Params.cabac_init_idc;
+    s.slice_qp = Sequence.Pps.pic_init_qp + s.slice_qp_delta;
+    s.QuantQp = -1;
+    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sequence, Job, s), Sequence.Sps, Sequence.Pps);
+    s.Neighbours = MakeNeighbourTables(Sequence.Pps.entropy_coding_mode_flag, Settings.Layout.MbWidth, Job, s);
 }
 
 template <class Sample>
-void PointAt(int32_t Luma, int32_t Chroma, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
+void PointAt(const MacroblockPosition& At, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
 {
-    mb.pitch = Job.reconstruction.Pitch;
-    mb.src_y = Job.source.pY + Luma;
-    mb.src_u = Job.source.pU + Chroma;
-    mb.src_v = Job.source.pV + Chroma;
-    mb.rec_y = Job.reconstruction.pY + Luma;
-    mb.rec_u = Job.reconstruction.pU + Chroma;
-    mb.rec_v = Job.reconstruction.pV + Chroma;
+    const int32_t SrcPitch = Job.Source.Pitch;
+    const ptrdiff_t SrcLuma = At.Y * 16 * SrcPitch + At.X * 16, SrcChroma = At.Y * 8 * SrcPitch + At.X * 8;
+    mb.SrcPitch = SrcPitch;
+    mb.pSrcY = Job.Source.pY + SrcLuma;
+    mb.pSrcU = Job.Source.pU + SrcChroma;
+    mb.pSrcV = Job.Source.pV + SrcChroma;
+    mb.pitch = Job.Reconstruction.Pitch;
+    mb.pRecY = Job.Reconstruction.pY + At.Luma;
+    mb.pRecU = Job.Reconstruction.pU + At.Chroma;
+    mb.pRecV = Job.Reconstruction.pV + At.Chroma;
 }
 
 // Points cur_mb at a macroblock's samples and tables, and clears what the decision does not always write.
@@ -87,44 +88,42 @@ template <class Sample>
 void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, int32_t Index)
 {
     auto& mb = s.cur_mb;
-    auto& Frame = *Job.current;
+    auto& Frame = *Job.pCurrent;
     const auto i = static_cast<size_t>(Index);
     mb.mb_index = Index;
-    mb.position = &Settings.positions[i];
-    mb.mb_x = mb.position->X;
-    mb.mb_y = mb.position->Y;
+    mb.pPosition = &Settings.Positions[i];
+    mb.mb_x = mb.pPosition->X;
+    mb.mb_y = mb.pPosition->Y;
     h264::trace::BeginMacroblock(mb.mb_x, mb.mb_y);
-    PointAt(mb.position->LumaFrame, mb.position->ChromaFrame, Job, mb);
-    FillNeighbours(mb.around, s.neighbour_tables, Index, mb.mb_x);
-    for (size_t List = 0; List < 2; ++List) {
-        mb.mv[List] = Frame.mb_motion[List] + i * 16;
-        mb.ref[List] = Frame.mb_reference[List] + i * 16;
-        mb.mvd[List] = Job.vector_differences[List].data() + i * 16;
-    }
-    mb.intra_modes = Job.intra_modes.data() + i * 16;
-    mb.coeff_counts = Job.coeff_counts.data() + i * kCountsPerMb;
-    mb.global = Frame.mb_global + Index;
-    mb.local = &Job.local_macroblocks[i];
+    PointAt(*mb.pPosition, Job, mb);
+    FillNeighbours(mb.Around, s.Neighbours, Index, mb.mb_x);
+    mb.pVectors = Frame.mb_motion[0] + i * 16;
+    mb.pReferences = Frame.mb_reference[0] + i * 16;
+    mb.pDifferences = Job.VectorDifferences.data() + i * 16;
+    mb.pIntraModes = Job.IntraModes.data() + i * 16;
+    mb.pCounts = Job.CoeffCounts.data() + i * kCountsPerMb;
+    mb.pGlobal = Frame.mb_global + Index;
+    mb.pLocal = &Job.LocalMacroblocks[i];
     const auto Qp = static_cast<int8_t>(s.slice_qp);
     const auto QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(s.slice_qp)]);
-    *mb.local = LocalMacroblock{};
-    mb.local->Qp = Qp;
-    mb.local->QpChroma = QpChroma;
-    *mb.global = {Settings.slice_of_macroblock[i], MB_INTER16X16, 0, Qp, QpChroma, 0};
-    if (s.quant_qp != Qp) SetQuantisers(Settings.quant, s, Qp);
+    *mb.pLocal = LocalMacroblock{};
+    mb.pLocal->Qp = Qp;
+    mb.pLocal->QpChroma = QpChroma;
+    *mb.pGlobal = {static_cast<uint16_t>(s.slice_id), MB_INTER16X16, Qp, QpChroma};
+    if (s.QuantQp != Qp) SetQuantisers(Settings.Quant, s, Qp);
 }
 
 template <class Sample>
-MacroblockSyntax SyntaxOf(const SliceContext<Sample>& s)
+MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const SliceContext<Sample>& s)
 {
     const auto& mb = s.cur_mb;
     const auto& w = s.work_area;
-    return {s.slice_type,    s.num_ref_idx_l0,
-            mb.global->Type, mb.ref[0][0],
-            mb.mvd[0][0],    mb.local->Qp - s.slice_qp,
-            *mb.local,       mb.around,
-            mb.intra_modes,  mb.global->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
-            w.LumaDcLevels,  w.ChromaDcLevels,
+    return {s.slice_type,       s.num_ref_idx_l0,
+            mb.pGlobal->Type,   mb.pReferences[0],
+            mb.pDifferences[0], mb.pLocal->Qp - s.slice_qp,
+            *mb.pLocal,         mb.Around,
+            mb.pIntraModes,     mb.pGlobal->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
+            w.LumaDcLevels,     w.ChromaDcLevels,
             w.ChromaAcLevels};
 }
 
@@ -145,10 +144,10 @@ public:
     bool WriteMacroblock()
     {
         return WriteMacroblockSyntax(SyntaxOf(m_s),
-                                     Listed<CabacSyntax<StoredBytes>>(m_s.bitstream.Cabac(), m_s.cur_mb.around,
-                                                                      IsIntra(m_s.cur_mb.global->Type)));
+                                     Listed<CabacSyntax<StoredBytes>>(m_s.bitstream.Cabac(), m_s.cur_mb.Around,
+                                                                      IsIntra(m_s.cur_mb.pGlobal->Type)));
     }
-    void EndMacroblock(bool bLast) { m_s.bitstream.EncodeTerminate(bLast); }
+    void EndMacroblock(bool IsLast) { m_s.bitstream.EncodeTerminate(IsLast); }
     size_t Bytes() const { return m_s.bitstream.CoderBytes(); }
     void End() { m_s.bitstream.TerminateEncode(); }
 
@@ -166,7 +165,7 @@ public:
     {
         return WriteMacroblockSyntax(
             SyntaxOf(m_s),
-            Listed<CavlcSyntax<StoredBits>>(m_s.bitstream.Cavlc(), m_s.cur_mb.around, m_s.cur_mb.coeff_counts));
+            Listed<CavlcSyntax<StoredBits>>(m_s.bitstream.Cavlc(), m_s.cur_mb.Around, m_s.cur_mb.pCounts));
     }
     void EndMacroblock(bool) {}
     size_t Bytes() const { return m_s.bitstream.Bytes(); }
@@ -183,12 +182,12 @@ private:
 template <class Sample, class Entropy>
 void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, Entropy Writer)
 {
-    const int32_t End = s.first_mb + s.mb_limit;
+    const int32_t End = s.first_mb + s.MbLimit;
     for (int32_t Index = s.first_mb; Index < End; ++Index) {
         StartMacroblock(Settings, Job, s, Index);
-        AnalyseMacroblock(Settings, Job, s);
-        Reconstruct(Settings.layout, s);
-        if (Writer.WriteMacroblock()) s.slice_qp = s.cur_mb.local->Qp;
+        AnalyseMacroblock(Settings, s);
+        Reconstruct(Settings.Layout, s);
+        if (Writer.WriteMacroblock()) s.slice_qp = s.cur_mb.pLocal->Qp;
         ++s.mb_count;
         Writer.EndMacroblock(Index + 1 == End);
         // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.
@@ -204,7 +203,7 @@ void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>&
                    SliceContext<Sample>& s)
 {
     StartSlice(Settings, Sequence, Job, s);
-    if (Sequence.pps.entropy_coding_mode)
+    if (Sequence.Pps.entropy_coding_mode_flag)
         CodeMacroblocks(Settings, Job, s, CabacSlice<Sample>(s));
     else
         CodeMacroblocks(Settings, Job, s, CavlcSlice<Sample>(s));

@@ -11,6 +11,7 @@ template <class Sample>
 UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator);
 /// A new bit rate or frame rate for a running encoder.
 template <class Sample>
-UMC::Status SetCoreRate(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params);
+UMC::Status SetCoreRate(const EncoderSettings& Settings, SequenceState<Sample>& Sequence,
+                        const UMC::VideoEncoderParams& Params);
 
 } // namespace UMC_H264_ENCODER

@@ -11,19 +11,19 @@
 
 namespace UMC_H264_ENCODER {
 
-// Request and state words of the frame call.
+// Request and State words of the frame call.
 enum RequestFlag : uint32_t { REQUEST_FLUSH = 1 << 2 };
-enum StateFlag : uint32_t { STATE_CODED_I = 1 << 1, STATE_CODED_B = 1 << 2, STATE_NEED_INPUT = 1 << 8 };
+enum StateFlag : uint32_t { STATE_NEED_INPUT = 1 << 8 };
 
 template <class Sample>
 struct EncoderCore {
-    EncoderSettings settings;
-    SequenceState<Sample> sequence;
-    PictureJob<Sample> job;
+    EncoderSettings Settings;
+    SequenceState<Sample> Sequence;
+    PictureJob<Sample> Job;
 
-    uint32_t request = 0, state = 0;
-    UMC::VideoProcessing converter;            // from the client's picture into a frame
-    UMC::MemoryAllocator* allocator = nullptr; // not owned; outlives the frames
+    uint32_t Request = 0, State = 0;
+    UMC::VideoProcessing Converter;             // from the client's picture into a frame
+    UMC::MemoryAllocator* pAllocator = nullptr; // not owned; outlives the frames
 };
 
 using Core8 = EncoderCore<uint8_t>;

@@ -10,9 +10,9 @@ namespace {
 template <class Sample>
 bool HasReference(const EncoderCore<Sample>& c)
 {
-    for (const auto* p = c.sequence.reconstruction_list.Head(); p; p = p->next)
+    for (const auto* p = c.Sequence.ReconstructionList.Head(); p; p = p->next)
         if (p->is_reference) return true;
-    for (const auto* p = c.sequence.input_list.Head(); p; p = p->next)
+    for (const auto* p = c.Sequence.InputList.Head(); p; p = p->next)
         if (!p->was_encoded && p->frame_type != FRAME_B) return true;
     return false;
 }
@@ -20,10 +20,10 @@ bool HasReference(const EncoderCore<Sample>& c)
 template <class Sample>
 bool IsReferenceB(const EncoderCore<Sample>& c)
 {
-    switch (c.settings.params.b_ref_mode) {
+    switch (c.Settings.Params.b_ref_mode) {
     case 0: return false;
-    case 1: return c.sequence.gop_index - 1 == (c.settings.params.num_b_frames + 1) / 2;
-    default: return c.settings.params.b_ref_mode == 2;
+    case 1: return c.Sequence.gop_index - 1 == (c.Settings.Params.num_b_frames + 1) / 2;
+    default: return c.Settings.Params.b_ref_mode == 2;
     }
 }
 
@@ -41,9 +41,9 @@ template <class Sample>
 int32_t TypeOfInput(EncoderCore<Sample>& c, int32_t Asked)
 {
     switch (Asked) {
-    case UMC::I_PICTURE: c.sequence.make_idr_next = true; return FRAME_I;
+    case UMC::I_PICTURE: c.Sequence.make_idr_next = true; return FRAME_I;
     case UMC::P_PICTURE: return FRAME_P;
-    default: return NextFrameType(c.settings, c.sequence);
+    default: return NextFrameType(c.Settings, c.Sequence);
     }
 }
 
@@ -51,10 +51,10 @@ template <class Sample>
 void StartIdrPeriod(EncoderCore<Sample>& c, H264EncoderFrame<Sample>& New)
 {
     New.is_idr = true;
-    c.sequence.poc_base += c.sequence.poc_frame_count;
-    c.sequence.poc_frame_count = 0;
-    c.sequence.make_idr_next = false;
-    for (auto* p = c.sequence.input_list.Head(); p; p = p->next) {
+    c.Sequence.poc_base += c.Sequence.poc_frame_count;
+    c.Sequence.poc_frame_count = 0;
+    c.Sequence.make_idr_next = false;
+    for (auto* p = c.Sequence.InputList.Head(); p; p = p->next) {
         if (p == &New) continue;
         ++p->idr_epoch[0];
         ++p->idr_epoch[1];
@@ -68,15 +68,15 @@ UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
     const int32_t Asked = Input.GetFrameType();
     if (const UMC::Status s = CheckAskedType(c, Asked); s != UMC::StatusOk) return s;
     H264EncoderFrame<Sample>* pFrame = nullptr;
-    const UMC::Status s = c.sequence.input_list.InsertFrame(Input, c.settings.layout, c.allocator, c.converter, pFrame);
+    const UMC::Status s = c.Sequence.InputList.InsertFrame(Input, c.Settings.Layout, c.pAllocator, c.Converter, pFrame);
     if (s != UMC::StatusOk) return s;
     pFrame->frame_type = TypeOfInput(c, Asked);
     pFrame->b_is_reference = pFrame->frame_type == FRAME_B && IsReferenceB(c);
-    if (pFrame->frame_type == FRAME_I && c.sequence.make_idr_next) StartIdrPeriod(c, *pFrame);
-    pFrame->poc[0] = 2 * c.sequence.poc_frame_count;
-    pFrame->poc[1] = 2 * c.sequence.poc_frame_count + 1;
-    pFrame->display_order = 2 * (c.sequence.poc_frame_count + c.sequence.poc_base);
-    ++c.sequence.poc_frame_count;
+    if (pFrame->frame_type == FRAME_I && c.Sequence.make_idr_next) StartIdrPeriod(c, *pFrame);
+    pFrame->poc[0] = 2 * c.Sequence.poc_frame_count;
+    pFrame->poc[1] = 2 * c.Sequence.poc_frame_count + 1;
+    pFrame->display_order = 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base);
+    ++c.Sequence.poc_frame_count;
     return UMC::StatusOk;
 }
 
@@ -85,11 +85,11 @@ template <class Sample>
 void EndInput(EncoderCore<Sample>& c)
 {
     H264EncoderFrame<Sample>* pLast = nullptr;
-    for (auto* p = c.sequence.input_list.Head(); p; p = p->next)
+    for (auto* p = c.Sequence.InputList.Head(); p; p = p->next)
         if (!p->was_encoded && (!pLast || p->display_order > pLast->display_order)) pLast = p;
     if (!pLast || pLast->frame_type != FRAME_B) return;
     pLast->frame_type = FRAME_P;
-    c.sequence.b_anchors_needed = 1;
+    c.Sequence.b_anchors_needed = 1;
 }
 
 template <class Sample>
@@ -104,9 +104,9 @@ int32_t ClassOf(const H264EncoderFrame<Sample>& f, int32_t FramesEncoded, int32_
 template <class Sample>
 void ReturnFreeFrames(EncoderCore<Sample>& c)
 {
-    while (auto* const pFree = c.sequence.reconstruction_list.FindFree()) {
-        c.sequence.reconstruction_list.RemoveFrame(pFree);
-        c.sequence.input_list.Append(pFree);
+    while (auto* const pFree = c.Sequence.ReconstructionList.FindFree()) {
+        c.Sequence.ReconstructionList.RemoveFrame(pFree);
+        c.Sequence.InputList.Append(pFree);
     }
 }
 
@@ -115,33 +115,30 @@ void ReturnFreeFrames(EncoderCore<Sample>& c)
 template <class Sample>
 void GiveUpPicture(EncoderCore<Sample>& c, int32_t FrameNumBefore)
 {
-    c.sequence.frame_num = FrameNumBefore;
-    if (c.job.current->is_idr) c.sequence.make_key_next = c.sequence.make_idr_next = true;
-    c.job.current->Unmark();
+    c.Sequence.frame_num = FrameNumBefore;
+    if (c.Job.pCurrent->is_idr) c.Sequence.make_key_next = c.Sequence.make_idr_next = true;
+    c.Job.pCurrent->Unmark();
 }
 
 template <class Sample>
 UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
 {
-    auto& f = *c.job.current;
-    const int32_t FrameNumBefore = c.sequence.frame_num;
-    if (f.is_idr) c.sequence.frame_num = 0;
-    f.frame_num = c.sequence.frame_num;
+    auto& f = *c.Job.pCurrent;
+    const int32_t FrameNumBefore = c.Sequence.frame_num;
+    if (f.is_idr) c.Sequence.frame_num = 0;
+    f.frame_num = c.Sequence.frame_num;
     if (f.frame_type != FRAME_B || f.b_is_reference)
-        c.sequence.frame_num = (c.sequence.frame_num + 1) % EncoderSettings::frame_num_max;
-    c.sequence.input_list.RemoveFrame(&f);
-    c.sequence.reconstruction_list.Append(&f);
-    c.job.Begin(f, ClassOf(f, c.sequence.frames_encoded, c.settings.params.b_ref_mode));
-    if (c.job.picture_class == CLASS_IDR) c.sequence.b_anchors_needed = c.settings.params.num_ref_to_start_b;
+        c.Sequence.frame_num = (c.Sequence.frame_num + 1) % EncoderSettings::frame_num_max;
+    c.Sequence.InputList.RemoveFrame(&f);
+    c.Sequence.ReconstructionList.Append(&f);
+    c.Job.Begin(f, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
+    if (c.Job.picture_class == CLASS_IDR) c.Sequence.b_anchors_needed = c.Settings.Params.num_ref_to_start_b;
 
-    const UMC::Status s = EncodePicture(c.settings, c.sequence, c.job, Output);
+    const UMC::Status s = EncodePicture(c.Settings, c.Sequence, c.Job, Output);
     double Start = 0.0, End = 0.0;
     f.GetTime(Start, End);
     Output.SetTime(Start, End);
-    if (s == UMC::StatusOk)
-        c.state |= f.frame_type == FRAME_I ? STATE_CODED_I : f.frame_type == FRAME_B ? STATE_CODED_B : 0u;
-    else
-        GiveUpPicture(c, FrameNumBefore);
+    if (s != UMC::StatusOk) GiveUpPicture(c, FrameNumBefore);
     f.was_encoded = true;
     ReturnFreeFrames(c);
     return s;
@@ -159,21 +156,21 @@ int32_t NextFrameType(const EncoderSettings& Settings, SequenceState<Sample>& q)
         q.make_key_next = false;
         return FRAME_I;
     }
-    if (Settings.params.key_frame_method == 1 && --q.key_countdown == 1) q.make_key_next = true;
+    if (Settings.Params.key_frame_method == 1 && --q.key_countdown == 1) q.make_key_next = true;
     if (q.make_key_next) {
         Type = FRAME_I;
-        q.key_countdown = static_cast<uint32_t>(Settings.params.key_frame_interval) + 1;
+        q.key_countdown = static_cast<uint32_t>(Settings.Params.key_frame_interval) + 1;
         if (--q.idr_countdown == 1) {
             if (q.gop_index == 1 || Settings.gop_length < 2) {
                 q.make_idr_next = true;
-                q.idr_countdown = static_cast<uint32_t>(Settings.params.idr_interval) + 1;
+                q.idr_countdown = static_cast<uint32_t>(Settings.Params.idr_interval) + 1;
                 q.gop_index = 0;
             } else { // end the run with an anchor first; the key picture is the next one
                 Type = FRAME_P;
                 q.key_countdown = q.idr_countdown = 2;
                 q.b_anchors_needed = 1;
             }
-        } else if (!Settings.params.keep_pattern_at_key) {
+        } else if (!Settings.Params.keep_pattern_at_key) {
             q.gop_index = 0;
         }
         q.make_key_next = false;
@@ -185,17 +182,17 @@ int32_t NextFrameType(const EncoderSettings& Settings, SequenceState<Sample>& q)
 template <class Sample>
 UMC::Status FrameStep(EncoderCore<Sample>& c, UMC::VideoData* pInput, UMC::MediaData* pOutput)
 {
-    c.job.current = nullptr;
-    c.state = 0;
+    c.Job.pCurrent = nullptr;
+    c.State = 0;
     if (pInput) {
         if (const UMC::Status s = TakeInput(c, *pInput); s != UMC::StatusOk) return s;
-    } else if (c.request & REQUEST_FLUSH) {
+    } else if (c.Request & REQUEST_FLUSH) {
         EndInput(c);
     }
-    c.job.current = FindNextToCode(c.sequence.input_list, c.sequence.reconstruction_list, c.sequence.b_anchors_needed,
-                                   c.settings.params.b_ref_mode);
-    if (!c.job.current) {
-        c.state |= STATE_NEED_INPUT;
+    c.Job.pCurrent = FindNextToCode(c.Sequence.InputList, c.Sequence.ReconstructionList, c.Sequence.b_anchors_needed,
+                                    c.Settings.Params.b_ref_mode);
+    if (!c.Job.pCurrent) {
+        c.State |= STATE_NEED_INPUT;
         return UMC::StatusNotEnoughData;
     }
     return CodeCurrent(c, *pOutput);

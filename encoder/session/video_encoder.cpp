@@ -55,11 +55,11 @@ Status H264VideoEncoder::GetFrame(MediaData* pInput, MediaData* pOutput)
     if (!pOutput) return StatusNullPointer;
     Core8& c = *m_pCore8;
     auto* const pPicture = DynamicCast<VideoData>(pInput);
-    if (pInput && (!pPicture || !HasWantedPlanes(c.settings.params, *pPicture))) return StatusInvalidParams;
-    c.request = pInput ? 0u : static_cast<uint32_t>(REQUEST_FLUSH);
+    if (pInput && (!pPicture || !HasWantedPlanes(c.Settings.Params, *pPicture))) return StatusInvalidParams;
+    c.Request = pInput ? 0u : static_cast<uint32_t>(REQUEST_FLUSH);
     const Status s = FrameStep(c, pPicture, pOutput);
-    if (c.state & STATE_NEED_INPUT) return pInput ? StatusOk : StatusEndOfSegment;
-    if (s == StatusOk) pOutput->SetFrameType(c.job.current->frame_type + 1);
+    if (c.State & STATE_NEED_INPUT) return pInput ? StatusOk : StatusEndOfSegment;
+    if (s == StatusOk) pOutput->SetFrameType(c.Job.pCurrent->frame_type + 1);
     return s;
 }
 
@@ -70,9 +70,11 @@ Status H264VideoEncoder::GetInfo(BaseCodecParams* pParams)
     auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusInvalidParams;
     if (auto* const pFull = DynamicCast<H264EncoderParams>(pParams))
-        *pFull = m_pCore8->settings.params;
+        *pFull = m_pCore8->Settings.Params;
     else
-        *pVideo = m_pCore8->settings.params;
+        *pVideo = m_pCore8->Settings.Params;
+    pVideo->m_Info.m_Bitrate = m_pCore8->Sequence.bitrate;
+    pVideo->m_Info.m_FrameRate = m_pCore8->Sequence.frame_rate;
     pVideo->m_Quality = 100; // no count of losses is kept, so the share of them is always 0
     pVideo->m_Info.m_StreamType = kStreamTypeH264;
     return StatusOk;
@@ -83,17 +85,17 @@ Status H264VideoEncoder::SetParams(BaseCodecParams* pParams)
     const auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusNullPointer;
     if (core_kind != kCore8) return StatusNotInitialized;
-    return SetCoreRate(*m_pCore8, *pVideo);
+    return SetCoreRate(m_pCore8->Settings, m_pCore8->Sequence, *pVideo);
 }
 
 const VideoData* H264VideoEncoder::GetReconstruction() const
 {
-    return core_kind == kCore8 ? m_pCore8->job.current : nullptr;
+    return core_kind == kCore8 ? m_pCore8->Job.pCurrent : nullptr;
 }
 
 int32_t H264VideoEncoder::GetDisplayOrder() const
 {
-    return core_kind == kCore8 && m_pCore8->job.current ? m_pCore8->job.current->display_order / 2 : -1;
+    return core_kind == kCore8 && m_pCore8->Job.pCurrent ? m_pCore8->Job.pCurrent->display_order / 2 : -1;
 }
 
 } // namespace UMC

@@ -3,6 +3,7 @@
 
 #include "encoder/write/block_levels.h"
 #include "kernels/dispatch/kernels.h"
+#include "kernels/intra/intra.h"
 
 #include <cstdint>
 
@@ -13,8 +14,10 @@ struct CodecTraits;
 
 template <>
 struct CodecTraits<uint8_t> {
-    using Coeff = int16_t;      // levels in their block, then scaled coefficients
-    using Levels = BlockLevels; // the same as a list
+    using Coeff = int16_t; // levels in their block, then scaled coefficients
+    using Level = int16_t; // the same in a list
+    using Levels = BlockLevels<Level>;
+    using PredictIntra = kernels::PredictIntraSig;
     static constexpr int32_t kMaxBitDepth = 8;
     static constexpr kernels::KernelSlots& Kernels = kernels::g_Kernels;
 };

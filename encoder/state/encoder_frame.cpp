@@ -23,8 +23,8 @@ T* AlignUp(T* p, size_t Alignment)
 
 } // namespace
 
-FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
-                       bool bAlpha)
+FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool FramesOnly,
+                       bool HasAlpha)
 {
     FrameLayout l;
     l.Width = Width;
@@ -37,7 +37,7 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
     l.Pitch = (l.AlignedWidth + 2 * kLumaRoom + 63) / 64 * 64;
     l.ChromaFormat = ChromaFormat;
     l.BitDepth = BitDepth;
-    l.bAlpha = bAlpha;
+    l.HasAlpha = HasAlpha;
     l.Format = ChromaFormat == 0 ? UMC::GRAY : ChromaFormat == 2 ? UMC::YUV422 : UMC::YUV420;
     return l;
 }
@@ -45,10 +45,11 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
 template <class Sample>
 UMC::Status H264EncoderFrame<Sample>::Allocate(const FrameLayout& Layout)
 {
-    const bool bSame = m_PlaneMemory && Layout.AlignedWidth == m_Layout.AlignedWidth &&
-                       Layout.AlignedHeight == m_Layout.AlignedHeight && Layout.ChromaFormat == m_Layout.ChromaFormat &&
-                       Layout.Width == m_Layout.Width && Layout.Height == m_Layout.Height;
-    if (bSame) return UMC::StatusOk;
+    const bool IsSame = m_PlaneMemory && Layout.AlignedWidth == m_Layout.AlignedWidth &&
+                        Layout.AlignedHeight == m_Layout.AlignedHeight &&
+                        Layout.ChromaFormat == m_Layout.ChromaFormat && Layout.Width == m_Layout.Width &&
+                        Layout.Height == m_Layout.Height;
+    if (IsSame) return UMC::StatusOk;
     Free();
     m_Layout = Layout;
     UMC::Status s = AllocatePlanes(Layout);
@@ -102,7 +103,7 @@ template <class Sample>
 UMC::Status H264EncoderFrame<Sample>::AllocateTables(const FrameLayout& l)
 {
     const auto Count = static_cast<size_t>(l.MbCount);
-    const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.bAlpha ? 2 : 1);
+    const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.HasAlpha ? 2 : 1);
     auto* p = static_cast<uint8_t*>(AllocateZeroed(m_TableMemory, Bytes));
     if (!p) return UMC::StatusAllocFailed;
     // The tables begin at multiples of 16 behind each other, of which the block's start is one.

@@ -30,12 +30,12 @@ struct FrameLayout {
     int32_t Pitch = 0; // samples, the same for all planes
     int32_t ChromaFormat = 1;
     int32_t BitDepth = 8;
-    bool bAlpha = false;
+    bool HasAlpha = false;
     UMC::ColorFormat Format = UMC::YUV420;
 };
 
-FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool bFramesOnly,
-                       bool bAlpha);
+FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool FramesOnly,
+                       bool HasAlpha);
 
 /// A picture. It is mostly coded in place: the samples of a macroblock are the source until it is reconstructed.
 /// The allocator must outlive the frame.

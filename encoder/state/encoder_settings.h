@@ -22,19 +22,18 @@ struct QuantTables {
 
 using ThresholdTable = std::array<int32_t, 52>; // by QP
 
-/// Init writes it, and a change of rate the two rates in params. Everyone else reads.
+/// Init writes it; everyone else reads.
 struct EncoderSettings {
-    UMC::H264EncoderParams params; // checked
-    FrameLayout layout;
-    uint32_t analysis_flags = 0; // AnalysisFlag
+    UMC::H264EncoderParams Params; // checked; the rates are those of the start
+    FrameLayout Layout;
+    uint32_t AnalysisFlags = 0; // AnalysisFlag
     int32_t gop_length = 1;
     std::vector<int32_t> gop_pattern;
     static constexpr int32_t frame_num_max = kFrameNumMax;
 
-    std::vector<MacroblockPosition> positions;
-    std::vector<uint16_t> slice_of_macroblock;
-    QuantTables quant;
-    ThresholdTable threshold_me, threshold_skip_intra, threshold_advanced_intra;
+    std::vector<MacroblockPosition> Positions;
+    QuantTables Quant;
+    ThresholdTable ThresholdME, SkipIntraThreshold, TryAdvancedIntraThreshold;
 };
 
 } // namespace UMC_H264_ENCODER

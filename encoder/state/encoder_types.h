@@ -16,7 +16,7 @@ enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 // What later pictures may do with a picture.
 enum PictureClass : int32_t { CLASS_DISPOSABLE = 0, CLASS_REFERENCE = 1, CLASS_IDR = 2 };
 
-// Macroblock types as stored in the picture's tables; MB_INTRA4X4 with FLAG_TRANSFORM_8X8 is Intra 8x8.
+// Macroblock types as stored in the picture's tables.
 enum MacroblockType : uint8_t {
     MB_INTRA4X4 = 0,
     MB_INTRA16X16 = 1,
@@ -32,18 +32,13 @@ enum MacroblockType : uint8_t {
 };
 inline bool IsIntra(uint8_t Type) { return Type <= MB_PCM; }
 
-enum MacroblockFlag : uint8_t { FLAG_FIELD = 1 << 1, FLAG_TRANSFORM_8X8 = 1 << 2 };
-
 // The part of a macroblock that travels with the frame: what deblocking and later pictures look at.
-struct GlobalMacroblock {
+struct alignas(8) GlobalMacroblock {
     uint16_t SliceId;
-    uint8_t Type;  // MacroblockType
-    uint8_t Flags; // MacroblockFlag
-    int8_t Qp;     // QPY
+    uint8_t Type; // MacroblockType
+    int8_t Qp;    // QPY
     int8_t QpChroma;
-    uint16_t Reserved;
 };
-static_assert(sizeof(GlobalMacroblock) == 8);
 
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
 enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
@@ -65,23 +60,14 @@ struct LocalMacroblock {
     uint8_t ChromaMode;  // intra_chroma_pred_mode
     int8_t Qp;           // QPY
     int8_t QpChroma;     // QPC
-    uint8_t SubTypes[4];
-    uint8_t Reserved[8];
 };
-static_assert(sizeof(LocalMacroblock) == 28);
-
-// Sub-macroblock types; NOT_8X8 where the macroblock is not divided into quadrants.
-enum SubMacroblockType : uint8_t { SUB_8X8 = 0, SUB_8X4 = 1, SUB_4X8 = 2, SUB_4X4 = 3, SUB_NOT_8X8 = 32 };
 
 // Offsets of a macroblock in the planes and how far its vectors may reach, in whole samples.
 struct MacroblockPosition {
-    int32_t LumaFrame, ChromaFrame; // samples from the plane's origin
-    int32_t LumaField, ChromaField;
+    int32_t Luma, Chroma; // samples from the plane's origin
     int32_t LimitLeft, LimitRight, LimitTop, LimitBottom;
     int32_t X, Y; // in macroblocks
-    int32_t Reserved[2];
 };
-static_assert(sizeof(MacroblockPosition) == 48);
 
 // Analysis flags: what the decisions try.
 enum AnalysisFlag : uint32_t {

@@ -29,26 +29,23 @@ void CopyLeft(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Mb)
         for (int32_t i = 0; i < 4; ++i) n.LeftModes[i] = static_cast<int8_t>(t.pIntraModes[Blocks + RightOf(i)]);
     else
         std::memset(n.LeftModes, h264::kIntraDcMode, sizeof(n.LeftModes));
-    for (int32_t List = 0; List < t.Lists; ++List) {
-        NeighbourCache::Motion& m = n.Motions[List];
-        for (int32_t i = 0; i < 4; ++i) m.LeftVectors[i] = t.pVectors[List][Blocks + RightOf(i)];
-        for (int32_t i = 0; i < 4; ++i) m.LeftRefs[i] = t.pReferences[List][Blocks + RightOf(i)];
-        if (!t.pDifferences[List]) continue;
-        for (int32_t i = 0; i < 4; ++i) m.LeftDifferences[i] = t.pDifferences[List][Blocks + RightOf(i)];
-    }
+    if (!t.pVectors) return;
+    NeighbourMotion& m = n.Motion;
+    for (int32_t i = 0; i < 4; ++i) m.LeftVectors[i] = t.pVectors[Blocks + RightOf(i)];
+    for (int32_t i = 0; i < 4; ++i) m.LeftRefs[i] = t.pReferences[Blocks + RightOf(i)];
+    if (!t.pDifferences) return;
+    for (int32_t i = 0; i < 4; ++i) m.LeftDifferences[i] = t.pDifferences[Blocks + RightOf(i)];
 }
 
-void ClearLeft(NeighbourCache& n, const NeighbourTables& t)
+void ClearLeft(NeighbourCache& n)
 {
     n.LeftType = kNoMacroblock;
     n.pLeft = &kAbsent;
     std::memset(n.LeftModes, -1, 4);
-    for (int32_t List = 0; List < t.Lists; ++List) {
-        NeighbourCache::Motion& m = n.Motions[List];
-        std::memset(m.LeftVectors, 0, sizeof(m.LeftVectors));
-        std::memset(m.LeftRefs, h264::kRefUnavailable, sizeof(m.LeftRefs));
-        std::memset(m.LeftDifferences, 0, sizeof(m.LeftDifferences));
-    }
+    NeighbourMotion& m = n.Motion;
+    std::memset(m.LeftVectors, 0, sizeof(m.LeftVectors));
+    std::memset(m.LeftRefs, h264::kRefUnavailable, sizeof(m.LeftRefs));
+    std::memset(m.LeftDifferences, 0, sizeof(m.LeftDifferences));
 }
 
 void CopyTop(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Mb)
@@ -57,26 +54,22 @@ void CopyTop(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Mb)
     n.pTop = &t.pLocal[Mb];
     const ptrdiff_t Blocks = Mb * 16 + kLowerRow;
     std::memcpy(n.TopModes, t.pIntraModes + Blocks, sizeof(n.TopModes));
-    for (int32_t List = 0; List < t.Lists; ++List) {
-        NeighbourCache::Motion& m = n.Motions[List];
-        std::memcpy(m.TopVectors, t.pVectors[List] + Blocks, sizeof(m.TopVectors));
-        std::memcpy(m.TopRefs, t.pReferences[List] + Blocks, sizeof(m.TopRefs));
-        if (t.pDifferences[List])
-            std::memcpy(m.TopDifferences, t.pDifferences[List] + Blocks, sizeof(m.TopDifferences));
-    }
+    if (!t.pVectors) return;
+    NeighbourMotion& m = n.Motion;
+    std::memcpy(m.TopVectors, t.pVectors + Blocks, sizeof(m.TopVectors));
+    std::memcpy(m.TopRefs, t.pReferences + Blocks, sizeof(m.TopRefs));
+    if (t.pDifferences) std::memcpy(m.TopDifferences, t.pDifferences + Blocks, sizeof(m.TopDifferences));
 }
 
-void ClearTop(NeighbourCache& n, const NeighbourTables& t)
+void ClearTop(NeighbourCache& n)
 {
     n.TopType = kNoMacroblock;
     n.pTop = &kAbsent;
     std::memset(n.TopModes, -1, 4);
-    for (int32_t List = 0; List < t.Lists; ++List) {
-        NeighbourCache::Motion& m = n.Motions[List];
-        std::memset(m.TopVectors, 0, sizeof(m.TopVectors));
-        std::memset(m.TopRefs, h264::kRefUnavailable, sizeof(m.TopRefs));
-        std::memset(m.TopDifferences, 0, sizeof(m.TopDifferences));
-    }
+    NeighbourMotion& m = n.Motion;
+    std::memset(m.TopVectors, 0, sizeof(m.TopVectors));
+    std::memset(m.TopRefs, h264::kRefUnavailable, sizeof(m.TopRefs));
+    std::memset(m.TopDifferences, 0, sizeof(m.TopDifferences));
 }
 
 void FillCounts(NeighbourCache& n, const uint8_t* pCounts, ptrdiff_t Left, ptrdiff_t Top)
@@ -98,25 +91,24 @@ void FillNeighbours(NeighbourCache& n, const NeighbourTables& t, int32_t Index, 
 {
     const int32_t w = t.MbWidth, Left = Index - 1, Top = Index - w;
     // A macroblock of the same slice lies at or behind the slice's first one.
-    const bool bLeft = X > 0 && Left >= t.FirstMb, bTop = Top >= t.FirstMb;
-    const bool bTopRight = X + 1 < w && Top + 1 >= t.FirstMb, bTopLeft = X > 0 && Top - 1 >= t.FirstMb;
-    n.Available = (bLeft ? kernels::kLeft : 0u) | (bTop ? kernels::kTop : 0u) | (bTopRight ? kernels::kTopRight : 0u) |
-                  (bTopLeft ? kernels::kTopLeft : 0u);
-    if (bLeft)
+    const bool HasLeft = X > 0 && Left >= t.FirstMb, HasTop = Top >= t.FirstMb;
+    const bool HasTopRight = X + 1 < w && Top + 1 >= t.FirstMb, HasTopLeft = X > 0 && Top - 1 >= t.FirstMb;
+    n.Available = (HasLeft ? kernels::kLeft : 0u) | (HasTop ? kernels::kTop : 0u) |
+                  (HasTopRight ? kernels::kTopRight : 0u) | (HasTopLeft ? kernels::kTopLeft : 0u);
+    if (HasLeft)
         CopyLeft(n, t, Left);
     else
-        ClearLeft(n, t);
-    if (bTop)
+        ClearLeft(n);
+    if (HasTop)
         CopyTop(n, t, Top);
     else
-        ClearTop(n, t);
-    for (int32_t List = 0; List < t.Lists; ++List) {
-        const auto At = [&t, List](ptrdiff_t Block) {
-            return h264::BlockMotion{t.pVectors[List][Block], t.pReferences[List][Block]};
-        };
+        ClearTop(n);
+    if (t.pVectors) {
+        const auto At = [&t](ptrdiff_t Block) { return h264::BlockMotion{t.pVectors[Block], t.pReferences[Block]}; };
         const ptrdiff_t Above = ptrdiff_t{Top} * 16 + kLowerRow;
-        n.Motions[List].TopRight = bTopRight ? At(Above + 16) : kNoMotion;
-        n.Motions[List].TopLeft = bTopLeft ? At(Above - 16 + 3) : kNoMotion;
+        n.Motion.TopRight = HasTopRight ? At(Above + 16) : kNoMotion;
+        n.Motion.TopLeft = HasTopLeft ? At(Above - 16 + 3) : kNoMotion;
+        n.Motion.pTopRightOfPicture = X + 1 < w && Top >= 0 ? t.pVectors + Above + 16 : nullptr;
     }
     if (t.pCounts) FillCounts(n, t.pCounts, ptrdiff_t{Left} * kCountsPerMb, ptrdiff_t{Top} * kCountsPerMb);
 }

@@ -20,36 +20,37 @@ inline constexpr int32_t kFirstCount[3]{0, 16, 20};
 struct NeighbourTables {
     int32_t FirstMb; // of the slice: what lies before it is not available
     int32_t MbWidth;
-    int32_t Lists; // reference lists in use: 0 in I slices
     const GlobalMacroblock* pGlobal;
     const LocalMacroblock* pLocal;
-    const uint8_t* pIntraModes;      // 16 for each macroblock, raster order, as are those below
-    const MotionVector* pVectors[2]; // by list
-    const int8_t* pReferences[2];
-    const MotionVector* pDifferences[2]; // mvd_l0 and mvd_l1; null where no context asks for them
-    const uint8_t* pCounts;              // kCountsPerMb for each macroblock; null where no code asks for them
+    const uint8_t* pIntraModes;   // 16 for each macroblock, raster order, as are those below
+    const MotionVector* pVectors; // of list 0; null in I slices
+    const int8_t* pReferences;
+    const MotionVector* pDifferences; // mvd_l0; null where no context asks for them
+    const uint8_t* pCounts;           // kCountsPerMb for each macroblock; null where no code asks for them
+};
+
+// Motion around a macroblock; not filled in I slices.
+struct NeighbourMotion {
+    h264::BlockMotion Left(size_t Row) const { return {LeftVectors[Row], LeftRefs[Row]}; }       // A of clause 6.4.11.7
+    h264::BlockMotion Top(size_t Column) const { return {TopVectors[Column], TopRefs[Column]}; } // B
+    /// The neighbours of the whole macroblock, D in place of a C that is not available (clause 8.4.1.3.2).
+    h264::MotionNeighbours Of16x16() const
+    {
+        return {Left(0), Top(0), TopRight.RefIdx == h264::kRefUnavailable ? TopLeft : TopRight};
+    }
+
+    MotionVector LeftVectors[4], TopVectors[4];
+    MotionVector LeftDifferences[4], TopDifferences[4]; // mvd; not filled with CAVLC
+    int8_t LeftRefs[4], TopRefs[4];
+    h264::BlockMotion TopRight, TopLeft; // C and D
+    // Where C lies, in whatever slice: a search may start from it. Null outside the picture.
+    const MotionVector* pTopRightOfPicture;
 };
 
 /// Filled in one place when a macroblock begins, and nowhere else. What lies to the left is kept by row of 4x4 blocks,
 /// what lies above by column.
 struct NeighbourCache {
-    struct Motion {
-        h264::BlockMotion Left(size_t Row) const { return {LeftVectors[Row], LeftRefs[Row]}; } // A of clause 6.4.11.7
-        h264::BlockMotion Top(size_t Column) const { return {TopVectors[Column], TopRefs[Column]}; } // B
-
-        MotionVector LeftVectors[4], TopVectors[4];
-        MotionVector LeftDifferences[4], TopDifferences[4]; // mvd; not filled with CAVLC
-        int8_t LeftRefs[4], TopRefs[4];
-        h264::BlockMotion TopRight, TopLeft; // C and D
-    };
-
     bool Has(kernels::IntraAvailable What) const { return (Available & What) != 0; }
-    /// The neighbours of the whole macroblock, D in place of a C that is not available (clause 8.4.1.3.2).
-    h264::MotionNeighbours Of16x16(size_t List) const
-    {
-        const Motion& m = Motions[List];
-        return {m.Left(0), m.Top(0), m.TopRight.RefIdx == h264::kRefUnavailable ? m.TopLeft : m.TopRight};
-    }
 
     uint32_t Available; // kernels::IntraAvailable
     uint8_t LeftType, TopType;
@@ -57,7 +58,7 @@ struct NeighbourCache {
     // available all luma is in the pattern and no block is coded.
     const LocalMacroblock *pLeft, *pTop;
     int8_t LeftModes[4], TopModes[4]; // Intra4x4PredMode, -1 where not available
-    Motion Motions[2];
+    NeighbourMotion Motion;
     uint8_t LeftCounts[3][4], TopCounts[3][4]; // [Y, Cb, Cr]; two entries of a chroma plane
 };
 

@@ -13,32 +13,29 @@ namespace UMC_H264_ENCODER {
 /// buffers are made once and serve every picture.
 template <class Sample>
 struct PictureJob {
-    using Pix = Sample;
-    using Slice = SliceContext<Sample>;
-
-    H264EncoderFrame<Sample>* current = nullptr; // its tables are written here too
-    int32_t picture_class = CLASS_IDR;           // PictureClass
-    // Samples are compared with the source, and predicted from and written to the reconstruction. Both have the pitch
+    H264EncoderFrame<Sample>* pCurrent = nullptr; // its tables are written here too
+    int32_t picture_class = CLASS_IDR;            // PictureClass
+    // Samples are compared with the source, and predicted from and written to the reconstruction, which has the pitch
     // of the encoder's layout.
-    PictureView<const Sample> source;
-    PictureView<Sample> reconstruction;
+    PictureView<const Sample> Source;
+    PictureView<Sample> Reconstruction;
 
     /// Takes up a picture, which is coded in place.
     void Begin(H264EncoderFrame<Sample>& Picture, int32_t PictureClass)
     {
         h264::trace::BeginPicture();
-        current = &Picture;
+        pCurrent = &Picture;
         picture_class = PictureClass;
-        reconstruction = Picture.View();
-        source = ReadOnly(reconstruction);
+        Reconstruction = Picture.View();
+        Source = ReadOnly(Reconstruction);
     }
 
-    std::unique_ptr<Slice[]> slices; // with the bits that they produced
-    std::unique_ptr<uint8_t[]> slice_buffers;
-    std::vector<LocalMacroblock> local_macroblocks;
-    std::vector<MotionVector> vector_differences[2]; // 16 for each macroblock
-    std::vector<uint8_t> intra_modes;                // 16 for each macroblock
-    std::vector<uint8_t> coeff_counts;               // kCountsPerMb for each macroblock, CAVLC
+    std::unique_ptr<SliceContext<Sample>[]> Slices; // with the bits that they produced
+    std::unique_ptr<uint8_t[]> SliceBuffers;
+    std::vector<LocalMacroblock> LocalMacroblocks;
+    std::vector<MotionVector> VectorDifferences; // 16 for each macroblock, as are the modes
+    std::vector<uint8_t> IntraModes;
+    std::vector<uint8_t> CoeffCounts; // kCountsPerMb for each macroblock, CAVLC
 };
 
 } // namespace UMC_H264_ENCODER

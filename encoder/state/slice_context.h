@@ -4,7 +4,7 @@
 #include "encoder/state/codec_traits.h"
 #include "encoder/state/encoder_frame.h"
 #include "encoder/state/neighbour_cache.h"
-#include "encoder/write/pbs_fake.h"
+#include "encoder/write/pbs.h"
 
 #include <array>
 #include <memory>
@@ -31,14 +31,14 @@ struct MacroblockQuant {
     int32_t LumaZeroSad, ChromaZeroSad; // parts of 4x4 samples that differ by no more have no levels
 };
 
-// Half-sample planes around the block of a 16x16 search; see InterpolateHalfRight and its kin.
+// Half-sample planes around the block of a 16x16 search; made by HalfPlaneRight and its kin.
 template <class Sample>
 struct HalfPlanes {
     static constexpr int kStep = 32;
     alignas(16) Sample Right[18 * kStep];
     alignas(16) Sample Down[18 * kStep];
     alignas(16) Sample Both[18 * kStep];
-    bool bBoth; // Both is made when the walk first needs it
+    bool HasBoth; // Both is made when the walk first needs it
 };
 
 // Prediction, residual and decision scratch of one macroblock.
@@ -52,7 +52,6 @@ struct WorkArea {
     alignas(16) Sample PredY[16 * 16];
     alignas(16) Sample PredUV[16 * 8];     // Cb in columns 0..7, Cr in 8..15
     alignas(16) Sample IntraY[2][16 * 16]; // best and trial prediction of Intra 16x16
-    alignas(16) Sample IntraUV[2][16 * 8];
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
     alignas(16) Sample Local[17 * kLocalStep];
     static constexpr int kLocalOrigin = kLocalStep + 8;
@@ -73,7 +72,7 @@ struct WorkArea {
     uint8_t Intra4x4Modes[16];           // of the trial, raster order
     uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
     // The vector whose luma prediction is in PredY and whose levels are in Luma, after a skip test that failed.
-    bool bTested;
+    bool IsTested;
     MotionVector TestedVector;
     uint32_t TestedMask;
     std::unique_ptr<uint8_t[]> pVisited; // (2 * search_x + 1) * (2 * search_y + 1), for search method 8
@@ -84,40 +83,39 @@ template <class Sample>
 struct CurrentMacroblock {
     int32_t mb_index;
     int32_t mb_x, mb_y;
-    const Sample *src_y, *src_u, *src_v; // the macroblock in the source
-    Sample *rec_y, *rec_u, *rec_v;       // and in the reconstruction; both may be the same samples
-    int32_t pitch;                       // samples
-    NeighbourCache around;
-    const MacroblockPosition* position;
-    GlobalMacroblock* global;
-    LocalMacroblock* local;
-    MotionVector* mv[2]; // 16 each, raster order
-    int8_t* ref[2];
-    MotionVector* mvd[2];
-    uint8_t* intra_modes;  // 16, raster order
-    uint8_t* coeff_counts; // kCountsPerMb, with CAVLC
+    const Sample *pSrcY, *pSrcU, *pSrcV; // the macroblock in the source
+    Sample *pRecY, *pRecU, *pRecV;       // and in the reconstruction; both may be the same samples
+    int32_t SrcPitch;                    // samples, of the source
+    int32_t pitch;                       // of the reconstruction, which is that of all references
+    NeighbourCache Around;
+    const MacroblockPosition* pPosition;
+    GlobalMacroblock* pGlobal;
+    LocalMacroblock* pLocal;
+    MotionVector* pVectors; // of list 0, as are the two below: 16 each, raster order
+    int8_t* pReferences;
+    MotionVector* pDifferences;
+    uint8_t* pIntraModes; // 16, raster order
+    uint8_t* pCounts;     // kCountsPerMb, with CAVLC
 };
 
 template <class Sample>
 struct SliceContext {
     int32_t slice_type;
     int32_t slice_id;
-    int32_t status;
     int32_t slice_qp; // running QPY for mb_qp_delta
     int32_t mb_count, intra_count;
     int32_t first_mb;
-    int32_t mb_limit; // macroblocks that belong to the slice
+    int32_t MbLimit; // macroblocks that belong to the slice
     int32_t slice_qp_delta;
     int32_t cabac_init_idc;
     CurrentMacroblock<Sample> cur_mb;
     int32_t deblock_idc, deblock_alpha, deblock_beta;
     CH264pBs<Sample, typename CodecTraits<Sample>::Coeff> bitstream;
-    CH264pBsFake<Sample, typename CodecTraits<Sample>::Coeff> fake_bitstream;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
     RefPicLists<Sample> ref_pic_lists;
-    NeighbourTables neighbour_tables;
-    MacroblockQuant quant;
-    int32_t quant_qp; // the QP that quant is for
+    NeighbourTables Neighbours;
+    MacroblockQuant Quant;
+    int32_t QuantQp; // the QP that Quant is for
     WorkArea<Sample> work_area;
 };
 

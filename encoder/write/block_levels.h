@@ -6,10 +6,11 @@
 namespace UMC_H264_ENCODER {
 
 // The levels other than 0 in scan order.
+template <class LevelType>
 struct BlockLevels {
     uint8_t Count;
     uint8_t Position[16]; // in the block's own list: 0 is coefficient 1 where the DC is coded apart
-    int16_t Level[16];
+    LevelType Level[16];
 };
 
 } // namespace UMC_H264_ENCODER

@@ -3,7 +3,8 @@
 namespace UMC_H264_ENCODER {
 
 template <class Output>
-void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels& Block, uint32_t Positions)
+template <class LevelType>
+void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions)
 {
     const h264::BlockCatContexts& Ctx = h264::kBlockCatContexts[Cat];
     // A copy that nothing else can point to stays in registers.
@@ -46,7 +47,7 @@ void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels& Bloc
     Arithmetic = Coder;
 }
 
-template class BasicCabacCoder<StoredBytes>;
-template class BasicCabacCoder<CountedBytes>;
+template void CabacCoder::Levels(h264::BlockCat, const BlockLevels<int16_t>&, uint32_t);
+template void CabacCounter::Levels(h264::BlockCat, const BlockLevels<int16_t>&, uint32_t);
 
 } // namespace UMC_H264_ENCODER

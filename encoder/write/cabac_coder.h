@@ -34,7 +34,8 @@ public:
     void Bin(uint32_t Context, uint32_t Value) { Arithmetic.EncodeBin(Contexts[Context], Value); }
     /// The levels of a block that has some, behind its coded_block_flag (clause 7.3.5.3.3).
     /// @param Positions  coefficients of the block's list
-    void Levels(h264::BlockCat Cat, const BlockLevels& Block, uint32_t Positions);
+    template <class LevelType>
+    void Levels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions);
 
     h264::CabacContexts Contexts{};
     BasicArithmeticCoder<Output> Arithmetic;
@@ -74,8 +75,5 @@ private:
     CabacCoder m_Coder;
     StoredBytes::Tail m_Tail{};
 };
-
-extern template class BasicCabacCoder<StoredBytes>;
-extern template class BasicCabacCoder<CountedBytes>;
 
 } // namespace UMC_H264_ENCODER

@@ -15,7 +15,8 @@ h264::CoeffTokenClass TokenClass(int32_t nC)
 }
 
 // Levels of magnitude 1 at the end of the list, at most three.
-uint32_t CountTrailingOnes(const BlockLevels& b)
+template <class LevelType>
+uint32_t CountTrailingOnes(const BlockLevels<LevelType>& b)
 {
     uint32_t Ones = 0;
     while (Ones < 3 && Ones < b.Count && std::abs(b.Level[b.Count - 1 - Ones]) == 1) ++Ones;
@@ -36,9 +37,9 @@ void BasicCavlcCoder<Output>::Level(uint32_t Code, uint32_t SuffixLength)
 {
     const uint32_t Escape = SuffixLength == 0 ? 30 : 15u << SuffixLength; // the first code with a prefix of 15 zeros
     if (Code < Escape) {
-        const bool bLong = SuffixLength == 0 && Code >= 14; // 14 zeros and four bits
-        const uint32_t Prefix = bLong ? 14 : Code >> SuffixLength, Size = bLong ? 4 : SuffixLength;
-        const uint32_t Suffix = bLong ? Code - 14 : Code & ((1u << SuffixLength) - 1);
+        const bool IsLong = SuffixLength == 0 && Code >= 14; // 14 zeros and four bits
+        const uint32_t Prefix = IsLong ? 14 : Code >> SuffixLength, Size = IsLong ? 4 : SuffixLength;
+        const uint32_t Suffix = IsLong ? Code - 14 : Code & ((1u << SuffixLength) - 1);
         Bits.PutBits(1u << Size | Suffix, static_cast<int32_t>(Prefix + 1 + Size));
         return;
     }
@@ -50,7 +51,8 @@ void BasicCavlcCoder<Output>::Level(uint32_t Code, uint32_t SuffixLength)
 }
 
 template <class Output>
-void BasicCavlcCoder<Output>::Levels(const BlockLevels& b, uint32_t TrailingOnes)
+template <class LevelType>
+void BasicCavlcCoder<Output>::Levels(const BlockLevels<LevelType>& b, uint32_t TrailingOnes)
 {
     const uint32_t Count = b.Count;
     for (uint32_t i = 1; i <= TrailingOnes; ++i) Bits.PutBit(b.Level[Count - i] < 0);
@@ -68,7 +70,8 @@ void BasicCavlcCoder<Output>::Levels(const BlockLevels& b, uint32_t TrailingOnes
 
 // total_zeros and the run_before of each level but the first in the list.
 template <class Output>
-void BasicCavlcCoder<Output>::Runs(const BlockLevels& b, uint32_t Positions)
+template <class LevelType>
+void BasicCavlcCoder<Output>::Runs(const BlockLevels<LevelType>& b, uint32_t Positions)
 {
     const uint32_t Count = b.Count;
     if (Count == Positions) return;
@@ -82,7 +85,8 @@ void BasicCavlcCoder<Output>::Runs(const BlockLevels& b, uint32_t Positions)
 }
 
 template <class Output>
-void BasicCavlcCoder<Output>::Block(const BlockLevels* pBlock, int32_t nC, uint32_t Positions)
+template <class LevelType>
+void BasicCavlcCoder<Output>::Block(const BlockLevels<LevelType>* pBlock, int32_t nC, uint32_t Positions)
 {
     const auto& Tokens = h264::kCoeffToken[TokenClass(nC)];
     if (!pBlock) return Put(Bits, Tokens[0][0]);
@@ -92,7 +96,7 @@ void BasicCavlcCoder<Output>::Block(const BlockLevels* pBlock, int32_t nC, uint3
     Runs(*pBlock, Positions);
 }
 
-template class BasicCavlcCoder<StoredBits>;
-template class BasicCavlcCoder<CountedBits>;
+template void CavlcCoder::Block(const BlockLevels<int16_t>*, int32_t, uint32_t);
+template void CavlcCounter::Block(const BlockLevels<int16_t>*, int32_t, uint32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -29,21 +29,21 @@ public:
     /// @param pBlock     null for a block without levels
     /// @param nC         0..16, or -1 for chroma DC of 4:2:0
     /// @param Positions  coefficients of the block's list: 16, 15 or 4
-    void Block(const BlockLevels* pBlock, int32_t nC, uint32_t Positions);
+    template <class LevelType>
+    void Block(const BlockLevels<LevelType>* pBlock, int32_t nC, uint32_t Positions);
 
     BasicBitWriter<Output> Bits;
     uint32_t skip_run = 0; // macroblocks skipped and not written yet
 
 private:
-    void Levels(const BlockLevels& b, uint32_t TrailingOnes);
+    template <class LevelType>
+    void Levels(const BlockLevels<LevelType>& b, uint32_t TrailingOnes);
     void Level(uint32_t Code, uint32_t SuffixLength);
-    void Runs(const BlockLevels& b, uint32_t Positions);
+    template <class LevelType>
+    void Runs(const BlockLevels<LevelType>& b, uint32_t Positions);
 };
 
 using CavlcCoder = BasicCavlcCoder<StoredBits>;
 using CavlcCounter = BasicCavlcCoder<CountedBits>;
-
-extern template class BasicCavlcCoder<StoredBits>;
-extern template class BasicCavlcCoder<CountedBits>;
 
 } // namespace UMC_H264_ENCODER

@@ -46,7 +46,7 @@ void WriteOrderCount(CBaseBitstream& Out, const SliceHeader& h, const SeqParamSe
 {
     if (s.pic_order_cnt_type != 0) return;
     Out.PutBits(static_cast<uint32_t>(h.pic_order_cnt_lsb), s.log2_max_pic_order_cnt_lsb);
-    if (p.pic_order_present && !h.field_pic) Out.PutSE(h.delta_pic_order_cnt_bottom);
+    if (p.pic_order_present_flag && !h.field_pic_flag) Out.PutSE(h.delta_pic_order_cnt_bottom);
 }
 
 } // namespace
@@ -62,9 +62,9 @@ void WriteSeqParams(CBaseBitstream& Out, const SeqParamSet& s)
         if (s.chroma_format_idc == 3) Out.PutBit(0); // residual_colour_transform_flag
         Out.PutUE(s.bit_depth_luma - 8u);
         Out.PutUE(s.bit_depth_chroma - 8u);
-        Out.PutBit(s.qpprime_y_zero_transform_bypass);
-        Out.PutBit(s.seq_scaling_matrix_present);
-        if (s.seq_scaling_matrix_present) WriteScalingMatrix(Out);
+        Out.PutBit(s.qpprime_y_zero_transform_bypass_flag);
+        Out.PutBit(s.seq_scaling_matrix_present_flag);
+        if (s.seq_scaling_matrix_present_flag) WriteScalingMatrix(Out);
     }
     Out.PutUE(kFrameNumBits - 4); // log2_max_frame_num_minus4
     Out.PutUE(static_cast<uint32_t>(s.pic_order_cnt_type));
@@ -73,16 +73,16 @@ void WriteSeqParams(CBaseBitstream& Out, const SeqParamSet& s)
     Out.PutBit(0); // gaps_in_frame_num_value_allowed_flag
     Out.PutUE(static_cast<uint32_t>(s.pic_width_in_mbs - 1));
     Out.PutUE(static_cast<uint32_t>(s.pic_height_in_map_units - 1));
-    Out.PutBit(s.frame_mbs_only);
-    if (!s.frame_mbs_only) Out.PutBit(s.mb_adaptive_frame_field);
-    Out.PutBit(s.direct_8x8_inference);
-    const bool bCropping = s.crop_right != 0 || s.crop_bottom != 0;
-    Out.PutBit(bCropping);
-    if (bCropping) {
+    Out.PutBit(s.frame_mbs_only_flag);
+    if (!s.frame_mbs_only_flag) Out.PutBit(s.mb_adaptive_frame_field_flag);
+    Out.PutBit(s.direct_8x8_inference_flag);
+    const bool HasCropping = s.frame_crop_right_offset != 0 || s.frame_crop_bottom_offset != 0;
+    Out.PutBit(HasCropping);
+    if (HasCropping) {
         Out.PutUE(0); // left
-        Out.PutUE(static_cast<uint32_t>(s.crop_right));
+        Out.PutUE(static_cast<uint32_t>(s.frame_crop_right_offset));
         Out.PutUE(0); // top
-        Out.PutUE(static_cast<uint32_t>(s.crop_bottom));
+        Out.PutUE(static_cast<uint32_t>(s.frame_crop_bottom_offset));
     }
     Out.PutBit(1); // vui_parameters_present_flag
     WriteVui(Out);
@@ -95,7 +95,7 @@ void WriteSeqExtension(CBaseBitstream& Out, const SeqParamSet& s)
     Out.PutUE(static_cast<uint32_t>(s.aux_format_idc));
     if (s.aux_format_idc != 0) {
         Out.PutUE(static_cast<uint32_t>(s.bit_depth_aux - 8));
-        Out.PutBit(s.alpha_incr);
+        Out.PutBit(s.alpha_incr_flag);
         Out.PutBits(static_cast<uint32_t>(s.alpha_opaque_value), s.bit_depth_aux + 1);
         Out.PutBits(static_cast<uint32_t>(s.alpha_transparent_value), s.bit_depth_aux + 1);
     }
@@ -107,8 +107,8 @@ void WritePicParams(CBaseBitstream& Out, const PicParamSet& p, const SeqParamSet
 {
     Out.PutUE(0); // pic_parameter_set_id
     Out.PutUE(0); // seq_parameter_set_id
-    Out.PutBit(p.entropy_coding_mode);
-    Out.PutBit(p.pic_order_present);
+    Out.PutBit(p.entropy_coding_mode_flag);
+    Out.PutBit(p.pic_order_present_flag);
     Out.PutUE(0);  // num_slice_groups_minus1
     Out.PutUE(0);  // num_ref_idx_l0_active_minus1
     Out.PutUE(0);  // num_ref_idx_l1_active_minus1
@@ -121,7 +121,7 @@ void WritePicParams(CBaseBitstream& Out, const PicParamSet& p, const SeqParamSet
     Out.PutBit(0); // constrained_intra_pred_flag
     Out.PutBit(0); // redundant_pic_cnt_present_flag
     if (h264::IsHighFamily(s.profile_idc)) {
-        Out.PutBit(p.transform_8x8_mode);
+        Out.PutBit(p.transform_8x8_mode_flag);
         Out.PutBit(0); // pic_scaling_matrix_present_flag
         Out.PutSE(0);  // second_chroma_qp_index_offset
     }
@@ -140,17 +140,17 @@ void WriteSliceHeader(CBaseBitstream& Out, const SliceHeader& h, const SeqParamS
     Out.PutUE(static_cast<uint32_t>(h.slice_type));
     Out.PutUE(0); // pic_parameter_set_id
     Out.PutBits(static_cast<uint32_t>(h.frame_num), kFrameNumBits);
-    if (!s.frame_mbs_only) {
-        Out.PutBit(h.field_pic);
-        if (h.field_pic) Out.PutBit(h.bottom_field);
+    if (!s.frame_mbs_only_flag) {
+        Out.PutBit(h.field_pic_flag);
+        if (h.field_pic_flag) Out.PutBit(h.bottom_field_flag);
     }
-    if (h.idr) Out.PutUE(static_cast<uint32_t>(h.idr_pic_id));
+    if (h.is_idr) Out.PutUE(static_cast<uint32_t>(h.idr_pic_id));
     WriteOrderCount(Out, h, s, p);
     if (h.slice_type == h264::SLICE_B) Out.PutBit(h.direct_spatial_mv_pred);
     if (h.slice_type != h264::SLICE_I) {
-        const bool bOverride = h.num_ref_idx_l0 != 1 || (h.slice_type == h264::SLICE_B && h.num_ref_idx_l1 != 1);
-        Out.PutBit(bOverride);
-        if (bOverride) {
+        const bool HasOverride = h.num_ref_idx_l0 != 1 || (h.slice_type == h264::SLICE_B && h.num_ref_idx_l1 != 1);
+        Out.PutBit(HasOverride);
+        if (HasOverride) {
             Out.PutUE(static_cast<uint32_t>(h.num_ref_idx_l0 - 1));
             if (h.slice_type == h264::SLICE_B) Out.PutUE(static_cast<uint32_t>(h.num_ref_idx_l1 - 1));
         }
@@ -158,17 +158,17 @@ void WriteSliceHeader(CBaseBitstream& Out, const SliceHeader& h, const SeqParamS
         if (h.slice_type == h264::SLICE_B) Out.PutBit(0);
     }
     if (h.nal_ref_idc != 0) {
-        if (h.idr)
+        if (h.is_idr)
             Out.PutBits(0, 2); // no_output_of_prior_pics_flag, long_term_reference_flag
         else
             Out.PutBit(0); // adaptive_ref_pic_marking_mode_flag
     }
-    if (p.entropy_coding_mode && h.slice_type != h264::SLICE_I) Out.PutUE(static_cast<uint32_t>(h.cabac_init_idc));
+    if (p.entropy_coding_mode_flag && h.slice_type != h264::SLICE_I) Out.PutUE(static_cast<uint32_t>(h.cabac_init_idc));
     Out.PutSE(h.slice_qp_delta);
     Out.PutUE(static_cast<uint32_t>(h.disable_deblocking_filter_idc));
     if (h.disable_deblocking_filter_idc != 1) {
-        Out.PutSE(h.alpha_c0_offset >> 1);
-        Out.PutSE(h.beta_offset >> 1);
+        Out.PutSE(h.slice_alpha_c0_offset >> 1);
+        Out.PutSE(h.slice_beta_offset >> 1);
     }
 }
 

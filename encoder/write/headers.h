@@ -12,10 +12,10 @@ struct SliceHeader {
     int32_t first_mb_in_slice;
     int32_t slice_type;
     int32_t frame_num; // already modulo kFrameNumMax
-    bool idr;
+    bool is_idr;
     int32_t idr_pic_id;
     int32_t nal_ref_idc;
-    bool field_pic, bottom_field;
+    bool field_pic_flag, bottom_field_flag;
     int32_t pic_order_cnt_lsb;
     int32_t delta_pic_order_cnt_bottom;
     bool direct_spatial_mv_pred;
@@ -23,7 +23,7 @@ struct SliceHeader {
     int32_t cabac_init_idc;
     int32_t slice_qp_delta;
     int32_t disable_deblocking_filter_idc;
-    int32_t alpha_c0_offset, beta_offset; // not yet halved
+    int32_t slice_alpha_c0_offset, slice_beta_offset; // not yet halved
 };
 
 void WriteSeqParams(CBaseBitstream& Out, const SeqParamSet& Sps);

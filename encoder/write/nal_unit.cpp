@@ -13,10 +13,10 @@ bool MayOpenAccessUnit(h264::NalUnitType Type)
            (Type >= 14 && Type <= 18);
 }
 
-bool NeedsZeroByte(h264::NalUnitType Type, bool& bFirstInAu)
+bool NeedsZeroByte(h264::NalUnitType Type, bool& IsFirstInAu)
 {
-    if (bFirstInAu && MayOpenAccessUnit(Type)) {
-        bFirstInAu = false;
+    if (IsFirstInAu && MayOpenAccessUnit(Type)) {
+        IsFirstInAu = false;
         return true;
     }
     return Type == h264::NAL_SEQ_PARAM_SET || Type == h264::NAL_PIC_PARAM_SET;
@@ -41,10 +41,10 @@ size_t FindEmulation(const uint8_t* p, size_t From, size_t Size)
 } // namespace
 
 size_t FrameNAL(uint8_t* pDest, const uint8_t* pPayload, size_t Size, uint32_t NalRefIdc, h264::NalUnitType Type,
-                bool& bFirstInAu)
+                bool& IsFirstInAu)
 {
     uint8_t* p = pDest;
-    if (NeedsZeroByte(Type, bFirstInAu)) *p++ = 0;
+    if (NeedsZeroByte(Type, IsFirstInAu)) *p++ = 0;
     *p++ = 0;
     *p++ = 0;
     *p++ = 1;
@@ -58,9 +58,9 @@ size_t FrameNAL(uint8_t* pDest, const uint8_t* pPayload, size_t Size, uint32_t N
     }
 }
 
-size_t FramedSize(const uint8_t* pPayload, size_t Size, h264::NalUnitType Type, bool bFirstInAu)
+size_t FramedSize(const uint8_t* pPayload, size_t Size, h264::NalUnitType Type, bool IsFirstInAu)
 {
-    size_t Bytes = (NeedsZeroByte(Type, bFirstInAu) ? 5 : 4) + Size;
+    size_t Bytes = (NeedsZeroByte(Type, IsFirstInAu) ? 5 : 4) + Size;
     for (size_t i = 0; (i = FindEmulation(pPayload, i, Size)) < Size;) ++Bytes;
     return Bytes;
 }

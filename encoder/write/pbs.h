@@ -34,14 +34,14 @@ public:
     /// Payload bytes since the last NAL unit.
     size_t PendingBytes() const { return Bytes() - m_NalStart; }
     /// What WriteNAL would return.
-    size_t FramedPending(h264::NalUnitType Type, bool bFirstInAu) const
+    size_t FramedPending(h264::NalUnitType Type, bool IsFirstInAu) const
     {
-        return FramedSize(m_pBuffer + m_NalStart, PendingBytes(), Type, bFirstInAu);
+        return FramedSize(m_pBuffer + m_NalStart, PendingBytes(), Type, IsFirstInAu);
     }
     /// Frames them (FrameNAL); the next NAL unit starts behind them.
-    size_t WriteNAL(uint8_t* pDest, uint32_t NalRefIdc, h264::NalUnitType Type, bool& bFirstInAu)
+    size_t WriteNAL(uint8_t* pDest, uint32_t NalRefIdc, h264::NalUnitType Type, bool& IsFirstInAu)
     {
-        const size_t Written = FrameNAL(pDest, m_pBuffer + m_NalStart, PendingBytes(), NalRefIdc, Type, bFirstInAu);
+        const size_t Written = FrameNAL(pDest, m_pBuffer + m_NalStart, PendingBytes(), NalRefIdc, Type, IsFirstInAu);
         m_NalStart = Bytes();
         return Written;
     }

@@ -97,9 +97,9 @@ private:
     }
     const Frame& RefAt(int32_t r) const
     {
-        return *m_c.job.slices[static_cast<size_t>(SliceOf(m_Mb))].ref_pic_lists.Pictures[0][r];
+        return *m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].ref_pic_lists.Pictures[0][r];
     }
-    int32_t RefCount() const { return m_c.job.slices[static_cast<size_t>(SliceOf(m_Mb))].num_ref_idx_l0; }
+    int32_t RefCount() const { return m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].num_ref_idx_l0; }
 
     // Samples of a plane from (x, y) on, those outside the picture repeated from its edge.
     template <size_t Side>
@@ -115,7 +115,7 @@ private:
     }
     Block InterLumaPrediction(const Frame& Ref, MotionVector v) const
     {
-        const auto Around = Clamped<21>(Ref.m_pY, Ref.m_Pitch, m_Width, m_c.settings.layout.AlignedHeight,
+        const auto Around = Clamped<21>(Ref.m_pY, Ref.m_Pitch, m_Width, m_c.Settings.Layout.AlignedHeight,
                                         16 * m_X + (v.x >> 2) - 2, 16 * m_Y + (v.y >> 2) - 2);
         Block Out;
         kernels::InterpolateLuma16_px(Around.data() + 2 * 21 + 2, 21, Out.data(), 16, v.x & 3, v.y & 3, 16);
@@ -123,7 +123,7 @@ private:
     }
     Prediction InterChroma(const Frame& Ref, MotionVector v) const
     {
-        const int32_t w = m_Width / 2, h = m_c.settings.layout.AlignedHeight / 2, x = 8 * m_X + (v.x >> 3),
+        const int32_t w = m_Width / 2, h = m_c.Settings.Layout.AlignedHeight / 2, x = 8 * m_X + (v.x >> 3),
                       y = 8 * m_Y + (v.y >> 3);
         const auto u = Clamped<9>(Ref.m_pU, Ref.m_Pitch, w, h, x, y), r = Clamped<9>(Ref.m_pV, Ref.m_Pitch, w, h, x, y);
         Prediction Out;
@@ -185,7 +185,7 @@ private:
 
     std::vector<MotionVector> Candidates(SearchState& s) const
     {
-        const int32_t w = m_c.settings.layout.MbWidth, h = m_c.settings.layout.MbHeight;
+        const int32_t w = m_c.Settings.Layout.MbWidth, h = m_c.Settings.Layout.MbHeight;
         std::vector<MotionVector> List;
         const auto Add = [&](MotionVector v) {
             v = {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)};
@@ -212,7 +212,7 @@ private:
     {
         const auto Reach = [](int32_t Room) { return std::min(Room + 15, 127); };
         return {-Reach(16 * m_X), -Reach(16 * m_Y), Reach(m_Width - 16 - 16 * m_X),
-                Reach(m_c.settings.layout.AlignedHeight - 16 - 16 * m_Y)};
+                Reach(m_c.Settings.Layout.AlignedHeight - 16 - 16 * m_Y)};
     }
     bool TryWhole(SearchState& s, const Window& w, int32_t x, int32_t y) const
     {
@@ -227,11 +227,11 @@ private:
     {
         Window w = Limits();
         for (const MotionVector v : Candidates(s)) TryWhole(s, w, v.x, v.y);
-        const int32_t rx = m_c.settings.params.search_x, ry = m_c.settings.params.search_y, bx = s.Best.x / 4,
+        const int32_t rx = m_c.Settings.Params.search_x, ry = m_c.Settings.Params.search_y, bx = s.Best.x / 4,
                       by = s.Best.y / 4;
         w = {std::max(w.Left, bx - rx), std::max(w.Top, by - ry), std::min(w.Right, bx + rx),
              std::min(w.Bottom, by + ry)};
-        if (m_c.settings.params.search_method == SEARCH_FULL) {
+        if (m_c.Settings.Params.search_method == SEARCH_FULL) {
             for (int32_t y = w.Top; y <= w.Bottom; ++y)
                 for (int32_t x = w.Left; x <= w.Right; ++x) TryWhole(s, w, x, y);
         } else {
@@ -266,7 +266,7 @@ private:
     void SearchQuarter(SearchState& s) const
     {
         const MotionVector Start = s.Best;
-        if (m_c.settings.params.search_method == SEARCH_FULL) {
+        if (m_c.Settings.Params.search_method == SEARCH_FULL) {
             for (int32_t y = -3; y <= 3; ++y)
                 for (int32_t x = -3; x <= 3; ++x) TryQuarter(s, Start, x, y);
             return;
@@ -284,9 +284,9 @@ private:
     }
     void DecideInter(Decision& d) const
     {
-        const uint32_t Flags = m_c.settings.analysis_flags;
+        const uint32_t Flags = m_c.Settings.AnalysisFlags;
         const bool bEarly = (Flags & ENC_ANALYSE_ME_EARLY_EXIT) != 0;
-        const int32_t Limit = bEarly ? ThresholdMETable[static_cast<size_t>(m_Qp)] : 0, n = RefCount();
+        const int32_t Limit = bEarly ? ThresholdME[static_cast<size_t>(m_Qp)] : 0, n = RefCount();
         const MotionVector Skip = SkipVector();
         const auto Skips = [&](MotionVector v) {
             if (std::abs(v.x - Skip.x) > 1 || std::abs(v.y - Skip.y) > 1 || !IsSkip(Skip)) return false;

@@ -22,7 +22,7 @@ protected:
         d.Cost = Decide16x16(d.Mode16);
         if (Inter != INT_MAX && (d.Cost > 2 * Inter || Inter < TryAdvancedIntraThreshold[static_cast<size_t>(m_Qp)]))
             return;
-        if (!(m_c.settings.analysis_flags & ENC_ANALYSE_I4X4) || !IsDetailed()) return;
+        if (!(m_c.Settings.AnalysisFlags & ENC_ANALYSE_I4X4) || !IsDetailed()) return;
         std::array<int32_t, 16> Modes;
         const int32_t Fine = Decide4x4(Modes);
         if (Fine >= d.Cost) return;
@@ -76,7 +76,7 @@ protected:
         alignas(16) int16_t Levels[256], Dc[16];
         const uint32_t Mask =
             kernels::ForwardQuantAc16x16_px(Source(0), m_Width, p.data(), 16, Levels, Dc, &Quant(m_Qp));
-        const kernels::QuantParams& q = m_c.settings.quant.Intra[static_cast<size_t>(m_Qp)]; // in every slice type
+        const kernels::QuantParams& q = m_c.Settings.Quant.Intra[static_cast<size_t>(m_Qp)]; // in every slice type
         return Mask | (kernels::ForwardLumaDc_px(Dc, q.Factor[0], q.Rounding, q.Shift) ? kCodedLumaDc : 0);
     }
     int32_t DecideChroma(int32_t& Mode, Prediction& Out) const
@@ -107,7 +107,7 @@ protected:
     int32_t PredictedMode(const std::array<int32_t, 16>& Modes, int32_t bx, int32_t by) const
     {
         const auto Of = [&](int32_t Mb, int32_t b) {
-            return Mb < 0 ? -1 : int32_t{m_c.job.intra_modes[static_cast<size_t>(16 * Mb + b)]};
+            return Mb < 0 ? -1 : int32_t{m_c.Job.IntraModes[static_cast<size_t>(16 * Mb + b)]};
         };
         const int32_t a = bx > 0 ? Modes[static_cast<size_t>(4 * by + bx - 1)] : Of(m_Left, 4 * by + 3);
         const int32_t b = by > 0 ? Modes[static_cast<size_t>(4 * by - 4 + bx)] : Of(m_Top, 12 + bx);
@@ -170,7 +170,7 @@ protected:
         for (int32_t y = 0; y < 4; ++y) std::copy_n(pPrediction + 4 * y, 4, pOut + y * Step);
         if (!kernels::ForwardQuant4x4_px(pSource, m_Width, pPrediction, 4, Levels, &Quant(m_Qp))) return;
         m_Coded4x4 |= 1u << Index;
-        kernels::DequantBlocks_px(Levels, 1, 1, m_c.settings.quant.Scale[Qp % 6], m_Qp / 6, 0);
+        kernels::DequantBlocks_px(Levels, 1, 1, m_c.Settings.Quant.Scale[Qp % 6], m_Qp / 6, 0);
         kernels::AddResidual4x4_px(Levels, pOut, Step);
     }
 

@@ -39,12 +39,12 @@ inline void PrintTo(const Decision& d, std::ostream* pOut)
 inline Decision DecisionOf(const Core8& c, int32_t Mb)
 {
     const auto i = static_cast<size_t>(Mb);
-    const LocalMacroblock& Local = c.job.local_macroblocks[i];
-    Decision d{c.job.current->mb_global[Mb].Type, Local.Cost, {0, 0}, -1, -1, {}, Local.ChromaMode, Local.Coded};
-    d.Vector = c.job.current->mb_motion[0][16 * Mb];
-    d.Ref = c.job.current->mb_reference[0][16 * Mb];
+    const LocalMacroblock& Local = c.Job.LocalMacroblocks[i];
+    Decision d{c.Job.pCurrent->mb_global[Mb].Type, Local.Cost, {0, 0}, -1, -1, {}, Local.ChromaMode, Local.Coded};
+    d.Vector = c.Job.pCurrent->mb_motion[0][16 * Mb];
+    d.Ref = c.Job.pCurrent->mb_reference[0][16 * Mb];
     if (d.Type == MB_INTRA16X16) d.Mode16 = Local.Intra16Mode;
-    for (size_t b = 0; b < 16; ++b) d.Modes[b] = c.job.intra_modes[16 * i + b];
+    for (size_t b = 0; b < 16; ++b) d.Modes[b] = c.Job.IntraModes[16 * i + b];
     return d;
 }
 
@@ -54,14 +54,14 @@ class MacroblockModel
 public:
     /// @param Source  the picture as given, I420 of whole macroblocks
     MacroblockModel(const Core8& c, const Picture& Source, int32_t Qp)
-        : m_c(c), m_Cur(*c.job.current), m_Width(c.settings.layout.AlignedWidth), m_Qp(Qp),
+        : m_c(c), m_Cur(*c.Job.pCurrent), m_Width(c.Settings.Layout.AlignedWidth), m_Qp(Qp),
           m_QpChroma(h264::kChromaQp[static_cast<size_t>(Qp)]), m_bISlice(m_Cur.frame_type == FRAME_I),
-          m_bSad((c.settings.analysis_flags & ENC_ANALYSE_SAD) != 0),
-          m_bChroma((c.settings.analysis_flags & ENC_ANALYSE_ME_CHROMA) != 0)
+          m_bSad((c.Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0),
+          m_bChroma((c.Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) != 0)
     {
         m_pSource[0] = Source.data();
-        m_pSource[1] = m_pSource[0] + m_Width * c.settings.layout.AlignedHeight;
-        m_pSource[2] = m_pSource[1] + m_Width * c.settings.layout.AlignedHeight / 4;
+        m_pSource[1] = m_pSource[0] + m_Width * c.Settings.Layout.AlignedHeight;
+        m_pSource[2] = m_pSource[1] + m_Width * c.Settings.Layout.AlignedHeight / 4;
     }
 
 protected:
@@ -75,7 +75,7 @@ protected:
 
     void Enter(int32_t Mb)
     {
-        const int32_t w = m_c.settings.layout.MbWidth;
+        const int32_t w = m_c.Settings.Layout.MbWidth;
         m_Mb = Mb;
         m_X = Mb % w;
         m_Y = Mb / w;
@@ -86,7 +86,7 @@ protected:
         };
         m_Left = Near(-1, 0), m_Top = Near(0, -1), m_TopRight = Near(1, -1), m_TopLeft = Near(-1, -1);
     }
-    int32_t SliceOf(int32_t Mb) const { return m_c.settings.slice_of_macroblock[static_cast<size_t>(Mb)]; }
+    int32_t SliceOf(int32_t Mb) const { return m_Cur.mb_global[Mb].SliceId; }
     const uint8_t* Source(int Plane) const
     {
         return Plane ? m_pSource[Plane] + m_Y * 8 * (m_Width / 2) + m_X * 8
@@ -112,7 +112,7 @@ protected:
 
     const kernels::QuantParams& Quant(int32_t Qp) const
     {
-        return (m_bISlice ? m_c.settings.quant.Intra : m_c.settings.quant.Inter)[static_cast<size_t>(Qp)];
+        return (m_bISlice ? m_c.Settings.Quant.Intra : m_c.Settings.Quant.Inter)[static_cast<size_t>(Qp)];
     }
     uint32_t QuantiseBlock(const Block& p, size_t Index, int16_t* pLevels) const
     {

@@ -40,7 +40,7 @@ public:
     uint32_t Ue()
     {
         int Zeros = 0;
-        while (Bits(1) == 0) ++Zeros;
+        while (Zeros < 31 && Bits(1) == 0) ++Zeros; // behind the end all bits are 0
         return (1u << Zeros) - 1 + Bits(Zeros);
     }
     int32_t Se()

@@ -24,7 +24,7 @@ protected:
     void SetUp() override
     {
         ASSERT_EQ(InitCore(c, SizedParams(kSide, kSide), &m_Allocator), UMC::StatusOk);
-        ASSERT_EQ(m_Frame.Allocate(c.settings.layout), UMC::StatusOk);
+        ASSERT_EQ(m_Frame.Allocate(c.Settings.Layout), UMC::StatusOk);
         std::mt19937 Rng(9);
         for (int32_t y = 0; y < kSide; ++y)
             for (int32_t x = 0; x < kSide; ++x) {
@@ -33,7 +33,7 @@ protected:
                 m_Frame.m_pU[y * m_Frame.m_Pitch + x] = static_cast<uint8_t>(50 + Rng() % 200);
                 m_Frame.m_pV[y * m_Frame.m_Pitch + x] = static_cast<uint8_t>(50 + Rng() % 200);
             }
-        PadPicture(m_Frame.View(), c.settings.layout);
+        PadPicture(m_Frame.View(), c.Settings.Layout);
     }
     template <int32_t Side>
     std::array<uint8_t, Side * Side> Clamped(const uint8_t* pPlane, int32_t Size, int32_t x, int32_t y) const
@@ -48,11 +48,11 @@ protected:
     {
         const MotionVector v{static_cast<int16_t>(vx), static_cast<int16_t>(vy)};
         alignas(16) uint8_t Got[256], Want[256];
-        CompensateLuma(c.settings.layout, c.job.slices[0].work_area, m_Frame, v, 0, 0, 16, 16, Got, 16);
+        CompensateLuma(c.Settings.Layout, c.Job.Slices[0].work_area, m_Frame, v, 0, 0, 16, 16, Got, 16);
         const auto Luma = Clamped<21>(m_Frame.m_pY, kSide, (vx >> 2) - 2, (vy >> 2) - 2);
         kernels::InterpolateLuma16_px(Luma.data() + 2 * 21 + 2, 21, Want, 16, vx & 3, vy & 3, 16);
         ASSERT_TRUE(std::equal(Got, Got + 256, Want)) << "luma " << vx << ' ' << vy;
-        CompensateChroma(c.settings.layout, c.job.slices[0].work_area, m_Frame, v, 0, 0, 16, 16, Got, 16);
+        CompensateChroma(c.Settings.Layout, c.Job.Slices[0].work_area, m_Frame, v, 0, 0, 16, 16, Got, 16);
         const auto u = Clamped<9>(m_Frame.m_pU, kSide / 2, vx >> 3, vy >> 3),
                    r = Clamped<9>(m_Frame.m_pV, kSide / 2, vx >> 3, vy >> 3);
         kernels::InterpolateChroma8_px(u.data(), r.data(), 9, Want, Want + 8, 16, vx & 7, vy & 7, 8);

@@ -26,33 +26,32 @@ public:
         for (MotionVector& d : m_Differences) d = {Component(), Component()};
         for (int8_t& r : m_References) r = static_cast<int8_t>(Below(5)) - 1;
         for (uint8_t& n : m_Counts) n = static_cast<uint8_t>(Below(17));
-        for (BlockLevels& b : m_Luma) FillLevels(b, 16);
+        for (BlockLevels<int16_t>& b : m_Luma) FillLevels(b, 16);
         for (auto& Plane : m_ChromaAc)
-            for (BlockLevels& b : Plane) FillLevels(b, 15);
-        for (BlockLevels& b : m_ChromaDc) FillLevels(b, 4);
+            for (BlockLevels<int16_t>& b : Plane) FillLevels(b, 15);
+        for (BlockLevels<int16_t>& b : m_ChromaDc) FillLevels(b, 4);
         FillLevels(m_LumaDc, 16);
     }
 
-    MacroblockSyntax Syntax(int32_t Index, int32_t SliceType, bool bCabac)
+    MacroblockSyntax<int16_t> Syntax(int32_t Index, int32_t SliceType, bool bCabac)
     {
         const NeighbourTables t{static_cast<int32_t>(Below(2)),
                                 kMbWidth,
-                                SliceType == SLICE_I ? 0 : 1,
                                 m_Global,
                                 m_Local,
                                 m_Modes,
-                                {m_Differences, nullptr},
-                                {m_References, nullptr},
-                                {bCabac ? m_Differences : nullptr, nullptr},
+                                SliceType == h264::SLICE_I ? nullptr : m_Differences,
+                                m_References,
+                                bCabac ? m_Differences : nullptr,
                                 bCabac ? nullptr : m_Counts};
         FillNeighbours(m_Around, t, Index, Index % kMbWidth);
         const auto i = static_cast<size_t>(Index);
-        if (SliceType == SLICE_I && !IsIntra(m_Global[i].Type)) {
+        if (SliceType == h264::SLICE_I && !IsIntra(m_Global[i].Type)) {
             m_Global[i].Type = MB_INTRA4X4;
             if ((m_Local[i].Coded & 0xFFFF) != 0) m_Local[i].Pattern |= 15;
         }
         if (m_Global[i].Type == MB_INTRA16X16)
-            for (BlockLevels& b : m_Luma) FillLevels(b, 15);
+            for (BlockLevels<int16_t>& b : m_Luma) FillLevels(b, 15);
         return {SliceType,
                 1 + static_cast<int32_t>(Below(4)) % 4,
                 m_Global[i].Type,
@@ -72,7 +71,7 @@ public:
 private:
     uint32_t Below(uint32_t n) { return static_cast<uint32_t>(m_Rng() % n); }
     int16_t Component() { return static_cast<int16_t>(static_cast<int32_t>(Below(200)) - 100); }
-    void FillLevels(BlockLevels& b, uint32_t Positions)
+    void FillLevels(BlockLevels<int16_t>& b, uint32_t Positions)
     {
         b = {};
         for (uint32_t i = 0; i < Positions; ++i) {
@@ -106,7 +105,7 @@ private:
     MotionVector m_Differences[kMbs * 16];
     int8_t m_References[kMbs * 16];
     uint8_t m_Counts[kMbs * kCountsPerMb];
-    BlockLevels m_Luma[16], m_LumaDc, m_ChromaDc[2], m_ChromaAc[2][4];
+    BlockLevels<int16_t> m_Luma[16], m_LumaDc, m_ChromaDc[2], m_ChromaAc[2][4];
     NeighbourCache m_Around;
 };
 
@@ -118,10 +117,11 @@ TEST(MacroblockSyntax, ACabacCounterCountsWhatIsWritten)
     StoredBytes Out;
     Out.Start(Bytes.data());
     CabacCoder Real;
-    Real.StartSlice(SLICE_P, 0, 30, Out);
+    Real.StartSlice(h264::SLICE_P, 0, 30, Out);
     for (uint32_t Seed = 0; Seed < kRounds; ++Seed) {
         RandomMacroblock r(Seed);
-        const MacroblockSyntax m = r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? SLICE_P : SLICE_I, true);
+        const MacroblockSyntax<int16_t> m =
+            r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? h264::SLICE_P : h264::SLICE_I, true);
         CabacCounter Counter(Real);
         const int64_t Counted = Counter.Arithmetic.Bits(), Written = Real.Arithmetic.Bits();
         const bool bDelta = WriteMacroblockSyntax(m, CabacSyntax(Counter, m.Around, IsIntra(m.Type)));
@@ -140,8 +140,9 @@ TEST(MacroblockSyntax, ACavlcCounterCountsWhatIsWritten)
     Real.Bits.Start(Bytes.data());
     for (uint32_t Seed = 0; Seed < kRounds; ++Seed) {
         RandomMacroblock r(Seed);
-        const MacroblockSyntax m = r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? SLICE_P : SLICE_I, false);
-        if (m.slice_type == SLICE_I) Real.skip_run = 0; // as at the slice's start
+        const MacroblockSyntax<int16_t> m =
+            r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? h264::SLICE_P : h264::SLICE_I, false);
+        if (m.slice_type == h264::SLICE_I) Real.skip_run = 0; // as at the slice's start
         CavlcCounter Counter(Real);
         const int64_t Before = Real.Bits.Bits();
         const uint32_t Skipped = Real.skip_run;
@@ -163,12 +164,12 @@ TEST(MacroblockSyntax, CountsOfLevelsStandWhereLaterBlocksLook)
 {
     for (uint32_t Seed = 0; Seed < kRounds; ++Seed) {
         RandomMacroblock r(Seed);
-        const MacroblockSyntax m = r.Syntax(4, SLICE_P, false);
+        const MacroblockSyntax<int16_t> m = r.Syntax(4, h264::SLICE_P, false);
         CavlcCounter Counter;
         uint8_t Counts[kCountsPerMb];
         std::fill_n(Counts, kCountsPerMb, uint8_t{99});
         WriteMacroblockSyntax(m, CavlcSyntax(Counter, m.Around, Counts));
-        const auto Expected = [&](uint32_t Bit, const BlockLevels& b) {
+        const auto Expected = [&](uint32_t Bit, const BlockLevels<int16_t>& b) {
             return m.Local.Coded >> Bit & 1 ? b.Count : 0;
         };
         for (uint32_t b = 0; b < 16; ++b) ASSERT_EQ(Counts[h264::kBlockRaster[b]], Expected(b, m.pLuma[b])) << b;

@@ -50,13 +50,13 @@ protected:
 TEST_F(ZeroSads, AreTheLargestThatLeaveNoLumaLevels)
 {
     for (size_t Qp = 0; Qp < 52; ++Qp) {
-        const int32_t Bound = c.settings.quant.LumaZeroSad[Qp];
+        const int32_t Bound = c.Settings.Quant.LumaZeroSad[Qp];
         for (const int Above : {0, 1}) {
             uint32_t Any = 0;
             for (int i = 0; i < 16; ++i) {
                 alignas(16) int16_t Levels[16];
                 const WorstBlock b(i / 4, i % 4, Bound + Above);
-                Any |= kernels::ForwardQuant4x4_px(b.Source, 4, b.Prediction, 4, Levels, &c.settings.quant.Inter[Qp]);
+                Any |= kernels::ForwardQuant4x4_px(b.Source, 4, b.Prediction, 4, Levels, &c.Settings.Quant.Inter[Qp]);
             }
             EXPECT_EQ(Any, static_cast<uint32_t>(Above)) << "QP " << Qp << ", bound " << Bound;
         }
@@ -67,8 +67,8 @@ TEST_F(ZeroSads, AreTheLargestThatLeaveNoLumaLevels)
 TEST_F(ZeroSads, AreTheLargestThatLeaveNoChromaLevels)
 {
     for (size_t Qp = 0; Qp < 52; ++Qp) {
-        const int32_t Bound = c.settings.quant.ChromaZeroSad[Qp];
-        const kernels::QuantParams& q = c.settings.quant.Inter[Qp];
+        const int32_t Bound = c.Settings.Quant.ChromaZeroSad[Qp];
+        const kernels::QuantParams& q = c.Settings.Quant.Inter[Qp];
         for (const int Above : {0, 1}) {
             uint32_t Any = 0;
             for (int i = 0; i < 16; ++i) {

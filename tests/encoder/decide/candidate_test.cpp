@@ -37,9 +37,9 @@ protected:
             Output.Reset();
             ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
         }
-        ASSERT_EQ(Slice().slice_type, SLICE_P);
+        ASSERT_EQ(Slice().slice_type, h264::SLICE_P);
     }
-    SliceContext<uint8_t>& Slice() { return c.job.slices[0]; }
+    SliceContext<uint8_t>& Slice() { return c.Job.Slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
 
     // Everything that a decision can reach and that is no scratch, byte by byte.
@@ -50,14 +50,14 @@ protected:
             const auto* const pBytes = static_cast<const uint8_t*>(p);
             All.insert(All.end(), pBytes, pBytes + Bytes);
         };
-        const auto& f = *c.job.current;
-        const auto Count = static_cast<size_t>(c.settings.layout.MbCount);
+        const auto& f = *c.Job.pCurrent;
+        const auto Count = static_cast<size_t>(c.Settings.Layout.MbCount);
         Add(f.mb_global, Count * sizeof(GlobalMacroblock));
         Add(f.mb_motion[0], Count * 16 * sizeof(MotionVector));
         Add(f.mb_reference[0], Count * 16);
-        Add(c.job.local_macroblocks.data(), Count * sizeof(LocalMacroblock));
-        Add(c.job.vector_differences[0].data(), Count * 16 * sizeof(MotionVector));
-        Add(c.job.intra_modes.data(), Count * 16);
+        Add(c.Job.LocalMacroblocks.data(), Count * sizeof(LocalMacroblock));
+        Add(c.Job.VectorDifferences.data(), Count * 16 * sizeof(MotionVector));
+        Add(c.Job.IntraModes.data(), Count * 16);
         for (int32_t y = 0; y < kSide; ++y) Add(f.m_pY + y * f.m_Pitch, kSide);
         for (int32_t y = 0; y < kSide / 2; ++y) {
             Add(f.m_pU + y * f.m_Pitch, kSide / 2);
@@ -75,13 +75,13 @@ TEST_F(MacroblockCandidate, LeavesRecordsAndSamplesAlone)
     const std::vector<uint8_t> Before = Records();
     const int32_t Intra = Slice().intra_count;
     uint8_t ChromaMode = 0;
-    DecideP(c.settings, c.job, Slice());
+    DecideP(c.Settings, Slice());
     EXPECT_EQ(Records(), Before);
-    Candidate Best = Intra16x16(c.settings, Slice());
-    TryFinerIntra(c.settings, Slice(), Best);
-    Intra4x4(c.settings, Slice(), INT32_MAX);
-    IntraChroma(c.settings, Slice(), ChromaMode);
-    AnalyseIntra(c.settings, Slice());
+    Candidate Best = Intra16x16(c.Settings, Slice());
+    TryFinerIntra(c.Settings, Slice(), Best);
+    Intra4x4(c.Settings, Slice(), INT32_MAX);
+    IntraChroma(c.Settings, Slice(), ChromaMode);
+    AnalyseIntra(c.Settings, Slice());
     EXPECT_EQ(Records(), Before);
     EXPECT_EQ(Slice().intra_count, Intra);
 }
@@ -92,17 +92,17 @@ TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
     auto& mb = Mb();
     const auto& Ref = *Slice().ref_pic_lists.Pictures[0][0];
     for (int32_t y = 0; y < 16; ++y)
-        std::copy_n(Ref.m_pY + mb.position->LumaFrame + y * mb.pitch, 16, mb.rec_y + y * mb.pitch);
+        std::copy_n(Ref.m_pY + mb.pPosition->Luma + y * mb.pitch, 16, mb.pRecY + y * mb.pitch);
     for (int32_t y = 0; y < 8; ++y) {
-        std::copy_n(Ref.m_pU + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_u + y * mb.pitch);
-        std::copy_n(Ref.m_pV + mb.position->ChromaFrame + y * mb.pitch, 8, mb.rec_v + y * mb.pitch);
+        std::copy_n(Ref.m_pU + mb.pPosition->Chroma + y * mb.pitch, 8, mb.pRecU + y * mb.pitch);
+        std::copy_n(Ref.m_pV + mb.pPosition->Chroma + y * mb.pitch, 8, mb.pRecV + y * mb.pitch);
     }
-    NeighbourCache::Motion& Around = mb.around.Motions[0]; // without neighbours, so that the skip stands still
+    NeighbourMotion& Around = mb.Around.Motion; // without neighbours, so that the skip stands still
     for (auto* const pRefs : {Around.LeftRefs, Around.TopRefs}) std::fill_n(pRefs, 4, h264::kRefUnavailable);
     for (auto* const pVectors : {Around.LeftVectors, Around.TopVectors}) std::fill_n(pVectors, 4, MotionVector{0, 0});
-    *mb.rec_y = static_cast<uint8_t>(*mb.rec_y + 1);
+    *mb.pRecY = static_cast<uint8_t>(*mb.pRecY + 1);
     const std::vector<uint8_t> Before = Records();
-    const Candidate Skip = DecideP(c.settings, c.job, Slice());
+    const Candidate Skip = DecideP(c.Settings, Slice());
     EXPECT_EQ(Skip.Type, MB_SKIP_P);
     EXPECT_EQ(Skip.Cost, 0);
     EXPECT_EQ(Skip.Ref, 0);
@@ -114,34 +114,34 @@ TEST_F(MacroblockCandidate, IsCommittedWhole)
 {
     const auto Filled = [this](MotionVector v, MotionVector Difference, int8_t Ref) {
         const auto& mb = Mb();
-        return std::count(mb.mv[0], mb.mv[0] + 16, v) == 16 &&
-               std::count(mb.mvd[0], mb.mvd[0] + 16, Difference) == 16 &&
-               std::count(mb.ref[0], mb.ref[0] + 16, Ref) == 16;
+        return std::count(mb.pVectors, mb.pVectors + 16, v) == 16 &&
+               std::count(mb.pDifferences, mb.pDifferences + 16, Difference) == 16 &&
+               std::count(mb.pReferences, mb.pReferences + 16, Ref) == 16;
     };
     auto& Trial = Slice().work_area.Intra4x4Modes;
     for (size_t i = 0; i < 16; ++i) Trial[i] = static_cast<uint8_t>(i % 9);
     const int32_t Intra = Slice().intra_count;
 
     Commit({.Cost = 77, .Type = MB_INTER16X16, .Ref = 1, .Vector = {5, -6}, .Difference = {-300, 2}}, Slice());
-    EXPECT_EQ(Mb().global->Type, MB_INTER16X16);
-    EXPECT_EQ(Mb().local->Cost, 77);
-    EXPECT_EQ(Mb().local->ChromaMode, CHROMA_DC);
+    EXPECT_EQ(Mb().pGlobal->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().pLocal->Cost, 77);
+    EXPECT_EQ(Mb().pLocal->ChromaMode, CHROMA_DC);
     EXPECT_TRUE(Filled({5, -6}, {-300, 2}, 1));
-    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, h264::kIntraDcMode), 16);
+    EXPECT_EQ(std::count(Mb().pIntraModes, Mb().pIntraModes + 16, h264::kIntraDcMode), 16);
     EXPECT_EQ(Slice().intra_count, Intra);
 
     Commit({.Cost = 78, .Type = MB_INTRA4X4, .ChromaMode = CHROMA_PLANE}, Slice());
-    EXPECT_EQ(Mb().global->Type, MB_INTRA4X4);
-    EXPECT_EQ(Mb().local->ChromaMode, CHROMA_PLANE);
+    EXPECT_EQ(Mb().pGlobal->Type, MB_INTRA4X4);
+    EXPECT_EQ(Mb().pLocal->ChromaMode, CHROMA_PLANE);
     EXPECT_TRUE(Filled({0, 0}, {0, 0}, -1));
-    EXPECT_TRUE(std::equal(Trial, Trial + 16, Mb().intra_modes));
+    EXPECT_TRUE(std::equal(Trial, Trial + 16, Mb().pIntraModes));
     EXPECT_EQ(Slice().intra_count, Intra + 1);
 
     Commit({.Cost = 79, .Type = MB_INTRA16X16, .Intra16Mode = INTRA16_PLANE, .ChromaMode = CHROMA_VERTICAL}, Slice());
-    EXPECT_EQ(Mb().global->Type, MB_INTRA16X16);
-    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_PLANE);
-    EXPECT_EQ(Mb().local->ChromaMode, CHROMA_VERTICAL);
-    EXPECT_EQ(std::count(Mb().intra_modes, Mb().intra_modes + 16, h264::kIntraDcMode), 16);
+    EXPECT_EQ(Mb().pGlobal->Type, MB_INTRA16X16);
+    EXPECT_EQ(Mb().pLocal->Intra16Mode, INTRA16_PLANE);
+    EXPECT_EQ(Mb().pLocal->ChromaMode, CHROMA_VERTICAL);
+    EXPECT_EQ(std::count(Mb().pIntraModes, Mb().pIntraModes + 16, h264::kIntraDcMode), 16);
     EXPECT_EQ(Slice().intra_count, Intra + 2);
 }
 

@@ -34,7 +34,7 @@ TEST_P(DecisionsOfAPicture, EqualTheFullComputation)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, p, &Allocator), UMC::StatusOk);
-    c.settings.analysis_flags = (c.settings.analysis_flags & ~Case.ClearFlags) | Case.SetFlags;
+    c.Settings.AnalysisFlags = (c.Settings.AnalysisFlags & ~Case.ClearFlags) | Case.SetFlags;
     UMC::VideoData Input;
     Input.Init(kWidth, kHeight, UMC::YUV420, 8);
     UMC::MediaData Output(1 << 20);
@@ -44,7 +44,7 @@ TEST_P(DecisionsOfAPicture, EqualTheFullComputation)
         Output.Reset();
         ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
         DecisionModel Model(c, Source, Case.Qp);
-        for (int32_t Mb = 0; Mb < c.settings.layout.MbCount; ++Mb)
+        for (int32_t Mb = 0; Mb < c.Settings.Layout.MbCount; ++Mb)
             ASSERT_EQ(DecisionOf(c, Mb), Model.Decide(Mb)) << "picture " << n << ", macroblock " << Mb;
         ++n;
     }

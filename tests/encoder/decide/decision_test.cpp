@@ -50,18 +50,6 @@ TEST(CoefficientCost, MayLeaveOutTheDc)
     EXPECT_EQ(CoefficientCost(Levels({{0, 50}}).Raster, 1), 0);
 }
 
-TEST(CoefficientCost, Of8x8Blocks)
-{
-    for (int Run = 0; Run < 64; ++Run) {
-        int16_t Block[64]{};
-        Block[h264::kZigzag8x8[Run]] = 1;
-        EXPECT_EQ(CoefficientCost8x8(Block), Run < 4 ? 3 : Run < 12 ? 2 : Run < 24 ? 1 : 0) << Run;
-    }
-    int16_t Large[64]{};
-    Large[63] = -2;
-    EXPECT_EQ(CoefficientCost8x8(Large), 9);
-}
-
 TEST(DropRules, AQuadrantOfThreeAndOneIsDroppedAndOfThreeAndTwoStays)
 {
     EXPECT_FALSE(IsQuadrantWorthCoding(CoefficientCost(Levels({{0, 1}, {4, 1}}).Raster, 0))); // runs of 0 and 3
@@ -90,7 +78,7 @@ TEST(DropRules, TwoLevelsWithoutARunAreTooMuchToSkip)
 
 TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
 {
-    BlockLevels Out{};
+    BlockLevels<int16_t> Out{};
     EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 0, Out), 9);
     ASSERT_EQ(Out.Count, 3);
     EXPECT_EQ(Out.Position[1], 2);
@@ -113,15 +101,15 @@ TEST(Quantiser, RoundsByAThirdInISlicesAndASixthElsewhere)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, SizedParams(16, 16), &Allocator), UMC::StatusOk);
-    const kernels::QuantParams &Intra = c.settings.quant.Intra[0], &Inter = c.settings.quant.Inter[0];
+    const kernels::QuantParams &Intra = c.Settings.Quant.Intra[0], &Inter = c.Settings.Quant.Inter[0];
     EXPECT_EQ(Intra.Factor[0], 13107);
     EXPECT_EQ(Intra.Rounding, 10922u);
     EXPECT_EQ(Inter.Rounding, 5461u);
     EXPECT_EQ((2 * Intra.Factor[0] + static_cast<int>(Intra.Rounding)) >> Intra.Shift, 1);
     EXPECT_EQ((2 * Inter.Factor[0] + static_cast<int>(Inter.Rounding)) >> Inter.Shift, 0);
-    EXPECT_EQ(c.settings.quant.Intra[51].Shift, 23);
-    EXPECT_EQ(c.settings.quant.Inter[51].Rounding, (1u << 23) / 6);
-    EXPECT_EQ(c.settings.quant.Scale[0][0], 160);
+    EXPECT_EQ(c.Settings.Quant.Intra[51].Shift, 23);
+    EXPECT_EQ(c.Settings.Quant.Inter[51].Rounding, (1u << 23) / 6);
+    EXPECT_EQ(c.Settings.Quant.Scale[0][0], 160);
 }
 
 // ---- Distances ---------------------------------------------------------------------------------------------
@@ -152,7 +140,7 @@ TEST(BlockDistance, IsNamedByTheSizeCode)
 
 TEST(Candidates, AreKeptOnce)
 {
-    MEParams p{};
+    MEParams<uint8_t> p{};
     AddCandidate(p, {1, 1});
     AddCandidate(p, {0, 0});
     AddCandidate(p, {1, 1});
@@ -161,7 +149,7 @@ TEST(Candidates, AreKeptOnce)
 
 TEST(Candidates, ANinthTakesThePredictorsPlace)
 {
-    MEParams p{};
+    MEParams<uint8_t> p{};
     p.pred_mv = {40, -8};
     for (int16_t i = 0; i < 9; ++i) AddCandidate(p, {i, 7});
     EXPECT_EQ(p.candidate_count, 9);
@@ -173,7 +161,7 @@ TEST(Candidates, ANinthTakesThePredictorsPlace)
 
 TEST(Candidates, AnEighthLeavesThePredictor)
 {
-    MEParams p{};
+    MEParams<uint8_t> p{};
     p.pred_mv = {40, -8};
     for (int16_t i = 0; i < 8; ++i) AddCandidate(p, {i, 7});
     EXPECT_EQ(p.pred_mv, (MotionVector{40, -8}));
@@ -195,7 +183,7 @@ protected:
         m_Source.assign(16 * kStep, 255); // nothing matches
         m_p.src_y = m_Source.data();
         m_p.ref_y = m_Reference.data() + kCentre * kStep + kCentre;
-        m_p.pitch = kStep;
+        m_p.pitch = m_p.SrcPitch = kStep;
         m_p.block_width = m_p.block_height = 16;
         m_p.mv_cost_table = &MVBitCost[20];
         m_p.limit_left = m_p.limit_top = -127;
@@ -204,9 +192,9 @@ protected:
         m_p.flags = ENC_ANALYSE_SAD | ENC_ANALYSE_SUBPEL;
         m_p.method = SEARCH_LOG;
         m_p.threshold = 0;
-        m_p.halves = &m_Halves;
-        m_p.trial = m_Trial;
-        m_p.visited = m_Visited;
+        m_p.pHalves = &m_Halves;
+        m_p.pTrial = m_Trial;
+        m_p.pVisited = m_Visited;
         AddCandidate(m_p, {0, 0});
     }
     void TearDown() override { kernels::g_Kernels = m_Kernels; }
@@ -247,7 +235,7 @@ protected:
     HalfPlanes<uint8_t> m_Halves;
     alignas(16) uint8_t m_Trial[256];
     uint8_t m_Visited[300 * 300];
-    MEParams m_p{};
+    MEParams<uint8_t> m_p{};
     Points m_Measured;
 };
 
@@ -449,12 +437,12 @@ struct CodedPicture {
 TEST(IntraDecision, TheFirstMacroblockHasNothingToPredictFrom)
 {
     const CodedPicture Flat(16, 16, Scene::Still, 51);
-    EXPECT_EQ(Flat.c.job.current->mb_global[0].Type, MB_INTRA16X16);
-    EXPECT_EQ(Flat.c.job.local_macroblocks[0].Intra16Mode, 2);
-    EXPECT_EQ(Flat.c.job.local_macroblocks[0].ChromaMode, 0);
+    EXPECT_EQ(Flat.c.Job.pCurrent->mb_global[0].Type, MB_INTRA16X16);
+    EXPECT_EQ(Flat.c.Job.LocalMacroblocks[0].Intra16Mode, 2);
+    EXPECT_EQ(Flat.c.Job.LocalMacroblocks[0].ChromaMode, 0);
     const CodedPicture Fine(16, 16, Scene::Pan, 12);
-    EXPECT_EQ(Fine.c.job.current->mb_global[0].Type, MB_INTRA4X4);
-    EXPECT_EQ(Fine.c.job.intra_modes[0], 2); // the first block as well
+    EXPECT_EQ(Fine.c.Job.pCurrent->mb_global[0].Type, MB_INTRA4X4);
+    EXPECT_EQ(Fine.c.Job.IntraModes[0], 2); // the first block as well
 }
 
 TEST(IntraDecision, MacroblocksOtherThan4x4StandForDc)
@@ -462,9 +450,9 @@ TEST(IntraDecision, MacroblocksOtherThan4x4StandForDc)
     const CodedPicture p(64, 64, Scene::Still, 44);
     bool bAny16 = false;
     for (size_t i = 0; i < 16; ++i) {
-        if (p.c.job.current->mb_global[i].Type != MB_INTRA16X16) continue;
+        if (p.c.Job.pCurrent->mb_global[i].Type != MB_INTRA16X16) continue;
         bAny16 = true;
-        for (size_t b = 0; b < 16; ++b) EXPECT_EQ(p.c.job.intra_modes[i * 16 + b], 2);
+        for (size_t b = 0; b < 16; ++b) EXPECT_EQ(p.c.Job.IntraModes[i * 16 + b], 2);
     }
     EXPECT_TRUE(bAny16);
 }
@@ -474,8 +462,8 @@ TEST(VectorLimits, ReachFifteenSamplesBeyondThePictureAndNoMoreThan127)
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
     ASSERT_EQ(InitCore(c, SizedParams(640, 64), &Allocator), UMC::StatusOk);
-    const MacroblockPosition &First = c.settings.positions[0], &Last = c.settings.positions[159],
-                             &Middle = c.settings.positions[20];
+    const MacroblockPosition &First = c.Settings.Positions[0], &Last = c.Settings.Positions[159],
+                             &Middle = c.Settings.Positions[20];
     EXPECT_EQ(First.LimitLeft, -15);
     EXPECT_EQ(First.LimitTop, -15);
     EXPECT_EQ(First.LimitRight, 127);

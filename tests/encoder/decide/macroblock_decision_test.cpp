@@ -46,10 +46,10 @@ protected:
         ASSERT_EQ(Mb().mb_index, 8);
         for (int32_t y = 0; y < 16; ++y) std::fill_n(Source(0, y), 16, uint8_t{100});
     }
-    SliceContext<uint8_t>& Slice() { return c.job.slices[0]; }
+    SliceContext<uint8_t>& Slice() { return c.Job.Slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
     // The picture is coded in place, so its samples are the source.
-    uint8_t* Source(int32_t x, int32_t y) { return Mb().rec_y + y * Mb().pitch + x; }
+    uint8_t* Source(int32_t x, int32_t y) { return Mb().pRecY + y * Mb().pitch + x; }
     // Gives the source a distortion against grey, in samples of which each is too far off to be skipped.
     void Distort(int32_t Sum)
     {
@@ -59,18 +59,18 @@ protected:
             Sum -= Part;
         }
     }
-    int32_t InterCost() { return DecideP(c.settings, c.job, Slice()).Cost; }
+    int32_t InterCost() { return DecideP(c.Settings, Slice()).Cost; }
     void Neighbour(int32_t Index, MotionVector v)
     {
-        std::fill_n(c.job.current->mb_motion[0] + 16 * Index, 16, v);
-        std::fill_n(c.job.current->mb_reference[0] + 16 * Index, 16, int8_t{0});
-        FillNeighbours(Mb().around, Slice().neighbour_tables, Mb().mb_index, Mb().mb_x);
+        std::fill_n(c.Job.pCurrent->mb_motion[0] + 16 * Index, 16, v);
+        std::fill_n(c.Job.pCurrent->mb_reference[0] + 16 * Index, 16, int8_t{0});
+        FillNeighbours(Mb().Around, Slice().Neighbours, Mb().mb_index, Mb().mb_x);
     }
     // Takes neighbours away from the macroblock, and gives the others back.
     void Without(uint32_t Neighbours)
     {
-        FillNeighbours(Mb().around, Slice().neighbour_tables, Mb().mb_index, Mb().mb_x);
-        Mb().around.Available &= ~Neighbours;
+        FillNeighbours(Mb().Around, Slice().Neighbours, Mb().mb_index, Mb().mb_x);
+        Mb().Around.Available &= ~Neighbours;
     }
     static constexpr int32_t kLeftMb = 7, kTopMb = 5, kTopLeftMb = 4;
 
@@ -134,7 +134,7 @@ protected:
         Distort(Inter - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Intra.Distance16x16 = Intra - BitPrice(kQp, 1);
         s_Intra.Tried16x16 = s_Intra.TriedFiner = 0;
-        AnalyseMacroblock(c.settings, c.job, Slice());
+        AnalyseMacroblock(c.Settings, Slice());
         ASSERT_EQ(InterCost(), Inter);
     }
 };
@@ -150,23 +150,23 @@ TEST_F(IntraGates, AtQp20IntraIsTriedFromACostOf185)
 TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
 {
     Decide(300, 301);
-    EXPECT_EQ(Mb().global->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().pGlobal->Type, MB_INTER16X16);
     Decide(300, 300);
-    EXPECT_EQ(Mb().global->Type, MB_INTER16X16);
-    EXPECT_EQ(Mb().local->Cost, 300);
+    EXPECT_EQ(Mb().pGlobal->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().pLocal->Cost, 300);
     Decide(300, 299);
-    EXPECT_EQ(Mb().global->Type, MB_INTRA16X16);
-    EXPECT_EQ(Mb().local->Cost, 299);
-    EXPECT_EQ(Mb().local->Intra16Mode, INTRA16_VERTICAL);
-    EXPECT_EQ(Mb().ref[0][0], -1);
+    EXPECT_EQ(Mb().pGlobal->Type, MB_INTRA16X16);
+    EXPECT_EQ(Mb().pLocal->Cost, 299);
+    EXPECT_EQ(Mb().pLocal->Intra16Mode, INTRA16_VERTICAL);
+    EXPECT_EQ(Mb().pReferences[0], -1);
 }
 
 TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
 {
     s_Intra.Distance16x16 = 50;
-    EXPECT_EQ(Intra16x16(c.settings, Slice()).Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
+    EXPECT_EQ(Intra16x16(c.Settings, Slice()).Intra16Mode, INTRA16_VERTICAL); // cheaper by two bits
     Without(kernels::kTop);
-    EXPECT_EQ(Intra16x16(c.settings, Slice()).Intra16Mode, INTRA16_DC); // horizontal takes as many bits
+    EXPECT_EQ(Intra16x16(c.Settings, Slice()).Intra16Mode, INTRA16_DC); // horizontal takes as many bits
 }
 
 TEST_F(IntraGates, FinerTypesAreTriedUpToTwiceTheCostOfInter)
@@ -192,7 +192,7 @@ TEST_F(IntraGates, FinerTypesNeedDetailAndTheirFlag)
         Decide(800, 900);
         EXPECT_EQ(s_Intra.TriedFiner > 0, Edges == 1);
     }
-    c.settings.analysis_flags &= ~static_cast<uint32_t>(ENC_ANALYSE_I4X4);
+    c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_I4X4);
     Decide(800, 900);
     EXPECT_EQ(s_Intra.TriedFiner, 0);
 }
@@ -240,14 +240,14 @@ protected:
     {
         Distort(Cost - MVBitCost[kQp][2] - MVBitCost[kQp][1]);
         s_Search.Refined = s_Search.Second = 0;
-        AnalyseMacroblock(c.settings, c.job, Slice());
+        AnalyseMacroblock(c.Settings, Slice());
     }
 };
 
 TEST_F(SearchGates, ACostAtTheThresholdIsNotRefined)
 {
     StartSearches(1);
-    ASSERT_EQ(c.settings.threshold_me[kQp], kThreshold);
+    ASSERT_EQ(c.Settings.ThresholdME[kQp], kThreshold);
     for (const int32_t Cost : {67, 68, 69, 70}) {
         Decide(Cost);
         EXPECT_EQ(s_Search.Refined, Cost > kThreshold) << Cost;
@@ -274,7 +274,7 @@ TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
     for (const int Better : {2, 3, 4}) {
         Sample = static_cast<uint8_t>(100 + Better);
         Decide(180);
-        EXPECT_EQ(Mb().ref[0][0], Better > 3 ? 1 : 0) << Better;
+        EXPECT_EQ(Mb().pReferences[0], Better > 3 ? 1 : 0) << Better;
         EXPECT_EQ(InterCost(), Better > 3 ? 180 + 3 - Better : 180) << Better;
     }
 }
@@ -284,7 +284,7 @@ TEST_F(SearchGates, AWorseReferenceEndsTheSearch)
     StartSearches(3); // what is counted is the third
     Decide(180);
     EXPECT_EQ(s_Search.Second, 0);
-    c.settings.analysis_flags |= ENC_ANALYSE_ALL_REFS;
+    c.Settings.AnalysisFlags |= ENC_ANALYSE_ALL_REFS;
     Decide(180);
     EXPECT_GT(s_Search.Second, 0);
 }
@@ -299,13 +299,13 @@ TEST_F(LastMacroblock, AVectorAQuarterSampleFromTheSkipVectorIsStillTested)
             Neighbour(kLeftMb, {0, 0});
             Neighbour(kTopMb, v);
             Neighbour(kTopLeftMb, v);
-            AnalyseMacroblock(c.settings, c.job, Slice());
+            AnalyseMacroblock(c.Settings, Slice());
             const bool bSkip = std::abs(Off) <= 1;
-            EXPECT_EQ(Mb().global->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
+            EXPECT_EQ(Mb().pGlobal->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
             if (bSkip) {
-                EXPECT_EQ(Mb().mv[0][0], (MotionVector{0, 0})) << Off; // not the one asked about
+                EXPECT_EQ(Mb().pVectors[0], (MotionVector{0, 0})) << Off; // not the one asked about
             }
-            EXPECT_EQ(Mb().local->Cost == 0, bSkip) << Off;
+            EXPECT_EQ(Mb().pLocal->Cost == 0, bSkip) << Off;
         }
 }
 
@@ -313,20 +313,20 @@ TEST_F(LastMacroblock, TheSliceSaysHowAnIntraMacroblockIsRounded)
 {
     Start(0);
     auto& s = Slice();
-    for (const int32_t Type : {SLICE_I, SLICE_P}) {
+    for (const int32_t Type : {h264::SLICE_I, h264::SLICE_P}) {
         s.slice_type = Type;
-        s.quant_qp = -1;
-        SetQuantisers(c.settings.quant, s, 0);
-        const kernels::QuantParams& Own = (Type == SLICE_I ? c.settings.quant.Intra : c.settings.quant.Inter)[0];
-        EXPECT_EQ(s.quant.pLuma, &Own);
-        EXPECT_EQ(s.quant.pChroma, &Own);
-        EXPECT_EQ(s.quant.pLumaIntra, &c.settings.quant.Intra[0]); // the DC of Intra 16x16, in every slice
+        s.QuantQp = -1;
+        SetQuantisers(c.Settings.Quant, s, 0);
+        const kernels::QuantParams& Own = (Type == h264::SLICE_I ? c.Settings.Quant.Intra : c.Settings.Quant.Inter)[0];
+        EXPECT_EQ(s.Quant.pLuma, &Own);
+        EXPECT_EQ(s.Quant.pChroma, &Own);
+        EXPECT_EQ(s.Quant.pLumaIntra, &c.Settings.Quant.Intra[0]); // the DC of Intra 16x16, in every slice
         // A block that lies two above its prediction in sum: its DC coefficient of 2 is a level in I slices alone.
         Without(~0u); // so that 128 is predicted
         for (int32_t y = 0; y < 16; ++y) std::fill_n(Source(0, y), 16, uint8_t{128});
         *Source(0, 0) = *Source(1, 1) = 129;
-        Intra4x4(c.settings, s, INT32_MAX);
-        EXPECT_EQ(s.work_area.Intra4x4Coded & 1, Type == SLICE_I ? 1u : 0u);
+        Intra4x4(c.Settings, s, INT32_MAX);
+        EXPECT_EQ(s.work_area.Intra4x4Coded & 1, Type == h264::SLICE_I ? 1u : 0u);
     }
 }
 
@@ -337,7 +337,7 @@ TEST_F(LastMacroblock, OnePairOfSamplesIsDetailBelowQp32)
     Start(30);
     for (int32_t Qp = 0; Qp < 52; ++Qp) {
         const auto i = static_cast<size_t>(Qp);
-        Mb().local->Qp = static_cast<int8_t>(Qp);
+        Mb().pLocal->Qp = static_cast<int8_t>(Qp);
         *Source(15, 3) =
             static_cast<uint8_t>(100 + EdgePelDifference[i]); // its right and lower neighbours do not count
         EXPECT_FALSE(HasDetail(Slice())) << Qp;
@@ -363,8 +363,8 @@ std::set<int> ModesTried(Core8& c, size_t Raster)
     for (int Mode = 0; Mode < 9; ++Mode) {
         std::fill_n(s_DistanceOfMode, 9, 100000);
         s_DistanceOfMode[Mode] = 0;
-        Intra4x4(c.settings, c.job.slices[0], INT32_MAX);
-        if (c.job.slices[0].work_area.Intra4x4Modes[Raster] == Mode) Tried.insert(Mode);
+        Intra4x4(c.Settings, c.Job.Slices[0], INT32_MAX);
+        if (c.Job.Slices[0].work_area.Intra4x4Modes[Raster] == Mode) Tried.insert(Mode);
     }
     return Tried;
 }
@@ -396,7 +396,7 @@ TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
     const auto Won = [this](std::initializer_list<int> Tied, int32_t Rest = 100000) {
         std::fill_n(s_DistanceOfMode, 9, Rest);
         for (const int m : Tied) s_DistanceOfMode[m] = 0;
-        Intra4x4(c.settings, Slice(), INT32_MAX);
+        Intra4x4(c.Settings, Slice(), INT32_MAX);
         return int{Slice().work_area.Intra4x4Modes[0]};
     };
     EXPECT_EQ(Won({3, 7}), 3);
@@ -407,10 +407,10 @@ TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
     const int32_t ThreeBits = BitPrice(30, 4) - BitPrice(30, 1);
     std::fill_n(s_DistanceOfMode, 9, 1000 - ThreeBits);
     s_DistanceOfMode[2] = 1000;
-    Intra4x4(c.settings, Slice(), INT32_MAX);
+    Intra4x4(c.Settings, Slice(), INT32_MAX);
     EXPECT_EQ(Slice().work_area.Intra4x4Modes[0], 0);
     s_DistanceOfMode[0] = s_DistanceOfMode[1] = 1000;
-    Intra4x4(c.settings, Slice(), INT32_MAX);
+    Intra4x4(c.Settings, Slice(), INT32_MAX);
     EXPECT_EQ(Slice().work_area.Intra4x4Modes[0], 2);
 }
 
@@ -419,12 +419,12 @@ TEST_F(LastMacroblock, Intra4x4GivesUpAboveTheLimitOnly)
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
     std::fill_n(s_DistanceOfMode, 9, 10);
-    const int32_t Whole = Intra4x4(c.settings, Slice(), INT32_MAX).Cost;
+    const int32_t Whole = Intra4x4(c.Settings, Slice(), INT32_MAX).Cost;
     const int32_t Sum = Whole - BitPrice(30, 24);
     EXPECT_EQ(Sum, 16 * (10 + BitPrice(30, 1)));
-    EXPECT_EQ(Intra4x4(c.settings, Slice(), Sum).Cost, Whole);
-    EXPECT_EQ(Intra4x4(c.settings, Slice(), Sum - 1).Cost, Sum); // without the price of the type
-    EXPECT_EQ(Intra4x4(c.settings, Slice(), 0).Cost, Sum / 16);
+    EXPECT_EQ(Intra4x4(c.Settings, Slice(), Sum).Cost, Whole);
+    EXPECT_EQ(Intra4x4(c.Settings, Slice(), Sum - 1).Cost, Sum); // without the price of the type
+    EXPECT_EQ(Intra4x4(c.Settings, Slice(), 0).Cost, Sum / 16);
 }
 
 TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
@@ -432,10 +432,10 @@ TEST_F(LastMacroblock, Intra4x4MustBeCheaperThan16x16)
     Start(30);
     kernels::g_Kernels.PredictAll4x4 = StatedDistances;
     std::fill_n(s_DistanceOfMode, 9, 10);
-    const int32_t Cost = Intra4x4(c.settings, Slice(), INT32_MAX).Cost;
+    const int32_t Cost = Intra4x4(c.Settings, Slice(), INT32_MAX).Cost;
     for (const int32_t Cost16x16 : {Cost - 1, Cost, Cost + 1}) {
         Candidate Best{.Cost = Cost16x16, .Type = MB_INTRA16X16};
-        TryFinerIntra(c.settings, Slice(), Best);
+        TryFinerIntra(c.Settings, Slice(), Best);
         EXPECT_EQ(Best.Cost, std::min(Cost, Cost16x16));
         EXPECT_EQ(Best.Type, Cost < Cost16x16 ? MB_INTRA4X4 : MB_INTRA16X16) << Cost16x16 - Cost;
     }
@@ -461,9 +461,9 @@ struct CodedClip {
             Output.Reset();
             EXPECT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
             LargestCost = 0;
-            for (int32_t Mb = 0; i > 0 && Mb < c.settings.layout.MbCount; ++Mb) {
-                Types.insert(c.job.current->mb_global[Mb].Type);
-                LargestCost = std::max(LargestCost, c.job.local_macroblocks[static_cast<size_t>(Mb)].Cost);
+            for (int32_t Mb = 0; i > 0 && Mb < c.Settings.Layout.MbCount; ++Mb) {
+                Types.insert(c.Job.pCurrent->mb_global[Mb].Type);
+                LargestCost = std::max(LargestCost, c.Job.LocalMacroblocks[static_cast<size_t>(Mb)].Cost);
             }
         }
     }

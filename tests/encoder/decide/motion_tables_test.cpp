@@ -40,10 +40,10 @@ TEST(MotionTables, TheLargestPriceOfAVectorIsInTheRow)
 
 TEST(MotionTables, ThresholdsByQp)
 {
-    EXPECT_EQ(ThresholdMETable[8], 38);
-    EXPECT_EQ(ThresholdMETable[9], 46);
-    EXPECT_EQ(ThresholdMETable[25], 71);
-    EXPECT_EQ(ThresholdMETable[51], 1020);
+    EXPECT_EQ(ThresholdME[8], 38);
+    EXPECT_EQ(ThresholdME[9], 46);
+    EXPECT_EQ(ThresholdME[25], 71);
+    EXPECT_EQ(ThresholdME[51], 1020);
     EXPECT_EQ(SkipIntraThreshold[20], 185);
     EXPECT_EQ(TryAdvancedIntraThreshold[49], 28887);
     EXPECT_EQ(EdgePelDifference[38], 9);

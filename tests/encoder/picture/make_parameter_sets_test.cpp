@@ -11,16 +11,16 @@ TEST(ParameterSets, CropUnitsByFormatAndStructure)
     UMC::H264EncoderParams p;
     p.m_Info.m_Width = 1920;
     p.m_Info.m_Height = 1080;
-    EXPECT_EQ(MakeSeqParams(p).crop_bottom, 4);
+    EXPECT_EQ(MakeSeqParams(p).frame_crop_bottom_offset, 4);
     p.coding_type = 1;
-    EXPECT_EQ(MakeSeqParams(p).crop_bottom, 2);
+    EXPECT_EQ(MakeSeqParams(p).frame_crop_bottom_offset, 2);
     EXPECT_EQ(MakeSeqParams(p).pic_height_in_map_units, 34);
     p.coding_type = 0;
     p.chroma_format_idc = 2;
-    EXPECT_EQ(MakeSeqParams(p).crop_bottom, 8);
+    EXPECT_EQ(MakeSeqParams(p).frame_crop_bottom_offset, 8);
     p.chroma_format_idc = 0;
     p.m_Info.m_Width = 1915;
-    EXPECT_EQ(MakeSeqParams(p).crop_right, 5);
+    EXPECT_EQ(MakeSeqParams(p).frame_crop_right_offset, 5);
 }
 
 TEST(ParameterSets, OrderCountBits)

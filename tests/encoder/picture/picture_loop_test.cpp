@@ -43,19 +43,19 @@ TEST_F(PictureLoop, AnEmptyOutputMakesTheNextPictureAKeyPicture)
     Start(SizedParams(kWidth, kHeight));
     EXPECT_EQ(Encode(), UMC::StatusOk);
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    EXPECT_EQ(c.job.current->frame_type, FRAME_P);
-    const int32_t Coded = c.sequence.frames_encoded, FrameNum = c.sequence.frame_num;
-    c.settings.params.num_slices = 0; // nothing to pack
+    EXPECT_EQ(c.Job.pCurrent->frame_type, FRAME_P);
+    const int32_t Coded = c.Sequence.frames_encoded, FrameNum = c.Sequence.frame_num;
+    c.Settings.Params.num_slices = 0; // nothing to pack
     EXPECT_EQ(Encode(), UMC::StatusFailed);
     EXPECT_EQ(m_Output.GetDataSize(), 0u);
-    EXPECT_EQ(c.sequence.frames_encoded, Coded);
-    EXPECT_EQ(c.sequence.frame_num, FrameNum);
-    EXPECT_EQ(c.job.current->is_reference, 0); // no decoder has it
-    c.settings.params.num_slices = 1;
+    EXPECT_EQ(c.Sequence.frames_encoded, Coded);
+    EXPECT_EQ(c.Sequence.frame_num, FrameNum);
+    EXPECT_EQ(c.Job.pCurrent->is_reference, 0); // no decoder has it
+    c.Settings.Params.num_slices = 1;
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    EXPECT_EQ(c.job.current->frame_type, FRAME_I);
+    EXPECT_EQ(c.Job.pCurrent->frame_type, FRAME_I);
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    EXPECT_EQ(c.job.current->frame_type, FRAME_P);
+    EXPECT_EQ(c.Job.pCurrent->frame_type, FRAME_P);
 }
 
 TEST_F(PictureLoop, IdrPicturesAreNumberedModulo16)
@@ -66,8 +66,8 @@ TEST_F(PictureLoop, IdrPicturesAreNumberedModulo16)
     for (int32_t i = 0; i < 36; ++i) {
         m_Next = 0;
         EXPECT_EQ(Encode(), UMC::StatusOk);
-        EXPECT_TRUE(c.job.current->is_idr);
-        EXPECT_EQ(c.sequence.idr_pic_id, (i + 1) % 16);
+        EXPECT_TRUE(c.Job.pCurrent->is_idr);
+        EXPECT_EQ(c.Sequence.idr_pic_id, (i + 1) % 16);
     }
 }
 
@@ -92,26 +92,26 @@ TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
             };
             size_t Next = 0;
             if (Type == FRAME_P) Code(Next++);
-            auto& Writer = Fresh.job.slices[0].bitstream;
+            auto& Writer = Fresh.Job.Slices[0].bitstream;
             const size_t Size = Writer.BufferSize();
-            Writer.SetBuffer(Fresh.job.slice_buffers.get(), 300);
+            Writer.SetBuffer(Fresh.Job.SliceBuffers.get(), 300);
             Code(Next++);
-            ASSERT_EQ(Fresh.job.current->frame_type, Type);
-            EXPECT_LT(Fresh.job.slices[0].mb_count, kMacroblocks);
+            ASSERT_EQ(Fresh.Job.pCurrent->frame_type, Type);
+            EXPECT_LT(Fresh.Job.Slices[0].mb_count, kMacroblocks);
             EXPECT_GT(m_Output.GetDataSize(), 300u);
             const int64_t Ahead = bDelimiter ? 8 : 0; // primary_pic_type and trailing bits
             EXPECT_EQ(Writer.Bits(), Ahead + kMacroblocks * (Type == FRAME_I ? 5 : 1));
-            const uint8_t* const pBits = Fresh.job.slice_buffers.get() + Ahead / 8;
+            const uint8_t* const pBits = Fresh.Job.SliceBuffers.get() + Ahead / 8;
             EXPECT_EQ(pBits[0], Type == FRAME_I ? 0b10011100 : 0xFF);
             EXPECT_EQ(pBits[1], Type == FRAME_I ? 0b11100111 : 0xFF);
             if (bDelimiter) {
-                EXPECT_EQ(Fresh.job.slice_buffers[0], Type == FRAME_I ? 0b00010000 : 0b00110000);
+                EXPECT_EQ(Fresh.Job.SliceBuffers[0], Type == FRAME_I ? 0b00010000 : 0b00110000);
             }
-            EXPECT_TRUE(Fresh.sequence.make_key_next);
-            Writer.SetBuffer(Fresh.job.slice_buffers.get(), Size);
+            EXPECT_TRUE(Fresh.Sequence.make_key_next);
+            Writer.SetBuffer(Fresh.Job.SliceBuffers.get(), Size);
             Code(Next++);
-            EXPECT_EQ(Fresh.job.current->frame_type, FRAME_I);
-            EXPECT_EQ(Fresh.job.slices[0].mb_count, kMacroblocks);
+            EXPECT_EQ(Fresh.Job.pCurrent->frame_type, FRAME_I);
+            EXPECT_EQ(Fresh.Job.Slices[0].mb_count, kMacroblocks);
         }
 }
 
@@ -122,16 +122,16 @@ TEST_F(PictureLoop, ASliceThatFillsItsBufferToTheByteStands)
     p.quant_i = p.quant_p = 20;
     Start(p);
     EXPECT_EQ(Encode(), UMC::StatusOk);
-    auto& Writer = c.job.slices[0].bitstream;
+    auto& Writer = c.Job.Slices[0].bitstream;
     const size_t Bytes = Writer.Bytes();
     for (const size_t Room : {Bytes, Bytes - 1}) {
         Core8 Again;
         ASSERT_EQ(InitCore(Again, p, &m_Allocator), UMC::StatusOk);
-        Again.job.slices[0].bitstream.SetBuffer(Again.job.slice_buffers.get(), Room);
+        Again.Job.Slices[0].bitstream.SetBuffer(Again.Job.SliceBuffers.get(), Room);
         m_Output.Reset();
         m_Input.SetBufferPointer(m_Clip[0].data(), m_Clip[0].size());
         EXPECT_EQ(FrameStep(Again, &m_Input, &m_Output), UMC::StatusOk);
-        EXPECT_EQ(Again.sequence.make_key_next, Room < Bytes);
+        EXPECT_EQ(Again.Sequence.make_key_next, Room < Bytes);
     }
 }
 

@@ -27,7 +27,7 @@ struct TestCore {
         p->frame_num = FrameNum;
         p->is_reference = bReference ? 3 : 0;
         p->poc[0] = p->poc[1] = 2 * FrameNum;
-        c.sequence.reconstruction_list.Append(p);
+        c.Sequence.ReconstructionList.Append(p);
         return p;
     }
     UMC::DefaultMemoryAllocator Allocator;
@@ -39,20 +39,20 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     TestCore t;
     Frame* const pOld = t.Add(250);
     Frame* const pNew = t.Add(1);
-    t.c.job.current = t.Add(2, false);
-    t.c.settings.params.num_ref_frames = 2;
-    auto& s = t.c.job.slices[0];
-    s.slice_type = SLICE_P;
-    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
+    t.c.Job.pCurrent = t.Add(2, false);
+    t.c.Settings.Params.num_ref_frames = 2;
+    auto& s = t.c.Job.Slices[0];
+    s.slice_type = h264::SLICE_P;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     EXPECT_EQ(pOld->frame_num_wrap, -6);
     EXPECT_EQ(pNew->frame_num_wrap, 1);
     ASSERT_EQ(s.num_ref_idx_l0, 2);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pNew); // falling pic_num
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], pOld);
-    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
+    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_FALSE(pOld->is_reference); // the lowest number left the window
     EXPECT_TRUE(pNew->is_reference);
-    EXPECT_TRUE(t.c.job.current->is_reference);
+    EXPECT_TRUE(t.c.Job.pCurrent->is_reference);
 }
 
 TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
@@ -61,15 +61,15 @@ TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
     Frame* const pOld = t.Add(254);
     Frame* const pNew = t.Add(255); // coded behind the one before it and never numbered
     pOld->frame_num_wrap = 254;
-    t.c.job.current = t.Add(0, false);
-    t.c.settings.params.num_ref_frames = 2;
-    auto& s = t.c.job.slices[0];
-    s.slice_type = SLICE_I;
-    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
+    t.c.Job.pCurrent = t.Add(0, false);
+    t.c.Settings.Params.num_ref_frames = 2;
+    auto& s = t.c.Job.Slices[0];
+    s.slice_type = h264::SLICE_I;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     EXPECT_EQ(pOld->frame_num_wrap, -2);
     EXPECT_EQ(pNew->frame_num_wrap, -1);
     EXPECT_EQ(s.ref_pic_lists.Count[0], 0);
-    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
+    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_FALSE(pOld->is_reference);
     EXPECT_TRUE(pNew->is_reference);
 }
@@ -78,11 +78,11 @@ TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
 {
     TestCore t;
     Frame* const pOld = t.Add(4);
-    t.c.job.current = t.Add(5, false);
-    t.c.job.slices[0].slice_type = SLICE_P;
-    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, t.c.job.slices[0]);
-    EXPECT_EQ(t.c.job.slices[0].num_ref_idx_l0, 1);
-    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
+    t.c.Job.pCurrent = t.Add(5, false);
+    t.c.Job.Slices[0].slice_type = h264::SLICE_P;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, t.c.Job.Slices[0]);
+    EXPECT_EQ(t.c.Job.Slices[0].num_ref_idx_l0, 1);
+    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_TRUE(pOld->IsFree() || !pOld->was_encoded);
     EXPECT_EQ(pOld->is_reference, 0);
 }
@@ -92,11 +92,11 @@ TEST(ReferenceMarking, AnIdrPictureUnmarksAllOthers)
     TestCore t;
     Frame *const a = t.Add(1), *const b = t.Add(2);
     b->is_long_term = 3;
-    t.c.job.current = t.Add(0, false);
-    t.c.job.current->is_idr = true;
-    UpdateMarking(t.c.settings, t.c.sequence, *t.c.job.current);
+    t.c.Job.pCurrent = t.Add(0, false);
+    t.c.Job.pCurrent->is_idr = true;
+    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_EQ(a->is_reference | b->is_reference | b->is_long_term, 0);
-    EXPECT_EQ(t.c.job.current->is_reference, 3);
+    EXPECT_EQ(t.c.Job.pCurrent->is_reference, 3);
 }
 
 TEST(ReferenceLists, LongTermPicturesFollowByNumber)
@@ -106,11 +106,11 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     a->is_long_term = d->is_long_term = 3;
     a->long_term_frame_idx = 1;
     d->long_term_frame_idx = 0;
-    t.c.job.current = t.Add(4, false);
-    t.c.settings.params.num_ref_frames = 3;
-    auto& s = t.c.job.slices[0];
-    s.slice_type = SLICE_P;
-    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
+    t.c.Job.pCurrent = t.Add(4, false);
+    t.c.Settings.Params.num_ref_frames = 3;
+    auto& s = t.c.Job.Slices[0];
+    s.slice_type = h264::SLICE_P;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     ASSERT_EQ(s.ref_pic_lists.Count[0], 3);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], b);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], d);
@@ -122,12 +122,12 @@ TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
     TestCore t;
     for (const int32_t FrameNum : {3, 4, 5}) t.Add(FrameNum);
     Frame* const pSame = t.Add(6); // as high as the current picture's number, which is not above it
-    t.c.job.current = t.Add(6, false);
-    auto& s = t.c.job.slices[0];
-    s.slice_type = SLICE_P;
+    t.c.Job.pCurrent = t.Add(6, false);
+    auto& s = t.c.Job.Slices[0];
+    s.slice_type = h264::SLICE_P;
     for (const int32_t References : {0, 1, 2, 4}) {
-        t.c.settings.params.num_ref_frames = References;
-        UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
+        t.c.Settings.Params.num_ref_frames = References;
+        UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
         EXPECT_EQ(s.num_ref_idx_l0, std::max(References, 1));
         EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pSame);
         EXPECT_EQ(pSame->pic_num[0], 6);
@@ -138,11 +138,11 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
 {
     TestCore t;
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2), *const p6 = t.Add(6), *const p8 = t.Add(8);
-    t.c.job.current = t.Add(4, false);
-    t.c.settings.params.num_ref_frames = 4;
-    auto& s = t.c.job.slices[0];
-    s.slice_type = SLICE_B;
-    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
+    t.c.Job.pCurrent = t.Add(4, false);
+    t.c.Settings.Params.num_ref_frames = 4;
+    auto& s = t.c.Job.Slices[0];
+    s.slice_type = h264::SLICE_B;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     const auto Lists = s.ref_pic_lists.Pictures;
     EXPECT_EQ((std::vector<Frame*>{Lists[0], Lists[0] + 4}), (std::vector<Frame*>{p2, p0, p6, p8}));
     EXPECT_EQ((std::vector<Frame*>{Lists[1], Lists[1] + 4}), (std::vector<Frame*>{p6, p8, p2, p0}));
@@ -152,11 +152,11 @@ TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
 {
     TestCore t;
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2);
-    t.c.job.current = t.Add(4, false);
-    t.c.settings.params.num_ref_frames = 2;
-    auto& s = t.c.job.slices[0];
-    s.slice_type = SLICE_B;
-    UpdateRefLists(t.c.settings, t.c.sequence, t.c.job, s);
+    t.c.Job.pCurrent = t.Add(4, false);
+    t.c.Settings.Params.num_ref_frames = 2;
+    auto& s = t.c.Job.Slices[0];
+    s.slice_type = h264::SLICE_B;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], p2);
     EXPECT_EQ(s.ref_pic_lists.Pictures[1][0], p0);
     EXPECT_EQ(s.ref_pic_lists.Pictures[1][1], p2);

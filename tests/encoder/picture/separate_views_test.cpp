@@ -27,12 +27,13 @@ std::vector<uint8_t> SamplesOf(const Frame& f, const FrameLayout& l)
     for (const uint8_t* const p : {f.m_pY, f.m_pU, f.m_pV}) {
         const int32_t Shift = p == f.m_pY ? 0 : 1;
         for (int32_t y = 0; y < l.AlignedHeight >> Shift; ++y)
-            Samples.insert(Samples.end(), p + y * l.Pitch, p + y * l.Pitch + (l.AlignedWidth >> Shift));
+            Samples.insert(Samples.end(), p + y * f.m_Pitch, p + y * f.m_Pitch + (l.AlignedWidth >> Shift));
     }
     return Samples;
 }
 
-// Codes pictures whose source lies apart; what the reconstruction's memory holds before is 0x5A throughout.
+// Codes pictures whose source lies apart, in planes of another pitch; what the reconstruction's memory holds before is
+// 0x5A throughout.
 class ApartCoder
 {
 public:
@@ -43,37 +44,39 @@ public:
 
     void Code(UMC::VideoData& Input, bool bIdr, int32_t FrameNum, UMC::MediaData& Output)
     {
-        auto& q = m_Core.sequence;
-        const FrameLayout& l = m_Core.settings.layout;
-        ASSERT_EQ(m_Source.Allocate(l), UMC::StatusOk);
-        ASSERT_EQ(q.input_list.InsertFrame(Input, l, &m_Allocator, m_Core.converter, m_pLast), UMC::StatusOk);
+        auto& q = m_Core.Sequence;
+        const FrameLayout& l = m_Core.Settings.Layout;
+        ASSERT_EQ(m_Source.Allocate(MakeLayout(kWidth + 64, kHeight, 1, 8, true, false)), UMC::StatusOk);
+        ASSERT_NE(m_Source.m_Pitch, l.Pitch);
+        ASSERT_EQ(q.InputList.InsertFrame(Input, l, &m_Allocator, m_Core.Converter, m_pLast), UMC::StatusOk);
         MoveSamples();
-        q.input_list.RemoveFrame(m_pLast);
-        q.reconstruction_list.Append(m_pLast);
+        q.InputList.RemoveFrame(m_pLast);
+        q.ReconstructionList.Append(m_pLast);
         m_pLast->frame_type = bIdr ? FRAME_I : FRAME_P;
         m_pLast->is_idr = bIdr;
         m_pLast->frame_num = FrameNum;
         m_pLast->poc[0] = 2 * FrameNum;
         m_pLast->poc[1] = 2 * FrameNum + 1;
-        m_Core.job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
-        m_Core.job.source = ReadOnly(m_Source.View());
+        m_Core.Job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
+        m_Core.Job.Source = ReadOnly(m_Source.View());
         const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
-        ASSERT_EQ(EncodePicture(m_Core.settings, q, m_Core.job, Output), UMC::StatusOk);
+        ASSERT_EQ(EncodePicture(m_Core.Settings, q, m_Core.Job, Output), UMC::StatusOk);
         EXPECT_EQ(SamplesOf(m_Source, l), Before);
     }
-    std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.settings.layout); }
+    std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.Settings.Layout); }
 
 private:
     void MoveSamples()
     {
-        const FrameLayout& l = m_Core.settings.layout;
+        const FrameLayout& l = m_Core.Settings.Layout;
         uint8_t* const To[]{m_Source.m_pY, m_Source.m_pU, m_Source.m_pV};
         uint8_t* const From[]{m_pLast->m_pY, m_pLast->m_pU, m_pLast->m_pV};
         for (size_t Plane = 0; Plane < 3; ++Plane)
             for (int32_t y = 0; y < l.AlignedHeight >> (Plane ? 1 : 0); ++y) {
-                const int32_t Row = y * l.Pitch, Width = l.AlignedWidth >> (Plane ? 1 : 0);
-                std::copy_n(From[Plane] + Row, Width, To[Plane] + Row);
-                std::fill_n(From[Plane] + Row, Width, uint8_t{0x5A});
+                uint8_t* const pRow = From[Plane] + y * l.Pitch;
+                const int32_t Width = l.AlignedWidth >> (Plane ? 1 : 0);
+                std::copy_n(pRow, Width, To[Plane] + y * m_Source.m_Pitch);
+                std::fill_n(pRow, Width, uint8_t{0x5A});
             }
     }
 
@@ -111,7 +114,7 @@ TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace)
             ASSERT_EQ(Got.GetDataSize(), Wanted.GetDataSize());
             const auto* const pGot = static_cast<const uint8_t*>(Got.GetDataPointer());
             EXPECT_TRUE(std::equal(pGot, pGot + Got.GetDataSize(), static_cast<uint8_t*>(Wanted.GetDataPointer())));
-            EXPECT_EQ(Apart.Reconstruction(), SamplesOf(*InPlace.job.current, InPlace.settings.layout));
+            EXPECT_EQ(Apart.Reconstruction(), SamplesOf(*InPlace.Job.pCurrent, InPlace.Settings.Layout));
         }
     }
 }

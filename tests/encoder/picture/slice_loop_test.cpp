@@ -32,9 +32,9 @@ protected:
     void Encode(const UMC::H264EncoderParams& p, std::vector<Picture> Clip)
     {
         ASSERT_EQ(InitCore(c, p, &m_Allocator), UMC::StatusOk);
-        c.settings.params.entropy_coding_mode = 0;
+        c.Settings.Params.entropy_coding_mode = 0;
         for (Picture& Source : Clip) EncodePicture(Source);
-        ASSERT_FALSE(c.sequence.pps.entropy_coding_mode);
+        ASSERT_FALSE(c.Sequence.Pps.entropy_coding_mode_flag);
     }
     void ExpectDecoded() const
     {
@@ -60,13 +60,13 @@ private:
         ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
         const auto* const pData = static_cast<const uint8_t*>(Output.GetDataPointer());
         m_Stream.insert(m_Stream.end(), pData, pData + Output.GetDataSize());
-        Append(c.job.current->m_pY, kWidth, kHeight);
-        Append(c.job.current->m_pU, kWidth / 2, kHeight / 2);
-        Append(c.job.current->m_pV, kWidth / 2, kHeight / 2);
+        Append(c.Job.pCurrent->m_pY, kWidth, kHeight);
+        Append(c.Job.pCurrent->m_pU, kWidth / 2, kHeight / 2);
+        Append(c.Job.pCurrent->m_pV, kWidth / 2, kHeight / 2);
     }
     void Append(const uint8_t* pPlane, int32_t Width, int32_t Height)
     {
-        for (int32_t y = 0; y < Height; ++y, pPlane += c.job.current->m_Pitch)
+        for (int32_t y = 0; y < Height; ++y, pPlane += c.Job.pCurrent->m_Pitch)
             m_Reconstruction.insert(m_Reconstruction.end(), pPlane, pPlane + Width);
     }
 

@@ -74,6 +74,21 @@ TEST(EncoderInfo, GivesTheSettingsInForce)
     EXPECT_EQ(d.Encoder().GetInfo(nullptr), UMC::StatusNullPointer);
 }
 
+TEST(EncoderInfo, GivesTheRatesThatSetParamsAskedFor)
+{
+    H264EncoderParams p = SmallParams(), Full;
+    Driver d(p);
+    p.m_Info.m_Bitrate = 77000;
+    p.m_Info.m_FrameRate = 11.0;
+    ASSERT_EQ(d.Encoder().SetParams(&p), UMC::StatusOk);
+    UMC::VideoEncoderParams Plain;
+    for (UMC::VideoEncoderParams* pInfo : {&Plain, static_cast<UMC::VideoEncoderParams*>(&Full)}) {
+        ASSERT_EQ(d.Encoder().GetInfo(pInfo), UMC::StatusOk);
+        EXPECT_EQ(pInfo->m_Info.m_Bitrate, 77000);
+        EXPECT_EQ(pInfo->m_Info.m_FrameRate, 11.0);
+    }
+}
+
 TEST(EncoderFront, CloseAndReset)
 {
     Driver d(SmallParams());

@@ -14,10 +14,10 @@ std::string Types(int32_t NumB, int32_t KeyInterval, int32_t IdrInterval, int Co
 {
     EncoderSettings Settings;
     SequenceState<uint8_t> Sequence;
-    Settings.params.num_b_frames = NumB;
-    Settings.params.key_frame_interval = KeyInterval;
-    Settings.params.idr_interval = IdrInterval;
-    Settings.params.keep_pattern_at_key = bKeepPattern;
+    Settings.Params.num_b_frames = NumB;
+    Settings.Params.key_frame_interval = KeyInterval;
+    Settings.Params.idr_interval = IdrInterval;
+    Settings.Params.keep_pattern_at_key = bKeepPattern;
     Settings.gop_length = NumB + 1;
     Settings.gop_pattern.assign(static_cast<size_t>(NumB) + 1, FRAME_B);
     Settings.gop_pattern[0] = FRAME_P;

@@ -32,15 +32,8 @@ protected:
     }
     const NeighbourCache& At(int32_t Mb, int32_t FirstMb = 0)
     {
-        const NeighbourTables t{FirstMb,
-                                kMbWidth,
-                                1,
-                                m_Global.data(),
-                                m_Local.data(),
-                                m_Modes.data(),
-                                {m_Vectors.data(), nullptr},
-                                {m_References.data(), nullptr},
-                                {m_Differences.data(), nullptr},
+        const NeighbourTables t{FirstMb,        kMbWidth,         m_Global.data(),     m_Local.data(),
+                                m_Modes.data(), m_Vectors.data(), m_References.data(), m_Differences.data(),
                                 m_Counts.data()};
         FillNeighbours(n, t, Mb, Mb % kMbWidth);
         return n;
@@ -72,12 +65,24 @@ TEST_F(NeighboursOfAPicture, AreThereInsideTheSlice)
     EXPECT_EQ(At(10, 5).Available, 0u + kLeft + kTop + kTopRight + kTopLeft);
 }
 
+TEST_F(NeighboursOfAPicture, NameTheBlockAboveRightOfWhateverSlice)
+{
+    for (const int32_t FirstMb : {0, 4, 5, 6})
+        for (int32_t Mb = FirstMb; Mb < kMbs; ++Mb) {
+            const MotionVector* const p = At(Mb, FirstMb).Motion.pTopRightOfPicture;
+            if (Mb < kMbWidth || Mb % kMbWidth + 1 == kMbWidth)
+                EXPECT_EQ(p, nullptr) << Mb;
+            else
+                EXPECT_EQ(p, &m_Vectors[static_cast<size_t>(Mb - kMbWidth + 1) * 16 + 12]) << Mb;
+        }
+}
+
 TEST_F(NeighboursOfAPicture, TellByRowOnTheLeftAndByColumnAbove)
 {
     At(6); // left 5, above 2
     EXPECT_EQ(n.pLeft, &m_Local[5]);
     EXPECT_EQ(n.pTop, &m_Local[2]);
-    const NeighbourCache::Motion& m = n.Motions[0];
+    const NeighbourMotion& m = n.Motion;
     for (int16_t i = 0; i < 4; ++i) {
         const auto Right = static_cast<int16_t>(4 * i + 3), Lower = static_cast<int16_t>(12 + i);
         const auto k = static_cast<size_t>(i);
@@ -106,9 +111,9 @@ TEST_F(NeighboursOfAPicture, OtherTypesCountAsDcInModePrediction)
 {
     for (const uint8_t Type : {MB_INTRA16X16, MB_INTER16X16, MB_SKIP_P}) {
         m_Global[5].Type = Type;
-        std::fill_n(m_Modes.begin() + 5 * 16, 16, kIntra4x4Dc); // as such a macroblock leaves them
+        std::fill_n(m_Modes.begin() + 5 * 16, 16, h264::kIntraDcMode); // as such a macroblock leaves them
         EXPECT_EQ(At(6).LeftType, Type);
-        for (const int8_t Mode : n.LeftModes) EXPECT_EQ(Mode, kIntra4x4Dc);
+        for (const int8_t Mode : n.LeftModes) EXPECT_EQ(Mode, h264::kIntraDcMode);
     }
 }
 
@@ -123,7 +128,7 @@ TEST_F(NeighboursOfAPicture, ThatAreNotThereSaySo)
         EXPECT_EQ(p->Coded, 0u);
         EXPECT_EQ(p->ChromaMode, 0);
     }
-    const NeighbourCache::Motion& m = n.Motions[0];
+    const NeighbourMotion& m = n.Motion;
     for (size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(n.LeftModes[i], -1);
         EXPECT_EQ(n.TopModes[i], -1);
@@ -140,9 +145,9 @@ TEST_F(NeighboursOfAPicture, ThatAreNotThereSaySo)
 
 TEST_F(NeighboursOfAPicture, AboveLeftStandsInForAboveRight)
 {
-    EXPECT_EQ(At(6).Of16x16(0).C.Mv, (MotionVector{3, 12}));
-    EXPECT_EQ(At(7).Of16x16(0).C.Mv, (MotionVector{2, 15}));
-    EXPECT_EQ(At(7, 6).Of16x16(0).C.RefIdx, h264::kRefUnavailable);
+    EXPECT_EQ(At(6).Motion.Of16x16().C.Mv, (MotionVector{3, 12}));
+    EXPECT_EQ(At(7).Motion.Of16x16().C.Mv, (MotionVector{2, 15}));
+    EXPECT_EQ(At(7, 6).Motion.Of16x16().C.RefIdx, h264::kRefUnavailable);
 }
 
 } // namespace

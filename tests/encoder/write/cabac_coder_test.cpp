@@ -39,7 +39,7 @@ void WriteBlocks(Coder& c, uint32_t Seed, int Count)
     std::mt19937 Rng(Seed);
     for (int n = 0; n < Count; ++n) {
         const auto Cat = static_cast<uint32_t>(Rng() % 5);
-        BlockLevels b{};
+        BlockLevels<int16_t> b{};
         for (uint32_t i = 0; i < kPositions[Cat]; ++i) {
             if (Rng() % 3) continue;
             b.Position[b.Count] = static_cast<uint8_t>(i);
@@ -87,11 +87,13 @@ TEST(CabacCoder, ACounterGoesOnFromACoderAndCountsWhatItWouldWrite)
     for (uint32_t Seed = 0; Seed < 100; ++Seed) {
         CabacCounter Counter(Real);
         const int64_t Counted = Counter.Arithmetic.Bits(), Written = Real.Arithmetic.Bits();
+        const size_t Stored = Real.Arithmetic.Out().Bytes();
         WriteBins(Counter, Seed, 20);
         WriteBlocks(Counter, Seed, 30);
         WriteBins(Real, Seed, 20);
         WriteBlocks(Real, Seed, 30);
         ASSERT_EQ(Counter.Arithmetic.Bits() - Counted, Real.Arithmetic.Bits() - Written);
+        ASSERT_EQ(Counter.Arithmetic.Out().Bytes(), Real.Arithmetic.Out().Bytes() - Stored);
         ASSERT_EQ(Counter.Contexts, Real.Contexts);
     }
 }

@@ -17,9 +17,9 @@ using namespace UMC_H264_ENCODER;
 
 using List = std::array<int16_t, 16>;
 
-BlockLevels LevelsOf(const List& l)
+BlockLevels<int16_t> LevelsOf(const List& l)
 {
-    BlockLevels b{};
+    BlockLevels<int16_t> b{};
     for (size_t i = 0; i < 16; ++i) {
         if (l[i] == 0) continue;
         b.Position[b.Count] = static_cast<uint8_t>(i);
@@ -36,8 +36,8 @@ public:
 
     void Write(const List& l, int32_t nC, uint32_t Positions)
     {
-        const BlockLevels b = LevelsOf(l);
-        const BlockLevels* const pBlock = b.Count ? &b : nullptr;
+        const BlockLevels<int16_t> b = LevelsOf(l);
+        const BlockLevels<int16_t>* const pBlock = b.Count ? &b : nullptr;
         m_Coder.Block(pBlock, nC, Positions);
         m_Counter.Block(pBlock, nC, Positions);
         m_Written.push_back({l, nC, static_cast<int>(Positions)});
@@ -166,7 +166,7 @@ TEST(CavlcCoder, ACopyPutBackWritesOnAsIfNothingHadBeen)
     Plain.Bits.Start(a.data());
     Tried.Bits.Start(b.data());
     for (int i = 0; i < 2000; ++i) {
-        const BlockLevels Kept = LevelsOf(MakeList(1 + static_cast<uint32_t>(Rng() % 0xFFFF), 1, Rng));
+        const BlockLevels<int16_t> Kept = LevelsOf(MakeList(1 + static_cast<uint32_t>(Rng() % 0xFFFF), 1, Rng));
         const CavlcCoder Before = Tried;
         Tried.skip_run = 7;
         Tried.PutSkipRun();

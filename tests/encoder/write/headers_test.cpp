@@ -92,7 +92,7 @@ TEST(SequenceParameterSet, ExtensionCarriesTheAlphaValues)
     SeqParamSet s{};
     s.aux_format_idc = 1;
     s.bit_depth_aux = 8;
-    s.alpha_incr = true;
+    s.alpha_incr_flag = true;
     s.alpha_opaque_value = 255;
     s.alpha_transparent_value = 17;
     Writer w;
@@ -131,14 +131,14 @@ TEST(SliceHeaderSyntax, HasNoOrderCountWithoutReordering)
     const UMC::H264EncoderParams p = Sized(176, 144);
     SliceHeader h{};
     h.first_mb_in_slice = 24;
-    h.slice_type = SLICE_P;
+    h.slice_type = h264::SLICE_P;
     h.frame_num = 200;
     h.nal_ref_idc = 1;
     h.num_ref_idx_l0 = h.num_ref_idx_l1 = 1;
     h.cabac_init_idc = 1;
     h.slice_qp_delta = -3;
-    h.alpha_c0_offset = 2;
-    h.beta_offset = -3;
+    h.slice_alpha_c0_offset = 2;
+    h.slice_beta_offset = -3;
     Writer w;
     w.WriteSliceHeader(h, MakeSeqParams(p), MakePicParams(p, 26));
     Reader r(w.Written());
@@ -160,8 +160,8 @@ TEST(SliceHeaderSyntax, OfAnIdrPictureWithMoreReferencesAndTheFilterOff)
     UMC::H264EncoderParams p = Sized(176, 144);
     p.num_b_frames = 1;
     SliceHeader h{};
-    h.slice_type = SLICE_I;
-    h.idr = true;
+    h.slice_type = h264::SLICE_I;
+    h.is_idr = true;
     h.idr_pic_id = 5;
     h.nal_ref_idc = 1;
     h.pic_order_cnt_lsb = 9;
@@ -185,7 +185,7 @@ TEST(SliceHeaderSyntax, TellsHowManyReferencesAreActive)
 {
     const UMC::H264EncoderParams p = Sized(176, 144);
     SliceHeader h{};
-    h.slice_type = SLICE_P;
+    h.slice_type = h264::SLICE_P;
     h.nal_ref_idc = 1;
     h.num_ref_idx_l0 = 3;
     h.num_ref_idx_l1 = 1;
@@ -196,6 +196,64 @@ TEST(SliceHeaderSyntax, TellsHowManyReferencesAreActive)
     r.Bits(8);
     EXPECT_EQ(r.Bits(1), 1u);
     EXPECT_EQ(r.Ue(), 2u);
+}
+
+TEST(SliceHeaderSyntax, OfABSliceInABottomField)
+{
+    UMC::H264EncoderParams p = Sized(176, 144);
+    p.num_b_frames = 1;
+    p.coding_type = 1;
+    SliceHeader h{};
+    h.slice_type = h264::SLICE_B;
+    h.frame_num = 3;
+    h.field_pic_flag = h.bottom_field_flag = true;
+    h.pic_order_cnt_lsb = 11;
+    h.delta_pic_order_cnt_bottom = 7; // stands in frames only
+    h.direct_spatial_mv_pred = true;
+    h.num_ref_idx_l0 = 1;
+    h.num_ref_idx_l1 = 2;
+    h.cabac_init_idc = 2;
+    h.disable_deblocking_filter_idc = 1;
+    Writer w;
+    w.WriteSliceHeader(h, MakeSeqParams(p), MakePicParams(p, 26));
+    Reader r(w.Written());
+    EXPECT_EQ(r.Ue(), 0u);
+    EXPECT_EQ(r.Ue(), 1u);
+    EXPECT_EQ(r.Ue(), 0u);
+    EXPECT_EQ(r.Bits(8), 3u);
+    EXPECT_EQ(r.Bits(2), 3u); // field_pic_flag, bottom_field_flag
+    EXPECT_EQ(r.Bits(4), 11u);
+    EXPECT_EQ(r.Bits(1), 1u); // direct_spatial_mv_pred_flag
+    EXPECT_EQ(r.Bits(1), 1u); // num_ref_idx_active_override_flag
+    EXPECT_EQ(r.Ue(), 0u);
+    EXPECT_EQ(r.Ue(), 1u);
+    EXPECT_EQ(r.Bits(2), 0u); // no reordering of either list
+    EXPECT_EQ(r.Ue(), 2u);    // cabac_init_idc, as no reference needs no marking
+    EXPECT_EQ(r.Se(), 0);
+    EXPECT_EQ(r.Ue(), 1u);
+    EXPECT_EQ(static_cast<int64_t>(r.Position()), w.Bits());
+}
+
+TEST(SliceHeaderSyntax, OfAFrameAmongFieldsTellsTheBottomOrderCount)
+{
+    UMC::H264EncoderParams p = Sized(176, 144);
+    p.coding_type = 2;
+    SliceHeader h{};
+    h.slice_type = h264::SLICE_I;
+    h.pic_order_cnt_lsb = 6;
+    h.delta_pic_order_cnt_bottom = -1;
+    h.disable_deblocking_filter_idc = 1;
+    Writer w;
+    w.WriteSliceHeader(h, MakeSeqParams(p), MakePicParams(p, 26));
+    Reader r(w.Written());
+    r.Ue(), r.Ue(), r.Ue();
+    r.Bits(8);
+    EXPECT_EQ(r.Bits(1), 0u); // field_pic_flag
+    EXPECT_EQ(r.Bits(4), 6u);
+    EXPECT_EQ(r.Se(), -1);
+    EXPECT_EQ(r.Se(), 0);
+    EXPECT_EQ(r.Ue(), 1u);
+    EXPECT_EQ(static_cast<int64_t>(r.Position()), w.Bits());
 }
 
 } // namespace

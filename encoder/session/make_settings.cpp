@@ -1,0 +1,139 @@
+#include "encoder/session/make_settings.h"
+
+#include "Common/h264/chroma_geometry.h"
+#include "Common/h264/h264_tables.h"
+#include "encoder/decide/motion_tables.h"
+#include "encoder/session/params_check.h"
+#include "encoder/state/codec_traits.h"
+
+#include <algorithm>
+
+namespace UMC_H264_ENCODER {
+
+namespace {
+
+// A coefficient is at most the sum of magnitudes of the differences times the largest weight of its position: 1, 2 * 2
+// or 2 in the three classes of positions.
+int32_t ZeroSad(const kernels::QuantParams& p)
+{
+    const uint32_t Room = (1u << p.Shift) - 1 - p.Rounding;
+    return static_cast<int32_t>(Room / std::max({1u * p.Factor[0], 4u * p.Factor[5], 2u * p.Factor[1]}));
+}
+
+// The chroma DC level is that of the sum over all 64 differences, four parts, with one bit more of shift.
+int32_t ZeroSadOfChromaDc(const kernels::QuantParams& p)
+{
+    const uint32_t Room = (2u << p.Shift) - 1 - 2 * p.Rounding;
+    return static_cast<int32_t>(Room / p.Factor[0] / 4);
+}
+
+void FillQuantTables(QuantTables& q)
+{
+    for (size_t Qp = 0; Qp < 52; ++Qp)
+        for (auto* pTable : {&q.Intra, &q.Inter}) {
+            kernels::QuantParams& p = (*pTable)[Qp];
+            p.Shift = static_cast<int>(15 + Qp / 6);
+            p.Rounding = (1u << p.Shift) / (pTable == &q.Intra ? 3u : 6u);
+            std::copy_n(h264::kQuantFactor4x4[Qp % 6], 16, p.Factor);
+        }
+    for (size_t Qp = 0; Qp < 52; ++Qp) {
+        q.LumaZeroSad[Qp] = ZeroSad(q.Inter[Qp]);
+        q.ChromaZeroSad[Qp] = std::min(q.LumaZeroSad[Qp], ZeroSadOfChromaDc(q.Inter[Qp]));
+    }
+    for (size_t m = 0; m < 6; ++m)
+        for (size_t i = 0; i < 16; ++i) q.Scale[m][i] = static_cast<int16_t>(16 * h264::kNormAdjust4x4[m][i]);
+}
+
+// A threshold's private copy; a lossless stream never stops early at QP 0.
+template <class Table>
+ThresholdTable CopyThresholds(const Table& From, bool IsLossless)
+{
+    ThresholdTable t;
+    std::copy(From.begin(), From.end(), t.begin());
+    if (IsLossless) t[0] = 0;
+    return t;
+}
+
+void FillThresholds(EncoderSettings& Settings)
+{
+    const bool IsLossless = Settings.Params.qpprime_y_zero_transform_bypass != 0;
+    Settings.ThresholdME = CopyThresholds(ThresholdME, IsLossless);
+    Settings.SkipIntraThreshold = CopyThresholds(SkipIntraThreshold, IsLossless);
+    Settings.TryAdvancedIntraThreshold = CopyThresholds(TryAdvancedIntraThreshold, IsLossless);
+}
+
+// How far a vector may reach: 15 samples beyond the picture, 127 in all.
+int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15, 127); }
+
+void FillPositions(EncoderSettings& Settings)
+{
+    const FrameLayout& l = Settings.Layout;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
+    Settings.Positions.resize(static_cast<size_t>(l.MbCount));
+    for (int32_t i = 0; i < l.MbCount; ++i) {
+        MacroblockPosition& p = Settings.Positions[static_cast<size_t>(i)];
+        p.X = i % l.MbWidth;
+        p.Y = i / l.MbWidth;
+        const int32_t x = 16 * p.X, y = 16 * p.Y;
+        p.Luma = y * l.Pitch + x;
+        p.Chroma = (y >> Chroma.ShiftY) * l.Pitch + (x >> Chroma.ShiftX);
+        p.LimitLeft = -VectorLimit(x);
+        p.LimitRight = VectorLimit(l.AlignedWidth - 16 - x);
+        p.LimitTop = -VectorLimit(y);
+        p.LimitBottom = VectorLimit(l.AlignedHeight - 16 - y);
+    }
+}
+
+// A plain record says a few things; the defaults stand for the rest.
+void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
+{
+    if (const auto* const pFull = UMC::DynamicCast<UMC::H264EncoderParams>(&From))
+        To = *pFull;
+    else
+        static_cast<UMC::VideoEncoderParams&>(To) = From;
+}
+
+// Settings whose coding tools the core does not have.
+template <class Sample>
+bool IsImplemented(const UMC::H264EncoderParams& p)
+{
+    return p.coding_type == 0 && p.num_b_frames == 0 && p.chroma_format_idc == 1 && p.aux_format_idc == 0 &&
+           p.transform_8x8_mode == 0 && p.qpprime_y_zero_transform_bypass == 0 && p.entropy_coding_mode == 1 &&
+           p.partition_level == 0 && p.analysis_level <= 1 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
+}
+
+void FillGop(EncoderSettings& Settings)
+{
+    Settings.gop_length = Settings.Params.num_b_frames + 1;
+    Settings.gop_pattern.assign(static_cast<size_t>(Settings.gop_length), FRAME_B);
+    Settings.gop_pattern[0] = FRAME_P;
+}
+
+} // namespace
+
+int32_t LargestBitDepth(const UMC::H264EncoderParams& p)
+{
+    const int32_t Depth = std::max(p.bit_depth_luma, p.bit_depth_chroma);
+    return p.aux_format_idc ? std::max(Depth, p.bit_depth_aux) : Depth;
+}
+
+template <class Sample>
+UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings& Settings)
+{
+    UMC::H264EncoderParams& p = Settings.Params;
+    CopyParams(Params, p);
+    if (const UMC::Status s = CheckParams(p); s != UMC::StatusOk) return s;
+    if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
+    Settings.AnalysisFlags = AnalysisFlags(p);
+    Settings.Layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
+                                 p.coding_type == 0, p.aux_format_idc != 0);
+    FillGop(Settings);
+    FillThresholds(Settings);
+    FillQuantTables(Settings.Quant);
+    FillPositions(Settings);
+    return UMC::StatusOk;
+}
+
+template UMC::Status MakeSettings<uint8_t>(const UMC::VideoEncoderParams&, EncoderSettings&);
+
+} // namespace UMC_H264_ENCODER

@@ -1,0 +1,17 @@
+// What is fixed for the life of an encoder, made of what its client asks for.
+#pragma once
+
+#include "encoder/state/encoder_settings.h"
+
+namespace UMC_H264_ENCODER {
+
+/// Checks and corrects a copy of the parameters, and derives the rest from it.
+/// @return StatusOk; StatusNotImplemented for a coding tool that a core of this sample type does not have; what
+///         CheckParams says. Throws std::bad_alloc
+template <class Sample>
+UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings& Settings);
+
+/// The largest of the depths in use.
+int32_t LargestBitDepth(const UMC::H264EncoderParams& Params);
+
+} // namespace UMC_H264_ENCODER
