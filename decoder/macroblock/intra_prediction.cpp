@@ -40,13 +40,6 @@ unsigned BlockNeighbours(unsigned Mb, int x, int y, int Size)
     return Available;
 }
 
-// The sample in column x and row y of a plane of the picture.
-template <class Sample>
-Sample* SampleAt(uint8_t* pPlane, ptrdiff_t Pitch, int x, int y)
-{
-    return reinterpret_cast<Sample*>(pPlane + y * Pitch) + x;
-}
-
 template <class Sample>
 Sample* LumaOf(const PictureView& Picture, const MbState& Mb)
 {

@@ -91,10 +91,13 @@ struct MbResidual {
     }
 };
 
-// Predictions of list 0 before they are joined, and blocks clamped into the reference.
+// Predictions of list 0 before they are joined, and blocks clamped into the reference. The samples of three planes lie
+// in rows of a fixed length, one plane behind the other; there is room for the largest format in 2 bytes a sample.
 struct PredictionScratch {
-    alignas(64) uint8_t Temp[16 * 16 + 2 * 8 * 16];
-    alignas(64) uint8_t Clamped[24 * 24];
+    static constexpr int kTempWidth = 16, kTempPlane = 16 * kTempWidth;          // luma, Cb, Cr
+    static constexpr int kClampedWidth = 24, kClampedPlane = 18 * kClampedWidth; // luma in both, or Cb and Cr
+    alignas(64) uint8_t Temp[3 * kTempPlane * sizeof(uint16_t)];
+    alignas(64) uint8_t Clamped[2 * kClampedPlane * sizeof(uint16_t)];
 };
 
 struct SliceCursor {
