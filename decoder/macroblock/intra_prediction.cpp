@@ -4,7 +4,7 @@ namespace UMC {
 
 unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb)
 {
-    const MbGlobalInfo* const pGlobal = Slice.Records.m_pGlobal;
+    const MbGlobalInfo* const pGlobal = Slice.Records.pGlobal;
     const bool Constrained = Slice.pPictureSet->constrained_intra_pred_flag != 0;
     const auto Bit = [&](int32_t Neighbour, unsigned Flag) {
         return Neighbour >= 0 && (!Constrained || IsIntra(pGlobal[Neighbour])) ? Flag : 0u;

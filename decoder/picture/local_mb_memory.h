@@ -10,10 +10,10 @@ namespace UMC {
 
 // Entries by macroblock number.
 struct H264LocalMbBuffers {
-    MbLocalInfo* m_pLocal = nullptr;
-    MbMvd* m_pMvd[2] = {};             // by list: vector differences, for CABAC contexts
-    uint8_t* m_pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
-    uint8_t* m_pCoeffCounts = nullptr; // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
+    MbLocalInfo* pLocal = nullptr;
+    MbMvd* pMvd[2] = {};             // by list: vector differences, for CABAC contexts
+    uint8_t* pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
+    uint8_t* pCoeffCounts = nullptr; // 48 a macroblock: total_coeff of luma (16), Cb and Cr blocks, raster
 };
 
 class LocalMbMemory

@@ -137,14 +137,14 @@ private:
 template <bool kMbaff>
 [[gnu::always_inline]] inline void SliceCursor::BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField)
 {
-    MbGlobalInfo* const pGlobal = Slice.Records.m_pGlobal;
+    MbGlobalInfo* const pGlobal = Slice.Records.pGlobal;
     const int32_t n = Number + Slice.Picture.FirstMb, Width = Slice.Picture.MbWidth;
     const auto IsUsable = [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; };
     Mb.Number = n;
     Mb.X = X;
     Mb.Y = Y;
     Mb.pGlobal = pGlobal + n;
-    Mb.pLocal = Slice.Local.m_pLocal + n;
+    Mb.pLocal = Slice.Local.pLocal + n;
     if constexpr (kMbaff) {
         Mb.Pairs.Find(n, X, Y, Width, pGlobal, IsUsable);
         static_cast<MbAround&>(Mb) = Mb.Pairs.Around(IsField);
@@ -153,8 +153,8 @@ template <bool kMbaff>
     }
     Mb.pLeftGlobal = Mb.Left >= 0 ? pGlobal + Mb.Left : &Slice.NoGlobal;
     Mb.pTopGlobal = Mb.Top >= 0 ? pGlobal + Mb.Top : &Slice.NoGlobal;
-    Mb.pLeftLocal = Mb.Left >= 0 ? Slice.Local.m_pLocal + Mb.Left : &Slice.NoLocal;
-    Mb.pTopLocal = Mb.Top >= 0 ? Slice.Local.m_pLocal + Mb.Top : &Slice.NoLocal;
+    Mb.pLeftLocal = Mb.Left >= 0 ? Slice.Local.pLocal + Mb.Left : &Slice.NoLocal;
+    Mb.pTopLocal = Mb.Top >= 0 ? Slice.Local.pLocal + Mb.Top : &Slice.NoLocal;
     *Mb.pGlobal = MbGlobalInfo{};
     Mb.pGlobal->SliceId = Slice.SliceId;
     if (kMbaff && IsField) Mb.pGlobal->MbFlags = MBFLAG_FIELD;
