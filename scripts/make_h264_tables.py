@@ -128,15 +128,14 @@ def tables():
     yield "uint8_t kCodedBlockPattern[2][2][48]", coded_block_pattern()
     for name, key, count in (("kZigzag4x4[16]", "zigzag_4x4", 16), ("kFieldScan4x4[16]", "field_4x4", 16),
                              ("kZigzag8x8[64]", "zigzag_8x8", 64), ("kFieldScan8x8[64]", "field_8x8", 64),
-                             ("kChromaDcScan422[8]", "chroma_dc_422", 8), ("kBlockRaster[16]", "luma4x4BlkIdx", 16)):
+                             ("kBlockRaster[16]", "luma4x4BlkIdx", 16)):
         yield "uint8_t " + name, column("scans.csv", key, count)
     for size, count in (("4x4", 16), ("8x8", 64)):
         yield f"uint8_t kDefaultScaling{size}[2][{count}]", [
             column("default_scaling_lists.csv", f"default_{size}_{kind}", count) for kind in ("intra", "inter")]
     for size, count in (("4x4", 16), ("8x8", 64)):
         yield f"uint8_t kNormAdjust{size}[6][{count}]", by_place("norm_adjust.csv", size, "v")
-    for size, count in (("4x4", 16), ("8x8", 64)):
-        yield f"uint16_t kQuantFactor{size}[6][{count}]", by_place("quant_factors.csv", size, "mf")
+    yield "uint16_t kQuantFactor4x4[6][16]", by_place("quant_factors.csv", "4x4", "mf")
     yield "uint8_t kChromaQp[52]", column("chroma_qp.csv", "QPC", 52)
     yield "uint8_t kAlpha[52]", column("alpha_beta.csv", "alpha_prime", 52)
     yield "uint8_t kBeta[52]", column("alpha_beta.csv", "beta_prime", 52)

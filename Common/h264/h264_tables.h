@@ -55,8 +55,7 @@ extern const uint8_t kZigzag4x4[16]; // scan position to row * 4 + column
 extern const uint8_t kFieldScan4x4[16];
 extern const uint8_t kZigzag8x8[64]; // scan position to row * 8 + column
 extern const uint8_t kFieldScan8x8[64];
-extern const uint8_t kChromaDcScan422[8]; // scan position to row * 2 + column
-extern const uint8_t kBlockRaster[16];    // luma4x4BlkIdx to row * 4 + column of the block; its own inverse
+extern const uint8_t kBlockRaster[16]; // luma4x4BlkIdx to row * 4 + column of the block; its own inverse
 
 // ---- Scaling and quantisation, clause 8.5 ------------------------------------------------------------------
 
@@ -65,8 +64,7 @@ extern const uint8_t kDefaultScaling8x8[2][64]; // Table 7-4
 extern const uint8_t kNormAdjust4x4[6][16];     // clause 8.5.9: [qP % 6][row * 4 + column]
 extern const uint8_t kNormAdjust8x8[6][64];
 extern const uint16_t kQuantFactor4x4[6][16]; // forward factors MF of an encoder: [QP % 6][row * 4 + column]
-extern const uint16_t kQuantFactor8x8[6][64];
-extern const uint8_t kChromaQp[52]; // Table 8-15: QPC by qPI 0..51
+extern const uint8_t kChromaQp[52];           // Table 8-15: QPC by qPI 0..51
 
 // ---- Deblocking, clause 8.7.2.2 ----------------------------------------------------------------------------
 

@@ -50,9 +50,9 @@ void ForEachPart(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t
 bool IsColZero(const H264MbInfo& Col, int32_t Mb, int Block)
 {
     const int i = Mb * 16 + Block;
-    const int List = Col.m_pRefIdx[0][i] >= 0 ? 0 : 1;
-    if (Col.m_pRefIdx[List][i] != 0) return false;
-    const h264::MotionVector Mv = Col.m_pMv[List][i];
+    const int List = Col.pRefIdx[0][i] >= 0 ? 0 : 1;
+    if (Col.pRefIdx[List][i] != 0) return false;
+    const h264::MotionVector Mv = Col.pMv[List][i];
     return Mv.x >= -1 && Mv.x <= 1 && Mv.y >= -1 && Mv.y <= 1;
 }
 
@@ -91,8 +91,7 @@ SpatialMotion DeriveSpatialMotion(const H264MbInfo& Records, const MbState& Mb, 
         s.MayStand |= AsWord(m.Mv[List]) != 0;
         s.Still.Mv[List] = {0, 0};
     }
-    s.MayStand &=
-        Direct.pColFrame && Direct.ColIsShortTerm && !IsIntra(Direct.pColFrame->m_MbInfo.m_pGlobal[Mb.Number]);
+    s.MayStand &= Direct.pColFrame && Direct.ColIsShortTerm && !IsIntra(Direct.pColFrame->m_MbInfo.pGlobal[Mb.Number]);
     return s;
 }
 
@@ -129,19 +128,18 @@ void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint3
 {
     const Motion Zero{};
     DirectState& Direct = m.Direct;
-    if (!Direct.pColFrame || IsIntra(Direct.pColFrame->m_MbInfo.m_pGlobal[Mb.Number])) {
+    if (!Direct.pColFrame || IsIntra(Direct.pColFrame->m_MbInfo.pGlobal[Mb.Number])) {
         ForEachPart(s, Mb, m, Quadrants, [&](int) { return Zero; });
         return;
     }
     const H264MbInfo& Col = Direct.pColFrame->m_MbInfo;
-    if (Col.m_pGlobal[Mb.Number].SliceId != Direct.ColMapSlice)
-        BuildColMap(s, Direct, Col.m_pGlobal[Mb.Number].SliceId);
+    if (Col.pGlobal[Mb.Number].SliceId != Direct.ColMapSlice) BuildColMap(s, Direct, Col.pGlobal[Mb.Number].SliceId);
     ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
         const int i = Mb.Number * 16 + Block;
-        const int List = Col.m_pRefIdx[0][i] >= 0 ? 0 : 1;
-        const int ColRef = Col.m_pRefIdx[List][i];
+        const int List = Col.pRefIdx[0][i] >= 0 ? 0 : 1;
+        const int ColRef = Col.pRefIdx[List][i];
         if (ColRef < 0 || ColRef >= 32) return Zero;
-        const h264::MotionVector ColMv = Col.m_pMv[List][i];
+        const h264::MotionVector ColMv = Col.pMv[List][i];
         Motion Scaled{{Direct.ColMap[List][ColRef], 0}, {ColMv, {0, 0}}};
         const int Factor = Direct.pTables->DistScaleFactor[Scaled.Ref[0]];
         if (Factor != kNotScaled) {

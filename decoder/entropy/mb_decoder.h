@@ -106,8 +106,8 @@ private:
     template <SliceType kSlice>
     static void ClearMvd(const SliceView& s, const MbState& Mb)
     {
-        s.Local.m_pMvd[0][Mb.Number] = MbMvd{};
-        if (kSlice == SLICE_B) s.Local.m_pMvd[1][Mb.Number] = MbMvd{};
+        s.Local.pMvd[0][Mb.Number] = MbMvd{};
+        if (kSlice == SLICE_B) s.Local.pMvd[1][Mb.Number] = MbMvd{};
     }
 
     template <class Syntax, SliceType kSlice>
@@ -173,7 +173,7 @@ private:
         Local.CodedBlockBitsChroma[0] = Local.CodedBlockBitsChroma[1] = 0x1FFFF;
         Local.CodedBlockPattern = 0x2F;
         Local.Qp = 0; // what deblocking takes for it (clause 8.7.2.2); the QP carried on stays
-        std::memset(c.Slice.Local.m_pCoeffCounts + c.Mb.Number * kCountsPerMb, 16, kCountsPerMb);
+        std::memset(c.Slice.Local.pCoeffCounts + c.Mb.Number * kCountsPerMb, 16, kCountsPerMb);
         c.Entropy.PrevDeltaQp = 0;
     }
 

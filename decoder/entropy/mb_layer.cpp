@@ -64,7 +64,7 @@ template <class Syntax>
 void Load(const SliceView& s, const MbState& Mb, MotionState& m, int List)
 {
     LoadMotion<Syntax::kMbaff>(m.Cache[List], s.Records, Mb, List);
-    if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.m_pMvd[List], Mb);
+    if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.pMvd[List], Mb);
 }
 
 // Reads the difference of the block at Pos and fills prediction plus difference into the cache.
@@ -90,7 +90,7 @@ template <class Syntax>
 void Store(const SliceView& s, const MbState& Mb, const MotionState& m, int List)
 {
     StoreMotion(m.Cache[List], s.Records, Mb.Number, List);
-    if constexpr (Syntax::kCabac) StoreMvd(m.Cache[List], s.Local.m_pMvd[List][Mb.Number]);
+    if constexpr (Syntax::kCabac) StoreMvd(m.Cache[List], s.Local.pMvd[List][Mb.Number]);
 }
 
 template <class Syntax, int kLists>
@@ -103,13 +103,13 @@ void Read16x16(const SliceView& s, const MbState& Mb, EntropyState& e, MotionSta
         uint8_t Mvd[2] = {};
         h264::MotionVector Mv{0, 0};
         if (RefIdx[List] >= 0) {
-            if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.m_pMvd[List], Mb);
+            if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.pMvd[List], Mb);
             Mv = h264::PredictMedian(FindMotionNeighbours<Syntax::kMbaff>(s.Records, Mb, List), RefIdx[List]) +
                  Syntax::Mvd(e, m.Cache[List], kCacheOrigin, Mvd);
             TrackMv(m, Mv);
         }
         StoreUniformMotion(s.Records, Mb.Number, List, RefIdx[List], Mv);
-        if constexpr (Syntax::kCabac) StoreUniformMvd(s.Local.m_pMvd[List][Mb.Number], Mvd);
+        if constexpr (Syntax::kCabac) StoreUniformMvd(s.Local.pMvd[List][Mb.Number], Mvd);
     }
     Mb.pGlobal->MbFlags |= MBFLAG_ONE_MOTION;
 }
@@ -245,7 +245,7 @@ bool ReadMotionB(const SliceView& s, const MbState& Mb, EntropyState& e, MotionS
     if (Type == 0) {
         StoreDirect(s, Mb, m);
         if constexpr (Syntax::kCabac)
-            for (MbMvd* const pMvd : s.Local.m_pMvd) pMvd[Mb.Number] = MbMvd{};
+            for (MbMvd* const pMvd : s.Local.pMvd) pMvd[Mb.Number] = MbMvd{};
         return s.pSequenceSet->direct_8x8_inference_flag != 0;
     }
     if (Type <= 3) {
@@ -287,12 +287,12 @@ void LoadIntraModes(const SliceView& s, const MbState& Mb, int8_t* pCache)
 {
     const auto ModeOf = [&](int32_t Neighbour, const MbGlobalInfo& Global, int Block) {
         if (Neighbour < 0) return -1;
-        if (Global.MbType == MBTYPE_INTRA4x4) return int{s.Local.m_pIntraModes[Neighbour * 16 + Block]};
+        if (Global.MbType == MBTYPE_INTRA4x4) return int{s.Local.pIntraModes[Neighbour * 16 + Block]};
         return !IsIntra(Global) && s.pPictureSet->constrained_intra_pred_flag ? -1 : int{h264::kIntraDcMode};
     };
     for (int i = 0; i < 4; ++i) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, i);
-        const MbGlobalInfo& Global = kMbaff && Left.Mb >= 0 ? s.Records.m_pGlobal[Left.Mb] : *Mb.pLeftGlobal;
+        const MbGlobalInfo& Global = kMbaff && Left.Mb >= 0 ? s.Records.pGlobal[Left.Mb] : *Mb.pLeftGlobal;
         pCache[CachePos(-1, i)] = static_cast<int8_t>(ModeOf(Left.Mb, Global, Left.Row * 4 + 3));
         pCache[CachePos(i, -1)] = static_cast<int8_t>(ModeOf(Mb.Top, *Mb.pTopGlobal, 12 + i));
     }
@@ -362,7 +362,7 @@ void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& Sta
         pMode[0] = static_cast<int8_t>(Mode);
         if (Is8x8) pMode[1] = pMode[kCacheStride] = pMode[kCacheStride + 1] = pMode[0];
     }
-    uint8_t* const pModes = Slice.Local.m_pIntraModes + Mb.Number * 16;
+    uint8_t* const pModes = Slice.Local.pIntraModes + Mb.Number * 16;
     for (int y = 0; y < 4; ++y) std::memcpy(pModes + y * 4, Cache + CachePos(0, y), 4);
 }
 template void ReadIntraModes<SyntaxOf<CavlcSyntax, false>>(const SliceView&, const MbState&, EntropyState&);

@@ -22,7 +22,7 @@ void ClearMotion(const H264MbInfo& Records, int32_t Number, bool IsBSlice);
 template <class Syntax, SliceType kSlice>
 bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, MotionState& Motion, uint32_t Type);
 
-// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into Local.m_pIntraModes
+// Modes of Intra 4x4, or of Intra 8x8 when the macroblock's flag says so, into Local.pIntraModes
 // (clauses 8.3.1.1, 8.3.2.1).
 template <class Syntax>
 void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& State);

@@ -15,8 +15,8 @@ uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101
 template <bool kMbaff>
 void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List)
 {
-    const h264::MotionVector* const pMv = Records.m_pMv[List];
-    const int8_t* const pRef = Records.m_pRefIdx[List];
+    const h264::MotionVector* const pMv = Records.pMv[List];
+    const int8_t* const pRef = Records.pRefIdx[List];
 
     const auto Corner = [&](int Pos, int Neighbour, int Block) {
         if (Neighbour >= 0) {
@@ -78,8 +78,8 @@ void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t M
 
 void StoreMotion(const MotionCache& Cache, const H264MbInfo& Records, int32_t Number, int List)
 {
-    h264::MotionVector* const pMv = Records.m_pMv[List] + Number * 16;
-    int8_t* const pRef = Records.m_pRefIdx[List] + Number * 16;
+    h264::MotionVector* const pMv = Records.pMv[List] + Number * 16;
+    int8_t* const pRef = Records.pRefIdx[List] + Number * 16;
     for (int y = 0; y < 4; ++y) {
         std::memcpy(pMv + y * 4, &Cache.Mv[CachePos(0, y)], 4 * sizeof(h264::MotionVector));
         std::memcpy(pRef + y * 4, &Cache.Ref[CachePos(0, y)], 4);
@@ -88,13 +88,13 @@ void StoreMotion(const MotionCache& Cache, const H264MbInfo& Records, int32_t Nu
 
 void StoreUniformMotion(const H264MbInfo& Records, int32_t Number, int List, int RefIdx, h264::MotionVector Mv)
 {
-    std::fill_n(Records.m_pMv[List] + Number * 16, 16, Mv);
-    std::memset(Records.m_pRefIdx[List] + Number * 16, RefIdx, 16);
+    std::fill_n(Records.pMv[List] + Number * 16, 16, Mv);
+    std::memset(Records.pRefIdx[List] + Number * 16, RefIdx, 16);
 }
 
 void StoreUnusedList(const H264MbInfo& Records, int32_t Number, int List)
 {
-    std::memset(Records.m_pRefIdx[List] + Number * 16, h264::kRefNone, 16);
+    std::memset(Records.pRefIdx[List] + Number * 16, h264::kRefNone, 16);
 }
 
 void StoreMvd(const MotionCache& Cache, MbMvd& Mvd)

@@ -25,7 +25,7 @@ inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, co
     const auto At = [&](int32_t Neighbour, int Block) {
         if (Neighbour < 0) return h264::BlockMotion{{0, 0}, h264::kRefUnavailable};
         const int32_t i = Neighbour * 16 + Block;
-        return h264::BlockMotion{Records.m_pMv[List][i], Records.m_pRefIdx[List][i]};
+        return h264::BlockMotion{Records.pMv[List][i], Records.pRefIdx[List][i]};
     };
     const NeighbourRow A = LeftBlock<kMbaff>(Mb, 0), D = LeftBlock<kMbaff>(Mb, -1);
     return {At(A.Mb, A.Row * 4 + 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(D.Mb, D.Row * 4 + 3)};

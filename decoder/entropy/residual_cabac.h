@@ -167,7 +167,7 @@ void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
     std::memcpy(pCache + CachePos(0, -1), &TopBytes, 4);
     for (int y = 0; y < 4; ++y) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y);
-        const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.m_pLocal[Left.Mb] : *Mb.pLeftLocal;
+        const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.pLocal[Left.Mb] : *Mb.pLeftLocal;
         pCache[CachePos(-1, y)] = Bits(Mb, Left.Mb, Local.CodedBlockBits) >> (Left.Row * 4 + 3) & 1;
         std::memset(pCache + CachePos(0, y), 0, 4);
     }
@@ -186,7 +186,7 @@ void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
         for (int x = 0; x < 2; ++x) pCache[CachePos(x, -1)] = Top >> ((kRows - 1) * 2 + x) & 1;
         for (int y = 0; y < kRows; ++y) {
             const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y, kRows);
-            const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.m_pLocal[Left.Mb] : *Mb.pLeftLocal;
+            const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.pLocal[Left.Mb] : *Mb.pLeftLocal;
             pCache[CachePos(-1, y)] = Bits(Mb, Left.Mb, Local.CodedBlockBitsChroma[Plane]) >> (Left.Row * 2 + 2) & 1;
         }
     }

@@ -106,7 +106,7 @@ void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>
     const SliceView& s, const MbState& Mb, CountCache& Counts, int Plane, int Width, int Height)
 {
     uint8_t* const pCache = Counts.NonZero[Plane];
-    const uint8_t* const pCounts = s.Local.m_pCoeffCounts + Plane * kCountsPerPlane;
+    const uint8_t* const pCounts = s.Local.pCoeffCounts + Plane * kCountsPerPlane;
     const auto Bytes = static_cast<size_t>(Width);
     if (Mb.Top >= 0)
         std::memcpy(pCache + CachePos(0, -1), pCounts + Mb.Top * kCountsPerMb + (Height - 1) * Width, Bytes);
@@ -147,7 +147,7 @@ template <bool kMbaff>
 void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>::StoreCounts(
     const SliceView& s, const MbState& Mb, const CountCache& Counts, bool HasLuma, bool HasChromaAc)
 {
-    uint8_t* const pCounts = s.Local.m_pCoeffCounts + Mb.Number * kCountsPerMb;
+    uint8_t* const pCounts = s.Local.pCoeffCounts + Mb.Number * kCountsPerMb;
     if (HasLuma)
         for (int y = 0; y < 4; ++y) std::memcpy(pCounts + y * 4, Counts.NonZero[0] + CachePos(0, y), 4);
     else

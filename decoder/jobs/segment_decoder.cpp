@@ -28,7 +28,7 @@ Status H264SegmentDecoderMultiThreaded::ProcessSegment()
 void H264SegmentDecoderMultiThreaded::ProcessTask(H264Task& Task)
 {
     Status Result;
-    m_Cursor.CurrentMb = Task.m_FirstMb;
+    m_Cursor.CurrentMb = Task.FirstMb;
     m_Cursor.MbsDone = 0;
     m_pSlice = nullptr;
     try {
@@ -56,17 +56,17 @@ try {
 
 Status H264SegmentDecoderMultiThreaded::RunTask(H264Task& Task)
 {
-    switch (Task.m_TaskId) {
-    case TASK_PROCESS: return ProcessSlice(Task.m_FirstMb, Task.m_MbCount);
+    switch (Task.TaskId) {
+    case TASK_PROCESS: return ProcessSlice(Task.FirstMb, Task.MbCount);
     case TASK_DEBLOCK_SLICE:
-    case TASK_DEBLOCK_PICTURE: return DeblockSegmentTask(Task.m_FirstMb, Task.m_MbCount);
+    case TASK_DEBLOCK_PICTURE: return DeblockSegmentTask(Task.FirstMb, Task.MbCount);
     }
     return StatusUnsupported;
 }
 
 void H264SegmentDecoderMultiThreaded::FinishTask(H264Task& Task)
 {
-    if (m_pSlice && Task.m_TaskId == TASK_PROCESS) {
+    if (m_pSlice && Task.TaskId == TASK_PROCESS) {
         const int32_t Lines = ((m_Cursor.Motion.MaxMv + 6) >> 2)
                               << (m_pSlice->m_Header.field_pic_flag || m_pSlice->m_Header.MbaffFrameFlag ? 1 : 0);
         m_pSlice->m_Progress.MaxMvDistance = std::max(m_pSlice->m_Progress.MaxMvDistance, Lines);
@@ -76,16 +76,16 @@ void H264SegmentDecoderMultiThreaded::FinishTask(H264Task& Task)
 
 void H264SegmentDecoderMultiThreaded::InitializeSlice(const H264Task& Task)
 {
-    if (Task.m_TaskId == TASK_DEBLOCK_PICTURE) {
-        m_Cursor.View(*Task.m_pAu->m_Slices.front());
-        m_pPictureAu = Task.m_pAu;
+    if (Task.TaskId == TASK_DEBLOCK_PICTURE) {
+        m_Cursor.View(*Task.pAu->m_Slices.front());
+        m_pPictureAu = Task.pAu;
         return;
     }
-    m_pSlice = Task.m_pSlice;
+    m_pSlice = Task.pSlice;
     m_Cursor.View(*m_pSlice);
     const Status Result = CreateSegmentDecoder();
     if (Result != StatusOk) throw h264_exception(Result);
-    if (Task.m_TaskId != TASK_PROCESS) return;
+    if (Task.TaskId != TASK_PROCESS) return;
     m_Cursor.Begin(*m_pSlice);
     m_Cursor.BeginReading(*m_pSlice, m_PaddedUnit);
 }
@@ -155,7 +155,7 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t 
     int32_t X = FirstMb % Picture.MbWidth, Y = FirstMb / Picture.MbWidth;
     for (int32_t Mb = FirstMb; Mb < FirstMb + Count; ++Mb) {
         // A macroblock that was lost belongs to no slice.
-        if (m_Cursor.Slice.Records.m_pGlobal[Mb + Picture.FirstMb].SliceId == SliceId) Deblocker.Filter(X, Y);
+        if (m_Cursor.Slice.Records.pGlobal[Mb + Picture.FirstMb].SliceId == SliceId) Deblocker.Filter(X, Y);
         if (++X == Picture.MbWidth) {
             X = 0;
             ++Y;
@@ -175,7 +175,7 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegmentTask(int32_t FirstMb, int3
 Status H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t End)
 {
     const PictureView& Picture = m_Cursor.Slice.Picture;
-    const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.m_pGlobal;
+    const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.pGlobal;
     std::vector<std::unique_ptr<H264Deblocker>> BySlice;
     for (const H264Slice* const pSlice : m_pPictureAu->m_Slices) {
         const auto Number = static_cast<size_t>(pSlice->m_SliceNumber);

@@ -25,8 +25,6 @@ public:
     SliceCursor m_Cursor;                       // over the slice in hand
     H264Slice* m_pSlice = nullptr;              // null in a task for a whole picture
     SegmentDecoderHPBase* m_pSegment = nullptr; // the member of the family that decodes the slice
-
-protected:
 };
 
 class H264SegmentDecoderMultiThreaded : public H264SegmentDecoder

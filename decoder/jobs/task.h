@@ -15,12 +15,12 @@ enum TaskId : int32_t {
 };
 
 struct H264Task {
-    H264Slice* m_pSlice = nullptr; // of a whole picture the one with the lowest macroblock
-    H264DecoderFrameInfo* m_pAu = nullptr;
-    int32_t m_FirstMb = 0;
-    int32_t m_MaxMb = 0;   // stop position
-    int32_t m_MbCount = 0; // budget; on return, macroblocks done
-    TaskId m_TaskId = TASK_PROCESS;
+    H264Slice* pSlice = nullptr; // of a whole picture the one with the lowest macroblock
+    H264DecoderFrameInfo* pAu = nullptr;
+    int32_t FirstMb = 0;
+    int32_t MaxMb = 0;   // stop position
+    int32_t MbCount = 0; // budget; on return, macroblocks done
+    UMC::TaskId TaskId = TASK_PROCESS;
 };
 
 // What a segment decoder needs of the broker.

@@ -44,12 +44,12 @@ bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& T
         H264Slice* const pSlice = Au.m_Slices[i];
         if (pSlice->m_Progress.InWork || pSlice->m_Progress.Decoded) continue;
         Task = H264Task{};
-        Task.m_TaskId = TASK_PROCESS;
-        Task.m_pSlice = pSlice;
-        Task.m_pAu = &Au;
-        Task.m_FirstMb = pSlice->m_FirstMbNumber;
-        Task.m_MaxMb = pSlice->m_MaxMbNumber;
-        Task.m_MbCount = std::min(pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber, pSlice->m_Progress.MbBudget);
+        Task.TaskId = TASK_PROCESS;
+        Task.pSlice = pSlice;
+        Task.pAu = &Au;
+        Task.FirstMb = pSlice->m_FirstMbNumber;
+        Task.MaxMb = pSlice->m_MaxMbNumber;
+        Task.MbCount = std::min(pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber, pSlice->m_Progress.MbBudget);
         pSlice->m_Progress.DeblockFromTask = pSlice->m_Header.disable_deblocking_filter_idc != 0;
         pSlice->m_Progress.InWork = true;
         return true;
@@ -68,12 +68,12 @@ bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Ta
         if (pSlice->m_Progress.Deblocked || !MayBegin || !pSlice->m_Progress.Decoded || pSlice->m_Progress.InWork)
             continue;
         Task = H264Task{};
-        Task.m_TaskId = TASK_DEBLOCK_SLICE;
-        Task.m_pSlice = pSlice;
-        Task.m_pAu = &Au;
-        Task.m_FirstMb = pSlice->m_FirstMbNumber;
-        Task.m_MaxMb = pSlice->m_MaxMbNumber;
-        Task.m_MbCount = pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber;
+        Task.TaskId = TASK_DEBLOCK_SLICE;
+        Task.pSlice = pSlice;
+        Task.pAu = &Au;
+        Task.FirstMb = pSlice->m_FirstMbNumber;
+        Task.MaxMb = pSlice->m_MaxMbNumber;
+        Task.MbCount = pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber;
         pSlice->m_Progress.InWork = true;
         return true;
     }
@@ -92,24 +92,24 @@ bool TaskBrokerSingleThread::NextPictureDeblockingTask(H264DecoderFrameInfo& Au,
         return a->m_FirstMbNumber < b->m_FirstMbNumber;
     });
     Task = H264Task{};
-    Task.m_TaskId = TASK_DEBLOCK_PICTURE;
-    Task.m_pSlice = *First;
-    Task.m_pAu = &Au;
-    Task.m_FirstMb = (*First)->m_FirstMbNumber;
-    Task.m_MaxMb = (*First)->m_MbWidth * (*First)->m_MbHeight;
-    Task.m_MbCount = Task.m_MaxMb - Task.m_FirstMb;
+    Task.TaskId = TASK_DEBLOCK_PICTURE;
+    Task.pSlice = *First;
+    Task.pAu = &Au;
+    Task.FirstMb = (*First)->m_FirstMbNumber;
+    Task.MaxMb = (*First)->m_MbWidth * (*First)->m_MbHeight;
+    Task.MbCount = Task.MaxMb - Task.FirstMb;
     return true;
 }
 
 void TaskBrokerSingleThread::TaskDone(const H264Task& Task)
 {
     const AutomaticMutex Hold(m_Lock);
-    H264Slice& Slice = *Task.m_pSlice;
-    switch (Task.m_TaskId) {
+    H264Slice& Slice = *Task.pSlice;
+    switch (Task.TaskId) {
     case TASK_PROCESS:
         if (Slice.m_UsesSliceGroups) {
-            Slice.m_Progress.MbBudget -= Task.m_MbCount;
-            PassBudget(*Task.m_pAu, Slice);
+            Slice.m_Progress.MbBudget -= Task.MbCount;
+            PassBudget(*Task.pAu, Slice);
         } else if (!Slice.m_Progress.Deblocked) {
             Slice.m_Progress.Deblocked = Slice.m_Progress.DeblockFromTask;
         }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kernels/dispatch/kernels.h"
+#include "kernels/interpolation/interpolation.h"
 #include "kernels/intra/intra.h"
 #include "kernels/transform/transform.h"
 
@@ -11,8 +12,8 @@
 
 namespace UMC {
 
-// By sample type. Steps count bytes; Depth is the bits that a sample holds. Functions work in the picture, p being the
-// block's first sample.
+// By sample type. Steps count bytes; Depth is the bits that a sample holds. Functions with a p work in the picture, p
+// being the block's first sample; those of inter prediction are for blocks of W columns (kernels/interpolation).
 template <class SampleType>
 struct CodecTraits;
 
@@ -72,6 +73,60 @@ struct CodecTraits<uint8_t> {
     {
         kernels::g_Kernels.AddResidualChroma(pCoeffs, p, Step, Bits);
     }
+
+    template <int W>
+    static void InterpolateLuma(const Sample* pSrc, ptrdiff_t SrcStep, Sample* pDst, ptrdiff_t DstStep, int FracX,
+                                int FracY, int Height, int)
+    {
+        constexpr auto kKernel = W == 16  ? &kernels::KernelSlots::InterpolateLuma16
+                                 : W == 8 ? &kernels::KernelSlots::InterpolateLuma8
+                                          : &kernels::KernelSlots::InterpolateLuma4;
+        (kernels::g_Kernels.*kKernel)(pSrc, SrcStep, pDst, DstStep, FracX, FracY, Height);
+    }
+    // Both planes.
+    template <int W>
+    static void InterpolateChroma(const Sample* pSrcU, const Sample* pSrcV, ptrdiff_t SrcStep, Sample* pDstU,
+                                  Sample* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height)
+    {
+        constexpr auto kKernel = W == 8   ? &kernels::KernelSlots::InterpolateChroma8
+                                 : W == 4 ? &kernels::KernelSlots::InterpolateChroma4
+                                          : &kernels::KernelSlots::InterpolateChroma2;
+        (kernels::g_Kernels.*kKernel)(pSrcU, pSrcV, SrcStep, pDstU, pDstV, DstStep, FracX, FracY, Height);
+    }
+    template <int W>
+    static void AverageBlock(const Sample* pA, ptrdiff_t StepA, Sample* pDst, ptrdiff_t DstStep, int Height)
+    {
+        constexpr auto kKernel = W == 16  ? &kernels::KernelSlots::AverageBlock16
+                                 : W == 8 ? &kernels::KernelSlots::AverageBlock8
+                                 : W == 4 ? &kernels::KernelSlots::AverageBlock4
+                                          : &kernels::KernelSlots::AverageBlock2;
+        (kernels::g_Kernels.*kKernel)(pA, StepA, pDst, DstStep, Height);
+    }
+    // Offsets are those of the samples' depth.
+    template <int W>
+    static void WeightBlock(Sample* p, ptrdiff_t Step, int Height, int LogDenom, int Weight, int Offset, int)
+    {
+        constexpr auto kKernel = W == 16  ? &kernels::KernelSlots::WeightBlock16
+                                 : W == 8 ? &kernels::KernelSlots::WeightBlock8
+                                 : W == 4 ? &kernels::KernelSlots::WeightBlock4
+                                          : &kernels::KernelSlots::WeightBlock2;
+        (kernels::g_Kernels.*kKernel)(p, Step, Height, LogDenom, Weight, Offset);
+    }
+    template <int W>
+    static void BiWeightBlock(const Sample* pA, ptrdiff_t StepA, Sample* pDst, ptrdiff_t DstStep, int Height,
+                              int LogDenom, int Weight0, int Weight1, int Offset, int)
+    {
+        constexpr auto kKernel = W == 16  ? &kernels::KernelSlots::BiWeightBlock16
+                                 : W == 8 ? &kernels::KernelSlots::BiWeightBlock8
+                                 : W == 4 ? &kernels::KernelSlots::BiWeightBlock4
+                                          : &kernels::KernelSlots::BiWeightBlock2;
+        (kernels::g_Kernels.*kKernel)(pA, StepA, pDst, DstStep, Height, LogDenom, Weight0, Weight1, Offset);
+    }
+    static void CopyClamped(const Sample* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
+                            Sample* pDst, ptrdiff_t DstStep, int Width, int Height)
+    {
+        kernels::g_Kernels.CopyClamped(pPlane, Step, PlaneWidth, PlaneHeight, X, Y, pDst, DstStep, Width, Height);
+    }
 };
 
 // Up to 14 bits: plain C++.
@@ -120,6 +175,40 @@ struct CodecTraits<uint16_t> {
     {
         for (int i = 0; i < 4; ++i) // a row of samples is Step / 2 of them
             if (Bits >> i & 1) AddResidual4x4(pCoeffs + i * 16, p + (i >> 1) * 2 * Step + (i & 1) * 4, Step, Depth);
+    }
+
+    template <int W>
+    static void InterpolateLuma(const Sample* pSrc, ptrdiff_t SrcStep, Sample* pDst, ptrdiff_t DstStep, int FracX,
+                                int FracY, int Height, int Depth)
+    {
+        kernels::InterpolateLumaDeep_px(pSrc, SrcStep, pDst, DstStep, FracX, FracY, W, Height, Depth);
+    }
+    template <int W>
+    static void InterpolateChroma(const Sample* pSrcU, const Sample* pSrcV, ptrdiff_t SrcStep, Sample* pDstU,
+                                  Sample* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height)
+    {
+        kernels::InterpolateChromaDeep_px(pSrcU, pSrcV, SrcStep, pDstU, pDstV, DstStep, FracX, FracY, W, Height);
+    }
+    template <int W>
+    static void AverageBlock(const Sample* pA, ptrdiff_t StepA, Sample* pDst, ptrdiff_t DstStep, int Height)
+    {
+        kernels::AverageBlockDeep_px(pA, StepA, pDst, DstStep, W, Height);
+    }
+    template <int W>
+    static void WeightBlock(Sample* p, ptrdiff_t Step, int Height, int LogDenom, int Weight, int Offset, int Depth)
+    {
+        kernels::WeightBlockDeep_px(p, Step, W, Height, LogDenom, Weight, Offset, Depth);
+    }
+    template <int W>
+    static void BiWeightBlock(const Sample* pA, ptrdiff_t StepA, Sample* pDst, ptrdiff_t DstStep, int Height,
+                              int LogDenom, int Weight0, int Weight1, int Offset, int Depth)
+    {
+        kernels::BiWeightBlockDeep_px(pA, StepA, pDst, DstStep, W, Height, LogDenom, Weight0, Weight1, Offset, Depth);
+    }
+    static void CopyClamped(const Sample* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
+                            Sample* pDst, ptrdiff_t DstStep, int Width, int Height)
+    {
+        kernels::CopyClampedDeep_px(pPlane, Step, PlaneWidth, PlaneHeight, X, Y, pDst, DstStep, Width, Height);
     }
 };
 

@@ -14,9 +14,9 @@ using kernels::g_Kernels;
 
 H264Deblocker::H264Deblocker(const PictureView& Picture, const H264Slice& Slice)
     : m_Picture(Picture), m_pFrame(Slice.m_pFrame), m_pLists(Slice.m_pRefPicList),
-      m_pGlobal(m_pFrame->m_MbInfo.m_pGlobal),
-      m_pLocal(Slice.m_pLocal->m_pLocal), m_pMv{m_pFrame->m_MbInfo.m_pMv[0], m_pFrame->m_MbInfo.m_pMv[1]},
-      m_pRefIdx{m_pFrame->m_MbInfo.m_pRefIdx[0], m_pFrame->m_MbInfo.m_pRefIdx[1]}, m_MvLimit(Picture.IsField ? 2 : 4),
+      m_pGlobal(m_pFrame->m_MbInfo.pGlobal),
+      m_pLocal(Slice.m_pLocal->pLocal), m_pMv{m_pFrame->m_MbInfo.pMv[0], m_pFrame->m_MbInfo.pMv[1]},
+      m_pRefIdx{m_pFrame->m_MbInfo.pRefIdx[0], m_pFrame->m_MbInfo.pRefIdx[1]}, m_MvLimit(Picture.IsField ? 2 : 4),
       m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2), m_IsBSlice(Slice.m_Header.slice_type == SLICE_B)
 {
     if (m_IsBSlice) NumberPictures();

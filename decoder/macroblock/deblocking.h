@@ -30,7 +30,7 @@ public:
     void Filter(int32_t X, int32_t Y) const;
 
     // The strengths of clause 8.7.2.1 that Filter works with.
-    DeblockingStrength FindStrength(int32_t X, int32_t Y) const;
+    DeblockingStrength FindStrength(int32_t X, int32_t Y) const { return FindStrength(FindPlace(X, Y)); }
 
 private:
     // A macroblock in the frame's arrays, and its neighbours across the outer edges: -1 where the edge is not filtered.

@@ -158,8 +158,6 @@ DeblockingStrength H264Deblocker::InterStrength(const Place& p) const
     return s;
 }
 
-DeblockingStrength H264Deblocker::FindStrength(int32_t X, int32_t Y) const { return FindStrength(FindPlace(X, Y)); }
-
 DeblockingStrength H264Deblocker::FindStrength(const Place& p) const
 {
     if (IsIntra(m_pGlobal[p.Mb])) return IntraStrength(p);

@@ -1,13 +1,19 @@
-// Inter prediction of a macroblock from its records, H.264 clause 8.4.2, for 8-bit samples.
+// Inter prediction of a macroblock from its records, H.264 clause 8.4.2, for samples of either type and formats without
+// chroma, 4:2:0 or 4:2:2.
 #pragma once
 
 #include "decoder/slice/slice_cursor.h"
 
+#include <cstdint>
+
 namespace UMC {
 
-// Predicts the macroblock in hand into the picture, weights included. Chroma is 4:2:0, or absent when HasChroma is
-// false.
-template <bool HasChroma>
+// Predicts the macroblock in hand into the picture, weights included.
+template <class Sample, int color_format>
 void PredictInter(const SliceView& Slice, const MbState& Mb, PredictionScratch& Scratch);
+
+// What the library decodes. Whoever wants another includes inter_prediction.inc, which has the definitions.
+extern template void PredictInter<uint8_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
 
 } // namespace UMC

@@ -24,4 +24,10 @@ void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& 
 template <class Sample>
 void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
 
+// What the library decodes. Whoever wants another includes intra_prediction.inc, which has the definitions.
+extern template void PredictIntra16x16<uint8_t>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint8_t, 1>(const SliceView&, const MbState&);
+extern template void ReconstructIntra4x4<uint8_t>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra8x8<uint8_t>(const SliceView&, const MbState&, MbResidual&);
+
 } // namespace UMC

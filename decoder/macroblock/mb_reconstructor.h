@@ -1,5 +1,5 @@
 // From the records and coefficients of a macroblock to its samples: prediction (clauses 8.3, 8.4.2) and residual (8.5),
-// for samples of either type and formats without chroma, 4:2:0 or 4:2:2; inter prediction for 8 bits and 4:2:0 so far.
+// for samples of either type and formats without chroma, 4:2:0 or 4:2:2.
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 namespace UMC {
 
@@ -21,9 +20,8 @@ protected:
     static void ReconstructInter(const SliceView& s, const MbState& Mb, MbResidual& Coefficients,
                                  PredictionScratch& Scratch)
     {
-        static_assert(std::is_same_v<PlaneY, uint8_t> && color_format <= 1);
         if (IsIntra(*Mb.pGlobal)) return ReconstructIntra(s, Mb, Coefficients);
-        PredictInter<kHasChroma>(s, Mb, Scratch);
+        PredictInter<PlaneY, color_format>(s, Mb, Scratch);
         AddLuma(s, Mb, Coefficients);
         if constexpr (kHasChroma) AddChroma(s, Mb, Coefficients);
     }
@@ -58,8 +56,8 @@ private:
     // Of the lower area of 8x8 samples too, where there is one.
     static PlaneY* ChromaOf(const PictureView& Picture, const MbState& Mb, int Plane, int Area = 0)
     {
-        const ptrdiff_t y = Mb.Y * kChroma.MbHeight + Area * 8;
-        return reinterpret_cast<PlaneY*>(Picture.pPlane[Plane] + y * Picture.PitchChroma) + Mb.X * kChroma.MbWidth;
+        return SampleAt<PlaneY>(Picture.pPlane[Plane], Picture.PitchChroma, Mb.X * kChroma.MbWidth,
+                                Mb.Y * kChroma.MbHeight + Area * 8);
     }
 
     static void AddLuma(const SliceView& s, const MbState& Mb, MbResidual& r)

@@ -58,10 +58,10 @@ Status H264DecoderFrame::AllocateMbInfo(int32_t MbCount)
         return pArray;
     };
     static_assert(alignof(h264::MotionVector) <= 16 && alignof(MbGlobalInfo) <= 16);
-    for (h264::MotionVector*& pMv : m_MbInfo.m_pMv)
+    for (h264::MotionVector*& pMv : m_MbInfo.pMv)
         pMv = reinterpret_cast<h264::MotionVector*>(Take(Count * kBlocks * sizeof(h264::MotionVector)));
-    for (int8_t*& pRefIdx : m_MbInfo.m_pRefIdx) pRefIdx = reinterpret_cast<int8_t*>(Take(Count * kBlocks));
-    m_MbInfo.m_pGlobal = reinterpret_cast<MbGlobalInfo*>(Take(Count * sizeof(MbGlobalInfo)));
+    for (int8_t*& pRefIdx : m_MbInfo.pRefIdx) pRefIdx = reinterpret_cast<int8_t*>(Take(Count * kBlocks));
+    m_MbInfo.pGlobal = reinterpret_cast<MbGlobalInfo*>(Take(Count * sizeof(MbGlobalInfo)));
     m_MbCapacity = MbCount;
     ClearMbInfo();
     return StatusOk;
@@ -71,8 +71,8 @@ void H264DecoderFrame::ClearMbInfo()
 {
     const auto Count = static_cast<size_t>(m_MbCapacity);
     for (int List = 0; List < 2 && Count > 0; ++List) {
-        std::memset(m_MbInfo.m_pMv[List], 0, Count * kBlocks * sizeof(h264::MotionVector));
-        std::memset(m_MbInfo.m_pRefIdx[List], -1, Count * kBlocks);
+        std::memset(m_MbInfo.pMv[List], 0, Count * kBlocks * sizeof(h264::MotionVector));
+        std::memset(m_MbInfo.pRefIdx[List], -1, Count * kBlocks);
     }
     ClearGlobalMbInfo();
 }
@@ -80,7 +80,7 @@ void H264DecoderFrame::ClearMbInfo()
 void H264DecoderFrame::ClearGlobalMbInfo()
 {
     if (m_MbCapacity == 0) return;
-    MbGlobalInfo* const p = m_MbInfo.m_pGlobal;
+    MbGlobalInfo* const p = m_MbInfo.pGlobal;
     *p = MbGlobalInfo{};
     p->SliceId = kNoSlice;
     // Each copy doubles what is filled: blocks are copied faster than records of 8 bytes are written.

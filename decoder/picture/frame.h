@@ -18,9 +18,9 @@ class LocalMbMemory;
 
 // Motion and macroblock records of one frame; entries by macroblock number in the frame.
 struct H264MbInfo {
-    h264::MotionVector* m_pMv[2] = {}; // 16 a macroblock and list, raster of 4x4 blocks
-    int8_t* m_pRefIdx[2] = {};         // 16 a macroblock and list, -1 for none
-    MbGlobalInfo* m_pGlobal = nullptr;
+    h264::MotionVector* pMv[2] = {}; // 16 a macroblock and list, raster of 4x4 blocks
+    int8_t* pRefIdx[2] = {};         // 16 a macroblock and list, -1 for none
+    MbGlobalInfo* pGlobal = nullptr;
 };
 
 // Frames, by index, that a picture in flight may refer to although they are no reference any more, and how often each

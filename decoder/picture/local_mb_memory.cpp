@@ -31,10 +31,10 @@ void LocalMbMemory::Allocate(int32_t MbCount)
         return pArray;
     };
     static_assert(alignof(MbLocalInfo) <= kAlign && alignof(MbMvd) <= kAlign);
-    m_Buffers.m_pLocal = reinterpret_cast<MbLocalInfo*>(Take(LocalBytes));
-    for (MbMvd*& pMvd : m_Buffers.m_pMvd) pMvd = reinterpret_cast<MbMvd*>(Take(MvdBytes));
-    m_Buffers.m_pIntraModes = Take(ModeBytes);
-    m_Buffers.m_pCoeffCounts = Take(CountBytes);
+    m_Buffers.pLocal = reinterpret_cast<MbLocalInfo*>(Take(LocalBytes));
+    for (MbMvd*& pMvd : m_Buffers.pMvd) pMvd = reinterpret_cast<MbMvd*>(Take(MvdBytes));
+    m_Buffers.pIntraModes = Take(ModeBytes);
+    m_Buffers.pCoeffCounts = Take(CountBytes);
 }
 
 } // namespace UMC

@@ -14,10 +14,10 @@ inline constexpr int kCountsPerMb = 3 * kCountsPerPlane;
 
 // Entries by macroblock number.
 struct H264LocalMbBuffers {
-    MbLocalInfo* m_pLocal = nullptr;
-    MbMvd* m_pMvd[2] = {};             // by list: vector differences, for CABAC contexts
-    uint8_t* m_pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
-    uint8_t* m_pCoeffCounts = nullptr; // kCountsPerMb a macroblock
+    MbLocalInfo* pLocal = nullptr;
+    MbMvd* pMvd[2] = {};             // by list: vector differences, for CABAC contexts
+    uint8_t* pIntraModes = nullptr;  // 16 a macroblock: Intra 4x4 modes, raster of blocks
+    uint8_t* pCoeffCounts = nullptr; // kCountsPerMb a macroblock
 };
 
 class LocalMbMemory

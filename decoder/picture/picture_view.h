@@ -8,6 +8,18 @@
 
 namespace UMC {
 
+// The sample in column x and row y of a plane. Pitch counts bytes.
+template <class Sample>
+Sample* SampleAt(uint8_t* pPlane, ptrdiff_t Pitch, int x, int y)
+{
+    return reinterpret_cast<Sample*>(pPlane + (y * Pitch + x * ptrdiff_t{sizeof(Sample)}));
+}
+template <class Sample>
+const Sample* SampleAt(const uint8_t* pPlane, ptrdiff_t Pitch, int x, int y)
+{
+    return reinterpret_cast<const Sample*>(pPlane + (y * Pitch + x * ptrdiff_t{sizeof(Sample)}));
+}
+
 // A field is every second line of the frame: its planes begin at its first line, its pitches are doubled, and its
 // macroblocks stand in the frame's arrays one field behind the other. Nothing that works on a view asks for more.
 struct PictureView {
@@ -23,7 +35,7 @@ struct PictureView {
     template <class Sample>
     Sample* LumaOf(int32_t X, int32_t Y) const
     {
-        return reinterpret_cast<Sample*>(pPlane[0] + Y * 16 * PitchLuma) + X * 16;
+        return SampleAt<Sample>(pPlane[0], PitchLuma, X * 16, Y * 16);
     }
 };
 

@@ -14,8 +14,8 @@ public:
     void ChangeVideoDecodingSpeed(int32_t& Step);
 
     struct SkipInfo {
-        bool m_IsDeblockingReduced; // speed 5 or 7
-        int32_t m_SkippedFrames;
+        bool IsDeblockingReduced; // speed 5 or 7
+        int32_t SkippedFrames;
     };
     SkipInfo GetSkipInfo() const;
 

@@ -106,9 +106,9 @@ Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
     UnitResult Unit;
     do {
         Unit = ConsumeUnits(pIn, pIn && !pOut);
-        if (Unit.m_Status != StatusOk) return Unit.m_Status;
-        IsForced |= Unit.m_IsKept;
-    } while (!Unit.m_IsSliceUnit && pIn && pIn->GetDataSize() > kMinInput);
+        if (Unit.Ended != StatusOk) return Unit.Ended;
+        IsForced |= Unit.IsKept;
+    } while (!Unit.IsSliceUnit && pIn && pIn->GetDataSize() > kMinInput);
     if (!pIn) return FinishAll();
     const Status Result = DriveDecoding(pIn, pOut, IsForced);
     const bool Waits = Result == StatusNotEnoughData && HasKeptUnit() && m_RefusedAt == m_Frames.Progress;
@@ -129,15 +129,15 @@ Status TaskSupplier::FinishAll()
 TaskSupplier::UnitResult TaskSupplier::ConsumeUnits(MediaData* pIn, bool HeadersOnly)
 {
     if (HeadersOnly && IsSliceData(static_cast<uint32_t>(m_pSplitter->CheckNalUnitType(pIn))))
-        return {.m_Status = StatusNotEnoughData};
+        return {.Ended = StatusNotEnoughData};
     MediaDataEx* pUnits = nullptr;
     H264HeapPiece* const pPiece = m_pSplitter->GetNalUnits(pIn, pUnits);
-    if (!pPiece) return {.m_Status = pIn ? StatusSyncFailed : StatusOk};
+    if (!pPiece) return {.Ended = pIn ? StatusSyncFailed : StatusOk};
 
     UnitResult Result;
     const MediaDataEx::_MediaDataEx& Units = *pUnits->GetExData();
     try {
-        for (uint32_t i = 0; i < Units.Count && Result.m_Status == StatusOk;
+        for (uint32_t i = 0; i < Units.Count && Result.Ended == StatusOk;
              ++i) { // a slice that was taken clears the count
             const uint32_t Offset = Units.Offsets[i];
             Result = HandleUnit(Units.Values[i], *pPiece, Offset, Units.Offsets[i + 1] - Offset, pIn);
@@ -146,7 +146,7 @@ TaskSupplier::UnitResult TaskSupplier::ConsumeUnits(MediaData* pIn, bool Headers
         m_pSplitter->ReleaseCurrent();
         throw;
     }
-    if (!Result.m_IsKept) m_pSplitter->ReleaseCurrent();
+    if (!Result.IsKept) m_pSplitter->ReleaseCurrent();
     return Result;
 }
 
@@ -161,7 +161,7 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     case h264::NAL_SEI: m_Headers.ReadSei(Bits); return {};
     case h264::NAL_SEQ_PARAM_SET:
     case h264::NAL_PIC_PARAM_SET:
-    case h264::NAL_SEQ_PARAM_SET_EXTENSION: return {.m_Status = HandleParameterSet(Type, Bits)};
+    case h264::NAL_SEQ_PARAM_SET_EXTENSION: return {.Ended = HandleParameterSet(Type, Bits)};
     case h264::NAL_DELIMITER: m_Assembly.EndPicture(false); return {};
     default: return {};
     }
@@ -180,11 +180,11 @@ TaskSupplier::UnitResult TaskSupplier::HandleSlice(H264HeapPiece& Piece, MediaDa
 {
     Status Refused = StatusOk; // why the slice cannot be decoded at all
     const bool IsTaken = AttachSlice(Piece, pIn, Refused);
-    UnitResult Result{.m_Status = Refused, .m_IsSliceUnit = true, .m_IsKept = false};
+    UnitResult Result{.Ended = Refused, .IsSliceUnit = true, .IsKept = false};
     // A slice for which there is no room stays for the next call: decoding or delivery may make room meanwhile.
-    Result.m_IsKept = !IsTaken && Refused == StatusOk && m_pSplitter->HasCurrent();
-    if (Result.m_IsKept && IsStuck()) Result.m_IsKept = DropReferences();
-    m_RefusedAt = Result.m_IsKept ? m_Frames.Progress : kNeverRefused;
+    Result.IsKept = !IsTaken && Refused == StatusOk && m_pSplitter->HasCurrent();
+    if (Result.IsKept && IsStuck()) Result.IsKept = DropReferences();
+    m_RefusedAt = Result.IsKept ? m_Frames.Progress : kNeverRefused;
     return Result;
 }
 

@@ -61,9 +61,9 @@ public:
 
 private:
     struct UnitResult {
-        Status m_Status = StatusOk; // other than 0 ends the call
-        bool m_IsSliceUnit = false;
-        bool m_IsKept = false; // to be offered again once there is room
+        Status Ended = StatusOk; // other than 0 ends the call
+        bool IsSliceUnit = false;
+        bool IsKept = false; // to be offered again once there is room
     };
     UnitResult ConsumeUnits(MediaData* pIn, bool HeadersOnly);
     UnitResult HandleUnit(uint32_t Type, H264HeapPiece& Piece, uint32_t Offset, uint32_t Size, MediaData* pIn);

@@ -175,8 +175,8 @@ Status H264VideoDecoder::GetSkipInfo(bool* pIsDeblockingReduced, int32_t* pSkipp
 {
     if (!m_IsInitialized) return StatusNotInitialized;
     const Skipping::SkipInfo Info = m_pSupplier->GetSkipInfo();
-    if (pIsDeblockingReduced) *pIsDeblockingReduced = Info.m_IsDeblockingReduced;
-    if (pSkippedFrames) *pSkippedFrames = Info.m_SkippedFrames;
+    if (pIsDeblockingReduced) *pIsDeblockingReduced = Info.IsDeblockingReduced;
+    if (pSkippedFrames) *pSkippedFrames = Info.SkippedFrames;
     return StatusOk;
 }
 

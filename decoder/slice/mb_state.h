@@ -17,7 +17,6 @@ inline constexpr int kCacheSize = 5 * kCacheStride;
 inline constexpr int kCacheOrigin = kCacheStride + 4;
 inline constexpr int CachePos(int x, int y) { return kCacheOrigin + y * kCacheStride + x; }
 inline constexpr int kCacheTopRight = CachePos(4, -1);
-inline constexpr int kCacheTopLeft = CachePos(-1, -1);
 
 // Cache places of the 16 luma blocks in luma4x4BlkIdx order (clause 6.4.3).
 inline constexpr uint8_t kBlockCachePos[16] = {CachePos(0, 0), CachePos(1, 0), CachePos(0, 1), CachePos(1, 1),

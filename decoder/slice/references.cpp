@@ -10,15 +10,28 @@ namespace UMC {
 namespace {
 
 constexpr int kNoField = -1;
-constexpr uint8_t kGrey = 128;
 
-// A list entry: a frame, or its field Field for a field or field macroblock of parity Parity. What cannot be predicted
-// from is one grey sample.
+// One sample of the middle of its range.
+const uint8_t* GreySample(const PictureFormat& Format, int32_t Depth)
+{
+    static constexpr uint8_t kGrey = 128;
+    static constexpr uint16_t kDeepGrey[] = {1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13}; // 8..14 bits
+    return Format.SampleBytes() == 1 ? &kGrey : reinterpret_cast<const uint8_t*>(&kDeepGrey[Depth - 8]);
+}
+
+// What stands for a picture that cannot be predicted from.
+ReferencePlanes MissingReference(const PictureFormat& Format)
+{
+    const uint8_t* const pChroma = GreySample(Format, Format.BitDepthChroma);
+    return {{GreySample(Format, Format.BitDepthLuma), pChroma, pChroma}, 0, 0, 1, 1, 1, 1, 0};
+}
+
+// A list entry: a frame, or its field Field for a field or field macroblock of parity Parity.
 ReferencePlanes DescribeReference(const H264DecoderFrame* pFrame, int Field, const H264DecoderFrame& Current,
                                   int Parity)
 {
     const bool Usable = pFrame && pFrame->m_pPlaneY && pFrame->m_Format == Current.m_Format;
-    if (!Usable) return {{&kGrey, &kGrey, &kGrey}, 0, 0, 1, 1, 1, 1, 0};
+    if (!Usable) return MissingReference(Current.m_Format);
     const PictureView View = ViewPicture(*pFrame, Field == kNoField ? int{FRAME_PICTURE} : Field);
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[View.ChromaFormat];
     // Table 8-9, 4:2:0 alone: the lines of a bottom field lie half a chroma line lower.

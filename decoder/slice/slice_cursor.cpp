@@ -58,7 +58,7 @@ void SliceCursor::BeginDirect(const H264Slice& From)
                             Tables);
     else
         Tables = {};
-    if (pFirst && pFirst->m_MbInfo.m_pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize)
+    if (pFirst && pFirst->m_MbInfo.pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize)
         Direct.pColFrame = pFirst;
 }
 

@@ -92,10 +92,13 @@ struct MbResidual {
     }
 };
 
-// Predictions of list 0 before they are joined, and blocks clamped into the reference.
+// Predictions of list 0 before they are joined, and blocks clamped into the reference. The samples of three planes lie
+// in rows of a fixed length, one plane behind the other; there is room for the largest format in 2 bytes a sample.
 struct PredictionScratch {
-    alignas(64) uint8_t Temp[16 * 16 + 2 * 8 * 16];
-    alignas(64) uint8_t Clamped[24 * 24];
+    static constexpr int kTempWidth = 16, kTempPlane = 16 * kTempWidth;          // luma, Cb, Cr
+    static constexpr int kClampedWidth = 24, kClampedPlane = 18 * kClampedWidth; // luma in both, or Cb and Cr
+    alignas(64) uint8_t Temp[3 * kTempPlane * sizeof(uint16_t)];
+    alignas(64) uint8_t Clamped[2 * kClampedPlane * sizeof(uint16_t)];
 };
 
 struct SliceCursor {
@@ -135,7 +138,7 @@ private:
 template <bool kMbaff>
 [[gnu::always_inline]] inline void SliceCursor::BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField)
 {
-    MbGlobalInfo* const pGlobal = Slice.Records.m_pGlobal;
+    MbGlobalInfo* const pGlobal = Slice.Records.pGlobal;
     const int32_t n = Number + Slice.Picture.FirstMb, Width = Slice.Picture.MbWidth;
     const auto IsUsable = [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; };
     h264::trace::BeginMacroblock(X, Y);
@@ -143,7 +146,7 @@ template <bool kMbaff>
     Mb.X = X;
     Mb.Y = Y;
     Mb.pGlobal = pGlobal + n;
-    Mb.pLocal = Slice.Local.m_pLocal + n;
+    Mb.pLocal = Slice.Local.pLocal + n;
     if constexpr (kMbaff) {
         Mb.Pairs.Find(n, X, Y, Width, pGlobal, IsUsable);
         static_cast<MbAround&>(Mb) = Mb.Pairs.Around(IsField);
@@ -152,8 +155,8 @@ template <bool kMbaff>
     }
     Mb.pLeftGlobal = Mb.Left >= 0 ? pGlobal + Mb.Left : &Slice.NoGlobal;
     Mb.pTopGlobal = Mb.Top >= 0 ? pGlobal + Mb.Top : &Slice.NoGlobal;
-    Mb.pLeftLocal = Mb.Left >= 0 ? Slice.Local.m_pLocal + Mb.Left : &Slice.NoLocal;
-    Mb.pTopLocal = Mb.Top >= 0 ? Slice.Local.m_pLocal + Mb.Top : &Slice.NoLocal;
+    Mb.pLeftLocal = Mb.Left >= 0 ? Slice.Local.pLocal + Mb.Left : &Slice.NoLocal;
+    Mb.pTopLocal = Mb.Top >= 0 ? Slice.Local.pLocal + Mb.Top : &Slice.NoLocal;
     *Mb.pGlobal = MbGlobalInfo{};
     Mb.pGlobal->SliceId = Slice.SliceId;
     if (kMbaff && IsField) Mb.pGlobal->MbFlags = MBFLAG_FIELD;

@@ -31,12 +31,12 @@ public:
         const T* const pNewest = Get(Id);
         if (!pNewest || *pNewest != Record) {
             auto pNew = std::make_shared<const T>(Record);
-            const bool IsPending = Entry.m_pInForce && !Immediately;
-            (IsPending ? Entry.m_pPending : Entry.m_pInForce) = std::move(pNew);
-            if (!IsPending) Entry.m_pPending.reset();
+            const bool IsPending = Entry.pInForce && !Immediately;
+            (IsPending ? Entry.pPending : Entry.pInForce) = std::move(pNew);
+            if (!IsPending) Entry.pPending.reset();
             m_HasPending |= IsPending;
-        } else if (Immediately && Entry.m_pPending) {
-            Entry.m_pInForce = std::move(Entry.m_pPending);
+        } else if (Immediately && Entry.pPending) {
+            Entry.pInForce = std::move(Entry.pPending);
         }
     }
 
@@ -46,7 +46,7 @@ public:
         static const std::shared_ptr<const T> s_None;
         if (Id < 0 || static_cast<size_t>(Id) >= m_Entries.size()) return s_None;
         const Versions& Entry = m_Entries[static_cast<size_t>(Id)];
-        return Entry.m_pPending ? Entry.m_pPending : Entry.m_pInForce;
+        return Entry.pPending ? Entry.pPending : Entry.pInForce;
     }
     const T* Get(int32_t Id) const { return Share(Id).get(); }
 
@@ -58,19 +58,19 @@ public:
     {
         if (!m_HasPending) return;
         for (Versions& Entry : m_Entries)
-            if (Entry.m_pPending) Entry.m_pInForce = std::move(Entry.m_pPending);
+            if (Entry.pPending) Entry.pInForce = std::move(Entry.pPending);
         m_HasPending = false;
     }
     void Reset(bool Keep) // Keep: only the versions that are not in force yet go
     {
-        for (Versions& Entry : m_Entries) Entry.m_pPending.reset();
+        for (Versions& Entry : m_Entries) Entry.pPending.reset();
         m_HasPending = false;
         if (!Keep) m_Entries.clear();
     }
 
 private:
     struct Versions {
-        std::shared_ptr<const T> m_pInForce, m_pPending;
+        std::shared_ptr<const T> pInForce, pPending;
     };
 
     Versions& EntryOf(int32_t Id)

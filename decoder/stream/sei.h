@@ -10,8 +10,7 @@ enum SeiType : uint32_t {
     SEI_PICTURE_TIMING = 1,
     SEI_USER_DATA_REGISTERED = 4,
     SEI_RECOVERY_POINT = 6,
-    SEI_RESERVED = 19, // this and every larger type
-    SEI_TYPE_COUNT = 20
+    SEI_RESERVED = 19 // this and every larger type
 };
 
 struct SeiClockTimestamp {

@@ -27,8 +27,8 @@ uint32_t FindStartCode(const uint8_t*& p, size_t& Left)
 
 uint32_t StartCodeIteratorBase::Init(MediaData* pMedia)
 {
-    m_pSource = m_pBegin = static_cast<const uint8_t*>(pMedia->GetDataPointer());
-    m_Left = m_Size = pMedia->GetDataSize();
+    m_pSource = static_cast<const uint8_t*>(pMedia->GetDataPointer());
+    m_Left = pMedia->GetDataSize();
     return 0;
 }
 

@@ -29,8 +29,6 @@ public:
 protected:
     const uint8_t* m_pSource = nullptr;
     size_t m_Left = 0;
-    const uint8_t* m_pBegin = nullptr;
-    size_t m_Size = 0;
 };
 
 class StartCodeIterator final : public StartCodeIteratorBase

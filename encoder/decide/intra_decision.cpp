@@ -33,9 +33,9 @@ Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
     const auto& mb = s.cur_mb;
     const unsigned Available = mb.Around.Available;
     const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 3},
-                              {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, 1},
-                              {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, 3},
-                              {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
+                                      {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, 1},
+                                      {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, 3},
+                                      {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
     const auto pDistance =
         Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
     Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
@@ -62,9 +62,9 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
     const auto& mb = s.cur_mb;
     const unsigned Available = mb.Around.Available;
     const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 1},
-                              {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, 3},
-                              {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, 3},
-                              {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, 5}};
+                                      {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, 3},
+                                      {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, 3},
+                                      {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, 5}};
     const auto pDistance = Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
     int32_t Best = kImpossible;
     for (const ModeTrial<Sample>& t : Trials) {

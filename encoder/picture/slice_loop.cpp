@@ -163,9 +163,8 @@ public:
     explicit CavlcSlice(SliceContext<Sample>& s) : m_s(s) { s.bitstream.Cavlc().skip_run = 0; }
     bool WriteMacroblock()
     {
-        return WriteMacroblockSyntax(
-            SyntaxOf(m_s),
-            Listed<CavlcSyntax<StoredBits>>(m_s.bitstream.Cavlc(), m_s.cur_mb.Around, m_s.cur_mb.pCounts));
+        return WriteMacroblockSyntax(SyntaxOf(m_s), Listed<CavlcSyntax<StoredBits>>(
+                                                        m_s.bitstream.Cavlc(), m_s.cur_mb.Around, m_s.cur_mb.pCounts));
     }
     void EndMacroblock(bool) {}
     size_t Bytes() const { return m_s.bitstream.Bytes(); }

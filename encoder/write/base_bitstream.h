@@ -46,7 +46,8 @@ public:
     /// Ones to a whole byte (cabac_alignment_one_bit), or zeros (pcm_alignment_zero_bit).
     void Align(uint32_t Bit);
 
-    /// Contexts for a slice type (h264::SLICE_P, h264::SLICE_B, h264::SLICE_I), and the coder at its start. The position is byte-aligned.
+    /// Contexts for a slice type (h264::SLICE_P, h264::SLICE_B, h264::SLICE_I), and the coder at its start. The
+    /// position is byte-aligned.
     void InitContexts(int32_t SliceType, int32_t CabacInitIdc, int32_t SliceQp);
     void EncodeBin(uint32_t Context, uint32_t Bin) { m_Cabac.Bin(Context, Bin); }
     void EncodeBypass(uint32_t Bin) { m_Cabac.Arithmetic.EncodeBypass(Bin); }

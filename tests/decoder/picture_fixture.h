@@ -22,19 +22,19 @@ protected:
             m_Mv[i].resize(kMbs * 16);
             m_Ref[i].assign(kMbs * 16, h264::kRefNone);
             m_Mvd[i].resize(kMbs);
-            m_Frame.m_MbInfo.m_pMv[i] = m_Mv[i].data();
-            m_Frame.m_MbInfo.m_pRefIdx[i] = m_Ref[i].data();
-            m_LocalBuffers.m_pMvd[i] = m_Mvd[i].data();
+            m_Frame.m_MbInfo.pMv[i] = m_Mv[i].data();
+            m_Frame.m_MbInfo.pRefIdx[i] = m_Ref[i].data();
+            m_LocalBuffers.pMvd[i] = m_Mvd[i].data();
         }
         m_Global.resize(kMbs);
         for (MbGlobalInfo& Mb : m_Global) Mb.SliceId = kNoSlice;
         m_LocalInfo.resize(kMbs);
         m_IntraModes.resize(kMbs * 16);
         m_Counts.resize(kMbs * 48);
-        m_Frame.m_MbInfo.m_pGlobal = m_Global.data();
-        m_LocalBuffers.m_pLocal = m_LocalInfo.data();
-        m_LocalBuffers.m_pIntraModes = m_IntraModes.data();
-        m_LocalBuffers.m_pCoeffCounts = m_Counts.data();
+        m_Frame.m_MbInfo.pGlobal = m_Global.data();
+        m_LocalBuffers.pLocal = m_LocalInfo.data();
+        m_LocalBuffers.pIntraModes = m_IntraModes.data();
+        m_LocalBuffers.pCoeffCounts = m_Counts.data();
         m_Slice.m_pSeqParamSet = &m_Sequence;
         m_Slice.m_pPicParamSet = m_pPicture.get();
         m_Slice.m_pFrame = &m_Frame;

@@ -54,7 +54,7 @@ std::vector<int> RunAll(TaskBroker& Broker, H264DecoderFrame* pFirst)
     Broker.Start(pFirst, false);
     H264Task Task;
     while (Broker.GetNextTask(Task)) {
-        Tasks.push_back(Task.m_TaskId * 100 + Task.m_FirstMb);
+        Tasks.push_back(Task.TaskId * 100 + Task.FirstMb);
         Broker.TaskDone(Task);
     }
     return Tasks;

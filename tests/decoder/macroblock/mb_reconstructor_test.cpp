@@ -1,44 +1,29 @@
 // Intra macroblocks, residuals and PCM for both sample types and the chroma formats: deep samples that hold 8 bits give
 // what the 8-bit kernels give.
+#include "decoder/macroblock/intra_prediction.inc"
 #include "decoder/macroblock/mb_reconstructor.h"
-
 #include "tests/decoder/picture_fixture.h"
+#include "tests/decoder/sample_planes.h"
 
 #include <algorithm>
 #include <random>
 #include <vector>
 
 namespace UMC {
+
+// What the library has no use for yet; every test of this program takes it from here.
+template void PredictIntra16x16<uint16_t>(const SliceView&, const MbState&);
+template void PredictIntraChroma<uint16_t, 1>(const SliceView&, const MbState&);
+template void PredictIntraChroma<uint16_t, 2>(const SliceView&, const MbState&);
+template void PredictIntraChroma<uint8_t, 2>(const SliceView&, const MbState&);
+template void ReconstructIntra4x4<uint16_t>(const SliceView&, const MbState&, MbResidual&);
+template void ReconstructIntra8x8<uint16_t>(const SliceView&, const MbState&, MbResidual&);
+
 namespace {
 
 template <class Sample, int color_format>
 struct Reconstructor : MBReconstructor<Sample, color_format, true> {
     using MBReconstructor<Sample, color_format, true>::ReconstructIntra;
-};
-
-// The planes of a picture, filled alike for any sample type.
-template <class Sample>
-struct Planes {
-    std::vector<Sample> Plane[3];
-
-    Planes(SliceCursor& Cursor, int32_t Format, int Width, int Height)
-    {
-        const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Format];
-        PictureView& View = Cursor.Slice.Picture;
-        for (int i = 0; i < 3; ++i) {
-            const int MbWidth = i == 0 ? 16 : Chroma.MbWidth, MbHeight = i == 0 ? 16 : Chroma.MbHeight;
-            Plane[i].resize(static_cast<size_t>(Width * MbWidth * Height * MbHeight));
-            View.pPlane[i] = reinterpret_cast<uint8_t*>(Plane[i].data());
-            (i == 0 ? View.PitchLuma : View.PitchChroma) = Width * MbWidth * static_cast<ptrdiff_t>(sizeof(Sample));
-        }
-        View.ChromaFormat = Format;
-    }
-    void Fill(uint32_t Seed)
-    {
-        std::minstd_rand Random(Seed);
-        for (auto& p : Plane)
-            for (Sample& v : p) v = static_cast<Sample>(Random() >> 8 & 255);
-    }
 };
 
 class Reconstruction : public PictureFixture
@@ -50,6 +35,14 @@ protected:
     {
         for (const int Mb : {0, 1, 2, 4}) SetIntra(Mb);
         m_pDeep->View(m_Slice);
+    }
+    // A picture that a cursor decodes into.
+    template <class Sample>
+    SamplePlanes<Sample> PlanesOf(SliceCursor& Cursor, int32_t Format)
+    {
+        SamplePlanes<Sample> Planes(Format, kWidth, kHeight);
+        Planes.ShowIn(Cursor.Slice.Picture);
+        return Planes;
     }
     // Runs Set on both cursors at the macroblock in the middle.
     template <class F>
@@ -90,8 +83,8 @@ protected:
     template <int color_format>
     void ExpectEqual(int8_t Type, uint8_t Flags)
     {
-        Planes<uint8_t> Narrow(*m_pCursor, color_format, kWidth, kHeight);
-        Planes<uint16_t> Deep(*m_pDeep, color_format, kWidth, kHeight);
+        auto Narrow = PlanesOf<uint8_t>(*m_pCursor, color_format);
+        auto Deep = PlanesOf<uint16_t>(*m_pDeep, color_format);
         for (uint32_t Seed = 1; Seed < 40; ++Seed) {
             SCOPED_TRACE(testing::Message() << "format " << color_format << ", type " << int{Type} << ", " << Seed);
             Narrow.Fill(Seed);
@@ -105,10 +98,7 @@ protected:
             AddResiduals(Seed, h264::kChromaGeometry[color_format].Blocks);
             Reconstructor<uint8_t, color_format>::ReconstructIntra(m_pCursor->Slice, m_pCursor->Mb, m_pCursor->Coeffs);
             Reconstructor<uint16_t, color_format>::ReconstructIntra(m_pDeep->Slice, m_pDeep->Mb, m_pDeep->Coeffs);
-            for (int i = 0; i < 3; ++i)
-                ASSERT_TRUE(std::equal(Narrow.Plane[i].begin(), Narrow.Plane[i].end(), Deep.Plane[i].begin(),
-                                       Deep.Plane[i].end()))
-                    << "plane " << i;
+            for (int i = 0; i < 3; ++i) ASSERT_TRUE(HaveEqualSamples(Narrow, Deep, i)) << "plane " << i;
             ASSERT_TRUE(std::all_of(std::begin(m_pDeep->Coeffs.Coefficients), std::end(m_pDeep->Coeffs.Coefficients),
                                     [](uint8_t b) { return b == 0; }));
         }
@@ -134,7 +124,7 @@ TEST_F(Reconstruction, OfIntra8x8IsTheSameForBothSampleTypes)
 
 TEST_F(Reconstruction, OfPcmPutsEverySampleInItsPlace)
 {
-    Planes<uint16_t> Deep(*m_pDeep, 2, kWidth, kHeight);
+    auto Deep = PlanesOf<uint16_t>(*m_pDeep, 2);
     Begin([](SliceCursor& c) { c.Mb.pGlobal->MbType = MBTYPE_PCM; });
     for (uint16_t i = 0; i < 512; ++i) m_pDeep->Coeffs.As<uint16_t>()[i] = i;
     Reconstructor<uint16_t, 2>::ReconstructIntra(m_pDeep->Slice, m_pDeep->Mb, m_pDeep->Coeffs);
@@ -151,7 +141,7 @@ TEST_F(Reconstruction, OfPcmPutsEverySampleInItsPlace)
 
 TEST_F(Reconstruction, OfTenBitsStartsAtTheirMiddleAndEndsAtTheirLimit)
 {
-    Planes<uint16_t> Deep(*m_pDeep, 0, kWidth, kHeight);
+    auto Deep = PlanesOf<uint16_t>(*m_pDeep, 0);
     m_pDeep->Slice.BitDepthLuma = 10;
     for (MbGlobalInfo& Mb : m_Global) Mb.SliceId = kNoSlice;
     for (const auto& [Dc, Sample] : {std::pair{0, 512}, {64 * 3, 515}, {64 * 600, 1023}, {-64 * 600, 0}}) {
@@ -174,7 +164,7 @@ TEST_F(Reconstruction, OfChroma422MeansGoByTheSidesThatABlockTouches)
     constexpr int kBoth[4][2] = {{30, 90}, {20, 55}, {30, 60}, {40, 65}};
     for (const bool HasLeft : {true, false})
         for (const bool HasTop : {true, false}) {
-            Planes<uint8_t> Narrow(*m_pCursor, 2, kWidth, kHeight);
+            auto Narrow = PlanesOf<uint8_t>(*m_pCursor, 2);
             std::vector<uint8_t>& Cb = Narrow.Plane[1];
             constexpr size_t kPitch = kWidth * 8;
             for (size_t i = 0; i < 16; ++i) Cb[(16 + i) * kPitch + 7] = static_cast<uint8_t>(kLeft[i / 4]);
@@ -199,7 +189,7 @@ TEST_F(Reconstruction, OfChroma422MeansGoByTheSidesThatABlockTouches)
 
 TEST_F(Reconstruction, OfChroma422PlanesGoOnWithTheSlopesAround)
 {
-    Planes<uint8_t> Narrow(*m_pCursor, 2, kWidth, kHeight);
+    auto Narrow = PlanesOf<uint8_t>(*m_pCursor, 2);
     std::vector<uint8_t>& Cr = Narrow.Plane[2];
     constexpr int kPitch = kWidth * 8;
     const auto At = [&](int x, int y) -> uint8_t& { return Cr[static_cast<size_t>((16 + y) * kPitch + 8 + x)]; };

@@ -61,9 +61,20 @@ TEST(PictureFormat, CoversPartsOfMacroblocks)
 class PicturePlanes : public testing::Test
 {
 protected:
+    // A block that was freed may come back with what it held, so that what was asked for has to be counted.
+    class CountingAllocator : public DefaultMemoryAllocator
+    {
+    public:
+        Status Alloc(MemID* pMid, size_t Size, uint32_t Flags, uint32_t Align) override
+        {
+            ++m_Requests;
+            return DefaultMemoryAllocator::Alloc(pMid, Size, Flags, Align);
+        }
+        int m_Requests = 0;
+    };
     PicturePlanes() { m_Buffer.SetAllocator(&m_Allocator); }
 
-    DefaultMemoryAllocator m_Allocator;
+    CountingAllocator m_Allocator;
     H264DecYUVWorkSpace m_Buffer;
 };
 
@@ -96,6 +107,7 @@ TEST_F(PicturePlanes, StayWhereTheyAreForTheSameFormat)
     *m_Buffer.m_pPlaneY = 7;
     ASSERT_EQ(m_Buffer.Allocate(Format), StatusOk);
     EXPECT_EQ(*m_Buffer.m_pPlaneY, 7);
+    EXPECT_EQ(m_Allocator.m_Requests, 1);
     m_Buffer.Conditional(Format);
     EXPECT_NE(m_Buffer.m_pPlaneY, nullptr);
     m_Buffer.Conditional(PictureFormat::Of(Sequence(1, 8, 9)));
@@ -111,6 +123,8 @@ TEST_F(PicturePlanes, AreRefusedOutsideOfTheirLimits)
     EXPECT_EQ(m_Buffer.Allocate(PictureFormat::Make({16, 16}, -1, 8, 8)), StatusInvalidParams);
     EXPECT_EQ(m_Buffer.Allocate(PictureFormat::Make({0, 16}, 1, 8, 8)), StatusAllocFailed);
     EXPECT_EQ(m_Buffer.Allocate(PictureFormat::Make({1 << 20, 1 << 20}, 1, 8, 8)), StatusAllocFailed);
+    EXPECT_EQ(m_Buffer.Allocate(PictureFormat::Make({1 << 15, 1 << 16}, 1, 8, 8)), StatusAllocFailed);
+    EXPECT_EQ(m_Allocator.m_Requests, 0) << "none of them is asked for";
 }
 
 } // namespace

@@ -271,7 +271,7 @@ TEST_F(Speeds, EachLeavesOutItsShareOfThePicturesNobodyRefersTo)
         EXPECT_EQ(Back, 0);
         EXPECT_EQ(Pattern(Speed), kPattern[Speed]);
         const std::string Expected = kPattern[Speed];
-        EXPECT_EQ(m_Supplier.GetSkipInfo().m_IsDeblockingReduced, Speed == 5 || Speed == 7);
-        EXPECT_EQ(m_Supplier.GetSkipInfo().m_SkippedFrames, std::count(Expected.begin(), Expected.end(), 's'));
+        EXPECT_EQ(m_Supplier.GetSkipInfo().IsDeblockingReduced, Speed == 5 || Speed == 7);
+        EXPECT_EQ(m_Supplier.GetSkipInfo().SkippedFrames, std::count(Expected.begin(), Expected.end(), 's'));
     }
 }

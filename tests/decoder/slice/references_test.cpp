@@ -153,6 +153,20 @@ TEST_F(ReferenceSets, ThatAreMissingAreOneGreySample)
     }
 }
 
+TEST_F(ReferenceSets, ThatAreMissingFromDeepPicturesAreTheMiddleOfTheirSamples)
+{
+    m_Lists.List[0].Frame[0] = nullptr;
+    for (const auto& [Luma, Chroma] : {std::pair{10, 10}, {14, 9}, {8, 11}, {9, 8}}) {
+        m_Frames[3].m_Format = PictureFormat::Make(kSize, 1, Luma, Chroma);
+        FillAll();
+        const ReferencePlanes& p = Set(REFERENCES_PICTURE).Planes[0][0];
+        const auto Sample = [&](int i) { return *reinterpret_cast<const uint16_t*>(p.pPlane[i]); };
+        EXPECT_EQ(Sample(0), 1 << (Luma - 1));
+        EXPECT_EQ(Sample(1), 1 << (Chroma - 1));
+        EXPECT_EQ(Sample(2), 1 << (Chroma - 1));
+    }
+}
+
 class ReferenceSetsIn422 : public ReferenceSets
 {
 protected:
