@@ -16,10 +16,10 @@ class TracedSyntax : public Policy
 public:
     using Policy::Policy;
 
-    void Skip(bool bSkip)
+    void Skip(bool IsSkip)
     {
-        h264::trace::Element("mb_skip_flag", bSkip);
-        Policy::Skip(bSkip);
+        h264::trace::Element("mb_skip_flag", IsSkip);
+        Policy::Skip(IsSkip);
     }
     void MbTypeI(uint32_t Type)
     {
@@ -51,35 +51,39 @@ public:
         h264::trace::Element("mvd", d.x, d.y);
         Policy::Difference(d);
     }
-    void CodedBlockPattern(uint32_t Pattern, bool bIntra)
+    void CodedBlockPattern(uint32_t Pattern, bool IsIntraMb)
     {
         h264::trace::Element("coded_block_pattern", Pattern);
-        Policy::CodedBlockPattern(Pattern, bIntra);
+        Policy::CodedBlockPattern(Pattern, IsIntraMb);
     }
     void QpDelta(int32_t Delta)
     {
         h264::trace::Element("mb_qp_delta", Delta);
         Policy::QpDelta(Delta);
     }
-    void LumaDc(const BlockLevels* pLevels)
+    template <class LevelType>
+    void LumaDc(const BlockLevels<LevelType>* pLevels)
     {
         h264::trace::Element("luma_dc", 0);
         List(pLevels);
         Policy::LumaDc(pLevels);
     }
-    void ChromaDc(uint32_t Plane, const BlockLevels* pLevels)
+    template <class LevelType>
+    void ChromaDc(uint32_t Plane, const BlockLevels<LevelType>* pLevels)
     {
         h264::trace::Element("chroma_dc", Plane);
         List(pLevels);
         Policy::ChromaDc(Plane, pLevels);
     }
-    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         h264::trace::Element("luma", Index);
         List(pLevels);
         Policy::Luma(Cat, Index, pLevels);
     }
-    void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels* pLevels)
+    template <class LevelType>
+    void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {
         h264::trace::Element("chroma_ac", Plane, Index);
         List(pLevels);
@@ -88,7 +92,8 @@ public:
 
 private:
     // From the last one on, as they are read.
-    static void List(const BlockLevels* pLevels)
+    template <class LevelType>
+    static void List(const BlockLevels<LevelType>* pLevels)
     {
         for (int32_t i = pLevels ? pLevels->Count : 0; i-- > 0;)
             h264::trace::Level(pLevels->Position[i], pLevels->Level[i]);

@@ -19,7 +19,7 @@ SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& p)
 {
     const bool FramesOnly = p.coding_type == 0;
     const int32_t Width = p.m_Info.m_Width, Height = p.m_Info.m_Height;
-    const auto Rows = static_cast<int32_t>(CodedRows(Height, bFramesOnly));
+    const auto Rows = static_cast<int32_t>(CodedRows(Height, FramesOnly));
 
     SeqParamSet s{};
     s.profile_idc = static_cast<uint8_t>(p.profile_idc);

@@ -30,7 +30,7 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
     l.Width = Width;
     l.Height = Height;
     l.AlignedWidth = (Width + 15) / 16 * 16;
-    l.AlignedHeight = static_cast<int32_t>(CodedRows(Height, bFramesOnly));
+    l.AlignedHeight = static_cast<int32_t>(CodedRows(Height, FramesOnly));
     l.MbWidth = l.AlignedWidth / 16;
     l.MbHeight = l.AlignedHeight / 16;
     l.MbCount = l.MbWidth * l.MbHeight;

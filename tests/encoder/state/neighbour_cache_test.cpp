@@ -1,5 +1,7 @@
 #include "encoder/state/neighbour_cache.h"
 
+#include "Common/h264/intra_modes.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
