@@ -62,7 +62,7 @@ def main():
         fails(decode, stream, "--no-output", "--trace", "1:2,-1", text="not a place")
         if not is_built:
             for command in ((encode, source, "--size", "176x144"), (decode, stream)):
-                check(len(fails(*command, "--no-output", "--trace", "0:0,0", text="needs a build with QUILVEX_TRACE")) == 1, command)
+                fails(*command, "--no-output", "--trace", "0:0,0", text="needs a build with QUILVEX_TRACE")
             return
         check(not listing(decode, stream, "--no-output", "--trace", f"{PICTURES}:0,0"), "a picture that is not there")
         same_from_both(encode, decode, source, stream)
