@@ -10,6 +10,25 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
+// The furthest that two vectors of a macroblock are apart in either direction, in whole samples. Larger steps are
+// outside of the window from wherever they start.
+constexpr int32_t kReach = 2 * kFurthestVector;
+
+// Bounds the steps of a search that halves both until one is 0, and tries the very points of the unbounded steps. A
+// smaller step within reach is gone after eight halvings; until then a larger one is beyond it.
+void BoundSteps(int32_t& StepX, int32_t& StepY)
+{
+    while (StepX > kReach && StepY > kReach) {
+        StepX /= 2;
+        StepY /= 2;
+    }
+    StepX = std::min(StepX, kReach << 8);
+    StepY = std::min(StepY, kReach << 8);
+}
+
+// A range for lines of every second point, of the same parity: what lies beyond the window is not walked through.
+int32_t LineRange(int32_t Range) { return Range > kReach ? kReach + 2 - (Range & 1) : Range; }
+
 MotionVector Point(int32_t x, int32_t y) { return {static_cast<int16_t>(x), static_cast<int16_t>(y)}; }
 
 } // namespace
@@ -124,7 +143,8 @@ int32_t IntegerSearch<Sample>::TryRing16x16(const DirectionRow& Row, int32_t Ste
     }
     const int16_t* const pPrices = m_p.mv_cost_table->data();
     const Sample* const pCentre = m_p.ref_y + m_BestY * m_p.pitch + m_BestX;
-    const int32_t StepRows = StepY * m_p.pitch;
+    // Wraps for steps beyond reach, which are not taken.
+    const auto StepRows = static_cast<int32_t>(static_cast<uint32_t>(StepY) * static_cast<uint32_t>(m_p.pitch));
     KeptPoints k;
     for (int32_t i = 0; i < Row.Count; ++i) {
         const Direction d = kDirections[Row.Next[i]];
@@ -145,10 +165,11 @@ int32_t IntegerSearch<Sample>::TryRing16x16(const DirectionRow& Row, int32_t Ste
 template <class Sample>
 void IntegerSearch<Sample>::SetWindow()
 {
-    m_Left = std::max(m_p.limit_left, m_BestX - m_p.range_x);
-    m_Right = std::min(m_p.limit_right, m_BestX + m_p.range_x);
-    m_Top = std::max(m_p.limit_top, m_BestY - m_p.range_y);
-    m_Bottom = std::min(m_p.limit_bottom, m_BestY + m_p.range_y);
+    const int32_t RangeX = std::min(m_p.range_x, kReach), RangeY = std::min(m_p.range_y, kReach);
+    m_Left = std::max(m_p.limit_left, m_BestX - RangeX);
+    m_Right = std::min(m_p.limit_right, m_BestX + RangeX);
+    m_Top = std::max(m_p.limit_top, m_BestY - RangeY);
+    m_Bottom = std::min(m_p.limit_bottom, m_BestY + RangeY);
 }
 
 template <class Sample>
@@ -179,6 +200,7 @@ template <class Sample>
 void IntegerSearch<Sample>::Log()
 {
     int32_t StepX = m_p.range_x, StepY = m_p.range_y, Towards = 0;
+    BoundSteps(StepX, StepY);
     while (StepX > 0 && StepY > 0 && !m_HasStopped) {
         Towards = TryRing(kNextDirections[Towards], StepX, StepY);
         if (Towards >= 0) continue;
@@ -191,9 +213,11 @@ void IntegerSearch<Sample>::Log()
 template <class Sample>
 void IntegerSearch<Sample>::CrossLog()
 {
+    constexpr int32_t kLargestPower = 128;
+    static_assert(2 * kLargestPower > kReach && kLargestPower <= kReach);
     const auto Range = static_cast<uint32_t>(std::max(m_p.range_x, m_p.range_y));
     const int32_t Log2 = static_cast<int32_t>(std::bit_width(Range)) - 1;
-    int32_t Step = std::max(Log2 > 0 ? 1 << (Log2 - 1) : 0, 2);
+    int32_t Step = std::clamp(Log2 > 0 ? 1 << (Log2 - 1) : 0, 2, kLargestPower);
     while (Step > 1 && !m_HasStopped) {
         const MotionVector Points[4]{Point(m_BestX, m_BestY - Step), Point(m_BestX - Step, m_BestY),
                                      Point(m_BestX, m_BestY + Step), Point(m_BestX + Step, m_BestY)};
@@ -238,24 +262,25 @@ template <class Sample>
 void IntegerSearch<Sample>::Cross()
 {
     const int32_t CentreX = m_BestX, CentreY = m_BestY;
-    for (int32_t x = CentreX - m_p.range_x; x < CentreX + m_p.range_x; x += 2) TryInRowZero(x);
+    const int32_t RangeX = LineRange(m_p.range_x), RangeY = LineRange(m_p.range_y);
+    for (int32_t x = CentreX - RangeX; x < CentreX + RangeX; x += 2) TryInRowZero(x);
     const int32_t Column = m_BestX;
-    for (int32_t y = CentreY - m_p.range_y; y < CentreY + m_p.range_y; y += 2) Try(Column, y);
+    for (int32_t y = CentreY - RangeY; y < CentreY + RangeY; y += 2) Try(Column, y);
 }
 
 template <class Sample>
 void IntegerSearch<Sample>::AxisBisection()
 {
     for (int32_t Step = m_p.range_x; Step > 0 && !m_HasStopped;) {
-        const int32_t Centre = m_BestX;
-        TryInRowZero(Centre - Step);
-        TryInRowZero(Centre + Step);
+        const int32_t Centre = m_BestX, Bounded = std::min(Step, kReach + 1);
+        TryInRowZero(Centre - Bounded);
+        TryInRowZero(Centre + Bounded);
         if (m_BestX == Centre) Step /= 2;
     }
     for (int32_t Step = m_p.range_y; Step > 0 && !m_HasStopped;) {
-        const int32_t Centre = m_BestY;
-        Try(m_BestX, Centre - Step);
-        Try(m_BestX, Centre + Step);
+        const int32_t Centre = m_BestY, Bounded = std::min(Step, kReach + 1);
+        Try(m_BestX, Centre - Bounded);
+        Try(m_BestX, Centre + Bounded);
         if (m_BestY == Centre) Step /= 2;
     }
 }
@@ -281,7 +306,7 @@ template <class Sample>
 bool IntegerSearch<Sample>::TryUnvisited(int32_t x, int32_t y)
 {
     if (!InWindow(x, y)) return false;
-    uint8_t& Visited = m_p.pVisited[(y - m_MapTop) * m_MapWidth + x - m_MapLeft];
+    uint8_t& Visited = m_p.pVisited[(y - m_Top) * kVisitedWidth + x - m_Left];
     if (Visited) return false;
     Visited = 1;
     return Try(x, y);
@@ -307,15 +332,14 @@ void IntegerSearch<Sample>::Umbrella()
     if (m_BestCost < Enough || (m == 0 && m_BestCost < 800)) return;
 
     const int32_t x = m_BestX, y = m_BestY;
-    m_MapLeft = x - m_p.range_x, m_MapTop = y - m_p.range_y;
-    m_MapWidth = 2 * m_p.range_x + 1;
-    std::memset(m_p.pVisited, 0, static_cast<size_t>(m_MapWidth) * static_cast<size_t>(2 * m_p.range_y + 1));
-    for (int32_t i = x - m_p.range_x; i < x + m_p.range_x; i += 2) TryUnvisited(i, y);
-    for (int32_t i = y - m_p.range_y / 2; i < y + m_p.range_y / 2; i += 2) TryUnvisited(x, i);
+    std::memset(m_p.pVisited, 0, static_cast<size_t>(m_Bottom - m_Top + 1) * kVisitedWidth);
+    const int32_t RangeX = LineRange(m_p.range_x), RangeY = LineRange(m_p.range_y / 2);
+    for (int32_t i = x - RangeX; i < x + RangeX; i += 2) TryUnvisited(i, y);
+    for (int32_t i = y - RangeY; i < y + RangeY; i += 2) TryUnvisited(x, i);
     const int32_t SquareX = m_BestX, SquareY = m_BestY;
     for (int32_t dy = -2; dy <= 2; ++dy)
         for (int32_t dx = -2; dx <= 2; ++dx) TryUnvisited(SquareX + dx, SquareY + dy);
-    UmbrellaRings(Point(m_BestX, m_BestY), std::max(m_p.range_x, m_p.range_y) / 4);
+    UmbrellaRings(Point(m_BestX, m_BestY), std::min(std::max(m_p.range_x, m_p.range_y) / 4, kReach));
     if (m_BestCost < Enough) return;
 
     static constexpr MotionVector kHexagon[6]{{-1, -2}, {1, -2}, {2, 0}, {1, 2}, {-1, 2}, {-2, 0}};

@@ -10,15 +10,6 @@
 
 namespace UMC_H264_ENCODER {
 
-enum SearchMethod : int32_t {
-    SEARCH_FULL = 0,
-    SEARCH_CROSS_LOG = 1,
-    SEARCH_LOG = 2,
-    SEARCH_HEXAGON_LOG = 3,
-    SEARCH_CROSS = 4,
-    SEARCH_AXIS_BISECTION = 5,
-    SEARCH_UMBRELLA = 8
-};
 inline constexpr int32_t kMethodWalkingRefinement = 64;
 
 /// What one search is asked and what it answers. Vectors in quarter samples unless said; planes at the block's place.
@@ -43,7 +34,7 @@ struct MEParams {
     HalfPlanes<Sample>* pHalves; // scratch of the refinement
     Sample* pTrial;              // 16 * 16
     Sample* pTrialUV;            // 16 * 8, Cb in columns 0..7
-    uint8_t* pVisited;           // (2 * range_x + 1) * (2 * range_y + 1)
+    uint8_t* pVisited;           // kVisitedPoints, for SEARCH_UMBRELLA
 };
 
 /// Appends a whole-sample vector unless it is in the list already.
@@ -151,7 +142,6 @@ private:
     int32_t m_BestCost;
     bool m_HasStopped = false; // the threshold is reached
     int32_t m_Left = 0, m_Right = 0, m_Top = 0, m_Bottom = 0;
-    int32_t m_MapLeft = 0, m_MapTop = 0, m_MapWidth = 0; // of the visited map
 };
 
 } // namespace UMC_H264_ENCODER

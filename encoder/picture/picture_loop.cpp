@@ -69,7 +69,7 @@ template <class Sample>
 void MakeParameterSets(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 {
     Sequence.Sps = MakeSeqParams(Settings.Params);
-    const bool IsConstant = Settings.Params.rate_control_method == 3;
+    const bool IsConstant = Settings.Params.rate_control_method == RATE_CONTROL_CONSTANT_QP;
     Sequence.Pps = MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p : Sequence.Rate.GetQP(FRAME_I));
 }
 
@@ -94,9 +94,9 @@ int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample
 {
     const int32_t Type = Job.pCurrent->frame_type, Init = Sequence.Pps.pic_init_qp;
     switch (Settings.Params.rate_control_method) {
-    case 1:
-    case 2: return Sequence.Rate.GetQP(Type) - Init;
-    case 3:
+    case RATE_CONTROL_SHORT_WINDOWS:
+    case RATE_CONTROL_LONG_WINDOWS: return Sequence.Rate.GetQP(Type) - Init;
+    case RATE_CONTROL_CONSTANT_QP:
         return (Type == FRAME_I   ? Settings.Params.quant_i
                 : Type == FRAME_B ? Settings.Params.quant_b
                                   : Settings.Params.quant_p) -
@@ -161,7 +161,7 @@ void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Seque
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
         Sequence.total_bits += Job.Slices[static_cast<size_t>(i)].bitstream.Bits();
     if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.pCurrent);
-    if (Settings.Params.rate_control_method == 1 || Settings.Params.rate_control_method == 2)
+    if (FollowsRate(Settings.Params.rate_control_method))
         Sequence.Rate.PostFrame(Job.pCurrent->frame_type, Sequence.total_bits);
 }
 

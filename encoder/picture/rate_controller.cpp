@@ -5,8 +5,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace UMC_H264_ENCODER {
+
+namespace {
+constexpr double kMaxBitsPerFrame = std::numeric_limits<int32_t>::max();
+}
 
 int32_t RateController::InitialQp(int32_t Bitrate, double FrameRate, int32_t Width, int32_t Height, int32_t BitDepth,
                                   int32_t ChromaFormatIdc, bool HasAlpha, int32_t QpMax)
@@ -32,7 +37,8 @@ int32_t RateController::Init(int32_t QpWindow, int32_t BitsWindow, int32_t Error
     m_QpWindow = QpWindow < 1 ? 100 : QpWindow;
     m_BitsWindow = BitsWindow < 1 ? 30 : BitsWindow;
     m_ErrorWindow = ErrorWindow < 1 ? 100 : ErrorWindow;
-    m_BitsPerFrame = static_cast<int32_t>(Bitrate / FrameRate);
+    // Bounded at both ends: a budget of no bits would be divided by.
+    m_BitsPerFrame = static_cast<int32_t>(std::clamp(Bitrate / FrameRate, 1.0, kMaxBitsPerFrame));
     m_BitsDesired = 0;
     const int32_t Qp = InitialQp(Bitrate, FrameRate, Width, Height, BitDepth, ChromaFormatIdc, HasAlpha, m_QpMax);
     m_QpI = m_QpP = m_QpPPrevious = m_QpLast = Qp;

@@ -2,6 +2,7 @@
 
 #include "encoder/picture/make_parameter_sets.h"
 #include "encoder/session/make_settings.h"
+#include "encoder/session/params_check.h"
 
 #include <algorithm>
 
@@ -35,10 +36,8 @@ void AllocateSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
     Job.SliceBuffers = std::make_unique<uint8_t[]>(Count * Stride);
     for (size_t i = 0; i < Count; ++i) {
         Job.Slices[i].bitstream.SetBuffer(Job.SliceBuffers.get() + i * Stride, BufferSize);
-        if (Settings.Params.search_method != 8) continue;
-        const auto w = static_cast<size_t>(2 * std::max(Settings.Params.search_x, 0) + 1);
-        const auto h = static_cast<size_t>(2 * std::max(Settings.Params.search_y, 0) + 1);
-        Job.Slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(w * h);
+        if (Settings.Params.search_method == SEARCH_UMBRELLA)
+            Job.Slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(kVisitedPoints);
     }
 }
 
@@ -57,7 +56,7 @@ template <class Sample>
 void StartRate(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
 {
     const UMC::H264EncoderParams& p = Settings.Params;
-    const bool IsShort = p.rate_control_method == 1;
+    const bool IsShort = p.rate_control_method == RATE_CONTROL_SHORT_WINDOWS;
     Sequence.Rate.Init(IsShort ? 8 : 0, IsShort ? 4 : 0, IsShort ? 8 : 0, Sequence.bitrate, Sequence.frame_rate,
                        p.m_Info.m_Width, p.m_Info.m_Height, LargestBitDepth(p), p.chroma_format_idc,
                        p.aux_format_idc != 0);
@@ -95,8 +94,9 @@ UMC::Status SetCoreRate(const EncoderSettings& Settings, SequenceState<Sample>& 
 {
     const UMC::VideoStreamInfo& Asked = Params.m_Info;
     const bool IsSame = Sequence.bitrate == Asked.m_Bitrate && Sequence.frame_rate == Asked.m_FrameRate;
-    const bool IsControlled = Settings.Params.rate_control_method == 1 || Settings.Params.rate_control_method == 2;
+    const bool IsControlled = FollowsRate(Settings.Params.rate_control_method);
     if (IsSame || !IsControlled) return UMC::StatusUnsupported;
+    if (!IsBitrate(Asked.m_Bitrate) || !IsFrameRate(Asked.m_FrameRate)) return UMC::StatusInvalidParams;
     Sequence.bitrate = Asked.m_Bitrate;
     Sequence.frame_rate = Asked.m_FrameRate;
     StartRate(Settings, Sequence);

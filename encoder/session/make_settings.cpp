@@ -62,8 +62,8 @@ void FillThresholds(EncoderSettings& Settings)
     Settings.TryAdvancedIntraThreshold = CopyThresholds(TryAdvancedIntraThreshold, IsLossless);
 }
 
-// How far a vector may reach: 15 samples beyond the picture, 127 in all.
-int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15, 127); }
+// How far a vector may reach: 15 samples beyond the picture, and no further than any may.
+int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15, kFurthestVector); }
 
 void FillPositions(EncoderSettings& Settings)
 {

@@ -5,6 +5,8 @@
 #include "encoder/state/encoder_types.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace UMC_H264_ENCODER {
 
@@ -17,6 +19,20 @@ template <class T>
 void ReplaceOutside(T& Field, int32_t Low, int32_t High, int32_t Replacement)
 {
     if (Field < Low || Field > High) Field = static_cast<T>(Replacement);
+}
+
+// Samples of a picture are found by 32-bit offsets, and so are the bytes that code it. The room counts as the frame's
+// padding and pitch do, generously.
+bool IsTooLarge(const UMC::VideoStreamInfo& Info)
+{
+    constexpr int64_t kRoom = 512;
+    return (Info.m_Width + kRoom) * (Info.m_Height + kRoom) > std::numeric_limits<int32_t>::max() / 4;
+}
+
+void CheckRates(UMC::VideoStreamInfo& Info)
+{
+    if (!IsBitrate(Info.m_Bitrate)) Info.m_Bitrate = H264EncoderParams::kDefaultBitrate;
+    if (!IsFrameRate(Info.m_FrameRate)) Info.m_FrameRate = H264EncoderParams::kDefaultFrameRate;
 }
 
 void CheckGop(H264EncoderParams& p)
@@ -112,7 +128,7 @@ void CheckQuantisers(H264EncoderParams& p)
 
 void CheckTools(H264EncoderParams& p)
 {
-    ReplaceOutside(p.search_method, 0, 8, 3);
+    ReplaceOutside(p.search_method, SEARCH_FULL, SEARCH_UMBRELLA, SEARCH_HEXAGON_LOG);
     ReplaceOutside(p.partition_level, 0, 3, 1);
     ReplaceOutside(p.use_weighted_pred, 0, 1, 0);
     ReplaceOutside(p.use_weighted_bipred, 0, 1, 0);
@@ -129,10 +145,13 @@ void CheckTools(H264EncoderParams& p)
 
 } // namespace
 
+bool IsBitrate(int32_t BitsPerSecond) { return BitsPerSecond > 0; }
+bool IsFrameRate(double FramesPerSecond) { return std::isfinite(FramesPerSecond) && FramesPerSecond > 0.0; }
+
 uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
 {
     const int64_t Macroblocks = ((int64_t{Width} + 15) / 16) * ((int64_t{Height} + 15) / 16);
-    const auto Rate = static_cast<int64_t>(static_cast<double>(Macroblocks) * FrameRate);
+    const double Rate = std::trunc(static_cast<double>(Macroblocks) * FrameRate);
     for (const h264::LevelLimits& l : h264::kLevelLimits) {
         // 1.3 and 4.1 are deliberately never chosen: in size and rate they allow no more than 2 and 4.
         if (l.level_idc == 13 || l.level_idc == 41) continue;
@@ -151,11 +170,13 @@ int32_t ReferenceLimit(const H264EncoderParams& p)
 Status CheckParams(H264EncoderParams& p)
 {
     if (p.m_Info.m_Width < 1 || p.m_Info.m_Height < 1) return UMC::StatusInitFailed;
+    if (IsTooLarge(p.m_Info)) return UMC::StatusAllocFailed;
+    CheckRates(p.m_Info);
     CheckGop(p);
     CheckSlices(p);
     CheckLevel(p);
     if (const Status s = CheckProfile(p); s != UMC::StatusOk) return s;
-    ReplaceOutside(p.rate_control_method, 0, 3, 2);
+    ReplaceOutside(p.rate_control_method, RATE_CONTROL_NONE, RATE_CONTROL_CONSTANT_QP, RATE_CONTROL_LONG_WINDOWS);
     p.num_ref_frames = std::min(p.num_ref_frames, ReferenceLimit(p));
     CheckQuantisers(p);
     CheckTools(p);

@@ -6,10 +6,15 @@
 namespace UMC_H264_ENCODER {
 
 /// Corrects Params in place; running it again changes nothing.
-/// @return StatusInitFailed for a width or height below 1; StatusInvalidParams for an unknown profile or a High-family
+/// @return StatusInitFailed for a width or height below 1; StatusAllocFailed for a picture whose samples 32-bit offsets
+///         do not reach; StatusInvalidParams for an unknown profile or a High-family
 ///         bit depth outside 8..12; StatusNotImplemented for a High-family chroma format above 4:2:2. Everything else
 ///         is corrected.
 UMC::Status CheckParams(UMC::H264EncoderParams& Params);
+
+/// Whether a rate is one that a stream can have. Init puts the default in place of any other.
+bool IsBitrate(int32_t BitsPerSecond);
+bool IsFrameRate(double FramesPerSecond);
 
 /// The analysis flags (AnalysisFlag) that the settings ask for.
 uint32_t AnalysisFlags(const UMC::H264EncoderParams& Params);

@@ -28,7 +28,7 @@ public:
     ///                 corrected and kept.
     /// @return StatusOk; StatusNullPointer; StatusInitFailed for another record, a width or height below 1, or a
     ///         caller's allocator; StatusInvalidParams for an unknown profile or depth; StatusNotImplemented for a
-    ///         coding tool that is not there; StatusAllocFailed
+    ///         coding tool that is not there; StatusAllocFailed, also for a picture that is too large for any memory
     Status Init(BaseCodecParams* pParams) override;
 
     /// Codes a picture.
@@ -51,7 +51,8 @@ public:
     /// Always StatusUnsupported.
     Status Reset() override { return StatusUnsupported; }
     /// A new bit rate or frame rate from the next picture on. StatusUnsupported when neither differs or the rate
-    /// control does not follow a rate, StatusNullPointer for no VideoEncoderParams.
+    /// control does not follow a rate, StatusInvalidParams for a bit rate below 1 or a frame rate that is no positive
+    /// number, StatusNullPointer for no VideoEncoderParams.
     Status SetParams(BaseCodecParams* pParams) override;
 
     /// The picture as later pictures see it, for tests and tools: planes of the last coded picture, valid until the

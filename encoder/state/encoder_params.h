@@ -13,7 +13,13 @@ class H264EncoderParams : public VideoEncoderParams
 {
 public:
     UMC_DERIVED_CLASS(H264EncoderParams, VideoEncoderParams, "H264EncoderParams")
-    H264EncoderParams() { m_Info.m_Bitrate = 2222222; }
+    static constexpr int32_t kDefaultBitrate = 2222222;
+    static constexpr double kDefaultFrameRate = 30.0;
+    H264EncoderParams()
+    {
+        m_Info.m_Bitrate = kDefaultBitrate;
+        m_Info.m_FrameRate = kDefaultFrameRate;
+    }
 
     /// Reads a text file: lines 1 to 3 are skipped, the values of each later line are parsed from its start.
     /// @return StatusOpenFailed when the file cannot be opened, StatusInvalidParams at the first line with too few
@@ -33,13 +39,13 @@ public:
     int32_t num_ref_frames = 1;      // 0..16, capped by the level
     int32_t num_ref_to_start_b = 1;  // anchors that must follow before a B picture is coded
     uint8_t level_idc = 0;           // 0: chosen by size and rate
-    int32_t rate_control_method = 2; // 0 none, 1 short windows, 2 long windows, 3 constant QP
+    int32_t rate_control_method = 2; // RateControlMethod
     uint8_t quant_i = 20, quant_p = 20, quant_b = 20; // QPs of method 3
     int16_t num_slices = 1;                           // per picture
     uint8_t keep_pattern_at_key = 0;
     uint8_t deblocking_filter_idc = 0; // disable_deblocking_filter_idc
     int32_t deblocking_alpha_offset = 2, deblocking_beta_offset = 2;
-    int32_t search_method = 2;
+    int32_t search_method = 2;   // SearchMethod
     int32_t partition_level = 0; // 0: 16x16 only, 1: 8x8 and the halves too, 2 and above: below 8x8 too
     uint32_t reserved0 = 0;
     int32_t search_x = 8, search_y = 8; // search range, whole samples

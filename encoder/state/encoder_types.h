@@ -62,6 +62,35 @@ struct LocalMacroblock {
     int8_t QpChroma;     // QPC
 };
 
+/// What steers the picture QP.
+enum RateControlMethod : int32_t {
+    RATE_CONTROL_NONE = 0,
+    RATE_CONTROL_SHORT_WINDOWS = 1,
+    RATE_CONTROL_LONG_WINDOWS = 2,
+    RATE_CONTROL_CONSTANT_QP = 3
+};
+/// Whether the method steers towards a bit rate.
+constexpr bool FollowsRate(int32_t Method)
+{
+    return Method == RATE_CONTROL_SHORT_WINDOWS || Method == RATE_CONTROL_LONG_WINDOWS;
+}
+
+/// Patterns of the search in whole samples. 6 and 7 are walks too.
+enum SearchMethod : int32_t {
+    SEARCH_FULL = 0,
+    SEARCH_CROSS_LOG = 1,
+    SEARCH_LOG = 2,
+    SEARCH_HEXAGON_LOG = 3,
+    SEARCH_CROSS = 4,
+    SEARCH_AXIS_BISECTION = 5,
+    SEARCH_UMBRELLA = 8
+};
+
+inline constexpr int32_t kFurthestVector = 127; // whole samples, in each direction
+// The map of points that SEARCH_UMBRELLA has seen, over any window.
+inline constexpr int32_t kVisitedWidth = 2 * kFurthestVector + 1;
+inline constexpr size_t kVisitedPoints = size_t{kVisitedWidth} * kVisitedWidth;
+
 // Offsets of a macroblock in the planes and how far its vectors may reach, in whole samples.
 struct MacroblockPosition {
     int32_t Luma, Chroma; // samples from the plane's origin

@@ -75,7 +75,7 @@ struct WorkArea {
     bool IsTested;
     MotionVector TestedVector;
     uint32_t TestedMask;
-    std::unique_ptr<uint8_t[]> pVisited; // (2 * search_x + 1) * (2 * search_y + 1), for search method 8
+    std::unique_ptr<uint8_t[]> pVisited; // kVisitedPoints, for SEARCH_UMBRELLA
 };
 
 // The macroblock being coded.

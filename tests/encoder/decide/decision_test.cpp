@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include <set>
 
 namespace {
@@ -234,7 +236,7 @@ protected:
     std::vector<uint8_t> m_Reference, m_Source;
     HalfPlanes<uint8_t> m_Halves;
     alignas(16) uint8_t m_Trial[256];
-    uint8_t m_Visited[300 * 300];
+    uint8_t m_Visited[kVisitedPoints];
     MEParams<uint8_t> m_p{};
     Points m_Measured;
 };
@@ -264,6 +266,67 @@ TEST_F(Search, LogTakesTheSteps8421)
     Points Want{{0, 0}};
     for (const int Step : {8, 4, 2, 1}) Want.merge(Ring(Step, Step));
     EXPECT_EQ(m_Measured, Want);
+}
+
+// Ranges that no window has: the points of the unbounded steps that lie within reach, and no walk through the others.
+class SearchBeyondReach : public Search
+{
+protected:
+    static constexpr int32_t kLargest = std::numeric_limits<int32_t>::max();
+
+    const Points& Measured(int32_t Method, int32_t RangeX, int32_t RangeY)
+    {
+        m_p.mv_cost_table = &MVBitCost[0];
+        m_p.method = Method;
+        m_p.range_x = RangeX;
+        m_p.range_y = RangeY;
+        m_Measured.clear();
+        SearchInteger(m_p);
+        return m_Measured;
+    }
+};
+
+TEST_F(SearchBeyondReach, LogHalvesItsStepsAsAnyOthers)
+{
+    Points Want{{0, 0}};
+    for (int Step = 127; Step > 0; Step /= 2) Want.merge(Ring(Step, Step));
+    EXPECT_EQ(Measured(SEARCH_LOG, kLargest, kLargest), Want);
+    Want = {{0, 0}};
+    for (int Step = 8; Step > 0; Step /= 2) Want.merge(Points{{0, -Step}, {0, Step}});
+    EXPECT_EQ(Measured(SEARCH_LOG, kLargest, 8), Want);
+}
+
+TEST_F(SearchBeyondReach, CrossLogTakesThePowerThatCrossesTheWindow)
+{
+    AddCandidate(m_p, {-100, 0});
+    m_p.pred_mv = {-400, 0};
+    EXPECT_TRUE(Measured(SEARCH_CROSS_LOG, kLargest, kLargest).count({28, 0}));
+    EXPECT_EQ(Measured(SEARCH_CROSS_LOG, kLargest, kLargest), Measured(SEARCH_CROSS_LOG, 256, 256));
+}
+
+TEST_F(SearchBeyondReach, CrossKeepsTheParityOfItsLines)
+{
+    for (const int32_t Range : {1000, 1001, kLargest}) {
+        const Points& Line = Measured(SEARCH_CROSS, Range, Range);
+        for (int i = 1; i <= 127; ++i) {
+            EXPECT_EQ(Line.count({i, 0}), size_t{i % 2 == Range % 2}) << Range << ' ' << i;
+            EXPECT_EQ(Line.count({0, -i}), size_t{i % 2 == Range % 2}) << Range << ' ' << i;
+        }
+    }
+}
+
+TEST_F(SearchBeyondReach, AxisBisectionStartsAtTheFirstStepWithin)
+{
+    Points Want{{0, 0}};
+    for (int Step = 127; Step > 0; Step /= 2) Want.merge(Points{{-Step, 0}, {Step, 0}, {0, -Step}, {0, Step}});
+    EXPECT_EQ(Measured(SEARCH_AXIS_BISECTION, kLargest, kLargest), Want);
+}
+
+TEST_F(SearchBeyondReach, UmbrellaFindsWhatTheWholeWindowHolds)
+{
+    const Points Whole = Measured(SEARCH_UMBRELLA, kLargest, kLargest);
+    EXPECT_EQ(Whole, Measured(SEARCH_UMBRELLA, 1023, 1023));
+    EXPECT_TRUE(Whole.count({127, 0}));
 }
 
 TEST_F(Search, TheWindowIsCutToTheLimits)

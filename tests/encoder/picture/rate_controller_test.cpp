@@ -218,4 +218,16 @@ TEST(RateController, FollowsTheFormulaOfTheUpdate)
     }
 }
 
+// Less than one bit for a picture: the budget is one bit, by which can be divided.
+TEST(RateControl, ABudgetOfLessThanABitKeepsTheLargestQp)
+{
+    RateController c;
+    c.Init(0, 0, 0, 1, 1e9, 96, 80, 8, 1, false);
+    ASSERT_EQ(c.GetQP(FRAME_I), 51);
+    c.PostFrame(FRAME_I, 5000);
+    EXPECT_EQ(c.GetQP(FRAME_P), 51);
+    c.PostFrame(FRAME_P, 10000);
+    EXPECT_EQ(c.GetQP(FRAME_P), 51);
+}
+
 } // namespace
