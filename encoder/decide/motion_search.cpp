@@ -200,7 +200,8 @@ template <class Sample>
 void IntegerSearch<Sample>::Log()
 {
     int32_t StepX = m_p.range_x, StepY = m_p.range_y, Towards = 0;
-    BoundSteps(StepX, StepY);
+    if ((StepX | StepY) > kReach) [[unlikely]]
+        BoundSteps(StepX, StepY);
     while (StepX > 0 && StepY > 0 && !m_HasStopped) {
         Towards = TryRing(kNextDirections[Towards], StepX, StepY);
         if (Towards >= 0) continue;
@@ -306,7 +307,7 @@ template <class Sample>
 bool IntegerSearch<Sample>::TryUnvisited(int32_t x, int32_t y)
 {
     if (!InWindow(x, y)) return false;
-    uint8_t& Visited = m_p.pVisited[(y - m_Top) * kVisitedWidth + x - m_Left];
+    uint8_t& Visited = m_p.pVisited[(y - m_Top) * (m_Right - m_Left + 1) + x - m_Left];
     if (Visited) return false;
     Visited = 1;
     return Try(x, y);
@@ -332,7 +333,7 @@ void IntegerSearch<Sample>::Umbrella()
     if (m_BestCost < Enough || (m == 0 && m_BestCost < 800)) return;
 
     const int32_t x = m_BestX, y = m_BestY;
-    std::memset(m_p.pVisited, 0, static_cast<size_t>(m_Bottom - m_Top + 1) * kVisitedWidth);
+    std::memset(m_p.pVisited, 0, static_cast<size_t>(m_Bottom - m_Top + 1) * static_cast<size_t>(m_Right - m_Left + 1));
     const int32_t RangeX = LineRange(m_p.range_x), RangeY = LineRange(m_p.range_y / 2);
     for (int32_t i = x - RangeX; i < x + RangeX; i += 2) TryUnvisited(i, y);
     for (int32_t i = y - RangeY; i < y + RangeY; i += 2) TryUnvisited(x, i);

@@ -88,8 +88,7 @@ enum SearchMethod : int32_t {
 
 inline constexpr int32_t kFurthestVector = 127; // whole samples, in each direction
 // The map of points that SEARCH_UMBRELLA has seen, over any window.
-inline constexpr int32_t kVisitedWidth = 2 * kFurthestVector + 1;
-inline constexpr size_t kVisitedPoints = size_t{kVisitedWidth} * kVisitedWidth;
+inline constexpr size_t kVisitedPoints = size_t{2 * kFurthestVector + 1} * (2 * kFurthestVector + 1);
 
 // Offsets of a macroblock in the planes and how far its vectors may reach, in whole samples.
 struct MacroblockPosition {

@@ -99,11 +99,8 @@ INSTANTIATE_TEST_SUITE_P(Methods, SearchRangeBeyondThePicture, testing::Range(0,
 
 TEST(SizeBeyondMemory, IsRefused)
 {
-    for (const auto& [Width, Height] : std::vector<std::pair<int32_t, int32_t>>{{1000000, 1000000},
-                                                                                {32768, 32768},
-                                                                                {kLargest, 16},
-                                                                                {16, kLargest},
-                                                                                {kLargest, kLargest}}) {
+    for (const auto& [Width, Height] : std::vector<std::pair<int32_t, int32_t>>{
+             {1000000, 1000000}, {32768, 32768}, {kLargest, 16}, {16, kLargest}, {kLargest, kLargest}}) {
         H264EncoderParams p = SizedParams(Width, Height);
         EXPECT_EQ(CheckParams(p), UMC::StatusAllocFailed) << Width << " x " << Height;
         EXPECT_EQ(UMC::H264VideoEncoder().Init(&p), UMC::StatusAllocFailed) << Width << " x " << Height;
