@@ -36,11 +36,12 @@ build clang quilvex qvlx h264_encode h264_decode
 scripts/tidy.sh
 
 # A thread that is killed, or joined with a time limit, is more than that sanitizer can follow.
-build tsan test_platform test_common test_media test_process
+build tsan test_platform test_common test_media test_process test_front
 build/tsan/tests/test_platform --gtest_brief=1 --gtest_filter='-*Killable*:RunWithTimeout*:*ExceptionChain*'
 for folder in common media process; do
     "build/tsan/tests/test_$folder" --gtest_brief=1
 done
+build/tsan/tests/test_front --gtest_brief=1 --gtest_filter='*Threads*'
 
 build release
 ctest --test-dir build/release --output-on-failure -j "$(nproc)" --progress
