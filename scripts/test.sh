@@ -8,10 +8,14 @@ scripts/install_packages.sh build test style bench windows
 mkdir -p build
 export QUILVEX_CMAKE_OPTIONS=-DCMAKE_COMPILE_WARNING_AS_ERROR=ON
 
+stage() { # TEXT..., with the seconds since the start
+    echo "$SECONDS s: $*"
+}
+
 build() { # PRESET [TARGET...]
     local preset=$1
     shift
-    echo "building $preset"
+    stage "building $preset"
     cmake --preset "$preset" "$QUILVEX_CMAKE_OPTIONS" >"build/$preset.log"
     ninja -C "build/$preset" "$@" >>"build/$preset.log" || { grep -E 'error|FAILED' "build/$preset.log" | head -n 40 >&2; exit 1; }
 }
@@ -19,6 +23,7 @@ build() { # PRESET [TARGET...]
 tests() { # PRESET [CTEST OPTION...]
     local preset=$1
     shift
+    stage "testing $preset"
     ctest --test-dir "build/$preset" --output-on-failure -j "$(nproc)" --quiet -O "build/$preset-tests.log" "$@" ||
         { grep -vE ' Passed |Start ' "build/$preset-tests.log" | tail -n 200; exit 1; }
     sed -n '/tests passed/,$p' "build/$preset-tests.log"
@@ -26,13 +31,14 @@ tests() { # PRESET [CTEST OPTION...]
 
 scripts/check_format.sh
 
-echo "building and testing for Windows"
+stage "building and testing for Windows"
 scripts/windows.sh
 
 build asan
 tests asan
 
 build clang quilvex qvlx h264_encode h264_decode
+stage "looking for faults"
 scripts/tidy.sh
 
 # A thread that is killed, or joined with a time limit, is more than that sanitizer can follow.
@@ -44,4 +50,5 @@ done
 build/tsan/tests/test_front --gtest_brief=1 --gtest_filter='*Threads*'
 
 build release
+stage "testing release"
 ctest --test-dir build/release --output-on-failure -j "$(nproc)" --progress
