@@ -49,7 +49,8 @@ int32_t FrameStore::MaxFrames() const
     // A stream may use more references than its level allows; without room for them no picture could ever be added.
     const H264SeqParamSet* const pSeq = m_Headers.CurrentSeqParamSet();
     const int32_t References = pSeq ? static_cast<int32_t>(pSeq->num_ref_frames) : 0;
-    return std::max(m_DpbSize, References) + m_SpareFrames + 1;
+    // Each needs an index, however many threads the spare ones are for.
+    return std::min(std::max(m_DpbSize, References) + m_SpareFrames + 1, kMaxFrames);
 }
 
 bool FrameStore::HasRoom() const { return m_Dpb.CountAll() < MaxFrames() || m_Dpb.FindOldestDisposable(); }
