@@ -14,6 +14,7 @@ enum TaskId : int32_t {
     TASK_DEBLOCK_PICTURE = 6 // deblocking of a whole picture, whose slices lie across each other
 };
 
+// A copy for the thread that asked: the broker fills it, and of its fields the segment decoder writes MbCount alone.
 struct H264Task {
     H264Slice* pSlice = nullptr; // of a whole picture the one with the lowest macroblock
     H264DecoderFrameInfo* pAu = nullptr;

@@ -15,10 +15,7 @@ bool FrameGaps::FillFrameGaps(const H264Slice& Slice, Status& Refused)
     const int32_t FrameNumMask = MaxFrameNum(Seq) - 1;
     const int32_t Distance = (Header.frame_num - m_PicOrder.m_PrevRefFrameNum) & FrameNumMask;
     if (Header.IdrPicFlag || Distance <= 1 || !Seq.gaps_in_frame_num_value_allowed_flag) return true;
-    if (m_Frames.CurrentFrame) { // the pictures in flight have to be finished first
-        m_Frames.CurrentFrame = nullptr;
-        return false;
-    }
+    if (m_Frames.CurrentFrame) return false; // the pictures in flight have to be finished first
     for (int32_t Missing = std::min(Distance - 1, m_Store.DpbSize()); Missing > 0; --Missing)
         if (!FillOneGap(Slice, (Header.frame_num - Missing) & FrameNumMask, Refused)) return false;
     m_PicOrder.m_PrevRefFrameNum = (Header.frame_num - 1) & FrameNumMask;
@@ -41,8 +38,8 @@ bool FrameGaps::FillOneGap(const H264Slice& Slice, int32_t FrameNum, Status& Ref
     for (int Field = 0; Field < 2; ++Field) {
         pFrame->m_PicNum[Field] = FrameNum;
         pFrame->m_PicOrderCnt[Field] = Field == 0 ? m_PicOrder.m_TopFieldOrderCnt : m_PicOrder.m_BottomFieldOrderCnt;
-        pFrame->m_IsShortTerm[Field] = true;
     }
+    m_Marking.MarkMadeUp(*pFrame);
     return true;
 }
 
@@ -59,9 +56,9 @@ try {
         Order.Compute(WithoutDeltas, PicOrderOf(*Slice.m_pSeqParamSet));
     }
     pFrame->m_FrameNum = Header.frame_num;
+    m_Marking.MarkMadeUp(*pFrame);
     for (int Field = 0; Field < 2; ++Field) {
         pFrame->m_PicNum[Field] = CurrPicNum(Header);
-        pFrame->m_IsShortTerm[Field] = true;
         pFrame->m_PicOrderCnt[Field] = Header.field_pic_flag ? Order.m_PicOrderCnt
                                        : Field == 0          ? Order.m_TopFieldOrderCnt
                                                              : Order.m_BottomFieldOrderCnt;

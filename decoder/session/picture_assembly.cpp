@@ -21,6 +21,7 @@ void PictureAssembly::Reset()
     m_PicOrder.Reset();
     m_Marking.Reset();
     m_FieldIndex = 0;
+    m_Frames.CurrentFrame = nullptr;
 }
 
 void PictureAssembly::Close()
@@ -67,7 +68,10 @@ bool PictureAssembly::PlaceSlice(const H264Slice& Slice, Status& Refused)
 bool PictureAssembly::OpenPicture(const H264Slice& Slice, Status& Refused)
 {
     m_Store.RemoveSurplusFrames(*Slice.m_pSeqParamSet);
-    if (!m_Gaps.FillFrameGaps(Slice, Refused)) return false;
+    if (!m_Gaps.FillFrameGaps(Slice, Refused)) {
+        m_Frames.CurrentFrame = nullptr; // it is complete: the gap comes behind it
+        return false;
+    }
     H264DecoderFrame* const pFrame = AddFrame(Slice, Refused);
     if (!pFrame) return false;
     m_Frames.CurrentFrame = pFrame;
@@ -139,11 +143,18 @@ void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& 
     Au.m_UsesSliceGroups |= Slice.m_UsesSliceGroups;
 }
 
-void PictureAssembly::EndPicture(bool IsInputOver)
+void PictureAssembly::EndPicture()
+{
+    if (m_Frames.CurrentFrame) FinishPicture(*m_Frames.CurrentFrame, m_FieldIndex);
+}
+
+void PictureAssembly::EndInput()
 {
     if (!m_Frames.CurrentFrame) return;
-    FinishPicture(*m_Frames.CurrentFrame, m_FieldIndex);
-    if (IsInputOver && m_Frames.CurrentFrame->IsFieldPair()) CompleteMissingField(*m_Frames.CurrentFrame);
+    EndPicture();
+    if (m_Frames.CurrentFrame->IsFieldPair()) CompleteMissingField(*m_Frames.CurrentFrame);
+    if (!m_Frames.FirstUncompleted && m_Frames.IsFilling()) m_Frames.FirstUncompleted = m_Frames.CurrentFrame;
+    m_Frames.CurrentFrame = nullptr;
 }
 
 // The second field did not come: the frame is complete with its lines grey.
@@ -152,8 +163,7 @@ void PictureAssembly::CompleteMissingField(H264DecoderFrame& Frame)
     if (Frame.m_Au[1].m_Status != AuStatus::SecondFieldExpected) return;
     const int First = Frame.m_BottomFieldFlag[0], Missing = 1 - First;
     Frame.m_PicOrderCnt[Missing] = Frame.m_PicOrderCnt[First];
-    Frame.m_IsShortTerm[Missing] = Frame.m_IsShortTerm[First];
-    Frame.m_IsLongTerm[Missing] = Frame.m_IsLongTerm[First];
+    m_Marking.MarkMissingField(Frame, Missing);
     Frame.m_PicNum[Missing] = h264::FieldPicNum(Frame.m_FrameNum, true);
     Frame.m_Au[1].m_Status = AuStatus::Empty;
     Frame.FillFieldGrey(Missing);
@@ -180,17 +190,13 @@ void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
     Au.m_Status = AuStatus::Ready;
 }
 
-// True when the picture is not to be decoded; it is finished then.
+// True when the picture, which is no reference, is not to be decoded; it is finished and free then.
 bool PictureAssembly::SkipPicture(H264DecoderFrame& Frame, int Field)
 {
     if (Frame.IsFieldPair() && Field == 0) return false;
     if (!m_Skip.IsSkipWanted(Frame.m_Au[0].m_IsReference || Frame.m_Au[1].m_IsReference)) return false;
-    for (int i = 0; i < 2; ++i) {
-        Frame.m_Au[i].m_Status = AuStatus::Finished;
-        Frame.m_IsShortTerm[i] = Frame.m_IsLongTerm[i] = false;
-    }
+    for (H264DecoderFrameInfo& Au : Frame.m_Au) Au.m_Status = AuStatus::Finished;
     m_Work.Finish(Frame);
-    Frame.m_BusyCount = 0;
     Frame.m_IsSkipped = true;
     return true;
 }

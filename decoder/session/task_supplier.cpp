@@ -119,9 +119,7 @@ Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
 // The input is over.
 Status TaskSupplier::FinishAll()
 {
-    m_Assembly.EndPicture(true);
-    if (!m_Frames.FirstUncompleted && m_Frames.IsFilling()) m_Frames.FirstUncompleted = m_Frames.CurrentFrame;
-    m_Frames.CurrentFrame = nullptr;
+    m_Assembly.EndInput();
     Status Result = StatusOk;
     while (Result == StatusOk && m_Frames.FirstUncompleted) Result = DriveDecoding(nullptr, nullptr, true);
     return Result;
@@ -163,7 +161,7 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     case h264::NAL_SEQ_PARAM_SET:
     case h264::NAL_PIC_PARAM_SET:
     case h264::NAL_SEQ_PARAM_SET_EXTENSION: return {.Ended = HandleParameterSet(Type, Bits)};
-    case h264::NAL_DELIMITER: m_Assembly.EndPicture(false); return {};
+    case h264::NAL_DELIMITER: m_Assembly.EndPicture(); return {};
     default: return {};
     }
 }
@@ -241,7 +239,7 @@ Status TaskSupplier::DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force)
 {
     m_Work.Advance(m_pBroker->Guard());
     if (!m_pBroker->PrepareFrames(m_Frames.FirstUncompleted, Force || !pIn)) {
-        if (!pIn) m_Frames.FirstUncompleted = nullptr;
+        if (!pIn) m_Work.GiveUp();
         return StatusNotEnoughData;
     }
     m_pBroker->Start(m_Frames.FirstUncompleted, Force || !pIn);

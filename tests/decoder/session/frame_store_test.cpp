@@ -232,6 +232,24 @@ TEST_F(Supplied, APictureShownLastIsForgottenWithItsFrame)
     EXPECT_EQ(m_Shown.GetWidth(), 32);
 }
 
+TEST_F(Supplied, ResetForgetsThePicturesInHand)
+{
+    const SeqParamSet Seq;
+    const PicParamSet Pic;
+    Give(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, Idr(), 10) + kDelimiter);
+    ASSERT_TRUE(m_Supplier.DeliverFrame(&m_Out, false));
+    ASSERT_TRUE(m_Supplier.LastDisplayed());
+    Give(PcmSlice(Seq, Pic, At(1, 2), 20) + PcmSlice(Seq, Pic, At(2, 4), 30)); // the last one is begun
+    ASSERT_TRUE(m_Supplier.LastDisplayed());
+    m_Supplier.Reset();
+    EXPECT_FALSE(m_Supplier.LastDisplayed());
+    for (const H264DecoderFrame* p = m_Supplier.Dpb()->Head(); p; p = p->m_pNext)
+        EXPECT_TRUE(H264DBPList::IsDisposable(*p));
+    m_Out.SetDataSize(0);
+    Give(PcmSlice(Seq, Pic, Idr(1), 40) + kDelimiter);
+    EXPECT_THAT(Take(), ElementsAre(40));
+}
+
 TEST_F(Supplied, ForcedOutputDoesNotPassAPictureInWork)
 {
     const SeqParamSet Seq{.profile_idc = 77};
@@ -312,5 +330,7 @@ TEST_F(Speeds, EachLeavesOutItsShareOfThePicturesNobodyRefersTo)
         const std::string Expected = kPattern[Speed];
         EXPECT_EQ(m_Supplier.GetSkipInfo().IsDeblockingReduced, Speed == 5 || Speed == 7);
         EXPECT_EQ(m_Supplier.GetSkipInfo().SkippedFrames, std::count(Expected.begin(), Expected.end(), 's'));
+        for (const H264DecoderFrame* p = m_Supplier.Dpb()->Head(); p; p = p->m_pNext)
+            EXPECT_TRUE(!p->m_IsSkipped || H264DBPList::IsDisposable(*p));
     }
 }
