@@ -101,13 +101,17 @@ struct PredictionScratch {
     alignas(64) uint8_t Clamped[2 * kClampedPlane * sizeof(uint16_t)];
 };
 
-struct SliceCursor {
+// What entropy decoding of a macroblock reads and writes, for its conductor (entropy/mb_decoder.h).
+struct EntropyParts {
     SliceView Slice;
     MbState Mb; // the macroblock in hand
     EntropyState Entropy;
     MotionState Motion;
     CountCache Counts;
     MbResidual Coeffs;
+};
+
+struct SliceCursor : EntropyParts {
     PredictionScratch Scratch;
     int32_t CurrentMb = 0; // next macroblock of the picture
     int32_t MbsDone = 0;   // of the task in hand
