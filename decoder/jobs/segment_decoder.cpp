@@ -194,7 +194,7 @@ Status H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t 
 
 void H264SegmentDecoderMultiThreaded::RestoreErrorRect(int32_t Start, int32_t End, const H264Slice* pSlice)
 {
-    if (pSlice) UMC::RestoreErrorRect(Start, End, *pSlice, m_pDpb);
+    if (pSlice) ConcealMacroblocks(Start, End, *pSlice, m_pDpb);
 }
 
 } // namespace UMC

@@ -136,7 +136,7 @@ void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& 
     BuildRefPicLists({Header, Tables.Reordering, MaxFrameNum(*Slice.m_pSeqParamSet)}, Frame, m_Store.Dpb(),
                      Frame.m_RefPicLists.Spare());
     if (Au.m_Slices.empty() && Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = Tables.Marking;
-    UMC::AppendSlice(Frame, m_FieldIndex, Slice);
+    AddSlice(Frame, m_FieldIndex, Slice);
     Au.m_UnitBytes += UnitBytes;
     Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
     Au.m_IsReference |= Header.nal_ref_idc != 0;

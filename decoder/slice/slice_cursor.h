@@ -77,7 +77,8 @@ struct CountCache {
     uint8_t NonZero[3][kCacheSize];
 };
 
-// Of a macroblock of the largest format: three planes of 256, and 16 DC levels of each.
+// Slots of a macroblock of the largest format: three planes of 256, and 16 more for each plane, which stay 0. DC levels
+// are read beside them and take the first slot of each block.
 inline constexpr int kMbCoefficients = 816;
 
 // What entropy decoding leaves of a macroblock for reconstruction, which takes it: coefficients are 0 again behind it.
