@@ -115,9 +115,9 @@ void PictureAssembly::StartPicture(H264DecoderFrame& Frame, const H264Slice& Sli
     for (int Field = 0; Field < 2; ++Field) {
         if (IsField && m_FieldIndex == 1 && Field != Parity) continue;
         // The first field's count stands in for the second's until that comes.
-        Frame.m_PicOrderCnt[Field] = IsField      ? m_PicOrder.m_PicOrderCnt
-                                     : Field == 0 ? m_PicOrder.m_TopFieldOrderCnt
-                                                  : m_PicOrder.m_BottomFieldOrderCnt;
+        Frame.m_PicOrderCnt[Field] = IsField      ? m_PicOrder.PicOrderCnt
+                                     : Field == 0 ? m_PicOrder.TopFieldOrderCnt
+                                                  : m_PicOrder.BottomFieldOrderCnt;
         Frame.m_PicNum[Field] = CurrPicNum(Header);
         Frame.m_RefListResetCount[Field] = 0;
     }

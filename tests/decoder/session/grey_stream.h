@@ -16,7 +16,10 @@ struct GreyStream {
     PicParamSet Pic;
     Bytes Data;
 
-    explicit GreyStream(const SeqParamSet& s = {}, const PicParamSet& p = {}) : Seq(s), Pic(p), Data(Write(s) + Write(p)) {}
+    explicit GreyStream(const SeqParamSet& s = {}, const PicParamSet& p = {})
+        : Seq(s), Pic(p), Data(Write(s) + Write(p))
+    {
+    }
     GreyStream& Idr(uint8_t Value, Slice s = {})
     {
         s.nal_unit_type = 5;

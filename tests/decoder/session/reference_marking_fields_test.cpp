@@ -103,7 +103,7 @@ TEST_F(FieldMarking, MemoryResetLeavesThePictureAlone)
     H264DecoderFrame& Frame = *Decoded(2);
     Frame.m_PicOrderCnt[0] = 30;
     Frame.m_PicOrderCnt[1] = 27;
-    m_PicOrder.m_FrameNumOffset = 32;
+    m_PicOrder.FrameNumOffset = 32;
     m_Slice.m_Header.frame_num = 2;
     EXPECT_TRUE(Mark(Frame, 0, {{5}}));
     EXPECT_FALSE(Reference.IsReferenced());
@@ -112,8 +112,8 @@ TEST_F(FieldMarking, MemoryResetLeavesThePictureAlone)
     EXPECT_EQ(Frame.m_PicOrderCnt[0], 3);
     EXPECT_EQ(Frame.m_PicOrderCnt[1], 0);
     EXPECT_EQ(Frame.m_FrameNum, 0);
-    EXPECT_EQ(m_PicOrder.m_FrameNumOffset, 0);
-    EXPECT_EQ(m_PicOrder.m_PicOrderCntLsb, 3);
+    EXPECT_EQ(m_PicOrder.FrameNumOffset, 0);
+    EXPECT_EQ(m_PicOrder.PicOrderCntLsb, 3);
     EXPECT_TRUE(Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1]);
 }
 

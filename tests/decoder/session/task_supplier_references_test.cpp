@@ -18,7 +18,11 @@ TEST(OrderCounts, TypeOneFollowsTheCycle)
 {
     // A reference every 4 counts, a picture between them 2 earlier: sent after its follower, shown before it.
     GreyStream In({.poc_type = 1, .offset_for_ref_frame = {4}, .offset_for_non_ref_pic = -2});
-    In.Idr(10).Intra(30, Numbered(1, 0)).Intra(20, Numbered(2, 0, 0)).Intra(50, Numbered(2, 0)).Intra(40, Numbered(3, 0, 0));
+    In.Idr(10)
+        .Intra(30, Numbered(1, 0))
+        .Intra(20, Numbered(2, 0, 0))
+        .Intra(50, Numbered(2, 0))
+        .Intra(40, Numbered(3, 0, 0));
     EXPECT_THAT(In.Values(), ElementsAre(10, 20, 30, 40, 50));
 }
 
