@@ -15,46 +15,46 @@ void PicOrderCounter::Compute(const PicOrderPicture& Picture, const PicOrderSequ
     if (Sequence.pic_order_cnt_type == 0) {
         ComputeFromLsb(Picture, Sequence);
     } else {
-        if (Picture.frame_num < m_PrevFrameNum) m_FrameNumOffset = Add(m_FrameNumOffset, Sequence.MaxFrameNum);
+        if (Picture.frame_num < PrevFrameNum) FrameNumOffset = Add(FrameNumOffset, Sequence.MaxFrameNum);
         if (Sequence.pic_order_cnt_type == 1) {
             ComputeFromCycle(Picture, Sequence);
         } else {
             ComputeFromFrameNum(Picture);
         }
     }
-    if (Picture.IsReference) m_PrevRefFrameNum = Picture.frame_num;
-    m_PrevFrameNum = Picture.frame_num;
+    if (Picture.IsReference) PrevRefFrameNum = Picture.frame_num;
+    PrevFrameNum = Picture.frame_num;
 }
 
 void PicOrderCounter::SetCounts(const PicOrderPicture& Picture, int32_t Top, int32_t Bottom)
 {
-    if (!Picture.IsField || !Picture.IsBottomField) m_TopFieldOrderCnt = Top;
-    if (!Picture.IsField || Picture.IsBottomField) m_BottomFieldOrderCnt = Bottom;
-    m_PicOrderCnt = !Picture.IsField ? std::min(Top, Bottom) : Picture.IsBottomField ? Bottom : Top;
+    if (!Picture.IsField || !Picture.IsBottomField) TopFieldOrderCnt = Top;
+    if (!Picture.IsField || Picture.IsBottomField) BottomFieldOrderCnt = Bottom;
+    PicOrderCnt = !Picture.IsField ? std::min(Top, Bottom) : Picture.IsBottomField ? Bottom : Top;
 }
 
 void PicOrderCounter::ComputeFromLsb(const PicOrderPicture& Picture, const PicOrderSequence& Sequence) // 8.2.1.1
 {
     const int32_t MaxLsb = Sequence.MaxPicOrderCntLsb;
     const int32_t Lsb = Picture.pic_order_cnt_lsb;
-    int32_t Msb = m_PicOrderCntMsb;
-    if (Lsb < m_PicOrderCntLsb && m_PicOrderCntLsb - Lsb >= MaxLsb / 2) {
+    int32_t Msb = PicOrderCntMsb;
+    if (Lsb < PicOrderCntLsb && PicOrderCntLsb - Lsb >= MaxLsb / 2) {
         Msb = Add(Msb, MaxLsb);
-    } else if (Lsb > m_PicOrderCntLsb && Lsb - m_PicOrderCntLsb > MaxLsb / 2) {
+    } else if (Lsb > PicOrderCntLsb && Lsb - PicOrderCntLsb > MaxLsb / 2) {
         Msb = Add(Msb, -MaxLsb);
     }
     const int32_t Count = Add(Msb, Lsb);
     SetCounts(Picture, Count, Picture.IsField ? Count : Add(Count, Picture.delta_pic_order_cnt_bottom));
     if (Picture.IsReference) {
-        m_PicOrderCntMsb = Msb;
-        m_PicOrderCntLsb = Lsb;
+        PicOrderCntMsb = Msb;
+        PicOrderCntLsb = Lsb;
     }
 }
 
 void PicOrderCounter::ComputeFromCycle(const PicOrderPicture& Picture, const PicOrderSequence& Sequence) // 8.2.1.2
 {
     const auto Cycle = static_cast<int32_t>(Sequence.OffsetSums.size());
-    int32_t AbsFrameNum = Cycle == 0 ? 0 : Add(m_FrameNumOffset, Picture.frame_num);
+    int32_t AbsFrameNum = Cycle == 0 ? 0 : Add(FrameNumOffset, Picture.frame_num);
     if (!Picture.IsReference && AbsFrameNum > 0) --AbsFrameNum;
     int32_t Expected = 0;
     if (AbsFrameNum > 0) {
@@ -71,16 +71,16 @@ void PicOrderCounter::ComputeFromCycle(const PicOrderPicture& Picture, const Pic
 
 void PicOrderCounter::ComputeFromFrameNum(const PicOrderPicture& Picture) // clause 8.2.1.3
 {
-    const int32_t FrameCount = Add(m_FrameNumOffset, Picture.frame_num);
+    const int32_t FrameCount = Add(FrameNumOffset, Picture.frame_num);
     const int32_t Count = Add(Add(FrameCount, FrameCount), Picture.IsReference ? 0 : -1);
     SetCounts(Picture, Count, Count);
 }
 
 void PicOrderCounter::ApplyMemoryReset(bool IsBottomField, int32_t TopOrderCnt)
 {
-    m_FrameNumOffset = m_PrevFrameNum = m_PrevRefFrameNum = 0;
-    m_PicOrderCntMsb = 0;
-    m_PicOrderCntLsb = IsBottomField ? 0 : TopOrderCnt;
+    FrameNumOffset = PrevFrameNum = PrevRefFrameNum = 0;
+    PicOrderCntMsb = 0;
+    PicOrderCntLsb = IsBottomField ? 0 : TopOrderCnt;
 }
 
 } // namespace h264

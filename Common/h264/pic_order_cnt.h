@@ -28,13 +28,13 @@ constexpr int32_t PicOrderCntLsb(int32_t Count, int32_t MaxPicOrderCntLsb) { ret
 
 /// The state that runs from picture to picture. Sums wrap at 32 bits, which only damaged streams reach.
 struct PicOrderCounter {
-    int32_t m_PrevRefFrameNum = 0, m_PrevFrameNum = 0;
-    int32_t m_PicOrderCntMsb = 0, m_PicOrderCntLsb = 0; // of the reference picture before
-    int32_t m_FrameNumOffset = 0;
+    int32_t PrevRefFrameNum = 0, PrevFrameNum = 0;
+    int32_t PicOrderCntMsb = 0, PicOrderCntLsb = 0; // of the reference picture before
+    int32_t FrameNumOffset = 0;
 
     // Result of the last Compute(): of a frame both, of a field its own.
-    int32_t m_TopFieldOrderCnt = 0, m_BottomFieldOrderCnt = 0;
-    int32_t m_PicOrderCnt = 0; // of a field its own, of a frame the smaller
+    int32_t TopFieldOrderCnt = 0, BottomFieldOrderCnt = 0;
+    int32_t PicOrderCnt = 0; // of a field its own, of a frame the smaller
 
     void Reset() { *this = PicOrderCounter{}; }
 
@@ -42,7 +42,7 @@ struct PicOrderCounter {
     void StartIdr(int32_t FrameNum)
     {
         Reset();
-        m_PrevRefFrameNum = m_PrevFrameNum = FrameNum;
+        PrevRefFrameNum = PrevFrameNum = FrameNum;
     }
 
     /// Computes the counts of a picture and moves the state on.

@@ -22,22 +22,26 @@ class MBDecoder : protected ResidualDecoderCABAC<Coeffs, color_format, is_field>
 {
 protected:
     // One macroblock, which the cursor has gone to, of an I, P or B slice.
+    //
+    // These and the functions below that take EntropyParts are one conductor: they choose what comes next and hand the
+    // parts on, nearly all of them, to functions that get what they read and write. Parts by themselves would be copied
+    // to the next call for every macroblock. What the conductor writes is Entropy and the macroblock's records.
     template <SliceType kSlice, bool kMbaff>
-    static void DecodeMbCAVLC(SliceCursor& c)
+    static void DecodeMbCAVLC(EntropyParts& c)
     {
         using Syntax = SyntaxOf<CavlcSyntax, kMbaff>;
         if (kSlice != SLICE_I && TakeSkipRun(c.Entropy))
-            SkipMacroblock<Syntax, kSlice>(c);
+            SkipMacroblock<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, c.Counts);
         else
             CodedMacroblock<Syntax, kSlice>(c);
         if (c.Entropy.Bits.Overrun()) throw h264_exception(StatusInvalidParams);
     }
     template <SliceType kSlice, bool kMbaff>
-    static void DecodeMbCABAC(SliceCursor& c)
+    static void DecodeMbCABAC(EntropyParts& c)
     {
         using Syntax = SyntaxOf<CabacSyntax, kMbaff>;
         if (kSlice != SLICE_I && Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == SLICE_B))
-            SkipMacroblock<Syntax, kSlice>(c);
+            SkipMacroblock<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, c.Counts);
         else
             CodedMacroblock<Syntax, kSlice>(c);
         if (c.Entropy.Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
@@ -70,19 +74,20 @@ private:
     }
 
     template <class Syntax, SliceType kSlice>
-    static void SkipMacroblock(SliceCursor& c)
+    static void SkipMacroblock(const SliceView& s, const MbState& Mb, EntropyState& e, MotionState& Motion,
+                               const CountCache& Counts)
     {
         if constexpr (kSlice == SLICE_B)
-            SkipMotionB(c.Slice, c.Mb, c.Motion);
+            SkipMotionB(s, Mb, Motion);
         else
-            SkipMotionP<Syntax::kMbaff>(c.Slice, c.Mb, c.Motion);
-        if constexpr (Syntax::kCabac) ClearMvd<kSlice>(c.Slice, c.Mb);
-        Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, false, false);
-        c.Entropy.PrevDeltaQp = 0;
+            SkipMotionP<Syntax::kMbaff>(s, Mb, Motion);
+        if constexpr (Syntax::kCabac) ClearMvd<kSlice>(s, Mb);
+        Residual<Syntax>::StoreCounts(s, Mb, Counts, false, false);
+        e.PrevDeltaQp = 0;
     }
 
     template <class Syntax, SliceType kSlice>
-    static void CodedMacroblock(SliceCursor& c)
+    static void CodedMacroblock(EntropyParts& c)
     {
         uint32_t Type;
         if constexpr (kSlice == SLICE_I) {
@@ -111,7 +116,7 @@ private:
     }
 
     template <class Syntax, SliceType kSlice>
-    static void InterMacroblock(SliceCursor& c, uint32_t Type)
+    static void InterMacroblock(EntropyParts& c, uint32_t Type)
     {
         const bool Allows8x8 = ReadMotion<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, Type);
         MbGlobalInfo& Global = *c.Mb.pGlobal;
@@ -131,11 +136,11 @@ private:
     }
 
     template <class Syntax>
-    static void IntraMacroblock(SliceCursor& c, uint32_t Type)
+    static void IntraMacroblock(EntropyParts& c, uint32_t Type)
     {
         MbGlobalInfo& Global = *c.Mb.pGlobal;
         MbLocalInfo& Local = *c.Mb.pLocal;
-        if (Type == h264::kIntraPcmType) return PcmMacroblock<Syntax>(c);
+        if (Type == h264::kIntraPcmType) return PcmMacroblock<Syntax>(c.Slice, c.Mb, c.Entropy, c.Coeffs);
         if (Type == h264::kIntraNxNType) {
             Global.MbType = MBTYPE_INTRA4x4;
             if constexpr (is_high_profile)
@@ -161,20 +166,20 @@ private:
     }
 
     template <class Syntax>
-    static void PcmMacroblock(SliceCursor& c)
+    static void PcmMacroblock(const SliceView& s, const MbState& Mb, EntropyState& e, MbResidual& r)
     {
-        if constexpr (Syntax::kCabac) c.Entropy.Bits.SetBitPosition(c.Entropy.Cabac.BitsDecoded());
-        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(
-            c.Entropy.Bits, c.Slice.LumaDepth<PlaneY>(), c.Slice.ChromaDepth<PlaneUV>(), c.Coeffs);
-        if constexpr (Syntax::kCabac) c.Entropy.Cabac.Start(c.Entropy.Bits);
-        MbLocalInfo& Local = *c.Mb.pLocal;
-        c.Mb.pGlobal->MbType = MBTYPE_PCM;
+        if constexpr (Syntax::kCabac) e.Bits.SetBitPosition(e.Cabac.BitsDecoded());
+        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(e.Bits, s.LumaDepth<PlaneY>(),
+                                                                                     s.ChromaDepth<PlaneUV>(), r);
+        if constexpr (Syntax::kCabac) e.Cabac.Start(e.Bits);
+        MbLocalInfo& Local = *Mb.pLocal;
+        Mb.pGlobal->MbType = MBTYPE_PCM;
         Local.CodedBlockBits = 0x1FFFF;
         Local.CodedBlockBitsChroma[0] = Local.CodedBlockBitsChroma[1] = 0x1FFFF;
         Local.CodedBlockPattern = 0x2F;
         Local.Qp = 0; // what deblocking takes for it (clause 8.7.2.2); the QP carried on stays
-        std::memset(c.Slice.Local.pCoeffCounts + c.Mb.Number * kCountsPerMb, 16, kCountsPerMb);
-        c.Entropy.PrevDeltaQp = 0;
+        std::memset(s.Local.pCoeffCounts + Mb.Number * kCountsPerMb, 16, kCountsPerMb);
+        e.PrevDeltaQp = 0;
     }
 
     // Adds mb_qp_delta to the running QP (equation 7-37).
@@ -189,7 +194,7 @@ private:
     }
 
     template <class Syntax>
-    static void ReadResidual(SliceCursor& c, bool Is16x16)
+    static void ReadResidual(EntropyParts& c, bool Is16x16)
     {
         const uint32_t Pattern = c.Mb.pLocal->CodedBlockPattern;
         if (Is16x16)

@@ -29,7 +29,7 @@ void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrd
 
 } // namespace
 
-void RestoreErrorRect(int32_t Start, int32_t End, const H264Slice& Slice, const H264DBPList* pDpb)
+void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, const H264DBPList* pDpb)
 {
     if (Start >= End || Slice.m_UsesSliceGroups) return;
     const SliceHeaderFields& Header = Slice.m_Header;

@@ -12,7 +12,7 @@ namespace UMC {
 // Patches the macroblocks Start..End - 1 of the slice's picture from an older one, and marks the picture as not to be
 // shown. Nothing happens for an empty span or slice groups. pDpb may be null: holes are then filled with grey where the
 // slice's lists name no picture.
-void RestoreErrorRect(int32_t Start, int32_t End, const H264Slice& Slice, const H264DBPList* pDpb);
+void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, const H264DBPList* pDpb);
 
 // Copies the samples from macroblock Start up to macroblock End, as ranges of memory, from the reference, which is laid
 // out alike, or fills them with grey when that is null.

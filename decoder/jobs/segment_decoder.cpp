@@ -48,7 +48,7 @@ void H264SegmentDecoderMultiThreaded::ProcessTask(H264Task& Task)
     FinishTask(Task);
 }
 
-void H264SegmentDecoderMultiThreaded::TryRestore(int32_t Start, H264Slice* pSlice)
+void H264SegmentDecoderMultiThreaded::TryRestore(int32_t Start, const H264Slice* pSlice)
 try {
     if (pSlice) RestoreErrorRect(Start, pSlice->m_MaxMbNumber, pSlice);
 } catch (...) { // the picture is withheld already: nothing more can be done for it
@@ -69,7 +69,7 @@ void H264SegmentDecoderMultiThreaded::FinishTask(H264Task& Task)
     if (m_pSlice && Task.TaskId == TASK_PROCESS) {
         const int32_t Lines = ((m_Cursor.Motion.MaxMv + 6) >> 2)
                               << (m_pSlice->m_Header.field_pic_flag || m_pSlice->m_Header.MbaffFrameFlag ? 1 : 0);
-        m_pSlice->m_Progress.MaxMvDistance = std::max(m_pSlice->m_Progress.MaxMvDistance, Lines);
+        m_pProgress->MaxMvDistance = std::max(m_pProgress->MaxMvDistance, Lines);
     }
     m_pTasks->TaskDone(Task);
 }
@@ -82,6 +82,7 @@ void H264SegmentDecoderMultiThreaded::InitializeSlice(const H264Task& Task)
         return;
     }
     m_pSlice = Task.pSlice;
+    m_pProgress = Task.pProgress;
     m_Cursor.View(*m_pSlice);
     const Status Result = CreateSegmentDecoder();
     if (Result != StatusOk) throw h264_exception(Result);
@@ -102,9 +103,9 @@ Status H264SegmentDecoderMultiThreaded::DecodeRun(int32_t FirstMb, int32_t Count
     const Status Result = m_pSlice->m_pPicParamSet->entropy_coding_mode_flag
                               ? m_pSegment->DecodeSegmentCABACSingle(FirstMb, Count, *this)
                               : m_pSegment->DecodeSegmentCAVLCSingle(FirstMb, Count, *this);
-    m_pSlice->m_Progress.MbSkipRun = m_Cursor.Entropy.MbSkipRun;
-    m_pSlice->m_Progress.QpLuma = m_Cursor.Entropy.QpLuma;
-    m_pSlice->m_Progress.PrevDeltaQp = m_Cursor.Entropy.PrevDeltaQp;
+    m_pProgress->MbSkipRun = m_Cursor.Entropy.MbSkipRun;
+    m_pProgress->QpLuma = m_Cursor.Entropy.QpLuma;
+    m_pProgress->PrevDeltaQp = m_Cursor.Entropy.PrevDeltaQp;
     return Result;
 }
 
@@ -112,7 +113,7 @@ Status H264SegmentDecoderMultiThreaded::ProcessSlice(int32_t FirstMb, int32_t& C
 {
     const uint32_t FilterIdc = m_pSlice->m_Header.disable_deblocking_filter_idc;
     const bool Deblock =
-        FilterIdc != 1 && (FilterIdc == 2 || m_pSlice->m_Progress.DeblockFromTask) && !m_pSlice->m_UsesSliceGroups;
+        FilterIdc != 1 && (FilterIdc == 2 || m_pProgress->DeblockFromTask) && !m_pSlice->m_UsesSliceGroups;
     const int32_t Budget = Count;
     try {
         if (m_pSlice->m_UsesSliceGroups)
@@ -191,9 +192,9 @@ Status H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t 
     return StatusOk;
 }
 
-void H264SegmentDecoderMultiThreaded::RestoreErrorRect(int32_t Start, int32_t End, H264Slice* pSlice)
+void H264SegmentDecoderMultiThreaded::RestoreErrorRect(int32_t Start, int32_t End, const H264Slice* pSlice)
 {
-    if (pSlice) UMC::RestoreErrorRect(Start, End, *pSlice, m_pDpb);
+    if (pSlice) ConcealMacroblocks(Start, End, *pSlice, m_pDpb);
 }
 
 } // namespace UMC

@@ -23,7 +23,8 @@ public:
     virtual Status Init(int32_t ThreadNumber);
 
     SliceCursor m_Cursor;                       // over the slice in hand
-    H264Slice* m_pSlice = nullptr;              // null in a task for a whole picture
+    const H264Slice* m_pSlice = nullptr;        // null in a task for a whole picture
+    SliceProgress* m_pProgress = nullptr;       // of that slice
     SegmentDecoderHPBase* m_pSegment = nullptr; // the member of the family that decodes the slice
 };
 
@@ -51,12 +52,12 @@ public:
 
     // Patches the macroblocks Start..End - 1, which no data came for (jobs/concealment.h). Nothing happens without a
     // slice.
-    void RestoreErrorRect(int32_t Start, int32_t End, H264Slice* pSlice);
+    void RestoreErrorRect(int32_t Start, int32_t End, const H264Slice* pSlice);
 
 private:
     void ProcessTask(H264Task& Task);
     Status RunTask(H264Task& Task);
-    void TryRestore(int32_t Start, H264Slice* pSlice);
+    void TryRestore(int32_t Start, const H264Slice* pSlice);
     Status DecodeRun(int32_t FirstMb, int32_t Count);
     void ProcessRows(int32_t FirstMb, int32_t End, bool Deblock);
     Status DeblockPicture(int32_t FirstMb, int32_t End);

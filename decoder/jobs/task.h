@@ -7,6 +7,7 @@ namespace UMC {
 
 class H264Slice;
 struct H264DecoderFrameInfo;
+struct SliceProgress;
 
 enum TaskId : int32_t {
     TASK_PROCESS = 0,        // a whole slice: entropy decoding and reconstruction together
@@ -14,8 +15,10 @@ enum TaskId : int32_t {
     TASK_DEBLOCK_PICTURE = 6 // deblocking of a whole picture, whose slices lie across each other
 };
 
+// A copy for the thread that asked: the broker fills it, and of its fields the segment decoder writes MbCount alone.
 struct H264Task {
-    H264Slice* pSlice = nullptr; // of a whole picture the one with the lowest macroblock
+    const H264Slice* pSlice = nullptr;  // of a whole picture the one with the lowest macroblock
+    SliceProgress* pProgress = nullptr; // of that slice, which the task holds until it is done
     H264DecoderFrameInfo* pAu = nullptr;
     int32_t FirstMb = 0;
     int32_t MaxMb = 0;   // stop position

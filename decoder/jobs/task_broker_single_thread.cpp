@@ -15,10 +15,10 @@ void PassBudget(const H264DecoderFrameInfo& Au, const H264Slice& Slice)
     if (Next < Au.m_Slices.size()) Au.m_Slices[Next]->m_Progress.MbBudget = Slice.m_Progress.MbBudget;
 }
 
-void MarkDeblocked(H264Slice& Slice)
+void MarkDeblocked(SliceProgress& Progress)
 {
-    Slice.m_Progress.Deblocked = true;
-    Slice.m_Progress.InWork = false;
+    Progress.Deblocked = true;
+    Progress.InWork = false;
 }
 
 } // namespace
@@ -46,6 +46,7 @@ bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& T
         Task = H264Task{};
         Task.TaskId = TASK_PROCESS;
         Task.pSlice = pSlice;
+        Task.pProgress = &pSlice->m_Progress;
         Task.pAu = &Au;
         Task.FirstMb = pSlice->m_FirstMbNumber;
         Task.MaxMb = pSlice->m_MaxMbNumber;
@@ -70,6 +71,7 @@ bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Ta
         Task = H264Task{};
         Task.TaskId = TASK_DEBLOCK_SLICE;
         Task.pSlice = pSlice;
+        Task.pProgress = &pSlice->m_Progress;
         Task.pAu = &Au;
         Task.FirstMb = pSlice->m_FirstMbNumber;
         Task.MaxMb = pSlice->m_MaxMbNumber;
@@ -94,6 +96,7 @@ bool TaskBrokerSingleThread::NextPictureDeblockingTask(H264DecoderFrameInfo& Au,
     Task = H264Task{};
     Task.TaskId = TASK_DEBLOCK_PICTURE;
     Task.pSlice = *First;
+    Task.pProgress = &(*First)->m_Progress;
     Task.pAu = &Au;
     Task.FirstMb = (*First)->m_FirstMbNumber;
     Task.MaxMb = (*First)->m_MbWidth * (*First)->m_MbHeight;
@@ -104,21 +107,22 @@ bool TaskBrokerSingleThread::NextPictureDeblockingTask(H264DecoderFrameInfo& Au,
 void TaskBrokerSingleThread::TaskDone(const H264Task& Task)
 {
     const AutomaticMutex Hold(m_Lock);
-    H264Slice& Slice = *Task.pSlice;
+    const H264Slice& Slice = *Task.pSlice;
+    SliceProgress& Progress = *Task.pProgress;
     switch (Task.TaskId) {
     case TASK_PROCESS:
         if (Slice.m_UsesSliceGroups) {
-            Slice.m_Progress.MbBudget -= Task.MbCount;
+            Progress.MbBudget -= Task.MbCount;
             PassBudget(*Task.pAu, Slice);
-        } else if (!Slice.m_Progress.Deblocked) {
-            Slice.m_Progress.Deblocked = Slice.m_Progress.DeblockFromTask;
+        } else if (!Progress.Deblocked) {
+            Progress.Deblocked = Progress.DeblockFromTask;
         }
-        Slice.m_Progress.Decoded = true;
-        Slice.m_Progress.InWork = false;
+        Progress.Decoded = true;
+        Progress.InWork = false;
         break;
-    case TASK_DEBLOCK_SLICE: MarkDeblocked(Slice); break;
+    case TASK_DEBLOCK_SLICE: MarkDeblocked(Progress); break;
     case TASK_DEBLOCK_PICTURE:
-        for (H264Slice* const pSlice : m_pCurrentAu->m_Slices) MarkDeblocked(*pSlice);
+        for (H264Slice* const pSlice : m_pCurrentAu->m_Slices) MarkDeblocked(pSlice->m_Progress);
         break;
     }
 }

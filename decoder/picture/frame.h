@@ -27,6 +27,8 @@ struct H264MbInfo {
 // was counted as busy for it.
 using ReleasedFrames = std::array<uint16_t, kMaxFrames>;
 
+// Belongs to the list of the session's frame store. The session's classes write it, each the parts that it says;
+// decoding writes its samples and m_MbInfo, and clears m_FrameExists where macroblocks were lost.
 class H264DecoderFrame : public H264DecYUVWorkSpace
 {
 public:

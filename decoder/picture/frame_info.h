@@ -14,7 +14,8 @@ class H264DecoderFrame;
 
 enum class AuStatus : int32_t { Empty = 0, SecondFieldExpected = 1, Ready = 2, Finished = 3, InBroker = 4 };
 
-// The slices of one field, or of a frame, and how far they have got.
+// The slices of one field, or of a frame, and how far they have got. Part of its frame: the session fills it until it
+// is Ready; from then on the task broker writes status, places and link under its lock, up to the end of decoding.
 struct H264DecoderFrameInfo {
     H264DecoderFrame* m_pFrame = nullptr;
     std::vector<H264Slice*> m_Slices; // in decoding order; the slice pool owns them

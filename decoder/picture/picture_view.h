@@ -22,6 +22,7 @@ const Sample* SampleAt(const uint8_t* pPlane, ptrdiff_t Pitch, int x, int y)
 
 // A field is every second line of the frame: its planes begin at its first line, its pitches are doubled, and its
 // macroblocks stand in the frame's arrays one field behind the other. Nothing that works on a view asks for more.
+// A value of its holder: ViewPicture() makes it and nobody changes it.
 struct PictureView {
     uint8_t* pPlane[3] = {};
     ptrdiff_t PitchLuma = 0, PitchChroma = 0; // bytes

@@ -12,7 +12,7 @@ namespace UMC {
 class FrameGaps
 {
 public:
-    FrameGaps(FramesInHand& Frames, FrameStore& Store, ReferenceMarking& Marking, h264::PicOrderCounter& PicOrder)
+    FrameGaps(const FramesInHand& Frames, FrameStore& Store, ReferenceMarking& Marking, h264::PicOrderCounter& PicOrder)
         : m_Frames(Frames), m_Store(Store), m_Marking(Marking), m_PicOrder(PicOrder)
     {
     }
@@ -27,7 +27,7 @@ public:
 private:
     bool FillOneGap(const H264Slice& Slice, int32_t FrameNum, Status& Refused);
 
-    FramesInHand& m_Frames;
+    const FramesInHand& m_Frames;
     FrameStore& m_Store;
     ReferenceMarking& m_Marking;
     h264::PicOrderCounter& m_PicOrder; // counts the frames of a gap

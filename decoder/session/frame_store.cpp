@@ -49,7 +49,8 @@ int32_t FrameStore::MaxFrames() const
     // A stream may use more references than its level allows; without room for them no picture could ever be added.
     const H264SeqParamSet* const pSeq = m_Headers.CurrentSeqParamSet();
     const int32_t References = pSeq ? static_cast<int32_t>(pSeq->num_ref_frames) : 0;
-    return std::max(m_DpbSize, References) + m_SpareFrames + 1;
+    // Each needs an index, however many threads the spare ones are for.
+    return std::min(std::max(m_DpbSize, References) + m_SpareFrames + 1, kMaxFrames);
 }
 
 bool FrameStore::HasRoom() const { return m_Dpb.CountAll() < MaxFrames() || m_Dpb.FindOldestDisposable(); }
@@ -66,12 +67,11 @@ H264DecoderFrame* FrameStore::GetFreeFrame()
         m_Dpb.Append(pFrame);
     }
     ResetFrame(*pFrame, m_SliceHeap);
-    pFrame->m_BusyCount = 2;
     m_Frames.Forget(pFrame);
     return pFrame;
 }
 
-H264DecoderFrame* FrameStore::TakeFrame(const H264Slice& Slice, Status& Refused)
+H264DecoderFrame* FrameStore::PrepareFrame(const H264Slice& Slice, Status& Refused)
 {
     H264DecoderFrame* const pFrame = GetFreeFrame();
     if (!pFrame) return nullptr;
@@ -86,9 +86,16 @@ H264DecoderFrame* FrameStore::TakeFrame(const H264Slice& Slice, Status& Refused)
     return pFrame;
 }
 
+H264DecoderFrame* FrameStore::TakeFrame(const H264Slice& Slice, Status& Refused)
+{
+    H264DecoderFrame* const pFrame = PrepareFrame(Slice, Refused);
+    if (pFrame) pFrame->m_BusyCount = 2;
+    return pFrame;
+}
+
 H264DecoderFrame* FrameStore::TakeMadeUpFrame(const H264Slice& Slice, Status& Refused)
 {
-    H264DecoderFrame* const pFrame = TakeFrame(Slice, Refused);
+    H264DecoderFrame* const pFrame = PrepareFrame(Slice, Refused);
     if (!pFrame) return nullptr;
     pFrame->FillGrey();
     pFrame->ClearMbInfo();
@@ -96,7 +103,6 @@ H264DecoderFrame* FrameStore::TakeMadeUpFrame(const H264Slice& Slice, Status& Re
     pFrame->m_Au[0].m_Status = AuStatus::Finished;
     pFrame->m_IsDisplayable = pFrame->m_IsSkipped = true;
     pFrame->m_FrameExists = false;
-    pFrame->m_BusyCount = 0;
     ++m_Frames.Progress;
     return pFrame;
 }
@@ -143,7 +149,6 @@ void FrameStore::Reset()
 {
     for (H264DecoderFrame* p = m_Dpb.Head(); p; p = p->m_pNext) DiscardFrame(*p);
     m_SliceHeap.Reset();
-    m_Frames.CurrentFrame = m_Frames.FirstUncompleted = m_Frames.LastDisplayed = nullptr;
 }
 
 void FrameStore::Close()

@@ -47,6 +47,7 @@ public:
 private:
     int32_t MaxFrames() const; // beyond which no frame is made
     H264DecoderFrame* GetFreeFrame();
+    H264DecoderFrame* PrepareFrame(const H264Slice& Slice, Status& Refused); // nobody is busy with it yet
     template <class Unwanted>
     void RemoveFrames(Unwanted&& IsUnwanted); // those of them that nobody needs
     void RemoveFrame(H264DecoderFrame* pFrame);

@@ -10,13 +10,13 @@
 
 namespace UMC {
 
-// Two entries a thread. An entry is made on its first use.
+// One entry a thread, made on its first use.
 class LocalMbPool
 {
 public:
     void Init(int32_t ThreadCount)
     {
-        m_LocalMbInfo.assign(static_cast<size_t>(ThreadCount) * 2, nullptr);
+        m_LocalMbInfo.assign(static_cast<size_t>(ThreadCount), nullptr);
         m_ThreadCount = ThreadCount;
         m_NextResource = 0;
     }

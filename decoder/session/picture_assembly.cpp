@@ -21,6 +21,7 @@ void PictureAssembly::Reset()
     m_PicOrder.Reset();
     m_Marking.Reset();
     m_FieldIndex = 0;
+    m_Frames.CurrentFrame = nullptr;
 }
 
 void PictureAssembly::Close()
@@ -67,7 +68,10 @@ bool PictureAssembly::PlaceSlice(const H264Slice& Slice, Status& Refused)
 bool PictureAssembly::OpenPicture(const H264Slice& Slice, Status& Refused)
 {
     m_Store.RemoveSurplusFrames(*Slice.m_pSeqParamSet);
-    if (!m_Gaps.FillFrameGaps(Slice, Refused)) return false;
+    if (!m_Gaps.FillFrameGaps(Slice, Refused)) {
+        m_Frames.CurrentFrame = nullptr; // it is complete: the gap comes behind it
+        return false;
+    }
     H264DecoderFrame* const pFrame = AddFrame(Slice, Refused);
     if (!pFrame) return false;
     m_Frames.CurrentFrame = pFrame;
@@ -111,9 +115,9 @@ void PictureAssembly::StartPicture(H264DecoderFrame& Frame, const H264Slice& Sli
     for (int Field = 0; Field < 2; ++Field) {
         if (IsField && m_FieldIndex == 1 && Field != Parity) continue;
         // The first field's count stands in for the second's until that comes.
-        Frame.m_PicOrderCnt[Field] = IsField      ? m_PicOrder.m_PicOrderCnt
-                                     : Field == 0 ? m_PicOrder.m_TopFieldOrderCnt
-                                                  : m_PicOrder.m_BottomFieldOrderCnt;
+        Frame.m_PicOrderCnt[Field] = IsField      ? m_PicOrder.PicOrderCnt
+                                     : Field == 0 ? m_PicOrder.TopFieldOrderCnt
+                                                  : m_PicOrder.BottomFieldOrderCnt;
         Frame.m_PicNum[Field] = CurrPicNum(Header);
         Frame.m_RefListResetCount[Field] = 0;
     }
@@ -132,18 +136,25 @@ void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& 
     BuildRefPicLists({Header, Tables.Reordering, MaxFrameNum(*Slice.m_pSeqParamSet)}, Frame, m_Store.Dpb(),
                      Frame.m_RefPicLists.Spare());
     if (Au.m_Slices.empty() && Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = Tables.Marking;
-    UMC::AppendSlice(Frame, m_FieldIndex, Slice);
+    AddSlice(Frame, m_FieldIndex, Slice);
     Au.m_UnitBytes += UnitBytes;
     Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
     Au.m_IsReference |= Header.nal_ref_idc != 0;
     Au.m_UsesSliceGroups |= Slice.m_UsesSliceGroups;
 }
 
-void PictureAssembly::EndPicture(bool IsInputOver)
+void PictureAssembly::EndPicture()
+{
+    if (m_Frames.CurrentFrame) FinishPicture(*m_Frames.CurrentFrame, m_FieldIndex);
+}
+
+void PictureAssembly::EndInput()
 {
     if (!m_Frames.CurrentFrame) return;
-    FinishPicture(*m_Frames.CurrentFrame, m_FieldIndex);
-    if (IsInputOver && m_Frames.CurrentFrame->IsFieldPair()) CompleteMissingField(*m_Frames.CurrentFrame);
+    EndPicture();
+    if (m_Frames.CurrentFrame->IsFieldPair()) CompleteMissingField(*m_Frames.CurrentFrame);
+    if (!m_Frames.FirstUncompleted && m_Frames.IsFilling()) m_Frames.FirstUncompleted = m_Frames.CurrentFrame;
+    m_Frames.CurrentFrame = nullptr;
 }
 
 // The second field did not come: the frame is complete with its lines grey.
@@ -152,8 +163,7 @@ void PictureAssembly::CompleteMissingField(H264DecoderFrame& Frame)
     if (Frame.m_Au[1].m_Status != AuStatus::SecondFieldExpected) return;
     const int First = Frame.m_BottomFieldFlag[0], Missing = 1 - First;
     Frame.m_PicOrderCnt[Missing] = Frame.m_PicOrderCnt[First];
-    Frame.m_IsShortTerm[Missing] = Frame.m_IsShortTerm[First];
-    Frame.m_IsLongTerm[Missing] = Frame.m_IsLongTerm[First];
+    m_Marking.MarkMissingField(Frame, Missing);
     Frame.m_PicNum[Missing] = h264::FieldPicNum(Frame.m_FrameNum, true);
     Frame.m_Au[1].m_Status = AuStatus::Empty;
     Frame.FillFieldGrey(Missing);
@@ -180,17 +190,13 @@ void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
     Au.m_Status = AuStatus::Ready;
 }
 
-// True when the picture is not to be decoded; it is finished then.
+// True when the picture, which is no reference, is not to be decoded; it is finished and free then.
 bool PictureAssembly::SkipPicture(H264DecoderFrame& Frame, int Field)
 {
     if (Frame.IsFieldPair() && Field == 0) return false;
     if (!m_Skip.IsSkipWanted(Frame.m_Au[0].m_IsReference || Frame.m_Au[1].m_IsReference)) return false;
-    for (int i = 0; i < 2; ++i) {
-        Frame.m_Au[i].m_Status = AuStatus::Finished;
-        Frame.m_IsShortTerm[i] = Frame.m_IsLongTerm[i] = false;
-    }
+    for (H264DecoderFrameInfo& Au : Frame.m_Au) Au.m_Status = AuStatus::Finished;
     m_Work.Finish(Frame);
-    Frame.m_BusyCount = 0;
     Frame.m_IsSkipped = true;
     return true;
 }

@@ -19,9 +19,9 @@ namespace UMC {
 
 using SegmentDecoders = std::vector<std::unique_ptr<H264SegmentDecoderMultiThreaded>>; // one a thread
 
-// Writes the picture in hand until it is complete and ready for the broker. Functions that may fail tell in Refused
-// what a later call cannot mend; false without that means that there is no room yet. They may throw std::bad_alloc,
-// which leaves the buffer consistent.
+// Writes the picture in hand (FramesInHand::CurrentFrame) until it is complete and ready for the broker. Functions that
+// may fail tell in Refused what a later call cannot mend; false without that means that there is no room yet. They may
+// throw std::bad_alloc, which leaves the buffer consistent.
 class PictureAssembly
 {
 public:
@@ -40,7 +40,8 @@ public:
     bool PlaceSlice(const H264Slice& Slice, Status& Refused);
     // Nothing can refuse a slice that was placed any more. Belongs to its picture from now on.
     void AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& Refused);
-    void EndPicture(bool IsInputOver); // completes the picture in hand, if there is one
+    void EndPicture(); // completes the picture in hand, if there is one
+    void EndInput();   // completes it without what is missing; none is in hand any more
 
 private:
     bool OpenPicture(const H264Slice& Slice, Status& Refused);

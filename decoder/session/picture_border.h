@@ -7,9 +7,9 @@
 
 namespace UMC {
 
-// Whether a slice continues the picture that First began, clause 7.4.1.2.4. Beyond the clause: a slice that repeats
-// First's first macroblock begins a new picture, and so does one after a change of the sequence parameter set itself,
-// whose pictures may be of another size. A picture parameter set may change between two slices.
+// Whether a slice continues the picture that First began, clause 7.4.1.2.4. Beyond the clause a new picture begins with
+// a slice that repeats First's first macroblock, and where the content of the sequence parameter set has changed: its
+// pictures may be of another size. A new content of the picture parameter set that both slices name ends no picture.
 bool IsSamePicture(const H264Slice& First, const H264Slice& Slice);
 
 // Whether a slice begins the second field of the frame whose first field First began.

@@ -34,7 +34,11 @@ public:
     // From the first sequence parameter set on a frame is shown as soon as it is the oldest: no delay is granted for
     // reordering, whatever the stream declares.
     void EndDisplayDelay() { m_DisplayDelay = 0; }
-    void Reset() { m_LocalTime = 0.0; }
+    void Reset()
+    {
+        m_LocalTime = 0.0;
+        m_Frames.LastDisplayed = nullptr;
+    }
     void Close();
 
 private:

@@ -8,8 +8,8 @@
 
 namespace UMC {
 
-// Counts, for each picture, the references that were released while it was in flight. It writes the m_BusyCount of
-// frames between the 2 that the store gives them and the 0 at which they are free.
+// Counts, for each picture, the references that were released while it was in flight. From the 2 that the store gives a
+// frame for a picture down to the 0 at which it is free, it alone writes m_BusyCount.
 class PicturesInWork
 {
 public:
@@ -25,7 +25,12 @@ public:
     void Finish(H264DecoderFrame& Frame); // its decoding is over
     // Finishes the pictures whose slices are all decoded, in list order. Guard: of the progress of slices.
     void Advance(Mutex& Guard);
-    void Reset() { m_LocalReleased = {}; }
+    void GiveUp() { m_Frames.FirstUncompleted = nullptr; } // nothing more will make them ready
+    void Reset()
+    {
+        m_LocalReleased = {};
+        GiveUp();
+    }
 
 private:
     void EndUseOf(ReleasedFrames& Released);

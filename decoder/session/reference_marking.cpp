@@ -40,6 +40,14 @@ bool ReferenceMarking::MarkReferences(H264DecoderFrame& Frame, int Field)
     return IsReset;
 }
 
+void ReferenceMarking::MarkMadeUp(H264DecoderFrame& Frame) { Mark(Frame.m_IsShortTerm, false, 0, true); }
+
+void ReferenceMarking::MarkMissingField(H264DecoderFrame& Frame, int Missing)
+{
+    Frame.m_IsShortTerm[Missing] = Frame.m_IsShortTerm[1 - Missing];
+    Frame.m_IsLongTerm[Missing] = Frame.m_IsLongTerm[1 - Missing];
+}
+
 void ReferenceMarking::MarkIdr(H264DecoderFrame& Frame, const SliceHeaderFields& Header)
 {
     RemoveAllReferences(&Frame);

@@ -9,7 +9,8 @@
 
 namespace UMC {
 
-// Run when a picture's slices are complete and before it is decoded. It alone clears the marks of references.
+// Run when a picture's slices are complete and before it is decoded. It alone writes the marks of references; a frame
+// that is reset as a whole (H264DecoderFrame::Reset) begins without.
 class ReferenceMarking
 {
 public:
@@ -21,6 +22,9 @@ public:
     // Marks the picture whose slices stand in a field of Frame and releases what its headers say. True when a memory
     // reset was among the commands: the picture counts as the first of a new sequence then.
     bool MarkReferences(H264DecoderFrame& Frame, int Field);
+    void MarkMadeUp(H264DecoderFrame& Frame); // both fields of a frame that stands for one that never came
+    // A field that did not come is a reference where the other one is.
+    void MarkMissingField(H264DecoderFrame& Frame, int Missing);
     // Clause 8.2.5.3, in front of one more reference.
     void SlideWindow(const H264DecoderFrame& Frame, int32_t MaxReferences);
     void RemoveAllReferences(const H264DecoderFrame* pExcept);

@@ -7,7 +7,6 @@
 #include "decoder/session/video_decoder.h"
 #include "decoder/stream/nal_splitter_mp4.h"
 #include "decoder/stream/seq_info.h"
-#include "media/os/os_system.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,18 +27,20 @@ bool IsSliceData(uint32_t Type)
     return (Type >= h264::NAL_SLICE && Type <= h264::NAL_IDR_SLICE) || Type == h264::NAL_AUXILIARY_SLICE;
 }
 
-int32_t ThreadCountOf(int32_t Wanted)
+// Deliberate: the limit holds for a number that was asked for, not for that of the processors.
+int32_t ThreadCountOf(int32_t Wanted, uint32_t (*pProcessorCount)())
 {
     const int32_t Count = std::clamp(Wanted, 0, kMaxThreads);
-    return Count != 0 ? Count : static_cast<int32_t>(os_processor_count());
+    return Count != 0 ? Count : static_cast<int32_t>(pProcessorCount());
 }
 
 } // namespace
 
-TaskSupplier::TaskSupplier(VideoData* pOutput, BaseCodec** ppConverter, MemoryAllocator* pAllocator)
+TaskSupplier::TaskSupplier(VideoData* pOutput, BaseCodec** ppConverter, MemoryAllocator* pAllocator,
+                           uint32_t (*pProcessorCount)())
     : m_Store(m_Frames, m_Headers, *pOutput, pAllocator), m_Work(m_Frames, m_Store, m_Headers),
       m_Assembly(m_Frames, m_Store, m_Work, m_Headers, *this, m_SegmentDecoders),
-      m_Output(m_Frames, m_Store, *pOutput, ppConverter)
+      m_Output(m_Frames, m_Store, *pOutput, ppConverter), m_pProcessorCount(pProcessorCount)
 {
 }
 
@@ -48,7 +49,7 @@ TaskSupplier::~TaskSupplier() { Close(); }
 Status TaskSupplier::Init(const VideoDecoderParams& Params)
 {
     Close();
-    m_ThreadCount = ThreadCountOf(Params.m_NumThreads);
+    m_ThreadCount = ThreadCountOf(Params.m_NumThreads, m_pProcessorCount);
     if (Params.m_Info.m_StreamSubtype == kSubtypeMP4) {
         m_pSplitter = std::make_unique<NALUnitSplitterMP4>(&m_NalHeap);
     } else {
@@ -118,9 +119,7 @@ Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
 // The input is over.
 Status TaskSupplier::FinishAll()
 {
-    m_Assembly.EndPicture(true);
-    if (!m_Frames.FirstUncompleted && m_Frames.IsFilling()) m_Frames.FirstUncompleted = m_Frames.CurrentFrame;
-    m_Frames.CurrentFrame = nullptr;
+    m_Assembly.EndInput();
     Status Result = StatusOk;
     while (Result == StatusOk && m_Frames.FirstUncompleted) Result = DriveDecoding(nullptr, nullptr, true);
     return Result;
@@ -162,7 +161,7 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     case h264::NAL_SEQ_PARAM_SET:
     case h264::NAL_PIC_PARAM_SET:
     case h264::NAL_SEQ_PARAM_SET_EXTENSION: return {.Ended = HandleParameterSet(Type, Bits)};
-    case h264::NAL_DELIMITER: m_Assembly.EndPicture(false); return {};
+    case h264::NAL_DELIMITER: m_Assembly.EndPicture(); return {};
     default: return {};
     }
 }
@@ -240,7 +239,7 @@ Status TaskSupplier::DriveDecoding(MediaData* pIn, MediaData* pOut, bool Force)
 {
     m_Work.Advance(m_pBroker->Guard());
     if (!m_pBroker->PrepareFrames(m_Frames.FirstUncompleted, Force || !pIn)) {
-        if (!pIn) m_Frames.FirstUncompleted = nullptr;
+        if (!pIn) m_Work.GiveUp();
         return StatusNotEnoughData;
     }
     m_pBroker->Start(m_Frames.FirstUncompleted, Force || !pIn);

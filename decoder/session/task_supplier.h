@@ -12,6 +12,7 @@
 #include "decoder/session/stream_headers.h"
 #include "decoder/stream/heap.h"
 #include "decoder/stream/nal_splitter.h"
+#include "media/os/os_system.h"
 #include "media/umc_video_decoder.h"
 
 #include <cstddef>
@@ -29,7 +30,9 @@ class TaskSupplier : public Skipping
 {
 public:
     // pOutput describes the picture handed to the converter, *ppConverter converts it; both belong to the decoder.
-    TaskSupplier(VideoData* pOutput, BaseCodec** ppConverter, MemoryAllocator* pAllocator);
+    // pProcessorCount tells the threads of a decoder that is not told how many.
+    TaskSupplier(VideoData* pOutput, BaseCodec** ppConverter, MemoryAllocator* pAllocator,
+                 uint32_t (*pProcessorCount)() = os_processor_count);
     ~TaskSupplier() override;
     TaskSupplier(const TaskSupplier&) = delete;
     TaskSupplier& operator=(const TaskSupplier&) = delete;
@@ -87,6 +90,7 @@ private:
     PictureAssembly m_Assembly;
     PictureOutput m_Output;
 
+    uint32_t (*const m_pProcessorCount)();
     int32_t m_ThreadCount = 0;
     int32_t m_PlaybackMode = 1; // 2 at a rate other than 1
     // m_Frames.Progress when the kept unit was refused last. One that is refused twice at the same count will never be

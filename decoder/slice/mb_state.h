@@ -35,7 +35,8 @@ inline bool IsIntra(int8_t MbType) { return MbType <= MBTYPE_PCM; }
 inline bool IsIntra(const MbGlobalInfo& Mb) { return IsIntra(Mb.MbType); }
 
 // The macroblock in hand. Neighbours are -1 when they lie outside the picture or the slice; their records then are the
-// slice's stand-ins, which add nothing to any CABAC context.
+// slice's stand-ins, which add nothing to any CABAC context. Part of a cursor, whose BeginMacroblock() alone writes it;
+// the stages write what pGlobal and pLocal point to.
 struct MbState : MbAround {
     int32_t Number = 0;   // in the frame's arrays
     int32_t X = 0, Y = 0; // in macroblocks, within the frame or field

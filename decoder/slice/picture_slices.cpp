@@ -26,7 +26,7 @@ try {
     return StatusAllocFailed;
 }
 
-void AppendSlice(H264DecoderFrame& Frame, int Field, H264Slice& Slice)
+void AddSlice(H264DecoderFrame& Frame, int Field, H264Slice& Slice)
 {
     Slice.m_SliceNumber = Frame.m_RefPicLists.Add();
     Slice.m_pRefPicList = Frame.m_RefPicLists.ListsOf(static_cast<uint32_t>(Slice.m_SliceNumber));

@@ -17,7 +17,7 @@ bool IsComplete(const H264DecoderFrameInfo& Au);   // finished, or all that it h
 Status ReserveSlice(H264DecoderFrame& Frame, int Field);
 // Adds a slice for which room was reserved, with the lists that were written to the spare ones, and gives it its
 // number.
-void AppendSlice(H264DecoderFrame& Frame, int Field, H264Slice& Slice);
+void AddSlice(H264DecoderFrame& Frame, int Field, H264Slice& Slice);
 // Decoding is over: what only it needs goes back. The first slice of each field stays, for the comparison with the next
 // picture's.
 void ReleaseSlices(H264DecoderFrame& Frame, SlicePool& Pool);

@@ -29,7 +29,7 @@ public:
     void ReleaseUnit();
 
     SliceProgress m_Progress;
-    H264Bitstream m_Bitstream; // moves on with the tasks of the slice
+    H264Bitstream m_Bitstream; // behind the header: a cursor reads on in a copy
 
     std::vector<uint32_t> m_OwnUnit;      // a copy of a unit that would leave most of its piece empty
     bool m_IsUnpadded = false;            // no zeros follow the copy: it is read in the segment decoder's place for it

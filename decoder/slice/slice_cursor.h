@@ -77,7 +77,8 @@ struct CountCache {
     uint8_t NonZero[3][kCacheSize];
 };
 
-// Of a macroblock of the largest format: three planes of 256, and 16 DC levels of each.
+// Slots of a macroblock of the largest format: three planes of 256, and 16 more for each plane, which stay 0. DC levels
+// are read beside them and take the first slot of each block.
 inline constexpr int kMbCoefficients = 816;
 
 // What entropy decoding leaves of a macroblock for reconstruction, which takes it: coefficients are 0 again behind it.
@@ -101,13 +102,17 @@ struct PredictionScratch {
     alignas(64) uint8_t Clamped[2 * kClampedPlane * sizeof(uint16_t)];
 };
 
-struct SliceCursor {
+// What entropy decoding of a macroblock reads and writes, for its conductor (entropy/mb_decoder.h).
+struct EntropyParts {
     SliceView Slice;
     MbState Mb; // the macroblock in hand
     EntropyState Entropy;
     MotionState Motion;
     CountCache Counts;
     MbResidual Coeffs;
+};
+
+struct SliceCursor : EntropyParts {
     PredictionScratch Scratch;
     int32_t CurrentMb = 0; // next macroblock of the picture
     int32_t MbsDone = 0;   // of the task in hand

@@ -10,7 +10,8 @@
 
 namespace UMC {
 
-// Written while the slice's picture is put together and never again: what threads may share.
+// What threads may share. Written while the slice's picture is put together; from there to the end of decoding nobody
+// writes it: tasks give slices to segment decoders as const.
 struct SliceJob {
     SliceHeaderFields m_Header{};
     uint32_t m_WeightsPosition = 0; // of the table of explicit weights in the unit, bits
@@ -32,7 +33,7 @@ struct SliceJob {
     double m_NalTime = -1.0; // of the unit, seconds; below 0 for none
 };
 
-// Written by the task broker under its lock, and between the tasks of a slice by the segment decoder that holds it.
+// Written by the task broker under its lock, and by the segment decoder whose task gives it.
 struct SliceProgress {
     bool InWork = false, Decoded = false, Deblocked = false;
     bool DeblockFromTask = false; // the task that decodes the slice filters it too, or nothing does

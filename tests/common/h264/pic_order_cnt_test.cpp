@@ -37,7 +37,7 @@ Counts CountsOf(const PicOrderSequence& Sequence, std::initializer_list<PicOrder
     Counts All;
     for (const PicOrderPicture& Picture : Pictures) {
         Counter.Compute(Picture, Sequence);
-        All.push_back(Counter.m_PicOrderCnt);
+        All.push_back(Counter.PicOrderCnt);
     }
     return All;
 }
@@ -49,7 +49,7 @@ TEST(OrderCountLsb, StandsForTheCountThatItWasMadeOf)
         const int32_t Lsb = PicOrderCntLsb(Count, 16);
         EXPECT_TRUE(Lsb >= 0 && Lsb < 16) << Lsb;
         Counter.Compute(Reference(0, Lsb), {.pic_order_cnt_type = 0, .MaxPicOrderCntLsb = 16});
-        EXPECT_EQ(Counter.m_PicOrderCnt, Count);
+        EXPECT_EQ(Counter.PicOrderCnt, Count);
     }
     EXPECT_EQ(PicOrderCntLsb(-1, 16), 15);
 }
@@ -61,7 +61,7 @@ TEST(OrderCountLsb, WrapsByHalfOfItsRange)
         Counts All;
         for (const int32_t Lsb : Lsbs) {
             Counter.Compute(Reference(0, Lsb), {.pic_order_cnt_type = 0, .MaxPicOrderCntLsb = 16});
-            All.push_back(Counter.m_PicOrderCnt);
+            All.push_back(Counter.PicOrderCnt);
         }
         return All;
     };
@@ -87,13 +87,13 @@ TEST(OrderCountLsb, BottomFieldHasADifferenceOfItsOwn)
     Frame.delta_pic_order_cnt_bottom = -2;
     PicOrderCounter Counter;
     Counter.Compute(Frame, Sequence);
-    EXPECT_EQ(Counter.m_TopFieldOrderCnt, 5);
-    EXPECT_EQ(Counter.m_BottomFieldOrderCnt, 3);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 3) << "the smaller one";
+    EXPECT_EQ(Counter.TopFieldOrderCnt, 5);
+    EXPECT_EQ(Counter.BottomFieldOrderCnt, 3);
+    EXPECT_EQ(Counter.PicOrderCnt, 3) << "the smaller one";
     Counter.Compute(FieldOf(Reference(1, 8), true), Sequence);
-    EXPECT_EQ(Counter.m_TopFieldOrderCnt, 5) << "of the picture before";
-    EXPECT_EQ(Counter.m_BottomFieldOrderCnt, 8);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 8);
+    EXPECT_EQ(Counter.TopFieldOrderCnt, 5) << "of the picture before";
+    EXPECT_EQ(Counter.BottomFieldOrderCnt, 8);
+    EXPECT_EQ(Counter.PicOrderCnt, 8);
 }
 
 constexpr uint32_t kSums[] = {4, 13, 19}; // of 4, 9 and 6
@@ -110,17 +110,17 @@ TEST(OrderCountCycle, AddsTheOffsetsOfTheFramesBefore)
     Delta.delta_pic_order_cnt[1] = 1;
     PicOrderCounter Counter;
     Counter.Compute(Reference(0), kCycle);
-    EXPECT_EQ(Counter.m_TopFieldOrderCnt, 0);
-    EXPECT_EQ(Counter.m_BottomFieldOrderCnt, -1);
+    EXPECT_EQ(Counter.TopFieldOrderCnt, 0);
+    EXPECT_EQ(Counter.BottomFieldOrderCnt, -1);
     Counter.Compute(Reference(3), kCycle);
-    EXPECT_EQ(Counter.m_TopFieldOrderCnt, 19);
+    EXPECT_EQ(Counter.TopFieldOrderCnt, 19);
     Counter.Compute(Delta, kCycle);
-    EXPECT_EQ(Counter.m_TopFieldOrderCnt, 19 + 13 + 2);
-    EXPECT_EQ(Counter.m_BottomFieldOrderCnt, 19 + 13 + 2 - 1 + 1);
+    EXPECT_EQ(Counter.TopFieldOrderCnt, 19 + 13 + 2);
+    EXPECT_EQ(Counter.BottomFieldOrderCnt, 19 + 13 + 2 - 1 + 1);
     Counter.Compute(NoReference(6), kCycle);
-    EXPECT_EQ(Counter.m_TopFieldOrderCnt, 19 + 13 - 3) << "of the frame before, less the offset";
+    EXPECT_EQ(Counter.TopFieldOrderCnt, 19 + 13 - 3) << "of the frame before, less the offset";
     Counter.Compute(FieldOf(Delta, true), kCycle);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 6 * 19 + 19 + 2 - 1) << "frame 21 by now, and no second difference";
+    EXPECT_EQ(Counter.PicOrderCnt, 6 * 19 + 19 + 2 - 1) << "frame 21 by now, and no second difference";
 }
 
 TEST(OrderCountCycle, CountsNothingWithoutOffsets)
@@ -151,20 +151,20 @@ TEST(OrderCounts, BeginAnewAtAnIdrPictureAndAMemoryReset)
     const PicOrderSequence Number{.pic_order_cnt_type = 2, .MaxFrameNum = 16};
     PicOrderCounter Counter;
     for (const int32_t Value : {8, 15, 3}) Counter.Compute(Reference(9, Value), Lsb);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 19);
+    EXPECT_EQ(Counter.PicOrderCnt, 19);
     Counter.StartIdr(0);
     Counter.Compute(Reference(0, 3), Lsb);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 3);
+    EXPECT_EQ(Counter.PicOrderCnt, 3);
 
     Counter.Compute(Reference(12, 12), Lsb);
     Counter.ApplyMemoryReset(false, 2);
     Counter.Compute(Reference(1, 1), Lsb);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 1) << "near 2, not near 12";
+    EXPECT_EQ(Counter.PicOrderCnt, 1) << "near 2, not near 12";
     Counter.Compute(Reference(15), Number);
     Counter.ApplyMemoryReset(true, 2);
-    EXPECT_EQ(Counter.m_PicOrderCntLsb, 0) << "of a bottom field";
+    EXPECT_EQ(Counter.PicOrderCntLsb, 0) << "of a bottom field";
     Counter.Compute(Reference(1), Number);
-    EXPECT_EQ(Counter.m_PicOrderCnt, 2) << "no wrap behind frame 0";
+    EXPECT_EQ(Counter.PicOrderCnt, 2) << "no wrap behind frame 0";
 }
 
 } // namespace

@@ -63,7 +63,7 @@ protected:
         H264DecoderFrame& Frame = *m_Dpb.Tail();
         const int Number = m_Dpb.CountAll();
         m_Slice.m_pFrame = &Frame;
-        RestoreErrorRect(Start, End, m_Slice, &m_Dpb);
+        ConcealMacroblocks(Start, End, m_Slice, &m_Dpb);
         EXPECT_FALSE(Frame.m_FrameExists);
         int Wrong = 0;
         ForEachSample(Frame, [&](int Plane, int x, int y, uint8_t Sample) {
@@ -140,10 +140,10 @@ TEST_F(Concealment, LeavesTheChromaOfGreyPicturesAlone)
 TEST_F(Concealment, DoesNothingWithoutASpanOrWithSliceGroups)
 {
     m_Slice.m_pFrame = AddFrame(10);
-    RestoreErrorRect(3, 3, m_Slice, &m_Dpb);
-    RestoreErrorRect(4, 3, m_Slice, &m_Dpb);
+    ConcealMacroblocks(3, 3, m_Slice, &m_Dpb);
+    ConcealMacroblocks(4, 3, m_Slice, &m_Dpb);
     m_Slice.m_UsesSliceGroups = true;
-    RestoreErrorRect(0, 9, m_Slice, &m_Dpb);
+    ConcealMacroblocks(0, 9, m_Slice, &m_Dpb);
     EXPECT_TRUE(m_Slice.m_pFrame->m_FrameExists);
     ForEachSample(*m_Slice.m_pFrame,
                   [&](int Plane, int x, int y, uint8_t Sample) { ASSERT_EQ(Sample, Pattern(1, Plane, x, y)); });

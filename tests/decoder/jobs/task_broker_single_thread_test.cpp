@@ -1,10 +1,13 @@
 // The order in which the single-thread broker hands out work, and when it hands out any.
 #include "decoder/jobs/task_broker_single_thread.h"
+
+#include "decoder/jobs/segment_decoder.h"
 #include "decoder/slice/picture_slices.h"
 
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace {
 
@@ -114,6 +117,26 @@ TEST_F(Broker, BothFieldsOfAFrameInOneRun)
     pFrame->m_Au[1].m_Slices.swap(pSecond->m_Au[0].m_Slices);
     pFrame->m_Au[1].m_Status = AuStatus::Ready;
     EXPECT_THAT(RunAll(m_Broker, pFrame.get()), ElementsAre(0, 0, 4));
+}
+
+TEST_F(Broker, TasksGiveASliceToReadAndItsProgressToWrite)
+{
+    static_assert(std::is_same_v<decltype(H264Task::pSlice), const H264Slice*>);
+    static_assert(std::is_same_v<decltype(H264SegmentDecoder::m_pSlice), const H264Slice*>);
+    for (const bool UsesSliceGroups : {false, true}) {
+        const auto pFrame = Picture({0, 0}, UsesSliceGroups);
+        ASSERT_TRUE(m_Broker.PrepareFrames(pFrame.get(), false));
+        m_Broker.Start(pFrame.get(), false);
+        H264Task Task;
+        int Count = 0;
+        for (; m_Broker.GetNextTask(Task); ++Count) {
+            EXPECT_EQ(Task.pProgress, &Task.pSlice->m_Progress);
+            EXPECT_TRUE(Task.pProgress->InWork);
+            m_Broker.TaskDone(Task);
+            EXPECT_FALSE(Task.pProgress->InWork);
+        }
+        EXPECT_EQ(Count, UsesSliceGroups ? 3 : 4);
+    }
 }
 
 TEST_F(Broker, NothingReadyNothingStarted)

@@ -32,6 +32,19 @@ TEST_F(StoredFrames, AreAsManyAsTheBufferSizeAndTheSpareOnesAllow)
     EXPECT_TRUE(Take());
 }
 
+TEST_F(StoredFrames, AreNeverMoreThanThereAreIndices)
+{
+    m_Store.SetSpareFrames(40);
+    for (int i = 0; i < kMaxFrames; ++i) {
+        const H264DecoderFrame* const pFrame = Take();
+        ASSERT_TRUE(pFrame);
+        EXPECT_EQ(pFrame->m_Index, i);
+    }
+    EXPECT_FALSE(m_Store.HasRoom());
+    EXPECT_FALSE(Take());
+    EXPECT_EQ(m_Store.Dpb().CountAll(), kMaxFrames);
+}
+
 TEST_F(StoredFrames, AreTakenOldestFirstAndStandBehindTheOthers)
 {
     H264DecoderFrame* Frames[3];

@@ -36,10 +36,14 @@ Slice Idr(uint32_t Id = 0) { return {.nal_unit_type = 5, .idr_pic_id = Id}; }
 class Supplied : public testing::Test
 {
 protected:
+    explicit Supplied(int32_t Threads = 1, uint32_t (*pProcessorCount)() = os_processor_count)
+        : m_Threads(Threads), m_Supplier(&m_Shown, &m_pConverter, &m_Allocator, pProcessorCount)
+    {
+    }
     void SetUp() override
     {
         VideoDecoderParams Params;
-        Params.m_NumThreads = 1;
+        Params.m_NumThreads = m_Threads;
         ASSERT_EQ(m_Supplier.Init(Params), StatusOk);
         ASSERT_EQ(m_Out.Init(16, 16, YUV420, 8), StatusOk);
         ASSERT_EQ(m_Out.Alloc(), StatusOk);
@@ -70,11 +74,12 @@ protected:
         }
     }
 
+    const int32_t m_Threads;
     DefaultMemoryAllocator m_Allocator;
     VideoData m_Shown;
     VideoProcessing m_Processing;
     BaseCodec* m_pConverter = &m_Processing;
-    TaskSupplier m_Supplier{&m_Shown, &m_pConverter, &m_Allocator};
+    TaskSupplier m_Supplier;
     Bytes m_Data;
     MediaData m_In;
     VideoData m_Out;
@@ -113,6 +118,40 @@ TEST_F(Supplied, AStreamThatKeepsMoreReferencesThanItsLevelHoldsGetsTheirFrames)
     Give(kDelimiter);
     EXPECT_EQ(Take().size(), 30u);
     EXPECT_EQ(m_MostFrames, 12);
+}
+
+namespace {
+
+// A thread count of 0 on a machine of 64 processors: a picture for each of them waits before decoding begins.
+class SuppliedByManyProcessors : public Supplied
+{
+protected:
+    SuppliedByManyProcessors() : Supplied(0, [] { return 64u; }) {}
+};
+
+} // namespace
+
+TEST_F(SuppliedByManyProcessors, EveryFrameHasAnIndexAndNoPictureIsLost)
+{
+    VideoDecoderParams Info;
+    const SeqParamSet Seq{.num_ref_frames = 16};
+    const PicParamSet Pic;
+    Give(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, Idr(), 0));
+    ASSERT_EQ(m_Supplier.GetInfo(Info), StatusOk);
+    ASSERT_EQ(Info.m_NumThreads, 64);
+    std::vector<int> Shown, Expected{0};
+    for (uint32_t i = 1; i < 100; ++i) {
+        Give(PcmSlice(Seq, Pic, At(i, 2 * i), static_cast<uint8_t>(i)));
+        for (const H264DecoderFrame* p = m_Supplier.Dpb()->Head(); p; p = p->m_pNext) ASSERT_GE(p->m_Index, 0) << i;
+        Expected.push_back(static_cast<int>(i));
+        if (i % 40 == 0)
+            for (const int Value : Take()) Shown.push_back(Value);
+    }
+    EXPECT_EQ(m_MostFrames, kMaxFrames);
+    for (const int Value : Take()) Shown.push_back(Value);
+    m_Supplier.ConsumeSource(nullptr, nullptr); // the end: what waits for more pictures is decoded
+    for (const int Value : Take()) Shown.push_back(Value);
+    EXPECT_THAT(Shown, ElementsAreArray(Expected));
 }
 
 TEST_F(Supplied, OutputThatIsTakenIsNeverOverwritten)
@@ -191,6 +230,24 @@ TEST_F(Supplied, APictureShownLastIsForgottenWithItsFrame)
     Give(kDelimiter);
     EXPECT_THAT(Take(), ElementsAre(20, 30));
     EXPECT_EQ(m_Shown.GetWidth(), 32);
+}
+
+TEST_F(Supplied, ResetForgetsThePicturesInHand)
+{
+    const SeqParamSet Seq;
+    const PicParamSet Pic;
+    Give(Write(Seq) + Write(Pic) + PcmSlice(Seq, Pic, Idr(), 10) + kDelimiter);
+    ASSERT_TRUE(m_Supplier.DeliverFrame(&m_Out, false));
+    ASSERT_TRUE(m_Supplier.LastDisplayed());
+    Give(PcmSlice(Seq, Pic, At(1, 2), 20) + PcmSlice(Seq, Pic, At(2, 4), 30)); // the last one is begun
+    ASSERT_TRUE(m_Supplier.LastDisplayed());
+    m_Supplier.Reset();
+    EXPECT_FALSE(m_Supplier.LastDisplayed());
+    for (const H264DecoderFrame* p = m_Supplier.Dpb()->Head(); p; p = p->m_pNext)
+        EXPECT_TRUE(H264DBPList::IsDisposable(*p));
+    m_Out.SetDataSize(0);
+    Give(PcmSlice(Seq, Pic, Idr(1), 40) + kDelimiter);
+    EXPECT_THAT(Take(), ElementsAre(40));
 }
 
 TEST_F(Supplied, ForcedOutputDoesNotPassAPictureInWork)
@@ -273,5 +330,7 @@ TEST_F(Speeds, EachLeavesOutItsShareOfThePicturesNobodyRefersTo)
         const std::string Expected = kPattern[Speed];
         EXPECT_EQ(m_Supplier.GetSkipInfo().IsDeblockingReduced, Speed == 5 || Speed == 7);
         EXPECT_EQ(m_Supplier.GetSkipInfo().SkippedFrames, std::count(Expected.begin(), Expected.end(), 's'));
+        for (const H264DecoderFrame* p = m_Supplier.Dpb()->Head(); p; p = p->m_pNext)
+            EXPECT_TRUE(!p->m_IsSkipped || H264DBPList::IsDisposable(*p));
     }
 }

@@ -2,6 +2,7 @@
 #include "tests/decoder/session/session_parts.h"
 
 #include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -102,7 +103,7 @@ TEST_F(FieldMarking, MemoryResetLeavesThePictureAlone)
     H264DecoderFrame& Frame = *Decoded(2);
     Frame.m_PicOrderCnt[0] = 30;
     Frame.m_PicOrderCnt[1] = 27;
-    m_PicOrder.m_FrameNumOffset = 32;
+    m_PicOrder.FrameNumOffset = 32;
     m_Slice.m_Header.frame_num = 2;
     EXPECT_TRUE(Mark(Frame, 0, {{5}}));
     EXPECT_FALSE(Reference.IsReferenced());
@@ -111,8 +112,8 @@ TEST_F(FieldMarking, MemoryResetLeavesThePictureAlone)
     EXPECT_EQ(Frame.m_PicOrderCnt[0], 3);
     EXPECT_EQ(Frame.m_PicOrderCnt[1], 0);
     EXPECT_EQ(Frame.m_FrameNum, 0);
-    EXPECT_EQ(m_PicOrder.m_FrameNumOffset, 0);
-    EXPECT_EQ(m_PicOrder.m_PicOrderCntLsb, 3);
+    EXPECT_EQ(m_PicOrder.FrameNumOffset, 0);
+    EXPECT_EQ(m_PicOrder.PicOrderCntLsb, 3);
     EXPECT_TRUE(Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1]);
 }
 
@@ -151,6 +152,30 @@ TEST_F(FieldMarking, ReferencesReleasedBetweenPicturesWaitForTheNext)
     m_Work.Begin(Next);
     m_Work.Finish(Next);
     EXPECT_EQ(Held.m_BusyCount, 0);
+}
+
+TEST_F(FieldMarking, FramesThatStandForLostOnesAreShortTerm)
+{
+    H264DecoderFrame& Frame = *Decoded();
+    m_Marking.MarkMadeUp(Frame);
+    EXPECT_TRUE(Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1]);
+    EXPECT_FALSE(Frame.m_IsLongTerm[0] || Frame.m_IsLongTerm[1]);
+}
+
+TEST_F(FieldMarking, FieldThatDidNotComeIsWhatTheOtherIs)
+{
+    for (const int Missing : {0, 1})
+        for (const auto& [IsShort, IsLong] : {std::pair{true, false}, {false, true}, {false, false}}) {
+            SCOPED_TRACE(testing::Message() << Missing << IsShort << IsLong);
+            H264DecoderFrame& Frame = *Decoded();
+            Frame.m_IsShortTerm[1 - Missing] = IsShort;
+            Frame.m_IsLongTerm[1 - Missing] = IsLong;
+            m_Marking.MarkMissingField(Frame, Missing);
+            for (int Field = 0; Field < 2; ++Field) {
+                EXPECT_EQ(Frame.m_IsShortTerm[Field], IsShort);
+                EXPECT_EQ(Frame.m_IsLongTerm[Field], IsLong);
+            }
+        }
 }
 
 TEST_F(FieldMarking, ReferencesOfAnotherFormatGo)

@@ -16,7 +16,7 @@ protected:
         m_Frame.m_RefPicLists.Spare() = {};
         H264Slice* const pSlice = m_Pool.Allocate();
         pSlice->m_FirstMbNumber = 7;
-        AppendSlice(m_Frame, Field, *pSlice);
+        AddSlice(m_Frame, Field, *pSlice);
         return *pSlice;
     }
 
