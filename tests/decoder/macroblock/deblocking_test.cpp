@@ -68,8 +68,8 @@ protected:
             SetInter(Mb, Global, Transform8x8);
         if (Transform8x8) Global.MbFlags |= MBFLAG_TRANSFORM8x8;
         Local.CodedBlockBits = 0;
-        for (int i = 0; i < 16; ++i)
-            if (Upto(3) == 0) Local.CodedBlockBits |= Transform8x8 ? 0x33u << (i & 10) : 1u << i;
+        for (int i = 0, Share = Upto(1); i < 16; ++i)
+            if (Share && Upto(3) == 0) Local.CodedBlockBits |= Transform8x8 ? 0x33u << (i & 10) : 1u << i;
         const int Lowest = -6 * (m_Sequence.bit_depth_luma - 8);
         Local.Qp = static_cast<int8_t>(Upto(2) == 0 ? Lowest + Upto(51 - Lowest) : 25 + Upto(26));
     }
