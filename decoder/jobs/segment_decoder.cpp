@@ -147,11 +147,11 @@ void H264SegmentDecoderMultiThreaded::ProcessRows(int32_t FirstMb, int32_t End, 
     if (Deblock) DeblockSegment(Deblocked, m_Cursor.CurrentMb - Deblocked);
 }
 
-Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t Count)
+template <int color_format>
+void H264SegmentDecoderMultiThreaded::DeblockRun(int32_t FirstMb, int32_t Count) const
 {
-    if (m_pSlice->m_Header.disable_deblocking_filter_idc == 1) return StatusOk;
     const PictureView& Picture = m_Cursor.Slice.Picture;
-    const H264Deblocker Deblocker(Picture, *m_pSlice);
+    const H264Deblocker<uint8_t, color_format> Deblocker(Picture, *m_pSlice);
     const auto SliceId = static_cast<uint16_t>(m_pSlice->m_SliceNumber);
     int32_t X = FirstMb % Picture.MbWidth, Y = FirstMb / Picture.MbWidth;
     for (int32_t Mb = FirstMb; Mb < FirstMb + Count; ++Mb) {
@@ -162,6 +162,36 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t 
             ++Y;
         }
     }
+}
+
+// A picture with slice groups: neighbouring macroblocks belong to different slices.
+template <int color_format>
+void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t End) const
+{
+    const PictureView& Picture = m_Cursor.Slice.Picture;
+    const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.pGlobal;
+    using Deblocker = H264Deblocker<uint8_t, color_format>;
+    std::vector<std::unique_ptr<Deblocker>> BySlice;
+    for (const H264Slice* const pSlice : m_pPictureAu->m_Slices) {
+        const auto Number = static_cast<size_t>(pSlice->m_SliceNumber);
+        if (Number >= BySlice.size()) BySlice.resize(Number + 1);
+        if (pSlice->m_Header.disable_deblocking_filter_idc != 1)
+            BySlice[Number] = std::make_unique<Deblocker>(Picture, *pSlice);
+    }
+    for (int32_t Mb = FirstMb; Mb < End; ++Mb) {
+        const size_t Number = pGlobal[Mb + Picture.FirstMb].SliceId;
+        if (Number < BySlice.size() && BySlice[Number])
+            BySlice[Number]->Filter(Mb % Picture.MbWidth, Mb / Picture.MbWidth);
+    }
+}
+
+Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t Count)
+{
+    if (m_pSlice->m_Header.disable_deblocking_filter_idc == 1) return StatusOk;
+    if (m_Cursor.Slice.Picture.ChromaFormat == h264::CHROMA_400)
+        DeblockRun<h264::CHROMA_400>(FirstMb, Count);
+    else
+        DeblockRun<h264::CHROMA_420>(FirstMb, Count);
     return StatusOk;
 }
 
@@ -169,26 +199,10 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegmentTask(int32_t FirstMb, int3
 {
     const int32_t End = std::min(FirstMb + Count, m_Cursor.Slice.Picture.MbCount());
     if (m_pSlice) return DeblockSegment(FirstMb, End - FirstMb);
-    return DeblockPicture(FirstMb, End);
-}
-
-// A picture with slice groups: neighbouring macroblocks belong to different slices.
-Status H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t End)
-{
-    const PictureView& Picture = m_Cursor.Slice.Picture;
-    const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.pGlobal;
-    std::vector<std::unique_ptr<H264Deblocker>> BySlice;
-    for (const H264Slice* const pSlice : m_pPictureAu->m_Slices) {
-        const auto Number = static_cast<size_t>(pSlice->m_SliceNumber);
-        if (Number >= BySlice.size()) BySlice.resize(Number + 1);
-        if (pSlice->m_Header.disable_deblocking_filter_idc != 1)
-            BySlice[Number] = std::make_unique<H264Deblocker>(Picture, *pSlice);
-    }
-    for (int32_t Mb = FirstMb; Mb < End; ++Mb) {
-        const size_t Number = pGlobal[Mb + Picture.FirstMb].SliceId;
-        if (Number < BySlice.size() && BySlice[Number])
-            BySlice[Number]->Filter(Mb % Picture.MbWidth, Mb / Picture.MbWidth);
-    }
+    if (m_Cursor.Slice.Picture.ChromaFormat == h264::CHROMA_400)
+        DeblockPicture<h264::CHROMA_400>(FirstMb, End);
+    else
+        DeblockPicture<h264::CHROMA_420>(FirstMb, End);
     return StatusOk;
 }
 

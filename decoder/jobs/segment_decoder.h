@@ -60,7 +60,10 @@ private:
     void TryRestore(int32_t Start, const H264Slice* pSlice);
     Status DecodeRun(int32_t FirstMb, int32_t Count);
     void ProcessRows(int32_t FirstMb, int32_t End, bool Deblock);
-    Status DeblockPicture(int32_t FirstMb, int32_t End);
+    template <int color_format>
+    void DeblockRun(int32_t FirstMb, int32_t Count) const;
+    template <int color_format>
+    void DeblockPicture(int32_t FirstMb, int32_t End) const;
 
     const H264DecoderFrameInfo* m_pPictureAu = nullptr; // of a task for a whole picture
     TaskSource* m_pTasks;

@@ -2,6 +2,7 @@
 // of the templates that turn records into samples.
 #pragma once
 
+#include "kernels/deblocking/deblocking.h"
 #include "kernels/dispatch/kernels.h"
 #include "kernels/interpolation/interpolation.h"
 #include "kernels/intra/intra.h"
@@ -127,6 +128,26 @@ struct CodecTraits<uint8_t> {
     {
         kernels::g_Kernels.CopyClamped(pPlane, Step, PlaneWidth, PlaneHeight, X, Y, pDst, DstStep, Width, Height);
     }
+
+    // All edges of one direction of a macroblock: 0 the vertical ones. Thresholds are those of 8 bits.
+    template <int Direction>
+    static void FilterLuma(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int)
+    {
+        (Direction == 0 ? kernels::g_Kernels.FilterLumaVertical : kernels::g_Kernels.FilterLumaHorizontal)(p, Step,
+                                                                                                           pParams);
+    }
+    // Both planes, of macroblocks with kHeight rows.
+    template <int Direction, int kHeight>
+    static void FilterChroma(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
+                             const kernels::EdgeParams* pParamsV, int)
+    {
+        if constexpr (kHeight == 16)
+            (Direction == 0 ? kernels::FilterChroma422Vertical_px
+                            : kernels::FilterChroma422Horizontal_px)(pU, pV, Step, pParamsU, pParamsV);
+        else
+            (Direction == 0 ? kernels::g_Kernels.FilterChromaVertical
+                            : kernels::g_Kernels.FilterChromaHorizontal)(pU, pV, Step, pParamsU, pParamsV);
+    }
 };
 
 // Up to 14 bits: plain C++.
@@ -209,6 +230,20 @@ struct CodecTraits<uint16_t> {
                             Sample* pDst, ptrdiff_t DstStep, int Width, int Height)
     {
         kernels::CopyClampedDeep_px(pPlane, Step, PlaneWidth, PlaneHeight, X, Y, pDst, DstStep, Width, Height);
+    }
+
+    template <int Direction>
+    static void FilterLuma(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int Depth)
+    {
+        (Direction == 0 ? kernels::FilterLumaVerticalDeep_px : kernels::FilterLumaHorizontalDeep_px)(p, Step, pParams,
+                                                                                                     Depth);
+    }
+    template <int Direction, int kHeight>
+    static void FilterChroma(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
+                             const kernels::EdgeParams* pParamsV, int Depth)
+    {
+        (Direction == 0 ? kernels::FilterChromaVerticalDeep_px
+                        : kernels::FilterChromaHorizontalDeep_px)(pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
     }
 };
 

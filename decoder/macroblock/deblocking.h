@@ -1,25 +1,18 @@
-// Deblocking of reconstructed macroblocks, H.264 clause 8.7: strengths, parameters and the order of work. The filters
-// are kernels.
+// Deblocking of reconstructed macroblocks, H.264 clause 8.7: parameters and the order of work, for samples of either
+// type and formats without chroma, 4:2:0 or 4:2:2. The filters are kernels.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/deblocking_thresholds.h"
-#include "decoder/picture/picture_view.h"
-#include "decoder/slice/neighbours.h"
-#include "decoder/slice/slice.h"
-#include "kernels/deblocking/deblocking.h"
+#include "decoder/macroblock/codec_traits.h"
+#include "decoder/macroblock/deblocking_strength.h"
 
-#include <cstddef>
 #include <cstdint>
 
 namespace UMC {
 
-// Strengths of one macroblock: bytes by [direction][edge], the four pieces of an edge from the lowest byte on.
-// Direction 0 is the vertical edges.
-struct DeblockingStrength {
-    uint32_t Edge[2][4];
-};
-
 // Filters macroblocks of one picture. It takes the view of a slice once and is then asked macroblock by macroblock.
+template <class Sample, int color_format>
 class H264Deblocker
 {
 public:
@@ -29,69 +22,39 @@ public:
     // Filters the macroblock in column X and row Y of the picture, which must belong to the slice.
     void Filter(int32_t X, int32_t Y) const;
 
-    // The strengths of clause 8.7.2.1 that Filter works with.
-    DeblockingStrength FindStrength(int32_t X, int32_t Y) const { return FindStrength(FindPlace(X, Y)); }
-
 private:
-    // A macroblock in the frame's arrays, and its neighbours across the outer edges: -1 where the edge is not filtered.
-    struct Place {
-        int32_t Mb, Left, Top;
-    };
-    // Bits of 4x4 blocks, raster: of the edge to the left of a block, and of the edge above it.
-    struct EdgeBits {
-        uint32_t Vertical, Horizontal;
-    };
+    using Traits = CodecTraits<Sample>;
+    using Place = StrengthFinder::Place;
+    static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
+    static constexpr bool kHasChroma = kChroma.Blocks > 0;
+    static_assert(!kHasChroma || kChroma.MbWidth == 8);
+    static constexpr bool kTallChroma = kChroma.MbHeight == 16;               // its rows are those of luma
+    static constexpr int kLowestQp = sizeof(Sample) == 1 ? 0 : -6 * (14 - 8); // QPY of samples of 14 bits
 
-    Place FindPlace(int32_t X, int32_t Y) const;
-    DeblockingStrength FindStrength(const Place& p) const;
-    void NumberPictures();
-    const H264DecoderRefPicList* ListsOf(int32_t Mb) const;
-    DeblockingStrength IntraStrength(const Place& p) const;
-    template <bool kOneList>
-    DeblockingStrength InterStrength(const Place& p) const;
-    EdgeBits CodedBits(const Place& p) const;
-    template <bool kOneList>
-    uint32_t OuterBits(int32_t Mb, int32_t Neighbour, int Step, int Across) const;
-    template <bool kOneList>
-    EdgeBits InnerBits(int32_t Mb) const;
-    template <bool kOneList>
-    bool MotionDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
-    bool OneListDiffers(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
-    template <bool kIsNumbered>
-    bool BothListsDiffer(int32_t i, int32_t j, const H264DecoderRefPicList* pOther) const;
-
-    void FilterLuma(const Place& p, const DeblockingStrength& Strength, uint8_t* pLuma) const;
-    void FilterChroma(const Place& p, const DeblockingStrength& Strength, uint8_t* pU, uint8_t* pV) const;
+    // Of a macroblock: QPY as an index into the tables below.
+    int QpOf(int32_t Mb) const { return m_pLocal[Mb].Qp - kLowestQp; }
+    // The edges of one direction. Params has the thresholds of the macroblock's own QP already.
+    template <int Direction>
+    void FilterLuma(int Qp, int32_t Neighbour, const uint32_t (&Edge)[4], kernels::EdgeParams& Params,
+                    Sample* pLuma) const;
+    template <int Direction>
+    void FilterChroma(int Qp, int32_t Neighbour, const uint32_t (&Edge)[4], kernels::EdgeParams (&Params)[2],
+                      Sample* pU, Sample* pV) const;
     void SetThresholds(kernels::EdgeParams& Params, int Index, int Qp) const;
 
+    StrengthFinder m_Strengths;
     PictureView m_Picture;
-    const H264DecoderFrame* m_pFrame;
-    const H264DecoderRefPicList* m_pLists;
     const MbGlobalInfo* m_pGlobal;
     const MbLocalInfo* m_pLocal;
-    const h264::MotionVector* m_pMv[2];
-    const int8_t* m_pRefIdx[2];
-    int m_MvLimit;      // vertical: 4 in frames, 2 in fields, quarter samples
-    bool m_WithinSlice; // disable_deblocking_filter_idc 2
-    bool m_IsBSlice;
-    // The pictures of the slice's lists by reference index + 1, as numbers that are equal for the same picture; B
-    // slices.
-    uintptr_t m_PictureOf[2][33];
-    bool m_OneChromaQp;        // both planes have the same offset
-    uint8_t m_ChromaQp[2][52]; // by luma QP
-    h264::DeblockingThresholds m_ByQp[52];
+    int m_LumaDepth, m_ChromaDepth; // bits of a sample
+    int m_ChromaQps;                // 1 where both planes have the same offset
+    // QPs count from kLowestQp here: a mean of two does so too. QPC by QPY, and the thresholds by either.
+    uint8_t m_ChromaQp[2][52 - kLowestQp];
+    h264::DeblockingThresholds m_ByQp[52 - kLowestQp];
 };
 
-inline H264Deblocker::Place H264Deblocker::FindPlace(int32_t X, int32_t Y) const
-{
-    const int32_t Mb = m_Picture.FirstMb + Y * m_Picture.MbWidth + X;
-    const MbAround Around = FindAround(Mb, X, Y, m_Picture.MbWidth, [&](int32_t Neighbour) {
-        const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
-        if (SliceId == m_pGlobal[Mb].SliceId) [[likely]]
-            return true;
-        return SliceId != kNoSlice && !m_WithinSlice; // nothing was decoded there, or this slice keeps to itself
-    });
-    return {Mb, Around.Left, Around.Top};
-}
+// What the library decodes. Whoever wants another includes deblocking.inc, which has the definitions.
+extern template class H264Deblocker<uint8_t, h264::CHROMA_400>;
+extern template class H264Deblocker<uint8_t, h264::CHROMA_420>;
 
 } // namespace UMC

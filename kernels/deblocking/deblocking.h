@@ -1,5 +1,5 @@
-// Deblocking edge filters of H.264 clause 8.7 for 8-bit samples: one call filters all edges of one direction of one
-// macroblock, outer edge first.
+// Deblocking edge filters of H.264 clause 8.7 for 8-bit samples, and below for deeper ones: one call filters all edges
+// of one direction of one macroblock, outer edge first. Steps are the bytes from one row to the next.
 #pragma once
 
 #include <cstddef>
@@ -30,5 +30,20 @@ using FilterChromaEdgesSig = void(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
                                   const EdgeParams* pParamsV);
 FilterChromaEdgesSig FilterChromaVertical_px, FilterChromaVertical_w7, FilterChromaVertical_v8;
 FilterChromaEdgesSig FilterChromaHorizontal_px, FilterChromaHorizontal_w7, FilterChromaHorizontal_v8;
+
+// The same for 4:2:2, planes of 8x16, plain C++ alone. Chroma is as high as luma there: each strength of vertical edges
+// 0 and 2 serves four samples, and horizontally all four luma edges have one of chroma in the same row: 0, 4, 8, 12.
+FilterChromaEdgesSig FilterChroma422Vertical_px, FilterChroma422Horizontal_px;
+
+// ---- Samples of 2 bytes, plain C++ alone -------------------------------------------------------------------
+//
+// The same for samples that hold Depth bits, 8..14. Thresholds come as the tables have them, for 8 bits, and are scaled
+// by 2^(Depth - 8) (8.7.2.2, 8.7.2.3). Height is that of a chroma macroblock: 8 for 4:2:0, 16 for 4:2:2.
+void FilterLumaVerticalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
+void FilterLumaHorizontalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
+void FilterChromaVerticalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                                 const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
+void FilterChromaHorizontalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                                   const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
 
 } // namespace kernels

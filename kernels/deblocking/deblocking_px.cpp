@@ -6,39 +6,47 @@
 namespace kernels {
 namespace {
 
-uint8_t Clip1(int Value) { return static_cast<uint8_t>(std::clamp(Value, 0, 255)); }
-
-// What one piece of an edge is filtered with.
+// What one piece of an edge is filtered with, and the largest value of a sample.
 struct Piece {
-    int Alpha, Beta, Clip, Strength;
+    int Alpha, Beta, Clip, Strength, Max;
 };
 
-// filterSamplesFlag (8.7.2.2). pQ is sample q0; samples lie Across bytes apart.
-bool Filters(const uint8_t* pQ, ptrdiff_t Across, const Piece& With)
+template <class Sample>
+Sample Clip1(int Value, int Max)
+{
+    return static_cast<Sample>(std::clamp(Value, 0, Max));
+}
+
+// filterSamplesFlag (8.7.2.2). pQ is sample q0; samples lie Across apart.
+template <class Sample>
+bool Filters(const Sample* pQ, ptrdiff_t Across, const Piece& With)
 {
     const int p1 = pQ[-2 * Across], p0 = pQ[-Across], q0 = pQ[0], q1 = pQ[Across];
     return std::abs(p0 - q0) < With.Alpha && std::abs(p1 - p0) < With.Beta && std::abs(q1 - q0) < With.Beta;
 }
 
-int Change(const uint8_t* pQ, ptrdiff_t Across, int Limit)
+template <class Sample>
+int Change(const Sample* pQ, ptrdiff_t Across, int Limit)
 {
     const int p1 = pQ[-2 * Across], p0 = pQ[-Across], q0 = pQ[0], q1 = pQ[Across];
     return std::clamp(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3, -Limit, Limit);
 }
 
 // One side of a luma edge with bS 4 (8.7.2.4), away from the edge in the direction of Out.
-void SmoothSide(uint8_t* pEdge, ptrdiff_t Out, const int Near[4], const int Far[2], bool Strong)
+template <class Sample>
+void SmoothSide(Sample* pEdge, ptrdiff_t Out, const int Near[4], const int Far[2], bool Strong)
 {
     if (!Strong) {
-        pEdge[0] = static_cast<uint8_t>((2 * Near[1] + Near[0] + Far[1] + 2) >> 2);
+        pEdge[0] = static_cast<Sample>((2 * Near[1] + Near[0] + Far[1] + 2) >> 2);
         return;
     }
-    pEdge[0] = static_cast<uint8_t>((Near[2] + 2 * Near[1] + 2 * Near[0] + 2 * Far[0] + Far[1] + 4) >> 3);
-    pEdge[Out] = static_cast<uint8_t>((Near[2] + Near[1] + Near[0] + Far[0] + 2) >> 2);
-    pEdge[2 * Out] = static_cast<uint8_t>((2 * Near[3] + 3 * Near[2] + Near[1] + Near[0] + Far[0] + 4) >> 3);
+    pEdge[0] = static_cast<Sample>((Near[2] + 2 * Near[1] + 2 * Near[0] + 2 * Far[0] + Far[1] + 4) >> 3);
+    pEdge[Out] = static_cast<Sample>((Near[2] + Near[1] + Near[0] + Far[0] + 2) >> 2);
+    pEdge[2 * Out] = static_cast<Sample>((2 * Near[3] + 3 * Near[2] + Near[1] + Near[0] + Far[0] + 4) >> 3);
 }
 
-void FilterLumaSample4(uint8_t* pQ, ptrdiff_t Across, const Piece& With)
+template <class Sample>
+void FilterLumaSample4(Sample* pQ, ptrdiff_t Across, const Piece& With)
 {
     int p[4], q[4];
     for (int i = 0; i < 4; ++i) {
@@ -51,45 +59,50 @@ void FilterLumaSample4(uint8_t* pQ, ptrdiff_t Across, const Piece& With)
 }
 
 // bS below 4 (8.7.2.3).
-void FilterLumaSample(uint8_t* pQ, ptrdiff_t Across, const Piece& With)
+template <class Sample>
+void FilterLumaSample(Sample* pQ, ptrdiff_t Across, const Piece& With)
 {
     const int p2 = pQ[-3 * Across], p1 = pQ[-2 * Across], p0 = pQ[-Across];
     const int q0 = pQ[0], q1 = pQ[Across], q2 = pQ[2 * Across];
     const bool SmoothP = std::abs(p2 - p0) < With.Beta, SmoothQ = std::abs(q2 - q0) < With.Beta;
     const int Delta = Change(pQ, Across, With.Clip + SmoothP + SmoothQ), Middle = (p0 + q0 + 1) >> 1;
     if (SmoothP)
-        pQ[-2 * Across] = static_cast<uint8_t>(p1 + std::clamp((p2 + Middle - 2 * p1) >> 1, -With.Clip, With.Clip));
-    if (SmoothQ) pQ[Across] = static_cast<uint8_t>(q1 + std::clamp((q2 + Middle - 2 * q1) >> 1, -With.Clip, With.Clip));
-    pQ[-Across] = Clip1(p0 + Delta);
-    pQ[0] = Clip1(q0 - Delta);
+        pQ[-2 * Across] = static_cast<Sample>(p1 + std::clamp((p2 + Middle - 2 * p1) >> 1, -With.Clip, With.Clip));
+    if (SmoothQ) pQ[Across] = static_cast<Sample>(q1 + std::clamp((q2 + Middle - 2 * q1) >> 1, -With.Clip, With.Clip));
+    pQ[-Across] = Clip1<Sample>(p0 + Delta, With.Max);
+    pQ[0] = Clip1<Sample>(q0 - Delta, With.Max);
 }
 
-void FilterChromaSample(uint8_t* pQ, ptrdiff_t Across, const Piece& With)
+template <class Sample>
+void FilterChromaSample(Sample* pQ, ptrdiff_t Across, const Piece& With)
 {
     const int p1 = pQ[-2 * Across], p0 = pQ[-Across], q0 = pQ[0], q1 = pQ[Across];
     if (With.Strength == 4) {
-        pQ[-Across] = static_cast<uint8_t>((2 * p1 + p0 + q1 + 2) >> 2);
-        pQ[0] = static_cast<uint8_t>((2 * q1 + q0 + p1 + 2) >> 2);
+        pQ[-Across] = static_cast<Sample>((2 * p1 + p0 + q1 + 2) >> 2);
+        pQ[0] = static_cast<Sample>((2 * q1 + q0 + p1 + 2) >> 2);
         return;
     }
     const int Delta = Change(pQ, Across, With.Clip + 1);
-    pQ[-Across] = Clip1(p0 + Delta);
-    pQ[0] = Clip1(q0 - Delta);
+    pQ[-Across] = Clip1<Sample>(p0 + Delta, With.Max);
+    pQ[0] = Clip1<Sample>(q0 - Delta, With.Max);
 }
 
-Piece PieceOf(const EdgeParams& Params, int Edge, int Strength)
+Piece PieceOf(const EdgeParams& Params, int Edge, int Strength, int Depth)
 {
-    const int Inner = Edge != 0;
-    return {Params.Alpha[Inner], Params.Beta[Inner], Strength < 4 ? Params.Clip[Inner][Strength] : 0, Strength};
+    const int Inner = Edge != 0, Scale = 1 << (Depth - 8);
+    return {Params.Alpha[Inner] * Scale, Params.Beta[Inner] * Scale,
+            Strength < 4 ? Params.Clip[Inner][Strength] * Scale : 0, Strength, (1 << Depth) - 1};
 }
 
 // Across is the distance of samples on a line through the edge, Along that of the lines.
-void FilterLuma(uint8_t* pPlane, ptrdiff_t Across, ptrdiff_t Along, const EdgeParams& Params)
+template <class Sample>
+[[gnu::always_inline]] inline void FilterLuma(Sample* pPlane, ptrdiff_t Across, ptrdiff_t Along,
+                                              const EdgeParams& Params, int Depth)
 {
     for (int Edge = 0; Edge < 4; ++Edge)
         for (int Line = 0; Line < 16; ++Line) {
-            const Piece With = PieceOf(Params, Edge, Params.Strength[Edge * 4 + Line / 4]);
-            uint8_t* const pQ = pPlane + Edge * 4 * Across + Line * Along;
+            const Piece With = PieceOf(Params, Edge, Params.Strength[Edge * 4 + Line / 4], Depth);
+            Sample* const pQ = pPlane + Edge * 4 * Across + Line * Along;
             if (With.Strength == 0 || !Filters(pQ, Across, With)) continue;
             if (With.Strength == 4)
                 FilterLumaSample4(pQ, Across, With);
@@ -98,41 +111,94 @@ void FilterLuma(uint8_t* pPlane, ptrdiff_t Across, ptrdiff_t Along, const EdgePa
         }
 }
 
-void FilterChroma(uint8_t* pPlane, ptrdiff_t Across, ptrdiff_t Along, const EdgeParams& Params,
-                  const uint8_t pStrength[16])
+// The edges of chroma, 4 samples apart, are every EdgeStep-th one of luma; each has so many Lines.
+template <class Sample>
+[[gnu::always_inline]] inline void FilterChroma(Sample* pPlane, ptrdiff_t Across, ptrdiff_t Along, int EdgeStep,
+                                                int Lines, const EdgeParams& Params, const uint8_t pStrength[16],
+                                                int Depth)
 {
-    for (int Edge = 0; Edge < 4; Edge += 2)
-        for (int Line = 0; Line < 8; ++Line) {
-            const Piece With = PieceOf(Params, Edge, pStrength[Edge * 4 + Line / 2]);
-            uint8_t* const pQ = pPlane + Edge * 2 * Across + Line * Along;
+    for (int Edge = 0; Edge < 4; Edge += EdgeStep)
+        for (int Line = 0; Line < Lines; ++Line) {
+            const Piece With = PieceOf(Params, Edge, pStrength[Edge * 4 + Line * 4 / Lines], Depth);
+            Sample* const pQ = pPlane + Edge / EdgeStep * 4 * Across + Line * Along;
             if (With.Strength != 0 && Filters(pQ, Across, With)) FilterChromaSample(pQ, Across, With);
         }
+}
+
+// Height is that of the macroblock in a plane; Step counts samples.
+template <class Sample>
+[[gnu::always_inline]] inline void FilterChromaVertical(Sample* pPlaneU, Sample* pPlaneV, ptrdiff_t Step, int Height,
+                                                        const EdgeParams& U, const EdgeParams& V, int Depth)
+{
+    FilterChroma(pPlaneU, 1, Step, 2, Height, U, U.Strength, Depth);
+    FilterChroma(pPlaneV, 1, Step, 2, Height, V, U.Strength, Depth);
+}
+
+template <class Sample>
+[[gnu::always_inline]] inline void FilterChromaHorizontal(Sample* pPlaneU, Sample* pPlaneV, ptrdiff_t Step, int Height,
+                                                          const EdgeParams& U, const EdgeParams& V, int Depth)
+{
+    FilterChroma(pPlaneU, Step, 1, 16 / Height, 8, U, U.Strength, Depth);
+    FilterChroma(pPlaneV, Step, 1, 16 / Height, 8, V, U.Strength, Depth);
 }
 
 } // namespace
 
 void FilterLumaVertical_px(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
 {
-    FilterLuma(pPlane, 1, Step, *pParams);
+    FilterLuma(pPlane, 1, Step, *pParams, 8);
 }
 
 void FilterLumaHorizontal_px(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
 {
-    FilterLuma(pPlane, Step, 1, *pParams);
+    FilterLuma(pPlane, Step, 1, *pParams, 8);
 }
 
 void FilterChromaVertical_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
                              const EdgeParams* pParamsV)
 {
-    FilterChroma(pPlaneU, 1, Step, *pParamsU, pParamsU->Strength);
-    FilterChroma(pPlaneV, 1, Step, *pParamsV, pParamsU->Strength);
+    FilterChromaVertical(pPlaneU, pPlaneV, Step, 8, *pParamsU, *pParamsV, 8);
 }
 
 void FilterChromaHorizontal_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
                                const EdgeParams* pParamsV)
 {
-    FilterChroma(pPlaneU, Step, 1, *pParamsU, pParamsU->Strength);
-    FilterChroma(pPlaneV, Step, 1, *pParamsV, pParamsU->Strength);
+    FilterChromaHorizontal(pPlaneU, pPlaneV, Step, 8, *pParamsU, *pParamsV, 8);
+}
+
+void FilterChroma422Vertical_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
+                                const EdgeParams* pParamsV)
+{
+    FilterChromaVertical(pPlaneU, pPlaneV, Step, 16, *pParamsU, *pParamsV, 8);
+}
+
+void FilterChroma422Horizontal_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
+                                  const EdgeParams* pParamsV)
+{
+    FilterChromaHorizontal(pPlaneU, pPlaneV, Step, 16, *pParamsU, *pParamsV, 8);
+}
+
+// Steps of the functions below come in bytes.
+void FilterLumaVerticalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
+{
+    FilterLuma(pPlane, 1, Step / 2, *pParams, Depth);
+}
+
+void FilterLumaHorizontalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
+{
+    FilterLuma(pPlane, Step / 2, 1, *pParams, Depth);
+}
+
+void FilterChromaVerticalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                                 const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth)
+{
+    FilterChromaVertical(pPlaneU, pPlaneV, Step / 2, Height, *pParamsU, *pParamsV, Depth);
+}
+
+void FilterChromaHorizontalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                                   const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth)
+{
+    FilterChromaHorizontal(pPlaneU, pPlaneV, Step / 2, Height, *pParamsU, *pParamsV, Depth);
 }
 
 } // namespace kernels

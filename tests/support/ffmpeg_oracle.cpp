@@ -25,13 +25,13 @@ bool IsInstalled()
     return bInstalled;
 }
 
-Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat)
+Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat, const std::string& Options)
 {
     const TemporaryFolder Folder;
     const std::string In = Folder.File("in.264"), Out = Folder.File("out.yuv"), Log = Folder.File("log");
     std::ofstream(In, std::ios::binary)
         .write(reinterpret_cast<const char*>(Stream.data()), static_cast<std::streamsize>(Stream.size()));
-    const std::string Command = "ffmpeg -v warning -nostdin -threads 1 -f h264 -i " + In +
+    const std::string Command = "ffmpeg -v warning -nostdin -threads 1 " + Options + " -f h264 -i " + In +
                                 " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " +
                                 Log + " 2>&1";
     const int Result = test_system::RunCommand(Command);

@@ -15,8 +15,9 @@ struct Decoded {
     std::string Messages;          // what ffmpeg had to say at the level of warnings; empty for a clean stream
 };
 
-/// Decodes an Annex B byte stream. PixelFormat is ffmpeg's name of the output format.
-Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat = "yuv420p");
+/// Decodes an Annex B byte stream. PixelFormat is ffmpeg's name of the output format; Options are the decoder's.
+Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelFormat = "yuv420p",
+               const std::string& Options = "");
 
 /// One raw picture in another layout, its planes one behind the other without gaps; empty when ffmpeg fails. The
 /// layouts are ffmpeg's names of pixel formats, and "y41p" for the packed 4:1:1 of 8 pixels, with the top line first.

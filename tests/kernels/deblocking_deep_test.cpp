@@ -1,0 +1,167 @@
+// The deblocking kernels of plain C++ alone, for samples of 2 bytes and for 4:2:2: as the 8-bit kernels have it where
+// they hold 8 bits, and as the standard writes it down.
+#include "tests/kernels/deblocking_inputs.h"
+#include "tests/support/deblocking_reference.h"
+
+namespace {
+
+using namespace kernels;
+using namespace kernel_testing;
+
+constexpr int kRounds = 100;
+
+// Samples of a macroblock in one plane with four more to its left and above. The buffer ends with the last of them.
+template <class Sample>
+struct Area {
+    std::vector<Sample> Samples;
+    ptrdiff_t Pitch = 0; // samples
+
+    Sample* Macroblock() { return Samples.data() + 4 * Pitch + 4; }
+    ptrdiff_t Step() const { return Pitch * static_cast<ptrdiff_t>(sizeof(Sample)); }
+};
+
+Area<uint8_t> Narrow(TestRandom& Rng, int Round, int Width, int Height)
+{
+    Block b = Samples(Rng, Round, Width + 4, Height + 4);
+    b.Bytes.erase(b.Bytes.begin(), b.Bytes.begin() + static_cast<ptrdiff_t>(b.First));
+    return {b.Bytes, b.Step};
+}
+
+// The same picture in so many bits, with noise in those below.
+template <class Sample>
+Area<Sample> OfDepth(TestRandom& Rng, const Area<uint8_t>& From, int Depth)
+{
+    Area<Sample> a{{From.Samples.begin(), From.Samples.end()}, From.Pitch};
+    for (Sample& s : a.Samples) s = static_cast<Sample>((s << (Depth - 8)) + Rng.Range(0, (1 << (Depth - 8)) - 1));
+    return a;
+}
+
+void ExpectEqual(const Area<uint8_t>& a, const Area<uint16_t>& b)
+{
+    ASSERT_EQ(std::vector<uint16_t>(a.Samples.begin(), a.Samples.end()), b.Samples);
+}
+
+// ---- As the standard has it --------------------------------------------------------------------------------
+
+// One plane of a macroblock of Width x Height, 16 x 16 luma samples: one direction of edges, 4 samples apart. Strengths
+// are those of the luma samples in the same place (clause 8.7.2).
+template <class Sample>
+void Filter(Area<Sample>& a, int Width, int Height, bool IsVertical, const EdgeParams& Params,
+            const EdgeParams& Strengths, int Depth)
+{
+    for (int Edge = 0; Edge < (IsVertical ? Width : Height); Edge += 4)
+        for (int Line = 0; Line < (IsVertical ? Height : Width); ++Line) {
+            const int x = IsVertical ? Edge : Line, y = IsVertical ? Line : Edge;
+            const int LumaX = x * 16 / Width, LumaY = y * 16 / Height, Set = Edge != 0;
+            const int bS = Strengths.Strength[IsVertical ? LumaX / 4 * 4 + LumaY / 4 : LumaY / 4 * 4 + LumaX / 4];
+            const test::EdgeThresholds t{Params.Alpha[Set], Params.Beta[Set], bS < 4 ? Params.Clip[Set][bS] : 0};
+            test::FilterLine(a.Macroblock() + y * a.Pitch + x, IsVertical ? 1 : a.Pitch, bS, t, Width == 8, Depth);
+        }
+}
+
+// ---- Luma --------------------------------------------------------------------------------------------------
+
+using DeepLuma = void(uint16_t*, ptrdiff_t, const EdgeParams*, int);
+
+void ExpectLumaAsOf8Bits(FilterEdgesSig* pNarrow, DeepLuma* pDeep)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < kRounds; ++Round)
+        for (const Strengths How : kStrengths) {
+            const EdgeParams Params = RandomParams(Rng, How);
+            Area<uint8_t> n = Narrow(Rng, Round, 16, 16);
+            auto d = OfDepth<uint16_t>(Rng, n, 8);
+            pNarrow(n.Macroblock(), n.Step(), &Params);
+            pDeep(d.Macroblock(), d.Step(), &Params, 8);
+            ASSERT_NO_FATAL_FAILURE(ExpectEqual(n, d)) << "round " << Round;
+        }
+}
+TEST(FilterLumaDeep, OfEightBitsIsThe8BitKernels)
+{
+    ExpectLumaAsOf8Bits(FilterLumaVertical_px, FilterLumaVerticalDeep_px);
+    ExpectLumaAsOf8Bits(FilterLumaHorizontal_px, FilterLumaHorizontalDeep_px);
+}
+
+TEST(FilterLumaDeep, IsAsTheStandardHasIt)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : {9, 10, 14})
+        for (int Round = 0; Round < kRounds; ++Round)
+            for (const bool IsVertical : {true, false}) {
+                const EdgeParams Params = RandomParams(Rng, kStrengths[Round % 5]);
+                auto Got = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 16, 16), Depth), Want = Got;
+                Filter(Want, 16, 16, IsVertical, Params, Params, Depth);
+                (IsVertical ? FilterLumaVerticalDeep_px : FilterLumaHorizontalDeep_px)(Got.Macroblock(), Got.Step(),
+                                                                                       &Params, Depth);
+                ASSERT_EQ(Got.Samples, Want.Samples) << Depth << " bits, round " << Round << ", " << IsVertical;
+            }
+}
+
+// ---- Chroma ------------------------------------------------------------------------------------------------
+
+using DeepChroma = void(uint16_t*, uint16_t*, ptrdiff_t, int, const EdgeParams*, const EdgeParams*, int);
+
+void ExpectChromaAsOf8Bits(FilterChromaEdgesSig* pNarrow, DeepChroma* pDeep, int Height)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < kRounds; ++Round)
+        for (const Strengths How : kStrengths) {
+            const EdgeParams u = RandomParams(Rng, How), v = RandomParams(Rng, How);
+            Area<uint8_t> NarrowU = Narrow(Rng, Round, 8, Height), NarrowV = Narrow(Rng, Round + 1, 8, Height);
+            auto DeepU = OfDepth<uint16_t>(Rng, NarrowU, 8), DeepV = OfDepth<uint16_t>(Rng, NarrowV, 8);
+            pNarrow(NarrowU.Macroblock(), NarrowV.Macroblock(), NarrowU.Step(), &u, &v);
+            pDeep(DeepU.Macroblock(), DeepV.Macroblock(), DeepU.Step(), Height, &u, &v, 8);
+            ASSERT_NO_FATAL_FAILURE(ExpectEqual(NarrowU, DeepU)) << "round " << Round;
+            ASSERT_NO_FATAL_FAILURE(ExpectEqual(NarrowV, DeepV)) << "round " << Round;
+        }
+}
+TEST(FilterChromaDeep, OfEightBitsIsThe8BitKernels)
+{
+    ExpectChromaAsOf8Bits(FilterChromaVertical_px, FilterChromaVerticalDeep_px, 8);
+    ExpectChromaAsOf8Bits(FilterChromaHorizontal_px, FilterChromaHorizontalDeep_px, 8);
+    ExpectChromaAsOf8Bits(FilterChroma422Vertical_px, FilterChromaVerticalDeep_px, 16);
+    ExpectChromaAsOf8Bits(FilterChroma422Horizontal_px, FilterChromaHorizontalDeep_px, 16);
+}
+
+// Run(u, v, Height, IsVertical, ParamsU, ParamsV) filters areas of Sample.
+template <class Sample, class F>
+void ExpectChromaAsTheStandardHasIt(int Height, int Depth, const F& Run)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < kRounds; ++Round)
+        for (const bool IsVertical : {true, false}) {
+            const EdgeParams u = RandomParams(Rng, kStrengths[Round % 5]), v = RandomParams(Rng, Strengths::All);
+            auto GotU = OfDepth<Sample>(Rng, Narrow(Rng, Round, 8, Height), Depth), WantU = GotU;
+            auto GotV = OfDepth<Sample>(Rng, Narrow(Rng, Round + 1, 8, Height), Depth), WantV = GotV;
+            Filter(WantU, 8, Height, IsVertical, u, u, Depth);
+            Filter(WantV, 8, Height, IsVertical, v, u, Depth); // by the strengths of the first record
+            Run(GotU, GotV, IsVertical, u, v);
+            ASSERT_EQ(GotU.Samples, WantU.Samples) << Depth << " bits, round " << Round << ", " << IsVertical;
+            ASSERT_EQ(GotV.Samples, WantV.Samples) << Depth << " bits, round " << Round << ", " << IsVertical;
+        }
+}
+
+TEST(FilterChroma422Reference, IsAsTheStandardHasIt)
+{
+    ExpectChromaAsTheStandardHasIt<uint8_t>(16, 8, [](auto& u, auto& v, bool IsVertical, auto& ParamsU, auto& ParamsV) {
+        (IsVertical ? FilterChroma422Vertical_px : FilterChroma422Horizontal_px)(u.Macroblock(), v.Macroblock(),
+                                                                                 u.Step(), &ParamsU, &ParamsV);
+    });
+}
+
+TEST(FilterChromaDeep, IsAsTheStandardHasIt)
+{
+    for (const int Depth : {9, 10, 14})
+        for (const int Height : {8, 16})
+            ExpectChromaAsTheStandardHasIt<uint16_t>(
+                Height, Depth, [&](auto& u, auto& v, bool IsVertical, auto& ParamsU, auto& ParamsV) {
+                    (IsVertical ? FilterChromaVerticalDeep_px : FilterChromaHorizontalDeep_px)(
+                        u.Macroblock(), v.Macroblock(), u.Step(), Height, &ParamsU, &ParamsV, Depth);
+                });
+}
+
+} // namespace
