@@ -73,7 +73,7 @@ private:
     static void SkipMacroblock(SliceCursor& c)
     {
         if constexpr (kSlice == SLICE_B)
-            SkipMotionB(c.Slice, c.Mb, c.Motion);
+            SkipMotionB<Syntax::kMbaff>(c.Slice, c.Mb, c.Motion);
         else
             SkipMotionP<Syntax::kMbaff>(c.Slice, c.Mb, c.Motion);
         if constexpr (Syntax::kCabac) ClearMvd<kSlice>(c.Slice, c.Mb);
