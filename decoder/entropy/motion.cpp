@@ -15,17 +15,25 @@ uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101
 template <bool kMbaff>
 void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List)
 {
+    const h264::MotionVector* const pMv = Records.pMv[List];
+    const int8_t* const pRef = Records.pRefIdx[List];
+
     const auto Put = [&](int Pos, int32_t Neighbour, int Block) {
-        const h264::BlockMotion m = MotionOf<kMbaff>(Records, Mb, List, Neighbour, Block);
-        Cache.Mv[Pos] = m.Mv;
-        Cache.Ref[Pos] = static_cast<int8_t>(m.RefIdx);
+        if (Neighbour >= 0) {
+            Cache.Mv[Pos] = pMv[Neighbour * 16 + Block];
+            Cache.Ref[Pos] = pRef[Neighbour * 16 + Block];
+            if constexpr (kMbaff) SeeFrom(Mb, Records.pGlobal[Neighbour], Cache.Mv[Pos], Cache.Ref[Pos]);
+        } else {
+            Cache.Mv[Pos] = {0, 0};
+            Cache.Ref[Pos] = h264::kRefUnavailable;
+        }
     };
     Put(kCacheTopRight, Mb.TopRight, 12);
     if (kMbaff) {
         for (int x = 0; x < 4; ++x) Put(kTopRow + x, Mb.Top, 12 + x);
     } else if (Mb.Top >= 0) {
-        std::memcpy(&Cache.Mv[kTopRow], Records.pMv[List] + Mb.Top * 16 + 12, 4 * sizeof(h264::MotionVector));
-        std::memcpy(&Cache.Ref[kTopRow], Records.pRefIdx[List] + Mb.Top * 16 + 12, 4);
+        std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.Top * 16 + 12, 4 * sizeof(h264::MotionVector));
+        std::memcpy(&Cache.Ref[kTopRow], pRef + Mb.Top * 16 + 12, 4);
     } else {
         std::memset(&Cache.Mv[kTopRow], 0, 4 * sizeof(h264::MotionVector));
         std::memset(&Cache.Ref[kTopRow], h264::kRefUnavailable, 4);

@@ -21,29 +21,28 @@ inline h264::MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int
     return {At(Pos - 1), At(Pos - kCacheStride), At(HasC ? Right : AboveLeft)};
 }
 
-// Motion of a neighbour's 4x4 block as it looks from the macroblock in hand: that of a field macroblock counts in
-// fields and that of a frame macroblock in frames (clause 8.4.1.3.2).
-template <bool kMbaff>
-[[gnu::always_inline]] inline h264::BlockMotion MotionOf(const H264MbInfo& Records, const MbState& Mb, int List,
-                                                         int32_t Neighbour, int Block)
+// Makes motion of a neighbouring macroblock what it looks like from the one in hand: that of a field macroblock counts
+// in fields and that of a frame macroblock in frames (clause 8.4.1.3.2).
+template <class Index>
+inline void SeeFrom(const MbState& Mb, const MbGlobalInfo& Neighbour, h264::MotionVector& Mv, Index& RefIdx)
 {
-    if (Neighbour < 0) return {{0, 0}, h264::kRefUnavailable};
-    const int32_t i = Neighbour * 16 + Block;
-    h264::BlockMotion m{Records.pMv[List][i], Records.pRefIdx[List][i]};
-    if constexpr (kMbaff) {
-        const bool IsField = IsFieldMb(Mb);
-        if (m.RefIdx < 0 || IsFieldMb(Records.pGlobal[Neighbour]) == IsField) return m;
-        m.Mv.y = static_cast<int16_t>(IsField ? m.Mv.y / 2 : m.Mv.y * 2);
-        m.RefIdx = IsField ? m.RefIdx * 2 : m.RefIdx / 2;
-    }
-    return m;
+    const bool IsField = IsFieldMb(Mb);
+    if (RefIdx < 0 || IsFieldMb(Neighbour) == IsField) return;
+    Mv.y = static_cast<int16_t>(IsField ? Mv.y / 2 : Mv.y * 2);
+    RefIdx = static_cast<Index>(IsField ? RefIdx * 2 : RefIdx / 2);
 }
 
 // For the whole macroblock, straight from its neighbours' records.
 template <bool kMbaff>
 inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, const MbState& Mb, int List)
 {
-    const auto At = [&](int32_t Neighbour, int Block) { return MotionOf<kMbaff>(Records, Mb, List, Neighbour, Block); };
+    const auto At = [&](int32_t Neighbour, int Block) {
+        if (Neighbour < 0) return h264::BlockMotion{{0, 0}, h264::kRefUnavailable};
+        const int32_t i = Neighbour * 16 + Block;
+        h264::BlockMotion m{Records.pMv[List][i], Records.pRefIdx[List][i]};
+        if constexpr (kMbaff) SeeFrom(Mb, Records.pGlobal[Neighbour], m.Mv, m.RefIdx);
+        return m;
+    };
     const NeighbourRow A = LeftBlock<kMbaff>(Mb, 0), D = AboveLeftBlock<kMbaff>(Mb, 0);
     return {At(A.Mb, A.Row * 4 + 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(D.Mb, D.Row * 4 + 3)};
 }
