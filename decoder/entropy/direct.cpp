@@ -57,11 +57,12 @@ bool IsColZero(const H264MbInfo& Col, int32_t Mb, int Block)
 }
 
 // Clause 8.4.1.2.2: references and vectors of the whole macroblock from its neighbours.
+template <bool kMbaff>
 Motion PredictSpatial(const H264MbInfo& Records, const MbState& Mb)
 {
     Motion m;
     for (int List = 0; List < 2; ++List) {
-        const h264::MotionNeighbours n = FindMotionNeighbours<false>(Records, Mb, List);
+        const h264::MotionNeighbours n = FindMotionNeighbours<kMbaff>(Records, Mb, List);
         // As unsigned numbers the negative ones are the largest: the minimum is MinPositive of equation 8-184.
         const auto Unsigned = [](const h264::BlockMotion& b) { return static_cast<uint8_t>(b.RefIdx); };
         m.Ref[List] = static_cast<int8_t>(std::min({Unsigned(n.A), Unsigned(n.B), Unsigned(n.C)}));
@@ -76,9 +77,10 @@ struct SpatialMotion {
     bool MayStand;
 };
 
+template <bool kMbaff>
 SpatialMotion DeriveSpatialMotion(const H264MbInfo& Records, const MbState& Mb, const DirectState& Direct)
 {
-    SpatialMotion s{PredictSpatial(Records, Mb), {}, false};
+    SpatialMotion s{PredictSpatial<kMbaff>(Records, Mb), {}, false};
     Motion& m = s.Moving;
     if (m.Ref[0] < 0 && m.Ref[1] < 0) {
         m = {};
@@ -152,18 +154,22 @@ void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint3
 
 } // namespace
 
+template <bool kMbaff>
 void DeriveDirect(const SliceView& Slice, const MbState& Mb, MotionState& Motion, uint32_t Quadrants)
 {
     if (Slice.pHeader->direct_spatial_mv_pred_flag)
-        DeriveSpatial(Slice, Mb, Motion, Quadrants, DeriveSpatialMotion(Slice.Records, Mb, Motion.Direct));
+        DeriveSpatial(Slice, Mb, Motion, Quadrants, DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct));
     else
         DeriveTemporal(Slice, Mb, Motion, Quadrants);
 }
+template void DeriveDirect<false>(const SliceView&, const MbState&, MotionState&, uint32_t);
+template void DeriveDirect<true>(const SliceView&, const MbState&, MotionState&, uint32_t);
 
+template <bool kMbaff>
 void DeriveDirectMacroblock(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
     if (Slice.pHeader->direct_spatial_mv_pred_flag) {
-        const SpatialMotion s = DeriveSpatialMotion(Slice.Records, Mb, Motion.Direct);
+        const SpatialMotion s = DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct);
         if (!s.MayStand) {
             for (int List = 0; List < 2; ++List)
                 StoreUniformMotion(Slice.Records, Mb.Number, List, s.Moving.Ref[List], s.Moving.Mv[List]);
@@ -178,5 +184,7 @@ void DeriveDirectMacroblock(const SliceView& Slice, const MbState& Mb, MotionSta
     }
     for (int List = 0; List < 2; ++List) StoreMotion(Motion.Cache[List], Slice.Records, Mb.Number, List);
 }
+template void DeriveDirectMacroblock<false>(const SliceView&, const MbState&, MotionState&);
+template void DeriveDirectMacroblock<true>(const SliceView&, const MbState&, MotionState&);
 
 } // namespace UMC

@@ -9,16 +9,17 @@
 #include "decoder/entropy/residual_cavlc.h"
 #include "decoder/entropy/residual_pcm.h"
 #include "decoder/entropy/traced_syntax.h"
-#include "kernels/dispatch/kernels.h"
+#include "decoder/picture/codec_traits.h"
 
 #include <cstdint>
+#include <type_traits>
 
 namespace UMC {
 
 template <class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field, bool is_high_profile>
 class MBDecoder : protected ResidualDecoderCABAC<Coeffs, color_format, is_field>,
                   protected ResidualDecoderCAVLC<Coeffs, color_format, is_field>,
-                  protected ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>
+                  protected ResidualDecoderPCM<PlaneY, PlaneUV, color_format>
 {
 protected:
     // One macroblock, which the cursor has gone to, of an I, P or B slice.
@@ -57,6 +58,9 @@ private:
     using Residual =
         std::conditional_t<h264::trace::kIsBuilt, TracedResidual<PlainResidual<Syntax>>, PlainResidual<Syntax>>;
 
+    using Traits = CodecTraits<PlaneY>;
+    static_assert(std::is_same_v<Coeffs, typename Traits::Coeffs>);
+    static_assert(color_format != h264::CHROMA_444);
     static constexpr int kChromaBlocks = h264::kChromaGeometry[color_format].Blocks; // of one plane
     static constexpr bool kHasChroma = color_format == h264::CHROMA_420 || color_format == h264::CHROMA_422;
     static constexpr int kChromaCoeffs = kChromaBlocks * 16;
@@ -78,7 +82,7 @@ private:
                                const CountCache& Counts)
     {
         if constexpr (kSlice == SLICE_B)
-            SkipMotionB(s, Mb, Motion);
+            SkipMotionB<Syntax::kMbaff>(s, Mb, Motion);
         else
             SkipMotionP<Syntax::kMbaff>(s, Mb, Motion);
         if constexpr (Syntax::kCabac) ClearMvd<kSlice>(s, Mb);
@@ -169,8 +173,8 @@ private:
     static void PcmMacroblock(const SliceView& s, const MbState& Mb, EntropyState& e, MbResidual& r)
     {
         if constexpr (Syntax::kCabac) e.Bits.SetBitPosition(e.Cabac.BitsDecoded());
-        ResidualDecoderPCM<Coeffs, PlaneY, PlaneUV, color_format, is_field>::ReadPcm(e.Bits, s.LumaDepth<PlaneY>(),
-                                                                                     s.ChromaDepth<PlaneUV>(), r);
+        ResidualDecoderPCM<PlaneY, PlaneUV, color_format>::ReadPcm(e.Bits, s.LumaDepth<PlaneY>(),
+                                                                   s.ChromaDepth<PlaneUV>(), r);
         if constexpr (Syntax::kCabac) e.Cabac.Start(e.Bits);
         MbLocalInfo& Local = *Mb.pLocal;
         Mb.pGlobal->MbType = MBTYPE_PCM;
@@ -230,7 +234,7 @@ private:
         Mb.pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
         if (HasDc) {
             DcFlag = 1u << 16;
-            kernels::g_Kernels.InverseLumaDc(Levels, Scale.pScale[0], static_cast<int>(Scale.Per), pCoeffs);
+            Traits::InverseLumaDc(Levels, Scale.pScale[0], static_cast<int>(Scale.Per), pCoeffs);
             for (int i = 0; i < 16; ++i) Bits |= uint32_t{pCoeffs[i * 16] != 0} << i;
         }
         Mb.pLocal->CodedBlockBits |= DcFlag;
@@ -273,12 +277,14 @@ private:
         Coeffs* const pCoeffs = r.As<Coeffs>() + 256;
         for (int Plane = 0; Plane < 2; ++Plane) {
             const uint32_t Qp = s.ChromaQp[Plane].ByQp[e.QpLuma + kQpBias];
-            Scale[Plane] = {s.pPictureSet->level_scale.Scale4x4[List + Plane][Qp % 6], Qp / 6};
+            const auto& LevelScale = s.pPictureSet->level_scale.Scale4x4[List + Plane];
+            Scale[Plane] = {LevelScale[Qp % 6], Qp / 6};
             alignas(16) Coeffs Levels[8] = {};
             if (!Residual<Syntax>::ChromaDc(e, Mb, Plane, Levels)) continue;
             Local.CodedBlockBitsChroma[Plane] = 1;
-            kernels::g_Kernels.InverseChromaDc420(Levels, Scale[Plane].pScale[0], static_cast<int>(Scale[Plane].Per),
-                                                  pCoeffs + Plane * kChromaCoeffs);
+            const uint32_t DcQp = Qp + (color_format == h264::CHROMA_422 ? 3 : 0); // clause 8.5.11.2
+            Traits::template InverseChromaDc<color_format>(Levels, LevelScale[DcQp % 6][0], static_cast<int>(DcQp / 6),
+                                                           pCoeffs + Plane * kChromaCoeffs);
         }
         if (HasAc) Residual<Syntax>::LoadChroma(s, Mb, Counts);
         for (int Plane = 0; Plane < 2; ++Plane) {

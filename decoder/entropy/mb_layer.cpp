@@ -48,7 +48,7 @@ void AddRefContext(const MbState& Mb, int List, uint32_t Quadrants, int RefIdx)
 template <class Syntax>
 int ReadRefIdx(const SliceView& s, const MbState& Mb, EntropyState& e, int List, int Quadrant, uint32_t Quadrants)
 {
-    const int Count = s.References.Active[List];
+    const int Count = s.References.Active[List] << (Syntax::kMbaff && IsFieldMb(Mb) ? 1 : 0);
     if (Count <= 1) return 0;
     const int RefIdx = Syntax::RefIdx(e, Mb, List, Quadrant, Count);
     if constexpr (Syntax::kCabac) AddRefContext(Mb, List, Quadrants, RefIdx);
@@ -64,7 +64,7 @@ template <class Syntax>
 void Load(const SliceView& s, const MbState& Mb, MotionState& m, int List)
 {
     LoadMotion<Syntax::kMbaff>(m.Cache[List], s.Records, Mb, List);
-    if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.pMvd[List], Mb);
+    if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Records, s.Local.pMvd[List], Mb);
 }
 
 // Reads the difference of the block at Pos and fills prediction plus difference into the cache.
@@ -103,7 +103,7 @@ void Read16x16(const SliceView& s, const MbState& Mb, EntropyState& e, MotionSta
         uint8_t Mvd[2] = {};
         h264::MotionVector Mv{0, 0};
         if (RefIdx[List] >= 0) {
-            if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Local.pMvd[List], Mb);
+            if constexpr (Syntax::kCabac) LoadMvd<Syntax::kMbaff>(m.Cache[List], s.Records, s.Local.pMvd[List], Mb);
             Mv = h264::PredictMedian(FindMotionNeighbours<Syntax::kMbaff>(s.Records, Mb, List), RefIdx[List]) +
                  Syntax::Mvd(e, m.Cache[List], kCacheOrigin, Mvd);
             TrackMv(m, Mv);
@@ -139,7 +139,7 @@ void ReadHalves(const SliceView& s, const MbState& Mb, EntropyState& e, MotionSt
                 FillUnused(m.Cache[List], Pos[Part], Width, Height);
                 continue;
             }
-            const h264::MotionNeighbours n = FindMotionNeighbours(m.Cache[List], Pos[Part], Width);
+            const h264::MotionNeighbours n = FindMotionNeighbours<Syntax::kMbaff>(m.Cache[List], Pos[Part], Width);
             const h264::MotionVector Prediction =
                 Rows ? h264::PredictHalfRows(n, Part, Ref) : h264::PredictHalfColumns(n, Part, Ref);
             ReadBlockMv<Syntax>(e, m, List, Pos[Part], Width, Height, Prediction);
@@ -154,7 +154,8 @@ template <class Syntax>
 void ReadSubBlock(EntropyState& e, MotionState& m, int List, int Pos, int Shape, int RefIdx)
 {
     const auto Part = [&](int Offset, int Width, int Height, bool NoC) {
-        const h264::MotionVector Prediction = PredictMv(m.Cache[List], Pos + Offset, Width, RefIdx, NoC);
+        const h264::MotionVector Prediction =
+            PredictMv<Syntax::kMbaff>(m.Cache[List], Pos + Offset, Width, RefIdx, NoC);
         ReadBlockMv<Syntax>(e, m, List, Pos + Offset, Width, Height, Prediction);
     };
     switch (Shape) {
@@ -226,14 +227,15 @@ bool ReadMotion8x8(const SliceView& s, const MbState& Mb, EntropyState& e, Motio
         SetDirection(Mb, q, Sub[q].Lists);
     }
     for (int List = 0; List < kLists; ++List) Load<Syntax>(s, Mb, m, List);
-    if (Direct) DeriveDirect(s, Mb, m, Direct);
+    if (Direct) DeriveDirect<Syntax::kMbaff>(s, Mb, m, Direct);
     ReadQuarters<Syntax, kLists>(s, Mb, e, m, Sub, AllRef0);
     return Allows8x8;
 }
 
+template <bool kMbaff>
 void StoreDirect(const SliceView& s, const MbState& Mb, MotionState& m)
 {
-    DeriveDirectMacroblock(s, Mb, m);
+    DeriveDirectMacroblock<kMbaff>(s, Mb, m);
     Mb.pGlobal->MbType = MBTYPE_DIRECT;
     Mb.pGlobal->MbFlags |= MBFLAG_DIRECT;
 }
@@ -243,7 +245,7 @@ bool ReadMotionB(const SliceView& s, const MbState& Mb, EntropyState& e, MotionS
 {
     MbGlobalInfo& Global = *Mb.pGlobal;
     if (Type == 0) {
-        StoreDirect(s, Mb, m);
+        StoreDirect<Syntax::kMbaff>(s, Mb, m);
         if constexpr (Syntax::kCabac)
             for (MbMvd* const pMvd : s.Local.pMvd) pMvd[Mb.Number] = MbMvd{};
         return s.pSequenceSet->direct_8x8_inference_flag != 0;
@@ -310,14 +312,17 @@ void SkipMotionP(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
     Mb.pGlobal->MbType = MBTYPE_SKIPPED;
     Mb.pGlobal->MbFlags |= MBFLAG_SKIPPED | MBFLAG_ONE_MOTION;
 }
-
 template void SkipMotionP<false>(const SliceView&, const MbState&, MotionState&);
+template void SkipMotionP<true>(const SliceView&, const MbState&, MotionState&);
 
+template <bool kMbaff>
 void SkipMotionB(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
-    StoreDirect(Slice, Mb, Motion);
+    StoreDirect<kMbaff>(Slice, Mb, Motion);
     Mb.pGlobal->MbFlags |= MBFLAG_SKIPPED;
 }
+template void SkipMotionB<false>(const SliceView&, const MbState&, MotionState&);
+template void SkipMotionB<true>(const SliceView&, const MbState&, MotionState&);
 
 void ClearMotion(const H264MbInfo& Records, int32_t Number, bool IsBSlice)
 {
@@ -338,7 +343,9 @@ bool ReadMotion(const SliceView& Slice, const MbState& Mb, EntropyState& State, 
 }
 #define INSTANTIATE(Elements, kSlice)                                                                                  \
     template bool ReadMotion<SyntaxOf<Elements, false>, kSlice>(const SliceView&, const MbState&, EntropyState&,       \
-                                                                MotionState&, uint32_t)
+                                                                MotionState&, uint32_t);                               \
+    template bool ReadMotion<SyntaxOf<Elements, true>, kSlice>(const SliceView&, const MbState&, EntropyState&,        \
+                                                               MotionState&, uint32_t)
 INSTANTIATE(CavlcSyntax, SLICE_P);
 INSTANTIATE(CavlcSyntax, SLICE_B);
 INSTANTIATE(CabacSyntax, SLICE_P);
@@ -367,5 +374,7 @@ void ReadIntraModes(const SliceView& Slice, const MbState& Mb, EntropyState& Sta
 }
 template void ReadIntraModes<SyntaxOf<CavlcSyntax, false>>(const SliceView&, const MbState&, EntropyState&);
 template void ReadIntraModes<SyntaxOf<CabacSyntax, false>>(const SliceView&, const MbState&, EntropyState&);
+template void ReadIntraModes<SyntaxOf<CavlcSyntax, true>>(const SliceView&, const MbState&, EntropyState&);
+template void ReadIntraModes<SyntaxOf<CabacSyntax, true>>(const SliceView&, const MbState&, EntropyState&);
 
 } // namespace UMC

@@ -12,6 +12,7 @@ namespace UMC {
 // Motion of a skipped macroblock (clauses 8.4.1.1 and 8.4.1.2), with its records.
 template <bool kMbaff>
 void SkipMotionP(const SliceView& Slice, const MbState& Mb, MotionState& Motion);
+template <bool kMbaff>
 void SkipMotionB(const SliceView& Slice, const MbState& Mb, MotionState& Motion);
 
 // No references in the records of an intra macroblock of a P or B slice.

@@ -18,44 +18,60 @@ void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb
     const h264::MotionVector* const pMv = Records.pMv[List];
     const int8_t* const pRef = Records.pRefIdx[List];
 
-    const auto Corner = [&](int Pos, int Neighbour, int Block) {
+    const auto Put = [&](int Pos, int32_t Neighbour, int Block) {
         if (Neighbour >= 0) {
             Cache.Mv[Pos] = pMv[Neighbour * 16 + Block];
             Cache.Ref[Pos] = pRef[Neighbour * 16 + Block];
+            if constexpr (kMbaff) SeeFrom(Mb, Records.pGlobal[Neighbour], Cache.Mv[Pos], Cache.Ref[Pos]);
         } else {
             Cache.Mv[Pos] = {0, 0};
             Cache.Ref[Pos] = h264::kRefUnavailable;
         }
     };
-    Corner(kCacheTopRight, Mb.TopRight, 12);
-    if (Mb.Top >= 0) {
+    Put(kCacheTopRight, Mb.TopRight, 12);
+    if (kMbaff) {
+        for (int x = 0; x < 4; ++x) Put(kTopRow + x, Mb.Top, 12 + x);
+    } else if (Mb.Top >= 0) {
         std::memcpy(&Cache.Mv[kTopRow], pMv + Mb.Top * 16 + 12, 4 * sizeof(h264::MotionVector));
         std::memcpy(&Cache.Ref[kTopRow], pRef + Mb.Top * 16 + 12, 4);
     } else {
         std::memset(&Cache.Mv[kTopRow], 0, 4 * sizeof(h264::MotionVector));
         std::memset(&Cache.Ref[kTopRow], h264::kRefUnavailable, 4);
     }
-    for (int y = -1; y < 4; ++y) {
+    for (int y = 0; y < (kMbaff ? 4 : 1); ++y) {
+        const NeighbourRow AboveLeft = AboveLeftBlock<kMbaff>(Mb, y);
+        Put(CachePos(kMbaff ? -2 : -1, y - 1), AboveLeft.Mb, AboveLeft.Row * 4 + 3);
+    }
+    for (int y = 0; y < 4; ++y) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y);
-        Corner(CachePos(-1, y), Left.Mb, Left.Row * 4 + 3);
+        Put(CachePos(-1, y), Left.Mb, Left.Row * 4 + 3);
     }
 }
 template void LoadMotion<false>(MotionCache&, const H264MbInfo&, const MbState&, int);
 template void LoadMotion<true>(MotionCache&, const H264MbInfo&, const MbState&, int);
 
 template <bool kMbaff>
-void LoadMvd(MotionCache& Cache, const MbMvd* pMvd, const MbState& Mb)
+void LoadMvd(MotionCache& Cache, const H264MbInfo& Records, const MbMvd* pMvd, const MbState& Mb)
 {
+    // The same shift for magnitudes as for vectors; those that are limited stay above all limits of contexts.
+    const auto Scale = [&](int Pos, int32_t Neighbour) {
+        if (Neighbour < 0 || IsFieldMb(Records.pGlobal[Neighbour]) == IsFieldMb(Mb)) return;
+        uint8_t& y = Cache.Mvd[Pos][1];
+        y = static_cast<uint8_t>(IsFieldMb(Mb) ? y / 2 : y * 2);
+    };
     static constexpr MbMvd kNone{};
     const MbMvd& Top = Mb.Top >= 0 ? pMvd[Mb.Top] : kNone;
     std::memcpy(Cache.Mvd[kTopRow], Top.Bottom, 8);
+    if constexpr (kMbaff)
+        for (int x = 0; x < 4; ++x) Scale(kTopRow + x, Mb.Top);
     for (int y = 0; y < 4; ++y) {
         const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y);
         std::memcpy(Cache.Mvd[CachePos(-1, y)], (Left.Mb >= 0 ? pMvd[Left.Mb] : kNone).Right[Left.Row], 2);
+        if constexpr (kMbaff) Scale(CachePos(-1, y), Left.Mb);
     }
 }
-template void LoadMvd<false>(MotionCache&, const MbMvd*, const MbState&);
-template void LoadMvd<true>(MotionCache&, const MbMvd*, const MbState&);
+template void LoadMvd<false>(MotionCache&, const H264MbInfo&, const MbMvd*, const MbState&);
+template void LoadMvd<true>(MotionCache&, const H264MbInfo&, const MbMvd*, const MbState&);
 
 void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx)
 {

@@ -1,4 +1,5 @@
-// Motion vector prediction of H.264 clause 8.4.1 for macroblocks of frames and fields, on the motion cache.
+// Motion vector prediction of H.264 clause 8.4.1 for macroblocks of frames and fields, on the motion cache. With kMbaff
+// they stand in pairs of either kind.
 #pragma once
 
 #include "decoder/slice/slice_cursor.h"
@@ -10,12 +11,25 @@ namespace UMC {
 
 // For the block at Pos, Width 4x4 blocks wide. NoC: the block above-right comes later in decoding order though it lies
 // in this macroblock; places outside the macroblock that are not there have h264::kRefUnavailable.
+template <bool kMbaff>
 inline h264::MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int Pos, int Width, bool NoC = false)
 {
     const auto At = [&](int p) { return h264::BlockMotion{Cache.Mv[p], Cache.Ref[p]}; };
     const int Right = Pos - kCacheStride + Width;
     const bool HasC = !NoC && Cache.Ref[Right] != h264::kRefUnavailable;
-    return {At(Pos - 1), At(Pos - kCacheStride), At(HasC ? Right : Pos - kCacheStride - 1)};
+    const int AboveLeft = Pos - kCacheStride - (kMbaff && Pos % kCacheStride == kCacheOrigin % kCacheStride ? 2 : 1);
+    return {At(Pos - 1), At(Pos - kCacheStride), At(HasC ? Right : AboveLeft)};
+}
+
+// Makes motion of a neighbouring macroblock what it looks like from the one in hand: that of a field macroblock counts
+// in fields and that of a frame macroblock in frames (clause 8.4.1.3.2).
+template <class Index>
+inline void SeeFrom(const MbState& Mb, const MbGlobalInfo& Neighbour, h264::MotionVector& Mv, Index& RefIdx)
+{
+    const bool IsField = IsFieldMb(Mb);
+    if (RefIdx < 0 || IsFieldMb(Neighbour) == IsField) return;
+    Mv.y = static_cast<int16_t>(IsField ? Mv.y / 2 : Mv.y * 2);
+    RefIdx = static_cast<Index>(IsField ? RefIdx * 2 : RefIdx / 2);
 }
 
 // For the whole macroblock, straight from its neighbours' records.
@@ -25,23 +39,26 @@ inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, co
     const auto At = [&](int32_t Neighbour, int Block) {
         if (Neighbour < 0) return h264::BlockMotion{{0, 0}, h264::kRefUnavailable};
         const int32_t i = Neighbour * 16 + Block;
-        return h264::BlockMotion{Records.pMv[List][i], Records.pRefIdx[List][i]};
+        h264::BlockMotion m{Records.pMv[List][i], Records.pRefIdx[List][i]};
+        if constexpr (kMbaff) SeeFrom(Mb, Records.pGlobal[Neighbour], m.Mv, m.RefIdx);
+        return m;
     };
-    const NeighbourRow A = LeftBlock<kMbaff>(Mb, 0), D = LeftBlock<kMbaff>(Mb, -1);
+    const NeighbourRow A = LeftBlock<kMbaff>(Mb, 0), D = AboveLeftBlock<kMbaff>(Mb, 0);
     return {At(A.Mb, A.Row * 4 + 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(D.Mb, D.Row * 4 + 3)};
 }
 
+template <bool kMbaff>
 inline h264::MotionVector PredictMv(const MotionCache& Cache, int Pos, int Width, int RefIdx, bool NoC = false)
 {
-    return h264::PredictMedian(FindMotionNeighbours(Cache, Pos, Width, NoC), RefIdx);
+    return h264::PredictMedian(FindMotionNeighbours<kMbaff>(Cache, Pos, Width, NoC), RefIdx);
 }
 
 // Fills the borders of the cache of a list from the neighbours' records.
 template <bool kMbaff>
 void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb, int List);
-// The same for the vector differences that CABAC contexts read.
+// The same for the vector differences that CABAC contexts read (clause 9.3.3.1.1.7).
 template <bool kMbaff>
-void LoadMvd(MotionCache& Cache, const MbMvd* pMvd, const MbState& Mb);
+void LoadMvd(MotionCache& Cache, const H264MbInfo& Records, const MbMvd* pMvd, const MbState& Mb);
 
 // Fills Width x Height 4x4 blocks from Pos on.
 void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx);

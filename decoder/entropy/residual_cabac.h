@@ -12,7 +12,8 @@
 namespace UMC {
 
 // Reads the significance map and the levels of blocks of one category whose coded_block_flag is 1.
-template <class Coeffs, h264::BlockCat kCat>
+// kChromaDcLevels: of a chroma DC block, 4 or 8.
+template <class Coeffs, h264::BlockCat kCat, int kChromaDcLevels = 4>
 class CabacBlockReader
 {
 public:
@@ -42,9 +43,26 @@ public:
 
 private:
     static constexpr int kCount = kCat == h264::CAT_LUMA_8x8                                 ? 64
-                                  : kCat == h264::CAT_CHROMA_DC                              ? 4
+                                  : kCat == h264::CAT_CHROMA_DC                              ? kChromaDcLevels
                                   : kCat == h264::CAT_LUMA_AC || kCat == h264::CAT_CHROMA_AC ? 15
                                                                                              : 16;
+
+    // ctxIdxInc of the significance of place i, and of its being the last (clause 9.3.3.1.3).
+    static int SignificantInc(const uint8_t* pInc8x8, int i)
+    {
+        if constexpr (kCat == h264::CAT_LUMA_8x8) return pInc8x8[i];
+        return PlaceInc(i);
+    }
+    static int LastInc(int i)
+    {
+        if constexpr (kCat == h264::CAT_LUMA_8x8) return h264::kLastCtx8x8[i];
+        return PlaceInc(i);
+    }
+    static int PlaceInc(int i)
+    {
+        if constexpr (kCat == h264::CAT_CHROMA_DC) return std::min(i / (kChromaDcLevels / 4), 2);
+        return i;
+    }
 
     [[gnu::always_inline]] static int ReadMap(CabacEngine& e, h264::CabacContext* pContexts, bool Field,
                                               uint8_t* pPosition)
@@ -55,9 +73,9 @@ private:
         const uint8_t* const pInc8x8 = h264::kSignificantCtx8x8[Field];
         int Found = 0;
         for (int i = 0; i < kCount - 1; ++i) {
-            if (!e.Decide(pSignificant[kCat == h264::CAT_LUMA_8x8 ? pInc8x8[i] : i])) continue;
+            if (!e.Decide(pSignificant[SignificantInc(pInc8x8, i)])) continue;
             pPosition[Found++] = static_cast<uint8_t>(i);
-            if (e.Decide(pLast[kCat == h264::CAT_LUMA_8x8 ? h264::kLastCtx8x8[i] : i])) return Found;
+            if (e.Decide(pLast[LastInc(i)])) return Found;
         }
         pPosition[Found++] = kCount - 1;
         return Found;
@@ -231,7 +249,8 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]);
     if (!DecideFlag(e, h264::CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, h264::CAT_CHROMA_DC>::Read(e.Cabac, IsField(Mb), nullptr, {}, pLevels);
+    CabacBlockReader<Coeffs, h264::CAT_CHROMA_DC, h264::kChromaGeometry[color_format].Blocks>::Read(
+        e.Cabac, IsField(Mb), nullptr, {}, pLevels);
     return true;
 }
 

@@ -8,7 +8,7 @@
 
 namespace UMC {
 
-template <class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field>
+template <class PlaneY, class PlaneUV, int color_format>
 class ResidualDecoderPCM
 {
 protected:

@@ -2,6 +2,7 @@
 
 #include "Common/h264/chroma_geometry.h"
 #include "decoder/jobs/segment_decoder_hp.h"
+#include "decoder/slice/neighbours.h"
 
 #include <cstring>
 
@@ -53,7 +54,8 @@ void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, cons
         const ptrdiff_t Pitch = i == 0 ? Picture.PitchLuma : Picture.PitchChroma;
         const int Width = i == 0 ? 16 : Chroma.MbWidth, Height = i == 0 ? 16 : Chroma.MbHeight;
         const auto Offset = [&](int32_t Mb) {
-            return Mb / Picture.MbWidth * Height * Pitch + Mb % Picture.MbWidth * Width;
+            const MbPlace Place = PlaceOf<false>(Mb, Picture.MbWidth);
+            return Place.Y * Height * Pitch + Place.X * Width;
         };
         CopyOrFill(Picture.pPlane[i], pReference ? pReference->pPlane[i] : nullptr, Offset(Start), Offset(End));
     }

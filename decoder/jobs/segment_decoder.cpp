@@ -134,11 +134,11 @@ void H264SegmentDecoderMultiThreaded::ProcessRows(int32_t FirstMb, int32_t End, 
     const int32_t Width = m_Cursor.Slice.Picture.MbWidth;
     int32_t Deblocked = FirstMb;
     for (int32_t Mb = FirstMb; Mb < End;) {
-        const int32_t RowEnd = std::min((Mb / Width + 1) * Width, End);
+        const int32_t RowEnd = std::min(NextRow<false>(Mb, Width), End);
         const bool Ended = DecodeRun(Mb, RowEnd - Mb) != StatusOk;
         Mb = m_Cursor.CurrentMb;
         if (Ended) break;
-        const int32_t Safe = Mb - Width;
+        const int32_t Safe = Mb - RowLength<false>(Width);
         if (Deblock && Safe > Deblocked) {
             DeblockSegment(Deblocked, Safe - Deblocked);
             Deblocked = Safe;
@@ -153,14 +153,11 @@ void H264SegmentDecoderMultiThreaded::DeblockRun(int32_t FirstMb, int32_t Count)
     const PictureView& Picture = m_Cursor.Slice.Picture;
     const H264Deblocker<uint8_t, color_format> Deblocker(Picture, *m_pSlice);
     const auto SliceId = static_cast<uint16_t>(m_pSlice->m_SliceNumber);
-    int32_t X = FirstMb % Picture.MbWidth, Y = FirstMb / Picture.MbWidth;
+    MbPlace Place = PlaceOf<false>(FirstMb, Picture.MbWidth);
     for (int32_t Mb = FirstMb; Mb < FirstMb + Count; ++Mb) {
         // A macroblock that was lost belongs to no slice.
-        if (m_Cursor.Slice.Records.pGlobal[Mb + Picture.FirstMb].SliceId == SliceId) Deblocker.Filter(X, Y);
-        if (++X == Picture.MbWidth) {
-            X = 0;
-            ++Y;
-        }
+        if (m_Cursor.Slice.Records.pGlobal[Mb + Picture.FirstMb].SliceId == SliceId) Deblocker.Filter(Place.X, Place.Y);
+        Place = NextPlace<false>(Place, Picture.MbWidth);
     }
 }
 
@@ -180,8 +177,9 @@ void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t En
     }
     for (int32_t Mb = FirstMb; Mb < End; ++Mb) {
         const size_t Number = pGlobal[Mb + Picture.FirstMb].SliceId;
-        if (Number < BySlice.size() && BySlice[Number])
-            BySlice[Number]->Filter(Mb % Picture.MbWidth, Mb / Picture.MbWidth);
+        if (Number >= BySlice.size() || !BySlice[Number]) continue;
+        const MbPlace Place = PlaceOf<false>(Mb, Picture.MbWidth);
+        BySlice[Number]->Filter(Place.X, Place.Y);
     }
 }
 

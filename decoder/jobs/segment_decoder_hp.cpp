@@ -17,34 +17,34 @@ public:
     Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
         switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case SLICE_P: return Run<false, SLICE_P, false>(Position, Count, d.m_Cursor);
-        case SLICE_B: return Run<false, SLICE_B, false>(Position, Count, d.m_Cursor);
-        default: return Run<false, SLICE_I, false>(Position, Count, d.m_Cursor);
+        case SLICE_P: return Run<false, SLICE_P>(Position, Count, d.m_Cursor);
+        case SLICE_B: return Run<false, SLICE_B>(Position, Count, d.m_Cursor);
+        default: return Run<false, SLICE_I>(Position, Count, d.m_Cursor);
         }
     }
     Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
     {
         switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case SLICE_P: return Run<true, SLICE_P, false>(Position, Count, d.m_Cursor);
-        case SLICE_B: return Run<true, SLICE_B, false>(Position, Count, d.m_Cursor);
-        default: return Run<true, SLICE_I, false>(Position, Count, d.m_Cursor);
+        case SLICE_P: return Run<true, SLICE_P>(Position, Count, d.m_Cursor);
+        case SLICE_B: return Run<true, SLICE_B>(Position, Count, d.m_Cursor);
+        default: return Run<true, SLICE_I>(Position, Count, d.m_Cursor);
         }
     }
 
 private:
-    template <bool kCabac, SliceType kSlice, bool kMbaff>
+    template <bool kCabac, SliceType kSlice>
     static Status Run(int32_t Position, int32_t Count, SliceCursor& c)
     {
         const SliceView& s = c.Slice;
         const int32_t PictureMbs = s.Picture.MbCount(), Width = s.Picture.MbWidth;
         c.CurrentMb = Position;
-        auto [X, Y] = PlaceOf<kMbaff>(Position, Width);
+        MbPlace Place = PlaceOf<false>(Position, Width);
         for (int32_t i = 0; i < Count && c.CurrentMb < PictureMbs; ++i) {
-            c.BeginMacroblock<kMbaff>(c.CurrentMb, X, Y);
+            c.BeginMacroblock<false>(c.CurrentMb, Place.X, Place.Y);
             if constexpr (kCabac)
-                Decoder::template DecodeMbCABAC<kSlice, kMbaff>(c);
+                Decoder::template DecodeMbCABAC<kSlice, false>(c);
             else
-                Decoder::template DecodeMbCAVLC<kSlice, kMbaff>(c);
+                Decoder::template DecodeMbCAVLC<kSlice, false>(c);
             if constexpr (kSlice == SLICE_I)
                 Reconstructor::ReconstructIntra(s, c.Mb, c.Coeffs);
             else
@@ -52,15 +52,10 @@ private:
             ++c.MbsDone;
             if (s.pNextMbMap) {
                 c.CurrentMb = static_cast<int32_t>(s.pNextMbMap[c.CurrentMb]);
-                const MbPlace Place = PlaceOf<kMbaff>(c.CurrentMb, Width);
-                X = Place.X;
-                Y = Place.Y;
+                Place = PlaceOf<false>(c.CurrentMb, Width);
             } else {
                 ++c.CurrentMb;
-                if (++X == Width) {
-                    X = 0;
-                    ++Y;
-                }
+                Place = NextPlace<false>(Place, Width);
             }
             if (IsSliceEnd<kCabac>(c.Entropy, s.pNextMbMap)) return StatusEndOfSegment;
         }

@@ -4,8 +4,8 @@
 
 #include "Common/h264/chroma_geometry.h"
 #include "Common/h264/deblocking_thresholds.h"
-#include "decoder/macroblock/codec_traits.h"
 #include "decoder/macroblock/deblocking_strength.h"
+#include "decoder/picture/codec_traits.h"
 
 #include <cstdint>
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
-#include "decoder/macroblock/codec_traits.h"
 #include "decoder/macroblock/inter_prediction.h"
 #include "decoder/macroblock/intra_prediction.h"
+#include "decoder/picture/codec_traits.h"
 
 #include <cstdint>
 #include <cstring>

@@ -32,6 +32,28 @@ inline MbPlace PlaceOf(int32_t Number, int32_t Width)
     return {Unit % Width, kMbaff ? Unit / Width * 2 + (Number & 1) : Unit / Width};
 }
 
+// The place behind Place: that of the next number.
+template <bool kMbaff>
+inline MbPlace NextPlace(MbPlace Place, int32_t Width)
+{
+    if (kMbaff && !(Place.Y & 1)) return {Place.X, Place.Y + 1};
+    if (Place.X + 1 == Width) return {0, Place.Y + 1};
+    return {Place.X + 1, kMbaff ? Place.Y - 1 : Place.Y};
+}
+
+// How many numbers it is to the same column of the next row, or of the next row of pairs; and the first number of the
+// row behind that of Number.
+template <bool kMbaff>
+inline int32_t RowLength(int32_t Width)
+{
+    return kMbaff ? 2 * Width : Width;
+}
+template <bool kMbaff>
+inline int32_t NextRow(int32_t Number, int32_t Width)
+{
+    return (Number / RowLength<kMbaff>(Width) + 1) * RowLength<kMbaff>(Width);
+}
+
 enum class Column { Left, Own, Right };
 
 // Clause 6.4.12.1, frames and fields: around macroblock n, number in the frame's arrays, in column X and row Y of a

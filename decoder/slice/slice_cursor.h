@@ -135,6 +135,7 @@ struct SliceCursor : EntropyParts {
     void BeginReading(const H264Slice& Slice, uint32_t* pPadded);
 
 private:
+    void SeeAcrossKinds();
     void BeginDirect(const H264Slice& Slice);
     void BeginTables();
     void BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset);
@@ -168,6 +169,7 @@ template <bool kMbaff>
     *Mb.pLocal = MbLocalInfo{};
     Mb.pLocal->Qp = static_cast<int8_t>(Entropy.QpLuma);
     for (uint32_t& Bits : Coeffs.Bits) Bits = 0;
+    if constexpr (kMbaff) SeeAcrossKinds();
 }
 
 } // namespace UMC

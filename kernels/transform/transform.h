@@ -41,6 +41,15 @@ InverseLumaDcSig InverseLumaDc_px;
 // results go to coefficient 0 of each of the 4 blocks of pCoeffs.
 InverseLumaDcSig InverseChromaDc420_px;
 
+// The same for the chroma DC of 4:2:2, two columns of four blocks, plain C++ alone. pLevels: 8 levels in the order of
+// their coding; results go to coefficient 0 of each of the 8 blocks of pCoeffs in raster order. LevelScale and QpPer
+// are those of the QP of the plane plus 3.
+InverseLumaDcSig InverseChromaDc422_px;
+
+// The three for samples of more than 8 bits, plain C++ alone. QpPer 0..14; levels are below 2^26 in magnitude.
+using InverseDcDeepSig = void(const int32_t* pLevels, int LevelScale, int QpPer, int32_t* pCoeffs);
+InverseDcDeepSig InverseLumaDcDeep_px, InverseChromaDc420Deep_px, InverseChromaDc422Deep_px;
+
 // ---- Forward: what the encoder runs ------------------------------------------------------------------------
 
 // How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift), exact in 32 bits. The factors

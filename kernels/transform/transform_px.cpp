@@ -98,17 +98,53 @@ void Hadamard2x2(Value* p)
     p[3] = static_cast<Value>(a - b - c + d);
 }
 
-// Value * Scale * 2^Up in 32 bits that wrap.
-int32_t Scaled(int Value, int Scale, int Up)
+// Factor * Scale * 2^Up, which wraps.
+template <class Value>
+Wide<Value> Scaled(Value Factor, int Scale, int Up)
 {
-    return static_cast<int32_t>(static_cast<uint32_t>(Value * Scale) << Up);
+    using Unsigned = std::make_unsigned_t<Wide<Value>>;
+    return static_cast<Wide<Value>>(static_cast<Unsigned>(Wide<Value>{Factor} * Scale) << Up);
 }
 
-// (Value * Scale * 2^QpPer + half) / 2^Down: the form of 8.5.10 with Down 6 and of 8.5.12.1 with Down 4.
-int16_t ScaleRounded(int Value, int Scale, int QpPer, int Down)
+// (Factor * Scale * 2^QpPer + half) / 2^Down: the form of 8.5.10 with Down 6 and of 8.5.12.1 with Down 4.
+template <class Value>
+Value ScaleRounded(Value Factor, int Scale, int QpPer, int Down)
 {
-    if (QpPer >= Down) return Wrap(Scaled(Value, Scale, QpPer - Down));
-    return Wrap((Value * Scale + (1 << (Down - 1 - QpPer))) >> (Down - QpPer));
+    if (QpPer >= Down) return static_cast<Value>(Scaled(Factor, Scale, QpPer - Down));
+    return static_cast<Value>((Wide<Value>{Factor} * Scale + (1 << (Down - 1 - QpPer))) >> (Down - QpPer));
+}
+
+// Block i lies in row BlockY / 4 and column BlockX / 4 of the DC coefficients.
+template <class Value>
+void InverseLumaDc(const Value* pLevels, int LevelScale, int QpPer, Value* pCoeffs)
+{
+    Value f[16];
+    std::copy_n(pLevels, 16, f);
+    Hadamard4x4(f);
+    for (int i = 0; i < 16; ++i) pCoeffs[16 * i] = ScaleRounded(f[BlockY(i) + BlockX(i) / 4], LevelScale, QpPer, 6);
+}
+
+template <class Value>
+void InverseChromaDc420(const Value* pLevels, int LevelScale, int QpPer, Value* pCoeffs)
+{
+    Value f[4];
+    std::copy_n(pLevels, 4, f);
+    Hadamard2x2(f);
+    for (int i = 0; i < 4; ++i) pCoeffs[16 * i] = static_cast<Value>(Scaled(f[i], LevelScale, QpPer) >> 5);
+}
+
+template <class Value>
+void InverseChromaDc422(const Value* pLevels, int LevelScale, int QpPer, Value* pCoeffs)
+{
+    constexpr int kOrder[8] = {0, 2, 1, 5, 3, 6, 4, 7}; // level of each block (clause 8.5.11.1)
+    Value f[8];
+    for (int i = 0; i < 8; ++i) f[i] = pLevels[kOrder[i]];
+    for (int x = 0; x < 2; ++x) Hadamard4(f + x, 2);
+    for (int i = 0; i < 8; i += 2) {
+        const auto a = f[i], b = f[i + 1];
+        pCoeffs[16 * i] = ScaleRounded(static_cast<Value>(a + b), LevelScale, QpPer, 6);
+        pCoeffs[16 * i + 16] = ScaleRounded(static_cast<Value>(a - b), LevelScale, QpPer, 6);
+    }
 }
 
 // ---- Forward -----------------------------------------------------------------------------------------------
@@ -195,19 +231,32 @@ void AddResidual8x8Deep_px(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int
 
 void InverseLumaDc_px(const int16_t* pLevels, int LevelScale, int QpPer, int16_t* pCoeffs)
 {
-    int16_t f[16];
-    std::copy_n(pLevels, 16, f);
-    Hadamard4x4(f);
-    for (int i = 0; i < 16; ++i) // block i lies in row BlockY / 4 and column BlockX / 4 of f
-        pCoeffs[16 * i] = ScaleRounded(f[BlockY(i) + BlockX(i) / 4], LevelScale, QpPer, 6);
+    InverseLumaDc(pLevels, LevelScale, QpPer, pCoeffs);
 }
 
 void InverseChromaDc420_px(const int16_t* pLevels, int LevelScale, int QpPer, int16_t* pCoeffs)
 {
-    int16_t f[4];
-    std::copy_n(pLevels, 4, f);
-    Hadamard2x2(f);
-    for (int i = 0; i < 4; ++i) pCoeffs[16 * i] = Wrap(Scaled(f[i], LevelScale, QpPer) >> 5);
+    InverseChromaDc420(pLevels, LevelScale, QpPer, pCoeffs);
+}
+
+void InverseChromaDc422_px(const int16_t* pLevels, int LevelScale, int QpPer, int16_t* pCoeffs)
+{
+    InverseChromaDc422(pLevels, LevelScale, QpPer, pCoeffs);
+}
+
+void InverseLumaDcDeep_px(const int32_t* pLevels, int LevelScale, int QpPer, int32_t* pCoeffs)
+{
+    InverseLumaDc(pLevels, LevelScale, QpPer, pCoeffs);
+}
+
+void InverseChromaDc420Deep_px(const int32_t* pLevels, int LevelScale, int QpPer, int32_t* pCoeffs)
+{
+    InverseChromaDc420(pLevels, LevelScale, QpPer, pCoeffs);
+}
+
+void InverseChromaDc422Deep_px(const int32_t* pLevels, int LevelScale, int QpPer, int32_t* pCoeffs)
+{
+    InverseChromaDc422(pLevels, LevelScale, QpPer, pCoeffs);
 }
 
 void DequantBlocks_px(int16_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer, int FirstIndex)

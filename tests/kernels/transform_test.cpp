@@ -314,6 +314,65 @@ TEST(InverseDcReference, ChromaFollowsTheStandard)
     for (int i = 0; i < 4; ++i) EXPECT_EQ(c[16 * i], (f[i] * 176 << 2) >> 5);
 }
 
+// Clause 8.5.11: the levels in the order of equation c, the two matrices, and the scaling with its rounding.
+TEST(InverseDcReference, ChromaOf422FollowsTheStandard)
+{
+    constexpr int kC[4][2] = {{0, 2}, {1, 5}, {3, 6}, {4, 7}};
+    constexpr int kA[4][4] = {{1, 1, 1, 1}, {1, 1, -1, -1}, {1, -1, -1, 1}, {1, -1, 1, -1}};
+    constexpr int kB[2][2] = {{1, 1}, {1, -1}};
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < 50; ++Round)
+        for (int QpPer = 0; QpPer <= 14; ++QpPer) {
+            const int Scale = 16 * Rng.Range(10, 29), Most = 16 << (14 - QpPer) / 2;
+            int16_t Levels[8];
+            for (int16_t& Level : Levels) Level = static_cast<int16_t>(Rng.Range(-Most, Most));
+            alignas(16) int16_t c[128]{};
+            alignas(16) int32_t Deep[128]{}, DeepLevels[8];
+            std::copy_n(Levels, 8, DeepLevels);
+            InverseChromaDc422_px(Levels, Scale, QpPer, c);
+            InverseChromaDc422Deep_px(DeepLevels, Scale, QpPer, Deep);
+            for (int i = 0; i < 8; ++i) {
+                int f = 0;
+                for (int y = 0; y < 4; ++y)
+                    for (int x = 0; x < 2; ++x) f += kA[i / 2][y] * Levels[kC[y][x]] * kB[x][i % 2];
+                const int Want =
+                    QpPer >= 6 ? f * Scale * (1 << (QpPer - 6)) : (f * Scale + (1 << (5 - QpPer))) >> (6 - QpPer);
+                ASSERT_EQ(Deep[16 * i], Want) << "block " << i << ", QP / 6 " << QpPer;
+                ASSERT_EQ(c[16 * i], static_cast<int16_t>(Want)) << "block " << i << ", QP / 6 " << QpPer;
+            }
+            EXPECT_GE(std::count(std::begin(c), std::end(c), 0), 120) << "only coefficient 0 of a block is written";
+        }
+}
+
+// What fits 16 bits comes out of both forms alike, and of the deep one what does not.
+TEST(InverseDcReference, DeepOnesAreThoseOf8BitsAndGoFurther)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < 50; ++Round)
+        for (int QpPer = 0; QpPer <= 8; ++QpPer) {
+            const int Scale = 16 * Rng.Range(10, 29);
+            int16_t Levels[16];
+            for (int16_t& Level : Levels) Level = static_cast<int16_t>(Rng.Range(-1000, 1000));
+            alignas(16) int16_t Luma[256]{}, Chroma[64]{};
+            alignas(16) int32_t DeepLuma[256]{}, DeepChroma[64]{}, DeepLevels[16];
+            std::copy_n(Levels, 16, DeepLevels);
+            InverseLumaDc_px(Levels, Scale, QpPer, Luma);
+            InverseChromaDc420_px(Levels, Scale, QpPer, Chroma);
+            InverseLumaDcDeep_px(DeepLevels, Scale, QpPer, DeepLuma);
+            InverseChromaDc420Deep_px(DeepLevels, Scale, QpPer, DeepChroma);
+            for (int i = 0; i < 256; ++i) ASSERT_EQ(static_cast<int16_t>(DeepLuma[i]), Luma[i]) << i;
+            for (int i = 0; i < 64; ++i) ASSERT_EQ(static_cast<int16_t>(DeepChroma[i]), Chroma[i]) << i;
+        }
+    const int32_t Levels[16]{100000};
+    alignas(16) int32_t c[256]{};
+    InverseLumaDcDeep_px(Levels, 160, 7, c);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(c[16 * i], 100000 * 160 * 2);
+    InverseChromaDc420Deep_px(Levels, 160, 6, c);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(c[16 * i], 100000 * 160 * 2);
+}
+
 TEST(DequantReference, BelowQp24TheProductIsRounded)
 {
     alignas(16) int16_t Levels[16]{3, -3, 7}, Scale[16];

@@ -30,7 +30,7 @@ TEST_F(MvPrediction, IsTheMedianOfThreeNeighbours)
     SetMotion(4, 0, {10, -8});
     SetMotion(1, 0, {-4, 6});
     SetMotion(2, 0, {3, 20});
-    ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 3, 6);
+    ExpectMv(PredictMv<false>(Load(), kCacheOrigin, 4, 0), 3, 6);
 }
 
 TEST_F(MvPrediction, TakesAboveLeftWhereAboveRightIsMissing)
@@ -38,13 +38,13 @@ TEST_F(MvPrediction, TakesAboveLeftWhereAboveRightIsMissing)
     SetMotion(4, 0, {1, 1});
     SetMotion(1, 0, {5, 5});
     SetMotion(0, 0, {9, 9});
-    ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 5, 5);
+    ExpectMv(PredictMv<false>(Load(), kCacheOrigin, 4, 0), 5, 5);
 }
 
 TEST_F(MvPrediction, TakesTheLeftVectorWhenOnlyItIsThere)
 {
     SetMotion(4, 2, {7, -7}); // of another reference, too
-    ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 7, -7);
+    ExpectMv(PredictMv<false>(Load(), kCacheOrigin, 4, 0), 7, -7);
 }
 
 TEST_F(MvPrediction, CountsIntraNeighboursAsZeroVectors)
@@ -52,10 +52,10 @@ TEST_F(MvPrediction, CountsIntraNeighboursAsZeroVectors)
     SetMotion(4, 0, {8, 8});
     SetIntra(1);
     SetMotion(2, 0, {4, 4});
-    ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 4, 4);
+    ExpectMv(PredictMv<false>(Load(), kCacheOrigin, 4, 0), 4, 4);
 }
 
-TEST_F(MvPrediction, IsZeroWithoutNeighbours) { ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 0, 0); }
+TEST_F(MvPrediction, IsZeroWithoutNeighbours) { ExpectMv(PredictMv<false>(Load(), kCacheOrigin, 4, 0), 0, 0); }
 
 TEST_F(MvPrediction, LeavesOutNeighboursOfOtherSlices)
 {
@@ -63,7 +63,7 @@ TEST_F(MvPrediction, LeavesOutNeighboursOfOtherSlices)
     SetMotion(1, 0, {-4, 6});
     SetMotion(2, 0, {3, 20});
     for (const size_t i : {1u, 2u}) m_Global[i].SliceId = 7;
-    ExpectMv(PredictMv(Load(), kCacheOrigin, 4, 0), 10, -8);
+    ExpectMv(PredictMv<false>(Load(), kCacheOrigin, 4, 0), 10, -8);
 }
 
 TEST_F(MvPrediction, OfAWholeMacroblockNeedsNoCache)
@@ -72,7 +72,7 @@ TEST_F(MvPrediction, OfAWholeMacroblockNeedsNoCache)
     SetMotion(1, 1, {3, 4});
     for (const bool TopRight : {false, true}) {
         SetMotion(TopRight ? 2 : 0, 2, {5, 6});
-        const h264::MotionNeighbours Cached = FindMotionNeighbours(Load(), kCacheOrigin, 4);
+        const h264::MotionNeighbours Cached = FindMotionNeighbours<false>(Load(), kCacheOrigin, 4);
         const h264::MotionNeighbours Direct = FindMotionNeighbours<false>(m_pCursor->Slice.Records, m_pCursor->Mb, 0);
         for (const auto Which : {&h264::MotionNeighbours::A, &h264::MotionNeighbours::B, &h264::MotionNeighbours::C}) {
             EXPECT_EQ((Cached.*Which).RefIdx, (Direct.*Which).RefIdx);
@@ -99,51 +99,6 @@ TEST_F(MvPrediction, RecordsGoRoundThroughTheCache)
     m_pCursor->BeginMacroblock<false>(6, 2, 1);
     LoadMotion<false>(m_pCursor->Motion.Cache[0], m_pCursor->Slice.Records, m_pCursor->Mb, 0);
     for (int y = 0; y < 4; ++y) ExpectMv(Cache.Mv[CachePos(-1, y)], y * 4 + 3, -(y * 4 + 3));
-}
-
-// Two rows of pairs: macroblocks 10 and 11 are the pair in column 1 of the second row, 8 and 9 the one to its left.
-class MvPredictionInPairs : public PictureFixture
-{
-protected:
-    MvPredictionInPairs()
-    {
-        for (const int Mb : {0, 1, 8, 9}) {
-            SetMotion(Mb, 0, {0, 0});
-            for (int i = 0; i < 16; ++i) SetBlock(Mb, i, 0, {static_cast<int16_t>(Mb), static_cast<int16_t>(i)});
-        }
-    }
-    // Macroblock and row of the block above-left, then of those beside the four rows.
-    std::vector<std::pair<int, int>> Left(int Number, bool IsField, bool IsLeftField)
-    {
-        for (const size_t Mb : {8u, 9u}) m_Global[Mb].MbFlags = IsLeftField ? MBFLAG_FIELD : 0;
-        m_pCursor->BeginMacroblock<true>(Number, 1, 2 + (Number & 1), IsField);
-        MotionCache& Cache = m_pCursor->Motion.Cache[0];
-        LoadMotion<true>(Cache, m_pCursor->Slice.Records, m_pCursor->Mb, 0);
-        std::vector<std::pair<int, int>> Found;
-        for (int y = -1; y < 4; ++y) {
-            const h264::MotionVector Mv = Cache.Mv[CachePos(-1, y)];
-            EXPECT_EQ(Mv.y % 4, 3) << "not of the last column";
-            Found.emplace_back(Mv.x, Mv.y / 4);
-        }
-        return Found;
-    }
-    using Rows = std::vector<std::pair<int, int>>;
-};
-
-TEST_F(MvPredictionInPairs, OfOneKindTakesTheMacroblockBesideIt)
-{
-    EXPECT_EQ(Left(10, false, false), (Rows{{1, 3}, {8, 0}, {8, 1}, {8, 2}, {8, 3}}));
-    EXPECT_EQ(Left(11, false, false), (Rows{{8, 3}, {9, 0}, {9, 1}, {9, 2}, {9, 3}}));
-    EXPECT_EQ(Left(10, true, true), (Rows{{1, 3}, {8, 0}, {8, 1}, {8, 2}, {8, 3}}));
-    EXPECT_EQ(Left(11, true, true), (Rows{{1, 3}, {9, 0}, {9, 1}, {9, 2}, {9, 3}}));
-}
-
-TEST_F(MvPredictionInPairs, OfOtherKindsTakesTheSamplesBesideIt)
-{
-    EXPECT_EQ(Left(10, false, true), (Rows{{1, 3}, {8, 0}, {8, 0}, {8, 1}, {8, 1}}));
-    EXPECT_EQ(Left(11, false, true), (Rows{{9, 1}, {8, 2}, {8, 2}, {8, 3}, {8, 3}}));
-    EXPECT_EQ(Left(10, true, false), (Rows{{1, 3}, {8, 0}, {8, 2}, {9, 0}, {9, 2}}));
-    EXPECT_EQ(Left(11, true, false), (Rows{{1, 3}, {8, 0}, {8, 2}, {9, 0}, {9, 2}}));
 }
 
 } // namespace

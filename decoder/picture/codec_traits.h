@@ -1,7 +1,8 @@
 // What decides about a macroblock's samples: their type, that of coefficients, and the kernels for both. One argument
-// of the templates that turn records into samples.
+// of the templates that turn bits into coefficients and records into samples.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "kernels/deblocking/deblocking.h"
 #include "kernels/dispatch/kernels.h"
 #include "kernels/interpolation/interpolation.h"
@@ -24,6 +25,19 @@ struct CodecTraits<uint8_t> {
     using Sample = uint8_t;
     using Coeffs = int16_t;
 
+    // DC levels to coefficient 0 of each block, LevelScale and Per being those of the QP that they are scaled by.
+    static void InverseLumaDc(const Coeffs* pLevels, int LevelScale, int Per, Coeffs* pCoeffs)
+    {
+        kernels::g_Kernels.InverseLumaDc(pLevels, LevelScale, Per, pCoeffs);
+    }
+    template <int color_format>
+    static void InverseChromaDc(const Coeffs* pLevels, int LevelScale, int Per, Coeffs* pCoeffs)
+    {
+        if constexpr (color_format == h264::CHROMA_422)
+            kernels::InverseChromaDc422_px(pLevels, LevelScale, Per, pCoeffs);
+        else
+            kernels::g_Kernels.InverseChromaDc420(pLevels, LevelScale, Per, pCoeffs);
+    }
     static void Predict16x16(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int)
     {
         switch (Mode) {
@@ -156,6 +170,18 @@ struct CodecTraits<uint16_t> {
     using Sample = uint16_t;
     using Coeffs = int32_t;
 
+    static void InverseLumaDc(const Coeffs* pLevels, int LevelScale, int Per, Coeffs* pCoeffs)
+    {
+        kernels::InverseLumaDcDeep_px(pLevels, LevelScale, Per, pCoeffs);
+    }
+    template <int color_format>
+    static void InverseChromaDc(const Coeffs* pLevels, int LevelScale, int Per, Coeffs* pCoeffs)
+    {
+        if constexpr (color_format == h264::CHROMA_422)
+            kernels::InverseChromaDc422Deep_px(pLevels, LevelScale, Per, pCoeffs);
+        else
+            kernels::InverseChromaDc420Deep_px(pLevels, LevelScale, Per, pCoeffs);
+    }
     static void Predict16x16(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
     {
         kernels::Predict16x16Deep_px(Mode, p, Step, Available, Depth);
