@@ -1,7 +1,8 @@
 // Inter prediction of a macroblock's blocks from a padded reference picture (clause 8.4.2.2).
 #pragma once
 
-#include "encoder/state/slice_context.h"
+#include "encoder/state/encoder_frame.h"
+#include "encoder/state/work_area.h"
 
 namespace UMC_H264_ENCODER {
 

@@ -15,9 +15,8 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-bool SkipLeavesLuma(SliceContext<Sample>& s)
+bool SkipLeavesLuma(const WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
     int32_t Cost = 0;
     for (uint32_t Rest = w.TestedMask; Rest; Rest &= Rest - 1) {
         Cost += CoefficientCost(w.Luma + 16 * std::countr_zero(Rest), 0);
@@ -27,13 +26,11 @@ bool SkipLeavesLuma(SliceContext<Sample>& s)
 }
 
 template <class Sample>
-bool SkipLeavesChroma(SliceContext<Sample>& s)
+bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    const auto* const pQuant = s.Quant.pChroma;
+    const auto* const pQuant = mb.pQuant->pChroma;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        if (ChromaHasNoLevels(s, Plane)) continue;
+        if (ChromaHasNoLevels(mb, w, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask =
             Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
@@ -51,19 +48,18 @@ bool SkipLeavesChroma(SliceContext<Sample>& s)
 // True when the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
 // quarter sample of it.
 template <class Sample>
-bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector Vector, MotionVector Skip)
+bool CheckSkipP(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                MotionVector Vector, MotionVector Skip)
 {
     if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return false;
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    const auto& Ref = *s.ref_pic_lists.Pictures[0][0];
+    const auto& Ref = *mb.pSlice->ref_pic_lists.Pictures[0][0];
     CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
-    w.TestedMask = QuantiseInterLuma(s);
+    w.TestedMask = QuantiseInterLuma(mb, w);
     w.IsTested = true;
     w.TestedVector = Skip;
-    if (SkipLeavesLuma(s)) return false;
+    if (SkipLeavesLuma(w)) return false;
     CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
-    return !SkipLeavesChroma(s);
+    return !SkipLeavesChroma(mb, w);
 }
 
 MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)}; }
@@ -71,10 +67,9 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
 template <class Sample>
-void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                     MEParams<Sample>& p)
+void BuildCandidates(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb,
+                     const H264EncoderFrame<Sample>& Ref, MEParams<Sample>& p)
 {
-    const auto& mb = s.cur_mb;
     const NeighbourMotion& Around = mb.Around.Motion;
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
@@ -90,12 +85,10 @@ void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, c
 }
 
 template <class Sample>
-void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                MEParams<Sample>& p)
+void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                const H264EncoderFrame<Sample>& Ref, WorkArea<Sample>& w, MEParams<Sample>& p)
 {
-    const auto& mb = s.cur_mb;
     const MacroblockPosition& At = *mb.pPosition;
-    auto& w = s.work_area;
     p.src_y = mb.pSrcY, p.src_u = mb.pSrcU, p.src_v = mb.pSrcV;
     p.ref_y = Ref.m_pY + At.Luma;
     p.ref_u = Ref.m_pU + At.Chroma;
@@ -103,7 +96,7 @@ void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const 
     p.pitch = mb.pitch;
     p.SrcPitch = mb.SrcPitch;
     p.block_width = p.block_height = 16;
-    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.pLocal->Qp)];
+    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.Records.pLocal->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
     p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
     p.range_x = std::max(Settings.Params.search_x, 0), p.range_y = std::max(Settings.Params.search_y, 0);
@@ -126,30 +119,30 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
 } // namespace
 
 template <class Sample>
-Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    const auto& mb = s.cur_mb;
+    const SliceFacts<Sample>& Slice = *mb.pSlice;
     const uint32_t Flags = Settings.AnalysisFlags;
-    const int32_t Qp = mb.pLocal->Qp;
+    const int32_t Qp = mb.Records.pLocal->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[static_cast<size_t>(Qp)] : 0;
     const h264::MotionNeighbours Around = mb.Around.Motion.Of16x16();
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};
     MEParams<Sample> p;
-    for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
-        const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
+    for (int32_t r = 0; r < Slice.num_ref_idx_l0; ++r) {
+        const auto& Ref = *Slice.ref_pic_lists.Pictures[0][r];
         const MotionVector Predicted = h264::PredictMedian(Around, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, s, Predicted, Skip))
+        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, mb, w, Predicted, Skip))
             return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
         p.pred_mv = Predicted;
-        FillSearch(Settings, s, Ref, p);
+        FillSearch(Settings, mb, Ref, w, p);
         p.threshold = Limit;
-        BuildCandidates(Settings.Layout, s, Ref, p);
+        BuildCandidates(Settings.Layout, mb, Ref, p);
         SearchInteger(p);
-        const int32_t Price = ReferencePrice(Qp, r, s.num_ref_idx_l0);
+        const int32_t Price = ReferencePrice(Qp, r, Slice.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, s, p.best_mv, Skip))
+        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, mb, w, p.best_mv, Skip))
             return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
         if (p.best_cost + Price < Best) {
             Best = p.best_cost + Price;
@@ -168,6 +161,6 @@ Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
             .Difference = Difference};
 }
 
-template Candidate DecideP(const EncoderSettings&, SliceContext<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

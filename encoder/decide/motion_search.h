@@ -4,7 +4,7 @@
 #include "encoder/decide/block_distance.h"
 #include "encoder/decide/motion_tables.h"
 #include "encoder/state/encoder_types.h"
-#include "encoder/state/slice_context.h"
+#include "encoder/state/work_area.h"
 
 #include <cstdint>
 

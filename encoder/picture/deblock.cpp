@@ -21,7 +21,7 @@ template <class Sample>
 class MacroblockFilter
 {
 public:
-    MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
+    MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
         : m_Settings(Settings), m_Job(Job), m_Frame(*Job.pCurrent), m_View(Job.Reconstruction),
           m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
           m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_IsISlice(s.slice_type == h264::SLICE_I)
@@ -144,13 +144,14 @@ void MacroblockFilter<Sample>::Filter(int32_t Index)
 } // namespace
 
 template <class Sample>
-void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
+void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s,
+                  int32_t MbCount)
 {
     if (s.deblock_idc == 1) return;
     MacroblockFilter<Sample> Filter(Settings, Job, s);
-    for (int32_t i = 0; i < s.mb_count; ++i) Filter.Filter(s.first_mb + i);
+    for (int32_t i = 0; i < MbCount; ++i) Filter.Filter(s.first_mb + i);
 }
 
-template void DeblockSlice(const EncoderSettings&, const PictureJob<uint8_t>&, const SliceContext<uint8_t>&);
+template void DeblockSlice(const EncoderSettings&, const PictureJob<uint8_t>&, const SliceFacts<uint8_t>&, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -101,7 +101,7 @@ int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample
                 : Type == FRAME_B ? Settings.Params.quant_b
                                   : Settings.Params.quant_p) -
                Init;
-    default: return Job.Slices[0].slice_qp_delta;
+    default: return Job.Slices[0].Facts.slice_qp_delta;
     }
 }
 
@@ -111,10 +111,10 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
     const int32_t QpDelta = SliceQpDelta(Settings, Sequence, Job);
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)];
-        s.slice_qp_delta = QpDelta;
-        s.slice_id = i;
-        s.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
-        UpdateRefLists(Settings, Sequence, Job, s);
+        s.Facts.slice_qp_delta = QpDelta;
+        s.Facts.slice_id = i;
+        s.Facts.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
+        UpdateRefLists(Settings, Sequence, Job, s.Facts);
         CompressSlice(Settings, Sequence, Job, s);
     }
 }
@@ -154,8 +154,10 @@ void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Seque
         WriteOverflowFallback(Settings, Job);
         Sequence.make_key_next = true;
     } else if (Job.picture_class != CLASS_DISPOSABLE) {
-        for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
-            DeblockSlice(Settings, Job, Job.Slices[static_cast<size_t>(i)]);
+        for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
+            const auto& s = Job.Slices[static_cast<size_t>(i)];
+            DeblockSlice(Settings, Job, s.Facts, s.Progress.mb_count);
+        }
     }
     if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.Reconstruction, Settings.Layout);
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i)

@@ -69,7 +69,7 @@ void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists
 
 template <class Sample>
 void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                    const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+                    const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
 {
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
@@ -112,7 +112,7 @@ void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>&
 }
 
 template void UpdateRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
-                             SliceContext<uint8_t>&);
+                             SliceFacts<uint8_t>&);
 template void UpdateMarking(const EncoderSettings&, const SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -10,7 +10,7 @@ namespace UMC_H264_ENCODER {
 /// frame_num_wrap and pic_num of all references (clause 8.2.4.1), and the lists of one slice.
 template <class Sample>
 void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                    const PictureJob<Sample>& Job, SliceContext<Sample>& s);
+                    const PictureJob<Sample>& Job, SliceFacts<Sample>& s);
 /// Sliding window marking after a reference picture (clause 8.2.5.3).
 template <class Sample>
 void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,

@@ -1,12 +1,10 @@
 // A decision is a value: nothing but its commit writes the records of the macroblock.
 #include "Common/h264/intra_modes.h"
-#include "encoder/decide/inter_decision.h"
-#include "encoder/decide/intra_decision.h"
-#include "encoder/decide/macroblock_decision.h"
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
+#include "tests/encoder/slice_stages.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +35,7 @@ protected:
             Output.Reset();
             ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
         }
-        ASSERT_EQ(Slice().slice_type, h264::SLICE_P);
+        ASSERT_EQ(Slice().Facts.slice_type, h264::SLICE_P);
     }
     SliceContext<uint8_t>& Slice() { return c.Job.Slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
@@ -73,24 +71,34 @@ protected:
 TEST_F(MacroblockCandidate, LeavesRecordsAndSamplesAlone)
 {
     const std::vector<uint8_t> Before = Records();
-    const int32_t Intra = Slice().intra_count;
     uint8_t ChromaMode = 0;
     DecideP(c.Settings, Slice());
     EXPECT_EQ(Records(), Before);
     Candidate Best = Intra16x16(c.Settings, Slice());
     TryFinerIntra(c.Settings, Slice(), Best);
     Intra4x4(c.Settings, Slice(), INT32_MAX);
-    IntraChroma(c.Settings, Slice(), ChromaMode);
-    AnalyseIntra(c.Settings, Slice());
+    IntraChroma(c.Settings, Mb(), Slice().work_area, ChromaMode);
+    AnalyseIntra(c.Settings, Mb(), Slice().work_area);
     EXPECT_EQ(Records(), Before);
-    EXPECT_EQ(Slice().intra_count, Intra);
+}
+
+// The slice's loop counts what was committed.
+TEST_F(MacroblockCandidate, IsCountedOnceItIsCommitted)
+{
+    const auto* const pGlobal = c.Job.pCurrent->mb_global;
+    const auto Intra = std::count_if(pGlobal, pGlobal + c.Settings.Layout.MbCount,
+                                     [](const GlobalMacroblock& g) { return IsIntra(g.Type); });
+    EXPECT_GT(Intra, 0);
+    EXPECT_LT(Intra, c.Settings.Layout.MbCount);
+    EXPECT_EQ(Slice().Progress.intra_count, Intra);
+    EXPECT_EQ(Slice().Progress.mb_count, c.Settings.Layout.MbCount);
 }
 
 // A skip is made of its prediction when it is reconstructed, not when it is decided.
 TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
 {
     auto& mb = Mb();
-    const auto& Ref = *Slice().ref_pic_lists.Pictures[0][0];
+    const auto& Ref = *Slice().Facts.ref_pic_lists.Pictures[0][0];
     for (int32_t y = 0; y < 16; ++y)
         std::copy_n(Ref.m_pY + mb.pPosition->Luma + y * mb.pitch, 16, mb.pRecY + y * mb.pitch);
     for (int32_t y = 0; y < 8; ++y) {
@@ -113,36 +121,32 @@ TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
 TEST_F(MacroblockCandidate, IsCommittedWhole)
 {
     const auto Filled = [this](MotionVector v, MotionVector Difference, int8_t Ref) {
-        const auto& mb = Mb();
-        return std::count(mb.pVectors, mb.pVectors + 16, v) == 16 &&
-               std::count(mb.pDifferences, mb.pDifferences + 16, Difference) == 16 &&
-               std::count(mb.pReferences, mb.pReferences + 16, Ref) == 16;
+        const MacroblockRecords& mb = Mb().Records;
+        return std::count(&mb.pVectors[0], &mb.pVectors[16], v) == 16 &&
+               std::count(&mb.pDifferences[0], &mb.pDifferences[16], Difference) == 16 &&
+               std::count(&mb.pReferences[0], &mb.pReferences[16], Ref) == 16;
     };
     auto& Trial = Slice().work_area.Intra4x4Modes;
     for (size_t i = 0; i < 16; ++i) Trial[i] = static_cast<uint8_t>(i % 9);
-    const int32_t Intra = Slice().intra_count;
 
     Commit({.Cost = 77, .Type = MB_INTER16X16, .Ref = 1, .Vector = {5, -6}, .Difference = {-300, 2}}, Slice());
-    EXPECT_EQ(Mb().pGlobal->Type, MB_INTER16X16);
-    EXPECT_EQ(Mb().pLocal->Cost, 77);
-    EXPECT_EQ(Mb().pLocal->ChromaMode, CHROMA_DC);
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().Records.pLocal->Cost, 77);
+    EXPECT_EQ(Mb().Records.pLocal->ChromaMode, CHROMA_DC);
     EXPECT_TRUE(Filled({5, -6}, {-300, 2}, 1));
-    EXPECT_EQ(std::count(Mb().pIntraModes, Mb().pIntraModes + 16, h264::kIntraDcMode), 16);
-    EXPECT_EQ(Slice().intra_count, Intra);
+    EXPECT_EQ(std::count(&Mb().Records.pIntraModes[0], &Mb().Records.pIntraModes[16], h264::kIntraDcMode), 16);
 
     Commit({.Cost = 78, .Type = MB_INTRA4X4, .ChromaMode = CHROMA_PLANE}, Slice());
-    EXPECT_EQ(Mb().pGlobal->Type, MB_INTRA4X4);
-    EXPECT_EQ(Mb().pLocal->ChromaMode, CHROMA_PLANE);
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTRA4X4);
+    EXPECT_EQ(Mb().Records.pLocal->ChromaMode, CHROMA_PLANE);
     EXPECT_TRUE(Filled({0, 0}, {0, 0}, -1));
-    EXPECT_TRUE(std::equal(Trial, Trial + 16, Mb().pIntraModes));
-    EXPECT_EQ(Slice().intra_count, Intra + 1);
+    EXPECT_TRUE(std::equal(Trial, Trial + 16, &Mb().Records.pIntraModes[0]));
 
     Commit({.Cost = 79, .Type = MB_INTRA16X16, .Intra16Mode = INTRA16_PLANE, .ChromaMode = CHROMA_VERTICAL}, Slice());
-    EXPECT_EQ(Mb().pGlobal->Type, MB_INTRA16X16);
-    EXPECT_EQ(Mb().pLocal->Intra16Mode, INTRA16_PLANE);
-    EXPECT_EQ(Mb().pLocal->ChromaMode, CHROMA_VERTICAL);
-    EXPECT_EQ(std::count(Mb().pIntraModes, Mb().pIntraModes + 16, h264::kIntraDcMode), 16);
-    EXPECT_EQ(Slice().intra_count, Intra + 2);
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTRA16X16);
+    EXPECT_EQ(Mb().Records.pLocal->Intra16Mode, INTRA16_PLANE);
+    EXPECT_EQ(Mb().Records.pLocal->ChromaMode, CHROMA_VERTICAL);
+    EXPECT_EQ(std::count(&Mb().Records.pIntraModes[0], &Mb().Records.pIntraModes[16], h264::kIntraDcMode), 16);
 }
 
 } // namespace

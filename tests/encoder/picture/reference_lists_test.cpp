@@ -41,7 +41,7 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     Frame* const pNew = t.Add(1);
     t.c.Job.pCurrent = t.Add(2, false);
     t.c.Settings.Params.num_ref_frames = 2;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
     UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     EXPECT_EQ(pOld->frame_num_wrap, -6);
@@ -63,7 +63,7 @@ TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
     pOld->frame_num_wrap = 254;
     t.c.Job.pCurrent = t.Add(0, false);
     t.c.Settings.Params.num_ref_frames = 2;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_I;
     UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     EXPECT_EQ(pOld->frame_num_wrap, -2);
@@ -79,9 +79,9 @@ TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
     TestCore t;
     Frame* const pOld = t.Add(4);
     t.c.Job.pCurrent = t.Add(5, false);
-    t.c.Job.Slices[0].slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, t.c.Job.Slices[0]);
-    EXPECT_EQ(t.c.Job.Slices[0].num_ref_idx_l0, 1);
+    t.c.Job.Slices[0].Facts.slice_type = h264::SLICE_P;
+    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, t.c.Job.Slices[0].Facts);
+    EXPECT_EQ(t.c.Job.Slices[0].Facts.num_ref_idx_l0, 1);
     UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_TRUE(pOld->IsFree() || !pOld->was_encoded);
     EXPECT_EQ(pOld->is_reference, 0);
@@ -108,7 +108,7 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     d->long_term_frame_idx = 0;
     t.c.Job.pCurrent = t.Add(4, false);
     t.c.Settings.Params.num_ref_frames = 3;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
     UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     ASSERT_EQ(s.ref_pic_lists.Count[0], 3);
@@ -123,7 +123,7 @@ TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
     for (const int32_t FrameNum : {3, 4, 5}) t.Add(FrameNum);
     Frame* const pSame = t.Add(6); // as high as the current picture's number, which is not above it
     t.c.Job.pCurrent = t.Add(6, false);
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
     for (const int32_t References : {0, 1, 2, 4}) {
         t.c.Settings.Params.num_ref_frames = References;
@@ -140,7 +140,7 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2), *const p6 = t.Add(6), *const p8 = t.Add(8);
     t.c.Job.pCurrent = t.Add(4, false);
     t.c.Settings.Params.num_ref_frames = 4;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
     UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     const auto Lists = s.ref_pic_lists.Pictures;
@@ -154,7 +154,7 @@ TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2);
     t.c.Job.pCurrent = t.Add(4, false);
     t.c.Settings.Params.num_ref_frames = 2;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
     UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], p2);
