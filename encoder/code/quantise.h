@@ -6,23 +6,26 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Levels of the macroblock's luma against PredY, into Luma. @return a bit for each block with levels; without any,
-/// Luma may be left as it was
+/// Levels of the macroblock's luma against PredY, into Luma and LumaMask. Without any, Luma may be left as it was.
 template <class Sample>
-uint32_t QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
 {
-    if (Kernels<Sample>.LargestSad4x4Of16x16(mb.pSrcY, mb.SrcPitch, w.PredY, w.kPredStep) <= mb.pQuant->LumaZeroSad)
-        return 0;
-    return Kernels<Sample>.ForwardQuant16x16(mb.pSrcY, mb.SrcPitch, w.PredY, w.kPredStep, w.Luma, mb.pQuant->pLuma);
+    constexpr int kStep = WorkArea<Sample>::kPredStep;
+    const bool HasNone =
+        Kernels<Sample>.LargestSad4x4Of16x16(mb.pSrcY, mb.SrcPitch, t.PredY, kStep) <= mb.pQuant->LumaZeroSad;
+    t.LumaMask =
+        HasNone ? 0
+                : Kernels<Sample>.ForwardQuant16x16(mb.pSrcY, mb.SrcPitch, t.PredY, kStep, t.Luma, mb.pQuant->pLuma);
 }
 
-/// True when neither DC nor AC levels of a chroma plane (0 Cb, 1 Cr) against PredUV can remain, with the rounding of P
-/// and B slices. False says nothing.
+/// True when neither DC nor AC levels of a chroma plane (0 Cb, 1 Cr) against a prediction can remain, with the rounding
+/// of P and B slices. False says nothing.
+/// @param pPredUV  Cb in columns 0..7, Cr in 8..15
 template <class Sample>
-bool ChromaHasNoLevels(const CurrentMacroblock<Sample>& mb, const WorkArea<Sample>& w, int Plane)
+bool ChromaHasNoLevels(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, int Plane)
 {
-    return Kernels<Sample>.LargestSad4x4Of8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
-                                              w.kPredStep) <= mb.pQuant->ChromaZeroSad;
+    return Kernels<Sample>.LargestSad4x4Of8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, pPredUV + 8 * Plane,
+                                              WorkArea<Sample>::kPredStep) <= mb.pQuant->ChromaZeroSad;
 }
 
 } // namespace UMC_H264_ENCODER

@@ -20,24 +20,26 @@ uint32_t LumaPattern(uint32_t Coded)
     return Pattern;
 }
 
+// What is not at hand of the prediction and of the luma's levels.
 template <class Sample>
-void InterPrediction(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void CompleteTrial(const FrameLayout& Layout, const Candidate& Won, const CurrentMacroblock<Sample>& mb,
+                   WorkArea<Sample>& w)
 {
-    const int8_t r = mb.Records.pReferences[0];
-    const auto& Ref = *mb.pSlice->ref_pic_lists.Pictures[0][r];
-    const MotionVector v = mb.Records.pVectors[0];
-    if (!(w.IsTested && w.TestedVector == v && r == 0)) {
-        w.IsTested = false;
-        CompensateLuma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
+    InterTrial<Sample>& t = w.Inter[Won.Slot];
+    const auto& Ref = *mb.pSlice->ref_pic_lists.Pictures[0][Won.Ref];
+    const int32_t x = mb.mb_x * 16, y = mb.mb_y * 16;
+    if (Won.AtHand < BLOCKS_LUMA) {
+        CompensateLuma(Layout, w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep);
+        QuantiseInterLuma(mb, t);
     }
-    CompensateChroma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
+    if (Won.AtHand < BLOCKS_ALL) CompensateChroma(Layout, w, Ref, Won.Vector, x, y, 16, 16, t.PredUV, w.kPredStep);
 }
 
 // Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.
 template <class Sample>
-uint32_t InterLumaLevels(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+uint32_t InterLumaLevels(const InterTrial<Sample>& t, WorkArea<Sample>& w)
 {
-    const uint32_t Mask = w.IsTested ? w.TestedMask : QuantiseInterLuma(mb, w);
+    const uint32_t Mask = t.LumaMask;
     uint32_t Coded = 0;
     int32_t Total = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -45,7 +47,7 @@ uint32_t InterLumaLevels(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& 
         int32_t Cost = 0;
         for (uint32_t Rest = Bits; Rest; Rest &= Rest - 1) {
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));
-            Cost += ListLevels(w.Luma + 16 * Block, 0, w.LumaLevels[Block]);
+            Cost += ListLevels(t.Luma + 16 * Block, 0, w.LumaLevels[Block]);
         }
         if (IsQuadrantWorthCoding(Cost)) Coded |= Bits;
         Total += Cost;
@@ -53,18 +55,18 @@ uint32_t InterLumaLevels(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& 
     return IsMacroblockWorthCoding(Total) ? Coded : 0;
 }
 
-// Residual of both chroma planes against the prediction in PredUV; sets the chroma bits of Coded and Pattern.
+// Residual of both chroma planes against a prediction; sets the chroma bits of Coded and Pattern.
 template <class Sample>
-void ReconstructChroma(CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     const MacroblockQuant& q = *mb.pQuant;
     uint32_t AnyAc = 0, AnyDc = 0;
     for (int Plane = 0; Plane < 2; ++Plane) {
         const auto* const pSrc = Plane ? mb.pSrcV : mb.pSrcU;
         Sample* const pDst = Plane ? mb.pRecV : mb.pRecU;
-        const auto* const pPred = w.PredUV + 8 * Plane;
+        const Sample* const pPred = pPredUV + 8 * Plane;
         auto* const pLevels = w.Chroma[Plane];
-        if (mb.pSlice->slice_type != h264::SLICE_I && ChromaHasNoLevels(mb, w, Plane)) {
+        if (mb.pSlice->slice_type != h264::SLICE_I && ChromaHasNoLevels(mb, pPredUV, Plane)) {
             Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
@@ -101,25 +103,27 @@ void ReconstructChroma(CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 }
 
 template <class Sample>
-void ReconstructInter(const FrameLayout& Layout, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void ReconstructInter(const FrameLayout& Layout, const Candidate& Won, CurrentMacroblock<Sample>& mb,
+                      WorkArea<Sample>& w)
 {
-    InterPrediction(Layout, mb, w);
-    const uint32_t Coded = InterLumaLevels(mb, w);
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
+    CompleteTrial(Layout, Won, mb, w);
+    InterTrial<Sample>& t = w.Inter[Won.Slot];
+    const uint32_t Coded = InterLumaLevels(t, w);
+    Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Coded) {
-        Kernels<Sample>.DequantBlocks(w.Luma, Coded, 16, mb.pQuant->pLumaScale, mb.pQuant->LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Coded);
+        Kernels<Sample>.DequantBlocks(t.Luma, Coded, 16, mb.pQuant->pLumaScale, mb.pQuant->LumaPer, 0);
+        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded);
     }
     mb.Records.pLocal->Coded = Coded;
     mb.Records.pLocal->Pattern = LumaPattern(Coded);
-    ReconstructChroma(mb, w);
+    ReconstructChroma(t.PredUV, mb, w);
 }
 
 template <class Sample>
-void ReconstructIntra16x16(CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     const MacroblockQuant& q = *mb.pQuant;
-    const auto* const pPred = w.IntraY[0];
+    const auto* const pPred = w.IntraY[Slot];
     uint32_t Mask =
         Kernels<Sample>.ForwardQuantAc16x16(mb.pSrcY, mb.SrcPitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
@@ -144,11 +148,12 @@ void ReconstructIntra16x16(CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 
 // The skip test has made the prediction already.
 template <class Sample>
-void ReconstructSkip(const WorkArea<Sample>& w, CurrentMacroblock<Sample>& mb)
+void ReconstructSkip(const InterTrial<Sample>& t, CurrentMacroblock<Sample>& mb)
 {
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
-    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.pRecU, mb.pitch, 8);
-    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.pRecV, mb.pitch, 8);
+    constexpr int kStep = WorkArea<Sample>::kPredStep;
+    Kernels<Sample>.CopyBlock16(t.PredY, kStep, mb.pRecY, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock8(t.PredUV, kStep, mb.pRecU, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock8(t.PredUV + 8, kStep, mb.pRecV, mb.pitch, 8);
 }
 
 // The decision has reconstructed the blocks in the local copy already.
@@ -163,15 +168,15 @@ void ReconstructIntra4x4(const WorkArea<Sample>& w, CurrentMacroblock<Sample>& m
 } // namespace
 
 template <class Sample>
-void Reconstruct(const FrameLayout& Layout, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void Reconstruct(const FrameLayout& Layout, const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    switch (mb.Records.pGlobal->Type) {
-    case MB_SKIP_P: return ReconstructSkip(w, mb);
-    case MB_INTRA16X16: ReconstructIntra16x16(mb, w); break;
+    switch (Won.Type) {
+    case MB_SKIP_P: return ReconstructSkip(w.Inter[Won.Slot], mb);
+    case MB_INTRA16X16: ReconstructIntra16x16(Won.Slot, mb, w); break;
     case MB_INTRA4X4: ReconstructIntra4x4(w, mb); break;
-    default: return ReconstructInter(Layout, mb, w);
+    default: return ReconstructInter(Layout, Won, mb, w);
     }
-    ReconstructChroma(mb, w);
+    ReconstructChroma(w.IntraUV, mb, w);
 }
 
 void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, MacroblockQuant& q)
@@ -192,6 +197,6 @@ void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, Mac
     q.ChromaPer = static_cast<int32_t>(Chroma / 6);
 }
 
-template void Reconstruct(const FrameLayout&, CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template void Reconstruct(const FrameLayout&, const Candidate&, CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,6 +1,7 @@
 // Residual, quantisation and reconstruction of a macroblock whose mode is decided.
 #pragma once
 
+#include "encoder/state/candidate.h"
 #include "encoder/state/current_macroblock.h"
 #include "encoder/state/encoder_settings.h"
 #include "encoder/state/work_area.h"
@@ -9,8 +10,9 @@ namespace UMC_H264_ENCODER {
 
 /// The quantisers of a QP in a slice of a type.
 void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, MacroblockQuant& q);
-/// Levels into the work area, samples into the picture, Coded and Pattern of the macroblock's record.
+/// Levels of what was committed into the work area, samples into the picture, Coded and Pattern of the macroblock's
+/// record.
 template <class Sample>
-void Reconstruct(const FrameLayout& Layout, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
+void Reconstruct(const FrameLayout& Layout, const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
 } // namespace UMC_H264_ENCODER

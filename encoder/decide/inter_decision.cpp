@@ -15,25 +15,25 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-bool SkipLeavesLuma(const WorkArea<Sample>& w)
+bool SkipLeavesLuma(const InterTrial<Sample>& t)
 {
     int32_t Cost = 0;
-    for (uint32_t Rest = w.TestedMask; Rest; Rest &= Rest - 1) {
-        Cost += CoefficientCost(w.Luma + 16 * std::countr_zero(Rest), 0);
+    for (uint32_t Rest = t.LumaMask; Rest; Rest &= Rest - 1) {
+        Cost += CoefficientCost(t.Luma + 16 * std::countr_zero(Rest), 0);
         if (IsLumaTooMuchToSkip(Cost)) return true;
     }
     return false;
 }
 
 template <class Sample>
-bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, WorkArea<Sample>& w)
 {
     const auto* const pQuant = mb.pQuant->pChroma;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        if (ChromaHasNoLevels(mb, w, Plane)) continue;
+        if (ChromaHasNoLevels(mb, pPredUV, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask =
-            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
+            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, pPredUV + 8 * Plane,
                                               w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
         if (Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
             return true;
@@ -45,21 +45,31 @@ bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
     return false;
 }
 
-// True when the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
+// How far the skip test came: what it leaves in the trial are the blocks at the skip vector.
+struct SkipTest {
+    bool IsSkip;
+    BlocksAtHand AtHand;
+};
+
+// Whether the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
 // quarter sample of it.
 template <class Sample>
-bool CheckSkipP(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
-                MotionVector Vector, MotionVector Skip)
+SkipTest CheckSkipP(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                    InterTrial<Sample>& t, MotionVector Vector, MotionVector Skip)
 {
-    if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return false;
+    if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
     const auto& Ref = *mb.pSlice->ref_pic_lists.Pictures[0][0];
-    CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
-    w.TestedMask = QuantiseInterLuma(mb, w);
-    w.IsTested = true;
-    w.TestedVector = Skip;
-    if (SkipLeavesLuma(w)) return false;
-    CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
-    return !SkipLeavesChroma(mb, w);
+    CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredY, w.kPredStep);
+    QuantiseInterLuma(mb, t);
+    if (SkipLeavesLuma(t)) return {false, BLOCKS_LUMA};
+    CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredUV, w.kPredStep);
+    return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
+}
+
+// A skip costs nothing.
+Candidate Skipped(MotionVector Skip, uint8_t Slot)
+{
+    return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip, .Slot = Slot, .AtHand = BLOCKS_ALL};
 }
 
 MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)}; }
@@ -119,7 +129,8 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
 } // namespace
 
 template <class Sample>
-Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, uint8_t Slot,
+                  WorkArea<Sample>& w)
 {
     const SliceFacts<Sample>& Slice = *mb.pSlice;
     const uint32_t Flags = Settings.AnalysisFlags;
@@ -129,12 +140,15 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};
+    SkipTest Tested{};
     MEParams<Sample> p;
     for (int32_t r = 0; r < Slice.num_ref_idx_l0; ++r) {
         const auto& Ref = *Slice.ref_pic_lists.Pictures[0][r];
         const MotionVector Predicted = h264::PredictMedian(Around, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, mb, w, Predicted, Skip))
-            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
+        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
+            Tested = CheckSkipP(Settings.Layout, mb, w, w.Inter[Slot], Predicted, Skip);
+            if (Tested.IsSkip) return Skipped(Skip, Slot);
+        }
         p.pred_mv = Predicted;
         FillSearch(Settings, mb, Ref, w, p);
         p.threshold = Limit;
@@ -142,8 +156,10 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
         SearchInteger(p);
         const int32_t Price = ReferencePrice(Qp, r, Slice.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, mb, w, p.best_mv, Skip))
-            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
+        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
+            Tested = CheckSkipP(Settings.Layout, mb, w, w.Inter[Slot], p.best_mv, Skip);
+            if (Tested.IsSkip) return Skipped(Skip, Slot);
+        }
         if (p.best_cost + Price < Best) {
             Best = p.best_cost + Price;
             BestRef = r;
@@ -158,9 +174,11 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
             .Type = MB_INTER16X16,
             .Ref = static_cast<int8_t>(BestRef),
             .Vector = BestVector,
-            .Difference = Difference};
+            .Difference = Difference,
+            .Slot = Slot,
+            .AtHand = BestRef == 0 && BestVector == Skip ? Tested.AtHand : BLOCKS_NONE};
 }
 
-template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, uint8_t, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

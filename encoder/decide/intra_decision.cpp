@@ -9,6 +9,7 @@
 #include <array>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace UMC_H264_ENCODER {
 
@@ -37,21 +38,21 @@ Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sa
                                       {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
     const auto pDistance =
         Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
-    Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
-    int BestSlot = 0;
+    int32_t Best = kImpossible;
+    uint8_t BestMode = INTRA16_DC, Slot = 0;
+    Sample *pBest = w.IntraY[0], *pTrial = w.IntraY[1];
     for (const ModeTrial<Sample>& t : Trials) {
         const int32_t Price = BitPrice(mb.Records.pLocal->Qp, t.Bits);
-        if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best.Cost) continue;
-        auto* const pTrial = w.IntraY[1 - BestSlot];
+        if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best) continue;
         t.pPredict(mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available);
         const int32_t Cost = Price + pDistance(mb.pSrcY, mb.SrcPitch, pTrial, w.kPredStep);
-        if (Cost >= Best.Cost) continue;
-        Best.Cost = Cost;
-        BestSlot = 1 - BestSlot;
-        Best.Intra16Mode = t.Mode;
+        if (Cost >= Best) continue;
+        Best = Cost;
+        BestMode = t.Mode;
+        std::swap(pBest, pTrial);
+        Slot ^= 1;
     }
-    if (BestSlot != 0) Kernels<Sample>.CopyBlock16(w.IntraY[1], w.kPredStep, w.IntraY[0], w.kPredStep, 16);
-    return Best;
+    return {.Cost = Best, .Type = MB_INTRA16X16, .Intra16Mode = BestMode, .Slot = Slot};
 }
 
 template <class Sample>
@@ -76,7 +77,7 @@ int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sam
         if (Cost >= Best) continue;
         Best = Cost;
         Mode = t.Mode;
-        Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.PredUV, w.kPredStep, 8);
+        Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.IntraUV, w.kPredStep, 8);
     }
     return Best;
 }

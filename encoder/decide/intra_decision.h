@@ -1,8 +1,8 @@
 // Choice of the intra prediction of a macroblock.
 #pragma once
 
-#include "encoder/decide/candidate.h"
 #include "encoder/decide/motion_tables.h"
+#include "encoder/state/candidate.h"
 #include "encoder/state/current_macroblock.h"
 #include "encoder/state/encoder_settings.h"
 #include "encoder/state/work_area.h"
@@ -15,7 +15,7 @@ inline int32_t BitPrice(int32_t Qp, int32_t Bits)
     return MVBitCost[static_cast<size_t>(Qp)][static_cast<size_t>(Bits)];
 }
 
-/// The best Intra 16x16 mode at its distortion plus the price of the mode; its prediction into IntraY[0].
+/// The best Intra 16x16 mode at its distortion plus the price of the mode; its prediction into IntraY.
 template <class Sample>
 Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
@@ -25,7 +25,7 @@ template <class Sample>
 Candidate Intra4x4(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                    int32_t Limit);
 
-/// The best chroma mode; its prediction into PredUV.
+/// The best chroma mode; its prediction into IntraUV.
 /// @return its cost
 template <class Sample>
 int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,

@@ -57,13 +57,12 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, MacroblockRecords& 
 template <class Sample>
 Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    w.IsTested = false;
     if (mb.pSlice->slice_type == h264::SLICE_I) {
         Candidate Intra = AnalyseIntra(Settings, mb, w);
         IntraChroma(Settings, mb, w, Intra.ChromaMode);
         return Intra;
     }
-    const Candidate Inter = DecideP(Settings, mb, w);
+    const Candidate Inter = DecideP(Settings, mb, 0, w);
     const auto Qp = static_cast<size_t>(mb.Records.pLocal->Qp);
     if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
     Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);

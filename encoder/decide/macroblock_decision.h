@@ -1,7 +1,7 @@
 // How a macroblock is coded.
 #pragma once
 
-#include "encoder/decide/candidate.h"
+#include "encoder/state/candidate.h"
 #include "encoder/state/current_macroblock.h"
 #include "encoder/state/encoder_settings.h"
 #include "encoder/state/work_area.h"

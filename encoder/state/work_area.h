@@ -19,6 +19,15 @@ struct HalfPlanes {
     bool HasBoth; // Both is made when the walk first needs it
 };
 
+// What a try at a vector leaves: the prediction, and the levels of the luma against it.
+template <class Sample>
+struct InterTrial {
+    alignas(16) Sample PredY[16 * 16];
+    alignas(16) Sample PredUV[16 * 8];                             // Cb in columns 0..7, Cr in 8..15
+    alignas(16) typename CodecTraits<Sample>::Coeff Luma[16 * 16]; // levels, then scaled coefficients
+    uint32_t LumaMask;                                             // a bit for each block with levels
+};
+
 /// Decisions and reconstruction write it, macroblock by macroblock; the syntax reads the levels. What lies in it is of
 /// no use to the next macroblock.
 template <class Sample>
@@ -28,13 +37,14 @@ struct WorkArea {
     static constexpr int kPredStep = 16;
     static constexpr int kLocalStep = 32;
 
-    alignas(16) Sample PredY[16 * 16];
-    alignas(16) Sample PredUV[16 * 8];     // Cb in columns 0..7, Cr in 8..15
-    alignas(16) Sample IntraY[2][16 * 16]; // best and trial prediction of Intra 16x16
+    static constexpr uint8_t kInterTrials = 2;
+    InterTrial<Sample> Inter[kInterTrials];
+    alignas(16) Sample IntraY[2][16 * 16]; // predictions of Intra 16x16, the best and the one on trial
+    alignas(16) Sample IntraUV[16 * 8];    // of the best chroma mode, Cb in columns 0..7
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
     alignas(16) Sample Local[17 * kLocalStep];
     static constexpr int kLocalOrigin = kLocalStep + 8;
-    alignas(16) Coeff Luma[256]; // levels, then scaled coefficients
+    alignas(16) Coeff Luma[256]; // of Intra 16x16: levels, then scaled coefficients
     alignas(16) Coeff Chroma[2][64];
     alignas(16) Coeff Intra4x4[256];
     alignas(16) Coeff LumaDc[16];
@@ -50,10 +60,6 @@ struct WorkArea {
     alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
     uint8_t Intra4x4Modes[16];           // of the trial, raster order
     uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
-    // The vector whose luma prediction is in PredY and whose levels are in Luma, after a skip test that failed.
-    bool IsTested;
-    MotionVector TestedVector;
-    uint32_t TestedMask;
     std::unique_ptr<uint8_t[]> pVisited; // (2 * search_x + 1) * (2 * search_y + 1), for search method 8
 };
 

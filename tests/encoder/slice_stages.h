@@ -13,9 +13,9 @@ using Slice8 = UMC_H264_ENCODER::SliceContext<uint8_t>;
 using UMC_H264_ENCODER::Candidate;
 using UMC_H264_ENCODER::EncoderSettings;
 
-inline Candidate DecideP(const EncoderSettings& Settings, Slice8& s)
+inline Candidate DecideP(const EncoderSettings& Settings, Slice8& s, uint8_t Slot = 0)
 {
-    return UMC_H264_ENCODER::DecideP(Settings, s.cur_mb, s.work_area);
+    return UMC_H264_ENCODER::DecideP(Settings, s.cur_mb, Slot, s.work_area);
 }
 inline Candidate Intra16x16(const EncoderSettings& Settings, Slice8& s)
 {

@@ -16,6 +16,8 @@ namespace {
 using namespace UMC_H264_ENCODER;
 using namespace encoder_testing;
 
+using Frame8 = H264EncoderFrame<uint8_t>;
+
 constexpr int32_t kSide = 48;
 
 // A core behind the last macroblock of a P picture.
@@ -147,6 +149,79 @@ TEST_F(MacroblockCandidate, IsCommittedWhole)
     EXPECT_EQ(Mb().Records.pLocal->Intra16Mode, INTRA16_PLANE);
     EXPECT_EQ(Mb().Records.pLocal->ChromaMode, CHROMA_VERTICAL);
     EXPECT_EQ(std::count(&Mb().Records.pIntraModes[0], &Mb().Records.pIntraModes[16], h264::kIntraDcMode), 16);
+}
+
+// Two inter candidates, each with its luma at hand: the macroblock's texture stands in two references, with an error of
+// its own in either.
+class TwoCandidates : public MacroblockCandidate
+{
+protected:
+    void SetUp() override
+    {
+        MacroblockCandidate::SetUp();
+        auto& mb = Mb();
+        ASSERT_EQ(m_Other.Allocate(c.Settings.Layout), UMC::StatusOk);
+        auto& Lists = Slice().Facts.ref_pic_lists;
+        Lists.Pictures[0][1] = &m_Other;
+        std::mt19937 Rng(3);
+        for (uint8_t& Sample : m_Source) Sample = static_cast<uint8_t>(80 + Rng() % 60);
+        for (int32_t r : {0, 1}) {
+            auto& Ref = *Lists.Pictures[0][r];
+            const MacroblockPosition& At = *mb.pPosition;
+            for (int32_t y = 0; y < 16; ++y) std::copy_n(&m_Source[16 * y], 16, Ref.m_pY + At.Luma + y * Ref.m_Pitch);
+            for (int32_t y = 0; y < 8; ++y) {
+                std::fill_n(Ref.m_pU + At.Chroma + y * Ref.m_Pitch, 8, uint8_t{90});
+                std::fill_n(Ref.m_pV + At.Chroma + y * Ref.m_Pitch, 8, uint8_t{100});
+            }
+            Ref.m_pY[At.Luma + (4 * r + 1) * Ref.m_Pitch + 9] ^= 0x7F;
+        }
+        mb.pSrcY = m_Source;
+        mb.pSrcU = mb.pSrcV = m_SourceUv;
+        mb.SrcPitch = 16;
+        std::fill_n(m_SourceUv, 16 * 8, uint8_t{110});
+        NeighbourMotion& Around = mb.Around.Motion; // without neighbours, so that nothing moves
+        for (auto* const pRefs : {Around.LeftRefs, Around.TopRefs}) std::fill_n(pRefs, 4, h264::kRefUnavailable);
+        for (auto* const pVectors : {Around.LeftVectors, Around.TopVectors})
+            std::fill_n(pVectors, 4, MotionVector{0, 0});
+        Around.TopRight = Around.TopLeft = {{0, 0}, h264::kRefUnavailable};
+    }
+    // The candidate in one of the two references.
+    Candidate Decide(int8_t Ref, uint8_t Slot)
+    {
+        auto& Lists = Slice().Facts.ref_pic_lists;
+        if (Ref == 1) std::swap(Lists.Pictures[0][0], Lists.Pictures[0][1]);
+        Candidate Found = DecideP(c.Settings, Slice(), Slot);
+        if (Ref == 1) std::swap(Lists.Pictures[0][0], Lists.Pictures[0][1]);
+        EXPECT_EQ(Found.Type, MB_INTER16X16);
+        EXPECT_EQ(Found.Vector, (MotionVector{0, 0}));
+        EXPECT_EQ(Found.AtHand, BLOCKS_LUMA);
+        EXPECT_EQ(Found.Slot, Slot);
+        Found.Ref = Ref;
+        return Found;
+    }
+    // All that it leaves when it is the one that is committed.
+    std::vector<uint8_t> Outcome(const Candidate& Won)
+    {
+        Commit(Won, Slice());
+        Reconstruct(c.Settings.Layout, Won, Mb(), Slice().work_area);
+        return Records();
+    }
+
+    Frame8 m_Other{&m_Allocator};
+    uint8_t m_Source[16 * 16], m_SourceUv[16 * 8];
+};
+
+TEST_F(TwoCandidates, LiveSideBySideAndEitherIsCommitted)
+{
+    const std::vector<uint8_t> First = Outcome(Decide(0, 0)), Second = Outcome(Decide(1, 0));
+    ASSERT_NE(First, Second);
+    for (const bool TakesSecond : {false, true}) {
+        const Candidate a = Decide(0, 0), b = Decide(1, 1);
+        EXPECT_EQ(Outcome(TakesSecond ? b : a) == First, !TakesSecond);
+        EXPECT_EQ(Records() == Second, TakesSecond);
+        EXPECT_EQ(Outcome(TakesSecond ? a : b) == Second, !TakesSecond); // the other is still whole
+        EXPECT_EQ(Records() == First, TakesSecond);
+    }
 }
 
 } // namespace
