@@ -10,19 +10,6 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-void NumberReferences(const H264EncoderFrameList<Sample>& List, int32_t Current)
-{
-    for (auto* p = List.Head(); p; p = p->next) {
-        if (p->IsShortTerm()) {
-            p->frame_num_wrap = h264::FrameNumWrap(p->frame_num, Current, EncoderSettings::frame_num_max);
-            p->pic_num[0] = p->pic_num[1] = p->frame_num_wrap;
-        } else if (p->IsLongTerm()) {
-            p->long_term_pic_num[0] = p->long_term_pic_num[1] = p->long_term_frame_idx;
-        }
-    }
-}
-
-template <class Sample>
 struct CollectedReferences {
     using Frame = H264EncoderFrame<Sample>;
     std::array<Frame*, kMaxReferences> Short, Long;
@@ -68,14 +55,24 @@ void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists
 } // namespace
 
 template <class Sample>
-void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                    const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
+void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Sample>& Current)
+{
+    for (auto* p = Sequence.ReconstructionList.Head(); p; p = p->next) {
+        if (p->IsShortTerm()) {
+            p->frame_num_wrap = h264::FrameNumWrap(p->frame_num, Current.frame_num, EncoderSettings::frame_num_max);
+            p->pic_num[0] = p->pic_num[1] = p->frame_num_wrap;
+        } else if (p->IsLongTerm()) {
+            p->long_term_pic_num[0] = p->long_term_pic_num[1] = p->long_term_frame_idx;
+        }
+    }
+}
+
+template <class Sample>
+void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                   const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
 {
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
-    NumberReferences(
-        Sequence.ReconstructionList,
-        Job.pCurrent->frame_num); // for I slices too: the sliding window behind the picture goes by these numbers
     if (s.slice_type == h264::SLICE_I) return;
     CollectedReferences<Sample> Refs(Sequence.ReconstructionList, Job.pCurrent);
     if (s.slice_type == h264::SLICE_P) {
@@ -91,8 +88,7 @@ void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>
 }
 
 template <class Sample>
-void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                   H264EncoderFrame<Sample>& Current)
+void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current)
 {
     const auto& List = Sequence.ReconstructionList;
     if (Current.is_idr) {
@@ -111,8 +107,9 @@ void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>&
     Current.is_reference = 3;
 }
 
-template void UpdateRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
-                             SliceFacts<uint8_t>&);
-template void UpdateMarking(const EncoderSettings&, const SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
+template void UpdateRefLists(SequenceState<uint8_t>&, const H264EncoderFrame<uint8_t>&);
+template void BuildRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
+                            SliceFacts<uint8_t>&);
+template void UpdateMarking(const EncoderSettings&, SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -16,17 +16,16 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
-                            const SliceFacts<Sample>& s)
+SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
 {
     SliceHeader h{};
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
     h.frame_num = Job.pCurrent->frame_num;
     h.is_idr = Job.pCurrent->is_idr;
-    h.idr_pic_id = Sequence.idr_pic_id;
+    h.idr_pic_id = Sets.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sequence.Sps.log2_max_pic_order_cnt_lsb);
+    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
     h.cabac_init_idc = s.cabac_init_idc;
@@ -55,24 +54,24 @@ NeighbourTables MakeNeighbourTables(bool IsCabac, int32_t MbWidth, const Picture
 
 // What the settings say of every slice, and the tables that its neighbours are read from.
 template <class Sample>
-void CompleteFacts(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                   const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
+void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
+                   SliceFacts<Sample>& s)
 {
     s.deblock_idc = Settings.Params.deblocking_filter_idc;
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
-    s.Neighbours = MakeNeighbourTables(Sequence.Pps.entropy_coding_mode_flag, Settings.Layout.MbWidth, Job, s);
+    s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout.MbWidth, Job, s);
 }
 
 template <class Sample>
-void StartSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
+void StartSlice(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
                 SliceContext<Sample>& s)
 {
-    CompleteFacts(Settings, Sequence, Job, s.Facts);
-    s.Progress = {.slice_qp = Sequence.Pps.pic_init_qp + s.Facts.slice_qp_delta, .mb_count = 0, .intra_count = 0};
+    CompleteFacts(Settings, Sets, Job, s.Facts);
+    s.Progress = {.slice_qp = Sets.Pps.pic_init_qp + s.Facts.slice_qp_delta, .mb_count = 0, .intra_count = 0};
     s.Quant.Qp = -1;
-    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sequence, Job, s.Facts), Sequence.Sps, Sequence.Pps);
+    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sets, Job, s.Facts), Sets.Sps, Sets.Pps);
 }
 
 template <class Sample>
@@ -246,17 +245,16 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
 } // namespace
 
 template <class Sample>
-void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+void CompressSlice(const EncoderSettings& Settings, const PictureSets& Sets, PictureJob<Sample>& Job,
                    SliceContext<Sample>& s)
 {
-    StartSlice(Settings, Sequence, Job, s);
-    if (Sequence.Pps.entropy_coding_mode_flag)
+    StartSlice(Settings, Sets, Job, s);
+    if (Sets.Pps.entropy_coding_mode_flag)
         CodeMacroblocks(Settings, Job, s, CabacSlice<Sample>(s.Facts, s.Progress.slice_qp, s.bitstream));
     else
         CodeMacroblocks(Settings, Job, s, CavlcSlice<Sample>(s.bitstream));
 }
 
-template void CompressSlice(const EncoderSettings&, const SequenceState<uint8_t>&, PictureJob<uint8_t>&,
-                            SliceContext<uint8_t>&);
+template void CompressSlice(const EncoderSettings&, const PictureSets&, PictureJob<uint8_t>&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -34,6 +34,13 @@ struct TestCore {
     Core8 c;
 };
 
+// Numbers the references and builds the lists of the first slice.
+void Update(Core8& c)
+{
+    UpdateRefLists(c.Sequence, *c.Job.pCurrent);
+    BuildRefLists(c.Settings, c.Sequence, c.Job, c.Job.Slices[0].Facts);
+}
+
 TEST(ReferenceMarking, FrameNumbersWrap)
 {
     TestCore t;
@@ -43,7 +50,7 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     t.c.Settings.Params.num_ref_frames = 2;
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     EXPECT_EQ(pOld->frame_num_wrap, -6);
     EXPECT_EQ(pNew->frame_num_wrap, 1);
     ASSERT_EQ(s.num_ref_idx_l0, 2);
@@ -65,7 +72,7 @@ TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
     t.c.Settings.Params.num_ref_frames = 2;
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_I;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     EXPECT_EQ(pOld->frame_num_wrap, -2);
     EXPECT_EQ(pNew->frame_num_wrap, -1);
     EXPECT_EQ(s.ref_pic_lists.Count[0], 0);
@@ -80,7 +87,7 @@ TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
     Frame* const pOld = t.Add(4);
     t.c.Job.pCurrent = t.Add(5, false);
     t.c.Job.Slices[0].Facts.slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, t.c.Job.Slices[0].Facts);
+    Update(t.c);
     EXPECT_EQ(t.c.Job.Slices[0].Facts.num_ref_idx_l0, 1);
     UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_TRUE(pOld->IsFree() || !pOld->was_encoded);
@@ -110,7 +117,7 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     t.c.Settings.Params.num_ref_frames = 3;
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     ASSERT_EQ(s.ref_pic_lists.Count[0], 3);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], b);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], d);
@@ -127,7 +134,7 @@ TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
     s.slice_type = h264::SLICE_P;
     for (const int32_t References : {0, 1, 2, 4}) {
         t.c.Settings.Params.num_ref_frames = References;
-        UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+        Update(t.c);
         EXPECT_EQ(s.num_ref_idx_l0, std::max(References, 1));
         EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pSame);
         EXPECT_EQ(pSame->pic_num[0], 6);
@@ -142,7 +149,7 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
     t.c.Settings.Params.num_ref_frames = 4;
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     const auto Lists = s.ref_pic_lists.Pictures;
     EXPECT_EQ((std::vector<Frame*>{Lists[0], Lists[0] + 4}), (std::vector<Frame*>{p2, p0, p6, p8}));
     EXPECT_EQ((std::vector<Frame*>{Lists[1], Lists[1] + 4}), (std::vector<Frame*>{p6, p8, p2, p0}));
@@ -156,7 +163,7 @@ TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
     t.c.Settings.Params.num_ref_frames = 2;
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], p2);
     EXPECT_EQ(s.ref_pic_lists.Pictures[1][0], p0);
     EXPECT_EQ(s.ref_pic_lists.Pictures[1][1], p2);
