@@ -22,17 +22,16 @@ uint32_t LumaPattern(uint32_t Coded)
 
 // What is not at hand of the prediction and of the luma's levels.
 template <class Sample>
-void CompleteTrial(const FrameLayout& Layout, const Candidate& Won, const CurrentMacroblock<Sample>& mb,
-                   WorkArea<Sample>& w)
+void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     InterTrial<Sample>& t = w.Inter[Won.Slot];
-    const auto& Ref = *mb.pSlice->ref_pic_lists.Pictures[0][Won.Ref];
+    const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][Won.Ref].View;
     const int32_t x = mb.mb_x * 16, y = mb.mb_y * 16;
     if (Won.AtHand < BLOCKS_LUMA) {
-        CompensateLuma(Layout, w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep);
+        CompensateLuma(w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep);
         QuantiseInterLuma(mb, t);
     }
-    if (Won.AtHand < BLOCKS_ALL) CompensateChroma(Layout, w, Ref, Won.Vector, x, y, 16, 16, t.PredUV, w.kPredStep);
+    if (Won.AtHand < BLOCKS_ALL) CompensateChroma(w, Ref, Won.Vector, x, y, 16, 16, t.PredUV, w.kPredStep);
 }
 
 // Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.
@@ -103,10 +102,9 @@ void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, Wor
 }
 
 template <class Sample>
-void ReconstructInter(const FrameLayout& Layout, const Candidate& Won, CurrentMacroblock<Sample>& mb,
-                      WorkArea<Sample>& w)
+void ReconstructInter(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    CompleteTrial(Layout, Won, mb, w);
+    CompleteTrial(Won, mb, w);
     InterTrial<Sample>& t = w.Inter[Won.Slot];
     const uint32_t Coded = InterLumaLevels(t, w);
     Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
@@ -168,13 +166,13 @@ void ReconstructIntra4x4(const WorkArea<Sample>& w, CurrentMacroblock<Sample>& m
 } // namespace
 
 template <class Sample>
-void Reconstruct(const FrameLayout& Layout, const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+void Reconstruct(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     switch (Won.Type) {
     case MB_SKIP_P: return ReconstructSkip(w.Inter[Won.Slot], mb);
     case MB_INTRA16X16: ReconstructIntra16x16(Won.Slot, mb, w); break;
     case MB_INTRA4X4: ReconstructIntra4x4(w, mb); break;
-    default: return ReconstructInter(Layout, Won, mb, w);
+    default: return ReconstructInter(Won, mb, w);
     }
     ReconstructChroma(w.IntraUV, mb, w);
 }
@@ -197,6 +195,6 @@ void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, Mac
     q.ChromaPer = static_cast<int32_t>(Chroma / 6);
 }
 
-template void Reconstruct(const FrameLayout&, const Candidate&, CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template void Reconstruct(const Candidate&, CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

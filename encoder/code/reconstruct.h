@@ -13,6 +13,6 @@ void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, Mac
 /// Levels of what was committed into the work area, samples into the picture, Coded and Pattern of the macroblock's
 /// record.
 template <class Sample>
-void Reconstruct(const FrameLayout& Layout, const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
+void Reconstruct(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
 } // namespace UMC_H264_ENCODER

@@ -54,15 +54,15 @@ struct SkipTest {
 // Whether the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
 // quarter sample of it.
 template <class Sample>
-SkipTest CheckSkipP(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
-                    InterTrial<Sample>& t, MotionVector Vector, MotionVector Skip)
+SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, InterTrial<Sample>& t,
+                    MotionVector Vector, MotionVector Skip)
 {
     if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
-    const auto& Ref = *mb.pSlice->ref_pic_lists.Pictures[0][0];
-    CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredY, w.kPredStep);
+    const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][0].View;
+    CompensateLuma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredY, w.kPredStep);
     QuantiseInterLuma(mb, t);
     if (SkipLeavesLuma(t)) return {false, BLOCKS_LUMA};
-    CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredUV, w.kPredStep);
+    CompensateChroma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredUV, w.kPredStep);
     return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
 }
 
@@ -77,8 +77,7 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
 template <class Sample>
-void BuildCandidates(const FrameLayout& Layout, const CurrentMacroblock<Sample>& mb,
-                     const H264EncoderFrame<Sample>& Ref, MEParams<Sample>& p)
+void BuildCandidates(const CurrentMacroblock<Sample>& mb, const Reference<Sample>& Ref, MEParams<Sample>& p)
 {
     const NeighbourMotion& Around = mb.Around.Motion;
     p.candidate_count = 0;
@@ -88,21 +87,22 @@ void BuildCandidates(const FrameLayout& Layout, const CurrentMacroblock<Sample>&
     if (mb.Around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
     if (mb.Around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
     if (Around.pTopRightOfPicture) AddCandidate(p, Whole(*Around.pTopRightOfPicture));
-    const MotionVector* const pReference = Ref.mb_motion[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
-    if (mb.mb_y + 1 < Layout.MbHeight) AddCandidate(p, Whole(pReference[static_cast<ptrdiff_t>(Layout.MbWidth) * 16]));
-    if (mb.mb_x + 1 < Layout.MbWidth) AddCandidate(p, Whole(pReference[16]));
+    const MotionVector* const pReference = Ref.pVectors + static_cast<ptrdiff_t>(mb.mb_index) * 16;
+    // A row of macroblocks has as many vectors as there are samples in a line: 16 for each macroblock.
+    if (16 * mb.mb_y + 16 < Ref.View.Height) AddCandidate(p, Whole(pReference[Ref.View.Width]));
+    if (16 * mb.mb_x + 16 < Ref.View.Width) AddCandidate(p, Whole(pReference[16]));
     AddCandidate(p, Whole(*pReference));
 }
 
 template <class Sample>
 void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
-                const H264EncoderFrame<Sample>& Ref, WorkArea<Sample>& w, MEParams<Sample>& p)
+                const PictureView<const Sample>& Ref, WorkArea<Sample>& w, MEParams<Sample>& p)
 {
     const MacroblockPosition& At = *mb.pPosition;
     p.src_y = mb.pSrcY, p.src_u = mb.pSrcU, p.src_v = mb.pSrcV;
-    p.ref_y = Ref.m_pY + At.Luma;
-    p.ref_u = Ref.m_pU + At.Chroma;
-    p.ref_v = Ref.m_pV + At.Chroma;
+    p.ref_y = Ref.pY + At.Luma;
+    p.ref_u = Ref.pU + At.Chroma;
+    p.ref_v = Ref.pV + At.Chroma;
     p.pitch = mb.pitch;
     p.SrcPitch = mb.SrcPitch;
     p.block_width = p.block_height = 16;
@@ -143,21 +143,21 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     SkipTest Tested{};
     MEParams<Sample> p;
     for (int32_t r = 0; r < Slice.num_ref_idx_l0; ++r) {
-        const auto& Ref = *Slice.ref_pic_lists.Pictures[0][r];
+        const Reference<Sample>& Ref = Slice.ref_pic_lists.Pictures[0][r];
         const MotionVector Predicted = h264::PredictMedian(Around, r);
         if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
-            Tested = CheckSkipP(Settings.Layout, mb, w, w.Inter[Slot], Predicted, Skip);
+            Tested = CheckSkipP(mb, w, w.Inter[Slot], Predicted, Skip);
             if (Tested.IsSkip) return Skipped(Skip, Slot);
         }
         p.pred_mv = Predicted;
-        FillSearch(Settings, mb, Ref, w, p);
+        FillSearch(Settings, mb, Ref.View, w, p);
         p.threshold = Limit;
-        BuildCandidates(Settings.Layout, mb, Ref, p);
+        BuildCandidates(mb, Ref, p);
         SearchInteger(p);
         const int32_t Price = ReferencePrice(Qp, r, Slice.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
         if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
-            Tested = CheckSkipP(Settings.Layout, mb, w, w.Inter[Slot], p.best_mv, Skip);
+            Tested = CheckSkipP(mb, w, w.Inter[Slot], p.best_mv, Skip);
             if (Tested.IsSkip) return Skipped(Skip, Slot);
         }
         if (p.best_cost + Price < Best) {

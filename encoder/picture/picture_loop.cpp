@@ -145,7 +145,7 @@ void WriteOverflowFallback(const EncoderSettings& Settings, PictureJob<Sample>& 
     if (Settings.Params.write_access_unit_delimiters)
         Writer.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
     const bool IsIntraMb = Job.pCurrent->frame_type == FRAME_I;
-    for (int32_t i = 0; i < Settings.Layout.MbCount; ++i) {
+    for (int32_t i = 0; i < Job.MbCount; ++i) {
         Writer.PutBit(1);
         if (!IsIntraMb) continue;
         Writer.PutBits(0, 2);
@@ -162,7 +162,7 @@ void FinishReconstruction(const EncoderSettings& Settings, const PictureJob<Samp
         const auto& s = Job.Slices[static_cast<size_t>(i)];
         DeblockSlice(Settings, Job, s.Facts, s.Progress.mb_count);
     }
-    PadPicture(Job.Reconstruction, Settings.Layout);
+    PadPicture(Job.Reconstruction, Settings.Layout.ChromaFormat);
 }
 
 } // namespace

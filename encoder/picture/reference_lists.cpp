@@ -30,9 +30,10 @@ struct CollectedReferences {
     // The short-term pictures in the order that they have now, then the long-term ones.
     void Store(RefPicLists<Sample>& Lists, int List) const
     {
-        auto* p = std::copy_n(Short.begin(), ShortCount, Lists.Pictures[List]);
+        const auto Refer = [](const Frame* f) { return Reference<Sample>{f, ReadOnly(f->View()), f->mb_motion[0]}; };
+        auto* p = std::transform(Short.begin(), Short.begin() + ShortCount, Lists.Pictures[List], Refer);
         const size_t Room = kMaxReferences - ShortCount;
-        p = std::copy_n(Long.begin(), std::min(LongCount, Room), p);
+        p = std::transform(Long.begin(), Long.begin() + std::min(LongCount, Room), p, Refer);
         Lists.Count[List] = static_cast<int32_t>(p - Lists.Pictures[List]);
     }
 };
@@ -48,7 +49,8 @@ void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists
         Refs.Store(Lists, List);
     }
     const int32_t Count = Lists.Count[1];
-    if (Count > 1 && std::equal(Lists.Pictures[0], Lists.Pictures[0] + Count, Lists.Pictures[1]))
+    if (Count > 1 && std::equal(Lists.Pictures[0], Lists.Pictures[0] + Count, Lists.Pictures[1],
+                                [](const auto& a, const auto& b) { return a.pFrame == b.pFrame; }))
         std::swap(Lists.Pictures[1][0], Lists.Pictures[1][1]);
 }
 

@@ -41,15 +41,16 @@ NeighbourTables MakeNeighbourTables(bool IsCabac, int32_t MbWidth, const Picture
                                     const SliceFacts<Sample>& s)
 {
     const H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
+    const auto i = static_cast<size_t>(Job.FirstMb);
     return {s.first_mb,
             MbWidth,
-            Frame.mb_global,
-            Job.LocalMacroblocks.data(),
-            Job.IntraModes.data(),
-            s.slice_type == h264::SLICE_I ? nullptr : Frame.mb_motion[0],
-            Frame.mb_reference[0],
-            IsCabac ? Job.VectorDifferences.data() : nullptr,
-            IsCabac ? nullptr : Job.CoeffCounts.data()};
+            Frame.mb_global + i,
+            Job.LocalMacroblocks.data() + i,
+            Job.IntraModes.data() + 16 * i,
+            s.slice_type == h264::SLICE_I ? nullptr : Frame.mb_motion[0] + 16 * i,
+            Frame.mb_reference[0] + 16 * i,
+            IsCabac ? Job.VectorDifferences.data() + 16 * i : nullptr,
+            IsCabac ? nullptr : Job.CoeffCounts.data() + kCountsPerMb * i};
 }
 
 // What the settings say of every slice, and the tables that its neighbours are read from.
@@ -94,7 +95,7 @@ template <class Sample>
 MacroblockRecords FirstRecords(PictureJob<Sample>& Job, int32_t FirstMb)
 {
     H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
-    const auto i = static_cast<size_t>(FirstMb);
+    const auto i = static_cast<size_t>(Job.FirstMb + FirstMb);
     MacroblockRecords r;
     r.pGlobal = Frame.mb_global + i;
     r.pLocal = Job.LocalMacroblocks.data() + i;
@@ -230,7 +231,7 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
         if (s.Quant.Qp != Qp) SetQuantisers(Settings.Quant, s.Facts.slice_type, Qp, s.Quant);
         const Candidate Won = AnalyseMacroblock(Settings, mb, w);
         Commit(Won, w, mb.Records);
-        Reconstruct(Settings.Layout, Won, mb, w);
+        Reconstruct(Won, mb, w);
         if (Writer.WriteMacroblock(SyntaxOf(mb, Qp, w), mb.Records)) s.Progress.slice_qp = mb.Records.pLocal->Qp;
         s.Progress.intra_count += IsIntra(Won.Type);
         ++s.Progress.mb_count;

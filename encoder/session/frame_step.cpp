@@ -128,7 +128,7 @@ UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
     f.frame_num = f.is_idr ? 0 : c.Sequence.frame_num;
     c.Sequence.InputList.RemoveFrame(&f);
     c.Sequence.ReconstructionList.Append(&f);
-    c.Job.Begin(f, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
+    c.Job.Begin(f, STRUCTURE_FRAME, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
     if (c.Job.picture_class == CLASS_IDR) c.Sequence.b_anchors_needed = c.Settings.Params.num_ref_to_start_b;
 
     UpdateRefLists(c.Sequence, f);

@@ -55,7 +55,10 @@ public:
     // Planes at the visible origin, and the pitch of all of them in samples.
     Sample *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
     int32_t m_Pitch = 0;
-    PictureView<Sample> View() const { return {m_pY, m_pU, m_pV, m_Pitch}; }
+    PictureView<Sample> View() const
+    {
+        return {m_pY, m_pU, m_pV, m_Pitch, m_Layout.AlignedWidth, m_Layout.AlignedHeight};
+    }
 
     // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order).
     MotionVector* mb_motion[2] = {};

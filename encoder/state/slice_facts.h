@@ -10,10 +10,18 @@ namespace UMC_H264_ENCODER {
 
 inline constexpr int kMaxReferences = 32;
 
+// A picture to predict from.
+template <class Sample>
+struct Reference {
+    const H264EncoderFrame<Sample>* pFrame = nullptr; // that it is, or is a field of
+    PictureView<const Sample> View;
+    const MotionVector* pVectors = nullptr; // of its list 0, 16 for each macroblock of the view
+};
+
 // Reference picture lists 0 and 1 of a slice (clause 8.2.4).
 template <class Sample>
 struct RefPicLists {
-    H264EncoderFrame<Sample>* Pictures[2][kMaxReferences] = {};
+    Reference<Sample> Pictures[2][kMaxReferences];
     int32_t Count[2] = {};
 };
 

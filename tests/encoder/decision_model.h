@@ -97,7 +97,7 @@ private:
     }
     const Frame& RefAt(int32_t r) const
     {
-        return *m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].Facts.ref_pic_lists.Pictures[0][r];
+        return *m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].Facts.ref_pic_lists.Pictures[0][r].pFrame;
     }
     int32_t RefCount() const { return m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].Facts.num_ref_idx_l0; }
 

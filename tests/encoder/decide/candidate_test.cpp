@@ -100,7 +100,7 @@ TEST_F(MacroblockCandidate, IsCountedOnceItIsCommitted)
 TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
 {
     auto& mb = Mb();
-    const auto& Ref = *Slice().Facts.ref_pic_lists.Pictures[0][0];
+    const auto& Ref = *Slice().Facts.ref_pic_lists.Pictures[0][0].pFrame;
     for (int32_t y = 0; y < 16; ++y)
         std::copy_n(Ref.m_pY + mb.pPosition->Luma + y * mb.pitch, 16, mb.pRecY + y * mb.pitch);
     for (int32_t y = 0; y < 8; ++y) {
@@ -162,11 +162,11 @@ protected:
         auto& mb = Mb();
         ASSERT_EQ(m_Other.Allocate(c.Settings.Layout), UMC::StatusOk);
         auto& Lists = Slice().Facts.ref_pic_lists;
-        Lists.Pictures[0][1] = &m_Other;
+        Lists.Pictures[0][1] = {&m_Other, ReadOnly(m_Other.View()), m_Other.mb_motion[0]};
         std::mt19937 Rng(3);
         for (uint8_t& Sample : m_Source) Sample = static_cast<uint8_t>(80 + Rng() % 60);
         for (int32_t r : {0, 1}) {
-            auto& Ref = *Lists.Pictures[0][r];
+            auto& Ref = *Lists.Pictures[0][r].pFrame;
             const MacroblockPosition& At = *mb.pPosition;
             for (int32_t y = 0; y < 16; ++y) std::copy_n(&m_Source[16 * y], 16, Ref.m_pY + At.Luma + y * Ref.m_Pitch);
             for (int32_t y = 0; y < 8; ++y) {
@@ -203,7 +203,7 @@ protected:
     std::vector<uint8_t> Outcome(const Candidate& Won)
     {
         Commit(Won, Slice());
-        Reconstruct(c.Settings.Layout, Won, Mb(), Slice().work_area);
+        Reconstruct(Won, Mb(), Slice().work_area);
         return Records();
     }
 

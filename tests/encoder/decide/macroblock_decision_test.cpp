@@ -224,7 +224,7 @@ protected:
     {
         Start(kQp, References);
         ASSERT_EQ(Slice().Facts.num_ref_idx_l0, References);
-        const auto& Second = *Slice().Facts.ref_pic_lists.Pictures[0][References - 1];
+        const auto& Second = *Slice().Facts.ref_pic_lists.Pictures[0][References - 1].pFrame;
         s_Search = {};
         s_Search.pSecond = References > 1 ? Second.m_pY : nullptr;
         s_Search.pSecondEnd = References > 1 ? Second.m_pY + kSide * Second.m_Pitch : nullptr;

@@ -54,8 +54,8 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     EXPECT_EQ(pOld->frame_num_wrap, -6);
     EXPECT_EQ(pNew->frame_num_wrap, 1);
     ASSERT_EQ(s.num_ref_idx_l0, 2);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pNew); // falling pic_num
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], pOld);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, pNew); // falling pic_num
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1].pFrame, pOld);
     UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_FALSE(pOld->is_reference); // the lowest number left the window
     EXPECT_TRUE(pNew->is_reference);
@@ -119,9 +119,9 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     s.slice_type = h264::SLICE_P;
     Update(t.c);
     ASSERT_EQ(s.ref_pic_lists.Count[0], 3);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], b);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], d);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][2], a);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, b);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1].pFrame, d);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][2].pFrame, a);
 }
 
 TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
@@ -136,7 +136,7 @@ TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
         t.c.Settings.Params.num_ref_frames = References;
         Update(t.c);
         EXPECT_EQ(s.num_ref_idx_l0, std::max(References, 1));
-        EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pSame);
+        EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, pSame);
         EXPECT_EQ(pSame->pic_num[0], 6);
     }
 }
@@ -150,9 +150,13 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
     Update(t.c);
-    const auto Lists = s.ref_pic_lists.Pictures;
-    EXPECT_EQ((std::vector<Frame*>{Lists[0], Lists[0] + 4}), (std::vector<Frame*>{p2, p0, p6, p8}));
-    EXPECT_EQ((std::vector<Frame*>{Lists[1], Lists[1] + 4}), (std::vector<Frame*>{p6, p8, p2, p0}));
+    const auto Listed = [&s](size_t List) {
+        std::vector<const Frame*> Frames;
+        for (size_t i = 0; i < 4; ++i) Frames.push_back(s.ref_pic_lists.Pictures[List][i].pFrame);
+        return Frames;
+    };
+    EXPECT_EQ(Listed(0), (std::vector<const Frame*>{p2, p0, p6, p8}));
+    EXPECT_EQ(Listed(1), (std::vector<const Frame*>{p6, p8, p2, p0}));
 }
 
 TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
@@ -164,9 +168,9 @@ TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
     auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
     Update(t.c);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], p2);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[1][0], p0);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[1][1], p2);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, p2);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[1][0].pFrame, p0);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[1][1].pFrame, p2);
 }
 
 } // namespace

@@ -59,8 +59,8 @@ public:
         m_pLast->frame_num = FrameNum;
         m_pLast->poc[0] = 2 * FrameNum;
         m_pLast->poc[1] = 2 * FrameNum + 1;
-        m_Core.Job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
-        m_Core.Job.Source = ReadOnly(m_Source.View());
+        m_Core.Job.Begin(*m_pLast, STRUCTURE_FRAME, bIdr ? CLASS_IDR : CLASS_REFERENCE);
+        m_Core.Job.KeepSourceIn(m_Source, STRUCTURE_FRAME);
         const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
         UpdateRefLists(q, *m_pLast);
         for (int i = 0; i < Dropped; ++i) Drop(i % 2 ? size_t{20} : SIZE_MAX);
