@@ -1,7 +1,7 @@
 // Inter prediction of a macroblock's blocks from a padded reference picture (clause 8.4.2.2).
 #pragma once
 
-#include "encoder/state/encoder_frame.h"
+#include "encoder/state/frame_layout.h"
 #include "encoder/state/picture_view.h"
 #include "encoder/state/work_area.h"
 

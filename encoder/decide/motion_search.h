@@ -21,7 +21,8 @@ enum SearchMethod : int32_t {
 };
 inline constexpr int32_t kMethodWalkingRefinement = 64;
 
-/// What one search is asked and what it answers. Vectors in quarter samples unless said; planes at the block's place.
+/// What one search is asked and what it answers: the inter decision fills it, the two stages of the search write
+/// best_mv and best_cost. Vectors in quarter samples unless said; planes at the block's place.
 template <class Sample>
 struct MEParams {
     const Sample *src_y, *src_u, *src_v;

@@ -2,6 +2,7 @@
 
 #include "encoder/picture/picture_loop.h"
 #include "encoder/picture/reference_lists.h"
+#include "encoder/session/coding_order.h"
 
 namespace UMC_H264_ENCODER {
 
