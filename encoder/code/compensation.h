@@ -1,7 +1,9 @@
 // Inter prediction of a macroblock's blocks from a padded reference picture (clause 8.4.2.2).
 #pragma once
 
-#include "encoder/state/slice_context.h"
+#include "encoder/state/frame_layout.h"
+#include "encoder/state/picture_view.h"
+#include "encoder/state/work_area.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -18,17 +20,17 @@ inline bool InsidePadding(int32_t First, int32_t Last, int32_t PlaneSize, int32_
 
 /// Luma block at (x, y) of the picture, moved by a vector. Width 16, 8 or 4.
 template <class Sample>
-void CompensateLuma(const FrameLayout& Layout, WorkArea<Sample>& w, const H264EncoderFrame<Sample>& Ref, MotionVector v,
-                    int32_t x, int32_t y, int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep)
+void CompensateLuma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, MotionVector v, int32_t x, int32_t y,
+                    int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep)
 {
     const int32_t Left = x + (v.x >> 2), Top = y + (v.y >> 2);
-    const auto* pSrc = Ref.m_pY + static_cast<ptrdiff_t>(Top) * Ref.m_Pitch + Left;
-    ptrdiff_t SrcStep = Ref.m_Pitch;
-    if (!detail::InsidePadding(Left - 2, Left + Width + 2, Layout.AlignedWidth, kLumaPadding) ||
-        !detail::InsidePadding(Top - 2, Top + Height + 2, Layout.AlignedHeight, kLumaPadding)) {
+    const auto* pSrc = Ref.pY + static_cast<ptrdiff_t>(Top) * Ref.Pitch + Left;
+    ptrdiff_t SrcStep = Ref.Pitch;
+    if (!detail::InsidePadding(Left - 2, Left + Width + 2, Ref.Width, kLumaPadding) ||
+        !detail::InsidePadding(Top - 2, Top + Height + 2, Ref.Height, kLumaPadding)) {
         SrcStep = 24;
-        Kernels<Sample>.CopyClamped(Ref.m_pY, Ref.m_Pitch, Layout.AlignedWidth, Layout.AlignedHeight, Left - 2, Top - 2,
-                                    w.Clamped, SrcStep, Width + 5, Height + 5);
+        Kernels<Sample>.CopyClamped(Ref.pY, Ref.Pitch, Ref.Width, Ref.Height, Left - 2, Top - 2, w.Clamped, SrcStep,
+                                    Width + 5, Height + 5);
         pSrc = w.Clamped + 2 * SrcStep + 2;
     }
     const auto pInterpolate = Width == 16  ? Kernels<Sample>.InterpolateLuma16
@@ -39,23 +41,22 @@ void CompensateLuma(const FrameLayout& Layout, WorkArea<Sample>& w, const H264En
 
 /// Both chroma blocks that belong to the luma block at (x, y); sizes in luma samples. Cr goes to pDst + 8.
 template <class Sample>
-void CompensateChroma(const FrameLayout& Layout, WorkArea<Sample>& w, const H264EncoderFrame<Sample>& Ref,
-                      MotionVector v, int32_t x, int32_t y, int32_t Width, int32_t Height, Sample* pDst,
-                      ptrdiff_t DstStep)
+void CompensateChroma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, MotionVector v, int32_t x, int32_t y,
+                      int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep)
 {
     const int32_t BlockWidth = Width / 2, BlockHeight = Height / 2;
-    const int32_t PlaneWidth = Layout.AlignedWidth / 2, PlaneHeight = Layout.AlignedHeight / 2;
+    const int32_t PlaneWidth = Ref.Width / 2, PlaneHeight = Ref.Height / 2;
     const int32_t Left = x / 2 + (v.x >> 3), Top = y / 2 + (v.y >> 3);
-    const ptrdiff_t Offset = static_cast<ptrdiff_t>(Top) * Ref.m_Pitch + Left;
-    const auto *pU = Ref.m_pU + Offset, *pV = Ref.m_pV + Offset;
-    ptrdiff_t SrcStep = Ref.m_Pitch;
+    const ptrdiff_t Offset = static_cast<ptrdiff_t>(Top) * Ref.Pitch + Left;
+    const auto *pU = Ref.pU + Offset, *pV = Ref.pV + Offset;
+    ptrdiff_t SrcStep = Ref.Pitch;
     if (!detail::InsidePadding(Left, Left + BlockWidth, PlaneWidth, kChromaPadding) ||
         !detail::InsidePadding(Top, Top + BlockHeight, PlaneHeight, kChromaPadding)) {
         SrcStep = 24;
         auto *const pClampedU = w.Clamped, *const pClampedV = pClampedU + 12;
-        Kernels<Sample>.CopyClamped(Ref.m_pU, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep,
+        Kernels<Sample>.CopyClamped(Ref.pU, Ref.Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep,
                                     BlockWidth + 1, BlockHeight + 1);
-        Kernels<Sample>.CopyClamped(Ref.m_pV, Ref.m_Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedV, SrcStep,
+        Kernels<Sample>.CopyClamped(Ref.pV, Ref.Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedV, SrcStep,
                                     BlockWidth + 1, BlockHeight + 1);
         pU = pClampedU;
         pV = pClampedV;

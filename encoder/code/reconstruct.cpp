@@ -1,5 +1,6 @@
 #include "encoder/code/reconstruct.h"
 
+#include "Common/h264/h264_tables.h"
 #include "encoder/code/coefficients.h"
 #include "encoder/code/compensation.h"
 #include "encoder/code/quantise.h"
@@ -19,26 +20,25 @@ uint32_t LumaPattern(uint32_t Coded)
     return Pattern;
 }
 
+// What is not at hand of the prediction and of the luma's levels.
 template <class Sample>
-void InterPrediction(const FrameLayout& Layout, SliceContext<Sample>& s)
+void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    const auto& Ref = *s.ref_pic_lists.Pictures[0][mb.pReferences[0]];
-    const MotionVector v = mb.pVectors[0];
-    if (!(w.IsTested && w.TestedVector == v && mb.pReferences[0] == 0)) {
-        w.IsTested = false;
-        CompensateLuma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
+    InterTrial<Sample>& t = w.Inter[Won.Slot];
+    const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][Won.Ref].View;
+    const int32_t x = mb.mb_x * 16, y = mb.mb_y * 16;
+    if (Won.AtHand < BLOCKS_LUMA) {
+        CompensateLuma(w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep);
+        QuantiseInterLuma(mb, t);
     }
-    CompensateChroma(Layout, w, Ref, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
+    if (Won.AtHand < BLOCKS_ALL) CompensateChroma(w, Ref, Won.Vector, x, y, 16, 16, t.PredUV, w.kPredStep);
 }
 
 // Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.
 template <class Sample>
-uint32_t InterLumaLevels(SliceContext<Sample>& s)
+uint32_t InterLumaLevels(const InterTrial<Sample>& t, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    const uint32_t Mask = w.IsTested ? w.TestedMask : QuantiseInterLuma(s);
+    const uint32_t Mask = t.LumaMask;
     uint32_t Coded = 0;
     int32_t Total = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
@@ -46,7 +46,7 @@ uint32_t InterLumaLevels(SliceContext<Sample>& s)
         int32_t Cost = 0;
         for (uint32_t Rest = Bits; Rest; Rest &= Rest - 1) {
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));
-            Cost += ListLevels(w.Luma + 16 * Block, 0, w.LumaLevels[Block]);
+            Cost += ListLevels(t.Luma + 16 * Block, 0, w.LumaLevels[Block]);
         }
         if (IsQuadrantWorthCoding(Cost)) Coded |= Bits;
         Total += Cost;
@@ -54,20 +54,18 @@ uint32_t InterLumaLevels(SliceContext<Sample>& s)
     return IsMacroblockWorthCoding(Total) ? Coded : 0;
 }
 
-// Residual of both chroma planes against the prediction in PredUV; sets the chroma bits of Coded and Pattern.
+// Residual of both chroma planes against a prediction; sets the chroma bits of Coded and Pattern.
 template <class Sample>
-void ReconstructChroma(SliceContext<Sample>& s)
+void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    auto& mb = s.cur_mb;
-    const MacroblockQuant& q = s.Quant;
+    const MacroblockQuant& q = *mb.pQuant;
     uint32_t AnyAc = 0, AnyDc = 0;
     for (int Plane = 0; Plane < 2; ++Plane) {
         const auto* const pSrc = Plane ? mb.pSrcV : mb.pSrcU;
-        auto* const pDst = Plane ? mb.pRecV : mb.pRecU;
-        const auto* const pPred = w.PredUV + 8 * Plane;
+        Sample* const pDst = Plane ? mb.pRecV : mb.pRecU;
+        const Sample* const pPred = pPredUV + 8 * Plane;
         auto* const pLevels = w.Chroma[Plane];
-        if (s.slice_type != h264::SLICE_I && ChromaHasNoLevels(s, Plane)) {
+        if (mb.pSlice->slice_type != h264::SLICE_I && ChromaHasNoLevels(mb, pPredUV, Plane)) {
             Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
             continue;
         }
@@ -87,12 +85,12 @@ void ReconstructChroma(SliceContext<Sample>& s)
         Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
         if (Mask) {
             Kernels<Sample>.DequantBlocks(pLevels, Mask, 4, q.pChromaScale, q.ChromaPer, 1);
-            mb.pLocal->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
+            mb.Records.pLocal->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
         }
         uint32_t Bits = Mask;
         if (Dc) {
             ListDcLevels(w.ChromaDc[Plane], 4, w.ChromaDcLevels[Plane]);
-            mb.pLocal->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
+            mb.Records.pLocal->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
             Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
             for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
         }
@@ -100,33 +98,30 @@ void ReconstructChroma(SliceContext<Sample>& s)
         AnyAc |= Mask;
         AnyDc |= Dc;
     }
-    mb.pLocal->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
+    mb.Records.pLocal->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
 }
 
 template <class Sample>
-void ReconstructInter(const FrameLayout& Layout, SliceContext<Sample>& s)
+void ReconstructInter(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    auto& mb = s.cur_mb;
-    InterPrediction(Layout, s);
-    const uint32_t Coded = InterLumaLevels(s);
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
+    CompleteTrial(Won, mb, w);
+    InterTrial<Sample>& t = w.Inter[Won.Slot];
+    const uint32_t Coded = InterLumaLevels(t, w);
+    Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Coded) {
-        Kernels<Sample>.DequantBlocks(w.Luma, Coded, 16, s.Quant.pLumaScale, s.Quant.LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Coded);
+        Kernels<Sample>.DequantBlocks(t.Luma, Coded, 16, mb.pQuant->pLumaScale, mb.pQuant->LumaPer, 0);
+        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded);
     }
-    mb.pLocal->Coded = Coded;
-    mb.pLocal->Pattern = LumaPattern(Coded);
-    ReconstructChroma(s);
+    mb.Records.pLocal->Coded = Coded;
+    mb.Records.pLocal->Pattern = LumaPattern(Coded);
+    ReconstructChroma(t.PredUV, mb, w);
 }
 
 template <class Sample>
-void ReconstructIntra16x16(SliceContext<Sample>& s)
+void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    auto& mb = s.cur_mb;
-    const MacroblockQuant& q = s.Quant;
-    const auto* const pPred = w.IntraY[0];
+    const MacroblockQuant& q = *mb.pQuant;
+    const auto* const pPred = w.IntraY[Slot];
     uint32_t Mask =
         Kernels<Sample>.ForwardQuantAc16x16(mb.pSrcY, mb.SrcPitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
@@ -136,76 +131,70 @@ void ReconstructIntra16x16(SliceContext<Sample>& s)
         const auto Block = static_cast<size_t>(std::countr_zero(Rest));
         ListLevels(w.Luma + 16 * Block, 1, w.LumaLevels[Block]);
     }
-    mb.pLocal->Coded = Mask;
-    mb.pLocal->Pattern = Mask ? 15 : 0;
+    mb.Records.pLocal->Coded = Mask;
+    mb.Records.pLocal->Pattern = Mask ? 15 : 0;
     Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Mask) Kernels<Sample>.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
     if (Dc) {
-        mb.pLocal->Coded |= kCodedLumaDc;
+        mb.Records.pLocal->Coded |= kCodedLumaDc;
         ListLevels(w.LumaDc, 0, w.LumaDcLevels);
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
     if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask);
-    ReconstructChroma(s);
 }
 
 // The skip test has made the prediction already.
 template <class Sample>
-void ReconstructSkip(SliceContext<Sample>& s)
+void ReconstructSkip(const InterTrial<Sample>& t, CurrentMacroblock<Sample>& mb)
 {
-    const auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    Kernels<Sample>.CopyBlock16(w.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
-    Kernels<Sample>.CopyBlock8(w.PredUV, w.kPredStep, mb.pRecU, mb.pitch, 8);
-    Kernels<Sample>.CopyBlock8(w.PredUV + 8, w.kPredStep, mb.pRecV, mb.pitch, 8);
+    constexpr int kStep = WorkArea<Sample>::kPredStep;
+    Kernels<Sample>.CopyBlock16(t.PredY, kStep, mb.pRecY, mb.pitch, 16);
+    Kernels<Sample>.CopyBlock8(t.PredUV, kStep, mb.pRecU, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock8(t.PredUV + 8, kStep, mb.pRecV, mb.pitch, 8);
 }
 
 // The decision has reconstructed the blocks in the local copy already.
 template <class Sample>
-void ReconstructIntra4x4(SliceContext<Sample>& s)
+void ReconstructIntra4x4(const WorkArea<Sample>& w, CurrentMacroblock<Sample>& mb)
 {
-    auto& w = s.work_area;
-    auto& mb = s.cur_mb;
     Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.pRecY, mb.pitch, 16);
-    mb.pLocal->Coded = w.Intra4x4Coded;
-    mb.pLocal->Pattern = LumaPattern(w.Intra4x4Coded);
-    ReconstructChroma(s);
+    mb.Records.pLocal->Coded = w.Intra4x4Coded;
+    mb.Records.pLocal->Pattern = LumaPattern(w.Intra4x4Coded);
 }
 
 } // namespace
 
 template <class Sample>
-void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s)
+void Reconstruct(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    switch (s.cur_mb.pGlobal->Type) {
-    case MB_SKIP_P: return ReconstructSkip(s);
-    case MB_INTRA16X16: return ReconstructIntra16x16(s);
-    case MB_INTRA4X4: return ReconstructIntra4x4(s);
-    default: return ReconstructInter(Layout, s);
+    switch (Won.Type) {
+    case MB_SKIP_P: return ReconstructSkip(w.Inter[Won.Slot], mb);
+    case MB_INTRA16X16: ReconstructIntra16x16(Won.Slot, mb, w); break;
+    case MB_INTRA4X4: ReconstructIntra4x4(w, mb); break;
+    default: return ReconstructInter(Won, mb, w);
     }
+    ReconstructChroma(w.IntraUV, mb, w);
 }
 
-template <class Sample>
-void SetQuantisers(const QuantTables& Quant, SliceContext<Sample>& s, int32_t Qp)
+void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, MacroblockQuant& q)
 {
-    s.QuantQp = Qp;
+    q.Qp = Qp;
     const auto Luma = static_cast<size_t>(Qp);
     const size_t Chroma = h264::kChromaQp[Luma];
     // Intra macroblocks of P and B slices take the smaller rounding too: the slice decides, not the macroblock.
-    const auto& Table = s.slice_type == h264::SLICE_I ? Quant.Intra : Quant.Inter;
-    s.Quant.pLuma = &Table[Luma];
-    s.Quant.pLumaIntra = &Quant.Intra[Luma];
-    s.Quant.pChroma = &Table[Chroma];
-    s.Quant.pLumaScale = Quant.Scale[Luma % 6];
-    s.Quant.pChromaScale = Quant.Scale[Chroma % 6];
-    s.Quant.LumaZeroSad = Quant.LumaZeroSad[Luma];
-    s.Quant.ChromaZeroSad = Quant.ChromaZeroSad[Chroma];
-    s.Quant.LumaPer = static_cast<int32_t>(Luma / 6);
-    s.Quant.ChromaPer = static_cast<int32_t>(Chroma / 6);
+    const auto& Table = SliceType == h264::SLICE_I ? Tables.Intra : Tables.Inter;
+    q.pLuma = &Table[Luma];
+    q.pLumaIntra = &Tables.Intra[Luma];
+    q.pChroma = &Table[Chroma];
+    q.pLumaScale = Tables.Scale[Luma % 6];
+    q.pChromaScale = Tables.Scale[Chroma % 6];
+    q.LumaZeroSad = Tables.LumaZeroSad[Luma];
+    q.ChromaZeroSad = Tables.ChromaZeroSad[Chroma];
+    q.LumaPer = static_cast<int32_t>(Luma / 6);
+    q.ChromaPer = static_cast<int32_t>(Chroma / 6);
 }
 
-template void Reconstruct(const FrameLayout&, SliceContext<uint8_t>&);
-template void SetQuantisers(const QuantTables&, SliceContext<uint8_t>&, int32_t);
+template void Reconstruct(const Candidate&, CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,16 +1,18 @@
 // Residual, quantisation and reconstruction of a macroblock whose mode is decided.
 #pragma once
 
+#include "encoder/state/candidate.h"
+#include "encoder/state/current_macroblock.h"
 #include "encoder/state/encoder_settings.h"
-#include "encoder/state/slice_context.h"
+#include "encoder/state/work_area.h"
 
 namespace UMC_H264_ENCODER {
 
-/// The quantisers of a QP for the slice's type.
+/// The quantisers of a QP in a slice of a type.
+void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, MacroblockQuant& q);
+/// Levels of what was committed into the work area, samples into the picture, Coded and Pattern of the macroblock's
+/// record.
 template <class Sample>
-void SetQuantisers(const QuantTables& Quant, SliceContext<Sample>& s, int32_t Qp);
-/// Levels into the work area, samples into the picture, Coded and Pattern of the macroblock's record.
-template <class Sample>
-void Reconstruct(const FrameLayout& Layout, SliceContext<Sample>& s);
+void Reconstruct(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
 } // namespace UMC_H264_ENCODER

@@ -15,28 +15,25 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-bool SkipLeavesLuma(SliceContext<Sample>& s)
+bool SkipLeavesLuma(const InterTrial<Sample>& t)
 {
-    auto& w = s.work_area;
     int32_t Cost = 0;
-    for (uint32_t Rest = w.TestedMask; Rest; Rest &= Rest - 1) {
-        Cost += CoefficientCost(w.Luma + 16 * std::countr_zero(Rest), 0);
+    for (uint32_t Rest = t.LumaMask; Rest; Rest &= Rest - 1) {
+        Cost += CoefficientCost(t.Luma + 16 * std::countr_zero(Rest), 0);
         if (IsLumaTooMuchToSkip(Cost)) return true;
     }
     return false;
 }
 
 template <class Sample>
-bool SkipLeavesChroma(SliceContext<Sample>& s)
+bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    const auto* const pQuant = s.Quant.pChroma;
+    const auto* const pQuant = mb.pQuant->pChroma;
     for (int Plane = 0; Plane < 2; ++Plane) {
-        if (ChromaHasNoLevels(s, Plane)) continue;
+        if (ChromaHasNoLevels(mb, pPredUV, Plane)) continue;
         auto* const pLevels = w.Chroma[Plane];
         const uint32_t Mask =
-            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, w.PredUV + 8 * Plane,
+            Kernels<Sample>.ForwardQuantAc8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, pPredUV + 8 * Plane,
                                               w.kPredStep, pLevels, w.ChromaDc[Plane], pQuant);
         if (Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], pQuant->Factor[0], pQuant->Rounding, pQuant->Shift))
             return true;
@@ -48,22 +45,31 @@ bool SkipLeavesChroma(SliceContext<Sample>& s)
     return false;
 }
 
-// True when the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
+// How far the skip test came: what it leaves in the trial are the blocks at the skip vector.
+struct SkipTest {
+    bool IsSkip;
+    BlocksAtHand AtHand;
+};
+
+// Whether the macroblock is as good as its prediction at the skip vector. The test is only made for a vector within a
 // quarter sample of it.
 template <class Sample>
-bool CheckSkipP(const FrameLayout& Layout, SliceContext<Sample>& s, MotionVector Vector, MotionVector Skip)
+SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, InterTrial<Sample>& t,
+                    MotionVector Vector, MotionVector Skip)
 {
-    if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return false;
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
-    const auto& Ref = *s.ref_pic_lists.Pictures[0][0];
-    CompensateLuma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredY, w.kPredStep);
-    w.TestedMask = QuantiseInterLuma(s);
-    w.IsTested = true;
-    w.TestedVector = Skip;
-    if (SkipLeavesLuma(s)) return false;
-    CompensateChroma(Layout, w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, w.PredUV, w.kPredStep);
-    return !SkipLeavesChroma(s);
+    if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
+    const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][0].View;
+    CompensateLuma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredY, w.kPredStep);
+    QuantiseInterLuma(mb, t);
+    if (SkipLeavesLuma(t)) return {false, BLOCKS_LUMA};
+    CompensateChroma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredUV, w.kPredStep);
+    return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
+}
+
+// A skip costs nothing.
+Candidate Skipped(MotionVector Skip, uint8_t Slot)
+{
+    return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip, .Slot = Slot, .AtHand = BLOCKS_ALL};
 }
 
 MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), static_cast<int16_t>(v.y >> 2)}; }
@@ -71,10 +77,8 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 // Vectors that a 16x16 search starts from: the predictor, none, the neighbours, and what the reference picture did
 // here.
 template <class Sample>
-void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                     MEParams<Sample>& p)
+void BuildCandidates(const CurrentMacroblock<Sample>& mb, const Reference<Sample>& Ref, MEParams<Sample>& p)
 {
-    const auto& mb = s.cur_mb;
     const NeighbourMotion& Around = mb.Around.Motion;
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
@@ -83,27 +87,26 @@ void BuildCandidates(const FrameLayout& Layout, const SliceContext<Sample>& s, c
     if (mb.Around.Has(kernels::kLeft)) AddCandidate(p, Whole(Around.LeftVectors[0]));
     if (mb.Around.Has(kernels::kTopLeft)) AddCandidate(p, Whole(Around.TopLeft.Mv));
     if (Around.pTopRightOfPicture) AddCandidate(p, Whole(*Around.pTopRightOfPicture));
-    const MotionVector* const pReference = Ref.mb_motion[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
-    if (mb.mb_y + 1 < Layout.MbHeight) AddCandidate(p, Whole(pReference[static_cast<ptrdiff_t>(Layout.MbWidth) * 16]));
-    if (mb.mb_x + 1 < Layout.MbWidth) AddCandidate(p, Whole(pReference[16]));
+    const MotionVector* const pReference = Ref.pVectors + static_cast<ptrdiff_t>(mb.mb_index) * 16;
+    // A row of macroblocks has as many vectors as there are samples in a line: 16 for each macroblock.
+    if (16 * mb.mb_y + 16 < Ref.View.Height) AddCandidate(p, Whole(pReference[Ref.View.Width]));
+    if (16 * mb.mb_x + 16 < Ref.View.Width) AddCandidate(p, Whole(pReference[16]));
     AddCandidate(p, Whole(*pReference));
 }
 
 template <class Sample>
-void FillSearch(const EncoderSettings& Settings, SliceContext<Sample>& s, const H264EncoderFrame<Sample>& Ref,
-                MEParams<Sample>& p)
+void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                const PictureView<const Sample>& Ref, WorkArea<Sample>& w, MEParams<Sample>& p)
 {
-    const auto& mb = s.cur_mb;
     const MacroblockPosition& At = *mb.pPosition;
-    auto& w = s.work_area;
     p.src_y = mb.pSrcY, p.src_u = mb.pSrcU, p.src_v = mb.pSrcV;
-    p.ref_y = Ref.m_pY + At.Luma;
-    p.ref_u = Ref.m_pU + At.Chroma;
-    p.ref_v = Ref.m_pV + At.Chroma;
+    p.ref_y = Ref.pY + At.Luma;
+    p.ref_u = Ref.pU + At.Chroma;
+    p.ref_v = Ref.pV + At.Chroma;
     p.pitch = mb.pitch;
     p.SrcPitch = mb.SrcPitch;
     p.block_width = p.block_height = 16;
-    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.pLocal->Qp)];
+    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.Records.pLocal->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
     p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
     p.range_x = std::max(Settings.Params.search_x, 0), p.range_y = std::max(Settings.Params.search_y, 0);
@@ -126,31 +129,37 @@ int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
 } // namespace
 
 template <class Sample>
-Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, uint8_t Slot,
+                  WorkArea<Sample>& w)
 {
-    const auto& mb = s.cur_mb;
+    const SliceFacts<Sample>& Slice = *mb.pSlice;
     const uint32_t Flags = Settings.AnalysisFlags;
-    const int32_t Qp = mb.pLocal->Qp;
+    const int32_t Qp = mb.Records.pLocal->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[static_cast<size_t>(Qp)] : 0;
     const h264::MotionNeighbours Around = mb.Around.Motion.Of16x16();
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};
+    SkipTest Tested{};
     MEParams<Sample> p;
-    for (int32_t r = 0; r < s.num_ref_idx_l0; ++r) {
-        const auto& Ref = *s.ref_pic_lists.Pictures[0][r];
+    for (int32_t r = 0; r < Slice.num_ref_idx_l0; ++r) {
+        const Reference<Sample>& Ref = Slice.ref_pic_lists.Pictures[0][r];
         const MotionVector Predicted = h264::PredictMedian(Around, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, s, Predicted, Skip))
-            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
+        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
+            Tested = CheckSkipP(mb, w, w.Inter[Slot], Predicted, Skip);
+            if (Tested.IsSkip) return Skipped(Skip, Slot);
+        }
         p.pred_mv = Predicted;
-        FillSearch(Settings, s, Ref, p);
+        FillSearch(Settings, mb, Ref.View, w, p);
         p.threshold = Limit;
-        BuildCandidates(Settings.Layout, s, Ref, p);
+        BuildCandidates(mb, Ref, p);
         SearchInteger(p);
-        const int32_t Price = ReferencePrice(Qp, r, s.num_ref_idx_l0);
+        const int32_t Price = ReferencePrice(Qp, r, Slice.num_ref_idx_l0);
         if ((Flags & ENC_ANALYSE_SUBPEL) && p.best_cost + Price > Limit) SearchSubpel(p);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT) && CheckSkipP(Settings.Layout, s, p.best_mv, Skip))
-            return {.Cost = 0, .Type = MB_SKIP_P, .Ref = 0, .Vector = Skip};
+        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
+            Tested = CheckSkipP(mb, w, w.Inter[Slot], p.best_mv, Skip);
+            if (Tested.IsSkip) return Skipped(Skip, Slot);
+        }
         if (p.best_cost + Price < Best) {
             Best = p.best_cost + Price;
             BestRef = r;
@@ -165,9 +174,11 @@ Candidate DecideP(const EncoderSettings& Settings, SliceContext<Sample>& s)
             .Type = MB_INTER16X16,
             .Ref = static_cast<int8_t>(BestRef),
             .Vector = BestVector,
-            .Difference = Difference};
+            .Difference = Difference,
+            .Slot = Slot,
+            .AtHand = BestRef == 0 && BestVector == Skip ? Tested.AtHand : BLOCKS_NONE};
 }
 
-template Candidate DecideP(const EncoderSettings&, SliceContext<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, uint8_t, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -1,5 +1,6 @@
 #include "encoder/decide/intra_decision.h"
 
+#include "Common/h264/h264_tables.h"
 #include "Common/h264/intra_modes.h"
 #include "encoder/code/coefficients.h"
 #include "kernels/intra/intra_neighbours.h"
@@ -8,6 +9,7 @@
 #include <array>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace UMC_H264_ENCODER {
 
@@ -27,10 +29,8 @@ struct ModeTrial {
 } // namespace
 
 template <class Sample>
-Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
     const unsigned Available = mb.Around.Available;
     const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 3},
                                       {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, 1},
@@ -38,28 +38,27 @@ Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s)
                                       {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
     const auto pDistance =
         Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
-    Candidate Best{.Cost = kImpossible, .Type = MB_INTRA16X16};
-    int BestSlot = 0;
+    int32_t Best = kImpossible;
+    uint8_t BestMode = INTRA16_DC, Slot = 0;
+    Sample *pBest = w.IntraY[0], *pTrial = w.IntraY[1];
     for (const ModeTrial<Sample>& t : Trials) {
-        const int32_t Price = BitPrice(mb.pLocal->Qp, t.Bits);
-        if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best.Cost) continue;
-        auto* const pTrial = w.IntraY[1 - BestSlot];
+        const int32_t Price = BitPrice(mb.Records.pLocal->Qp, t.Bits);
+        if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best) continue;
         t.pPredict(mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available);
         const int32_t Cost = Price + pDistance(mb.pSrcY, mb.SrcPitch, pTrial, w.kPredStep);
-        if (Cost >= Best.Cost) continue;
-        Best.Cost = Cost;
-        BestSlot = 1 - BestSlot;
-        Best.Intra16Mode = t.Mode;
+        if (Cost >= Best) continue;
+        Best = Cost;
+        BestMode = t.Mode;
+        std::swap(pBest, pTrial);
+        Slot ^= 1;
     }
-    if (BestSlot != 0) Kernels<Sample>.CopyBlock16(w.IntraY[1], w.kPredStep, w.IntraY[0], w.kPredStep, 16);
-    return Best;
+    return {.Cost = Best, .Type = MB_INTRA16X16, .Intra16Mode = BestMode, .Slot = Slot};
 }
 
 template <class Sample>
-int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, uint8_t& Mode)
+int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                    uint8_t& Mode)
 {
-    auto& w = s.work_area;
-    const auto& mb = s.cur_mb;
     const unsigned Available = mb.Around.Available;
     const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 1},
                                       {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, 3},
@@ -72,13 +71,13 @@ int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, ui
         auto* const pTrial = w.TrialUV;
         t.pPredict(mb.pRecU, mb.pitch, pTrial, w.kPredStep, Available);
         t.pPredict(mb.pRecV, mb.pitch, pTrial + 8, w.kPredStep, Available);
-        const int32_t Cost = BitPrice(mb.pLocal->QpChroma, t.Bits) +
+        const int32_t Cost = BitPrice(mb.Records.pLocal->QpChroma, t.Bits) +
                              pDistance(mb.pSrcU, mb.SrcPitch, pTrial, w.kPredStep) +
                              pDistance(mb.pSrcV, mb.SrcPitch, pTrial + 8, w.kPredStep);
         if (Cost >= Best) continue;
         Best = Cost;
         Mode = t.Mode;
-        Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.PredUV, w.kPredStep, 8);
+        Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.IntraUV, w.kPredStep, 8);
     }
     return Best;
 }
@@ -100,9 +99,8 @@ template <class Sample>
 class Intra4x4Trial
 {
 public:
-    Intra4x4Trial(const EncoderSettings& Settings, SliceContext<Sample>& s)
-        : m_s(s), m_w(s.work_area), m_Available(s.cur_mb.Around.Available),
-          m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0)
+    Intra4x4Trial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+        : m_Mb(mb), m_w(w), m_Available(mb.Around.Available), m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0)
     {
         LoadNeighbours();
         m_w.Intra4x4Coded = 0;
@@ -115,7 +113,7 @@ private:
     int32_t ModeOf(int32_t bx, int32_t by) const;
     void Code(uint32_t Index, Sample* pLocal, const Sample* pSrc, const Sample* pPred);
 
-    SliceContext<Sample>& m_s;
+    const CurrentMacroblock<Sample>& m_Mb;
     WorkArea<Sample>& m_w;
     unsigned m_Available;
     bool m_UsesSad;
@@ -124,7 +122,7 @@ private:
 template <class Sample>
 void Intra4x4Trial<Sample>::LoadNeighbours()
 {
-    const auto& mb = m_s.cur_mb;
+    const auto& mb = m_Mb;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin;
     if (mb.Around.Has(kernels::kTop)) {
         const Sample* const pAbove = mb.pRecY - mb.pitch;
@@ -138,17 +136,17 @@ void Intra4x4Trial<Sample>::LoadNeighbours()
 template <class Sample>
 int32_t Intra4x4Trial<Sample>::ModeOf(int32_t bx, int32_t by) const
 {
-    if (bx < 0) return m_s.cur_mb.Around.LeftModes[by];
-    if (by < 0) return m_s.cur_mb.Around.TopModes[bx];
+    if (bx < 0) return m_Mb.Around.LeftModes[by];
+    if (by < 0) return m_Mb.Around.TopModes[bx];
     return m_w.Intra4x4Modes[by * 4 + bx];
 }
 
 template <class Sample>
 void Intra4x4Trial<Sample>::Code(uint32_t Index, Sample* pLocal, const Sample* pSrc, const Sample* pPred)
 {
-    const MacroblockQuant& q = m_s.Quant;
+    const MacroblockQuant& q = *m_Mb.pQuant;
     auto* const pLevels = m_w.Intra4x4 + 16 * Index;
-    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_s.cur_mb.SrcPitch, pPred, 4, pLevels, q.pLuma);
+    const uint32_t Mask = Kernels<Sample>.ForwardQuant4x4(pSrc, m_Mb.SrcPitch, pPred, 4, pLevels, q.pLuma);
     for (int32_t y = 0; y < 4; ++y) std::copy_n(pPred + 4 * y, 4, pLocal + y * m_w.kLocalStep);
     if (!Mask) return;
     m_w.Intra4x4Coded |= 1u << Index;
@@ -160,13 +158,14 @@ void Intra4x4Trial<Sample>::Code(uint32_t Index, Sample* pLocal, const Sample* p
 template <class Sample>
 int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 {
-    const auto& mb = m_s.cur_mb;
+    const auto& mb = m_Mb;
     const int32_t Raster = h264::kBlockRaster[Index], bx = Raster & 3, by = Raster >> 2;
     const Sample* const pSrc = mb.pSrcY + 4 * by * mb.SrcPitch + 4 * bx;
     Sample* const pLocal = m_w.Local + m_w.kLocalOrigin + 4 * by * m_w.kLocalStep + 4 * bx;
     const unsigned Available = kernels::BlockNeighbours(m_Available, bx, by, 4);
     const int32_t Predicted = h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
-    const int32_t PriceOfPredicted = BitPrice(mb.pLocal->Qp, 1), PriceOfOther = BitPrice(mb.pLocal->Qp, 4);
+    const int32_t PriceOfPredicted = BitPrice(mb.Records.pLocal->Qp, 1),
+                  PriceOfOther = BitPrice(mb.Records.pLocal->Qp, 4);
 
     alignas(16) Sample Predictions[9][16];
     int32_t Distances[9];
@@ -189,46 +188,47 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 } // namespace
 
 template <class Sample>
-Candidate Intra4x4(const EncoderSettings& Settings, SliceContext<Sample>& s, int32_t Limit)
+Candidate Intra4x4(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                   int32_t Limit)
 {
     Candidate Tried{.Cost = 0, .Type = MB_INTRA4X4};
-    Intra4x4Trial<Sample> Trial(Settings, s);
+    Intra4x4Trial<Sample> Trial(Settings, mb, w);
     for (uint32_t Index = 0; Index < 16; ++Index) {
         Tried.Cost += Trial.Block(Index);
         if (Tried.Cost > Limit) return Tried;
     }
-    Tried.Cost += BitPrice(s.cur_mb.pLocal->Qp, kBitsOfIntra4x4);
+    Tried.Cost += BitPrice(mb.Records.pLocal->Qp, kBitsOfIntra4x4);
     return Tried;
 }
 
 template <class Sample>
-bool HasDetail(const SliceContext<Sample>& s)
+bool HasDetail(const CurrentMacroblock<Sample>& mb)
 {
-    const auto& mb = s.cur_mb;
-    const auto Qp = static_cast<size_t>(mb.pLocal->Qp);
+    const auto Qp = static_cast<size_t>(mb.Records.pLocal->Qp);
     return Kernels<Sample>.CountEdges16x16(mb.pSrcY, mb.SrcPitch, EdgePelDifference[Qp]) > EdgePelCount[Qp];
 }
 
 template <class Sample>
-void TryFinerIntra(const EncoderSettings& Settings, SliceContext<Sample>& s, Candidate& Best)
+void TryFinerIntra(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                   Candidate& Best)
 {
-    const Candidate Finer = Intra4x4(Settings, s, Best.Cost);
+    const Candidate Finer = Intra4x4(Settings, mb, w, Best.Cost);
     if (Finer.Cost < Best.Cost) Best = Finer;
 }
 
 template <class Sample>
-Candidate AnalyseIntra(const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate AnalyseIntra(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    Candidate Best = Intra16x16(Settings, s);
-    if ((Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(s)) TryFinerIntra(Settings, s, Best);
+    Candidate Best = Intra16x16(Settings, mb, w);
+    if ((Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(mb)) TryFinerIntra(Settings, mb, w, Best);
     return Best;
 }
 
-template Candidate Intra16x16(const EncoderSettings&, SliceContext<uint8_t>&);
-template Candidate Intra4x4(const EncoderSettings&, SliceContext<uint8_t>&, int32_t);
-template int32_t IntraChroma(const EncoderSettings&, SliceContext<uint8_t>&, uint8_t&);
-template bool HasDetail(const SliceContext<uint8_t>&);
-template void TryFinerIntra(const EncoderSettings&, SliceContext<uint8_t>&, Candidate&);
-template Candidate AnalyseIntra(const EncoderSettings&, SliceContext<uint8_t>&);
+template Candidate Intra16x16(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template Candidate Intra4x4(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&, int32_t);
+template int32_t IntraChroma(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&, uint8_t&);
+template bool HasDetail(const CurrentMacroblock<uint8_t>&);
+template void TryFinerIntra(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&, Candidate&);
+template Candidate AnalyseIntra(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

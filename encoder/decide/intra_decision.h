@@ -1,10 +1,11 @@
 // Choice of the intra prediction of a macroblock.
 #pragma once
 
-#include "encoder/decide/candidate.h"
 #include "encoder/decide/motion_tables.h"
+#include "encoder/state/candidate.h"
+#include "encoder/state/current_macroblock.h"
 #include "encoder/state/encoder_settings.h"
-#include "encoder/state/slice_context.h"
+#include "encoder/state/work_area.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -14,30 +15,33 @@ inline int32_t BitPrice(int32_t Qp, int32_t Bits)
     return MVBitCost[static_cast<size_t>(Qp)][static_cast<size_t>(Bits)];
 }
 
-/// The best Intra 16x16 mode at its distortion plus the price of the mode; its prediction into work_area.IntraY[0].
+/// The best Intra 16x16 mode at its distortion plus the price of the mode; its prediction into IntraY.
 template <class Sample>
-Candidate Intra16x16(const EncoderSettings& Settings, SliceContext<Sample>& s);
+Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
 /// The best modes of the sixteen 4x4 blocks: these, levels and reconstruction into the work area. Gives up as soon as
 /// the sum of costs exceeds Limit: the cost is then that sum, and else that of all blocks with the price of the type.
 template <class Sample>
-Candidate Intra4x4(const EncoderSettings& Settings, SliceContext<Sample>& s, int32_t Limit);
+Candidate Intra4x4(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                   int32_t Limit);
 
-/// The best chroma mode; its prediction into work_area.PredUV.
+/// The best chroma mode; its prediction into IntraUV.
 /// @return its cost
 template <class Sample>
-int32_t IntraChroma(const EncoderSettings& Settings, SliceContext<Sample>& s, uint8_t& Mode);
+int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                    uint8_t& Mode);
 
 /// True when the source macroblock has edges that Intra 16x16 cannot follow.
 template <class Sample>
-bool HasDetail(const SliceContext<Sample>& s);
+bool HasDetail(const CurrentMacroblock<Sample>& mb);
 
 /// Puts a finer type in the place of Best, which is Intra 16x16, when it is cheaper.
 template <class Sample>
-void TryFinerIntra(const EncoderSettings& Settings, SliceContext<Sample>& s, Candidate& Best);
+void TryFinerIntra(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                   Candidate& Best);
 
 /// The luma of a macroblock in an I slice.
 template <class Sample>
-Candidate AnalyseIntra(const EncoderSettings& Settings, SliceContext<Sample>& s);
+Candidate AnalyseIntra(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
 } // namespace UMC_H264_ENCODER

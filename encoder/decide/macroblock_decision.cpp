@@ -14,14 +14,16 @@ namespace {
 // The best intra form of a macroblock that can be coded at InterCost. Its cost is the chroma's too where chroma counts
 // in motion; ChromaMode is then set.
 template <class Sample>
-Candidate IntraAgainst(int32_t InterCost, const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate IntraAgainst(int32_t InterCost, const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                       WorkArea<Sample>& w)
 {
-    Candidate Best = Intra16x16(Settings, s);
-    const bool TriesFiner = Best.Cost <= 2 * InterCost &&
-                            InterCost >= Settings.TryAdvancedIntraThreshold[static_cast<size_t>(s.cur_mb.pLocal->Qp)] &&
-                            (Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(s);
-    if (TriesFiner) TryFinerIntra(Settings, s, Best);
-    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, s, Best.ChromaMode);
+    Candidate Best = Intra16x16(Settings, mb, w);
+    const bool TriesFiner =
+        Best.Cost <= 2 * InterCost &&
+        InterCost >= Settings.TryAdvancedIntraThreshold[static_cast<size_t>(mb.Records.pLocal->Qp)] &&
+        (Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(mb);
+    if (TriesFiner) TryFinerIntra(Settings, mb, w, Best);
+    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, mb, w, Best.ChromaMode);
     return Best;
 }
 
@@ -36,43 +38,40 @@ void FillVectors(MotionVector* p, MotionVector v)
 } // namespace
 
 template <class Sample>
-void Commit(const Candidate& Won, SliceContext<Sample>& s)
+void Commit(const Candidate& Won, const WorkArea<Sample>& w, MacroblockRecords& Records)
 {
-    auto& mb = s.cur_mb;
-    LocalMacroblock& Local = *mb.pLocal;
-    mb.pGlobal->Type = Won.Type;
+    LocalMacroblock& Local = *Records.pLocal;
+    Records.pGlobal->Type = Won.Type;
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    FillVectors(mb.pVectors, Won.Vector);
-    FillVectors(mb.pDifferences, Won.Difference);
-    std::memset(mb.pReferences, Won.Ref, 16);
+    FillVectors(Records.pVectors, Won.Vector);
+    FillVectors(Records.pDifferences, Won.Difference);
+    std::memset(Records.pReferences, Won.Ref, 16);
     if (Won.Type == MB_INTRA4X4)
-        std::memcpy(mb.pIntraModes, s.work_area.Intra4x4Modes, 16);
+        std::memcpy(Records.pIntraModes, w.Intra4x4Modes, 16);
     else
-        std::memset(mb.pIntraModes, h264::kIntraDcMode, 16);
-    s.intra_count += IsIntra(Won.Type);
+        std::memset(Records.pIntraModes, h264::kIntraDcMode, 16);
 }
 
 template <class Sample>
-void AnalyseMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s)
+Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    s.work_area.IsTested = false;
-    if (s.slice_type == h264::SLICE_I) {
-        Candidate Intra = AnalyseIntra(Settings, s);
-        IntraChroma(Settings, s, Intra.ChromaMode);
-        return Commit(Intra, s);
+    if (mb.pSlice->slice_type == h264::SLICE_I) {
+        Candidate Intra = AnalyseIntra(Settings, mb, w);
+        IntraChroma(Settings, mb, w, Intra.ChromaMode);
+        return Intra;
     }
-    const Candidate Inter = DecideP(Settings, s);
-    const auto Qp = static_cast<size_t>(s.cur_mb.pLocal->Qp);
-    if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Commit(Inter, s);
-    Candidate Intra = IntraAgainst(Inter.Cost, Settings, s);
-    if (Intra.Cost >= Inter.Cost) return Commit(Inter, s);
-    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, s, Intra.ChromaMode);
-    Commit(Intra, s);
+    const Candidate Inter = DecideP(Settings, mb, 0, w);
+    const auto Qp = static_cast<size_t>(mb.Records.pLocal->Qp);
+    if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
+    Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);
+    if (Intra.Cost >= Inter.Cost) return Inter;
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, mb, w, Intra.ChromaMode);
+    return Intra;
 }
 
-template void AnalyseMacroblock(const EncoderSettings&, SliceContext<uint8_t>&);
-template void Commit(const Candidate&, SliceContext<uint8_t>&);
+template Candidate AnalyseMacroblock(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template void Commit(const Candidate&, const WorkArea<uint8_t>&, MacroblockRecords&);
 
 } // namespace UMC_H264_ENCODER

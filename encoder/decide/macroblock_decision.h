@@ -1,18 +1,19 @@
 // How a macroblock is coded.
 #pragma once
 
-#include "encoder/decide/candidate.h"
+#include "encoder/state/candidate.h"
+#include "encoder/state/current_macroblock.h"
 #include "encoder/state/encoder_settings.h"
-#include "encoder/state/slice_context.h"
+#include "encoder/state/work_area.h"
 
 namespace UMC_H264_ENCODER {
 
-/// Decides the slice's current macroblock and commits what won.
+/// The best way to code a macroblock.
 template <class Sample>
-void AnalyseMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s);
+Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
-/// Writes a decision into the records of the slice's current macroblock. Nothing else does.
+/// Writes a decision into the macroblock's records. Nothing else does.
 template <class Sample>
-void Commit(const Candidate& Won, SliceContext<Sample>& s);
+void Commit(const Candidate& Won, const WorkArea<Sample>& w, MacroblockRecords& Records);
 
 } // namespace UMC_H264_ENCODER

@@ -4,7 +4,7 @@
 #include "encoder/decide/block_distance.h"
 #include "encoder/decide/motion_tables.h"
 #include "encoder/state/encoder_types.h"
-#include "encoder/state/slice_context.h"
+#include "encoder/state/work_area.h"
 
 #include <cstdint>
 
@@ -12,7 +12,8 @@ namespace UMC_H264_ENCODER {
 
 inline constexpr int32_t kMethodWalkingRefinement = 64;
 
-/// What one search is asked and what it answers. Vectors in quarter samples unless said; planes at the block's place.
+/// What one search is asked and what it answers: the inter decision fills it, the two stages of the search write
+/// best_mv and best_cost. Vectors in quarter samples unless said; planes at the block's place.
 template <class Sample>
 struct MEParams {
     const Sample *src_y, *src_u, *src_v;

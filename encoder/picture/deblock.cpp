@@ -21,8 +21,10 @@ template <class Sample>
 class MacroblockFilter
 {
 public:
-    MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
-        : m_Settings(Settings), m_Job(Job), m_Frame(*Job.pCurrent), m_View(Job.Reconstruction),
+    MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
+        : m_Settings(Settings), m_pLocal(Job.LocalMacroblocks.data() + Job.FirstMb),
+          m_pGlobal(Job.pCurrent->mb_global + Job.FirstMb), m_pVectors(Job.pCurrent->mb_motion[0] + 16 * Job.FirstMb),
+          m_pReferences(Job.pCurrent->mb_reference[0] + 16 * Job.FirstMb), m_View(Job.Reconstruction),
           m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
           m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_IsISlice(s.slice_type == h264::SLICE_I)
     {
@@ -36,10 +38,7 @@ private:
         EdgeParams Params;
     };
 
-    uint32_t Coded(int32_t Index) const
-    {
-        return h264::SwapBlockOrder(m_Job.LocalMacroblocks[static_cast<size_t>(Index)].Coded & kCodedLuma);
-    }
+    uint32_t Coded(int32_t Index) const { return h264::SwapBlockOrder(m_pLocal[Index].Coded & kCodedLuma); }
     bool Moves(int32_t Index, int32_t Neighbour) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
@@ -47,8 +46,10 @@ private:
     void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool IsVertical);
 
     const EncoderSettings& m_Settings;
-    const PictureJob<Sample>& m_Job;
-    const H264EncoderFrame<Sample>& m_Frame;
+    const LocalMacroblock* m_pLocal; // the picture's tables
+    const GlobalMacroblock* m_pGlobal;
+    const MotionVector* m_pVectors;
+    const int8_t* m_pReferences;
     const PictureView<Sample> m_View;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
@@ -61,8 +62,7 @@ template <class Sample>
 bool MacroblockFilter<Sample>::Moves(int32_t Index, int32_t Neighbour) const
 {
     const int32_t i = Index * 16, n = Neighbour * 16;
-    return m_Frame.mb_reference[0][i] != m_Frame.mb_reference[0][n] ||
-           h264::VectorsDiffer(m_Frame.mb_motion[0][i], m_Frame.mb_motion[0][n], 4);
+    return m_pReferences[i] != m_pReferences[n] || h264::VectorsDiffer(m_pVectors[i], m_pVectors[n], 4);
 }
 
 template <class Sample>
@@ -82,8 +82,8 @@ void MacroblockFilter<Sample>::DeriveInter(int32_t Index, int32_t Left, int32_t 
     }
     if (CodedColumns | MovesLeft) h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
     if (CodedRows | MovesTop) h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);
-    if (Left >= 0 && IsIntra(m_Frame.mb_global[Left].Type)) Vertical.Edge[0] = h264::kIntraOuter;
-    if (Top >= 0 && IsIntra(m_Frame.mb_global[Top].Type)) Horizontal.Edge[0] = h264::kIntraOuter;
+    if (Left >= 0 && IsIntra(m_pGlobal[Left].Type)) Vertical.Edge[0] = h264::kIntraOuter;
+    if (Top >= 0 && IsIntra(m_pGlobal[Top].Type)) Horizontal.Edge[0] = h264::kIntraOuter;
 }
 
 template <class Sample>
@@ -111,8 +111,8 @@ void MacroblockFilter<Sample>::SetParams(CachedParams& p, const Strengths& s, in
 template <class Sample>
 void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool IsVertical)
 {
-    const GlobalMacroblock& Own = m_Frame.mb_global[Index];
-    const GlobalMacroblock& Other = m_Frame.mb_global[Neighbour >= 0 ? Neighbour : Index];
+    const GlobalMacroblock& Own = m_pGlobal[Index];
+    const GlobalMacroblock& Other = m_pGlobal[Neighbour >= 0 ? Neighbour : Index];
     const MacroblockPosition& At = m_Settings.Positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
     (IsVertical ? Kernels<Sample>.FilterLumaVertical
@@ -131,7 +131,7 @@ void MacroblockFilter<Sample>::Filter(int32_t Index)
     const int32_t Left = At.X > 0 && Index - 1 >= m_FirstMb ? Index - 1 : -1;
     const int32_t Top = At.Y > 0 && Index - w >= m_FirstMb ? Index - w : -1;
     Strengths Vertical{}, Horizontal{};
-    if (m_IsISlice || IsIntra(m_Frame.mb_global[Index].Type)) {
+    if (m_IsISlice || IsIntra(m_pGlobal[Index].Type)) {
         h264::SetIntraStrengths(Left >= 0 ? h264::kIntraOuter : 0, false, Vertical.Edge);
         h264::SetIntraStrengths(Top >= 0 ? h264::kIntraOuter : 0, false, Horizontal.Edge);
     } else {
@@ -144,13 +144,14 @@ void MacroblockFilter<Sample>::Filter(int32_t Index)
 } // namespace
 
 template <class Sample>
-void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s)
+void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s,
+                  int32_t MbCount)
 {
     if (s.deblock_idc == 1) return;
     MacroblockFilter<Sample> Filter(Settings, Job, s);
-    for (int32_t i = 0; i < s.mb_count; ++i) Filter.Filter(s.first_mb + i);
+    for (int32_t i = 0; i < MbCount; ++i) Filter.Filter(s.first_mb + i);
 }
 
-template void DeblockSlice(const EncoderSettings&, const PictureJob<uint8_t>&, const SliceContext<uint8_t>&);
+template void DeblockSlice(const EncoderSettings&, const PictureJob<uint8_t>&, const SliceFacts<uint8_t>&, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -6,8 +6,9 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Filters the macroblocks of a slice that is coded.
+/// Filters the first MbCount macroblocks of a slice, those that are coded.
 template <class Sample>
-void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceContext<Sample>& s);
+void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s,
+                  int32_t MbCount);
 
 } // namespace UMC_H264_ENCODER

@@ -1,7 +1,7 @@
 #include "encoder/picture/make_parameter_sets.h"
 
 #include "Common/h264/chroma_geometry.h"
-#include "encoder/state/encoder_frame.h"
+#include "encoder/state/frame_layout.h"
 
 #include <algorithm>
 #include <bit>

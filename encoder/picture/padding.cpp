@@ -1,6 +1,7 @@
 #include "encoder/picture/padding.h"
 
 #include "Common/h264/chroma_geometry.h"
+#include "encoder/state/frame_layout.h"
 
 #include <algorithm>
 
@@ -28,17 +29,17 @@ void PadPlane(Sample* pPlane, ptrdiff_t Pitch, int32_t Width, int32_t Height, in
 } // namespace
 
 template <class Sample>
-void PadPicture(const PictureView<Sample>& View, const FrameLayout& Layout)
+void PadPicture(const PictureView<Sample>& View, int32_t ChromaFormat)
 {
     const ptrdiff_t Pitch = View.Pitch;
-    PadPlane(View.pY, Pitch, Layout.AlignedWidth, Layout.AlignedHeight, kLumaPadding);
-    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Layout.ChromaFormat];
+    PadPlane(View.pY, Pitch, View.Width, View.Height, kLumaPadding);
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[ChromaFormat];
     if (Chroma.Blocks == 0) return;
-    const int32_t Width = Layout.AlignedWidth >> Chroma.ShiftX, Height = Layout.AlignedHeight >> Chroma.ShiftY;
+    const int32_t Width = View.Width >> Chroma.ShiftX, Height = View.Height >> Chroma.ShiftY;
     PadPlane(View.pU, Pitch, Width, Height, kChromaPadding);
     PadPlane(View.pV, Pitch, Width, Height, kChromaPadding);
 }
 
-template void PadPicture(const PictureView<uint8_t>&, const FrameLayout&);
+template void PadPicture(const PictureView<uint8_t>&, int32_t);
 
 } // namespace UMC_H264_ENCODER

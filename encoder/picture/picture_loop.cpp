@@ -21,12 +21,12 @@ int32_t SliceTypeOf(int32_t FrameType)
 // primary_pic_type of Table 7-5.
 uint32_t PrimaryPicType(int32_t FrameType) { return FrameType == FRAME_I ? 0 : FrameType == FRAME_P ? 1 : 2; }
 
-// Appends NAL units to the client's buffer and remembers when one did not fit.
+// Lays NAL units behind the data in the client's buffer and remembers when one did not fit.
 class OutputPacker
 {
 public:
     explicit OutputPacker(UMC::MediaData& Output)
-        : m_Output(Output), m_pStart(static_cast<uint8_t*>(Output.GetDataPointer())), m_Used(Output.GetDataSize()),
+        : m_pStart(static_cast<uint8_t*>(Output.GetDataPointer())), m_Used(Output.GetDataSize()),
           m_Room(m_pStart ? Output.GetBufferSize() -
                                 static_cast<size_t>(m_pStart - static_cast<uint8_t*>(Output.GetBufferPointer()))
                           : 0)
@@ -46,7 +46,7 @@ public:
     }
 
     bool Overflow() const { return m_HasOverflowed; }
-    void Commit() { m_Output.SetDataSize(m_Used); }
+    size_t DataSize() const { return m_Used; }
 
 private:
     // Emulation prevention may still need more than the room that is left.
@@ -57,7 +57,6 @@ private:
         return Left >= NalBytesAtMost(w.PendingBytes()) || Left >= w.FramedPending(Type, m_IsFirstInAu);
     }
 
-    UMC::MediaData& m_Output;
     uint8_t* m_pStart;
     size_t m_Used;
     size_t m_Room;
@@ -65,34 +64,40 @@ private:
     bool m_HasOverflowed = false;
 };
 
+// Those of the sequence, made anew for its first picture; each IDR picture has the next number.
 template <class Sample>
-void MakeParameterSets(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
+PictureSets SetsOf(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, bool IsIdr)
 {
-    Sequence.Sps = MakeSeqParams(Settings.Params);
+    PictureSets Sets{Sequence.Sps, Sequence.Pps, Sequence.idr_pic_id};
+    if (!IsIdr) return Sets;
+    Sets.idr_pic_id = (Sequence.idr_pic_id + 1) % 16;
+    if (Sequence.frames_encoded != 0) return Sets;
     const bool IsConstant = Settings.Params.rate_control_method == RATE_CONTROL_CONSTANT_QP;
-    Sequence.Pps = MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p : Sequence.Rate.GetQP(FRAME_I));
+    Sets.Sps = MakeSeqParams(Settings.Params);
+    Sets.Pps = MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p : Sequence.Rate.GetQP(FRAME_I));
+    return Sets;
 }
 
 template <class Sample>
-void WriteParameterSets(const SequenceState<Sample>& Sequence,
-                        CH264pBs<Sample, typename CodecTraits<Sample>::Coeff>& Writer, OutputPacker& Packer)
+void WriteParameterSets(const PictureSets& Sets, CH264pBs<Sample, typename CodecTraits<Sample>::Coeff>& Writer,
+                        OutputPacker& Packer)
 {
-    Writer.WriteSeqParams(Sequence.Sps);
+    Writer.WriteSeqParams(Sets.Sps);
     Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET);
-    if (Sequence.Sps.aux_format_idc != 0) {
-        Writer.WriteSeqExtension(Sequence.Sps);
+    if (Sets.Sps.aux_format_idc != 0) {
+        Writer.WriteSeqExtension(Sets.Sps);
         Packer.Append(Writer, 1, h264::NAL_SEQ_PARAM_SET_EXTENSION);
     }
-    Writer.WritePicParams(Sequence.Pps, Sequence.Sps);
+    Writer.WritePicParams(Sets.Pps, Sets.Sps);
     Packer.Append(Writer, 1, h264::NAL_PIC_PARAM_SET);
 }
 
-// slice_qp_delta of all slices of the picture.
+// slice_qp_delta of all slices of the picture, against pic_init_qp.
 template <class Sample>
 int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                     const PictureJob<Sample>& Job)
+                     const PictureJob<Sample>& Job, int32_t Init)
 {
-    const int32_t Type = Job.pCurrent->frame_type, Init = Sequence.Pps.pic_init_qp;
+    const int32_t Type = Job.pCurrent->frame_type;
     switch (Settings.Params.rate_control_method) {
     case RATE_CONTROL_SHORT_WINDOWS:
     case RATE_CONTROL_LONG_WINDOWS: return Sequence.Rate.GetQP(Type) - Init;
@@ -101,21 +106,22 @@ int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample
                 : Type == FRAME_B ? Settings.Params.quant_b
                                   : Settings.Params.quant_p) -
                Init;
-    default: return Job.Slices[0].slice_qp_delta;
+    default: return Job.Slices[0].Facts.slice_qp_delta;
     }
 }
 
 template <class Sample>
-void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
+void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, const PictureSets& Sets,
+                    PictureJob<Sample>& Job)
 {
-    const int32_t QpDelta = SliceQpDelta(Settings, Sequence, Job);
+    const int32_t QpDelta = SliceQpDelta(Settings, Sequence, Job, Sets.Pps.pic_init_qp);
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)];
-        s.slice_qp_delta = QpDelta;
-        s.slice_id = i;
-        s.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
-        UpdateRefLists(Settings, Sequence, Job, s);
-        CompressSlice(Settings, Sequence, Job, s);
+        s.Facts.slice_qp_delta = QpDelta;
+        s.Facts.slice_id = i;
+        s.Facts.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
+        BuildRefLists(Settings, Sequence, Job, s.Facts);
+        CompressSlice(Settings, Sets, Job, s);
     }
 }
 
@@ -139,7 +145,7 @@ void WriteOverflowFallback(const EncoderSettings& Settings, PictureJob<Sample>& 
     if (Settings.Params.write_access_unit_delimiters)
         Writer.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
     const bool IsIntraMb = Job.pCurrent->frame_type == FRAME_I;
-    for (int32_t i = 0; i < Settings.Layout.MbCount; ++i) {
+    for (int32_t i = 0; i < Job.MbCount; ++i) {
         Writer.PutBit(1);
         if (!IsIntraMb) continue;
         Writer.PutBits(0, 2);
@@ -147,60 +153,74 @@ void WriteOverflowFallback(const EncoderSettings& Settings, PictureJob<Sample>& 
     }
 }
 
+// Makes of the reconstruction what later pictures refer to.
 template <class Sample>
-void FinishPicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job)
+void FinishReconstruction(const EncoderSettings& Settings, const PictureJob<Sample>& Job, bool HasOutgrown)
 {
-    if (SliceOutgrewBuffer(Settings, Job)) {
-        WriteOverflowFallback(Settings, Job);
-        Sequence.make_key_next = true;
-    } else if (Job.picture_class != CLASS_DISPOSABLE) {
-        for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
-            DeblockSlice(Settings, Job, Job.Slices[static_cast<size_t>(i)]);
+    if (Job.picture_class == CLASS_DISPOSABLE) return;
+    for (int32_t i = 0; i < Settings.Params.num_slices && !HasOutgrown; ++i) {
+        const auto& s = Job.Slices[static_cast<size_t>(i)];
+        DeblockSlice(Settings, Job, s.Facts, s.Progress.mb_count);
     }
-    if (Job.picture_class != CLASS_DISPOSABLE) PadPicture(Job.Reconstruction, Settings.Layout);
-    for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
-        Sequence.total_bits += Job.Slices[static_cast<size_t>(i)].bitstream.Bits();
-    if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.pCurrent);
-    if (FollowsRate(Settings.Params.rate_control_method))
-        Sequence.Rate.PostFrame(Job.pCurrent->frame_type, Sequence.total_bits);
+    PadPicture(Job.Reconstruction, Settings.Layout.ChromaFormat);
 }
 
 } // namespace
 
 template <class Sample>
-UMC::Status EncodePicture(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
-                          UMC::MediaData& Output)
+PictureResult EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                            PictureJob<Sample>& Job, UMC::MediaData& Output)
 {
     const bool IsIdr = Job.picture_class == CLASS_IDR;
-    if (IsIdr) {
-        if (Sequence.frames_encoded == 0) MakeParameterSets(Settings, Sequence);
-        Sequence.idr_pic_id = (Sequence.idr_pic_id + 1) % 16;
-    }
-    for (int32_t i = 0; i < Settings.Params.num_slices; ++i) Job.Slices[static_cast<size_t>(i)].bitstream.Reset();
+    const int32_t Slices = Settings.Params.num_slices;
+    PictureResult Result{.Status = UMC::StatusOk,
+                         .Sets = SetsOf(Settings, Sequence, IsIdr),
+                         .DataSize = 0,
+                         .Bits = 0,
+                         .HasOutgrown = false};
+    for (int32_t i = 0; i < Slices; ++i) Job.Slices[static_cast<size_t>(i)].bitstream.Reset();
 
     OutputPacker Packer(Output);
     if (Settings.Params.write_access_unit_delimiters) {
         Job.Slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
         Packer.Append(Job.Slices[0].bitstream, 0, h264::NAL_DELIMITER);
     }
-    if (IsIdr) WriteParameterSets(Sequence, Job.Slices[0].bitstream, Packer);
-    CompressSlices(Settings, Sequence, Job);
-    for (int32_t i = 0; i < Settings.Params.num_slices; ++i)
+    if (IsIdr) WriteParameterSets<Sample>(Result.Sets, Job.Slices[0].bitstream, Packer);
+    CompressSlices(Settings, Sequence, Result.Sets, Job);
+    for (int32_t i = 0; i < Slices; ++i)
         Packer.Append(Job.Slices[static_cast<size_t>(i)].bitstream, Job.picture_class != CLASS_DISPOSABLE,
                       IsIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
-    if (Packer.Overflow()) return UMC::StatusNotEnoughBuffer;
-
-    FinishPicture(Settings, Sequence, Job);
-    Packer.Commit();
-    if (Output.GetDataSize() == 0) {
-        Sequence.make_key_next = true;
-        return UMC::StatusFailed;
+    Result.DataSize = Packer.DataSize();
+    if (Packer.Overflow() || Result.DataSize == 0) {
+        Result.Status = Packer.Overflow() ? UMC::StatusNotEnoughBuffer : UMC::StatusFailed;
+        return Result;
     }
-    ++Sequence.frames_encoded;
-    return UMC::StatusOk;
+    Result.HasOutgrown = SliceOutgrewBuffer(Settings, Job);
+    if (Result.HasOutgrown) WriteOverflowFallback(Settings, Job);
+    for (int32_t i = 0; i < Slices; ++i) Result.Bits += Job.Slices[static_cast<size_t>(i)].bitstream.Bits();
+    FinishReconstruction(Settings, Job, Result.HasOutgrown);
+    return Result;
 }
 
-template UMC::Status EncodePicture(const EncoderSettings&, SequenceState<uint8_t>&, PictureJob<uint8_t>&,
-                                   UMC::MediaData&);
+template <class Sample>
+void CommitPicture(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const PictureResult& Result,
+                   SequenceState<Sample>& Sequence, UMC::MediaData& Output)
+{
+    Output.SetDataSize(Result.DataSize);
+    Sequence.Sps = Result.Sets.Sps;
+    Sequence.Pps = Result.Sets.Pps;
+    Sequence.idr_pic_id = Result.Sets.idr_pic_id;
+    Sequence.total_bits += Result.Bits;
+    if (Result.HasOutgrown) Sequence.make_key_next = true;
+    if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.pCurrent);
+    if (FollowsRate(Settings.Params.rate_control_method))
+        Sequence.Rate.PostFrame(Job.pCurrent->frame_type, Sequence.total_bits);
+    ++Sequence.frames_encoded;
+}
+
+template PictureResult EncodePicture(const EncoderSettings&, const SequenceState<uint8_t>&, PictureJob<uint8_t>&,
+                                     UMC::MediaData&);
+template void CommitPicture(const EncoderSettings&, const PictureJob<uint8_t>&, const PictureResult&,
+                            SequenceState<uint8_t>&, UMC::MediaData&);
 
 } // namespace UMC_H264_ENCODER

@@ -10,19 +10,6 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-void NumberReferences(const H264EncoderFrameList<Sample>& List, int32_t Current)
-{
-    for (auto* p = List.Head(); p; p = p->next) {
-        if (p->IsShortTerm()) {
-            p->frame_num_wrap = h264::FrameNumWrap(p->frame_num, Current, EncoderSettings::frame_num_max);
-            p->pic_num[0] = p->pic_num[1] = p->frame_num_wrap;
-        } else if (p->IsLongTerm()) {
-            p->long_term_pic_num[0] = p->long_term_pic_num[1] = p->long_term_frame_idx;
-        }
-    }
-}
-
-template <class Sample>
 struct CollectedReferences {
     using Frame = H264EncoderFrame<Sample>;
     std::array<Frame*, kMaxReferences> Short, Long;
@@ -43,9 +30,10 @@ struct CollectedReferences {
     // The short-term pictures in the order that they have now, then the long-term ones.
     void Store(RefPicLists<Sample>& Lists, int List) const
     {
-        auto* p = std::copy_n(Short.begin(), ShortCount, Lists.Pictures[List]);
+        const auto Refer = [](const Frame* f) { return Reference<Sample>{f, ReadOnly(f->View()), f->mb_motion[0]}; };
+        auto* p = std::transform(Short.begin(), Short.begin() + ShortCount, Lists.Pictures[List], Refer);
         const size_t Room = kMaxReferences - ShortCount;
-        p = std::copy_n(Long.begin(), std::min(LongCount, Room), p);
+        p = std::transform(Long.begin(), Long.begin() + std::min(LongCount, Room), p, Refer);
         Lists.Count[List] = static_cast<int32_t>(p - Lists.Pictures[List]);
     }
 };
@@ -61,21 +49,32 @@ void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists
         Refs.Store(Lists, List);
     }
     const int32_t Count = Lists.Count[1];
-    if (Count > 1 && std::equal(Lists.Pictures[0], Lists.Pictures[0] + Count, Lists.Pictures[1]))
+    if (Count > 1 && std::equal(Lists.Pictures[0], Lists.Pictures[0] + Count, Lists.Pictures[1],
+                                [](const auto& a, const auto& b) { return a.pFrame == b.pFrame; }))
         std::swap(Lists.Pictures[1][0], Lists.Pictures[1][1]);
 }
 
 } // namespace
 
 template <class Sample>
-void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                    const PictureJob<Sample>& Job, SliceContext<Sample>& s)
+void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Sample>& Current)
+{
+    for (auto* p = Sequence.ReconstructionList.Head(); p; p = p->next) {
+        if (p->IsShortTerm()) {
+            p->frame_num_wrap = h264::FrameNumWrap(p->frame_num, Current.frame_num, EncoderSettings::frame_num_max);
+            p->pic_num[0] = p->pic_num[1] = p->frame_num_wrap;
+        } else if (p->IsLongTerm()) {
+            p->long_term_pic_num[0] = p->long_term_pic_num[1] = p->long_term_frame_idx;
+        }
+    }
+}
+
+template <class Sample>
+void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                   const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
 {
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
-    NumberReferences(
-        Sequence.ReconstructionList,
-        Job.pCurrent->frame_num); // for I slices too: the sliding window behind the picture goes by these numbers
     if (s.slice_type == h264::SLICE_I) return;
     CollectedReferences<Sample> Refs(Sequence.ReconstructionList, Job.pCurrent);
     if (s.slice_type == h264::SLICE_P) {
@@ -91,8 +90,7 @@ void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>
 }
 
 template <class Sample>
-void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                   H264EncoderFrame<Sample>& Current)
+void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current)
 {
     const auto& List = Sequence.ReconstructionList;
     if (Current.is_idr) {
@@ -111,8 +109,9 @@ void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>&
     Current.is_reference = 3;
 }
 
-template void UpdateRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
-                             SliceContext<uint8_t>&);
-template void UpdateMarking(const EncoderSettings&, const SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
+template void UpdateRefLists(SequenceState<uint8_t>&, const H264EncoderFrame<uint8_t>&);
+template void BuildRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
+                            SliceFacts<uint8_t>&);
+template void UpdateMarking(const EncoderSettings&, SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

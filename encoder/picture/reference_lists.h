@@ -7,13 +7,16 @@
 
 namespace UMC_H264_ENCODER {
 
-/// frame_num_wrap and pic_num of all references (clause 8.2.4.1), and the lists of one slice.
+/// frame_num_wrap and pic_num of all references before a picture, whatever its type: the sliding window behind it goes
+/// by these numbers (clause 8.2.4.1).
 template <class Sample>
-void UpdateRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                    const PictureJob<Sample>& Job, SliceContext<Sample>& s);
+void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Sample>& Current);
+/// The lists of one slice.
+template <class Sample>
+void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
+                   const PictureJob<Sample>& Job, SliceFacts<Sample>& s);
 /// Sliding window marking after a reference picture (clause 8.2.5.3).
 template <class Sample>
-void UpdateMarking(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                   H264EncoderFrame<Sample>& Current);
+void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current);
 
 } // namespace UMC_H264_ENCODER

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "encoder/picture/rate_controller.h"
-#include "encoder/state/encoder_frame.h"
+#include "encoder/state/frame_list.h"
 #include "encoder/write/parameter_sets.h"
 
 #include <cstdint>

@@ -16,17 +16,16 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 template <class Sample>
-SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
-                            const SliceContext<Sample>& s)
+SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
 {
     SliceHeader h{};
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
     h.frame_num = Job.pCurrent->frame_num;
     h.is_idr = Job.pCurrent->is_idr;
-    h.idr_pic_id = Sequence.idr_pic_id;
+    h.idr_pic_id = Sets.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sequence.Sps.log2_max_pic_order_cnt_lsb);
+    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
     h.cabac_init_idc = s.cabac_init_idc;
@@ -39,33 +38,41 @@ SliceHeader MakeSliceHeader(const SequenceState<Sample>& Sequence, const Picture
 
 template <class Sample>
 NeighbourTables MakeNeighbourTables(bool IsCabac, int32_t MbWidth, const PictureJob<Sample>& Job,
-                                    const SliceContext<Sample>& s)
+                                    const SliceFacts<Sample>& s)
 {
     const H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
+    const auto i = static_cast<size_t>(Job.FirstMb);
     return {s.first_mb,
             MbWidth,
-            Frame.mb_global,
-            Job.LocalMacroblocks.data(),
-            Job.IntraModes.data(),
-            s.slice_type == h264::SLICE_I ? nullptr : Frame.mb_motion[0],
-            Frame.mb_reference[0],
-            IsCabac ? Job.VectorDifferences.data() : nullptr,
-            IsCabac ? nullptr : Job.CoeffCounts.data()};
+            Frame.mb_global + i,
+            Job.LocalMacroblocks.data() + i,
+            Job.IntraModes.data() + 16 * i,
+            s.slice_type == h264::SLICE_I ? nullptr : Frame.mb_motion[0] + 16 * i,
+            Frame.mb_reference[0] + 16 * i,
+            IsCabac ? Job.VectorDifferences.data() + 16 * i : nullptr,
+            IsCabac ? nullptr : Job.CoeffCounts.data() + kCountsPerMb * i};
 }
 
+// What the settings say of every slice, and the tables that its neighbours are read from.
 template <class Sample>
-void StartSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, const PictureJob<Sample>& Job,
-                SliceContext<Sample>& s)
+void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
+                   SliceFacts<Sample>& s)
 {
-    s.mb_count = s.intra_count = 0;
     s.deblock_idc = Settings.Params.deblocking_filter_idc;
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
-    s.slice_qp = Sequence.Pps.pic_init_qp + s.slice_qp_delta;
-    s.QuantQp = -1;
-    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sequence, Job, s), Sequence.Sps, Sequence.Pps);
-    s.Neighbours = MakeNeighbourTables(Sequence.Pps.entropy_coding_mode_flag, Settings.Layout.MbWidth, Job, s);
+    s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout.MbWidth, Job, s);
+}
+
+template <class Sample>
+void StartSlice(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
+                SliceContext<Sample>& s)
+{
+    CompleteFacts(Settings, Sets, Job, s.Facts);
+    s.Progress = {.slice_qp = Sets.Pps.pic_init_qp + s.Facts.slice_qp_delta, .mb_count = 0, .intra_count = 0};
+    s.Quant.Qp = -1;
+    s.bitstream.WriteSliceHeader(MakeSliceHeader(Sets, Job, s.Facts), Sets.Sps, Sets.Pps);
 }
 
 template <class Sample>
@@ -83,47 +90,73 @@ void PointAt(const MacroblockPosition& At, const PictureJob<Sample>& Job, Curren
     mb.pRecV = Job.Reconstruction.pV + At.Chroma;
 }
 
-// Points cur_mb at a macroblock's samples and tables, and clears what the decision does not always write.
+// The records of the slice's first macroblock.
 template <class Sample>
-void StartMacroblock(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, int32_t Index)
+MacroblockRecords FirstRecords(PictureJob<Sample>& Job, int32_t FirstMb)
 {
-    auto& mb = s.cur_mb;
-    auto& Frame = *Job.pCurrent;
-    const auto i = static_cast<size_t>(Index);
+    H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
+    const auto i = static_cast<size_t>(Job.FirstMb + FirstMb);
+    MacroblockRecords r;
+    r.pGlobal = Frame.mb_global + i;
+    r.pLocal = Job.LocalMacroblocks.data() + i;
+    r.pVectors = Frame.mb_motion[0] + i * 16;
+    r.pReferences = Frame.mb_reference[0] + i * 16;
+    r.pDifferences = Job.VectorDifferences.data() + i * 16;
+    r.pIntraModes = Job.IntraModes.data() + i * 16;
+    r.pCounts = Job.CoeffCounts.data() + i * kCountsPerMb;
+    return r;
+}
+
+void Advance(MacroblockRecords& r)
+{
+    r.pGlobal += 1;
+    r.pLocal += 1;
+    r.pVectors += 16;
+    r.pReferences += 16;
+    r.pDifferences += 16;
+    r.pIntraModes += 16;
+    r.pCounts += kCountsPerMb;
+}
+
+// Makes Index the macroblock in hand, whose records are pointed at already, and clears what the decision does not
+// always write.
+template <class Sample>
+void StartMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, int32_t Index, int32_t SliceQp,
+                     CurrentMacroblock<Sample>& mb)
+{
     mb.mb_index = Index;
-    mb.pPosition = &Settings.Positions[i];
+    mb.pPosition = &Settings.Positions[static_cast<size_t>(Index)];
     mb.mb_x = mb.pPosition->X;
     mb.mb_y = mb.pPosition->Y;
     h264::trace::BeginMacroblock(mb.mb_x, mb.mb_y);
     PointAt(*mb.pPosition, Job, mb);
-    FillNeighbours(mb.Around, s.Neighbours, Index, mb.mb_x);
-    mb.pVectors = Frame.mb_motion[0] + i * 16;
-    mb.pReferences = Frame.mb_reference[0] + i * 16;
-    mb.pDifferences = Job.VectorDifferences.data() + i * 16;
-    mb.pIntraModes = Job.IntraModes.data() + i * 16;
-    mb.pCounts = Job.CoeffCounts.data() + i * kCountsPerMb;
-    mb.pGlobal = Frame.mb_global + Index;
-    mb.pLocal = &Job.LocalMacroblocks[i];
-    const auto Qp = static_cast<int8_t>(s.slice_qp);
-    const auto QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(s.slice_qp)]);
-    *mb.pLocal = LocalMacroblock{};
-    mb.pLocal->Qp = Qp;
-    mb.pLocal->QpChroma = QpChroma;
-    *mb.pGlobal = {static_cast<uint16_t>(s.slice_id), MB_INTER16X16, Qp, QpChroma};
-    if (s.QuantQp != Qp) SetQuantisers(Settings.Quant, s, Qp);
+    FillNeighbours(mb.Around, mb.pSlice->Neighbours, Index, mb.mb_x);
+    const auto Qp = static_cast<int8_t>(SliceQp);
+    const auto QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(SliceQp)]);
+    LocalMacroblock Local{};
+    Local.Qp = Qp;
+    Local.QpChroma = QpChroma;
+    *mb.Records.pLocal = Local;
+    *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Qp, QpChroma};
 }
 
 template <class Sample>
-MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const SliceContext<Sample>& s)
+MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const CurrentMacroblock<Sample>& mb, int32_t SliceQp,
+                                                               const WorkArea<Sample>& w)
 {
-    const auto& mb = s.cur_mb;
-    const auto& w = s.work_area;
-    return {s.slice_type,       s.num_ref_idx_l0,
-            mb.pGlobal->Type,   mb.pReferences[0],
-            mb.pDifferences[0], mb.pLocal->Qp - s.slice_qp,
-            *mb.pLocal,         mb.Around,
-            mb.pIntraModes,     mb.pGlobal->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
-            w.LumaDcLevels,     w.ChromaDcLevels,
+    const MacroblockRecords& r = mb.Records;
+    return {mb.pSlice->slice_type,
+            mb.pSlice->num_ref_idx_l0,
+            r.pGlobal->Type,
+            r.pReferences[0],
+            r.pDifferences[0],
+            r.pLocal->Qp - SliceQp,
+            *r.pLocal,
+            mb.Around,
+            r.pIntraModes,
+            r.pGlobal->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
+            w.LumaDcLevels,
+            w.ChromaDcLevels,
             w.ChromaAcLevels};
 }
 
@@ -131,28 +164,32 @@ MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const SliceContex
 template <class Policy>
 using Listed = std::conditional_t<h264::trace::kIsBuilt, TracedSyntax<Policy>, Policy>;
 
+// The writer of a slice, with whichever coder runs on it.
+template <class Sample>
+using SliceBits = CH264pBs<Sample, typename CodecTraits<Sample>::Coeff>;
+
 // A slice in CABAC.
 template <class Sample>
 class CabacSlice
 {
 public:
-    explicit CabacSlice(SliceContext<Sample>& s) : m_s(s)
+    using Syntax = MacroblockSyntax<typename CodecTraits<Sample>::Level>;
+
+    CabacSlice(const SliceFacts<Sample>& Facts, int32_t SliceQp, SliceBits<Sample>& Bits) : m_Bits(Bits)
     {
-        s.bitstream.Align(1); // cabac_alignment_one_bit
-        s.bitstream.InitContexts(s.slice_type, s.cabac_init_idc, s.slice_qp);
+        Bits.Align(1); // cabac_alignment_one_bit
+        Bits.InitContexts(Facts.slice_type, Facts.cabac_init_idc, SliceQp);
     }
-    bool WriteMacroblock()
+    bool WriteMacroblock(const Syntax& m, MacroblockRecords&)
     {
-        return WriteMacroblockSyntax(SyntaxOf(m_s),
-                                     Listed<CabacSyntax<StoredBytes>>(m_s.bitstream.Cabac(), m_s.cur_mb.Around,
-                                                                      IsIntra(m_s.cur_mb.pGlobal->Type)));
+        return WriteMacroblockSyntax(m, Listed<CabacSyntax<StoredBytes>>(m_Bits.Cabac(), m.Around, IsIntra(m.Type)));
     }
-    void EndMacroblock(bool IsLast) { m_s.bitstream.EncodeTerminate(IsLast); }
-    size_t Bytes() const { return m_s.bitstream.CoderBytes(); }
-    void End() { m_s.bitstream.TerminateEncode(); }
+    void EndMacroblock(bool IsLast) { m_Bits.EncodeTerminate(IsLast); }
+    size_t Bytes() const { return m_Bits.CoderBytes(); }
+    void End() { m_Bits.TerminateEncode(); }
 
 private:
-    SliceContext<Sample>& m_s;
+    SliceBits<Sample>& m_Bits;
 };
 
 // A slice in variable length codes.
@@ -160,37 +197,48 @@ template <class Sample>
 class CavlcSlice
 {
 public:
-    explicit CavlcSlice(SliceContext<Sample>& s) : m_s(s) { s.bitstream.Cavlc().skip_run = 0; }
-    bool WriteMacroblock()
+    using Syntax = MacroblockSyntax<typename CodecTraits<Sample>::Level>;
+
+    explicit CavlcSlice(SliceBits<Sample>& Bits) : m_Bits(Bits) { Bits.Cavlc().skip_run = 0; }
+    bool WriteMacroblock(const Syntax& m, MacroblockRecords& Records)
     {
-        return WriteMacroblockSyntax(SyntaxOf(m_s), Listed<CavlcSyntax<StoredBits>>(
-                                                        m_s.bitstream.Cavlc(), m_s.cur_mb.Around, m_s.cur_mb.pCounts));
+        return WriteMacroblockSyntax(m, Listed<CavlcSyntax<StoredBits>>(m_Bits.Cavlc(), m.Around, Records.pCounts));
     }
     void EndMacroblock(bool) {}
-    size_t Bytes() const { return m_s.bitstream.Bytes(); }
+    size_t Bytes() const { return m_Bits.Bytes(); }
     void End()
     {
-        if (m_s.bitstream.Cavlc().skip_run > 0) m_s.bitstream.Cavlc().PutSkipRun();
-        m_s.bitstream.WriteTrailingBits();
+        if (m_Bits.Cavlc().skip_run > 0) m_Bits.Cavlc().PutSkipRun();
+        m_Bits.WriteTrailingBits();
     }
 
 private:
-    SliceContext<Sample>& m_s;
+    SliceBits<Sample>& m_Bits;
 };
 
 template <class Sample, class Entropy>
 void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, Entropy Writer)
 {
-    const int32_t End = s.first_mb + s.MbLimit;
-    for (int32_t Index = s.first_mb; Index < End; ++Index) {
-        StartMacroblock(Settings, Job, s, Index);
-        AnalyseMacroblock(Settings, s);
-        Reconstruct(Settings.Layout, s);
-        if (Writer.WriteMacroblock()) s.slice_qp = s.cur_mb.pLocal->Qp;
-        ++s.mb_count;
-        Writer.EndMacroblock(Index + 1 == End);
+    CurrentMacroblock<Sample>& mb = s.cur_mb;
+    WorkArea<Sample>& w = s.work_area;
+    mb.pSlice = &s.Facts;
+    mb.pQuant = &s.Quant;
+    mb.Records = FirstRecords(Job, s.Facts.first_mb);
+    const int32_t End = s.Facts.first_mb + s.Facts.MbLimit;
+    for (int32_t Index = s.Facts.first_mb; Index < End;) {
+        const int32_t Qp = s.Progress.slice_qp;
+        StartMacroblock(Settings, Job, Index, Qp, mb);
+        if (s.Quant.Qp != Qp) SetQuantisers(Settings.Quant, s.Facts.slice_type, Qp, s.Quant);
+        const Candidate Won = AnalyseMacroblock(Settings, mb, w);
+        Commit(Won, w, mb.Records);
+        Reconstruct(Won, mb, w);
+        if (Writer.WriteMacroblock(SyntaxOf(mb, Qp, w), mb.Records)) s.Progress.slice_qp = mb.Records.pLocal->Qp;
+        s.Progress.intra_count += IsIntra(Won.Type);
+        ++s.Progress.mb_count;
+        Writer.EndMacroblock(++Index == End);
         // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.
         if (Writer.Bytes() > s.bitstream.BufferSize()) break;
+        if (Index < End) Advance(mb.Records);
     }
     Writer.End();
 }
@@ -198,17 +246,16 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
 } // namespace
 
 template <class Sample>
-void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+void CompressSlice(const EncoderSettings& Settings, const PictureSets& Sets, PictureJob<Sample>& Job,
                    SliceContext<Sample>& s)
 {
-    StartSlice(Settings, Sequence, Job, s);
-    if (Sequence.Pps.entropy_coding_mode_flag)
-        CodeMacroblocks(Settings, Job, s, CabacSlice<Sample>(s));
+    StartSlice(Settings, Sets, Job, s);
+    if (Sets.Pps.entropy_coding_mode_flag)
+        CodeMacroblocks(Settings, Job, s, CabacSlice<Sample>(s.Facts, s.Progress.slice_qp, s.bitstream));
     else
-        CodeMacroblocks(Settings, Job, s, CavlcSlice<Sample>(s));
+        CodeMacroblocks(Settings, Job, s, CavlcSlice<Sample>(s.bitstream));
 }
 
-template void CompressSlice(const EncoderSettings&, const SequenceState<uint8_t>&, PictureJob<uint8_t>&,
-                            SliceContext<uint8_t>&);
+template void CompressSlice(const EncoderSettings&, const PictureSets&, PictureJob<uint8_t>&, SliceContext<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

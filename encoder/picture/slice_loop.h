@@ -1,7 +1,7 @@
 // The loop over the macroblocks of a slice.
 #pragma once
 
-#include "encoder/picture/sequence_state.h"
+#include "encoder/picture/picture_result.h"
 #include "encoder/state/encoder_settings.h"
 #include "encoder/state/picture_job.h"
 
@@ -9,7 +9,7 @@ namespace UMC_H264_ENCODER {
 
 /// Codes a slice of the job, whose type, QP and lists are set, from its header to the end of its data.
 template <class Sample>
-void CompressSlice(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+void CompressSlice(const EncoderSettings& Settings, const PictureSets& Sets, PictureJob<Sample>& Job,
                    SliceContext<Sample>& s);
 
 } // namespace UMC_H264_ENCODER

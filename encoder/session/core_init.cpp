@@ -18,7 +18,7 @@ void DivideIntoSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
     const int32_t Slices = Settings.Params.num_slices, Length = Settings.Layout.MbCount / Slices;
     for (int32_t i = 0; i < Slices; ++i) {
-        auto& s = Job.Slices[static_cast<size_t>(i)];
+        auto& s = Job.Slices[static_cast<size_t>(i)].Facts;
         s.first_mb = i * Length;
         s.MbLimit = i + 1 == Slices ? Settings.Layout.MbCount - s.first_mb : Length;
     }

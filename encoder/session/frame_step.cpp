@@ -1,6 +1,8 @@
 #include "encoder/session/frame_step.h"
 
 #include "encoder/picture/picture_loop.h"
+#include "encoder/picture/reference_lists.h"
+#include "encoder/session/coding_order.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -111,37 +113,40 @@ void ReturnFreeFrames(EncoderCore<Sample>& c)
 }
 
 // The stream goes on as if a picture that could not be delivered had never been: its number is given out again, and a
-// key picture is made up for.
+// key picture is made up for. Only the number of an IDR picture is used up.
 template <class Sample>
-void GiveUpPicture(EncoderCore<Sample>& c, int32_t FrameNumBefore)
+void GiveUpPicture(EncoderCore<Sample>& c, const PictureResult& Result)
 {
-    c.Sequence.frame_num = FrameNumBefore;
+    c.Sequence.idr_pic_id = Result.Sets.idr_pic_id;
+    if (Result.Status == UMC::StatusFailed) c.Sequence.make_key_next = true;
     if (c.Job.pCurrent->is_idr) c.Sequence.make_key_next = c.Sequence.make_idr_next = true;
-    c.Job.pCurrent->Unmark();
 }
 
 template <class Sample>
 UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
 {
     auto& f = *c.Job.pCurrent;
-    const int32_t FrameNumBefore = c.Sequence.frame_num;
-    if (f.is_idr) c.Sequence.frame_num = 0;
-    f.frame_num = c.Sequence.frame_num;
-    if (f.frame_type != FRAME_B || f.b_is_reference)
-        c.Sequence.frame_num = (c.Sequence.frame_num + 1) % EncoderSettings::frame_num_max;
+    f.frame_num = f.is_idr ? 0 : c.Sequence.frame_num;
     c.Sequence.InputList.RemoveFrame(&f);
     c.Sequence.ReconstructionList.Append(&f);
-    c.Job.Begin(f, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
+    c.Job.Begin(f, STRUCTURE_FRAME, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
     if (c.Job.picture_class == CLASS_IDR) c.Sequence.b_anchors_needed = c.Settings.Params.num_ref_to_start_b;
 
-    const UMC::Status s = EncodePicture(c.Settings, c.Sequence, c.Job, Output);
+    UpdateRefLists(c.Sequence, f);
+    const PictureResult Result = EncodePicture(c.Settings, c.Sequence, c.Job, Output);
     double Start = 0.0, End = 0.0;
     f.GetTime(Start, End);
     Output.SetTime(Start, End);
-    if (s != UMC::StatusOk) GiveUpPicture(c, FrameNumBefore);
+    if (Result.Status == UMC::StatusOk) {
+        CommitPicture(c.Settings, c.Job, Result, c.Sequence, Output);
+        const bool IsCounted = f.frame_type != FRAME_B || f.b_is_reference;
+        c.Sequence.frame_num = (f.frame_num + IsCounted) % EncoderSettings::frame_num_max;
+    } else {
+        GiveUpPicture(c, Result);
+    }
     f.was_encoded = true;
     ReturnFreeFrames(c);
-    return s;
+    return Result.Status;
 }
 
 } // namespace

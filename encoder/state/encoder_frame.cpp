@@ -8,8 +8,6 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-constexpr int32_t kLumaRoom = 96;   // samples around the luma plane: twice the padding, for field pictures
-constexpr int32_t kChromaRoom = 64; // the same for chroma
 constexpr size_t kSpareBytes = 320; // for the alignment of the planes' origins
 constexpr size_t kTableBytes = 168; // for each macroblock
 constexpr size_t kTableSpare = 80;  // for the alignment of the five tables
@@ -22,25 +20,6 @@ T* AlignUp(T* p, size_t Alignment)
 }
 
 } // namespace
-
-FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool FramesOnly,
-                       bool HasAlpha)
-{
-    FrameLayout l;
-    l.Width = Width;
-    l.Height = Height;
-    l.AlignedWidth = (Width + 15) / 16 * 16;
-    l.AlignedHeight = static_cast<int32_t>(CodedRows(Height, FramesOnly));
-    l.MbWidth = l.AlignedWidth / 16;
-    l.MbHeight = l.AlignedHeight / 16;
-    l.MbCount = l.MbWidth * l.MbHeight;
-    l.Pitch = (l.AlignedWidth + 2 * kLumaRoom + 63) / 64 * 64;
-    l.ChromaFormat = ChromaFormat;
-    l.BitDepth = BitDepth;
-    l.HasAlpha = HasAlpha;
-    l.Format = ChromaFormat == 0 ? UMC::GRAY : ChromaFormat == 2 ? UMC::YUV422 : UMC::YUV420;
-    return l;
-}
 
 template <class Sample>
 UMC::Status H264EncoderFrame<Sample>::Allocate(const FrameLayout& Layout)

@@ -1,8 +1,9 @@
 // What an encoder is asked to do: fixed when it is built.
 #pragma once
 
-#include "encoder/state/encoder_frame.h"
 #include "encoder/state/encoder_params.h"
+#include "encoder/state/encoder_types.h"
+#include "encoder/state/frame_layout.h"
 #include "encoder/write/parameter_sets.h"
 #include "kernels/transform/transform.h"
 

@@ -20,14 +20,24 @@ struct PictureJob {
     PictureView<const Sample> Source;
     PictureView<Sample> Reconstruction;
 
-    /// Takes up a picture, which is coded in place.
-    void Begin(H264EncoderFrame<Sample>& Picture, int32_t PictureClass)
+    // The picture's macroblocks in the tables of its frame: a second field lies behind the first.
+    int32_t FirstMb = 0, MbCount = 0;
+
+    /// Takes up a frame, or a field of it, which is coded in place.
+    void Begin(H264EncoderFrame<Sample>& Frame, PictureStructure Structure, int32_t PictureClass)
     {
         h264::trace::BeginPicture();
-        pCurrent = &Picture;
+        pCurrent = &Frame;
         picture_class = PictureClass;
-        Reconstruction = Picture.View();
+        Reconstruction = PartOf(Frame.View(), Structure);
         Source = ReadOnly(Reconstruction);
+        MbCount = Reconstruction.Width / 16 * (Reconstruction.Height / 16);
+        FirstMb = Structure == STRUCTURE_BOTTOM ? MbCount : 0;
+    }
+    /// Reads the same part of another frame, which stays as it is, so that a second attempt finds the source again.
+    void KeepSourceIn(const H264EncoderFrame<Sample>& Frame, PictureStructure Structure)
+    {
+        Source = ReadOnly(PartOf(Frame.View(), Structure));
     }
 
     std::unique_ptr<SliceContext<Sample>[]> Slices; // with the bits that they produced

@@ -5,17 +5,36 @@
 
 namespace UMC_H264_ENCODER {
 
-// The source of a picture is read through PictureView<const Sample>.
+enum PictureStructure : uint8_t { STRUCTURE_TOP = 0, STRUCTURE_BOTTOM = 1, STRUCTURE_FRAME = 2 };
+
+// The source of a picture, and a reference, is read through PictureView<const Sample>.
 template <class Sample>
 struct PictureView {
-    Sample *pY = nullptr, *pU = nullptr, *pV = nullptr; // at the visible origin
+    Sample *pY = nullptr, *pU = nullptr, *pV = nullptr; // at the visible origin; without chroma the last two are null
     int32_t Pitch = 0;                                  // samples, of all three
+    int32_t Width = 0, Height = 0;                      // samples of luma, whole macroblocks
 };
 
 template <class Sample>
 PictureView<const Sample> ReadOnly(const PictureView<Sample>& v)
 {
-    return {v.pY, v.pU, v.pV, v.Pitch};
+    return {v.pY, v.pU, v.pV, v.Pitch, v.Width, v.Height};
+}
+
+/// The part of a frame that a picture of a structure is.
+template <class Sample>
+PictureView<Sample> PartOf(const PictureView<Sample>& Frame, PictureStructure Structure)
+{
+    if (Structure == STRUCTURE_FRAME) return Frame;
+    PictureView<Sample> Field = Frame;
+    if (Structure == STRUCTURE_BOTTOM) {
+        Field.pY += Frame.Pitch;
+        if (Field.pU) Field.pU += Frame.Pitch;
+        if (Field.pV) Field.pV += Frame.Pitch;
+    }
+    Field.Pitch = 2 * Frame.Pitch;
+    Field.Height = Frame.Height / 2;
+    return Field;
 }
 
 } // namespace UMC_H264_ENCODER

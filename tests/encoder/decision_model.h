@@ -97,9 +97,9 @@ private:
     }
     const Frame& RefAt(int32_t r) const
     {
-        return *m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].ref_pic_lists.Pictures[0][r];
+        return *m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].Facts.ref_pic_lists.Pictures[0][r].pFrame;
     }
-    int32_t RefCount() const { return m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].num_ref_idx_l0; }
+    int32_t RefCount() const { return m_c.Job.Slices[static_cast<size_t>(SliceOf(m_Mb))].Facts.num_ref_idx_l0; }
 
     // Samples of a plane from (x, y) on, those outside the picture repeated from its edge.
     template <size_t Side>

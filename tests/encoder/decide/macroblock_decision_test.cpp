@@ -1,13 +1,10 @@
 // Single decisions of a macroblock at their borders: one more unit of cost, one more edge, one more quarter sample.
-#include "encoder/code/reconstruct.h"
-#include "encoder/decide/inter_decision.h"
-#include "encoder/decide/intra_decision.h"
-#include "encoder/decide/macroblock_decision.h"
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
 #include "kernels/dispatch/kernels.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
+#include "tests/encoder/slice_stages.h"
 
 #include <gtest/gtest.h>
 
@@ -64,12 +61,12 @@ protected:
     {
         std::fill_n(c.Job.pCurrent->mb_motion[0] + 16 * Index, 16, v);
         std::fill_n(c.Job.pCurrent->mb_reference[0] + 16 * Index, 16, int8_t{0});
-        FillNeighbours(Mb().Around, Slice().Neighbours, Mb().mb_index, Mb().mb_x);
+        FillNeighbours(Mb().Around, Slice().Facts.Neighbours, Mb().mb_index, Mb().mb_x);
     }
     // Takes neighbours away from the macroblock, and gives the others back.
     void Without(uint32_t Neighbours)
     {
-        FillNeighbours(Mb().Around, Slice().Neighbours, Mb().mb_index, Mb().mb_x);
+        FillNeighbours(Mb().Around, Slice().Facts.Neighbours, Mb().mb_index, Mb().mb_x);
         Mb().Around.Available &= ~Neighbours;
     }
     static constexpr int32_t kLeftMb = 7, kTopMb = 5, kTopLeftMb = 4;
@@ -150,15 +147,15 @@ TEST_F(IntraGates, AtQp20IntraIsTriedFromACostOf185)
 TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
 {
     Decide(300, 301);
-    EXPECT_EQ(Mb().pGlobal->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER16X16);
     Decide(300, 300);
-    EXPECT_EQ(Mb().pGlobal->Type, MB_INTER16X16);
-    EXPECT_EQ(Mb().pLocal->Cost, 300);
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER16X16);
+    EXPECT_EQ(Mb().Records.pLocal->Cost, 300);
     Decide(300, 299);
-    EXPECT_EQ(Mb().pGlobal->Type, MB_INTRA16X16);
-    EXPECT_EQ(Mb().pLocal->Cost, 299);
-    EXPECT_EQ(Mb().pLocal->Intra16Mode, INTRA16_VERTICAL);
-    EXPECT_EQ(Mb().pReferences[0], -1);
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTRA16X16);
+    EXPECT_EQ(Mb().Records.pLocal->Cost, 299);
+    EXPECT_EQ(Mb().Records.pLocal->Intra16Mode, INTRA16_VERTICAL);
+    EXPECT_EQ(Mb().Records.pReferences[0], -1);
 }
 
 TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
@@ -226,8 +223,8 @@ protected:
     void StartSearches(int32_t References)
     {
         Start(kQp, References);
-        ASSERT_EQ(Slice().num_ref_idx_l0, References);
-        const auto& Second = *Slice().ref_pic_lists.Pictures[0][References - 1];
+        ASSERT_EQ(Slice().Facts.num_ref_idx_l0, References);
+        const auto& Second = *Slice().Facts.ref_pic_lists.Pictures[0][References - 1].pFrame;
         s_Search = {};
         s_Search.pSecond = References > 1 ? Second.m_pY : nullptr;
         s_Search.pSecondEnd = References > 1 ? Second.m_pY + kSide * Second.m_Pitch : nullptr;
@@ -274,7 +271,7 @@ TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
     for (const int Better : {2, 3, 4}) {
         Sample = static_cast<uint8_t>(100 + Better);
         Decide(180);
-        EXPECT_EQ(Mb().pReferences[0], Better > 3 ? 1 : 0) << Better;
+        EXPECT_EQ(Mb().Records.pReferences[0], Better > 3 ? 1 : 0) << Better;
         EXPECT_EQ(InterCost(), Better > 3 ? 180 + 3 - Better : 180) << Better;
     }
 }
@@ -301,11 +298,11 @@ TEST_F(LastMacroblock, AVectorAQuarterSampleFromTheSkipVectorIsStillTested)
             Neighbour(kTopLeftMb, v);
             AnalyseMacroblock(c.Settings, Slice());
             const bool bSkip = std::abs(Off) <= 1;
-            EXPECT_EQ(Mb().pGlobal->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
+            EXPECT_EQ(Mb().Records.pGlobal->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
             if (bSkip) {
-                EXPECT_EQ(Mb().pVectors[0], (MotionVector{0, 0})) << Off; // not the one asked about
+                EXPECT_EQ(Mb().Records.pVectors[0], (MotionVector{0, 0})) << Off; // not the one asked about
             }
-            EXPECT_EQ(Mb().pLocal->Cost == 0, bSkip) << Off;
+            EXPECT_EQ(Mb().Records.pLocal->Cost == 0, bSkip) << Off;
         }
 }
 
@@ -314,9 +311,8 @@ TEST_F(LastMacroblock, TheSliceSaysHowAnIntraMacroblockIsRounded)
     Start(0);
     auto& s = Slice();
     for (const int32_t Type : {h264::SLICE_I, h264::SLICE_P}) {
-        s.slice_type = Type;
-        s.QuantQp = -1;
-        SetQuantisers(c.Settings.Quant, s, 0);
+        s.Facts.slice_type = Type;
+        SetQuantisers(c.Settings.Quant, Type, 0, s.Quant);
         const kernels::QuantParams& Own = (Type == h264::SLICE_I ? c.Settings.Quant.Intra : c.Settings.Quant.Inter)[0];
         EXPECT_EQ(s.Quant.pLuma, &Own);
         EXPECT_EQ(s.Quant.pChroma, &Own);
@@ -337,12 +333,12 @@ TEST_F(LastMacroblock, OnePairOfSamplesIsDetailBelowQp32)
     Start(30);
     for (int32_t Qp = 0; Qp < 52; ++Qp) {
         const auto i = static_cast<size_t>(Qp);
-        Mb().pLocal->Qp = static_cast<int8_t>(Qp);
+        Mb().Records.pLocal->Qp = static_cast<int8_t>(Qp);
         *Source(15, 3) =
             static_cast<uint8_t>(100 + EdgePelDifference[i]); // its right and lower neighbours do not count
-        EXPECT_FALSE(HasDetail(Slice())) << Qp;
+        EXPECT_FALSE(HasDetail(Mb())) << Qp;
         *Source(15, 3) = static_cast<uint8_t>(100 + EdgePelDifference[i] + 1);
-        EXPECT_EQ(HasDetail(Slice()), Qp < 32) << Qp;
+        EXPECT_EQ(HasDetail(Mb()), Qp < 32) << Qp;
         *Source(15, 3) = 100;
     }
 }

@@ -1,4 +1,5 @@
 #include "encoder/picture/padding.h"
+#include "encoder/state/encoder_frame.h"
 #include "media/umc_default_memory_allocator.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ TEST(Padding, RepeatsTheEdges)
             f.m_pU[y * l.Pitch + x] = static_cast<uint8_t>(y * 20 + x);
             f.m_pV[y * l.Pitch + x] = static_cast<uint8_t>(y * 21 + x);
         }
-    PadPicture(f.View(), l);
+    PadPicture(f.View(), l.ChromaFormat);
     const auto Check = [&](const uint8_t* p, int Width, int Height, int Padding, int Factor) {
         for (int y = -Padding; y < Height + Padding; ++y)
             for (int x = -Padding; x < Width + Padding; ++x)

@@ -97,7 +97,7 @@ TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
             Writer.SetBuffer(Fresh.Job.SliceBuffers.get(), 300);
             Code(Next++);
             ASSERT_EQ(Fresh.Job.pCurrent->frame_type, Type);
-            EXPECT_LT(Fresh.Job.Slices[0].mb_count, kMacroblocks);
+            EXPECT_LT(Fresh.Job.Slices[0].Progress.mb_count, kMacroblocks);
             EXPECT_GT(m_Output.GetDataSize(), 300u);
             const int64_t Ahead = bDelimiter ? 8 : 0; // primary_pic_type and trailing bits
             EXPECT_EQ(Writer.Bits(), Ahead + kMacroblocks * (Type == FRAME_I ? 5 : 1));
@@ -111,7 +111,7 @@ TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
             Writer.SetBuffer(Fresh.Job.SliceBuffers.get(), Size);
             Code(Next++);
             EXPECT_EQ(Fresh.Job.pCurrent->frame_type, FRAME_I);
-            EXPECT_EQ(Fresh.Job.Slices[0].mb_count, kMacroblocks);
+            EXPECT_EQ(Fresh.Job.Slices[0].Progress.mb_count, kMacroblocks);
         }
 }
 

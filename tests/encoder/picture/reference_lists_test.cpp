@@ -34,6 +34,13 @@ struct TestCore {
     Core8 c;
 };
 
+// Numbers the references and builds the lists of the first slice.
+void Update(Core8& c)
+{
+    UpdateRefLists(c.Sequence, *c.Job.pCurrent);
+    BuildRefLists(c.Settings, c.Sequence, c.Job, c.Job.Slices[0].Facts);
+}
+
 TEST(ReferenceMarking, FrameNumbersWrap)
 {
     TestCore t;
@@ -41,14 +48,14 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     Frame* const pNew = t.Add(1);
     t.c.Job.pCurrent = t.Add(2, false);
     t.c.Settings.Params.num_ref_frames = 2;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     EXPECT_EQ(pOld->frame_num_wrap, -6);
     EXPECT_EQ(pNew->frame_num_wrap, 1);
     ASSERT_EQ(s.num_ref_idx_l0, 2);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pNew); // falling pic_num
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], pOld);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, pNew); // falling pic_num
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1].pFrame, pOld);
     UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_FALSE(pOld->is_reference); // the lowest number left the window
     EXPECT_TRUE(pNew->is_reference);
@@ -63,9 +70,9 @@ TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
     pOld->frame_num_wrap = 254;
     t.c.Job.pCurrent = t.Add(0, false);
     t.c.Settings.Params.num_ref_frames = 2;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_I;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     EXPECT_EQ(pOld->frame_num_wrap, -2);
     EXPECT_EQ(pNew->frame_num_wrap, -1);
     EXPECT_EQ(s.ref_pic_lists.Count[0], 0);
@@ -79,9 +86,9 @@ TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
     TestCore t;
     Frame* const pOld = t.Add(4);
     t.c.Job.pCurrent = t.Add(5, false);
-    t.c.Job.Slices[0].slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, t.c.Job.Slices[0]);
-    EXPECT_EQ(t.c.Job.Slices[0].num_ref_idx_l0, 1);
+    t.c.Job.Slices[0].Facts.slice_type = h264::SLICE_P;
+    Update(t.c);
+    EXPECT_EQ(t.c.Job.Slices[0].Facts.num_ref_idx_l0, 1);
     UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
     EXPECT_TRUE(pOld->IsFree() || !pOld->was_encoded);
     EXPECT_EQ(pOld->is_reference, 0);
@@ -108,13 +115,13 @@ TEST(ReferenceLists, LongTermPicturesFollowByNumber)
     d->long_term_frame_idx = 0;
     t.c.Job.pCurrent = t.Add(4, false);
     t.c.Settings.Params.num_ref_frames = 3;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+    Update(t.c);
     ASSERT_EQ(s.ref_pic_lists.Count[0], 3);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], b);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1], d);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][2], a);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, b);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][1].pFrame, d);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][2].pFrame, a);
 }
 
 TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
@@ -123,13 +130,13 @@ TEST(ReferenceLists, AreCutToTheNumberOfReferencesInEffect)
     for (const int32_t FrameNum : {3, 4, 5}) t.Add(FrameNum);
     Frame* const pSame = t.Add(6); // as high as the current picture's number, which is not above it
     t.c.Job.pCurrent = t.Add(6, false);
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_P;
     for (const int32_t References : {0, 1, 2, 4}) {
         t.c.Settings.Params.num_ref_frames = References;
-        UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
+        Update(t.c);
         EXPECT_EQ(s.num_ref_idx_l0, std::max(References, 1));
-        EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], pSame);
+        EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, pSame);
         EXPECT_EQ(pSame->pic_num[0], 6);
     }
 }
@@ -140,12 +147,16 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2), *const p6 = t.Add(6), *const p8 = t.Add(8);
     t.c.Job.pCurrent = t.Add(4, false);
     t.c.Settings.Params.num_ref_frames = 4;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
-    const auto Lists = s.ref_pic_lists.Pictures;
-    EXPECT_EQ((std::vector<Frame*>{Lists[0], Lists[0] + 4}), (std::vector<Frame*>{p2, p0, p6, p8}));
-    EXPECT_EQ((std::vector<Frame*>{Lists[1], Lists[1] + 4}), (std::vector<Frame*>{p6, p8, p2, p0}));
+    Update(t.c);
+    const auto Listed = [&s](size_t List) {
+        std::vector<const Frame*> Frames;
+        for (size_t i = 0; i < 4; ++i) Frames.push_back(s.ref_pic_lists.Pictures[List][i].pFrame);
+        return Frames;
+    };
+    EXPECT_EQ(Listed(0), (std::vector<const Frame*>{p2, p0, p6, p8}));
+    EXPECT_EQ(Listed(1), (std::vector<const Frame*>{p6, p8, p2, p0}));
 }
 
 TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
@@ -154,12 +165,12 @@ TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
     Frame *const p0 = t.Add(0), *const p2 = t.Add(2);
     t.c.Job.pCurrent = t.Add(4, false);
     t.c.Settings.Params.num_ref_frames = 2;
-    auto& s = t.c.Job.Slices[0];
+    auto& s = t.c.Job.Slices[0].Facts;
     s.slice_type = h264::SLICE_B;
-    UpdateRefLists(t.c.Settings, t.c.Sequence, t.c.Job, s);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0], p2);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[1][0], p0);
-    EXPECT_EQ(s.ref_pic_lists.Pictures[1][1], p2);
+    Update(t.c);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, p2);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[1][0].pFrame, p0);
+    EXPECT_EQ(s.ref_pic_lists.Pictures[1][1].pFrame, p2);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Source and reconstruction are two views: pictures coded beside their source make the stream of those coded in place.
 #include "encoder/picture/picture_loop.h"
+#include "encoder/picture/reference_lists.h"
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
 #include "media/umc_default_memory_allocator.h"
@@ -42,7 +43,8 @@ public:
         EXPECT_EQ(InitCore(m_Core, Params, &m_Allocator), UMC::StatusOk);
     }
 
-    void Code(UMC::VideoData& Input, bool bIdr, int32_t FrameNum, UMC::MediaData& Output)
+    /// @param Dropped  attempts that are made first and not committed
+    void Code(UMC::VideoData& Input, bool bIdr, int32_t FrameNum, UMC::MediaData& Output, int Dropped = 0)
     {
         auto& q = m_Core.Sequence;
         const FrameLayout& l = m_Core.Settings.Layout;
@@ -57,15 +59,48 @@ public:
         m_pLast->frame_num = FrameNum;
         m_pLast->poc[0] = 2 * FrameNum;
         m_pLast->poc[1] = 2 * FrameNum + 1;
-        m_Core.Job.Begin(*m_pLast, bIdr ? CLASS_IDR : CLASS_REFERENCE);
-        m_Core.Job.Source = ReadOnly(m_Source.View());
+        m_Core.Job.Begin(*m_pLast, STRUCTURE_FRAME, bIdr ? CLASS_IDR : CLASS_REFERENCE);
+        m_Core.Job.KeepSourceIn(m_Source, STRUCTURE_FRAME);
         const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
-        ASSERT_EQ(EncodePicture(m_Core.Settings, q, m_Core.Job, Output), UMC::StatusOk);
+        UpdateRefLists(q, *m_pLast);
+        for (int i = 0; i < Dropped; ++i) Drop(i % 2 ? size_t{20} : SIZE_MAX);
+        const PictureResult Result = EncodePicture(m_Core.Settings, q, m_Core.Job, Output);
+        ASSERT_EQ(Result.Status, UMC::StatusOk);
+        CommitPicture(m_Core.Settings, m_Core.Job, Result, q, Output);
         EXPECT_EQ(SamplesOf(m_Source, l), Before);
     }
     std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.Settings.Layout); }
 
 private:
+    // What lasts from picture to picture, byte by byte, with the marks and the numbers of all pictures.
+    std::vector<uint8_t> State() const
+    {
+        std::vector<uint8_t> All;
+        const auto Add = [&All](const auto& What) {
+            const auto* const pBytes = reinterpret_cast<const uint8_t*>(&What);
+            All.insert(All.end(), pBytes, pBytes + sizeof What);
+        };
+        const auto& q = m_Core.Sequence;
+        Add(q);
+        for (const auto* const pList : {&q.InputList, &q.ReconstructionList})
+            for (const Frame* p = pList->Head(); p; p = p->next) {
+                Add(p->is_reference), Add(p->is_long_term), Add(p->was_encoded);
+                Add(p->frame_num), Add(p->frame_num_wrap), Add(p->pic_num), Add(p->long_term_pic_num), Add(p->poc);
+            }
+        return All;
+    }
+    // An attempt that comes to nothing.
+    void Drop(size_t Room)
+    {
+        std::vector<uint8_t> Bytes(1 << 20);
+        UMC::MediaData Output;
+        Output.SetBufferPointer(Bytes.data(), std::min(Room, Bytes.size()));
+        const std::vector<uint8_t> Before = State();
+        const PictureResult Result = EncodePicture(m_Core.Settings, m_Core.Sequence, m_Core.Job, Output);
+        EXPECT_EQ(Result.Status, Room == SIZE_MAX ? UMC::StatusOk : UMC::StatusNotEnoughBuffer);
+        EXPECT_EQ(Output.GetDataSize(), 0u);
+        EXPECT_EQ(State(), Before);
+    }
     void MoveSamples()
     {
         const FrameLayout& l = m_Core.Settings.Layout;
@@ -90,7 +125,8 @@ class SeparateViews : public testing::TestWithParam<Scene>
 {
 };
 
-TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace)
+// The streams of pictures coded in place and of those coded from a source of their own, with dropped attempts ahead.
+void ExpectSameStreams(Scene What, int Dropped)
 {
     for (const int32_t Analysis : {0, 1}) {
         SCOPED_TRACE(Analysis);
@@ -104,13 +140,13 @@ TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace)
         ApartCoder Apart(p);
         UMC::VideoData Input;
         Input.Init(kWidth, kHeight, UMC::YUV420, 8);
-        std::vector<Picture> Clip = MakeClip(GetParam(), kWidth, kHeight, 4);
+        std::vector<Picture> Clip = MakeClip(What, kWidth, kHeight, 4);
         for (size_t i = 0; i < Clip.size(); ++i) {
             SCOPED_TRACE(i);
             UMC::MediaData Wanted(1 << 20), Got(1 << 20);
             Input.SetBufferPointer(Clip[i].data(), Clip[i].size());
             ASSERT_EQ(FrameStep(InPlace, &Input, &Wanted), UMC::StatusOk);
-            Apart.Code(Input, i == 0, static_cast<int32_t>(i), Got);
+            Apart.Code(Input, i == 0, static_cast<int32_t>(i), Got, Dropped);
             ASSERT_EQ(Got.GetDataSize(), Wanted.GetDataSize());
             const auto* const pGot = static_cast<const uint8_t*>(Got.GetDataPointer());
             EXPECT_TRUE(std::equal(pGot, pGot + Got.GetDataSize(), static_cast<uint8_t*>(Wanted.GetDataPointer())));
@@ -118,6 +154,10 @@ TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace)
         }
     }
 }
+
+TEST_P(SeparateViews, MakeTheStreamOfAPictureCodedInPlace) { ExpectSameStreams(GetParam(), 0); }
+
+TEST_P(SeparateViews, LetAnAttemptThatIsNotCommittedLeaveNothing) { ExpectSameStreams(GetParam(), 3); }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, SeparateViews, testing::Values(Scene::Pan, Scene::Still, Scene::Cut, Scene::Mixed));
 

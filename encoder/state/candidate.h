@@ -5,8 +5,16 @@
 
 namespace UMC_H264_ENCODER {
 
-// The blocks that belong to it lie in the work area until the next trial of its kind: prediction, levels and, of Intra
-// 4x4, the modes.
+// What of an inter macroblock lies in its trial already.
+enum BlocksAtHand : uint8_t {
+    BLOCKS_NONE = 0,
+    BLOCKS_LUMA = 1, // PredY at the vector, and the levels against it
+    BLOCKS_ALL = 2   // PredUV too
+};
+
+// Its blocks lie in the work area: of an inter macroblock in InterTrial Slot, of Intra 16x16 in IntraY[Slot], until the
+// next trial in that place; of Intra 4x4, with the modes, until the next trial of the kind. So candidates in different
+// places live side by side, and either can be committed and reconstructed.
 struct Candidate {
     int32_t Cost;
     MacroblockType Type;
@@ -15,7 +23,8 @@ struct Candidate {
     uint8_t ChromaMode = CHROMA_DC; // what an inter macroblock counts as to its neighbours' contexts
     MotionVector Vector{0, 0};
     MotionVector Difference{0, 0}; // from the vector's prediction, as it is written
+    uint8_t Slot = 0;
+    BlocksAtHand AtHand = BLOCKS_NONE; // of an inter macroblock
 };
-static_assert(sizeof(Candidate) == 16); // travels in two registers
 
 } // namespace UMC_H264_ENCODER

@@ -1,0 +1,66 @@
+// Scratch of a slice: what trials at a macroblock leave for its reconstruction and its syntax.
+#pragma once
+
+#include "encoder/state/codec_traits.h"
+#include "encoder/state/encoder_types.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace UMC_H264_ENCODER {
+
+// Half-sample planes around the block of a 16x16 search; made by HalfPlaneRight and its kin.
+template <class Sample>
+struct HalfPlanes {
+    static constexpr int kStep = 32;
+    alignas(16) Sample Right[18 * kStep];
+    alignas(16) Sample Down[18 * kStep];
+    alignas(16) Sample Both[18 * kStep];
+    bool HasBoth; // Both is made when the walk first needs it
+};
+
+// What a try at a vector leaves: the prediction, and the levels of the luma against it.
+template <class Sample>
+struct InterTrial {
+    alignas(16) Sample PredY[16 * 16];
+    alignas(16) Sample PredUV[16 * 8];                             // Cb in columns 0..7, Cr in 8..15
+    alignas(16) typename CodecTraits<Sample>::Coeff Luma[16 * 16]; // levels, then scaled coefficients
+    uint32_t LumaMask;                                             // a bit for each block with levels
+};
+
+/// Decisions and reconstruction write it, macroblock by macroblock; the syntax reads the levels. What lies in it is of
+/// no use to the next macroblock.
+template <class Sample>
+struct WorkArea {
+    using Coeff = typename CodecTraits<Sample>::Coeff;
+    using Levels = typename CodecTraits<Sample>::Levels;
+    static constexpr int kPredStep = 16;
+    static constexpr int kLocalStep = 32;
+
+    static constexpr uint8_t kInterTrials = 2;
+    InterTrial<Sample> Inter[kInterTrials];
+    alignas(16) Sample IntraY[2][16 * 16]; // predictions of Intra 16x16, the best and the one on trial
+    alignas(16) Sample IntraUV[16 * 8];    // of the best chroma mode, Cb in columns 0..7
+    // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
+    alignas(16) Sample Local[17 * kLocalStep];
+    static constexpr int kLocalOrigin = kLocalStep + 8;
+    alignas(16) Coeff Luma[256]; // of Intra 16x16: levels, then scaled coefficients
+    alignas(16) Coeff Chroma[2][64];
+    alignas(16) Coeff Intra4x4[256];
+    alignas(16) Coeff LumaDc[16];
+    alignas(16) Coeff ChromaDc[2][8];
+    Levels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
+    Levels Intra4x4Levels[16];
+    Levels LumaDcLevels;
+    Levels ChromaDcLevels[2];
+    Levels ChromaAcLevels[2][4];
+    HalfPlanes<Sample> Halves;
+    alignas(16) Sample Trial[16 * 16]; // an interpolated point of a search
+    alignas(16) Sample TrialUV[16 * 8];
+    alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
+    uint8_t Intra4x4Modes[16];           // of the trial, raster order
+    uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
+    std::unique_ptr<uint8_t[]> pVisited; // kVisitedPoints, for SEARCH_UMBRELLA
+};
+
+} // namespace UMC_H264_ENCODER
