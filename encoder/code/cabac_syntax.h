@@ -90,12 +90,16 @@ public:
     template <class LevelType>
     void LumaDc(const BlockLevels<LevelType>* pLevels)
     {
-        Dc(h264::CAT_LUMA_DC, kCodedLumaDc, pLevels, 16);
+        if (DcFlag(h264::CAT_LUMA_DC, kCodedLumaDc, pLevels)) m_Coder.Levels(h264::CAT_LUMA_DC, *pLevels, 16);
     }
     template <class LevelType>
-    void ChromaDc(uint32_t Plane, const BlockLevels<LevelType>* pLevels)
+    void ChromaDc(uint32_t Plane, uint32_t Blocks, const BlockLevels<LevelType>* pLevels)
     {
-        Dc(h264::CAT_CHROMA_DC, Plane ? kCodedCrDc : kCodedCbDc, pLevels, 4);
+        if (!DcFlag(h264::CAT_CHROMA_DC, Plane ? kCodedCrDc : kCodedCbDc, pLevels)) return;
+        if (Blocks == 4)
+            m_Coder.Levels(h264::CAT_CHROMA_DC, *pLevels, 4);
+        else
+            m_Coder.ChromaDc422Levels(*pLevels);
     }
     void StartLuma(uint32_t Coded)
     {
@@ -109,13 +113,13 @@ public:
     {
         Block(Cat, h264::kBlockRaster[Index], pLevels, Cat == h264::CAT_LUMA_4x4 ? 16 : 15);
     }
-    void StartChroma(uint32_t Plane, uint32_t Coded)
+    void StartChroma(uint32_t Plane, uint32_t Blocks, uint32_t Coded)
     {
         const int Shift = Plane ? kCodedCrShift : kCodedCbShift;
         const uint32_t Left = CodedOf(kernels::kLeft, m_Around.pLeft) >> Shift;
         const uint32_t Top = CodedOf(kernels::kTop, m_Around.pTop) >> Shift;
-        m_Left = (Coded << 1 & 0b1010) | (Left >> 1 & 0b0101);
-        m_Top = (Coded << 2 & 0b1100) | (Top >> 2 & 0b0011);
+        m_Left = (Coded << 1 & 0b10101010) | (Left >> 1 & 0b01010101);
+        m_Top = (Coded << 2 & 0b11111100) | (Top >> (Blocks - 2) & 0b11);
     }
     template <class LevelType>
     void ChromaAc(uint32_t, uint32_t Index, const BlockLevels<LevelType>* pLevels)
@@ -138,13 +142,17 @@ private:
     // Type: of 24, behind the first bin. Step: contexts advance by one in I slices only.
     void Intra16x16Type(uint32_t First, uint32_t Step, uint32_t Type);
     static void Component(BasicCabacCoder<Output>& Coder, uint32_t First, int32_t Value, int32_t NeighbourSum);
+    // coded_block_flag of a block of DC; returns it.
     template <class LevelType>
-    void Dc(h264::BlockCat Cat, uint32_t CodedBit, const BlockLevels<LevelType>* pLevels, uint32_t Positions)
+    bool DcFlag(h264::BlockCat Cat, uint8_t CodedBit, const BlockLevels<LevelType>* pLevels)
     {
-        const uint32_t Left = CodedOf(kernels::kLeft, m_Around.pLeft), Top = CodedOf(kernels::kTop, m_Around.pTop);
+        const auto IsCoded = [&](kernels::IntraAvailable Which, const LocalMacroblock* pNeighbour) {
+            return m_IsIntraMb && !m_Around.Has(Which) ? true : (pNeighbour->CodedDc & CodedBit) != 0;
+        };
         const uint32_t Flag = h264::kBlockCatContexts[Cat].CodedBlockFlag;
-        Bin(Flag + (Left & CodedBit ? 1 : 0) + (Top & CodedBit ? 2 : 0), pLevels != nullptr);
-        if (pLevels) m_Coder.Levels(Cat, *pLevels, Positions);
+        Bin(Flag + (IsCoded(kernels::kLeft, m_Around.pLeft) ? 1 : 0) + (IsCoded(kernels::kTop, m_Around.pTop) ? 2 : 0),
+            pLevels != nullptr);
+        return pLevels != nullptr;
     }
     // Place: the bit of m_Left and m_Top that stands for the block.
     template <class LevelType>

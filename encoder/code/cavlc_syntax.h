@@ -64,9 +64,9 @@ public:
         m_Coder.Block(pLevels, FindNc<4>(0, 0), 16);
     }
     template <class LevelType>
-    void ChromaDc(uint32_t, const BlockLevels<LevelType>* pLevels)
+    void ChromaDc(uint32_t, uint32_t Blocks, const BlockLevels<LevelType>* pLevels)
     {
-        m_Coder.Block(pLevels, -1, 4);
+        m_Coder.Block(pLevels, Blocks == 4 ? -1 : -2, Blocks);
     }
     void StartLuma(uint32_t) {}
     template <class LevelType>
@@ -74,7 +74,7 @@ public:
     {
         Block<4>(0, h264::kBlockRaster[Index], pLevels, Cat == h264::CAT_LUMA_4x4 ? 16 : 15);
     }
-    void StartChroma(uint32_t, uint32_t) {}
+    void StartChroma(uint32_t, uint32_t, uint32_t) {}
     template <class LevelType>
     void ChromaAc(uint32_t Plane, uint32_t Index, const BlockLevels<LevelType>* pLevels)
     {

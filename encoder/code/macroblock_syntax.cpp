@@ -43,23 +43,33 @@ void WriteLuma(const MacroblockSyntax<LevelType>& m, Policy& p, h264::BlockCat C
     }
 }
 
+// The chroma of clause 7.3.5.3, of planes with kBlocks blocks: as many levels has their DC.
+template <uint32_t kBlocks, class LevelType, class Policy>
+void WriteChroma(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    const uint32_t Coded = m.Local.Coded, CodedDc = m.Local.CodedDc;
+    p.ChromaDc(0, kBlocks, CodedDc & kCodedCbDc ? &m.pChromaDc[0] : nullptr);
+    p.ChromaDc(1, kBlocks, CodedDc & kCodedCrDc ? &m.pChromaDc[1] : nullptr);
+    if (m.Local.Pattern >> 4 != 2) return;
+    for (uint32_t Plane = 0; Plane < 2; ++Plane) {
+        const uint32_t Bits = Coded >> (Plane ? kCodedCrShift : kCodedCbShift);
+        p.StartChroma(Plane, kBlocks, Bits);
+        for (uint32_t Block = 0; Block < kBlocks; ++Block)
+            p.ChromaAc(Plane, Block, Bits >> Block & 1 ? &m.pChromaAc[Plane][Block] : nullptr);
+    }
+}
+
 // Clause 7.3.5.3.
 template <class LevelType, class Policy>
 void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
-    const uint32_t Coded = m.Local.Coded, Chroma = m.Local.Pattern >> 4;
-    if (m.Type == MB_INTRA16X16) p.LumaDc(Coded & kCodedLumaDc ? &m.LumaDc : nullptr);
+    if (m.Type == MB_INTRA16X16) p.LumaDc(m.Local.CodedDc & kCodedLumaDc ? &m.LumaDc : nullptr);
     WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
-    if (Chroma == 0) return;
-    p.ChromaDc(0, Coded & kCodedCbDc ? &m.pChromaDc[0] : nullptr);
-    p.ChromaDc(1, Coded & kCodedCrDc ? &m.pChromaDc[1] : nullptr);
-    if (Chroma != 2) return;
-    for (uint32_t Plane = 0; Plane < 2; ++Plane) {
-        const uint32_t Bits = Coded >> (Plane ? kCodedCrShift : kCodedCbShift);
-        p.StartChroma(Plane, Bits);
-        for (uint32_t Block = 0; Block < 4; ++Block)
-            p.ChromaAc(Plane, Block, Bits >> Block & 1 ? &m.pChromaAc[Plane][Block] : nullptr);
-    }
+    if (m.Local.Pattern >> 4 == 0) return;
+    if (m.chroma_format_idc == h264::CHROMA_422)
+        WriteChroma<8>(m, p);
+    else
+        WriteChroma<4>(m, p);
 }
 
 } // namespace

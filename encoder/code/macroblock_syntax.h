@@ -14,7 +14,8 @@ template <class LevelType>
 struct MacroblockSyntax {
     int32_t slice_type;
     int32_t num_ref_idx_l0;
-    uint8_t Type; // MB_INTRA4X4, MB_INTRA16X16, MB_INTER16X16 or MB_SKIP_P
+    int32_t chroma_format_idc; // 1 or 2
+    uint8_t Type;              // MB_INTRA4X4, MB_INTRA16X16, MB_INTER16X16 or MB_SKIP_P
     int8_t RefIdx;
     MotionVector Difference; // mvd_l0
     int32_t QpDelta;         // mb_qp_delta, where it stands
@@ -24,7 +25,7 @@ struct MacroblockSyntax {
     const BlockLevels<LevelType>* pLuma; // 16, luma4x4BlkIdx order
     const BlockLevels<LevelType>& LumaDc;
     const BlockLevels<LevelType>* pChromaDc; // Cb, Cr
-    const BlockLevels<LevelType> (*pChromaAc)[4];
+    const BlockLevels<LevelType> (*pChromaAc)[kMaxChromaBlocks];
 };
 
 /// Writes mb_skip_flag or counts it to mb_skip_run, and all that follows but end_of_slice_flag.

@@ -12,12 +12,12 @@ namespace UMC_H264_ENCODER {
 namespace {
 
 // One bit of coded_block_pattern for each quadrant with a coded block.
-uint32_t LumaPattern(uint32_t Coded)
+uint8_t LumaPattern(uint32_t Coded)
 {
     uint32_t Pattern = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant)
         Pattern |= (Coded >> (4 * Quadrant) & 15 ? 1u : 0u) << Quadrant;
-    return Pattern;
+    return static_cast<uint8_t>(Pattern);
 }
 
 // What is not at hand of the prediction and of the luma's levels.
@@ -90,7 +90,7 @@ void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, Wor
         uint32_t Bits = Mask;
         if (Dc) {
             ListDcLevels(w.ChromaDc[Plane], 4, w.ChromaDcLevels[Plane]);
-            mb.Records.pLocal->Coded |= Plane ? kCodedCrDc : kCodedCbDc;
+            mb.Records.pLocal->CodedDc |= Plane ? kCodedCrDc : kCodedCbDc;
             Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
             for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
         }
@@ -98,7 +98,8 @@ void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, Wor
         AnyAc |= Mask;
         AnyDc |= Dc;
     }
-    mb.Records.pLocal->Pattern |= AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
+    const uint32_t Pattern = AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
+    mb.Records.pLocal->Pattern = static_cast<uint8_t>(mb.Records.pLocal->Pattern | Pattern);
 }
 
 template <class Sample>
@@ -136,7 +137,7 @@ void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea
     Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Mask) Kernels<Sample>.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
     if (Dc) {
-        mb.Records.pLocal->Coded |= kCodedLumaDc;
+        mb.Records.pLocal->CodedDc |= kCodedLumaDc;
         ListLevels(w.LumaDc, 0, w.LumaDcLevels);
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;

@@ -69,11 +69,11 @@ public:
         Policy::LumaDc(pLevels);
     }
     template <class LevelType>
-    void ChromaDc(uint32_t Plane, const BlockLevels<LevelType>* pLevels)
+    void ChromaDc(uint32_t Plane, uint32_t Blocks, const BlockLevels<LevelType>* pLevels)
     {
         h264::trace::Element("chroma_dc", Plane);
         List(pLevels);
-        Policy::ChromaDc(Plane, pLevels);
+        Policy::ChromaDc(Plane, Blocks, pLevels);
     }
     template <class LevelType>
     void Luma(h264::BlockCat Cat, uint32_t Index, const BlockLevels<LevelType>* pLevels)

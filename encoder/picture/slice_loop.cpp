@@ -37,13 +37,14 @@ SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& J
 }
 
 template <class Sample>
-NeighbourTables MakeNeighbourTables(bool IsCabac, int32_t MbWidth, const PictureJob<Sample>& Job,
+NeighbourTables MakeNeighbourTables(bool IsCabac, const FrameLayout& Layout, const PictureJob<Sample>& Job,
                                     const SliceFacts<Sample>& s)
 {
     const H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
     const auto i = static_cast<size_t>(Job.FirstMb);
     return {s.first_mb,
-            MbWidth,
+            Layout.MbWidth,
+            Layout.ChromaFormat,
             Frame.mb_global + i,
             Job.LocalMacroblocks.data() + i,
             Job.IntraModes.data() + 16 * i,
@@ -62,7 +63,7 @@ void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, con
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
-    s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout.MbWidth, Job, s);
+    s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout, Job, s);
 }
 
 template <class Sample>
@@ -147,6 +148,7 @@ MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const CurrentMacr
     const MacroblockRecords& r = mb.Records;
     return {mb.pSlice->slice_type,
             mb.pSlice->num_ref_idx_l0,
+            mb.pSlice->Neighbours.ChromaFormat,
             r.pGlobal->Type,
             r.pReferences[0],
             r.pDifferences[0],

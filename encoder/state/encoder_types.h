@@ -1,6 +1,7 @@
 // Records and constants that all stages of the encoder share.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/motion_vector.h"
 #include "Common/h264/slice_type.h"
 
@@ -43,19 +44,23 @@ struct alignas(8) GlobalMacroblock {
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
 enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
 
-// Bits of LocalMacroblock::Coded beyond luma block i (luma4x4BlkIdx) at bit i.
+// 4x4 blocks of a chroma plane: of the largest format that is coded.
+inline constexpr int32_t kMaxChromaBlocks = h264::kChromaGeometry[h264::CHROMA_422].Blocks;
+
+// Bits of LocalMacroblock::Coded: luma block i (luma4x4BlkIdx) at i, chroma AC of Cb block i at 16 + i, of Cr at 24 +
+// i.
 inline constexpr uint32_t kCodedLuma = 0xFFFF;
-inline constexpr int kCodedCbShift = 16; // chroma AC of Cb block i at 16 + i, of Cr at 20 + i
-inline constexpr int kCodedCrShift = 20;
-inline constexpr uint32_t kCodedLumaDc = 1u << 24;
-inline constexpr uint32_t kCodedCbDc = 1u << 25;
-inline constexpr uint32_t kCodedCrDc = 1u << 26;
+inline constexpr int kCodedCbShift = 16;
+inline constexpr int kCodedCrShift = kCodedCbShift + kMaxChromaBlocks;
+// Bits of LocalMacroblock::CodedDc.
+inline constexpr uint8_t kCodedLumaDc = 1, kCodedCbDc = 2, kCodedCrDc = 4;
 
 // The part of a macroblock that only the picture being coded needs.
 struct LocalMacroblock {
-    uint32_t Coded;   // one bit for every block that holds a level other than 0: coded_block_flag of clause 9.3.3.1.1.9
-    uint32_t Pattern; // coded_block_pattern, bits 0..3 luma, 4 and 5 chroma
-    int32_t Cost;     // of the decision
+    uint32_t Coded;  // one bit for every block that holds a level other than 0: coded_block_flag of clause 9.3.3.1.1.9
+    int32_t Cost;    // of the decision
+    uint8_t CodedDc; // the same for blocks of DC
+    uint8_t Pattern; // coded_block_pattern, bits 0..3 luma, 4 and 5 chroma
     uint8_t Intra16Mode; // Intra16x16PredMode
     uint8_t ChromaMode;  // intra_chroma_pred_mode
     int8_t Qp;           // QPY

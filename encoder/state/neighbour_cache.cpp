@@ -72,16 +72,21 @@ void ClearTop(NeighbourCache& n)
     std::memset(m.TopDifferences, 0, sizeof(m.TopDifferences));
 }
 
-void FillCounts(NeighbourCache& n, const uint8_t* pCounts, ptrdiff_t Left, ptrdiff_t Top)
+void FillCounts(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Left, ptrdiff_t Top)
 {
+    const uint8_t* const pCounts = t.pCounts;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[t.ChromaFormat];
     std::memset(n.LeftCounts, h264::kNoCount, sizeof(n.LeftCounts));
     std::memset(n.TopCounts, h264::kNoCount, sizeof(n.TopCounts));
     for (size_t Plane = 0; Plane < 3; ++Plane) {
-        const int32_t Side = Plane == 0 ? 4 : 2, First = kFirstCount[Plane];
-        for (int32_t i = 0; i < Side; ++i) {
-            if (n.Has(kernels::kLeft)) n.LeftCounts[Plane][i] = pCounts[Left + First + Side * i + Side - 1];
-            if (n.Has(kernels::kTop)) n.TopCounts[Plane][i] = pCounts[Top + First + Side * (Side - 1) + i];
-        }
+        const int32_t Columns = Plane == 0 ? 4 : Chroma.MbWidth / 4, Rows = Plane == 0 ? 4 : Chroma.MbHeight / 4;
+        const ptrdiff_t First = kFirstCount[Plane];
+        if (n.Has(kernels::kLeft))
+            for (int32_t y = 0; y < Rows; ++y)
+                n.LeftCounts[Plane][y] = pCounts[Left + First + Columns * y + Columns - 1];
+        if (n.Has(kernels::kTop))
+            for (int32_t x = 0; x < Columns; ++x)
+                n.TopCounts[Plane][x] = pCounts[Top + First + Columns * (Rows - 1) + x];
     }
 }
 
@@ -110,7 +115,7 @@ void FillNeighbours(NeighbourCache& n, const NeighbourTables& t, int32_t Index, 
         n.Motion.TopLeft = HasTopLeft ? At(Above - 16 + 3) : kNoMotion;
         n.Motion.pTopRightOfPicture = X + 1 < w && Top >= 0 ? t.pVectors + Above + 16 : nullptr;
     }
-    if (t.pCounts) FillCounts(n, t.pCounts, ptrdiff_t{Left} * kCountsPerMb, ptrdiff_t{Top} * kCountsPerMb);
+    if (t.pCounts) FillCounts(n, t, ptrdiff_t{Left} * kCountsPerMb, ptrdiff_t{Top} * kCountsPerMb);
 }
 
 } // namespace UMC_H264_ENCODER

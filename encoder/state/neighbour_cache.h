@@ -12,14 +12,15 @@ namespace UMC_H264_ENCODER {
 
 inline constexpr uint8_t kNoMacroblock = 0xFF; // MacroblockType of a neighbour that is not available
 
-// total_coeff of a macroblock's blocks: 16 luma in raster order, 4 Cb, 4 Cr.
-inline constexpr int32_t kCountsPerMb = 24;
-inline constexpr int32_t kFirstCount[3]{0, 16, 20};
+// total_coeff of a macroblock's blocks: 16 luma in raster order, then room for all of Cb and of Cr.
+inline constexpr int32_t kFirstCount[3]{0, 16, 16 + kMaxChromaBlocks};
+inline constexpr int32_t kCountsPerMb = 16 + 2 * kMaxChromaBlocks;
 
 // The picture's tables that a slice's neighbours are read from, set when the slice begins.
 struct NeighbourTables {
     int32_t FirstMb; // of the slice: what lies before it is not available
     int32_t MbWidth;
+    int32_t ChromaFormat; // chroma_format_idc
     const GlobalMacroblock* pGlobal;
     const LocalMacroblock* pLocal;
     const uint8_t* pIntraModes;   // 16 for each macroblock, raster order, as are those below
@@ -59,7 +60,7 @@ struct NeighbourCache {
     const LocalMacroblock *pLeft, *pTop;
     int8_t LeftModes[4], TopModes[4]; // Intra4x4PredMode, -1 where not available
     NeighbourMotion Motion;
-    uint8_t LeftCounts[3][4], TopCounts[3][4]; // [Y, Cb, Cr]; two entries of a chroma plane
+    uint8_t LeftCounts[3][4], TopCounts[3][4]; // [Y, Cb, Cr]; those that the plane is wide or high
 };
 
 /// @param X  the column of macroblock Index

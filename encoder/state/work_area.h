@@ -19,11 +19,13 @@ struct HalfPlanes {
     bool HasBoth; // Both is made when the walk first needs it
 };
 
+inline constexpr int32_t kMaxChromaSamples = 16 * kMaxChromaBlocks; // of a macroblock in one plane
+
 // What a try at a vector leaves: the prediction, and the levels of the luma against it.
 template <class Sample>
 struct InterTrial {
     alignas(16) Sample PredY[16 * 16];
-    alignas(16) Sample PredUV[16 * 8];                             // Cb in columns 0..7, Cr in 8..15
+    alignas(16) Sample PredUV[2 * kMaxChromaSamples];              // Cb in columns 0..7, Cr in 8..15
     alignas(16) typename CodecTraits<Sample>::Coeff Luma[16 * 16]; // levels, then scaled coefficients
     uint32_t LumaMask;                                             // a bit for each block with levels
 };
@@ -39,24 +41,24 @@ struct WorkArea {
 
     static constexpr uint8_t kInterTrials = 2;
     InterTrial<Sample> Inter[kInterTrials];
-    alignas(16) Sample IntraY[2][16 * 16]; // predictions of Intra 16x16, the best and the one on trial
-    alignas(16) Sample IntraUV[16 * 8];    // of the best chroma mode, Cb in columns 0..7
+    alignas(16) Sample IntraY[2][16 * 16];             // predictions of Intra 16x16, the best and the one on trial
+    alignas(16) Sample IntraUV[2 * kMaxChromaSamples]; // of the best chroma mode, Cb in columns 0..7
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
     alignas(16) Sample Local[17 * kLocalStep];
     static constexpr int kLocalOrigin = kLocalStep + 8;
     alignas(16) Coeff Luma[256]; // of Intra 16x16: levels, then scaled coefficients
-    alignas(16) Coeff Chroma[2][64];
+    alignas(16) Coeff Chroma[2][kMaxChromaSamples];
     alignas(16) Coeff Intra4x4[256];
     alignas(16) Coeff LumaDc[16];
-    alignas(16) Coeff ChromaDc[2][8];
+    alignas(16) Coeff ChromaDc[2][kMaxChromaBlocks];
     Levels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
     Levels Intra4x4Levels[16];
     Levels LumaDcLevels;
     Levels ChromaDcLevels[2];
-    Levels ChromaAcLevels[2][4];
+    Levels ChromaAcLevels[2][kMaxChromaBlocks];
     HalfPlanes<Sample> Halves;
     alignas(16) Sample Trial[16 * 16]; // an interpolated point of a search
-    alignas(16) Sample TrialUV[16 * 8];
+    alignas(16) Sample TrialUV[2 * kMaxChromaSamples];
     alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
     uint8_t Intra4x4Modes[16];           // of the trial, raster order
     uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx

@@ -6,6 +6,23 @@ template <class Output>
 template <class LevelType>
 void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions)
 {
+    // Chroma DC of 4:2:0 has three positions of its own, so its context is the position as well (NumC8x8 is 1).
+    ListedLevels(Cat, Block, Positions, [](uint32_t Position) { return Position; });
+}
+
+template <class Output>
+template <class LevelType>
+void BasicCabacCoder<Output>::ChromaDc422Levels(const BlockLevels<LevelType>& Block)
+{
+    ListedLevels(h264::CAT_CHROMA_DC, Block, 8, [](uint32_t Position) { return std::min(Position / 2, 2u); });
+}
+
+template <class Output>
+template <class LevelType, class ContextOf>
+[[gnu::always_inline]] inline void BasicCabacCoder<Output>::ListedLevels(h264::BlockCat Cat,
+                                                                         const BlockLevels<LevelType>& Block,
+                                                                         uint32_t Positions, ContextOf Context)
+{
     const h264::BlockCatContexts& Ctx = h264::kBlockCatContexts[Cat];
     // A copy that nothing else can point to stays in registers.
     BasicArithmeticCoder<Output> Coder = Arithmetic;
@@ -15,11 +32,10 @@ void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels<Level
     uint32_t Position = 0;
     for (uint32_t i = 0; i < Count; ++i, ++Position) {
         const uint32_t Next = Block.Position[i];
-        // Chroma DC has three positions of its own, so its context is the position as well (NumC8x8 is 1).
-        for (; Position < Next; ++Position) Coder.EncodeBin(pSignificant[Position], 0);
+        for (; Position < Next; ++Position) Coder.EncodeBin(pSignificant[Context(Position)], 0);
         if (Position == Positions - 1) break; // the last one needs no flag
-        Coder.EncodeBin(pSignificant[Position], 1);
-        Coder.EncodeBin(pLast[Position], i + 1 == Count);
+        Coder.EncodeBin(pSignificant[Context(Position)], 1);
+        Coder.EncodeBin(pLast[Context(Position)], i + 1 == Count);
     }
     h264::CabacContext* const pAbs = Contexts.data() + Ctx.AbsLevel;
     const uint32_t GreaterMax = Cat == h264::CAT_CHROMA_DC ? 3 : 4;
@@ -48,6 +64,8 @@ void BasicCabacCoder<Output>::Levels(h264::BlockCat Cat, const BlockLevels<Level
 }
 
 template void CabacCoder::Levels(h264::BlockCat, const BlockLevels<int16_t>&, uint32_t);
+template void CabacCoder::ChromaDc422Levels(const BlockLevels<int16_t>&);
+template void CabacCounter::ChromaDc422Levels(const BlockLevels<int16_t>&);
 template void CabacCounter::Levels(h264::BlockCat, const BlockLevels<int16_t>&, uint32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -36,10 +36,18 @@ public:
     /// @param Positions  coefficients of the block's list
     template <class LevelType>
     void Levels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions);
+    /// Chroma DC of 4:2:2, whose eight positions share the contexts of 4:2:0 (NumC8x8 is 2).
+    template <class LevelType>
+    void ChromaDc422Levels(const BlockLevels<LevelType>& Block);
 
     h264::CabacContexts Contexts{};
     BasicArithmeticCoder<Output> Arithmetic;
     int32_t LastQpDelta = 0; // mb_qp_delta of the macroblock before, for its context
+
+private:
+    // Context: ctxIdxInc of the significance flags by position.
+    template <class LevelType, class ContextOf>
+    void ListedLevels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions, ContextOf Context);
 };
 
 /// The rest of a value from its unary prefix on, in Exp-Golomb code of order k (clause 9.3.2.3), all bypass bins.

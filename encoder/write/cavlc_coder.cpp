@@ -10,7 +10,7 @@ namespace {
 
 h264::CoeffTokenClass TokenClass(int32_t nC)
 {
-    if (nC < 0) return h264::kNcMinus1;
+    if (nC < 0) return nC == -1 ? h264::kNcMinus1 : h264::kNcMinus2;
     return nC < 2 ? h264::kNc0To1 : nC < 4 ? h264::kNc2To3 : nC < 8 ? h264::kNc4To7 : h264::kNc8Up;
 }
 
@@ -76,7 +76,9 @@ void BasicCavlcCoder<Output>::Runs(const BlockLevels<LevelType>& b, uint32_t Pos
     const uint32_t Count = b.Count;
     if (Count == Positions) return;
     uint32_t Zeros = b.Position[Count - 1] + 1u - Count;
-    Put(Bits, Positions == 4 ? h264::kTotalZerosChromaDc420[Count][Zeros] : h264::kTotalZeros4x4[Count][Zeros]);
+    Put(Bits, Positions == 4   ? h264::kTotalZerosChromaDc420[Count][Zeros]
+              : Positions == 8 ? h264::kTotalZerosChromaDc422[Count][Zeros]
+                               : h264::kTotalZeros4x4[Count][Zeros]);
     for (uint32_t i = Count - 1; i > 0 && Zeros > 0; --i) {
         const uint32_t Run = b.Position[i] - b.Position[i - 1] - 1u;
         Put(Bits, h264::kRunBefore[std::min(Zeros, 7u)][Run]);

@@ -70,14 +70,15 @@ protected:
         }
         return Best;
     }
-    uint32_t Luma16Coded(int32_t Mode) const
+    uint64_t Luma16Coded(int32_t Mode) const
     {
         const Block p = Predict16x16(Mode, Recon(0), m_Cur.m_Pitch, Available());
         alignas(16) int16_t Levels[256], Dc[16];
         const uint32_t Mask =
             kernels::ForwardQuantAc16x16_px(Source(0), m_Width, p.data(), 16, Levels, Dc, &Quant(m_Qp));
         const kernels::QuantParams& q = m_c.Settings.Quant.Intra[static_cast<size_t>(m_Qp)]; // in every slice type
-        return Mask | (kernels::ForwardLumaDc_px(Dc, q.Factor[0], q.Rounding, q.Shift) ? kCodedLumaDc : 0);
+        const bool HasDc = kernels::ForwardLumaDc_px(Dc, q.Factor[0], q.Rounding, q.Shift) != 0;
+        return Mask | (HasDc ? static_cast<uint64_t>(kCodedLumaDc) << 32 : 0);
     }
     int32_t DecideChroma(int32_t& Mode, Prediction& Out) const
     {

@@ -24,7 +24,7 @@ struct Decision {
     int32_t Mode16;                // of Intra 16x16
     std::array<int32_t, 16> Modes; // of Intra 4x4, raster order; else DC
     int32_t ChromaMode;            // of an intra macroblock, else DC
-    uint32_t Coded;
+    uint64_t Coded;                // CodedDc from bit 32 on
     friend bool operator==(const Decision&, const Decision&) = default;
 };
 
@@ -40,7 +40,14 @@ inline Decision DecisionOf(const Core8& c, int32_t Mb)
 {
     const auto i = static_cast<size_t>(Mb);
     const LocalMacroblock& Local = c.Job.LocalMacroblocks[i];
-    Decision d{c.Job.pCurrent->mb_global[Mb].Type, Local.Cost, {0, 0}, -1, -1, {}, Local.ChromaMode, Local.Coded};
+    Decision d{c.Job.pCurrent->mb_global[Mb].Type,
+               Local.Cost,
+               {0, 0},
+               -1,
+               -1,
+               {},
+               Local.ChromaMode,
+               Local.Coded | static_cast<uint64_t>(Local.CodedDc) << 32};
     d.Vector = c.Job.pCurrent->mb_motion[0][16 * Mb];
     d.Ref = c.Job.pCurrent->mb_reference[0][16 * Mb];
     if (d.Type == MB_INTRA16X16) d.Mode16 = Local.Intra16Mode;
@@ -137,13 +144,13 @@ protected:
         return l;
     }
 
-    uint32_t ChromaCoded(const Prediction& p) const
+    uint64_t ChromaCoded(const Prediction& p) const
     {
-        uint32_t Coded = 0;
+        uint64_t Coded = 0;
         for (int Plane = 0; Plane < 2; ++Plane) {
             const ChromaLevels l = QuantiseChroma(p, Plane);
             if (l.Cost > 7) Coded |= l.AcMask << (Plane ? kCodedCrShift : kCodedCbShift);
-            if (l.bDc) Coded |= Plane ? kCodedCrDc : kCodedCbDc;
+            if (l.bDc) Coded |= static_cast<uint64_t>(Plane ? kCodedCrDc : kCodedCbDc) << 32;
         }
         return Coded;
     }

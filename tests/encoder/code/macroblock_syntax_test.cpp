@@ -37,6 +37,7 @@ public:
     {
         const NeighbourTables t{static_cast<int32_t>(Below(2)),
                                 kMbWidth,
+                                h264::CHROMA_420,
                                 m_Global,
                                 m_Local,
                                 m_Modes,
@@ -54,6 +55,7 @@ public:
             for (BlockLevels<int16_t>& b : m_Luma) FillLevels(b, 15);
         return {SliceType,
                 1 + static_cast<int32_t>(Below(4)) % 4,
+                h264::CHROMA_420,
                 m_Global[i].Type,
                 0,
                 {Component(), Component()},
@@ -89,11 +91,11 @@ private:
         g.Type = kTypes[Below(4)];
         if (g.Type == MB_SKIP_P) return;
         const uint32_t Luma = g.Type == MB_INTRA16X16 ? 15 * Below(2) : Below(16), Chroma = Below(3);
-        l.Pattern = Luma | Chroma << 4;
+        l.Pattern = static_cast<uint8_t>(Luma | Chroma << 4);
         for (uint32_t b = 0; b < 16; ++b) l.Coded |= (Luma >> (b / 4) & Below(2)) << b;
-        if (g.Type == MB_INTRA16X16 && Below(2)) l.Coded |= kCodedLumaDc;
-        if (Chroma > 0) l.Coded |= Below(4) * kCodedCbDc;
-        if (Chroma > 1) l.Coded |= Below(256) << kCodedCbShift;
+        if (g.Type == MB_INTRA16X16 && Below(2)) l.CodedDc |= kCodedLumaDc;
+        if (Chroma > 0) l.CodedDc = static_cast<uint8_t>(l.CodedDc | Below(4) * kCodedCbDc);
+        if (Chroma > 1) l.Coded |= Below(16) << kCodedCbShift | Below(16) << kCodedCrShift;
         l.Intra16Mode = static_cast<uint8_t>(Below(4));
         if (IsIntra(g.Type)) l.ChromaMode = static_cast<uint8_t>(Below(4));
     }
@@ -105,7 +107,7 @@ private:
     MotionVector m_Differences[kMbs * 16];
     int8_t m_References[kMbs * 16];
     uint8_t m_Counts[kMbs * kCountsPerMb];
-    BlockLevels<int16_t> m_Luma[16], m_LumaDc, m_ChromaDc[2], m_ChromaAc[2][4];
+    BlockLevels<int16_t> m_Luma[16], m_LumaDc, m_ChromaDc[2], m_ChromaAc[2][kMaxChromaBlocks];
     NeighbourCache m_Around;
 };
 
@@ -173,7 +175,9 @@ TEST(MacroblockSyntax, CountsOfLevelsStandWhereLaterBlocksLook)
             return m.Local.Coded >> Bit & 1 ? b.Count : 0;
         };
         for (uint32_t b = 0; b < 16; ++b) ASSERT_EQ(Counts[h264::kBlockRaster[b]], Expected(b, m.pLuma[b])) << b;
-        for (uint32_t b = 0; b < 8; ++b) ASSERT_EQ(Counts[16 + b], Expected(16 + b, m.pChromaAc[b / 4][b % 4])) << b;
+        for (uint32_t p = 0; p < 2; ++p)
+            for (uint32_t b = 0; b < 4; ++b)
+                ASSERT_EQ(Counts[16 + 8 * p + b], Expected(16 + 8 * p + b, m.pChromaAc[p][b])) << p << b;
     }
 }
 

@@ -32,11 +32,11 @@ protected:
         }
         for (size_t i = 0; i < m_Counts.size(); ++i) m_Counts[i] = static_cast<uint8_t>(i % 61);
     }
-    const NeighbourCache& At(int32_t Mb, int32_t FirstMb = 0)
+    const NeighbourCache& At(int32_t Mb, int32_t FirstMb = 0, int32_t ChromaFormat = h264::CHROMA_420)
     {
-        const NeighbourTables t{FirstMb,        kMbWidth,         m_Global.data(),     m_Local.data(),
-                                m_Modes.data(), m_Vectors.data(), m_References.data(), m_Differences.data(),
-                                m_Counts.data()};
+        const NeighbourTables t{
+            FirstMb,        kMbWidth,         ChromaFormat,        m_Global.data(),      m_Local.data(),
+            m_Modes.data(), m_Vectors.data(), m_References.data(), m_Differences.data(), m_Counts.data()};
         FillNeighbours(n, t, Mb, Mb % kMbWidth);
         return n;
     }
@@ -103,10 +103,21 @@ TEST_F(NeighboursOfAPicture, TellByRowOnTheLeftAndByColumnAbove)
     EXPECT_EQ(m.TopLeft.Mv, (MotionVector{1, 15}));
     for (size_t Plane = 1; Plane < 3; ++Plane)
         for (size_t i = 0; i < 2; ++i) {
-            const size_t First = 12 + 4 * Plane; // 16 and 20
+            const size_t First = 8 + 8 * Plane; // 16 and 24
             EXPECT_EQ(n.LeftCounts[Plane][i], m_Counts[5 * kCountsPerMb + First + 2 * i + 1]);
             EXPECT_EQ(n.TopCounts[Plane][i], m_Counts[2 * kCountsPerMb + First + 2 + i]);
         }
+}
+
+TEST_F(NeighboursOfAPicture, HaveFourRowsOfChromaIn422)
+{
+    At(6, 0, h264::CHROMA_422); // left 5, above 2
+    for (size_t Plane = 1; Plane < 3; ++Plane) {
+        const size_t First = 8 + 8 * Plane;
+        for (size_t y = 0; y < 4; ++y)
+            EXPECT_EQ(n.LeftCounts[Plane][y], m_Counts[5 * kCountsPerMb + First + 2 * y + 1]);
+        for (size_t x = 0; x < 2; ++x) EXPECT_EQ(n.TopCounts[Plane][x], m_Counts[2 * kCountsPerMb + First + 6 + x]);
+    }
 }
 
 TEST_F(NeighboursOfAPicture, OtherTypesCountAsDcInModePrediction)
