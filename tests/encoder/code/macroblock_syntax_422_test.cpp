@@ -96,10 +96,9 @@ private:
             LocalMacroblock& Local = m_Local[i];
             m_Global[i].Type = MB_INTRA16X16;
             FillMacroblock(Local);
-            const MacroblockSyntax<int16_t> m{h264::SLICE_I, 1,     h264::CHROMA_422, MB_INTRA16X16,
-                                              -1,            {},    0,                Local,
-                                              Around,        nullptr, m_Luma,         m_LumaDc,
-                                              m_ChromaDc,    m_ChromaAc};
+            const MacroblockSyntax<int16_t> m{
+                h264::SLICE_I, 1,      h264::CHROMA_422, MB_INTRA16X16, -1,       {},         0,
+                Local,         Around, nullptr,          m_Luma,        m_LumaDc, m_ChromaDc, m_ChromaAc};
             if (m_IsCabac) {
                 WriteMacroblockSyntax(m, CabacSyntax(m_Bits.Cabac(), Around, true));
                 m_Bits.EncodeTerminate(i + 1 == kMbs);
