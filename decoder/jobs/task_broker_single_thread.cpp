@@ -21,6 +21,20 @@ void MarkDeblocked(SliceProgress& Progress)
     Progress.InWork = false;
 }
 
+// A task over the macroblocks from the slice's first one up to MaxMb.
+H264Task TaskOf(TaskId Id, H264DecoderFrameInfo& Au, H264Slice& Slice, int32_t MaxMb)
+{
+    H264Task Task;
+    Task.TaskId = Id;
+    Task.pSlice = &Slice;
+    Task.pProgress = &Slice.m_Progress;
+    Task.pAu = &Au;
+    Task.FirstMb = Slice.m_FirstMbNumber;
+    Task.MaxMb = MaxMb;
+    Task.MbCount = MaxMb - Task.FirstMb;
+    return Task;
+}
+
 } // namespace
 
 bool TaskBrokerSingleThread::NextTaskLocked(H264Task& Task)
@@ -43,14 +57,8 @@ bool TaskBrokerSingleThread::NextSliceTask(H264DecoderFrameInfo& Au, H264Task& T
     for (size_t& i = Au.m_NextToDecode; i < Au.m_Slices.size(); ++i) {
         H264Slice* const pSlice = Au.m_Slices[i];
         if (pSlice->m_Progress.InWork || pSlice->m_Progress.Decoded) continue;
-        Task = H264Task{};
-        Task.TaskId = TASK_PROCESS;
-        Task.pSlice = pSlice;
-        Task.pProgress = &pSlice->m_Progress;
-        Task.pAu = &Au;
-        Task.FirstMb = pSlice->m_FirstMbNumber;
-        Task.MaxMb = pSlice->m_MaxMbNumber;
-        Task.MbCount = std::min(pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber, pSlice->m_Progress.MbBudget);
+        Task = TaskOf(TASK_PROCESS, Au, *pSlice, pSlice->m_MaxMbNumber);
+        Task.MbCount = std::min(Task.MbCount, pSlice->m_Progress.MbBudget);
         pSlice->m_Progress.DeblockFromTask = pSlice->m_Header.disable_deblocking_filter_idc != 0;
         pSlice->m_Progress.InWork = true;
         return true;
@@ -68,14 +76,7 @@ bool TaskBrokerSingleThread::NextDeblockingTask(H264DecoderFrameInfo& Au, H264Ta
         const bool MayBegin = i == Au.m_NextToDeblock || pSlice->m_Header.disable_deblocking_filter_idc == 2;
         if (pSlice->m_Progress.Deblocked || !MayBegin || !pSlice->m_Progress.Decoded || pSlice->m_Progress.InWork)
             continue;
-        Task = H264Task{};
-        Task.TaskId = TASK_DEBLOCK_SLICE;
-        Task.pSlice = pSlice;
-        Task.pProgress = &pSlice->m_Progress;
-        Task.pAu = &Au;
-        Task.FirstMb = pSlice->m_FirstMbNumber;
-        Task.MaxMb = pSlice->m_MaxMbNumber;
-        Task.MbCount = pSlice->m_MaxMbNumber - pSlice->m_FirstMbNumber;
+        Task = TaskOf(TASK_DEBLOCK_SLICE, Au, *pSlice, pSlice->m_MaxMbNumber);
         pSlice->m_Progress.InWork = true;
         return true;
     }
@@ -93,14 +94,7 @@ bool TaskBrokerSingleThread::NextPictureDeblockingTask(H264DecoderFrameInfo& Au,
     const auto First = std::min_element(Slices.begin(), Slices.end(), [](const H264Slice* a, const H264Slice* b) {
         return a->m_FirstMbNumber < b->m_FirstMbNumber;
     });
-    Task = H264Task{};
-    Task.TaskId = TASK_DEBLOCK_PICTURE;
-    Task.pSlice = *First;
-    Task.pProgress = &(*First)->m_Progress;
-    Task.pAu = &Au;
-    Task.FirstMb = (*First)->m_FirstMbNumber;
-    Task.MaxMb = (*First)->m_MbWidth * (*First)->m_MbHeight;
-    Task.MbCount = Task.MaxMb - Task.FirstMb;
+    Task = TaskOf(TASK_DEBLOCK_PICTURE, Au, **First, (*First)->m_MbWidth * (*First)->m_MbHeight);
     return true;
 }
 

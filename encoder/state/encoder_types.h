@@ -10,7 +10,6 @@
 namespace UMC_H264_ENCODER {
 
 using h264::MotionVector;
-using enum h264::SliceType;
 
 enum EncoderFrameType : int32_t { FRAME_I = 0, FRAME_P = 1, FRAME_B = 2 };
 
