@@ -2,9 +2,9 @@
 #include "kernels/dispatch/kernels.h"
 #include "tests/decoder/random_stream.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/whole_files.h"
 
 #include <cstdlib>
-#include <fstream>
 
 namespace {
 
@@ -38,14 +38,12 @@ Bytes EncodeByX264(const std::string& Options)
     const TemporaryFolder Folder;
     const std::string In = Folder.File("in.yuv"), Out = Folder.File("out.264");
     const Bytes Source = MakeSource();
-    std::ofstream(In, std::ios::binary)
-        .write(reinterpret_cast<const char*>(Source.data()), static_cast<std::streamsize>(Source.size()));
+    test::WriteWholeFile(In, Source);
     const std::string Command = "x264 --quiet --threads 1 --input-res " + std::to_string(kWidth) + "x" +
                                 std::to_string(kHeight) + " --fps 25 --b-adapt 0 " + Options + " -o " + Out + " " + In +
                                 " > /dev/null 2>&1";
     EXPECT_EQ(test_system::RunCommand(Command), 0) << Command;
-    std::ifstream File(Out, std::ios::binary);
-    return {std::istreambuf_iterator<char>(File), {}};
+    return test::ReadWholeFile(Out);
 }
 
 class KernelTiers : public testing::Test

@@ -7,12 +7,11 @@
 #include "media/umc_default_memory_allocator.h"
 #include "tests/decoder/parsed_unit.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/whole_files.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -147,16 +146,14 @@ inline Bytes EncodeUnfiltered(const std::string& Options, bool Is422)
                     Source.push_back(
                         static_cast<uint8_t>(40 + x + 2 * y / (Plane + 1) + 3 * t + Noise + (x & 32) * (y & 1)));
                 }
-    std::ofstream(In, std::ios::binary)
-        .write(reinterpret_cast<const char*>(Source.data()), static_cast<std::streamsize>(Source.size()));
+    test::WriteWholeFile(In, Source);
     const std::string Command =
         "x264 --quiet --threads 1 --slices 1 --bframes 0 --ref 1 --weightp 0 --keyint 3 --no-deblock "
         "--demuxer raw --input-res 64x48 --input-csp " +
         std::string(Is422 ? "i422 --output-csp i422 " : "i420 ") + Options + " -o " + Out + " " + In +
         " > /dev/null 2>&1";
     EXPECT_EQ(test_system::RunCommand(Command), 0) << Command;
-    std::ifstream File(Out, std::ios::binary);
-    return {std::istreambuf_iterator<char>(File), {}};
+    return test::ReadWholeFile(Out);
 }
 
 } // namespace UMC

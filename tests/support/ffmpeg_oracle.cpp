@@ -1,23 +1,12 @@
 #include "tests/support/ffmpeg_oracle.h"
 
 #include "tests/support/temporary_folder.h"
+#include "tests/support/whole_files.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 namespace ffmpeg_oracle {
-
-namespace {
-
-std::vector<uint8_t> ReadAll(const std::string& Path)
-{
-    std::ifstream File(Path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(File), {}};
-}
-
-} // namespace
 
 bool IsInstalled()
 {
@@ -29,14 +18,13 @@ Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelForma
 {
     const TemporaryFolder Folder;
     const std::string In = Folder.File("in.264"), Out = Folder.File("out.yuv"), Log = Folder.File("log");
-    std::ofstream(In, std::ios::binary)
-        .write(reinterpret_cast<const char*>(Stream.data()), static_cast<std::streamsize>(Stream.size()));
+    test::WriteWholeFile(In, Stream);
     const std::string Command = "ffmpeg -v warning -nostdin -threads 1 " + Options + " -f h264 -i " + In +
                                 " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " +
                                 Log + " 2>&1";
     const int Result = test_system::RunCommand(Command);
-    const std::vector<uint8_t> Messages = ReadAll(Log);
-    Decoded d{ReadAll(Out), {Messages.begin(), Messages.end()}};
+    const std::vector<uint8_t> Messages = test::ReadWholeFile(Log);
+    Decoded d{test::ReadWholeFile(Out), {Messages.begin(), Messages.end()}};
     if (Result != 0 && d.Messages.empty()) d.Messages = "ffmpeg failed";
     return d;
 }
@@ -46,8 +34,7 @@ std::vector<uint8_t> ConvertPicture(const std::vector<uint8_t>& Raw, int Width, 
 {
     const TemporaryFolder Folder;
     const std::string In = Folder.File("in.raw"), Out = Folder.File("out.raw");
-    std::ofstream(In, std::ios::binary)
-        .write(reinterpret_cast<const char*>(Raw.data()), static_cast<std::streamsize>(Raw.size()));
+    test::WriteWholeFile(In, Raw);
     // ffmpeg keeps this layout as a codec of its own, with the bottom line first.
     const bool bFlip = (From == "y41p") != (To == "y41p");
     const std::string Size = std::to_string(Width) + "x" + std::to_string(Height);
@@ -56,7 +43,7 @@ std::vector<uint8_t> ConvertPicture(const std::vector<uint8_t>& Raw, int Width, 
         (From == "y41p" ? "-c:v y41p -pixel_format yuv411p" : "-pixel_format " + From) + " -video_size " + Size +
         " -i " + In + (bFlip ? " -vf vflip" : "") + " -sws_flags accurate_rnd+full_chroma_int+bitexact " +
         (To == "y41p" ? "-c:v y41p -pix_fmt yuv411p" : "-pix_fmt " + To) + " -f rawvideo -y " + Out + " 2> /dev/null";
-    return test_system::RunCommand(Command) == 0 ? ReadAll(Out) : std::vector<uint8_t>();
+    return test_system::RunCommand(Command) == 0 ? test::ReadWholeFile(Out) : std::vector<uint8_t>();
 }
 
 } // namespace ffmpeg_oracle

@@ -14,33 +14,32 @@ class BitWriter
 public:
     void U(int Count, uint32_t Value)
     {
-        for (int i = Count - 1; i >= 0; --i) Bit(Value >> i & 1);
+        while (Count > 0) { // as many as the last byte takes, for whole bytes are most of a PCM stream
+            if (m_Free == 0) {
+                m_Data.push_back(0);
+                m_Free = 8;
+            }
+            const int Taken = Count < m_Free ? Count : m_Free;
+            Count -= Taken;
+            m_Free -= Taken;
+            m_Data.back() = static_cast<uint8_t>(m_Data.back() | (Value >> Count & ((1u << Taken) - 1)) << m_Free);
+        }
     }
     void UE(uint32_t Value);
     void SE(int32_t Value) { UE(Value > 0 ? static_cast<uint32_t>(Value) * 2 - 1 : static_cast<uint32_t>(-Value) * 2); }
     void Align(uint32_t Filler = 0)
     {
-        while (m_Free != 0) Bit(Filler);
+        while (m_Free != 0) U(1, Filler);
     }
     void TrailingBits() // clause 7.3.2.11
     {
-        Bit(1);
+        U(1, 1);
         Align();
     }
     const Bytes& Data() const { return m_Data; }
     Bytes Bits() const; // one a byte
 
 private:
-    void Bit(uint32_t Value)
-    {
-        if (m_Free == 0) {
-            m_Data.push_back(0);
-            m_Free = 8;
-        }
-        --m_Free;
-        m_Data.back() = static_cast<uint8_t>(m_Data.back() | Value << m_Free);
-    }
-
     Bytes m_Data;
     int m_Free = 0; // bits of the last byte
 };

@@ -5,11 +5,10 @@
 #include "tests/decoder/sample_planes.h"
 #include "tests/support/ffmpeg_oracle.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/whole_files.h"
 
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 namespace UMC {
 namespace {
@@ -49,8 +48,7 @@ protected:
         const TemporaryFolder Folder;
         const std::string In = Folder.File("in.yuv"), Out = Folder.File("out.264");
         const Bytes Source = MakeSource(color_format);
-        std::ofstream(In, std::ios::binary)
-            .write(reinterpret_cast<const char*>(Source.data()), static_cast<std::streamsize>(Source.size()));
+        test::WriteWholeFile(In, Source);
         const std::string Csp = kNames[color_format].pX264;
         const std::string Command =
             "x264 --quiet --threads 1 --no-psy --aq-mode 0 --keyint 1 --partitions all --ipratio 1 --input-csp " + Csp +
@@ -60,8 +58,7 @@ protected:
             std::to_string(kChromaOffset) + (Transform8x8 ? " --8x8dct" : " --no-8x8dct") + " -o " + Out + " " + In +
             " > /dev/null 2>&1";
         EXPECT_EQ(test_system::RunCommand(Command), 0) << Command;
-        std::ifstream File(Out, std::ios::binary);
-        return {std::istreambuf_iterator<char>(File), {}};
+        return test::ReadWholeFile(Out);
     }
     template <class Sample>
     static SamplePlanes<Sample> Decode(const Bytes& Stream, int color_format, int Depth, const char* pOptions)

@@ -2,14 +2,13 @@
 #include "decoder/session/video_decoder.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/whole_files.h"
 #include "tools/h264_decode/stream_decoder.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <span>
 #include <string>
@@ -27,18 +26,16 @@ const Bytes& SmallStream()
     static const Bytes s_Stream = [] {
         const TemporaryFolder Folder;
         const std::string Source = Folder.File("s.yuv"), Target = Folder.File("s.264");
-        {
-            std::ofstream File(Source, std::ios::binary);
-            for (int Frame = 0; Frame < 10; ++Frame)
-                for (int y = 0; y < 66; ++y)
-                    for (int x = 0; x < 64; ++x) File.put(static_cast<char>((x * 3 + y * y + Frame * 9) & 255));
-        }
+        Bytes Pictures;
+        for (int Frame = 0; Frame < 10; ++Frame)
+            for (int y = 0; y < 66; ++y)
+                for (int x = 0; x < 64; ++x) Pictures.push_back(static_cast<uint8_t>(x * 3 + y * y + Frame * 9));
+        test::WriteWholeFile(Source, Pictures);
         const std::string Command =
             "x264 --quiet --threads 1 --slices 3 --bframes 2 --ref 2 --keyint 100 --qp 24 --input-res 64x44 -o " +
             Target + " " + Source + " >/dev/null 2>&1";
         EXPECT_EQ(test_system::RunCommand(Command), 0);
-        std::ifstream File(Target, std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(File), {});
+        return test::ReadWholeFile(Target);
     }();
     return s_Stream;
 }
