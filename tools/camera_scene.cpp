@@ -11,12 +11,12 @@ try {
     int32_t Fps = 30, Seed = 1;
     int64_t Frames = 150;
     CommandLine App("Renders a deterministic sequence that looks like a conferencing camera's", "camera_scene");
-    App.add_option("-o", Out, "File to write: .y4m, anything else raw I420")->required();
-    App.add_option("--size", SizeText, "WxH (default 640x360)");
-    App.add_option("--fps", Fps, "Frames a second (default 30)")->check(CLI::Range(1, 240));
-    App.add_option("--frames", Frames, "Number of pictures (default 150)")->check(CLI::PositiveNumber);
-    App.add_option("--seed", Seed, "Textures and noise (default 1)");
-    CLI11_PARSE(App, argc, argv);
+    App.Add("-o", Out, "File to write: .y4m, anything else raw I420").Required();
+    App.Add("--size", SizeText, "WxH (default 640x360)");
+    App.Add("--fps", Fps, "Frames a second (default 30)").Range(1, 240);
+    App.Add("--frames", Frames, "Number of pictures (default 150)").Positive();
+    App.Add("--seed", Seed, "Textures and noise (default 1)");
+    if (const auto Status = App.Parse(argc, argv)) return *Status;
 
     const FrameSize Size = ParseFrameSize(SizeText);
     if (!Size || Size.Width % 2 || Size.Height % 2) throw CliError("the size must be positive and even: " + SizeText);

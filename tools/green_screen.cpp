@@ -39,16 +39,16 @@ int main(int argc, char** argv)
 try {
     Options Set;
     CommandLine App("Renders a deterministic sequence of a person in front of a green screen", "green_screen");
-    App.add_option("-o", Set.Out, "File to write: .png (one picture), .y4m, .yuv, .rgb24, .rgb32")->required();
-    App.add_option("--to", Set.To, std::string("Format when the name does not tell it: ") + kFormatNames);
-    App.add_option("--size", Set.Size, "WxH (default 1280x720)");
-    App.add_option("--fps", Set.Fps, "Frames a second (default 30)")->check(CLI::Range(1, 240));
-    App.add_option("--first", Set.First, "Number of the first picture (default 0)")->check(CLI::NonNegativeNumber);
-    App.add_option("--frames", Set.Frames, "Number of pictures (default 150)")->check(CLI::PositiveNumber);
-    App.add_option("--seed", Set.Seed, "Textures and noise (default 1)");
-    App.add_flag("--still", Set.bStill, "Write one picture");
-    App.add_flag("--landscape", Set.bLandscape, "Write a background instead");
-    CLI11_PARSE(App, argc, argv);
+    App.Add("-o", Set.Out, "File to write: .png (one picture), .y4m, .yuv, .rgb24, .rgb32").Required();
+    App.Add("--to", Set.To, std::string("Format when the name does not tell it: ") + kFormatNames);
+    App.Add("--size", Set.Size, "WxH (default 1280x720)");
+    App.Add("--fps", Set.Fps, "Frames a second (default 30)").Range(1, 240);
+    App.Add("--first", Set.First, "Number of the first picture (default 0)").NonNegative();
+    App.Add("--frames", Set.Frames, "Number of pictures (default 150)").Positive();
+    App.Add("--seed", Set.Seed, "Textures and noise (default 1)");
+    App.AddFlag("--still", Set.bStill, "Write one picture");
+    App.AddFlag("--landscape", Set.bLandscape, "Write a background instead");
+    if (const auto Status = App.Parse(argc, argv)) return *Status;
     Write(Set);
     return 0;
 } catch (const std::exception& Error) {

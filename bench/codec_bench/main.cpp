@@ -111,20 +111,19 @@ int main(int argc, char** argv)
 try {
     Options Set;
     CommandLine App("Times one codec over one sequence", "codec_bench");
-    App.require_subcommand(1);
-    auto* const pEncode = App.add_subcommand("encode", "IN is a .y4m file");
-    auto* const pDecode = App.add_subcommand("decode", "IN is a byte stream");
-    for (auto* const pCommand : {pEncode, pDecode}) {
-        pCommand->add_option("ENGINE", Set.Engine, "quilvex, x264-PRESET, openh264, libavcodec")->required();
-        pCommand->add_option("IN", Set.In)->required();
-        pCommand->add_option("--warm-up", Set.WarmUp, "Pictures left out of the figures (default 5)");
+    CommandLine& Encoding = App.AddCommand("encode", "IN is a .y4m file");
+    CommandLine& Decoding = App.AddCommand("decode", "IN is a byte stream");
+    for (CommandLine* const pCommand : {&Encoding, &Decoding}) {
+        pCommand->Add("ENGINE", Set.Engine, "quilvex, x264-PRESET, openh264, libavcodec").Required();
+        pCommand->Add("IN", Set.In).Required();
+        pCommand->Add("--warm-up", Set.WarmUp, "Pictures left out of the figures (default 5)");
     }
-    pEncode->add_option("-o", Set.Out, "Byte stream to write");
-    pEncode->add_option("--fps", Set.Fps);
-    pEncode->add_option("--kbps", Set.Kbps);
-    pEncode->add_option("--keyint", Set.KeyInterval);
-    CLI11_PARSE(App, argc, argv);
-    pEncode->parsed() ? Encode(Set) : Decode(Set);
+    Encoding.Add("-o", Set.Out, "Byte stream to write");
+    Encoding.Add("--fps", Set.Fps);
+    Encoding.Add("--kbps", Set.Kbps);
+    Encoding.Add("--keyint", Set.KeyInterval);
+    if (const auto Status = App.Parse(argc, argv)) return *Status;
+    Encoding.IsNamed() ? Encode(Set) : Decode(Set);
     return 0;
 } catch (const std::exception& Error) {
     std::fprintf(stderr, "codec_bench: %s\n", Error.what());

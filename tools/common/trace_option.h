@@ -3,14 +3,13 @@
 
 #include "Common/h264/trace/element_trace.h"
 #include "tools/common/cli_error.h"
-
-#include <CLI/CLI.hpp>
+#include "tools/common/command_line.h"
 
 #include <charconv>
 #include <string>
 
 /// Adds --trace PICTURE:X,Y: the syntax elements of that macroblock on standard error, in builds that have the listing.
-inline void AddTraceOption(CLI::App& App)
+inline void AddTraceOption(CommandLine& App)
 {
     const auto Choose = [](const std::string& Text) {
         h264::trace::Place Wanted;
@@ -28,7 +27,7 @@ inline void AddTraceOption(CLI::App& App)
         else
             throw CliError("--trace needs a build with QUILVEX_TRACE, such as that of the preset debug");
     };
-    App.add_option_function<std::string>("--trace", Choose,
-                                         "PICTURE:X,Y: list the syntax elements of a macroblock on standard error; "
-                                         "pictures count from 0 in coding order (developer builds)");
+    App.Add("--trace", Choose,
+            "PICTURE:X,Y: list the syntax elements of a macroblock on standard error; "
+            "pictures count from 0 in coding order (developer builds)");
 }

@@ -13,9 +13,9 @@ try {
     std::string Stream, Other;
     CommandLine App("Names the first picture and macroblock of a stream that differ from another decoder's pictures",
                     "h264_compare");
-    App.add_option("IN", Stream, "Annex B byte stream")->required();
-    App.add_option("YUV", Other, "the other decoder's pictures, raw and cropped, in output order")->required();
-    CLI11_PARSE(App, argc, argv);
+    App.Add("IN", Stream, "Annex B byte stream").Required();
+    App.Add("YUV", Other, "the other decoder's pictures, raw and cropped, in output order").Required();
+    if (const auto Status = App.Parse(argc, argv)) return *Status;
 
     const std::vector<uint8_t> Bytes = ReadWholeFile(Stream);
     PictureComparison Comparison(Other);

@@ -114,19 +114,19 @@ int main(int argc, char** argv)
 try {
     Options Wanted;
     CommandLine App("Decodes an H.264 stream and writes every picture as raw samples", "h264_decode");
-    App.add_option("IN", Wanted.Input, "Annex B byte stream, or an MP4 file with --mp4")->required();
-    auto* const pOutput =
-        App.add_option("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");
-    App.add_option("--threads", Wanted.Threads, "decoding threads")->check(CLI::Range(1, 8));
-    App.add_flag("--mp4", Wanted.bMp4, "IN is an MP4 file");
-    App.add_option("--framemd5", Wanted.FrameMd5, "one MD5 a picture");
-    App.add_option("--loop", Wanted.Loop, "decode this often, from memory")->check(CLI::Range(1, 1000000));
-    auto* const pNoOutput = App.add_flag("--no-output", Wanted.bNoOutput, "write no pictures");
+    App.Add("IN", Wanted.Input, "Annex B byte stream, or an MP4 file with --mp4").Required();
+    const CommandLine::Option Output =
+        App.Add("-o,--output", Wanted.Output, "raw pictures, cropped; 16-bit little endian above 8 bits");
+    App.Add("--threads", Wanted.Threads, "decoding threads").Range(1, 8);
+    App.AddFlag("--mp4", Wanted.bMp4, "IN is an MP4 file");
+    App.Add("--framemd5", Wanted.FrameMd5, "one MD5 a picture");
+    App.Add("--loop", Wanted.Loop, "decode this often, from memory").Range(1, 1000000);
+    const CommandLine::Option NoOutput = App.AddFlag("--no-output", Wanted.bNoOutput, "write no pictures");
     AddTierOption(App);
     AddTraceOption(App);
-    App.add_flag("--json", Wanted.bJson, "print one object");
-    CLI11_PARSE(App, argc, argv);
-    if (pOutput->count() + pNoOutput->count() == 0 && Wanted.FrameMd5.empty())
+    App.AddFlag("--json", Wanted.bJson, "print one object");
+    if (const auto Status = App.Parse(argc, argv)) return *Status;
+    if (!Output.IsGiven() && !NoOutput.IsGiven() && Wanted.FrameMd5.empty())
         throw CliError("one of --output, --framemd5 and --no-output is needed");
     return Run(Wanted);
 } catch (const std::exception& Fault) {

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <optional>
 #include <string>
@@ -42,28 +43,24 @@ Options ParseCommandLine(int argc, char** argv)
     Options o;
     std::string Size;
     CommandLine App("Compresses raw planar pictures to H.264. Fields of --set: " + tools::FieldNames(), "h264_encode");
-    App.add_option("IN", o.In, "raw planar pictures")->required();
-    App.add_option("--size", Size, "WxH")->required();
-    App.add_option("--chroma", o.Chroma, "400, 420 or 422")->check(CLI::IsMember({400, 420, 422}));
-    App.add_option("--depth", o.Depth, "bits of a sample, 8..12")->check(CLI::Range(8, 12));
-    App.add_option("--params", o.ParamFile, "parameter file");
-    App.add_option("--set", o.Sets, "NAME=VALUE, a field of the settings record")->take_all();
-    App.add_option("-o", o.Out, "byte stream");
-    App.add_option("--recon", o.Recon, "reconstruction in display order");
-    App.add_option("--compare", o.Compare,
-                   "pictures that another decoder made of the stream: names the first macroblock "
-                   "that differs from the reconstruction");
-    App.add_option("--frames", o.Frames, "code no more pictures than this");
-    App.add_option("--loop", o.Loop, "encode this many times from memory")->check(CLI::PositiveNumber);
-    App.add_flag("--no-output", o.bNoOutput, "write no stream");
+    App.Add("IN", o.In, "raw planar pictures").Required();
+    App.Add("--size", Size, "WxH").Required();
+    App.Add("--chroma", o.Chroma, "400, 420 or 422").OneOf({400, 420, 422});
+    App.Add("--depth", o.Depth, "bits of a sample, 8..12").Range(8, 12);
+    App.Add("--params", o.ParamFile, "parameter file");
+    App.Add("--set", o.Sets, "NAME=VALUE, a field of the settings record").TakeAll();
+    App.Add("-o", o.Out, "byte stream");
+    App.Add("--recon", o.Recon, "reconstruction in display order");
+    App.Add("--compare", o.Compare,
+            "pictures that another decoder made of the stream: names the first macroblock "
+            "that differs from the reconstruction");
+    App.Add("--frames", o.Frames, "code no more pictures than this");
+    App.Add("--loop", o.Loop, "encode this many times from memory").Positive();
+    App.AddFlag("--no-output", o.bNoOutput, "write no stream");
     AddTierOption(App);
     AddTraceOption(App);
-    App.add_flag("--json", o.bJson, "print one object on standard output");
-    try {
-        App.parse(argc, argv);
-    } catch (const CLI::ParseError& e) {
-        std::exit(App.exit(e));
-    }
+    App.AddFlag("--json", o.bJson, "print one object on standard output");
+    if (const auto Status = App.Parse(argc, argv)) std::exit(*Status);
     o.Size = ParseFrameSize(Size);
     if (o.Out.empty() && !o.bNoOutput) throw CliError("-o or --no-output is needed");
     return o;

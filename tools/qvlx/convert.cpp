@@ -1,7 +1,7 @@
 #include "tools/qvlx/pictures.h"
 #include "tools/qvlx/qvlx.h"
 
-Command AddConvert(CLI::App& App)
+Command AddConvert(CommandLine& App)
 {
     const auto pSet = std::make_shared<PictureOptions>();
     AddPictureOptions(App, *pSet);

@@ -107,14 +107,14 @@ void Decode(const Options& Set)
 
 } // namespace
 
-Command AddDecode(CLI::App& App)
+Command AddDecode(CommandLine& App)
 {
     const auto pSet = std::make_shared<Options>();
-    App.add_option("IN", pSet->In, "Annex B byte stream")->required();
-    App.add_option("-o", pSet->Out, "Pictures to write: .y4m, anything else raw I420")->required();
-    App.add_option("--mode", pSet->Mode, "Selection mode (default 1)")->check(CLI::Range(0, 99));
-    App.add_option("--size", pSet->Size, "WxH of the pictures (default: the stream's)");
-    App.add_flag("--json", pSet->bJson, "Print one JSON object on standard output");
-    App.add_flag("--quiet", pSet->bQuiet, "Print nothing but errors");
+    App.Add("IN", pSet->In, "Annex B byte stream").Required();
+    App.Add("-o", pSet->Out, "Pictures to write: .y4m, anything else raw I420").Required();
+    App.Add("--mode", pSet->Mode, "Selection mode (default 1)").Range(0, 99);
+    App.Add("--size", pSet->Size, "WxH of the pictures (default: the stream's)");
+    App.AddFlag("--json", pSet->bJson, "Print one JSON object on standard output");
+    App.AddFlag("--quiet", pSet->bQuiet, "Print nothing but errors");
     return [pSet] { Decode(*pSet); };
 }

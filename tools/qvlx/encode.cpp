@@ -154,23 +154,21 @@ void Encode(const Options& Set)
 
 } // namespace
 
-Command AddEncode(CLI::App& App)
+Command AddEncode(CommandLine& App)
 {
     const auto pSet = std::make_shared<Options>();
-    App.add_option("IN", pSet->In, "Pictures: .y4m, or raw I420 with --size")->required();
-    App.add_option("-o", pSet->Out, "Byte stream to write")->required();
-    App.add_option("--size", pSet->Size, "WxH of raw pictures");
-    App.add_option("--fps", pSet->Fps, "Frames a second (default: the file's, else 30)")->check(CLI::Range(1, 1000));
-    App.add_option("--keyint", pSet->KeyInterval, "Pictures between key pictures (default: the engine's)")
-        ->check(CLI::NonNegativeNumber);
-    App.add_option("--kbps", pSet->Kbps, "Target rate in kilobits a second (default: the engine's)")
-        ->check(CLI::Range(1, 2000000));
-    App.add_option("--mode", pSet->Mode, "Selection mode (default 1)")->check(CLI::Range(0, 99));
-    App.add_option("--frames", pSet->Frames, "Stop after so many pictures")->check(CLI::PositiveNumber);
-    App.add_option("--force-key", pSet->ForceKey, "Pictures to make key pictures, from 0: N,N,..")->delimiter(',');
-    App.add_option("--set-kbps", pSet->SetKbps, "Change the rate before a picture: FRAME:KBPS,..")->delimiter(',');
-    App.add_flag("--psnr", pSet->bPsnr, "Decode the stream again and measure its quality");
-    App.add_flag("--json", pSet->bJson, "Print one JSON object on standard output");
-    App.add_flag("--quiet", pSet->bQuiet, "Print nothing but errors");
+    App.Add("IN", pSet->In, "Pictures: .y4m, or raw I420 with --size").Required();
+    App.Add("-o", pSet->Out, "Byte stream to write").Required();
+    App.Add("--size", pSet->Size, "WxH of raw pictures");
+    App.Add("--fps", pSet->Fps, "Frames a second (default: the file's, else 30)").Range(1, 1000);
+    App.Add("--keyint", pSet->KeyInterval, "Pictures between key pictures (default: the engine's)").NonNegative();
+    App.Add("--kbps", pSet->Kbps, "Target rate in kilobits a second (default: the engine's)").Range(1, 2000000);
+    App.Add("--mode", pSet->Mode, "Selection mode (default 1)").Range(0, 99);
+    App.Add("--frames", pSet->Frames, "Stop after so many pictures").Positive();
+    App.Add("--force-key", pSet->ForceKey, "Pictures to make key pictures, from 0: N,N,..").Delimiter(',');
+    App.Add("--set-kbps", pSet->SetKbps, "Change the rate before a picture: FRAME:KBPS,..").Delimiter(',');
+    App.AddFlag("--psnr", pSet->bPsnr, "Decode the stream again and measure its quality");
+    App.AddFlag("--json", pSet->bJson, "Print one JSON object on standard output");
+    App.AddFlag("--quiet", pSet->bQuiet, "Print nothing but errors");
     return [pSet] { Encode(*pSet); };
 }

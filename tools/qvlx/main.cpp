@@ -1,6 +1,5 @@
 // qvlx: the command line of the library, over its exported functions alone.
 #include "tools/common/cli_error.h"
-#include "tools/common/command_line.h"
 #include "tools/qvlx/qvlx.h"
 
 #include <cstdio>
@@ -25,10 +24,9 @@ std::string TagText(uint32_t Tag)
 int main(int argc, char** argv)
 try {
     CommandLine App("H.264 coding and picture treatment through the Quilvex library", "qvlx");
-    App.require_subcommand(1);
     struct Entry {
         const char *pName, *pHelp;
-        Command (*pAdd)(CLI::App&);
+        Command (*pAdd)(CommandLine&);
     };
     constexpr Entry kCommands[] = {
         {"encode", "Compress pictures to an H.264 byte stream", AddEncode},
@@ -38,18 +36,14 @@ try {
         {"scale", "Change the size of pictures", AddScale},
         {"process", "Treat camera pictures: keyed background, smoothing, brightness", AddProcess},
     };
-    std::vector<std::pair<CLI::App*, Command>> Commands;
+    std::vector<std::pair<const CommandLine*, Command>> Commands;
     for (const Entry& Each : kCommands) {
-        CLI::App* const pCommand = App.add_subcommand(Each.pName, Each.pHelp);
-        Commands.emplace_back(pCommand, Each.pAdd(*pCommand));
+        CommandLine& Added = App.AddCommand(Each.pName, Each.pHelp);
+        Commands.emplace_back(&Added, Each.pAdd(Added));
     }
-    try {
-        App.parse(argc, argv);
-    } catch (const CLI::ParseError& Error) {
-        return App.exit(Error);
-    }
+    if (const auto Status = App.Parse(argc, argv)) return *Status;
     for (const auto& [pCommand, Run] : Commands)
-        if (pCommand->parsed()) Run();
+        if (pCommand->IsNamed()) Run();
     return 0;
 } catch (const std::exception& Error) {
     std::fprintf(stderr, "qvlx: %s\n", Error.what());

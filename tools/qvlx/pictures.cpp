@@ -26,17 +26,17 @@ void Report(const PictureOptions& Set, const PictureWork& Work, int64_t Frames, 
 
 } // namespace
 
-void AddPictureOptions(CLI::App& App, PictureOptions& Set)
+void AddPictureOptions(CommandLine& App, PictureOptions& Set)
 {
     const std::string Formats = std::string(": ") + kFormatNames + " (default: by the file's name)";
-    App.add_option("IN", Set.In, "Pictures; RGB is blue first in raw files")->required();
-    App.add_option("-o", Set.Out, "Pictures to write")->required();
-    App.add_option("--size", Set.Size, "WxH of raw pictures");
-    App.add_option("--from", Set.From, "Format of IN" + Formats);
-    App.add_option("--to", Set.To, "Format of the output" + Formats);
-    App.add_option("--frames", Set.Frames, "Stop after so many pictures")->check(CLI::PositiveNumber);
-    App.add_flag("--json", Set.bJson, "Print one JSON object on standard output");
-    App.add_flag("--quiet", Set.bQuiet, "Print nothing but errors");
+    App.Add("IN", Set.In, "Pictures; RGB is blue first in raw files").Required();
+    App.Add("-o", Set.Out, "Pictures to write").Required();
+    App.Add("--size", Set.Size, "WxH of raw pictures");
+    App.Add("--from", Set.From, "Format of IN" + Formats);
+    App.Add("--to", Set.To, "Format of the output" + Formats);
+    App.Add("--frames", Set.Frames, "Stop after so many pictures").Positive();
+    App.AddFlag("--json", Set.bJson, "Print one JSON object on standard output");
+    App.AddFlag("--quiet", Set.bQuiet, "Print nothing but errors");
 }
 
 PictureSource OpenPictures(const PictureOptions& Set)

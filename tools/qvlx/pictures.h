@@ -1,9 +1,8 @@
 // What the commands that turn pictures into pictures share: their options, and the way of each picture.
 #pragma once
 
+#include "tools/common/command_line.h"
 #include "tools/common/picture_files.h"
-
-#include <CLI/CLI.hpp>
 
 #include <functional>
 
@@ -13,7 +12,7 @@ struct PictureOptions {
     bool bJson = false, bQuiet = false;
 };
 
-void AddPictureOptions(CLI::App& App, PictureOptions& Set);
+void AddPictureOptions(CommandLine& App, PictureOptions& Set);
 
 /// What is done to each picture, in the layout and size that the command works in.
 struct PictureWork {

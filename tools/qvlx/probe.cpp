@@ -28,9 +28,9 @@ void Probe(bool bJson)
 
 } // namespace
 
-Command AddProbe(CLI::App& App)
+Command AddProbe(CommandLine& App)
 {
     const auto pJson = std::make_shared<bool>(false);
-    App.add_flag("--json", *pJson, "Print one JSON value on standard output");
+    App.AddFlag("--json", *pJson, "Print one JSON value on standard output");
     return [pJson] { Probe(*pJson); };
 }

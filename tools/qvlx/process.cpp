@@ -64,16 +64,15 @@ void Run(const Options& Set)
 
 } // namespace
 
-Command AddProcess(CLI::App& App)
+Command AddProcess(CommandLine& App)
 {
     const auto pSet = std::make_shared<Options>();
     AddPictureOptions(App, *pSet);
-    App.add_option("--background", pSet->Background, "PNG to show in place of the key colour; switches keying on");
-    App.add_option("--key-color", pSet->KeyColor, "R,G,B, each 0 to 255 (default 69,250,92); switches keying on");
-    App.add_option("--key-distance", pSet->KeyDistance, "In levels of chroma (default 60); switches keying on")
-        ->check(CLI::Range(0, 361));
-    App.add_flag("--smooth", pSet->bSmooth, "Smooth the luma, keeping edges");
-    App.add_option("--brightness", pSet->Brightness, "Relative change: 0.5 half as bright again, -0.5 half as bright")
-        ->check(CLI::Range(-1.0, 1.0));
+    App.Add("--background", pSet->Background, "PNG to show in place of the key colour; switches keying on");
+    App.Add("--key-color", pSet->KeyColor, "R,G,B, each 0 to 255 (default 69,250,92); switches keying on");
+    App.Add("--key-distance", pSet->KeyDistance, "In levels of chroma (default 60); switches keying on").Range(0, 361);
+    App.AddFlag("--smooth", pSet->bSmooth, "Smooth the luma, keeping edges");
+    App.Add("--brightness", pSet->Brightness, "Relative change: 0.5 half as bright again, -0.5 half as bright")
+        .Range(-1.0, 1.0);
     return [pSet] { Run(*pSet); };
 }

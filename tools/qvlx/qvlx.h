@@ -2,8 +2,7 @@
 #pragma once
 
 #include "quilvex/Quilvex.h"
-
-#include <CLI/CLI.hpp>
+#include "tools/common/command_line.h"
 
 #include <functional>
 #include <memory>
@@ -11,12 +10,12 @@
 
 using Command = std::function<void()>;
 
-Command AddEncode(CLI::App& App);
-Command AddDecode(CLI::App& App);
-Command AddProbe(CLI::App& App);
-Command AddConvert(CLI::App& App);
-Command AddScale(CLI::App& App);
-Command AddProcess(CLI::App& App);
+Command AddEncode(CommandLine& App);
+Command AddDecode(CommandLine& App);
+Command AddProbe(CommandLine& App);
+Command AddConvert(CommandLine& App);
+Command AddScale(CommandLine& App);
+Command AddProcess(CommandLine& App);
 
 struct CodecReleaser {
     void operator()(IVCodec* p) const { p->Release(); }

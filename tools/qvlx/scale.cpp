@@ -33,10 +33,10 @@ void Scale(const Options& Set)
 
 } // namespace
 
-Command AddScale(CLI::App& App)
+Command AddScale(CommandLine& App)
 {
     const auto pSet = std::make_shared<Options>();
     AddPictureOptions(App, *pSet);
-    App.add_option("--to-size", pSet->ToSize, "WxH of the pictures to write")->required();
+    App.Add("--to-size", pSet->ToSize, "WxH of the pictures to write").Required();
     return [pSet] { Scale(*pSet); };
 }
