@@ -4,10 +4,10 @@
 #include "bench/codec_bench/engine.h"
 #include "tools/common/access_units.h"
 #include "tools/common/command_line.h"
+#include "tools/common/json_text.h"
 #include "tools/common/picture_reader.h"
 #include "tools/common/progress.h"
 
-#include <nlohmann/json.hpp>
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -27,11 +27,11 @@ struct Count {
 
 void Report(const Options& Set, const Count& Sum, size_t Bytes)
 {
-    const nlohmann::json Json{{"engine", Set.Engine},
-                              {"frames", Sum.Frames},
-                              {"bytes", Bytes},
-                              {"frames_per_second", PerSecond(Sum.Frames, Sum.Timer.Seconds())}};
-    std::printf("%s\n", Json.dump().c_str());
+    const JsonObject Json{{"engine", Set.Engine},
+                          {"frames", Sum.Frames},
+                          {"bytes", Bytes},
+                          {"frames_per_second", PerSecond(Sum.Frames, Sum.Timer.Seconds())}};
+    std::printf("%s\n", JsonText(Json).c_str());
 }
 
 // Runs one call of a codec, counted unless it warms up.

@@ -2,6 +2,7 @@
 #include "tools/common/cli_error.h"
 #include "tools/common/command_line.h"
 #include "tools/common/files.h"
+#include "tools/common/json_text.h"
 #include "tools/common/kernel_tier.h"
 #include "tools/common/progress.h"
 #include "tools/common/trace_option.h"
@@ -9,7 +10,6 @@
 #include "tools/h264_decode/stream_decoder.h"
 
 #include <gcrypt.h>
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <iostream>
@@ -98,8 +98,8 @@ int Run(const Options& Wanted)
     Writer.Finish();
     const double Seconds = Timer.Seconds(), Rate = PerSecond(Frames, Seconds);
     if (Wanted.bJson) {
-        std::cout << nlohmann::json{{"frames", Frames}, {"cpu_seconds", Seconds}, {"fps", Rate}, {"status", Fault}}
-                  << '\n';
+        const JsonObject Json{{"frames", Frames}, {"cpu_seconds", Seconds}, {"fps", Rate}, {"status", Fault}};
+        std::cout << JsonText(Json) << '\n';
     } else {
         std::printf("%lld frames, %.3f s of processor time, %.1f frames per second\n", static_cast<long long>(Frames),
                     Seconds, Rate);

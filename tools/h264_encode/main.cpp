@@ -4,13 +4,12 @@
 #include "tools/common/command_line.h"
 #include "tools/common/compared_planes.h"
 #include "tools/common/files.h"
+#include "tools/common/json_text.h"
 #include "tools/common/kernel_tier.h"
 #include "tools/common/picture_size.h"
 #include "tools/common/progress.h"
 #include "tools/common/trace_option.h"
 #include "tools/h264_encode/param_fields.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdint>
@@ -196,9 +195,9 @@ void Report(const Options& o, const Totals& Sum, double FrameRate)
     const double PerFrame = Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 / static_cast<double>(Sum.Frames) : 0.0;
     const double Kbps = PerFrame * FrameRate / 1000.0;
     if (o.bJson) {
-        const nlohmann::json j{
+        const JsonObject Json{
             {"frames", Sum.Frames}, {"bytes", Sum.Bytes}, {"kbps", Kbps}, {"seconds", Seconds}, {"fps", Fps}};
-        std::printf("%s\n", j.dump().c_str());
+        std::printf("%s\n", JsonText(Json).c_str());
     } else {
         std::printf("%lld frames, %lld bytes, %.1f kbit/s, %.3f s of processor time, %.1f frames/s\n",
                     static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Bytes), Kbps, Seconds, Fps);

@@ -1,9 +1,8 @@
 #include "tools/common/access_units.h"
 #include "tools/common/files.h"
+#include "tools/common/json_text.h"
 #include "tools/common/progress.h"
 #include "tools/qvlx/qvlx.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 
@@ -63,11 +62,11 @@ public:
         const std::string Engine = TagText(m_Decoder->GetBackendTag());
         const double Speed = PerSecond(m_Frames, m_Timer.Seconds());
         if (Set.bJson) {
-            const nlohmann::json Json{{"engine", Engine},          {"width", m_Size.Width},
-                                      {"height", m_Size.Height},   {"frames", m_Frames},
-                                      {"pictures_in", Entered},    {"cpu_seconds", m_Timer.Seconds()},
-                                      {"frames_per_second", Speed}};
-            std::printf("%s\n", Json.dump(2).c_str());
+            const JsonObject Json{{"engine", Engine},          {"width", m_Size.Width},
+                                  {"height", m_Size.Height},   {"frames", m_Frames},
+                                  {"pictures_in", Entered},    {"cpu_seconds", m_Timer.Seconds()},
+                                  {"frames_per_second", Speed}};
+            std::printf("%s\n", JsonText(Json, 2).c_str());
         } else if (!Set.bQuiet) {
             std::printf("engine %s, %dx%d, %lld frames, %.1f frames/s\n", Engine.c_str(), m_Size.Width, m_Size.Height,
                         static_cast<long long>(m_Frames), Speed);

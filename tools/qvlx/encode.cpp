@@ -1,9 +1,8 @@
+#include "tools/common/json_text.h"
 #include "tools/common/picture_reader.h"
 #include "tools/common/progress.h"
 #include "tools/common/psnr.h"
 #include "tools/qvlx/qvlx.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -91,17 +90,20 @@ void Report(const Options& Set, const Totals& Sum, const std::string& Engine, Fr
         Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 * Fps / 1000.0 / static_cast<double>(Sum.Frames) : 0;
     const double Speed = PerSecond(Sum.Frames, Sum.Timer.Seconds());
     if (Set.bJson) {
-        nlohmann::json Json{{"engine", Engine},
-                            {"width", Size.Width},
-                            {"height", Size.Height},
-                            {"frames", Sum.Frames},
-                            {"keys", Sum.Keys},
-                            {"bytes", Sum.Bytes},
-                            {"kbps", Kbps},
-                            {"cpu_seconds", Sum.Timer.Seconds()},
-                            {"frames_per_second", Speed}};
-        if (pMeter) Json["psnr"] = {{"y", pMeter->Decibels(0)}, {"u", pMeter->Decibels(1)}, {"v", pMeter->Decibels(2)}};
-        std::printf("%s\n", Json.dump(2).c_str());
+        JsonObject Json{{"engine", Engine},
+                        {"width", Size.Width},
+                        {"height", Size.Height},
+                        {"frames", Sum.Frames},
+                        {"keys", Sum.Keys},
+                        {"bytes", Sum.Bytes},
+                        {"kbps", Kbps},
+                        {"cpu_seconds", Sum.Timer.Seconds()},
+                        {"frames_per_second", Speed}};
+        if (pMeter)
+            Json.push_back(
+                {"psnr",
+                 JsonObject{{"y", pMeter->Decibels(0)}, {"u", pMeter->Decibels(1)}, {"v", pMeter->Decibels(2)}}});
+        std::printf("%s\n", JsonText(Json, 2).c_str());
     } else if (!Set.bQuiet) {
         std::printf("engine %s, %dx%d, %lld frames (%lld key), %.1f kb/s, %.1f frames/s\n", Engine.c_str(), Size.Width,
                     Size.Height, static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Keys), Kbps, Speed);

@@ -1,8 +1,7 @@
 #include "tools/qvlx/pictures.h"
 
+#include "tools/common/json_text.h"
 #include "tools/common/progress.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 
@@ -12,12 +11,12 @@ void Report(const PictureOptions& Set, const PictureWork& Work, int64_t Frames, 
 {
     const double Speed = PerSecond(Frames, Timer.Seconds());
     if (Set.bJson) {
-        const nlohmann::json Json{{"frames", Frames},
-                                  {"width", Work.OutSize.Width},
-                                  {"height", Work.OutSize.Height},
-                                  {"cpu_seconds", Timer.Seconds()},
-                                  {"frames_per_second", Speed}};
-        std::printf("%s\n", Json.dump(2).c_str());
+        const JsonObject Json{{"frames", Frames},
+                              {"width", Work.OutSize.Width},
+                              {"height", Work.OutSize.Height},
+                              {"cpu_seconds", Timer.Seconds()},
+                              {"frames_per_second", Speed}};
+        std::printf("%s\n", JsonText(Json, 2).c_str());
     } else if (!Set.bQuiet) {
         std::printf("%s %lld pictures, %dx%d, %.1f pictures/s\n", Work.pDone, static_cast<long long>(Frames),
                     Work.OutSize.Width, Work.OutSize.Height, Speed);

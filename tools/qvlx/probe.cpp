@@ -1,6 +1,5 @@
+#include "tools/common/json_text.h"
 #include "tools/qvlx/qvlx.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 
@@ -16,14 +15,14 @@ constexpr Request kRequests[] = {
 
 void Probe(bool bJson)
 {
-    nlohmann::json Report = nlohmann::json::array();
+    JsonArray Report;
     for (const Request& Each : kRequests) {
         const Codec Result(CreateVCodec(Each.id));
         const std::string Engine = Result ? TagText(Result->GetBackendTag()) : "none";
-        Report.push_back({{"id", Each.id}, {"request", Each.pMeaning}, {"engine", Engine}});
+        Report.push_back(JsonObject{{"id", Each.id}, {"request", Each.pMeaning}, {"engine", Engine}});
         if (!bJson) std::printf("%4u  %-38s %s\n", Each.id, Each.pMeaning, Engine.c_str());
     }
-    if (bJson) std::printf("%s\n", Report.dump(2).c_str());
+    if (bJson) std::printf("%s\n", JsonText(Report, 2).c_str());
 }
 
 } // namespace
