@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails on an #include that points up or sideways in the tree.
+"""Fails on an #include that points up or sideways in the tree, or that is for one source alone.
 
 Usage: check_includes.py ROOT
 """
@@ -30,6 +30,9 @@ FLOORS = {
 }
 # The codecs know the converter of process/ and nothing else there.
 CONVERTER = {"process/video_processing.h"}
+# Libraries that take longer to compile than most sources, and the one source that includes each for all.
+ENCLOSED = {"CLI/": "tools/common/command_line.cpp", "nlohmann/": "tools/common/json_text.cpp"}
+OTHER_FOLDERS = ("bench", "examples", "tests", "tools")
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]')
 
 
@@ -74,12 +77,25 @@ def violations(root):
                     yield f"{source.relative_to(root)}:{number}: {name} may not include {found.group(1)}"
 
 
+def leaks(root):
+    for name in (*ALLOWED, *OTHER_FOLDERS):
+        for source in sorted((root / name).rglob("*")):
+            if source.suffix not in (".h", ".cpp"):
+                continue
+            path = source.relative_to(root).as_posix()
+            for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+                found = INCLUDE.match(line)
+                for library, owner in ENCLOSED.items():
+                    if found and found.group(1).startswith(library) and path != owner:
+                        yield f"{path}:{number}: {found.group(1)} is for {owner} alone"
+
+
 def main():
     root = pathlib.Path(sys.argv[1]).resolve()
-    found = list(violations(root))
+    found = [*violations(root), *leaks(root)]
     for line in found:
         print(line)
-    print(f"{len(found)} includes point the wrong way")
+    print(f"{len(found)} includes point the wrong way or belong to another source")
     return 1 if found else 0
 
 
