@@ -13,7 +13,7 @@ struct StreamCase {
     int32_t Width, Height;
     Scene What;
     int Pictures;
-    std::function<void(H264EncoderParams&)> Set;
+    void (*pSet)(H264EncoderParams&);
 };
 void PrintTo(const StreamCase& c, std::ostream* pOut) { *pOut << c.Title; }
 
@@ -24,7 +24,7 @@ TEST_P(EncodedStream, DecodesToTheReconstruction)
 {
     const StreamCase& c = GetParam();
     H264EncoderParams p = SizedParams(c.Width, c.Height);
-    c.Set(p);
+    c.pSet(p);
     Driver d(p);
     ASSERT_EQ(d.InitResult(), UMC::StatusOk);
     for (Picture& Source : MakeClip(c.What, c.Width, c.Height, c.Pictures))
@@ -41,21 +41,18 @@ TEST_P(EncodedStream, DecodesToTheReconstruction)
 #define RATE(Kbps, Fps) p.m_Info.m_Bitrate = (Kbps)*1000, p.m_Info.m_FrameRate = (Fps)
 #define CONSTANT(I, P) p.rate_control_method = 3, p.quant_i = (I), p.quant_p = (P)
 
-INSTANTIATE_TEST_SUITE_P(
-    Sizes, EncodedStream,
-    testing::Values(STREAM(Small, 16, 16, Pan, 8, CONSTANT(28, 28)), STREAM(OneRow, 176, 16, Pan, 8, CONSTANT(24, 26)),
-                    STREAM(OneColumn, 16, 144, Pan, 8, CONSTANT(24, 26)),
-                    STREAM(Qcif64, 176, 144, Pan, 30, RATE(64, 15)),
-                    STREAM(Qcif6000, 176, 144, Pan, 10, RATE(6000, 60)),
-                    STREAM(Cropped, 178, 146, Pan, 20, RATE(300, 30)), STREAM(Tiny, 18, 34, Mixed, 12, RATE(100, 30)),
-                    STREAM(Cif, 352, 288, Mixed, 20, RATE(500, 25)), STREAM(Wide, 640, 360, Pan, 8, RATE(1000, 30)),
-                    STREAM(Hd, 1280, 720, Mixed, 4, RATE(1500, 30)),
-                    STREAM(Hd4000, 1280, 720, Pan, 3, RATE(4000, 50))));
+const StreamCase kSizes[]{
+    STREAM(Small, 16, 16, Pan, 8, CONSTANT(28, 28)),      STREAM(OneRow, 176, 16, Pan, 8, CONSTANT(24, 26)),
+    STREAM(OneColumn, 16, 144, Pan, 8, CONSTANT(24, 26)), STREAM(Qcif64, 176, 144, Pan, 30, RATE(64, 15)),
+    STREAM(Qcif6000, 176, 144, Pan, 10, RATE(6000, 60)),  STREAM(Cropped, 178, 146, Pan, 20, RATE(300, 30)),
+    STREAM(Tiny, 18, 34, Mixed, 12, RATE(100, 30)),       STREAM(Cif, 352, 288, Mixed, 20, RATE(500, 25)),
+    STREAM(Wide, 640, 360, Pan, 8, RATE(1000, 30)),       STREAM(Hd, 1280, 720, Mixed, 4, RATE(1500, 30)),
+    STREAM(Hd4000, 1280, 720, Pan, 3, RATE(4000, 50))};
+INSTANTIATE_TEST_SUITE_P(Sizes, EncodedStream, testing::ValuesIn(kSizes));
 
-INSTANTIATE_TEST_SUITE_P(
-    Settings, EncodedStream,
-    testing::Values(
-        STREAM(IntraOnly, 176, 144, Mixed, 6, p.key_frame_interval = 1),
+const StreamCase kSettings[]
+{
+    STREAM(IntraOnly, 176, 144, Mixed, 6, p.key_frame_interval = 1),
         STREAM(NoKey, 176, 144, Pan, 12, p.key_frame_interval = 0),
         STREAM(Key15Idr, 176, 144, Pan, 40, p.key_frame_interval = 15; p.idr_interval = 1; RATE(200, 30)),
         STREAM(Key7Idr2, 176, 144, Cut, 40, p.key_frame_interval = 7; p.idr_interval = 2; RATE(200, 30)),
@@ -84,20 +81,24 @@ INSTANTIATE_TEST_SUITE_P(
         STREAM(IPicturesWhereFrameNumWraps, 48, 48, Turns, 300, p.num_ref_frames = 2; p.key_frame_interval = 16;
                CONSTANT(30, 30)),
         STREAM(Satd, 176, 144, Pan, 8, p.analysis_level = 1; CONSTANT(28, 28)),
-        STREAM(SatdReferences, 176, 144, Cut, 8, p.analysis_level = 1; p.num_ref_frames = 2; CONSTANT(28, 28))));
+        STREAM(SatdReferences, 176, 144, Cut, 8, p.analysis_level = 1; p.num_ref_frames = 2; CONSTANT(28, 28))
+};
+INSTANTIATE_TEST_SUITE_P(Settings, EncodedStream, testing::ValuesIn(kSettings));
 
-INSTANTIATE_TEST_SUITE_P(
-    SearchMethods, EncodedStream,
-    testing::Values(STREAM(Full, 96, 80, Pan, 6, p.search_method = 0; p.search_x = 5; p.search_y = 3; CONSTANT(26, 26)),
-                    STREAM(CrossLog, 176, 144, Pan, 6, p.search_method = 1; CONSTANT(26, 26)),
-                    STREAM(HexagonLog, 176, 144, Pan, 6, p.search_method = 3; CONSTANT(26, 26)),
-                    STREAM(Cross, 176, 144, Pan, 6, p.search_method = 4; CONSTANT(26, 26)),
-                    STREAM(AxisBisection, 176, 144, Pan, 6, p.search_method = 5; CONSTANT(26, 26)),
-                    STREAM(Walk, 176, 144, Pan, 6, p.search_method = 6; CONSTANT(26, 26)),
-                    STREAM(Umbrella, 176, 144, Pan, 6, p.search_method = 8; p.search_x = 16; CONSTANT(26, 26)),
-                    STREAM(WideLog, 176, 144, Pan, 6, p.search_x = 64; p.search_y = 64; CONSTANT(26, 26)),
-                    STREAM(NarrowLog, 176, 144, Pan, 6, p.search_x = 8; p.search_y = 2; CONSTANT(26, 26)),
-                    STREAM(NoRange, 176, 144, Pan, 6, p.search_x = 0; p.search_y = -4; CONSTANT(26, 26))));
+const StreamCase kSearchMethods[]
+{
+    STREAM(Full, 96, 80, Pan, 6, p.search_method = 0; p.search_x = 5; p.search_y = 3; CONSTANT(26, 26)),
+        STREAM(CrossLog, 176, 144, Pan, 6, p.search_method = 1; CONSTANT(26, 26)),
+        STREAM(HexagonLog, 176, 144, Pan, 6, p.search_method = 3; CONSTANT(26, 26)),
+        STREAM(Cross, 176, 144, Pan, 6, p.search_method = 4; CONSTANT(26, 26)),
+        STREAM(AxisBisection, 176, 144, Pan, 6, p.search_method = 5; CONSTANT(26, 26)),
+        STREAM(Walk, 176, 144, Pan, 6, p.search_method = 6; CONSTANT(26, 26)),
+        STREAM(Umbrella, 176, 144, Pan, 6, p.search_method = 8; p.search_x = 16; CONSTANT(26, 26)),
+        STREAM(WideLog, 176, 144, Pan, 6, p.search_x = 64; p.search_y = 64; CONSTANT(26, 26)),
+        STREAM(NarrowLog, 176, 144, Pan, 6, p.search_x = 8; p.search_y = 2; CONSTANT(26, 26)),
+        STREAM(NoRange, 176, 144, Pan, 6, p.search_x = 0; p.search_y = -4; CONSTANT(26, 26))
+};
+INSTANTIATE_TEST_SUITE_P(SearchMethods, EncodedStream, testing::ValuesIn(kSearchMethods));
 
 // A vector that was found for one place is taken over by skipped macroblocks, far beyond the picture's edge.
 TEST(EncodedStreamEdges, VectorsCarriedBeyondThePadding)

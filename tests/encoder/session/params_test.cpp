@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <functional>
 #include <string>
 
 namespace {
@@ -59,8 +58,8 @@ TEST(EncoderParams, TheDefaultsPassTheCheckUnchanged)
 
 struct Correction {
     const char* Title;
-    std::function<void(H264EncoderParams&)> Set;
-    std::function<bool(const H264EncoderParams&)> Holds;
+    void (*pSet)(H264EncoderParams&);
+    bool (*pHolds)(const H264EncoderParams&);
 };
 void PrintTo(const Correction& c, std::ostream* pOut) { *pOut << c.Title; }
 
@@ -70,9 +69,9 @@ class EncoderParamsCorrection : public testing::TestWithParam<Correction>
 TEST_P(EncoderParamsCorrection, IsMade)
 {
     H264EncoderParams p = Sized();
-    GetParam().Set(p);
+    GetParam().pSet(p);
     ASSERT_EQ(CheckParams(p), UMC::StatusOk);
-    EXPECT_TRUE(GetParam().Holds(p));
+    EXPECT_TRUE(GetParam().pHolds(p));
 }
 
 #define CASE(Set, Holds)                                                                                               \
@@ -80,70 +79,87 @@ TEST_P(EncoderParamsCorrection, IsMade)
     {                                                                                                                  \
 #Set, [](H264EncoderParams & p) { Set; }, [](const H264EncoderParams& p) { return Holds; }                     \
     }
-INSTANTIATE_TEST_SUITE_P(
-    Table, EncoderParamsCorrection,
-    testing::Values(
-        CASE((p.key_frame_interval = 1, p.num_b_frames = 2, p.num_ref_frames = 5),
-             p.num_b_frames == 0 && p.num_ref_frames == 1),
-        CASE(p.key_frame_method = 0, p.key_frame_method == 1), CASE(p.key_frame_method = 7, p.key_frame_method == 1),
-        CASE(p.key_frame_interval = -1, p.key_frame_interval == 250),
-        CASE(p.key_frame_interval = 0, p.key_frame_interval == 0), CASE(p.idr_interval = -1, p.idr_interval == 4),
-        CASE(p.num_b_frames = -3, p.num_b_frames == 0), CASE(p.b_ref_mode = 77, p.b_ref_mode == 77),
-        CASE(p.b_ref_mode = -1, p.b_ref_mode == -1), CASE(p.num_ref_frames = 17, p.num_ref_frames == 2),
-        CASE(p.num_ref_frames = -1, p.num_ref_frames == 2),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 1), p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 0),
-             p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 2, p.num_ref_to_start_b = 3),
-             p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
-        CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 3),
-             p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
-        CASE(p.m_NumThreads = 8, p.m_NumThreads == 1), CASE(p.num_slices = 0, p.num_slices == 1),
-        CASE(p.num_slices = 31, p.num_slices == 30), CASE(p.num_slices = 30, p.num_slices == 30),
-        CASE(p.level_idc = 33, p.level_idc == 30), CASE(p.level_idc = 51, p.level_idc == 51),
-        CASE((p.profile_idc = 66, p.num_b_frames = 2), p.profile_idc == 77),
-        CASE((p.profile_idc = 66, p.transform_8x8_mode = 1), p.profile_idc == 100),
-        CASE((p.profile_idc = 66, p.num_b_frames = 2, p.transform_8x8_mode = 1), p.profile_idc == 100),
-        CASE(p.profile_idc = 66, p.profile_idc == 66), CASE(p.profile_idc = 88, p.profile_idc == 88),
-        CASE(p.use_default_scaling_matrix = 1, p.profile_idc == 100),
-        CASE(p.alpha_opaque_value = 1, p.profile_idc == 100), CASE(p.chroma_format_idc = 0, p.profile_idc == 100),
-        CASE(p.chroma_format_idc = 2, p.profile_idc == 110), CASE(p.bit_depth_chroma = 10, p.profile_idc == 110),
-        CASE((p.profile_idc = 100, p.qpprime_y_zero_transform_bypass = 1), p.profile_idc == 144),
-        CASE((p.profile_idc = 122, p.qpprime_y_zero_transform_bypass = 1), p.profile_idc == 144),
-        CASE(p.qpprime_y_zero_transform_bypass = 1, p.profile_idc == 77),
-        CASE(p.profile_idc = 122, p.profile_idc == 122), CASE(p.rate_control_method = 4, p.rate_control_method == 2),
-        CASE(p.rate_control_method = -1, p.rate_control_method == 2),
-        CASE(p.rate_control_method = 0, p.rate_control_method == 0), CASE(p.quant_i = 52, p.quant_i == 0),
-        CASE(p.quant_p = 51, p.quant_p == 51), CASE(p.quant_b = 255, p.quant_b == 0),
-        CASE(p.search_method = 9, p.search_method == 3), CASE(p.search_method = 8, p.search_method == 8),
-        CASE(p.search_method = -1, p.search_method == 3), CASE(p.partition_level = 4, p.partition_level == 1),
-        CASE(p.partition_level = 3, p.partition_level == 3), CASE(p.use_weighted_pred = 2, p.use_weighted_pred == 0),
-        CASE(p.use_weighted_bipred = -1, p.use_weighted_bipred == 0),
-        CASE(p.use_implicit_weighted_bipred = 1, p.use_implicit_weighted_bipred == 1),
-        CASE(p.direct_pred_mode = 3, p.direct_pred_mode == 2),
-        CASE(p.direct_8x8_inference = 2, p.direct_8x8_inference == 0),
-        CASE(p.deblocking_filter_idc = 3, p.deblocking_filter_idc == 0),
-        CASE(p.deblocking_filter_idc = 2, p.deblocking_filter_idc == 2),
-        CASE(p.deblocking_alpha_offset = 13, p.deblocking_alpha_offset == 6),
-        CASE(p.deblocking_beta_offset = -13, p.deblocking_beta_offset == 6),
-        CASE(p.deblocking_beta_offset = -12, p.deblocking_beta_offset == -12),
-        CASE(p.entropy_coding_mode = 2, p.entropy_coding_mode == 0), CASE(p.cabac_init_idc = 3, p.cabac_init_idc == 0),
-        CASE(p.coding_type = 3, p.coding_type == 0), CASE(p.coding_type = 2, p.coding_type == 2)));
+const Correction kCorrections[]{
+    CASE((p.key_frame_interval = 1, p.num_b_frames = 2, p.num_ref_frames = 5),
+         p.num_b_frames == 0 && p.num_ref_frames == 1),
+    CASE(p.key_frame_method = 0, p.key_frame_method == 1),
+    CASE(p.key_frame_method = 7, p.key_frame_method == 1),
+    CASE(p.key_frame_interval = -1, p.key_frame_interval == 250),
+    CASE(p.key_frame_interval = 0, p.key_frame_interval == 0),
+    CASE(p.idr_interval = -1, p.idr_interval == 4),
+    CASE(p.num_b_frames = -3, p.num_b_frames == 0),
+    CASE(p.b_ref_mode = 77, p.b_ref_mode == 77),
+    CASE(p.b_ref_mode = -1, p.b_ref_mode == -1),
+    CASE(p.num_ref_frames = 17, p.num_ref_frames == 2),
+    CASE(p.num_ref_frames = -1, p.num_ref_frames == 2),
+    CASE((p.num_b_frames = 2, p.num_ref_frames = 1), p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
+    CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 0),
+         p.num_ref_frames == 2 && p.num_ref_to_start_b == 1),
+    CASE((p.num_b_frames = 2, p.num_ref_frames = 2, p.num_ref_to_start_b = 3),
+         p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
+    CASE((p.num_b_frames = 2, p.num_ref_frames = 4, p.num_ref_to_start_b = 3),
+         p.num_ref_frames == 4 && p.num_ref_to_start_b == 3),
+    CASE(p.m_NumThreads = 8, p.m_NumThreads == 1),
+    CASE(p.num_slices = 0, p.num_slices == 1),
+    CASE(p.num_slices = 31, p.num_slices == 30),
+    CASE(p.num_slices = 30, p.num_slices == 30),
+    CASE(p.level_idc = 33, p.level_idc == 30),
+    CASE(p.level_idc = 51, p.level_idc == 51),
+    CASE((p.profile_idc = 66, p.num_b_frames = 2), p.profile_idc == 77),
+    CASE((p.profile_idc = 66, p.transform_8x8_mode = 1), p.profile_idc == 100),
+    CASE((p.profile_idc = 66, p.num_b_frames = 2, p.transform_8x8_mode = 1), p.profile_idc == 100),
+    CASE(p.profile_idc = 66, p.profile_idc == 66),
+    CASE(p.profile_idc = 88, p.profile_idc == 88),
+    CASE(p.use_default_scaling_matrix = 1, p.profile_idc == 100),
+    CASE(p.alpha_opaque_value = 1, p.profile_idc == 100),
+    CASE(p.chroma_format_idc = 0, p.profile_idc == 100),
+    CASE(p.chroma_format_idc = 2, p.profile_idc == 110),
+    CASE(p.bit_depth_chroma = 10, p.profile_idc == 110),
+    CASE((p.profile_idc = 100, p.qpprime_y_zero_transform_bypass = 1), p.profile_idc == 144),
+    CASE((p.profile_idc = 122, p.qpprime_y_zero_transform_bypass = 1), p.profile_idc == 144),
+    CASE(p.qpprime_y_zero_transform_bypass = 1, p.profile_idc == 77),
+    CASE(p.profile_idc = 122, p.profile_idc == 122),
+    CASE(p.rate_control_method = 4, p.rate_control_method == 2),
+    CASE(p.rate_control_method = -1, p.rate_control_method == 2),
+    CASE(p.rate_control_method = 0, p.rate_control_method == 0),
+    CASE(p.quant_i = 52, p.quant_i == 0),
+    CASE(p.quant_p = 51, p.quant_p == 51),
+    CASE(p.quant_b = 255, p.quant_b == 0),
+    CASE(p.search_method = 9, p.search_method == 3),
+    CASE(p.search_method = 8, p.search_method == 8),
+    CASE(p.search_method = -1, p.search_method == 3),
+    CASE(p.partition_level = 4, p.partition_level == 1),
+    CASE(p.partition_level = 3, p.partition_level == 3),
+    CASE(p.use_weighted_pred = 2, p.use_weighted_pred == 0),
+    CASE(p.use_weighted_bipred = -1, p.use_weighted_bipred == 0),
+    CASE(p.use_implicit_weighted_bipred = 1, p.use_implicit_weighted_bipred == 1),
+    CASE(p.direct_pred_mode = 3, p.direct_pred_mode == 2),
+    CASE(p.direct_8x8_inference = 2, p.direct_8x8_inference == 0),
+    CASE(p.deblocking_filter_idc = 3, p.deblocking_filter_idc == 0),
+    CASE(p.deblocking_filter_idc = 2, p.deblocking_filter_idc == 2),
+    CASE(p.deblocking_alpha_offset = 13, p.deblocking_alpha_offset == 6),
+    CASE(p.deblocking_beta_offset = -13, p.deblocking_beta_offset == 6),
+    CASE(p.deblocking_beta_offset = -12, p.deblocking_beta_offset == -12),
+    CASE(p.entropy_coding_mode = 2, p.entropy_coding_mode == 0),
+    CASE(p.cabac_init_idc = 3, p.cabac_init_idc == 0),
+    CASE(p.coding_type = 3, p.coding_type == 0),
+    CASE(p.coding_type = 2, p.coding_type == 2)};
 #undef CASE
+INSTANTIATE_TEST_SUITE_P(Table, EncoderParamsCorrection, testing::ValuesIn(kCorrections));
 
 TEST(EncoderParams, FailsOnlyForSizeProfileAndFormat)
 {
-    const auto Check = [](const std::function<void(H264EncoderParams&)>& Set) {
+    const auto Check = [](void (*pSet)(H264EncoderParams&)) {
         H264EncoderParams p = Sized();
-        Set(p);
+        pSet(p);
         return CheckParams(p);
     };
-    EXPECT_EQ(Check([](auto& p) { p.m_Info.m_Width = 0; }), UMC::StatusInitFailed);
-    EXPECT_EQ(Check([](auto& p) { p.m_Info.m_Height = -16; }), UMC::StatusInitFailed);
-    EXPECT_EQ(Check([](auto& p) { p.profile_idc = 244; }), UMC::StatusInvalidParams);
-    EXPECT_EQ(Check([](auto& p) { p.bit_depth_luma = 13; }), UMC::StatusInvalidParams);
-    EXPECT_EQ(Check([](auto& p) { p.bit_depth_chroma = 7; }), UMC::StatusInvalidParams);
-    EXPECT_EQ(Check([](auto& p) { p.chroma_format_idc = 3; }), UMC::StatusNotImplemented);
+    EXPECT_EQ(Check([](H264EncoderParams& p) { p.m_Info.m_Width = 0; }), UMC::StatusInitFailed);
+    EXPECT_EQ(Check([](H264EncoderParams& p) { p.m_Info.m_Height = -16; }), UMC::StatusInitFailed);
+    EXPECT_EQ(Check([](H264EncoderParams& p) { p.profile_idc = 244; }), UMC::StatusInvalidParams);
+    EXPECT_EQ(Check([](H264EncoderParams& p) { p.bit_depth_luma = 13; }), UMC::StatusInvalidParams);
+    EXPECT_EQ(Check([](H264EncoderParams& p) { p.bit_depth_chroma = 7; }), UMC::StatusInvalidParams);
+    EXPECT_EQ(Check([](H264EncoderParams& p) { p.chroma_format_idc = 3; }), UMC::StatusNotImplemented);
 }
 
 TEST(EncoderParams, HeightOfOneRowHasOneSlice)
@@ -187,14 +203,12 @@ TEST_P(EncoderLevel, IsTheFirstThatHoldsSizeAndRate)
     const LevelCase& c = GetParam();
     EXPECT_EQ(ChooseLevel(c.Width, c.Height, c.FrameRate), c.Level);
 }
-INSTANTIATE_TEST_SUITE_P(
-    Table, EncoderLevel,
-    testing::Values(LevelCase{176, 144, 15.0, 10}, LevelCase{176, 144, 15.01, 10}, LevelCase{176, 144, 15.02, 11},
-                    LevelCase{176, 144, 30.0, 11}, LevelCase{352, 288, 7.5, 11}, LevelCase{352, 288, 15.0, 12},
-                    LevelCase{352, 288, 29.97, 20}, LevelCase{352, 288, 30.0, 20}, LevelCase{352, 288, 30.1, 21},
-                    LevelCase{352, 576, 25.0, 21}, LevelCase{640, 480, 15.0, 22}, LevelCase{640, 480, 30.0, 30},
-                    LevelCase{1280, 720, 30.0, 31}, LevelCase{1280, 720, 60.0, 32}, LevelCase{1920, 1080, 30.0, 40},
-                    LevelCase{1920, 1080, 60.0, 42}, LevelCase{2560, 1440, 30.0, 50}, LevelCase{4096, 2304, 60.0, 51}));
+const LevelCase kLevels[]{{176, 144, 15.0, 10},   {176, 144, 15.01, 10}, {176, 144, 15.02, 11},  {176, 144, 30.0, 11},
+                          {352, 288, 7.5, 11},    {352, 288, 15.0, 12},  {352, 288, 29.97, 20},  {352, 288, 30.0, 20},
+                          {352, 288, 30.1, 21},   {352, 576, 25.0, 21},  {640, 480, 15.0, 22},   {640, 480, 30.0, 30},
+                          {1280, 720, 30.0, 31},  {1280, 720, 60.0, 32}, {1920, 1080, 30.0, 40}, {1920, 1080, 60.0, 42},
+                          {2560, 1440, 30.0, 50}, {4096, 2304, 60.0, 51}};
+INSTANTIATE_TEST_SUITE_P(Table, EncoderLevel, testing::ValuesIn(kLevels));
 
 TEST(EncoderParams, AnalysisLevelsAddUp)
 {
