@@ -83,8 +83,7 @@ std::vector<Task> AllTasks()
     return Tasks;
 }
 
-template <int Channels>
-void CheckEqual(ResizeSig* pFn, ResizeSig* pReference)
+void CheckEqual(int Channels, ResizeSig* pFn, ResizeSig* pReference)
 {
     TestRandom Rng;
     SCOPED_TRACE(Rng.Seed());
@@ -105,55 +104,58 @@ void CheckEqual(ResizeSig* pFn, ResizeSig* pReference)
         }
 }
 
-template <int Channels>
-void CheckStatuses(ResizeSig* pFn)
+void CheckStatuses(int Channels, ResizeSig* pFn)
 {
     constexpr double kNothing = std::numeric_limits<double>::quiet_NaN(), kEndless = HUGE_VAL;
-    Block Source{std::vector<uint8_t>(8 * 8 * Channels), 0, 8 * Channels};
-    Block Target{std::vector<uint8_t>(4 * 4 * Channels, 7), 0, 4 * Channels};
+    const size_t Pixel = static_cast<size_t>(Channels);
+    const Block Source{std::vector<uint8_t>(8 * 8 * Pixel), 0, 8 * Channels};
+    const Block Target{std::vector<uint8_t>(4 * 4 * Pixel, 7), 0, 4 * Channels};
     const Task Good = Whole(8, 8, 4, 4, kCubic);
-    const auto Expect = [&](int32_t Status, auto&& Change) {
-        Task t = Good;
-        Block From = Source, To = Target;
-        Change(t, From, To);
+    const auto Expect = [&](int32_t Status, const Task& t, const Block& From, const Block& Untouched) {
+        Block To = Untouched;
         EXPECT_EQ(Apply(pFn, t, From, To), Status) << Text(t);
         EXPECT_EQ(To.Bytes, Target.Bytes);
     };
-    const auto Sized = [&](auto&& Change) { Expect(kStatusSize, [&](Task& t, Block&, Block&) { Change(t); }); };
-    Sized([](Task& t) { t.RegionWidth = 0; });
-    Sized([](Task& t) { t.RegionHeight = -1; });
-    Sized([](Task& t) { t.RegionX = 1; });
-    Sized([](Task& t) { t.RegionY = 1; });
-    Sized([](Task& t) { t.RegionX = -1; });
-    Sized([](Task& t) { t.RegionY = INT32_MIN; });
-    Sized([](Task& t) { t.RegionX = INT32_MAX; });
-    Sized([](Task& t) { t.Width = INT32_MIN, t.RegionX = 1; });
-    Sized([](Task& t) { t.Height = 0; });
-    Sized([](Task& t) { t.Height = 7; });
-    Sized([](Task& t) { t.ToWidth = 0; });
-    Sized([](Task& t) { t.ToHeight = -4; });
+    const auto Refuses = [&](int32_t Status, const Task& t) { Expect(Status, t, Source, Target); };
+    const struct {
+        int Task::*pField;
+        int Value;
+    } kWrongSizes[]{{&Task::RegionWidth, 0},     {&Task::RegionHeight, -1}, {&Task::RegionX, 1},
+                    {&Task::RegionY, 1},         {&Task::RegionX, -1},      {&Task::RegionY, INT32_MIN},
+                    {&Task::RegionX, INT32_MAX}, {&Task::Height, 0},        {&Task::Height, 7},
+                    {&Task::ToWidth, 0},         {&Task::ToHeight, -4}};
+    for (const auto& [pField, Value] : kWrongSizes) {
+        Task t = Good;
+        t.*pField = Value;
+        Refuses(kStatusSize, t);
+    }
+    Task Least = Good;
+    Least.Width = INT32_MIN, Least.RegionX = 1;
+    Refuses(kStatusSize, Least);
     for (const double Factor : {0.0, -1.0, kNothing, kEndless}) {
-        Sized([&](Task& t) { t.xFactor = Factor; });
-        Sized([&](Task& t) { t.yFactor = Factor; });
+        Task x = Good, y = Good;
+        x.xFactor = y.yFactor = Factor;
+        Refuses(kStatusSize, x);
+        Refuses(kStatusSize, y);
     }
     for (const ptrdiff_t Step : {0, -8}) {
-        Expect(kStatusStep, [&](Task&, Block& From, Block&) { From.Step = Step; });
-        Expect(kStatusStep, [&](Task&, Block&, Block& To) { To.Step = Step; });
+        Expect(kStatusStep, Good, {Source.Bytes, 0, Step}, Target);
+        Expect(kStatusStep, Good, Source, {Target.Bytes, 0, Step});
     }
-    for (const int Type : {0, 1, 2, 3, 5, 7, 9, -4})
-        Expect(kStatusMode, [&](Task& t, Block&, Block&) { t.Type = Type; });
-    EXPECT_EQ(pFn(nullptr, 8, 8, 8, 0, 0, 8, 8, Target.At(0, 0), 8, 1, 1, 1, 1, kCubic), kStatusNullPointer);
+    for (const int Type : {0, 1, 2, 3, 5, 7, 9, -4}) Refuses(kStatusMode, Whole(8, 8, 4, 4, Type));
+    uint8_t Sample = 7;
+    EXPECT_EQ(pFn(nullptr, 8, 8, 8, 0, 0, 8, 8, &Sample, 8, 1, 1, 1, 1, kCubic), kStatusNullPointer);
     EXPECT_EQ(pFn(Source.At(0, 0), 8, 8, 8, 0, 0, 8, 8, nullptr, 8, 1, 1, 1, 1, kCubic), kStatusNullPointer);
     // A target of which not a row can be held; it is refused before it is touched.
-    EXPECT_EQ(pFn(Source.At(0, 0), 8, 8, 8, 0, 0, 8, 8, Target.At(0, 0), 8, INT32_MAX, 1, 1, 1, kCubic),
-              kStatusNoMemory);
+    EXPECT_EQ(pFn(Source.At(0, 0), 8, 8, 8, 0, 0, 8, 8, &Sample, 8, INT32_MAX, 1, 1, 1, kCubic), kStatusNoMemory);
+    EXPECT_EQ(Sample, 7);
 }
 
 template <int Channels>
 void CheckResize(ResizeSig* pFn, ResizeSig* pReference)
 {
-    CheckEqual<Channels>(pFn, pReference);
-    CheckStatuses<Channels>(pFn);
+    CheckEqual(Channels, pFn, pReference);
+    CheckStatuses(Channels, pFn);
 }
 KERNEL_TEST(Resize8uC1, CheckResize<1>);
 KERNEL_TEST(Resize8uC2, CheckResize<2>);
@@ -220,8 +222,7 @@ void AddErrors(const Task& t, const Block& Source, const Block& Got, int Channel
     }
 }
 
-template <int Channels>
-Errors ErrorsOf(ResizeSig* pFn, const Task& t, Fill How, TestRandom& Rng)
+Errors ErrorsOf(int Channels, ResizeSig* pFn, const Task& t, Fill How, TestRandom& Rng)
 {
     Errors All;
     const Block Source = Rng.MakeBlock(How, t.Width * Channels, t.Height, t.Width * Channels, 0);
@@ -237,10 +238,10 @@ TEST(ResizeReference, IsWithinOneLevelOfExactArithmetic)
     SCOPED_TRACE(Rng.Seed());
     for (const Task& t : AllTasks())
         for (const Fill How : kAllFills) {
-            ASSERT_LE(ErrorsOf<1>(Resize8uC1_px, t, How, Rng).Most, 1.0) << Text(t);
-            ASSERT_LE(ErrorsOf<2>(Resize8uC2_px, t, How, Rng).Most, 1.0) << Text(t);
-            ASSERT_LE(ErrorsOf<3>(Resize8uC3_px, t, How, Rng).Most, 1.0) << Text(t);
-            ASSERT_LE(ErrorsOf<4>(Resize8uC4_px, t, How, Rng).Most, 1.0) << Text(t);
+            ASSERT_LE(ErrorsOf(1, Resize8uC1_px, t, How, Rng).Most, 1.0) << Text(t);
+            ASSERT_LE(ErrorsOf(2, Resize8uC2_px, t, How, Rng).Most, 1.0) << Text(t);
+            ASSERT_LE(ErrorsOf(3, Resize8uC3_px, t, How, Rng).Most, 1.0) << Text(t);
+            ASSERT_LE(ErrorsOf(4, Resize8uC4_px, t, How, Rng).Most, 1.0) << Text(t);
         }
 }
 
@@ -251,7 +252,7 @@ TEST(ResizeReference, TheMeanErrorIsThatOfTheLastRounding)
     SCOPED_TRACE(Rng.Seed());
     for (const int Type : {kCubic, kArea})
         for (const auto& [ToWidth, ToHeight] : {std::pair{413, 290}, {97, 77}, {70, 31}}) {
-            const Errors All = ErrorsOf<1>(Resize8uC1_px, Whole(211, 113, ToWidth, ToHeight, Type), Fill::Smooth, Rng);
+            const Errors All = ErrorsOf(1, Resize8uC1_px, Whole(211, 113, ToWidth, ToHeight, Type), Fill::Smooth, Rng);
             EXPECT_NEAR(All.Mean(), 0.25, 0.015) << ToWidth << ' ' << Type;
             EXPECT_LE(All.Most, 0.75);
             RecordProperty("mean_" + std::to_string(Type) + "_" + std::to_string(ToWidth), std::to_string(All.Mean()));
@@ -319,8 +320,7 @@ TEST(ResizeReference, ALongLineHasTheMeanOfAllOfIt)
     EXPECT_EQ(Mean(1, Length), kStatusSize);
 }
 
-template <int Factor, int Channels>
-void CheckShrink(ShrinkSig* pFn, ShrinkSig* pReference)
+void CheckShrinkOf(int Factor, int Channels, ShrinkSig* pFn, ShrinkSig* pReference)
 {
     TestRandom Rng;
     SCOPED_TRACE(Rng.Seed());
@@ -347,6 +347,12 @@ void CheckShrink(ShrinkSig* pFn, ShrinkSig* pReference)
     }
     EXPECT_EQ(To[0], 9);
 }
+
+template <int Factor, int Channels>
+void CheckShrink(ShrinkSig* pFn, ShrinkSig* pReference)
+{
+    CheckShrinkOf(Factor, Channels, pFn, pReference);
+}
 constexpr auto CheckHalve1 = CheckShrink<2, 1>, CheckHalve2 = CheckShrink<2, 2>, CheckHalve3 = CheckShrink<2, 3>,
                CheckHalve4 = CheckShrink<2, 4>, CheckQuarter1 = CheckShrink<4, 1>;
 KERNEL_TEST(Halve8uC1, CheckHalve1);
@@ -366,8 +372,7 @@ TEST(ShrinkReference, RoundsHalfUp)
     EXPECT_EQ(Quarter, 2); // 37 / 16
 }
 
-template <int Factor, int Channels>
-void ExpectArea(ShrinkSig* pShrink, ResizeSig* pResize)
+void ExpectArea(int Factor, int Channels, ShrinkSig* pShrink, ResizeSig* pResize)
 {
     TestRandom Rng;
     const int Row = 21 * Channels;
@@ -380,11 +385,11 @@ void ExpectArea(ShrinkSig* pShrink, ResizeSig* pResize)
 
 TEST(ShrinkReference, IsTheMeanOfTheArea)
 {
-    ExpectArea<2, 1>(Halve8uC1_px, Resize8uC1_px);
-    ExpectArea<2, 2>(Halve8uC2_px, Resize8uC2_px);
-    ExpectArea<2, 3>(Halve8uC3_px, Resize8uC3_px);
-    ExpectArea<2, 4>(Halve8uC4_px, Resize8uC4_px);
-    ExpectArea<4, 1>(Quarter8uC1_px, Resize8uC1_px);
+    ExpectArea(2, 1, Halve8uC1_px, Resize8uC1_px);
+    ExpectArea(2, 2, Halve8uC2_px, Resize8uC2_px);
+    ExpectArea(2, 3, Halve8uC3_px, Resize8uC3_px);
+    ExpectArea(2, 4, Halve8uC4_px, Resize8uC4_px);
+    ExpectArea(4, 1, Quarter8uC1_px, Resize8uC1_px);
 }
 
 } // namespace
