@@ -46,6 +46,20 @@ void ForEachPart(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t
     }
 }
 
+// Table 8-8 in a picture of the other kind: the block, in the frame's arrays, that is co-located with the corner block
+// Block of a quadrant. The vertical halves of a field macroblock lie in a frame macroblock each, those of a frame
+// macroblock share a half of a field macroblock.
+struct ColPlace {
+    int32_t Mb;
+    int Block;
+};
+ColPlace PlaceInOtherKind(const SliceView& s, const MbState& Mb, int32_t FirstMb, int Block)
+{
+    const int Column = Block & 3, Half = Block / 8, Width = s.Picture.MbWidth;
+    if (s.Picture.IsField) return {(2 * Mb.Y + Half) * Width + Mb.X, Half * 8 + Column};
+    return {FirstMb + Mb.Y / 2 * Width + Mb.X, ((Mb.Y & 1) * 2 + Half) * 4 + Column};
+}
+
 // colZeroFlag of clause 8.4.1.2.2, the reference being short-term.
 bool IsColZero(const H264MbInfo& Col, int32_t Mb, int Block)
 {
@@ -93,62 +107,101 @@ SpatialMotion DeriveSpatialMotion(const H264MbInfo& Records, const MbState& Mb, 
         s.MayStand |= AsWord(m.Mv[List]) != 0;
         s.Still.Mv[List] = {0, 0};
     }
-    s.MayStand &= Direct.pColFrame && Direct.ColIsShortTerm && !IsIntra(Direct.pColFrame->m_MbInfo.pGlobal[Mb.Number]);
+    if (Direct.pColFrame)
+        s.MayStand &=
+            Direct.ColIsShortTerm && !IsIntra(Direct.pColFrame->m_MbInfo.pGlobal[Mb.Number + Direct.ColOffset]);
+    else
+        s.MayStand &= Direct.ColIsShortTerm && Direct.pOtherKind;
     return s;
 }
 
 void DeriveSpatial(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants,
                    const SpatialMotion& Derived)
 {
+    const DirectState& Direct = m.Direct;
+    if (Derived.MayStand && !Direct.pColFrame) {
+        const H264MbInfo& Col = Direct.pOtherKind->m_MbInfo;
+        ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
+            const ColPlace c = PlaceInOtherKind(s, Mb, Direct.ColOffset, Block);
+            return !IsIntra(Col.pGlobal[c.Mb]) && IsColZero(Col, c.Mb, c.Block) ? Derived.Still : Derived.Moving;
+        });
+        return;
+    }
+    const int32_t ColMb = Mb.Number + Direct.ColOffset;
     ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
-        return Derived.MayStand && IsColZero(m.Direct.pColFrame->m_MbInfo, Mb.Number, Block) ? Derived.Still
-                                                                                             : Derived.Moving;
+        return Derived.MayStand && IsColZero(Direct.pColFrame->m_MbInfo, ColMb, Block) ? Derived.Still : Derived.Moving;
     });
 }
 
 // References of a slice of the co-located picture as indices into our list 0: the lowest that names the same picture.
-// One that is not there, which only damage can cause, becomes 0.
+// A field knows a frame's references by their fields of its own parity, a frame those of a field by their frames. One
+// that is not there, which only damage can cause, becomes 0.
 void BuildColMap(const SliceView& s, DirectState& Direct, int32_t ColSlice)
 {
     Direct.ColMapSlice = ColSlice;
-    const H264RefPicIndices* const pCol = Direct.pColFrame->RefPicIndicesOf(static_cast<uint32_t>(ColSlice));
-    int8_t ByFrame[kMaxFrames] = {}; // our index of each frame
+    const H264DecoderFrame& ColFrame = Direct.pColFrame ? *Direct.pColFrame : *Direct.pOtherKind;
+    const H264RefPicIndices* const pCol = ColFrame.RefPicIndicesOf(static_cast<uint32_t>(ColSlice));
+    int8_t ByPicture[kMaxPictures] = {}; // our index of each picture
     for (int i = s.References.Active[0] - 1; i >= 0; --i)
         if (const H264DecoderFrame* const p = s.pLists->List[0].Frame[i]; p && p->m_Index >= 0)
-            ByFrame[p->m_Index] = static_cast<int8_t>(i);
+            ByPicture[PictureIndex(p->m_Index, RefFlagField(s.pLists->List[0].Flag[i]))] = static_cast<int8_t>(i);
     for (int List = 0; List < 2; ++List)
         for (int i = 0; i < 32; ++i) {
-            const int Index = pCol ? pCol->Index[List][i] : H264RefPicIndices::kNone;
-            Direct.ColMap[List][i] = Index < kMaxFrames ? ByFrame[Index] : int8_t{0};
+            int Index = pCol ? pCol->Index[List][i] : H264RefPicIndices::kNone;
+            if (Direct.pOtherKind) Index = PictureIndex(Index / 2, s.Picture.IsBottom);
+            Direct.ColMap[List][i] = Index < kMaxPictures ? ByPicture[Index] : int8_t{0};
         }
 }
 
 int16_t ScaleMv(int Factor, int16_t Mv) { return static_cast<int16_t>((Factor * Mv + 128) >> 8); }
 
+// Of a block whose co-located one is block i of the frame's arrays. See() makes its vector one of our kind of picture.
+template <class F>
+Motion ScaleMotion(const DirectState& Direct, const H264MbInfo& Col, int i, F&& See)
+{
+    const int List = Col.pRefIdx[0][i] >= 0 ? 0 : 1;
+    const int ColRef = Col.pRefIdx[List][i];
+    if (ColRef < 0 || ColRef >= 32) return Motion{};
+    const h264::MotionVector ColMv = See(Col.pMv[List][i]);
+    Motion Scaled{{Direct.ColMap[List][ColRef], 0}, {ColMv, {0, 0}}};
+    const int Factor = Direct.pTables->DistScaleFactor[Scaled.Ref[0]];
+    if (Factor != kNotScaled) {
+        Scaled.Mv[0] = {ScaleMv(Factor, ColMv.x), ScaleMv(Factor, ColMv.y)};
+        Scaled.Mv[1] = Scaled.Mv[0] - ColMv;
+    }
+    return Scaled;
+}
+
+// From no motion, or that of a picture of the other kind, whose macroblocks may be of different slices.
+void DeriveTemporalFromOther(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
+{
+    DirectState& Direct = m.Direct;
+    ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
+        if (!Direct.pOtherKind) return Motion{};
+        const H264MbInfo& Col = Direct.pOtherKind->m_MbInfo;
+        const ColPlace c = PlaceInOtherKind(s, Mb, Direct.ColOffset, Block);
+        if (IsIntra(Col.pGlobal[c.Mb])) return Motion{};
+        if (Col.pGlobal[c.Mb].SliceId != Direct.ColMapSlice) BuildColMap(s, Direct, Col.pGlobal[c.Mb].SliceId);
+        return ScaleMotion(Direct, Col, c.Mb * 16 + c.Block, [&](h264::MotionVector Mv) -> h264::MotionVector {
+            return {Mv.x, static_cast<int16_t>(s.Picture.IsField ? Mv.y / 2 : Mv.y * 2)};
+        });
+    });
+}
+
 // Clause 8.4.1.2.3.
 void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
 {
-    const Motion Zero{};
     DirectState& Direct = m.Direct;
-    if (!Direct.pColFrame || IsIntra(Direct.pColFrame->m_MbInfo.pGlobal[Mb.Number])) {
-        ForEachPart(s, Mb, m, Quadrants, [&](int) { return Zero; });
+    if (!Direct.pColFrame) return DeriveTemporalFromOther(s, Mb, m, Quadrants);
+    const H264MbInfo& Col = Direct.pColFrame->m_MbInfo;
+    const int32_t ColMb = Mb.Number + Direct.ColOffset;
+    if (IsIntra(Col.pGlobal[ColMb])) {
+        ForEachPart(s, Mb, m, Quadrants, [&](int) { return Motion{}; });
         return;
     }
-    const H264MbInfo& Col = Direct.pColFrame->m_MbInfo;
-    if (Col.pGlobal[Mb.Number].SliceId != Direct.ColMapSlice) BuildColMap(s, Direct, Col.pGlobal[Mb.Number].SliceId);
+    if (Col.pGlobal[ColMb].SliceId != Direct.ColMapSlice) BuildColMap(s, Direct, Col.pGlobal[ColMb].SliceId);
     ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
-        const int i = Mb.Number * 16 + Block;
-        const int List = Col.pRefIdx[0][i] >= 0 ? 0 : 1;
-        const int ColRef = Col.pRefIdx[List][i];
-        if (ColRef < 0 || ColRef >= 32) return Zero;
-        const h264::MotionVector ColMv = Col.pMv[List][i];
-        Motion Scaled{{Direct.ColMap[List][ColRef], 0}, {ColMv, {0, 0}}};
-        const int Factor = Direct.pTables->DistScaleFactor[Scaled.Ref[0]];
-        if (Factor != kNotScaled) {
-            Scaled.Mv[0] = {ScaleMv(Factor, ColMv.x), ScaleMv(Factor, ColMv.y)};
-            Scaled.Mv[1] = Scaled.Mv[0] - ColMv;
-        }
-        return Scaled;
+        return ScaleMotion(Direct, Col, ColMb * 16 + Block, [](h264::MotionVector Mv) { return Mv; });
     });
 }
 

@@ -1,5 +1,5 @@
 // Direct prediction of B slices, H.264 clause 8.4.1.2. With kMbaff the macroblocks around stand in pairs of either
-// kind; the co-located macroblock is in any case the one of the same number.
+// kind; the co-located macroblock is then the one of the same number.
 #pragma once
 
 #include "decoder/slice/slice_cursor.h"

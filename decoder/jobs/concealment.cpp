@@ -4,6 +4,7 @@
 #include "decoder/jobs/segment_decoder_hp.h"
 #include "decoder/slice/neighbours.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace UMC {
@@ -28,6 +29,19 @@ void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrd
         std::memset(pPlane + From, 128, static_cast<size_t>(To - From));
 }
 
+// The lines of a field within a range of memory, which takes in the other field's: those stay as they are. So do the
+// macroblocks in front of the first one, which were decoded. Height of a macroblock, Width of the plane.
+void CopyOrFillField(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t Pitch, int Width, int Height, ptrdiff_t From,
+                     ptrdiff_t To)
+{
+    const ptrdiff_t FirstLine = From / Pitch, Left = From % Pitch;
+    for (ptrdiff_t y = FirstLine; y * Pitch < To; ++y) {
+        const ptrdiff_t Begin = y * Pitch + (y < FirstLine + Height ? Left : 0);
+        const ptrdiff_t End = std::min(y * Pitch + Width, To);
+        if (Begin < End) CopyOrFill(pPlane, pReference, Begin, End);
+    }
+}
+
 } // namespace
 
 void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, const H264DBPList* pDpb)
@@ -38,6 +52,7 @@ void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, cons
     if (!FindSegmentDecoder(*Slice.m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) return;
     const PictureView Picture = ViewPicture(*Slice.m_pFrame, Header);
     if (const H264DecoderFrame* const pSource = FindSource(Slice, pDpb)) {
+        if (pSource == Slice.m_pFrame) return; // its first field: this field would be copied to itself
         const PictureView Source = ViewPicture(*pSource, Header);
         CopyOrFillRect(Start, End, Picture, &Source);
     } else {
@@ -47,6 +62,7 @@ void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, cons
 
 // The planes are taken as lines of memory: a range starts at the first macroblock's top left sample and ends at that of
 // the last. The lowest lines of the last row of macroblocks stay as they were; deliberate, as the picture is not shown.
+// Deliberate too: of a bottom field's range the first half alone is restored.
 void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
 {
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];
@@ -57,7 +73,13 @@ void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, cons
             const MbPlace Place = PlaceOf<false>(Mb, Picture.MbWidth);
             return Place.Y * Height * Pitch + Place.X * Width;
         };
-        CopyOrFill(Picture.pPlane[i], pReference ? pReference->pPlane[i] : nullptr, Offset(Start), Offset(End));
+        const uint8_t* const pFrom = pReference ? pReference->pPlane[i] : nullptr;
+        const ptrdiff_t From = Offset(Start), To = Offset(End);
+        if (Picture.IsField)
+            CopyOrFillField(Picture.pPlane[i], pFrom, Pitch, Picture.MbWidth * Width, Height, From,
+                            Picture.IsBottom ? From + (To - From) / 2 : To);
+        else
+            CopyOrFill(Picture.pPlane[i], pFrom, From, To);
     }
 }
 

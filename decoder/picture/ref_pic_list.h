@@ -31,8 +31,12 @@ struct H264DecoderRefPicList {
     bool operator==(const H264DecoderRefPicList&) const = default;
 };
 
-// What remains of a slice's lists when its picture is decoded: the pictures, by H264DecoderFrame::m_Index, for the
-// direct prediction of later pictures.
+// A picture as a number: twice the H264DecoderFrame::m_Index of its frame, plus 1 for a bottom field.
+inline int PictureIndex(int32_t FrameIndex, int Field) { return 2 * FrameIndex + (Field == 1); }
+inline constexpr int kMaxPictures = 2 * kMaxFrames;
+
+// What remains of a slice's lists when its picture is decoded: the pictures, by PictureIndex(), for the direct
+// prediction of later pictures.
 struct H264RefPicIndices {
     static constexpr uint8_t kNone = 0xFF;
     uint8_t Index[2][32];

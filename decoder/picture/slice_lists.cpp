@@ -12,7 +12,9 @@ H264RefPicIndices IndicesIn(const H264DecoderRefPicList& Lists)
     for (int List = 0; List < 2; ++List)
         for (int i = 0; i < 32; ++i) {
             const H264DecoderFrame* const pFrame = Lists.List[List].Frame[i];
-            Indices.Index[List][i] = pFrame ? static_cast<uint8_t>(pFrame->m_Index) : H264RefPicIndices::kNone;
+            const int Field = RefFlagField(Lists.List[List].Flag[i]);
+            Indices.Index[List][i] =
+                pFrame ? static_cast<uint8_t>(PictureIndex(pFrame->m_Index, Field)) : H264RefPicIndices::kNone;
         }
     return Indices;
 }

@@ -1,6 +1,7 @@
 #include "decoder/slice/slice_cursor.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace UMC {
@@ -75,7 +76,7 @@ void SliceCursor::Begin(const H264Slice& From)
 void SliceCursor::BeginDirect(const H264Slice& From)
 {
     DirectState& Direct = Motion.Direct;
-    Direct.pColFrame = nullptr;
+    Direct.pColFrame = Direct.pOtherKind = nullptr;
     Direct.ColMapSlice = -1;
     if (Slice.pHeader->slice_type != SLICE_B) return;
     if (!Slice.pLists) throw h264_exception(StatusInvalidParams);
@@ -89,7 +90,19 @@ void SliceCursor::BeginDirect(const H264Slice& From)
     else
         Tables = {};
     if (pFirst && pFirst->m_MbInfo.pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize)
-        Direct.pColFrame = pFirst;
+        FindColocated(From, *pFirst);
+}
+
+// Clause 8.4.1.2.1. Of a pair of fields a frame goes by the one that is nearer in order count, the bottom one in doubt.
+void SliceCursor::FindColocated(const H264Slice& From, const H264DecoderFrame& First)
+{
+    DirectState& Direct = Motion.Direct;
+    const bool IsField = Slice.Picture.IsField, IsPair = First.IsFieldPair();
+    (IsField == IsPair ? Direct.pColFrame : Direct.pOtherKind) = &First;
+    const auto Distance = [&](int Field) { return std::abs(int64_t{First.m_PicOrderCnt[Field]} - From.m_PicOrderCnt); };
+    int Field = 0;
+    if (IsPair) Field = IsField ? RefFlagField(Slice.pLists->List[1].Flag[0]) : Distance(0) >= Distance(1);
+    Direct.ColOffset = Field * (First.m_Format.MbCount() / 2) - (IsPair ? Slice.Picture.FirstMb : 0);
 }
 
 // Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have

@@ -56,9 +56,12 @@ struct EntropyState {
     int32_t MbSkipRun = 0, QpLuma = 0, PrevDeltaQp = 0;
 };
 
-// Direct prediction (clause 8.4.1.2) of B slices: the first picture of list 1 and its motion.
+// Direct prediction (clause 8.4.1.2) of B slices: the first picture of list 1 and its motion. A picture of the other
+// kind is a frame for a field's slices, and one of a pair of fields for a frame's.
 struct DirectState {
-    const H264DecoderFrame* pColFrame = nullptr; // null when it has no motion
+    const H264DecoderFrame* pColFrame = nullptr;  // null when it has no motion, or is a picture of the other kind
+    const H264DecoderFrame* pOtherKind = nullptr; // that one then
+    int32_t ColOffset = 0; // from a macroblock's number to its co-located one's; of the other kind, number of the first
     bool ColIsShortTerm = false;
     const H264DirectTables* pTables = nullptr; // of the references of this kind of macroblock
     int32_t ColMapSlice = -1;                  // slice of that picture whose references ColMap holds
@@ -137,6 +140,7 @@ struct SliceCursor : EntropyParts {
 private:
     void SeeAcrossKinds();
     void BeginDirect(const H264Slice& Slice);
+    void FindColocated(const H264Slice& Slice, const H264DecoderFrame& First);
     void BeginTables();
     void BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset);
 };

@@ -25,7 +25,7 @@ def check(entry, status, error, ours):
     """What is wrong with the result for one stream, or None."""
     if status < 0:
         return f"crash {status}"
-    plain = entry["interlaced"] == "no" and entry["pix_fmt"] in ("yuv420p", "yuvj420p")
+    plain = entry["interlaced"] in ("no", "field") and entry["pix_fmt"] in ("yuv420p", "yuvj420p")
     if not plain:
         return None  # decoded or refused, but never a crash
     if entry["level"] == REFUSED_LEVEL or NOT_DECODED & set(entry["class"]):

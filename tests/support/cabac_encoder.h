@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decoder/stream/cabac.h"
-#include "tests/support/h264_stream_writer.h"
+#include "tests/support/h264_macroblock_writer.h"
 
 #include <cstdint>
 #include <vector>
@@ -105,5 +105,8 @@ Bytes CabacSkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice
 // One macroblock, B_8x8 with four direct blocks and a level of 1 in the first 4x4 block; HasFlag: with
 // transform_size_8x8_flag 0.
 Bytes CabacDirect8x8Slice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, bool HasFlag);
+// One macroblock of a P slice, P_L0_16x16: its reference, vector difference and residual. The levels of an 8x8 block
+// stand one behind the other in its four 4x4 blocks.
+Bytes CabacInterSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, const Macroblock& Mb);
 
 } // namespace test

@@ -20,8 +20,8 @@ Decoded Decode(const std::vector<uint8_t>& Stream, const std::string& PixelForma
     const std::string In = Folder.File("in.264"), Out = Folder.File("out.yuv"), Log = Folder.File("log");
     test::WriteWholeFile(In, Stream);
     const std::string Command = "ffmpeg -v warning -nostdin -threads 1 " + Options + " -f h264 -i " + In +
-                                " -f rawvideo -fps_mode passthrough -pix_fmt " + PixelFormat + " -y " + Out + " > " +
-                                Log + " 2>&1";
+                                " -f rawvideo -fps_mode passthrough -bsf:v setts=ts=N -pix_fmt " + PixelFormat +
+                                " -y " + Out + " > " + Log + " 2>&1"; // field pictures would share a time stamp
     const int Result = test_system::RunCommand(Command);
     const std::vector<uint8_t> Messages = test::ReadWholeFile(Log);
     Decoded d{test::ReadWholeFile(Out), {Messages.begin(), Messages.end()}};

@@ -26,7 +26,7 @@ MacroblockWriter::MacroblockWriter(const SeqParamSet& Seq, const PicParamSet& Pi
     : m_Seq(Seq), m_Pic(Pic), m_Slice(s), m_Bits(Header(Seq, Pic, s)), m_Mb(static_cast<int>(s.first_mb)),
       m_FirstMb(m_Mb)
 {
-    const size_t Mbs = size_t{Seq.width_mbs} * Seq.height_map_units;
+    const size_t Mbs = PictureMbs(Seq, s);
     m_Counts[0].assign(Mbs * 16, 0);
     m_Counts[1].assign(Mbs * 4, 0);
     m_Counts[2].assign(Mbs * 4, 0);

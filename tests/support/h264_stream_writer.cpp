@@ -42,6 +42,11 @@ Bytes NalUnit(uint32_t nal_ref_idc, uint32_t nal_unit_type, const Bytes& Payload
     return Unit;
 }
 
+uint32_t PictureMbs(const SeqParamSet& Seq, const Slice& s)
+{
+    return Seq.width_mbs * Seq.height_map_units * (Seq.frame_mbs_only || s.field ? 1 : 2);
+}
+
 uint32_t ActiveRefs(const PicParamSet& Pic, const Slice& s, int List)
 {
     return s.num_ref_idx[0] != 0 ? s.num_ref_idx[List] : Pic.num_ref_idx[List];

@@ -110,6 +110,8 @@ struct Slice {
     bool spatial_direct = true;
 };
 
+// Macroblocks of the picture, a frame or a field, that a slice belongs to.
+uint32_t PictureMbs(const SeqParamSet& Seq, const Slice& Slice);
 // Active references of list 0 or 1 that a slice has.
 uint32_t ActiveRefs(const PicParamSet& Pic, const Slice& Slice, int List);
 // Bits for SeqParamSet::vui: nothing but the number of pictures that may stand before one in decoding order and after

@@ -19,7 +19,7 @@ Bytes RandomMacroblocks::Intra(const SeqParamSet& Seq, const PicParamSet& Pic, c
         return i;
     }());
     const int Start = Upto(160), Right = Within(3), Down = Within(3), Noise = 1 + Upto(40);
-    const auto Width = static_cast<int>(Seq.width_mbs), Mbs = Width * static_cast<int>(Seq.height_map_units);
+    const auto Width = static_cast<int>(Seq.width_mbs), Mbs = static_cast<int>(PictureMbs(Seq, s));
     for (int Mb = 0; Mb < Mbs; ++Mb) {
         Macroblock m{.mb_type = kPcm};
         for (int i = 0; i < 384; ++i) {

@@ -58,12 +58,28 @@ TEST_F(Lists, LeaveTheIndicesOfTheirPicturesBehind)
     m_Lists.ReleaseLists();
     EXPECT_EQ(m_Lists.ListsOf(1), nullptr);
     ASSERT_NE(m_Lists.IndicesOf(2), nullptr);
-    EXPECT_EQ(m_Lists.IndicesOf(1)->Index[0][0], 5);
-    EXPECT_EQ(m_Lists.IndicesOf(2)->Index[0][0], 31);
+    EXPECT_EQ(m_Lists.IndicesOf(1)->Index[0][0], 2 * 5);
+    EXPECT_EQ(m_Lists.IndicesOf(2)->Index[0][0], 2 * 31);
     EXPECT_EQ(m_Lists.IndicesOf(2)->Index[1][0], H264RefPicIndices::kNone);
     m_Lists.Clear();
     EXPECT_EQ(m_Lists.IndicesOf(1), nullptr);
     EXPECT_EQ(Add(&m_Frame[0]), 1) << "numbers begin anew";
+}
+
+TEST_F(Lists, TellTheFieldsOfAFrameApart)
+{
+    m_Frame[0].m_Index = 31;
+    m_Lists.Reserve();
+    H264DecoderRefPicList& Spare = m_Lists.Spare() = {};
+    for (int Field = -1; Field < 2; ++Field) {
+        Spare.List[1].Frame[Field + 1] = &m_Frame[0];
+        Spare.List[1].Flag[Field + 1] = static_cast<uint8_t>(kRefFlagShortTerm | (Field & 7));
+    }
+    m_Lists.Add();
+    const auto& Index = m_Lists.IndicesOf(1)->Index[1];
+    EXPECT_EQ(Index[0], 62) << "a frame";
+    EXPECT_EQ(Index[1], 62);
+    EXPECT_EQ(Index[2], 63);
 }
 
 } // namespace

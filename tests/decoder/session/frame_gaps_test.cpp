@@ -103,15 +103,15 @@ TEST(FrameNumGaps, ReferencesBeyondThemAreFfmpegs)
 
 TEST(GivenUpPictures, LeaveTheirFrameNumAsAGap)
 {
-    // The second picture belongs to a parameter set with fields, which nothing here decodes.
+    // The second picture belongs to a parameter set of 4:4:4, which nothing here decodes.
     const SeqParamSet Seq{.num_ref_frames = 4, .gaps_allowed = true};
     GapStream In(Seq);
-    const SeqParamSet Fields{.id = 1, .num_ref_frames = 4, .gaps_allowed = true, .frame_mbs_only = false};
-    const PicParamSet FieldPic{.id = 1, .seq_id = 1};
-    Slice Field = Numbered(1, 8);
-    Field.pps_id = 1;
-    Field.field = true;
-    In.Data += Write(Fields) + Write(FieldPic) + PcmSlice(Fields, FieldPic, Field, 20);
+    const SeqParamSet Other{
+        .profile_idc = 144, .id = 1, .chroma_format_idc = 3, .num_ref_frames = 4, .gaps_allowed = true};
+    const PicParamSet OtherPic{.id = 1, .seq_id = 1};
+    Slice Refused = Numbered(1, 8);
+    Refused.pps_id = 1;
+    In.Data += Write(Other) + Write(OtherPic) + PcmSlice(Other, OtherPic, Refused, 20);
     In.Intra(30, Numbered(2, 16)).CopyAll(Numbered(3, 24), 3);
     EXPECT_THAT(DecodeValues(In.Data), ElementsAre(10, 30, 30, kGrey, 10));
 }

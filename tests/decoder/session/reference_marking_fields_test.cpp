@@ -117,6 +117,23 @@ TEST_F(FieldMarking, MemoryResetLeavesThePictureAlone)
     EXPECT_TRUE(Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1]);
 }
 
+// Deliberate: both counts of the frame lose the lesser one, though the picture is one of its fields alone.
+TEST_F(FieldMarking, MemoryResetOfASecondFieldKeepsTheDistanceToTheFirst)
+{
+    H264DecoderFrame& Reference = *ShortTerm(1);
+    H264DecoderFrame& Frame = *Decoded(2);
+    Frame.m_IsShortTerm[0] = true;
+    Frame.m_PicOrderCnt[0] = 30;
+    Frame.m_PicOrderCnt[1] = 31;
+    SetField(2, true);
+    EXPECT_TRUE(Mark(Frame, 1, {{5}}));
+    EXPECT_FALSE(Reference.IsReferenced());
+    EXPECT_EQ(Frame.m_PicOrderCnt[0], 0);
+    EXPECT_EQ(Frame.m_PicOrderCnt[1], 1);
+    EXPECT_TRUE(Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1]);
+    EXPECT_EQ(m_PicOrder.PicOrderCntLsb, 0) << "of a bottom field";
+}
+
 TEST_F(FieldMarking, ReleasedReferencesOutliveThePicturesInFlight)
 {
     H264DecoderFrame& Idle = *ShortTerm(0);
