@@ -87,10 +87,10 @@ SegmentDecoderHPBase* Member()
 
 SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff)
 {
-    // By 2 * chroma format + high profile; samples of 8 bits.
-    static const std::array<SegmentDecoderHPBase*, 8> s_Frame8{Member<0, false, false>(), Member<0, false, true>(),
+    // By 2 * chroma format + high profile; samples of 8 bits. Profiles that are not high have 4:2:0 alone.
+    static const std::array<SegmentDecoderHPBase*, 8> s_Frame8{nullptr, Member<0, false, true>(),
                                                                Member<1, false, false>(), Member<1, false, true>()};
-    static const std::array<SegmentDecoderHPBase*, 8> s_Field8{Member<0, true, false>(), Member<0, true, true>(),
+    static const std::array<SegmentDecoderHPBase*, 8> s_Field8{nullptr, Member<0, true, true>(),
                                                                Member<1, true, false>(), Member<1, true, true>()};
     if (Sequence.bit_depth_luma > 8 || Sequence.bit_depth_chroma > 8 || IsMbaff) return nullptr;
     if (Sequence.chroma_format_idc > 3 || Sequence.qpprime_y_zero_transform_bypass_flag) return nullptr;
