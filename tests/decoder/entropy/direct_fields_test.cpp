@@ -81,6 +81,22 @@ TEST_P(DirectInFields, FromAFieldOfTheOtherParity)
     In.ExpectAsFfmpeg();
 }
 
+// Its frame's records are left from a picture that stood still.
+TEST_P(DirectInFields, FromAnIntraPictureOfTheOtherKind)
+{
+    FieldStream In = Open(77);
+    In.StartPairs(4);
+    uint32_t FrameNum = 4, Poc = 8;
+    for (int i = 0; i < 24; ++i, Poc += 2)
+        In.Pair(P(FrameNum++, Poc, true), {.skip = 8, .direct = 0, .intra = 0, .max_mvd = 1});
+    for (const bool IsField : {true, false, true, false}) {
+        const Slice Intra = Typed(7, FrameNum++ & 15, Poc + 2), b = B(FrameNum, Poc, IsField);
+        IsField ? In.Frame(Intra).Pair(b, kDirect) : In.Pair(Intra).Frame(b, kDirect);
+        Poc += 4;
+    }
+    In.ExpectAsFfmpeg();
+}
+
 // B fields that are references themselves, and the second one predicted from the first.
 TEST_P(DirectInFields, FromBFields)
 {

@@ -168,4 +168,39 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Fields,
                                          FieldCase{"LargeTransform", 100, 2, false, false, true, false}),
                          [](const auto& Info) { return Info.param.Name; });
 
+// Luma alone: Intra_16x16 by DC with a level of 1 or -1, then skipped macroblocks.
+TEST(GreyFields, AreFfmpegs)
+{
+    SeqParamSet Seq = Interlaced({.profile_idc = 100, .chroma_format_idc = 0, .width_mbs = 4, .height_map_units = 3});
+    Seq.vui = ReorderVui(0, 4);
+    const PicParamSet Pic{.pic_init_qp = 40};
+    RandomMacroblocks Random(67);
+    Bytes Data = Write(Seq) + Write(Pic);
+    for (const bool IsBottom : {false, true}) {
+        Slice s = Typed(7, 0, IsBottom);
+        s.nal_unit_type = IsBottom ? 1 : 5;
+        s.field = true;
+        s.bottom = IsBottom;
+        s.disable_deblocking = 0;
+        BitWriter Bits = Header(Seq, Pic, s);
+        for (uint32_t Mb = 0; Mb < PictureMbs(Seq, s); ++Mb) {
+            Bits.UE(3);   // Intra_16x16 by DC, no AC levels
+            Bits.SE(0);   // mb_qp_delta
+            Bits.U(2, 1); // one level, of 1
+            Bits.U(1, static_cast<uint32_t>(Random.Upto(1)));
+            Bits.U(1, 1); // the first
+        }
+        Data += Finish(Bits, s);
+    }
+    for (const bool IsBottom : {true, false}) {
+        Slice s = Typed(5, 1, 2 + !IsBottom);
+        s.field = true;
+        s.bottom = IsBottom;
+        s.num_ref_idx[0] = 2;
+        s.disable_deblocking = 0;
+        Data += SkipSlice(Seq, Pic, s, static_cast<int>(PictureMbs(Seq, s)));
+    }
+    ExpectAsFfmpeg(Data, 2);
+}
+
 } // namespace
