@@ -46,10 +46,12 @@ TEST_P(StillStream, DecodesToTheReconstruction)
     const CameraScene Room({c.Width, c.Height}, 30);
     Picture Source;
     for (int i = 0; i < 60; ++i) {
-        if (i == 0 && c.What == Content::Noise)
-            Source = NoisePicture(c.Width, c.Height);
-        else if (c.What == Content::Room && (i == 0 || !c.bFrozen))
-            Room.Render(i, Source);
+        if (i == 0 || !c.bFrozen) {
+            if (c.What == Content::Noise)
+                Source = NoisePicture(c.Width, c.Height);
+            else
+                Room.Render(i, Source);
+        }
         ASSERT_EQ(d.Encode(Source).Result, UMC::StatusOk);
     }
     ExpectDecodesToReconstruction(d);

@@ -1,4 +1,5 @@
 // Direct prediction in fields and in frames whose co-located picture is of either kind, as ffmpeg has it.
+#include "tests/decoder/direct_mixes.h"
 #include "tests/decoder/random_fields.h"
 
 namespace {
@@ -6,10 +7,6 @@ namespace {
 using namespace test;
 
 constexpr uint32_t kP = 5, kB = 6;
-constexpr MacroblockMix kDirect{.skip = 3, .direct = 3, .inter = 3, .intra = 0, .max_mvd = 12};
-// Vectors about the limit up to which a co-located block counts as standing still.
-constexpr MacroblockMix kSlow{.skip = 2, .direct = 0, .inter = 6, .intra = 1, .max_mvd = 1};
-constexpr MacroblockMix kFast{.skip = 1, .direct = 0, .inter = 6, .intra = 1, .max_mvd = 40};
 
 struct DirectCase {
     bool Spatial, BottomFirst;

@@ -1,16 +1,11 @@
 // Direct prediction in whole B pictures, as ffmpeg has it: co-located pictures of every kind, and long-term references.
-#include "tests/decoder/random_stream.h"
+#include "tests/decoder/direct_mixes.h"
 
 #include <utility>
 
 namespace {
 
 using namespace test;
-
-constexpr MacroblockMix kDirect{.skip = 3, .direct = 3, .inter = 3, .intra = 0, .max_mvd = 12};
-// Vectors about the limit up to which a co-located block counts as standing still.
-constexpr MacroblockMix kSlow{.skip = 2, .direct = 0, .inter = 6, .intra = 1, .max_mvd = 1};
-constexpr MacroblockMix kFast{.skip = 1, .direct = 0, .inter = 6, .intra = 1, .max_mvd = 40};
 
 struct DirectCase {
     bool Spatial, Inference;

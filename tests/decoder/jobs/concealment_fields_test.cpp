@@ -1,7 +1,7 @@
 // Concealment of one field: only its own lines may change, and nothing that was decoded.
 #include "decoder/jobs/concealment.h"
 #include "media/umc_default_memory_allocator.h"
-#include "tests/decoder/sample_planes.h"
+#include "tests/decoder/jobs/frame_samples.h"
 
 #include <gtest/gtest.h>
 
@@ -34,22 +34,6 @@ protected:
         for (int n = 0; n < 2; ++n)
             ForEachSample(m_Frames[n], [&](int Plane, int x, int y, uint8_t& v) { v = Pattern(n, Plane, x, y); });
     }
-    static uint8_t Pattern(int Number, int Plane, int x, int y)
-    {
-        return static_cast<uint8_t>(Number * 50 + Plane * 20 + x * 7 + y * 3);
-    }
-    template <class F>
-    static void ForEachSample(const H264DecoderFrame& Frame, F&& Do)
-    {
-        uint8_t* const pPlanes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
-        for (int Plane = 0; Plane < 3; ++Plane) {
-            const PictureSize Size = Plane == 0 ? Frame.m_Format.Size : Frame.m_Format.ChromaSize();
-            const int Pitch = Plane == 0 ? Frame.m_PitchLuma : Frame.m_PitchChroma;
-            for (int y = 0; y < Size.Height; ++y)
-                for (int x = 0; x < Size.Width; ++x) Do(Plane, x, y, pPlanes[Plane][y * Pitch + x]);
-        }
-    }
-
     // In order of memory, lines of a field being two of the frame's apart, from the first sample of macroblock Start to
     // that of End; half as far in a bottom field.
     bool IsRestored(int Start, int End, int Plane, int x, int y) const

@@ -3,6 +3,7 @@
 
 #include "decoder/picture/dpb.h"
 #include "media/umc_default_memory_allocator.h"
+#include "tests/decoder/jobs/frame_samples.h"
 
 #include <gtest/gtest.h>
 
@@ -37,22 +38,6 @@ protected:
         ForEachSample(*pFrame,
                       [&](int Plane, int x, int y, uint8_t& Sample) { Sample = Pattern(Number, Plane, x, y); });
         return pFrame;
-    }
-    static uint8_t Pattern(int Number, int Plane, int x, int y)
-    {
-        return static_cast<uint8_t>(Number * 50 + Plane * 20 + x * 7 + y * 3);
-    }
-
-    template <class F>
-    static void ForEachSample(const H264DecoderFrame& Frame, F&& Do)
-    {
-        uint8_t* const pPlanes[3] = {Frame.m_pPlaneY, Frame.m_pPlaneU, Frame.m_pPlaneV};
-        for (int Plane = 0; Plane < 3; ++Plane) {
-            const PictureSize Size = Plane == 0 ? Frame.m_Format.Size : Frame.m_Format.ChromaSize();
-            const int Pitch = Plane == 0 ? Frame.m_PitchLuma : Frame.m_PitchChroma;
-            for (int y = 0; y < Size.Height; ++y)
-                for (int x = 0; x < Size.Width; ++x) Do(Plane, x, y, pPlanes[Plane][y * Pitch + x]);
-        }
     }
 
     // Restores Start..End - 1 of the frame that was added last. Reference: the number of the frame that the samples
