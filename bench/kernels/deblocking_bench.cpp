@@ -10,7 +10,8 @@ using namespace kernels;
 using namespace kernel_bench;
 
 // Puts the macroblock and what lies before it back, or it would soon be smooth.
-void Restore(std::vector<uint8_t>& Plane, std::vector<uint8_t>& Before)
+template <class Sample>
+void Restore(std::vector<Sample>& Plane, std::vector<Sample>& Before)
 {
     for (int y = -4; y < 16; ++y) std::copy_n(Middle(Before) + y * kStep - 4, 20, Middle(Plane) + y * kStep - 4);
 }
@@ -46,7 +47,38 @@ void Chroma(benchmark::State& State, FilterChromaEdgesSig* pFn)
     }
 }
 
-const bool s_Rows[]{RegisterTiers(kFilterLumaVertical, Luma), RegisterTiers(kFilterLumaHorizontal, Luma),
-                    RegisterTiers(kFilterChromaVertical, Chroma), RegisterTiers(kFilterChromaHorizontal, Chroma)};
+void LumaDeep(benchmark::State& State, FilterEdgesDeepSig* pFn)
+{
+    auto Before = DeepPicture(1), Plane = Before;
+    const EdgeParams Params = AllEdges();
+    for (auto _ : State) {
+        Restore(Plane, Before);
+        pFn(Middle(Plane), 2 * kStep, &Params, 10);
+        benchmark::ClobberMemory();
+    }
+}
+
+void ChromaDeep(benchmark::State& State, FilterChromaEdgesDeepSig* pFn)
+{
+    auto Before = DeepPicture(1), u = Before, v = Before;
+    const EdgeParams Params = AllEdges();
+    for (auto _ : State) {
+        Restore(u, Before);
+        Restore(v, Before);
+        pFn(Middle(u), Middle(v), 2 * kStep, 8, &Params, &Params, 10);
+        benchmark::ClobberMemory();
+    }
+}
+
+const bool s_Rows[]{RegisterTiers(kFilterLumaVertical, Luma),
+                    RegisterTiers(kFilterLumaHorizontal, Luma),
+                    RegisterTiers(kFilterChromaVertical, Chroma),
+                    RegisterTiers(kFilterChromaHorizontal, Chroma),
+                    RegisterTiers(kFilterChroma422Vertical, Chroma),
+                    RegisterTiers(kFilterChroma422Horizontal, Chroma),
+                    RegisterTiers(kFilterLumaVerticalDeep, LumaDeep),
+                    RegisterTiers(kFilterLumaHorizontalDeep, LumaDeep),
+                    RegisterTiers(kFilterChromaVerticalDeep, ChromaDeep),
+                    RegisterTiers(kFilterChromaHorizontalDeep, ChromaDeep)};
 
 } // namespace

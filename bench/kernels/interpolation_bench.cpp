@@ -79,6 +79,54 @@ void Copy(benchmark::State& State, CopyBlockSig* pFn)
     }
 }
 
+// Samples of 2 bytes, blocks of 16 columns or 8 of chroma.
+void LumaDeep(benchmark::State& State, InterpolateLumaDeepSig* pFn)
+{
+    auto Source = DeepPicture(1), Target = DeepPicture(2);
+    int Frac = 0;
+    for (auto _ : State) {
+        pFn(Middle(Source), 2 * kStep, Middle(Target), 2 * kStep, Frac & 3, Frac >> 2, 16, 16, 10);
+        Frac = (Frac + 1) & 15;
+        benchmark::ClobberMemory();
+    }
+}
+
+void ChromaDeep(benchmark::State& State, InterpolateChromaDeepSig* pFn)
+{
+    auto u = DeepPicture(1), v = DeepPicture(2), Target = DeepPicture(3);
+    for (auto _ : State) {
+        pFn(Middle(u), Middle(v), 2 * kStep, Middle(Target), Middle(Target) + 16, 2 * kStep, 3, 5, 8, 8);
+        benchmark::ClobberMemory();
+    }
+}
+
+void AverageDeep(benchmark::State& State, AverageBlockDeepSig* pFn)
+{
+    auto a = DeepPicture(1), Target = DeepPicture(2);
+    for (auto _ : State) {
+        pFn(Middle(a), 2 * kStep, Middle(Target), 2 * kStep, 16, 16);
+        benchmark::ClobberMemory();
+    }
+}
+
+void WeightDeep(benchmark::State& State, WeightBlockDeepSig* pFn)
+{
+    auto Target = DeepPicture(2);
+    for (auto _ : State) {
+        pFn(Middle(Target), 2 * kStep, 16, 16, 5, 34, -4, 10);
+        benchmark::ClobberMemory();
+    }
+}
+
+void BiWeightDeep(benchmark::State& State, BiWeightBlockDeepSig* pFn)
+{
+    auto a = DeepPicture(1), Target = DeepPicture(2);
+    for (auto _ : State) {
+        pFn(Middle(a), 2 * kStep, Middle(Target), 2 * kStep, 16, 16, 5, 40, 24, 4, 10);
+        benchmark::ClobberMemory();
+    }
+}
+
 #define BLEND(Size)                                                                                                    \
     RegisterTiers(kAverageBlock##Size, Average<Size>), RegisterTiers(kWeightBlock##Size, Weight<Size>),                \
         RegisterTiers(kBiWeightBlock##Size, BiWeight<Size>)
@@ -92,6 +140,11 @@ const bool s_Rows[]{RegisterTiers(kInterpolateLuma16, Luma<16>),
                     BLEND(8),
                     BLEND(4),
                     BLEND(2),
+                    RegisterTiers(kInterpolateLumaDeep, LumaDeep),
+                    RegisterTiers(kInterpolateChromaDeep, ChromaDeep),
+                    RegisterTiers(kAverageBlockDeep, AverageDeep),
+                    RegisterTiers(kWeightBlockDeep, WeightDeep),
+                    RegisterTiers(kBiWeightBlockDeep, BiWeightDeep),
                     RegisterTiers(kCopyClamped, Clamped),
                     RegisterTiers(kCopyBlock16, Copy<16>),
                     RegisterTiers(kCopyBlock8, Copy<8>)};

@@ -41,7 +41,20 @@ inline std::vector<uint8_t> Picture(unsigned Seed)
     return Samples;
 }
 
+/// The same in 10 bits; a step is 2 * kStep bytes.
+inline std::vector<uint16_t> DeepPicture(unsigned Seed)
+{
+    const std::vector<uint8_t> Narrow = Picture(Seed);
+    std::vector<uint16_t> Samples(Narrow.begin(), Narrow.end());
+    for (uint16_t& s : Samples) s = static_cast<uint16_t>(s * 4 + (s & 3));
+    return Samples;
+}
+
 /// The first sample of a block with room on all sides.
-inline uint8_t* Middle(std::vector<uint8_t>& Samples) { return &Samples[32 * kStep + 32]; }
+template <class Sample>
+Sample* Middle(std::vector<Sample>& Samples)
+{
+    return &Samples[32 * kStep + 32];
+}
 
 } // namespace kernel_bench

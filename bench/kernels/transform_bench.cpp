@@ -39,6 +39,18 @@ void AddOne(benchmark::State& State, AddResidualSig* pFn)
     }
 }
 
+void AddOneDeep(benchmark::State& State, AddResidualDeepSig* pFn)
+{
+    const Macroblock Before;
+    alignas(16) int32_t Coefficients[64];
+    auto Target = DeepPicture(1);
+    for (auto _ : State) {
+        std::copy_n(Before.Coefficients, 64, Coefficients);
+        pFn(Coefficients, Middle(Target), 2 * kStep, 10);
+        benchmark::ClobberMemory();
+    }
+}
+
 void AddBlocks(benchmark::State& State, AddResidualLumaSig* pFn)
 {
     const Macroblock Before;
@@ -90,12 +102,13 @@ void Dequant(benchmark::State& State, DequantBlocksSig* pFn)
     }
 }
 
-const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),        RegisterTiers(kAddResidual8x8, AddOne),
-                    RegisterTiers(kAddResidualLuma4x4, AddBlocks), RegisterTiers(kAddResidualLuma8x8, AddBlocks),
-                    RegisterTiers(kAddResidualChroma, AddBlocks),  RegisterTiers(kInverseLumaDc, InverseDc),
-                    RegisterTiers(kInverseChromaDc420, InverseDc), RegisterTiers(kForwardQuant16x16, Forward),
-                    RegisterTiers(kForwardQuant4x4, Forward),      RegisterTiers(kForwardQuantAc16x16, ForwardAc),
-                    RegisterTiers(kForwardQuantAc8x8, ForwardAc),  RegisterTiers(kForwardLumaDc, ForwardDc),
-                    RegisterTiers(kForwardChromaDc420, ForwardDc), RegisterTiers(kDequantBlocks, Dequant)};
+const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),         RegisterTiers(kAddResidual8x8, AddOne),
+                    RegisterTiers(kAddResidual4x4Deep, AddOneDeep), RegisterTiers(kAddResidual8x8Deep, AddOneDeep),
+                    RegisterTiers(kAddResidualLuma4x4, AddBlocks),  RegisterTiers(kAddResidualLuma8x8, AddBlocks),
+                    RegisterTiers(kAddResidualChroma, AddBlocks),   RegisterTiers(kInverseLumaDc, InverseDc),
+                    RegisterTiers(kInverseChromaDc420, InverseDc),  RegisterTiers(kForwardQuant16x16, Forward),
+                    RegisterTiers(kForwardQuant4x4, Forward),       RegisterTiers(kForwardQuantAc16x16, ForwardAc),
+                    RegisterTiers(kForwardQuantAc8x8, ForwardAc),   RegisterTiers(kForwardLumaDc, ForwardDc),
+                    RegisterTiers(kForwardChromaDc420, ForwardDc),  RegisterTiers(kDequantBlocks, Dequant)};
 
 } // namespace

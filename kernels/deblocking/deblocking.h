@@ -31,19 +31,21 @@ using FilterChromaEdgesSig = void(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
 FilterChromaEdgesSig FilterChromaVertical_px, FilterChromaVertical_w7, FilterChromaVertical_v8;
 FilterChromaEdgesSig FilterChromaHorizontal_px, FilterChromaHorizontal_w7, FilterChromaHorizontal_v8;
 
-// The same for 4:2:2, planes of 8x16, plain C++ alone. Chroma is as high as luma there: each strength of vertical edges
+// The same for 4:2:2, planes of 8x16. Chroma is as high as luma there: each strength of vertical edges
 // 0 and 2 serves four samples, and horizontally all four luma edges have one of chroma in the same row: 0, 4, 8, 12.
-FilterChromaEdgesSig FilterChroma422Vertical_px, FilterChroma422Horizontal_px;
+FilterChromaEdgesSig FilterChroma422Vertical_px, FilterChroma422Vertical_w7, FilterChroma422Vertical_v8;
+FilterChromaEdgesSig FilterChroma422Horizontal_px, FilterChroma422Horizontal_w7, FilterChroma422Horizontal_v8;
 
-// ---- Samples of 2 bytes, plain C++ alone -------------------------------------------------------------------
+// ---- Samples of 2 bytes ------------------------------------------------------------------------------------
 //
 // The same for samples that hold Depth bits, 8..14. Thresholds come as the tables have them, for 8 bits, and are scaled
 // by 2^(Depth - 8) (8.7.2.2, 8.7.2.3). Height is that of a chroma macroblock: 8 for 4:2:0, 16 for 4:2:2.
-void FilterLumaVerticalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
-void FilterLumaHorizontalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
-void FilterChromaVerticalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
-                                 const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
-void FilterChromaHorizontalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
-                                   const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
+using FilterEdgesDeepSig = void(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
+FilterEdgesDeepSig FilterLumaVerticalDeep_px, FilterLumaVerticalDeep_w7;
+FilterEdgesDeepSig FilterLumaHorizontalDeep_px, FilterLumaHorizontalDeep_w7;
+using FilterChromaEdgesDeepSig = void(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                                      const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
+FilterChromaEdgesDeepSig FilterChromaVerticalDeep_px, FilterChromaVerticalDeep_w7;
+FilterChromaEdgesDeepSig FilterChromaHorizontalDeep_px, FilterChromaHorizontalDeep_w7;
 
 } // namespace kernels

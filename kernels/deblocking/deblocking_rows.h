@@ -17,5 +17,19 @@ inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChromaVertical{
 inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChromaHorizontal{
     "FilterChromaHorizontal",
     {FilterChromaHorizontal_px, nullptr, FilterChromaHorizontal_w7, nullptr, FilterChromaHorizontal_v8}};
+inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChroma422Vertical{
+    "FilterChroma422Vertical",
+    {FilterChroma422Vertical_px, nullptr, FilterChroma422Vertical_w7, nullptr, FilterChroma422Vertical_v8}};
+inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChroma422Horizontal{
+    "FilterChroma422Horizontal",
+    {FilterChroma422Horizontal_px, nullptr, FilterChroma422Horizontal_w7, nullptr, FilterChroma422Horizontal_v8}};
+inline constexpr KernelRow<FilterEdgesDeepSig> kFilterLumaVerticalDeep{
+    "FilterLumaVerticalDeep", {FilterLumaVerticalDeep_px, nullptr, FilterLumaVerticalDeep_w7}};
+inline constexpr KernelRow<FilterEdgesDeepSig> kFilterLumaHorizontalDeep{
+    "FilterLumaHorizontalDeep", {FilterLumaHorizontalDeep_px, nullptr, FilterLumaHorizontalDeep_w7}};
+inline constexpr KernelRow<FilterChromaEdgesDeepSig> kFilterChromaVerticalDeep{
+    "FilterChromaVerticalDeep", {FilterChromaVerticalDeep_px, nullptr, FilterChromaVerticalDeep_w7}};
+inline constexpr KernelRow<FilterChromaEdgesDeepSig> kFilterChromaHorizontalDeep{
+    "FilterChromaHorizontalDeep", {FilterChromaHorizontalDeep_px, nullptr, FilterChromaHorizontalDeep_w7}};
 
 } // namespace kernels

@@ -86,4 +86,16 @@ void FilterChromaHorizontal_w7(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Ste
     FilterChroma<HorizontalChroma>(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
 }
 
+void FilterChroma422Vertical_w7(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
+                                const EdgeParams* pParamsV)
+{
+    FilterChroma422Vertical(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
+}
+
+void FilterChroma422Horizontal_w7(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, const EdgeParams* pParamsU,
+                                  const EdgeParams* pParamsV)
+{
+    FilterChroma422Horizontal(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
+}
+
 } // namespace kernels

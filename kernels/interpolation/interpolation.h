@@ -56,20 +56,26 @@ using CopyBlockSig = void(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst,
 CopyBlockSig CopyBlock16_px, CopyBlock8_px;
 CopyBlockSig CopyBlock16_w7, CopyBlock8_w7;
 
-// ---- Samples of 2 bytes, plain C++ alone -------------------------------------------------------------------
+// ---- Samples of 2 bytes ------------------------------------------------------------------------------------
 //
 // The same for samples that hold Depth bits, 8..14, with the width of the block as an argument: 16, 8, 4 or 2. Steps
 // still count bytes. An Offset is in the samples' own unit: that of the slice header times 2^(Depth - 8) (8.4.2.3).
-void InterpolateLumaDeep_px(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int FracX,
-                            int FracY, int Width, int Height, int Depth);
-void InterpolateChromaDeep_px(const uint16_t* pSrcU, const uint16_t* pSrcV, ptrdiff_t SrcStep, uint16_t* pDstU,
-                              uint16_t* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Width, int Height);
-void AverageBlockDeep_px(const uint16_t* pA, ptrdiff_t StepA, uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height);
-void WeightBlockDeep_px(uint16_t* pDst, ptrdiff_t Step, int Width, int Height, int LogDenom, int Weight, int Offset,
-                        int Depth);
-void BiWeightBlockDeep_px(const uint16_t* pA, ptrdiff_t StepA, uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height,
-                          int LogDenom, int Weight0, int Weight1, int Offset, int Depth);
+using InterpolateLumaDeepSig = void(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep,
+                                    int FracX, int FracY, int Width, int Height, int Depth);
+InterpolateLumaDeepSig InterpolateLumaDeep_px, InterpolateLumaDeep_w7;
+using InterpolateChromaDeepSig = void(const uint16_t* pSrcU, const uint16_t* pSrcV, ptrdiff_t SrcStep, uint16_t* pDstU,
+                                      uint16_t* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Width, int Height);
+InterpolateChromaDeepSig InterpolateChromaDeep_px, InterpolateChromaDeep_w7;
+using AverageBlockDeepSig = void(const uint16_t* pA, ptrdiff_t StepA, uint16_t* pDst, ptrdiff_t DstStep, int Width,
+                                 int Height);
+AverageBlockDeepSig AverageBlockDeep_px, AverageBlockDeep_w7;
+using WeightBlockDeepSig = void(uint16_t* pDst, ptrdiff_t Step, int Width, int Height, int LogDenom, int Weight,
+                                int Offset, int Depth);
+WeightBlockDeepSig WeightBlockDeep_px, WeightBlockDeep_w7;
+using BiWeightBlockDeepSig = void(const uint16_t* pA, ptrdiff_t StepA, uint16_t* pDst, ptrdiff_t DstStep, int Width,
+                                  int Height, int LogDenom, int Weight0, int Weight1, int Offset, int Depth);
+BiWeightBlockDeepSig BiWeightBlockDeep_px, BiWeightBlockDeep_w7;
 void CopyClampedDeep_px(const uint16_t* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
-                        uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height);
+                        uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height); // plain C++ alone
 
 } // namespace kernels

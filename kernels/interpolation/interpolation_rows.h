@@ -45,6 +45,17 @@ inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped",
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px, nullptr, CopyBlock16_w7}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock8{"CopyBlock8", {CopyBlock8_px, nullptr, CopyBlock8_w7}};
 
+inline constexpr KernelRow<InterpolateLumaDeepSig> kInterpolateLumaDeep{
+    "InterpolateLumaDeep", {InterpolateLumaDeep_px, nullptr, InterpolateLumaDeep_w7}};
+inline constexpr KernelRow<InterpolateChromaDeepSig> kInterpolateChromaDeep{
+    "InterpolateChromaDeep", {InterpolateChromaDeep_px, nullptr, InterpolateChromaDeep_w7}};
+inline constexpr KernelRow<AverageBlockDeepSig> kAverageBlockDeep{"AverageBlockDeep",
+                                                                  {AverageBlockDeep_px, nullptr, AverageBlockDeep_w7}};
+inline constexpr KernelRow<WeightBlockDeepSig> kWeightBlockDeep{"WeightBlockDeep",
+                                                                {WeightBlockDeep_px, nullptr, WeightBlockDeep_w7}};
+inline constexpr KernelRow<BiWeightBlockDeepSig> kBiWeightBlockDeep{
+    "BiWeightBlockDeep", {BiWeightBlockDeep_px, nullptr, BiWeightBlockDeep_w7}};
+
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{
     "HalfPlaneRight", {HalfPlaneRight_px, nullptr, HalfPlaneRight_w7, nullptr, HalfPlaneRight_v8}};
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneDown{"HalfPlaneDown", {HalfPlaneDown_px, nullptr, HalfPlaneDown_w7}};

@@ -18,9 +18,10 @@ using AddResidualSig = void(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step);
 AddResidualSig AddResidual4x4_px, AddResidual8x8_px;
 AddResidualSig AddResidual4x4_w7, AddResidual8x8_w7;
 
-// The same for samples of 2 bytes that hold Depth bits, 8..14, plain C++ alone. Step counts bytes.
-void AddResidual4x4Deep_px(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth);
-void AddResidual8x8Deep_px(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth);
+// The same for samples of 2 bytes that hold Depth bits, 8..14. Step counts bytes.
+using AddResidualDeepSig = void(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth);
+AddResidualDeepSig AddResidual4x4Deep_px, AddResidual8x8Deep_px;
+AddResidualDeepSig AddResidual4x4Deep_w7, AddResidual8x8Deep_w7;
 
 // The same for all 4x4 blocks of a 16x16 luma macroblock whose bit (luma4x4BlkIdx) is set in Bits; other blocks are
 // not touched and must be 0 already. pCoeffs holds 256 values.

@@ -10,6 +10,10 @@ inline constexpr KernelRow<AddResidualSig> kAddResidual4x4{"AddResidual4x4",
                                                            {AddResidual4x4_px, nullptr, AddResidual4x4_w7}};
 inline constexpr KernelRow<AddResidualSig> kAddResidual8x8{"AddResidual8x8",
                                                            {AddResidual8x8_px, nullptr, AddResidual8x8_w7}};
+inline constexpr KernelRow<AddResidualDeepSig> kAddResidual4x4Deep{
+    "AddResidual4x4Deep", {AddResidual4x4Deep_px, nullptr, AddResidual4x4Deep_w7}};
+inline constexpr KernelRow<AddResidualDeepSig> kAddResidual8x8Deep{
+    "AddResidual8x8Deep", {AddResidual8x8Deep_px, nullptr, AddResidual8x8Deep_w7}};
 inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma4x4{
     "AddResidualLuma4x4", {AddResidualLuma4x4_px, nullptr, AddResidualLuma4x4_w7}};
 inline constexpr KernelRow<AddResidualLumaSig> kAddResidualLuma8x8{

@@ -1,5 +1,6 @@
-// The deblocking kernels of plain C++ alone, for samples of 2 bytes and for 4:2:2: as the 8-bit kernels have it where
+// The deblocking kernels for samples of 2 bytes and for 4:2:2: as the 8-bit kernels have it where
 // they hold 8 bits, and as the standard writes it down.
+#include "kernels/deblocking/deblocking_rows.h"
 #include "tests/kernels/deblocking_inputs.h"
 #include "tests/support/deblocking_reference.h"
 
@@ -163,5 +164,65 @@ TEST(FilterChromaDeep, IsAsTheStandardHasIt)
                         u.Macroblock(), v.Macroblock(), u.Step(), Height, &ParamsU, &ParamsV, Depth);
                 });
 }
+
+// ---- Variants ----------------------------------------------------------------------------------------------
+
+constexpr int kVariantDepths[]{8, 9, 10, 12, 13, 14};
+
+void CheckLuma(FilterEdgesDeepSig* pFn, FilterEdgesDeepSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : kVariantDepths)
+        for (int Round = 0; Round < kRounds; ++Round)
+            for (const Strengths How : kStrengths) {
+                const EdgeParams Params = RandomParams(Rng, How);
+                auto Got = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 16, 16), Depth), Want = Got;
+                pReference(Want.Macroblock(), Want.Step(), &Params, Depth);
+                pFn(Got.Macroblock(), Got.Step(), &Params, Depth);
+                ASSERT_EQ(Got.Samples, Want.Samples) << Depth << " bits, round " << Round;
+            }
+}
+KERNEL_TEST(FilterLumaVerticalDeep, CheckLuma);
+KERNEL_TEST(FilterLumaHorizontalDeep, CheckLuma);
+
+// Run(function, u, v, ParamsU, ParamsV) filters with either function.
+template <class Sample, class Sig, class F>
+void CheckChromaVariant(Sig* pFn, Sig* pReference, int Height, int Depth, const F& Run)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < kRounds; ++Round)
+        for (const Strengths How : kStrengths) {
+            const EdgeParams u = RandomParams(Rng, How), Other = RandomParams(Rng, How), v = Round & 1 ? u : Other;
+            auto GotU = OfDepth<Sample>(Rng, Narrow(Rng, Round, 8, Height), Depth), WantU = GotU;
+            auto GotV = OfDepth<Sample>(Rng, Narrow(Rng, Round + 1, 8, Height), Depth), WantV = GotV;
+            Run(pReference, WantU, WantV, u, v);
+            Run(pFn, GotU, GotV, u, v);
+            ASSERT_EQ(GotU.Samples, WantU.Samples) << Depth << " bits, round " << Round;
+            ASSERT_EQ(GotV.Samples, WantV.Samples) << Depth << " bits, round " << Round;
+        }
+}
+
+void CheckChroma422(FilterChromaEdgesSig* pFn, FilterChromaEdgesSig* pReference)
+{
+    CheckChromaVariant<uint8_t>(pFn, pReference, 16, 8, [](auto* p, auto& u, auto& v, auto& ParamsU, auto& ParamsV) {
+        p(u.Macroblock(), v.Macroblock(), u.Step(), &ParamsU, &ParamsV);
+    });
+}
+KERNEL_TEST(FilterChroma422Vertical, CheckChroma422);
+KERNEL_TEST(FilterChroma422Horizontal, CheckChroma422);
+
+void CheckChromaDeep(FilterChromaEdgesDeepSig* pFn, FilterChromaEdgesDeepSig* pReference)
+{
+    for (const int Depth : kVariantDepths)
+        for (const int Height : {8, 16})
+            CheckChromaVariant<uint16_t>(
+                pFn, pReference, Height, Depth, [&](auto* p, auto& u, auto& v, auto& ParamsU, auto& ParamsV) {
+                    p(u.Macroblock(), v.Macroblock(), u.Step(), Height, &ParamsU, &ParamsV, Depth);
+                });
+}
+KERNEL_TEST(FilterChromaVerticalDeep, CheckChromaDeep);
+KERNEL_TEST(FilterChromaHorizontalDeep, CheckChromaDeep);
 
 } // namespace

@@ -1,8 +1,10 @@
 // Inter prediction of samples of 2 bytes: as the 8-bit kernels have it where they hold 8 bits, and as the standard
 // writes it down above.
-#include "kernels/interpolation/interpolation.h"
+#include "kernels/interpolation/interpolation_rows.h"
 #include "tests/support/inter_reference.h"
 #include "tests/support/kernel_testing.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -11,6 +13,7 @@ using namespace kernel_testing;
 
 constexpr int kHeights[]{2, 4, 8, 16};
 constexpr int kDeepDepths[]{10, 14};
+constexpr int kAllDepths[]{8, 9, 10, 12, 14};
 
 // Samples in a buffer that ends with the last of them.
 struct DeepBlock {
@@ -314,5 +317,106 @@ TEST(BiWeightBlockDeep, IsAsTheStandardHasIt)
                                 << Depth << " bits, " << LogDenom << ", weights " << w[0] << ", " << w[1];
                 }
 }
+
+// ---- Variants ----------------------------------------------------------------------------------------------
+
+// Two targets of the same samples, each with a guard behind its rows.
+struct TwoTargets {
+    DeepBlock Want, Got;
+    TwoTargets(TestRandom& Rng, Fill How, int Width, int Height, int Depth)
+        : Want(DeepBlock::Random(Rng, How, Width + 3, Height, Width + 3, Depth)), Got(Want)
+    {
+    }
+    void ExpectEqual() const { ASSERT_EQ(Got.Samples, Want.Samples); }
+};
+
+// The source holds what the offset lets the kernel read.
+void CheckLuma(InterpolateLumaDeepSig* pFn, InterpolateLumaDeepSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : kAllDepths)
+        for (const Fill How : kDeepFills)
+            for (const int Width : {16, 8, 4})
+                for (const int Height : {2, 4, 16})
+                    for (int Frac = 0; Frac < 16; ++Frac) {
+                        const int x = Frac & 3, y = Frac >> 2, Left = x ? 2 : 0, Above = y ? 2 : 0;
+                        const DeepBlock Source =
+                            DeepBlock::Random(Rng, How, Width + (x ? 5 : 0), Height + (y ? 5 : 0), Width + 7, Depth);
+                        TwoTargets t(Rng, Fill::Random, Width, Height, Depth);
+                        pReference(Source.At(Left, Above), Source.Step(), t.Want.At(0, 0), t.Want.Step(), x, y, Width,
+                                   Height, Depth);
+                        pFn(Source.At(Left, Above), Source.Step(), t.Got.At(0, 0), t.Got.Step(), x, y, Width, Height,
+                            Depth);
+                        ASSERT_NO_FATAL_FAILURE(t.ExpectEqual())
+                            << Width << " x " << Height << ", offset " << x << ", " << y << ", " << Depth << " bits";
+                    }
+}
+KERNEL_TEST(InterpolateLumaDeep, CheckLuma);
+
+void CheckChroma(InterpolateChromaDeepSig* pFn, InterpolateChromaDeepSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : kDeepDepths)
+        for (const Fill How : kDeepFills)
+            for (const int Width : {8, 4, 2})
+                for (const int Height : kHeights)
+                    for (int Frac = 0; Frac < 64; ++Frac) {
+                        const int x = Frac & 7, y = Frac >> 3, w = Width + (x ? 1 : 0), h = Height + (y ? 1 : 0);
+                        const DeepBlock u = DeepBlock::Random(Rng, How, w, h, 11, Depth);
+                        const DeepBlock v = DeepBlock::Random(Rng, How, w, h, 11, Depth);
+                        TwoTargets tu(Rng, How, Width, Height, Depth), tv(Rng, How, Width, Height, Depth);
+                        pReference(u.At(0, 0), v.At(0, 0), u.Step(), tu.Want.At(0, 0), tv.Want.At(0, 0), tu.Want.Step(),
+                                   x, y, Width, Height);
+                        pFn(u.At(0, 0), v.At(0, 0), u.Step(), tu.Got.At(0, 0), tv.Got.At(0, 0), tu.Got.Step(), x, y,
+                            Width, Height);
+                        ASSERT_NO_FATAL_FAILURE(tu.ExpectEqual()) << Width << ": offset " << x << ", " << y;
+                        ASSERT_NO_FATAL_FAILURE(tv.ExpectEqual()) << Width << ": offset " << x << ", " << y;
+                    }
+}
+KERNEL_TEST(InterpolateChromaDeep, CheckChroma);
+
+// Run(function, samples of list 0, target, width, depth, round) calls either function with the same arguments.
+template <class Sig, class F>
+void CheckJoining(Sig* pFn, Sig* pReference, const F& Run)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : kAllDepths)
+        for (const Fill How : kDeepFills)
+            for (const int Width : {16, 8, 4, 2})
+                for (int Round = 0; Round < 40; ++Round) {
+                    const DeepBlock a = DeepBlock::Random(Rng, How, Width, 8, 19, Depth);
+                    TwoTargets t(Rng, Fill::Random, Width, 8, Depth);
+                    const int Arguments[4]{Rng.Range(0, 7), Rng.Range(-128, 127), Rng.Range(-128, 127),
+                                           Rng.Range(-128, 127) * (1 << (Depth - 8))};
+                    Run(pReference, a, t.Want, Width, Depth, Arguments);
+                    Run(pFn, a, t.Got, Width, Depth, Arguments);
+                    ASSERT_NO_FATAL_FAILURE(t.ExpectEqual()) << Width << " columns, " << Depth << " bits";
+                }
+}
+KERNEL_TEST(AverageBlockDeep, [](AverageBlockDeepSig* pFn, AverageBlockDeepSig* pReference) {
+    CheckJoining(pFn, pReference,
+                 [](AverageBlockDeepSig* p, const DeepBlock& a, DeepBlock& t, int Width, int, const int*) {
+                     p(a.At(0, 0), a.Step(), t.At(0, 0), t.Step(), Width, 8);
+                 });
+});
+KERNEL_TEST(WeightBlockDeep, [](WeightBlockDeepSig* pFn, WeightBlockDeepSig* pReference) {
+    CheckJoining(
+        pFn, pReference,
+        [](WeightBlockDeepSig* p, const DeepBlock&, DeepBlock& t, int Width, int Depth, const int* pArguments) {
+            p(t.At(0, 0), t.Step(), Width, 8, pArguments[0], pArguments[1], pArguments[3], Depth);
+        });
+});
+KERNEL_TEST(BiWeightBlockDeep, [](BiWeightBlockDeepSig* pFn, BiWeightBlockDeepSig* pReference) {
+    CheckJoining(
+        pFn, pReference,
+        [](BiWeightBlockDeepSig* p, const DeepBlock& a, DeepBlock& t, int Width, int Depth, const int* pArguments) {
+            const int Second = std::clamp(pArguments[2], -128 - pArguments[1], 127 - pArguments[1]);
+            p(a.At(0, 0), a.Step(), t.At(0, 0), t.Step(), Width, 8, pArguments[0], pArguments[1], Second, pArguments[3],
+              Depth);
+        });
+});
 
 } // namespace

@@ -66,6 +66,31 @@ void CheckAddResidual(AddResidualSig* pFn, AddResidualSig* pReference)
 KERNEL_TEST(AddResidual4x4, CheckAddResidual<4>);
 KERNEL_TEST(AddResidual8x8, CheckAddResidual<8>);
 
+// Of 32-bit coefficients: what deep samples give and, in damaged streams, all that there is.
+template <int Size>
+void CheckAddResidualDeep(AddResidualDeepSig* pFn, AddResidualDeepSig* pReference)
+{
+    constexpr ptrdiff_t kPitch = Size + 3; // samples
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : {8, 9, 10, 12, 14})
+        for (int Round = 0; Round < 60; ++Round) {
+            alignas(16) std::array<int32_t, Size * Size> Want{};
+            const int Most = Round % 4 == 3 ? INT32_MAX : 1 << (Depth + 6 + Round % 4);
+            for (int32_t& c : Want) c = Rng.Range(0, 2) ? Rng.Range(-Most, Most) : 0;
+            alignas(16) auto Got = Want;
+            std::vector<uint16_t> WantDst(Size * kPitch);
+            for (uint16_t& s : WantDst) s = static_cast<uint16_t>(Rng.Range(0, (1 << Depth) - 1));
+            auto GotDst = WantDst;
+            pReference(Want.data(), WantDst.data() + 1, kPitch * 2, Depth);
+            pFn(Got.data(), GotDst.data() + 1, kPitch * 2, Depth);
+            ASSERT_EQ(GotDst, WantDst) << Depth << " bits, round " << Round;
+            ASSERT_EQ(Got, Want) << "the coefficients are not 0";
+        }
+}
+KERNEL_TEST(AddResidual4x4Deep, CheckAddResidualDeep<4>);
+KERNEL_TEST(AddResidual8x8Deep, CheckAddResidualDeep<8>);
+
 // BlockSize values a block, the bits of the blocks BitStep apart.
 template <int Size, size_t BlockSize, int BitStep>
 void CheckAddResidualBlocks(AddResidualLumaSig* pFn, AddResidualLumaSig* pReference)
