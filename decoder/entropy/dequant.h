@@ -11,6 +11,17 @@ struct Dequant {
     uint32_t Per;
 };
 
+// What leaves levels as they are, by raster place of a block of 4x4 or 8x8.
+struct LevelsAsTheyAre {
+    int16_t Of4x4[16], Of8x8[64];
+};
+inline constexpr LevelsAsTheyAre kLevelsAsTheyAre = [] {
+    LevelsAsTheyAre Scale{};
+    for (int16_t& s : Scale.Of4x4) s = 16;
+    for (int16_t& s : Scale.Of8x8) s = 64;
+    return Scale;
+}();
+
 // (level * scale * 2^Per) / 16 with rounding: for QP below 24 this is the standard's rounded right shift, from 24 on
 // the rounding term drops out. Damaged levels wrap.
 template <class Coeffs>

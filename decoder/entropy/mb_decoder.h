@@ -16,7 +16,9 @@
 
 namespace UMC {
 
-template <class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field, bool is_high_profile>
+// may_bypass: of sequences whose macroblocks of QP'Y 0 bypass the transform.
+template <class Coeffs, class PlaneY, class PlaneUV, int color_format, bool is_field, bool is_high_profile,
+          bool may_bypass = false>
 class MBDecoder : protected ResidualDecoderCABAC<Coeffs, color_format, is_field>,
                   protected ResidualDecoderCAVLC<Coeffs, color_format, is_field>,
                   protected ResidualDecoderPCM<PlaneY, PlaneUV, color_format>
@@ -210,9 +212,16 @@ private:
         Residual<Syntax>::StoreCounts(c.Slice, c.Mb, c.Counts, (Pattern & 15) != 0, Pattern >> 4 == 2);
     }
 
+    static bool Bypasses(const SliceView& s, int QpLuma)
+    {
+        if constexpr (may_bypass) return s.BypassesTransform(QpLuma);
+        return false;
+    }
+
     // Scaling of luma blocks at the QP in use; of 8x8 blocks with Is8x8.
     static Dequant LumaScale(const SliceView& s, int QpLuma, bool Intra, bool Is8x8)
     {
+        if (Bypasses(s, QpLuma)) return {Is8x8 ? kLevelsAsTheyAre.Of8x8 : kLevelsAsTheyAre.Of4x4, 0};
         const auto Qp = static_cast<uint32_t>(QpLuma + 6 * (s.LumaDepth<PlaneY>() - 8));
         const H264LevelScale& Scale = s.pPictureSet->level_scale;
         return {Is8x8 ? Scale.Scale8x8[Intra ? 0 : 1][Qp % 6] : Scale.Scale4x4[Intra ? 0 : 3][Qp % 6], Qp / 6};
@@ -234,7 +243,10 @@ private:
         Mb.pLocal->CodedBlockBits = h264::SwapBlockOrder(Bits);
         if (HasDc) {
             DcFlag = 1u << 16;
-            Traits::InverseLumaDc(Levels, Scale.pScale[0], static_cast<int>(Scale.Per), pCoeffs);
+            if (Bypasses(s, e.QpLuma))
+                BypassTraits<PlaneY>::InverseLumaDc(Levels, 0, 0, pCoeffs);
+            else
+                Traits::InverseLumaDc(Levels, Scale.pScale[0], static_cast<int>(Scale.Per), pCoeffs);
             for (int i = 0; i < 16; ++i) Bits |= uint32_t{pCoeffs[i * 16] != 0} << i;
         }
         Mb.pLocal->CodedBlockBits |= DcFlag;
@@ -279,9 +291,15 @@ private:
             const uint32_t Qp = s.ChromaQp[Plane].ByQp[e.QpLuma + kQpBias];
             const auto& LevelScale = s.pPictureSet->level_scale.Scale4x4[List + Plane];
             Scale[Plane] = {LevelScale[Qp % 6], Qp / 6};
+            if (Bypasses(s, e.QpLuma)) Scale[Plane] = {kLevelsAsTheyAre.Of4x4, 0};
             alignas(16) Coeffs Levels[8] = {};
             if (!Residual<Syntax>::ChromaDc(e, Mb, Plane, Levels)) continue;
             Local.CodedBlockBitsChroma[Plane] = 1;
+            if (Bypasses(s, e.QpLuma)) {
+                BypassTraits<PlaneY>::template InverseChromaDc<color_format>(Levels, 0, 0,
+                                                                             pCoeffs + Plane * kChromaCoeffs);
+                continue;
+            }
             const uint32_t DcQp = Qp + (color_format == h264::CHROMA_422 ? 3 : 0); // clause 8.5.11.2
             Traits::template InverseChromaDc<color_format>(Levels, LevelScale[DcQp % 6][0], static_cast<int>(DcQp / 6),
                                                            pCoeffs + Plane * kChromaCoeffs);

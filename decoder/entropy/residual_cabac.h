@@ -149,7 +149,7 @@ protected:
 
     private:
         static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
-        static bool DecideFlag(EntropyState& e, h264::BlockCat Cat, uint32_t Inc)
+        [[gnu::always_inline]] static bool DecideFlag(EntropyState& e, h264::BlockCat Cat, uint32_t Inc)
         {
             return e.Cabac.m_Engine.Decide(e.Cabac.m_Contexts[h264::kBlockCatContexts[Cat].CodedBlockFlag + Inc]);
         }

@@ -21,24 +21,30 @@ const H264DecoderFrame* FindSource(const H264Slice& Slice, const H264DBPList* pD
     return pSource && pSource->m_Format == Frame.m_Format ? pSource : nullptr;
 }
 
+// The bytes From to To - 1 of a plane.
+template <class Sample>
 void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrdiff_t To)
 {
     if (pReference)
         std::memcpy(pPlane + From, pReference + From, static_cast<size_t>(To - From));
     else
-        std::memset(pPlane + From, 128, static_cast<size_t>(To - From));
+        std::fill(reinterpret_cast<Sample*>(pPlane + From), reinterpret_cast<Sample*>(pPlane + To),
+                  Sample{kGreySample});
 }
 
+using Restorer = void (*)(uint8_t*, const uint8_t*, ptrdiff_t, ptrdiff_t);
+
 // The lines of a field within a range of memory, which takes in the other field's: those stay as they are. So do the
-// macroblocks in front of the first one, which were decoded. Height of a macroblock, Width of the plane.
-void CopyOrFillField(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t Pitch, int Width, int Height, ptrdiff_t From,
-                     ptrdiff_t To)
+// macroblocks in front of the first one, which were decoded. Height of a macroblock in lines, Width of the plane in
+// bytes.
+void CopyOrFillField(Restorer Restore, uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t Pitch, int Width,
+                     int Height, ptrdiff_t From, ptrdiff_t To)
 {
     const ptrdiff_t FirstLine = From / Pitch, Left = From % Pitch;
     for (ptrdiff_t y = FirstLine; y * Pitch < To; ++y) {
         const ptrdiff_t Begin = y * Pitch + (y < FirstLine + Height ? Left : 0);
         const ptrdiff_t End = std::min(y * Pitch + Width, To);
-        if (Begin < End) CopyOrFill(pPlane, pReference, Begin, End);
+        if (Begin < End) Restore(pPlane, pReference, Begin, End);
     }
 }
 
@@ -66,20 +72,21 @@ void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, cons
 void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
 {
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];
+    const Restorer Restore = Picture.SampleBytes == 1 ? CopyOrFill<uint8_t> : CopyOrFill<uint16_t>;
     for (int i = 0; i < (Chroma.Blocks ? 3 : 1); ++i) {
         const ptrdiff_t Pitch = i == 0 ? Picture.PitchLuma : Picture.PitchChroma;
         const int Width = i == 0 ? 16 : Chroma.MbWidth, Height = i == 0 ? 16 : Chroma.MbHeight;
         const auto Offset = [&](int32_t Mb) {
             const MbPlace Place = PlaceOf<false>(Mb, Picture.MbWidth);
-            return Place.Y * Height * Pitch + Place.X * Width;
+            return Place.Y * Height * Pitch + Place.X * Width * Picture.SampleBytes;
         };
         const uint8_t* const pFrom = pReference ? pReference->pPlane[i] : nullptr;
         const ptrdiff_t From = Offset(Start), To = Offset(End);
         if (Picture.IsField)
-            CopyOrFillField(Picture.pPlane[i], pFrom, Pitch, Picture.MbWidth * Width, Height, From,
-                            Picture.IsBottom ? From + (To - From) / 2 : To);
+            CopyOrFillField(Restore, Picture.pPlane[i], pFrom, Pitch, Picture.MbWidth * Width * Picture.SampleBytes,
+                            Height, From, Picture.IsBottom ? From + (To - From) / 2 : To);
         else
-            CopyOrFill(Picture.pPlane[i], pFrom, From, To);
+            Restore(Picture.pPlane[i], pFrom, From, To);
     }
 }
 

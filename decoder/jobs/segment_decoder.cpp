@@ -147,11 +147,11 @@ void H264SegmentDecoderMultiThreaded::ProcessRows(int32_t FirstMb, int32_t End, 
     if (Deblock) DeblockSegment(Deblocked, m_Cursor.CurrentMb - Deblocked);
 }
 
-template <int color_format>
+template <class Sample, int color_format>
 void H264SegmentDecoderMultiThreaded::DeblockRun(int32_t FirstMb, int32_t Count) const
 {
     const PictureView& Picture = m_Cursor.Slice.Picture;
-    const H264Deblocker<uint8_t, color_format> Deblocker(Picture, *m_pSlice);
+    const H264Deblocker<Sample, color_format> Deblocker(Picture, *m_pSlice);
     const auto SliceId = static_cast<uint16_t>(m_pSlice->m_SliceNumber);
     MbPlace Place = PlaceOf<false>(FirstMb, Picture.MbWidth);
     for (int32_t Mb = FirstMb; Mb < FirstMb + Count; ++Mb) {
@@ -162,12 +162,12 @@ void H264SegmentDecoderMultiThreaded::DeblockRun(int32_t FirstMb, int32_t Count)
 }
 
 // A picture with slice groups: neighbouring macroblocks belong to different slices.
-template <int color_format>
+template <class Sample, int color_format>
 void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t End) const
 {
     const PictureView& Picture = m_Cursor.Slice.Picture;
     const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.pGlobal;
-    using Deblocker = H264Deblocker<uint8_t, color_format>;
+    using Deblocker = H264Deblocker<Sample, color_format>;
     std::vector<std::unique_ptr<Deblocker>> BySlice;
     for (const H264Slice* const pSlice : m_pPictureAu->m_Slices) {
         const auto Number = static_cast<size_t>(pSlice->m_SliceNumber);
@@ -186,10 +186,12 @@ void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t En
 Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t Count)
 {
     if (m_pSlice->m_Header.disable_deblocking_filter_idc == 1) return StatusOk;
-    if (m_Cursor.Slice.Picture.ChromaFormat == h264::CHROMA_400)
-        DeblockRun<h264::CHROMA_400>(FirstMb, Count);
-    else
-        DeblockRun<h264::CHROMA_420>(FirstMb, Count);
+    using Self = H264SegmentDecoderMultiThreaded;
+    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t)
+        const = {{&Self::DeblockRun<uint8_t, 0>, &Self::DeblockRun<uint8_t, 1>, &Self::DeblockRun<uint8_t, 2>},
+                 {&Self::DeblockRun<uint16_t, 0>, &Self::DeblockRun<uint16_t, 1>, &Self::DeblockRun<uint16_t, 2>}};
+    const PictureView& Picture = m_Cursor.Slice.Picture;
+    (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, Count);
     return StatusOk;
 }
 
@@ -197,10 +199,12 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegmentTask(int32_t FirstMb, int3
 {
     const int32_t End = std::min(FirstMb + Count, m_Cursor.Slice.Picture.MbCount());
     if (m_pSlice) return DeblockSegment(FirstMb, End - FirstMb);
-    if (m_Cursor.Slice.Picture.ChromaFormat == h264::CHROMA_400)
-        DeblockPicture<h264::CHROMA_400>(FirstMb, End);
-    else
-        DeblockPicture<h264::CHROMA_420>(FirstMb, End);
+    using Self = H264SegmentDecoderMultiThreaded;
+    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
+        {&Self::DeblockPicture<uint8_t, 0>, &Self::DeblockPicture<uint8_t, 1>, &Self::DeblockPicture<uint8_t, 2>},
+        {&Self::DeblockPicture<uint16_t, 0>, &Self::DeblockPicture<uint16_t, 1>, &Self::DeblockPicture<uint16_t, 2>}};
+    const PictureView& Picture = m_Cursor.Slice.Picture;
+    (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, End);
     return StatusOk;
 }
 

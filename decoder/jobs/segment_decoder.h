@@ -60,9 +60,9 @@ private:
     void TryRestore(int32_t Start, const H264Slice* pSlice);
     Status DecodeRun(int32_t FirstMb, int32_t Count);
     void ProcessRows(int32_t FirstMb, int32_t End, bool Deblock);
-    template <int color_format>
+    template <class Sample, int color_format>
     void DeblockRun(int32_t FirstMb, int32_t Count) const;
-    template <int color_format>
+    template <class Sample, int color_format>
     void DeblockPicture(int32_t FirstMb, int32_t End) const;
 
     const H264DecoderFrameInfo* m_pPictureAu = nullptr; // of a task for a whole picture

@@ -3,6 +3,7 @@
 #include "decoder/entropy/mb_decoder.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 
+#include <algorithm>
 #include <array>
 
 namespace UMC {
@@ -71,30 +72,49 @@ private:
     }
 };
 
-template <int color_format, bool is_field, bool is_high_profile>
-using Member8 = SegmentDecoderHP<MBDecoder<int16_t, uint8_t, uint8_t, color_format, is_field, is_high_profile>,
-                                 MBReconstructor<uint8_t, color_format, is_high_profile>, int16_t, uint8_t, uint8_t,
-                                 color_format, is_field, is_high_profile>;
-
-template <int color_format, bool is_field, bool is_high_profile>
+template <class Sample, int color_format, bool is_field, bool is_high_profile, bool may_bypass = false>
 SegmentDecoderHPBase* Member()
 {
-    static Member8<color_format, is_field, is_high_profile> s_Member;
+    using Coeffs = typename CodecTraits<Sample>::Coeffs;
+    static SegmentDecoderHP<MBDecoder<Coeffs, Sample, Sample, color_format, is_field, is_high_profile, may_bypass>,
+                            MBReconstructor<Sample, color_format, is_high_profile, may_bypass>, Coeffs, Sample, Sample,
+                            color_format, is_field, is_high_profile>
+        s_Member;
     return &s_Member;
+}
+
+// Those of a high profile, by chroma format.
+template <class Sample, bool is_field, bool may_bypass>
+SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
+{
+    static const std::array<SegmentDecoderHPBase*, 3> s_Members{Member<Sample, 0, is_field, true, may_bypass>(),
+                                                                Member<Sample, 1, is_field, true, may_bypass>(),
+                                                                Member<Sample, 2, is_field, true, may_bypass>()};
+    return chroma_format_idc < s_Members.size() ? s_Members[chroma_format_idc] : nullptr;
+}
+
+constexpr int kLargestDepth = 14; // that the tables of QP go to
+
+template <bool is_field>
+SegmentDecoderHPBase* Find(const H264SeqParamSet& Sequence)
+{
+    const int Depth = std::max(Sequence.bit_depth_luma, Sequence.bit_depth_chroma);
+    if (Depth > kLargestDepth) return nullptr;
+    // The profiles that are not high have samples of 8 bits in 4:2:0 alone.
+    if (Sequence.profile_idc < 100) return Member<uint8_t, 1, is_field, false>();
+    if (Sequence.qpprime_y_zero_transform_bypass_flag)
+        return (Depth > 8 ? HighMember<uint16_t, is_field, true>
+                          : HighMember<uint8_t, is_field, true>)(Sequence.chroma_format_idc);
+    return (Depth > 8 ? HighMember<uint16_t, is_field, false>
+                      : HighMember<uint8_t, is_field, false>)(Sequence.chroma_format_idc);
 }
 
 } // namespace
 
 SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff)
 {
-    // By 2 * chroma format + high profile; samples of 8 bits. Profiles that are not high have 4:2:0 alone.
-    static const std::array<SegmentDecoderHPBase*, 8> s_Frame8{nullptr, Member<0, false, true>(),
-                                                               Member<1, false, false>(), Member<1, false, true>()};
-    static const std::array<SegmentDecoderHPBase*, 8> s_Field8{nullptr, Member<0, true, true>(),
-                                                               Member<1, true, false>(), Member<1, true, true>()};
-    if (Sequence.bit_depth_luma > 8 || Sequence.bit_depth_chroma > 8 || IsMbaff) return nullptr;
-    if (Sequence.chroma_format_idc > 3 || Sequence.qpprime_y_zero_transform_bypass_flag) return nullptr;
-    return (IsField ? s_Field8 : s_Frame8)[2u * Sequence.chroma_format_idc + (Sequence.profile_idc >= 100 ? 1 : 0)];
+    if (IsMbaff) return nullptr;
+    return IsField ? Find<true>(Sequence) : Find<false>(Sequence);
 }
 
 } // namespace UMC

@@ -56,5 +56,9 @@ private:
 // What the library decodes. Whoever wants another includes deblocking.inc, which has the definitions.
 extern template class H264Deblocker<uint8_t, h264::CHROMA_400>;
 extern template class H264Deblocker<uint8_t, h264::CHROMA_420>;
+extern template class H264Deblocker<uint8_t, h264::CHROMA_422>;
+extern template class H264Deblocker<uint16_t, h264::CHROMA_400>;
+extern template class H264Deblocker<uint16_t, h264::CHROMA_420>;
+extern template class H264Deblocker<uint16_t, h264::CHROMA_422>;
 
 } // namespace UMC

@@ -25,5 +25,6 @@ const H264DecoderRefPicList* StrengthFinder::ListsOf(int32_t Mb) const
 }
 
 template DeblockingStrength StrengthFinder::Find<false>(const Place&) const;
+template DeblockingStrength StrengthFinder::Find<true>(const Place&) const;
 
 } // namespace UMC

@@ -86,7 +86,7 @@ inline StrengthFinder::Place StrengthFinder::FindPlace(int32_t X, int32_t Y) con
     return {Mb, Around.Left, Around.Top};
 }
 
-// What the library decodes. Whoever wants the other includes deblocking_strength.inc, which has the definition.
 extern template DeblockingStrength StrengthFinder::Find<false>(const Place&) const;
+extern template DeblockingStrength StrengthFinder::Find<true>(const Place&) const;
 
 } // namespace UMC

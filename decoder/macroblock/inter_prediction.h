@@ -15,5 +15,9 @@ void PredictInter(const SliceView& Slice, const MbState& Mb, PredictionScratch& 
 // What the library decodes. Whoever wants another includes inter_prediction.inc, which has the definitions.
 extern template void PredictInter<uint8_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
 
 } // namespace UMC

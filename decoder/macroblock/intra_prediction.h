@@ -2,6 +2,7 @@
 // is not there throws h264_exception: only damaged data has one.
 #pragma once
 
+#include "decoder/picture/codec_traits.h"
 #include "decoder/slice/slice_cursor.h"
 
 #include <cstdint>
@@ -18,16 +19,28 @@ void PredictIntra16x16(const SliceView& Slice, const MbState& Mb);
 template <class Sample, int color_format>
 void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both planes of 4:2:0 or 4:2:2
 
-// Predict each block and add its residual before the next is predicted.
-template <class Sample>
+// Predict each block and add its residual, as Traits have it, before the next is predicted.
+template <class Sample, class Traits = CodecTraits<Sample>>
 void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
-template <class Sample>
+template <class Sample, class Traits = CodecTraits<Sample>>
 void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
 
 // What the library decodes. Whoever wants another includes intra_prediction.inc, which has the definitions.
 extern template void PredictIntra16x16<uint8_t>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint8_t, 1>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint8_t, 2>(const SliceView&, const MbState&);
 extern template void ReconstructIntra4x4<uint8_t>(const SliceView&, const MbState&, MbResidual&);
 extern template void ReconstructIntra8x8<uint8_t>(const SliceView&, const MbState&, MbResidual&);
+extern template void PredictIntra16x16<uint16_t>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint16_t, 1>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint16_t, 2>(const SliceView&, const MbState&);
+extern template void ReconstructIntra4x4<uint16_t>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra8x8<uint16_t>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra4x4<uint8_t, BypassTraits<uint8_t>>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra8x8<uint8_t, BypassTraits<uint8_t>>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra4x4<uint16_t, BypassTraits<uint16_t>>(const SliceView&, const MbState&,
+                                                                           MbResidual&);
+extern template void ReconstructIntra8x8<uint16_t, BypassTraits<uint16_t>>(const SliceView&, const MbState&,
+                                                                           MbResidual&);
 
 } // namespace UMC

@@ -12,7 +12,8 @@
 
 namespace UMC {
 
-template <class PlaneY, int color_format, bool is_high_profile>
+// may_bypass: of sequences whose macroblocks of QP'Y 0 bypass the transform.
+template <class PlaneY, int color_format, bool is_high_profile, bool may_bypass = false>
 class MBReconstructor
 {
 protected:
@@ -22,36 +23,44 @@ protected:
     {
         if (IsIntra(*Mb.pGlobal)) return ReconstructIntra(s, Mb, Coefficients);
         PredictInter<PlaneY, color_format>(s, Mb, Scratch);
-        AddLuma(s, Mb, Coefficients);
-        if constexpr (kHasChroma) AddChroma(s, Mb, Coefficients);
+        if constexpr (may_bypass)
+            if (s.BypassesTransform(Mb.pLocal->Qp)) return AddAll<BypassTraits<PlaneY>>(s, Mb, Coefficients);
+        AddAll<CodecTraits<PlaneY>>(s, Mb, Coefficients);
     }
 
     // Of an I slice, or an intra macroblock of another.
     static void ReconstructIntra(const SliceView& s, const MbState& Mb, MbResidual& Coefficients)
     {
+        if constexpr (may_bypass)
+            if (s.BypassesTransform(Mb.pLocal->Qp)) return IntraBy<BypassTraits<PlaneY>>(s, Mb, Coefficients);
+        IntraBy<CodecTraits<PlaneY>>(s, Mb, Coefficients);
+    }
+
+private:
+    using Coeffs = typename CodecTraits<PlaneY>::Coeffs;
+    static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
+    static constexpr bool kHasChroma = kChroma.Blocks > 0;
+
+    template <class Traits>
+    static void IntraBy(const SliceView& s, const MbState& Mb, MbResidual& Coefficients)
+    {
         switch (Mb.pGlobal->MbType) {
         case MBTYPE_PCM: return CopyPcm(s, Mb, Coefficients);
         case MBTYPE_INTRA16x16:
             PredictIntra16x16<PlaneY>(s, Mb);
-            AddLuma(s, Mb, Coefficients);
+            AddLuma<Traits>(s, Mb, Coefficients);
             break;
         default:
             if (is_high_profile && (Mb.pGlobal->MbFlags & MBFLAG_TRANSFORM8x8))
-                ReconstructIntra8x8<PlaneY>(s, Mb, Coefficients);
+                ReconstructIntra8x8<PlaneY, Traits>(s, Mb, Coefficients);
             else
-                ReconstructIntra4x4<PlaneY>(s, Mb, Coefficients);
+                ReconstructIntra4x4<PlaneY, Traits>(s, Mb, Coefficients);
         }
         if constexpr (kHasChroma) {
             PredictIntraChroma<PlaneY, color_format>(s, Mb);
-            AddChroma(s, Mb, Coefficients);
+            AddChroma<Traits>(s, Mb, Coefficients);
         }
     }
-
-private:
-    using Traits = CodecTraits<PlaneY>;
-    using Coeffs = typename Traits::Coeffs;
-    static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
-    static constexpr bool kHasChroma = kChroma.Blocks > 0;
 
     // Of the lower area of 8x8 samples too, where there is one.
     static PlaneY* ChromaOf(const PictureView& Picture, const MbState& Mb, int Plane, int Area = 0)
@@ -60,6 +69,14 @@ private:
                                 Mb.Y * kChroma.MbHeight + Area * 8);
     }
 
+    template <class Traits>
+    static void AddAll(const SliceView& s, const MbState& Mb, MbResidual& r)
+    {
+        AddLuma<Traits>(s, Mb, r);
+        if constexpr (kHasChroma) AddChroma<Traits>(s, Mb, r);
+    }
+
+    template <class Traits>
     static void AddLuma(const SliceView& s, const MbState& Mb, MbResidual& r)
     {
         if (r.Bits[0] == 0) return;
@@ -72,6 +89,7 @@ private:
                                s.LumaDepth<PlaneY>());
     }
 
+    template <class Traits>
     static void AddChroma(const SliceView& s, const MbState& Mb, MbResidual& r)
     {
         for (int Plane = 1; Plane < 3; ++Plane)

@@ -3,12 +3,14 @@
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
+#include "Common/h264/h264_tables.h"
 #include "kernels/deblocking/deblocking.h"
 #include "kernels/dispatch/kernels.h"
 #include "kernels/interpolation/interpolation.h"
 #include "kernels/intra/intra.h"
 #include "kernels/transform/transform.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -156,15 +158,15 @@ struct CodecTraits<uint8_t> {
                              const kernels::EdgeParams* pParamsV, int)
     {
         if constexpr (kHeight == 16)
-            (Direction == 0 ? kernels::FilterChroma422Vertical_px
-                            : kernels::FilterChroma422Horizontal_px)(pU, pV, Step, pParamsU, pParamsV);
+            (Direction == 0 ? kernels::g_Kernels.FilterChroma422Vertical
+                            : kernels::g_Kernels.FilterChroma422Horizontal)(pU, pV, Step, pParamsU, pParamsV);
         else
             (Direction == 0 ? kernels::g_Kernels.FilterChromaVertical
                             : kernels::g_Kernels.FilterChromaHorizontal)(pU, pV, Step, pParamsU, pParamsV);
     }
 };
 
-// Up to 14 bits: plain C++.
+// Up to 14 bits.
 template <>
 struct CodecTraits<uint16_t> {
     using Sample = uint16_t;
@@ -201,11 +203,11 @@ struct CodecTraits<uint16_t> {
     }
     static void AddResidual4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
     {
-        kernels::AddResidual4x4Deep_px(pCoeffs, p, Step, Depth);
+        kernels::g_Kernels.AddResidual4x4Deep(pCoeffs, p, Step, Depth);
     }
     static void AddResidual8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
     {
-        kernels::AddResidual8x8Deep_px(pCoeffs, p, Step, Depth);
+        kernels::g_Kernels.AddResidual8x8Deep(pCoeffs, p, Step, Depth);
     }
     static void AddLuma4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
     {
@@ -228,29 +230,30 @@ struct CodecTraits<uint16_t> {
     static void InterpolateLuma(const Sample* pSrc, ptrdiff_t SrcStep, Sample* pDst, ptrdiff_t DstStep, int FracX,
                                 int FracY, int Height, int Depth)
     {
-        kernels::InterpolateLumaDeep_px(pSrc, SrcStep, pDst, DstStep, FracX, FracY, W, Height, Depth);
+        kernels::g_Kernels.InterpolateLumaDeep(pSrc, SrcStep, pDst, DstStep, FracX, FracY, W, Height, Depth);
     }
     template <int W>
     static void InterpolateChroma(const Sample* pSrcU, const Sample* pSrcV, ptrdiff_t SrcStep, Sample* pDstU,
                                   Sample* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height)
     {
-        kernels::InterpolateChromaDeep_px(pSrcU, pSrcV, SrcStep, pDstU, pDstV, DstStep, FracX, FracY, W, Height);
+        kernels::g_Kernels.InterpolateChromaDeep(pSrcU, pSrcV, SrcStep, pDstU, pDstV, DstStep, FracX, FracY, W, Height);
     }
     template <int W>
     static void AverageBlock(const Sample* pA, ptrdiff_t StepA, Sample* pDst, ptrdiff_t DstStep, int Height)
     {
-        kernels::AverageBlockDeep_px(pA, StepA, pDst, DstStep, W, Height);
+        kernels::g_Kernels.AverageBlockDeep(pA, StepA, pDst, DstStep, W, Height);
     }
     template <int W>
     static void WeightBlock(Sample* p, ptrdiff_t Step, int Height, int LogDenom, int Weight, int Offset, int Depth)
     {
-        kernels::WeightBlockDeep_px(p, Step, W, Height, LogDenom, Weight, Offset, Depth);
+        kernels::g_Kernels.WeightBlockDeep(p, Step, W, Height, LogDenom, Weight, Offset, Depth);
     }
     template <int W>
     static void BiWeightBlock(const Sample* pA, ptrdiff_t StepA, Sample* pDst, ptrdiff_t DstStep, int Height,
                               int LogDenom, int Weight0, int Weight1, int Offset, int Depth)
     {
-        kernels::BiWeightBlockDeep_px(pA, StepA, pDst, DstStep, W, Height, LogDenom, Weight0, Weight1, Offset, Depth);
+        kernels::g_Kernels.BiWeightBlockDeep(pA, StepA, pDst, DstStep, W, Height, LogDenom, Weight0, Weight1, Offset,
+                                             Depth);
     }
     static void CopyClamped(const Sample* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
                             Sample* pDst, ptrdiff_t DstStep, int Width, int Height)
@@ -261,15 +264,76 @@ struct CodecTraits<uint16_t> {
     template <int Direction>
     static void FilterLuma(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int Depth)
     {
-        (Direction == 0 ? kernels::FilterLumaVerticalDeep_px : kernels::FilterLumaHorizontalDeep_px)(p, Step, pParams,
-                                                                                                     Depth);
+        (Direction == 0 ? kernels::g_Kernels.FilterLumaVerticalDeep
+                        : kernels::g_Kernels.FilterLumaHorizontalDeep)(p, Step, pParams, Depth);
     }
     template <int Direction, int kHeight>
     static void FilterChroma(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
                              const kernels::EdgeParams* pParamsV, int Depth)
     {
-        (Direction == 0 ? kernels::FilterChromaVerticalDeep_px
-                        : kernels::FilterChromaHorizontalDeep_px)(pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
+        (Direction == 0 ? kernels::g_Kernels.FilterChromaVerticalDeep : kernels::g_Kernels.FilterChromaHorizontalDeep)(
+            pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
+    }
+};
+
+// Of macroblocks that bypass the transform (TransformBypassModeFlag of clause 8.5): a level is the residual of its
+// sample, and DC levels are those of the blocks' first samples. There is no horizontal or vertical prediction of the
+// residual: that came with a later profile, which is not decoded.
+template <class SampleType>
+struct BypassTraits : CodecTraits<SampleType> {
+    using Sample = SampleType;
+    using Coeffs = typename CodecTraits<SampleType>::Coeffs;
+
+    static void InverseLumaDc(const Coeffs* pLevels, int, int, Coeffs* pCoeffs)
+    {
+        for (int i = 0; i < 16; ++i) pCoeffs[i * 16] = pLevels[h264::kBlockRaster[i]];
+    }
+    template <int color_format>
+    static void InverseChromaDc(const Coeffs* pLevels, int, int, Coeffs* pCoeffs)
+    {
+        constexpr int kOrder422[8] = {0, 2, 1, 5, 3, 6, 4, 7}; // level of each block (clause 8.5.11.1)
+        for (int i = 0; i < h264::kChromaGeometry[color_format].Blocks; ++i)
+            pCoeffs[i * 16] = pLevels[color_format == h264::CHROMA_422 ? kOrder422[i] : i];
+    }
+    static void AddResidual4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
+    {
+        AddSquare<4>(pCoeffs, p, Step, Depth);
+    }
+    static void AddResidual8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
+    {
+        AddSquare<8>(pCoeffs, p, Step, Depth);
+    }
+    static void AddLuma4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
+    {
+        for (int q = 0; q < 4; ++q)
+            AddChroma(pCoeffs + q * 64, At(p, Step, (q & 1) * 8, (q >> 1) * 8), Step, Bits >> (q * 4) & 15, Depth);
+    }
+    static void AddLuma8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
+    {
+        for (int q = 0; q < 4; ++q)
+            if (Bits >> (q * 4) & 1)
+                AddSquare<8>(pCoeffs + q * 64, At(p, Step, (q & 1) * 8, (q >> 1) * 8), Step, Depth);
+    }
+    static void AddChroma(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
+    {
+        for (int i = 0; i < 4; ++i)
+            if (Bits >> i & 1) AddSquare<4>(pCoeffs + i * 16, At(p, Step, (i & 1) * 4, (i >> 1) * 4), Step, Depth);
+    }
+
+private:
+    static Sample* At(Sample* p, ptrdiff_t Step, int x, int y)
+    {
+        return p + y * (Step / static_cast<ptrdiff_t>(sizeof(Sample))) + x;
+    }
+    template <int Size>
+    static void AddSquare(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
+    {
+        for (int y = 0; y < Size; ++y)
+            for (int x = 0; x < Size; ++x) {
+                Sample& s = *At(p, Step, x, y);
+                s = static_cast<Sample>(std::clamp<int64_t>(int64_t{s} + pCoeffs[y * Size + x], 0, (1 << Depth) - 1));
+                pCoeffs[y * Size + x] = 0;
+            }
     }
 };
 

@@ -25,10 +25,10 @@ uint8_t* AlignPlane(uint8_t* p)
 }
 
 template <class Sample>
-void FillRows(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLine, int32_t LineStep, int32_t Value)
+void FillRows(uint8_t* pPlane, int32_t Pitch, PictureSize Size, int32_t FirstLine, int32_t LineStep)
 {
     for (int32_t y = FirstLine; y < Size.Height; y += LineStep)
-        std::fill_n(reinterpret_cast<Sample*>(pPlane) + ptrdiff_t{y} * Pitch, Size.Width, static_cast<Sample>(Value));
+        std::fill_n(reinterpret_cast<Sample*>(pPlane) + ptrdiff_t{y} * Pitch, Size.Width, Sample{kGreySample});
 }
 
 } // namespace
@@ -88,12 +88,7 @@ void H264DecYUVBufferPadded::FillPlane(uint8_t* pPlane, int32_t Pitch, PictureSi
                                        int32_t LineStep)
 {
     if (!pPlane) return;
-    const int32_t Grey = 128 << (m_Format.BitDepth() - 8);
-    if (m_Format.SampleBytes() > 1) {
-        FillRows<uint16_t>(pPlane, Pitch, Size, FirstLine, LineStep, Grey);
-    } else {
-        FillRows<uint8_t>(pPlane, Pitch, Size, FirstLine, LineStep, Grey);
-    }
+    (m_Format.SampleBytes() > 1 ? FillRows<uint16_t> : FillRows<uint8_t>)(pPlane, Pitch, Size, FirstLine, LineStep);
 }
 
 void H264DecYUVBufferPadded::FillLines(int32_t FirstLine, int32_t LineStep)

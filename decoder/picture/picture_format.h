@@ -9,6 +9,10 @@
 
 namespace UMC {
 
+// What stands for samples that nothing was decoded for, monochrome pictures' chroma included. Of samples of every
+// depth: deliberate, though it is the middle of 8 bits alone.
+inline constexpr uint8_t kGreySample = 128;
+
 struct PictureSize {
     int32_t Width = 0, Height = 0;
     bool operator==(const PictureSize&) const = default;

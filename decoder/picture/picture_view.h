@@ -29,6 +29,7 @@ struct PictureView {
     int32_t MbWidth = 0, MbHeight = 0;        // macroblocks
     int32_t FirstMb = 0;                      // number in the frame's arrays of the picture's first macroblock
     int32_t ChromaFormat = 0;
+    int32_t SampleBytes = 1;
     bool IsField = false, IsBottom = false;
 
     int32_t MbCount() const { return MbWidth * MbHeight; }
@@ -44,8 +45,9 @@ struct PictureView {
 inline PictureView ViewPicture(const H264DecoderFrame& Frame, int32_t Structure)
 {
     const bool IsBottom = Structure == BOTTOM_FIELD, IsField = IsBottom || Structure == TOP_FIELD;
-    const ptrdiff_t SampleBytes = Frame.m_Format.SampleBytes();
-    const ptrdiff_t Luma = Frame.m_PitchLuma * SampleBytes, Chroma = Frame.m_PitchChroma * SampleBytes;
+    const int32_t SampleBytes = Frame.m_Format.SampleBytes();
+    const ptrdiff_t Luma = ptrdiff_t{Frame.m_PitchLuma} * SampleBytes,
+                    Chroma = ptrdiff_t{Frame.m_PitchChroma} * SampleBytes;
     PictureView View;
     View.pPlane[0] = Frame.m_pPlaneY;
     View.pPlane[1] = Frame.m_pPlaneU;
@@ -59,6 +61,7 @@ inline PictureView ViewPicture(const H264DecoderFrame& Frame, int32_t Structure)
     View.MbHeight = Frame.m_Format.MbSize.Height >> (IsField ? 1 : 0);
     View.FirstMb = IsBottom ? View.MbWidth * View.MbHeight : 0;
     View.ChromaFormat = Frame.m_Format.ChromaFormat;
+    View.SampleBytes = SampleBytes;
     View.IsField = IsField;
     View.IsBottom = IsBottom;
     return View;

@@ -36,6 +36,9 @@ struct SliceView {
         uint8_t ByQp[kQpBias + 52];                                 // QP'C by QPY + kQpBias
     } ChromaQp[2];                                                  // of Cb and Cr (clause 8.5.8)
 
+    // TransformBypassModeFlag of a macroblock, in sequences that allow it.
+    bool BypassesTransform(int QpLuma) const { return QpLuma + 6 * (BitDepthLuma - 8) == 0; }
+
     // Bits of a sample of the given type: 8-bit code need not ask.
     template <class Sample>
     int LumaDepth() const

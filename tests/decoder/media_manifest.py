@@ -14,6 +14,7 @@ from oracle import digest_difference, our_digests  # noqa: E402
 
 REFUSED_LEVEL = "5.2"           # not in the list of levels that the decoder takes
 NOT_DECODED = {"fmo"}           # classes that are refused with a status
+REFUSED_PROFILE = "High 4:4:4 Predictive"
 
 
 def is_subsequence(wanted, pictures):
@@ -25,10 +26,9 @@ def check(entry, status, error, ours):
     """What is wrong with the result for one stream, or None."""
     if status < 0:
         return f"crash {status}"
-    plain = entry["interlaced"] in ("no", "field") and entry["pix_fmt"] in ("yuv420p", "yuvj420p")
-    if not plain:
+    if entry["interlaced"] not in ("no", "field"):
         return None  # decoded or refused, but never a crash
-    if entry["level"] == REFUSED_LEVEL or NOT_DECODED & set(entry["class"]):
+    if entry["level"] == REFUSED_LEVEL or entry["profile"] == REFUSED_PROFILE or NOT_DECODED & set(entry["class"]):
         return None if status == 1 and not ours else "should have been refused"
     if entry["expected"] == "exact":
         return digest_difference(ours, entry["frame_md5"], in_order=True) or (error if status else None)

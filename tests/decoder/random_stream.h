@@ -12,9 +12,10 @@
 namespace test {
 
 // Every picture that the decoder gives is ffmpeg's, and ffmpeg has nothing to say.
-inline void ExpectAsFfmpeg(const Bytes& Stream, size_t PictureCount, bool InOrder = true)
+inline void ExpectAsFfmpeg(const Bytes& Stream, size_t PictureCount, bool InOrder = true,
+                           const std::string& PixelFormat = "yuv420p")
 {
-    const auto Expected = ffmpeg_oracle::Decode(Stream);
+    const auto Expected = ffmpeg_oracle::Decode(Stream, PixelFormat);
     EXPECT_EQ(Expected.Messages, "");
     std::vector<Bytes> Ours = DecodeAll(Stream);
     ASSERT_EQ(Ours.size(), PictureCount);

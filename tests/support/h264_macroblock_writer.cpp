@@ -1,5 +1,6 @@
 #include "tests/support/h264_macroblock_writer.h"
 
+#include "Common/h264/coefficient_counts.h"
 #include "Common/h264/h264_tables.h"
 
 #include <algorithm>
@@ -28,8 +29,8 @@ MacroblockWriter::MacroblockWriter(const SeqParamSet& Seq, const PicParamSet& Pi
 {
     const size_t Mbs = PictureMbs(Seq, s);
     m_Counts[0].assign(Mbs * 16, 0);
-    m_Counts[1].assign(Mbs * 4, 0);
-    m_Counts[2].assign(Mbs * 4, 0);
+    m_Counts[1].assign(Mbs * 8, 0); // of 4:2:2
+    m_Counts[2].assign(Mbs * 8, 0);
 }
 
 Bytes MacroblockWriter::Finish()
@@ -64,7 +65,7 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
                 if (Mb.intra_mode[i] != 0) m_Bits.U(3, Mb.intra_mode[i] - 1);
             }
         }
-        m_Bits.UE(Mb.intra_chroma_pred_mode);
+        if (ChromaRows() != 0) m_Bits.UE(Mb.intra_chroma_pred_mode);
     } else {
         WriteInterPrediction(Mb);
     }
@@ -73,7 +74,7 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
         Luma = Mb.mb_type > 12 ? 15 : 0;
         Chroma = (Mb.mb_type - 1) / 4 % 3;
     } else {
-        const auto& Codes = h264::kCodedBlockPattern[0][Intra ? 0 : 1];
+        const auto& Codes = h264::kCodedBlockPattern[ChromaRows() == 0][Intra ? 0 : 1];
         m_Bits.UE(static_cast<uint32_t>(std::find(Codes, Codes + 48, Mb.coded_block_pattern) - Codes));
         if (!Intra && Luma != 0 && m_Pic.transform_8x8_mode && Mb.may_transform_8x8) m_Bits.U(1, Mb.transform_size_8x8);
     }
@@ -86,12 +87,22 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
 
 void MacroblockWriter::WritePcm(const Macroblock& Mb)
 {
+    const auto Put = [&](size_t i, uint32_t Depth, int Row) {
+        const uint32_t Sample = Mb.pcm[i], Up = Depth - 8;
+        m_Bits.U(static_cast<int>(Depth),
+                 Sample << Up | ((Sample * 5 + i + static_cast<uint32_t>(Row)) & ((1u << Up) - 1)));
+    };
+    const uint32_t ChromaDepth = m_Seq.bit_depth_chroma ? m_Seq.bit_depth_chroma : m_Seq.bit_depth;
+    const int Width = static_cast<int>(m_Seq.width_mbs), X = m_Mb % Width, Y = m_Mb / Width, Rows = ChromaRows();
     m_Bits.Align();
-    for (const uint8_t Sample : Mb.pcm) m_Bits.U(8, Sample);
-    const int Width = static_cast<int>(m_Seq.width_mbs), X = m_Mb % Width, Y = m_Mb / Width;
+    for (size_t i = 0; i < 256; ++i) Put(i, m_Seq.bit_depth, 0);
+    for (size_t Plane = 0; Plane < 2; ++Plane)
+        for (int y = 0; y < Rows * 4; ++y)
+            for (size_t x = 0; x < 8; ++x)
+                Put(256 + Plane * 64 + static_cast<size_t>(y * 2 / Rows) * 8 + x, ChromaDepth, y);
     for (int i = 0; i < 16; ++i) *CountAt(0, X * 4 + i % 4, Y * 4 + i / 4) = 16;
     for (int Plane = 1; Plane < 3; ++Plane)
-        for (int i = 0; i < 4; ++i) *CountAt(Plane, X * 2 + i % 2, Y * 2 + i / 2) = 16;
+        for (int i = 0; i < 2 * Rows; ++i) *CountAt(Plane, X * 2 + i % 2, Y * Rows + i / 2) = 16;
 }
 
 void MacroblockWriter::WriteRefIdx(int List, uint32_t RefIdx)
@@ -149,8 +160,9 @@ void MacroblockWriter::WriteSubPrediction(const Macroblock& Mb) // clause 7.3.5.
 
 int* MacroblockWriter::CountAt(int Plane, int X, int Y)
 {
-    const int Blocks = Plane == 0 ? 4 : 2, Width = static_cast<int>(m_Seq.width_mbs);
-    if (X < 0 || Y < 0 || Y / Blocks * Width + X / Blocks < m_FirstMb) return nullptr;
+    const int Blocks = Plane == 0 ? 4 : 2, Rows = Plane == 0 ? 4 : ChromaRows();
+    const int Width = static_cast<int>(m_Seq.width_mbs);
+    if (X < 0 || Y < 0 || Y / Rows * Width + X / Blocks < m_FirstMb) return nullptr;
     return &m_Counts[Plane][static_cast<size_t>(Y * Width * Blocks + X)];
 }
 
@@ -172,10 +184,13 @@ void MacroblockWriter::WriteResidual(const Macroblock& Mb, uint32_t Luma, uint32
         WriteBlock(Mb.luma[i].data() + Is16x16, 16 - Is16x16, PredictCount(0, BlockX, BlockY),
                    CountAt(0, BlockX, BlockY));
     }
-    for (int Plane = 0; Plane < 2 && Chroma != 0; ++Plane) WriteBlock(Mb.chroma_dc[Plane].data(), 4, -1, nullptr);
+    const int Rows = ChromaRows();
+    for (int Plane = 0; Plane < 2 && Chroma != 0; ++Plane)
+        WriteBlock(Mb.chroma_dc[Plane].data(), 2 * Rows,
+                   h264::ChromaDcNc(static_cast<int32_t>(m_Seq.chroma_format_idc)), nullptr);
     for (int Plane = 0; Plane < 2 && Chroma == 2; ++Plane)
-        for (int i = 0; i < 4; ++i) {
-            const int BlockX = X * 2 + i % 2, BlockY = Y * 2 + i / 2;
+        for (int i = 0; i < 2 * Rows; ++i) {
+            const int BlockX = X * 2 + i % 2, BlockY = Y * Rows + i / 2;
             WriteBlock(Mb.chroma_ac[Plane][i].data(), 15, PredictCount(1 + Plane, BlockX, BlockY),
                        CountAt(1 + Plane, BlockX, BlockY));
         }
@@ -197,7 +212,8 @@ void MacroblockWriter::WriteBlock(const int* pLevels, int Max, int nC, int* pCou
     if (pCount) *pCount = Count;
 
     const auto Put = [&](const h264::VlcCode& Code) { m_Bits.U(Code.Length, Code.Code); };
-    const int Class = nC < 0   ? h264::kNcMinus1
+    const int Class = nC == -2 ? h264::kNcMinus2
+                      : nC < 0 ? h264::kNcMinus1
                       : nC < 2 ? h264::kNc0To1
                       : nC < 4 ? h264::kNc2To3
                       : nC < 8 ? h264::kNc4To7
@@ -205,7 +221,10 @@ void MacroblockWriter::WriteBlock(const int* pLevels, int Max, int nC, int* pCou
     Put(h264::kCoeffToken[Class][Ones][Count]);
     if (Count == 0) return;
     WriteLevels(Reversed, Count, Ones);
-    if (Count < Max) Put(Max == 4 ? h264::kTotalZerosChromaDc420[Count][Zeros] : h264::kTotalZeros4x4[Count][Zeros]);
+    if (Count < Max)
+        Put(Max == 4   ? h264::kTotalZerosChromaDc420[Count][Zeros]
+            : Max == 8 ? h264::kTotalZerosChromaDc422[Count][Zeros]
+                       : h264::kTotalZeros4x4[Count][Zeros]);
     for (int i = 0; i + 1 < Count && Zeros > 0; ++i) {
         Put(h264::kRunBefore[std::min(Zeros, 7)][Runs[i]]);
         Zeros -= Runs[i];

@@ -1,6 +1,7 @@
 // Writes the macroblocks of a CAVLC slice, for tests that need pictures the way no encoder makes them.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "tests/support/h264_stream_writer.h"
 
 #include <array>
@@ -24,8 +25,9 @@ struct Macroblock {
     int32_t mb_qp_delta = 0;
     std::array<int, 16> luma_dc = {};  // levels in scan order
     std::array<int, 16> luma[16] = {}; // by luma4x4BlkIdx; the first one of Intra_16x16 is not used
-    std::array<int, 16> chroma_dc[2] = {}, chroma_ac[2][4] = {};
-    std::array<uint8_t, 384> pcm = {};
+    std::array<int, 16> chroma_dc[2] = {}, chroma_ac[2][8] = {};
+    std::array<uint8_t, 384> pcm = {}; // of 4:2:0; 4:2:2 has each row of chroma twice, and deeper samples lower bits of
+                                       // their own
 };
 
 // One slice under way. Macroblocks are taken in raster order from first_mb on.
@@ -41,6 +43,7 @@ private:
 
     bool IsB() const { return m_Slice.slice_type % 5 == 1; }
     bool IsIntraSlice() const { return m_Slice.slice_type % 5 == 2; }
+    int ChromaRows() const { return h264::kChromaGeometry[m_Seq.chroma_format_idc].MbHeight / 4; } // of blocks
     void WritePcm(const Macroblock& Mb);
     void WriteInterPrediction(const Macroblock& Mb);
     void WriteSubPrediction(const Macroblock& Mb);

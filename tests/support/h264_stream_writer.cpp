@@ -1,5 +1,7 @@
 #include "tests/support/h264_stream_writer.h"
 
+#include "Common/h264/chroma_geometry.h"
+
 #include <bit>
 #include <cstddef>
 
@@ -96,8 +98,8 @@ Bytes Write(const SeqParamSet& Set)
         b.UE(Set.chroma_format_idc);
         if (Set.chroma_format_idc == 3) b.U(1, Set.residual_colour_transform);
         b.UE(Set.bit_depth - 8);
-        b.UE(Set.bit_depth - 8);
-        b.U(1, 0);
+        b.UE((Set.bit_depth_chroma ? Set.bit_depth_chroma : Set.bit_depth) - 8);
+        b.U(1, Set.transform_bypass);
         WriteScalingLists(b, Set.scaling, 8);
     }
     b.UE(Set.log2_max_frame_num - 4);
@@ -173,11 +175,11 @@ void WriteReferences(BitWriter& b, const Slice& s, uint32_t Type)
     }
 }
 
-void WriteWeights(BitWriter& b, const PicParamSet& Pic, const Slice& s, uint32_t Type)
+void WriteWeights(BitWriter& b, bool HasChroma, const PicParamSet& Pic, const Slice& s, uint32_t Type)
 {
     if (Type == 2 || (Type == 1 ? Pic.weighted_bipred_idc != 1 : !Pic.weighted_pred)) return;
     b.UE(s.luma_log2_weight_denom);
-    b.UE(s.chroma_log2_weight_denom);
+    if (HasChroma) b.UE(s.chroma_log2_weight_denom);
     for (int List = 0; List <= (Type == 1 ? 1 : 0); ++List)
         for (uint32_t i = 0; i < ActiveRefs(Pic, s, List); ++i) {
             const Weight w = i < s.weights[List].size() ? s.weights[List][i] : Weight{};
@@ -186,8 +188,8 @@ void WriteWeights(BitWriter& b, const PicParamSet& Pic, const Slice& s, uint32_t
                 b.SE(w.luma_weight);
                 b.SE(w.luma_offset);
             }
-            b.U(1, w.chroma);
-            for (int Plane = 0; w.chroma && Plane < 2; ++Plane) {
+            if (HasChroma) b.U(1, w.chroma);
+            for (int Plane = 0; HasChroma && w.chroma && Plane < 2; ++Plane) {
                 b.SE(w.chroma_weight[Plane]);
                 b.SE(w.chroma_offset[Plane]);
             }
@@ -233,7 +235,7 @@ BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
     }
     if (Pic.redundant_pic_cnt_present) b.UE(s.redundant_pic_cnt);
     WriteReferences(b, s, Type);
-    WriteWeights(b, Pic, s, Type);
+    WriteWeights(b, Seq.chroma_format_idc != 0, Pic, s, Type);
     WriteMarking(b, s);
     if (Pic.cabac && Type != 2) b.UE(s.cabac_init_idc);
     b.SE(s.qp_delta);
@@ -260,7 +262,10 @@ Bytes PcmSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice s, uint8_t 
     for (int Mb = 0; Mb < Count; ++Mb) {
         b.UE(25); // I_PCM
         b.Align();
-        for (int i = 0; i < 384; ++i) b.U(8, Value);
+        const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Seq.chroma_format_idc];
+        for (int i = 0; i < 256; ++i) b.U(static_cast<int>(Seq.bit_depth), Value);
+        for (int i = 0; i < 2 * Chroma.MbWidth * Chroma.MbHeight; ++i)
+            b.U(static_cast<int>(Seq.bit_depth_chroma ? Seq.bit_depth_chroma : Seq.bit_depth), Value);
     }
     return Finish(b, s);
 }

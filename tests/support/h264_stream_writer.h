@@ -54,6 +54,8 @@ using ScalingLists = std::vector<std::vector<int32_t>>;
 struct SeqParamSet {
     uint32_t profile_idc = 66, level_idc = 40, id = 0;
     uint32_t chroma_format_idc = 1, bit_depth = 8; // written from profile 100 on
+    uint32_t bit_depth_chroma = 0;                 // 0: as bit_depth
+    bool transform_bypass = false;
     bool residual_colour_transform = false;
     ScalingLists scaling = {};
     uint32_t log2_max_frame_num = 4, poc_type = 0, log2_max_poc_lsb = 8;

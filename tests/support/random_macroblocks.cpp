@@ -54,7 +54,9 @@ Macroblock RandomMacroblocks::Any(const SeqParamSet& Seq, const PicParamSet& Pic
     }
     if (Draw >= Mix.skip + Mix.direct + Mix.inter) {
         Mb.intra = true;
-        Mb.mb_type = Upto(1) ? 0 : static_cast<uint32_t>(3 + 4 * Upto(5)); // Intra_4x4, or Intra_16x16 by DC
+        const bool HasChroma = Seq.chroma_format_idc != 0;
+        Mb.mb_type = Upto(1) ? 0 // Intra_4x4, or Intra_16x16 by DC
+                             : static_cast<uint32_t>(3 + (HasChroma ? 4 * Upto(5) : 12 * Upto(1)));
     } else if (IsB && Draw < Mix.skip + Mix.direct) {
         Mb.mb_type = 0;
     } else {
@@ -82,7 +84,8 @@ void RandomMacroblocks::AddMotion(Macroblock& Mb, const PicParamSet& Pic, const 
 
 void RandomMacroblocks::AddResidual(Macroblock& Mb, const SeqParamSet& Seq, const PicParamSet& Pic, bool IsB)
 {
-    Mb.coded_block_pattern = Upto(2) ? static_cast<uint32_t>(Upto(47)) : 0;
+    const auto ChromaBlocks = static_cast<size_t>(h264::kChromaGeometry[Seq.chroma_format_idc].Blocks);
+    Mb.coded_block_pattern = Upto(2) ? static_cast<uint32_t>(Upto(ChromaBlocks ? 47 : 15)) : 0;
     const bool Is16x16 = Mb.intra && Mb.mb_type != 0;
     if (Mb.coded_block_pattern == 0 && !Is16x16) return;
     bool HasSmallParts = false; // clause 7.3.5: those for which no transform size is sent
@@ -100,8 +103,8 @@ void RandomMacroblocks::AddResidual(Macroblock& Mb, const SeqParamSet& Seq, cons
     AddLevels(Mb.luma_dc, 0, 16);
     for (auto& Block : Mb.luma) AddLevels(Block, Is16x16, 16);
     for (int Plane = 0; Plane < 2; ++Plane) {
-        AddLevels(Mb.chroma_dc[Plane], 0, 4);
-        for (auto& Block : Mb.chroma_ac[Plane]) AddLevels(Block, 0, 15);
+        if (ChromaBlocks) AddLevels(Mb.chroma_dc[Plane], 0, static_cast<int>(ChromaBlocks));
+        for (size_t i = 0; i < ChromaBlocks; ++i) AddLevels(Mb.chroma_ac[Plane][i], 0, 15);
     }
 }
 

@@ -1,4 +1,4 @@
-// Members of the family that no stream selects yet, on streams that are not filtered: deep samples, 4:2:2 and fields.
+// Members of the family on streams that are not filtered: deep samples, 4:2:2 and fields.
 #include "decoder/entropy/mb_decoder.h"
 #include "decoder/macroblock/inter_prediction.inc"
 #include "decoder/macroblock/intra_prediction.inc"
@@ -63,33 +63,33 @@ void ExpectAsFfmpeg(const Bytes& Stream, const char* pPixelFormat)
     EXPECT_EQ(First.first, Ours.end()) << "first at byte " << First.first - Ours.begin() << " of " << Ours.size();
 }
 
-class UnselectedMember : public testing::TestWithParam<const char*>
+class MemberOfAFormat : public testing::TestWithParam<const char*>
 {
 };
 
-TEST_P(UnselectedMember, OfDeepSamplesGivesFfmpegsPictures)
+TEST_P(MemberOfAFormat, OfDeepSamplesGivesFfmpegsPictures)
 {
     for (const char* const pQp : {" --qp 3", " --qp 30"})
         ExpectAsFfmpeg<Member<uint16_t, 1, false>>(
             EncodeUnfiltered(std::string("--output-depth 10") + pQp + GetParam(), false), "yuv420p10le");
 }
 
-TEST_P(UnselectedMember, Of422GivesFfmpegsPictures)
+TEST_P(MemberOfAFormat, Of422GivesFfmpegsPictures)
 {
     for (const char* const pQp : {" --qp 12", " --qp 34 --chroma-qp-offset 5"})
         ExpectAsFfmpeg<Member<uint8_t, 2, false>>(
             EncodeUnfiltered(std::string("--output-depth 8") + pQp + GetParam(), true), "yuv422p");
 }
 
-TEST_P(UnselectedMember, OfDeep422GivesFfmpegsPictures)
+TEST_P(MemberOfAFormat, OfDeep422GivesFfmpegsPictures)
 {
     for (const char* const pQp : {" --qp 2", " --qp 36 --chroma-qp-offset -4"})
         ExpectAsFfmpeg<Member<uint16_t, 2, false>>(
             EncodeUnfiltered(std::string("--output-depth 10") + pQp + GetParam(), true), "yuv422p10le");
 }
 
-INSTANTIATE_TEST_SUITE_P(Codings, UnselectedMember,
-                         testing::Values(" --no-cabac --8x8dct", " --8x8dct", " --no-8x8dct"), [](const auto& Info) {
+INSTANTIATE_TEST_SUITE_P(Codings, MemberOfAFormat, testing::Values(" --no-cabac --8x8dct", " --8x8dct", " --no-8x8dct"),
+                         [](const auto& Info) {
                              return std::string(Info.index == 0 ? "Cavlc" : Info.index == 1 ? "Cabac" : "Cabac4x4");
                          });
 

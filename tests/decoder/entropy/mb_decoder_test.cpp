@@ -313,9 +313,19 @@ TEST(SegmentDecoderFamily, HasNoMemberForWhatItCannotDecode)
     EXPECT_NE(pHigh, nullptr);
     EXPECT_NE(pMain, pHigh);
     Sequence.bit_depth_chroma = 10;
+    SegmentDecoderHPBase* const pDeep = FindSegmentDecoder(Sequence, false, false);
+    EXPECT_NE(pDeep, nullptr);
+    EXPECT_NE(pDeep, pHigh);
+    std::swap(Sequence.bit_depth_luma, Sequence.bit_depth_chroma);
+    EXPECT_EQ(FindSegmentDecoder(Sequence, false, false), pDeep) << "the deeper one counts";
+    Sequence.bit_depth_luma = 15;
     EXPECT_EQ(FindSegmentDecoder(Sequence, false, false), nullptr);
-    Sequence.bit_depth_chroma = 8;
+    Sequence.bit_depth_luma = 8;
     Sequence.qpprime_y_zero_transform_bypass_flag = 1;
+    SegmentDecoderHPBase* const pBypass = FindSegmentDecoder(Sequence, false, false);
+    EXPECT_NE(pBypass, nullptr);
+    EXPECT_NE(pBypass, pHigh);
+    Sequence.chroma_format_idc = 3;
     EXPECT_EQ(FindSegmentDecoder(Sequence, false, false), nullptr);
 }
 

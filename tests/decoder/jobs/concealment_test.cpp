@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace UMC {
@@ -91,6 +92,40 @@ TEST_F(Concealment, IsGreyWithoutAnyPicture)
 {
     AddFrame(10);
     ExpectRestored(2, 7, 0);
+}
+
+TEST_F(Concealment, CountsSamplesOfTwoBytes)
+{
+    const auto AddDeep = [this](uint16_t Value) {
+        auto* const pFrame = new H264DecoderFrame; // owned by the list
+        m_Dpb.Append(pFrame);
+        pFrame->SetAllocator(&m_Allocator);
+        EXPECT_EQ(pFrame->Allocate(PictureFormat::Make({48, 48}, 2, 8, 10)), StatusOk);
+        std::fill_n(reinterpret_cast<uint16_t*>(pFrame->m_pPlaneY), 48 * pFrame->m_PitchLuma, Value);
+        std::fill_n(reinterpret_cast<uint16_t*>(pFrame->m_pPlaneV), 48 * pFrame->m_PitchChroma, Value);
+        return pFrame;
+    };
+    m_Sequence.profile_idc = 122;
+    m_Sequence.chroma_format_idc = 2;
+    m_Sequence.bit_depth_chroma = 10;
+    for (const bool HasSource : {false, true}) {
+        m_Lists.List[0].Frame[0] = HasSource ? AddDeep(700) : nullptr;
+        m_Slice.m_pFrame = AddDeep(5);
+        ConcealMacroblocks(1, 5, m_Slice, nullptr);
+        const H264DecoderFrame& f = *m_Slice.m_pFrame;
+        const auto At = [](uint8_t* pPlane, int Pitch, int x, int y) {
+            return int{reinterpret_cast<uint16_t*>(pPlane)[y * Pitch + x]};
+        };
+        const int Restored = HasSource ? 700 : 128;
+        EXPECT_EQ(At(f.m_pPlaneY, f.m_PitchLuma, 15, 0), 5);
+        EXPECT_EQ(At(f.m_pPlaneY, f.m_PitchLuma, 16, 0), Restored);
+        EXPECT_EQ(At(f.m_pPlaneY, f.m_PitchLuma, 15, 16), Restored);
+        EXPECT_EQ(At(f.m_pPlaneY, f.m_PitchLuma, 32, 16), 5);
+        EXPECT_EQ(At(f.m_pPlaneV, f.m_PitchChroma, 7, 0), 5);
+        EXPECT_EQ(At(f.m_pPlaneV, f.m_PitchChroma, 8, 0), Restored);
+        EXPECT_EQ(At(f.m_pPlaneV, f.m_PitchChroma, 15, 16), Restored);
+        EXPECT_EQ(At(f.m_pPlaneV, f.m_PitchChroma, 16, 16), 5);
+    }
 }
 
 TEST_F(Concealment, PassesOverASkippedEntryToTheClosestPicture)

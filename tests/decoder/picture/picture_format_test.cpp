@@ -99,6 +99,22 @@ TEST_F(PicturePlanes, AreThoseOfTheirFormat)
         }
 }
 
+TEST_F(PicturePlanes, AreGreyWith128AtEveryDepth)
+{
+    ASSERT_EQ(m_Buffer.Allocate(PictureFormat::Of(Sequence(1, 8, 8))), StatusOk);
+    m_Buffer.FillGrey();
+    EXPECT_EQ(m_Buffer.m_pPlaneY[0], 128);
+    for (const uint8_t Depth : {uint8_t{9}, uint8_t{10}, uint8_t{14}}) {
+        ASSERT_EQ(m_Buffer.Allocate(PictureFormat::Of(Sequence(1, 8, Depth))), StatusOk);
+        const auto* const pLuma = reinterpret_cast<const uint16_t*>(m_Buffer.m_pPlaneY);
+        const auto* const pCr = reinterpret_cast<const uint16_t*>(m_Buffer.m_pPlaneV);
+        m_Buffer.FillGrey();
+        EXPECT_EQ(pLuma[0], 128) << int{Depth};
+        EXPECT_EQ(pLuma[47 * m_Buffer.m_PitchLuma + 79], 128) << int{Depth};
+        EXPECT_EQ(pCr[23 * m_Buffer.m_PitchChroma + 39], 128) << int{Depth};
+    }
+}
+
 TEST_F(PicturePlanes, StayWhereTheyAreForTheSameFormat)
 {
     const PictureFormat Format = PictureFormat::Of(Sequence(1, 8, 8));

@@ -212,6 +212,28 @@ TEST_F(Calls, UnsupportedDepthIsAStatus)
     EXPECT_EQ(Flush(), StatusNotEnoughData);
 }
 
+// The client's picture is 4:2:0 of 8 bits. Deeper samples lose their lower bits, and 4:2:2 is converted; a picture that
+// needs both is lost, and those behind it are not.
+TEST_F(Calls, OtherFormatsAndDepthsComeInTheClientsFormatOrAreLost)
+{
+    struct Case {
+        uint32_t chroma_format_idc, bit_depth;
+        bool IsLost;
+    };
+    for (const auto& [chroma_format_idc, bit_depth, IsLost] :
+         {Case{0, 8, false}, {2, 8, false}, {1, 9, false}, {1, 14, false}, {0, 10, false}, {2, 10, true}}) {
+        SCOPED_TRACE(testing::Message() << chroma_format_idc << ", " << bit_depth);
+        ASSERT_EQ(Start(), StatusOk);
+        GreyStream In({.profile_idc = 122, .chroma_format_idc = chroma_format_idc, .bit_depth = bit_depth});
+        EXPECT_EQ(Give(In.Idr(192).Data), StatusNotEnoughData);
+        EXPECT_EQ(Flush(), IsLost ? StatusNotEnoughData : StatusOk);
+        if (!IsLost) EXPECT_EQ(Value(), 192 >> (bit_depth - 8));
+        EXPECT_EQ(Give(GreyStream().Idr(7).Data), StatusNotEnoughData);
+        EXPECT_EQ(Flush(), StatusOk);
+        EXPECT_EQ(Value(), 7);
+    }
+}
+
 TEST_F(Calls, UserDataOfThePictureDeliveredLast)
 {
     ASSERT_EQ(Start(), StatusOk);
