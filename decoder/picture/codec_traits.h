@@ -164,6 +164,17 @@ struct CodecTraits<uint8_t> {
             (Direction == 0 ? kernels::g_Kernels.FilterChromaVertical
                             : kernels::g_Kernels.FilterChromaHorizontal)(pU, pV, Step, pParamsU, pParamsV);
     }
+    // Half of a left edge between a frame pair and a field pair.
+    static void FilterLumaMixed(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int)
+    {
+        kernels::FilterLumaMixed_px(p, Step, pParams);
+    }
+    template <int kHeight>
+    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
+                                  const kernels::EdgeParams* pParamsV, int)
+    {
+        kernels::FilterChromaMixed_px(pU, pV, Step, kHeight, pParamsU, pParamsV);
+    }
 };
 
 // Up to 14 bits.
@@ -334,6 +345,16 @@ private:
                 s = static_cast<Sample>(std::clamp<int64_t>(int64_t{s} + pCoeffs[y * Size + x], 0, (1 << Depth) - 1));
                 pCoeffs[y * Size + x] = 0;
             }
+    }
+    static void FilterLumaMixed(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int Depth)
+    {
+        kernels::FilterLumaMixedDeep_px(p, Step, pParams, Depth);
+    }
+    template <int kHeight>
+    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
+                                  const kernels::EdgeParams* pParamsV, int Depth)
+    {
+        kernels::FilterChromaMixedDeep_px(pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
     }
 };
 

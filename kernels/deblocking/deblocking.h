@@ -36,6 +36,13 @@ FilterChromaEdgesSig FilterChromaHorizontal_px, FilterChromaHorizontal_w7, Filte
 FilterChromaEdgesSig FilterChroma422Vertical_px, FilterChroma422Vertical_w7, FilterChroma422Vertical_v8;
 FilterChromaEdgesSig FilterChroma422Horizontal_px, FilterChroma422Horizontal_w7, FilterChroma422Horizontal_v8;
 
+// Half of the left edge where a frame pair and a field pair of an MBAFF frame meet: 8 rows of luma, or Height / 2 of
+// either chroma plane, Height being 8 for 4:2:0 and 16 for 4:2:2. The rows, which need not lie next to each other, are
+// those beside one macroblock. Strength[0..3] serve a quarter of them each, and thresholds 0; plain C++ alone.
+void FilterLumaMixed_px(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams);
+void FilterChromaMixed_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, int Height, const EdgeParams* pParamsU,
+                          const EdgeParams* pParamsV);
+
 // ---- Samples of 2 bytes ------------------------------------------------------------------------------------
 //
 // The same for samples that hold Depth bits, 8..14. Thresholds come as the tables have them, for 8 bits, and are scaled
@@ -47,5 +54,8 @@ using FilterChromaEdgesDeepSig = void(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrd
                                       const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
 FilterChromaEdgesDeepSig FilterChromaVerticalDeep_px, FilterChromaVerticalDeep_w7;
 FilterChromaEdgesDeepSig FilterChromaHorizontalDeep_px, FilterChromaHorizontalDeep_w7;
+void FilterLumaMixedDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
+void FilterChromaMixedDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                              const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
 
 } // namespace kernels

@@ -94,6 +94,16 @@ Piece PieceOf(const EdgeParams& Params, int Edge, int Strength, int Depth)
             Strength < 4 ? Params.Clip[Inner][Strength] * Scale : 0, Strength, (1 << Depth) - 1};
 }
 
+template <class Sample>
+void FilterLumaLine(Sample* pQ, ptrdiff_t Across, const Piece& With)
+{
+    if (With.Strength == 0 || !Filters(pQ, Across, With)) return;
+    if (With.Strength == 4)
+        FilterLumaSample4(pQ, Across, With);
+    else
+        FilterLumaSample(pQ, Across, With);
+}
+
 // Across is the distance of samples on a line through the edge, Along that of the lines.
 template <class Sample>
 [[gnu::always_inline]] inline void FilterLuma(Sample* pPlane, ptrdiff_t Across, ptrdiff_t Along,
@@ -102,13 +112,15 @@ template <class Sample>
     for (int Edge = 0; Edge < 4; ++Edge)
         for (int Line = 0; Line < 16; ++Line) {
             const Piece With = PieceOf(Params, Edge, Params.Strength[Edge * 4 + Line / 4], Depth);
-            Sample* const pQ = pPlane + Edge * 4 * Across + Line * Along;
-            if (With.Strength == 0 || !Filters(pQ, Across, With)) continue;
-            if (With.Strength == 4)
-                FilterLumaSample4(pQ, Across, With);
-            else
-                FilterLumaSample(pQ, Across, With);
+            FilterLumaLine(pPlane + Edge * 4 * Across + Line * Along, Across, With);
         }
+}
+
+template <class Sample>
+void FilterLumaMixed(Sample* pPlane, ptrdiff_t Step, const EdgeParams& Params, int Depth)
+{
+    for (int Line = 0; Line < 8; ++Line)
+        FilterLumaLine(pPlane + Line * Step, 1, PieceOf(Params, 0, Params.Strength[Line / 2], Depth));
 }
 
 // The edges of chroma, 4 samples apart, are every EdgeStep-th one of luma; each has so many Lines.
@@ -140,6 +152,17 @@ template <class Sample>
 {
     FilterChroma(pPlaneU, Step, 1, 16 / Height, 8, U, U.Strength, Depth);
     FilterChroma(pPlaneV, Step, 1, 16 / Height, 8, V, U.Strength, Depth);
+}
+
+template <class Sample>
+void FilterChromaMixed(Sample* pPlane, ptrdiff_t Step, int Lines, const EdgeParams& Params, const uint8_t pStrength[4],
+                       int Depth)
+{
+    for (int Line = 0; Line < Lines; ++Line) {
+        const Piece With = PieceOf(Params, 0, pStrength[Line * 4 / Lines], Depth);
+        Sample* const pQ = pPlane + Line * Step;
+        if (With.Strength != 0 && Filters(pQ, 1, With)) FilterChromaSample(pQ, 1, With);
+    }
 }
 
 } // namespace
@@ -178,6 +201,18 @@ void FilterChroma422Horizontal_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
     FilterChromaHorizontal(pPlaneU, pPlaneV, Step, 16, *pParamsU, *pParamsV, 8);
 }
 
+void FilterLumaMixed_px(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
+{
+    FilterLumaMixed(pPlane, Step, *pParams, 8);
+}
+
+void FilterChromaMixed_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, int Height, const EdgeParams* pParamsU,
+                          const EdgeParams* pParamsV)
+{
+    FilterChromaMixed(pPlaneU, Step, Height / 2, *pParamsU, pParamsU->Strength, 8);
+    FilterChromaMixed(pPlaneV, Step, Height / 2, *pParamsV, pParamsU->Strength, 8);
+}
+
 // Steps of the functions below come in bytes.
 void FilterLumaVerticalDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
 {
@@ -199,6 +234,18 @@ void FilterChromaHorizontalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff
                                    const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth)
 {
     FilterChromaHorizontal(pPlaneU, pPlaneV, Step / 2, Height, *pParamsU, *pParamsV, Depth);
+}
+
+void FilterLumaMixedDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
+{
+    FilterLumaMixed(pPlane, Step / 2, *pParams, Depth);
+}
+
+void FilterChromaMixedDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+                              const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth)
+{
+    FilterChromaMixed(pPlaneU, Step / 2, Height / 2, *pParamsU, pParamsU->Strength, Depth);
+    FilterChromaMixed(pPlaneV, Step / 2, Height / 2, *pParamsV, pParamsU->Strength, Depth);
 }
 
 } // namespace kernels

@@ -165,6 +165,64 @@ TEST(FilterChromaDeep, IsAsTheStandardHasIt)
                 });
 }
 
+// ---- Left edges between frame and field pairs --------------------------------------------------------------
+
+// Half of the rows of a macroblock, every second one here, in one plane; four strengths for all of them.
+template <class Sample>
+void FilterMixed(Area<Sample>& a, int Rows, bool IsChroma, const EdgeParams& Params, const EdgeParams& Strengths,
+                 int Depth)
+{
+    for (int Row = 0; Row < Rows; ++Row) {
+        const int bS = Strengths.Strength[Row * 4 / Rows];
+        const test::EdgeThresholds t{Params.Alpha[0], Params.Beta[0], bS < 4 ? Params.Clip[0][bS] : 0};
+        test::FilterLine(a.Macroblock() + 2 * Row * a.Pitch, 1, bS, t, IsChroma, Depth);
+    }
+}
+
+TEST(FilterMixedEdges, IsAsTheStandardHasIt)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < kRounds; ++Round) {
+        const EdgeParams U = RandomParams(Rng, kStrengths[Round % 5]), V = RandomParams(Rng, Strengths::All);
+        Area<uint8_t> Luma = Narrow(Rng, Round, 16, 16), WantLuma = Luma;
+        FilterMixed(WantLuma, 8, false, U, U, 8);
+        FilterLumaMixed_px(Luma.Macroblock(), 2 * Luma.Step(), &U);
+        ASSERT_EQ(Luma.Samples, WantLuma.Samples) << Round;
+        for (const int Height : {8, 16}) {
+            Area<uint8_t> Cb = Narrow(Rng, Round, 8, Height), Cr = Narrow(Rng, Round, 8, Height), WantCb = Cb,
+                          WantCr = Cr;
+            FilterMixed(WantCb, Height / 2, true, U, U, 8);
+            FilterMixed(WantCr, Height / 2, true, V, U, 8);
+            FilterChromaMixed_px(Cb.Macroblock(), Cr.Macroblock(), 2 * Cb.Step(), Height, &U, &V);
+            ASSERT_EQ(Cb.Samples, WantCb.Samples) << Round;
+            ASSERT_EQ(Cr.Samples, WantCr.Samples) << Round;
+        }
+    }
+}
+
+TEST(FilterMixedEdges, OfDeepSamplesAreAsTheStandardHasThem)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : {8, 10, 14})
+        for (int Round = 0; Round < kRounds; ++Round) {
+            const EdgeParams U = RandomParams(Rng, kStrengths[Round % 5]), V = RandomParams(Rng, Strengths::All);
+            auto Luma = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 16, 16), Depth), WantLuma = Luma;
+            FilterMixed(WantLuma, 8, false, U, U, Depth);
+            FilterLumaMixedDeep_px(Luma.Macroblock(), 2 * Luma.Step(), &U, Depth);
+            ASSERT_EQ(Luma.Samples, WantLuma.Samples) << Depth << ", " << Round;
+            const int Height = Round & 1 ? 16 : 8;
+            auto Cb = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 8, Height), Depth), WantCb = Cb;
+            auto Cr = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 8, Height), Depth), WantCr = Cr;
+            FilterMixed(WantCb, Height / 2, true, U, U, Depth);
+            FilterMixed(WantCr, Height / 2, true, V, U, Depth);
+            FilterChromaMixedDeep_px(Cb.Macroblock(), Cr.Macroblock(), 2 * Cb.Step(), Height, &U, &V, Depth);
+            ASSERT_EQ(Cb.Samples, WantCb.Samples) << Depth << ", " << Round;
+            ASSERT_EQ(Cr.Samples, WantCr.Samples) << Depth << ", " << Round;
+        }
+}
+
 // ---- Variants ----------------------------------------------------------------------------------------------
 
 constexpr int kVariantDepths[]{8, 9, 10, 12, 13, 14};
