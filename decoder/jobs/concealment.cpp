@@ -57,12 +57,13 @@ void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, cons
     Slice.m_pFrame->m_FrameExists = false;
     if (!FindSegmentDecoder(*Slice.m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) return;
     const PictureView Picture = ViewPicture(*Slice.m_pFrame, Header);
+    const auto Patch = Header.MbaffFrameFlag ? CopyOrFillPairs : CopyOrFillRect;
     if (const H264DecoderFrame* const pSource = FindSource(Slice, pDpb)) {
         if (pSource == Slice.m_pFrame) return; // its first field: this field would be copied to itself
         const PictureView Source = ViewPicture(*pSource, Header);
-        CopyOrFillRect(Start, End, Picture, &Source);
+        Patch(Start, End, Picture, &Source);
     } else {
-        CopyOrFillRect(Start, End, Picture, nullptr);
+        Patch(Start, End, Picture, nullptr);
     }
 }
 
@@ -87,6 +88,28 @@ void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, cons
                             Height, From, Picture.IsBottom ? From + (To - From) / 2 : To);
         else
             Restore(Picture.pPlane[i], pFrom, From, To);
+    }
+}
+
+// The places of Start and End are those of these numbers in a frame without pairs; deliberate, as above. What lies
+// between them and belongs to other pairs was decoded and stays.
+void CopyOrFillPairs(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
+{
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];
+    const MbPlace First = PlaceOf<false>(Start, Picture.MbWidth), Last = PlaceOf<false>(End, Picture.MbWidth);
+    for (int i = 0; i < (Chroma.Blocks ? 3 : 1); ++i) {
+        const ptrdiff_t Pitch = i == 0 ? Picture.PitchLuma : Picture.PitchChroma;
+        const int Width = i == 0 ? 16 : Chroma.MbWidth, Height = i == 0 ? 16 : Chroma.MbHeight;
+        for (int32_t y = First.Y * Height; y <= Last.Y * Height; ++y) {
+            const int32_t FirstInRow = y / (2 * Height) * Picture.MbWidth; // pairs
+            int32_t Left = std::max((Start + 1) / 2 - FirstInRow, 0),
+                    Right = std::min(End / 2 - FirstInRow, Picture.MbWidth);
+            if (y == First.Y * Height) Left = std::max(Left, First.X);
+            if (y == Last.Y * Height) Right = std::min(Right, Last.X);
+            if (Left < Right)
+                CopyOrFill(Picture.pPlane[i], pReference ? pReference->pPlane[i] : nullptr, y * Pitch + Left * Width,
+                           y * Pitch + Right * Width);
+        }
     }
 }
 

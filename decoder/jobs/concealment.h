@@ -17,5 +17,7 @@ void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, cons
 // Copies the samples from macroblock Start up to macroblock End, as ranges of memory, from the reference, which is laid
 // out alike, or fills them with grey when that is null.
 void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference);
+// The same in an MBAFF frame, but for the samples of macroblocks outside of Start..End - 1.
+void CopyOrFillPairs(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference);
 
 } // namespace UMC

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace UMC {
 namespace {
@@ -59,7 +60,10 @@ protected:
                 const int MbX = Mb % kWidth * Side, MbY = Mb / kWidth * Side;
                 return y < MbY || (y == MbY && x < MbX);
             };
-            const bool IsRestored = !IsBefore(Start) && IsBefore(End) && (Plane == 0 || HasChroma);
+            const int Pair = y / (2 * Side) * kWidth + x / Side;
+            const bool IsDecoded = m_Slice.m_Header.MbaffFrameFlag &&
+                                   (Pair < (Start + 1) / 2 || Pair >= End / 2); // by this or another slice
+            const bool IsRestored = !IsBefore(Start) && IsBefore(End) && !IsDecoded && (Plane == 0 || HasChroma);
             const uint8_t Expected = !IsRestored ? Pattern(Number, Plane, x, y)
                                      : Reference ? Pattern(Reference, Plane, x, y)
                                                  : 128;
@@ -85,6 +89,33 @@ TEST_F(Concealment, TakesTheFirstPictureOfList0)
     for (const auto& [Start, End] : kSpans) {
         AddFrame(10);
         ExpectRestored(Start, End, 1);
+    }
+}
+
+// The span is counted as in other frames, and what was decoded of pairs stays.
+TEST_F(Concealment, LeavesDecodedMacroblocksOfPairsAlone)
+{
+    constexpr PictureSize kSize{48, 96}; // nine pairs
+    m_Slice.m_Header.MbaffFrameFlag = 1;
+    for (const auto& [Start, End] : {std::pair{0, 18},
+                                     {0, 2},
+                                     {2, 18},
+                                     {4, 18},
+                                     {6, 18},
+                                     {7, 18},
+                                     {5, 18},
+                                     {0, 8},
+                                     {2, 10},
+                                     {8, 12},
+                                     {10, 16},
+                                     {16, 18},
+                                     {17, 18}}) {
+        AddFrame(0, 1, kSize);
+        m_Lists.List[0].Frame[0] = m_Dpb.Tail();
+        const int Reference = m_Dpb.CountAll();
+        AddFrame(10, 1, kSize);
+        ExpectRestored(Start, End, Reference);
+        m_Lists.List[0].Frame[0]->m_IsSkipped = true;
     }
 }
 
