@@ -40,7 +40,7 @@ struct CtxIdxOffset {
     static constexpr uint32_t kMbTypeI = 3, kSkipP = 11, kMbTypeP = 14, kMbTypeIntraInP = 17, kSubMbTypeP = 21;
     static constexpr uint32_t kSkipB = 24, kMbTypeB = 27, kMbTypeIntraInB = 32, kSubMbTypeB = 36;
     static constexpr uint32_t kMvdX = 40, kMvdY = 47, kRefIdx = 54, kQpDelta = 60;
-    static constexpr uint32_t kIntraChromaMode = 64, kPrevIntraMode = 68, kRemIntraMode = 69;
+    static constexpr uint32_t kIntraChromaMode = 64, kPrevIntraMode = 68, kRemIntraMode = 69, kFieldDecoding = 70;
     static constexpr uint32_t kPatternLuma = 73, kPatternChroma = 77, kTerminate = 276, kTransform8x8 = 399;
 };
 

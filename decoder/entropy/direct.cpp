@@ -46,18 +46,43 @@ void ForEachPart(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t
     }
 }
 
-// Table 8-8 in a picture of the other kind: the block, in the frame's arrays, that is co-located with the corner block
-// Block of a quadrant. The vertical halves of a field macroblock lie in a frame macroblock each, those of a frame
-// macroblock share a half of a field macroblock.
-struct ColPlace {
+// A 4x4 block of the co-located picture, and what its vector and references count in.
+struct ColBlock {
     int32_t Mb;
-    int Block;
+    int Block;               // raster
+    bool IsField;            // of a field, or of a field macroblock
+    bool CountsFieldsInPair; // of a field macroblock of an MBAFF frame: references are twice the frame's, plus 1 for
+                             // the field of the other parity
 };
-ColPlace PlaceInOtherKind(const SliceView& s, const MbState& Mb, int32_t FirstMb, int Block)
+
+// Tables 8-6 and 8-8: what is co-located with block Block of the macroblock where macroblocks of the other picture may
+// be of the other kind; a corner block of a quadrant then. The vertical halves of a field macroblock lie in a frame
+// macroblock each, those of a frame macroblock share a half of a field macroblock.
+template <bool kMbaff>
+ColBlock FindAcrossKinds(const SliceView& s, const MbState& Mb, const DirectState& Direct, int Block)
 {
-    const int Column = Block & 3, Half = Block / 8, Width = s.Picture.MbWidth;
-    if (s.Picture.IsField) return {(2 * Mb.Y + Half) * Width + Mb.X, Half * 8 + Column};
-    return {FirstMb + Mb.Y / 2 * Width + Mb.X, ((Mb.Y & 1) * 2 + Half) * 4 + Column};
+    const H264DecoderFrame& Col = *Direct.pOtherKind;
+    const int Column = Block & 3, Half = Block / 8;
+    const bool IsField = kMbaff ? IsFieldMb(Mb) : s.Picture.IsField;
+    const int Parity = kMbaff ? Mb.Number & 1 : s.Picture.IsBottom;
+    // The pair of macroblocks in frames, the macroblock of a field.
+    const int32_t Pair = kMbaff ? Mb.Number / 2 : Mb.Y / (IsField ? 1 : 2) * s.Picture.MbWidth + Mb.X;
+    const int Lower = kMbaff ? Parity : Mb.Y & 1; // of a frame macroblock: which one of its pair it is
+    if (Col.IsFieldPair()) {
+        const int32_t FieldMbs = Col.m_Format.MbCount() / 2;
+        if (IsField) return {Parity * FieldMbs + Pair, Block, true, false};
+        return {Direct.ColField * FieldMbs + Pair, (Lower * 2 + Half) * 4 + Column, true, false};
+    }
+    if (Col.m_PictureStructure != MBAFF_FRAME) // of a field
+        return {(2 * Mb.Y + Half) * s.Picture.MbWidth + Mb.X, Half * 8 + Column, false, false};
+    const int32_t First = 2 * Pair;
+    const bool ColIsField = (Col.m_MbInfo.pGlobal[First].MbFlags & MBFLAG_FIELD) != 0;
+    if (IsField) {
+        if (ColIsField) return {First + Parity, Block, true, true};
+        return {First + Half, Half * 8 + Column, false, false};
+    }
+    if (ColIsField) return {First + Direct.ColField, (Lower * 2 + Half) * 4 + Column, true, true};
+    return {First + Lower, Block, false, false};
 }
 
 // colZeroFlag of clause 8.4.1.2.2, the reference being short-term.
@@ -115,14 +140,15 @@ SpatialMotion DeriveSpatialMotion(const H264MbInfo& Records, const MbState& Mb, 
     return s;
 }
 
+template <bool kMbaff>
 void DeriveSpatial(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants,
                    const SpatialMotion& Derived)
 {
     const DirectState& Direct = m.Direct;
-    if (Derived.MayStand && !Direct.pColFrame) {
+    if (Derived.MayStand && (kMbaff || !Direct.pColFrame)) {
         const H264MbInfo& Col = Direct.pOtherKind->m_MbInfo;
         ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
-            const ColPlace c = PlaceInOtherKind(s, Mb, Direct.ColOffset, Block);
+            const ColBlock c = FindAcrossKinds<kMbaff>(s, Mb, Direct, Block);
             return !IsIntra(Col.pGlobal[c.Mb]) && IsColZero(Col, c.Mb, c.Block) ? Derived.Still : Derived.Moving;
         });
         return;
@@ -133,38 +159,44 @@ void DeriveSpatial(const SliceView& s, const MbState& Mb, MotionState& m, uint32
     });
 }
 
-// References of a slice of the co-located picture as indices into our list 0: the lowest that names the same picture.
-// A field knows a frame's references by their fields of its own parity, a frame those of a field by their frames. One
-// that is not there, which only damage can cause, becomes 0.
-void BuildColMap(const SliceView& s, DirectState& Direct, int32_t ColSlice)
+// What the references of a slice of the co-located picture are.
+void SeeColSlice(DirectState& Direct, const H264DecoderFrame& Col, int32_t Slice)
 {
-    Direct.ColMapSlice = ColSlice;
-    const H264DecoderFrame& ColFrame = Direct.pColFrame ? *Direct.pColFrame : *Direct.pOtherKind;
-    const H264RefPicIndices* const pCol = ColFrame.RefPicIndicesOf(static_cast<uint32_t>(ColSlice));
-    int8_t ByPicture[kMaxPictures] = {}; // our index of each picture
-    for (int i = s.References.Active[0] - 1; i >= 0; --i)
-        if (const H264DecoderFrame* const p = s.pLists->List[0].Frame[i]; p && p->m_Index >= 0)
-            ByPicture[PictureIndex(p->m_Index, RefFlagField(s.pLists->List[0].Flag[i]))] = static_cast<int8_t>(i);
-    for (int List = 0; List < 2; ++List)
-        for (int i = 0; i < 32; ++i) {
-            int Index = pCol ? pCol->Index[List][i] : H264RefPicIndices::kNone;
-            if (Direct.pOtherKind) Index = PictureIndex(Index / 2, s.Picture.IsBottom);
-            Direct.ColMap[List][i] = Index < kMaxPictures ? ByPicture[Index] : int8_t{0};
-        }
+    static const H264RefPicIndices s_None = [] {
+        H264RefPicIndices None;
+        std::memset(&None, H264RefPicIndices::kNone, sizeof None);
+        return None;
+    }();
+    Direct.ColSlice = Slice;
+    const H264RefPicIndices* const pIndices = Col.RefPicIndicesOf(static_cast<uint32_t>(Slice));
+    Direct.pColReferences = pIndices ? pIndices : &s_None;
+}
+
+// Our reference index for that of a block across kinds (clause 8.4.1.2.3). From another kind it means the frame that
+// the field belongs to, or the frame's field of our parity; between fields it is the same field.
+template <bool kMbaff>
+int RefAcrossKinds(const SliceView& s, const MbState& Mb, const DirectState& Direct, const ColBlock& c, int List,
+                   int ColRef)
+{
+    const uint8_t Picture = Direct.pColReferences->Index[List][c.CountsFieldsInPair ? ColRef >> 1 : ColRef];
+    const int Frame = Picture / 2;
+    if constexpr (kMbaff) {
+        const int Ref = Direct.RefOf[FramePicture(Frame)];
+        if (!IsFieldMb(Mb)) return Ref;
+        if (!c.IsField) return 2 * Ref;
+        return 2 * Ref + (c.CountsFieldsInPair ? ColRef & 1 : (Picture ^ Mb.Number) & 1);
+    }
+    if (!s.Picture.IsField) return Direct.RefOf[FramePicture(Frame)];
+    return Direct.RefOf[FramePicture(Frame) + (s.Picture.IsBottom ^ (c.CountsFieldsInPair ? ColRef & 1 : 0))];
 }
 
 int16_t ScaleMv(int Factor, int16_t Mv) { return static_cast<int16_t>((Factor * Mv + 128) >> 8); }
 
-// Of a block whose co-located one is block i of the frame's arrays. See() makes its vector one of our kind of picture.
-template <class F>
-Motion ScaleMotion(const DirectState& Direct, const H264MbInfo& Col, int i, F&& See)
+// From a co-located block's reference, as our index, and its vector, in our unit.
+Motion ScaleMotion(const H264DirectTables& Tables, int Ref, h264::MotionVector ColMv)
 {
-    const int List = Col.pRefIdx[0][i] >= 0 ? 0 : 1;
-    const int ColRef = Col.pRefIdx[List][i];
-    if (ColRef < 0 || ColRef >= 32) return Motion{};
-    const h264::MotionVector ColMv = See(Col.pMv[List][i]);
-    Motion Scaled{{Direct.ColMap[List][ColRef], 0}, {ColMv, {0, 0}}};
-    const int Factor = Direct.pTables->DistScaleFactor[Scaled.Ref[0]];
+    Motion Scaled{{Ref, 0}, {ColMv, {0, 0}}};
+    const int Factor = Tables.DistScaleFactor[Ref];
     if (Factor != kNotScaled) {
         Scaled.Mv[0] = {ScaleMv(Factor, ColMv.x), ScaleMv(Factor, ColMv.y)};
         Scaled.Mv[1] = Scaled.Mv[0] - ColMv;
@@ -172,36 +204,57 @@ Motion ScaleMotion(const DirectState& Direct, const H264MbInfo& Col, int i, F&& 
     return Scaled;
 }
 
-// From no motion, or that of a picture of the other kind, whose macroblocks may be of different slices.
-void DeriveTemporalFromOther(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
+// The list and entry of the frame's arrays that block i of the co-located picture moves by.
+struct ColMotion {
+    int List, Ref; // below 0 where nothing moves
+    explicit ColMotion(const H264MbInfo& Col, int32_t i) : List(Col.pRefIdx[0][i] >= 0 ? 0 : 1), Ref(Col.pRefIdx[List][i])
+    {
+    }
+    bool IsUsable() const { return Ref >= 0 && Ref < 32; }
+};
+
+// Where there is no motion, or that of a picture whose macroblocks are of other kinds and may be of different slices.
+template <bool kMbaff>
+void DeriveTemporalAcrossKinds(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
 {
     DirectState& Direct = m.Direct;
+    const bool IsField = kMbaff ? IsFieldMb(Mb) : s.Picture.IsField;
     ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
         if (!Direct.pOtherKind) return Motion{};
         const H264MbInfo& Col = Direct.pOtherKind->m_MbInfo;
-        const ColPlace c = PlaceInOtherKind(s, Mb, Direct.ColOffset, Block);
+        const ColBlock c = FindAcrossKinds<kMbaff>(s, Mb, Direct, Block);
         if (IsIntra(Col.pGlobal[c.Mb])) return Motion{};
-        if (Col.pGlobal[c.Mb].SliceId != Direct.ColMapSlice) BuildColMap(s, Direct, Col.pGlobal[c.Mb].SliceId);
-        return ScaleMotion(Direct, Col, c.Mb * 16 + c.Block, [&](h264::MotionVector Mv) -> h264::MotionVector {
-            return {Mv.x, static_cast<int16_t>(s.Picture.IsField ? Mv.y / 2 : Mv.y * 2)};
-        });
+        if (Col.pGlobal[c.Mb].SliceId != Direct.ColSlice)
+            SeeColSlice(Direct, *Direct.pOtherKind, Col.pGlobal[c.Mb].SliceId);
+        const int32_t i = c.Mb * 16 + c.Block;
+        const ColMotion Moved(Col, i);
+        if (!Moved.IsUsable()) return Motion{};
+        h264::MotionVector Mv = Col.pMv[Moved.List][i];
+        if (IsField != c.IsField) Mv.y = static_cast<int16_t>(IsField ? Mv.y / 2 : Mv.y * 2);
+        return ScaleMotion(s.References.Sets[KindOf<kMbaff>(Mb)].Tables,
+                           RefAcrossKinds<kMbaff>(s, Mb, Direct, c, Moved.List, Moved.Ref), Mv);
     });
 }
 
 // Clause 8.4.1.2.3.
+template <bool kMbaff>
 void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
 {
     DirectState& Direct = m.Direct;
-    if (!Direct.pColFrame) return DeriveTemporalFromOther(s, Mb, m, Quadrants);
+    if (kMbaff || !Direct.pColFrame) return DeriveTemporalAcrossKinds<kMbaff>(s, Mb, m, Quadrants);
     const H264MbInfo& Col = Direct.pColFrame->m_MbInfo;
     const int32_t ColMb = Mb.Number + Direct.ColOffset;
     if (IsIntra(Col.pGlobal[ColMb])) {
         ForEachPart(s, Mb, m, Quadrants, [&](int) { return Motion{}; });
         return;
     }
-    if (Col.pGlobal[ColMb].SliceId != Direct.ColMapSlice) BuildColMap(s, Direct, Col.pGlobal[ColMb].SliceId);
+    if (Col.pGlobal[ColMb].SliceId != Direct.ColSlice) SeeColSlice(Direct, *Direct.pColFrame, Col.pGlobal[ColMb].SliceId);
     ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
-        return ScaleMotion(Direct, Col, ColMb * 16 + Block, [](h264::MotionVector Mv) { return Mv; });
+        const int32_t i = ColMb * 16 + Block;
+        const ColMotion Moved(Col, i);
+        if (!Moved.IsUsable()) return Motion{};
+        return ScaleMotion(s.References.Sets[REFERENCES_PICTURE].Tables,
+                           Direct.RefOf[Direct.pColReferences->Index[Moved.List][Moved.Ref]], Col.pMv[Moved.List][i]);
     });
 }
 
@@ -211,9 +264,9 @@ template <bool kMbaff>
 void DeriveDirect(const SliceView& Slice, const MbState& Mb, MotionState& Motion, uint32_t Quadrants)
 {
     if (Slice.pHeader->direct_spatial_mv_pred_flag)
-        DeriveSpatial(Slice, Mb, Motion, Quadrants, DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct));
+        DeriveSpatial<kMbaff>(Slice, Mb, Motion, Quadrants, DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct));
     else
-        DeriveTemporal(Slice, Mb, Motion, Quadrants);
+        DeriveTemporal<kMbaff>(Slice, Mb, Motion, Quadrants);
 }
 template void DeriveDirect<false>(const SliceView&, const MbState&, MotionState&, uint32_t);
 template void DeriveDirect<true>(const SliceView&, const MbState&, MotionState&, uint32_t);
@@ -231,9 +284,9 @@ void DeriveDirectMacroblock(const SliceView& Slice, const MbState& Mb, MotionSta
             Mb.pGlobal->MbFlags |= MBFLAG_ONE_MOTION;
             return;
         }
-        DeriveSpatial(Slice, Mb, Motion, 15, s);
+        DeriveSpatial<kMbaff>(Slice, Mb, Motion, 15, s);
     } else {
-        DeriveTemporal(Slice, Mb, Motion, 15);
+        DeriveTemporal<kMbaff>(Slice, Mb, Motion, 15);
     }
     for (int List = 0; List < 2; ++List) StoreMotion(Motion.Cache[List], Slice.Records, Mb.Number, List);
 }

@@ -1,5 +1,5 @@
-// Direct prediction of B slices, H.264 clause 8.4.1.2. With kMbaff the macroblocks around stand in pairs of either
-// kind; the co-located macroblock is then the one of the same number.
+// Direct prediction of B slices, H.264 clause 8.4.1.2. With kMbaff the macroblocks around and those of the co-located
+// picture stand in pairs of either kind.
 #pragma once
 
 #include "decoder/slice/slice_cursor.h"

@@ -24,33 +24,101 @@ class MBDecoder : protected ResidualDecoderCABAC<Coeffs, color_format, is_field>
                   protected ResidualDecoderPCM<PlaneY, PlaneUV, color_format>
 {
 protected:
+    // A pair of macroblocks of an MBAFF frame while it is decoded.
+    struct PairState {
+        bool IsField = false;
+        bool IsSkipped = false;                            // the macroblock in hand
+        bool LowerIsKnown = false, LowerIsSkipped = false; // read ahead
+    };
+
     // One macroblock, which the cursor has gone to, of an I, P or B slice.
     //
     // These and the functions below that take EntropyParts are one conductor: they choose what comes next and hand the
     // parts on, nearly all of them, to functions that get what they read and write. Parts by themselves would be copied
     // to the next call for every macroblock. What the conductor writes is Entropy and the macroblock's records.
-    template <SliceType kSlice, bool kMbaff>
+    template <SliceType kSlice>
     static void DecodeMbCAVLC(EntropyParts& c)
     {
-        using Syntax = SyntaxOf<CavlcSyntax, kMbaff>;
-        if (kSlice != SLICE_I && TakeSkipRun(c.Entropy))
-            SkipMacroblock<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, c.Counts);
-        else
-            CodedMacroblock<Syntax, kSlice>(c);
-        if (c.Entropy.Bits.Overrun()) throw h264_exception(StatusInvalidParams);
+        using Syntax = SyntaxOf<CavlcSyntax, false>;
+        DecodeMb<Syntax, kSlice>(c, kSlice != SLICE_I && TakeSkipRun(c.Entropy));
     }
-    template <SliceType kSlice, bool kMbaff>
+    template <SliceType kSlice>
     static void DecodeMbCABAC(EntropyParts& c)
     {
-        using Syntax = SyntaxOf<CabacSyntax, kMbaff>;
-        if (kSlice != SLICE_I && Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == SLICE_B))
-            SkipMacroblock<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, c.Counts);
-        else
-            CodedMacroblock<Syntax, kSlice>(c);
-        if (c.Entropy.Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
+        using Syntax = SyntaxOf<CabacSyntax, false>;
+        DecodeMb<Syntax, kSlice>(c, kSlice != SLICE_I && Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == SLICE_B));
+    }
+
+    // Goes to the upper macroblock of the pair that CurrentMb and Place name. The pair's kind is read by then: its flag
+    // stands in front of the first macroblock that is not skipped, which may be the lower one (clause 7.3.4).
+    template <bool kCabac, SliceType kSlice>
+    static PairState BeginPair(SliceCursor& c, MbPlace Place)
+    {
+        using Syntax = PairSyntax<kCabac>;
+        const int32_t Upper = c.CurrentMb;
+        PairState Pair;
+        c.FindPair(Upper, Place.X, Place.Y);
+        Pair.IsField = c.Mb.Pairs.InfersField();
+        if constexpr (kSlice != SLICE_I) {
+            if constexpr (kCabac) c.BeginMacroblock<true>(Upper, Place.X, Place.Y, Pair.IsField);
+            Pair.IsSkipped = ReadSkip<Syntax, kSlice>(c);
+        }
+        if (!Pair.IsSkipped) {
+            Pair.IsField = Syntax::FieldDecodingFlag(c.Entropy, c.Mb);
+        } else if constexpr (kCabac) {
+            c.Mb.pGlobal->MbFlags |= MBFLAG_SKIPPED; // the lower one's context may ask
+            c.BeginMacroblock<true>(Upper + 1, Place.X, Place.Y + 1, Pair.IsField);
+            Pair.LowerIsKnown = true;
+            Pair.LowerIsSkipped = ReadSkip<Syntax, kSlice>(c);
+            if (!Pair.LowerIsSkipped) Pair.IsField = Syntax::FieldDecodingFlag(c.Entropy, c.Mb);
+        } else if (c.Entropy.MbSkipRun == 1) { // the run ends here
+            Pair.IsField = Syntax::FieldDecodingFlag(c.Entropy, c.Mb);
+        }
+        c.BeginMacroblock<true>(Upper, Place.X, Place.Y, Pair.IsField);
+        return Pair;
+    }
+
+    // Goes on to the lower macroblock, in Place.
+    template <bool kCabac, SliceType kSlice>
+    static void GoToLower(SliceCursor& c, MbPlace Place, PairState& Pair)
+    {
+        c.BeginMacroblock<true>(c.CurrentMb, Place.X, Place.Y, Pair.IsField);
+        if constexpr (kSlice != SLICE_I)
+            Pair.IsSkipped = Pair.LowerIsKnown ? Pair.LowerIsSkipped : ReadSkip<PairSyntax<kCabac>, kSlice>(c);
+    }
+
+    // The macroblock that one of these has gone to.
+    template <bool kCabac, SliceType kSlice>
+    static void DecodeInPair(EntropyParts& c, const PairState& Pair)
+    {
+        DecodeMb<PairSyntax<kCabac>, kSlice>(c, Pair.IsSkipped);
     }
 
 private:
+    template <bool kCabac>
+    using PairSyntax = SyntaxOf<std::conditional_t<kCabac, CabacSyntax, CavlcSyntax>, true>;
+
+    template <class Syntax, SliceType kSlice>
+    static bool ReadSkip(EntropyParts& c)
+    {
+        if constexpr (Syntax::kCabac) return Syntax::SkipFlag(c.Entropy, c.Mb, kSlice == SLICE_B);
+        return TakeSkipRun(c.Entropy);
+    }
+
+    template <class Syntax, SliceType kSlice>
+    [[gnu::always_inline]] static void DecodeMb(EntropyParts& c, bool IsSkipped)
+    {
+        if (kSlice != SLICE_I && IsSkipped)
+            SkipMacroblock<Syntax, kSlice>(c.Slice, c.Mb, c.Entropy, c.Motion, c.Counts);
+        else
+            CodedMacroblock<Syntax, kSlice>(c);
+        if constexpr (Syntax::kCabac) {
+            if (c.Entropy.Cabac.Overrun()) throw h264_exception(StatusInvalidParams);
+        } else {
+            if (c.Entropy.Bits.Overrun()) throw h264_exception(StatusInvalidParams);
+        }
+    }
+
     using Cabac = ResidualDecoderCABAC<Coeffs, color_format, is_field>;
     using Cavlc = ResidualDecoderCAVLC<Coeffs, color_format, is_field>;
     template <class Syntax>

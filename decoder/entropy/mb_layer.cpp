@@ -48,7 +48,7 @@ void AddRefContext(const MbState& Mb, int List, uint32_t Quadrants, int RefIdx)
 template <class Syntax>
 int ReadRefIdx(const SliceView& s, const MbState& Mb, EntropyState& e, int List, int Quadrant, uint32_t Quadrants)
 {
-    const int Count = s.References.Active[List] << (Syntax::kMbaff && IsFieldMb(Mb) ? 1 : 0);
+    const int Count = s.References.Active[List] << (Syntax::kMbaff && IsFieldMb(Mb) ? 1 : 0); // 32 at most
     if (Count <= 1) return 0;
     const int RefIdx = Syntax::RefIdx(e, Mb, List, Quadrant, Count);
     if constexpr (Syntax::kCabac) AddRefContext(Mb, List, Quadrants, RefIdx);

@@ -15,6 +15,7 @@ namespace UMC {
 struct CavlcSyntax {
     static constexpr bool kCabac = false;
 
+    static bool FieldDecodingFlag(EntropyState& State, const MbState& Mb);
     static uint32_t MbTypeI(EntropyState& State, const MbState& Mb); // 0..25
     static uint32_t MbTypeP(EntropyState& State);                    // 0..30
     static uint32_t MbTypeB(EntropyState& State, const MbState& Mb); // 0..48
@@ -36,6 +37,7 @@ struct CabacSyntax {
     static constexpr bool kCabac = true;
 
     static bool SkipFlag(EntropyState& State, const MbState& Mb, bool IsBSlice);
+    static bool FieldDecodingFlag(EntropyState& State, const MbState& Mb); // of the pair
     static uint32_t MbTypeI(EntropyState& State, const MbState& Mb);
     static uint32_t MbTypeP(EntropyState& State);
     static uint32_t MbTypeB(EntropyState& State, const MbState& Mb);

@@ -79,6 +79,12 @@ bool CabacSyntax::SkipFlag(EntropyState& State, const MbState& Mb, bool IsBSlice
     return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[(IsBSlice ? Offset::kSkipB : Offset::kSkipP) + Inc]);
 }
 
+bool CabacSyntax::FieldDecodingFlag(EntropyState& State, const MbState& Mb)
+{
+    const auto Inc = static_cast<uint32_t>(Mb.Pairs.FieldPairsAround());
+    return State.Cabac.m_Engine.Decide(State.Cabac.m_Contexts[Offset::kFieldDecoding + Inc]);
+}
+
 uint32_t CabacSyntax::MbTypeI(EntropyState& State, const MbState& Mb)
 {
     const auto IsNxN = [](const MbGlobalInfo& Mb) { return Mb.MbType == MBTYPE_INTRA4x4; };

@@ -14,6 +14,7 @@ uint32_t ReadUe(EntropyState& State, uint32_t Max)
 
 } // namespace
 
+bool CavlcSyntax::FieldDecodingFlag(EntropyState& State, const MbState&) { return State.Bits.GetBit() != 0; }
 uint32_t CavlcSyntax::MbTypeI(EntropyState& State, const MbState&) { return ReadUe(State, h264::kIntraPcmType); }
 uint32_t CavlcSyntax::MbTypeP(EntropyState& State)
 {

@@ -19,6 +19,11 @@ struct TracedElements : Elements {
         return Listed("mb_skip_flag", Elements::SkipFlag(std::forward<A>(a)...));
     }
     template <class... A>
+    static bool FieldDecodingFlag(A&&... a)
+    {
+        return Listed("mb_field_decoding_flag", Elements::FieldDecodingFlag(std::forward<A>(a)...));
+    }
+    template <class... A>
     static uint32_t MbTypeI(A&&... a)
     {
         return Listed("mb_type", Elements::MbTypeI(std::forward<A>(a)...));

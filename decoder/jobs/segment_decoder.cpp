@@ -3,6 +3,7 @@
 #include "decoder/jobs/concealment.h"
 #include "decoder/jobs/segment_decoder_hp.h"
 #include "decoder/macroblock/deblocking.h"
+#include "decoder/macroblock/pair_deblocking.h"
 
 #include <algorithm>
 #include <memory>
@@ -132,13 +133,15 @@ Status H264SegmentDecoderMultiThreaded::ProcessSlice(int32_t FirstMb, int32_t& C
 void H264SegmentDecoderMultiThreaded::ProcessRows(int32_t FirstMb, int32_t End, bool Deblock)
 {
     const int32_t Width = m_Cursor.Slice.Picture.MbWidth;
+    const bool IsMbaff = m_pSlice->m_Header.MbaffFrameFlag != 0; // rows are those of pairs then
+    const int32_t Length = IsMbaff ? RowLength<true>(Width) : RowLength<false>(Width);
     int32_t Deblocked = FirstMb;
     for (int32_t Mb = FirstMb; Mb < End;) {
-        const int32_t RowEnd = std::min(NextRow<false>(Mb, Width), End);
+        const int32_t RowEnd = std::min(IsMbaff ? NextRow<true>(Mb, Width) : NextRow<false>(Mb, Width), End);
         const bool Ended = DecodeRun(Mb, RowEnd - Mb) != StatusOk;
         Mb = m_Cursor.CurrentMb;
         if (Ended) break;
-        const int32_t Safe = Mb - RowLength<false>(Width);
+        const int32_t Safe = Mb - Length;
         if (Deblock && Safe > Deblocked) {
             DeblockSegment(Deblocked, Safe - Deblocked);
             Deblocked = Safe;
@@ -147,27 +150,26 @@ void H264SegmentDecoderMultiThreaded::ProcessRows(int32_t FirstMb, int32_t End, 
     if (Deblock) DeblockSegment(Deblocked, m_Cursor.CurrentMb - Deblocked);
 }
 
-template <class Sample, int color_format>
+template <class Deblocker>
 void H264SegmentDecoderMultiThreaded::DeblockRun(int32_t FirstMb, int32_t Count) const
 {
     const PictureView& Picture = m_Cursor.Slice.Picture;
-    const H264Deblocker<Sample, color_format> Deblocker(Picture, *m_pSlice);
+    const Deblocker Filter(Picture, *m_pSlice);
     const auto SliceId = static_cast<uint16_t>(m_pSlice->m_SliceNumber);
-    MbPlace Place = PlaceOf<false>(FirstMb, Picture.MbWidth);
+    MbPlace Place = PlaceOf<Deblocker::kMbaff>(FirstMb, Picture.MbWidth);
     for (int32_t Mb = FirstMb; Mb < FirstMb + Count; ++Mb) {
         // A macroblock that was lost belongs to no slice.
-        if (m_Cursor.Slice.Records.pGlobal[Mb + Picture.FirstMb].SliceId == SliceId) Deblocker.Filter(Place.X, Place.Y);
-        Place = NextPlace<false>(Place, Picture.MbWidth);
+        if (m_Cursor.Slice.Records.pGlobal[Mb + Picture.FirstMb].SliceId == SliceId) Filter.Filter(Place.X, Place.Y);
+        Place = NextPlace<Deblocker::kMbaff>(Place, Picture.MbWidth);
     }
 }
 
 // A picture with slice groups: neighbouring macroblocks belong to different slices.
-template <class Sample, int color_format>
+template <class Deblocker>
 void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t End) const
 {
     const PictureView& Picture = m_Cursor.Slice.Picture;
     const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.pGlobal;
-    using Deblocker = H264Deblocker<Sample, color_format>;
     std::vector<std::unique_ptr<Deblocker>> BySlice;
     for (const H264Slice* const pSlice : m_pPictureAu->m_Slices) {
         const auto Number = static_cast<size_t>(pSlice->m_SliceNumber);
@@ -178,9 +180,27 @@ void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t En
     for (int32_t Mb = FirstMb; Mb < End; ++Mb) {
         const size_t Number = pGlobal[Mb + Picture.FirstMb].SliceId;
         if (Number >= BySlice.size() || !BySlice[Number]) continue;
-        const MbPlace Place = PlaceOf<false>(Mb, Picture.MbWidth);
+        const MbPlace Place = PlaceOf<Deblocker::kMbaff>(Mb, Picture.MbWidth);
         BySlice[Number]->Filter(Place.X, Place.Y);
     }
+}
+
+template <class Sample, int color_format>
+void H264SegmentDecoderMultiThreaded::DeblockSlice(int32_t FirstMb, int32_t Count) const
+{
+    if (m_pSlice->m_Header.MbaffFrameFlag)
+        DeblockRun<PairDeblocker<Sample, color_format>>(FirstMb, Count);
+    else
+        DeblockRun<H264Deblocker<Sample, color_format>>(FirstMb, Count);
+}
+
+template <class Sample, int color_format>
+void H264SegmentDecoderMultiThreaded::DeblockSlices(int32_t FirstMb, int32_t End) const
+{
+    if (m_pPictureAu->m_Slices.front()->m_Header.MbaffFrameFlag)
+        DeblockPicture<PairDeblocker<Sample, color_format>>(FirstMb, End);
+    else
+        DeblockPicture<H264Deblocker<Sample, color_format>>(FirstMb, End);
 }
 
 Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t Count)
@@ -188,8 +208,8 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t 
     if (m_pSlice->m_Header.disable_deblocking_filter_idc == 1) return StatusOk;
     using Self = H264SegmentDecoderMultiThreaded;
     static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t)
-        const = {{&Self::DeblockRun<uint8_t, 0>, &Self::DeblockRun<uint8_t, 1>, &Self::DeblockRun<uint8_t, 2>},
-                 {&Self::DeblockRun<uint16_t, 0>, &Self::DeblockRun<uint16_t, 1>, &Self::DeblockRun<uint16_t, 2>}};
+        const = {{&Self::DeblockSlice<uint8_t, 0>, &Self::DeblockSlice<uint8_t, 1>, &Self::DeblockSlice<uint8_t, 2>},
+                 {&Self::DeblockSlice<uint16_t, 0>, &Self::DeblockSlice<uint16_t, 1>, &Self::DeblockSlice<uint16_t, 2>}};
     const PictureView& Picture = m_Cursor.Slice.Picture;
     (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, Count);
     return StatusOk;
@@ -201,8 +221,8 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegmentTask(int32_t FirstMb, int3
     if (m_pSlice) return DeblockSegment(FirstMb, End - FirstMb);
     using Self = H264SegmentDecoderMultiThreaded;
     static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
-        {&Self::DeblockPicture<uint8_t, 0>, &Self::DeblockPicture<uint8_t, 1>, &Self::DeblockPicture<uint8_t, 2>},
-        {&Self::DeblockPicture<uint16_t, 0>, &Self::DeblockPicture<uint16_t, 1>, &Self::DeblockPicture<uint16_t, 2>}};
+        {&Self::DeblockSlices<uint8_t, 0>, &Self::DeblockSlices<uint8_t, 1>, &Self::DeblockSlices<uint8_t, 2>},
+        {&Self::DeblockSlices<uint16_t, 0>, &Self::DeblockSlices<uint16_t, 1>, &Self::DeblockSlices<uint16_t, 2>}};
     const PictureView& Picture = m_Cursor.Slice.Picture;
     (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, End);
     return StatusOk;

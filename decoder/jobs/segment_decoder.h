@@ -60,10 +60,14 @@ private:
     void TryRestore(int32_t Start, const H264Slice* pSlice);
     Status DecodeRun(int32_t FirstMb, int32_t Count);
     void ProcessRows(int32_t FirstMb, int32_t End, bool Deblock);
-    template <class Sample, int color_format>
+    template <class Deblocker>
     void DeblockRun(int32_t FirstMb, int32_t Count) const;
-    template <class Sample, int color_format>
+    template <class Deblocker>
     void DeblockPicture(int32_t FirstMb, int32_t End) const;
+    template <class Sample, int color_format>
+    void DeblockSlice(int32_t FirstMb, int32_t Count) const;
+    template <class Sample, int color_format>
+    void DeblockSlices(int32_t FirstMb, int32_t End) const;
 
     const H264DecoderFrameInfo* m_pPictureAu = nullptr; // of a task for a whole picture
     TaskSource* m_pTasks;

@@ -1,6 +1,7 @@
 #include "decoder/jobs/segment_decoder_hp.h"
 
 #include "decoder/entropy/mb_decoder.h"
+#include "decoder/jobs/segment_decoder_pairs.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 
 #include <algorithm>
@@ -43,9 +44,9 @@ private:
         for (int32_t i = 0; i < Count && c.CurrentMb < PictureMbs; ++i) {
             c.BeginMacroblock<false>(c.CurrentMb, Place.X, Place.Y);
             if constexpr (kCabac)
-                Decoder::template DecodeMbCABAC<kSlice, false>(c);
+                Decoder::template DecodeMbCABAC<kSlice>(c);
             else
-                Decoder::template DecodeMbCAVLC<kSlice, false>(c);
+                Decoder::template DecodeMbCAVLC<kSlice>(c);
             if constexpr (kSlice == SLICE_I)
                 Reconstructor::ReconstructIntra(s, c.Mb, c.Coeffs);
             else
@@ -61,14 +62,6 @@ private:
             if (IsSliceEnd<kCabac>(c.Entropy, s.pNextMbMap)) return StatusEndOfSegment;
         }
         return StatusOk;
-    }
-
-    // A CAVLC slice of a picture with one slice group does not look for the end of its data: it goes on to its limit.
-    template <bool kCabac>
-    static bool IsSliceEnd(EntropyState& e, bool HasSliceGroups)
-    {
-        if constexpr (kCabac) return e.Cabac.m_Engine.Terminate();
-        return HasSliceGroups && e.MbSkipRun < 2 && !e.Bits.MoreRbspData();
     }
 };
 
@@ -113,7 +106,7 @@ SegmentDecoderHPBase* Find(const H264SeqParamSet& Sequence)
 
 SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff)
 {
-    if (IsMbaff) return nullptr;
+    if (IsMbaff) return FindPairDecoder(Sequence);
     return IsField ? Find<true>(Sequence) : Find<false>(Sequence);
 }
 

@@ -21,6 +21,15 @@ public:
     virtual Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& Decoder) = 0;
 };
 
+// Whether a slice ends behind the macroblock that was decoded last. A CAVLC slice of a picture with one slice group
+// does not look for the end of its data: it goes on to its limit.
+template <bool kCabac>
+inline bool IsSliceEnd(EntropyState& e, bool HasSliceGroups)
+{
+    if constexpr (kCabac) return e.Cabac.m_Engine.Terminate();
+    return HasSliceGroups && e.MbSkipRun < 2 && !e.Bits.MoreRbspData();
+}
+
 // The member for a slice, or null when there is none.
 SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff);
 

@@ -16,13 +16,15 @@ template <class Sample, int color_format>
 class H264Deblocker
 {
 public:
+    static constexpr bool kMbaff = false;
+
     // Slice is that of the macroblocks that follow, Picture the one that it belongs to.
     H264Deblocker(const PictureView& Picture, const H264Slice& Slice);
 
     // Filters the macroblock in column X and row Y of the picture, which must belong to the slice.
     void Filter(int32_t X, int32_t Y) const;
 
-private:
+protected:
     using Traits = CodecTraits<Sample>;
     using Place = StrengthFinder::Place;
     static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
@@ -35,11 +37,11 @@ private:
     int QpOf(int32_t Mb) const { return m_pLocal[Mb].Qp - kLowestQp; }
     // The edges of one direction. Params has the thresholds of the macroblock's own QP already.
     template <int Direction>
-    void FilterLuma(int Qp, int32_t Neighbour, const uint32_t (&Edge)[4], kernels::EdgeParams& Params,
-                    Sample* pLuma) const;
+    void FilterLuma(int Qp, int32_t Neighbour, const uint32_t (&Edge)[4], kernels::EdgeParams& Params, Sample* pLuma,
+                    ptrdiff_t Pitch) const;
     template <int Direction>
     void FilterChroma(int Qp, int32_t Neighbour, const uint32_t (&Edge)[4], kernels::EdgeParams (&Params)[2],
-                      Sample* pU, Sample* pV) const;
+                      Sample* pU, Sample* pV, ptrdiff_t Pitch) const;
     void SetThresholds(kernels::EdgeParams& Params, int Index, int Qp) const;
 
     StrengthFinder m_Strengths;

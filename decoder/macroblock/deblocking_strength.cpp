@@ -2,21 +2,21 @@
 
 namespace UMC {
 
-StrengthFinder::StrengthFinder(const PictureView& Picture, const H264Slice& Slice)
+StrengthFinder::StrengthFinder(const PictureView& Picture, const H264Slice& Slice, Kind Kind)
     : m_pFrame(Slice.m_pFrame), m_pLists(Slice.m_pRefPicList), m_pGlobal(m_pFrame->m_MbInfo.pGlobal),
       m_pLocal(Slice.m_pLocal->pLocal), m_pMv{m_pFrame->m_MbInfo.pMv[0], m_pFrame->m_MbInfo.pMv[1]},
       m_pRefIdx{m_pFrame->m_MbInfo.pRefIdx[0], m_pFrame->m_MbInfo.pRefIdx[1]}, m_FirstMb(Picture.FirstMb),
-      m_MbWidth(Picture.MbWidth), m_MvLimit(Picture.IsField ? 2 : 4), m_IsField(Picture.IsField),
+      m_MbWidth(Picture.MbWidth), m_Kind(Kind), m_MvLimit(Kind == Kind::Frame ? 4 : 2), m_IsField(Kind != Kind::Frame),
       m_WithinSlice(Slice.m_Header.disable_deblocking_filter_idc == 2), m_IsBSlice(Slice.m_Header.slice_type == SLICE_B)
 {
-    if (m_IsBSlice) NumberPictures();
+    NumberPictures();
 }
 
 void StrengthFinder::NumberPictures()
 {
-    for (int List = 0; List < 2; ++List)
+    for (int List = 0; List < (m_IsBSlice ? 2 : 1); ++List)
         for (int RefIdx = -1; RefIdx < 32; ++RefIdx)
-            m_PictureOf[List][RefIdx + 1] = PictureOf(m_pLists, List, RefIdx, m_IsField);
+            m_PictureOf[List][RefIdx + 1] = PictureOf(m_pLists, List, RefIdx, m_Kind);
 }
 
 const H264DecoderRefPicList* StrengthFinder::ListsOf(int32_t Mb) const

@@ -24,11 +24,27 @@ public:
         int32_t Mb, Left, Top;
     };
 
+    // The macroblocks of a frame, of a field, or the field macroblocks of an MBAFF frame.
+    enum class Kind { Frame, Field, FieldInFrame };
+
     // Slice is that of the macroblocks that follow, Picture the one that it belongs to.
-    StrengthFinder(const PictureView& Picture, const H264Slice& Slice);
+    StrengthFinder(const PictureView& Picture, const H264Slice& Slice)
+        : StrengthFinder(Picture, Slice, Picture.IsField ? Kind::Field : Kind::Frame)
+    {
+    }
+    StrengthFinder(const PictureView& Picture, const H264Slice& Slice, Kind Kind);
 
     // The macroblock in column X and row Y of the picture, which must belong to the slice.
     Place FindPlace(int32_t X, int32_t Y) const;
+
+    // Whether the edge between a macroblock and one beside it is filtered.
+    bool IsFiltered(int32_t Mb, int32_t Neighbour) const
+    {
+        const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
+        if (SliceId == m_pGlobal[Mb].SliceId) [[likely]]
+            return true;
+        return SliceId != kNoSlice && !m_WithinSlice; // nothing was decoded there, or this slice keeps to itself
+    }
 
     // Its strengths. With the 8x8 transform edges 1 and 3 lie inside blocks, and have none; kOddRows gives the
     // horizontal ones theirs all the same, for chroma whose 4x4 blocks begin there.
@@ -65,24 +81,21 @@ private:
     const h264::MotionVector* m_pMv[2];
     const int8_t* m_pRefIdx[2];
     int32_t m_FirstMb, m_MbWidth; // of the picture
-    int m_MvLimit;                // vertical: 4 in frames, 2 in fields, quarter samples
+    Kind m_Kind;
+    int m_MvLimit; // vertical: 4 in frames, 2 in fields, quarter samples
     bool m_IsField;
     bool m_WithinSlice; // disable_deblocking_filter_idc 2
     bool m_IsBSlice;
-    // The pictures of the slice's lists by reference index + 1, as numbers that are equal for the same picture; B
-    // slices.
+    // The pictures of the slice's lists by reference index + 1, as numbers that are equal for the same picture; of list
+    // 1 in B slices alone.
     uintptr_t m_PictureOf[2][33];
 };
 
 inline StrengthFinder::Place StrengthFinder::FindPlace(int32_t X, int32_t Y) const
 {
     const int32_t Mb = m_FirstMb + Y * m_MbWidth + X;
-    const MbAround Around = FindAround(Mb, X, Y, m_MbWidth, [&](int32_t Neighbour) {
-        const uint16_t SliceId = m_pGlobal[Neighbour].SliceId;
-        if (SliceId == m_pGlobal[Mb].SliceId) [[likely]]
-            return true;
-        return SliceId != kNoSlice && !m_WithinSlice; // nothing was decoded there, or this slice keeps to itself
-    });
+    const MbAround Around =
+        FindAround(Mb, X, Y, m_MbWidth, [&](int32_t Neighbour) { return IsFiltered(Mb, Neighbour); });
     return {Mb, Around.Left, Around.Top};
 }
 

@@ -8,8 +8,9 @@
 
 namespace UMC {
 
-// Predicts the macroblock in hand into the picture, weights included.
-template <class Sample, int color_format>
+// Predicts the macroblock in hand into the picture, weights included; with kMbaff into a frame whose macroblocks stand
+// in pairs.
+template <class Sample, int color_format, bool kMbaff = false>
 void PredictInter(const SliceView& Slice, const MbState& Mb, PredictionScratch& Scratch);
 
 // What the library decodes. Whoever wants another includes inter_prediction.inc, which has the definitions.
@@ -19,5 +20,7 @@ extern template void PredictInter<uint8_t, 2>(const SliceView&, const MbState&, 
 extern template void PredictInter<uint16_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
 
 } // namespace UMC

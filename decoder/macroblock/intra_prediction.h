@@ -9,20 +9,17 @@
 
 namespace UMC {
 
-// Neighbouring macroblocks that intra prediction may read, as kernels::IntraAvailable bits: with
-// constrained_intra_pred_flag only intra ones.
-unsigned FindIntraNeighbours(const SliceView& Slice, const MbState& Mb);
-
-// Predict into the picture; the residual is added by the caller.
-template <class Sample>
+// Predict into the picture; the residual is added by the caller. With kMbaff the macroblock stands in an MBAFF frame:
+// the samples around it lie where they would in the frame or in its field, whatever macroblocks they belong to.
+template <class Sample, bool kMbaff = false>
 void PredictIntra16x16(const SliceView& Slice, const MbState& Mb);
-template <class Sample, int color_format>
+template <class Sample, int color_format, bool kMbaff = false>
 void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both planes of 4:2:0 or 4:2:2
 
 // Predict each block and add its residual, as Traits have it, before the next is predicted.
-template <class Sample, class Traits = CodecTraits<Sample>>
+template <class Sample, bool kMbaff = false, class Traits = CodecTraits<Sample>>
 void ReconstructIntra4x4(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
-template <class Sample, class Traits = CodecTraits<Sample>>
+template <class Sample, bool kMbaff = false, class Traits = CodecTraits<Sample>>
 void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& Coeffs);
 
 // What the library decodes. Whoever wants another includes intra_prediction.inc, which has the definitions.
@@ -36,11 +33,15 @@ extern template void PredictIntraChroma<uint16_t, 1>(const SliceView&, const MbS
 extern template void PredictIntraChroma<uint16_t, 2>(const SliceView&, const MbState&);
 extern template void ReconstructIntra4x4<uint16_t>(const SliceView&, const MbState&, MbResidual&);
 extern template void ReconstructIntra8x8<uint16_t>(const SliceView&, const MbState&, MbResidual&);
-extern template void ReconstructIntra4x4<uint8_t, BypassTraits<uint8_t>>(const SliceView&, const MbState&, MbResidual&);
-extern template void ReconstructIntra8x8<uint8_t, BypassTraits<uint8_t>>(const SliceView&, const MbState&, MbResidual&);
-extern template void ReconstructIntra4x4<uint16_t, BypassTraits<uint16_t>>(const SliceView&, const MbState&,
+extern template void ReconstructIntra4x4<uint8_t, false, BypassTraits<uint8_t>>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra8x8<uint8_t, false, BypassTraits<uint8_t>>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra4x4<uint16_t, false, BypassTraits<uint16_t>>(const SliceView&, const MbState&,
                                                                            MbResidual&);
-extern template void ReconstructIntra8x8<uint16_t, BypassTraits<uint16_t>>(const SliceView&, const MbState&,
+extern template void ReconstructIntra8x8<uint16_t, false, BypassTraits<uint16_t>>(const SliceView&, const MbState&,
                                                                            MbResidual&);
+extern template void PredictIntra16x16<uint8_t, true>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint8_t, 1, true>(const SliceView&, const MbState&);
+extern template void ReconstructIntra4x4<uint8_t, true>(const SliceView&, const MbState&, MbResidual&);
+extern template void ReconstructIntra8x8<uint8_t, true>(const SliceView&, const MbState&, MbResidual&);
 
 } // namespace UMC

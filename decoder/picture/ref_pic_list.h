@@ -32,8 +32,8 @@ struct H264DecoderRefPicList {
 };
 
 // A picture as a number: twice the H264DecoderFrame::m_Index of its frame, plus 1 for a bottom field.
-inline int PictureIndex(int32_t FrameIndex, int Field) { return 2 * FrameIndex + (Field == 1); }
-inline constexpr int kMaxPictures = 2 * kMaxFrames;
+inline int FramePicture(int32_t FrameIndex) { return 2 * FrameIndex; }
+inline int PictureIndex(int32_t FrameIndex, int Field) { return FramePicture(FrameIndex) + (Field == 1); }
 
 // What remains of a slice's lists when its picture is decoded: the pictures, by PictureIndex(), for the direct
 // prediction of later pictures.

@@ -90,8 +90,13 @@ public:
 
     MbAround Around(bool IsField) const;
 
+    // How many of the pairs to the left and above hold field macroblocks: the context of the pair's flag.
+    int FieldPairsAround() const { return IsFieldPair(m_Around.Left) + IsFieldPair(m_Around.Top); }
+    // What the pair is taken for where it has no flag, or as long as that has not been read (clause 7.4.4).
+    bool InfersField() const { return IsFieldPair(m_Around.Left >= 0 ? m_Around.Left : m_Around.Top); }
+
 private:
-    bool IsFieldPair(int32_t Pair) const { return (m_pGlobal[Pair].MbFlags & MBFLAG_FIELD) != 0; }
+    bool IsFieldPair(int32_t Pair) const { return Pair >= 0 && (m_pGlobal[Pair].MbFlags & MBFLAG_FIELD) != 0; }
 
     int32_t m_Pair = 0; // number of its first macroblock
     bool m_IsBottom = false;

@@ -53,6 +53,8 @@ void SliceCursor::View(const H264Slice& From)
     Slice.pPictureSet = From.m_pPicParamSet;
     Slice.pLists = From.m_pRefPicList;
     Slice.Picture = ViewPicture(*From.m_pFrame, Header);
+    if (Header.MbaffFrameFlag)
+        for (int Parity = 0; Parity < 2; ++Parity) Slice.Fields[Parity] = ViewPicture(*From.m_pFrame, Parity);
     Slice.Records = From.m_pFrame->m_MbInfo;
     Slice.Local = *From.m_pLocal;
     Slice.pNextMbMap = From.m_UsesSliceGroups ? From.m_pNextMbMap : nullptr;
@@ -77,13 +79,12 @@ void SliceCursor::BeginDirect(const H264Slice& From)
 {
     DirectState& Direct = Motion.Direct;
     Direct.pColFrame = Direct.pOtherKind = nullptr;
-    Direct.ColMapSlice = -1;
+    Direct.ColSlice = -1;
     if (Slice.pHeader->slice_type != SLICE_B) return;
     if (!Slice.pLists) throw h264_exception(StatusInvalidParams);
     const H264DecoderFrame* const pFirst = Slice.pLists->List[1].Frame[0];
     Direct.ColIsShortTerm = (Slice.pLists->List[1].Flag[0] & kRefFlagShortTerm) != 0;
     H264DirectTables& Tables = Slice.References.Sets[REFERENCES_PICTURE].Tables;
-    Direct.pTables = &Tables;
     if (pFirst)
         ComputeDirectTables(*Slice.pLists, *Slice.pHeader, From.m_PicOrderCnt, Slice.References.ImplicitWeights,
                             Tables);
@@ -91,18 +92,41 @@ void SliceCursor::BeginDirect(const H264Slice& From)
         Tables = {};
     if (pFirst && pFirst->m_MbInfo.pGlobal && pFirst->m_Format.MbSize == From.m_pFrame->m_Format.MbSize)
         FindColocated(From, *pFirst);
+    if (!Slice.pHeader->direct_spatial_mv_pred_flag) NumberReferences();
 }
 
-// Clause 8.4.1.2.1. Of a pair of fields a frame goes by the one that is nearer in order count, the bottom one in doubt.
+// Clause 8.4.1.2.1. Of two fields a frame goes by the one that is nearer in order count, the bottom one in doubt.
 void SliceCursor::FindColocated(const H264Slice& From, const H264DecoderFrame& First)
 {
     DirectState& Direct = Motion.Direct;
     const bool IsField = Slice.Picture.IsField, IsPair = First.IsFieldPair();
-    (IsField == IsPair ? Direct.pColFrame : Direct.pOtherKind) = &First;
+    (IsField == IsPair && !Slice.pHeader->MbaffFrameFlag ? Direct.pColFrame : Direct.pOtherKind) = &First;
     const auto Distance = [&](int Field) { return std::abs(int64_t{First.m_PicOrderCnt[Field]} - From.m_PicOrderCnt); };
-    int Field = 0;
-    if (IsPair) Field = IsField ? RefFlagField(Slice.pLists->List[1].Flag[0]) : Distance(0) >= Distance(1);
-    Direct.ColOffset = Field * (First.m_Format.MbCount() / 2) - (IsPair ? Slice.Picture.FirstMb : 0);
+    Direct.ColField = Distance(0) >= Distance(1);
+    Direct.ColOffset = 0;
+    if (IsField && IsPair)
+        Direct.ColOffset = RefFlagField(Slice.pLists->List[1].Flag[0]) * (First.m_Format.MbCount() / 2) -
+                           Slice.Picture.FirstMb;
+}
+
+void SliceCursor::NumberReferences()
+{
+    const H264RefList& List = Slice.pLists->List[0];
+    int8_t(&RefOf)[256] = Motion.Direct.RefOf;
+    std::memset(RefOf, 0, sizeof RefOf);
+    for (int i = Slice.References.Active[0] - 1; i >= 0; --i)
+        if (const H264DecoderFrame* const p = List.Frame[i]; p && p->m_Index >= 0)
+            RefOf[PictureIndex(p->m_Index, RefFlagField(List.Flag[i]))] = static_cast<int8_t>(i);
+}
+
+// Behind the weights, which field macroblocks have from the frames. Indices of more than 16 frames would be too high
+// for them (clause 7.4.3).
+void SliceCursor::BeginFieldReferences(const H264Slice& From)
+{
+    SliceReferences& References = Slice.References;
+    if (!Slice.pLists || References.Active[0] > 16 || References.Active[1] > 16)
+        throw h264_exception(StatusInvalidParams);
+    FillFieldReferences({From.m_Header, *From.m_pPicParamSet, From.m_pRefPicList, *From.m_pFrame}, References);
 }
 
 // Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have
@@ -155,6 +179,7 @@ void SliceCursor::BeginReading(const H264Slice& From, uint32_t* pPadded)
         ReadSliceWeights(AtWeights, *Slice.pSequenceSet, *Slice.pHeader,
                          Slice.References.Sets[REFERENCES_PICTURE].Weights);
     }
+    if (Slice.pHeader->MbaffFrameFlag && Slice.pHeader->slice_type != SLICE_I) BeginFieldReferences(From);
     if (!Slice.pPictureSet->entropy_coding_mode_flag) return;
     const size_t Row = h264::ContextInitRow(Slice.pHeader->slice_type == SLICE_I, Slice.pHeader->cabac_init_idc);
     h264::InitCabacContexts(Entropy.Cabac.m_Contexts, h264::kContextInit[Row], Entropy.QpLuma);

@@ -23,7 +23,8 @@ struct SliceView {
     const H264PicParamSet* pPictureSet = nullptr;
     const H264DecoderRefPicList* pLists = nullptr;
     PictureView Picture;
-    H264MbInfo Records; // of the frame
+    PictureView Fields[2]; // top and bottom field of an MBAFF frame: the pictures of its field macroblocks
+    H264MbInfo Records;    // of the frame
     H264LocalMbBuffers Local;
     const uint32_t* pNextMbMap = nullptr; // null without slice groups
     int32_t BitDepthLuma = 8, BitDepthChroma = 8;
@@ -52,6 +53,30 @@ struct SliceView {
     }
 };
 
+// What the macroblock in hand belongs to: the picture, or one of the fields of an MBAFF frame.
+template <bool kMbaff>
+[[gnu::always_inline]] inline ReferenceKind KindOf(const MbState& Mb)
+{
+    if (!kMbaff || !IsFieldMb(Mb)) return REFERENCES_PICTURE;
+    return Mb.Number & 1 ? REFERENCES_BOTTOM_FIELD : REFERENCES_TOP_FIELD;
+}
+template <bool kMbaff>
+[[gnu::always_inline]] inline const PictureView& PictureOf(const SliceView& Slice, ReferenceKind Kind)
+{
+    return !kMbaff || Kind == REFERENCES_PICTURE ? Slice.Picture : Slice.Fields[Kind - REFERENCES_TOP_FIELD];
+}
+template <bool kMbaff>
+[[gnu::always_inline]] inline const PictureView& PictureOf(const SliceView& Slice, const MbState& Mb)
+{
+    return PictureOf<kMbaff>(Slice, KindOf<kMbaff>(Mb));
+}
+// Its row there, in macroblocks.
+template <bool kMbaff>
+[[gnu::always_inline]] inline int32_t RowOf(const MbState& Mb)
+{
+    return kMbaff && IsFieldMb(Mb) ? Mb.Y >> 1 : Mb.Y;
+}
+
 // How far entropy decoding has come. A copy of it goes on from the same bit.
 struct EntropyState {
     H264Bitstream Bits; // elements of CAVLC slices, and PCM samples
@@ -59,16 +84,19 @@ struct EntropyState {
     int32_t MbSkipRun = 0, QpLuma = 0, PrevDeltaQp = 0;
 };
 
-// Direct prediction (clause 8.4.1.2) of B slices: the first picture of list 1 and its motion. A picture of the other
-// kind is a frame for a field's slices, and one of a pair of fields for a frame's.
+// Direct prediction (clause 8.4.1.2) of B slices: the first picture of list 1 and its motion. Across kinds means to a
+// frame for a field's slices, to a pair of fields for a frame's, and always for an MBAFF frame's.
 struct DirectState {
     const H264DecoderFrame* pColFrame = nullptr;  // null when it has no motion, or is a picture of the other kind
     const H264DecoderFrame* pOtherKind = nullptr; // that one then
-    int32_t ColOffset = 0; // from a macroblock's number to its co-located one's; of the other kind, number of the first
+    int32_t ColOffset = 0;                        // from a macroblock's number to that of pColFrame's co-located one
+    int ColField = 0;                             // of pOtherKind: the field that is nearer in order count
     bool ColIsShortTerm = false;
-    const H264DirectTables* pTables = nullptr; // of the references of this kind of macroblock
-    int32_t ColMapSlice = -1;                  // slice of that picture whose references ColMap holds
-    int8_t ColMap[2][32] = {};                 // its references as indices into our list 0
+    int32_t ColSlice = -1; // slice of that picture whose references these are
+    const H264RefPicIndices* pColReferences = nullptr;
+    // Our lowest list 0 index of each picture, by PictureIndex(). 0 for one that is not there, which only damage can
+    // cause, and for H264RefPicIndices::kNone.
+    int8_t RefOf[256] = {};
 };
 
 // Motion around the macroblock in hand, by list, and what is derived from it.
@@ -132,6 +160,9 @@ struct SliceCursor : EntropyParts {
     template <bool kMbaff>
     void BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField = false);
 
+    // MBAFF frames: finds the pairs around that of macroblock Number alone, before it is known what the pair is.
+    void FindPair(int32_t Number, int32_t X, int32_t Y);
+
     // Takes the view of a slice.
     void View(const H264Slice& Slice);
     // Everything else that decoding of the slice starts with, but for the reader. Throws h264_exception when the
@@ -142,11 +173,20 @@ struct SliceCursor : EntropyParts {
 
 private:
     void SeeAcrossKinds();
+    void BeginFieldReferences(const H264Slice& Slice);
     void BeginDirect(const H264Slice& Slice);
     void FindColocated(const H264Slice& Slice, const H264DecoderFrame& First);
+    void NumberReferences();
     void BeginTables();
     void BeginChromaQp(SliceView::ChromaQpTable& Table, int32_t Offset);
 };
+
+inline void SliceCursor::FindPair(int32_t Number, int32_t X, int32_t Y)
+{
+    const MbGlobalInfo* const pGlobal = Slice.Records.pGlobal;
+    Mb.Pairs.Find(Number, X, Y, Slice.Picture.MbWidth, pGlobal,
+                  [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; });
+}
 
 template <bool kMbaff>
 [[gnu::always_inline]] inline void SliceCursor::BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField)
@@ -161,7 +201,7 @@ template <bool kMbaff>
     Mb.pGlobal = pGlobal + n;
     Mb.pLocal = Slice.Local.pLocal + n;
     if constexpr (kMbaff) {
-        Mb.Pairs.Find(n, X, Y, Width, pGlobal, IsUsable);
+        FindPair(n, X, Y);
         static_cast<MbAround&>(Mb) = Mb.Pairs.Around(IsField);
     } else {
         static_cast<MbAround&>(Mb) = FindAround(n, X, Y, Width, IsUsable);

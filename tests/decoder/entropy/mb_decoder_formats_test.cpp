@@ -39,9 +39,9 @@ private:
         for (int32_t i = 0; i < Picture.MbCount(); ++i, Place = NextPlace<false>(Place, Picture.MbWidth)) {
             c.BeginMacroblock<false>(i, Place.X, Place.Y);
             if (IsCabac)
-                Member::template DecodeMbCABAC<kSlice, false>(c);
+                Member::template DecodeMbCABAC<kSlice>(c);
             else
-                Member::template DecodeMbCAVLC<kSlice, false>(c);
+                Member::template DecodeMbCAVLC<kSlice>(c);
             Member::ReconstructInter(c.Slice, c.Mb, c.Coeffs, c.Scratch);
             if (IsCabac) {
                 ASSERT_EQ(c.Entropy.Cabac.m_Engine.Terminate(), i + 1u == static_cast<uint32_t>(Picture.MbCount()))

@@ -1,4 +1,4 @@
-// Intra slices of MBAFF frames, read macroblock by macroblock with the flags of their pairs read here.
+// Intra slices of MBAFF frames, read macroblock by macroblock.
 #include "decoder/entropy/mb_decoder.h"
 #include "tests/decoder/unfiltered_stream.h"
 
@@ -17,22 +17,13 @@ public:
         const int32_t Width = c.Slice.Picture.MbWidth, Mbs = c.Slice.Picture.MbCount();
         ASSERT_TRUE(c.Slice.pHeader->MbaffFrameFlag);
         const bool IsCabac = c.Slice.pPictureSet->entropy_coding_mode_flag != 0;
-        for (int32_t i = 0; i < Mbs; i += 2) {
-            c.BeginMacroblock<true>(i, PlaceOf<true>(i, Width).X, PlaceOf<true>(i, Width).Y);
-            const bool IsField = IsCabac ? ReadFlag(c, i) : c.Entropy.Bits.GetBit() != 0;
-            ++s_Pairs[IsField];
-            for (int32_t Number = i; Number < i + 2; ++Number) {
-                const MbPlace Place = PlaceOf<true>(Number, Width);
-                c.BeginMacroblock<true>(Number, Place.X, Place.Y, IsField);
-                if (IsCabac)
-                    DecodeMbCABAC<SLICE_I, true>(c);
-                else
-                    DecodeMbCAVLC<SLICE_I, true>(c);
-                std::memset(c.Coeffs.Coefficients, 0, sizeof c.Coeffs.Coefficients);
+        for (c.CurrentMb = 0; c.CurrentMb < Mbs;) {
+            if (!IsCabac) {
+                DecodePair<false>(c, PlaceOf<true>(c.CurrentMb, Width));
+                continue;
             }
-            if (IsCabac) {
-                ASSERT_EQ(c.Entropy.Cabac.m_Engine.Terminate(), i + 2u == static_cast<uint32_t>(Mbs)) << i;
-            }
+            DecodePair<true>(c, PlaceOf<true>(c.CurrentMb, Width));
+            ASSERT_EQ(c.Entropy.Cabac.m_Engine.Terminate(), c.CurrentMb == Mbs) << c.CurrentMb;
         }
         if (!IsCabac) {
             EXPECT_FALSE(c.Entropy.Bits.MoreRbspData());
@@ -40,13 +31,22 @@ public:
     }
 
 private:
-    static bool ReadFlag(SliceCursor& c, int32_t Number) // clause 9.3.3.1.1.10
+    template <bool kCabac>
+    static void DecodePair(SliceCursor& c, MbPlace Place)
     {
-        const int32_t Width = c.Slice.Picture.MbWidth;
-        const auto IsField = [&](int32_t Pair) { return IsFieldMb(c.Slice.Records.pGlobal[Pair]); };
-        const uint32_t Inc =
-            (Number / 2 % Width && IsField(Number - 2)) + (Number >= 2 * Width && IsField(Number - 2 * Width));
-        return c.Entropy.Cabac.m_Engine.Decide(c.Entropy.Cabac.m_Contexts[70 + Inc]) != 0;
+        PairState Pair = BeginPair<kCabac, SLICE_I>(c, Place);
+        ++s_Pairs[Pair.IsField];
+        DecodeMacroblock<kCabac>(c, Pair);
+        ++Place.Y;
+        GoToLower<kCabac, SLICE_I>(c, Place, Pair);
+        DecodeMacroblock<kCabac>(c, Pair);
+    }
+    template <bool kCabac>
+    static void DecodeMacroblock(SliceCursor& c, const PairState& Pair)
+    {
+        DecodeInPair<kCabac, SLICE_I>(c, Pair);
+        std::memset(c.Coeffs.Coefficients, 0, sizeof c.Coeffs.Coefficients);
+        ++c.CurrentMb;
     }
 };
 

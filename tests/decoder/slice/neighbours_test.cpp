@@ -158,6 +158,22 @@ TEST_F(Pairs, NeighboursAreThoseOfTheTableForEveryKindOfPairs)
     }
 }
 
+// Clause 7.4.4: as the pair to the left, else as the one above, of those in the slice.
+TEST_F(Pairs, TakeTheirKindFromTheLeftOrElseFromAbove)
+{
+    for (uint32_t Combination = 0; Combination < 16; ++Combination) {
+        const bool LeftIsField = Combination & 1, AboveIsField = Combination & 2, HasLeft = Combination & 4,
+                   HasAbove = Combination & 8;
+        SetField(kA, LeftIsField);
+        SetField(kB, AboveIsField);
+        SetUsable(kA, HasLeft);
+        SetUsable(kB, HasAbove);
+        const PairNeighbours n = Find(false);
+        EXPECT_EQ(n.InfersField(), HasLeft ? LeftIsField : HasAbove && AboveIsField) << Combination;
+        EXPECT_EQ(n.FieldPairsAround(), (HasLeft && LeftIsField) + (HasAbove && AboveIsField)) << Combination;
+    }
+}
+
 TEST_F(Pairs, AtTheBordersOfThePictureAreMissing)
 {
     PairNeighbours n;

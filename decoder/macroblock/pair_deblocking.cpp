@@ -1,0 +1,8 @@
+#include "decoder/macroblock/pair_deblocking.inc"
+
+namespace UMC {
+
+template class PairDeblocker<uint8_t, h264::CHROMA_400>;
+template class PairDeblocker<uint8_t, h264::CHROMA_420>;
+
+} // namespace UMC

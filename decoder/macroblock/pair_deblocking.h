@@ -1,0 +1,73 @@
+// Deblocking of the macroblocks of MBAFF frames, H.264 clause 8.7. Where frame and field macroblocks meet, edges are
+// not those of other pictures.
+#pragma once
+
+#include "decoder/macroblock/deblocking.h"
+
+#include <cstdint>
+
+namespace UMC {
+
+template <class Sample, int color_format>
+class PairDeblocker : private H264Deblocker<Sample, color_format>
+{
+public:
+    static constexpr bool kMbaff = true;
+
+    // Slice is that of the macroblocks that follow, Picture the frame that it belongs to.
+    PairDeblocker(const PictureView& Picture, const H264Slice& Slice);
+
+    // Filters the macroblock whose place, as MbPlace counts, is column X and row Y.
+    void Filter(int32_t X, int32_t Y) const;
+
+private:
+    using Base = H264Deblocker<Sample, color_format>;
+    using Traits = CodecTraits<Sample>;
+
+    // A macroblock and what lies across its outer edges, by number; -1 where there is nothing or it is of another sort.
+    struct PairPlace {
+        int32_t Mb;
+        bool IsField;
+        int32_t Left = -1, Top = -1; // macroblocks of the same kind, in the same half of their pair
+        int32_t MixedLeft = -1;      // the first of a pair of the other kind
+        int32_t FrameAbove = -1;     // the lower frame macroblock above a field macroblock
+        int32_t FieldsAbove = -1;    // the first of a field pair above a frame macroblock
+    };
+    // Where its samples lie: in the frame, or in a field of it.
+    struct Area {
+        const PictureView& View;
+        int32_t X, Row; // in macroblocks
+        Sample* At(int Plane, int y) const
+        {
+            const int Width = Plane == 0 ? 16 : 8, Height = Plane == 0 ? 16 : Base::kChroma.MbHeight;
+            return SampleAt<Sample>(View.pPlane[Plane], Plane == 0 ? View.PitchLuma : View.PitchChroma, X * Width,
+                                    Row * Height + y);
+        }
+    };
+    // Strengths of edges that two macroblocks share with one: four pieces for either.
+    struct MixedEdge {
+        int32_t First = -1; // of the two; -1 for none
+        uint32_t Edge[2] = {};
+    };
+
+    PairPlace FindPlace(int32_t X, int32_t Y) const;
+    uint32_t MixedStrength(int32_t Mb, int Block, int32_t Neighbour, int NeighbourBlock, uint32_t Intra) const;
+    uint32_t RowStrengths(int32_t Mb, int32_t Above) const;
+    MixedEdge LeftStrengths(const PairPlace& p) const;
+    MixedEdge TopStrengths(const PairPlace& p) const;
+    void FilterLuma(const PairPlace& p, const Area& a, const DeblockingStrength& s, const MixedEdge& Left,
+                    const MixedEdge& Top) const;
+    void FilterChroma(const PairPlace& p, const Area& a, const DeblockingStrength& s, const MixedEdge& Left,
+                      const MixedEdge& Top) const;
+    void SetOuter(kernels::EdgeParams& Params, int Qp, int32_t Neighbour, uint32_t Edge) const;
+    void SetOuterChroma(kernels::EdgeParams (&Params)[2], int Qp, int32_t Neighbour, uint32_t Edge) const;
+
+    StrengthFinder m_FieldStrengths; // of field macroblocks; the base's are those of frame macroblocks
+    PictureView m_Fields[2];
+};
+
+// What the library decodes. Whoever wants another includes pair_deblocking.inc, which has the definitions.
+extern template class PairDeblocker<uint8_t, h264::CHROMA_400>;
+extern template class PairDeblocker<uint8_t, h264::CHROMA_420>;
+
+} // namespace UMC
