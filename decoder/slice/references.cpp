@@ -82,8 +82,9 @@ void FillPictureReferences(const ReferenceSource& From, SliceReferences& Referen
         }
 }
 
-void FillFieldReferences(const ReferenceSource& From, SliceReferences& References)
+void FillFieldReferences(const ReferenceSource& From, int32_t PicOrderCnt, SliceReferences& References)
 {
+    const int32_t TakenOff = PicOrderCnt - From.Frame.PicOrderCnt(); // by memory command 5
     SliceHeaderFields Header = From.Header;
     Header.field_pic_flag = 1;
     Header.num_ref_idx_l0_active = std::min(2 * References.Active[0], 32);
@@ -100,7 +101,7 @@ void FillFieldReferences(const ReferenceSource& From, SliceReferences& Reference
                 Set.Weights[List][i] = Frames.Weights[List][i / 2];
             }
         if (Header.slice_type == SLICE_B)
-            ComputeDirectTables(Fields, Header, From.Frame.m_PicOrderCnt[Parity], References.ImplicitWeights,
+            ComputeDirectTables(Fields, Header, From.Frame.m_PicOrderCnt[Parity] + TakenOff, References.ImplicitWeights,
                                 Set.Tables);
     }
 }

@@ -52,7 +52,8 @@ struct ReferenceSource {
 void FillPictureReferences(const ReferenceSource& From, SliceReferences& References);
 
 // The sets of both parities, complete, from REFERENCES_PICTURE (clause 8.4.2.1): index i is a field of frame i / 2, of
-// the macroblock's parity when i is even. The lists must be there.
-void FillFieldReferences(const ReferenceSource& From, SliceReferences& References);
+// the macroblock's parity when i is even. The lists must be there. PicOrderCnt is that of the frame before its
+// reference marking.
+void FillFieldReferences(const ReferenceSource& From, int32_t PicOrderCnt, SliceReferences& References);
 
 } // namespace UMC

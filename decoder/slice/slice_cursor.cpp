@@ -126,7 +126,8 @@ void SliceCursor::BeginFieldReferences(const H264Slice& From)
     SliceReferences& References = Slice.References;
     if (!Slice.pLists || References.Active[0] > 16 || References.Active[1] > 16)
         throw h264_exception(StatusInvalidParams);
-    FillFieldReferences({From.m_Header, *From.m_pPicParamSet, From.m_pRefPicList, *From.m_pFrame}, References);
+    FillFieldReferences({From.m_Header, *From.m_pPicParamSet, From.m_pRefPicList, *From.m_pFrame}, From.m_PicOrderCnt,
+                        References);
 }
 
 // Stand-ins for neighbours outside the slice, chroma QP, and a clean scratch: a slice that ended in damage may have

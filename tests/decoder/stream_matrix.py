@@ -109,6 +109,8 @@ CASES = [
     ("mbaff_qp1", "--tff --qp 1 --bframes 2 --b-adapt 0 --chroma-qp-offset 4", (176, 160), True),
     ("mbaff_qp51_cavlc", "--tff --qp 51 --bframes 2 --b-adapt 0 --no-cabac --chroma-qp-offset -6", (176, 160), True),
     ("mbaff_cqm_aq", "--tff --cqm jvt --aq-mode 2 --aq-strength 2.0 --bframes 1 --b-adapt 0", (176, 160), False),
+    ("mbaff_monochrome", "--tff --output-csp i400 --bframes 2 --b-adapt 0", (176, 160), True),
+    ("mbaff_monochrome_cavlc", "--bff --output-csp i400 --bframes 0 --no-cabac --qp 18", (176, 160), False),
     ("mbaff_odd_size", "--tff --bframes 1 --b-adapt 0", (170, 132), False),
     ("mbaff_one_column", "--tff --bframes 1 --b-adapt 0 --no-cabac", (16, 128), False),
     ("mbaff_one_pair", "--tff --bframes 0", (16, 32), False),

@@ -36,7 +36,7 @@ protected:
     void FillAll()
     {
         FillPictureReferences(Source(), *m_pReferences);
-        FillFieldReferences(Source(), *m_pReferences);
+        FillFieldReferences(Source(), kOrderCounts[3], *m_pReferences);
     }
     const ReferenceSet& Set(int Kind) const { return m_pReferences->Sets[Kind]; }
 
@@ -117,10 +117,18 @@ TEST_F(ReferenceSets, OfFieldMacroblocksHaveTheWeightsOfTheirFrame)
         for (int i = 0; i < 4; ++i) EXPECT_EQ(Set(Kind).Weights[0][i].luma_weight, 10 + i / 2);
 }
 
-// DiffPicOrderCnt of the fields themselves: the distances 20 - 4 of 32 - 4 and so on, each parity with its own.
-TEST_F(ReferenceSets, OfFieldMacroblocksHaveTheDistancesOfTheirFields)
+// DiffPicOrderCnt of the fields themselves: the distances 20 - 4 of 32 - 4 and so on, each parity with its own. Those
+// of the frame may have lost what memory command 5 takes off.
+class ReferenceSetsAfterMarking : public ReferenceSets, public testing::WithParamInterface<bool>
+{
+};
+INSTANTIATE_TEST_SUITE_P(MemoryReset, ReferenceSetsAfterMarking, testing::Bool());
+
+TEST_P(ReferenceSetsAfterMarking, OfFieldMacroblocksHaveTheDistancesOfTheirFields)
 {
     m_PictureSet.weighted_bipred_idc = 2;
+    if (GetParam())
+        for (int32_t& Count : m_Frames[3].m_PicOrderCnt) Count -= kOrderCounts[3];
     FillAll();
     const auto Factor = [](int Current, int Count0, int Count1) {
         const int tb = Current - Count0, td = Count1 - Count0, tx = (16384 + td / 2) / td;
