@@ -207,7 +207,8 @@ Motion ScaleMotion(const H264DirectTables& Tables, int Ref, h264::MotionVector C
 // The list and entry of the frame's arrays that block i of the co-located picture moves by.
 struct ColMotion {
     int List, Ref; // below 0 where nothing moves
-    explicit ColMotion(const H264MbInfo& Col, int32_t i) : List(Col.pRefIdx[0][i] >= 0 ? 0 : 1), Ref(Col.pRefIdx[List][i])
+    explicit ColMotion(const H264MbInfo& Col, int32_t i)
+        : List(Col.pRefIdx[0][i] >= 0 ? 0 : 1), Ref(Col.pRefIdx[List][i])
     {
     }
     bool IsUsable() const { return Ref >= 0 && Ref < 32; }
@@ -248,7 +249,8 @@ void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint3
         ForEachPart(s, Mb, m, Quadrants, [&](int) { return Motion{}; });
         return;
     }
-    if (Col.pGlobal[ColMb].SliceId != Direct.ColSlice) SeeColSlice(Direct, *Direct.pColFrame, Col.pGlobal[ColMb].SliceId);
+    if (Col.pGlobal[ColMb].SliceId != Direct.ColSlice)
+        SeeColSlice(Direct, *Direct.pColFrame, Col.pGlobal[ColMb].SliceId);
     ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
         const int32_t i = ColMb * 16 + Block;
         const ColMotion Moved(Col, i);
@@ -264,7 +266,8 @@ template <bool kMbaff>
 void DeriveDirect(const SliceView& Slice, const MbState& Mb, MotionState& Motion, uint32_t Quadrants)
 {
     if (Slice.pHeader->direct_spatial_mv_pred_flag)
-        DeriveSpatial<kMbaff>(Slice, Mb, Motion, Quadrants, DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct));
+        DeriveSpatial<kMbaff>(Slice, Mb, Motion, Quadrants,
+                              DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct));
     else
         DeriveTemporal<kMbaff>(Slice, Mb, Motion, Quadrants);
 }

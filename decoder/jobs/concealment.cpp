@@ -33,6 +33,10 @@ void CopyOrFill(uint8_t* pPlane, const uint8_t* pReference, ptrdiff_t From, ptrd
 }
 
 using Restorer = void (*)(uint8_t*, const uint8_t*, ptrdiff_t, ptrdiff_t);
+Restorer RestorerOf(const PictureView& Picture)
+{
+    return Picture.SampleBytes == 1 ? CopyOrFill<uint8_t> : CopyOrFill<uint16_t>;
+}
 
 // The lines of a field within a range of memory, which takes in the other field's: those stay as they are. So do the
 // macroblocks in front of the first one, which were decoded. Height of a macroblock in lines, Width of the plane in
@@ -73,7 +77,7 @@ void ConcealMacroblocks(int32_t Start, int32_t End, const H264Slice& Slice, cons
 void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
 {
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];
-    const Restorer Restore = Picture.SampleBytes == 1 ? CopyOrFill<uint8_t> : CopyOrFill<uint16_t>;
+    const Restorer Restore = RestorerOf(Picture);
     for (int i = 0; i < (Chroma.Blocks ? 3 : 1); ++i) {
         const ptrdiff_t Pitch = i == 0 ? Picture.PitchLuma : Picture.PitchChroma;
         const int Width = i == 0 ? 16 : Chroma.MbWidth, Height = i == 0 ? 16 : Chroma.MbHeight;
@@ -96,10 +100,11 @@ void CopyOrFillRect(int32_t Start, int32_t End, const PictureView& Picture, cons
 void CopyOrFillPairs(int32_t Start, int32_t End, const PictureView& Picture, const PictureView* pReference)
 {
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Picture.ChromaFormat];
+    const Restorer Restore = RestorerOf(Picture);
     const MbPlace First = PlaceOf<false>(Start, Picture.MbWidth), Last = PlaceOf<false>(End, Picture.MbWidth);
     for (int i = 0; i < (Chroma.Blocks ? 3 : 1); ++i) {
         const ptrdiff_t Pitch = i == 0 ? Picture.PitchLuma : Picture.PitchChroma;
-        const int Width = i == 0 ? 16 : Chroma.MbWidth, Height = i == 0 ? 16 : Chroma.MbHeight;
+        const int Width = (i == 0 ? 16 : Chroma.MbWidth) * Picture.SampleBytes, Height = i == 0 ? 16 : Chroma.MbHeight;
         for (int32_t y = First.Y * Height; y <= Last.Y * Height; ++y) {
             const int32_t FirstInRow = y / (2 * Height) * Picture.MbWidth; // pairs
             int32_t Left = std::max((Start + 1) / 2 - FirstInRow, 0),
@@ -107,8 +112,8 @@ void CopyOrFillPairs(int32_t Start, int32_t End, const PictureView& Picture, con
             if (y == First.Y * Height) Left = std::max(Left, First.X);
             if (y == Last.Y * Height) Right = std::min(Right, Last.X);
             if (Left < Right)
-                CopyOrFill(Picture.pPlane[i], pReference ? pReference->pPlane[i] : nullptr, y * Pitch + Left * Width,
-                           y * Pitch + Right * Width);
+                Restore(Picture.pPlane[i], pReference ? pReference->pPlane[i] : nullptr, y * Pitch + Left * Width,
+                        y * Pitch + Right * Width);
         }
     }
 }

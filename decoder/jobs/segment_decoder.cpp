@@ -207,9 +207,9 @@ Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t 
 {
     if (m_pSlice->m_Header.disable_deblocking_filter_idc == 1) return StatusOk;
     using Self = H264SegmentDecoderMultiThreaded;
-    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t)
-        const = {{&Self::DeblockSlice<uint8_t, 0>, &Self::DeblockSlice<uint8_t, 1>, &Self::DeblockSlice<uint8_t, 2>},
-                 {&Self::DeblockSlice<uint16_t, 0>, &Self::DeblockSlice<uint16_t, 1>, &Self::DeblockSlice<uint16_t, 2>}};
+    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
+        {&Self::DeblockSlice<uint8_t, 0>, &Self::DeblockSlice<uint8_t, 1>, &Self::DeblockSlice<uint8_t, 2>},
+        {&Self::DeblockSlice<uint16_t, 0>, &Self::DeblockSlice<uint16_t, 1>, &Self::DeblockSlice<uint16_t, 2>}};
     const PictureView& Picture = m_Cursor.Slice.Picture;
     (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, Count);
     return StatusOk;

@@ -86,8 +86,6 @@ SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
     return chroma_format_idc < s_Members.size() ? s_Members[chroma_format_idc] : nullptr;
 }
 
-constexpr int kLargestDepth = 14; // that the tables of QP go to
-
 template <bool is_field>
 SegmentDecoderHPBase* Find(const H264SeqParamSet& Sequence)
 {

@@ -9,6 +9,8 @@
 
 namespace UMC {
 
+inline constexpr int kLargestDepth = 14; // bits of a sample that the tables of QP go to
+
 class SegmentDecoderHPBase
 {
 public:

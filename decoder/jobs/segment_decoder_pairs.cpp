@@ -3,6 +3,7 @@
 #include "decoder/entropy/mb_decoder.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 
+#include <algorithm>
 #include <array>
 
 namespace UMC {
@@ -66,23 +67,33 @@ private:
     }
 };
 
-template <int color_format, bool is_high_profile>
+template <class Sample, int color_format, bool is_high_profile>
 SegmentDecoderHPBase* Member()
 {
-    static PairSegmentDecoder<MBDecoder<int16_t, uint8_t, uint8_t, color_format, false, is_high_profile>,
-                              MBReconstructor<uint8_t, color_format, is_high_profile>>
+    using Coeffs = typename CodecTraits<Sample>::Coeffs;
+    static PairSegmentDecoder<MBDecoder<Coeffs, Sample, Sample, color_format, false, is_high_profile>,
+                              MBReconstructor<Sample, color_format, is_high_profile>>
         s_Member;
     return &s_Member;
 }
 
+// Those of a high profile, by chroma format.
+template <class Sample>
+SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
+{
+    static const std::array<SegmentDecoderHPBase*, 3> s_Members{Member<Sample, 0, true>(), Member<Sample, 1, true>(),
+                                                                Member<Sample, 2, true>()};
+    return chroma_format_idc < s_Members.size() ? s_Members[chroma_format_idc] : nullptr;
+}
+
 } // namespace
 
-SegmentDecoderHPBase* FindPairDecoder(uint32_t ChromaFormat, bool IsHighProfile)
+SegmentDecoderHPBase* FindPairDecoder(const H264SeqParamSet& Sequence)
 {
-    // By 2 * chroma format + high profile.
-    static const std::array<SegmentDecoderHPBase*, 8> s_Members{Member<0, false>(), Member<0, true>(),
-                                                                Member<1, false>(), Member<1, true>()};
-    return ChromaFormat > 3 ? nullptr : s_Members[2 * ChromaFormat + (IsHighProfile ? 1 : 0)];
+    const int Depth = std::max(Sequence.bit_depth_luma, Sequence.bit_depth_chroma);
+    if (Depth > kLargestDepth || Sequence.qpprime_y_zero_transform_bypass_flag) return nullptr;
+    if (Sequence.profile_idc < 100) return Member<uint8_t, 1, false>();
+    return (Depth > 8 ? HighMember<uint16_t> : HighMember<uint8_t>)(Sequence.chroma_format_idc);
 }
 
 } // namespace UMC

@@ -3,11 +3,9 @@
 
 #include "decoder/jobs/segment_decoder_hp.h"
 
-#include <cstdint>
-
 namespace UMC {
 
-// Samples of 8 bits; null for a chroma format that has none.
-SegmentDecoderHPBase* FindPairDecoder(uint32_t ChromaFormat, bool IsHighProfile);
+// Null for a sequence that there is none for.
+SegmentDecoderHPBase* FindPairDecoder(const H264SeqParamSet& Sequence);
 
 } // namespace UMC

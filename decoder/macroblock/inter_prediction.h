@@ -22,5 +22,9 @@ extern template void PredictInter<uint16_t, 1>(const SliceView&, const MbState&,
 extern template void PredictInter<uint16_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 2, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 2, true>(const SliceView&, const MbState&, PredictionScratch&);
 
 } // namespace UMC

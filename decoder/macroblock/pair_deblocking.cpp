@@ -4,5 +4,9 @@ namespace UMC {
 
 template class PairDeblocker<uint8_t, h264::CHROMA_400>;
 template class PairDeblocker<uint8_t, h264::CHROMA_420>;
+template class PairDeblocker<uint8_t, h264::CHROMA_422>;
+template class PairDeblocker<uint16_t, h264::CHROMA_400>;
+template class PairDeblocker<uint16_t, h264::CHROMA_420>;
+template class PairDeblocker<uint16_t, h264::CHROMA_422>;
 
 } // namespace UMC

@@ -69,5 +69,9 @@ private:
 // What the library decodes. Whoever wants another includes pair_deblocking.inc, which has the definitions.
 extern template class PairDeblocker<uint8_t, h264::CHROMA_400>;
 extern template class PairDeblocker<uint8_t, h264::CHROMA_420>;
+extern template class PairDeblocker<uint8_t, h264::CHROMA_422>;
+extern template class PairDeblocker<uint16_t, h264::CHROMA_400>;
+extern template class PairDeblocker<uint16_t, h264::CHROMA_420>;
+extern template class PairDeblocker<uint16_t, h264::CHROMA_422>;
 
 } // namespace UMC

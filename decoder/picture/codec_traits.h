@@ -285,6 +285,16 @@ struct CodecTraits<uint16_t> {
         (Direction == 0 ? kernels::g_Kernels.FilterChromaVerticalDeep : kernels::g_Kernels.FilterChromaHorizontalDeep)(
             pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
     }
+    static void FilterLumaMixed(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int Depth)
+    {
+        kernels::FilterLumaMixedDeep_px(p, Step, pParams, Depth);
+    }
+    template <int kHeight>
+    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
+                                  const kernels::EdgeParams* pParamsV, int Depth)
+    {
+        kernels::FilterChromaMixedDeep_px(pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
+    }
 };
 
 // Of macroblocks that bypass the transform (TransformBypassModeFlag of clause 8.5): a level is the residual of its
@@ -345,16 +355,6 @@ private:
                 s = static_cast<Sample>(std::clamp<int64_t>(int64_t{s} + pCoeffs[y * Size + x], 0, (1 << Depth) - 1));
                 pCoeffs[y * Size + x] = 0;
             }
-    }
-    static void FilterLumaMixed(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int Depth)
-    {
-        kernels::FilterLumaMixedDeep_px(p, Step, pParams, Depth);
-    }
-    template <int kHeight>
-    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
-                                  const kernels::EdgeParams* pParamsV, int Depth)
-    {
-        kernels::FilterChromaMixedDeep_px(pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
     }
 };
 

@@ -105,8 +105,8 @@ void SliceCursor::FindColocated(const H264Slice& From, const H264DecoderFrame& F
     Direct.ColField = Distance(0) >= Distance(1);
     Direct.ColOffset = 0;
     if (IsField && IsPair)
-        Direct.ColOffset = RefFlagField(Slice.pLists->List[1].Flag[0]) * (First.m_Format.MbCount() / 2) -
-                           Slice.Picture.FirstMb;
+        Direct.ColOffset =
+            RefFlagField(Slice.pLists->List[1].Flag[0]) * (First.m_Format.MbCount() / 2) - Slice.Picture.FirstMb;
 }
 
 void SliceCursor::NumberReferences()

@@ -90,7 +90,8 @@ void MacroblockWriter::WritePcm(const Macroblock& Mb)
     const auto Put = [&](size_t i, uint32_t Depth, int Row) {
         const uint32_t Sample = Mb.pcm[i], Up = Depth - 8;
         m_Bits.U(static_cast<int>(Depth),
-                 Sample << Up | ((Sample * 5 + i + static_cast<uint32_t>(Row)) & ((1u << Up) - 1)));
+                 Sample << Up |
+                     ((Sample * 5 + static_cast<uint32_t>(i) + static_cast<uint32_t>(Row)) & ((1u << Up) - 1)));
     };
     const uint32_t ChromaDepth = m_Seq.bit_depth_chroma ? m_Seq.bit_depth_chroma : m_Seq.bit_depth;
     const int Width = static_cast<int>(m_Seq.width_mbs), X = m_Mb % Width, Y = m_Mb / Width, Rows = ChromaRows();
