@@ -251,7 +251,8 @@ private:
         Local.CodedBlockBits = 0x1FFFF;
         Local.CodedBlockBitsChroma[0] = Local.CodedBlockBitsChroma[1] = 0x1FFFF;
         Local.CodedBlockPattern = 0x2F;
-        Local.Qp = 0; // what deblocking takes for it (clause 8.7.2.2); the QP carried on stays
+        // QP'Y of 0 is what deblocking takes for it (clause 8.7.2.2); the QP carried on stays.
+        Local.Qp = static_cast<int8_t>(-6 * (s.LumaDepth<PlaneY>() - 8));
         std::memset(s.Local.pCoeffCounts + Mb.Number * kCountsPerMb, 16, kCountsPerMb);
         e.PrevDeltaQp = 0;
     }

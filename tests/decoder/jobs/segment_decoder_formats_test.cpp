@@ -73,6 +73,32 @@ constexpr Format kDecodedByFfmpeg[]{{1, 8, 8}, {1, 9, 9}, {1, 10, 10}, {1, 12, 1
 INSTANTIATE_TEST_SUITE_P(Streams, FormatOfAStream, testing::ValuesIn(kDecodedByFfmpeg),
                          [](const auto& Info) { return PixelFormat(Info.param); });
 
+// PCM macroblocks beside others of a QP that leaves much to filter: the mean of both goes by what PCM counts for.
+TEST_P(FormatOfAStream, FiltersAtTheBordersOfPcmMacroblocks)
+{
+    RandomStream In(SequenceOf(GetParam()), {.chroma_qp_index_offset = 2}, 65);
+    In.Start(1);
+    for (uint32_t i = 1; i < 5; ++i) {
+        Slice p = Numbered(i, 2 * i);
+        p.slice_type = 5;
+        p.disable_deblocking = 0;
+        p.alpha = p.beta = 6;
+        p.qp_delta = 10 + 4 * static_cast<int>(i % 3);
+        MacroblockWriter Writer(In.Seq, In.Pic, p);
+        for (int Mb = 0; Mb < RandomStream::kMbs; ++Mb) {
+            Macroblock m = In.Random.Any(In.Seq, In.Pic, p, {.skip = 4, .intra = 0, .residual = false});
+            if (In.Random.Upto(2) == 0) {
+                m = {.intra = true, .mb_type = 25};
+                for (uint8_t& Sample : m.pcm) Sample = static_cast<uint8_t>(100 + In.Random.Upto(12));
+            }
+            Writer.Put(m);
+        }
+        In.Data += Writer.Finish();
+        ++In.Pictures;
+    }
+    ExpectAsFfmpeg(In.Data, In.Pictures, true, PixelFormat(GetParam()));
+}
+
 // Bytes as samples of either type.
 std::vector<int> Numbers(const Bytes& Picture, bool IsDeep)
 {
