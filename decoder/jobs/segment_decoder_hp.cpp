@@ -1,111 +1,19 @@
 #include "decoder/jobs/segment_decoder_hp.h"
 
-#include "decoder/entropy/mb_decoder.h"
-#include "decoder/jobs/segment_decoder_pairs.h"
-#include "decoder/macroblock/mb_reconstructor.h"
+#include "decoder/jobs/segment_decoder_members.h"
 
 #include <algorithm>
-#include <array>
 
 namespace UMC {
 
-namespace {
-
-template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format,
-          bool is_field, bool is_high_profile>
-class SegmentDecoderHP : public SegmentDecoderHPBase, private Decoder, private Reconstructor
-{
-public:
-    Status DecodeSegmentCAVLCSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
-    {
-        switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case SLICE_P: return Run<false, SLICE_P>(Position, Count, d.m_Cursor);
-        case SLICE_B: return Run<false, SLICE_B>(Position, Count, d.m_Cursor);
-        default: return Run<false, SLICE_I>(Position, Count, d.m_Cursor);
-        }
-    }
-    Status DecodeSegmentCABACSingle(int32_t Position, int32_t Count, H264SegmentDecoder& d) override
-    {
-        switch (d.m_Cursor.Slice.pHeader->slice_type) {
-        case SLICE_P: return Run<true, SLICE_P>(Position, Count, d.m_Cursor);
-        case SLICE_B: return Run<true, SLICE_B>(Position, Count, d.m_Cursor);
-        default: return Run<true, SLICE_I>(Position, Count, d.m_Cursor);
-        }
-    }
-
-private:
-    template <bool kCabac, SliceType kSlice>
-    static Status Run(int32_t Position, int32_t Count, SliceCursor& c)
-    {
-        const SliceView& s = c.Slice;
-        const int32_t PictureMbs = s.Picture.MbCount(), Width = s.Picture.MbWidth;
-        c.CurrentMb = Position;
-        MbPlace Place = PlaceOf<false>(Position, Width);
-        for (int32_t i = 0; i < Count && c.CurrentMb < PictureMbs; ++i) {
-            c.BeginMacroblock<false>(c.CurrentMb, Place.X, Place.Y);
-            if constexpr (kCabac)
-                Decoder::template DecodeMbCABAC<kSlice>(c);
-            else
-                Decoder::template DecodeMbCAVLC<kSlice>(c);
-            if constexpr (kSlice == SLICE_I)
-                Reconstructor::ReconstructIntra(s, c.Mb, c.Coeffs);
-            else
-                Reconstructor::ReconstructInter(s, c.Mb, c.Coeffs, c.Scratch);
-            ++c.MbsDone;
-            if (s.pNextMbMap) {
-                c.CurrentMb = static_cast<int32_t>(s.pNextMbMap[c.CurrentMb]);
-                Place = PlaceOf<false>(c.CurrentMb, Width);
-            } else {
-                ++c.CurrentMb;
-                Place = NextPlace<false>(Place, Width);
-            }
-            if (IsSliceEnd<kCabac>(c.Entropy, s.pNextMbMap)) return StatusEndOfSegment;
-        }
-        return StatusOk;
-    }
-};
-
-template <class Sample, int color_format, bool is_field, bool is_high_profile, bool may_bypass = false>
-SegmentDecoderHPBase* Member()
-{
-    using Coeffs = typename CodecTraits<Sample>::Coeffs;
-    static SegmentDecoderHP<MBDecoder<Coeffs, Sample, Sample, color_format, is_field, is_high_profile, may_bypass>,
-                            MBReconstructor<Sample, color_format, is_high_profile, may_bypass>, Coeffs, Sample, Sample,
-                            color_format, is_field, is_high_profile>
-        s_Member;
-    return &s_Member;
-}
-
-// Those of a high profile, by chroma format.
-template <class Sample, bool is_field, bool may_bypass>
-SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
-{
-    static const std::array<SegmentDecoderHPBase*, 3> s_Members{Member<Sample, 0, is_field, true, may_bypass>(),
-                                                                Member<Sample, 1, is_field, true, may_bypass>(),
-                                                                Member<Sample, 2, is_field, true, may_bypass>()};
-    return chroma_format_idc < s_Members.size() ? s_Members[chroma_format_idc] : nullptr;
-}
-
-template <bool is_field>
-SegmentDecoderHPBase* Find(const H264SeqParamSet& Sequence)
+SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff)
 {
     const int Depth = std::max(Sequence.bit_depth_luma, Sequence.bit_depth_chroma);
     if (Depth > kLargestDepth) return nullptr;
-    // The profiles that are not high have samples of 8 bits in 4:2:0 alone.
-    if (Sequence.profile_idc < 100) return Member<uint8_t, 1, is_field, false>();
-    if (Sequence.qpprime_y_zero_transform_bypass_flag)
-        return (Depth > 8 ? HighMember<uint16_t, is_field, true>
-                          : HighMember<uint8_t, is_field, true>)(Sequence.chroma_format_idc);
-    return (Depth > 8 ? HighMember<uint16_t, is_field, false>
-                      : HighMember<uint8_t, is_field, false>)(Sequence.chroma_format_idc);
-}
-
-} // namespace
-
-SegmentDecoderHPBase* FindSegmentDecoder(const H264SeqParamSet& Sequence, bool IsField, bool IsMbaff)
-{
-    if (IsMbaff) return FindPairDecoder(Sequence);
-    return IsField ? Find<true>(Sequence) : Find<false>(Sequence);
+    if (IsMbaff) return FindPairDecoder(Sequence, Depth > 8);
+    if (Depth > 8) return FindDeepDecoder(Sequence.chroma_format_idc, IsField);
+    if (Sequence.qpprime_y_zero_transform_bypass_flag) return FindBypassDecoder(Sequence.chroma_format_idc, IsField);
+    return (IsField ? FindFieldDecoder : FindFrameDecoder)(Sequence);
 }
 
 } // namespace UMC

@@ -1,5 +1,6 @@
-// The family of macroblock loops, one member for each combination of sample type, chroma format and profile class that
-// is decoded, so that no test of these stands in the loops. Members have no state and serve any number of threads.
+// The family of macroblock loops, one member for each combination of sample type, chroma format, field, profile class
+// and bypass that is decoded, so that no test of these stands in the loops. Members have no state and serve any number
+// of threads.
 #pragma once
 
 #include "decoder/jobs/segment_decoder.h"

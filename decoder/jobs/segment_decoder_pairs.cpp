@@ -1,9 +1,7 @@
-#include "decoder/jobs/segment_decoder_pairs.h"
-
 #include "decoder/entropy/mb_decoder.h"
+#include "decoder/jobs/segment_decoder_members.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 
-#include <algorithm>
 #include <array>
 
 namespace UMC {
@@ -71,13 +69,14 @@ template <class Sample, int color_format, bool is_high_profile>
 SegmentDecoderHPBase* Member()
 {
     using Coeffs = typename CodecTraits<Sample>::Coeffs;
-    static PairSegmentDecoder<MBDecoder<Coeffs, Sample, Sample, color_format, false, is_high_profile>,
-                              MBReconstructor<Sample, color_format, is_high_profile>>
+    // Macroblocks of any high profile may bypass the transform.
+    static PairSegmentDecoder<MBDecoder<Coeffs, Sample, Sample, color_format, false, is_high_profile, is_high_profile>,
+                              MBReconstructor<Sample, color_format, is_high_profile, is_high_profile>>
         s_Member;
     return &s_Member;
 }
 
-// Those of a high profile, by chroma format.
+// Of a high profile.
 template <class Sample>
 SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
 {
@@ -88,12 +87,10 @@ SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
 
 } // namespace
 
-SegmentDecoderHPBase* FindPairDecoder(const H264SeqParamSet& Sequence)
+SegmentDecoderHPBase* FindPairDecoder(const H264SeqParamSet& Sequence, bool IsDeep)
 {
-    const int Depth = std::max(Sequence.bit_depth_luma, Sequence.bit_depth_chroma);
-    if (Depth > kLargestDepth || Sequence.qpprime_y_zero_transform_bypass_flag) return nullptr;
     if (Sequence.profile_idc < 100) return Member<uint8_t, 1, false>();
-    return (Depth > 8 ? HighMember<uint16_t> : HighMember<uint8_t>)(Sequence.chroma_format_idc);
+    return (IsDeep ? HighMember<uint16_t> : HighMember<uint8_t>)(Sequence.chroma_format_idc);
 }
 
 } // namespace UMC

@@ -2,17 +2,14 @@
 
 namespace UMC {
 
-template void PredictInter<uint8_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint8_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint8_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint16_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint16_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint16_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint8_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint8_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint8_t, 2, true>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint16_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint16_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
-template void PredictInter<uint16_t, 2, true>(const SliceView&, const MbState&, PredictionScratch&);
+#define INSTANTIATE(Sample, kMbaff)                                                                                    \
+    template void PredictInter<Sample, 0, kMbaff>(const SliceView&, const MbState&, PredictionScratch&);               \
+    template void PredictInter<Sample, 1, kMbaff>(const SliceView&, const MbState&, PredictionScratch&);               \
+    template void PredictInter<Sample, 2, kMbaff>(const SliceView&, const MbState&, PredictionScratch&)
+
+INSTANTIATE(uint8_t, false);
+INSTANTIATE(uint8_t, true);
+INSTANTIATE(uint16_t, false);
+INSTANTIATE(uint16_t, true);
 
 } // namespace UMC

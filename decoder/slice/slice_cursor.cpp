@@ -60,6 +60,8 @@ void SliceCursor::View(const H264Slice& From)
     Slice.pNextMbMap = From.m_UsesSliceGroups ? From.m_pNextMbMap : nullptr;
     Slice.BitDepthLuma = From.m_pSeqParamSet->bit_depth_luma;
     Slice.BitDepthChroma = From.m_pSeqParamSet->bit_depth_chroma;
+    Slice.QpOfBypass = From.m_pSeqParamSet->qpprime_y_zero_transform_bypass_flag ? -6 * (Slice.BitDepthLuma - 8)
+                                                                                 : SliceView::kNeverBypassed;
     Slice.SliceId = static_cast<uint16_t>(From.m_SliceNumber);
     Motion.MaxMv = 0;
 }

@@ -28,6 +28,8 @@ struct SliceView {
     H264LocalMbBuffers Local;
     const uint32_t* pNextMbMap = nullptr; // null without slice groups
     int32_t BitDepthLuma = 8, BitDepthChroma = 8;
+    static constexpr int32_t kNeverBypassed = INT32_MIN;
+    int32_t QpOfBypass = kNeverBypassed; // QPY of macroblocks whose residual is not transformed
     SliceReferences References;
     uint16_t SliceId = 0;
     MbGlobalInfo NoGlobal{}; // stand-ins for neighbours outside the slice
@@ -37,8 +39,8 @@ struct SliceView {
         uint8_t ByQp[kQpBias + 52];                                 // QP'C by QPY + kQpBias
     } ChromaQp[2];                                                  // of Cb and Cr (clause 8.5.8)
 
-    // TransformBypassModeFlag of a macroblock, in sequences that allow it.
-    bool BypassesTransform(int QpLuma) const { return QpLuma + 6 * (BitDepthLuma - 8) == 0; }
+    // TransformBypassModeFlag of a macroblock.
+    bool BypassesTransform(int QpLuma) const { return QpLuma == QpOfBypass; }
 
     // Bits of a sample of the given type: 8-bit code need not ask.
     template <class Sample>

@@ -19,13 +19,14 @@ protected:
             m_Col.m_MbInfo.pRefIdx[List] = m_ColRef[List].data();
         }
         m_Col.m_MbInfo.pGlobal = m_ColGlobal.data();
-        m_Col.m_PicOrderCnt[1] = 4;
+        m_Col.m_PictureStructure = MBAFF_FRAME;
         m_Sequence.direct_8x8_inference_flag = 1;
         m_Slice.m_Header.direct_spatial_mv_pred_flag = 1;
         DirectState& Direct = m_pCursor->Motion.Direct;
-        Direct.pColFrame = &m_Col;
+        Direct.pOtherKind = &m_Col;
         Direct.ColIsShortTerm = true;
-        Direct.ColMapSlice = 0;
+        Direct.ColSlice = 0;
+        Direct.pColReferences = &m_ColReferences;
     }
     ~DirectPairs() override { m_Col.m_MbInfo = {}; }
 
@@ -62,6 +63,7 @@ protected:
     }
 
     H264DecoderFrame m_Col;
+    H264RefPicIndices m_ColReferences{};
     std::vector<h264::MotionVector> m_ColMv[2];
     std::vector<int8_t> m_ColRef[2];
     std::vector<MbGlobalInfo> m_ColGlobal;
@@ -86,12 +88,12 @@ TEST_F(DirectPairs, OfFieldsGoByTheUpperFrameMacroblockAboveAndByTheLowerOneBelo
     }
 }
 
-TEST_F(DirectPairs, OfFramesGoByTheFieldThatIsNearerInTime)
+TEST_F(DirectPairs, OfFramesGoByTheFieldThatTheSliceGoesBy)
 {
-    for (const int OrderCount : {1, 2, 3}) {
-        SCOPED_TRACE(OrderCount);
-        m_pCursor->Motion.Direct.PicOrderCnt = OrderCount;
-        const int Field = OrderCount < 2 ? 10 : 11; // of both as near the lower one
+    for (const int ColField : {0, 1}) {
+        SCOPED_TRACE(ColField);
+        m_pCursor->Motion.Direct.ColField = ColField;
+        const int Field = 10 + ColField;
         EXPECT_EQ(StillQuadrants(10, false, true, Field, 0), 1u);
         EXPECT_EQ(StillQuadrants(10, false, true, Field, 7), 8u);
         EXPECT_EQ(StillQuadrants(11, false, true, Field, 11), 2u);
@@ -113,7 +115,8 @@ TEST_F(DirectPairs, MoveWhereTheColocatedMacroblockIsIntra)
 TEST_F(DirectPairs, TakeTheTemporalReferenceInTheirOwnKind)
 {
     m_Slice.m_Header.direct_spatial_mv_pred_flag = 0;
-    m_pCursor->Motion.Direct.ColMap[0][1] = 2;
+    m_ColReferences.Index[0][1] = 10; // of a frame macroblock's index 1, our index 2
+    m_pCursor->Motion.Direct.RefOf[10] = 2;
     for (ReferenceSet& Set : m_pCursor->Slice.References.Sets)
         for (int32_t& Factor : Set.Tables.DistScaleFactor) Factor = kNotScaled;
     const auto ExpectMotion = [&](bool IsField, bool IsColField, int ColRef, int RefIdx, int16_t y) {

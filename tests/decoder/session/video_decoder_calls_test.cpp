@@ -227,7 +227,9 @@ TEST_F(Calls, OtherFormatsAndDepthsComeInTheClientsFormatOrAreLost)
         GreyStream In({.profile_idc = 122, .chroma_format_idc = chroma_format_idc, .bit_depth = bit_depth});
         EXPECT_EQ(Give(In.Idr(192).Data), StatusNotEnoughData);
         EXPECT_EQ(Flush(), IsLost ? StatusNotEnoughData : StatusOk);
-        if (!IsLost) EXPECT_EQ(Value(), 192 >> (bit_depth - 8));
+        if (!IsLost) {
+            EXPECT_EQ(Value(), 192 >> (bit_depth - 8));
+        }
         EXPECT_EQ(Give(GreyStream().Idr(7).Data), StatusNotEnoughData);
         EXPECT_EQ(Flush(), StatusOk);
         EXPECT_EQ(Value(), 7);
