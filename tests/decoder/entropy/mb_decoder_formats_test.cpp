@@ -1,7 +1,7 @@
 // Members of the family on streams that are not filtered: deep samples, 4:2:2 and fields.
 #include "decoder/entropy/mb_decoder.h"
-#include "decoder/macroblock/inter_prediction.inc"
-#include "decoder/macroblock/intra_prediction.inc"
+#include "decoder/macroblock/inter_prediction.h"
+#include "decoder/macroblock/intra_prediction.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 #include "tests/decoder/unfiltered_stream.h"
 #include "tests/support/ffmpeg_oracle.h"

@@ -170,20 +170,25 @@ TEST(PcmSamples, ComeOutAtEveryDepth)
     }
 }
 
+constexpr uint32_t kBypassPictures = 6; // frames or fields
+
 // Macroblocks of the lowest QP, which bypass the transform, and between them some that do not. Samples keep away from
 // the ends of their range, where ffmpeg's bypass wraps.
-Bytes MixedBypass(const Format& f, bool Is8x8, size_t& Pictures)
+Bytes MixedBypass(const Format& f, bool Is8x8, bool IsField)
 {
     const int Lowest = -6 * (static_cast<int>(f.bit_depth) - 8);
     SeqParamSet Seq = SequenceOf(f);
     Seq.transform_bypass = true;
+    Seq.frame_mbs_only = !IsField;
     RandomStream In(
         Seq,
         {.num_ref_idx = {1, 1}, .pic_init_qp = Lowest, .has_transform_extension = true, .transform_8x8_mode = Is8x8},
         64);
-    for (uint32_t i = 0; i < 5; ++i) {
-        Slice s = Numbered(i, 2 * i);
+    for (uint32_t i = 0; i < kBypassPictures; ++i) {
+        Slice s = IsField ? Numbered(i / 2, i) : Numbered(i, 2 * i);
         s.nal_unit_type = i == 0 ? 5 : 1;
+        s.field = IsField;
+        s.bottom = IsField && i % 2;
         s.slice_type = i == 0 ? 7 : 5;
         s.disable_deblocking = 0;
         MacroblockWriter Writer(In.Seq, In.Pic, s);
@@ -200,7 +205,6 @@ Bytes MixedBypass(const Format& f, bool Is8x8, size_t& Pictures)
         }
         In.Data += Writer.Finish();
     }
-    Pictures = 5;
     return In.Data;
 }
 
@@ -210,12 +214,12 @@ class TransformBypass : public testing::TestWithParam<Format>
 
 TEST_P(TransformBypass, GivesFfmpegsPictures)
 {
-    for (const bool Is8x8 : {false, true}) {
-        SCOPED_TRACE(Is8x8);
-        size_t Pictures = 0;
-        const Bytes Stream = MixedBypass(GetParam(), Is8x8, Pictures);
-        ExpectAsFfmpeg(Stream, Pictures, true, PixelFormat(GetParam()));
-    }
+    for (const bool IsField : {false, true})
+        for (const bool Is8x8 : {false, true}) {
+            SCOPED_TRACE(testing::Message() << IsField << Is8x8);
+            const Bytes Stream = MixedBypass(GetParam(), Is8x8, IsField);
+            ExpectAsFfmpeg(Stream, IsField ? kBypassPictures / 2 : kBypassPictures, true, PixelFormat(GetParam()));
+        }
 }
 
 constexpr Format kBypassed[]{{1, 8, 8}, {2, 8, 8}, {1, 10, 10}, {2, 14, 14}};

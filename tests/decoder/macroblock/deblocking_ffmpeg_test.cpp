@@ -1,6 +1,6 @@
 // The edge filter on whole intra pictures against ffmpeg, of samples of 2 bytes and of 4:2:2. Intra prediction reads
 // samples from before the filter: without its own, ffmpeg gives what this one starts from.
-#include "decoder/macroblock/deblocking.inc"
+#include "decoder/macroblock/deblocking.h"
 #include "tests/decoder/picture_fixture.h"
 #include "tests/decoder/sample_planes.h"
 #include "tests/support/ffmpeg_oracle.h"

@@ -1,4 +1,4 @@
-#include "decoder/macroblock/deblocking_strength.inc"
+#include "decoder/macroblock/deblocking_strength.h"
 
 #include "tests/decoder/picture_fixture.h"
 

@@ -1,6 +1,6 @@
 // The edge filter for samples of either type in the formats without chroma, 4:2:0 and 4:2:2: macroblocks at random
 // against clause 8.7, sample by sample.
-#include "decoder/macroblock/deblocking.inc"
+#include "decoder/macroblock/deblocking.h"
 #include "tests/decoder/picture_fixture.h"
 #include "tests/decoder/sample_planes.h"
 #include "tests/support/deblocking_reference.h"

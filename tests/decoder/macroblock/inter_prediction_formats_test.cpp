@@ -1,6 +1,6 @@
 // Inter prediction of samples of either type in the formats without chroma, 4:2:0 and 4:2:2: macroblocks with motion at
 // random against the formulas of clause 8.4.2, sample by sample.
-#include "decoder/macroblock/inter_prediction.inc"
+#include "decoder/macroblock/inter_prediction.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 #include "tests/decoder/picture_fixture.h"
 #include "tests/decoder/sample_planes.h"

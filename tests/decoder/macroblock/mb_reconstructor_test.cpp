@@ -1,6 +1,6 @@
 // Intra macroblocks, residuals and PCM for both sample types and the chroma formats: deep samples that hold 8 bits give
 // what the 8-bit kernels give.
-#include "decoder/macroblock/intra_prediction.inc"
+#include "decoder/macroblock/intra_prediction.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 #include "tests/decoder/picture_fixture.h"
 #include "tests/decoder/sample_planes.h"
@@ -10,14 +10,6 @@
 #include <vector>
 
 namespace UMC {
-
-// What the library has no use for yet; every test of this program takes it from here.
-template void PredictIntra16x16<uint16_t>(const SliceView&, const MbState&);
-template void PredictIntraChroma<uint16_t, 1>(const SliceView&, const MbState&);
-template void PredictIntraChroma<uint16_t, 2>(const SliceView&, const MbState&);
-template void PredictIntraChroma<uint8_t, 2>(const SliceView&, const MbState&);
-template void ReconstructIntra4x4<uint16_t>(const SliceView&, const MbState&, MbResidual&);
-template void ReconstructIntra8x8<uint16_t>(const SliceView&, const MbState&, MbResidual&);
 
 namespace {
 
