@@ -6,6 +6,10 @@ add_test(NAME "decoder: stream matrix"
 add_test(NAME "decoder: shared media"
          COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/media_manifest.py ${stream_decoder}
                  ${CMAKE_SOURCE_DIR}/../shared/media)
+add_test(NAME "decoder: no picture is lost on its way to the client"
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/delivery.py ${QUILVEX_TOOLS_FOLDER})
+add_test(NAME "decoder: samples of MP4 files"
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/mp4_form.py ${stream_decoder})
 set_tests_properties("decoder: stream matrix" "decoder: shared media" PROPERTIES TIMEOUT 1200 SKIP_RETURN_CODE 77)
 
 # Floods, and what they cost.

@@ -93,10 +93,10 @@ def our_digests(h264_decode, stream, folder, *more):
     return done.returncode, done.stderr.decode(errors="replace").strip(), listing.read_text().split() if listing.exists() else []
 
 
-def ffmpeg_digests(stream):
+def ffmpeg_digests(stream, demuxer=("-f", "h264")):
     """The MD5 of every picture that ffmpeg gives; any message is a failure."""
-    done = run("ffmpeg", "-v", "error", "-nostdin", "-flags", "unaligned", "-threads", "1", "-f", "h264", "-i", stream, "-autoscale",
-               "0", "-fps_mode", "passthrough", "-f", "framehash", "-hash", "md5", "-")
+    done = run("ffmpeg", "-v", "error", "-nostdin", "-flags", "unaligned", "-threads", "1", *demuxer, "-i", stream, "-map", "0:v",
+               "-autoscale", "0", "-fps_mode", "passthrough", "-f", "framehash", "-hash", "md5", "-")
     check(not done.stderr, f"{stream}: ffmpeg complains: {done.stderr.decode(errors='replace')}")
     lines = done.stdout.decode().splitlines()
     return [line.rsplit(",", 1)[1].strip() for line in lines if not line.startswith("#")]
