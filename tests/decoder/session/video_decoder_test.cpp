@@ -1,5 +1,6 @@
 // The decoder object's state across calls: Init twice, Reset in mid-stream, starts that are no IDR picture.
-#include "tests/decoder/random_stream.h"
+#include "tests/decoder/session/fed_decoder.h"
+#include "tests/decoder/session/grey_stream.h"
 
 #include <gmock/gmock.h>
 
@@ -7,49 +8,8 @@ namespace {
 
 using namespace test;
 using testing::ElementsAre;
-using UMC::Status;
 using UMC::StatusNotEnoughData;
 using UMC::StatusOk;
-
-const Bytes kDelimiter = NalUnit(0, 9, {0x10});
-
-// One decoder, fed unit by unit; each picture that it shows is noted by its first sample.
-class Session
-{
-public:
-    Session() { Start(); }
-    Status Start()
-    {
-        UMC::VideoDecoderParams Params;
-        Params.m_NumThreads = 1;
-        Params.m_pPostProcessing = &m_Tap;
-        m_Output.SetBufferPointer(m_Mark, sizeof(m_Mark));
-        return m_Decoder.Init(&Params);
-    }
-    // One unit, or several, in one call.
-    Status Give(Bytes Units)
-    {
-        UMC::MediaData Input;
-        Input.SetBufferPointer(Units.data(), Units.size());
-        Input.SetDataSize(Units.size());
-        return m_Decoder.GetFrame(&Input, &m_Output);
-    }
-    // The values shown by now, those still held back included.
-    std::vector<int> Drain()
-    {
-        while (m_Decoder.GetFrame(nullptr, &m_Output) == StatusOk) {
-        }
-        return std::exchange(m_Shown, {});
-    }
-    UMC::H264VideoDecoder& Decoder() { return m_Decoder; }
-
-private:
-    std::vector<int> m_Shown;
-    tools::PictureTap m_Tap{[this](const UMC::VideoData& p) { m_Shown.push_back(SamplesOf(p).front()); }};
-    UMC::VideoData m_Output;
-    uint8_t m_Mark[2] = {};
-    UMC::H264VideoDecoder m_Decoder;
-};
 
 const SeqParamSet kSeq{.num_ref_frames = 4};
 const PicParamSet kPic{.num_ref_idx = {2, 1}};
@@ -64,23 +24,22 @@ Bytes Copy(uint32_t RefIdx, uint32_t FrameNum)
 {
     return CopySlice(kSeq, kPic, Numbered(FrameNum, 2 * FrameNum), RefIdx);
 }
-const Bytes kRecoveryPoint = NalUnit(0, 6, {6, 1, 0xC4, 0x80}); // recovery_frame_cnt 0
 
 TEST(DecoderSession, TwoInitsLeaveOneWorkingDecoder)
 {
-    Session s;
+    FedDecoder s;
     s.Give(kSets + Idr(10));
     s.Give(Copy(0, 1));
     ASSERT_EQ(s.Start(), StatusOk); // with two pictures in flight
-    EXPECT_THAT(s.Drain(), ElementsAre(10)) << "what the first one had shown";
+    EXPECT_THAT(s.DrainValues(), ElementsAre(10)) << "what the first one had shown";
     EXPECT_EQ(s.Give(kSets + Idr(20)), StatusNotEnoughData);
     EXPECT_EQ(s.Give(Copy(0, 1)), StatusOk);
-    EXPECT_THAT(s.Drain(), ElementsAre(20, 20));
+    EXPECT_THAT(s.DrainValues(), ElementsAre(20, 20));
     ASSERT_EQ(s.Decoder().Close(), StatusOk);
     ASSERT_EQ(s.Decoder().Close(), StatusOk);
     ASSERT_EQ(s.Start(), StatusOk);
     s.Give(kSets + Idr(30));
-    EXPECT_THAT(s.Drain(), ElementsAre(30));
+    EXPECT_THAT(s.DrainValues(), ElementsAre(30));
 }
 
 // In the middle of a stream whose frame numbers, order counts and references have gone on far from zero.
@@ -95,16 +54,16 @@ protected:
         Long.marking = {{4, 2}, {6, 1}};
         m_Session.Give(PcmSlice(kSeq, kPic, Long, 60));
         EXPECT_EQ(m_Session.Decoder().Reset(), StatusOk);
-        m_Session.Drain();
+        m_Session.DrainValues();
     }
-    Session m_Session;
+    FedDecoder m_Session;
 };
 
 TEST_F(AfterReset, AnIdrPictureStartsAsAtFirst)
 {
     m_Session.Give(Idr(20));
     for (uint32_t i = 1; i < 4; ++i) m_Session.Give(Copy(i > 1, i));
-    EXPECT_THAT(m_Session.Drain(), ElementsAre(20, 20, 20, 20));
+    EXPECT_THAT(m_Session.DrainValues(), ElementsAre(20, 20, 20, 20));
 }
 
 TEST_F(AfterReset, AnIPictureThatIsNoIdrPictureStartsToo)
@@ -113,7 +72,7 @@ TEST_F(AfterReset, AnIPictureThatIsNoIdrPictureStartsToo)
     m_Session.Give(Intra(30, 5));
     m_Session.Give(Copy(0, 6));
     m_Session.Give(Copy(1, 7)); // both of its references are of the new start
-    EXPECT_THAT(m_Session.Drain(), ElementsAre(30, 30, 30));
+    EXPECT_THAT(m_Session.DrainValues(), ElementsAre(30, 30, 30));
 }
 
 TEST_F(AfterReset, ARecoveryPointStartsAgainstGrey)
@@ -121,16 +80,16 @@ TEST_F(AfterReset, ARecoveryPointStartsAgainstGrey)
     m_Session.Give(kRecoveryPoint + Copy(0, 13));
     m_Session.Give(Intra(40, 14));
     m_Session.Give(Copy(0, 15));
-    EXPECT_THAT(m_Session.Drain(), ElementsAre(128, 40, 40));
+    EXPECT_THAT(m_Session.DrainValues(), ElementsAre(128, 40, 40));
 }
 
 TEST_F(AfterReset, ARecoveryPointServesOneStartOnly)
 {
     m_Session.Give(kRecoveryPoint + Copy(0, 13));
     EXPECT_EQ(m_Session.Decoder().Reset(), StatusOk);
-    m_Session.Drain();
+    m_Session.DrainValues();
     m_Session.Give(Copy(0, 14));
-    EXPECT_TRUE(m_Session.Drain().empty());
+    EXPECT_TRUE(m_Session.DrainValues().empty());
 }
 
 TEST_F(AfterReset, ASliceCutInHalfByItIsForgotten)
@@ -140,7 +99,7 @@ TEST_F(AfterReset, ASliceCutInHalfByItIsForgotten)
     m_Session.Give(Half);
     EXPECT_EQ(m_Session.Decoder().Reset(), StatusOk);
     m_Session.Give(Idr(70));
-    EXPECT_THAT(m_Session.Drain(), ElementsAre(70));
+    EXPECT_THAT(m_Session.DrainValues(), ElementsAre(70));
 }
 
 TEST_F(AfterReset, TheSpeedIsNormalAgain)
@@ -150,7 +109,7 @@ TEST_F(AfterReset, TheSpeedIsNormalAgain)
     EXPECT_EQ(m_Session.Decoder().Reset(), StatusOk);
     m_Session.Give(Idr(20));
     m_Session.Give(PcmSlice(kSeq, kPic, Numbered(1, 2, 0), 30)); // no reference
-    EXPECT_THAT(m_Session.Drain(), ElementsAre(20, 30));
+    EXPECT_THAT(m_Session.DrainValues(), ElementsAre(20, 30));
 }
 
 TEST(DecoderSession, RepeatedParameterSetsChangeNothing)
@@ -178,7 +137,7 @@ TEST(DecoderSession, RepeatedParameterSetsChangeNothing)
 
 TEST(DecoderSession, SwitchingSlicesVanishWithoutAStatus)
 {
-    Session s;
+    FedDecoder s;
     s.Give(kSets + Idr(10));
     EXPECT_EQ(s.Give(Copy(0, 1)), StatusOk) << "the first picture";
     for (const uint32_t Type : {3u, 4u, 8u, 9u}) {
@@ -187,7 +146,7 @@ TEST(DecoderSession, SwitchingSlicesVanishWithoutAStatus)
         EXPECT_EQ(s.Give(SkipSlice(kSeq, kPic, Switching)), StatusNotEnoughData) << Type;
     }
     EXPECT_EQ(s.Give(Intra(30, 2)), StatusOk);
-    EXPECT_THAT(s.Drain(), ElementsAre(10, 10, 30));
+    EXPECT_THAT(s.DrainValues(), ElementsAre(10, 10, 30));
 }
 
 } // namespace
