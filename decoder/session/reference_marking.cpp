@@ -160,10 +160,13 @@ void ReferenceMarking::ConvertToLongTerm(int32_t PicNum, uint32_t Idx, bool IsFi
     pFrame->m_LongTermFrameIdx = static_cast<int32_t>(Idx);
 }
 
-// Operation 5: the picture becomes the first of a new count, as an IDR picture would be.
+// Operation 5: the picture becomes the first of a new count, as an IDR picture would be. A first field that its frame
+// has already is a reference like all others (clause 8.2.5.4.5); the frame itself is in work.
 void ReferenceMarking::ApplyMemoryReset(H264DecoderFrame& Frame, const SliceHeaderFields& Header)
 {
     RemoveAllReferences(&Frame);
+    Mark(Frame.m_IsShortTerm, false, 0, false);
+    Mark(Frame.m_IsLongTerm, false, 0, false);
     m_Dpb.IncreaseResetCount(&Frame);
     m_MaxLongTermFrameIdx = -1;
     const int32_t Lowest = Frame.PicOrderCnt();

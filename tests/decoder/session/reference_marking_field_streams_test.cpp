@@ -113,6 +113,25 @@ TEST_P(FieldCommands, BeginAnewInAFirstField)
     m_In.ExpectAsFfmpeg();
 }
 
+// The first field goes with all other references: behind the frame there is its second field alone.
+TEST_P(FieldCommands, BeginAnewInASecondField)
+{
+    Next({}, {{5}}, 8, 7);
+    Slice s = Typed(kP, m_FrameNum = 1, m_Poc);
+    s.field = true;
+    s.num_ref_idx[0] = 1;
+    for (const bool IsSecond : {false, true}) {
+        s.bottom = IsSecond != GetParam();
+        s.poc_lsb = m_Poc + IsSecond;
+        m_In.Add(s, {.intra = 0});
+    }
+    ++m_In.Pictures;
+    ++m_FrameNum;
+    m_Poc += 2;
+    Next({}, {}, 3, 4);
+    m_In.ExpectAsFfmpeg();
+}
+
 // What ffmpeg does not keep apart: of one value each, so that a copy tells which field stands where in a list.
 Slice Refs(uint32_t FrameNum, uint32_t Poc, uint32_t Count)
 {

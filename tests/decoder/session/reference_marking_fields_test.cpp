@@ -130,7 +130,8 @@ TEST_F(FieldMarking, MemoryResetOfASecondFieldKeepsTheDistanceToTheFirst)
     EXPECT_FALSE(Reference.IsReferenced());
     EXPECT_EQ(Frame.m_PicOrderCnt[0], 0);
     EXPECT_EQ(Frame.m_PicOrderCnt[1], 1);
-    EXPECT_TRUE(Frame.m_IsShortTerm[0] && Frame.m_IsShortTerm[1]);
+    EXPECT_FALSE(Frame.m_IsShortTerm[0]) << "the first field is a reference like any other";
+    EXPECT_TRUE(Frame.m_IsShortTerm[1]);
     EXPECT_EQ(m_PicOrder.PicOrderCntLsb, 0) << "of a bottom field";
 }
 
