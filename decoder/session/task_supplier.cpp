@@ -102,7 +102,7 @@ void TaskSupplier::Close()
 
 Status TaskSupplier::ConsumeSource(MediaData* pIn, MediaData* pOut)
 {
-    if (IsEmpty(pOut) && (HasKeptUnit() || !m_Store.HasRoom())) DeliverFrame(pOut, false);
+    if (IsEmpty(pOut) && !m_Store.HasRoom()) DeliverFrame(pOut, false);
     bool IsForced = false;
     UnitResult Unit;
     do {

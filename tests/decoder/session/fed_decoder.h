@@ -32,19 +32,16 @@ public:
         return m_Decoder.GetFrame(&Input, &m_Output);
     }
     UMC::Status Flush() { return m_Decoder.GetFrame(nullptr, &m_Output); }
-    // What was shown since the last time, and all that was still held back.
-    std::vector<Bytes> Drain()
+    std::vector<Bytes> Shown() { return std::exchange(m_Shown, {}); } // since the last time
+    std::vector<Bytes> Drain()                                        // with all that was still held back
     {
         while (Flush() == UMC::StatusOk) {
         }
-        return std::exchange(m_Shown, {});
+        return Shown();
     }
-    std::vector<int> DrainValues() // the first sample of each picture
-    {
-        std::vector<int> Values;
-        for (const Bytes& Samples : Drain()) Values.push_back(Samples.front());
-        return Values;
-    }
+    // A value that a picture has in its first line or, where that is the grey of a field that never came, the second.
+    std::vector<int> ShownValues() { return ValuesOf(Shown()); }
+    std::vector<int> DrainValues() { return ValuesOf(Drain()); }
     UMC::H264VideoDecoder& Decoder() { return m_Decoder; }
     const UMC::VideoData& Output() const { return m_Output; }
     const std::vector<int32_t>& Structures() const
@@ -53,6 +50,14 @@ public:
     } // of all pictures, as the converter gets them
 
 private:
+    static std::vector<int> ValuesOf(const std::vector<Bytes>& Pictures)
+    {
+        constexpr int kGrey = 128, kWidth = 16;
+        std::vector<int> Values;
+        for (const Bytes& Samples : Pictures) Values.push_back(Samples[0] != kGrey ? Samples[0] : Samples[kWidth]);
+        return Values;
+    }
+
     std::vector<Bytes> m_Shown;
     std::vector<int32_t> m_Structures;
     tools::PictureTap m_Tap{[this](const UMC::VideoData& p) {
