@@ -107,6 +107,49 @@ TEST_F(FieldLists, HaveUpTo32Entries)
     EXPECT_EQ(Build(32), Expected);
 }
 
+// More frames than a stream may keep: what is beyond the list's end is left out, of long-term fields, too.
+TEST_F(FieldLists, HaveNoMoreThan32EntriesOfMoreFields)
+{
+    for (int Number = 1; Number <= 20; ++Number) Add(Number);
+    for (int Index = 0; Index < 4; ++Index) Add(Index, "tb");
+    std::vector<std::string> Expected;
+    for (int Number = 20; Number > 4; --Number)
+        for (const char* const pField : {"T", "B"}) Expected.push_back(std::to_string(Number) + pField);
+    EXPECT_EQ(Build(32), Expected);
+}
+
+TEST_F(FieldLists, OfBSlicesStayEmptyWithAsManyFramesAsAListHasEntries)
+{
+    m_Header.slice_type = SLICE_B;
+    m_Current.m_PicOrderCnt[0] = m_Current.m_PicOrderCnt[1] = 100;
+    for (int Number = 1; Number <= 28; ++Number) Add(Number);
+    for (int Index = 0; Index < 3; ++Index) Add(Index, "tb");
+    EXPECT_THAT(Build(2), ElementsAre("28T", "28B")) << "31 frames";
+    Add(3, "tb");
+    EXPECT_THAT(Build(2), ElementsAre("none", "none"));
+    EXPECT_THAT(Build(2, 1), ElementsAre("none", "none"));
+}
+
+TEST_F(FieldLists, OfBSlicesWithTheSameFieldsInBothSwapTheFirstTwo)
+{
+    m_Header.slice_type = SLICE_B;
+    m_Current.m_PicOrderCnt[0] = m_Current.m_PicOrderCnt[1] = 50;
+    Add(1);
+    EXPECT_THAT(Build(2), ElementsAre("1T", "1B"));
+    EXPECT_THAT(Build(2, 1), ElementsAre("1B", "1T"));
+    Add(2, "b");
+    EXPECT_THAT(Build(3), ElementsAre("1T", "1B", "2b"));
+    EXPECT_THAT(Build(3, 1), ElementsAre("1B", "1T", "2b"));
+}
+
+TEST_F(FieldLists, HaveALostLongTermFieldAsAHole)
+{
+    Add(1);
+    Add(0, "tb");
+    m_Reordering[0] = {.count = 2, .operation = {2, 2}, .value = {7, 1}}; // index 3 is nobody's; then the top field
+    EXPECT_THAT(Build(5), ElementsAre("0T", "0t", "1T", "1B", "0b"));
+}
+
 TEST_F(FieldLists, OfBSlicesGoByTheCountsOfFrames)
 {
     m_Header.slice_type = SLICE_B;

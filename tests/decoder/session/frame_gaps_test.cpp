@@ -1,5 +1,5 @@
 // Gaps in frame_num, and pictures that never came to be.
-#include "tests/decoder/random_stream.h"
+#include "tests/decoder/random_fields.h"
 
 #include <gmock/gmock.h>
 
@@ -114,6 +114,83 @@ TEST(GivenUpPictures, LeaveTheirFrameNumAsAGap)
     In.Data += Write(Other) + Write(OtherPic) + PcmSlice(Other, OtherPic, Refused, 20);
     In.Intra(30, Numbered(2, 16)).CopyAll(Numbered(3, 24), 3);
     EXPECT_THAT(DecodeValues(In.Data), ElementsAre(10, 30, 30, kGrey, 10));
+}
+
+// ---- Field pictures ---------------------------------------------------------------------------------------------
+
+using Pair = std::array<int, 2>;
+
+// A pair for each entry of the lists of both fields, which are no references.
+void CopyFields(GreyFields& In, uint32_t FrameNum, uint32_t Poc, uint32_t Count)
+{
+    for (uint32_t RefIdx = 0; RefIdx < Count; ++RefIdx)
+        for (const bool IsBottom : {false, true}) {
+            Slice s = Numbered(FrameNum, Poc++, 0);
+            s.num_ref_idx[0] = Count;
+            In.CopyField(RefIdx, IsBottom, s);
+        }
+}
+
+TEST(FieldGaps, FillTheWindowWithFramesOfTwoFields)
+{
+    for (const uint32_t Type : {0u, 1u, 2u}) {
+        SCOPED_TRACE(Type);
+        GreyFields In({.profile_idc = 77,
+                       .poc_type = Type,
+                       .offset_for_ref_frame = {8},
+                       .num_ref_frames = 4,
+                       .gaps_allowed = true},
+                      {.pic_order_present = false});
+        In.Field(10, false, {.nal_unit_type = 5}).Field(20, true, Numbered(0, 1));
+        In.Field(30, true, Numbered(1, 8)).Field(40, false, Numbered(1, 9));
+        In.Field(50, false, Numbered(4, 16)).Field(60, true, Numbered(4, 17)); // 2 and 3 are left out
+        if (Type == 0) {
+            CopyFields(In, 5, 24, 8);
+            EXPECT_THAT(In.Values(), ElementsAre(Pair{10, 20}, Pair{40, 30}, Pair{50, 60}, Pair{50, 60}, Pair{60, 50},
+                                                 Pair{kGrey, kGrey}, Pair{kGrey, kGrey}, Pair{kGrey, kGrey},
+                                                 Pair{kGrey, kGrey}, Pair{40, 30}, Pair{30, 40}));
+        } else {
+            EXPECT_THAT(In.Values(), ElementsAre(Pair{10, 20}, Pair{40, 30}, Pair{50, 60}));
+        }
+    }
+}
+
+TEST(FieldGaps, BehindALoneFieldLeaveItWhole)
+{
+    GreyFields In({.profile_idc = 77, .num_ref_frames = 4, .gaps_allowed = true});
+    In.Field(10, false, {.nal_unit_type = 5}).Field(20, true, Numbered(0, 1));
+    In.Field(30, false, Numbered(1, 2)).Frame(50, Numbered(3, 8)); // a lone field, then a gap of one
+    Slice s = Numbered(4, 16, 0);
+    s.num_ref_idx[0] = 4;
+    for (uint32_t RefIdx = 0; RefIdx < 4; ++RefIdx, s.poc_lsb += 2) In.CopyFrame(RefIdx, s);
+    EXPECT_THAT(In.Values(), ElementsAre(Pair{10, 20}, Pair{30, kGrey}, Pair{50, 50}, Pair{50, 50}, Pair{kGrey, kGrey},
+                                         Pair{30, kGrey}, Pair{10, 20}));
+}
+
+// A second field makes its pair whatever its frame_num is, so that no gap can be in front of it.
+TEST(FieldGaps, AreNoneBetweenTheFieldsOfAFrame)
+{
+    GreyFields In({.profile_idc = 77, .num_ref_frames = 4, .gaps_allowed = true});
+    In.Field(10, false, {.nal_unit_type = 5}).Field(20, true, Numbered(5, 1));
+    In.Frame(30, Numbered(6, 4));
+    Slice s = Numbered(7, 8, 0);
+    s.num_ref_idx[0] = 2;
+    In.CopyFrame(0, s);
+    s.poc_lsb = 10;
+    In.CopyFrame(1, s);
+    EXPECT_THAT(In.Values(), ElementsAre(Pair{10, 20}, Pair{30, 30}, Pair{30, 30}, Pair{10, 20}));
+}
+
+// Without the flag of the sequence the lists have fewer entries, and holes are filled with the last picture.
+TEST(FieldGaps, WithoutTheFlagAreLosses)
+{
+    GreyFields In({.profile_idc = 77, .num_ref_frames = 4});
+    In.Field(10, false, {.nal_unit_type = 5}).Field(20, true, Numbered(0, 1));
+    In.Field(50, false, Numbered(3, 16)).Field(60, true, Numbered(3, 17));
+    CopyFields(In, 4, 24, 6);
+    // Of the six the first four are fields; the fifth and the sixth are those of the oldest frame, the top field first.
+    EXPECT_THAT(In.Values(), ElementsAre(Pair{10, 20}, Pair{50, 60}, Pair{50, 60}, Pair{60, 50}, Pair{10, 20},
+                                         Pair{20, 10}, Pair{10, 10}, Pair{20, 20}));
 }
 
 } // namespace

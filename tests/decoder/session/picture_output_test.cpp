@@ -3,6 +3,9 @@
 
 #include "tests/decoder/session/session_parts.h"
 
+#include <random>
+#include <vector>
+
 namespace {
 
 using namespace UMC;
@@ -61,6 +64,94 @@ TEST_F(Output, FramesThatNeverExistedArePassedOver)
     EXPECT_EQ(Next(true), pShown);
     EXPECT_TRUE(pMadeUp->m_WasOutputted);
     EXPECT_EQ(m_Frames.Progress, 1u);
+}
+
+// Any state of the buffer, the fields of a frame apart: the rule once more, written as it is said.
+class AnyOutput : public Output
+{
+protected:
+    uint32_t Upto(uint32_t Limit) { return static_cast<uint32_t>(m_Random()) % (Limit + 1); }
+    void MakeState()
+    {
+        m_Store.Close();
+        m_Store.SetDpbSize(static_cast<int32_t>(Upto(4)));
+        m_Store.SetSpareFrames(20);
+        for (uint32_t i = Upto(14); i > 0; --i) {
+            H264DecoderFrame& Frame = *Waiting(0);
+            Frame.m_WasOutputted = Upto(3) == 0;
+            Frame.m_IsDisplayable = Upto(3) != 0;
+            Frame.m_BusyCount = static_cast<int32_t>(Upto(3) == 0 ? Upto(3) : 0);
+            Frame.m_FrameExists = Upto(3) != 0;
+            for (int Field = 0; Field < 2; ++Field) {
+                Frame.m_PicOrderCnt[Field] = static_cast<int32_t>(Upto(5)) - 2;
+                Frame.m_RefListResetCount[Field] = static_cast<int32_t>(Upto(2) == 0);
+            }
+        }
+    }
+    // Frames not given out, ready or in work, as many as the limit and two more, the oldest in the list first.
+    std::vector<H264DecoderFrame*> Candidates()
+    {
+        std::vector<H264DecoderFrame*> Found;
+        for (H264DecoderFrame* p = m_Store.Dpb().Head(); p; p = p->m_pNext)
+            if (!p->m_WasOutputted && (p->m_IsDisplayable || p->m_BusyCount > 1)) Found.push_back(p);
+        const auto Limit = static_cast<size_t>(m_Store.DpbSize()) + 2;
+        if (Found.size() > Limit) Found.resize(Limit);
+        return Found;
+    }
+    H264DecoderFrame* Expected()
+    {
+        for (;;) {
+            H264DecoderFrame* pBest = nullptr;
+            for (H264DecoderFrame* p : Candidates()) {
+                const auto Resets = [](auto* f) {
+                    return std::max(f->m_RefListResetCount[0], f->m_RefListResetCount[1]);
+                };
+                const auto Count = [](auto* f) { return std::min(f->m_PicOrderCnt[0], f->m_PicOrderCnt[1]); };
+                const bool IsEqual = pBest && Resets(p) == Resets(pBest) && Count(p) == Count(pBest);
+                if (!pBest || Resets(p) > Resets(pBest) || (Resets(p) == Resets(pBest) && Count(p) < Count(pBest)) ||
+                    (IsEqual && p->m_FrameExists && !pBest->m_FrameExists))
+                    pBest = p;
+            }
+            if (!pBest || pBest->m_BusyCount > 1) return nullptr;
+            if (pBest->m_FrameExists) return pBest;
+            pBest->m_WasOutputted = true;
+        }
+    }
+
+    std::mt19937 m_Random{17};
+};
+
+TEST_F(AnyOutput, IsWhatTheRuleSays)
+{
+    m_Output.EndDisplayDelay();
+    size_t Given = 0, Withheld = 0;
+    for (int i = 0; i < 2000; ++i) {
+        MakeState();
+        std::vector<bool> Before, After;
+        for (H264DecoderFrame* p = m_Store.Dpb().Head(); p; p = p->m_pNext) Before.push_back(p->m_WasOutputted);
+        const H264DecoderFrame* const pExpected = Expected();
+        auto Passed = Before.begin();
+        for (H264DecoderFrame* p = m_Store.Dpb().Head(); p; p = p->m_pNext) {
+            After.push_back(p->m_WasOutputted);
+            p->m_WasOutputted = *Passed++;
+        }
+        ASSERT_EQ(Next(), pExpected) << i;
+        Passed = After.begin();
+        for (H264DecoderFrame* p = m_Store.Dpb().Head(); p; p = p->m_pNext)
+            ASSERT_EQ(p->m_WasOutputted, *Passed++) << "made-up frames in front of it, in state " << i;
+        ++(pExpected ? Given : Withheld);
+    }
+    EXPECT_GT(Given, 500u);
+    EXPECT_GT(Withheld, 500u);
+}
+
+TEST_F(Output, WaitsForAsManyPicturesAsTheDelayBeforeTheFirstSet)
+{
+    EXPECT_EQ(Next(), nullptr);
+    H264DecoderFrame* const pFrame = Waiting(4);
+    EXPECT_EQ(Next(), pFrame) << "one is the delay";
+    m_Output.EndDisplayDelay();
+    EXPECT_EQ(Next(), pFrame);
 }
 
 TEST_F(Output, StreamThatGivesNoTimesRunsOnInStepsOfAFrame)

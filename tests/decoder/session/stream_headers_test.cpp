@@ -115,4 +115,35 @@ TEST_F(SaidSoFar, BadSetLeavesTheOldOneCurrent)
     EXPECT_EQ(m_Headers.CurrentSeqParamSet(), pOld);
 }
 
+// What a picture set takes from its sequence set is fixed when it comes.
+TEST_F(SaidSoFar, PictureSetsKeepTheTablesOfTheSequenceSetThatTheyCameBehind)
+{
+    m_Seq.profile_idc = 100;
+    m_Pic.has_transform_extension = true;
+    const auto ListsOf = [](int32_t Value) { return test::ScalingLists(8, {Value}); };
+    m_Seq.scaling = ListsOf(20);
+    m_Pic.scaling = test::ScalingLists(6); // absent: those of the sequence set
+    ReadSets();
+    const H264LevelScale Old = m_Headers.CurrentPicParamSet()->level_scale;
+    m_Seq.scaling = ListsOf(40);
+    ASSERT_EQ(Read(h264::NAL_SEQ_PARAM_SET, Write(m_Seq)), StatusOk);
+    EXPECT_TRUE(IsIntraRead());
+    EXPECT_TRUE(m_Slice.m_pPicParamSet->level_scale == Old) << "a later sequence set does not reach it";
+    EXPECT_TRUE(m_Slice.m_pSeqParamSet == m_Headers.CurrentSeqParamSet()) << "which is in force all the same";
+    ASSERT_EQ(Read(h264::NAL_PIC_PARAM_SET, Write(m_Pic)), StatusOk);
+    EXPECT_TRUE(IsIntraRead());
+    EXPECT_FALSE(m_Slice.m_pPicParamSet->level_scale == Old) << "the same set once more does take it over";
+}
+
+TEST_F(SaidSoFar, PictureSetsNeedTheirSequenceSetWhenTheyCome)
+{
+    m_Pic.seq_id = 3;
+    EXPECT_EQ(Read(h264::NAL_PIC_PARAM_SET, Write(m_Pic)), StatusInvalidParams);
+    m_Seq.id = 3;
+    EXPECT_EQ(Read(h264::NAL_SEQ_PARAM_SET, Write(m_Seq)), StatusOk);
+    EXPECT_FALSE(IsIntraRead()) << "the set that came too early is not kept";
+    EXPECT_EQ(Read(h264::NAL_PIC_PARAM_SET, Write(m_Pic)), StatusOk);
+    EXPECT_TRUE(IsIntraRead());
+}
+
 } // namespace
