@@ -60,6 +60,9 @@ public:
     std::shared_ptr<LocalMbMemory> m_pLocalMemory; // from the end of its slices to that of its decoding
     int32_t m_Index = -1;                          // lowest of 0..31 that no other frame of the list has
     int32_t m_ResourceIndex = -1;                  // which of the session's local records it uses
+#if defined(QUILVEX_TRACE)
+    int32_t m_Uid = 0; // how many were taken for a picture up to this one: what dumps tell frames apart by
+#endif
 
     // Frame numbering helpers over both fields.
     int32_t PicOrderCnt() const { return m_PicOrderCnt[0] < m_PicOrderCnt[1] ? m_PicOrderCnt[0] : m_PicOrderCnt[1]; }

@@ -68,6 +68,9 @@ H264DecoderFrame* FrameStore::GetFreeFrame()
     }
     ResetFrame(*pFrame, m_SliceHeap);
     m_Frames.Forget(pFrame);
+#if defined(QUILVEX_TRACE)
+    pFrame->m_Uid = ++m_FrameUid;
+#endif
     return pFrame;
 }
 

@@ -60,6 +60,9 @@ private:
     H264DBPList m_Dpb;
     int32_t m_DpbSize = 1; // frames, by level
     int32_t m_SpareFrames = 1;
+#if defined(QUILVEX_TRACE)
+    int32_t m_FrameUid = 0; // frames taken so far
+#endif
 };
 
 } // namespace UMC
