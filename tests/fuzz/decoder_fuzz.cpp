@@ -1,7 +1,7 @@
 // The whole decoder on arbitrary bytes. The first byte chooses the form of the input and how it is cut.
+#include "tests/fuzz/fuzz_pieces.h"
 #include "tools/h264_decode/stream_decoder.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -26,8 +26,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
 {
     if (Size < 2) return 0;
     const std::span<const uint8_t> Input(pData + 1, Size - 1);
-    const bool bMp4 = (pData[0] & 1) != 0;
-    const size_t Piece = (pData[0] >> 1 & 3) == 0 ? Input.size() : size_t{16} << (pData[0] >> 3 & 7);
     size_t Pictures = 0;
     volatile uint32_t Sum = 0;
     tools::StreamDecoder Decoder(
@@ -35,12 +33,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
             Sum = Touch(Picture);
             ++Pictures;
         },
-        1, bMp4);
-    for (size_t At = 0; At < Input.size() && Pictures < kMaxPictures; At += Piece) {
-        Decoder.Feed(Input.subspan(At, std::min(Piece, Input.size() - At)));
-        if ((pData[0] & 0x80) != 0 && At > Input.size() / 2 && At <= Input.size() / 2 + Piece)
+        1, fuzz::IsMp4(pData[0]));
+    bool IsReset = (pData[0] & 0x80) == 0; // else once, in the middle
+    fuzz::ForEachPiece(pData[0], Input, [&](std::span<const uint8_t> Piece) {
+        Decoder.Feed(Piece);
+        if (!IsReset && static_cast<size_t>(Piece.data() - Input.data()) > Input.size() / 2) {
             Decoder.Decoder().Reset();
-    }
+            IsReset = true;
+        }
+        return Pictures < kMaxPictures;
+    });
     Decoder.Drain();
     return 0;
 }
