@@ -226,8 +226,11 @@ private:
                 const int Field = m_IsField ? RefFlagField(List.Flag[i]) : 0;
                 if (List.Frame[i]->m_IsShortTerm[Field]) List.Flag[i] |= kRefFlagShortTerm;
             } else {
+                // Of its own frame a field can only read the first one: its own samples are still to come.
+                const auto Field =
+                    static_cast<uint8_t>(pFallback == &m_Frame ? 1 - m_Header.bottom_field_flag : HoleField);
                 List.Frame[i] = pFallback;
-                List.Flag[i] = (m_IsField ? HoleField : kNoField) | kRefFlagShortTerm;
+                List.Flag[i] = (m_IsField ? Field : kNoField) | kRefFlagShortTerm;
                 HoleField ^= 1;
             }
         }

@@ -25,6 +25,7 @@ protected:
     {
         auto* const pFrame = new H264DecoderFrame; // owned by the list
         m_Dpb.Append(pFrame);
+        m_pLast = pFrame;
         pFrame->m_FrameNum = pFrame->m_LongTermFrameIdx = Number;
         for (const char Mark : Marks) {
             pFrame->m_IsShortTerm[0] |= Mark == 'T';
@@ -42,7 +43,8 @@ protected:
         m_Header.field_pic_flag = 1;
         (List == 0 ? m_Header.num_ref_idx_l0_active : m_Header.num_ref_idx_l1_active) = Count;
         H264DecoderRefPicList Lists;
-        EXPECT_EQ(BuildRefPicLists({m_Header, m_Reordering, 64}, m_Current, m_Dpb, Lists), StatusOk);
+        EXPECT_EQ(BuildRefPicLists({m_Header, m_Reordering, 64}, m_IsInLast ? *m_pLast : m_Current, m_Dpb, Lists),
+                  StatusOk);
         const H264RefList& Built = Lists.List[List];
         EXPECT_EQ(Built.Frame[Count], nullptr) << "the end";
         std::vector<std::string> Entries;
@@ -57,6 +59,8 @@ protected:
 
     H264DBPList m_Dpb;
     H264DecoderFrame m_Current;
+    H264DecoderFrame* m_pLast = nullptr;
+    bool m_IsInLast = false; // the current field is that frame's second one
     SliceHeaderFields m_Header{};
     RefPicListReordering m_Reordering[2]{};
 };
@@ -172,6 +176,20 @@ TEST_F(FieldLists, HolesAlternateFieldsOfTheLastPicture)
     Add(1);
     Add(2);
     EXPECT_THAT(Build(6), ElementsAre("2T", "2B", "1T", "1B", "1T", "1B"));
+}
+
+TEST_F(FieldLists, HolesNeverStandForTheFieldThatIsBeingDecoded)
+{
+    m_IsInLast = true;
+    for (const bool IsBottom : {false, true}) {
+        Add(40, IsBottom ? "T" : "B");
+        m_Header.bottom_field_flag = IsBottom;
+        if (IsBottom)
+            EXPECT_THAT(Build(4), ElementsAre("40T", "40T", "40T", "40T"));
+        else
+            EXPECT_THAT(Build(4), ElementsAre("40B", "40B", "40B", "40B"));
+        m_Dpb.Remove(m_pLast);
+    }
 }
 
 } // namespace
