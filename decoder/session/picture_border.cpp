@@ -24,6 +24,7 @@ bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const 
     if (Frame.m_Au[0].m_Status > AuStatus::SecondFieldExpected &&
         Frame.m_Au[1].m_Status > AuStatus::SecondFieldExpected)
         return false;
+    if (b.IdrPicFlag) return false; // decoding starts anew with it, whatever came before
     if ((a.nal_ref_idc == 0) != (b.nal_ref_idc == 0) || a.field_pic_flag != b.field_pic_flag) return false;
     if (First.m_pSeqParamSet != Slice.m_pSeqParamSet) return false;
     return a.bottom_field_flag != b.bottom_field_flag;

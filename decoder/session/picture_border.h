@@ -12,7 +12,8 @@ namespace UMC {
 // pictures may be of another size. A new content of the picture parameter set that both slices name ends no picture.
 bool IsSamePicture(const H264Slice& First, const H264Slice& Slice);
 
-// Whether a slice begins the second field of the frame whose first field First began.
+// Whether a slice begins the second field of the frame whose first field First began. A field of an IDR picture never
+// does: behind a field that lost its partner every pair from there on would be made of the wrong fields.
 bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const H264Slice& Slice);
 
 // Bytes that the units of a slice's picture may take together: twice the bits that its macroblocks may take, 128 more

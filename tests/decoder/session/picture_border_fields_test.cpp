@@ -49,6 +49,16 @@ TEST_F(SecondFields, AreReferencesWhenTheFirstIs)
     EXPECT_TRUE(IsSecond());
 }
 
+TEST_F(SecondFields, AreNeverOfAnIdrPicture)
+{
+    m_First.m_Header.IdrPicFlag = 1;
+    EXPECT_TRUE(IsSecond());
+    m_Slice.m_Header.IdrPicFlag = 1;
+    EXPECT_FALSE(IsSecond());
+    m_First.m_Header.IdrPicFlag = 0;
+    EXPECT_FALSE(IsSecond());
+}
+
 TEST_F(SecondFields, BelongToAFrameThatHasNoneYet)
 {
     m_Frame.m_Au[1].m_Status = AuStatus::Ready;
