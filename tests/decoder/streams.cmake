@@ -24,3 +24,11 @@ if(NOT QUILVEX_SANITIZE AND NOT CMAKE_CROSSCOMPILING AND CMAKE_BUILD_TYPE STREQU
     add_test(NAME "decoder: work of floods" COMMAND ${flood_test} work)
     set_tests_properties("decoder: work of floods" PROPERTIES TIMEOUT 600)
 endif()
+
+# Mutations of streams, a few of each; mutations.py tells of the long form.
+add_executable(mutation_driver ${CMAKE_CURRENT_LIST_DIR}/mutation_driver.cpp ${CMAKE_CURRENT_LIST_DIR}/mutations.cpp)
+quilvex_test_code(mutation_driver)
+target_link_libraries(mutation_driver PRIVATE quilvex_test_support quilvex_core quilvex_failing_allocation)
+add_test(NAME "decoder: mutations" COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/mutations.py
+                                           ${flood_folder}/mutation_driver ${flood_folder}/written_streams)
+set_tests_properties("decoder: mutations" PROPERTIES TIMEOUT 600)

@@ -42,7 +42,10 @@ struct SmallStream {
             s.bottom = IsSecond != BottomFirst;
             s.poc_lsb += IsSecond;
             if (IsSecond) s.marking.clear();
-            if (IsSecond && s.slice_type == kTypeI) s.slice_type = kTypeP;
+            if (IsSecond && s.slice_type == kTypeI) {
+                s.slice_type = kTypeP;
+                s.num_ref_idx[0] = 1; // the first field is all that there is
+            }
             Add(s);
         }
         return *this;

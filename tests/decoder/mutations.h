@@ -1,0 +1,26 @@
+// Damage to byte streams: units lost, doubled, moved, cut and spliced, and bits flipped, by number.
+#pragma once
+
+#include "tests/support/h264_stream_writer.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace test {
+
+using Units = std::vector<Bytes>; // header byte first, as they stand between start codes
+
+Units SplitUnits(const Bytes& Stream);
+Bytes JoinUnits(const Units& Units);
+inline bool IsSliceUnit(const Bytes& Unit) { return (Unit[0] & 31) == 1 || (Unit[0] & 31) == 5; }
+
+struct Mutation {
+    const char* Kind;
+    Bytes Stream;
+    std::vector<bool> Kept = {}; // of each unit, where slices were lost and nothing else happened
+};
+
+// Everything about a mutation is in its number and the seed. Eight or more in a row are of every kind.
+Mutation Mutate(const Units& Clean, uint32_t Seed, uint32_t Number);
+
+} // namespace test
