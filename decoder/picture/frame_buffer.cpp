@@ -64,6 +64,7 @@ Status H264DecYUVBufferPadded::Allocate(const PictureFormat& Format)
     const int64_t ChromaBytes = int64_t{PitchChroma} * Format.ChromaSize().Height * SampleBytes;
     m_pPlaneU = AlignPlane(m_pPlaneY + int64_t{PitchLuma} * Height * SampleBytes);
     m_pPlaneV = AlignPlane(m_pPlaneU + ChromaBytes);
+    FillGrey(); // parts of a damaged picture stay as they are: nothing foreign may show there
     return StatusOk;
 }
 

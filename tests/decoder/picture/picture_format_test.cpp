@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace {
 
 using namespace UMC;
@@ -68,7 +70,10 @@ protected:
         Status Alloc(MemID* pMid, size_t Size, uint32_t Flags, uint32_t Align) override
         {
             ++m_Requests;
-            return DefaultMemoryAllocator::Alloc(pMid, Size, Flags, Align);
+            const Status Result = DefaultMemoryAllocator::Alloc(pMid, Size, Flags, Align);
+            if (Result == StatusOk) std::memset(Lock(*pMid), 0xA5, Size); // what somebody else left there
+            if (Result == StatusOk) Unlock(*pMid);
+            return Result;
         }
         int m_Requests = 0;
     };
@@ -112,6 +117,15 @@ TEST_F(PicturePlanes, AreGreyWith128AtEveryDepth)
         EXPECT_EQ(pLuma[0], 128) << int{Depth};
         EXPECT_EQ(pLuma[47 * m_Buffer.m_PitchLuma + 79], 128) << int{Depth};
         EXPECT_EQ(pCr[23 * m_Buffer.m_PitchChroma + 39], 128) << int{Depth};
+    }
+}
+
+TEST_F(PicturePlanes, ShowNothingOfWhatTheirMemoryHeldBefore)
+{
+    for (const uint8_t Depth : {uint8_t{8}, uint8_t{12}}) {
+        ASSERT_EQ(m_Buffer.Allocate(PictureFormat::Of(Sequence(2, Depth, Depth))), StatusOk);
+        for (uint8_t* const pPlane : {m_Buffer.m_pPlaneY, m_Buffer.m_pPlaneU, m_Buffer.m_pPlaneV})
+            EXPECT_EQ(Depth > 8 ? int{*reinterpret_cast<const uint16_t*>(pPlane)} : int{*pPlane}, 128) << int{Depth};
     }
 }
 
