@@ -73,8 +73,11 @@ ColBlock FindAcrossKinds(const SliceView& s, const MbState& Mb, const DirectStat
         if (IsField) return {Parity * FieldMbs + Pair, Block, true, false};
         return {Direct.ColField * FieldMbs + Pair, (Lower * 2 + Half) * 4 + Column, true, false};
     }
-    if (Col.m_PictureStructure != MBAFF_FRAME) // of a field
-        return {(2 * Mb.Y + Half) * s.Picture.MbWidth + Mb.X, Half * 8 + Column, false, false};
+    if (Col.m_PictureStructure != MBAFF_FRAME) { // pairs see one where it was made up, or before their sequence began
+        const int32_t Upper = Pair / s.Picture.MbWidth * 2 * s.Picture.MbWidth + Pair % s.Picture.MbWidth;
+        if (!IsField) return {Upper + Lower * s.Picture.MbWidth, Block, false, false};
+        return {Upper + Half * s.Picture.MbWidth, Half * 8 + Column, false, false};
+    }
     const int32_t First = 2 * Pair;
     const bool ColIsField = (Col.m_MbInfo.pGlobal[First].MbFlags & MBFLAG_FIELD) != 0;
     if (IsField) {
