@@ -101,6 +101,25 @@ struct Clean {
     Expense Cost;
 };
 
+uint32_t FirstMb(const Bytes& Slice)
+{
+    test::Unit Data(Bytes{0, 0, 1} + Slice + Bytes{0x80});
+    return Data.Bits.GetUE();
+}
+
+// Whether slices come in the order of their macroblocks, once each.
+bool IsInOrder(const Units& All)
+{
+    uint32_t Last = 0;
+    for (const Bytes& Unit : All) {
+        if (!IsSliceUnit(Unit)) continue;
+        const uint32_t First = FirstMb(Unit);
+        if (First != 0 && First <= Last) return false;
+        Last = First;
+    }
+    return true;
+}
+
 bool IsFirstOfPicture(const Bytes& Unit) { return IsSliceUnit(Unit) && Unit.size() > 1 && (Unit[1] & 0x80) != 0; }
 
 Clean Load(const std::string& Name)
@@ -122,7 +141,8 @@ Clean Load(const std::string& Name)
         if (u >= Idr || !IsSliceUnit(*u)) c.Tail += Bytes{0, 0, 0, 1} + *u;
     Expense Unused;
     c.Pictures = Decode(JoinUnits(c.All), c.Cost);
-    c.IsOneEach = c.Pictures.size() == static_cast<size_t>(std::count_if(c.All.begin(), c.All.end(), IsFirstOfPicture));
+    c.IsOneEach = IsInOrder(c.All) &&
+                  c.Pictures.size() == static_cast<size_t>(std::count_if(c.All.begin(), c.All.end(), IsFirstOfPicture));
     c.TailPictures = Decode(c.Tail, Unused);
     return c;
 }

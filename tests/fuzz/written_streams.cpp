@@ -208,6 +208,26 @@ Bytes SliceGroups(uint32_t Type)
     return Data;
 }
 
+// A frame of pairs whose references were made up for a gap.
+Bytes PairsBehindAGap()
+{
+    SeqParamSet Seq = Interlaced({.profile_idc = 77, .gaps_allowed = true, .width_mbs = 1, .height_map_units = 2});
+    Seq.mbaff = true;
+    const PicParamSet Pic;
+    Slice b = Typed(kTypeB, 6, 24, 0);
+    b.spatial_direct = false;
+    const Slice Idr{.nal_unit_type = 5, .slice_type = kTypeI};
+    BitWriter Bits = Header(Seq, Pic, Idr);
+    for (int Mb = 0; Mb < 4; ++Mb) {
+        if (Mb % 2 == 0) Bits.U(1, 0); // mb_field_decoding_flag
+        Bits.UE(3);                    // I_16x16, DC, no levels
+        Bits.UE(0);
+        Bits.SE(0);
+        Bits.U(1, 1);
+    }
+    return Write(Seq) + Write(Pic) + Finish(Bits, Idr) + SkipSlice(Seq, Pic, b, 4);
+}
+
 Bytes CabacSlices()
 {
     const SeqParamSet Seq = Interlaced({.profile_idc = 77});
@@ -242,6 +262,7 @@ std::map<std::string, Bytes> AllStreams()
         {"order_type_1", OrderTypes(1)},
         {"order_type_2", OrderTypes(2)},
         {"weights", Weights()},
+        {"pairs_behind_a_gap", PairsBehindAGap()},
         {"units", Units()}};
     for (uint32_t Type = 0; Type <= 6; ++Type) Streams["slice_groups_" + std::to_string(Type)] = SliceGroups(Type);
     return Streams;
