@@ -6,8 +6,8 @@
 #include "decoder/macroblock/pair_deblocking.h"
 
 #include <algorithm>
-#include <memory>
-#include <vector>
+#include <iterator>
+#include <optional>
 
 namespace UMC {
 
@@ -164,24 +164,26 @@ void H264SegmentDecoderMultiThreaded::DeblockRun(int32_t FirstMb, int32_t Count)
     }
 }
 
-// A picture with slice groups: neighbouring macroblocks belong to different slices.
+// A picture with slice groups: neighbouring macroblocks belong to different slices, which stand in the order of their
+// numbers. One filter is kept for each slice group that there may be.
 template <class Deblocker>
 void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t End) const
 {
     const PictureView& Picture = m_Cursor.Slice.Picture;
     const MbGlobalInfo* const pGlobal = m_Cursor.Slice.Records.pGlobal;
-    std::vector<std::unique_ptr<Deblocker>> BySlice;
-    for (const H264Slice* const pSlice : m_pPictureAu->m_Slices) {
-        const auto Number = static_cast<size_t>(pSlice->m_SliceNumber);
-        if (Number >= BySlice.size()) BySlice.resize(Number + 1);
-        if (pSlice->m_Header.disable_deblocking_filter_idc != 1)
-            BySlice[Number] = std::make_unique<Deblocker>(Picture, *pSlice);
-    }
+    const auto& Slices = m_pPictureAu->m_Slices;
+    const auto FirstNumber = static_cast<size_t>(Slices.front()->m_SliceNumber);
+    std::optional<Deblocker> Kept[8];
+    size_t KeptSlice[8];
+    std::fill(std::begin(KeptSlice), std::end(KeptSlice), Slices.size());
     for (int32_t Mb = FirstMb; Mb < End; ++Mb) {
-        const size_t Number = pGlobal[Mb + Picture.FirstMb].SliceId;
-        if (Number >= BySlice.size() || !BySlice[Number]) continue;
+        const size_t i = pGlobal[Mb + Picture.FirstMb].SliceId - FirstNumber;
+        if (i >= Slices.size() || Slices[i]->m_Header.disable_deblocking_filter_idc == 1) continue; // or it is lost
+        std::optional<Deblocker>& Filter = Kept[i % 8];
+        if (KeptSlice[i % 8] != i) Filter.emplace(Picture, *Slices[i]);
+        KeptSlice[i % 8] = i;
         const MbPlace Place = PlaceOf<Deblocker::kMbaff>(Mb, Picture.MbWidth);
-        BySlice[Number]->Filter(Place.X, Place.Y);
+        Filter->Filter(Place.X, Place.Y);
     }
 }
 

@@ -26,9 +26,17 @@ public:
     // Makes room for a picture of MbCount macroblocks; cleared when it is new. Throws std::bad_alloc.
     void Allocate(int32_t MbCount);
     H264LocalMbBuffers& Buffers() { return m_Buffers; }
+    // Room for the macroblock that follows each one in its slice group; of two fields that of the bottom one is the
+    // second half. Throws std::bad_alloc.
+    uint32_t* NextMb()
+    {
+        m_NextMb.resize(static_cast<size_t>(m_MbCount));
+        return m_NextMb.data();
+    }
 
 private:
     std::vector<uint8_t> m_Block;
+    std::vector<uint32_t> m_NextMb;
     int32_t m_MbCount = 0;
     H264LocalMbBuffers m_Buffers;
 };

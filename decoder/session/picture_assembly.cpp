@@ -2,6 +2,7 @@
 
 #include "decoder/picture/ref_list_builder.h"
 #include "decoder/session/picture_border.h"
+#include "decoder/slice/slice_group_map.h"
 #include "decoder/stream/seq_info.h"
 
 #include <algorithm>
@@ -28,6 +29,7 @@ void PictureAssembly::Close()
 {
     Reset();
     m_LocalMbInfo.Clear();
+    m_GroupOfUnit = {};
 }
 
 // A picture has no more slices than macroblocks (clause 7.3.4) and needs no more bytes than all of them can take.
@@ -140,7 +142,6 @@ void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& 
     Au.m_UnitBytes += UnitBytes;
     Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
     Au.m_IsReference |= Header.nal_ref_idc != 0;
-    Au.m_UsesSliceGroups |= Slice.m_UsesSliceGroups;
 }
 
 void PictureAssembly::EndPicture()
@@ -174,6 +175,7 @@ void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
     H264DecoderFrameInfo& Au = Frame.m_Au[Field];
     if (Au.m_Status > AuStatus::SecondFieldExpected || Au.m_Slices.empty()) return;
     auto pLocal = m_LocalMbInfo.Prepare(Frame); // first: nothing has changed yet should memory run out
+    SetUpSliceGroups(Au, *pLocal);
     if (m_Marking.MarkReferences(Frame, Field)) m_Headers.WaitForRandomAccess(false);
     if (SkipPicture(Frame, Field)) return;
     if (m_Skip.IsDeblockingUnwanted(Au.m_IsReference)) {
@@ -201,19 +203,41 @@ bool PictureAssembly::SkipPicture(H264DecoderFrame& Frame, int Field)
     return true;
 }
 
+// A picture parameter set may come anew between two slices: the first one says how the picture is divided.
+void PictureAssembly::SetUpSliceGroups(H264DecoderFrameInfo& Au, LocalMbMemory& Local)
+{
+    const H264Slice& First = *Au.m_Slices.front();
+    uint32_t* pNextMb = nullptr;
+    if (First.m_UsesSliceGroups) {
+        pNextMb = Local.NextMb();
+        if (First.m_Header.bottom_field_flag) pNextMb += First.m_MbWidth * First.m_MbHeight;
+        FillNextMbMap(*First.m_pSeqParamSet, *First.m_pPicParamSet, First.m_Header, m_GroupOfUnit, pNextMb);
+    }
+    Au.m_UsesSliceGroups = First.m_UsesSliceGroups;
+    for (H264Slice* const pSlice : Au.m_Slices) {
+        pSlice->m_UsesSliceGroups = First.m_UsesSliceGroups;
+        pSlice->m_pNextMbMap = pNextMb;
+    }
+}
+
 // Each slice ends where the next one begins, however damaged it is; what the first one leaves in front of it is lost.
 // Of slices that begin at the same macroblock the last one counts, the others are empty: a picture's macroblocks are
 // decoded once, whatever its slices state. Slices may arrive in any order. From here on they stand in that of their
 // macroblocks, which deblocking has to follow. As many as macroblocks at most: the sort takes 16 comparisons of each.
+// Slices of slice groups lie across each other: they have no bounds, and stay in the order of arrival.
 void PictureAssembly::OrderSliceBounds(H264DecoderFrameInfo& Au)
 {
-    if (Au.m_UsesSliceGroups) return;
     auto& Slices = Au.m_Slices;
     std::sort(Slices.begin(), Slices.end(), [](const H264Slice* a, const H264Slice* b) {
         return a->m_FirstMbNumber != b->m_FirstMbNumber ? a->m_FirstMbNumber < b->m_FirstMbNumber
                                                         : a->m_SliceNumber < b->m_SliceNumber;
     });
-    for (size_t i = Slices.size() - 1; i > 0; --i) Slices[i - 1]->m_MaxMbNumber = Slices[i]->m_FirstMbNumber;
+    for (size_t i = Slices.size() - 1; i > 0; --i)
+        if (!Au.m_UsesSliceGroups || Slices[i - 1]->m_FirstMbNumber == Slices[i]->m_FirstMbNumber)
+            Slices[i - 1]->m_MaxMbNumber = Slices[i]->m_FirstMbNumber;
+    if (Au.m_UsesSliceGroups)
+        return std::sort(Slices.begin(), Slices.end(),
+                         [](const H264Slice* a, const H264Slice* b) { return a->m_SliceNumber < b->m_SliceNumber; });
     m_SegmentDecoders.front()->RestoreErrorRect(0, Slices.front()->m_FirstMbNumber, Slices.front());
 }
 

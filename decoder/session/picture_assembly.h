@@ -51,6 +51,7 @@ private:
     void FinishPicture(H264DecoderFrame& Frame, int Field);
     bool SkipPicture(H264DecoderFrame& Frame, int Field);
     void OrderSliceBounds(H264DecoderFrameInfo& Au);
+    void SetUpSliceGroups(H264DecoderFrameInfo& Au, LocalMbMemory& Local);
 
     FramesInHand& m_Frames;
     FrameStore& m_Store;
@@ -63,6 +64,7 @@ private:
     ReferenceMarking m_Marking;
     FrameGaps m_Gaps;
     LocalMbPool m_LocalMbInfo;
+    std::vector<uint8_t> m_GroupOfUnit; // scratch: the slice groups of a picture
     int32_t m_FieldIndex = 0; // 0 while the first field or a frame is filled, 1 for a second field
 };
 

@@ -197,8 +197,7 @@ bool TaskSupplier::AttachSlice(H264HeapPiece& Piece, MediaData* pIn, Status& Ref
         return false;
     }
     const SliceHeaderFields& Header = pSlice->m_Header;
-    if (pSlice->m_UsesSliceGroups ||
-        !FindSegmentDecoder(*pSlice->m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) {
+    if (!FindSegmentDecoder(*pSlice->m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) {
         Refused = StatusUnsupported;
         return false;
     }

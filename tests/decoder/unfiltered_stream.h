@@ -5,15 +5,13 @@
 #include "decoder/stream/headers_store.h"
 #include "decoder/stream/nal_splitter.h"
 #include "media/umc_default_memory_allocator.h"
+#include "tests/decoder/encoded_noise.h"
 #include "tests/decoder/parsed_unit.h"
-#include "tests/support/temporary_folder.h"
-#include "tests/support/whole_files.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
-#include <random>
 #include <string>
 
 namespace UMC {
@@ -130,30 +128,11 @@ private:
     Bytes m_Pictures;
 };
 
-// Six pictures by x264 of moving noise, slopes and combed lines, an I picture and two P pictures twice.
+// An I picture and two P pictures, twice.
 inline Bytes EncodeUnfiltered(const std::string& Options, bool Is422)
 {
-    constexpr int kWidth = 64, kHeight = 48;
-    const TemporaryFolder Folder;
-    const std::string In = Folder.File("in.yuv"), Out = Folder.File("out.264");
-    Bytes Source;
-    std::minstd_rand Random(7);
-    for (int t = 0; t < 6; ++t)
-        for (int Plane = 0; Plane < 3; ++Plane)
-            for (int y = 0; y < (Plane && !Is422 ? kHeight / 2 : kHeight); ++y)
-                for (int x = 0; x < (Plane ? kWidth / 2 : kWidth); ++x) {
-                    const int Noise = (x + t) / 16 % 2 ? static_cast<int>(Random() >> 8) % 60 : 0;
-                    Source.push_back(
-                        static_cast<uint8_t>(40 + x + 2 * y / (Plane + 1) + 3 * t + Noise + (x & 32) * (y & 1)));
-                }
-    test::WriteWholeFile(In, Source);
-    const std::string Command =
-        "x264 --quiet --threads 1 --slices 1 --bframes 0 --ref 1 --weightp 0 --keyint 3 --no-deblock "
-        "--demuxer raw --input-res 64x48 --input-csp " +
-        std::string(Is422 ? "i422 --output-csp i422 " : "i420 ") + Options + " -o " + Out + " " + In +
-        " > /dev/null 2>&1";
-    EXPECT_EQ(test_system::RunCommand(Command), 0) << Command;
-    return test::ReadWholeFile(Out);
+    return test::EncodeNoise("--slices 1 --bframes 0 --ref 1 --weightp 0 --keyint 3 --no-deblock " + Options, 64, 48,
+                             Is422);
 }
 
 } // namespace UMC

@@ -2,6 +2,7 @@
 
 #include "Common/h264/coefficient_counts.h"
 #include "Common/h264/h264_tables.h"
+#include "tests/support/slice_group_model.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,13 +25,21 @@ constexpr int kSubPartsP[4] = {1, 2, 2, 4};
 } // namespace
 
 MacroblockWriter::MacroblockWriter(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
-    : m_Seq(Seq), m_Pic(Pic), m_Slice(s), m_Bits(Header(Seq, Pic, s)), m_Mb(static_cast<int>(s.first_mb)),
-      m_FirstMb(m_Mb)
+    : m_Seq(Seq), m_Pic(Pic), m_Slice(s), m_Bits(Header(Seq, Pic, s)), m_Groups(MbToSliceGroupMap(Seq, Pic, s)),
+      m_Taken(m_Groups.size() + 1), m_Mb(static_cast<int>(s.first_mb))
 {
     const size_t Mbs = PictureMbs(Seq, s);
     m_Counts[0].assign(Mbs * 16, 0);
     m_Counts[1].assign(Mbs * 8, 0); // of 4:2:2
     m_Counts[2].assign(Mbs * 8, 0);
+}
+
+void MacroblockWriter::Advance()
+{
+    const auto Number = static_cast<size_t>(m_Mb);
+    m_Taken[Number] = true;
+    m_Mb =
+        static_cast<int>(std::find(m_Groups.begin() + m_Mb + 1, m_Groups.end(), m_Groups[Number]) - m_Groups.begin());
 }
 
 Bytes MacroblockWriter::Finish()
@@ -43,7 +52,7 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
 {
     if (Mb.skip) {
         ++m_SkipRun;
-        ++m_Mb;
+        Advance();
         return;
     }
     if (!IsIntraSlice()) m_Bits.UE(m_SkipRun);
@@ -53,7 +62,7 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
     m_Bits.UE(Mb.mb_type + (Intra ? FirstIntra : 0));
     if (Intra && Mb.mb_type == kPcm) {
         WritePcm(Mb);
-        ++m_Mb;
+        Advance();
         return;
     }
     const bool Is16x16 = Intra && Mb.mb_type != 0;
@@ -82,7 +91,7 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
         m_Bits.SE(Mb.mb_qp_delta);
         WriteResidual(Mb, Luma, Chroma);
     }
-    ++m_Mb;
+    Advance();
 }
 
 void MacroblockWriter::WritePcm(const Macroblock& Mb)
@@ -163,7 +172,8 @@ int* MacroblockWriter::CountAt(int Plane, int X, int Y)
 {
     const int Blocks = Plane == 0 ? 4 : 2, Rows = Plane == 0 ? 4 : ChromaRows();
     const int Width = static_cast<int>(m_Seq.width_mbs);
-    if (X < 0 || Y < 0 || Y / Rows * Width + X / Blocks < m_FirstMb) return nullptr;
+    const int Mb = Y / Rows * Width + X / Blocks;
+    if (X < 0 || Y < 0 || (Mb != m_Mb && !Has(Mb))) return nullptr;
     return &m_Counts[Plane][static_cast<size_t>(Y * Width * Blocks + X)];
 }
 

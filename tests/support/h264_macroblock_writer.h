@@ -30,11 +30,14 @@ struct Macroblock {
                                        // their own
 };
 
-// One slice under way. Macroblocks are taken in raster order from first_mb on.
+// One slice under way. Macroblocks are taken from first_mb on, in raster order, of one slice group where there are
+// several.
 class MacroblockWriter
 {
 public:
     MacroblockWriter(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice);
+    int Mb() const { return m_Mb; } // the next one, by number; that of all of them at the end
+    bool Has(int Mb) const { return m_Taken[static_cast<size_t>(Mb)]; } // it was put into this slice
     void Put(const Macroblock& Mb);
     Bytes Finish(); // the unit
 
@@ -52,6 +55,7 @@ private:
     void WriteResidual(const Macroblock& Mb, uint32_t Luma, uint32_t Chroma);
     void WriteBlock(const int* pLevels, int Max, int nC, int* pCount);
     void WriteLevels(const int* pLevels, int Count, int TrailingOnes);
+    void Advance();
     int* CountAt(int Plane, int X, int Y); // null outside the slice
     int PredictCount(int Plane, int X, int Y);
 
@@ -60,7 +64,9 @@ private:
     Slice m_Slice;
     BitWriter m_Bits;
     uint32_t m_SkipRun = 0;
-    int m_Mb, m_FirstMb;
+    std::vector<int> m_Groups; // of each macroblock
+    std::vector<bool> m_Taken;
+    int m_Mb;
     std::vector<int> m_Counts[3]; // total_coeff by 4x4 block, rows of 4 luma or 2 chroma blocks a macroblock
 };
 

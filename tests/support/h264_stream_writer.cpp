@@ -3,6 +3,7 @@
 #include "Common/h264/chroma_geometry.h"
 
 #include <bit>
+#include <cmath>
 #include <cstddef>
 
 namespace test {
@@ -128,6 +129,34 @@ Bytes Write(const SeqParamSet& Set)
     return NalUnit(3, 7, b.Data());
 }
 
+void WriteSliceGroups(BitWriter& b, const SliceGroups& g)
+{
+    b.UE(g.count - 1);
+    if (g.count == 1) return;
+    b.UE(g.map_type);
+    if (g.map_type == 0) {
+        for (const uint32_t Length : g.run_length) b.UE(Length - 1);
+    } else if (g.map_type == 2) {
+        for (uint32_t i = 0; i + 1 < g.count; ++i) {
+            b.UE(g.top_left[i]);
+            b.UE(g.bottom_right[i]);
+        }
+    } else if (g.map_type >= 3 && g.map_type <= 5) {
+        b.U(1, g.change_direction);
+        b.UE(g.change_rate - 1);
+    } else if (g.map_type == 6) {
+        b.UE(static_cast<uint32_t>(g.group_id.size()) - 1);
+        for (const uint32_t Id : g.group_id) b.U(g.count > 4 ? 3 : g.count > 2 ? 2 : 1, Id);
+    }
+}
+
+void WriteSliceGroupChange(BitWriter& b, const SeqParamSet& Seq, const SliceGroups& g, uint32_t Cycle)
+{
+    if (g.count == 1 || g.map_type < 3 || g.map_type > 5) return;
+    const double Steps = static_cast<double>(Seq.width_mbs * Seq.height_map_units) / g.change_rate; // clause 7.4.3
+    b.U(static_cast<int>(std::ceil(std::log2(Steps + 1))), Cycle);
+}
+
 Bytes Write(const PicParamSet& Set)
 {
     BitWriter b;
@@ -135,7 +164,7 @@ Bytes Write(const PicParamSet& Set)
     b.UE(Set.seq_id);
     b.U(1, Set.cabac);
     b.U(1, Set.pic_order_present);
-    b.UE(0);
+    WriteSliceGroups(b, Set.groups);
     b.UE(Set.num_ref_idx[0] - 1);
     b.UE(Set.num_ref_idx[1] - 1);
     b.U(1, Set.weighted_pred);
@@ -246,6 +275,7 @@ BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& s)
             b.SE(s.beta);
         }
     }
+    WriteSliceGroupChange(b, Seq, Pic.groups, s.slice_group_change_cycle);
     return b;
 }
 

@@ -71,9 +71,19 @@ struct SeqParamSet {
     uint32_t crop[4] = {}; // left, right, top, bottom
     Bytes vui = {};        // bits behind vui_parameters_present_flag, one a byte; empty: no VUI
 };
+// Slice groups under the names of clause 7.3.2.2; what the map type does not have is ignored.
+struct SliceGroups {
+    uint32_t count = 1, map_type = 0;
+    std::vector<uint32_t> run_length = {};
+    std::vector<uint32_t> top_left = {}, bottom_right = {};
+    bool change_direction = false;
+    uint32_t change_rate = 1;
+    std::vector<uint32_t> group_id = {};
+};
 struct PicParamSet {
     uint32_t id = 0, seq_id = 0;
     bool cabac = false, pic_order_present = false;
+    SliceGroups groups = {};
     uint32_t num_ref_idx[2] = {1, 1}; // active
     bool weighted_pred = false;
     uint32_t weighted_bipred_idc = 0;
@@ -110,6 +120,7 @@ struct Slice {
     uint32_t disable_deblocking = 1;
     int32_t alpha = 0, beta = 0;
     bool spatial_direct = true;
+    uint32_t slice_group_change_cycle = 0;
 };
 
 // Macroblocks of the picture, a frame or a field, that a slice belongs to.
@@ -119,6 +130,10 @@ uint32_t ActiveRefs(const PicParamSet& Pic, const Slice& Slice, int List);
 // Bits for SeqParamSet::vui: nothing but the number of pictures that may stand before one in decoding order and after
 // it in output order.
 Bytes ReorderVui(uint32_t num_reorder_frames, uint32_t max_dec_frame_buffering);
+
+// The elements of a picture parameter set from num_slice_groups_minus1 on, and that of a slice header.
+void WriteSliceGroups(BitWriter& Bits, const SliceGroups& Groups);
+void WriteSliceGroupChange(BitWriter& Bits, const SeqParamSet& Seq, const SliceGroups& Groups, uint32_t Cycle);
 
 Bytes Write(const SeqParamSet& Set);
 Bytes Write(const PicParamSet& Set);
