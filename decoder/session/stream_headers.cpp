@@ -61,12 +61,16 @@ try {
 bool StreamHeaders::ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, double Time)
 {
     if (m_CurrentSeqSetId < 0 || m_CurrentPicSetId < 0 || !Slice.ReadStart(Piece)) return false;
-    const bool IsIntra = Slice.m_Header.slice_type == SLICE_I;
     const bool IsRecovery = m_Parameters.m_Sei.Get(SEI_RECOVERY_POINT) != nullptr;
-    if (m_WaitForRandomAccess && !IsIntra && !IsRecovery) return false;
-    if (!FindParameterSets(Slice)) return false;
+    bool IsIntra;
+    for (;;) { // redundant slices are passed over like units of another type
+        IsIntra = Slice.m_Header.slice_type == SLICE_I;
+        if (m_WaitForRandomAccess && !IsIntra && !IsRecovery) return false;
+        if (!FindParameterSets(Slice) || !Slice.Init(m_SliceTables)) return false;
+        if (Slice.m_Header.redundant_pic_cnt == 0) break;
+        if (!Slice.ReadNextStart()) return false;
+    }
     Slice.m_NalTime = Time;
-    if (!Slice.Init(m_SliceTables)) return false;
     if (!IsIntra && IsRecovery) m_Parameters.m_Sei.Remove(SEI_RECOVERY_POINT);
     m_WaitForRandomAccess = false;
     return true;

@@ -19,8 +19,14 @@ bool IsSliceUnit(int32_t nal_unit_type)
 } // namespace
 
 bool H264Slice::ReadStart(const H264HeapPiece& Piece)
-try {
+{
     m_Bitstream.Reset(Piece.m_pData, Piece.m_Size);
+    return ReadNextStart();
+}
+
+bool H264Slice::ReadNextStart()
+try {
+    m_Header = {};
     do {
         if (!GoToNalUnit(m_Bitstream)) return false;
         m_Bitstream.GetNalHeader(m_Header.nal_unit_type, m_Header.nal_ref_idc);
@@ -36,7 +42,7 @@ try {
     const H264PicParamSet& Pic = *m_pPicParamSet;
     if (!ReadSliceRest(m_Bitstream, Seq, Pic, m_Header, Tables)) return false;
     m_WeightsPosition = Tables.WeightsPosition;
-    if (m_Header.redundant_pic_cnt != 0) return false; // redundant pictures are never decoded
+    if (m_Header.redundant_pic_cnt != 0) return true;
 
     const bool IsField = m_Header.field_pic_flag != 0;
     m_MbWidth = static_cast<int32_t>(Seq.frame_width_in_mbs);

@@ -20,7 +20,10 @@ public:
     // Finds the slice in a unit that the splitter made and reads the start of its header, up to the identifier of its
     // picture parameter set. False rejects the slice.
     bool ReadStart(const H264HeapPiece& Piece);
-    // Reads the rest, the parameter sets being known now, and sets the slice up for decoding. False rejects it.
+    // The same with the next slice of that unit: what looks like a start code may stand in the data of one.
+    bool ReadNextStart();
+    // Reads the rest, the parameter sets being known now, and sets the slice up for decoding, unless it is a redundant
+    // one, which is never decoded. False rejects it.
     bool Init(SliceHeaderTables& Tables);
     // Keeps what decoding needs of the unit that was read, MaxBytes at most, and returns how many bytes that takes.
     // True in Detached: the slice reads the piece itself, which m_pNalPiece is to be set to. Throws std::bad_alloc.

@@ -25,6 +25,7 @@ SliceGroups Explicit(uint32_t Band)
     return g;
 }
 constexpr Division kDivisions[] = {
+    {"OneGroup", [](uint32_t) { return SliceGroups{}; }, 0}, // arbitrary order alone
     {"Interleaved",
      [](uint32_t Band) {
          return SliceGroups{.count = 2, .run_length = {Band, Band}};

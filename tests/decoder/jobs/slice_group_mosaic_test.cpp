@@ -218,6 +218,7 @@ struct Form {
 };
 constexpr uint32_t kWidth = 5, kHeight = 6; // map units
 constexpr Form kForms[] = {
+    {"OneGroup", [] { return SliceGroups{}; }}, // arbitrary order alone
     {"Interleaved",
      [] {
          return SliceGroups{.count = 3, .run_length = {2, 1, 4}};

@@ -35,10 +35,6 @@ std::vector<Tiling> Tilings()
         {"Foreground",
          {{0, 0, 3, 3}, {3, 0, 4, 3}, {0, 3, 7, 3}},
          {.count = 3, .map_type = 2, .top_left = {3, 0}, .bottom_right = {20, 16}}},
-        {"WipedBack",
-         {{0, 0, 2, 6}, {2, 0, 5, 6}},
-         {.count = 2, .map_type = 5, .change_direction = true, .change_rate = 6},
-         5},
         {"Explicit", Quarters, Explicit},
     };
 }

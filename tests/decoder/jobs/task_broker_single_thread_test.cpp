@@ -99,6 +99,25 @@ TEST_F(Broker, SliceGroupsAreDeblockedAsAPicture)
     EXPECT_TRUE(IsComplete(pFrame->m_Au[0]));
 }
 
+TEST_F(Broker, WhatASliceLeavesOfTheMacroblocksBoundsTheNextOne)
+{
+    const auto pFrame = Picture({1, 1, 1, 1}, true);
+    for (H264Slice* const pSlice : pFrame->m_Au[0].m_Slices) {
+        pSlice->m_MaxMbNumber = 16;
+        pSlice->m_Progress.MbBudget = 16;
+    }
+    ASSERT_TRUE(m_Broker.PrepareFrames(pFrame.get(), false));
+    m_Broker.Start(pFrame.get(), false);
+    std::vector<int> Budgets;
+    H264Task Task;
+    while (m_Broker.GetNextTask(Task)) {
+        Budgets.push_back(Task.MbCount);
+        Task.MbCount = std::min(Task.MbCount, 7); // done
+        m_Broker.TaskDone(Task);
+    }
+    EXPECT_THAT(Budgets, ElementsAre(16, 9, 2, 0));
+}
+
 TEST_F(Broker, OneFrameARun)
 {
     const auto pFirst = Picture({1}), pSecond = Picture({1, 1});

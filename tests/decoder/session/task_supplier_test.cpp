@@ -79,6 +79,39 @@ TEST(Pictures, RedundantSlicesAreNeverDecoded)
     EXPECT_THAT(In.Values(), ElementsAre(10, 20, 30));
 }
 
+// Without its emulation prevention a unit may hold what looks like another one.
+TEST(Pictures, SlicesBehindRedundantOnesInAUnitAreDecoded)
+{
+    for (const bool EndsRedundant : {false, true}) {
+        GreyStream In({}, {.redundant_pic_cnt_present = true});
+        In.Idr(10);
+        Slice Redundant = Numbered(1, 2);
+        Redundant.redundant_pic_cnt = 1;
+        Bytes Payload(100, 0x55);
+        for (const Bytes& Unit : {PcmSlice(In.Seq, In.Pic, Redundant, 98), PcmSlice(In.Seq, In.Pic, Redundant, 99),
+                                  PcmSlice(In.Seq, In.Pic, EndsRedundant ? Redundant : Numbered(1, 2), 20)})
+            Payload += Unit;
+        const Bytes First = PcmSlice(In.Seq, In.Pic, Redundant, 97);
+        Payload.insert(Payload.begin(), First.begin() + 5, First.end()); // behind the header of the unit
+        In.Data += test::NalUnit(1, 1, Payload);
+        In.Intra(30, Numbered(2, 4));
+        EXPECT_EQ(In.Values(), EndsRedundant ? (std::vector{10, 30}) : (std::vector{10, 20, 30}));
+    }
+}
+
+TEST(Pictures, PartitionsOfDataArePassedOver)
+{
+    GreyStream In({.profile_idc = 88});
+    In.Idr(10);
+    for (uint32_t Type = 2; Type <= 4; ++Type) {
+        Slice s = Numbered(1, 2);
+        s.nal_unit_type = Type;
+        In.Intra(99, s);
+    }
+    In.Intra(20, Numbered(1, 2));
+    EXPECT_THAT(In.Values(), ElementsAre(10, 20));
+}
+
 TEST(Pictures, RepeatedFirstMacroblockOpensAPicture)
 {
     EXPECT_THAT(GreyStream().Idr(10).Intra(20, Numbered(1, 2)).Intra(21, Numbered(1, 2)).Values(), testing::SizeIs(3));
