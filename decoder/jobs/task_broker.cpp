@@ -47,13 +47,16 @@ void TaskBroker::Start(H264DecoderFrame* pFirst, bool Force)
     m_pCurrentAu = nullptr;
     H264DecoderFrameInfo* pLast = nullptr;
     for (H264DecoderFrame* p = pFirst; p; p = p->m_pNext) {
-        for (H264DecoderFrameInfo& Au : p->m_Au) {
-            if (Au.m_Status == AuStatus::InBroker) Au.m_Status = AuStatus::Ready;
-            if (!IsReadyFrame(*p, Force) || Au.m_Status != AuStatus::Ready || Au.m_Slices.empty()) continue;
-            Au.m_Status = AuStatus::InBroker;
-            Au.m_pNext = nullptr;
-            (pLast ? pLast->m_pNext : m_pCurrentAu) = &Au;
-            pLast = &Au;
+        for (H264DecoderFrame* const pPicture : {p, p->m_pAuxiliary.get()}) {
+            if (!pPicture) continue;
+            for (H264DecoderFrameInfo& Au : pPicture->m_Au) {
+                if (Au.m_Status == AuStatus::InBroker) Au.m_Status = AuStatus::Ready;
+                if (!IsReadyFrame(*p, Force) || Au.m_Status != AuStatus::Ready || Au.m_Slices.empty()) continue;
+                Au.m_Status = AuStatus::InBroker;
+                Au.m_pNext = nullptr;
+                (pLast ? pLast->m_pNext : m_pCurrentAu) = &Au;
+                pLast = &Au;
+            }
         }
     }
 }

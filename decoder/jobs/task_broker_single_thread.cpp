@@ -45,8 +45,8 @@ bool TaskBrokerSingleThread::NextTaskLocked(H264Task& Task)
         if (Au.m_NeedsDeblocking &&
             (Au.m_UsesSliceGroups ? NextPictureDeblockingTask(Au, Task) : NextDeblockingTask(Au, Task)))
             return true;
-        // The second field follows in the same run, the next frame in the next one.
-        if (!Au.m_pNext || Au.m_pNext->m_pFrame != Au.m_pFrame) return false;
+        // The second field and the auxiliary picture follow in the same run, the next frame in the next one.
+        if (!Au.m_pNext || Au.m_pNext->m_pFrame->Primary() != Au.m_pFrame->Primary()) return false;
         m_pCurrentAu = Au.m_pNext;
     }
 }

@@ -34,6 +34,9 @@ class H264DecoderFrame : public H264DecYUVWorkSpace
 public:
     H264DecoderFrameInfo m_Au[2]; // the two fields; a frame uses the first
     H264DecoderFrame *m_pPrev = nullptr, *m_pNext = nullptr;
+    // Its auxiliary picture, which stands in no list; made when one comes first. One without slices holds none.
+    std::unique_ptr<H264DecoderFrame> m_pAuxiliary;
+    H264DecoderFrame* m_pPrimary = nullptr; // of an auxiliary picture: whose it is
 
     bool m_IsDisplayable = false; // decoding finished, it may be shown
     bool m_WasOutputted = false;
@@ -85,6 +88,8 @@ public:
     // been given back.
     void Reset();
 
+    bool HasSlices() const { return !m_Au[0].m_Slices.empty() || !m_Au[1].m_Slices.empty(); }
+    const H264DecoderFrame* Primary() const { return m_pPrimary ? m_pPrimary : this; }
     bool IsFieldPair() const { return m_PictureStructure < FRAME_PICTURE; }
 
     // What decoding asks the frame: the lists of a slice in work, and of one whose decoding may be over. Null for a

@@ -113,6 +113,24 @@ H264DecoderFrame* FrameStore::TakeMadeUpFrame(const H264Slice& Slice, Status& Re
     return pFrame;
 }
 
+H264DecoderFrame* FrameStore::TakeAuxiliary(H264DecoderFrame& Primary, const H264Slice& Slice, Status& Refused)
+{
+    if (!Primary.m_pAuxiliary) {
+        Primary.m_pAuxiliary = std::make_unique<H264DecoderFrame>();
+        Primary.m_pAuxiliary->SetAllocator(m_pAllocator);
+        Primary.m_pAuxiliary->m_pPrimary = &Primary;
+    }
+    H264DecoderFrame& Frame = *Primary.m_pAuxiliary;
+    if (!Frame.HasSlices()) {
+        Refused = AllocateFrame(Frame, PictureFormat::Of(*Slice.m_pSeqParamSet), Slice.m_UsesSliceGroups);
+        if (Refused != StatusOk) return nullptr;
+        Frame.FillChromaGrey();
+        Frame.m_Index = Primary.m_Index;
+        Frame.m_PictureStructure = Primary.m_PictureStructure;
+    }
+    return &Frame;
+}
+
 void FrameStore::DiscardFrame(H264DecoderFrame& Frame)
 {
     ResetFrame(Frame, m_SliceHeap);

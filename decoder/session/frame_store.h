@@ -36,6 +36,9 @@ public:
     H264DecoderFrame* TakeFrame(const H264Slice& Slice, Status& Refused);
     // The same for a picture that no data came for: grey, ready at once and never shown.
     H264DecoderFrame* TakeMadeUpFrame(const H264Slice& Slice, Status& Refused);
+    // The frame of the auxiliary picture of Primary, for one more slice of it. Null when it cannot be made, which
+    // Refused tells. Throws std::bad_alloc.
+    H264DecoderFrame* TakeAuxiliary(H264DecoderFrame& Primary, const H264Slice& Slice, Status& Refused);
     void DiscardFrame(H264DecoderFrame& Frame); // its picture is not to be
 
     void RemoveSurplusFrames(const H264SeqParamSet& Seq); // in front of a picture of Seq

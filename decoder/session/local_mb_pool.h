@@ -10,13 +10,13 @@
 
 namespace UMC {
 
-// One entry a thread, made on its first use.
+// One entry a thread for pictures and one for their auxiliary pictures, made on its first use.
 class LocalMbPool
 {
 public:
     void Init(int32_t ThreadCount)
     {
-        m_LocalMbInfo.assign(static_cast<size_t>(ThreadCount), nullptr);
+        m_LocalMbInfo.assign(2 * static_cast<size_t>(ThreadCount), nullptr);
         m_ThreadCount = ThreadCount;
         m_NextResource = 0;
     }
@@ -29,6 +29,8 @@ public:
         m_NextResource = (m_NextResource + 1) % m_ThreadCount;
         return Resource;
     }
+
+    int32_t AuxiliaryResource(int32_t Resource) const { return Resource + m_ThreadCount; } // of such a picture's
 
     // The records of the frame's entry. A picture that still waits for decoding keeps them; there are others then.
     // Throws std::bad_alloc.

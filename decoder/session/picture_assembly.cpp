@@ -6,9 +6,44 @@
 #include "decoder/stream/seq_info.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace UMC {
+
+namespace {
+
+int32_t OrderCountOf(const H264DecoderFrame& Frame, const SliceHeaderFields& Header)
+{
+    return Frame.PicOrderCnt(Header.field_pic_flag ? Header.bottom_field_flag : -1);
+}
+
+// One more slice.
+void Account(H264DecoderFrameInfo& Au, const SliceHeaderFields& Header, uint32_t UnitBytes)
+{
+    Au.m_UnitBytes += UnitBytes;
+    Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
+    Au.m_IsReference |= Header.nal_ref_idc != 0;
+}
+
+// In place of a picture that has none stands that of the first one which has; without any the list is empty.
+void ReferToAuxiliary(H264RefList& List, const PictureFormat& Format)
+{
+    const auto Of = [&](const H264DecoderFrame* pFrame) -> H264DecoderFrame* {
+        H264DecoderFrame* const p = pFrame ? pFrame->m_pAuxiliary.get() : nullptr;
+        return p && p->HasSlices() && p->m_Format == Format ? p : nullptr;
+    };
+    H264DecoderFrame* pFirst = nullptr;
+    for (const H264DecoderFrame* const pFrame : List.Frame)
+        if (!pFirst) pFirst = Of(pFrame);
+    for (H264DecoderFrame*& pFrame : List.Frame) {
+        if (!pFrame) continue;
+        H264DecoderFrame* const p = Of(pFrame);
+        pFrame = p ? p : pFirst;
+    }
+}
+
+} // namespace
 
 PictureAssembly::PictureAssembly(FramesInHand& Frames, FrameStore& Store, PicturesInWork& Work, StreamHeaders& Headers,
                                  Skipping& Skip, const SegmentDecoders& Decoders)
@@ -132,16 +167,52 @@ void PictureAssembly::AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& 
     const SliceHeaderFields& Header = Slice.m_Header;
     const SliceHeaderTables& Tables = m_Headers.SliceTables();
     Slice.m_pFrame = &Frame;
-    Slice.m_PicOrderCnt = Frame.PicOrderCnt(Header.field_pic_flag ? Header.bottom_field_flag : -1);
+    Slice.m_PicOrderCnt = OrderCountOf(Frame, Header);
     m_Gaps.MakeUpReference(Slice, Refused);
     // Without references the lists stay empty and the slice is concealed.
     BuildRefPicLists({Header, Tables.Reordering, MaxFrameNum(*Slice.m_pSeqParamSet)}, Frame, m_Store.Dpb(),
                      Frame.m_RefPicLists.Spare());
     if (Au.m_Slices.empty() && Header.adaptive_ref_pic_marking_mode_flag) Au.m_Marking = Tables.Marking;
     AddSlice(Frame, m_FieldIndex, Slice);
-    Au.m_UnitBytes += UnitBytes;
-    Au.m_NeedsDeblocking |= Header.disable_deblocking_filter_idc != 1;
-    Au.m_IsReference |= Header.nal_ref_idc != 0;
+    Account(Au, Header, UnitBytes);
+}
+
+const H264Slice* PictureAssembly::FirstInHand() const
+{
+    if (!m_Frames.CurrentFrame) return nullptr;
+    const H264DecoderFrameInfo& Au = m_Frames.CurrentFrame->m_Au[m_FieldIndex];
+    return Au.m_Status < AuStatus::Ready && !Au.m_Slices.empty() ? Au.m_Slices.front() : nullptr;
+}
+
+bool PictureAssembly::PlaceAuxiliarySlice(const H264Slice& Slice, uint32_t UnitBytes, Status& Refused)
+{
+    if (!IsAuxiliaryOf(*FirstInHand(), Slice)) return false;
+    H264DecoderFrame* const pFrame = m_Store.TakeAuxiliary(*m_Frames.CurrentFrame, Slice, Refused);
+    if (!pFrame) return false;
+    const H264DecoderFrameInfo& Au = pFrame->m_Au[m_FieldIndex];
+    const auto MbCount = static_cast<size_t>(Slice.m_MbWidth) * static_cast<size_t>(Slice.m_MbHeight);
+    if (pFrame->m_Format != PictureFormat::Of(*Slice.m_pSeqParamSet) || Au.m_Slices.size() >= MbCount ||
+        Au.m_UnitBytes + UnitBytes > MaxUnitBytes(Slice))
+        return false;
+    Refused = ReserveSlice(*pFrame, m_FieldIndex);
+    return Refused == StatusOk;
+}
+
+// Its lists name the auxiliary pictures of those in the lists that the primary picture would have.
+void PictureAssembly::AppendAuxiliarySlice(H264Slice& Slice, uint32_t UnitBytes)
+{
+    H264DecoderFrame &Primary = *m_Frames.CurrentFrame, &Frame = *Primary.m_pAuxiliary;
+    const SliceHeaderFields& Header = Slice.m_Header;
+    Frame.m_ResourceIndex = m_LocalMbInfo.AuxiliaryResource(Primary.m_ResourceIndex);
+    std::copy(std::begin(Primary.m_PicOrderCnt), std::end(Primary.m_PicOrderCnt), Frame.m_PicOrderCnt);
+    Frame.m_BottomFieldFlag[m_FieldIndex] = Header.bottom_field_flag;
+    Slice.m_pFrame = &Frame;
+    Slice.m_PicOrderCnt = OrderCountOf(Frame, Header);
+    BuildRefPicLists({Header, m_Headers.SliceTables().Reordering, MaxFrameNum(*Slice.m_pSeqParamSet)}, Primary,
+                     m_Store.Dpb(), Frame.m_RefPicLists.Spare());
+    for (H264RefList& List : Frame.m_RefPicLists.Spare().List) ReferToAuxiliary(List, Frame.m_Format);
+    AddSlice(Frame, m_FieldIndex, Slice);
+    Account(Frame.m_Au[m_FieldIndex], Header, UnitBytes);
 }
 
 void PictureAssembly::EndPicture()
@@ -174,10 +245,26 @@ void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
 {
     H264DecoderFrameInfo& Au = Frame.m_Au[Field];
     if (Au.m_Status > AuStatus::SecondFieldExpected || Au.m_Slices.empty()) return;
-    auto pLocal = m_LocalMbInfo.Prepare(Frame); // first: nothing has changed yet should memory run out
-    SetUpSliceGroups(Au, *pLocal);
+    H264DecoderFrame* const pAuxiliary = Frame.m_pAuxiliary.get();
+    const bool HasAuxiliary = pAuxiliary && !pAuxiliary->m_Au[Field].m_Slices.empty();
+    auto pLocal = Prepare(Frame, Field); // first: nothing has changed yet should memory run out
+    auto pAuxiliaryLocal = HasAuxiliary ? Prepare(*pAuxiliary, Field) : nullptr;
     if (m_Marking.MarkReferences(Frame, Field)) m_Headers.WaitForRandomAccess(false);
     if (SkipPicture(Frame, Field)) return;
+    if (HasAuxiliary) MakeReady(*pAuxiliary, Field, std::move(pAuxiliaryLocal));
+    MakeReady(Frame, Field, std::move(pLocal));
+}
+
+std::shared_ptr<LocalMbMemory> PictureAssembly::Prepare(H264DecoderFrame& Frame, int Field)
+{
+    auto pLocal = m_LocalMbInfo.Prepare(Frame);
+    SetUpSliceGroups(Frame.m_Au[Field], *pLocal);
+    return pLocal;
+}
+
+void PictureAssembly::MakeReady(H264DecoderFrame& Frame, int Field, std::shared_ptr<LocalMbMemory> pLocal)
+{
+    H264DecoderFrameInfo& Au = Frame.m_Au[Field];
     if (m_Skip.IsDeblockingUnwanted(Au.m_IsReference)) {
         Au.m_NeedsDeblocking = false;
         for (H264Slice* const pSlice : Au.m_Slices) {
@@ -185,7 +272,7 @@ void PictureAssembly::FinishPicture(H264DecoderFrame& Frame, int Field)
             pSlice->m_Header.disable_deblocking_filter_idc = 1;
         }
     }
-    if (Field == 0) Frame.ClearGlobalMbInfo();
+    if (Field == 0 || Frame.m_Au[0].m_Slices.empty()) Frame.ClearGlobalMbInfo();
     OrderSliceBounds(Au);
     for (H264Slice* const pSlice : Au.m_Slices) pSlice->m_pLocal = &pLocal->Buffers();
     Frame.m_pLocalMemory = std::move(pLocal);

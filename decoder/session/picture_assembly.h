@@ -40,6 +40,13 @@ public:
     bool PlaceSlice(const H264Slice& Slice, Status& Refused);
     // Nothing can refuse a slice that was placed any more. Belongs to its picture from now on.
     void AppendSlice(H264Slice& Slice, uint32_t UnitBytes, Status& Refused);
+    // The first slice of the picture in hand; null while there is none that waits for more.
+    const H264Slice* FirstInHand() const;
+    // A slice of an auxiliary picture that the picture in hand has: reserves room for it there, and adds it. False also
+    // drops it.
+    bool PlaceAuxiliarySlice(const H264Slice& Slice, uint32_t UnitBytes, Status& Refused);
+    void AppendAuxiliarySlice(H264Slice& Slice, uint32_t UnitBytes);
+
     void EndPicture(); // completes the picture in hand, if there is one
     void EndInput();   // completes it without what is missing; none is in hand any more
 
@@ -50,6 +57,8 @@ private:
     void CompleteMissingField(H264DecoderFrame& Frame);
     void FinishPicture(H264DecoderFrame& Frame, int Field);
     bool SkipPicture(H264DecoderFrame& Frame, int Field);
+    std::shared_ptr<LocalMbMemory> Prepare(H264DecoderFrame& Frame, int Field);
+    void MakeReady(H264DecoderFrame& Frame, int Field, std::shared_ptr<LocalMbMemory> pLocal);
     void OrderSliceBounds(H264DecoderFrameInfo& Au);
     void SetUpSliceGroups(H264DecoderFrameInfo& Au, LocalMbMemory& Local);
 
@@ -65,7 +74,7 @@ private:
     FrameGaps m_Gaps;
     LocalMbPool m_LocalMbInfo;
     std::vector<uint8_t> m_GroupOfUnit; // scratch: the slice groups of a picture
-    int32_t m_FieldIndex = 0; // 0 while the first field or a frame is filled, 1 for a second field
+    int32_t m_FieldIndex = 0;           // 0 while the first field or a frame is filled, 1 for a second field
 };
 
 } // namespace UMC

@@ -18,6 +18,14 @@ bool IsSamePicture(const H264Slice& First, const H264Slice& Slice)
     return a.delta_pic_order_cnt[0] == b.delta_pic_order_cnt[0] && a.delta_pic_order_cnt[1] == b.delta_pic_order_cnt[1];
 }
 
+bool IsAuxiliaryOf(const H264Slice& First, const H264Slice& Slice)
+{
+    const SliceHeaderFields &a = First.m_Header, &b = Slice.m_Header;
+    return a.frame_num == b.frame_num && a.field_pic_flag == b.field_pic_flag &&
+           a.bottom_field_flag == b.bottom_field_flag && a.idr_pic_id == b.idr_pic_id &&
+           a.pic_order_cnt_lsb == b.pic_order_cnt_lsb && a.delta_pic_order_cnt[0] == b.delta_pic_order_cnt[0];
+}
+
 bool IsSecondField(const H264DecoderFrame& Frame, const H264Slice& First, const H264Slice& Slice)
 {
     const SliceHeaderFields &a = First.m_Header, &b = Slice.m_Header;

@@ -11,6 +11,8 @@ namespace UMC {
 // a slice that repeats First's first macroblock, and where the content of the sequence parameter set has changed: its
 // pictures may be of another size. A new content of the picture parameter set that both slices name ends no picture.
 bool IsSamePicture(const H264Slice& First, const H264Slice& Slice);
+// Whether a slice of an auxiliary picture goes with the primary picture of the slice First.
+bool IsAuxiliaryOf(const H264Slice& First, const H264Slice& Slice);
 
 // Whether a slice begins the second field of the frame whose first field First began. A field of an IDR picture never
 // does: behind a field that lost its partner every pair from there on would be made of the wrong fields.

@@ -8,6 +8,9 @@ namespace {
 
 bool IsDecoded(const H264DecoderFrame& Frame)
 {
+    if (Frame.m_pAuxiliary)
+        for (const H264DecoderFrameInfo& Au : Frame.m_pAuxiliary->m_Au)
+            if (!Au.m_Slices.empty() && !IsComplete(Au)) return false;
     const H264DecoderFrameInfo& Second = Frame.m_Au[1];
     return IsComplete(Frame.m_Au[0]) &&
            (!Frame.IsFieldPair() || Second.m_Status == AuStatus::Empty || IsComplete(Second));

@@ -2,6 +2,7 @@
 
 #include "Common/h264/nal_unit_type.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace UMC {
@@ -64,6 +65,7 @@ bool StreamHeaders::ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, doub
     const bool IsRecovery = m_Parameters.m_Sei.Get(SEI_RECOVERY_POINT) != nullptr;
     bool IsIntra;
     for (;;) { // redundant slices are passed over like units of another type
+        if (Slice.m_Header.nal_unit_type == h264::NAL_AUXILIARY_SLICE) return false;
         IsIntra = Slice.m_Header.slice_type == SLICE_I;
         if (m_WaitForRandomAccess && !IsIntra && !IsRecovery) return false;
         if (!FindParameterSets(Slice) || !Slice.Init(m_SliceTables)) return false;
@@ -92,6 +94,36 @@ bool StreamHeaders::FindParameterSets(H264Slice& Slice)
     return true;
 }
 
+bool StreamHeaders::ReadAuxiliarySlice(H264Slice& Slice, const H264HeapPiece& Piece, const H264Slice& Primary)
+{
+    if (!Slice.ReadStart(Piece) || Slice.m_Header.nal_unit_type != h264::NAL_AUXILIARY_SLICE) return false;
+    Slice.m_Header.nal_unit_type = Primary.m_Header.IdrPicFlag ? h264::NAL_IDR_SLICE : h264::NAL_SLICE;
+    return FindAuxiliarySets(Slice, Primary) && Slice.Init(m_SliceTables) && Slice.m_Header.redundant_pic_cnt == 0;
+}
+
+bool StreamHeaders::FindAuxiliarySets(H264Slice& Slice, const H264Slice& Primary)
+{
+    const auto& pPic = m_Parameters.m_PicParamSets.Share(Slice.m_Header.pic_parameter_set_id);
+    if (!pPic) return false;
+    const auto& pSeq = m_Parameters.m_SeqParamSets.Share(pPic->seq_parameter_set_id);
+    const auto* const pExtension = m_Parameters.m_SeqParamSetExtensions.Get(pPic->seq_parameter_set_id);
+    if (pSeq.get() != Primary.m_pSeqParamSet || !pExtension || pExtension->aux_format_idc == 0) return false;
+    if (m_pAuxiliaryOf != pSeq || m_pAuxiliarySet->bit_depth_luma != pExtension->bit_depth_aux) {
+        const auto pSet = std::make_shared<H264SeqParamSet>(*pSeq);
+        pSet->profile_idc = std::max<uint8_t>(pSet->profile_idc, 100); // others know 4:2:0 alone
+        pSet->chroma_format_idc = 0;
+        pSet->bit_depth_luma = pExtension->bit_depth_aux;
+        pSet->bit_depth_chroma = 8;
+        m_pAuxiliarySet = pSet;
+        m_pAuxiliaryOf = pSeq;
+    }
+    Slice.m_pPicParamSet = pPic.get();
+    Slice.m_pSeqParamSet = m_pAuxiliarySet.get();
+    Slice.m_HeldSets[0] = pPic;
+    Slice.m_HeldSets[1] = m_pAuxiliarySet;
+    return true;
+}
+
 void StreamHeaders::Reset()
 {
     m_Parameters.Reset(true);
@@ -103,6 +135,7 @@ void StreamHeaders::Close()
 {
     Reset();
     m_Parameters.Reset(false);
+    m_pAuxiliaryOf = m_pAuxiliarySet = nullptr;
     m_CurrentSeqSetId = m_CurrentPicSetId = -1;
 }
 

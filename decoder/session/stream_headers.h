@@ -21,6 +21,10 @@ public:
     // not yet one that decoding may start with.
     bool ReadSlice(H264Slice& Slice, const H264HeapPiece& Piece, double Time);
 
+    // The same with a slice of the auxiliary picture that goes with the picture of Primary. It is of luma alone, in the
+    // depth that the sequence parameter set extension states; false where that says that there is none.
+    bool ReadAuxiliarySlice(H264Slice& Slice, const H264HeapPiece& Piece, const H264Slice& Primary);
+
     // Those of the last set that came or slice that was read; null before there are any.
     const H264SeqParamSet* CurrentSeqParamSet() const { return m_Parameters.m_SeqParamSets.Get(m_CurrentSeqSetId); }
     const H264PicParamSet* CurrentPicParamSet() const { return m_Parameters.m_PicParamSets.Get(m_CurrentPicSetId); }
@@ -36,9 +40,11 @@ public:
 
 private:
     bool FindParameterSets(H264Slice& Slice);
+    bool FindAuxiliarySets(H264Slice& Slice, const H264Slice& Primary);
 
     Headers m_Parameters;
-    H264PicParamSet m_PicParamSetScratch; // large: not for the stack
+    std::shared_ptr<const H264SeqParamSet> m_pAuxiliaryOf, m_pAuxiliarySet; // made of it for auxiliary pictures
+    H264PicParamSet m_PicParamSetScratch;                                   // large: not for the stack
     SliceHeaderTables m_SliceTables;
     int32_t m_CurrentSeqSetId = -1, m_CurrentPicSetId = -1;
     H264SEIPayLoad m_PendingUserData;

@@ -157,6 +157,7 @@ TaskSupplier::UnitResult TaskSupplier::HandleUnit(uint32_t Type, H264HeapPiece& 
     switch (Type) {
     case h264::NAL_SLICE:
     case h264::NAL_IDR_SLICE: return HandleSlice(Piece, pIn);
+    case h264::NAL_AUXILIARY_SLICE: return HandleAuxiliarySlice(Piece);
     case h264::NAL_SEI: m_Headers.ReadSei(Bits); return {};
     case h264::NAL_SEQ_PARAM_SET:
     case h264::NAL_PIC_PARAM_SET:
@@ -185,6 +186,29 @@ TaskSupplier::UnitResult TaskSupplier::HandleSlice(H264HeapPiece& Piece, MediaDa
     if (Result.IsKept && IsStuck()) Result.IsKept = DropReferences();
     m_RefusedAt = Result.IsKept ? m_Frames.Progress : kNeverRefused;
     return Result;
+}
+
+// It goes with the picture in hand or nowhere: no primary picture begins, ends or leaves on its account.
+TaskSupplier::UnitResult TaskSupplier::HandleAuxiliarySlice(H264HeapPiece& Piece)
+{
+    const H264Slice* const pPrimary = m_Assembly.FirstInHand();
+    const auto ToHeap = [this](H264Slice* pSlice) { m_Store.Slices().Free(pSlice); };
+    std::unique_ptr<H264Slice, decltype(ToHeap)> pSlice(m_Store.Slices().Allocate(), ToHeap);
+    if (!pPrimary || !m_Headers.ReadAuxiliarySlice(*pSlice, Piece, *pPrimary)) return {};
+    const SliceHeaderFields& Header = pSlice->m_Header;
+    if (!FindSegmentDecoder(*pSlice->m_pSeqParamSet, Header.field_pic_flag != 0, Header.MbaffFrameFlag != 0)) return {};
+    bool Detached = false;
+    const uint32_t UnitBytes = pSlice->KeepUnit(Piece, MaxUnitBytes(*pSlice), Detached);
+    Status Refused = StatusOk;
+    if (!m_Assembly.PlaceAuxiliarySlice(*pSlice, UnitBytes, Refused)) return {.Ended = Refused};
+    H264Slice& Slice = *pSlice.release();
+    m_Assembly.AppendAuxiliarySlice(Slice, UnitBytes);
+    if (Detached) {
+        Slice.m_pNalHeap = &m_NalHeap;
+        Slice.m_pNalPiece = &Piece;
+        m_pSplitter->DetachCurrent();
+    }
+    return {};
 }
 
 // True when the slice was placed in its picture. Else its unit is released when it is no use keeping it.

@@ -71,6 +71,7 @@ private:
     UnitResult ConsumeUnits(MediaData* pIn, bool HeadersOnly);
     UnitResult HandleUnit(uint32_t Type, H264HeapPiece& Piece, uint32_t Offset, uint32_t Size, MediaData* pIn);
     UnitResult HandleSlice(H264HeapPiece& Piece, MediaData* pIn);
+    UnitResult HandleAuxiliarySlice(H264HeapPiece& Piece);
     Status HandleParameterSet(uint32_t Type, H264Bitstream& Bits);
     bool AttachSlice(H264HeapPiece& Piece, MediaData* pIn, Status& Refused);
     bool IsStuck();

@@ -35,6 +35,7 @@ void AddSlice(H264DecoderFrame& Frame, int Field, H264Slice& Slice)
 
 void ReleaseSlices(H264DecoderFrame& Frame, SlicePool& Pool)
 {
+    if (Frame.m_pAuxiliary) ReleaseSlices(*Frame.m_pAuxiliary, Pool);
     for (H264DecoderFrameInfo& Au : Frame.m_Au) {
         for (size_t i = 1; i < Au.m_Slices.size(); ++i) Pool.Free(Au.m_Slices[i]);
         if (Au.m_Slices.empty()) continue;
@@ -49,6 +50,7 @@ void ReleaseSlices(H264DecoderFrame& Frame, SlicePool& Pool)
 
 void ResetFrame(H264DecoderFrame& Frame, SlicePool& Pool)
 {
+    if (Frame.m_pAuxiliary) ResetFrame(*Frame.m_pAuxiliary, Pool);
     for (const H264DecoderFrameInfo& Au : Frame.m_Au)
         for (H264Slice* const pSlice : Au.m_Slices) Pool.Free(pSlice);
     Frame.Reset();

@@ -18,10 +18,10 @@ Status ReserveSlice(H264DecoderFrame& Frame, int Field);
 // Adds a slice for which room was reserved, with the lists that were written to the spare ones, and gives it its
 // number.
 void AddSlice(H264DecoderFrame& Frame, int Field, H264Slice& Slice);
-// Decoding is over: what only it needs goes back. The first slice of each field stays, for the comparison with the next
-// picture's.
+// Decoding is over, that of the auxiliary picture too: what only it needs goes back. The first slice of each field
+// stays, for the comparison with the next picture's.
 void ReleaseSlices(H264DecoderFrame& Frame, SlicePool& Pool);
-// Gives every slice back, and the frame is as a new one.
+// Gives every slice back, and the frame is as a new one. So is that of its auxiliary picture.
 void ResetFrame(H264DecoderFrame& Frame, SlicePool& Pool);
 
 } // namespace UMC
