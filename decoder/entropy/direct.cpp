@@ -103,8 +103,9 @@ template <bool kMbaff>
 Motion PredictSpatial(const H264MbInfo& Records, const MbState& Mb)
 {
     Motion m;
+    const MotionPlaces Places = FindMotionPlaces<kMbaff>(Mb);
     for (int List = 0; List < 2; ++List) {
-        const h264::MotionNeighbours n = FindMotionNeighbours<kMbaff>(Records, Mb, List);
+        const h264::MotionNeighbours n = FindMotionNeighbours<kMbaff>(Records, Mb, Places, List);
         // As unsigned numbers the negative ones are the largest: the minimum is MinPositive of equation 8-184.
         const auto Unsigned = [](const h264::BlockMotion& b) { return static_cast<uint8_t>(b.RefIdx); };
         m.Ref[List] = static_cast<int8_t>(std::min({Unsigned(n.A), Unsigned(n.B), Unsigned(n.C)}));

@@ -56,9 +56,9 @@ protected:
     {
         using Syntax = PairSyntax<kCabac>;
         const int32_t Upper = c.CurrentMb;
-        PairState Pair;
         c.FindPair(Upper, Place.X, Place.Y);
-        Pair.IsField = c.Mb.Pairs.InfersField();
+        const bool InfersField = c.Mb.Pairs.InfersField();
+        PairState Pair{.IsField = InfersField};
         if constexpr (kSlice != SLICE_I) {
             if constexpr (kCabac) c.BeginMacroblock<true>(Upper, Place.X, Place.Y, Pair.IsField);
             Pair.IsSkipped = ReadSkip<Syntax, kSlice>(c);
@@ -74,7 +74,8 @@ protected:
         } else if (c.Entropy.MbSkipRun == 1) { // the run ends here
             Pair.IsField = Syntax::FieldDecodingFlag(c.Entropy, c.Mb);
         }
-        c.BeginMacroblock<true>(Upper, Place.X, Place.Y, Pair.IsField);
+        const bool IsThere = kCabac && kSlice != SLICE_I && !Pair.IsSkipped && Pair.IsField == InfersField;
+        if (!IsThere) c.BeginMacroblock<true>(Upper, Place.X, Place.Y, Pair.IsField);
         return Pair;
     }
 

@@ -32,19 +32,37 @@ inline void SeeFrom(const MbState& Mb, const MbGlobalInfo& Neighbour, h264::Moti
     RefIdx = static_cast<Index>(IsField ? RefIdx * 2 : RefIdx / 2);
 }
 
+// Where motion around the whole macroblock stands in the records' arrays: -1 for what is not there.
+struct MotionPlaces {
+    int32_t A, B, C;
+};
+template <bool kMbaff>
+inline MotionPlaces FindMotionPlaces(const MbState& Mb)
+{
+    const auto In = [](NeighbourRow Block, int Column) {
+        return Block.Mb < 0 ? -1 : Block.Mb * 16 + Block.Row * 4 + Column;
+    };
+    return {In(LeftBlock<kMbaff>(Mb, 0), 3), In({Mb.Top, 3}, 0),
+            Mb.TopRight >= 0 ? In({Mb.TopRight, 3}, 0) : In(AboveLeftBlock<kMbaff>(Mb, 0), 3)};
+}
+
 // For the whole macroblock, straight from its neighbours' records.
+template <bool kMbaff>
+inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, const MbState& Mb, const MotionPlaces& p,
+                                                   int List)
+{
+    const auto At = [&](int32_t i) {
+        if (i < 0) return h264::BlockMotion{{0, 0}, h264::kRefUnavailable};
+        h264::BlockMotion m{Records.pMv[List][i], Records.pRefIdx[List][i]};
+        if constexpr (kMbaff) SeeFrom(Mb, Records.pGlobal[i / 16], m.Mv, m.RefIdx);
+        return m;
+    };
+    return {At(p.A), At(p.B), At(p.C)};
+}
 template <bool kMbaff>
 inline h264::MotionNeighbours FindMotionNeighbours(const H264MbInfo& Records, const MbState& Mb, int List)
 {
-    const auto At = [&](int32_t Neighbour, int Block) {
-        if (Neighbour < 0) return h264::BlockMotion{{0, 0}, h264::kRefUnavailable};
-        const int32_t i = Neighbour * 16 + Block;
-        h264::BlockMotion m{Records.pMv[List][i], Records.pRefIdx[List][i]};
-        if constexpr (kMbaff) SeeFrom(Mb, Records.pGlobal[Neighbour], m.Mv, m.RefIdx);
-        return m;
-    };
-    const NeighbourRow A = LeftBlock<kMbaff>(Mb, 0), D = AboveLeftBlock<kMbaff>(Mb, 0);
-    return {At(A.Mb, A.Row * 4 + 3), At(Mb.Top, 12), Mb.TopRight >= 0 ? At(Mb.TopRight, 12) : At(D.Mb, D.Row * 4 + 3)};
+    return FindMotionNeighbours<kMbaff>(Records, Mb, FindMotionPlaces<kMbaff>(Mb), List);
 }
 
 template <bool kMbaff>

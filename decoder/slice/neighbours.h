@@ -71,37 +71,75 @@ template <class F>
 class PairNeighbours
 {
 public:
-    // Number as it counts in the frame; X and Y are the place of a frame macroblock in it. A pair is all in one slice.
+    // Finds what lies around the pair of macroblock Number, as it counts in the frame, and goes to that macroblock. X
+    // and Y are the place of a frame macroblock in it. A pair is all in one slice.
     template <class F>
     void Find(int32_t Number, int32_t X, int32_t Y, int32_t Width, const MbGlobalInfo* pGlobal, F&& IsUsable)
     {
-        m_Pair = Number & ~1;
-        m_IsBottom = Number & 1;
-        m_pGlobal = pGlobal;
         const MbAround Pairs =
             FindAround(Number / 2, X, Y / 2, Width, [&](int32_t Pair) { return IsUsable(Pair * 2); });
-        const auto First = [](int32_t Pair) { return Pair < 0 ? -1 : Pair * 2; };
-        m_Around = {First(Pairs.Left), First(Pairs.Top), First(Pairs.TopRight), First(Pairs.TopLeft)};
+        const auto First = [&](int32_t Pair) {
+            if (Pair < 0) return PairAround{};
+            return PairAround{Pair * 2, (pGlobal[Pair * 2].MbFlags & MBFLAG_FIELD) != 0};
+        };
+        m_Pair = Number & ~1;
+        m_Left = First(Pairs.Left);
+        m_Top = First(Pairs.Top);
+        m_TopRight = First(Pairs.TopRight);
+        m_TopLeft = First(Pairs.TopLeft);
+        GoTo(Number);
     }
+    // Goes to the upper or the lower macroblock of the pair.
+    void GoTo(int32_t Number) { m_IsBottom = Number & 1; }
 
     // Table 6-4: where row y of the column beside the macroblock, or of its own, lies; y is -1..Height - 1 and
     // Height that of a macroblock in the plane. IsField says what the macroblock is.
-    NeighbourRow At(Column Where, int y, int Height, bool IsField) const;
+    //
+    // The table is the geometry of the pair. A row of the macroblock is a line of its pair: every second one in a field
+    // macroblock. What lies at that line beside the pair, or that many lines above its end in the pair above, is the
+    // neighbour, whichever way that pair is divided.
+    [[gnu::always_inline]] NeighbourRow At(Column Where, int y, int Height, bool IsField) const
+    {
+        int Line = IsField ? 2 * y + m_IsBottom : y + m_IsBottom * Height;
+        PairAround Pair;
+        if (Line >= 0) {
+            if (Where == Column::Left) Pair = m_Left;
+            if (Where == Column::Own) Pair = {m_Pair, IsField};
+        } else {
+            Line += 2 * Height;
+            Pair = Where == Column::Left ? m_TopLeft : Where == Column::Own ? m_Top : m_TopRight;
+        }
+        if (Pair.First < 0) return {-1, 0};
+        if (Pair.IsField) return {Pair.First + (Line & 1), Line >> 1};
+        return {Pair.First + (Line >= Height), Line >= Height ? Line - Height : Line};
+    }
 
-    MbAround Around(bool IsField) const;
+    // The macroblocks that At() gives beside row 0 and above it.
+    MbAround Around(bool IsField) const
+    {
+        const auto Of = [](const PairAround& p, bool Second) { return p.First < 0 ? -1 : p.First + Second; };
+        const int32_t Left = Of(m_Left, m_IsBottom && m_Left.IsField == IsField);
+        if (!IsField && m_IsBottom) return {Left, m_Pair, -1, Of(m_Left, m_Left.IsField)};
+        // The last line of the pair above, or of its field of the same parity.
+        const auto Above = [&](const PairAround& p) { return Of(p, m_IsBottom || !IsField || !p.IsField); };
+        return {Left, Above(m_Top), Above(m_TopRight), Above(m_TopLeft)};
+    }
 
     // How many of the pairs to the left and above hold field macroblocks: the context of the pair's flag.
-    int FieldPairsAround() const { return IsFieldPair(m_Around.Left) + IsFieldPair(m_Around.Top); }
+    int FieldPairsAround() const { return m_Left.IsField + m_Top.IsField; }
     // What the pair is taken for where it has no flag, or as long as that has not been read (clause 7.4.4).
-    bool InfersField() const { return IsFieldPair(m_Around.Left >= 0 ? m_Around.Left : m_Around.Top); }
+    bool InfersField() const { return m_Left.First >= 0 ? m_Left.IsField : m_Top.IsField; }
 
 private:
-    bool IsFieldPair(int32_t Pair) const { return Pair >= 0 && (m_pGlobal[Pair].MbFlags & MBFLAG_FIELD) != 0; }
+    // The first macroblock of a pair, -1 for none, and whether its macroblocks are those of fields.
+    struct PairAround {
+        int32_t First = -1;
+        bool IsField = false;
+    };
 
     int32_t m_Pair = 0; // number of its first macroblock
     bool m_IsBottom = false;
-    MbAround m_Around; // first macroblocks of the pairs
-    const MbGlobalInfo* m_pGlobal = nullptr;
+    PairAround m_Left, m_Top, m_TopRight, m_TopLeft;
 };
 
 } // namespace UMC

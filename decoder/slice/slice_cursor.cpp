@@ -15,30 +15,25 @@ SliceCursor::SliceCursor()
     std::memset(&Counts, 0, sizeof Counts);
 }
 
-// Two macroblocks may lie to the left of one in an MBAFF frame, and reference indices of field macroblocks count twice
-// as high (clauses 9.3.3.1.1.4 and 9.3.3.1.1.6). Contexts read of each side one record that has what matters: of the
-// left one quadrants 1 and 3, and whether refIdx is above 0, or above 1 where a frame macroblock meets a field one.
-void SliceCursor::SeeAcrossKinds()
+// A field macroblock above a frame macroblock.
+void SliceCursor::SeeTop()
 {
-    const bool IsFrame = !IsFieldMb(Mb);
-    const auto RefContext = [&](int32_t Neighbour, int List) -> uint32_t {
-        const uint32_t Context = Slice.Local.pLocal[Neighbour].RefIdxContext[List];
-        return IsFrame && IsFieldMb(Slice.Records.pGlobal[Neighbour]) ? Context >> 4 : Context & 15;
-    };
-    if (Mb.Top >= 0) {
-        Mb.SeenTop = *Mb.pTopLocal;
-        for (int List = 0; List < 2; ++List)
-            Mb.SeenTop.RefIdxContext[List] = static_cast<uint8_t>(RefContext(Mb.Top, List));
-        Mb.pTopLocal = &Mb.SeenTop;
-    }
-    if (Mb.Left < 0) return;
+    Mb.SeenTop = *Mb.pTopLocal;
+    for (uint8_t& Context : Mb.SeenTop.RefIdxContext) Context >>= 4;
+    Mb.pTopLocal = &Mb.SeenTop;
+}
+
+void SliceCursor::SeeLeft(bool IsField)
+{
     Mb.SeenLeft = *Mb.pLeftLocal;
     uint32_t Pattern = Mb.SeenLeft.CodedBlockPattern & 0x30u, Context[2] = {};
     for (int q = 1; q < 4; q += 2) {
         const NeighbourRow Left = LeftBlock<true>(Mb, q - 1);
+        const MbLocalInfo& Local = Slice.Local.pLocal[Left.Mb];
         const int From = (Left.Row & 2) + 1;
-        Pattern |= (Slice.Local.pLocal[Left.Mb].CodedBlockPattern >> From & 1u) << q;
-        for (int List = 0; List < 2; ++List) Context[List] |= (RefContext(Left.Mb, List) >> From & 1u) << q;
+        Pattern |= (Local.CodedBlockPattern >> From & 1u) << q;
+        for (int List = 0; List < 2; ++List)
+            Context[List] |= (uint32_t{Local.RefIdxContext[List]} >> (IsField ? From : From + 4) & 1u) << q;
     }
     Mb.SeenLeft.CodedBlockPattern = static_cast<uint8_t>(Pattern);
     for (int List = 0; List < 2; ++List) Mb.SeenLeft.RefIdxContext[List] = static_cast<uint8_t>(Context[List]);

@@ -158,11 +158,12 @@ struct SliceCursor : EntropyParts {
     SliceCursor& operator=(const SliceCursor&) = delete;
 
     // Goes to macroblock Number of the picture, in column X and row Y, finds its neighbours and clears its records.
-    // IsField: in an MBAFF frame it is a field macroblock, or is taken for one until its pair's flag has been read.
+    // IsField: in an MBAFF frame, behind FindPair(), it is a field macroblock, or is taken for one until its pair's
+    // flag has been read.
     template <bool kMbaff>
     void BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField = false);
 
-    // MBAFF frames: finds the pairs around that of macroblock Number alone, before it is known what the pair is.
+    // MBAFF frames: finds the pairs around that of macroblock Number, before it is known what the pair is.
     void FindPair(int32_t Number, int32_t X, int32_t Y);
 
     // Takes the view of a slice.
@@ -174,7 +175,9 @@ struct SliceCursor : EntropyParts {
     void BeginReading(const H264Slice& Slice, uint32_t* pPadded);
 
 private:
-    void SeeAcrossKinds();
+    void SeeAcrossKinds(bool IsField);
+    void SeeTop();
+    void SeeLeft(bool IsField);
     void BeginFieldReferences(const H264Slice& Slice);
     void BeginDirect(const H264Slice& Slice);
     void FindColocated(const H264Slice& Slice, const H264DecoderFrame& First);
@@ -190,6 +193,15 @@ inline void SliceCursor::FindPair(int32_t Number, int32_t X, int32_t Y)
                   [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; });
 }
 
+// Two macroblocks may lie to the left of one in an MBAFF frame, and reference indices of field macroblocks count twice
+// as high (clauses 9.3.3.1.1.4 and 9.3.3.1.1.6). Contexts read of each side one record that has what matters: of the
+// left one quadrants 1 and 3, and whether refIdx is above 0, or above 1 where a frame macroblock meets a field one.
+inline void SliceCursor::SeeAcrossKinds(bool IsField)
+{
+    if (!IsField && Mb.Top >= 0 && IsFieldMb(*Mb.pTopGlobal)) SeeTop();
+    if (Mb.Left >= 0 && IsFieldMb(*Mb.pLeftGlobal) != IsField) SeeLeft(IsField);
+}
+
 template <bool kMbaff>
 [[gnu::always_inline]] inline void SliceCursor::BeginMacroblock(int32_t Number, int32_t X, int32_t Y, bool IsField)
 {
@@ -203,7 +215,7 @@ template <bool kMbaff>
     Mb.pGlobal = pGlobal + n;
     Mb.pLocal = Slice.Local.pLocal + n;
     if constexpr (kMbaff) {
-        FindPair(n, X, Y);
+        Mb.Pairs.GoTo(n);
         static_cast<MbAround&>(Mb) = Mb.Pairs.Around(IsField);
     } else {
         static_cast<MbAround&>(Mb) = FindAround(n, X, Y, Width, IsUsable);
@@ -218,7 +230,7 @@ template <bool kMbaff>
     *Mb.pLocal = MbLocalInfo{};
     Mb.pLocal->Qp = static_cast<int8_t>(Entropy.QpLuma);
     for (uint32_t& Bits : Coeffs.Bits) Bits = 0;
-    if constexpr (kMbaff) SeeAcrossKinds();
+    if constexpr (kMbaff) SeeAcrossKinds(IsField);
 }
 
 } // namespace UMC

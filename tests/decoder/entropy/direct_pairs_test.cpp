@@ -36,6 +36,7 @@ protected:
             SetMotion(i, 0, {8, 8});
             if (IsField) m_Global[static_cast<size_t>(i)].MbFlags |= MBFLAG_FIELD;
         }
+        m_pCursor->FindPair(Mb, 1, 2 + (Mb & 1));
         m_pCursor->BeginMacroblock<true>(Mb, 1, 2 + (Mb & 1), IsField);
         DeriveDirectMacroblock<true>(m_pCursor->Slice, m_pCursor->Mb, m_pCursor->Motion);
     }

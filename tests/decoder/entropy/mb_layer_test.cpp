@@ -17,6 +17,7 @@ protected:
     {
         for (const size_t Mb : {0u, 1u, 2u, 3u, 4u, 5u, 8u, 9u})
             m_Global[Mb].MbFlags = AreOthersFields ? MBFLAG_FIELD : 0;
+        m_pCursor->FindPair(Number, 1, 2 + (Number & 1));
         m_pCursor->BeginMacroblock<true>(Number, 1, 2 + (Number & 1), IsField);
     }
     void Read(const test::BitWriter& Bits)

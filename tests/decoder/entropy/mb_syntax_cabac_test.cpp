@@ -19,6 +19,7 @@ protected:
     void Begin(int Number, bool IsField, bool AreOthersFields)
     {
         for (const size_t Mb : {2u, 3u, 8u, 9u}) m_Global[Mb].MbFlags = AreOthersFields ? MBFLAG_FIELD : 0;
+        m_pCursor->FindPair(Number, 1, 2 + (Number & 1));
         m_pCursor->BeginMacroblock<true>(Number, 1, 2 + (Number & 1), IsField);
         EntropyState& e = m_pCursor->Entropy;
         e.Bits.Reset(m_Bits.data(), 32);

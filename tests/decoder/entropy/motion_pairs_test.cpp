@@ -32,6 +32,7 @@ protected:
             m_Global[Mb].MbFlags = AreOthersFields ? MBFLAG_FIELD : 0;
         m_Global[10].MbFlags = IsField ? MBFLAG_FIELD : 0;
         m_Global[10].SliceId = 0;
+        m_pCursor->FindPair(Number, 1, 2 + (Number & 1));
         m_pCursor->BeginMacroblock<true>(Number, 1, 2 + (Number & 1), IsField);
         MotionCache& Cache = m_pCursor->Motion.Cache[0];
         LoadMotion<true>(Cache, m_pCursor->Slice.Records, m_pCursor->Mb, 0);

@@ -45,6 +45,7 @@ protected:
             m_Global[i].MbFlags = IsField ? 0 : MBFLAG_FIELD;
             m_Global[i].MbType = (i == 0 ? UpperIsIntra : LowerIsIntra) ? MBTYPE_INTRA16x16 : MBTYPE_INTER16x16;
         }
+        m_pCursor->FindPair(2, 1, 0);
         if (IsLower) m_pCursor->BeginMacroblock<true>(2, 1, 0, IsField);
         m_pCursor->BeginMacroblock<true>(2 + IsLower, 1, IsLower, IsField);
         return m_pCursor->Mb;

@@ -142,6 +142,11 @@ TEST_F(Pairs, NeighboursAreThoseOfTheTableForEveryKindOfPairs)
         ForEachPair(Usable, [&](int Pair, bool Set) { SetUsable(Pair, Set); });
         SetField(kPair, IsField);
         const PairNeighbours n = Find(IsBottom);
+        const MbAround Around = n.Around(IsField);
+        ASSERT_EQ(Around.Left, n.At(Column::Left, 0, 16, IsField).Mb) << "combination " << Combination;
+        ASSERT_EQ(Around.Top, n.At(Column::Own, -1, 16, IsField).Mb) << "combination " << Combination;
+        ASSERT_EQ(Around.TopRight, n.At(Column::Right, -1, 16, IsField).Mb) << "combination " << Combination;
+        ASSERT_EQ(Around.TopLeft, n.At(Column::Left, -1, 16, IsField).Mb) << "combination " << Combination;
         for (const int Height : {16, 8})
             for (const auto& [Where, x] : {std::pair{Column::Left, -1}, {Column::Own, 0}, {Column::Right, Height}})
                 for (int y = -1; y < Height; ++y) {
