@@ -16,13 +16,10 @@ int32_t CropSamples(uint32_t Unit, uint32_t Offset)
 
 int32_t FrameTypeOf(SliceType Type) { return Type == SLICE_I ? I_PICTURE : Type == SLICE_B ? B_PICTURE : P_PICTURE; }
 
-// Nothing is put in the place of what is lost of a picture with slice groups: its frame must hold a picture before.
-Status AllocateFrame(H264DecoderFrame& Frame, const PictureFormat& Format, bool UsesSliceGroups)
+Status AllocateFrame(H264DecoderFrame& Frame, const PictureFormat& Format)
 {
-    const bool IsNew = !Frame.m_pPlaneY || Frame.m_Format != Format;
     Status Result = Frame.Allocate(Format);
     if (Result != StatusOk) return Result;
-    if (IsNew && UsesSliceGroups) Frame.FillGrey();
     Result = Frame.AllocateMbInfo(Format.MbCount());
     if (Result != StatusOk) Frame.Release(); // samples without records are of no use, not even to patch holes from
     return Result;
@@ -82,7 +79,7 @@ H264DecoderFrame* FrameStore::PrepareFrame(const H264Slice& Slice, Status& Refus
     H264DecoderFrame* const pFrame = GetFreeFrame();
     if (!pFrame) return nullptr;
     m_Dpb.MoveToTail(pFrame);
-    const Status Result = AllocateFrame(*pFrame, PictureFormat::Of(*Slice.m_pSeqParamSet), Slice.m_UsesSliceGroups);
+    const Status Result = AllocateFrame(*pFrame, PictureFormat::Of(*Slice.m_pSeqParamSet));
     if (Result != StatusOk) {
         Refused = Result;
         DiscardFrame(*pFrame);
@@ -122,7 +119,7 @@ H264DecoderFrame* FrameStore::TakeAuxiliary(H264DecoderFrame& Primary, const H26
     }
     H264DecoderFrame& Frame = *Primary.m_pAuxiliary;
     if (!Frame.HasSlices()) {
-        Refused = AllocateFrame(Frame, PictureFormat::Of(*Slice.m_pSeqParamSet), Slice.m_UsesSliceGroups);
+        Refused = AllocateFrame(Frame, PictureFormat::Of(*Slice.m_pSeqParamSet));
         if (Refused != StatusOk) return nullptr;
         Frame.FillChromaGrey();
         Frame.m_Index = Primary.m_Index;

@@ -117,6 +117,7 @@ TEST_F(Strengths, CompareVectorsOfSingleBlocks)
 {
     m_Global[5].MbType = MBTYPE_INTER8x8;
     m_Global[5].MbFlags = 0;
+    m_Global[5].SubBlockType[1] = SHAPE_QUARTERS;
     SetBlock(5, 6, 0, {4, 0}); // column 2, row 1
     ExpectEdges(Find(), 0, 0, 0, 0x0100, 0x0100);
     ExpectEdges(Find(), 1, 0, 0x010000, 0x010000, 0);

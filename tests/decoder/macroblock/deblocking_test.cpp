@@ -52,6 +52,7 @@ protected:
         }
         for (int q = 0; q < 4; ++q) {
             const int First = (q & 1) * 2 + (q & 2) * 4, Size = Transform8x8 || Upto(1) ? 2 : 1;
+            Global.SubBlockType[q] = Size == 2 ? SHAPE_WHOLE : SHAPE_QUARTERS;
             for (int y = 0; y < 2; y += Size)
                 for (int x = 0; x < 2; x += Size) SetPart(Mb, First + y * 4 + x, Size, Size);
         }
