@@ -12,6 +12,27 @@ if [ $# -eq 0 ]; then
         grep -vE '_win32\.cpp$|/win32/')
     set -- "${files[@]}"
 fi
-printf '%s\0' "$@" | xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build/clang --quiet >build/tidy.log 2>/dev/null ||
-    { grep -vE '^$' build/tidy.log >&2; exit 1; }
+tidy() { # OPTION.. -- FILE..
+    local options=()
+    while [ "$1" != -- ]; do
+        options+=("$1")
+        shift
+    done
+    shift
+    [ $# -eq 0 ] || printf '%s\0' "$@" |
+        xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build/clang --quiet "${options[@]}" >>build/tidy.log 2>/dev/null ||
+        { grep -vE '^$' build/tidy.log >&2; exit 1; }
+}
+
+# What stands in developer builds alone is looked at as they have it.
+developer=() library=()
+for file; do
+    case $file in
+    */dump/* | */trace/*) developer+=("$file") ;;
+    *) library+=("$file") ;;
+    esac
+done
+: >build/tidy.log
+tidy -- "${library[@]}"
+tidy --extra-arg=-DQUILVEX_TRACE -- "${developer[@]}"
 echo "$# files without a fault"
