@@ -187,46 +187,47 @@ void H264SegmentDecoderMultiThreaded::DeblockPicture(int32_t FirstMb, int32_t En
     }
 }
 
-template <class Sample, int color_format>
-void H264SegmentDecoderMultiThreaded::DeblockSlice(int32_t FirstMb, int32_t Count) const
+// The macroblocks of the slice in hand, or of a picture with slice groups.
+template <class Deblocker>
+void H264SegmentDecoderMultiThreaded::DeblockBy(int32_t FirstMb, int32_t Count) const
 {
-    if (m_pSlice->m_Header.MbaffFrameFlag)
-        DeblockRun<PairDeblocker<Sample, color_format>>(FirstMb, Count);
+    if (m_pSlice)
+        DeblockRun<Deblocker>(FirstMb, Count);
     else
-        DeblockRun<H264Deblocker<Sample, color_format>>(FirstMb, Count);
+        DeblockPicture<Deblocker>(FirstMb, FirstMb + Count);
 }
 
 template <class Sample, int color_format>
-void H264SegmentDecoderMultiThreaded::DeblockSlices(int32_t FirstMb, int32_t End) const
+void H264SegmentDecoderMultiThreaded::DeblockFormat(int32_t FirstMb, int32_t Count) const
 {
-    if (m_pPictureAu->m_Slices.front()->m_Header.MbaffFrameFlag)
-        DeblockPicture<PairDeblocker<Sample, color_format>>(FirstMb, End);
+    const H264Slice& Any = m_pSlice ? *m_pSlice : *m_pPictureAu->m_Slices.front();
+    if (Any.m_Header.MbaffFrameFlag)
+        DeblockBy<PairDeblocker<Sample, color_format>>(FirstMb, Count);
     else
-        DeblockPicture<H264Deblocker<Sample, color_format>>(FirstMb, End);
+        DeblockBy<H264Deblocker<Sample, color_format>>(FirstMb, Count);
+}
+
+void H264SegmentDecoderMultiThreaded::DeblockMacroblocks(int32_t FirstMb, int32_t Count) const
+{
+    using Self = H264SegmentDecoderMultiThreaded;
+    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
+        {&Self::DeblockFormat<uint8_t, 0>, &Self::DeblockFormat<uint8_t, 1>, &Self::DeblockFormat<uint8_t, 2>},
+        {&Self::DeblockFormat<uint16_t, 0>, &Self::DeblockFormat<uint16_t, 1>, &Self::DeblockFormat<uint16_t, 2>}};
+    const PictureView& Picture = m_Cursor.Slice.Picture;
+    (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, Count);
 }
 
 Status H264SegmentDecoderMultiThreaded::DeblockSegment(int32_t FirstMb, int32_t Count)
 {
-    if (m_pSlice->m_Header.disable_deblocking_filter_idc == 1) return StatusOk;
-    using Self = H264SegmentDecoderMultiThreaded;
-    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
-        {&Self::DeblockSlice<uint8_t, 0>, &Self::DeblockSlice<uint8_t, 1>, &Self::DeblockSlice<uint8_t, 2>},
-        {&Self::DeblockSlice<uint16_t, 0>, &Self::DeblockSlice<uint16_t, 1>, &Self::DeblockSlice<uint16_t, 2>}};
-    const PictureView& Picture = m_Cursor.Slice.Picture;
-    (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, Count);
+    if (m_pSlice->m_Header.disable_deblocking_filter_idc != 1) DeblockMacroblocks(FirstMb, Count);
     return StatusOk;
 }
 
 Status H264SegmentDecoderMultiThreaded::DeblockSegmentTask(int32_t FirstMb, int32_t& Count)
 {
-    const int32_t End = std::min(FirstMb + Count, m_Cursor.Slice.Picture.MbCount());
-    if (m_pSlice) return DeblockSegment(FirstMb, End - FirstMb);
-    using Self = H264SegmentDecoderMultiThreaded;
-    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
-        {&Self::DeblockSlices<uint8_t, 0>, &Self::DeblockSlices<uint8_t, 1>, &Self::DeblockSlices<uint8_t, 2>},
-        {&Self::DeblockSlices<uint16_t, 0>, &Self::DeblockSlices<uint16_t, 1>, &Self::DeblockSlices<uint16_t, 2>}};
-    const PictureView& Picture = m_Cursor.Slice.Picture;
-    (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, End);
+    const int32_t Left = std::min(Count, m_Cursor.Slice.Picture.MbCount() - FirstMb);
+    if (m_pSlice) return DeblockSegment(FirstMb, Left);
+    DeblockMacroblocks(FirstMb, Left);
     return StatusOk;
 }
 

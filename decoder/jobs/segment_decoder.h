@@ -64,10 +64,11 @@ private:
     void DeblockRun(int32_t FirstMb, int32_t Count) const;
     template <class Deblocker>
     void DeblockPicture(int32_t FirstMb, int32_t End) const;
+    template <class Deblocker>
+    void DeblockBy(int32_t FirstMb, int32_t Count) const;
     template <class Sample, int color_format>
-    void DeblockSlice(int32_t FirstMb, int32_t Count) const;
-    template <class Sample, int color_format>
-    void DeblockSlices(int32_t FirstMb, int32_t End) const;
+    void DeblockFormat(int32_t FirstMb, int32_t Count) const;
+    void DeblockMacroblocks(int32_t FirstMb, int32_t Count) const;
 
     const H264DecoderFrameInfo* m_pPictureAu = nullptr; // of a task for a whole picture
     TaskSource* m_pTasks;

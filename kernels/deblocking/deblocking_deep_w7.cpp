@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 
 #include "kernels/deblocking/deblocking.h"
+#include "kernels/transpose_words.h"
 
 namespace kernels {
 
@@ -141,24 +142,6 @@ INLINE __m128i StrongLines(const DeepEdge& With) { return _mm_cmpeq_epi16(With.S
 
 // ---- Where lines lie ---------------------------------------------------------------------------------------
 
-// 8 rows of 8 samples as 8 columns, or back.
-INLINE void Transpose(__m128i v[8])
-{
-    __m128i a[8], b[8];
-    for (int i = 0; i < 4; ++i) {
-        a[2 * i] = _mm_unpacklo_epi16(v[i], v[i + 4]);
-        a[2 * i + 1] = _mm_unpackhi_epi16(v[i], v[i + 4]);
-    }
-    for (int i = 0; i < 4; ++i) {
-        b[2 * i] = _mm_unpacklo_epi16(a[i], a[i + 4]);
-        b[2 * i + 1] = _mm_unpackhi_epi16(a[i], a[i + 4]);
-    }
-    for (int i = 0; i < 4; ++i) {
-        v[2 * i] = _mm_unpacklo_epi16(b[i], b[i + 4]);
-        v[2 * i + 1] = _mm_unpackhi_epi16(b[i], b[i + 4]);
-    }
-}
-
 // The lines of a vertical edge lie in rows, those of a horizontal one in columns. pQ is sample q0 of the first line,
 // Step counts samples. A place that no filter of the strengths at hand uses need not be loaded.
 struct Vertical {
@@ -166,13 +149,13 @@ struct Vertical {
     {
         __m128i v[8];
         for (int i = 0; i < 8; ++i) v[i] = Load8(pQ - 4 + i * Step);
-        Transpose(v);
+        Transpose8(v);
         return {{v[3], v[2], v[1], v[0]}, {v[4], v[5], v[6], v[7]}};
     }
     [[gnu::always_inline]] static void Store(uint16_t* pQ, ptrdiff_t Step, const DeepLines& s, bool)
     {
         __m128i v[8] = {s.p[3], s.p[2], s.p[1], s.p[0], s.q[0], s.q[1], s.q[2], s.q[3]};
-        Transpose(v);
+        Transpose8(v);
         for (int i = 0; i < 8; ++i) Store8(pQ - 4 + i * Step, v[i]);
     }
     static ptrdiff_t Along(ptrdiff_t Step) { return Step; }

@@ -2,6 +2,7 @@
 #include <emmintrin.h>
 
 #include "kernels/transform/transform.h"
+#include "kernels/transpose_words.h"
 
 namespace kernels {
 
@@ -170,23 +171,6 @@ INLINE void Inverse8(__m128i d[8])
     d[5] = _mm_sub_epi16(f4, f3);
     d[6] = _mm_sub_epi16(f2, f5);
     d[7] = _mm_sub_epi16(f0, f7);
-}
-
-INLINE void Transpose8(__m128i v[8])
-{
-    __m128i a[8], b[8];
-    for (int i = 0; i < 4; ++i) {
-        a[2 * i] = _mm_unpacklo_epi16(v[i], v[i + 4]);
-        a[2 * i + 1] = _mm_unpackhi_epi16(v[i], v[i + 4]);
-    }
-    for (int i = 0; i < 4; ++i) {
-        b[2 * i] = _mm_unpacklo_epi16(a[i], a[i + 4]);
-        b[2 * i + 1] = _mm_unpackhi_epi16(a[i], a[i + 4]);
-    }
-    for (int i = 0; i < 4; ++i) {
-        v[2 * i] = _mm_unpacklo_epi16(b[i], b[i + 4]);
-        v[2 * i + 1] = _mm_unpackhi_epi16(b[i], b[i + 4]);
-    }
 }
 
 void AddResidual8x8_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
