@@ -135,9 +135,11 @@ __m128i MaxOf(int Depth) { return _mm_set1_epi16(static_cast<short>((1 << Depth)
 void InterpolateChromaDeep_w7(const uint16_t* pSrcU, const uint16_t* pSrcV, ptrdiff_t SrcStep, uint16_t* pDstU,
                               uint16_t* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Width, int Height)
 {
-    const auto Run = Width == 8 ? InterpolatePlane<8> : Width == 4 ? InterpolatePlane<4> : InterpolatePlane<2>;
-    Run({pSrcU, SrcStep / 2, pDstU, DstStep / 2, Height}, FracX, FracY);
-    Run({pSrcV, SrcStep / 2, pDstV, DstStep / 2, Height}, FracX, FracY);
+    const auto Run = Width >= 8 ? InterpolatePlane<8> : Width == 4 ? InterpolatePlane<4> : InterpolatePlane<2>;
+    for (int x = 0; x < Width; x += 8) { // strips of up to 8 columns
+        Run({pSrcU + x, SrcStep / 2, pDstU + x, DstStep / 2, Height}, FracX, FracY);
+        Run({pSrcV + x, SrcStep / 2, pDstV + x, DstStep / 2, Height}, FracX, FracY);
+    }
 }
 
 void AverageBlockDeep_w7(const uint16_t* pA, ptrdiff_t StepA, uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height)

@@ -230,11 +230,11 @@ TEST(InterpolateChromaDeep, IsAsTheStandardHasIt)
     SCOPED_TRACE(Rng.Seed());
     for (const int Depth : kDeepDepths)
         for (const Fill How : kDeepFills)
-            for (const int Width : {8, 4, 2})
+            for (const int Width : {16, 8, 4, 2})
                 for (int Frac = 0; Frac < 64; ++Frac) {
                     SCOPED_TRACE(testing::Message() << Depth << " bits, offset " << Frac / 8 << ", " << Frac % 8);
-                    const DeepBlock u = DeepBlock::Random(Rng, How, Width + 1, 16 + 1, 11, Depth);
-                    const DeepBlock v = DeepBlock::Random(Rng, How, Width + 1, 16 + 1, 11, Depth);
+                    const DeepBlock u = DeepBlock::Random(Rng, How, Width + 1, 16 + 1, Width + 3, Depth);
+                    const DeepBlock v = DeepBlock::Random(Rng, How, Width + 1, 16 + 1, Width + 3, Depth);
                     for (const DeepBlock* const pPlane : {&u, &v})
                         ExpectSamples(
                             Width, 16,
@@ -360,12 +360,12 @@ void CheckChroma(InterpolateChromaDeepSig* pFn, InterpolateChromaDeepSig* pRefer
     SCOPED_TRACE(Rng.Seed());
     for (const int Depth : kDeepDepths)
         for (const Fill How : kDeepFills)
-            for (const int Width : {8, 4, 2})
+            for (const int Width : {16, 8, 4, 2})
                 for (const int Height : kHeights)
                     for (int Frac = 0; Frac < 64; ++Frac) {
                         const int x = Frac & 7, y = Frac >> 3, w = Width + (x ? 1 : 0), h = Height + (y ? 1 : 0);
-                        const DeepBlock u = DeepBlock::Random(Rng, How, w, h, 11, Depth);
-                        const DeepBlock v = DeepBlock::Random(Rng, How, w, h, 11, Depth);
+                        const DeepBlock u = DeepBlock::Random(Rng, How, w, h, Width + 3, Depth);
+                        const DeepBlock v = DeepBlock::Random(Rng, How, w, h, Width + 3, Depth);
                         TwoTargets tu(Rng, How, Width, Height, Depth), tv(Rng, How, Width, Height, Depth);
                         pReference(u.At(0, 0), v.At(0, 0), u.Step(), tu.Want.At(0, 0), tv.Want.At(0, 0), tu.Want.Step(),
                                    x, y, Width, Height);
