@@ -19,6 +19,9 @@ constexpr int32_t FindNc(int32_t Left, int32_t Top)
 }
 
 /// Of a chroma DC block.
-constexpr int32_t ChromaDcNc(int32_t chroma_format_idc) { return chroma_format_idc == CHROMA_422 ? -2 : -1; }
+constexpr int32_t ChromaDcNc(int32_t chroma_format_idc)
+{
+    return chroma_format_idc == CHROMA_444 ? 0 : chroma_format_idc == CHROMA_422 ? -2 : -1;
+}
 
 } // namespace h264

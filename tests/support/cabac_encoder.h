@@ -108,5 +108,8 @@ Bytes CabacDirect8x8Slice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice 
 // One macroblock of a P slice, P_L0_16x16: its reference, vector difference and residual. The levels of an 8x8 block
 // stand one behind the other in its four 4x4 blocks.
 Bytes CabacInterSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, const Macroblock& Mb);
+// Macroblocks of Intra_16x16 alone, monochrome or 4:4:4.
+Bytes CabacIntra16x16Slice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice,
+                           const std::vector<Macroblock>& Mbs);
 
 } // namespace test

@@ -2,6 +2,7 @@
 
 #include "Common/h264/coefficient_counts.h"
 #include "Common/h264/h264_tables.h"
+#include "tests/support/pair_blocks.h"
 #include "tests/support/slice_group_model.h"
 
 #include <algorithm>
@@ -30,8 +31,10 @@ MacroblockWriter::MacroblockWriter(const SeqParamSet& Seq, const PicParamSet& Pi
 {
     const size_t Mbs = PictureMbs(Seq, s);
     m_Counts[0].assign(Mbs * 16, 0);
-    m_Counts[1].assign(Mbs * 8, 0); // of 4:2:2
-    m_Counts[2].assign(Mbs * 8, 0);
+    m_Counts[1].assign(Mbs * 16, 0); // of 4:4:4
+    m_Counts[2].assign(Mbs * 16, 0);
+    m_FieldPairs.assign(Mbs / 2 + 1, false);
+    if (IsMbaff()) m_Mb *= 2;
 }
 
 void MacroblockWriter::Advance()
@@ -40,6 +43,19 @@ void MacroblockWriter::Advance()
     m_Taken[Number] = true;
     m_Mb =
         static_cast<int>(std::find(m_Groups.begin() + m_Mb + 1, m_Groups.end(), m_Groups[Number]) - m_Groups.begin());
+}
+
+// Pairs stand one beside the other in MBAFF frames, and their macroblocks one below the other.
+int MacroblockWriter::ColumnOf(int Mb) const { return (IsMbaff() ? Mb / 2 : Mb) % static_cast<int>(m_Seq.width_mbs); }
+int MacroblockWriter::RowOf(int Mb) const
+{
+    const int Width = static_cast<int>(m_Seq.width_mbs);
+    return IsMbaff() ? Mb / 2 / Width * 2 + Mb % 2 : Mb / Width;
+}
+int MacroblockWriter::Number(int Column, int Row) const
+{
+    const int Width = static_cast<int>(m_Seq.width_mbs);
+    return IsMbaff() ? (Row / 2 * Width + Column) * 2 + Row % 2 : Row * Width + Column;
 }
 
 Bytes MacroblockWriter::Finish()
@@ -57,6 +73,10 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
     }
     if (!IsIntraSlice()) m_Bits.UE(m_SkipRun);
     m_SkipRun = 0;
+    if (IsMbaff() && m_Mb % 2 == 0) {
+        m_FieldPairs[static_cast<size_t>(m_Mb / 2)] = Mb.field_decoding;
+        m_Bits.U(1, Mb.field_decoding);
+    }
     const bool Intra = Mb.intra || IsIntraSlice();
     const uint32_t FirstIntra = IsIntraSlice() ? 0 : IsB() ? 23 : 5;
     m_Bits.UE(Mb.mb_type + (Intra ? FirstIntra : 0));
@@ -96,28 +116,34 @@ void MacroblockWriter::Put(const Macroblock& Mb) // clauses 7.3.4 and 7.3.5
 
 void MacroblockWriter::WritePcm(const Macroblock& Mb)
 {
-    const auto Put = [&](size_t i, uint32_t Depth, int Row) {
-        const uint32_t Sample = Mb.pcm[i], Up = Depth - 8;
+    const auto Put = [&](size_t i, uint32_t Sample, uint32_t Depth, int Row) {
+        const uint32_t Up = Depth - 8;
         m_Bits.U(static_cast<int>(Depth),
                  Sample << Up |
                      ((Sample * 5 + static_cast<uint32_t>(i) + static_cast<uint32_t>(Row)) & ((1u << Up) - 1)));
     };
     const uint32_t ChromaDepth = m_Seq.bit_depth_chroma ? m_Seq.bit_depth_chroma : m_Seq.bit_depth;
-    const int Width = static_cast<int>(m_Seq.width_mbs), X = m_Mb % Width, Y = m_Mb / Width, Rows = ChromaRows();
+    const int X = ColumnOf(m_Mb), Y = RowOf(m_Mb), Rows = ChromaRows(), Columns = ChromaColumns();
     m_Bits.Align();
-    for (size_t i = 0; i < 256; ++i) Put(i, m_Seq.bit_depth, 0);
-    for (size_t Plane = 0; Plane < 2; ++Plane)
+    for (size_t i = 0; i < 256; ++i) Put(i, Mb.pcm[i], m_Seq.bit_depth, 0);
+    for (size_t i = 0; i < 512 && Is444(); ++i) // the pattern of lower bits is that of luma in each plane
+        Put(i % 256, Mb.pcm_chroma_444[i], ChromaDepth, 0);
+    for (size_t Plane = 0; Plane < 2 && !Is444(); ++Plane)
         for (int y = 0; y < Rows * 4; ++y)
-            for (size_t x = 0; x < 8; ++x)
-                Put(256 + Plane * 64 + static_cast<size_t>(y * 2 / Rows) * 8 + x, ChromaDepth, y);
+            for (size_t x = 0; x < 8; ++x) {
+                const size_t i = 256 + Plane * 64 + static_cast<size_t>(y * 2 / Rows) * 8 + x;
+                Put(i, Mb.pcm[i], ChromaDepth, y);
+            }
     for (int i = 0; i < 16; ++i) *CountAt(0, X * 4 + i % 4, Y * 4 + i / 4) = 16;
     for (int Plane = 1; Plane < 3; ++Plane)
-        for (int i = 0; i < 2 * Rows; ++i) *CountAt(Plane, X * 2 + i % 2, Y * Rows + i / 2) = 16;
+        for (int i = 0; i < Columns * Rows; ++i)
+            *CountAt(Plane, X * Columns + i % Columns, Y * Rows + i / Columns) = 16;
 }
 
 void MacroblockWriter::WriteRefIdx(int List, uint32_t RefIdx)
 {
-    const uint32_t Active = ActiveRefs(m_Pic, m_Slice, List);
+    const bool IsFieldPair = IsMbaff() && m_FieldPairs[static_cast<size_t>(m_Mb / 2)];
+    const uint32_t Active = ActiveRefs(m_Pic, m_Slice, List) << IsFieldPair; // fields of those frames
     if (Active == 2) m_Bits.U(1, RefIdx == 0);
     if (Active > 2) m_Bits.UE(RefIdx);
 }
@@ -170,23 +196,34 @@ void MacroblockWriter::WriteSubPrediction(const Macroblock& Mb) // clause 7.3.5.
 
 int* MacroblockWriter::CountAt(int Plane, int X, int Y)
 {
-    const int Blocks = Plane == 0 ? 4 : 2, Rows = Plane == 0 ? 4 : ChromaRows();
-    const int Width = static_cast<int>(m_Seq.width_mbs);
-    const int Mb = Y / Rows * Width + X / Blocks;
-    if (X < 0 || Y < 0 || (Mb != m_Mb && !Has(Mb))) return nullptr;
-    return &m_Counts[Plane][static_cast<size_t>(Y * Width * Blocks + X)];
+    const int Blocks = Plane == 0 ? 4 : ChromaColumns(), Rows = Plane == 0 ? 4 : ChromaRows();
+    if (X < 0 || Y < 0) return nullptr;
+    const int Mb = Number(X / Blocks, Y / Rows);
+    if (Mb != m_Mb && !Has(Mb)) return nullptr;
+    return &m_Counts[Plane][static_cast<size_t>(Y * static_cast<int>(m_Seq.width_mbs) * Blocks + X)];
+}
+
+// That of the block to the left, or of the one above.
+int* MacroblockWriter::CountBeside(int Plane, int X, int Y, bool IsLeft)
+{
+    const int Blocks = Plane == 0 ? 4 : ChromaColumns(), Rows = Plane == 0 ? 4 : ChromaRows();
+    const bool IsInside = (IsLeft ? X % Blocks : Y % Rows) > 0;
+    if (!IsMbaff() || IsInside) return CountAt(Plane, X - IsLeft, Y - !IsLeft);
+    const BlockRow Other =
+        FindInPairs(m_Mb, IsLeft, IsLeft ? Y % Rows : -1, Rows, static_cast<int>(m_Seq.width_mbs), m_FieldPairs);
+    return Other.Mb < 0 ? nullptr : CountAt(Plane, X - IsLeft, RowOf(Other.Mb) * Rows + Other.Row);
 }
 
 int MacroblockWriter::PredictCount(int Plane, int X, int Y) // clause 9.2.1
 {
-    const int *const pA = CountAt(Plane, X - 1, Y), *const pB = CountAt(Plane, X, Y - 1);
+    const int *const pA = CountBeside(Plane, X, Y, true), *const pB = CountBeside(Plane, X, Y, false);
     if (pA && pB) return (*pA + *pB + 1) >> 1;
     return pA ? *pA : pB ? *pB : 0;
 }
 
 void MacroblockWriter::WriteResidual(const Macroblock& Mb, uint32_t Luma, uint32_t Chroma) // clause 7.3.5.3
 {
-    const int Width = static_cast<int>(m_Seq.width_mbs), X = m_Mb % Width, Y = m_Mb / Width;
+    const int X = ColumnOf(m_Mb), Y = RowOf(m_Mb);
     const bool Is16x16 = (Mb.intra || IsIntraSlice()) && Mb.mb_type != 0;
     if (Is16x16) WriteBlock(Mb.luma_dc.data(), 16, PredictCount(0, X * 4, Y * 4), nullptr);
     for (int i = 0; i < 16; ++i) {
@@ -195,13 +232,13 @@ void MacroblockWriter::WriteResidual(const Macroblock& Mb, uint32_t Luma, uint32
         WriteBlock(Mb.luma[i].data() + Is16x16, 16 - Is16x16, PredictCount(0, BlockX, BlockY),
                    CountAt(0, BlockX, BlockY));
     }
-    const int Rows = ChromaRows();
+    const int Rows = ChromaRows(), Columns = ChromaColumns();
     for (int Plane = 0; Plane < 2 && Chroma != 0; ++Plane)
-        WriteBlock(Mb.chroma_dc[Plane].data(), 2 * Rows,
+        WriteBlock(Mb.chroma_dc[Plane].data(), Columns * Rows,
                    h264::ChromaDcNc(static_cast<int32_t>(m_Seq.chroma_format_idc)), nullptr);
     for (int Plane = 0; Plane < 2 && Chroma == 2; ++Plane)
-        for (int i = 0; i < 2 * Rows; ++i) {
-            const int BlockX = X * 2 + i % 2, BlockY = Y * Rows + i / 2;
+        for (int i = 0; i < Columns * Rows; ++i) {
+            const int BlockX = X * Columns + ChromaBlock(i) % Columns, BlockY = Y * Rows + ChromaBlock(i) / Columns;
             WriteBlock(Mb.chroma_ac[Plane][i].data(), 15, PredictCount(1 + Plane, BlockX, BlockY),
                        CountAt(1 + Plane, BlockX, BlockY));
         }

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
+#include "Common/h264/h264_tables.h"
 #include "tests/support/h264_stream_writer.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace test {
@@ -25,13 +27,16 @@ struct Macroblock {
     int32_t mb_qp_delta = 0;
     std::array<int, 16> luma_dc = {};  // levels in scan order
     std::array<int, 16> luma[16] = {}; // by luma4x4BlkIdx; the first one of Intra_16x16 is not used
-    std::array<int, 16> chroma_dc[2] = {}, chroma_ac[2][8] = {};
+    std::array<int, 16> chroma_dc[2] = {},
+                        chroma_ac[2][16] = {}; // AC blocks of 4:4:4 by luma4x4BlkIdx, else in raster order
     std::array<uint8_t, 384> pcm = {}; // of 4:2:0; 4:2:2 has each row of chroma twice, and deeper samples lower bits of
                                        // their own
+    std::array<uint8_t, 512> pcm_chroma_444 = {}; // in place of the chroma of those
+    bool field_decoding = false;                  // of an MBAFF frame; the first one of the pair tells
 };
 
 // One slice under way. Macroblocks are taken from first_mb on, in raster order, of one slice group where there are
-// several.
+// several. Both of a pair of an MBAFF frame are skipped, or neither is.
 class MacroblockWriter
 {
 public:
@@ -47,6 +52,13 @@ private:
     bool IsB() const { return m_Slice.slice_type % 5 == 1; }
     bool IsIntraSlice() const { return m_Slice.slice_type % 5 == 2; }
     int ChromaRows() const { return h264::kChromaGeometry[m_Seq.chroma_format_idc].MbHeight / 4; } // of blocks
+    int ChromaColumns() const { return h264::kChromaGeometry[m_Seq.chroma_format_idc].MbWidth / 4; }
+    int ChromaBlock(int i) const { return Is444() ? h264::kBlockRaster[i] : i; } // its place in raster order
+    bool Is444() const { return m_Seq.chroma_format_idc == h264::CHROMA_444; }
+    bool IsMbaff() const { return m_Seq.mbaff && !m_Slice.field; }
+    int ColumnOf(int Mb) const;
+    int RowOf(int Mb) const;
+    int Number(int Column, int Row) const;
     void WritePcm(const Macroblock& Mb);
     void WriteInterPrediction(const Macroblock& Mb);
     void WriteSubPrediction(const Macroblock& Mb);
@@ -57,6 +69,7 @@ private:
     void WriteLevels(const int* pLevels, int Count, int TrailingOnes);
     void Advance();
     int* CountAt(int Plane, int X, int Y); // null outside the slice
+    int* CountBeside(int Plane, int X, int Y, bool IsLeft);
     int PredictCount(int Plane, int X, int Y);
 
     SeqParamSet m_Seq;
@@ -67,7 +80,8 @@ private:
     std::vector<int> m_Groups; // of each macroblock
     std::vector<bool> m_Taken;
     int m_Mb;
-    std::vector<int> m_Counts[3]; // total_coeff by 4x4 block, rows of 4 luma or 2 chroma blocks a macroblock
+    std::vector<bool> m_FieldPairs; // of an MBAFF frame
+    std::vector<int> m_Counts[3];   // total_coeff by 4x4 block, rows of as many as a macroblock has
 };
 
 } // namespace test

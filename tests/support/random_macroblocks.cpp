@@ -28,6 +28,9 @@ Bytes RandomMacroblocks::Intra(const SeqParamSet& Seq, const PicParamSet& Pic, c
             m.pcm[static_cast<size_t>(i)] =
                 static_cast<uint8_t>(std::clamp(Start + Right * X + Down * Y + Upto(Noise), 1, 254));
         }
+        if (Seq.chroma_format_idc == h264::CHROMA_444)
+            for (uint8_t& Sample : m.pcm_chroma_444)
+                Sample = static_cast<uint8_t>(std::clamp(Start + Upto(Noise), 1, 254));
         Writer.Put(m);
     }
     return Writer.Finish();

@@ -24,6 +24,7 @@ TEST(CoefficientCounts, NcOfChromaDcStandsForItsFormat)
 {
     EXPECT_EQ(ChromaDcNc(CHROMA_420), -1);
     EXPECT_EQ(ChromaDcNc(CHROMA_422), -2);
+    EXPECT_EQ(ChromaDcNc(CHROMA_444), 0);
 }
 
 } // namespace
