@@ -131,9 +131,8 @@ private:
 
     using Traits = CodecTraits<PlaneY>;
     static_assert(std::is_same_v<Coeffs, typename Traits::Coeffs>);
-    static_assert(color_format != h264::CHROMA_444);
     static constexpr int kChromaBlocks = h264::kChromaGeometry[color_format].Blocks; // of one plane
-    static constexpr bool kHasChroma = color_format == h264::CHROMA_420 || color_format == h264::CHROMA_422;
+    static constexpr bool kHasChroma = kChromaBlocks > 0;
     static constexpr int kChromaCoeffs = kChromaBlocks * 16;
 
     // A run of 1 or more makes this macroblock a skipped one. When the last of the run was taken the next macroblock is
@@ -362,7 +361,7 @@ private:
             const auto& LevelScale = s.pPictureSet->level_scale.Scale4x4[List + Plane];
             Scale[Plane] = {LevelScale[Qp % 6], Qp / 6};
             if (Bypasses(s, e.QpLuma)) Scale[Plane] = {kLevelsAsTheyAre.Of4x4, 0};
-            alignas(16) Coeffs Levels[8] = {};
+            alignas(16) Coeffs Levels[kChromaBlocks > 8 ? 16 : 8] = {};
             if (!Residual<Syntax>::ChromaDc(e, Mb, Plane, Levels)) continue;
             Local.CodedBlockBitsChroma[Plane] = 1;
             if (Bypasses(s, e.QpLuma)) {
@@ -382,7 +381,8 @@ private:
                 for (int i = 0; i < kChromaBlocks; ++i)
                     Bits |= uint32_t{Residual<Syntax>::ChromaAc(e, Mb, Counts, Plane, i, Scale[Plane], pPlane + i * 16)}
                             << i;
-            Local.CodedBlockBitsChroma[Plane] |= Bits << 1;
+            Local.CodedBlockBitsChroma[Plane] |= (color_format == h264::CHROMA_444 ? h264::SwapBlockOrder(Bits) : Bits)
+                                                 << 1;
             if (Local.CodedBlockBitsChroma[Plane] & 1)
                 for (int i = 0; i < kChromaBlocks; ++i) Bits |= uint32_t{pPlane[i * 16] != 0} << i;
             r.Bits[1 + Plane] = Bits;

@@ -12,13 +12,14 @@
 namespace UMC {
 
 // Reads the significance map and the levels of blocks of one category whose coded_block_flag is 1.
-// kChromaDcLevels: of a chroma DC block, 4 or 8.
+// kChromaDcLevels: of a chroma DC block, 4, 8 or 16.
 template <class Coeffs, h264::BlockCat kCat, int kChromaDcLevels = 4>
 class CabacBlockReader
 {
 public:
     // Puts the block's coefficients to their raster places: scaled, or the bare levels of the DC categories, for which
-    // the scale is not read. Chroma DC levels stand in scan order. Field: the field contexts and scan.
+    // the scale is not read. Chroma DC levels stand in scan order, but for those of 4:4:4. Field: the field contexts
+    // and scan.
     static void Read(CabacDecoder& Cabac, bool Field, const uint8_t* pScan, Dequant Scale, Coeffs* pOut)
     {
         CabacEngine e = Cabac.m_Engine;
@@ -101,9 +102,9 @@ private:
                                            Coeffs* pOut)
     {
         h264::trace::Level(static_cast<int32_t>(Position), Level);
-        if constexpr (kCat == h264::CAT_CHROMA_DC) {
+        if constexpr (kCat == h264::CAT_CHROMA_DC && kChromaDcLevels < 16) {
             pOut[Position] = static_cast<Coeffs>(Level);
-        } else if constexpr (kCat == h264::CAT_LUMA_DC) {
+        } else if constexpr (kCat == h264::CAT_LUMA_DC || kCat == h264::CAT_CHROMA_DC) {
             pOut[pScan[Position]] = static_cast<Coeffs>(Level);
         } else {
             // AC lists start at the second place of the scan.
@@ -137,11 +138,11 @@ protected:
         static bool Luma8x8(EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale,
                             Coeffs* pOut);
         static bool ChromaDc(EntropyState& e, const MbState& Mb, int Plane, Coeffs* pLevels);
-        // Block in raster order of the plane, two a row.
+        // Block as ChromaCachePos() counts.
         static bool ChromaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Plane, int Block,
                              Dequant Scale, Coeffs* pOut)
         {
-            uint8_t* const pFlag = Counts.NonZero[1 + Plane] + CachePos(Block & 1, Block >> 1);
+            uint8_t* const pFlag = Counts.NonZero[1 + Plane] + ChromaCachePos<color_format>(Block);
             return Block4x4<h264::CAT_CHROMA_AC>(e, Mb, pFlag, Scale, pOut);
         }
         // Nothing: the flags of the macroblock are its CodedBlockBits.
@@ -197,15 +198,17 @@ void ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
                                                                                              const MbState& Mb,
                                                                                              CountCache& Counts)
 {
-    constexpr int kRows = h264::kChromaGeometry[color_format].MbHeight / 4;
+    constexpr int kRows = h264::kChromaGeometry[color_format].MbHeight / 4,
+                  kColumns = h264::kChromaGeometry[color_format].MbWidth / 4;
     for (int Plane = 0; Plane < 2; ++Plane) {
         uint8_t* const pCache = Counts.NonZero[1 + Plane];
         const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]) >> 1;
-        for (int x = 0; x < 2; ++x) pCache[CachePos(x, -1)] = Top >> ((kRows - 1) * 2 + x) & 1;
+        for (int x = 0; x < kColumns; ++x) pCache[CachePos(x, -1)] = Top >> ((kRows - 1) * kColumns + x) & 1;
         for (int y = 0; y < kRows; ++y) {
             const NeighbourRow Left = LeftBlock<kMbaff>(Mb, y, kRows);
             const MbLocalInfo& Local = kMbaff && Left.Mb >= 0 ? s.Local.pLocal[Left.Mb] : *Mb.pLeftLocal;
-            pCache[CachePos(-1, y)] = Bits(Mb, Left.Mb, Local.CodedBlockBitsChroma[Plane]) >> (Left.Row * 2 + 2) & 1;
+            pCache[CachePos(-1, y)] =
+                Bits(Mb, Left.Mb, Local.CodedBlockBitsChroma[Plane]) >> ((Left.Row + 1) * kColumns) & 1;
         }
     }
 }
@@ -249,8 +252,12 @@ bool ResidualDecoderCABAC<Coeffs, color_format, is_field>::CabacResidual<kMbaff>
     const uint32_t Left = Bits(Mb, Mb.Left, Mb.pLeftLocal->CodedBlockBitsChroma[Plane]);
     const uint32_t Top = Bits(Mb, Mb.Top, Mb.pTopLocal->CodedBlockBitsChroma[Plane]);
     if (!DecideFlag(e, h264::CAT_CHROMA_DC, (Left & 1) + 2 * (Top & 1))) return false;
-    CabacBlockReader<Coeffs, h264::CAT_CHROMA_DC, h264::kChromaGeometry[color_format].Blocks>::Read(
-        e.Cabac, IsField(Mb), nullptr, {}, pLevels);
+    const bool Field = IsField(Mb);
+    const uint8_t* const pScan = color_format != h264::CHROMA_444 ? nullptr
+                                 : Field                          ? h264::kFieldScan4x4
+                                                                  : h264::kZigzag4x4;
+    CabacBlockReader<Coeffs, h264::CAT_CHROMA_DC, h264::kChromaGeometry[color_format].Blocks>::Read(e.Cabac, Field,
+                                                                                                    pScan, {}, pLevels);
     return true;
 }
 

@@ -26,7 +26,7 @@ protected:
         }
         static void LoadChroma(const SliceView& s, const MbState& Mb, CountCache& Counts)
         {
-            for (int Plane = 1; Plane < 3; ++Plane) LoadPlane(s, Mb, Counts, Plane, 2, kChromaRows);
+            for (int Plane = 1; Plane < 3; ++Plane) LoadPlane(s, Mb, Counts, Plane, kChromaColumns, kChromaRows);
         }
         // Takes the nC of block 0 and leaves no count.
         static bool LumaDc(EntropyState& e, const MbState& Mb, const CountCache& Counts, Coeffs* pLevels)
@@ -52,28 +52,31 @@ protected:
         }
         static bool Luma8x8(EntropyState& e, const MbState& Mb, CountCache& Counts, int Quadrant, Dequant Scale,
                             Coeffs* pOut);
-        static bool ChromaDc(EntropyState& e, const MbState&, int, Coeffs* pLevels)
+        static bool ChromaDc(EntropyState& e, const MbState& Mb, int, Coeffs* pLevels)
         {
             CavlcBlock Block;
             const int Count = ReadCavlcBlock(e.Bits, h264::ChromaDcNc(color_format),
                                              h264::kChromaGeometry[color_format].Blocks, Block);
+            const uint8_t* const pScan = color_format == h264::CHROMA_444 ? Scan4x4(Mb) : nullptr;
             for (int i = 0; i < Count; ++i) {
                 h264::trace::Level(Block.Position[i], Block.Level[i]);
-                pLevels[Block.Position[i]] = static_cast<Coeffs>(Block.Level[i]);
+                const int Place = color_format == h264::CHROMA_444 ? pScan[Block.Position[i]] : Block.Position[i];
+                pLevels[Place] = static_cast<Coeffs>(Block.Level[i]);
             }
             return Count != 0;
         }
         static bool ChromaAc(EntropyState& e, const MbState& Mb, CountCache& Counts, int Plane, int Block,
                              Dequant Scale, Coeffs* pOut)
         {
-            return Block4x4(e, Mb, Counts.NonZero[1 + Plane] + CachePos(Block & 1, Block >> 1), 15, Scale, pOut);
+            return Block4x4(e, Mb, Counts.NonZero[1 + Plane] + ChromaCachePos<color_format>(Block), 15, Scale, pOut);
         }
         // Keeps the counts for the neighbours; a part that was not read counts 0.
         static void StoreCounts(const SliceView& s, const MbState& Mb, const CountCache& Counts, bool HasLuma,
                                 bool HasChromaAc);
 
     private:
-        static constexpr int kChromaRows = h264::kChromaGeometry[color_format].MbHeight / 4;
+        static constexpr int kChromaRows = h264::kChromaGeometry[color_format].MbHeight / 4,
+                             kChromaColumns = h264::kChromaGeometry[color_format].MbWidth / 4;
 
         static bool IsField(const MbState& Mb) { return kMbaff ? IsFieldMb(Mb) : is_field; }
         static const uint8_t* Scan4x4(const MbState& Mb)
@@ -158,7 +161,8 @@ void ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>
     }
     for (int Plane = 1; Plane < 3; ++Plane)
         for (int y = 0; y < kChromaRows; ++y)
-            std::memcpy(pCounts + Plane * kCountsPerPlane + y * 2, Counts.NonZero[Plane] + CachePos(0, y), 2);
+            std::memcpy(pCounts + Plane * kCountsPerPlane + y * kChromaColumns, Counts.NonZero[Plane] + CachePos(0, y),
+                        kChromaColumns);
 }
 
 } // namespace UMC

@@ -210,9 +210,11 @@ void H264SegmentDecoderMultiThreaded::DeblockFormat(int32_t FirstMb, int32_t Cou
 void H264SegmentDecoderMultiThreaded::DeblockMacroblocks(int32_t FirstMb, int32_t Count) const
 {
     using Self = H264SegmentDecoderMultiThreaded;
-    static constexpr void (Self::*kByFormat[2][3])(int32_t, int32_t) const = {
-        {&Self::DeblockFormat<uint8_t, 0>, &Self::DeblockFormat<uint8_t, 1>, &Self::DeblockFormat<uint8_t, 2>},
-        {&Self::DeblockFormat<uint16_t, 0>, &Self::DeblockFormat<uint16_t, 1>, &Self::DeblockFormat<uint16_t, 2>}};
+    static constexpr void (Self::*kByFormat[2][4])(int32_t, int32_t)
+        const = {{&Self::DeblockFormat<uint8_t, 0>, &Self::DeblockFormat<uint8_t, 1>, &Self::DeblockFormat<uint8_t, 2>,
+                  &Self::DeblockFormat<uint8_t, 3>},
+                 {&Self::DeblockFormat<uint16_t, 0>, &Self::DeblockFormat<uint16_t, 1>,
+                  &Self::DeblockFormat<uint16_t, 2>, &Self::DeblockFormat<uint16_t, 3>}};
     const PictureView& Picture = m_Cursor.Slice.Picture;
     (this->*kByFormat[Picture.SampleBytes - 1][Picture.ChromaFormat])(FirstMb, Count);
 }

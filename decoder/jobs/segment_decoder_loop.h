@@ -6,8 +6,6 @@
 #include "decoder/jobs/segment_decoder_hp.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 
-#include <array>
-
 namespace UMC {
 
 template <class Decoder, class Reconstructor, class Coeffs, class PlaneY, class PlaneUV, int color_format,
@@ -75,14 +73,19 @@ SegmentDecoderHPBase* Member()
     return &s_Member;
 }
 
-// Of a high profile.
+// Of a high profile. 4:4:4 has members with bypass alone, which take any such stream.
 template <class Sample, bool is_field, bool may_bypass>
 SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
 {
-    static const std::array<SegmentDecoderHPBase*, 3> s_Members{Member<Sample, 0, is_field, true, may_bypass>(),
-                                                                Member<Sample, 1, is_field, true, may_bypass>(),
-                                                                Member<Sample, 2, is_field, true, may_bypass>()};
-    return chroma_format_idc < s_Members.size() ? s_Members[chroma_format_idc] : nullptr;
+    switch (chroma_format_idc) {
+    case h264::CHROMA_400: return Member<Sample, 0, is_field, true, may_bypass>();
+    case h264::CHROMA_420: return Member<Sample, 1, is_field, true, may_bypass>();
+    case h264::CHROMA_422: return Member<Sample, 2, is_field, true, may_bypass>();
+    case h264::CHROMA_444:
+        if constexpr (may_bypass) return Member<Sample, 3, is_field, true, true>();
+        return nullptr;
+    default: return nullptr;
+    }
 }
 
 } // namespace UMC

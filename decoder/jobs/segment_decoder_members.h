@@ -10,7 +10,7 @@ namespace UMC {
 SegmentDecoderHPBase* FindFrameDecoder(const H264SeqParamSet& Sequence);
 SegmentDecoderHPBase* FindFieldDecoder(const H264SeqParamSet& Sequence);
 
-// Of samples of 8 bits, some of whose macroblocks may bypass the transform.
+// Of samples of 8 bits, some of whose macroblocks may bypass the transform, and of all in 4:4:4.
 SegmentDecoderHPBase* FindBypassDecoder(uint32_t chroma_format_idc, bool IsField);
 
 // Of samples of more than 8 bits, with or without bypass.

@@ -80,8 +80,8 @@ SegmentDecoderHPBase* Member()
 template <class Sample>
 SegmentDecoderHPBase* HighMember(uint32_t chroma_format_idc)
 {
-    static const std::array<SegmentDecoderHPBase*, 3> s_Members{Member<Sample, 0, true>(), Member<Sample, 1, true>(),
-                                                                Member<Sample, 2, true>()};
+    static const std::array<SegmentDecoderHPBase*, 4> s_Members{Member<Sample, 0, true>(), Member<Sample, 1, true>(),
+                                                                Member<Sample, 2, true>(), Member<Sample, 3, true>()};
     return chroma_format_idc < s_Members.size() ? s_Members[chroma_format_idc] : nullptr;
 }
 

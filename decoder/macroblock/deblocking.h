@@ -1,5 +1,5 @@
 // Deblocking of reconstructed macroblocks, H.264 clause 8.7: parameters and the order of work, for samples of either
-// type and formats without chroma, 4:2:0 or 4:2:2. The filters are kernels.
+// type and every chroma format. The filters are kernels.
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
@@ -29,8 +29,8 @@ protected:
     using Place = StrengthFinder::Place;
     static constexpr h264::ChromaGeometry kChroma = h264::kChromaGeometry[color_format];
     static constexpr bool kHasChroma = kChroma.Blocks > 0;
-    static_assert(!kHasChroma || kChroma.MbWidth == 8);
-    static constexpr bool kTallChroma = kChroma.MbHeight == 16;               // its rows are those of luma
+    static constexpr bool kLikeLuma = color_format == h264::CHROMA_444;       // chroma is filtered as luma is
+    static constexpr bool kTallChroma = color_format == h264::CHROMA_422;     // its rows alone are those of luma
     static constexpr int kLowestQp = sizeof(Sample) == 1 ? 0 : -6 * (14 - 8); // QPY of samples of 14 bits
 
     // Of a macroblock: QPY as an index into the tables below.
@@ -42,6 +42,9 @@ protected:
     template <int Direction>
     void FilterChroma(int Qp, int32_t Neighbour, const uint32_t (&Edge)[4], kernels::EdgeParams (&Params)[2],
                       Sample* pU, Sample* pV, ptrdiff_t Pitch) const;
+    // Both planes by the strengths of the first one's parameters.
+    template <int Direction>
+    void FilterChromaEdges(kernels::EdgeParams (&Params)[2], Sample* pU, Sample* pV, ptrdiff_t Pitch) const;
     void SetThresholds(kernels::EdgeParams& Params, int Index, int Qp) const;
 
     StrengthFinder m_Strengths;
@@ -59,8 +62,10 @@ protected:
 extern template class H264Deblocker<uint8_t, h264::CHROMA_400>;
 extern template class H264Deblocker<uint8_t, h264::CHROMA_420>;
 extern template class H264Deblocker<uint8_t, h264::CHROMA_422>;
+extern template class H264Deblocker<uint8_t, h264::CHROMA_444>;
 extern template class H264Deblocker<uint16_t, h264::CHROMA_400>;
 extern template class H264Deblocker<uint16_t, h264::CHROMA_420>;
 extern template class H264Deblocker<uint16_t, h264::CHROMA_422>;
+extern template class H264Deblocker<uint16_t, h264::CHROMA_444>;
 
 } // namespace UMC

@@ -1,5 +1,5 @@
-// Inter prediction of a macroblock from its records, H.264 clause 8.4.2, for samples of either type and formats without
-// chroma, 4:2:0 or 4:2:2.
+// Inter prediction of a macroblock from its records, H.264 clause 8.4.2, for samples of either type and every chroma
+// format.
 #pragma once
 
 #include "decoder/slice/slice_cursor.h"
@@ -17,14 +17,18 @@ void PredictInter(const SliceView& Slice, const MbState& Mb, PredictionScratch& 
 extern template void PredictInter<uint8_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 3>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 0>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 1>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 2>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 3>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint8_t, 2, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint8_t, 3, true>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 0, true>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 1, true>(const SliceView&, const MbState&, PredictionScratch&);
 extern template void PredictInter<uint16_t, 2, true>(const SliceView&, const MbState&, PredictionScratch&);
+extern template void PredictInter<uint16_t, 3, true>(const SliceView&, const MbState&, PredictionScratch&);
 
 } // namespace UMC

@@ -6,6 +6,7 @@ namespace UMC {
     template void PredictIntra16x16<Sample, kMbaff>(const SliceView&, const MbState&);                                 \
     template void PredictIntraChroma<Sample, 1, kMbaff>(const SliceView&, const MbState&);                             \
     template void PredictIntraChroma<Sample, 2, kMbaff>(const SliceView&, const MbState&);                             \
+    template void PredictIntraChroma<Sample, 3, kMbaff>(const SliceView&, const MbState&);                             \
     template void ReconstructIntra4x4<Sample, kMbaff>(const SliceView&, const MbState&, MbResidual&);                  \
     template void ReconstructIntra8x8<Sample, kMbaff>(const SliceView&, const MbState&, MbResidual&);                  \
     template void ReconstructIntra4x4<Sample, kMbaff, BypassTraits<Sample>>(const SliceView&, const MbState&,          \

@@ -14,7 +14,7 @@ namespace UMC {
 template <class Sample, bool kMbaff = false>
 void PredictIntra16x16(const SliceView& Slice, const MbState& Mb);
 template <class Sample, int color_format, bool kMbaff = false>
-void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both planes of 4:2:0 or 4:2:2
+void PredictIntraChroma(const SliceView& Slice, const MbState& Mb); // both planes
 
 // Predict each block and add its residual, as Traits have it, before the next is predicted.
 template <class Sample, bool kMbaff = false, class Traits = CodecTraits<Sample>>
@@ -26,11 +26,13 @@ void ReconstructIntra8x8(const SliceView& Slice, const MbState& Mb, MbResidual& 
 extern template void PredictIntra16x16<uint8_t>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint8_t, 1>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint8_t, 2>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint8_t, 3>(const SliceView&, const MbState&);
 extern template void ReconstructIntra4x4<uint8_t>(const SliceView&, const MbState&, MbResidual&);
 extern template void ReconstructIntra8x8<uint8_t>(const SliceView&, const MbState&, MbResidual&);
 extern template void PredictIntra16x16<uint16_t>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint16_t, 1>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint16_t, 2>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint16_t, 3>(const SliceView&, const MbState&);
 extern template void ReconstructIntra4x4<uint16_t>(const SliceView&, const MbState&, MbResidual&);
 extern template void ReconstructIntra8x8<uint16_t>(const SliceView&, const MbState&, MbResidual&);
 extern template void ReconstructIntra4x4<uint8_t, false, BypassTraits<uint8_t>>(const SliceView&, const MbState&,
@@ -47,8 +49,10 @@ extern template void ReconstructIntra4x4<uint8_t, true>(const SliceView&, const 
 extern template void ReconstructIntra8x8<uint8_t, true>(const SliceView&, const MbState&, MbResidual&);
 extern template void PredictIntra16x16<uint16_t, true>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint8_t, 2, true>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint8_t, 3, true>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint16_t, 1, true>(const SliceView&, const MbState&);
 extern template void PredictIntraChroma<uint16_t, 2, true>(const SliceView&, const MbState&);
+extern template void PredictIntraChroma<uint16_t, 3, true>(const SliceView&, const MbState&);
 extern template void ReconstructIntra4x4<uint16_t, true>(const SliceView&, const MbState&, MbResidual&);
 extern template void ReconstructIntra8x8<uint16_t, true>(const SliceView&, const MbState&, MbResidual&);
 

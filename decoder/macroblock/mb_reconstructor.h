@@ -1,5 +1,5 @@
 // From the records and coefficients of a macroblock to its samples: prediction (clauses 8.3, 8.4.2) and residual (8.5),
-// for samples of either type and formats without chroma, 4:2:0 or 4:2:2.
+// for samples of either type and every chroma format.
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
@@ -95,6 +95,13 @@ private:
     static void AddChroma(const SliceView& s, const MbState& Mb, MbResidual& r)
     {
         const PictureView& Picture = PictureOf<kMbaff>(s, Mb);
+        if constexpr (color_format == h264::CHROMA_444) {
+            for (int Plane = 1; Plane < 3; ++Plane)
+                if (r.Bits[Plane] != 0)
+                    Traits::AddLuma4x4(r.As<Coeffs>() + Plane * 256, ChromaOf<kMbaff>(Picture, Mb, Plane),
+                                       Picture.PitchChroma, r.Bits[Plane], s.ChromaDepth<PlaneY>());
+            return;
+        }
         for (int Plane = 1; Plane < 3; ++Plane)
             for (int Area = 0; Area < kChroma.Blocks / 4; ++Area)
                 if (const uint32_t Bits = kChroma.Blocks == 4 ? r.Bits[Plane] : r.Bits[Plane] >> (Area * 4) & 15)

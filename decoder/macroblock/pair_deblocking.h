@@ -39,7 +39,8 @@ private:
         int32_t X, Row; // in macroblocks
         Sample* At(int Plane, int y) const
         {
-            const int Width = Plane == 0 ? 16 : 8, Height = Plane == 0 ? 16 : Base::kChroma.MbHeight;
+            const int Width = Plane == 0 ? 16 : Base::kChroma.MbWidth,
+                      Height = Plane == 0 ? 16 : Base::kChroma.MbHeight;
             return SampleAt<Sample>(View.pPlane[Plane], Plane == 0 ? View.PitchLuma : View.PitchChroma, X * Width,
                                     Row * Height + y);
         }
@@ -59,6 +60,7 @@ private:
                     const MixedEdge& Top) const;
     void FilterChroma(const PairPlace& p, const Area& a, const DeblockingStrength& s, const MixedEdge& Left,
                       const MixedEdge& Top) const;
+    void FilterMixedChroma(kernels::EdgeParams (&Outer)[2], Sample* pU, Sample* pV, ptrdiff_t Pitch) const;
     void SetOuter(kernels::EdgeParams& Params, int Qp, int32_t Neighbour, uint32_t Edge) const;
     void SetOuterChroma(kernels::EdgeParams (&Params)[2], int Qp, int32_t Neighbour, uint32_t Edge) const;
 
@@ -70,8 +72,10 @@ private:
 extern template class PairDeblocker<uint8_t, h264::CHROMA_400>;
 extern template class PairDeblocker<uint8_t, h264::CHROMA_420>;
 extern template class PairDeblocker<uint8_t, h264::CHROMA_422>;
+extern template class PairDeblocker<uint8_t, h264::CHROMA_444>;
 extern template class PairDeblocker<uint16_t, h264::CHROMA_400>;
 extern template class PairDeblocker<uint16_t, h264::CHROMA_420>;
 extern template class PairDeblocker<uint16_t, h264::CHROMA_422>;
+extern template class PairDeblocker<uint16_t, h264::CHROMA_444>;
 
 } // namespace UMC

@@ -35,7 +35,9 @@ struct CodecTraits<uint8_t> {
     template <int color_format>
     static void InverseChromaDc(const Coeffs* pLevels, int LevelScale, int Per, Coeffs* pCoeffs)
     {
-        if constexpr (color_format == h264::CHROMA_422)
+        if constexpr (color_format == h264::CHROMA_444)
+            InverseLumaDc(pLevels, LevelScale, Per, pCoeffs);
+        else if constexpr (color_format == h264::CHROMA_422)
             kernels::InverseChromaDc422_px(pLevels, LevelScale, Per, pCoeffs);
         else
             kernels::g_Kernels.InverseChromaDc420(pLevels, LevelScale, Per, pCoeffs);
@@ -105,6 +107,11 @@ struct CodecTraits<uint8_t> {
     static void InterpolateChroma(const Sample* pSrcU, const Sample* pSrcV, ptrdiff_t SrcStep, Sample* pDstU,
                                   Sample* pDstV, ptrdiff_t DstStep, int FracX, int FracY, int Height)
     {
+        if constexpr (W == 16) { // of 4:4:4
+            InterpolateChroma<8>(pSrcU, pSrcV, SrcStep, pDstU, pDstV, DstStep, FracX, FracY, Height);
+            return InterpolateChroma<8>(pSrcU + 8, pSrcV + 8, SrcStep, pDstU + 8, pDstV + 8, DstStep, FracX, FracY,
+                                        Height);
+        }
         constexpr auto kKernel = W == 8   ? &kernels::KernelSlots::InterpolateChroma8
                                  : W == 4 ? &kernels::KernelSlots::InterpolateChroma4
                                           : &kernels::KernelSlots::InterpolateChroma2;
@@ -190,7 +197,9 @@ struct CodecTraits<uint16_t> {
     template <int color_format>
     static void InverseChromaDc(const Coeffs* pLevels, int LevelScale, int Per, Coeffs* pCoeffs)
     {
-        if constexpr (color_format == h264::CHROMA_422)
+        if constexpr (color_format == h264::CHROMA_444)
+            InverseLumaDc(pLevels, LevelScale, Per, pCoeffs);
+        else if constexpr (color_format == h264::CHROMA_422)
             kernels::InverseChromaDc422Deep_px(pLevels, LevelScale, Per, pCoeffs);
         else
             kernels::InverseChromaDc420Deep_px(pLevels, LevelScale, Per, pCoeffs);
@@ -312,6 +321,7 @@ struct BypassTraits : CodecTraits<SampleType> {
     template <int color_format>
     static void InverseChromaDc(const Coeffs* pLevels, int, int, Coeffs* pCoeffs)
     {
+        if constexpr (color_format == h264::CHROMA_444) return InverseLumaDc(pLevels, 0, 0, pCoeffs);
         constexpr int kOrder422[8] = {0, 2, 1, 5, 3, 6, 4, 7}; // level of each block (clause 8.5.11.1)
         for (int i = 0; i < h264::kChromaGeometry[color_format].Blocks; ++i)
             pCoeffs[i * 16] = pLevels[color_format == h264::CHROMA_422 ? kOrder422[i] : i];

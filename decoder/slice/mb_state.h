@@ -1,6 +1,7 @@
 // What a segment decoder keeps of the macroblock in hand and of its neighbours.
 #pragma once
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/motion_prediction.h"
 #include "decoder/picture/mb_info.h"
 #include "decoder/slice/neighbours.h"
@@ -25,6 +26,13 @@ inline constexpr uint8_t kBlockCachePos[16] = {CachePos(0, 0), CachePos(1, 0), C
                                                CachePos(2, 0), CachePos(3, 0), CachePos(2, 1), CachePos(3, 1),
                                                CachePos(0, 2), CachePos(1, 2), CachePos(0, 3), CachePos(1, 3),
                                                CachePos(2, 2), CachePos(3, 2), CachePos(2, 3), CachePos(3, 3)};
+// Of a chroma block: two a row in raster order, but in 4:4:4 as luma (clauses 6.4.3 and 6.4.7).
+template <int color_format>
+constexpr int ChromaCachePos(int Block)
+{
+    if constexpr (color_format == h264::CHROMA_444) return kBlockCachePos[Block];
+    return CachePos(Block & 1, Block >> 1);
+}
 
 // Motion of one list around the macroblock. A vector whose reference is negative is 0.
 struct alignas(16) MotionCache {

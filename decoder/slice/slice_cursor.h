@@ -119,7 +119,8 @@ inline constexpr int kMbCoefficients = 816;
 
 // What entropy decoding leaves of a macroblock for reconstruction, which takes it: coefficients are 0 again behind it.
 struct MbResidual {
-    uint32_t Bits[3] = {}; // blocks with something to add: luma in luma4x4BlkIdx order, Cb and Cr in raster order
+    // Blocks with something to add: luma in luma4x4BlkIdx order, Cb and Cr in raster order, or as luma in 4:4:4.
+    uint32_t Bits[3] = {};
     alignas(64) uint8_t Coefficients[kMbCoefficients * sizeof(int32_t)]; // or as many of 16 bits
 
     template <class Coeffs>

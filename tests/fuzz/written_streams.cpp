@@ -54,7 +54,10 @@ struct SmallStream {
 
 SeqParamSet Format(uint32_t Chroma, uint32_t Luma, uint32_t ChromaDepth)
 {
-    return {.profile_idc = 122, .chroma_format_idc = Chroma, .bit_depth = Luma, .bit_depth_chroma = ChromaDepth};
+    return {.profile_idc = Chroma == 3 ? 144u : 122u,
+            .chroma_format_idc = Chroma,
+            .bit_depth = Luma,
+            .bit_depth_chroma = ChromaDepth};
 }
 
 Bytes Frames(const SeqParamSet& Seq, const PicParamSet& Pic)
@@ -69,6 +72,27 @@ Bytes Fields(const SeqParamSet& Seq, const PicParamSet& Pic, bool BottomFirst)
     SmallStream In(Interlaced(Seq), Pic);
     In.Pair(Typed(kTypeI, 0, 0), BottomFirst).Pair(Typed(kTypeP, 1, 8), BottomFirst);
     In.Pair(Typed(kTypeB, 2, 4, 0), BottomFirst).Pair(Typed(kTypeP, 2, 12), BottomFirst);
+    return In.Data;
+}
+
+// Frames whose pairs are those of frame and of field macroblocks, one slice each.
+Bytes Pairs(SeqParamSet Seq, const PicParamSet& Pic)
+{
+    Seq.mbaff = true;
+    SmallStream In(Interlaced(Seq), Pic);
+    for (const Slice& Of : {Typed(kTypeI, 0, 0), Typed(kTypeP, 1, 8), Typed(kTypeB, 2, 4, 0)}) {
+        Slice s = Of;
+        if (s.slice_type == kTypeI) s.nal_unit_type = 5;
+        s.disable_deblocking = 0;
+        MacroblockWriter Writer(In.Seq, In.Pic, s);
+        for (uint32_t i = 0; i < PictureMbs(In.Seq, s); ++i) {
+            Macroblock Mb =
+                In.Random.Any(In.Seq, In.Pic, s, s.slice_type == kTypeI ? kIntra : MacroblockMix{.skip = 0});
+            Mb.field_decoding = i % 4 >= 2;
+            Writer.Put(Mb);
+        }
+        In.Data += Writer.Finish();
+    }
     return In.Data;
 }
 
@@ -257,6 +281,9 @@ std::map<std::string, Bytes> AllStreams()
         {"depths_8_12", Frames(Format(1, 8, 12), High)},
         {"monochrome_12", Frames(Format(0, 12, 12), {})},
         {"format_422", Frames(Format(2, 8, 8), {.chroma_qp_index_offset = 3})},
+        {"format_444", Frames(Format(3, 8, 8), High)},
+        {"fields_444_9_14", Fields(Format(3, 9, 14), {.chroma_qp_index_offset = -5}, false)},
+        {"pairs_444", Pairs(Format(3, 8, 8), High)},
         {"bypass_422", Bypass()},
         {"marking", Marking()},
         {"order_type_1", OrderTypes(1)},

@@ -301,6 +301,24 @@ TEST_F(Macroblocks, DataThatEndsEarlyIsDamage)
     EXPECT_THROW(Decode(SLICE_P, 0, 12), h264_exception);
 }
 
+TEST(SegmentDecoderFamily, Has444ForTheProfileThatWasMadeForIt)
+{
+    H264SeqParamSet Sequence{};
+    Sequence.chroma_format_idc = 3;
+    for (const auto& [Depth, IsField, IsMbaff] :
+         {std::tuple{8, false, false}, {8, true, false}, {8, false, true}, {14, false, false}, {9, true, false}}) {
+        Sequence.bit_depth_luma = Sequence.bit_depth_chroma = static_cast<uint8_t>(Depth);
+        for (const unsigned Profile : {66u, 77u, 100u, 110u, 122u, 244u}) {
+            Sequence.profile_idc = static_cast<uint8_t>(Profile);
+            EXPECT_EQ(FindSegmentDecoder(Sequence, IsField, IsMbaff), nullptr) << Profile;
+        }
+        Sequence.profile_idc = 144;
+        EXPECT_NE(FindSegmentDecoder(Sequence, IsField, IsMbaff), nullptr) << Depth;
+    }
+    Sequence.bit_depth_chroma = 15;
+    EXPECT_EQ(FindSegmentDecoder(Sequence, false, false), nullptr);
+}
+
 TEST(SegmentDecoderFamily, HasNoMemberForWhatItCannotDecode)
 {
     H264SeqParamSet Sequence{};
@@ -325,7 +343,7 @@ TEST(SegmentDecoderFamily, HasNoMemberForWhatItCannotDecode)
     SegmentDecoderHPBase* const pBypass = FindSegmentDecoder(Sequence, false, false);
     EXPECT_NE(pBypass, nullptr);
     EXPECT_NE(pBypass, pHigh);
-    Sequence.chroma_format_idc = 3;
+    Sequence.chroma_format_idc = 4;
     EXPECT_EQ(FindSegmentDecoder(Sequence, false, false), nullptr);
 }
 

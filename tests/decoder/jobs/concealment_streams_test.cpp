@@ -38,10 +38,10 @@ struct ModelPicture {
     explicit ModelPicture(const Kind& k)
     {
         for (int i = 0; i < 3; ++i) {
-            const int Half = i > 0;
+            const int Half = i > 0 && k.ChromaFormat != 3;
             ModelPlane& p = Planes[static_cast<size_t>(i)];
             p.Side[0] = 16 >> Half;
-            p.Side[1] = i > 0 && k.ChromaFormat != 2 ? 8 : 16;
+            p.Side[1] = i > 0 && k.ChromaFormat < 2 ? 8 : 16;
             p.Columns = kWidth * p.Side[0];
             p.Pitch = 64 >> Half; // luma lines begin at multiples of 64 samples
             p.Samples.assign(static_cast<size_t>(p.Columns * kFrameHeight * p.Side[1]),
@@ -130,7 +130,10 @@ class DamagedStream
 public:
     DamagedStream(const Kind& k, uint32_t Seed) : m_Kind(k), m_Random(Seed)
     {
-        m_Seq = {.profile_idc = 122, .chroma_format_idc = k.ChromaFormat, .bit_depth = k.Depth, .num_ref_frames = 4};
+        m_Seq = {.profile_idc = k.ChromaFormat == 3 ? 144u : 122u,
+                 .chroma_format_idc = k.ChromaFormat,
+                 .bit_depth = k.Depth,
+                 .num_ref_frames = 4};
         m_Seq.width_mbs = kWidth;
         m_Seq.frame_mbs_only = k.Pictures == kFrames;
         m_Seq.mbaff = k.Pictures == kPairs;
@@ -316,7 +319,10 @@ constexpr Kind kKinds[]{{"Frames", kFrames, false, 1, 8},
                         {"DeepFields", kTopFieldFirst, false, 1, 12},
                         {"Pairs", kPairs, false, 1, 8},
                         {"Pairs422", kPairs, false, 2, 8},
-                        {"MonochromePairs", kPairs, false, 0, 8}};
+                        {"MonochromePairs", kPairs, false, 0, 8},
+                        {"Frames444", kFrames, false, 3, 8},
+                        {"DeepFields444", kTopFieldFirst, false, 3, 14},
+                        {"Pairs444", kPairs, false, 3, 8}};
 INSTANTIATE_TEST_SUITE_P(Kinds, ConcealedStreams, testing::ValuesIn(kKinds),
                          [](const auto& Info) { return Info.param.pName; });
 

@@ -1,5 +1,5 @@
-// The edge filter for samples of either type in the formats without chroma, 4:2:0 and 4:2:2: macroblocks at random
-// against clause 8.7, sample by sample.
+// The edge filter for samples of either type in every chroma format: macroblocks at random against clause 8.7,
+// sample by sample.
 #include "decoder/macroblock/deblocking.h"
 #include "tests/decoder/picture_fixture.h"
 #include "tests/decoder/sample_planes.h"
@@ -183,14 +183,16 @@ protected:
         const int bS = Strength(px, py, qx, qy);
         const test::EdgeThresholds t{h264::kAlpha[indexA], h264::kBeta[indexB], bS < 4 ? h264::kTc0[indexA][bS] : 0};
         test::FilterLine(&p.Plane[i][static_cast<size_t>(y * p.Width[i] + x)], IsVertical ? 1 : p.Width[i], bS, t,
-                         i != 0, i == 0 ? m_Sequence.bit_depth_luma : m_Sequence.bit_depth_chroma);
+                         i != 0 && ScaleX > 1, i == 0 ? m_Sequence.bit_depth_luma : m_Sequence.bit_depth_chroma);
     }
-    // All edges of one direction of a macroblock in plane i, Width x Height samples. Chroma has 4x4 blocks always.
+    // All edges of one direction of a macroblock in plane i, Width x Height samples. Chroma has 4x4 blocks always,
+    // but that of 4:4:4 has edges where luma has them.
     template <class Sample>
     void FilterEdges(SamplePlanes<Sample>& p, int i, int Mb, int Width, int Height, bool IsVertical) const
     {
         const int X = Mb % kWidth * Width, Y = Mb / kWidth * Height;
-        const bool Has8x8Blocks = i == 0 && m_Global[static_cast<size_t>(Mb)].MbFlags & MBFLAG_TRANSFORM8x8;
+        const bool IsLikeLuma = p.Width[i] == p.Width[0];
+        const bool Has8x8Blocks = IsLikeLuma && m_Global[static_cast<size_t>(Mb)].MbFlags & MBFLAG_TRANSFORM8x8;
         for (int Edge = 0; Edge < (IsVertical ? Width : Height); Edge += Has8x8Blocks ? 8 : 4)
             for (int Line = 0; Line < (IsVertical ? Height : Width); ++Line) {
                 const int x = X + (IsVertical ? Edge : Line), y = Y + (IsVertical ? Line : Edge);
@@ -236,6 +238,7 @@ TEST_F(DeblockingOfFormats, OfEightBitsIsAsTheStandardHasIt)
     ExpectAsTheStandardHasIt<uint8_t, 0>(8, 8);
     ExpectAsTheStandardHasIt<uint8_t, 1>(8, 8);
     ExpectAsTheStandardHasIt<uint8_t, 2>(8, 8);
+    ExpectAsTheStandardHasIt<uint8_t, 3>(8, 8);
 }
 
 // Depths that differ between luma and chroma too. QPY lies below 0 now and then.
@@ -245,6 +248,7 @@ TEST_F(DeblockingOfFormats, OfDeepSamplesIsAsTheStandardHasIt)
         ExpectAsTheStandardHasIt<uint16_t, 0>(LumaDepth, ChromaDepth);
         ExpectAsTheStandardHasIt<uint16_t, 1>(LumaDepth, ChromaDepth);
         ExpectAsTheStandardHasIt<uint16_t, 2>(LumaDepth, ChromaDepth);
+        ExpectAsTheStandardHasIt<uint16_t, 3>(LumaDepth, ChromaDepth);
     }
 }
 
@@ -262,6 +266,7 @@ TEST_F(DeblockingOfFormats, IsTheSameForBothSampleTypes)
     Check(std::integral_constant<int, 0>{});
     Check(std::integral_constant<int, 1>{});
     Check(std::integral_constant<int, 2>{});
+    Check(std::integral_constant<int, 3>{});
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// Inter prediction of samples of either type in the formats without chroma, 4:2:0 and 4:2:2: macroblocks with motion at
-// random against the formulas of clause 8.4.2, sample by sample.
+// Inter prediction of samples of either type in every chroma format: macroblocks with motion at random against the
+// formulas of clause 8.4.2, sample by sample.
 #include "decoder/macroblock/inter_prediction.h"
 #include "decoder/macroblock/mb_reconstructor.h"
 #include "tests/decoder/picture_fixture.h"
@@ -162,6 +162,8 @@ protected:
             return test::LumaSample(From(x + (Mv.x >> 2), y + (Mv.y >> 2)), Mv.x & 3, Mv.y & 3,
                                     m_Sequence.bit_depth_luma);
         const int MvY = Mv.y + ChromaMvOffset(color_format, RefIdx), xFrac = Mv.x & 7;
+        if (color_format == h264::CHROMA_444)
+            return test::ChromaSample(From(x + (Mv.x >> 2), y + (Mv.y >> 2)), (Mv.x & 3) * 2, (Mv.y & 3) * 2);
         if (color_format == h264::CHROMA_420)
             return test::ChromaSample(From(x + (Mv.x >> 3), y + (MvY >> 3)), xFrac, MvY & 7);
         return test::ChromaSample(From(x + (Mv.x >> 3), y + (MvY >> 2)), xFrac, (MvY & 3) * 2);
@@ -223,6 +225,7 @@ TEST_F(InterPredictionOfFormats, OfEightBitsIsAsTheStandardHasIt)
     ExpectAsTheStandardHasIt<uint8_t, 0>(8, 8);
     ExpectAsTheStandardHasIt<uint8_t, 1>(8, 8);
     ExpectAsTheStandardHasIt<uint8_t, 2>(8, 8);
+    ExpectAsTheStandardHasIt<uint8_t, 3>(8, 8);
 }
 
 // Depths that differ between luma and chroma too.
@@ -232,6 +235,7 @@ TEST_F(InterPredictionOfFormats, OfDeepSamplesIsAsTheStandardHasIt)
         ExpectAsTheStandardHasIt<uint16_t, 0>(LumaDepth, ChromaDepth);
         ExpectAsTheStandardHasIt<uint16_t, 1>(LumaDepth, ChromaDepth);
         ExpectAsTheStandardHasIt<uint16_t, 2>(LumaDepth, ChromaDepth);
+        ExpectAsTheStandardHasIt<uint16_t, 3>(LumaDepth, ChromaDepth);
     }
 }
 
@@ -258,6 +262,7 @@ TEST_F(InterPredictionOfFormats, IsTheSameForBothSampleTypes)
     Check(std::integral_constant<int, 0>{});
     Check(std::integral_constant<int, 1>{});
     Check(std::integral_constant<int, 2>{});
+    Check(std::integral_constant<int, 3>{});
 }
 
 TEST_F(InterPredictionOfFormats, TakesTheResidualOnTop)

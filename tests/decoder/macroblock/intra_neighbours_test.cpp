@@ -113,20 +113,25 @@ TEST_F(IntraInPairs, ReadsBesideFrameMacroblocksWhatIsIntraInBothFields)
 // Clause 8.3.4: each block of chroma goes by the samples beside itself.
 TEST_F(IntraInPairs, PredictsTheChromaOfEachHalfFromWhatLiesBesideIt)
 {
-    for (const bool UpperIsIntra : {false, true})
-        for (const bool IsLower : {false, true}) {
-            for (auto& Plane : m_Chroma)
-                for (int y = 0; y < 32; ++y) std::memset(Plane + y * kPitch, y < 8 ? 40 : 90, kPitch);
-            const MbState& Mb = GoTo(IsLower, true, UpperIsIntra, !UpperIsIntra);
-            Mb.pLocal->SubBlockDirection[2] = 0; // DC
-            PredictIntraChroma<uint8_t, 1, true>(m_pCursor->Slice, Mb);
-            for (const auto& Plane : m_Chroma)
-                for (int y = 0; y < 16; ++y) {
-                    const int Beside = y < 8 ? 40 : 90, Own = (y < 8) == UpperIsIntra ? Beside : 128;
-                    EXPECT_EQ(Plane[y * kPitch + 8], y % 2 == IsLower ? Own : Beside) << y << UpperIsIntra << IsLower;
-                    EXPECT_EQ(Plane[y * kPitch + 15], y % 2 == IsLower ? Own : Beside) << y;
-                }
-        }
+    const auto Check = [&](auto Predict, int Side) { // samples of a macroblock of chroma
+        for (const bool UpperIsIntra : {false, true})
+            for (const bool IsLower : {false, true}) {
+                for (auto& Plane : m_Chroma)
+                    for (int y = 0; y < 32; ++y) std::memset(Plane + y * kPitch, y < Side ? 40 : 90, kPitch);
+                const MbState& Mb = GoTo(IsLower, true, UpperIsIntra, !UpperIsIntra);
+                Mb.pLocal->SubBlockDirection[2] = 0; // DC
+                Predict(m_pCursor->Slice, Mb);
+                for (const auto& Plane : m_Chroma)
+                    for (int y = 0; y < 2 * Side; ++y) {
+                        const int Beside = y < Side ? 40 : 90, Own = (y < Side) == UpperIsIntra ? Beside : 128;
+                        const int Want = y % 2 == IsLower ? Own : Beside;
+                        EXPECT_EQ(Plane[y * kPitch + Side], Want) << Side << ", " << y << UpperIsIntra << IsLower;
+                        EXPECT_EQ(Plane[y * kPitch + 2 * Side - 1], Want) << Side << ", " << y;
+                    }
+            }
+    };
+    Check(PredictIntraChroma<uint8_t, h264::CHROMA_420, true>, 8);
+    Check(PredictIntraChroma<uint8_t, h264::CHROMA_444, true>, 16);
 }
 
 } // namespace

@@ -100,6 +100,7 @@ protected:
         ExpectEqual<0>(Type, Flags);
         ExpectEqual<1>(Type, Flags);
         ExpectEqual<2>(Type, Flags);
+        ExpectEqual<3>(Type, Flags);
     }
 
     std::unique_ptr<SliceCursor> m_pDeep;

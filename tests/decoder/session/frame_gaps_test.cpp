@@ -103,11 +103,11 @@ TEST(FrameNumGaps, ReferencesBeyondThemAreFfmpegs)
 
 TEST(GivenUpPictures, LeaveTheirFrameNumAsAGap)
 {
-    // The second picture belongs to a parameter set of 4:4:4, which nothing here decodes.
+    // The second picture belongs to a parameter set of 4:4:4, which its profile does not have.
     const SeqParamSet Seq{.num_ref_frames = 4, .gaps_allowed = true};
     GapStream In(Seq);
     const SeqParamSet Other{
-        .profile_idc = 144, .id = 1, .chroma_format_idc = 3, .num_ref_frames = 4, .gaps_allowed = true};
+        .profile_idc = 122, .id = 1, .chroma_format_idc = 3, .num_ref_frames = 4, .gaps_allowed = true};
     const PicParamSet OtherPic{.id = 1, .seq_id = 1};
     Slice Refused = Numbered(1, 8);
     Refused.pps_id = 1;
