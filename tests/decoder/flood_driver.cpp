@@ -30,6 +30,7 @@ test::Flood MakeFlood(const std::string& Name, int Argc, char** Argv)
     if (Name == "long slices") return test::LongSlices();
     if (Name == "lists of their own") return test::ListsOfTheirOwn();
     if (Name == "many sizes") return test::ManySizes();
+    if (Name == "references in 4:4:4") return test::References444();
     if (Name == "a small size behind a large one") return test::SmallBehindLarge();
     throw std::runtime_error("no flood named " + Name);
 }

@@ -358,6 +358,18 @@ Flood ListsOfTheirOwn()
     return f;
 }
 
+Flood References444()
+{
+    SeqParamSet Seq = Sized(64, 64);
+    Seq.profile_idc = 144;
+    Seq.chroma_format_idc = 3;
+    Seq.num_ref_frames = 16;
+    Flood f{Write(Seq) + Write(PicParamSet{}) + FlatSlice(Seq, {}, At(0), 4096), 4096};
+    for (uint32_t FrameNum = 1; FrameNum < 24; ++FrameNum, f.Macroblocks += 4096)
+        f.Stream += SkipSlice(Seq, {}, Inter(0, FrameNum), 4096);
+    return f;
+}
+
 Flood ManySizes()
 {
     Flood f;

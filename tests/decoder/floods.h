@@ -28,6 +28,7 @@ Flood LargestParameterSets(); // all 256 picture parameter sets with the largest
 Flood LongSlices();           // slices with as many bytes as a picture may take, and more
 Flood ListsOfTheirOwn();      // every slice of a 4096x2304 picture with reference lists unlike the one's before
 Flood ManySizes();            // large pictures of ever other sizes
+Flood References444();        // as many references of 1024x1024 in 4:4:4 as a buffer holds
 Flood SmallBehindLarge();     // small pictures when the buffer is full of large ones
 
 } // namespace test

@@ -25,6 +25,8 @@ MIB = 1 << 20
 # Peaks in bytes. A frame of 4096x2304 is 20.3 MB with its records; level 5.1 has room for five of them, and three more
 # are in work or on their way out.
 FRAME = 36864 * (384 + 168)
+# The planes of 4:4:4 have twice the room for chroma that they need. Sixteen frames, and three more.
+FRAME_444 = 4096 * (256 + 4 * 256 + 168)
 PEAKS = {
     "36864 slices": 2 * FRAME + 16 * MIB,
     "100000 slices": 2 * FRAME + 16 * MIB,
@@ -33,6 +35,7 @@ PEAKS = {
     "long slices": 2 * FRAME // 9 + 8 * MIB,
     "lists of their own": 8 * FRAME + 24 * MIB,
     "many sizes": 8 * FRAME + 8 * MIB,
+    "references in 4:4:4": 19 * FRAME_444 + 8 * MIB,
     "a small size behind a large one": 8 * FRAME + 8 * MIB,
 }
 LEFT = {"a small size behind a large one": 4 * MIB}  # when the stream is over: the large frames have gone back

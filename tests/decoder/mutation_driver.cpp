@@ -84,7 +84,8 @@ Allowance Allowed(const Bytes& Stream)
         if (UMC::ReadSeqParamSet(Data.Bits, Seq) != UMC::StatusOk) continue;
         Mbs = std::max(Mbs, double(Seq.frame_width_in_mbs) * Seq.frame_height_in_mbs);
         Frames = std::max({Frames, double(UMC::DpbFrames(Seq)), double(std::min(Seq.num_ref_frames, 16u))});
-        MbBytes = std::max(MbBytes, Seq.bit_depth_luma > 8 || Seq.bit_depth_chroma > 8 ? 1536. : 768.);
+        const double Samples = Seq.chroma_format_idc == 3 ? 1280 : 768; // that is room for chroma twice
+        MbBytes = std::max(MbBytes, Seq.bit_depth_luma > 8 || Seq.bit_depth_chroma > 8 ? 2 * Samples : Samples);
     }
     Result.Macroblocks = (Slices + 2) * Mbs * (1 + Frames);
     Result.Memory = Mbs * ((Frames + 4) * (MbBytes + 256) + 1200) + 2. * double(Stream.size()) + (4 << 20);
