@@ -142,28 +142,6 @@ private:
 
 } // namespace
 
-Units SplitUnits(const Bytes& Stream)
-{
-    Units Result;
-    static constexpr uint8_t kCode[] = {0, 0, 1};
-    auto At = std::search(Stream.begin(), Stream.end(), std::begin(kCode), std::end(kCode));
-    while (At != Stream.end()) {
-        const auto Begin = At + 3;
-        At = std::search(Begin, Stream.end(), std::begin(kCode), std::end(kCode));
-        auto End = At;
-        while (End != Begin && End[-1] == 0) --End;
-        if (Begin != End) Result.emplace_back(Begin, End);
-    }
-    return Result;
-}
-
-Bytes JoinUnits(const Units& Units)
-{
-    Bytes Stream;
-    for (const Bytes& Unit : Units) Stream += Bytes{0, 0, 0, 1} + Unit;
-    return Stream;
-}
-
 Mutation Mutate(const Units& Clean, uint32_t Seed, uint32_t Number)
 {
     static constexpr Mutation (Damage::*kKinds[])() = {

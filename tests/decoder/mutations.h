@@ -8,12 +8,6 @@
 
 namespace test {
 
-using Units = std::vector<Bytes>; // header byte first, as they stand between start codes
-
-Units SplitUnits(const Bytes& Stream);
-Bytes JoinUnits(const Units& Units);
-inline bool IsSliceUnit(const Bytes& Unit) { return (Unit[0] & 31) == 1 || (Unit[0] & 31) == 5; }
-
 struct Mutation {
     const char* Kind;
     Bytes Stream;

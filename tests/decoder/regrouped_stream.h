@@ -14,21 +14,6 @@
 
 namespace test {
 
-// NAL units without start codes.
-inline std::vector<Bytes> UnitsOf(const Bytes& Stream)
-{
-    static constexpr uint8_t kStart[] = {0, 0, 1};
-    std::vector<Bytes> Units;
-    for (auto At = std::search(Stream.begin(), Stream.end(), kStart, kStart + 3); At != Stream.end();) {
-        auto End = std::search(At + 3, Stream.end(), kStart, kStart + 3);
-        const auto Next = End;
-        while (End != Stream.end() && End[-1] == 0) --End;
-        Units.emplace_back(At + 3, End);
-        At = Next;
-    }
-    return Units;
-}
-
 // A unit's payload as bits, one a byte, and back.
 inline Bytes PayloadBits(const Bytes& Unit)
 {
@@ -112,7 +97,7 @@ public:
     }
     Bytes Regroup(const Bytes& Stream)
     {
-        for (const Bytes& Unit : UnitsOf(Stream)) Take(Unit);
+        for (const Bytes& Unit : SplitUnits(Stream)) Take(Unit);
         EndPicture();
         return std::move(m_Out);
     }

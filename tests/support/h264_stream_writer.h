@@ -151,4 +151,10 @@ Bytes SkipSlice(const SeqParamSet& Seq, const PicParamSet& Pic, Slice Slice, int
 Bytes operator+(Bytes a, const Bytes& b);
 Bytes& operator+=(Bytes& a, const Bytes& b);
 
+using Units = std::vector<Bytes>; // header byte first, as they stand between start codes
+
+Units SplitUnits(const Bytes& Stream);
+Bytes JoinUnits(const Units& Units);
+inline bool IsSliceUnit(const Bytes& Unit) { return (Unit[0] & 31) == 1 || (Unit[0] & 31) == 5; }
+
 } // namespace test

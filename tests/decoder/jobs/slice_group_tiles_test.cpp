@@ -59,7 +59,7 @@ private:
     {
         size_t Picture = 0;
         HeaderReader Reader;
-        for (const Bytes& Unit : UnitsOf(Stream)) {
+        for (const Bytes& Unit : SplitUnits(Stream)) {
             if ((Unit[0] & 31) == 7) Reader.TakeSequenceSet(Unit);
             if ((Unit[0] & 31) == 8) {
                 Reader.TakePictureSet(Unit);

@@ -4,7 +4,8 @@
 #include "decoder/session/task_supplier.h"
 #include "media/umc_default_memory_allocator.h"
 #include "process/video_processing.h"
-#include "tests/decoder/random_fields.h"
+#include "tests/decoder/alpha_stream.h"
+#include "tests/decoder/encoded_noise.h"
 
 #include <gtest/gtest.h>
 
@@ -15,27 +16,6 @@ namespace {
 using namespace test;
 
 constexpr int kWidth = 64, kHeight = 64;
-
-Bytes Extension(uint32_t aux_format_idc, uint32_t Depth)
-{
-    BitWriter b;
-    b.UE(0);
-    b.UE(aux_format_idc);
-    if (aux_format_idc != 0) {
-        b.UE(Depth - 8);
-        b.U(1, 0);
-        b.U(static_cast<int>(Depth) + 1, 255);
-        b.U(static_cast<int>(Depth) + 1, 0);
-    }
-    b.U(1, 0);
-    b.TrailingBits();
-    return NalUnit(3, 13, b.Data());
-}
-Bytes AsAuxiliary(Bytes Unit)
-{
-    Unit[4] = static_cast<uint8_t>((Unit[4] & 0xE0) | 19);
-    return Unit;
-}
 
 // The luma of the auxiliary pictures in the buffer when a stream is over, by order count.
 std::map<int, Bytes> AuxiliaryPicturesOf(const Bytes& Stream)
@@ -74,60 +54,6 @@ std::map<int, Bytes> AuxiliaryPicturesOf(const Bytes& Stream)
     return Pictures;
 }
 
-// Four pictures, all of them references, as three streams.
-struct AlphaStream {
-    SeqParamSet Seq{.profile_idc = 100, .num_ref_frames = 4, .width_mbs = 4, .height_map_units = 4};
-    SeqParamSet AlphaSeq;
-    PicParamSet Pic{.num_ref_idx = {2, 1}};
-    RandomMacroblocks Random{5}, AlphaRandom{6};
-    Bytes Primary, Alpha, Both;
-
-    explicit AlphaStream(uint32_t Depth = 8, bool IsInterlaced = false)
-    {
-        if (IsInterlaced) Seq = Interlaced(Seq);
-        if (IsInterlaced) Seq.height_map_units = 2;
-        AlphaSeq = Seq;
-        AlphaSeq.profile_idc = Depth > 8 ? 110 : 100;
-        AlphaSeq.chroma_format_idc = 0;
-        AlphaSeq.bit_depth = Depth;
-        AlphaSeq.bit_depth_chroma = 8;
-        Primary = Write(Seq) + Write(Pic);
-        Alpha = Write(AlphaSeq) + Write(Pic);
-        Both = Primary + Extension(1, Depth);
-    }
-    Bytes Picture(RandomMacroblocks& From, const SeqParamSet& Set, const Slice& s) const
-    {
-        return s.slice_type % 5 == 2 ? From.Intra(Set, Pic, s)
-                                     : From.Inter(Set, Pic, s, static_cast<int>(PictureMbs(Set, s)));
-    }
-    void Add(Slice s)
-    {
-        s.disable_deblocking = 0;
-        if (s.slice_type == 7) s.nal_unit_type = s.frame_num == 0 && !s.bottom ? 5 : 1;
-        const Bytes Unit = Picture(Random, Seq, s), AlphaUnit = Picture(AlphaRandom, AlphaSeq, s);
-        Primary += Unit;
-        Alpha += AlphaUnit;
-        Both += Unit + AsAuxiliary(AlphaUnit);
-    }
-    void AddFrames()
-    {
-        Add(Typed(7, 0, 0));
-        Add(Typed(7, 1, 4));
-        Add(Typed(5, 2, 8));
-        Add(Typed(6, 3, 6));
-    }
-    void AddFields()
-    {
-        for (uint32_t i = 0; i < 4; ++i)
-            for (const bool IsBottom : {false, true}) {
-                Slice s = Typed(i < 2 ? 7 : 5, i, 4 * i + IsBottom);
-                s.field = true;
-                s.bottom = IsBottom;
-                Add(s);
-            }
-    }
-};
-
 void ExpectAlpha(const AlphaStream& In, size_t Count = 4)
 {
     const std::vector<Bytes> Expected = DecodeAll(In.Alpha);
@@ -161,6 +87,35 @@ TEST(AuxiliaryPictures, OfFieldsAreFields)
     AlphaStream In(8, true);
     In.AddFields();
     ExpectAlpha(In);
+}
+
+// Of the same source in grey, so that slices and their headers are the same ones.
+TEST(AuxiliaryPictures, OfFramesOfPairsAreOfPairs)
+{
+    const std::string Options =
+        "--tff --profile high --qp 26 --bframes 1 --b-adapt 0 --no-scenecut --ref 6 --weightp 0 "
+        "--no-psy --slices 2 --output-csp ";
+    const Bytes Primary = EncodeNoise(Options + "i420", kWidth, kHeight),
+                Alpha = EncodeNoise(Options + "i400", kWidth, kHeight);
+    const Units AlphaUnits = SplitUnits(Alpha);
+    Units Both;
+    auto NextSlice = AlphaUnits.begin();
+    for (const Bytes& Unit : SplitUnits(Primary)) {
+        Both.push_back(Unit);
+        if ((Unit[0] & 31) == 7) Both.push_back(SplitUnits(Extension(1, 8)).front());
+        if (!IsSliceUnit(Unit)) continue;
+        NextSlice = std::find_if(NextSlice, AlphaUnits.end(), IsSliceUnit);
+        ASSERT_NE(NextSlice, AlphaUnits.end());
+        Both.push_back(*NextSlice++);
+        Both.back()[0] = static_cast<uint8_t>((Both.back()[0] & 0xE0) | 19);
+    }
+    const std::vector<Bytes> Expected = DecodeAll(Alpha);
+    const std::map<int, Bytes> Found = AuxiliaryPicturesOf(JoinUnits(Both));
+    ASSERT_EQ(Found.size(), 5u); // the frame of the first B picture, which has left, holds another one
+    for (const auto& [OrderCount, Luma] : Found)
+        EXPECT_TRUE(std::equal(Luma.begin(), Luma.end(), Expected[static_cast<size_t>(OrderCount / 2)].begin()))
+            << "order count " << OrderCount;
+    EXPECT_EQ(DecodeAll(JoinUnits(Both)), DecodeAll(Primary));
 }
 
 TEST(AuxiliaryPictures, WithoutAnExtensionThatNamesThemArePassedOver)

@@ -1,5 +1,5 @@
 // What a higher decoding speed leaves out.
-#include "tests/decoder/random_fields.h"
+#include "tests/decoder/alpha_stream.h"
 #include "tests/decoder/session/fed_decoder.h"
 #include "tests/decoder/session/grey_stream.h"
 
@@ -56,6 +56,23 @@ TEST(DecodingSpeed, FiveFiltersReferencesOnly)
     ASSERT_NE(Expected, DecodeAll(Filtered));
     for (const ptrdiff_t i : {9, 7, 3}) Expected.erase(Expected.begin() + i); // the first, third and fourth are skipped
     EXPECT_EQ(DecodeAtSpeed(Filtered, 5), Expected);
+}
+
+TEST(SkippedPictures, TakeTheirAuxiliaryOnesAlong)
+{
+    for (const bool OfFields : {false, true}) {
+        AlphaStream In(8, OfFields);
+        uint32_t FrameNum = 0;
+        for (uint32_t i = 0; i < 10; ++i) {
+            const Slice s = Typed(i < 2 ? 7 : 5, FrameNum, 2 * i, i < 2 || i % 3 == 0);
+            OfFields ? In.AddPair(s) : In.Add(s);
+            FrameNum += s.nal_ref_idc != 0;
+        }
+        ASSERT_EQ(DecodeAtSpeed(In.Primary, 0).size(), 10u);
+        ASSERT_LT(DecodeAtSpeed(In.Primary, 7).size(), 10u);
+        for (const int Speed : {0, 1, 2, 3, 4, 5, 6, 7})
+            EXPECT_EQ(DecodeAtSpeed(In.Both, Speed), DecodeAtSpeed(In.Primary, Speed)) << OfFields << Speed;
+    }
 }
 
 // ---- Frames of two fields ---------------------------------------------------------------------------------------

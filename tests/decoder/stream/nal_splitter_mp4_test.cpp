@@ -7,20 +7,6 @@ namespace {
 
 using namespace test;
 
-// The units of a byte stream, each behind a start code of 4 bytes, without it.
-std::vector<Bytes> UnitsOf(const Bytes& Stream)
-{
-    constexpr uint8_t kStart[] = {0, 0, 0, 1};
-    std::vector<Bytes> Units;
-    for (auto p = Stream.begin(); p != Stream.end();) {
-        p += 4;
-        const auto End = std::search(p, Stream.end(), std::begin(kStart), std::end(kStart));
-        Units.emplace_back(p, End);
-        p = End;
-    }
-    return Units;
-}
-
 class SamplesOfLengthSize : public testing::TestWithParam<uint32_t>
 {
 protected:
@@ -33,15 +19,15 @@ protected:
     Bytes Sample(const Bytes& Stream) const
     {
         Bytes Data;
-        for (const Bytes& Unit : UnitsOf(Stream)) Put(GetParam(), Unit, Data);
+        for (const Bytes& Unit : SplitUnits(Stream)) Put(GetParam(), Unit, Data);
         return Data;
     }
     Bytes Record() const
     {
         Bytes Data{1, 77, 0, 40, static_cast<uint8_t>(0xFC | (GetParam() - 1)), 0xE1};
-        Put(2, UnitsOf(Write(m_Seq)).front(), Data);
+        Put(2, SplitUnits(Write(m_Seq)).front(), Data);
         Data.push_back(1);
-        Put(2, UnitsOf(Write(m_Pic)).front(), Data);
+        Put(2, SplitUnits(Write(m_Pic)).front(), Data);
         return Data;
     }
     // A frame, or a pair of fields, of I or P slices; small enough for length fields of one byte.
