@@ -123,6 +123,17 @@ bool IsInOrder(const Units& All)
 
 bool IsFirstOfPicture(const Bytes& Unit) { return IsSliceUnit(Unit) && Unit.size() > 1 && (Unit[1] & 0x80) != 0; }
 
+// Whether a unit is a picture parameter set of several slice groups: of their pictures what was lost is shown as the
+// memory was, so that a stream cannot be cut but between pictures, which slices in any order do not tell.
+bool HasSliceGroups(const Bytes& Unit)
+{
+    if ((Unit[0] & 31) != 8) return false;
+    test::Unit Data(Bytes{0, 0, 1} + Unit + Bytes{0x80});
+    for (int i = 0; i < 2; ++i) Data.Bits.GetUE(); // numbers of the sets
+    Data.Bits.GetBits(2);
+    return Data.Bits.GetUE() > 0;
+}
+
 Clean Load(const std::string& Name)
 {
     std::ifstream File(Name, std::ios::binary);
@@ -130,9 +141,11 @@ Clean Load(const std::string& Name)
     Clean c;
     size_t Size = 0;
     int Pictures = 0;
-    for (const Bytes& Unit : SplitUnits(Stream)) {
+    const Units Whole = SplitUnits(Stream);
+    const bool IsDivided = std::any_of(Whole.begin(), Whole.end(), HasSliceGroups);
+    for (const Bytes& Unit : Whole) {
         Pictures += IsFirstOfPicture(Unit);
-        if (Size > kMaxBytes && Pictures > kMinPictures) break;
+        if (Size > kMaxBytes && Pictures > kMinPictures && !IsDivided) break;
         Size += Unit.size();
         c.All.push_back(Unit);
     }
@@ -142,7 +155,7 @@ Clean Load(const std::string& Name)
         if (u >= Idr || !IsSliceUnit(*u)) c.Tail += Bytes{0, 0, 0, 1} + *u;
     Expense Unused;
     c.Pictures = Decode(JoinUnits(c.All), c.Cost);
-    c.IsOneEach = IsInOrder(c.All) &&
+    c.IsOneEach = !IsDivided && IsInOrder(c.All) &&
                   c.Pictures.size() == static_cast<size_t>(std::count_if(c.All.begin(), c.All.end(), IsFirstOfPicture));
     c.TailPictures = Decode(c.Tail, Unused);
     return c;
