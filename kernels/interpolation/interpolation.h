@@ -43,6 +43,7 @@ using BiWeightBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst,
                               int LogDenom, int Weight0, int Weight1, int Offset);
 BiWeightBlockSig BiWeightBlock16_px, BiWeightBlock8_px, BiWeightBlock4_px, BiWeightBlock2_px;
 BiWeightBlockSig BiWeightBlock16_w7, BiWeightBlock8_w7, BiWeightBlock4_w7, BiWeightBlock2_w7;
+BiWeightBlockSig BiWeightBlock16_v8, BiWeightBlock8_v8, BiWeightBlock4_v8;
 
 // Copies the Width x Height block whose top left sample is (X, Y) of a plane of PlaneWidth x PlaneHeight samples,
 // every coordinate clamped into the plane (8.4.2.2.1, equations 8-239 and 8-240). The block may lie anywhere, far

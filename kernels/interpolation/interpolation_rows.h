@@ -32,12 +32,12 @@ inline constexpr KernelRow<WeightBlockSig> kWeightBlock16{"WeightBlock16",
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock8{"WeightBlock8", {WeightBlock8_px, nullptr, WeightBlock8_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock4{"WeightBlock4", {WeightBlock4_px, nullptr, WeightBlock4_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock2{"WeightBlock2", {WeightBlock2_px, nullptr, WeightBlock2_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock16{"BiWeightBlock16",
-                                                              {BiWeightBlock16_px, nullptr, BiWeightBlock16_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock8{"BiWeightBlock8",
-                                                             {BiWeightBlock8_px, nullptr, BiWeightBlock8_w7}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{"BiWeightBlock4",
-                                                             {BiWeightBlock4_px, nullptr, BiWeightBlock4_w7}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock16{
+    "BiWeightBlock16", {BiWeightBlock16_px, nullptr, BiWeightBlock16_w7, nullptr, BiWeightBlock16_v8}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock8{
+    "BiWeightBlock8", {BiWeightBlock8_px, nullptr, BiWeightBlock8_w7, nullptr, BiWeightBlock8_v8}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{
+    "BiWeightBlock4", {BiWeightBlock4_px, nullptr, BiWeightBlock4_w7, nullptr, BiWeightBlock4_v8}};
 inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{"BiWeightBlock2",
                                                              {BiWeightBlock2_px, nullptr, BiWeightBlock2_w7}};
 inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped",

@@ -370,4 +370,49 @@ void InterpolateChroma2_v8(const uint8_t* pSrcU, const uint8_t* pSrcV, ptrdiff_t
     InterpolateChroma<2>({{pSrcU, pSrcV}, {pDstU, pDstV}, SrcStep, DstStep, Height}, FracX, FracY);
 }
 
+// ---- Weights (8.4.2.3.2) -----------------------------------------------------------------------------------
+
+// Both samples side by side times both weights, whose sum lies in -128..127: no sum of two products leaves the words.
+// (v * 2^(14 - LogDenom) + 2^14) >> 15 is (v + 2^LogDenom) >> (LogDenom + 1).
+struct PairWeighting {
+    __m128i Weights, Scale, Offset;
+    __m128i operator()(__m128i Pairs) const
+    {
+        return _mm_add_epi16(_mm_mulhrs_epi16(_mm_maddubs_epi16(Pairs, Weights), Scale), Offset);
+    }
+};
+
+template <int Width>
+static void BiWeightBlock(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height,
+                          const PairWeighting& Weigh)
+{
+    for (; Height > 0; --Height, pA += StepA, pDst += DstStep) {
+        const __m128i a = LoadRow<Width>(pA), b = LoadRow<Width>(pDst);
+        const __m128i Lower = Weigh(_mm_unpacklo_epi8(a, b));
+        const __m128i Upper = Width == 16 ? Weigh(_mm_unpackhi_epi8(a, b)) : Lower;
+        StoreRow<Width>(pDst, _mm_packus_epi16(Lower, Upper));
+    }
+}
+
+static PairWeighting MakeWeighting(int LogDenom, int Weight0, int Weight1, int Offset)
+{
+    return {_mm_set1_epi16(static_cast<short>((Weight0 & 0xFF) | Weight1 * 256)),
+            _mm_set1_epi16(static_cast<short>(1 << (14 - LogDenom))), _mm_set1_epi16(static_cast<short>(Offset))};
+}
+
+// A weight of 128 is no signed byte.
+#define BI_WEIGHT(Width)                                                                                               \
+    void BiWeightBlock##Width##_v8(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height,   \
+                                   int LogDenom, int Weight0, int Weight1, int Offset)                                 \
+    {                                                                                                                  \
+        if (Weight0 == 128 || Weight1 == 128)                                                                          \
+            BiWeightBlock##Width##_w7(pA, StepA, pDst, DstStep, Height, LogDenom, Weight0, Weight1, Offset);           \
+        else                                                                                                           \
+            BiWeightBlock<Width>(pA, StepA, pDst, DstStep, Height, MakeWeighting(LogDenom, Weight0, Weight1, Offset)); \
+    }
+BI_WEIGHT(16)
+BI_WEIGHT(8)
+BI_WEIGHT(4)
+#undef BI_WEIGHT
+
 } // namespace kernels
