@@ -47,4 +47,17 @@ print(":".join(s["name"] + ".*" for s in suites if any(t["file"].endswith(tuple(
 END
 )
 [ -n "$filter" ] || fail "$folder has no tests for this system"
-exec "$build/tests/$program" --gtest_brief=1 --gtest_filter="$filter" "$@"
+
+# Each processor takes a share of them.
+GTEST_TOTAL_SHARDS=$(nproc)
+export GTEST_TOTAL_SHARDS
+shares=()
+for ((share = 0; share < GTEST_TOTAL_SHARDS; ++share)); do
+    GTEST_SHARD_INDEX=$share "$build/tests/$program" --gtest_brief=1 --gtest_filter="$filter" "$@" &
+    shares+=($!)
+done
+status=0
+for share in "${shares[@]}"; do
+    wait "$share" || status=1
+done
+exit $status

@@ -25,12 +25,15 @@ SUITES = {"tests/decoder/entropy/a_test.cpp": ["A", "Values/A"], "tests/decoder/
 
 # Stands for a test program: lists its tests as they do, and tells how it is called.
 PROGRAM = """#!/usr/bin/env python3
-import json, sys
+import json, os, sys
 options = dict(o.partition("=")[::2] for o in sys.argv[1:])
 if "--gtest_list_tests" in options:
     open(options["--gtest_output"].removeprefix("json:"), "w").write(json.dumps({suites}))
 else:
-    print(json.dumps(sys.argv[1:]))
+    share = os.environ["GTEST_SHARD_INDEX"]
+    words = json.dumps([share + " of " + os.environ["GTEST_TOTAL_SHARDS"], *sys.argv[1:]])
+    sys.stdout.write(words + "\\n") # at once: shares may write at the same time
+    sys.exit(share == os.environ.get("FAILING_SHARE"))
 """
 NINJA = """#!/bin/sh
 echo "built $3"
@@ -90,6 +93,15 @@ class Try(unittest.TestCase):
 
     def test_further_options_reach_the_program(self):
         self.assertEqual(json.loads(self.call("decoder", "--gtest_repeat=2").stdout.splitlines()[-1])[-1], "--gtest_repeat=2")
+
+    def test_every_processor_runs_a_share(self):
+        count = len(os.sched_getaffinity(0))
+        shares = [json.loads(line)[0] for line in self.call("decoder").stdout.splitlines()[1:]]
+        self.assertEqual(sorted(shares), sorted(f"{i} of {count}" for i in range(count)))
+
+    def test_a_share_that_fails_is_a_failure(self):
+        for share in range(len(os.sched_getaffinity(0))):
+            self.assertEqual(self.call("decoder", FAILING_SHARE=str(share)).returncode, 1)
 
     def test_a_misspelt_folder(self):
         self.assert_refused("no folder decoder/entrpy", "decoder/entrpy")
