@@ -38,7 +38,7 @@ WeightBlockSig WeightBlock16_w7, WeightBlock8_w7, WeightBlock4_w7, WeightBlock2_
 
 // Weighted bi-prediction (8.4.2.3.2): pDst = Clip1(((pA * Weight0 + pDst * Weight1 + 2^LogDenom) >> (LogDenom + 1)) +
 // Offset). pA is the list 0 prediction, pDst holds that of list 1. Offset is (o0 + o1 + 1) >> 1; the weights lie in
-// -128..128 and their sum in -128..127 (129 for LogDenom 7 with implicit weights never occurs: they use LogDenom 5).
+// -128..128 and their sum too.
 using BiWeightBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height,
                               int LogDenom, int Weight0, int Weight1, int Offset);
 BiWeightBlockSig BiWeightBlock16_px, BiWeightBlock8_px, BiWeightBlock4_px, BiWeightBlock2_px;

@@ -372,7 +372,7 @@ void InterpolateChroma2_v8(const uint8_t* pSrcU, const uint8_t* pSrcV, ptrdiff_t
 
 // ---- Weights (8.4.2.3.2) -----------------------------------------------------------------------------------
 
-// Both samples side by side times both weights, whose sum lies in -128..127: no sum of two products leaves the words.
+// Both samples side by side times both weights, whose sum lies in -128..128: no sum of two products leaves the words.
 // (v * 2^(14 - LogDenom) + 2^14) >> 15 is (v + 2^LogDenom) >> (LogDenom + 1).
 struct PairWeighting {
     __m128i Weights, Scale, Offset;

@@ -149,6 +149,29 @@ KERNEL_TEST(WeightBlock8, CheckWeight<8>);
 KERNEL_TEST(WeightBlock4, CheckWeight<4>);
 KERNEL_TEST(WeightBlock2, CheckWeight<2>);
 
+// Every pair of weights that a call may have, on samples whose sums of products are the largest and the least.
+template <int Width>
+void CheckBiWeightPairs(BiWeightBlockSig* pFn, BiWeightBlockSig* pReference)
+{
+    constexpr uint8_t kEnds[2][4]{{255, 255, 0, 0}, {255, 0, 255, 0}};
+    uint8_t a[Width], b[Width];
+    for (int x = 0; x < Width; ++x) {
+        a[x] = x < 4 ? kEnds[0][x] : static_cast<uint8_t>(x * 37);
+        b[x] = x < 4 ? kEnds[1][x] : static_cast<uint8_t>(x * 91);
+    }
+    for (int Weight0 = -128; Weight0 <= 128; ++Weight0)
+        for (int Weight1 = -128; Weight1 <= 128; ++Weight1) {
+            if (Weight0 + Weight1 < -128 || Weight0 + Weight1 > 128) continue;
+            const int LogDenom = (Weight0 + Weight1) & 7;
+            uint8_t Want[Width], Got[Width];
+            std::copy_n(b, Width, Want);
+            std::copy_n(b, Width, Got);
+            pReference(a, Width, Want, Width, 1, LogDenom, Weight0, Weight1, 2);
+            pFn(a, Width, Got, Width, 1, LogDenom, Weight0, Weight1, 2);
+            ASSERT_TRUE(std::equal(Want, Want + Width, Got)) << LogDenom << ", weights " << Weight0 << ", " << Weight1;
+        }
+}
+
 template <int Width>
 void CheckBiWeight(BiWeightBlockSig* pFn, BiWeightBlockSig* pReference)
 {
@@ -172,6 +195,7 @@ void CheckBiWeight(BiWeightBlockSig* pFn, BiWeightBlockSig* pReference)
                     ASSERT_EQ(Got.Bytes, Want.Bytes)
                         << LogDenom << ", weights " << w[0] << ", " << w[1] << ", offset " << Offset;
                 }
+    CheckBiWeightPairs<Width>(pFn, pReference);
 }
 KERNEL_TEST(BiWeightBlock16, CheckBiWeight<16>);
 KERNEL_TEST(BiWeightBlock8, CheckBiWeight<8>);
