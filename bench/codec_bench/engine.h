@@ -21,8 +21,8 @@ class DecoderEngine
 {
 public:
     virtual ~DecoderEngine() = default;
-    /// Decompresses one access unit; returns the number of pictures that came out. Empty units drain, until
-    /// nothing comes.
+    /// Decompresses one frame, which may be two fields; returns the number of pictures that came out. Empty ones
+    /// drain, until nothing comes.
     virtual int64_t Decode(std::span<const uint8_t> Unit) = 0;
 };
 

@@ -96,12 +96,12 @@ void Decode(const Options& Set)
     const auto pEngine = MakeDecoder(Set.Engine, FindPictureSize(Stream));
     Count Sum;
     int64_t Index = 0, Pictures = 0;
-    const auto Units = CutAccessUnits(Stream);
-    for (const auto Unit : Units) Measure(Index++ >= Set.WarmUp, Sum, [&] { Pictures += pEngine->Decode(Unit); });
+    const auto Frames = CutFrames(Stream);
+    for (const auto Frame : Frames) Measure(Index++ >= Set.WarmUp, Sum, [&] { Pictures += pEngine->Decode(Frame); });
     while (const int64_t Late = pEngine->Decode({})) Pictures += Late;
-    if (Pictures != static_cast<int64_t>(Units.size()))
+    if (Pictures != static_cast<int64_t>(Frames.size()))
         throw CliError(Set.Engine + " gave " + std::to_string(Pictures) + " pictures for " +
-                       std::to_string(Units.size()) + " units");
+                       std::to_string(Frames.size()) + " frames");
     Report(Set, Sum, Stream.size());
 }
 

@@ -125,6 +125,19 @@ Sequence ReadSequence(std::span<const uint8_t> Unit)
 class FrameCounter
 {
 public:
+    void TakeAll(std::span<const uint8_t> Stream)
+    {
+        constexpr size_t kHeaderBytes = 64; // of a slice; what is read of it takes less
+        for (size_t Code = FindStartCode(Stream, 0), Next; Code < Stream.size(); Code = Next) {
+            Next = FindStartCode(Stream, Code + 3);
+            const int Type = Stream[Code + 3] & 31;
+            const size_t Size = Next - Code - 4;
+            Take(Type, Stream.subspan(Code + 4, IsSlice(Type) ? std::min(Size, kHeaderBytes) : Size));
+        }
+    }
+    int64_t Frames() const { return m_Frames; }
+
+private:
     void Take(int Type, std::span<const uint8_t> Unit)
     {
         if (Type == 7) {
@@ -138,9 +151,6 @@ public:
             TakeSlice(Unit);
         }
     }
-    int64_t Frames() const { return m_Frames; }
-
-private:
     void TakeSlice(std::span<const uint8_t> Unit) // clause 7.3.3 as far as the parity
     {
         UnitReader Reader(Unit);
@@ -198,15 +208,24 @@ FrameSize FindPictureSize(std::span<const uint8_t> Stream)
     return {};
 }
 
+std::vector<std::span<const uint8_t>> CutFrames(std::span<const uint8_t> Stream)
+{
+    std::vector<std::span<const uint8_t>> Frames;
+    FrameCounter Counter;
+    for (const auto Unit : CutAccessUnits(Stream)) {
+        const int64_t Before = Counter.Frames();
+        Counter.TakeAll(Unit);
+        if (Frames.empty() || Counter.Frames() > Before)
+            Frames.push_back(Unit);
+        else
+            Frames.back() = {Frames.back().data(), Frames.back().size() + Unit.size()};
+    }
+    return Frames;
+}
+
 int64_t CountFrames(std::span<const uint8_t> Stream)
 {
-    constexpr size_t kHeaderBytes = 64; // of a slice; what is read of it takes less
     FrameCounter Counter;
-    for (size_t Code = FindStartCode(Stream, 0), Next; Code < Stream.size(); Code = Next) {
-        Next = FindStartCode(Stream, Code + 3);
-        const int Type = Stream[Code + 3] & 31;
-        const size_t Size = Next - Code - 4;
-        Counter.Take(Type, Stream.subspan(Code + 4, IsSlice(Type) ? std::min(Size, kHeaderBytes) : Size));
-    }
+    Counter.TakeAll(Stream);
     return Counter.Frames();
 }

@@ -11,6 +11,9 @@
 /// slice of macroblock 0. What stands before the first start code belongs to the first unit.
 std::vector<std::span<const uint8_t>> CutAccessUnits(std::span<const uint8_t> Stream);
 
+/// The same with both fields of a frame in one.
+std::vector<std::span<const uint8_t>> CutFrames(std::span<const uint8_t> Stream);
+
 /// The cropped size that the first sequence parameter set names; no size when there is none.
 FrameSize FindPictureSize(std::span<const uint8_t> Stream);
 
