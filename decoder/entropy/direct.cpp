@@ -14,9 +14,10 @@ constexpr int8_t kCornerBlock[4] = {0, 3, 12, 15}; // raster place of the 4x4 bl
 struct Motion {
     int Ref[2];
     h264::MotionVector Mv[2];
+    friend bool operator==(const Motion&, const Motion&) = default;
 };
 
-void FillMotion(MotionState& m, int Pos, int Size, const Motion& From)
+[[gnu::always_inline]] inline void FillMotion(MotionState& m, int Pos, int Size, const Motion& From)
 {
     for (int List = 0; List < 2; ++List) {
         FillRef(m.Cache[List], Pos, Size, Size, From.Ref[List]);
@@ -29,7 +30,7 @@ uint8_t DirectionOf(int Ref0, int Ref1) { return Ref1 < 0 ? 0 : Ref0 < 0 ? 1 : 2
 // Runs Derive(raster block of the co-located macroblock) for each part of the quadrants: one 8x8 block that goes by its
 // corner with direct_8x8_inference_flag, else four 4x4 blocks.
 template <class F>
-void ForEachPart(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants, F&& Derive)
+void FillParts(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants, F&& Derive)
 {
     const bool Inference = s.pSequenceSet->direct_8x8_inference_flag != 0;
     for (int q = 0; q < 4; ++q) {
@@ -45,6 +46,64 @@ void ForEachPart(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t
         Mb.pLocal->SubBlockDirection[q] = DirectionOf(*pRef0, *pRef1);
     }
 }
+
+// A macroblock that moves as one, straight into the records.
+void StoreWhole(const SliceView& s, const MbState& Mb, const Motion& m)
+{
+    for (int List = 0; List < 2; ++List) StoreUniformMotion(s.Records, Mb.Number, List, m.Ref[List], m.Mv[List]);
+    std::memset(Mb.pGlobal->SubBlockType, SUBTYPE_DIRECT, 4);
+    std::memset(Mb.pLocal->SubBlockDirection, DirectionOf(m.Ref[0], m.Ref[1]), 4);
+    Mb.pGlobal->MbFlags |= MBFLAG_ONE_MOTION;
+}
+
+// What FillParts() does for the whole macroblock, into the records. Quadrants of one motion are one block for whoever
+// comes behind.
+template <class F>
+void StoreParts(const SliceView& s, const MbState& Mb, MotionState& m, F&& Derive)
+{
+    if (!s.pSequenceSet->direct_8x8_inference_flag) {
+        FillParts(s, Mb, m, 15, Derive);
+        for (int List = 0; List < 2; ++List) StoreMotion(m.Cache[List], s.Records, Mb.Number, List);
+        return;
+    }
+    Motion Of[4];
+    for (int q = 0; q < 4; ++q) Of[q] = Derive(kCornerBlock[q]);
+    if (Of[0] == Of[1] && Of[2] == Of[3] && Of[0] == Of[2]) return StoreWhole(s, Mb, Of[0]);
+    for (int q = 0; q < 4; ++q) {
+        for (int List = 0; List < 2; ++List)
+            StoreQuadrantMotion(s.Records, Mb.Number, q, List, Of[q].Ref[List], Of[q].Mv[List]);
+        Mb.pGlobal->SubBlockType[q] = SUBTYPE_DIRECT | SHAPE_WHOLE;
+        Mb.pLocal->SubBlockDirection[q] = DirectionOf(Of[q].Ref[0], Of[q].Ref[1]);
+    }
+}
+
+// Where derived motion goes: quadrants of a macroblock into the caches, or a whole one into the records.
+struct QuadrantParts {
+    uint32_t Quadrants;
+    template <class F>
+    void Put(const SliceView& s, const MbState& Mb, MotionState& m, F&& Derive) const
+    {
+        FillParts(s, Mb, m, Quadrants, Derive);
+    }
+    // All of the co-located macroblock being the same.
+    template <class F>
+    void PutOne(const SliceView& s, const MbState& Mb, MotionState& m, F&& Derive) const
+    {
+        Put(s, Mb, m, [Of = Derive(0)](int) { return Of; });
+    }
+};
+struct WholeMacroblock {
+    template <class F>
+    void Put(const SliceView& s, const MbState& Mb, MotionState& m, F&& Derive) const
+    {
+        StoreParts(s, Mb, m, Derive);
+    }
+    template <class F>
+    void PutOne(const SliceView& s, const MbState& Mb, MotionState&, F&& Derive) const
+    {
+        StoreWhole(s, Mb, Derive(0));
+    }
+};
 
 // A 4x4 block of the co-located picture, and what its vector and references count in.
 struct ColBlock {
@@ -144,23 +203,25 @@ SpatialMotion DeriveSpatialMotion(const H264MbInfo& Records, const MbState& Mb, 
     return s;
 }
 
-template <bool kMbaff>
-void DeriveSpatial(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants,
-                   const SpatialMotion& Derived)
+// All 4x4 blocks of the macroblock move alike, or none does.
+bool IsOne(const MbGlobalInfo& Mb) { return IsIntra(Mb) || (Mb.MbFlags & MBFLAG_ONE_MOTION); }
+
+template <bool kMbaff, class Parts>
+void DeriveSpatial(const SliceView& s, const MbState& Mb, MotionState& m, const Parts& To, const SpatialMotion& Derived)
 {
     const DirectState& Direct = m.Direct;
-    if (Derived.MayStand && (kMbaff || !Direct.pColFrame)) {
+    if (!Derived.MayStand) return To.PutOne(s, Mb, m, [&](int) { return Derived.Moving; });
+    if (kMbaff || !Direct.pColFrame) {
         const H264MbInfo& Col = Direct.pOtherKind->m_MbInfo;
-        ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
+        return To.Put(s, Mb, m, [&](int Block) {
             const ColBlock c = FindAcrossKinds<kMbaff>(s, Mb, Direct, Block);
             return !IsIntra(Col.pGlobal[c.Mb]) && IsColZero(Col, c.Mb, c.Block) ? Derived.Still : Derived.Moving;
         });
-        return;
     }
+    const H264MbInfo& Col = Direct.pColFrame->m_MbInfo;
     const int32_t ColMb = Mb.Number + Direct.ColOffset;
-    ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
-        return Derived.MayStand && IsColZero(Direct.pColFrame->m_MbInfo, ColMb, Block) ? Derived.Still : Derived.Moving;
-    });
+    const auto Derive = [&](int Block) { return IsColZero(Col, ColMb, Block) ? Derived.Still : Derived.Moving; };
+    IsOne(Col.pGlobal[ColMb]) ? To.PutOne(s, Mb, m, Derive) : To.Put(s, Mb, m, Derive);
 }
 
 // What the references of a slice of the co-located picture are.
@@ -219,12 +280,12 @@ struct ColMotion {
 };
 
 // Where there is no motion, or that of a picture whose macroblocks are of other kinds and may be of different slices.
-template <bool kMbaff>
-void DeriveTemporalAcrossKinds(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
+template <bool kMbaff, class Parts>
+void DeriveTemporalAcrossKinds(const SliceView& s, const MbState& Mb, MotionState& m, const Parts& To)
 {
     DirectState& Direct = m.Direct;
     const bool IsField = kMbaff ? IsFieldMb(Mb) : s.Picture.IsField;
-    ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
+    To.Put(s, Mb, m, [&](int Block) {
         if (!Direct.pOtherKind) return Motion{};
         const H264MbInfo& Col = Direct.pOtherKind->m_MbInfo;
         const ColBlock c = FindAcrossKinds<kMbaff>(s, Mb, Direct, Block);
@@ -242,26 +303,33 @@ void DeriveTemporalAcrossKinds(const SliceView& s, const MbState& Mb, MotionStat
 }
 
 // Clause 8.4.1.2.3.
-template <bool kMbaff>
-void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint32_t Quadrants)
+template <bool kMbaff, class Parts>
+void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, const Parts& To)
 {
     DirectState& Direct = m.Direct;
-    if (kMbaff || !Direct.pColFrame) return DeriveTemporalAcrossKinds<kMbaff>(s, Mb, m, Quadrants);
+    if (kMbaff || !Direct.pColFrame) return DeriveTemporalAcrossKinds<kMbaff>(s, Mb, m, To);
     const H264MbInfo& Col = Direct.pColFrame->m_MbInfo;
     const int32_t ColMb = Mb.Number + Direct.ColOffset;
-    if (IsIntra(Col.pGlobal[ColMb])) {
-        ForEachPart(s, Mb, m, Quadrants, [&](int) { return Motion{}; });
-        return;
-    }
+    if (IsIntra(Col.pGlobal[ColMb])) return To.PutOne(s, Mb, m, [](int) { return Motion{}; });
     if (Col.pGlobal[ColMb].SliceId != Direct.ColSlice)
         SeeColSlice(Direct, *Direct.pColFrame, Col.pGlobal[ColMb].SliceId);
-    ForEachPart(s, Mb, m, Quadrants, [&](int Block) {
+    const auto Derive = [&](int Block) {
         const int32_t i = ColMb * 16 + Block;
         const ColMotion Moved(Col, i);
         if (!Moved.IsUsable()) return Motion{};
         return ScaleMotion(s.References.Sets[REFERENCES_PICTURE].Tables,
                            Direct.RefOf[Direct.pColReferences->Index[Moved.List][Moved.Ref]], Col.pMv[Moved.List][i]);
-    });
+    };
+    IsOne(Col.pGlobal[ColMb]) ? To.PutOne(s, Mb, m, Derive) : To.Put(s, Mb, m, Derive);
+}
+
+template <bool kMbaff, class Parts>
+void Derive(const SliceView& s, const MbState& Mb, MotionState& m, const Parts& To)
+{
+    if (s.pHeader->direct_spatial_mv_pred_flag)
+        DeriveSpatial<kMbaff>(s, Mb, m, To, DeriveSpatialMotion<kMbaff>(s.Records, Mb, m.Direct));
+    else
+        DeriveTemporal<kMbaff>(s, Mb, m, To);
 }
 
 } // namespace
@@ -269,11 +337,7 @@ void DeriveTemporal(const SliceView& s, const MbState& Mb, MotionState& m, uint3
 template <bool kMbaff>
 void DeriveDirect(const SliceView& Slice, const MbState& Mb, MotionState& Motion, uint32_t Quadrants)
 {
-    if (Slice.pHeader->direct_spatial_mv_pred_flag)
-        DeriveSpatial<kMbaff>(Slice, Mb, Motion, Quadrants,
-                              DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct));
-    else
-        DeriveTemporal<kMbaff>(Slice, Mb, Motion, Quadrants);
+    Derive<kMbaff>(Slice, Mb, Motion, QuadrantParts{Quadrants});
 }
 template void DeriveDirect<false>(const SliceView&, const MbState&, MotionState&, uint32_t);
 template void DeriveDirect<true>(const SliceView&, const MbState&, MotionState&, uint32_t);
@@ -281,21 +345,7 @@ template void DeriveDirect<true>(const SliceView&, const MbState&, MotionState&,
 template <bool kMbaff>
 void DeriveDirectMacroblock(const SliceView& Slice, const MbState& Mb, MotionState& Motion)
 {
-    if (Slice.pHeader->direct_spatial_mv_pred_flag) {
-        const SpatialMotion s = DeriveSpatialMotion<kMbaff>(Slice.Records, Mb, Motion.Direct);
-        if (!s.MayStand) {
-            for (int List = 0; List < 2; ++List)
-                StoreUniformMotion(Slice.Records, Mb.Number, List, s.Moving.Ref[List], s.Moving.Mv[List]);
-            std::memset(Mb.pGlobal->SubBlockType, SUBTYPE_DIRECT, 4);
-            std::memset(Mb.pLocal->SubBlockDirection, DirectionOf(s.Moving.Ref[0], s.Moving.Ref[1]), 4);
-            Mb.pGlobal->MbFlags |= MBFLAG_ONE_MOTION;
-            return;
-        }
-        DeriveSpatial<kMbaff>(Slice, Mb, Motion, 15, s);
-    } else {
-        DeriveTemporal<kMbaff>(Slice, Mb, Motion, 15);
-    }
-    for (int List = 0; List < 2; ++List) StoreMotion(Motion.Cache[List], Slice.Records, Mb.Number, List);
+    Derive<kMbaff>(Slice, Mb, Motion, WholeMacroblock{});
 }
 template void DeriveDirectMacroblock<false>(const SliceView&, const MbState&, MotionState&);
 template void DeriveDirectMacroblock<true>(const SliceView&, const MbState&, MotionState&);

@@ -8,8 +8,6 @@ namespace {
 
 constexpr int kTopRow = CachePos(0, -1);
 
-uint32_t SplatBytes(int Value) { return static_cast<uint8_t>(Value) * 0x01010101u; }
-
 } // namespace
 
 template <bool kMbaff>
@@ -73,25 +71,6 @@ void LoadMvd(MotionCache& Cache, const H264MbInfo& Records, const MbMvd* pMvd, c
 template void LoadMvd<false>(MotionCache&, const H264MbInfo&, const MbMvd*, const MbState&);
 template void LoadMvd<true>(MotionCache&, const H264MbInfo&, const MbMvd*, const MbState&);
 
-void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx)
-{
-    const uint32_t Row = SplatBytes(RefIdx);
-    for (int y = 0; y < Height; ++y, Pos += kCacheStride)
-        std::memcpy(&Cache.Ref[Pos], &Row, static_cast<size_t>(Width));
-}
-
-void FillMv(MotionCache& Cache, int Pos, int Width, int Height, h264::MotionVector Mv)
-{
-    for (int y = 0; y < Height; ++y, Pos += kCacheStride)
-        for (int x = 0; x < Width; ++x) Cache.Mv[Pos + x] = Mv;
-}
-
-void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t Mvd[2])
-{
-    for (int y = 0; y < Height; ++y, Pos += kCacheStride)
-        for (int x = 0; x < Width; ++x) std::memcpy(Cache.Mvd[Pos + x], Mvd, 2);
-}
-
 void StoreMotion(const MotionCache& Cache, const H264MbInfo& Records, int32_t Number, int List)
 {
     h264::MotionVector* const pMv = Records.pMv[List] + Number * 16;
@@ -106,6 +85,16 @@ void StoreUniformMotion(const H264MbInfo& Records, int32_t Number, int List, int
 {
     std::fill_n(Records.pMv[List] + Number * 16, 16, Mv);
     std::memset(Records.pRefIdx[List] + Number * 16, RefIdx, 16);
+}
+
+void StoreQuadrantMotion(const H264MbInfo& Records, int32_t Number, int Quadrant, int List, int RefIdx,
+                         h264::MotionVector Mv)
+{
+    const int32_t First = Number * 16 + (Quadrant & 1) * 2 + (Quadrant & 2) * 4;
+    for (int y = 0; y < 8; y += 4) {
+        std::fill_n(Records.pMv[List] + First + y, 2, Mv);
+        std::memset(Records.pRefIdx[List] + First + y, RefIdx, 2);
+    }
 }
 
 void StoreUnusedList(const H264MbInfo& Records, int32_t Number, int List)

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace UMC {
 
@@ -78,15 +79,48 @@ void LoadMotion(MotionCache& Cache, const H264MbInfo& Records, const MbState& Mb
 template <bool kMbaff>
 void LoadMvd(MotionCache& Cache, const H264MbInfo& Records, const MbMvd* pMvd, const MbState& Mb);
 
-// Fills Width x Height 4x4 blocks from Pos on.
-void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx);
-void FillMv(MotionCache& Cache, int Pos, int Width, int Height, h264::MotionVector Mv);
-void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t Mvd[2]);
+// Fills Width x Height 4x4 blocks from Pos on: Width is 1, 2 or 4.
+[[gnu::always_inline]] inline void FillRef(MotionCache& Cache, int Pos, int Width, int Height, int RefIdx)
+{
+    const uint32_t Row = static_cast<uint8_t>(RefIdx) * 0x01010101u;
+    for (int y = 0; y < Height; ++y, Pos += kCacheStride) {
+        if (Width == 4)
+            std::memcpy(&Cache.Ref[Pos], &Row, 4);
+        else if (Width == 2)
+            std::memcpy(&Cache.Ref[Pos], &Row, 2);
+        else
+            Cache.Ref[Pos] = static_cast<int8_t>(RefIdx);
+    }
+}
+[[gnu::always_inline]] inline void FillMv(MotionCache& Cache, int Pos, int Width, int Height, h264::MotionVector Mv)
+{
+    for (int y = 0; y < Height; ++y, Pos += kCacheStride) {
+        Cache.Mv[Pos] = Mv;
+        if (Width >= 2) Cache.Mv[Pos + 1] = Mv;
+        if (Width == 4) Cache.Mv[Pos + 2] = Cache.Mv[Pos + 3] = Mv;
+    }
+}
+[[gnu::always_inline]] inline void FillMvd(MotionCache& Cache, int Pos, int Width, int Height, const uint8_t Mvd[2])
+{
+    uint16_t Pair;
+    std::memcpy(&Pair, Mvd, 2);
+    const auto Put = [&](int p) { std::memcpy(Cache.Mvd[p], &Pair, 2); };
+    for (int y = 0; y < Height; ++y, Pos += kCacheStride) {
+        Put(Pos);
+        if (Width >= 2) Put(Pos + 1);
+        if (Width < 4) continue;
+        Put(Pos + 2);
+        Put(Pos + 3);
+    }
+}
 
 // Writes the macroblock's part of the cache to the frame's records of macroblock Number.
 void StoreMotion(const MotionCache& Cache, const H264MbInfo& Records, int32_t Number, int List);
 // Writes one motion for the whole macroblock; the cache is left alone.
 void StoreUniformMotion(const H264MbInfo& Records, int32_t Number, int List, int RefIdx, h264::MotionVector Mv);
+// The same for one quadrant of it.
+void StoreQuadrantMotion(const H264MbInfo& Records, int32_t Number, int Quadrant, int List, int RefIdx,
+                         h264::MotionVector Mv);
 // Writes references of -1 alone: a list that the slice type does not use.
 void StoreUnusedList(const H264MbInfo& Records, int32_t Number, int List);
 // Writes the last row and column of differences.
