@@ -47,6 +47,30 @@ void Chroma(benchmark::State& State, FilterChromaEdgesSig* pFn)
     }
 }
 
+// A left edge between pairs of both kinds, whose two parts take every second row.
+void LumaMixed(benchmark::State& State, FilterMixedSig* pFn)
+{
+    auto Before = Picture(1), Plane = Before;
+    const EdgeParams Params[2] = {AllEdges(), AllEdges()};
+    for (auto _ : State) {
+        Restore(Plane, Before);
+        pFn(Middle(Plane), kStep, 2 * kStep, Params);
+        benchmark::ClobberMemory();
+    }
+}
+
+void ChromaMixed(benchmark::State& State, FilterChromaMixedSig* pFn)
+{
+    auto Before = Picture(1), u = Before, v = Before;
+    const EdgeParams Params[2] = {AllEdges(), AllEdges()};
+    for (auto _ : State) {
+        Restore(u, Before);
+        Restore(v, Before);
+        pFn(Middle(u), Middle(v), kStep, 2 * kStep, Params, Params);
+        benchmark::ClobberMemory();
+    }
+}
+
 void LumaDeep(benchmark::State& State, FilterEdgesDeepSig* pFn)
 {
     auto Before = DeepPicture(1), Plane = Before;
@@ -76,6 +100,9 @@ const bool s_Rows[]{RegisterTiers(kFilterLumaVertical, Luma),
                     RegisterTiers(kFilterChromaHorizontal, Chroma),
                     RegisterTiers(kFilterChroma422Vertical, Chroma),
                     RegisterTiers(kFilterChroma422Horizontal, Chroma),
+                    RegisterTiers(kFilterLumaMixed, LumaMixed),
+                    RegisterTiers(kFilterChromaMixed, ChromaMixed),
+                    RegisterTiers(kFilterChroma422Mixed, ChromaMixed),
                     RegisterTiers(kFilterLumaVerticalDeep, LumaDeep),
                     RegisterTiers(kFilterLumaHorizontalDeep, LumaDeep),
                     RegisterTiers(kFilterChromaVerticalDeep, ChromaDeep),

@@ -60,9 +60,10 @@ private:
                     const MixedEdge& Top) const;
     void FilterChroma(const PairPlace& p, const Area& a, const DeblockingStrength& s, const MixedEdge& Left,
                       const MixedEdge& Top) const;
-    void FilterMixedChroma(kernels::EdgeParams (&Outer)[2], Sample* pU, Sample* pV, ptrdiff_t Pitch) const;
+    void FilterMixedChroma(kernels::EdgeParams (&Outer)[2][2], Sample* pU, Sample* pV, ptrdiff_t Gap,
+                           ptrdiff_t Step) const;
     void SetOuter(kernels::EdgeParams& Params, int Qp, int32_t Neighbour, uint32_t Edge) const;
-    void SetOuterChroma(kernels::EdgeParams (&Params)[2], int Qp, int32_t Neighbour, uint32_t Edge) const;
+    void SetOuterChroma(kernels::EdgeParams& U, kernels::EdgeParams& V, int Qp, int32_t Neighbour, uint32_t Edge) const;
 
     StrengthFinder m_FieldStrengths; // of field macroblocks; the base's are those of frame macroblocks
     PictureView m_Fields[2];

@@ -171,16 +171,17 @@ struct CodecTraits<uint8_t> {
             (Direction == 0 ? kernels::g_Kernels.FilterChromaVertical
                             : kernels::g_Kernels.FilterChromaHorizontal)(pU, pV, Step, pParamsU, pParamsV);
     }
-    // Half of a left edge between a frame pair and a field pair.
-    static void FilterLumaMixed(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int)
+    // A left edge between a frame pair and a field pair, in two parts with a record each.
+    static void FilterLumaMixed(Sample* p, ptrdiff_t Gap, ptrdiff_t Step, const kernels::EdgeParams (&Params)[2], int)
     {
-        kernels::FilterLumaMixed_px(p, Step, pParams);
+        kernels::g_Kernels.FilterLumaMixed(p, Gap, Step, Params);
     }
     template <int kHeight>
-    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
-                                  const kernels::EdgeParams* pParamsV, int)
+    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Gap, ptrdiff_t Step,
+                                  const kernels::EdgeParams (&ParamsU)[2], const kernels::EdgeParams (&ParamsV)[2], int)
     {
-        kernels::FilterChromaMixed_px(pU, pV, Step, kHeight, pParamsU, pParamsV);
+        (kHeight == 16 ? kernels::g_Kernels.FilterChroma422Mixed
+                       : kernels::g_Kernels.FilterChromaMixed)(pU, pV, Gap, Step, ParamsU, ParamsV);
     }
 };
 
@@ -294,15 +295,17 @@ struct CodecTraits<uint16_t> {
         (Direction == 0 ? kernels::g_Kernels.FilterChromaVerticalDeep : kernels::g_Kernels.FilterChromaHorizontalDeep)(
             pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
     }
-    static void FilterLumaMixed(Sample* p, ptrdiff_t Step, const kernels::EdgeParams* pParams, int Depth)
+    static void FilterLumaMixed(Sample* p, ptrdiff_t Gap, ptrdiff_t Step, const kernels::EdgeParams (&Params)[2],
+                                int Depth)
     {
-        kernels::FilterLumaMixedDeep_px(p, Step, pParams, Depth);
+        kernels::FilterLumaMixedDeep_px(p, Gap, Step, Params, Depth);
     }
     template <int kHeight>
-    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Step, const kernels::EdgeParams* pParamsU,
-                                  const kernels::EdgeParams* pParamsV, int Depth)
+    static void FilterChromaMixed(Sample* pU, Sample* pV, ptrdiff_t Gap, ptrdiff_t Step,
+                                  const kernels::EdgeParams (&ParamsU)[2], const kernels::EdgeParams (&ParamsV)[2],
+                                  int Depth)
     {
-        kernels::FilterChromaMixedDeep_px(pU, pV, Step, kHeight, pParamsU, pParamsV, Depth);
+        kernels::FilterChromaMixedDeep_px(pU, pV, Gap, Step, kHeight, ParamsU, ParamsV, Depth);
     }
 };
 

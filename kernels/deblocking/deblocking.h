@@ -36,12 +36,16 @@ FilterChromaEdgesSig FilterChromaHorizontal_px, FilterChromaHorizontal_w7, Filte
 FilterChromaEdgesSig FilterChroma422Vertical_px, FilterChroma422Vertical_w7, FilterChroma422Vertical_v8;
 FilterChromaEdgesSig FilterChroma422Horizontal_px, FilterChroma422Horizontal_w7, FilterChroma422Horizontal_v8;
 
-// Half of the left edge where a frame pair and a field pair of an MBAFF frame meet: 8 rows of luma, or Height / 2 of
-// either chroma plane, Height being 8 for 4:2:0 and 16 for 4:2:2. The rows, which need not lie next to each other, are
-// those beside one macroblock. Strength[0..3] serve a quarter of them each, and thresholds 0; plain C++ alone.
-void FilterLumaMixed_px(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams);
-void FilterChromaMixed_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, int Height, const EdgeParams* pParamsU,
-                          const EdgeParams* pParamsV);
+// The left edge where a frame pair and a field pair of an MBAFF frame meet. Its rows are in two parts, each beside one
+// macroblock: Gap bytes lie between the first rows of both, and Step bytes between rows of a part. The parts have
+// records of their own, of which Strength[0..3] serve a quarter of the rows each, and thresholds 0. Parts of luma are 8
+// rows high, those of chroma 4, or 8 in 4:2:2.
+using FilterMixedSig = void(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams);
+FilterMixedSig FilterLumaMixed_px, FilterLumaMixed_w7, FilterLumaMixed_v8;
+using FilterChromaMixedSig = void(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
+                                  const EdgeParams* pParamsU, const EdgeParams* pParamsV);
+FilterChromaMixedSig FilterChromaMixed_px, FilterChromaMixed_w7, FilterChromaMixed_v8;
+FilterChromaMixedSig FilterChroma422Mixed_px, FilterChroma422Mixed_w7, FilterChroma422Mixed_v8;
 
 // ---- Samples of 2 bytes ------------------------------------------------------------------------------------
 //
@@ -54,8 +58,9 @@ using FilterChromaEdgesDeepSig = void(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrd
                                       const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
 FilterChromaEdgesDeepSig FilterChromaVerticalDeep_px, FilterChromaVerticalDeep_w7;
 FilterChromaEdgesDeepSig FilterChromaHorizontalDeep_px, FilterChromaHorizontalDeep_w7;
-void FilterLumaMixedDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
-void FilterChromaMixedDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+// Where pairs of both kinds meet: plain C++ alone.
+void FilterLumaMixedDeep_px(uint16_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams, int Depth);
+void FilterChromaMixedDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step, int Height,
                               const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth);
 
 } // namespace kernels

@@ -117,10 +117,12 @@ template <class Sample>
 }
 
 template <class Sample>
-void FilterLumaMixed(Sample* pPlane, ptrdiff_t Step, const EdgeParams& Params, int Depth)
+void FilterLumaMixed(Sample* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
 {
-    for (int Line = 0; Line < 8; ++Line)
-        FilterLumaLine(pPlane + Line * Step, 1, PieceOf(Params, 0, Params.Strength[Line / 2], Depth));
+    for (int Part = 0; Part < 2; ++Part)
+        for (int Line = 0; Line < 8; ++Line)
+            FilterLumaLine(pPlane + Part * Gap + Line * Step, 1,
+                           PieceOf(pParams[Part], 0, pParams[Part].Strength[Line / 2], Depth));
 }
 
 // The edges of chroma, 4 samples apart, are every EdgeStep-th one of luma; each has so many Lines.
@@ -155,14 +157,15 @@ template <class Sample>
 }
 
 template <class Sample>
-void FilterChromaMixed(Sample* pPlane, ptrdiff_t Step, int Lines, const EdgeParams& Params, const uint8_t pStrength[4],
-                       int Depth)
+void FilterChromaMixed(Sample* pPlane, ptrdiff_t Gap, ptrdiff_t Step, int Height, const EdgeParams* pParams,
+                       const EdgeParams* pStrengths, int Depth)
 {
-    for (int Line = 0; Line < Lines; ++Line) {
-        const Piece With = PieceOf(Params, 0, pStrength[Line * 4 / Lines], Depth);
-        Sample* const pQ = pPlane + Line * Step;
-        if (With.Strength != 0 && Filters(pQ, 1, With)) FilterChromaSample(pQ, 1, With);
-    }
+    for (int Part = 0; Part < 2; ++Part)
+        for (int Line = 0; Line < Height / 2; ++Line) {
+            const Piece With = PieceOf(pParams[Part], 0, pStrengths[Part].Strength[Line * 8 / Height], Depth);
+            Sample* const pQ = pPlane + Part * Gap + Line * Step;
+            if (With.Strength != 0 && Filters(pQ, 1, With)) FilterChromaSample(pQ, 1, With);
+        }
 }
 
 } // namespace
@@ -201,16 +204,23 @@ void FilterChroma422Horizontal_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
     FilterChromaHorizontal(pPlaneU, pPlaneV, Step, 16, *pParamsU, *pParamsV, 8);
 }
 
-void FilterLumaMixed_px(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
+void FilterLumaMixed_px(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams)
 {
-    FilterLumaMixed(pPlane, Step, *pParams, 8);
+    FilterLumaMixed(pPlane, Gap, Step, pParams, 8);
 }
 
-void FilterChromaMixed_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Step, int Height, const EdgeParams* pParamsU,
+void FilterChromaMixed_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParamsU,
                           const EdgeParams* pParamsV)
 {
-    FilterChromaMixed(pPlaneU, Step, Height / 2, *pParamsU, pParamsU->Strength, 8);
-    FilterChromaMixed(pPlaneV, Step, Height / 2, *pParamsV, pParamsU->Strength, 8);
+    FilterChromaMixed(pPlaneU, Gap, Step, 8, pParamsU, pParamsU, 8);
+    FilterChromaMixed(pPlaneV, Gap, Step, 8, pParamsV, pParamsU, 8);
+}
+
+void FilterChroma422Mixed_px(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
+                             const EdgeParams* pParamsU, const EdgeParams* pParamsV)
+{
+    FilterChromaMixed(pPlaneU, Gap, Step, 16, pParamsU, pParamsU, 8);
+    FilterChromaMixed(pPlaneV, Gap, Step, 16, pParamsV, pParamsU, 8);
 }
 
 // Steps of the functions below come in bytes.
@@ -236,16 +246,16 @@ void FilterChromaHorizontalDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff
     FilterChromaHorizontal(pPlaneU, pPlaneV, Step / 2, Height, *pParamsU, *pParamsV, Depth);
 }
 
-void FilterLumaMixedDeep_px(uint16_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
+void FilterLumaMixedDeep_px(uint16_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams, int Depth)
 {
-    FilterLumaMixed(pPlane, Step / 2, *pParams, Depth);
+    FilterLumaMixed(pPlane, Gap / 2, Step / 2, pParams, Depth);
 }
 
-void FilterChromaMixedDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Step, int Height,
+void FilterChromaMixedDeep_px(uint16_t* pPlaneU, uint16_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step, int Height,
                               const EdgeParams* pParamsU, const EdgeParams* pParamsV, int Depth)
 {
-    FilterChromaMixed(pPlaneU, Step / 2, Height / 2, *pParamsU, pParamsU->Strength, Depth);
-    FilterChromaMixed(pPlaneV, Step / 2, Height / 2, *pParamsV, pParamsU->Strength, Depth);
+    FilterChromaMixed(pPlaneU, Gap / 2, Step / 2, Height, pParamsU, pParamsU, Depth);
+    FilterChromaMixed(pPlaneV, Gap / 2, Step / 2, Height, pParamsV, pParamsU, Depth);
 }
 
 } // namespace kernels

@@ -23,6 +23,13 @@ inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChroma422Vertical{
 inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChroma422Horizontal{
     "FilterChroma422Horizontal",
     {FilterChroma422Horizontal_px, nullptr, FilterChroma422Horizontal_w7, nullptr, FilterChroma422Horizontal_v8}};
+inline constexpr KernelRow<FilterMixedSig> kFilterLumaMixed{
+    "FilterLumaMixed", {FilterLumaMixed_px, nullptr, FilterLumaMixed_w7, nullptr, FilterLumaMixed_v8}};
+inline constexpr KernelRow<FilterChromaMixedSig> kFilterChromaMixed{
+    "FilterChromaMixed", {FilterChromaMixed_px, nullptr, FilterChromaMixed_w7, nullptr, FilterChromaMixed_v8}};
+inline constexpr KernelRow<FilterChromaMixedSig> kFilterChroma422Mixed{
+    "FilterChroma422Mixed",
+    {FilterChroma422Mixed_px, nullptr, FilterChroma422Mixed_w7, nullptr, FilterChroma422Mixed_v8}};
 inline constexpr KernelRow<FilterEdgesDeepSig> kFilterLumaVerticalDeep{
     "FilterLumaVerticalDeep", {FilterLumaVerticalDeep_px, nullptr, FilterLumaVerticalDeep_w7}};
 inline constexpr KernelRow<FilterEdgesDeepSig> kFilterLumaHorizontalDeep{

@@ -42,6 +42,17 @@ INLINE __m128i ClipsOfBothPlanes(ClipTable Table, __m128i Strength)
     return _mm_shuffle_epi8(Table, _mm_add_epi8(Strength, SecondTable));
 }
 
+INLINE ClipTable JoinFourClips(ClipTable a, ClipTable b, ClipTable c, ClipTable d)
+{
+    return _mm_unpacklo_epi64(_mm_unpacklo_epi32(a, b), _mm_unpacklo_epi32(c, d));
+}
+
+INLINE __m128i ClipsOfFour(ClipTable Table, __m128i Strength)
+{
+    const __m128i OfQuarter = _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12);
+    return _mm_shuffle_epi8(Table, _mm_add_epi8(Strength, OfQuarter));
+}
+
 #include "kernels/deblocking/deblocking_lines.inc"
 
 } // namespace
@@ -78,6 +89,23 @@ void FilterChroma422Horizontal_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
                                   const EdgeParams* pParamsV)
 {
     FilterChroma422Horizontal(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
+}
+
+void FilterLumaMixed_v8(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams)
+{
+    FilterLumaMixed(pPlane, Gap, Step, pParams);
+}
+
+void FilterChromaMixed_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParamsU,
+                          const EdgeParams* pParamsV)
+{
+    FilterChromaMixed(pPlaneU, pPlaneV, Gap, Step, pParamsU, pParamsV);
+}
+
+void FilterChroma422Mixed_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
+                             const EdgeParams* pParamsU, const EdgeParams* pParamsV)
+{
+    FilterChroma422Mixed(pPlaneU, pPlaneV, Gap, Step, pParamsU, pParamsV);
 }
 
 } // namespace kernels

@@ -60,6 +60,16 @@ INLINE __m128i ClipsOfLines(const ClipTable& Table, __m128i Strength)
 
 INLINE __m128i ClipsOfBothPlanes(const ClipTable& Table, __m128i Strength) { return ClipsOfLines(Table, Strength); }
 
+INLINE ClipTable JoinFourClips(const ClipTable& a, const ClipTable& b, const ClipTable& c, const ClipTable& d)
+{
+    ClipTable Joint{};
+    for (int i = 1; i < 4; ++i)
+        Joint.Of[i] = _mm_unpacklo_epi64(_mm_unpacklo_epi32(a.Of[i], b.Of[i]), _mm_unpacklo_epi32(c.Of[i], d.Of[i]));
+    return Joint;
+}
+
+INLINE __m128i ClipsOfFour(const ClipTable& Table, __m128i Strength) { return ClipsOfLines(Table, Strength); }
+
 #include "kernels/deblocking/deblocking_lines.inc"
 
 } // namespace
@@ -96,6 +106,23 @@ void FilterChroma422Horizontal_w7(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
                                   const EdgeParams* pParamsV)
 {
     FilterChroma422Horizontal(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
+}
+
+void FilterLumaMixed_w7(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams)
+{
+    FilterLumaMixed(pPlane, Gap, Step, pParams);
+}
+
+void FilterChromaMixed_w7(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParamsU,
+                          const EdgeParams* pParamsV)
+{
+    FilterChromaMixed(pPlaneU, pPlaneV, Gap, Step, pParamsU, pParamsV);
+}
+
+void FilterChroma422Mixed_w7(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
+                             const EdgeParams* pParamsU, const EdgeParams* pParamsV)
+{
+    FilterChroma422Mixed(pPlaneU, pPlaneV, Gap, Step, pParamsU, pParamsV);
 }
 
 } // namespace kernels

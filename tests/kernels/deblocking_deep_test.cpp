@@ -167,34 +167,57 @@ TEST(FilterChromaDeep, IsAsTheStandardHasIt)
 
 // ---- Left edges between frame and field pairs --------------------------------------------------------------
 
-// Half of the rows of a macroblock, every second one here, in one plane; four strengths for all of them.
-template <class Sample>
-void FilterMixed(Area<Sample>& a, int Rows, bool IsChroma, const EdgeParams& Params, const EdgeParams& Strengths,
-                 int Depth)
-{
-    for (int Row = 0; Row < Rows; ++Row) {
-        const int bS = Strengths.Strength[Row * 4 / Rows];
-        const test::EdgeThresholds t{Params.Alpha[0], Params.Beta[0], bS < 4 ? Params.Clip[0][bS] : 0};
-        test::FilterLine(a.Macroblock() + 2 * Row * a.Pitch, 1, bS, t, IsChroma, Depth);
+// Where the two parts of the rows lie: every second row, or one half behind the other. In samples of one plane.
+struct Parts {
+    ptrdiff_t Gap, Step;
+    Parts(int Round, ptrdiff_t Pitch, int Height)
+        : Gap(Round & 1 ? Height / 2 * Pitch : Pitch), Step(Round & 1 ? Pitch : 2 * Pitch)
+    {
     }
+};
+
+// Both parts of a macroblock's rows, with a record and four strengths each.
+template <class Sample>
+void FilterMixed(Area<Sample>& a, const Parts& p, int Height, bool IsChroma, const EdgeParams* pParams,
+                 const EdgeParams* pStrengths, int Depth)
+{
+    for (int Part = 0; Part < 2; ++Part)
+        for (int Row = 0; Row < Height / 2; ++Row) {
+            const EdgeParams& Params = pParams[Part];
+            const int bS = pStrengths[Part].Strength[Row * 8 / Height];
+            const test::EdgeThresholds t{Params.Alpha[0], Params.Beta[0], bS < 4 ? Params.Clip[0][bS] : 0};
+            test::FilterLine(a.Macroblock() + Part * p.Gap + Row * p.Step, 1, bS, t, IsChroma, Depth);
+        }
 }
+
+struct MixedParams {
+    EdgeParams u[2], v[2];
+    MixedParams(TestRandom& Rng, int Round)
+        : u{RandomParams(Rng, kStrengths[Round % 5]), RandomParams(Rng, kStrengths[Round / 5 % 5])},
+          v{RandomParams(Rng, Strengths::All), RandomParams(Rng, Strengths::All)}
+    {
+    }
+};
 
 TEST(FilterMixedEdges, IsAsTheStandardHasIt)
 {
     TestRandom Rng;
     SCOPED_TRACE(Rng.Seed());
     for (int Round = 0; Round < kRounds; ++Round) {
-        const EdgeParams U = RandomParams(Rng, kStrengths[Round % 5]), V = RandomParams(Rng, Strengths::All);
+        const MixedParams Of(Rng, Round);
         Area<uint8_t> Luma = Narrow(Rng, Round, 16, 16), WantLuma = Luma;
-        FilterMixed(WantLuma, 8, false, U, U, 8);
-        FilterLumaMixed_px(Luma.Macroblock(), 2 * Luma.Step(), &U);
+        const Parts p(Round, Luma.Pitch, 16);
+        FilterMixed(WantLuma, p, 16, false, Of.u, Of.u, 8);
+        FilterLumaMixed_px(Luma.Macroblock(), p.Gap, p.Step, Of.u);
         ASSERT_EQ(Luma.Samples, WantLuma.Samples) << Round;
         for (const int Height : {8, 16}) {
             Area<uint8_t> Cb = Narrow(Rng, Round, 8, Height), Cr = Narrow(Rng, Round, 8, Height), WantCb = Cb,
                           WantCr = Cr;
-            FilterMixed(WantCb, Height / 2, true, U, U, 8);
-            FilterMixed(WantCr, Height / 2, true, V, U, 8);
-            FilterChromaMixed_px(Cb.Macroblock(), Cr.Macroblock(), 2 * Cb.Step(), Height, &U, &V);
+            const Parts c(Round, Cb.Pitch, Height);
+            FilterMixed(WantCb, c, Height, true, Of.u, Of.u, 8);
+            FilterMixed(WantCr, c, Height, true, Of.v, Of.u, 8);
+            (Height == 8 ? FilterChromaMixed_px : FilterChroma422Mixed_px)(Cb.Macroblock(), Cr.Macroblock(), c.Gap,
+                                                                           c.Step, Of.u, Of.v);
             ASSERT_EQ(Cb.Samples, WantCb.Samples) << Round;
             ASSERT_EQ(Cr.Samples, WantCr.Samples) << Round;
         }
@@ -207,21 +230,60 @@ TEST(FilterMixedEdges, OfDeepSamplesAreAsTheStandardHasThem)
     SCOPED_TRACE(Rng.Seed());
     for (const int Depth : {8, 10, 14})
         for (int Round = 0; Round < kRounds; ++Round) {
-            const EdgeParams U = RandomParams(Rng, kStrengths[Round % 5]), V = RandomParams(Rng, Strengths::All);
+            const MixedParams Of(Rng, Round);
             auto Luma = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 16, 16), Depth), WantLuma = Luma;
-            FilterMixed(WantLuma, 8, false, U, U, Depth);
-            FilterLumaMixedDeep_px(Luma.Macroblock(), 2 * Luma.Step(), &U, Depth);
+            const Parts p(Round, Luma.Pitch, 16);
+            FilterMixed(WantLuma, p, 16, false, Of.u, Of.u, Depth);
+            FilterLumaMixedDeep_px(Luma.Macroblock(), 2 * p.Gap, 2 * p.Step, Of.u, Depth);
             ASSERT_EQ(Luma.Samples, WantLuma.Samples) << Depth << ", " << Round;
-            const int Height = Round & 1 ? 16 : 8;
+            const int Height = Round & 2 ? 16 : 8;
             auto Cb = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 8, Height), Depth), WantCb = Cb;
             auto Cr = OfDepth<uint16_t>(Rng, Narrow(Rng, Round, 8, Height), Depth), WantCr = Cr;
-            FilterMixed(WantCb, Height / 2, true, U, U, Depth);
-            FilterMixed(WantCr, Height / 2, true, V, U, Depth);
-            FilterChromaMixedDeep_px(Cb.Macroblock(), Cr.Macroblock(), 2 * Cb.Step(), Height, &U, &V, Depth);
+            const Parts c(Round, Cb.Pitch, Height);
+            FilterMixed(WantCb, c, Height, true, Of.u, Of.u, Depth);
+            FilterMixed(WantCr, c, Height, true, Of.v, Of.u, Depth);
+            FilterChromaMixedDeep_px(Cb.Macroblock(), Cr.Macroblock(), 2 * c.Gap, 2 * c.Step, Height, Of.u, Of.v,
+                                     Depth);
             ASSERT_EQ(Cb.Samples, WantCb.Samples) << Depth << ", " << Round;
             ASSERT_EQ(Cr.Samples, WantCr.Samples) << Depth << ", " << Round;
         }
 }
+
+// Strengths of 4 beside others too: an intra macroblock may lie beside one part alone.
+void CheckLumaMixed(FilterMixedSig* pFn, FilterMixedSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < 8 * kRounds; ++Round) {
+        const MixedParams Of(Rng, Round);
+        Area<uint8_t> Got = Narrow(Rng, Round, 16, 16), Want = Got;
+        const Parts p(Round, Got.Pitch, 16);
+        pReference(Want.Macroblock(), p.Gap, p.Step, Of.u);
+        pFn(Got.Macroblock(), p.Gap, p.Step, Of.u);
+        ASSERT_EQ(Got.Samples, Want.Samples) << "round " << Round;
+    }
+}
+KERNEL_TEST(FilterLumaMixed, CheckLumaMixed);
+
+template <int Height>
+void CheckChromaMixed(FilterChromaMixedSig* pFn, FilterChromaMixedSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (int Round = 0; Round < 8 * kRounds; ++Round) {
+        const MixedParams Of(Rng, Round);
+        const EdgeParams* const pV = Rng.Range(0, 1) ? Of.v : Of.u;
+        Area<uint8_t> GotU = Narrow(Rng, Round, 8, Height), GotV = Narrow(Rng, Round + 1, 8, Height);
+        Area<uint8_t> WantU = GotU, WantV = GotV;
+        const Parts p(Round, GotU.Pitch, Height);
+        pReference(WantU.Macroblock(), WantV.Macroblock(), p.Gap, p.Step, Of.u, pV);
+        pFn(GotU.Macroblock(), GotV.Macroblock(), p.Gap, p.Step, Of.u, pV);
+        ASSERT_EQ(GotU.Samples, WantU.Samples) << "round " << Round;
+        ASSERT_EQ(GotV.Samples, WantV.Samples) << "round " << Round;
+    }
+}
+KERNEL_TEST(FilterChromaMixed, CheckChromaMixed<8>);
+KERNEL_TEST(FilterChroma422Mixed, CheckChromaMixed<16>);
 
 // ---- Variants ----------------------------------------------------------------------------------------------
 
