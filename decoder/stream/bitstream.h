@@ -95,6 +95,11 @@ public:
     // Position, for the CABAC engine and for PCM samples.
     const uint32_t* Word() const { return m_pCurrent; }
     int32_t BitOffset() const { return m_BitOffset; }
+    void GoTo(const uint32_t* pWord, int32_t BitOffset)
+    {
+        m_pCurrent = pWord;
+        m_BitOffset = BitOffset;
+    }
     void SetBitPosition(uint32_t Bits)
     {
         m_pCurrent = m_pBase + Bits / 32;

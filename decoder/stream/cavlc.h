@@ -34,7 +34,8 @@ struct CavlcTables {
     VlcTable TotalZeros4x4[16];
     VlcTable TotalZerosChromaDc420[4];
     VlcTable TotalZerosChromaDc422[8];
-    VlcTable RunBefore[8]; // by zeros left, 7 for all above 6
+    VlcTable RunBefore;             // with more than 6 zeros left
+    VlcTable::Entry ShortRun[8][8]; // by zeros left, 7 for all above 6, and three bits; length 0: a longer code
 };
 extern const CavlcTables g_CavlcTables;
 
@@ -44,8 +45,18 @@ struct CavlcBlock {
     uint8_t Position[16];
 };
 
-// Reads a block of MaxCoeffs (16, 15, 8 or 4) coefficients and returns total_coeff. nC is -1 or -2 for chroma DC.
-// Throws h264_exception on a code that does not exist.
-int ReadCavlcBlock(H264Bitstream& Bitstream, int nC, int MaxCoeffs, CavlcBlock& Block);
+// Reads a block and returns total_coeff. Throws h264_exception on a code that does not exist. Of MaxCoeffs, 16 or 15,
+// coefficients; the DC levels of chroma in 4:2:0 and 4:2:2.
+int ReadCavlcBlock4x4(H264Bitstream& Bits, int nC, int MaxCoeffs, CavlcBlock& Block);
+int ReadCavlcDc420(H264Bitstream& Bits, CavlcBlock& Block);
+int ReadCavlcDc422(H264Bitstream& Bits, CavlcBlock& Block);
+
+// The one that MaxCoeffs, 16, 15, 8 or 4, says. nC is -1 or -2 for chroma DC.
+inline int ReadCavlcBlock(H264Bitstream& Bits, int nC, int MaxCoeffs, CavlcBlock& Block)
+{
+    if (MaxCoeffs == 4) return ReadCavlcDc420(Bits, Block);
+    if (MaxCoeffs == 8) return ReadCavlcDc422(Bits, Block);
+    return ReadCavlcBlock4x4(Bits, nC, MaxCoeffs, Block);
+}
 
 } // namespace UMC

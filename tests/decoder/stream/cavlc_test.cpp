@@ -65,7 +65,19 @@ TEST(CavlcTables, EveryCodeDecodesToItself)
     for (int i = 1; i < 16; ++i) Check(g_CavlcTables.TotalZeros4x4[i], h264::kTotalZeros4x4[i], 16);
     for (int i = 1; i < 4; ++i) Check(g_CavlcTables.TotalZerosChromaDc420[i], h264::kTotalZerosChromaDc420[i], 4);
     for (int i = 1; i < 8; ++i) Check(g_CavlcTables.TotalZerosChromaDc422[i], h264::kTotalZerosChromaDc422[i], 8);
-    for (int i = 1; i < 8; ++i) Check(g_CavlcTables.RunBefore[i], h264::kRunBefore[i], 15);
+    Check(g_CavlcTables.RunBefore, h264::kRunBefore[7], 15);
+    for (int i = 1; i < 8; ++i)
+        for (uint32_t Bits = 0; Bits < 8; ++Bits) {
+            const VlcTable::Entry& Found = g_CavlcTables.ShortRun[i][Bits];
+            if (i == 7 && Bits == 0) {
+                EXPECT_EQ(Found.Length, 0) << "a longer code";
+                continue;
+            }
+            ASSERT_LT(Found.Value, 15);
+            const h264::VlcCode& Code = h264::kRunBefore[i][Found.Value];
+            EXPECT_EQ(Found.Length, Code.Length);
+            EXPECT_EQ(Bits >> (3 - Found.Length), Code.Code);
+        }
 }
 
 // Writes one level behind the trailing ones, by clause 9.2.2.1 turned round.
