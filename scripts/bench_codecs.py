@@ -2,6 +2,10 @@
 """Whole codecs side by side on one core: frames a second, rate, quality and instructions a picture.
 
 Usage: bench_codecs.py BUILD [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind] [--record FILE]
+                       [--field-stream FILE.264]
+
+The streams of the decoders are made on the spot, but for one of field pictures, which no encoder here writes: without
+--field-stream it is left out. Of an interlaced stream a picture is a frame, both of its fields.
 
 Every row is also kept as a line of JSON with the commit, in build/bench.jsonl unless --record says otherwise:
 bench_compare.py compares two commits.
@@ -22,7 +26,12 @@ STREAMS = {
     "Main profile, CABAC, one reference, no B pictures": "--profile main --ref 1 --bframes 0",
     "Baseline profile, CAVLC, four slices": "--profile baseline --ref 1 --slices 4",
     "High profile, CABAC, three references, B pictures, 8x8 transform": "--profile high --ref 3 --bframes 2 --b-adapt 0",
+    "Main profile, CAVLC, three references, B pictures, temporal direct":
+        "--profile main --no-cabac --ref 3 --bframes 2 --b-adapt 0 --direct temporal",
 }
+# At its own size and rate.
+PAIRS = ("High profile, 1080 lines in pairs of frame and field macroblocks, CABAC, B pictures",
+         "--profile high --tff --ref 3 --bframes 2 --b-adapt 0", "1920x1080", 8000)
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 
@@ -66,9 +75,9 @@ def luma_psnr(stream, source, fps):
     return float(re.search(r"PSNR y:([\d.]+|inf)", text).group(1))
 
 
-def render(build, source, fps, frames):
+def render(build, source, fps, frames, size="1280x720"):
     """The scene that the codecs are compared on."""
-    run(build / "camera_scene", "-o", source, "--size", "1280x720", "--fps", fps, "--frames", frames)
+    run(build / "camera_scene", "-o", source, "--size", size, "--fps", fps, "--frames", frames)
 
 
 def peer_stream(source, kbps, stream, options=next(iter(STREAMS.values()))):
@@ -123,15 +132,15 @@ class Bench:
             self.keep(what="encode", codec=e, stream=f"{kbps} kb/s", frames_per_second=report["frames_per_second"], kbps=rate,
                       psnr_y=psnr, million_instructions=count)
 
-    def decode(self, kbps, kind, stream):
-        print(f"\nDecoding {kbps} kb/s ({kind}), one core\n")
+    def decode(self, name, stream):
+        print(f"\nDecoding {name}, one core\n")
         row("decoder", "frames/s", "million instructions a picture")
         row("---", "---:", "---:")
         commands = {d: [self.program, "decode", d, stream] for d in available(self.program, "decode", DECODERS, stream)}
         for d, report in interleaved(commands, self.rounds).items():
             count = self.instructions(commands[d], report)
             row(d, f"{report['frames_per_second']:.0f}", f"{count:.1f}" if count else "-")
-            self.keep(what="decode", codec=d, stream=f"{kbps} kb/s, {kind}", frames_per_second=report["frames_per_second"],
+            self.keep(what="decode", codec=d, stream=name, frames_per_second=report["frames_per_second"],
                       million_instructions=count)
 
 
@@ -143,6 +152,7 @@ def main():
     parser.add_argument("--rates", default="1500,4000")
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--no-callgrind", action="store_true")
+    parser.add_argument("--field-stream", type=pathlib.Path)
     parser.add_argument("--record", type=pathlib.Path, default=ROOT / "build" / "bench.jsonl")
     args = parser.parse_args()
     bench, fps = Bench(args), 30
@@ -156,7 +166,13 @@ def main():
             for kind, options in STREAMS.items():
                 stream = folder / "peer.264"
                 peer_stream(source, kbps, stream, options)
-                bench.decode(kbps, kind, stream)
+                bench.decode(f"{kbps} kb/s, {kind}", stream)
+        kind, options, size, kbps = PAIRS
+        render(args.build, folder / "pairs.y4m", fps, args.frames, size)
+        peer_stream(folder / "pairs.y4m", kbps, folder / "pairs.264", options)
+        bench.decode(f"{kbps} kb/s, {kind}", folder / "pairs.264")
+    if args.field_stream:
+        bench.decode(f"field pictures, {args.field_stream.name}", args.field_stream)
 
 
 if __name__ == "__main__":
