@@ -113,6 +113,34 @@ TEST_F(DirectPairs, MoveWhereTheColocatedMacroblockIsIntra)
     EXPECT_EQ(h264::AsWord(m_Mv[0][10 * 16 + 8]), h264::AsWord({8, 8}));
 }
 
+// One prediction does for all of it then, and the edge filter finds no edges inside.
+TEST_F(DirectPairs, AreOneBlockWhereAllQuadrantsMoveAlike)
+{
+    const auto IsOneBlock = [&](int Mb) {
+        return (m_Global[static_cast<size_t>(Mb)].MbFlags & MBFLAG_ONE_MOTION) != 0;
+    };
+    SetCol(false, 0, {0, 0});
+    Derive(11, false);
+    EXPECT_TRUE(IsOneBlock(11));
+    for (size_t i = 11 * 16; i < 12 * 16; ++i) {
+        EXPECT_EQ(h264::AsWord(m_Mv[0][i]), 0u);
+        EXPECT_EQ(m_Ref[0][i], 0);
+    }
+    for (const int Corner : {0, 3, 12, 15}) {
+        StillQuadrants(11, false, false, 11, Corner);
+        EXPECT_FALSE(IsOneBlock(11)) << Corner;
+    }
+    m_Slice.m_Header.direct_spatial_mv_pred_flag = 0;
+    for (ReferenceSet& Set : m_pCursor->Slice.References.Sets)
+        for (int32_t& Factor : Set.Tables.DistScaleFactor) Factor = kNotScaled;
+    SetCol(false, 0, {4, -7});
+    Derive(11, false);
+    EXPECT_TRUE(IsOneBlock(11));
+    m_ColMv[0][11 * 16 + 12] = {4, -8};
+    Derive(11, false);
+    EXPECT_FALSE(IsOneBlock(11));
+}
+
 TEST_F(DirectPairs, TakeTheTemporalReferenceInTheirOwnKind)
 {
     m_Slice.m_Header.direct_spatial_mv_pred_flag = 0;

@@ -123,6 +123,22 @@ TEST_F(Strengths, CompareVectorsOfSingleBlocks)
     ExpectEdges(Find(), 1, 0, 0x010000, 0x010000, 0);
 }
 
+TEST_F(Strengths, CompareQuadrantsThatAreNotDivided)
+{
+    m_Global[5].MbType = MBTYPE_INTER8x8;
+    m_Global[5].MbFlags = 0;
+    for (const int i : {2, 3, 6, 7}) SetBlock(5, i, 0, {8, 0});
+    ExpectEdges(Find(), 0, 0, 0, 0x0101, 0);
+    ExpectEdges(Find(), 1, 0x01010000, 0, 0x01010000, 0);
+    for (const int i : {8, 9, 12, 13}) SetBlock(5, i, 0, {0, 8});
+    ExpectEdges(Find(), 0, 0x01010000, 0, kAll, 0);
+    ExpectEdges(Find(), 1, 0x01010000, 0, kAll, 0);
+    m_Global[4].MbFlags = 0;
+    m_Global[4].SubBlockType[1] = SHAPE_QUARTERS; // the neighbour is divided
+    SetBlock(4, 7, 0, {8, 0});
+    ExpectEdges(Find(), 0, 0x01010100, 0, kAll, 0);
+}
+
 TEST_F(Strengths, TakeOnePictureUnderTwoIndicesForTheSame)
 {
     SetMotion(5, 1, {0, 0});
