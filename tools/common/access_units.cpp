@@ -1,5 +1,7 @@
 #include "tools/common/access_units.h"
 
+#include "Common/h264/profiles.h"
+
 #include <map>
 
 namespace {
@@ -66,10 +68,7 @@ void SkipScalingList(UnitReader& Reader, int Count)
     }
 }
 
-bool IsHighFamily(uint32_t Profile)
-{
-    return Profile == 100 || Profile == 110 || Profile == 122 || Profile == 244 || Profile == 144 || Profile == 44;
-}
+bool IsHigh(uint32_t Profile) { return h264::IsHighFamily(Profile) || Profile == 244 || Profile == 44; }
 
 struct Sequence {
     uint32_t Id = 0, FrameNumBits = 4;
@@ -86,14 +85,15 @@ Sequence ReadSequence(std::span<const uint8_t> Unit)
     Reader.Bits(16);
     Set.Id = Reader.UE();
     uint32_t Chroma = 1;
-    if (IsHighFamily(Profile)) {
+    if (IsHigh(Profile)) {
         Chroma = Reader.UE();
-        if (Chroma == 3) Set.bSeparatePlanes = Reader.Bits(1);
+        const bool bPredictive = Chroma == 3 && Profile != h264::kHigh444Profile;
+        if (Chroma == 3) Set.bSeparatePlanes = Reader.Bits(1) && bPredictive; // elsewhere a colour transform
         Reader.UE();
         Reader.UE();
         Reader.Bits(1);
         if (Reader.Bits(1))
-            for (int i = 0; i < (Chroma == 3 ? 12 : 8); ++i)
+            for (int i = 0; i < (bPredictive ? 12 : 8); ++i)
                 if (Reader.Bits(1)) SkipScalingList(Reader, i < 6 ? 16 : 64);
     }
     Set.FrameNumBits = (Reader.UE() & 15) + 4;

@@ -22,7 +22,7 @@ struct Place {
 void Choose(const Place& Wanted);
 
 struct State {
-    Place Wanted, Current;
+    Place Wanted{-1, -1, -1}, Current; // none is wanted
     bool IsListed = false; // the macroblock in hand is the wanted one
 };
 extern State g_State;
