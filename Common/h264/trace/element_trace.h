@@ -23,7 +23,7 @@ void Choose(const Place& Wanted);
 
 struct State {
     Place Wanted{-1, -1, -1}, Current; // none is wanted
-    bool IsListed = false; // the macroblock in hand is the wanted one
+    bool IsListed = false;             // the macroblock in hand is the wanted one
 };
 extern State g_State;
 
