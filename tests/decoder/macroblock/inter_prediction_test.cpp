@@ -145,11 +145,12 @@ int Weighted(int a, int b, uint32_t Lists, const Weight (&w)[2], int LogDenom, i
 TEST(InterPrediction, ExplicitWeightsAtTheirBounds)
 {
     struct Case {
-        int32_t Denominator, Weight0, Weight1; // their sum is -128 up to 128, or 127 with a denominator of 7
+        int32_t Denominator, Weight0, Weight1; // their sum is -128 up to 128, or 127 with a denominator of 7 if sent
     };
     for (const auto& [Denominator, Weight0, Weight1] :
          {Case{7, 127, 0}, Case{7, 0, 127}, Case{6, 127, 1}, Case{6, 1, 127}, Case{5, 64, 64}, Case{7, 127, -128},
-          Case{7, -128, 127}, Case{6, -128, 0}, Case{6, 0, -128}, Case{7, -1, 128}, Case{7, 128, -128}}) {
+          Case{7, -128, 127}, Case{6, -128, 0}, Case{6, 0, -128}, Case{7, -1, 128}, Case{7, 128, -128},
+          Case{7, 128, 128}}) {
         SCOPED_TRACE(testing::Message() << Denominator << ": " << Weight0 << ", " << Weight1);
         RandomStream In({.profile_idc = 77}, {.num_ref_idx = {1, 1}, .weighted_bipred_idc = 1}, 12);
         In.Start(2);
