@@ -89,7 +89,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
     Slice.m_pSeqParamSet = &Seq;
     Slice.m_pPicParamSet = &Pic;
     SliceHeaderTables Tables{};
-    if (!Slice.Init(Tables)) return 0;
+    for (;;) { // redundant slices are passed over
+        if (!Slice.Init(Tables)) return 0;
+        if (Slice.m_Header.redundant_pic_cnt == 0) break;
+        if (!Slice.ReadNextStart()) return 0;
+    }
     CheckSlice(Slice, Tables);
     bool Detached = false;
     const uint32_t Kept = Slice.KeepUnit(*pPiece, 1u << 16u, Detached);
