@@ -32,7 +32,7 @@ protected:
         static bool LumaDc(EntropyState& e, const MbState& Mb, const CountCache& Counts, Coeffs* pLevels)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(e.Bits, FindNc(Counts.NonZero[0] + kBlockCachePos[0]), 16, Block);
+            const int Count = ReadCavlcBlock4x4(e.Bits, FindNc(Counts.NonZero[0] + kBlockCachePos[0]), 16, Block);
             const uint8_t* const pScan = Scan4x4(Mb);
             for (int i = 0; i < Count; ++i) {
                 h264::trace::Level(Block.Position[i], Block.Level[i]);
@@ -90,7 +90,7 @@ protected:
                              Coeffs* pOut)
         {
             CavlcBlock Block;
-            const int Count = ReadCavlcBlock(e.Bits, FindNc(pCount), MaxCoeffs, Block);
+            const int Count = ReadCavlcBlock4x4(e.Bits, FindNc(pCount), MaxCoeffs, Block);
             *pCount = static_cast<uint8_t>(Count);
             const uint8_t* const pScan = Scan4x4(Mb) + (16 - MaxCoeffs);
             for (int i = 0; i < Count; ++i) {
@@ -133,7 +133,7 @@ bool ResidualDecoderCAVLC<Coeffs, color_format, is_field>::CavlcResidual<kMbaff>
     for (int Part = 0; Part < 4; ++Part) { // four interleaved lists
         CavlcBlock Block;
         uint8_t* const pCount = Counts.NonZero[0] + kBlockCachePos[Quadrant * 4 + Part];
-        const int Count = ReadCavlcBlock(e.Bits, FindNc(pCount), 16, Block);
+        const int Count = ReadCavlcBlock4x4(e.Bits, FindNc(pCount), 16, Block);
         *pCount = static_cast<uint8_t>(Count);
         for (int i = 0; i < Count; ++i) {
             const int Place = pScan[Block.Position[i] * 4 + Part];

@@ -51,11 +51,11 @@ int ReadCavlcBlock4x4(H264Bitstream& Bits, int nC, int MaxCoeffs, CavlcBlock& Bl
 int ReadCavlcDc420(H264Bitstream& Bits, CavlcBlock& Block);
 int ReadCavlcDc422(H264Bitstream& Bits, CavlcBlock& Block);
 
-// The one that MaxCoeffs, 16, 15, 8 or 4, says. nC is -1 or -2 for chroma DC.
+// The one that nC says: -1 and -2 are those of chroma DC.
 inline int ReadCavlcBlock(H264Bitstream& Bits, int nC, int MaxCoeffs, CavlcBlock& Block)
 {
-    if (MaxCoeffs == 4) return ReadCavlcDc420(Bits, Block);
-    if (MaxCoeffs == 8) return ReadCavlcDc422(Bits, Block);
+    if (nC == -1) return ReadCavlcDc420(Bits, Block);
+    if (nC == -2) return ReadCavlcDc422(Bits, Block);
     return ReadCavlcBlock4x4(Bits, nC, MaxCoeffs, Block);
 }
 

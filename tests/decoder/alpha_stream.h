@@ -5,23 +5,6 @@
 
 namespace test {
 
-// A sequence parameter set extension for set 0.
-inline Bytes Extension(uint32_t aux_format_idc, uint32_t Depth)
-{
-    BitWriter b;
-    b.UE(0);
-    b.UE(aux_format_idc);
-    if (aux_format_idc != 0) {
-        b.UE(Depth - 8);
-        b.U(1, 0);
-        b.U(static_cast<int>(Depth) + 1, 255);
-        b.U(static_cast<int>(Depth) + 1, 0);
-    }
-    b.U(1, 0);
-    b.TrailingBits();
-    return NalUnit(3, 13, b.Data());
-}
-
 inline Bytes AsAuxiliary(Bytes Unit)
 {
     Unit[4] = static_cast<uint8_t>((Unit[4] & 0xE0) | 19);
@@ -47,7 +30,7 @@ struct AlphaStream {
         AlphaSeq.bit_depth_chroma = 8;
         Primary = Write(Seq) + Write(Pic);
         Alpha = Write(AlphaSeq) + Write(Pic);
-        Both = Primary + Extension(1, Depth);
+        Both = Primary + Write(SeqParamSetExtension{.bit_depth_aux = Depth});
     }
     Bytes Picture(RandomMacroblocks& From, const SeqParamSet& Set, const Slice& s) const
     {

@@ -158,14 +158,7 @@ Bytes Weights()
 Bytes Units()
 {
     SmallStream In({.profile_idc = 100, .vui = ReorderVui(1, 2)}, {});
-    BitWriter Extension;
-    for (const uint32_t Value : {0u, 1u, 0u}) Extension.UE(Value); // of set 0, alpha, 8 bits
-    Extension.U(1, 0);
-    Extension.U(9, 255);
-    Extension.U(9, 0);
-    Extension.U(1, 0);
-    Extension.TrailingBits();
-    In.Data += NalUnit(3, 13, Extension.Data());
+    In.Data += Write(SeqParamSetExtension{});
     In.Data += NalUnit(0, 6, {6, 1, 0xC4, 4, 6, 181, 0, 49, 1, 2, 3, 5, 2, 7, 7, 0x80}) + NalUnit(0, 9, {0x10});
     In.Add(Typed(kTypeP, 3, 6)).Add(Typed(kTypeI, 0, 0));
     Slice Aux = Typed(kTypeI, 0, 0);
@@ -184,40 +177,25 @@ Bytes Units()
     return In.Data;
 }
 
-// A picture parameter set with two slice groups of a map type, and slices of what stands first in either.
-Bytes SliceGroups(uint32_t Type)
+// Slices of what stands first in either of two slice groups.
+Bytes InSliceGroups(uint32_t Type)
 {
     const SeqParamSet Seq{.profile_idc = 66, .width_mbs = 4, .height_map_units = 3};
-    BitWriter b;
-    b.UE(0);
-    b.UE(0);
-    b.U(2, 0);
-    b.UE(1); // two groups
-    b.UE(Type);
-    if (Type == 0)
-        for (const uint32_t Run : {4u, 1u}) b.UE(Run);
-    if (Type == 2)
-        for (const uint32_t Corner : {1u, 6u}) b.UE(Corner);
-    if (Type >= 3 && Type <= 5) {
-        b.U(1, Type == 4);
-        b.UE(1);
-    }
-    if (Type == 6) {
-        b.UE(11);
-        b.U(12, 0x5A3);
-    }
-    for (int i = 0; i < 2; ++i) b.UE(0);
-    b.U(3, 0);
-    for (int i = 0; i < 3; ++i) b.SE(0);
-    b.U(3, 4);
-    b.TrailingBits();
-    Bytes Data = Write(Seq) + NalUnit(3, 8, b.Data());
+    const PicParamSet Pic{.groups = {.count = 2,
+                                     .map_type = Type,
+                                     .run_length = {5, 2},
+                                     .top_left = {1},
+                                     .bottom_right = {6},
+                                     .change_direction = Type == 4,
+                                     .change_rate = 2,
+                                     .group_id = {0, 1, 0, 1, 1, 0, 1, 0, 0, 0, 1, 1}}};
+    Bytes Data = Write(Seq) + Write(Pic);
     for (uint32_t i = 0; i < 4; ++i) {
         Slice s{.slice_type = i < 2 ? kTypeI : kTypeP, .frame_num = i / 2, .poc_lsb = i / 2 * 2};
         s.nal_unit_type = i < 2 ? 5 : 1;
         s.first_mb = i % 2 * 5;
-        BitWriter Bits = Header(Seq, {}, s);
-        if (Type >= 3 && Type <= 5) Bits.U(3, 3); // slice_group_change_cycle
+        s.slice_group_change_cycle = 3;
+        BitWriter Bits = Header(Seq, Pic, s);
         if (i < 2)
             for (int Mb = 0; Mb < 6; ++Mb) {
                 Bits.UE(3); // I_16x16, DC, no levels
@@ -291,7 +269,7 @@ std::map<std::string, Bytes> AllStreams()
         {"weights", Weights()},
         {"pairs_behind_a_gap", PairsBehindAGap()},
         {"units", Units()}};
-    for (uint32_t Type = 0; Type <= 6; ++Type) Streams["slice_groups_" + std::to_string(Type)] = SliceGroups(Type);
+    for (uint32_t Type = 0; Type <= 6; ++Type) Streams["slice_groups_" + std::to_string(Type)] = InSliceGroups(Type);
     return Streams;
 }
 

@@ -131,6 +131,22 @@ Bytes Write(const SeqParamSet& Set)
     return NalUnit(3, 7, b.Data());
 }
 
+Bytes Write(const SeqParamSetExtension& Set)
+{
+    BitWriter b;
+    b.UE(Set.id);
+    b.UE(Set.aux_format_idc);
+    if (Set.aux_format_idc != 0) {
+        b.UE(Set.bit_depth_aux - 8);
+        b.U(1, Set.alpha_incr);
+        for (const uint32_t Value : {Set.alpha_opaque, Set.alpha_transparent})
+            b.U(static_cast<int>(Set.bit_depth_aux) + 1, Value);
+    }
+    b.U(1, 0);
+    b.TrailingBits();
+    return NalUnit(3, 13, b.Data());
+}
+
 void WriteSliceGroups(BitWriter& b, const SliceGroups& g)
 {
     b.UE(g.count - 1);

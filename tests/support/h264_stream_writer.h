@@ -71,6 +71,12 @@ struct SeqParamSet {
     uint32_t crop[4] = {}; // left, right, top, bottom
     Bytes vui = {};        // bits behind vui_parameters_present_flag, one a byte; empty: no VUI
 };
+// Of auxiliary pictures; without a format the rest is not written.
+struct SeqParamSetExtension {
+    uint32_t id = 0, aux_format_idc = 1, bit_depth_aux = 8;
+    bool alpha_incr = false;
+    uint32_t alpha_opaque = 255, alpha_transparent = 0;
+};
 // Slice groups under the names of clause 7.3.2.2; what the map type does not have is ignored.
 struct SliceGroups {
     uint32_t count = 1, map_type = 0;
@@ -136,6 +142,7 @@ void WriteSliceGroups(BitWriter& Bits, const SliceGroups& Groups);
 void WriteSliceGroupChange(BitWriter& Bits, const SeqParamSet& Seq, const SliceGroups& Groups, uint32_t Cycle);
 
 Bytes Write(const SeqParamSet& Set);
+Bytes Write(const SeqParamSetExtension& Set);
 Bytes Write(const PicParamSet& Set);
 // The header alone; macroblocks follow in the same bits.
 BitWriter Header(const SeqParamSet& Seq, const PicParamSet& Pic, const Slice& Slice);

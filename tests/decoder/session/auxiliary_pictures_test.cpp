@@ -102,7 +102,7 @@ TEST(AuxiliaryPictures, OfFramesOfPairsAreOfPairs)
     auto NextSlice = AlphaUnits.begin();
     for (const Bytes& Unit : SplitUnits(Primary)) {
         Both.push_back(Unit);
-        if ((Unit[0] & 31) == 7) Both.push_back(SplitUnits(Extension(1, 8)).front());
+        if ((Unit[0] & 31) == 7) Both.push_back(SplitUnits(Write(SeqParamSetExtension{})).front());
         if (!IsSliceUnit(Unit)) continue;
         NextSlice = std::find_if(NextSlice, AlphaUnits.end(), IsSliceUnit);
         ASSERT_NE(NextSlice, AlphaUnits.end());
@@ -122,7 +122,7 @@ TEST(AuxiliaryPictures, WithoutAnExtensionThatNamesThemArePassedOver)
 {
     for (const uint32_t aux_format_idc : {0u, 3u}) {
         AlphaStream In;
-        In.Both += Extension(aux_format_idc, 8);
+        In.Both += Write(SeqParamSetExtension{.aux_format_idc = aux_format_idc});
         In.AddFrames();
         EXPECT_TRUE(AuxiliaryPicturesOf(In.Both).empty());
         EXPECT_EQ(DecodeAll(In.Both), DecodeAll(In.Primary));
@@ -151,13 +151,13 @@ TEST(AuxiliaryPictures, WithoutReferencesHarmNothing)
     AlphaStream In;
     In.Both = In.Primary + Write(In.Pic);
     In.Add(Typed(7, 0, 0));
-    In.Both += Extension(2, 8);
+    In.Both += Write(SeqParamSetExtension{.aux_format_idc = 2});
     In.Add(Typed(7, 1, 4));
     In.Add(Typed(5, 2, 8));
     AlphaStream Late;
     Late.Both = Late.Primary;
     Late.Add(Typed(7, 0, 0));
-    Late.Both += Extension(2, 8);
+    Late.Both += Write(SeqParamSetExtension{.aux_format_idc = 2});
     Late.Add(Typed(5, 1, 4));
     for (const AlphaStream* const p : {&In, &Late}) EXPECT_EQ(DecodeAll(p->Both), DecodeAll(p->Primary));
     EXPECT_EQ(AuxiliaryPicturesOf(Late.Both).size(), 1u);

@@ -291,18 +291,7 @@ TEST(PicParamSets, SliceGroupsAreChecked)
 TEST(SeqExtensions, LimitsOfTheElements)
 {
     const auto Parse = [](uint32_t Id, uint32_t Format, uint32_t Depth, H264SeqParamSetExtension& Out) {
-        BitWriter b;
-        b.UE(Id);
-        b.UE(Format);
-        if (Format != 0) {
-            b.UE(Depth - 8);
-            b.U(1, 1);
-            b.U(static_cast<int>(Depth) + 1, 0x1FF);
-            b.U(static_cast<int>(Depth) + 1, 0x102);
-        }
-        b.U(1, 0);
-        b.TrailingBits();
-        Unit In(test::NalUnit(3, 13, b.Data()));
+        Unit In(Write(test::SeqParamSetExtension{Id, Format, Depth, true, 0x1FF, 0x102}));
         return ReadSeqParamSetExtension(In.Bits, Out);
     };
     H264SeqParamSetExtension Out;
