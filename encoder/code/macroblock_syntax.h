@@ -9,23 +9,39 @@
 
 namespace UMC_H264_ENCODER {
 
+// What of the slice and its parameter sets decides which elements a macroblock has.
+struct SyntaxOfSlice {
+    int32_t slice_type;
+    int32_t chroma_format_idc; // 0, 1 or 2
+    bool transform_8x8_mode_flag, direct_8x8_inference_flag;
+    int32_t BitDepthLuma, BitDepthChroma; // of the samples of I_PCM
+};
+
+inline constexpr int32_t kMaxPcmSamples = 256 + 2 * 16 * kMaxChromaBlocks;
+
 // What is to be written of a macroblock. Levels of a block are read where LocalMacroblock::Coded has its bit.
+//
+// With the 8x8 transform (kFlagTransform8x8) all four bits of a quadrant with levels are set. CABAC then reads
+// pLuma8x8; CAVLC reads the quadrant's four interleaved lists (clause 7.3.5.3.2) in pLuma, any of which may be empty.
 template <class LevelType>
 struct MacroblockSyntax {
-    int32_t slice_type;
-    int32_t num_ref_idx_l0;
-    int32_t chroma_format_idc; // 1 or 2
-    uint8_t Type;              // MB_INTRA4X4, MB_INTRA16X16, MB_INTER16X16 or MB_SKIP_P
-    int8_t RefIdx;
-    MotionVector Difference; // mvd_l0
-    int32_t QpDelta;         // mb_qp_delta, where it stands
+    const SyntaxOfSlice& Slice;
+    int32_t num_ref_idx[2]; // active for this macroblock: twice those of the slice for a field macroblock of a frame
+    uint8_t Type;           // MacroblockType
+    uint8_t Flags;          // of GlobalMacroblock
+    int32_t QpDelta;        // mb_qp_delta, where it stands
     const LocalMacroblock& Local;
     const NeighbourCache& Around;
-    const uint8_t* pIntraModes;          // 16, raster order
-    const BlockLevels<LevelType>* pLuma; // 16, luma4x4BlkIdx order
+    const int8_t* pReferences[2];         // of the lists, 16 each, raster order; a list that a block does not use has
+                                          // kRefNone there. In P slices list 1 is not read
+    const MotionVector* pDifferences[2];  // mvd, likewise; 0 where nothing is written
+    const uint8_t* pIntraModes;           // 16, raster order; of an 8x8 block four times
+    const BlockLevels<LevelType>* pLuma;  // 16, luma4x4BlkIdx order
+    const BlockLevels8x8<LevelType>* pLuma8x8; // 4
     const BlockLevels<LevelType>& LumaDc;
     const BlockLevels<LevelType>* pChromaDc; // Cb, Cr
     const BlockLevels<LevelType> (*pChromaAc)[kMaxChromaBlocks];
+    const uint16_t* pPcm; // of MB_PCM: luma, Cb, Cr, each in raster order
 };
 
 /// Writes mb_skip_flag or counts it to mb_skip_run, and all that follows but end_of_slice_flag.

@@ -18,7 +18,7 @@ enum BlocksAtHand : uint8_t {
 struct Candidate {
     int32_t Cost;
     MacroblockType Type;
-    int8_t Ref = -1;                // of an inter macroblock
+    int8_t Ref = -1;                // of a P macroblock in one part; other inter forms have theirs in Motion[Slot]
     uint8_t Intra16Mode = 0;        // of Intra 16x16
     uint8_t ChromaMode = CHROMA_DC; // what an inter macroblock counts as to its neighbours' contexts
     MotionVector Vector{0, 0};

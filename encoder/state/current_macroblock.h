@@ -15,9 +15,10 @@ namespace UMC_H264_ENCODER {
 struct MacroblockRecords {
     DeepPointer<GlobalMacroblock> pGlobal;
     DeepPointer<LocalMacroblock> pLocal;
-    DeepPointer<MotionVector> pVectors; // of list 0, as are the two below: 16 each, raster order
-    DeepPointer<int8_t> pReferences;
-    DeepPointer<MotionVector> pDifferences;
+    // Of list 0 and list 1, 16 each, raster order. Those of list 1 are written in B slices alone.
+    DeepPointer<MotionVector> pVectors[2];
+    DeepPointer<int8_t> pReferences[2];
+    DeepPointer<MotionVector> pDifferences[2];
     DeepPointer<uint8_t> pIntraModes; // 16, raster order
     DeepPointer<uint8_t> pCounts;     // kCountsPerMb, with CAVLC
 };

@@ -32,12 +32,19 @@ enum MacroblockType : uint8_t {
 };
 inline bool IsIntra(uint8_t Type) { return Type <= MB_PCM; }
 
+// How a quadrant of an MB_INTER8X8 is divided: sub-macroblock types as stored.
+enum SubShape : uint8_t { SUB_8X8 = 0, SUB_8X4 = 1, SUB_4X8 = 2, SUB_4X4 = 3, SUB_NONE = 32 };
+
+// Bits of GlobalMacroblock::Flags.
+inline constexpr uint8_t kFlagField = 1 << 1, kFlagTransform8x8 = 1 << 2;
+
 // The part of a macroblock that travels with the frame: what deblocking and later pictures look at.
 struct alignas(8) GlobalMacroblock {
     uint16_t SliceId;
     uint8_t Type; // MacroblockType
     int8_t Qp;    // QPY
     int8_t QpChroma;
+    uint8_t Flags = 0;
 };
 
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
@@ -64,6 +71,8 @@ struct LocalMacroblock {
     uint8_t ChromaMode;  // intra_chroma_pred_mode
     int8_t Qp;           // QPY
     int8_t QpChroma;     // QPC
+    uint8_t Direct;      // a bit for each quadrant whose motion is derived and not written: all of MB_SKIP_B, MB_DIRECT
+    uint8_t SubTypes[4]; // SubShape of the quadrants of MB_INTER8X8
 };
 
 /// What steers the picture QP.

@@ -23,53 +23,64 @@ constexpr h264::BlockMotion kNoMotion{{0, 0}, h264::kRefUnavailable};
 void CopyLeft(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Mb)
 {
     n.LeftType = t.pGlobal[Mb].Type;
+    n.LeftFlags = t.pGlobal[Mb].Flags;
     n.pLeft = &t.pLocal[Mb];
     const ptrdiff_t Blocks = Mb * 16;
     if (n.LeftType == MB_INTRA4X4)
         for (int32_t i = 0; i < 4; ++i) n.LeftModes[i] = static_cast<int8_t>(t.pIntraModes[Blocks + RightOf(i)]);
     else
         std::memset(n.LeftModes, h264::kIntraDcMode, sizeof(n.LeftModes));
-    if (!t.pVectors) return;
-    NeighbourMotion& m = n.Motion;
-    for (int32_t i = 0; i < 4; ++i) m.LeftVectors[i] = t.pVectors[Blocks + RightOf(i)];
-    for (int32_t i = 0; i < 4; ++i) m.LeftRefs[i] = t.pReferences[Blocks + RightOf(i)];
-    if (!t.pDifferences) return;
-    for (int32_t i = 0; i < 4; ++i) m.LeftDifferences[i] = t.pDifferences[Blocks + RightOf(i)];
+    for (int32_t List = 0; List < t.Lists; ++List) {
+        NeighbourMotion& m = n.Motion[List];
+        for (int32_t i = 0; i < 4; ++i) m.LeftVectors[i] = t.pVectors[List][Blocks + RightOf(i)];
+        for (int32_t i = 0; i < 4; ++i) m.LeftRefs[i] = t.pReferences[List][Blocks + RightOf(i)];
+        if (!t.pDifferences[List]) continue;
+        for (int32_t i = 0; i < 4; ++i) m.LeftDifferences[i] = t.pDifferences[List][Blocks + RightOf(i)];
+    }
 }
 
-void ClearLeft(NeighbourCache& n)
+void ClearLeft(NeighbourCache& n, int32_t Lists)
 {
     n.LeftType = kNoMacroblock;
+    n.LeftFlags = 0;
     n.pLeft = &kAbsent;
     std::memset(n.LeftModes, -1, 4);
-    NeighbourMotion& m = n.Motion;
-    std::memset(m.LeftVectors, 0, sizeof(m.LeftVectors));
-    std::memset(m.LeftRefs, h264::kRefUnavailable, sizeof(m.LeftRefs));
-    std::memset(m.LeftDifferences, 0, sizeof(m.LeftDifferences));
+    for (int32_t List = 0; List < Lists; ++List) {
+        NeighbourMotion& m = n.Motion[List];
+        std::memset(m.LeftVectors, 0, sizeof(m.LeftVectors));
+        std::memset(m.LeftRefs, h264::kRefUnavailable, sizeof(m.LeftRefs));
+        std::memset(m.LeftDifferences, 0, sizeof(m.LeftDifferences));
+    }
 }
 
 void CopyTop(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Mb)
 {
     n.TopType = t.pGlobal[Mb].Type;
+    n.TopFlags = t.pGlobal[Mb].Flags;
     n.pTop = &t.pLocal[Mb];
     const ptrdiff_t Blocks = Mb * 16 + kLowerRow;
     std::memcpy(n.TopModes, t.pIntraModes + Blocks, sizeof(n.TopModes));
-    if (!t.pVectors) return;
-    NeighbourMotion& m = n.Motion;
-    std::memcpy(m.TopVectors, t.pVectors + Blocks, sizeof(m.TopVectors));
-    std::memcpy(m.TopRefs, t.pReferences + Blocks, sizeof(m.TopRefs));
-    if (t.pDifferences) std::memcpy(m.TopDifferences, t.pDifferences + Blocks, sizeof(m.TopDifferences));
+    for (int32_t List = 0; List < t.Lists; ++List) {
+        NeighbourMotion& m = n.Motion[List];
+        std::memcpy(m.TopVectors, t.pVectors[List] + Blocks, sizeof(m.TopVectors));
+        std::memcpy(m.TopRefs, t.pReferences[List] + Blocks, sizeof(m.TopRefs));
+        if (!t.pDifferences[List]) continue;
+        std::memcpy(m.TopDifferences, t.pDifferences[List] + Blocks, sizeof(m.TopDifferences));
+    }
 }
 
-void ClearTop(NeighbourCache& n)
+void ClearTop(NeighbourCache& n, int32_t Lists)
 {
     n.TopType = kNoMacroblock;
+    n.TopFlags = 0;
     n.pTop = &kAbsent;
     std::memset(n.TopModes, -1, 4);
-    NeighbourMotion& m = n.Motion;
-    std::memset(m.TopVectors, 0, sizeof(m.TopVectors));
-    std::memset(m.TopRefs, h264::kRefUnavailable, sizeof(m.TopRefs));
-    std::memset(m.TopDifferences, 0, sizeof(m.TopDifferences));
+    for (int32_t List = 0; List < Lists; ++List) {
+        NeighbourMotion& m = n.Motion[List];
+        std::memset(m.TopVectors, 0, sizeof(m.TopVectors));
+        std::memset(m.TopRefs, h264::kRefUnavailable, sizeof(m.TopRefs));
+        std::memset(m.TopDifferences, 0, sizeof(m.TopDifferences));
+    }
 }
 
 void FillCounts(NeighbourCache& n, const NeighbourTables& t, ptrdiff_t Left, ptrdiff_t Top)
@@ -103,17 +114,20 @@ void FillNeighbours(NeighbourCache& n, const NeighbourTables& t, int32_t Index, 
     if (HasLeft)
         CopyLeft(n, t, Left);
     else
-        ClearLeft(n);
+        ClearLeft(n, t.Lists);
     if (HasTop)
         CopyTop(n, t, Top);
     else
-        ClearTop(n);
-    if (t.pVectors) {
-        const auto At = [&t](ptrdiff_t Block) { return h264::BlockMotion{t.pVectors[Block], t.pReferences[Block]}; };
+        ClearTop(n, t.Lists);
+    for (int32_t List = 0; List < t.Lists; ++List) {
+        const auto At = [&](ptrdiff_t Block) {
+            return h264::BlockMotion{t.pVectors[List][Block], t.pReferences[List][Block]};
+        };
         const ptrdiff_t Above = ptrdiff_t{Top} * 16 + kLowerRow;
-        n.Motion.TopRight = HasTopRight ? At(Above + 16) : kNoMotion;
-        n.Motion.TopLeft = HasTopLeft ? At(Above - 16 + 3) : kNoMotion;
-        n.Motion.pTopRightOfPicture = X + 1 < w && Top >= 0 ? t.pVectors + Above + 16 : nullptr;
+        NeighbourMotion& m = n.Motion[List];
+        m.TopRight = HasTopRight ? At(Above + 16) : kNoMotion;
+        m.TopLeft = HasTopLeft ? At(Above - 16 + 3) : kNoMotion;
+        m.pTopRightOfPicture = X + 1 < w && Top >= 0 ? t.pVectors[List] + Above + 16 : nullptr;
     }
     if (t.pCounts) FillCounts(n, t, ptrdiff_t{Left} * kCountsPerMb, ptrdiff_t{Top} * kCountsPerMb);
 }

@@ -23,14 +23,15 @@ struct NeighbourTables {
     int32_t ChromaFormat; // chroma_format_idc
     const GlobalMacroblock* pGlobal;
     const LocalMacroblock* pLocal;
-    const uint8_t* pIntraModes;   // 16 for each macroblock, raster order, as are those below
-    const MotionVector* pVectors; // of list 0; null in I slices
-    const int8_t* pReferences;
-    const MotionVector* pDifferences; // mvd_l0; null where no context asks for them
-    const uint8_t* pCounts;           // kCountsPerMb for each macroblock; null where no code asks for them
+    const uint8_t* pIntraModes; // 16 for each macroblock, raster order, as are those below
+    int32_t Lists;              // that the slice uses: 0, 1 or 2
+    const MotionVector* pVectors[2];
+    const int8_t* pReferences[2];
+    const MotionVector* pDifferences[2]; // mvd; null where no context asks for them
+    const uint8_t* pCounts;              // kCountsPerMb for each macroblock; null where no code asks for them
 };
 
-// Motion around a macroblock; not filled in I slices.
+// Motion around a macroblock, of one list.
 struct NeighbourMotion {
     h264::BlockMotion Left(size_t Row) const { return {LeftVectors[Row], LeftRefs[Row]}; }       // A of clause 6.4.11.7
     h264::BlockMotion Top(size_t Column) const { return {TopVectors[Column], TopRefs[Column]}; } // B
@@ -55,11 +56,12 @@ struct NeighbourCache {
 
     uint32_t Available; // kernels::IntraAvailable
     uint8_t LeftType, TopType;
+    uint8_t LeftFlags, TopFlags; // of GlobalMacroblock; 0 where not available
     // Records whose right column (left) and lower row (above) lie beside the current macroblock. Of one that is not
     // available all luma is in the pattern and no block is coded.
     const LocalMacroblock *pLeft, *pTop;
     int8_t LeftModes[4], TopModes[4]; // Intra4x4PredMode, -1 where not available
-    NeighbourMotion Motion;
+    NeighbourMotion Motion[2]; // those of the lists that the slice uses
     uint8_t LeftCounts[3][4], TopCounts[3][4]; // [Y, Cb, Cr]; those that the plane is wide or high
 };
 

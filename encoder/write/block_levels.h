@@ -13,4 +13,12 @@ struct BlockLevels {
     LevelType Level[16];
 };
 
+// The same of an 8x8 block.
+template <class LevelType>
+struct BlockLevels8x8 {
+    uint8_t Count;
+    uint8_t Position[64];
+    LevelType Level[64];
+};
+
 } // namespace UMC_H264_ENCODER
