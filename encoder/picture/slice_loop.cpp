@@ -250,7 +250,7 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
         StartMacroblock(Settings, Job, Index, Qp, mb);
         if (s.Quant.Qp != Qp) SetQuantisers(Settings.Quant, s.Facts.slice_type, Qp, s.Quant);
         const Candidate Won = AnalyseMacroblock(Settings, mb, w);
-        Commit(Won, w, mb.Records);
+        Commit(Won, w, mb);
         Reconstruct(Won, mb, w);
         if (Writer.WriteMacroblock(SyntaxOf(mb, Qp, w), mb.Records)) s.Progress.slice_qp = mb.Records.pLocal->Qp;
         s.Progress.intra_count += IsIntra(Won.Type);
