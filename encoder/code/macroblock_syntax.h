@@ -3,21 +3,12 @@
 #pragma once
 
 #include "encoder/state/neighbour_cache.h"
+#include "encoder/state/syntax_of_slice.h"
 #include "encoder/write/block_levels.h"
 
 #include <cstdint>
 
 namespace UMC_H264_ENCODER {
-
-// What of the slice and its parameter sets decides which elements a macroblock has.
-struct SyntaxOfSlice {
-    int32_t slice_type;
-    int32_t chroma_format_idc; // 0, 1 or 2
-    bool transform_8x8_mode_flag, direct_8x8_inference_flag;
-    int32_t BitDepthLuma, BitDepthChroma; // of the samples of I_PCM
-};
-
-inline constexpr int32_t kMaxPcmSamples = 256 + 2 * 16 * kMaxChromaBlocks;
 
 // What is to be written of a macroblock. Levels of a block are read where LocalMacroblock::Coded has its bit.
 //

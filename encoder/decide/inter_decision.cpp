@@ -79,7 +79,7 @@ MotionVector Whole(MotionVector v) { return {static_cast<int16_t>(v.x >> 2), sta
 template <class Sample>
 void BuildCandidates(const CurrentMacroblock<Sample>& mb, const Reference<Sample>& Ref, MEParams<Sample>& p)
 {
-    const NeighbourMotion& Around = mb.Around.Motion;
+    const NeighbourMotion& Around = mb.Around.Motion[0];
     p.candidate_count = 0;
     AddCandidate(p, Whole(p.pred_mv));
     AddCandidate(p, {0, 0});
@@ -136,7 +136,7 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     const uint32_t Flags = Settings.AnalysisFlags;
     const int32_t Qp = mb.Records.pLocal->Qp;
     const int32_t Limit = Flags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[static_cast<size_t>(Qp)] : 0;
-    const h264::MotionNeighbours Around = mb.Around.Motion.Of16x16();
+    const h264::MotionNeighbours Around = mb.Around.Motion[0].Of16x16();
     const MotionVector Skip = h264::PredictSkip(Around);
     int32_t Best = std::numeric_limits<int32_t>::max(), BestRef = 0;
     MotionVector BestVector{0, 0}, Difference{0, 0};

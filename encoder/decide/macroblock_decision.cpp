@@ -45,9 +45,9 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, MacroblockRecords& 
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    FillVectors(Records.pVectors, Won.Vector);
-    FillVectors(Records.pDifferences, Won.Difference);
-    std::memset(Records.pReferences, Won.Ref, 16);
+    FillVectors(Records.pVectors[0], Won.Vector);
+    FillVectors(Records.pDifferences[0], Won.Difference);
+    std::memset(Records.pReferences[0], Won.Ref, 16);
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(Records.pIntraModes, w.Intra4x4Modes, 16);
     else

@@ -42,16 +42,21 @@ NeighbourTables MakeNeighbourTables(bool IsCabac, const FrameLayout& Layout, con
 {
     const H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
     const auto i = static_cast<size_t>(Job.FirstMb);
-    return {s.first_mb,
-            Layout.MbWidth,
-            Layout.ChromaFormat,
-            Frame.mb_global + i,
-            Job.LocalMacroblocks.data() + i,
-            Job.IntraModes.data() + 16 * i,
-            s.slice_type == h264::SLICE_I ? nullptr : Frame.mb_motion[0] + 16 * i,
-            Frame.mb_reference[0] + 16 * i,
-            IsCabac ? Job.VectorDifferences.data() + 16 * i : nullptr,
-            IsCabac ? nullptr : Job.CoeffCounts.data() + kCountsPerMb * i};
+    NeighbourTables t{};
+    t.FirstMb = s.first_mb;
+    t.MbWidth = Layout.MbWidth;
+    t.ChromaFormat = Layout.ChromaFormat;
+    t.pGlobal = Frame.mb_global + i;
+    t.pLocal = Job.LocalMacroblocks.data() + i;
+    t.pIntraModes = Job.IntraModes.data() + 16 * i;
+    t.Lists = h264::ListsOf(s.slice_type);
+    for (int32_t List = 0; List < t.Lists; ++List) {
+        t.pVectors[List] = Frame.mb_motion[List] + 16 * i;
+        t.pReferences[List] = Frame.mb_reference[List] + 16 * i;
+        t.pDifferences[List] = IsCabac ? Job.VectorDifferences[List].data() + 16 * i : nullptr;
+    }
+    t.pCounts = IsCabac ? nullptr : Job.CoeffCounts.data() + kCountsPerMb * i;
+    return t;
 }
 
 // What the settings say of every slice, and the tables that its neighbours are read from.
@@ -63,6 +68,12 @@ void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, con
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
+    s.Syntax = {.slice_type = s.slice_type,
+                .chroma_format_idc = Settings.Layout.ChromaFormat,
+                .transform_8x8_mode_flag = Sets.Pps.transform_8x8_mode_flag,
+                .direct_8x8_inference_flag = Sets.Sps.direct_8x8_inference_flag,
+                .BitDepthLuma = Settings.Params.bit_depth_luma,
+                .BitDepthChroma = Settings.Params.bit_depth_chroma};
     s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout, Job, s);
 }
 
@@ -100,9 +111,11 @@ MacroblockRecords FirstRecords(PictureJob<Sample>& Job, int32_t FirstMb)
     MacroblockRecords r;
     r.pGlobal = Frame.mb_global + i;
     r.pLocal = Job.LocalMacroblocks.data() + i;
-    r.pVectors = Frame.mb_motion[0] + i * 16;
-    r.pReferences = Frame.mb_reference[0] + i * 16;
-    r.pDifferences = Job.VectorDifferences.data() + i * 16;
+    for (size_t List = 0; List < 2; ++List) {
+        r.pVectors[List] = Frame.mb_motion[List] + i * 16;
+        r.pReferences[List] = Frame.mb_reference[List] + i * 16;
+        r.pDifferences[List] = Job.VectorDifferences[List].data() + i * 16;
+    }
     r.pIntraModes = Job.IntraModes.data() + i * 16;
     r.pCounts = Job.CoeffCounts.data() + i * kCountsPerMb;
     return r;
@@ -112,9 +125,11 @@ void Advance(MacroblockRecords& r)
 {
     r.pGlobal += 1;
     r.pLocal += 1;
-    r.pVectors += 16;
-    r.pReferences += 16;
-    r.pDifferences += 16;
+    for (size_t List = 0; List < 2; ++List) {
+        r.pVectors[List] += 16;
+        r.pReferences[List] += 16;
+        r.pDifferences[List] += 16;
+    }
     r.pIntraModes += 16;
     r.pCounts += kCountsPerMb;
 }
@@ -146,20 +161,23 @@ MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const CurrentMacr
                                                                const WorkArea<Sample>& w)
 {
     const MacroblockRecords& r = mb.Records;
-    return {mb.pSlice->slice_type,
-            mb.pSlice->num_ref_idx_l0,
-            mb.pSlice->Neighbours.ChromaFormat,
-            r.pGlobal->Type,
-            r.pReferences[0],
-            r.pDifferences[0],
-            r.pLocal->Qp - SliceQp,
-            *r.pLocal,
-            mb.Around,
-            r.pIntraModes,
-            r.pGlobal->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
-            w.LumaDcLevels,
-            w.ChromaDcLevels,
-            w.ChromaAcLevels};
+    const SliceFacts<Sample>& Slice = *mb.pSlice;
+    return {.Slice = Slice.Syntax,
+            .num_ref_idx = {Slice.num_ref_idx_l0, Slice.num_ref_idx_l1},
+            .Type = r.pGlobal->Type,
+            .Flags = r.pGlobal->Flags,
+            .QpDelta = r.pLocal->Qp - SliceQp,
+            .Local = *r.pLocal,
+            .Around = mb.Around,
+            .pReferences = {r.pReferences[0], r.pReferences[1]},
+            .pDifferences = {r.pDifferences[0], r.pDifferences[1]},
+            .pIntraModes = r.pIntraModes,
+            .pLuma = r.pGlobal->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
+            .pLuma8x8 = w.Luma8x8Levels,
+            .LumaDc = w.LumaDcLevels,
+            .pChromaDc = w.ChromaDcLevels,
+            .pChromaAc = w.ChromaAcLevels,
+            .pPcm = w.Pcm};
 }
 
 // With a listing in developer builds.

@@ -46,7 +46,7 @@ void AllocateTables(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
     const auto Count = static_cast<size_t>(Settings.Layout.MbCount);
     Job.LocalMacroblocks.resize(Count);
-    Job.VectorDifferences.resize(Count * 16);
+    for (auto& List : Job.VectorDifferences) List.resize(Count * 16);
     Job.IntraModes.resize(Count * 16);
     Job.CoeffCounts.resize(Count * kCountsPerMb);
 }

@@ -53,6 +53,9 @@ enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICA
 // 4x4 blocks of a chroma plane: of the largest format that is coded.
 inline constexpr int32_t kMaxChromaBlocks = h264::kChromaGeometry[h264::CHROMA_422].Blocks;
 
+// Samples of a macroblock of the largest format, as I_PCM has them.
+inline constexpr int32_t kMaxPcmSamples = 256 + 2 * 16 * kMaxChromaBlocks;
+
 // Bits of LocalMacroblock::Coded: luma block i (luma4x4BlkIdx) at i, chroma AC of Cb block i at 16 + i, of Cr at 24 +
 // i.
 inline constexpr uint32_t kCodedLuma = 0xFFFF;

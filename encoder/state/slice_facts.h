@@ -3,6 +3,7 @@
 
 #include "encoder/state/encoder_frame.h"
 #include "encoder/state/neighbour_cache.h"
+#include "encoder/state/syntax_of_slice.h"
 
 #include <cstdint>
 
@@ -38,6 +39,7 @@ struct SliceFacts {
     int32_t num_ref_idx_l0, num_ref_idx_l1;
     RefPicLists<Sample> ref_pic_lists;
     NeighbourTables Neighbours;
+    SyntaxOfSlice Syntax;
 };
 
 } // namespace UMC_H264_ENCODER

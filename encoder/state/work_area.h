@@ -3,6 +3,7 @@
 
 #include "encoder/state/codec_traits.h"
 #include "encoder/state/encoder_types.h"
+#include "encoder/state/macroblock_motion.h"
 
 #include <cstdint>
 #include <memory>
@@ -41,6 +42,7 @@ struct WorkArea {
 
     static constexpr uint8_t kInterTrials = 2;
     InterTrial<Sample> Inter[kInterTrials];
+    MacroblockMotion Motion[kInterTrials]; // of candidates that Candidate::Vector does not tell all of
     alignas(16) Sample IntraY[2][16 * 16];             // predictions of Intra 16x16, the best and the one on trial
     alignas(16) Sample IntraUV[2 * kMaxChromaSamples]; // of the best chroma mode, Cb in columns 0..7
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
@@ -52,6 +54,7 @@ struct WorkArea {
     alignas(16) Coeff LumaDc[16];
     alignas(16) Coeff ChromaDc[2][kMaxChromaBlocks];
     Levels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
+    BlockLevels8x8<typename CodecTraits<Sample>::Level> Luma8x8Levels[4];
     Levels Intra4x4Levels[16];
     Levels LumaDcLevels;
     Levels ChromaDcLevels[2];
@@ -60,6 +63,7 @@ struct WorkArea {
     alignas(16) Sample Trial[16 * 16]; // an interpolated point of a search
     alignas(16) Sample TrialUV[2 * kMaxChromaSamples];
     alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
+    uint16_t Pcm[kMaxPcmSamples];
     uint8_t Intra4x4Modes[16];           // of the trial, raster order
     uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
     std::unique_ptr<uint8_t[]> pVisited; // kVisitedPoints, for SEARCH_UMBRELLA
