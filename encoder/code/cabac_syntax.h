@@ -60,7 +60,7 @@ public:
     }
     void RefIdx(uint32_t Ref, uint32_t)
     {
-        const NeighbourMotion& n = m_Around.Motion;
+        const NeighbourMotion& n = m_Around.Motion[0];
         uint32_t Context = Offset::kRefIdx + (n.LeftRefs[0] > 0) + 2 * (n.TopRefs[0] > 0);
         for (; Ref > 0; --Ref) {
             Bin(Context, 1);
@@ -70,7 +70,8 @@ public:
     }
     void Difference(MotionVector d)
     {
-        const MotionVector Left = m_Around.Motion.LeftDifferences[0], Top = m_Around.Motion.TopDifferences[0];
+        const NeighbourMotion& n = m_Around.Motion[0];
+        const MotionVector Left = n.LeftDifferences[0], Top = n.TopDifferences[0];
         Component(m_Coder, Offset::kMvdX, d.x, std::abs(Left.x) + std::abs(Top.x));
         Component(m_Coder, Offset::kMvdY, d.y, std::abs(Left.y) + std::abs(Top.y));
     }

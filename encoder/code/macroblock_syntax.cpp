@@ -66,7 +66,7 @@ void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
     if (m.Type == MB_INTRA16X16) p.LumaDc(m.Local.CodedDc & kCodedLumaDc ? &m.LumaDc : nullptr);
     WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
     if (m.Local.Pattern >> 4 == 0) return;
-    if (m.chroma_format_idc == h264::CHROMA_422)
+    if (m.Slice.chroma_format_idc == h264::CHROMA_422)
         WriteChroma<8>(m, p);
     else
         WriteChroma<4>(m, p);
@@ -77,13 +77,13 @@ void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 template <class LevelType, class Policy>
 bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
 {
-    if (m.slice_type == h264::SLICE_P) p.Skip(m.Type == MB_SKIP_P);
+    if (m.Slice.slice_type == h264::SLICE_P) p.Skip(m.Type == MB_SKIP_P);
     if (m.Type == MB_SKIP_P) {
         p.NoQpDelta();
         return false;
     }
     const bool IsIntraMb = IsIntra(m.Type);
-    if (m.slice_type == h264::SLICE_I)
+    if (m.Slice.slice_type == h264::SLICE_I)
         p.MbTypeI(IntraMbType(m));
     else
         p.MbTypeP(IsIntraMb ? h264::kFirstIntraTypeP + IntraMbType(m) : 0);
@@ -91,8 +91,9 @@ bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
         if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
         p.IntraChromaMode(m.Local.ChromaMode);
     } else {
-        if (m.num_ref_idx_l0 > 1) p.RefIdx(static_cast<uint32_t>(m.RefIdx), static_cast<uint32_t>(m.num_ref_idx_l0));
-        p.Difference(m.Difference);
+        if (m.num_ref_idx[0] > 1)
+            p.RefIdx(static_cast<uint32_t>(m.pReferences[0][0]), static_cast<uint32_t>(m.num_ref_idx[0]));
+        p.Difference(m.pDifferences[0][0]);
     }
     if (m.Type != MB_INTRA16X16) {
         p.CodedBlockPattern(m.Local.Pattern, IsIntraMb);
