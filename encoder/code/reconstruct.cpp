@@ -2,7 +2,7 @@
 
 #include "Common/h264/h264_tables.h"
 #include "encoder/code/coefficients.h"
-#include "encoder/code/compensation.h"
+#include "encoder/code/inter_prediction.h"
 #include "encoder/code/quantise.h"
 
 #include <cstring>
@@ -25,13 +25,11 @@ template <class Sample>
 void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     InterTrial<Sample>& t = w.Inter[Won.Slot];
-    const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][Won.Ref].View;
-    const int32_t x = mb.mb_x * 16, y = mb.mb_y * 16;
     if (Won.AtHand < BLOCKS_LUMA) {
-        CompensateLuma(w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep);
+        PredictInterLuma(Won, mb, w, t.PredY);
         QuantiseInterLuma(mb, t);
     }
-    if (Won.AtHand < BLOCKS_ALL) CompensateChroma(w, Ref, Won.Vector, x, y, 16, 16, t.PredUV, w.kPredStep);
+    if (Won.AtHand < BLOCKS_ALL) PredictInterChroma(Won, mb, w, t.PredUV);
 }
 
 // Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.

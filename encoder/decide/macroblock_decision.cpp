@@ -3,6 +3,7 @@
 #include "Common/h264/intra_modes.h"
 #include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_decision.h"
+#include "encoder/state/motion_grid.h"
 
 #include <algorithm>
 #include <cstring>
@@ -35,19 +36,49 @@ void FillVectors(MotionVector* p, MotionVector v)
     for (int i = 0; i < 4; ++i) std::memcpy(p + 4 * i, Four, sizeof Four);
 }
 
+// The motion of a macroblock in parts, and what of it is written: the difference of each part's vector to its
+// prediction (clause 8.4.1).
+void CommitMotion(uint8_t Type, const MacroblockMotion& m, int List, const NeighbourMotion& Around,
+                  MacroblockRecords& Records)
+{
+    MotionVector* const pDifferences = Records.pDifferences[List];
+    int8_t* const pReferences = Records.pReferences[List];
+    std::memcpy(Records.pVectors[List], m.Vectors[List], sizeof(m.Vectors[List]));
+    MotionGrid Grid(Around);
+    ForEachPart(Type, m.SubTypes, [&](MotionPart Part) {
+        const int8_t Ref = m.References[List][Part.Quadrant()];
+        const MotionVector v = m.Vectors[List][Part.Raster()];
+        MotionVector Difference{0, 0};
+        if (Ref >= 0 && !(m.Direct >> Part.Quadrant() & 1))
+            Difference = v - PredictPart(Grid, Type, Part.x, Part.y, Part.Width, Ref);
+        Grid.Set(Part.x, Part.y, Part.Width, Part.Height, v, Ref);
+        for (int y = Part.y; y < Part.y + Part.Height; ++y) {
+            std::fill_n(pDifferences + 4 * y + Part.x, Part.Width, Difference);
+            std::fill_n(pReferences + 4 * y + Part.x, Part.Width, Ref);
+        }
+    });
+}
+
 } // namespace
 
 template <class Sample>
-void Commit(const Candidate& Won, const WorkArea<Sample>& w, MacroblockRecords& Records)
+void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<Sample>& mb)
 {
+    MacroblockRecords& Records = mb.Records;
     LocalMacroblock& Local = *Records.pLocal;
     Records.pGlobal->Type = Won.Type;
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    FillVectors(Records.pVectors[0], Won.Vector);
-    FillVectors(Records.pDifferences[0], Won.Difference);
-    std::memset(Records.pReferences[0], Won.Ref, 16);
+    if (Won.Type <= MB_INTER16X16 || Won.Type == MB_SKIP_P) {
+        FillVectors(Records.pVectors[0], Won.Vector);
+        FillVectors(Records.pDifferences[0], Won.Difference);
+        std::memset(Records.pReferences[0], Won.Ref, 16);
+    } else {
+        const MacroblockMotion& m = w.Motion[Won.Slot];
+        CommitMotion(Won.Type, m, 0, mb.Around.Motion[0], Records);
+        std::memcpy(Local.SubTypes, m.SubTypes, sizeof(m.SubTypes));
+    }
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(Records.pIntraModes, w.Intra4x4Modes, 16);
     else
@@ -72,6 +103,6 @@ Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacrob
 }
 
 template Candidate AnalyseMacroblock(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
-template void Commit(const Candidate&, const WorkArea<uint8_t>&, MacroblockRecords&);
+template void Commit(const Candidate&, const WorkArea<uint8_t>&, CurrentMacroblock<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -14,6 +14,6 @@ Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacrob
 
 /// Writes a decision into the macroblock's records. Nothing else does.
 template <class Sample>
-void Commit(const Candidate& Won, const WorkArea<Sample>& w, MacroblockRecords& Records);
+void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<Sample>& mb);
 
 } // namespace UMC_H264_ENCODER

@@ -39,7 +39,10 @@ private:
     };
 
     uint32_t Coded(int32_t Index) const { return h264::SwapBlockOrder(m_pLocal[Index].Coded & kCodedLuma); }
-    bool Moves(int32_t Index, int32_t Neighbour) const;
+    bool Moves(int32_t Block, int32_t Other) const;
+    bool IsOfOneMotion(int32_t Index) const;
+    uint32_t InnerMoves(int32_t Index, bool IsVertical) const;
+    uint32_t OuterMoves(int32_t Index, int32_t Neighbour, bool IsVertical) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
     void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
@@ -57,12 +60,45 @@ private:
     CachedParams m_Luma, m_Chroma;
 };
 
-// Whether two inter macroblocks, which have one vector each, differ in motion.
+// Whether two 4x4 blocks of inter macroblocks differ in motion.
 template <class Sample>
-bool MacroblockFilter<Sample>::Moves(int32_t Index, int32_t Neighbour) const
+bool MacroblockFilter<Sample>::Moves(int32_t Block, int32_t Other) const
 {
-    const int32_t i = Index * 16, n = Neighbour * 16;
-    return m_pReferences[i] != m_pReferences[n] || h264::VectorsDiffer(m_pVectors[i], m_pVectors[n], 4);
+    return m_pReferences[Block] != m_pReferences[Other] ||
+           h264::VectorsDiffer(m_pVectors[Block], m_pVectors[Other], 4);
+}
+
+template <class Sample>
+bool MacroblockFilter<Sample>::IsOfOneMotion(int32_t Index) const
+{
+    const uint8_t Type = m_pGlobal[Index].Type;
+    return Type == MB_INTER16X16 || Type == MB_SKIP_P;
+}
+
+// Bit 4 * e + i: piece i of inner edge e, 1..3.
+template <class Sample>
+uint32_t MacroblockFilter<Sample>::InnerMoves(int32_t Index, bool IsVertical) const
+{
+    const int32_t Across = IsVertical ? 1 : 4, Along = IsVertical ? 4 : 1;
+    uint32_t Bits = 0;
+    for (int32_t e = 1; e < 4; ++e)
+        for (int32_t i = 0; i < 4; ++i) {
+            const int32_t Block = 16 * Index + e * Across + i * Along;
+            Bits |= (Moves(Block, Block - Across) ? 1u : 0u) << (4 * e + i);
+        }
+    return Bits;
+}
+
+// Bit i: piece i of the outer edge.
+template <class Sample>
+uint32_t MacroblockFilter<Sample>::OuterMoves(int32_t Index, int32_t Neighbour, bool IsVertical) const
+{
+    if (IsOfOneMotion(Index) && IsOfOneMotion(Neighbour)) return Moves(16 * Index, 16 * Neighbour) ? 15 : 0;
+    const int32_t Across = IsVertical ? 1 : 4, Along = IsVertical ? 4 : 1;
+    uint32_t Bits = 0;
+    for (int32_t i = 0; i < 4; ++i)
+        Bits |= (Moves(16 * Index + i * Along, 16 * Neighbour + 3 * Across + i * Along) ? 1u : 0u) << i;
+    return Bits;
 }
 
 template <class Sample>
@@ -74,11 +110,15 @@ void MacroblockFilter<Sample>::DeriveInter(int32_t Index, int32_t Left, int32_t 
     uint32_t MovesLeft = 0, MovesTop = 0;
     if (Left >= 0) {
         CodedColumns |= (Columns | h264::TransposeBlocks(Coded(Left)) >> 12) & 15;
-        MovesLeft = Moves(Index, Left) ? 15 : 0;
+        MovesLeft = OuterMoves(Index, Left, true);
     }
     if (Top >= 0) {
         CodedRows |= (Rows | Coded(Top) >> 12) & 15;
-        MovesTop = Moves(Index, Top) ? 15 : 0;
+        MovesTop = OuterMoves(Index, Top, false);
+    }
+    if (!IsOfOneMotion(Index)) {
+        MovesLeft |= InnerMoves(Index, true);
+        MovesTop |= InnerMoves(Index, false);
     }
     if (CodedColumns | MovesLeft) h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
     if (CodedRows | MovesTop) h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);

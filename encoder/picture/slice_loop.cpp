@@ -5,6 +5,7 @@
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
 #include "encoder/code/macroblock_syntax.h"
+#include "encoder/code/pcm.h"
 #include "encoder/code/reconstruct.h"
 #include "encoder/code/traced_syntax.h"
 #include "encoder/decide/macroblock_decision.h"
@@ -134,8 +135,18 @@ void Advance(MacroblockRecords& r)
     r.pCounts += kCountsPerMb;
 }
 
-// Makes Index the macroblock in hand, whose records are pointed at already, and clears what the decision does not
-// always write.
+// Clears what the decision does not always write.
+template <class Sample>
+void StartRecords(CurrentMacroblock<Sample>& mb, int32_t Qp)
+{
+    LocalMacroblock Local{};
+    Local.Qp = static_cast<int8_t>(Qp);
+    Local.QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(Qp)]);
+    *mb.Records.pLocal = Local;
+    *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Local.Qp, Local.QpChroma};
+}
+
+// Makes Index the macroblock in hand, whose records are pointed at already.
 template <class Sample>
 void StartMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, int32_t Index, int32_t SliceQp,
                      CurrentMacroblock<Sample>& mb)
@@ -147,13 +158,7 @@ void StartMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& 
     h264::trace::BeginMacroblock(mb.mb_x, mb.mb_y);
     PointAt(*mb.pPosition, Job, mb);
     FillNeighbours(mb.Around, mb.pSlice->Neighbours, Index, mb.mb_x);
-    const auto Qp = static_cast<int8_t>(SliceQp);
-    const auto QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(SliceQp)]);
-    LocalMacroblock Local{};
-    Local.Qp = Qp;
-    Local.QpChroma = QpChroma;
-    *mb.Records.pLocal = Local;
-    *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Qp, QpChroma};
+    StartRecords(mb, SliceQp);
 }
 
 template <class Sample>
@@ -206,6 +211,7 @@ public:
     }
     void EndMacroblock(bool IsLast) { m_Bits.EncodeTerminate(IsLast); }
     size_t Bytes() const { return m_Bits.CoderBytes(); }
+    static constexpr bool kIsGuarded = false;
     void End() { m_Bits.TerminateEncode(); }
 
 private:
@@ -226,6 +232,12 @@ public:
     }
     void EndMacroblock(bool) {}
     size_t Bytes() const { return m_Bits.Bytes(); }
+    // A macroblock can be taken back, so its size can be limited.
+    static constexpr bool kIsGuarded = true;
+    using Place = CavlcCoder;
+    Place Keep() const { return m_Bits.Cavlc(); }
+    void PutBack(const Place& p) { m_Bits.Cavlc() = p; }
+    int64_t BitsSince(const Place& p) const { return m_Bits.Cavlc().Bits.Bits() - p.Bits.Bits(); }
     void End()
     {
         if (m_Bits.Cavlc().skip_run > 0) m_Bits.Cavlc().PutSkipRun();
@@ -236,24 +248,72 @@ private:
     SliceBits<Sample>& m_Bits;
 };
 
+// The most bits that a macroblock in variable length codes may have without rate control.
+constexpr int64_t kMacroblockBitsAtMost = 2750;
+
+// Decides, reconstructs and writes the macroblock in hand at its QP.
+template <class Sample, class Entropy>
+void CodeMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s, Entropy& Writer)
+{
+    CurrentMacroblock<Sample>& mb = s.cur_mb;
+    const int32_t Qp = mb.Records.pLocal->Qp;
+    if (s.Quant.Qp != Qp) SetQuantisers(Settings.Quant, s.Facts.slice_type, Qp, s.Quant);
+    const Candidate Won = AnalyseMacroblock(Settings, mb, s.work_area);
+    Commit(Won, s.work_area, mb);
+    Reconstruct(Won, mb, s.work_area);
+    if (Writer.WriteMacroblock(SyntaxOf(mb, s.Progress.slice_qp, s.work_area), mb.Records)) s.Progress.slice_qp = Qp;
+}
+
+template <class Sample, class Entropy>
+void CodeAsPcm(SliceContext<Sample>& s, Entropy& Writer)
+{
+    CurrentMacroblock<Sample>& mb = s.cur_mb;
+    Commit(Candidate{.Cost = 0, .Type = MB_PCM}, s.work_area, mb);
+    ReconstructPcm(mb, s.work_area);
+    Writer.WriteMacroblock(SyntaxOf(mb, s.Progress.slice_qp, s.work_area), mb.Records);
+}
+
+// Codes a macroblock again, coarser by up to two steps, until its bits are few enough, and else as it stands.
+template <class Sample, class Entropy>
+void CodeGuarded(const EncoderSettings& Settings, SliceContext<Sample>& s, Entropy& Writer)
+{
+    CurrentMacroblock<Sample>& mb = s.cur_mb;
+    KeepSource(mb, s.work_area);
+    const auto Before = Writer.Keep();
+    const int32_t SliceQp = s.Progress.slice_qp;
+    for (int32_t Qp = SliceQp;;) {
+        CodeMacroblock(Settings, s, Writer);
+        if (Writer.BitsSince(Before) <= kMacroblockBitsAtMost) return;
+        Writer.PutBack(Before);
+        s.Progress.slice_qp = SliceQp;
+        if (Qp - SliceQp >= 2 || Qp == 51) break;
+        StartRecords(mb, ++Qp);
+    }
+    CodeAsPcm(s, Writer);
+}
+
 template <class Sample, class Entropy>
 void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, Entropy Writer)
 {
     CurrentMacroblock<Sample>& mb = s.cur_mb;
-    WorkArea<Sample>& w = s.work_area;
     mb.pSlice = &s.Facts;
     mb.pQuant = &s.Quant;
     mb.Records = FirstRecords(Job, s.Facts.first_mb);
+    const bool IsGuarded = Entropy::kIsGuarded && Settings.Params.rate_control_method == RATE_CONTROL_NONE;
     const int32_t End = s.Facts.first_mb + s.Facts.MbLimit;
     for (int32_t Index = s.Facts.first_mb; Index < End;) {
-        const int32_t Qp = s.Progress.slice_qp;
-        StartMacroblock(Settings, Job, Index, Qp, mb);
-        if (s.Quant.Qp != Qp) SetQuantisers(Settings.Quant, s.Facts.slice_type, Qp, s.Quant);
-        const Candidate Won = AnalyseMacroblock(Settings, mb, w);
-        Commit(Won, w, mb.Records);
-        Reconstruct(Won, mb, w);
-        if (Writer.WriteMacroblock(SyntaxOf(mb, Qp, w), mb.Records)) s.Progress.slice_qp = mb.Records.pLocal->Qp;
-        s.Progress.intra_count += IsIntra(Won.Type);
+        StartMacroblock(Settings, Job, Index, s.Progress.slice_qp, mb);
+        if (Settings.PcmEvery > 0 && Index % Settings.PcmEvery == 0) [[unlikely]] {
+            CodeAsPcm(s, Writer);
+        } else if constexpr (Entropy::kIsGuarded) {
+            if (IsGuarded)
+                CodeGuarded(Settings, s, Writer);
+            else
+                CodeMacroblock(Settings, s, Writer);
+        } else {
+            CodeMacroblock(Settings, s, Writer);
+        }
+        s.Progress.intra_count += IsIntra(mb.Records.pGlobal->Type);
         ++s.Progress.mb_count;
         Writer.EndMacroblock(++Index == End);
         // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.

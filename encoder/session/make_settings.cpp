@@ -98,8 +98,8 @@ template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
     return p.coding_type == 0 && p.num_b_frames == 0 && p.chroma_format_idc == 1 && p.aux_format_idc == 0 &&
-           p.transform_8x8_mode == 0 && p.qpprime_y_zero_transform_bypass == 0 && p.entropy_coding_mode == 1 &&
-           p.partition_level == 0 && p.analysis_level <= 1 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
+           p.transform_8x8_mode == 0 && p.qpprime_y_zero_transform_bypass == 0 && p.analysis_level <= 1 &&
+           LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }
 
 void FillGop(EncoderSettings& Settings)

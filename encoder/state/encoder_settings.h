@@ -32,6 +32,10 @@ struct EncoderSettings {
     std::vector<int32_t> gop_pattern;
     static constexpr int32_t frame_num_max = kFrameNumMax;
 
+    // Every macroblock whose number is a multiple of this is coded as I_PCM; 0 for none. No setting asks for it, as no
+    // decision chooses I_PCM with CABAC: a test reaches it here.
+    int32_t PcmEvery = 0;
+
     std::vector<MacroblockPosition> Positions;
     QuantTables Quant;
     ThresholdTable ThresholdME, SkipIntraThreshold, TryAdvancedIntraThreshold;

@@ -64,6 +64,9 @@ struct WorkArea {
     alignas(16) Sample TrialUV[2 * kMaxChromaSamples];
     alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
     uint16_t Pcm[kMaxPcmSamples];
+    // The source of the macroblock where it is coded more than once in its own place: planes one behind the other.
+    static constexpr int32_t kSourceStep = 16;
+    alignas(16) Sample Source[3 * 16 * kSourceStep];
     uint8_t Intra4x4Modes[16];           // of the trial, raster order
     uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
     std::unique_ptr<uint8_t[]> pVisited; // kVisitedPoints, for SEARCH_UMBRELLA

@@ -1,0 +1,60 @@
+#include "encoder/decide/block_search.h"
+
+#include "Common/h264/chroma_geometry.h"
+
+#include <algorithm>
+
+namespace UMC_H264_ENCODER {
+
+template <class Sample>
+void BuildCandidates(const CurrentMacroblock<Sample>& mb, int List, const Reference<Sample>& Ref, MEParams<Sample>& p)
+{
+    const NeighbourMotion& Around = mb.Around.Motion[List];
+    p.candidate_count = 0;
+    AddCandidate(p, WholeSamples(p.pred_mv));
+    AddCandidate(p, {0, 0});
+    if (mb.Around.Has(kernels::kTop)) AddCandidate(p, WholeSamples(Around.TopVectors[0]));
+    if (mb.Around.Has(kernels::kLeft)) AddCandidate(p, WholeSamples(Around.LeftVectors[0]));
+    if (mb.Around.Has(kernels::kTopLeft)) AddCandidate(p, WholeSamples(Around.TopLeft.Mv));
+    if (Around.pTopRightOfPicture) AddCandidate(p, WholeSamples(*Around.pTopRightOfPicture));
+    const MotionVector* const pReference = Ref.pVectors + static_cast<ptrdiff_t>(mb.mb_index) * 16;
+    // A row of macroblocks has as many vectors as there are samples in a line: 16 for each macroblock.
+    if (16 * mb.mb_y + 16 < Ref.View.Height) AddCandidate(p, WholeSamples(pReference[Ref.View.Width]));
+    if (16 * mb.mb_x + 16 < Ref.View.Width) AddCandidate(p, WholeSamples(pReference[16]));
+    AddCandidate(p, WholeSamples(*pReference));
+}
+
+template <class Sample>
+void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Reference<Sample>& Ref,
+                MotionPart Part, int32_t Method, WorkArea<Sample>& w, MEParams<Sample>& p)
+{
+    const MacroblockPosition& At = *mb.pPosition;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[Settings.Layout.ChromaFormat];
+    const int32_t x = 4 * Part.x, y = 4 * Part.y, ChromaX = x >> Chroma.ShiftX, ChromaY = y >> Chroma.ShiftY;
+    p.src_y = mb.pSrcY + y * mb.SrcPitch + x;
+    p.src_u = mb.pSrcU + ChromaY * mb.SrcPitch + ChromaX;
+    p.src_v = mb.pSrcV + ChromaY * mb.SrcPitch + ChromaX;
+    p.ref_y = Ref.View.pY + At.Luma + y * mb.pitch + x;
+    p.ref_u = Ref.View.pU + At.Chroma + ChromaY * mb.pitch + ChromaX;
+    p.ref_v = Ref.View.pV + At.Chroma + ChromaY * mb.pitch + ChromaX;
+    p.pitch = mb.pitch;
+    p.SrcPitch = mb.SrcPitch;
+    p.block_width = 4 * Part.Width;
+    p.block_height = 4 * Part.Height;
+    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.Records.pLocal->Qp)];
+    p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
+    p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
+    p.range_x = std::max(Settings.Params.search_x, 0), p.range_y = std::max(Settings.Params.search_y, 0);
+    p.flags = Settings.AnalysisFlags;
+    p.method = Method;
+    p.pHalves = &w.Halves;
+    p.pTrial = w.Trial;
+    p.pTrialUV = w.TrialUV;
+    p.pVisited = w.pVisited.get();
+}
+
+template void BuildCandidates(const CurrentMacroblock<uint8_t>&, int, const Reference<uint8_t>&, MEParams<uint8_t>&);
+template void FillSearch(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, const Reference<uint8_t>&,
+                         MotionPart, int32_t, WorkArea<uint8_t>&, MEParams<uint8_t>&);
+
+} // namespace UMC_H264_ENCODER
