@@ -4,32 +4,101 @@
 #include "Common/h264/mb_type.h"
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
+#include "encoder/code/inter_syntax.h"
 #include "encoder/code/traced_syntax.h"
 
 namespace UMC_H264_ENCODER {
 
 namespace {
 
+template <class LevelType>
+bool Is8x8(const MacroblockSyntax<LevelType>& m)
+{
+    return (m.Flags & kFlagTransform8x8) != 0;
+}
+
 // mb_type of an intra macroblock, Table 7-11.
 template <class LevelType>
 uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
 {
     if (m.Type == MB_INTRA4X4) return h264::kIntraNxNType;
+    if (m.Type == MB_PCM) return h264::kIntraPcmType;
     const uint32_t Pattern = m.Local.Pattern;
     return h264::Intra16x16Type(m.Local.Intra16Mode, Pattern >> 4, (Pattern & 15) != 0);
 }
 
 template <class LevelType, class Policy>
-void WriteIntra4x4Modes(const MacroblockSyntax<LevelType>& m, Policy& p)
+void WriteMbType(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
+{
+    if (m.Slice.slice_type == h264::SLICE_P)
+        p.MbTypeP(IsIntraMb ? h264::kFirstIntraTypeP + IntraMbType(m) : InterMbTypeP<Policy>(m.Type));
+    else if (m.Slice.slice_type == h264::SLICE_I)
+        p.MbTypeI(IntraMbType(m));
+    else
+        p.MbTypeB(IsIntraMb ? h264::kFirstIntraTypeB + IntraMbType(m) : InterMbTypeB(m));
+}
+
+// Modes of 4x4 or 8x8 blocks. An 8x8 block looks at the 4x4 blocks left of and above its first one (clause 8.3.2.1).
+template <class LevelType, class Policy>
+void WriteIntraModes(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint8_t* const pModes = m.pIntraModes;
-    for (const uint8_t r : h264::kBlockRaster) {
+    const size_t Step = m.Flags & kFlagTransform8x8 ? 4 : 1;
+    for (size_t Index = 0; Index < 16; Index += Step) {
+        const uint8_t r = h264::kBlockRaster[Index];
         const int32_t x = r & 3, y = r >> 2, Mode = pModes[r];
         const int32_t Left = x > 0 ? pModes[r - 1] : m.Around.LeftModes[y];
         const int32_t Top = y > 0 ? pModes[r - 4] : m.Around.TopModes[x];
         const int32_t Predicted = h264::PredictIntraMode(Left, Top);
         p.IntraMode(Mode == Predicted ? -1 : Mode < Predicted ? Mode : Mode - 1);
     }
+}
+
+template <class LevelType>
+bool HasChroma(const MacroblockSyntax<LevelType>& m)
+{
+    return m.Slice.chroma_format_idc != h264::CHROMA_400;
+}
+
+template <class LevelType, class Policy>
+void WriteIntraPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    if (m.Type == MB_INTRA4X4) {
+        if (m.Slice.transform_8x8_mode_flag) p.Transform8x8(Is8x8(m));
+        WriteIntraModes(m, p);
+    }
+    if (HasChroma(m)) p.IntraChromaMode(m.Local.ChromaMode);
+}
+
+template <class LevelType, class Policy>
+void WritePcm(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    const auto ChromaSamples = static_cast<uint32_t>(2 * 16 * h264::kChromaGeometry[m.Slice.chroma_format_idc].Blocks);
+    p.Pcm(m.pPcm, 256, m.Slice.BitDepthLuma, ChromaSamples, m.Slice.BitDepthChroma);
+    p.NoQpDelta();
+}
+
+// coded_block_pattern, and transform_size_8x8_flag where it stands behind it.
+template <class LevelType, class Policy>
+void WritePattern(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
+{
+    p.CodedBlockPattern(m.Local.Pattern, IsIntraMb, HasChroma(m));
+    if (m.Slice.transform_8x8_mode_flag && !IsIntraMb && (m.Local.Pattern & 15) != 0 && MayTransform8x8(m))
+        p.Transform8x8(Is8x8(m));
+}
+
+// A difference of two QPY as clause 7.4.5 has it in range: what lies beyond comes back from the other end.
+int32_t WrapQpDelta(int32_t Delta, int32_t BitDepthLuma)
+{
+    const int32_t Half = 26 + 3 * (BitDepthLuma - 8); // 26 + QpBdOffsetY / 2
+    return Delta < -Half ? Delta + 2 * Half : Delta >= Half ? Delta - 2 * Half : Delta;
+}
+
+template <class LevelType, class Policy>
+void WriteLuma8x8(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant)
+        if (m.Local.Pattern >> Quadrant & 1) p.Luma8x8(Quadrant, m.pLuma8x8, m.pLuma);
 }
 
 template <class LevelType, class Policy>
@@ -63,8 +132,12 @@ void WriteChroma(const MacroblockSyntax<LevelType>& m, Policy& p)
 template <class LevelType, class Policy>
 void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
+    p.StartResidual((m.Flags & kFlagField) != 0);
     if (m.Type == MB_INTRA16X16) p.LumaDc(m.Local.CodedDc & kCodedLumaDc ? &m.LumaDc : nullptr);
-    WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
+    if (Is8x8(m))
+        WriteLuma8x8(m, p);
+    else
+        WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
     if (m.Local.Pattern >> 4 == 0) return;
     if (m.Slice.chroma_format_idc == h264::CHROMA_422)
         WriteChroma<8>(m, p);
@@ -77,43 +150,54 @@ void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 template <class LevelType, class Policy>
 bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
 {
-    if (m.Slice.slice_type == h264::SLICE_P) p.Skip(m.Type == MB_SKIP_P);
-    if (m.Type == MB_SKIP_P) {
-        p.NoQpDelta();
+    const bool IsSkip = m.Type == MB_SKIP_P || m.Type == MB_SKIP_B;
+    if (m.Slice.slice_type != h264::SLICE_I) p.Skip(IsSkip, m.Slice.slice_type == h264::SLICE_B);
+    if (!IsSkip) return WriteMacroblockLayer(m, p);
+    p.NoQpDelta();
+    return false;
+}
+
+template <class LevelType, class Policy>
+bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    const bool IsIntraMb = IsIntra(m.Type);
+    WriteMbType(m, p, IsIntraMb);
+    if (m.Type == MB_PCM) {
+        WritePcm(m, p);
         return false;
     }
-    const bool IsIntraMb = IsIntra(m.Type);
-    if (m.Slice.slice_type == h264::SLICE_I)
-        p.MbTypeI(IntraMbType(m));
+    if (IsIntraMb)
+        WriteIntraPrediction(m, p);
     else
-        p.MbTypeP(IsIntraMb ? h264::kFirstIntraTypeP + IntraMbType(m) : 0);
-    if (IsIntraMb) {
-        if (m.Type == MB_INTRA4X4) WriteIntra4x4Modes(m, p);
-        p.IntraChromaMode(m.Local.ChromaMode);
-    } else {
-        if (m.num_ref_idx[0] > 1)
-            p.RefIdx(static_cast<uint32_t>(m.pReferences[0][0]), static_cast<uint32_t>(m.num_ref_idx[0]));
-        p.Difference(m.pDifferences[0][0]);
-    }
+        WriteInterPrediction(m, p);
     if (m.Type != MB_INTRA16X16) {
-        p.CodedBlockPattern(m.Local.Pattern, IsIntraMb);
+        WritePattern(m, p, IsIntraMb);
         if (m.Local.Pattern == 0) {
             p.NoQpDelta();
             return false;
         }
     }
-    p.QpDelta(m.QpDelta);
+    p.QpDelta(WrapQpDelta(m.QpDelta, m.Slice.BitDepthLuma));
     WriteResidual(m, p);
     return true;
 }
 
-template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CabacSyntax<StoredBytes>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CabacSyntax<CountedBytes>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CavlcSyntax<StoredBits>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, CavlcSyntax<CountedBits>);
+#define INSTANTIATE_POLICY(LevelType, ...)                                                                             \
+    template bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>&, __VA_ARGS__);                              \
+    template bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>&, __VA_ARGS__&);
+#define INSTANTIATE_POLICIES(LevelType)                                                                                \
+    INSTANTIATE_POLICY(LevelType, CabacSyntax<StoredBytes>)                                                            \
+    INSTANTIATE_POLICY(LevelType, CabacSyntax<CountedBytes>)                                                           \
+    INSTANTIATE_POLICY(LevelType, CavlcSyntax<StoredBits>)                                                             \
+    INSTANTIATE_POLICY(LevelType, CavlcSyntax<CountedBits>)
+INSTANTIATE_POLICIES(int16_t)
+INSTANTIATE_POLICIES(int32_t)
 #if defined(QUILVEX_TRACE)
-template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, TracedSyntax<CabacSyntax<StoredBytes>>);
-template bool WriteMacroblockSyntax(const MacroblockSyntax<int16_t>&, TracedSyntax<CavlcSyntax<StoredBits>>);
+#define INSTANTIATE_TRACED(LevelType)                                                                                  \
+    INSTANTIATE_POLICY(LevelType, TracedSyntax<CabacSyntax<StoredBytes>>)                                              \
+    INSTANTIATE_POLICY(LevelType, TracedSyntax<CavlcSyntax<StoredBits>>)
+INSTANTIATE_TRACED(int16_t)
+INSTANTIATE_TRACED(int32_t)
 #endif
 
 } // namespace UMC_H264_ENCODER

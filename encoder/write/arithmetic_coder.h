@@ -120,6 +120,7 @@ public:
     }
 
     /// What follows a terminate bin of 1 (clause 9.3.4.5): the rest of codILow, a 1 bit and zeros to a whole byte.
+    /// Behind it stand the slice's end, or bytes as they are and a Restart.
     void Finish()
     {
         const int Count = m_Queue + 8 + 3; // bits to come
@@ -128,6 +129,15 @@ public:
         if (Count > 8) m_Output.Put(Bits & 0xFF);
         m_Queue = -8;
         m_Low = 0;
+    }
+
+    void PutByte(uint8_t Byte) { m_Output.Put(Byte); }
+    /// The coder at its start again (clause 9.3.1.2). No carry of what comes reaches the bytes before.
+    void Restart()
+    {
+        m_Low = 0;
+        m_Range = kFirstRange;
+        m_Queue = kFirstQueue;
     }
 
     /// Bits produced since Start, those still outstanding included.
@@ -162,9 +172,12 @@ private:
         m_Queue -= 8;
     }
 
-    uint32_t m_Low = 0;     // codILow in the ten low bits, settled bits above them
-    uint32_t m_Range = 510; // codIRange
-    int32_t m_Queue = -9;   // settled bits less 8; the first bit is the one that clause 9.3.4.2 suppresses
+    static constexpr uint32_t kFirstRange = 510;
+    static constexpr int32_t kFirstQueue = -9; // the first bit is the one that clause 9.3.4.2 suppresses
+
+    uint32_t m_Low = 0;             // codILow in the ten low bits, settled bits above them
+    uint32_t m_Range = kFirstRange; // codIRange
+    int32_t m_Queue = kFirstQueue;  // settled bits less 8
     Output m_Output;
 };
 

@@ -41,28 +41,43 @@ public:
     }
     uint8_t* Position() const { return m_pWrite; }
     int64_t Bits() const { return (m_pWrite - m_pBuffer) * 8 + m_BitOffset; }
+    /// Bits used of the byte at the position, 0..7.
+    int32_t BitOffset() const { return m_BitOffset; }
 
 private:
     uint8_t* m_pBuffer = nullptr;
     uint8_t* m_pWrite = nullptr;
-    int32_t m_BitOffset = 0; // bits used of the byte at m_pWrite, 0..7
+    int32_t m_BitOffset = 0;
 };
 
 // Nowhere: only their number is kept.
 class CountedBits
 {
 public:
+    CountedBits() = default;
+    /// Counts from within a byte of which FirstOffset bits are used.
+    explicit CountedBits(int32_t FirstOffset) : m_FirstOffset(FirstOffset) {}
+
     void Put(uint32_t, int32_t Count) { m_Bits += Count; }
     int64_t Bits() const { return m_Bits; }
+    int32_t BitOffset() const { return static_cast<int32_t>((m_FirstOffset + m_Bits) % 8); }
 
 private:
     int64_t m_Bits = 0;
+    int32_t m_FirstOffset = 0;
 };
 
 template <class Output>
 class BasicBitWriter : public Output
 {
 public:
+    using Output::Output;
+
+    /// Zeros to a whole byte.
+    void AlignZero()
+    {
+        if (const int32_t Used = Output::BitOffset(); Used != 0) Output::Put(0, 8 - Used);
+    }
     void PutBit(uint32_t Bit) { Output::Put(Bit, 1); }
     void PutBits(uint32_t Value, int32_t Count) { Output::Put(Value, Count); } // Count 0..24
     void PutVLCCode(uint32_t Code, int32_t Length)                             // Length 0..32

@@ -34,20 +34,25 @@ public:
     void Bin(uint32_t Context, uint32_t Value) { Arithmetic.EncodeBin(Contexts[Context], Value); }
     /// The levels of a block that has some, behind its coded_block_flag (clause 7.3.5.3.3).
     /// @param Positions  coefficients of the block's list
+    /// @param IsField    the macroblock is one of a field, whose maps have contexts of their own
     template <class LevelType>
-    void Levels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions);
+    void Levels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions, bool IsField);
     /// Chroma DC of 4:2:2, whose eight positions share the contexts of 4:2:0 (NumC8x8 is 2).
     template <class LevelType>
-    void ChromaDc422Levels(const BlockLevels<LevelType>& Block);
+    void ChromaDc422Levels(const BlockLevels<LevelType>& Block, bool IsField);
+    /// An 8x8 block, whose 64 positions share contexts (Table 9-43).
+    template <class LevelType>
+    void Levels8x8(const BlockLevels8x8<LevelType>& Block, bool IsField);
 
     h264::CabacContexts Contexts{};
     BasicArithmeticCoder<Output> Arithmetic;
     int32_t LastQpDelta = 0; // mb_qp_delta of the macroblock before, for its context
 
 private:
-    // Context: ctxIdxInc of the significance flags by position.
-    template <class LevelType, class ContextOf>
-    void ListedLevels(h264::BlockCat Cat, const BlockLevels<LevelType>& Block, uint32_t Positions, ContextOf Context);
+    // ContextOf, LastOf: ctxIdxInc of significant_coeff_flag and last_significant_coeff_flag by position.
+    template <class Block, class ContextOf, class LastOf>
+    void ListedLevels(h264::BlockCat Cat, const Block& Listed, uint32_t Positions, bool IsField, ContextOf Context,
+                      LastOf Last);
 };
 
 /// The rest of a value from its unary prefix on, in Exp-Golomb code of order k (clause 9.3.2.3), all bypass bins.

@@ -100,5 +100,7 @@ void BasicCavlcCoder<Output>::Block(const BlockLevels<LevelType>* pBlock, int32_
 
 template void CavlcCoder::Block(const BlockLevels<int16_t>*, int32_t, uint32_t);
 template void CavlcCounter::Block(const BlockLevels<int16_t>*, int32_t, uint32_t);
+template void CavlcCoder::Block(const BlockLevels<int32_t>*, int32_t, uint32_t);
+template void CavlcCounter::Block(const BlockLevels<int32_t>*, int32_t, uint32_t);
 
 } // namespace UMC_H264_ENCODER

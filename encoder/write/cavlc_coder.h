@@ -14,7 +14,7 @@ public:
     BasicCavlcCoder() = default;
     /// Goes on from another coder's state on an output of its own.
     template <class Other>
-    explicit BasicCavlcCoder(const BasicCavlcCoder<Other>& From) : skip_run(From.skip_run)
+    explicit BasicCavlcCoder(const BasicCavlcCoder<Other>& From) : Bits(From.Bits.BitOffset()), skip_run(From.skip_run)
     {
     }
 
@@ -27,8 +27,8 @@ public:
 
     /// residual_block_cavlc of clause 7.3.5.3.2.
     /// @param pBlock     null for a block without levels
-    /// @param nC         0..16, or -1 for chroma DC of 4:2:0
-    /// @param Positions  coefficients of the block's list: 16, 15 or 4
+    /// @param nC         0..16, or -1 for chroma DC of 4:2:0, -2 of 4:2:2
+    /// @param Positions  coefficients of the block's list: 16, 15, 8 or 4
     template <class LevelType>
     void Block(const BlockLevels<LevelType>* pBlock, int32_t nC, uint32_t Positions);
 
