@@ -28,7 +28,7 @@ void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, Wo
     const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][Won.Ref].View;
     const int32_t x = mb.mb_x * 16, y = mb.mb_y * 16;
     if (Won.AtHand < BLOCKS_LUMA) {
-        CompensateLuma(w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep);
+        CompensateLuma(w, Ref, Won.Vector, x, y, 16, 16, t.PredY, w.kPredStep, mb.pSlice->BitDepthLuma);
         QuantiseInterLuma(mb, t);
     }
     if (Won.AtHand < BLOCKS_ALL) CompensateChroma(w, Ref, Won.Vector, x, y, 16, 16, t.PredUV, w.kPredStep);
@@ -94,7 +94,7 @@ void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, Wor
             Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
             for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
         }
-        if (Bits) Kernels<Sample>.AddResidualChroma(pLevels, pDst, mb.pitch, Bits);
+        if (Bits) Kernels<Sample>.AddResidualChroma(pLevels, pDst, mb.pitch, Bits, mb.pSlice->BitDepthChroma);
         AnyAc |= Mask;
         AnyDc |= Dc;
     }
@@ -111,7 +111,7 @@ void ReconstructInter(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkA
     Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Coded) {
         Kernels<Sample>.DequantBlocks(t.Luma, Coded, 16, mb.pQuant->pLumaScale, mb.pQuant->LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded);
+        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded, mb.pSlice->BitDepthLuma);
     }
     mb.Records.pLocal->Coded = Coded;
     mb.Records.pLocal->Pattern = LumaPattern(Coded);
@@ -142,7 +142,7 @@ void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
-    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask);
+    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask, mb.pSlice->BitDepthLuma);
 }
 
 // The skip test has made the prediction already.

@@ -59,7 +59,7 @@ SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, In
 {
     if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
     const PictureView<const Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][0].View;
-    CompensateLuma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredY, w.kPredStep);
+    CompensateLuma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredY, w.kPredStep, mb.pSlice->BitDepthLuma);
     QuantiseInterLuma(mb, t);
     if (SkipLeavesLuma(t)) return {false, BLOCKS_LUMA};
     CompensateChroma(w, Ref, Skip, mb.mb_x * 16, mb.mb_y * 16, 16, 16, t.PredUV, w.kPredStep);
@@ -105,6 +105,7 @@ void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>
     p.ref_v = Ref.pV + At.Chroma;
     p.pitch = mb.pitch;
     p.SrcPitch = mb.SrcPitch;
+    p.bit_depth = mb.pSlice->BitDepthLuma;
     p.block_width = p.block_height = 16;
     p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.Records.pLocal->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;

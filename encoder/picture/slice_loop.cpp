@@ -63,6 +63,8 @@ void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, con
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
+    s.BitDepthLuma = Settings.Params.bit_depth_luma;
+    s.BitDepthChroma = Settings.Params.bit_depth_chroma;
     s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout, Job, s);
 }
 

@@ -36,6 +36,7 @@ struct SliceFacts {
     int32_t cabac_init_idc;
     int32_t deblock_idc, deblock_alpha, deblock_beta;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
+    int32_t BitDepthLuma, BitDepthChroma; // of a sample
     RefPicLists<Sample> ref_pic_lists;
     NeighbourTables Neighbours;
 };
