@@ -9,27 +9,19 @@ namespace {
 
 // Joins the list 0 prediction at pA and that of list 1 at pDst, by their mean or by implicit weights.
 template <class Sample>
-void JoinPredictions(const Sample* pA, Sample* pDst, int32_t Width, int32_t Height, int32_t Weight1)
+void JoinPredictions(const Sample* pA, Sample* pDst, int32_t Width, int32_t Height, int32_t Weight1, int32_t Depth)
 {
     constexpr int32_t kStep = WorkArea<Sample>::kPredStep;
-    if (Weight1 == h264::kEvenWeight) {
-        const auto pAverage = Width == 16  ? Kernels<Sample>.AverageBlock16
-                              : Width == 8 ? Kernels<Sample>.AverageBlock8
-                              : Width == 4 ? Kernels<Sample>.AverageBlock4
-                                           : Kernels<Sample>.AverageBlock2;
-        return pAverage(pA, kStep, pDst, kStep, Height);
-    }
-    const auto pWeight = Width == 16  ? Kernels<Sample>.BiWeightBlock16
-                         : Width == 8 ? Kernels<Sample>.BiWeightBlock8
-                         : Width == 4 ? Kernels<Sample>.BiWeightBlock4
-                                      : Kernels<Sample>.BiWeightBlock2;
-    pWeight(pA, kStep, pDst, kStep, Height, 5, 64 - Weight1, Weight1, 0);
+    if (Weight1 == h264::kEvenWeight)
+        Kernels<Sample>.AverageBlock(pA, kStep, pDst, kStep, Width, Height);
+    else
+        Kernels<Sample>.BiWeightBlock(pA, kStep, pDst, kStep, Width, Height, 5, 64 - Weight1, Weight1, 0, Depth);
 }
 
 // Predicts from the lists that are used, by Compensate(View, Vector, pDst), and joins two predictions.
 template <class Sample, class F>
 void PredictFromLists(const PartMotion& m, const CurrentMacroblock<Sample>& mb, Sample* pDst, Sample* pOther,
-                      int32_t Planes, int32_t Width, int32_t Height, F&& Compensate)
+                      int32_t Planes, int32_t Width, int32_t Height, int32_t Depth, F&& Compensate)
 {
     const SliceFacts<Sample>& Slice = *mb.pSlice;
     const auto View = [&](int List) { return Slice.ref_pic_lists.Pictures[List][m.Ref[List]].View; };
@@ -37,10 +29,9 @@ void PredictFromLists(const PartMotion& m, const CurrentMacroblock<Sample>& mb, 
     Compensate(View(1), m.Vector[1], pDst);
     if (m.Ref[0] < 0) return;
     Compensate(View(0), m.Vector[0], pOther);
-    const int32_t Weight1 =
-        Slice.B.HasImplicitWeights ? Slice.B.ImplicitWeight[m.Ref[0]][m.Ref[1]] : h264::kEvenWeight;
+    const int32_t Weight1 = Slice.B.HasImplicitWeights ? Slice.B.ImplicitWeight[m.Ref[0]][m.Ref[1]] : h264::kEvenWeight;
     for (int32_t Plane = 0; Plane < Planes; ++Plane)
-        JoinPredictions(pOther + 8 * Plane, pDst + 8 * Plane, Width, Height, Weight1);
+        JoinPredictions(pOther + 8 * Plane, pDst + 8 * Plane, Width, Height, Weight1, Depth);
 }
 
 } // namespace
@@ -50,10 +41,10 @@ void PredictPartLuma(const PartMotion& m, MotionPart Part, const CurrentMacroblo
                      Sample* pY)
 {
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
-    PredictFromLists(m, mb, pY + y * w.kPredStep + x, w.OtherY, 1, Width, Height,
+    PredictFromLists(m, mb, pY + y * w.kPredStep + x, w.OtherY, 1, Width, Height, mb.pSlice->Syntax.BitDepthLuma,
                      [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
-                         CompensateLuma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst,
-                                        w.kPredStep);
+                         CompensateLuma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst, w.kPredStep,
+                                        mb.pSlice->Syntax.BitDepthLuma);
                      });
 }
 
@@ -62,11 +53,11 @@ void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacrob
                        Sample* pUV)
 {
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
-    PredictFromLists(m, mb, pUV + y / 2 * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height / 2,
-                     [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
-                         CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst,
-                                          w.kPredStep);
-                     });
+    PredictFromLists(
+        m, mb, pUV + y / 2 * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height / 2, mb.pSlice->Syntax.BitDepthChroma,
+        [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
+            CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst, w.kPredStep);
+        });
 }
 
 template void PredictPartLuma(const PartMotion&, MotionPart, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&,

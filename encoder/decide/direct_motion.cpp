@@ -28,10 +28,7 @@ ColBlock FindColBlock(const CurrentMacroblock<Sample>& mb, int32_t Raster)
 }
 
 // colZeroFlag of clause 8.4.1.2.2; all references are short-term.
-bool IsColZero(const ColBlock& b)
-{
-    return b.Ref == 0 && std::abs(b.Vector.x) <= 1 && std::abs(b.Vector.y) <= 1;
-}
+bool IsColZero(const ColBlock& b) { return b.Ref == 0 && std::abs(b.Vector.x) <= 1 && std::abs(b.Vector.y) <= 1; }
 
 // Clause 8.4.1.2.2: references and vectors of the whole macroblock from its neighbours.
 template <class Sample>

@@ -32,7 +32,8 @@ inline constexpr int32_t kNotScaled = 9999; // more than any DistScaleFactor: th
 struct BSliceFacts {
     bool direct_spatial_mv_pred;
     bool HasImplicitWeights;
-    int16_t ImplicitWeight[kMaxReferences][kMaxReferences]; // of list 1, by index in list 0 and 1; list 0 has 64 less it
+    int16_t ImplicitWeight[kMaxReferences]
+                          [kMaxReferences]; // of list 1, by index in list 0 and 1; list 0 has 64 less it
     // Temporal direct prediction: DistScaleFactor by index in list 0, and that index by list and index in the slices of
     // the co-located picture, kRefNone for a picture that is no reference any more.
     int32_t DistScale[kMaxReferences];

@@ -42,7 +42,7 @@ struct WorkArea {
 
     static constexpr uint8_t kInterTrials = 2;
     InterTrial<Sample> Inter[kInterTrials];
-    MacroblockMotion Motion[kInterTrials]; // of candidates that Candidate::Vector does not tell all of
+    MacroblockMotion Motion[kInterTrials];             // of candidates that Candidate::Vector does not tell all of
     alignas(16) Sample IntraY[2][16 * 16];             // predictions of Intra 16x16, the best and the one on trial
     alignas(16) Sample IntraUV[2 * kMaxChromaSamples]; // of the best chroma mode, Cb in columns 0..7
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
