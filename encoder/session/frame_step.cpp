@@ -126,6 +126,7 @@ UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
     auto& f = *c.Job.pCurrent;
     f.frame_num = f.is_idr ? 0 : c.Sequence.frame_num;
     f.picture_id = c.Sequence.next_picture_id += 2;
+    f.PrepareTables();
     c.Sequence.InputList.RemoveFrame(&f);
     c.Sequence.ReconstructionList.Append(&f);
     c.Job.Begin(f, STRUCTURE_FRAME, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
