@@ -1,5 +1,6 @@
 #include "decoder/entropy/direct.h"
 
+#include "Common/h264/temporal_distance.h"
 #include "decoder/entropy/motion.h"
 
 #include <algorithm>
@@ -255,15 +256,13 @@ int RefAcrossKinds(const SliceView& s, const MbState& Mb, const DirectState& Dir
     return Direct.RefOf[FramePicture(Frame) + (s.Picture.IsBottom ^ (c.CountsFieldsInPair ? ColRef & 1 : 0))];
 }
 
-int16_t ScaleMv(int Factor, int16_t Mv) { return static_cast<int16_t>((Factor * Mv + 128) >> 8); }
-
 // From a co-located block's reference, as our index, and its vector, in our unit.
 Motion ScaleMotion(const H264DirectTables& Tables, int Ref, h264::MotionVector ColMv)
 {
     Motion Scaled{{Ref, 0}, {ColMv, {0, 0}}};
     const int Factor = Tables.DistScaleFactor[Ref];
     if (Factor != kNotScaled) {
-        Scaled.Mv[0] = {ScaleMv(Factor, ColMv.x), ScaleMv(Factor, ColMv.y)};
+        Scaled.Mv[0] = h264::ScaleVector(Factor, ColMv);
         Scaled.Mv[1] = Scaled.Mv[0] - ColMv;
     }
     return Scaled;

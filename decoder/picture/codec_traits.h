@@ -54,7 +54,7 @@ struct CodecTraits<uint8_t> {
     template <int kHeight>
     static void PredictChroma(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int)
     {
-        if constexpr (kHeight == 16) return kernels::PredictChroma422_px(Mode, p, Step, Available);
+        if constexpr (kHeight == 16) return kernels::g_Kernels.PredictChroma422(Mode, p, Step, p, Step, Available);
         switch (Mode) {
         case 0: return kernels::g_Kernels.PredictChromaDc(p, Step, p, Step, Available);
         case 1: return kernels::g_Kernels.PredictChromaHorizontal(p, Step, p, Step, Available);
@@ -207,20 +207,20 @@ struct CodecTraits<uint16_t> {
     }
     static void Predict16x16(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
     {
-        kernels::Predict16x16Deep_px(Mode, p, Step, Available, Depth);
+        kernels::g_Kernels.Predict16x16Deep(Mode, p, Step, p, Step, Available, Depth);
     }
     template <int kHeight>
     static void PredictChroma(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
     {
-        kernels::PredictChromaDeep_px(Mode, kHeight, p, Step, Available, Depth);
+        kernels::g_Kernels.PredictChromaDeep(Mode, kHeight, p, Step, p, Step, Available, Depth);
     }
     static void PredictIntra4x4(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
     {
-        kernels::PredictIntra4x4Deep_px(Mode, p, Step, Available, Depth);
+        kernels::g_Kernels.PredictIntra4x4Deep(Mode, p, Step, p - Step / 2 + 4, p, Step, Available, Depth);
     }
     static void PredictIntra8x8(int Mode, Sample* p, ptrdiff_t Step, unsigned Available, int Depth)
     {
-        kernels::PredictIntra8x8Deep_px(Mode, p, Step, Available, Depth);
+        kernels::g_Kernels.PredictIntra8x8Deep(Mode, p, Step, p, Step, Available, Depth);
     }
     static void AddResidual4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, int Depth)
     {
@@ -232,19 +232,15 @@ struct CodecTraits<uint16_t> {
     }
     static void AddLuma4x4(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
     {
-        for (int q = 0; q < 4; ++q)
-            AddChroma(pCoeffs + q * 64, p + (q >> 1) * 4 * Step + (q & 1) * 8, Step, Bits >> (q * 4) & 15, Depth);
+        kernels::g_Kernels.AddResidualLuma4x4Deep(pCoeffs, p, Step, Bits, Depth);
     }
     static void AddLuma8x8(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
     {
-        for (int q = 0; q < 4; ++q)
-            if (Bits >> (q * 4) & 1)
-                AddResidual8x8(pCoeffs + q * 64, p + (q >> 1) * 4 * Step + (q & 1) * 8, Step, Depth);
+        kernels::g_Kernels.AddResidualLuma8x8Deep(pCoeffs, p, Step, Bits, Depth);
     }
     static void AddChroma(Coeffs* pCoeffs, Sample* p, ptrdiff_t Step, uint32_t Bits, int Depth)
     {
-        for (int i = 0; i < 4; ++i) // a row of samples is Step / 2 of them
-            if (Bits >> i & 1) AddResidual4x4(pCoeffs + i * 16, p + (i >> 1) * 2 * Step + (i & 1) * 4, Step, Depth);
+        kernels::g_Kernels.AddResidualChromaDeep(pCoeffs, p, Step, Bits, Depth);
     }
 
     template <int W>

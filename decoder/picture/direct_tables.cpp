@@ -2,18 +2,9 @@
 
 #include "decoder/picture/frame.h"
 
-#include <algorithm>
-#include <cstdlib>
-
 namespace UMC {
 
 namespace {
-
-// DiffPicOrderCnt limited as clauses 8.4.1.2.3 and 8.4.2.3.1 limit it.
-int32_t Distance(int32_t Count, int32_t From)
-{
-    return static_cast<int32_t>(std::clamp<int64_t>(int64_t{Count} - From, -128, 127));
-}
 
 struct ListEntry {
     int32_t OrderCount;
@@ -28,20 +19,10 @@ ListEntry EntryOf(const H264RefList& List, int Index, bool IsField)
             (List.Flag[Index] & kRefFlagShortTerm) == 0};
 }
 
-int32_t ScaleFactor(int32_t Current, int32_t Count0, int32_t Count1) // the two must differ
-{
-    const int32_t tb = Distance(Current, Count0), td = Distance(Count1, Count0);
-    const int32_t tx = (16384 + std::abs(td / 2)) / td;
-    return std::clamp((tb * tx + 32) >> 6, -1024, 1023);
-}
-
 int16_t ImplicitWeight(int32_t Current, const ListEntry& Entry0, const ListEntry& Entry1)
 {
-    if (!Entry0.IsThere || !Entry1.IsThere || Entry0.IsLongTerm || Entry1.IsLongTerm ||
-        Entry0.OrderCount == Entry1.OrderCount)
-        return kEvenWeight;
-    const int32_t Weight = ScaleFactor(Current, Entry0.OrderCount, Entry1.OrderCount) >> 2;
-    return Weight < -64 || Weight > 128 ? kEvenWeight : static_cast<int16_t>(Weight);
+    if (!Entry0.IsThere || !Entry1.IsThere || Entry0.IsLongTerm || Entry1.IsLongTerm) return h264::kEvenWeight;
+    return h264::ImplicitWeight(Current, Entry0.OrderCount, Entry1.OrderCount);
 }
 
 } // namespace
@@ -55,7 +36,7 @@ void ComputeDirectTables(const H264DecoderRefPicList& Lists, const SliceHeaderFi
         const ListEntry Entry0 = EntryOf(Lists.List[0], i, IsField);
         const bool IsScaled = Entry0.IsThere && !Entry0.IsLongTerm && Entry0.OrderCount != Colocated.OrderCount;
         Tables.DistScaleFactor[i] =
-            IsScaled ? ScaleFactor(PicOrderCnt, Entry0.OrderCount, Colocated.OrderCount) : kNotScaled;
+            IsScaled ? h264::DistScaleFactor(PicOrderCnt, Entry0.OrderCount, Colocated.OrderCount) : kNotScaled;
         if (!HasImplicitWeights) continue;
         for (int j = 0; j < Header.num_ref_idx_l1_active; ++j)
             Tables.ImplicitWeight[i][j] = ImplicitWeight(PicOrderCnt, Entry0, EntryOf(Lists.List[1], j, IsField));

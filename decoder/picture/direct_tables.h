@@ -1,6 +1,7 @@
 // Distances and weights that B slices derive from picture order counts, clauses 8.4.1.2.3 and 8.4.2.3.1.
 #pragma once
 
+#include "Common/h264/temporal_distance.h"
 #include "decoder/picture/ref_pic_list.h"
 #include "decoder/stream/headers.h"
 
@@ -9,7 +10,6 @@
 namespace UMC {
 
 inline constexpr int32_t kNotScaled = 9999; // more than any DistScaleFactor: the vector is taken as it is
-inline constexpr int16_t kEvenWeight = 32;
 
 // By reference index.
 struct H264DirectTables {

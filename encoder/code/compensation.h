@@ -21,7 +21,7 @@ inline bool InsidePadding(int32_t First, int32_t Last, int32_t PlaneSize, int32_
 /// Luma block at (x, y) of the picture, moved by a vector. Width 16, 8 or 4.
 template <class Sample>
 void CompensateLuma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, MotionVector v, int32_t x, int32_t y,
-                    int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep)
+                    int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep, int32_t BitDepth)
 {
     const int32_t Left = x + (v.x >> 2), Top = y + (v.y >> 2);
     const auto* pSrc = Ref.pY + static_cast<ptrdiff_t>(Top) * Ref.Pitch + Left;
@@ -33,10 +33,7 @@ void CompensateLuma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, M
                                     Width + 5, Height + 5);
         pSrc = w.Clamped + 2 * SrcStep + 2;
     }
-    const auto pInterpolate = Width == 16  ? Kernels<Sample>.InterpolateLuma16
-                              : Width == 8 ? Kernels<Sample>.InterpolateLuma8
-                                           : Kernels<Sample>.InterpolateLuma4;
-    pInterpolate(pSrc, SrcStep, pDst, DstStep, v.x & 3, v.y & 3, Height);
+    Kernels<Sample>.InterpolateLuma(pSrc, SrcStep, pDst, DstStep, v.x & 3, v.y & 3, Width, Height, BitDepth);
 }
 
 /// Both chroma blocks that belong to the luma block at (x, y); sizes in luma samples. Cr goes to pDst + 8.
@@ -61,10 +58,8 @@ void CompensateChroma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref,
         pU = pClampedU;
         pV = pClampedV;
     }
-    const auto pInterpolate = BlockWidth == 8   ? Kernels<Sample>.InterpolateChroma8
-                              : BlockWidth == 4 ? Kernels<Sample>.InterpolateChroma4
-                                                : Kernels<Sample>.InterpolateChroma2;
-    pInterpolate(pU, pV, SrcStep, pDst, pDst + 8, DstStep, v.x & 7, v.y & 7, BlockHeight);
+    Kernels<Sample>.InterpolateChroma(pU, pV, SrcStep, pDst, pDst + 8, DstStep, v.x & 7, v.y & 7, BlockWidth,
+                                      BlockHeight);
 }
 
 } // namespace UMC_H264_ENCODER

@@ -1,46 +1,68 @@
 #include "encoder/code/inter_prediction.h"
 
+#include "Common/h264/temporal_distance.h"
 #include "encoder/code/compensation.h"
 
 namespace UMC_H264_ENCODER {
 
 namespace {
 
-// Calls f with each part and its one reference and vector.
-template <class Sample, class F>
-void ForEachVector(const Candidate& c, const CurrentMacroblock<Sample>& mb, const WorkArea<Sample>& w, F&& f)
+// Joins the list 0 prediction at pA and that of list 1 at pDst, by their mean or by implicit weights.
+template <class Sample>
+void JoinPredictions(const Sample* pA, Sample* pDst, int32_t Width, int32_t Height, int32_t Weight1, int32_t Depth)
 {
-    const Reference<Sample>* const pList = mb.pSlice->ref_pic_lists.Pictures[0];
-    if (c.Type == MB_INTER16X16) return f(MotionPart{0, 0, 4, 4}, pList[c.Ref].View, c.Vector);
-    const MacroblockMotion& m = w.Motion[c.Slot];
-    ForEachPart(c.Type, m.SubTypes, [&](MotionPart Part) {
-        f(Part, pList[m.References[0][Part.Quadrant()]].View, m.Vectors[0][Part.Raster()]);
-    });
+    constexpr int32_t kStep = WorkArea<Sample>::kPredStep;
+    if (Weight1 == h264::kEvenWeight)
+        Kernels<Sample>.AverageBlock(pA, kStep, pDst, kStep, Width, Height);
+    else
+        Kernels<Sample>.BiWeightBlock(pA, kStep, pDst, kStep, Width, Height, 5, 64 - Weight1, Weight1, 0, Depth);
+}
+
+// Predicts from the lists that are used, by Compensate(View, Vector, pDst), and joins two predictions.
+template <class Sample, class F>
+void PredictFromLists(const PartMotion& m, const CurrentMacroblock<Sample>& mb, Sample* pDst, Sample* pOther,
+                      int32_t Planes, int32_t Width, int32_t Height, int32_t Depth, F&& Compensate)
+{
+    const SliceFacts<Sample>& Slice = *mb.pSlice;
+    const auto View = [&](int List) { return Slice.ref_pic_lists.Pictures[List][m.Ref[List]].View; };
+    if (m.Ref[1] < 0) return Compensate(View(0), m.Vector[0], pDst);
+    Compensate(View(1), m.Vector[1], pDst);
+    if (m.Ref[0] < 0) return;
+    Compensate(View(0), m.Vector[0], pOther);
+    const int32_t Weight1 = Slice.B.HasImplicitWeights ? Slice.B.ImplicitWeight[m.Ref[0]][m.Ref[1]] : h264::kEvenWeight;
+    for (int32_t Plane = 0; Plane < Planes; ++Plane)
+        JoinPredictions(pOther + 8 * Plane, pDst + 8 * Plane, Width, Height, Weight1, Depth);
 }
 
 } // namespace
 
 template <class Sample>
-void PredictInterLuma(const Candidate& c, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Sample* pY)
+void PredictPartLuma(const PartMotion& m, MotionPart Part, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                     Sample* pY)
 {
-    ForEachVector(c, mb, w, [&](MotionPart Part, const PictureView<const Sample>& Ref, MotionVector v) {
-        const int x = 4 * Part.x, y = 4 * Part.y;
-        CompensateLuma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, 4 * Part.Width, 4 * Part.Height,
-                       pY + y * w.kPredStep + x, w.kPredStep);
-    });
+    const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
+    PredictFromLists(m, mb, pY + y * w.kPredStep + x, w.OtherY, 1, Width, Height, mb.pSlice->Syntax.BitDepthLuma,
+                     [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
+                         CompensateLuma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst, w.kPredStep,
+                                        mb.pSlice->Syntax.BitDepthLuma);
+                     });
 }
 
 template <class Sample>
-void PredictInterChroma(const Candidate& c, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Sample* pUV)
+void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                       Sample* pUV)
 {
-    ForEachVector(c, mb, w, [&](MotionPart Part, const PictureView<const Sample>& Ref, MotionVector v) {
-        const int x = 4 * Part.x, y = 4 * Part.y;
-        CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, 4 * Part.Width, 4 * Part.Height,
-                         pUV + y / 2 * w.kPredStep + x / 2, w.kPredStep);
-    });
+    const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
+    PredictFromLists(
+        m, mb, pUV + y / 2 * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height / 2, mb.pSlice->Syntax.BitDepthChroma,
+        [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
+            CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst, w.kPredStep);
+        });
 }
 
-template void PredictInterLuma(const Candidate&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&, uint8_t*);
-template void PredictInterChroma(const Candidate&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&, uint8_t*);
+template void PredictPartLuma(const PartMotion&, MotionPart, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&,
+                              uint8_t*);
+template void PredictPartChroma(const PartMotion&, MotionPart, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&,
+                                uint8_t*);
 
 } // namespace UMC_H264_ENCODER

@@ -92,7 +92,7 @@ void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, Wor
             Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
             for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
         }
-        if (Bits) Kernels<Sample>.AddResidualChroma(pLevels, pDst, mb.pitch, Bits);
+        if (Bits) Kernels<Sample>.AddResidualChroma(pLevels, pDst, mb.pitch, Bits, mb.pSlice->Syntax.BitDepthChroma);
         AnyAc |= Mask;
         AnyDc |= Dc;
     }
@@ -109,7 +109,7 @@ void ReconstructInter(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkA
     Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
     if (Coded) {
         Kernels<Sample>.DequantBlocks(t.Luma, Coded, 16, mb.pQuant->pLumaScale, mb.pQuant->LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded);
+        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded, mb.pSlice->Syntax.BitDepthLuma);
     }
     mb.Records.pLocal->Coded = Coded;
     mb.Records.pLocal->Pattern = LumaPattern(Coded);
@@ -140,7 +140,7 @@ void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
-    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask);
+    if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask, mb.pSlice->Syntax.BitDepthLuma);
 }
 
 // The skip test has made the prediction already.

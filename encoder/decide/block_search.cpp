@@ -39,6 +39,7 @@ void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>
     p.ref_v = Ref.View.pV + At.Chroma + ChromaY * mb.pitch + ChromaX;
     p.pitch = mb.pitch;
     p.SrcPitch = mb.SrcPitch;
+    p.bit_depth = mb.pSlice->Syntax.BitDepthLuma;
     p.block_width = 4 * Part.Width;
     p.block_height = 4 * Part.Height;
     p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.Records.pLocal->Qp)];

@@ -18,40 +18,35 @@ namespace {
 constexpr int32_t kImpossible = std::numeric_limits<int32_t>::max();
 constexpr int32_t kBitsOfIntra4x4 = 24; // estimate of what the type costs beyond the modes counted
 
-// The four modes of a block of one size in the order in which they are compared; a tie stays with the earlier.
-template <class Sample>
-struct ModeTrial {
-    typename CodecTraits<Sample>::PredictIntra* pPredict;
-    uint8_t Mode;
-    int32_t Bits; // an estimate, not the length of the code
-};
-
 } // namespace
 
 template <class Sample>
 Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     const unsigned Available = mb.Around.Available;
-    const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.Predict16x16Dc, INTRA16_DC, 3},
-                                      {Kernels<Sample>.Predict16x16Vertical, INTRA16_VERTICAL, 1},
-                                      {Kernels<Sample>.Predict16x16Horizontal, INTRA16_HORIZONTAL, 3},
-                                      {Kernels<Sample>.Predict16x16Plane, INTRA16_PLANE, 5}};
     const auto pDistance =
         Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad16x16 : Kernels<Sample>.Satd16x16;
     int32_t Best = kImpossible;
     uint8_t BestMode = INTRA16_DC, Slot = 0;
     Sample *pBest = w.IntraY[0], *pTrial = w.IntraY[1];
-    for (const ModeTrial<Sample>& t : Trials) {
-        const int32_t Price = BitPrice(mb.Records.pLocal->Qp, t.Bits);
-        if ((kernels::kIntra16x16Needs[t.Mode] & ~Available) || Price >= Best) continue;
-        t.pPredict(mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available);
+    // Bits are an estimate, not the length of the code; a tie stays with the earlier mode. Inlined, as the price and
+    // the kernel of each mode are then at hand.
+    const auto Try = [&](Intra16Mode Mode, int32_t Bits) [[gnu::always_inline]] {
+        const int32_t Price = BitPrice(mb.Records.pLocal->Qp, Bits);
+        if ((kernels::kIntra16x16Needs[Mode] & ~Available) || Price >= Best) return;
+        Kernels<Sample>.Predict16x16(Mode, mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available,
+                                     mb.pSlice->Syntax.BitDepthLuma);
         const int32_t Cost = Price + pDistance(mb.pSrcY, mb.SrcPitch, pTrial, w.kPredStep);
-        if (Cost >= Best) continue;
+        if (Cost >= Best) return;
         Best = Cost;
-        BestMode = t.Mode;
+        BestMode = Mode;
         std::swap(pBest, pTrial);
         Slot ^= 1;
-    }
+    };
+    Try(INTRA16_DC, 3);
+    Try(INTRA16_VERTICAL, 1);
+    Try(INTRA16_HORIZONTAL, 3);
+    Try(INTRA16_PLANE, 5);
     return {.Cost = Best, .Type = MB_INTRA16X16, .Intra16Mode = BestMode, .Slot = Slot};
 }
 
@@ -60,25 +55,26 @@ int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sam
                     uint8_t& Mode)
 {
     const unsigned Available = mb.Around.Available;
-    const ModeTrial<Sample> Trials[4]{{Kernels<Sample>.PredictChromaDc, CHROMA_DC, 1},
-                                      {Kernels<Sample>.PredictChromaVertical, CHROMA_VERTICAL, 3},
-                                      {Kernels<Sample>.PredictChromaHorizontal, CHROMA_HORIZONTAL, 3},
-                                      {Kernels<Sample>.PredictChromaPlane, CHROMA_PLANE, 5}};
+    const int32_t BitDepth = mb.pSlice->Syntax.BitDepthChroma;
     const auto pDistance = Settings.AnalysisFlags & ENC_ANALYSE_SAD ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
     int32_t Best = kImpossible;
-    for (const ModeTrial<Sample>& t : Trials) {
-        if (kernels::kIntraChromaNeeds[t.Mode] & ~Available) continue;
+    const auto Try = [&](ChromaMode Tried, int32_t Bits) {
+        if (kernels::kIntraChromaNeeds[Tried] & ~Available) return;
         auto* const pTrial = w.TrialUV;
-        t.pPredict(mb.pRecU, mb.pitch, pTrial, w.kPredStep, Available);
-        t.pPredict(mb.pRecV, mb.pitch, pTrial + 8, w.kPredStep, Available);
-        const int32_t Cost = BitPrice(mb.Records.pLocal->QpChroma, t.Bits) +
+        Kernels<Sample>.PredictChroma(Tried, 8, mb.pRecU, mb.pitch, pTrial, w.kPredStep, Available, BitDepth);
+        Kernels<Sample>.PredictChroma(Tried, 8, mb.pRecV, mb.pitch, pTrial + 8, w.kPredStep, Available, BitDepth);
+        const int32_t Cost = BitPrice(mb.Records.pLocal->QpChroma, Bits) +
                              pDistance(mb.pSrcU, mb.SrcPitch, pTrial, w.kPredStep) +
                              pDistance(mb.pSrcV, mb.SrcPitch, pTrial + 8, w.kPredStep);
-        if (Cost >= Best) continue;
+        if (Cost >= Best) return;
         Best = Cost;
-        Mode = t.Mode;
+        Mode = Tried;
         Kernels<Sample>.CopyBlock16(pTrial, w.kPredStep, w.IntraUV, w.kPredStep, 8);
-    }
+    };
+    Try(CHROMA_DC, 1);
+    Try(CHROMA_VERTICAL, 3);
+    Try(CHROMA_HORIZONTAL, 3);
+    Try(CHROMA_PLANE, 5);
     return Best;
 }
 
@@ -152,7 +148,7 @@ void Intra4x4Trial<Sample>::Code(uint32_t Index, Sample* pLocal, const Sample* p
     m_w.Intra4x4Coded |= 1u << Index;
     ListLevels(pLevels, 0, m_w.Intra4x4Levels[Index]);
     Kernels<Sample>.DequantBlocks(pLevels, 1, 1, q.pLumaScale, q.LumaPer, 0);
-    Kernels<Sample>.AddResidual4x4(pLevels, pLocal, m_w.kLocalStep);
+    Kernels<Sample>.AddResidual4x4(pLevels, pLocal, m_w.kLocalStep, m_Mb.pSlice->Syntax.BitDepthLuma);
 }
 
 template <class Sample>
@@ -169,7 +165,8 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
 
     alignas(16) Sample Predictions[9][16];
     int32_t Distances[9];
-    Kernels<Sample>.PredictAll4x4(pSrc, mb.SrcPitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances);
+    Kernels<Sample>.PredictAll4x4(pSrc, mb.SrcPitch, pLocal, m_w.kLocalStep, Available, Predictions, Distances,
+                                  mb.pSlice->Syntax.BitDepthLuma);
     int32_t Best = kImpossible, BestMode = 0;
     const auto Try = [&](int32_t Mode) {
         if (!m_UsesSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, mb.SrcPitch, Predictions[Mode], 4);

@@ -36,8 +36,8 @@ public:
         m_Is16x16 = m_p.block_width == 16 && m_p.block_height == 16;
         if (!m_Is16x16) return;
         constexpr ptrdiff_t kStep = HalfPlanes<Sample>::kStep;
-        Kernels<Sample>.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.pHalves->Right, kStep);
-        Kernels<Sample>.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.pHalves->Down, kStep);
+        Kernels<Sample>.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.pHalves->Right, kStep, m_p.bit_depth);
+        Kernels<Sample>.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.pHalves->Down, kStep, m_p.bit_depth);
         m_p.pHalves->HasBoth = false;
     }
 
@@ -91,7 +91,7 @@ private:
         HalfPlanes<Sample>& h = *m_p.pHalves;
         Step = HalfPlanes<Sample>::kStep;
         if (p.Which == BOTH && !h.HasBoth) {
-            Kernels<Sample>.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step);
+            Kernels<Sample>.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step, m_p.bit_depth);
             h.HasBoth = true;
         }
         const Sample* const pPlane = p.Which == RIGHT ? h.Right : p.Which == DOWN ? h.Down : h.Both;
@@ -108,17 +108,15 @@ private:
         if (m_p.flags & ENC_ANALYSE_SAD)
             return Kernels<Sample>.SadAverage16x16(m_p.src_y, m_p.SrcPitch, pA, StepA, pB, StepB);
         Kernels<Sample>.CopyBlock16(pA, StepA, m_p.pTrial, 16, 16);
-        Kernels<Sample>.AverageBlock16(pB, StepB, m_p.pTrial, 16, 16);
+        Kernels<Sample>.AverageBlock(pB, StepB, m_p.pTrial, 16, 16, 16);
         return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
     int32_t DistanceOther(int32_t dx, int32_t dy)
     {
-        const auto pInterpolate = m_p.block_width == 16  ? Kernels<Sample>.InterpolateLuma16
-                                  : m_p.block_width == 8 ? Kernels<Sample>.InterpolateLuma8
-                                                         : Kernels<Sample>.InterpolateLuma4;
-        pInterpolate(m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2), m_p.pitch, m_p.pTrial, 16, dx & 3, dy & 3,
-                     m_p.block_height);
+        const Sample* const pSrc = m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2);
+        Kernels<Sample>.InterpolateLuma(pSrc, m_p.pitch, m_p.pTrial, 16, dx & 3, dy & 3, m_p.block_width,
+                                        m_p.block_height, m_p.bit_depth);
         return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
@@ -147,11 +145,9 @@ template <class Sample>
 int32_t ChromaDistortion(const MEParams<Sample>& p, int32_t x, int32_t y)
 {
     const int32_t Width = p.block_width / 2, Height = p.block_height / 2;
-    const auto pInterpolate = Width == 8   ? Kernels<Sample>.InterpolateChroma8
-                              : Width == 4 ? Kernels<Sample>.InterpolateChroma4
-                                           : Kernels<Sample>.InterpolateChroma2;
     const ptrdiff_t Offset = (y >> 3) * p.pitch + (x >> 3);
-    pInterpolate(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.pTrialUV, p.pTrialUV + 8, 16, x & 7, y & 7, Height);
+    Kernels<Sample>.InterpolateChroma(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.pTrialUV, p.pTrialUV + 8, 16,
+                                      x & 7, y & 7, Width, Height);
     const int32_t Code = SizeCode(Width, Height);
     const auto pDistance = p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
     return pDistance(p.src_u, p.SrcPitch, p.pTrialUV, 16) + pDistance(p.src_v, p.SrcPitch, p.pTrialUV + 8, 16);

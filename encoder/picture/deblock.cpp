@@ -26,7 +26,8 @@ public:
           m_pGlobal(Job.pCurrent->mb_global + Job.FirstMb), m_pVectors(Job.pCurrent->mb_motion[0] + 16 * Job.FirstMb),
           m_pReferences(Job.pCurrent->mb_reference[0] + 16 * Job.FirstMb), m_View(Job.Reconstruction),
           m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
-          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_IsISlice(s.slice_type == h264::SLICE_I)
+          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_DepthLuma(s.Syntax.BitDepthLuma),
+          m_DepthChroma(s.Syntax.BitDepthChroma), m_IsISlice(s.slice_type == h264::SLICE_I)
     {
     }
 
@@ -56,6 +57,7 @@ private:
     const PictureView<Sample> m_View;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
+    int32_t m_DepthLuma, m_DepthChroma;
     bool m_IsISlice;
     CachedParams m_Luma, m_Chroma;
 };
@@ -64,8 +66,7 @@ private:
 template <class Sample>
 bool MacroblockFilter<Sample>::Moves(int32_t Block, int32_t Other) const
 {
-    return m_pReferences[Block] != m_pReferences[Other] ||
-           h264::VectorsDiffer(m_pVectors[Block], m_pVectors[Other], 4);
+    return m_pReferences[Block] != m_pReferences[Other] || h264::VectorsDiffer(m_pVectors[Block], m_pVectors[Other], 4);
 }
 
 template <class Sample>
@@ -155,12 +156,11 @@ void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Stren
     const GlobalMacroblock& Other = m_pGlobal[Neighbour >= 0 ? Neighbour : Index];
     const MacroblockPosition& At = m_Settings.Positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
-    (IsVertical ? Kernels<Sample>.FilterLumaVertical
-                : Kernels<Sample>.FilterLumaHorizontal)(m_View.pY + At.Luma, m_View.Pitch, &m_Luma.Params);
+    Kernels<Sample>.FilterLuma(IsVertical, m_View.pY + At.Luma, m_View.Pitch, &m_Luma.Params, m_DepthLuma);
     if (!(s.Edge[0] | s.Edge[2])) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
-    (IsVertical ? Kernels<Sample>.FilterChromaVertical : Kernels<Sample>.FilterChromaHorizontal)(
-        m_View.pU + At.Chroma, m_View.pV + At.Chroma, m_View.Pitch, &m_Chroma.Params, &m_Chroma.Params);
+    Kernels<Sample>.FilterChroma(IsVertical, 8, m_View.pU + At.Chroma, m_View.pV + At.Chroma, m_View.Pitch,
+                                 &m_Chroma.Params, &m_Chroma.Params, m_DepthChroma);
 }
 
 template <class Sample>

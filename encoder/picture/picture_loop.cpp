@@ -1,6 +1,7 @@
 #include "encoder/picture/picture_loop.h"
 
 #include "Common/h264/nal_unit_type.h"
+#include "encoder/picture/b_slice_facts.h"
 #include "encoder/picture/deblock.h"
 #include "encoder/picture/make_parameter_sets.h"
 #include "encoder/picture/padding.h"
@@ -121,6 +122,11 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
         s.Facts.slice_id = i;
         s.Facts.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
         BuildRefLists(Settings, Sequence, Job, s.Facts);
+        if (s.Facts.slice_type == h264::SLICE_B) {
+            s.Facts.B.direct_spatial_mv_pred = (Settings.Params.direct_pred_mode & 1) != 0;
+            DeriveBSliceFacts(Sets.Pps.weighted_bipred_idc == 2, Job, s.Facts);
+        }
+        RecordReferences(s.Facts, *Job.pCurrent);
         CompressSlice(Settings, Sets, Job, s);
     }
 }

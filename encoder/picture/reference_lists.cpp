@@ -30,7 +30,9 @@ struct CollectedReferences {
     // The short-term pictures in the order that they have now, then the long-term ones.
     void Store(RefPicLists<Sample>& Lists, int List) const
     {
-        const auto Refer = [](const Frame* f) { return Reference<Sample>{f, ReadOnly(f->View()), f->mb_motion[0]}; };
+        const auto Refer = [](const Frame* f) {
+            return Reference<Sample>{f, ReadOnly(f->View()), f->mb_motion[0], f->Poc(), f->picture_id};
+        };
         auto* p = std::transform(Short.begin(), Short.begin() + ShortCount, Lists.Pictures[List], Refer);
         const size_t Room = kMaxReferences - ShortCount;
         p = std::transform(Long.begin(), Long.begin() + std::min(LongCount, Room), p, Refer);
@@ -90,6 +92,14 @@ void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>&
 }
 
 template <class Sample>
+void RecordReferences(const SliceFacts<Sample>& s, H264EncoderFrame<Sample>& Current)
+{
+    for (int List = 0; List < 2; ++List)
+        for (int i = 0; i < s.ref_pic_lists.Count[List]; ++i)
+            Current.reference_ids[List][i] = s.ref_pic_lists.Pictures[List][i].Id;
+}
+
+template <class Sample>
 void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current)
 {
     const auto& List = Sequence.ReconstructionList;
@@ -112,6 +122,7 @@ void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Seque
 template void UpdateRefLists(SequenceState<uint8_t>&, const H264EncoderFrame<uint8_t>&);
 template void BuildRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
                             SliceFacts<uint8_t>&);
+template void RecordReferences(const SliceFacts<uint8_t>&, H264EncoderFrame<uint8_t>&);
 template void UpdateMarking(const EncoderSettings&, SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

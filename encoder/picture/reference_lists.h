@@ -15,6 +15,9 @@ void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Samp
 template <class Sample>
 void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
                    const PictureJob<Sample>& Job, SliceFacts<Sample>& s);
+/// Leaves in the current picture what its slices refer to.
+template <class Sample>
+void RecordReferences(const SliceFacts<Sample>& s, H264EncoderFrame<Sample>& Current);
 /// Sliding window marking after a reference picture (clause 8.2.5.3).
 template <class Sample>
 void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current);

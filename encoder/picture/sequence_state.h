@@ -23,6 +23,7 @@ struct SequenceState {
     int32_t frame_num = 0;
     int32_t poc_frame_count = 0, poc_base = 0; // pictures since the last IDR picture, and before it
     int32_t idr_pic_id = 0;
+    int32_t next_picture_id = 0;
     int64_t total_bits = 0; // of all slices so far
 
     H264EncoderFrameList<Sample> InputList, ReconstructionList;

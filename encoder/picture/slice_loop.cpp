@@ -27,6 +27,7 @@ SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& J
     h.idr_pic_id = Sets.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
     h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
+    h.direct_spatial_mv_pred = s.B.direct_spatial_mv_pred;
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
     h.cabac_init_idc = s.cabac_init_idc;

@@ -34,8 +34,7 @@ template <class Sample>
 UMC::Status CheckAskedType(const EncoderCore<Sample>& c, int32_t Asked)
 {
     if (Asked != UMC::P_PICTURE && Asked != UMC::B_PICTURE) return UMC::StatusOk;
-    if (!HasReference(c)) return UMC::StatusNotEnoughData;
-    return Asked == UMC::B_PICTURE ? UMC::StatusUnsupported : UMC::StatusOk; // this core codes no B slices
+    return HasReference(c) ? UMC::StatusOk : UMC::StatusNotEnoughData;
 }
 
 // The type that the caller asks for, or that of the GOP rule.
@@ -45,6 +44,7 @@ int32_t TypeOfInput(EncoderCore<Sample>& c, int32_t Asked)
     switch (Asked) {
     case UMC::I_PICTURE: c.Sequence.make_idr_next = true; return FRAME_I;
     case UMC::P_PICTURE: return FRAME_P;
+    case UMC::B_PICTURE: return FRAME_B;
     default: return NextFrameType(c.Settings, c.Sequence);
     }
 }
@@ -82,15 +82,13 @@ UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
     return UMC::StatusOk;
 }
 
-// The last picture of the stream cannot wait for an anchor behind it.
+// The last picture of the stream cannot wait for an anchor behind it, and those before it wait for no more than one.
 template <class Sample>
 void EndInput(EncoderCore<Sample>& c)
 {
-    H264EncoderFrame<Sample>* pLast = nullptr;
+    const int32_t LastOrder = 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base - 1);
     for (auto* p = c.Sequence.InputList.Head(); p; p = p->next)
-        if (!p->was_encoded && (!pLast || p->display_order > pLast->display_order)) pLast = p;
-    if (!pLast || pLast->frame_type != FRAME_B) return;
-    pLast->frame_type = FRAME_P;
+        if (!p->was_encoded && p->display_order == LastOrder && p->frame_type == FRAME_B) p->frame_type = FRAME_P;
     c.Sequence.b_anchors_needed = 1;
 }
 
@@ -127,6 +125,7 @@ UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
 {
     auto& f = *c.Job.pCurrent;
     f.frame_num = f.is_idr ? 0 : c.Sequence.frame_num;
+    f.picture_id = c.Sequence.next_picture_id += 2;
     c.Sequence.InputList.RemoveFrame(&f);
     c.Sequence.ReconstructionList.Append(&f);
     c.Job.Begin(f, STRUCTURE_FRAME, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));

@@ -50,6 +50,10 @@ public:
     int32_t poc[2] = {};
     int32_t idr_epoch[2] = {}; // raised at each later IDR picture, so that older periods sort first
     int32_t display_order = 0;
+    // A number of its own for every picture that is coded, even: that of a bottom field is one more. And those of what
+    // the picture's slices refer to, by list and index.
+    int32_t picture_id = 0;
+    int32_t reference_ids[2][kMaxReferences] = {};
     bool is_idr = false;
     H264EncoderFrame *previous = nullptr, *next = nullptr;
 

@@ -47,6 +47,8 @@ struct alignas(8) GlobalMacroblock {
     uint8_t Flags = 0;
 };
 
+inline constexpr int kMaxReferences = 32; // of a list
+
 enum Intra16Mode : uint8_t { INTRA16_VERTICAL = 0, INTRA16_HORIZONTAL = 1, INTRA16_DC = 2, INTRA16_PLANE = 3 };
 enum ChromaMode : uint8_t { CHROMA_DC = 0, CHROMA_HORIZONTAL = 1, CHROMA_VERTICAL = 2, CHROMA_PLANE = 3 };
 

@@ -44,12 +44,8 @@ template <class F>
 void ForEachPart(uint8_t Type, const uint8_t* pSubTypes, F&& f)
 {
     switch (Type) {
-    case MB_INTER16X8:
-        f(MotionPart{0, 0, 4, 2});
-        return f(MotionPart{0, 2, 4, 2});
-    case MB_INTER8X16:
-        f(MotionPart{0, 0, 2, 4});
-        return f(MotionPart{2, 0, 2, 4});
+    case MB_INTER16X8: f(MotionPart{0, 0, 4, 2}); return f(MotionPart{0, 2, 4, 2});
+    case MB_INTER8X16: f(MotionPart{0, 0, 2, 4}); return f(MotionPart{2, 0, 2, 4});
     case MB_INTER8X8:
     case MB_INTER8X8_REF0:
     case MB_DIRECT:

@@ -7,8 +7,8 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Parts are set in the order in which they are coded: what is not set yet is not available to those before it, which is
-/// the availability of clause 6.4.11.7. Columns and rows are of 4x4 blocks, 0..3 in the macroblock.
+/// Parts are set in the order in which they are coded: what is not set yet is not available to those before it, which
+/// is the availability of clause 6.4.11.7. Columns and rows are of 4x4 blocks, 0..3 in the macroblock.
 class MotionGrid
 {
 public:

@@ -60,8 +60,8 @@ struct NeighbourCache {
     // Records whose right column (left) and lower row (above) lie beside the current macroblock. Of one that is not
     // available all luma is in the pattern and no block is coded.
     const LocalMacroblock *pLeft, *pTop;
-    int8_t LeftModes[4], TopModes[4]; // Intra4x4PredMode, -1 where not available
-    NeighbourMotion Motion[2]; // those of the lists that the slice uses
+    int8_t LeftModes[4], TopModes[4];          // Intra4x4PredMode, -1 where not available
+    NeighbourMotion Motion[2];                 // those of the lists that the slice uses
     uint8_t LeftCounts[3][4], TopCounts[3][4]; // [Y, Cb, Cr]; those that the plane is wide or high
 };
 

@@ -9,14 +9,14 @@
 
 namespace UMC_H264_ENCODER {
 
-inline constexpr int kMaxReferences = 32;
-
 // A picture to predict from.
 template <class Sample>
 struct Reference {
     const H264EncoderFrame<Sample>* pFrame = nullptr; // that it is, or is a field of
     PictureView<const Sample> View;
     const MotionVector* pVectors = nullptr; // of its list 0, 16 for each macroblock of the view
+    int32_t Poc = 0;
+    int32_t Id = 0; // PictureId of the frame or field
 };
 
 // Reference picture lists 0 and 1 of a slice (clause 8.2.4).
@@ -24,6 +24,20 @@ template <class Sample>
 struct RefPicLists {
     Reference<Sample> Pictures[2][kMaxReferences];
     int32_t Count[2] = {};
+};
+
+inline constexpr int32_t kNotScaled = 9999; // more than any DistScaleFactor: the vector is taken as it is
+
+// What a B slice derives from its references.
+struct BSliceFacts {
+    bool direct_spatial_mv_pred;
+    bool HasImplicitWeights;
+    int16_t ImplicitWeight[kMaxReferences]
+                          [kMaxReferences]; // of list 1, by index in list 0 and 1; list 0 has 64 less it
+    // Temporal direct prediction: DistScaleFactor by index in list 0, and that index by list and index in the slices of
+    // the co-located picture, kRefNone for a picture that is no reference any more.
+    int32_t DistScale[kMaxReferences];
+    int8_t RefOfCol[2][kMaxReferences];
 };
 
 /// The picture loop and the start of the slice write it; whoever codes the slice's macroblocks reads it.
@@ -38,6 +52,7 @@ struct SliceFacts {
     int32_t deblock_idc, deblock_alpha, deblock_beta;
     int32_t num_ref_idx_l0, num_ref_idx_l1;
     RefPicLists<Sample> ref_pic_lists;
+    BSliceFacts B; // of a B slice
     NeighbourTables Neighbours;
     SyntaxOfSlice Syntax;
 };

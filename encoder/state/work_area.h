@@ -42,7 +42,7 @@ struct WorkArea {
 
     static constexpr uint8_t kInterTrials = 2;
     InterTrial<Sample> Inter[kInterTrials];
-    MacroblockMotion Motion[kInterTrials]; // of candidates that Candidate::Vector does not tell all of
+    MacroblockMotion Motion[kInterTrials];             // of candidates that Candidate::Vector does not tell all of
     alignas(16) Sample IntraY[2][16 * 16];             // predictions of Intra 16x16, the best and the one on trial
     alignas(16) Sample IntraUV[2 * kMaxChromaSamples]; // of the best chroma mode, Cb in columns 0..7
     // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
@@ -62,6 +62,8 @@ struct WorkArea {
     HalfPlanes<Sample> Halves;
     alignas(16) Sample Trial[16 * 16]; // an interpolated point of a search
     alignas(16) Sample TrialUV[2 * kMaxChromaSamples];
+    alignas(16) Sample OtherY[16 * 16]; // of two predictions that are joined, that of list 0
+    alignas(16) Sample OtherUV[2 * kMaxChromaSamples];
     alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding
     uint16_t Pcm[kMaxPcmSamples];
     // The source of the macroblock where it is coded more than once in its own place: planes one behind the other.

@@ -5,8 +5,9 @@
 namespace kernels {
 namespace {
 
-template <int Width, int Height>
-int32_t Sad(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+// Everything below is for samples of either width. Steps count samples.
+template <int Width, int Height, class Sample>
+int32_t Sad(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB)
 {
     int32_t Sum = 0;
     for (int y = 0; y < Height; ++y, pA += StepA, pB += StepB)
@@ -26,26 +27,50 @@ void Hadamard4(int* p, int Step)
     p[3 * Step] = b - d;
 }
 
-int32_t HadamardMagnitudes4x4(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+// The same of eight values: two of four, and their sums and differences.
+void Hadamard8(int* p, int Step)
 {
-    int d[16];
-    for (int y = 0; y < 4; ++y, pA += StepA, pB += StepB) {
-        for (int x = 0; x < 4; ++x) d[y * 4 + x] = pA[x] - pB[x];
-        Hadamard4(d + y * 4, 1);
+    Hadamard4(p, Step);
+    Hadamard4(p + 4 * Step, Step);
+    for (int i = 0; i < 4; ++i) {
+        const int a = p[i * Step], b = p[(i + 4) * Step];
+        p[i * Step] = a + b;
+        p[(i + 4) * Step] = a - b;
     }
-    for (int x = 0; x < 4; ++x) Hadamard4(d + x, 4);
+}
+
+template <int Size, class Sample>
+int32_t HadamardMagnitudes(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB)
+{
+    constexpr auto kPass = Size == 4 ? Hadamard4 : Hadamard8;
+    int d[Size * Size];
+    for (int y = 0; y < Size; ++y, pA += StepA, pB += StepB) {
+        for (int x = 0; x < Size; ++x) d[y * Size + x] = pA[x] - pB[x];
+        kPass(d + y * Size, 1);
+    }
+    for (int x = 0; x < Size; ++x) kPass(d + x, Size);
     int32_t Sum = 0;
     for (const int Value : d) Sum += std::abs(Value);
     return Sum;
 }
 
-template <int Width, int Height>
-int32_t Satd(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+template <int Width, int Height, class Sample>
+int32_t Satd(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB)
 {
     int32_t Sum = 0;
     for (int y = 0; y < Height; y += 4, pA += 4 * StepA, pB += 4 * StepB)
-        for (int x = 0; x < Width; x += 4) Sum += HadamardMagnitudes4x4(pA + x, StepA, pB + x, StepB);
+        for (int x = 0; x < Width; x += 4) Sum += HadamardMagnitudes<4>(pA + x, StepA, pB + x, StepB);
     return Sum;
+}
+
+template <class Sample>
+int32_t CountEdges(const Sample* pA, ptrdiff_t StepA, int Difference)
+{
+    int32_t Count = 0;
+    for (int y = 0; y < 15; ++y, pA += StepA)
+        for (int x = 0; x < 15; ++x)
+            Count += std::abs(pA[x] - pA[x + 1]) > Difference || std::abs(pA[x] - pA[x + StepA]) > Difference;
+    return Count;
 }
 
 } // namespace
@@ -58,6 +83,14 @@ int32_t Satd(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t St
     int32_t Satd##Width##x##Height##_px(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)        \
     {                                                                                                                  \
         return Satd<Width, Height>(pA, StepA, pB, StepB);                                                              \
+    }                                                                                                                  \
+    int32_t Sad##Width##x##Height##Deep_px(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)   \
+    {                                                                                                                  \
+        return Sad<Width, Height>(pA, StepA / 2, pB, StepB / 2);                                                       \
+    }                                                                                                                  \
+    int32_t Satd##Width##x##Height##Deep_px(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)  \
+    {                                                                                                                  \
+        return Satd<Width, Height>(pA, StepA / 2, pB, StepB / 2);                                                      \
     }
 DISTANCE(16, 16)
 DISTANCE(16, 8)
@@ -68,18 +101,35 @@ DISTANCE(4, 8)
 DISTANCE(4, 4)
 #undef DISTANCE
 
+int32_t Satd8x8By8_px(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    return HadamardMagnitudes<8>(pA, StepA, pB, StepB);
+}
+
+int32_t Satd8x8By8Deep_px(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    return HadamardMagnitudes<8>(pA, StepA / 2, pB, StepB / 2);
+}
+
 void Sad16x16x4_px(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* const ppB[4], ptrdiff_t StepB, int32_t Sum[4])
 {
     for (int i = 0; i < 4; ++i) Sum[i] = Sad<16, 16>(pA, StepA, ppB[i], StepB);
 }
 
+void Sad16x16x4Deep_px(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
+                       int32_t Sum[4])
+{
+    for (int i = 0; i < 4; ++i) Sum[i] = Sad<16, 16>(pA, StepA / 2, ppB[i], StepB / 2);
+}
+
 int32_t CountEdges16x16_px(const uint8_t* pA, ptrdiff_t StepA, int Difference)
 {
-    int32_t Count = 0;
-    for (int y = 0; y < 15; ++y, pA += StepA)
-        for (int x = 0; x < 15; ++x)
-            Count += std::abs(pA[x] - pA[x + 1]) > Difference || std::abs(pA[x] - pA[x + StepA]) > Difference;
-    return Count;
+    return CountEdges(pA, StepA, Difference);
+}
+
+int32_t CountEdges16x16Deep_px(const uint16_t* pA, ptrdiff_t StepA, int Difference)
+{
+    return CountEdges(pA, StepA / 2, Difference);
 }
 
 } // namespace kernels

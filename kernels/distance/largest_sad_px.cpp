@@ -7,7 +7,9 @@ namespace kernels {
 
 namespace {
 
-int32_t Largest(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB, int Size)
+// Steps count samples.
+template <class Sample>
+int32_t Largest(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB, int Size)
 {
     int32_t Worst = 0;
     for (int Top = 0; Top < Size; Top += 4)
@@ -30,6 +32,16 @@ int32_t LargestSad4x4Of16x16_px(const uint8_t* pA, ptrdiff_t StepA, const uint8_
 int32_t LargestSad4x4Of8x8_px(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
 {
     return Largest(pA, StepA, pB, StepB, 8);
+}
+
+int32_t LargestSad4x4Of16x16Deep_px(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    return Largest(pA, StepA / 2, pB, StepB / 2, 16);
+}
+
+int32_t LargestSad4x4Of8x8Deep_px(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    return Largest(pA, StepA / 2, pB, StepB / 2, 8);
 }
 
 } // namespace kernels

@@ -78,5 +78,8 @@ using BiWeightBlockDeepSig = void(const uint16_t* pA, ptrdiff_t StepA, uint16_t*
 BiWeightBlockDeepSig BiWeightBlockDeep_px, BiWeightBlockDeep_w7;
 void CopyClampedDeep_px(const uint16_t* pPlane, ptrdiff_t Step, int PlaneWidth, int PlaneHeight, int X, int Y,
                         uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height); // plain C++ alone
+using CopyBlockDeepSig = void(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Width,
+                              int Height);
+CopyBlockDeepSig CopyBlockDeep_px; // widths 16 and 8
 
 } // namespace kernels

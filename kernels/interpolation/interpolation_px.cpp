@@ -113,10 +113,10 @@ template <class Sample>
 
 // ---- Copies ------------------------------------------------------------------------------------------------
 
-template <int Width>
-void CopyBlock(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int Height)
+template <int Width, class Sample>
+void CopyBlock(const Sample* pSrc, ptrdiff_t SrcStep, Sample* pDst, ptrdiff_t DstStep, int Height)
 {
-    for (int y = 0; y < Height; ++y, pSrc += SrcStep, pDst += DstStep) std::memcpy(pDst, pSrc, Width);
+    for (int y = 0; y < Height; ++y, pSrc += SrcStep, pDst += DstStep) std::memcpy(pDst, pSrc, Width * sizeof(Sample));
 }
 
 template <class Sample>
@@ -228,6 +228,11 @@ void CopyClampedDeep_px(const uint16_t* pPlane, ptrdiff_t Step, int PlaneWidth, 
                         uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height)
 {
     CopyClamped(pPlane, Step / 2, PlaneWidth, PlaneHeight, X, Y, pDst, DstStep / 2, Width, Height);
+}
+
+void CopyBlockDeep_px(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Width, int Height)
+{
+    (Width == 16 ? CopyBlock<16, uint16_t> : CopyBlock<8, uint16_t>)(pSrc, SrcStep / 2, pDst, DstStep / 2, Height);
 }
 
 } // namespace kernels

@@ -61,4 +61,9 @@ inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneRight{
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneDown{"HalfPlaneDown", {HalfPlaneDown_px, nullptr, HalfPlaneDown_w7}};
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneBoth{"HalfPlaneBoth", {HalfPlaneBoth_px, nullptr, HalfPlaneBoth_w7}};
 
+inline constexpr KernelRow<CopyBlockDeepSig> kCopyBlockDeep{"CopyBlockDeep", {CopyBlockDeep_px}};
+inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneRightDeep{"HalfPlaneRightDeep", {HalfPlaneRightDeep_px}};
+inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneDownDeep{"HalfPlaneDownDeep", {HalfPlaneDownDeep_px}};
+inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneBothDeep{"HalfPlaneBothDeep", {HalfPlaneBothDeep_px}};
+
 } // namespace kernels

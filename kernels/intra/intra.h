@@ -1,4 +1,4 @@
-// Intra prediction of H.264 clause 8.3 for 8-bit samples.
+// Intra prediction of H.264 clause 8.3 for 8-bit samples, and below for deeper ones.
 //
 // pAround points at the place of the block's top left sample in the picture: the neighbours are read at
 // pAround[-AroundStep + x] above, pAround[y * AroundStep - 1] left and pAround[-AroundStep - 1] above-left. The
@@ -44,17 +44,27 @@ using PredictIntra8x8Sig = void(int Mode, const uint8_t* pAround, ptrdiff_t Arou
                                 ptrdiff_t DstStep, unsigned Available);
 PredictIntra8x8Sig PredictIntra8x8_px, PredictIntra8x8_w7, PredictIntra8x8_v8;
 
-// ---- In place, plain C++ alone -----------------------------------------------------------------------------
+// An 8x16 chroma block of 4:2:2 (8.3.4). Mode is that of Table 8-5: 0 DC, 1 horizontal, 2 vertical, 3 plane.
+using PredictModeSig = void(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
+                            unsigned Available);
+PredictModeSig PredictChroma422_px;
+
+// ---- Samples of 2 bytes ------------------------------------------------------------------------------------
 //
-// p is the block in the picture, with its neighbours around it. Modes are those of the standard's tables.
-
-// An 8x16 chroma block of 4:2:2 (8.3.4).
-void PredictChroma422_px(int Mode, uint8_t* p, ptrdiff_t Step, unsigned Available);
-
-// All of the above for samples of 2 bytes that hold Depth bits, 8..14. Step counts bytes. Chroma is Height rows of 8.
-void Predict16x16Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
-void PredictChromaDeep_px(int Mode, int Height, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
-void PredictIntra4x4Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
-void PredictIntra8x8Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth);
+// All of the above for samples that hold Depth bits, 8..14. Steps count bytes. Modes are those of the standard's
+// tables; chroma is Height rows of 8, 8 or 16 of them.
+using PredictModeDeepSig = void(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst,
+                                ptrdiff_t DstStep, unsigned Available, int Depth);
+PredictModeDeepSig Predict16x16Deep_px, PredictIntra8x8Deep_px;
+using PredictChromaDeepSig = void(int Mode, int Height, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst,
+                                  ptrdiff_t DstStep, unsigned Available, int Depth);
+PredictChromaDeepSig PredictChromaDeep_px;
+using PredictIntra4x4DeepSig = void(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, const uint16_t* pTopRight,
+                                    uint16_t* pDst, ptrdiff_t DstStep, unsigned Available, int Depth);
+PredictIntra4x4DeepSig PredictIntra4x4Deep_px;
+using PredictAll4x4DeepSig = void(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pAround,
+                                  ptrdiff_t AroundStep, unsigned Available, uint16_t (*pPredictions)[16], int32_t* pSad,
+                                  int Depth);
+PredictAll4x4DeepSig PredictAll4x4Deep_px;
 
 } // namespace kernels

@@ -334,38 +334,44 @@ void PredictIntra8x8_px(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, 
     PredictDirection(Mode, Smooth(n, Available), Narrow(pDst, DstStep), Available);
 }
 
-void PredictChroma422_px(int Mode, uint8_t* p, ptrdiff_t Step, unsigned Available)
+void PredictChroma422_px(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
+                         unsigned Available)
 {
-    PredictChromaMode(Mode, 16, p, Step, Narrow(p, Step), Available);
+    PredictChromaMode(Mode, 16, pAround, AroundStep, Narrow(pDst, DstStep), Available);
 }
 
-void Predict16x16Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+void Predict16x16Deep_px(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst, ptrdiff_t DstStep,
+                         unsigned Available, int Depth)
 {
-    const Target<uint16_t> Dst = Deep(p, Step, Depth);
+    const Target<uint16_t> Dst = Deep(pDst, DstStep, Depth);
+    const ptrdiff_t Step = AroundStep / 2;
     switch (Mode) {
-    case 0: return PredictVertical(p, Dst.Step, Dst, 16, 16);
-    case 1: return PredictHorizontal(p, Dst.Step, Dst, 16, 16);
-    case 2: return Predict16x16Dc(p, Dst.Step, Dst, Available);
-    default: return PredictPlane(p, Dst.Step, Dst, 16, 16);
+    case 0: return PredictVertical(pAround, Step, Dst, 16, 16);
+    case 1: return PredictHorizontal(pAround, Step, Dst, 16, 16);
+    case 2: return Predict16x16Dc(pAround, Step, Dst, Available);
+    default: return PredictPlane(pAround, Step, Dst, 16, 16);
     }
 }
 
-void PredictChromaDeep_px(int Mode, int Height, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+void PredictChromaDeep_px(int Mode, int Height, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst,
+                          ptrdiff_t DstStep, unsigned Available, int Depth)
 {
-    PredictChromaMode(Mode, Height, p, Step / 2, Deep(p, Step, Depth), Available);
+    PredictChromaMode(Mode, Height, pAround, AroundStep / 2, Deep(pDst, DstStep, Depth), Available);
 }
 
-void PredictIntra4x4Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+void PredictIntra4x4Deep_px(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, const uint16_t* pTopRight,
+                            uint16_t* pDst, ptrdiff_t DstStep, unsigned Available, int Depth)
 {
-    const Target<uint16_t> Dst = Deep(p, Step, Depth);
-    PredictDirection(Mode, Gather<uint16_t, 4>(p, Dst.Step, p - Dst.Step + 4, Available), Dst, Available);
+    PredictDirection(Mode, Gather<uint16_t, 4>(pAround, AroundStep / 2, pTopRight, Available),
+                     Deep(pDst, DstStep, Depth), Available);
 }
 
-void PredictIntra8x8Deep_px(int Mode, uint16_t* p, ptrdiff_t Step, unsigned Available, int Depth)
+void PredictIntra8x8Deep_px(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst, ptrdiff_t DstStep,
+                            unsigned Available, int Depth)
 {
-    const Target<uint16_t> Dst = Deep(p, Step, Depth);
-    const auto n = Gather<uint16_t, 8>(p, Dst.Step, p - Dst.Step + 8, Available);
-    PredictDirection(Mode, Smooth(n, Available), Dst, Available);
+    const ptrdiff_t Step = AroundStep / 2;
+    const auto n = Gather<uint16_t, 8>(pAround, Step, pAround - Step + 8, Available);
+    PredictDirection(Mode, Smooth(n, Available), Deep(pDst, DstStep, Depth), Available);
 }
 
 } // namespace kernels

@@ -30,4 +30,13 @@ inline constexpr KernelRow<PredictIntra8x8Sig> kPredictIntra8x8{
 inline constexpr KernelRow<PredictAll4x4Sig> kPredictAll4x4{
     "PredictAll4x4", {PredictAll4x4_px, nullptr, nullptr, nullptr, PredictAll4x4_v8}};
 
+inline constexpr KernelRow<PredictModeSig> kPredictChroma422{"PredictChroma422", {PredictChroma422_px}};
+
+inline constexpr KernelRow<PredictModeDeepSig> kPredict16x16Deep{"Predict16x16Deep", {Predict16x16Deep_px}};
+inline constexpr KernelRow<PredictChromaDeepSig> kPredictChromaDeep{"PredictChromaDeep", {PredictChromaDeep_px}};
+inline constexpr KernelRow<PredictIntra4x4DeepSig> kPredictIntra4x4Deep{"PredictIntra4x4Deep",
+                                                                        {PredictIntra4x4Deep_px}};
+inline constexpr KernelRow<PredictAll4x4DeepSig> kPredictAll4x4Deep{"PredictAll4x4Deep", {PredictAll4x4Deep_px}};
+inline constexpr KernelRow<PredictModeDeepSig> kPredictIntra8x8Deep{"PredictIntra8x8Deep", {PredictIntra8x8Deep_px}};
+
 } // namespace kernels

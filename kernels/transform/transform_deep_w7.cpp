@@ -126,4 +126,26 @@ void AddResidual8x8Deep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int
     }
 }
 
+// Steps count bytes, and so does the place of a block's rows: 4 of them are 2 * Step samples.
+void AddResidualChromaDeep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, uint32_t Bits, int Depth)
+{
+    for (int i = 0; i < 4; ++i)
+        if (Bits >> i & 1)
+            AddResidual4x4Deep_w7(pCoeffs + i * 16, pDst + (i >> 1) * 2 * Step + (i & 1) * 4, Step, Depth);
+}
+
+void AddResidualLuma4x4Deep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, uint32_t Bits, int Depth)
+{
+    for (int q = 0; q < 4; ++q)
+        AddResidualChromaDeep_w7(pCoeffs + q * 64, pDst + (q >> 1) * 4 * Step + (q & 1) * 8, Step, Bits >> (q * 4) & 15,
+                                 Depth);
+}
+
+void AddResidualLuma8x8Deep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, uint32_t Bits, int Depth)
+{
+    for (int q = 0; q < 4; ++q)
+        if (Bits >> (q * 4) & 1)
+            AddResidual8x8Deep_w7(pCoeffs + q * 64, pDst + (q >> 1) * 4 * Step + (q & 1) * 8, Step, Depth);
+}
+
 } // namespace kernels
