@@ -81,7 +81,7 @@ public:
         Bin(Offset::kMbTypeP + (IsHalves ? 3 : 2), Type != 2);
     }
     /// @param Neighbours  left and above that are there and neither B_Skip nor B_Direct_16x16: 0..2
-    void B(uint32_t Type, uint32_t Neighbours)
+    [[gnu::noinline]] void B(uint32_t Type, uint32_t Neighbours)
     {
         Bin(Offset::kMbTypeB + Neighbours, Type != 0);
         if (Type == 0) return;
@@ -96,14 +96,14 @@ public:
         if (IsIntraMb) IntraSuffix(Offset::kMbTypeIntraInB, Type - h264::kFirstIntraTypeB);
     }
 
-    void SubP(uint32_t Type)
+    [[gnu::noinline]] void SubP(uint32_t Type)
     {
         Bin(Offset::kSubMbTypeP, Type == 0);
         if (Type == 0) return;
         Bin(Offset::kSubMbTypeP + 1, Type != 1);
         if (Type != 1) Bin(Offset::kSubMbTypeP + 2, Type == 2);
     }
-    void SubB(uint32_t Type)
+    [[gnu::noinline]] void SubB(uint32_t Type)
     {
         const BinString s = kSubMbTypeBinsB[Type];
         uint32_t Context = Offset::kSubMbTypeB;

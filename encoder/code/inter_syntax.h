@@ -4,22 +4,12 @@
 
 #include "Common/h264/slice_type.h"
 #include "encoder/code/macroblock_syntax.h"
-
-#include <span>
+#include "encoder/state/macroblock_motion.h"
 
 namespace UMC_H264_ENCODER {
 
 // Where the quadrants begin, in raster order of 4x4 blocks.
 inline constexpr uint8_t kQuadrantBlock[4]{0, 2, 8, 10};
-
-// Partitions by the quadrant that each starts with.
-inline constexpr uint8_t kPartsOf16x16[1]{0}, kPartsOf16x8[2]{0, 2}, kPartsOf8x16[2]{0, 1}, kPartsOf8x8[4]{0, 1, 2, 3};
-
-// Parts of a quadrant by SubShape: their 4x4 blocks, from the quadrant's own.
-struct SubParts {
-    uint8_t Count, Block[4];
-};
-inline constexpr SubParts kSubParts[4]{{1, {0}}, {2, {0, 4}}, {2, {0, 1}}, {4, {0, 1, 4, 5}}};
 
 // The lists of a partition: bit 0 list 0, bit 1 list 1.
 template <class LevelType>
@@ -66,66 +56,79 @@ uint32_t SubMbTypeB(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
     return IsDirect(m, Quadrant) ? 0 : kTypes[m.Local.SubTypes[Quadrant]][ListsOf(m, Quadrant)];
 }
 
-// ref_idx of the partitions in one list.
+// ref_idx of a partition in one list.
 template <class LevelType, class Policy>
-void WriteReferences(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t List, std::span<const uint8_t> Parts)
+void WriteReference(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t List, uint32_t Quadrant)
 {
-    const int32_t Count = m.num_ref_idx[List];
-    if (Count <= 1) return;
-    p.StartReferences(List, m.pReferences[List], m.Local.Direct);
-    for (const uint8_t q : Parts) {
-        const int8_t Ref = m.pReferences[List][kQuadrantBlock[q]];
-        if (Ref >= 0 && !IsDirect(m, q)) p.RefIdx(q, static_cast<uint32_t>(Ref), static_cast<uint32_t>(Count));
-    }
-}
-
-// mvd of partitions that are not divided, in one list.
-template <class LevelType, class Policy>
-void WriteDifferences(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t List, std::span<const uint8_t> Parts)
-{
-    for (const uint8_t q : Parts)
-        if (m.pReferences[List][kQuadrantBlock[q]] >= 0) p.Difference(List, kQuadrantBlock[q], m.pDifferences[List]);
-}
-
-// mvd of quadrants by their shapes, in one list.
-template <class LevelType, class Policy>
-void WriteSubDifferences(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t List)
-{
-    for (uint32_t q = 0; q < 4; ++q) {
-        const uint32_t First = kQuadrantBlock[q];
-        if (IsDirect(m, q) || m.pReferences[List][First] < 0) continue;
-        const SubParts& Sub = kSubParts[m.Local.SubTypes[q]];
-        for (uint32_t i = 0; i < Sub.Count; ++i) p.Difference(List, First + Sub.Block[i], m.pDifferences[List]);
-    }
+    const int8_t Ref = m.pReferences[List][kQuadrantBlock[Quadrant]];
+    if (Ref >= 0) p.RefIdx(Quadrant, static_cast<uint32_t>(Ref), static_cast<uint32_t>(m.num_ref_idx[List]));
 }
 
 // Clause 7.3.5.2, of a macroblock in quadrants.
 template <class LevelType, class Policy>
-void WriteSubPrediction(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t Lists)
+[[gnu::noinline]] void WriteSubPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
+    const bool IsB = m.Slice.slice_type == h264::SLICE_B;
     for (uint32_t q = 0; q < 4; ++q) {
-        if (m.Slice.slice_type == h264::SLICE_B)
+        if (IsB)
             p.SubMbTypeB(SubMbTypeB(m, q));
         else
             p.SubMbTypeP(m.Local.SubTypes[q]);
     }
-    if (Policy::kCabac || m.Type != MB_INTER8X8_REF0)
-        for (uint32_t List = 0; List < Lists; ++List) WriteReferences(m, p, List, kPartsOf8x8);
-    for (uint32_t List = 0; List < Lists; ++List) WriteSubDifferences(m, p, List);
+    const bool HasReferences = Policy::kCabac || m.Type != MB_INTER8X8_REF0;
+    for (uint32_t List = 0; List <= IsB; ++List) {
+        if (m.num_ref_idx[List] <= 1 || !HasReferences) continue;
+        p.StartReferences(List, m.pReferences[List], m.Local.Direct);
+        for (uint32_t q = 0; q < 4; ++q)
+            if (!IsDirect(m, q)) WriteReference(m, p, List, q);
+    }
+    for (uint32_t List = 0; List <= IsB; ++List)
+        for (uint32_t q = 0; q < 4; ++q) {
+            if (IsDirect(m, q) || m.pReferences[List][kQuadrantBlock[q]] < 0) continue;
+            ForEachPartOf(static_cast<int>(q), m.Local.SubTypes[q], [&](MotionPart Part) {
+                p.Difference(List, static_cast<uint32_t>(Part.Raster()), m.pDifferences[List]);
+            });
+        }
 }
 
-// Clause 7.3.5.1, of a macroblock of which some motion may be written.
+// Clause 7.3.5.1, of halves in P and B slices and of whole macroblocks in B slices.
+template <class LevelType, class Policy>
+[[gnu::noinline]] void WriteParts(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    const uint32_t Lists = m.Slice.slice_type == h264::SLICE_B ? 2 : 1;
+    for (uint32_t List = 0; List < Lists; ++List) {
+        if (m.num_ref_idx[List] <= 1) continue;
+        p.StartReferences(List, m.pReferences[List], 0);
+        ForEachPart(m.Type, nullptr,
+                    [&](MotionPart Part) { WriteReference(m, p, List, static_cast<uint32_t>(Part.Quadrant())); });
+    }
+    for (uint32_t List = 0; List < Lists; ++List)
+        ForEachPart(m.Type, nullptr, [&](MotionPart Part) {
+            const auto Block = static_cast<uint32_t>(Part.Raster());
+            if (m.pReferences[List][Block] >= 0) p.Difference(List, Block, m.pDifferences[List]);
+        });
+}
+
+// P_L0_16x16, the most frequent of all.
+template <class LevelType, class Policy>
+void WriteWholeP(const MacroblockSyntax<LevelType>& m, Policy& p)
+{
+    if (m.num_ref_idx[0] > 1) {
+        p.StartReferences(0, m.pReferences[0], 0);
+        WriteReference(m, p, 0, 0);
+    }
+    p.Difference(0, 0, m.pDifferences[0]);
+}
+
 template <class LevelType, class Policy>
 void WriteInterPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
-    if (m.Type == MB_DIRECT) return;
-    const uint32_t Lists = m.Slice.slice_type == h264::SLICE_B ? 2 : 1;
-    if (m.Type >= MB_INTER8X8) return WriteSubPrediction(m, p, Lists);
-    const std::span<const uint8_t> Parts = m.Type == MB_INTER16X16  ? std::span<const uint8_t>(kPartsOf16x16)
-                                           : m.Type == MB_INTER16X8 ? std::span<const uint8_t>(kPartsOf16x8)
-                                                                    : std::span<const uint8_t>(kPartsOf8x16);
-    for (uint32_t List = 0; List < Lists; ++List) WriteReferences(m, p, List, Parts);
-    for (uint32_t List = 0; List < Lists; ++List) WriteDifferences(m, p, List, Parts);
+    if (m.Type == MB_INTER16X16 && m.Slice.slice_type == h264::SLICE_P)
+        WriteWholeP(m, p);
+    else if (m.Type < MB_INTER8X8)
+        WriteParts(m, p);
+    else if (m.Type != MB_DIRECT)
+        WriteSubPrediction(m, p);
 }
 
 // noSubMbPartSizeLessThan8x8Flag and the like of clause 7.3.5: whether the 8x8 transform may serve the macroblock.

@@ -45,6 +45,6 @@ bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p);
 /// What follows mb_skip_flag or mb_skip_run of a macroblock that is not skipped, for the pairs of a frame: there
 /// mb_field_decoding_flag may stand between the two. @return as above
 template <class LevelType, class Policy>
-bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>& m, Policy& p);
+bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>& m, Policy p);
 
 } // namespace UMC_H264_ENCODER

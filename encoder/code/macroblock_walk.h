@@ -1,15 +1,12 @@
-#include "encoder/code/macroblock_syntax.h"
+// The walk over a macroblock's syntax. It is compiled once for each entropy coder and type of level, in a source of its
+// own: together they would be too much for the compiler to inline what each macroblock runs through.
+#pragma once
 
 #include "Common/h264/intra_modes.h"
 #include "Common/h264/mb_type.h"
-#include "encoder/code/cabac_syntax.h"
-#include "encoder/code/cavlc_syntax.h"
 #include "encoder/code/inter_syntax.h"
-#include "encoder/code/traced_syntax.h"
 
 namespace UMC_H264_ENCODER {
-
-namespace {
 
 template <class LevelType>
 bool Is8x8(const MacroblockSyntax<LevelType>& m)
@@ -28,7 +25,7 @@ uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
 }
 
 template <class LevelType, class Policy>
-void WriteMbType(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
+[[gnu::always_inline]] inline void WriteMbType(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
 {
     if (m.Slice.slice_type == h264::SLICE_P)
         p.MbTypeP(IsIntraMb ? h264::kFirstIntraTypeP + IntraMbType(m) : InterMbTypeP<Policy>(m.Type));
@@ -61,7 +58,7 @@ bool HasChroma(const MacroblockSyntax<LevelType>& m)
 }
 
 template <class LevelType, class Policy>
-void WriteIntraPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::always_inline]] inline void WriteIntraPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     if (m.Type == MB_INTRA4X4) {
         if (m.Slice.transform_8x8_mode_flag) p.Transform8x8(Is8x8(m));
@@ -71,7 +68,7 @@ void WriteIntraPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 }
 
 template <class LevelType, class Policy>
-void WritePcm(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] void WritePcm(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const auto ChromaSamples = static_cast<uint32_t>(2 * 16 * h264::kChromaGeometry[m.Slice.chroma_format_idc].Blocks);
     p.Pcm(m.pPcm, 256, m.Slice.BitDepthLuma, ChromaSamples, m.Slice.BitDepthChroma);
@@ -80,7 +77,7 @@ void WritePcm(const MacroblockSyntax<LevelType>& m, Policy& p)
 
 // coded_block_pattern, and transform_size_8x8_flag where it stands behind it.
 template <class LevelType, class Policy>
-void WritePattern(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
+[[gnu::always_inline]] inline void WritePattern(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
 {
     p.CodedBlockPattern(m.Local.Pattern, IsIntraMb, HasChroma(m));
     if (m.Slice.transform_8x8_mode_flag && !IsIntraMb && (m.Local.Pattern & 15) != 0 && MayTransform8x8(m))
@@ -88,14 +85,14 @@ void WritePattern(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraM
 }
 
 // A difference of two QPY as clause 7.4.5 has it in range: what lies beyond comes back from the other end.
-int32_t WrapQpDelta(int32_t Delta, int32_t BitDepthLuma)
+inline int32_t WrapQpDelta(int32_t Delta, int32_t BitDepthLuma)
 {
     const int32_t Half = 26 + 3 * (BitDepthLuma - 8); // 26 + QpBdOffsetY / 2
     return Delta < -Half ? Delta + 2 * Half : Delta >= Half ? Delta - 2 * Half : Delta;
 }
 
 template <class LevelType, class Policy>
-void WriteLuma8x8(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] void WriteLuma8x8(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant)
         if (m.Local.Pattern >> Quadrant & 1) p.Luma8x8(Quadrant, m.pLuma8x8, m.pLuma);
@@ -145,8 +142,6 @@ void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
         WriteChroma<4>(m, p);
 }
 
-} // namespace
-
 template <class LevelType, class Policy>
 bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
 {
@@ -158,7 +153,7 @@ bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>& m, Policy p)
 }
 
 template <class LevelType, class Policy>
-bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>& m, Policy& p)
+bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>& m, Policy p)
 {
     const bool IsIntraMb = IsIntra(m.Type);
     WriteMbType(m, p, IsIntraMb);
@@ -181,23 +176,5 @@ bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>& m, Policy& p)
     WriteResidual(m, p);
     return true;
 }
-
-#define INSTANTIATE_POLICY(LevelType, ...)                                                                             \
-    template bool WriteMacroblockSyntax(const MacroblockSyntax<LevelType>&, __VA_ARGS__);                              \
-    template bool WriteMacroblockLayer(const MacroblockSyntax<LevelType>&, __VA_ARGS__&);
-#define INSTANTIATE_POLICIES(LevelType)                                                                                \
-    INSTANTIATE_POLICY(LevelType, CabacSyntax<StoredBytes>)                                                            \
-    INSTANTIATE_POLICY(LevelType, CabacSyntax<CountedBytes>)                                                           \
-    INSTANTIATE_POLICY(LevelType, CavlcSyntax<StoredBits>)                                                             \
-    INSTANTIATE_POLICY(LevelType, CavlcSyntax<CountedBits>)
-INSTANTIATE_POLICIES(int16_t)
-INSTANTIATE_POLICIES(int32_t)
-#if defined(QUILVEX_TRACE)
-#define INSTANTIATE_TRACED(LevelType)                                                                                  \
-    INSTANTIATE_POLICY(LevelType, TracedSyntax<CabacSyntax<StoredBytes>>)                                              \
-    INSTANTIATE_POLICY(LevelType, TracedSyntax<CavlcSyntax<StoredBits>>)
-INSTANTIATE_TRACED(int16_t)
-INSTANTIATE_TRACED(int32_t)
-#endif
 
 } // namespace UMC_H264_ENCODER
