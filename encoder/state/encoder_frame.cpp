@@ -135,5 +135,6 @@ void H264EncoderFrame<Sample>::PrepareTables()
 }
 
 template class H264EncoderFrame<uint8_t>;
+template class H264EncoderFrame<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

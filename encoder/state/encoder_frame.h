@@ -81,5 +81,6 @@ private:
 };
 
 extern template class H264EncoderFrame<uint8_t>;
+extern template class H264EncoderFrame<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

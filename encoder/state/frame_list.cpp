@@ -64,5 +64,6 @@ try {
 }
 
 template class H264EncoderFrameList<uint8_t>;
+template class H264EncoderFrameList<uint16_t>;
 
 } // namespace UMC_H264_ENCODER
