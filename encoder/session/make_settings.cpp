@@ -93,7 +93,7 @@ UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings&
     if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
     Settings.AnalysisFlags = AnalysisFlags(p);
     Settings.Layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
-                                 p.coding_type == 0, p.aux_format_idc != 0);
+                                 p.bit_depth_chroma, p.coding_type == 0, p.aux_format_idc != 0);
     FillGop(Settings);
     FillThresholds(Settings);
     FillQuantTables(p.use_default_scaling_matrix != 0, Settings.Quant);
