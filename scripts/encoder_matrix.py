@@ -47,6 +47,17 @@ def run(*command):
     return subprocess.run([str(c) for c in command], capture_output=True, check=False)
 
 
+def report_or_refusal(done):
+    """The report of h264_encode and 0, or None and the status with which the encoder refuses the settings."""
+    if done.returncode == 0:
+        return json.loads(done.stdout), 0
+    text = done.stderr.decode(errors="replace").strip()
+    refusal = re.search(r"refuses these settings: status (-\d+)$", text)
+    if not refusal or done.returncode < 0:
+        raise Fault(f"exit status {done.returncode}: {text[:200]}")
+    return None, int(refusal.group(1))
+
+
 def oracle_of(row, report):
     """The row's own, or what the settings in force ask for."""
     settings = report["settings"]
@@ -126,16 +137,8 @@ class Matrix:
             self.source(row.size, row.frames, row.seed, *row.format())
 
     def encode(self, row, *outputs):
-        """The report of the encoder, or None and the status with which it refuses the settings."""
         source = self.source(row.size, row.frames, row.seed, *row.format())
-        done = run(self.build / "h264_encode", source, *row.of_tool(), *outputs, "--json")
-        if done.returncode == 0:
-            return json.loads(done.stdout), 0
-        text = done.stderr.decode(errors="replace").strip()
-        refusal = re.search(r"refuses these settings: status (-\d+)$", text)
-        if not refusal or done.returncode < 0:
-            raise Fault(f"exit status {done.returncode}: {text[:200]}")
-        return None, int(refusal.group(1))
+        return report_or_refusal(run(self.build / "h264_encode", source, *row.of_tool(), *outputs, "--json"))
 
     def try_row(self, row):
         """(result, report or None, oracle); a fault is raised."""
