@@ -141,7 +141,7 @@ private:
                                  .transform_8x8_mode_flag = m_Pic.transform_8x8_mode,
                                  .direct_8x8_inference_flag = m_Seq.direct_8x8_inference,
                                  .BitDepthLuma = static_cast<int32_t>(m_Seq.bit_depth),
-                                 .BitDepthChroma = static_cast<int32_t>(m_Seq.bit_depth)};
+                                 .BitDepthChroma = static_cast<int32_t>(m_Seq.bit_depth_chroma)};
     PictureRecords& m_Records;
     Translator m_Translate;
     std::vector<uint8_t> m_CavlcBytes, m_CabacBytes;

@@ -229,8 +229,8 @@ private:
         Local().Coded = ~0u;
         Local().CodedDc = kCodedLumaDc | kCodedCbDc | kCodedCrDc;
         Local().Pattern = 0x2F;
-        const uint32_t Up = m_Seq.bit_depth - 8;
         const auto Put = [&](size_t i, size_t Row) {
+            const uint32_t Up = (i < 256 ? m_Seq.bit_depth : m_Seq.bit_depth_chroma) - 8;
             *pOut++ = static_cast<uint16_t>(m.pcm[i] << Up | ((m.pcm[i] * 5u + i + Row) & ((1u << Up) - 1)));
         };
         for (size_t i = 0; i < 256; ++i) Put(i, 0);
