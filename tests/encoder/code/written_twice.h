@@ -29,6 +29,7 @@ public:
         m_Own.fill(h264::kIntraDcMode);
         test::Macroblock m = m_Random.Upto(13) == 0 && Mix.intra > 0 ? Pcm() : m_Random.Any(m_Seq, m_Pic, m_Slice, Mix);
         if (m.intra && m.mb_type != kPcm) ChooseIntraModes(m);
+        if (m_Slice.slice_type % 5 == 1 && !m.skip && !m.intra && m.mb_type == kB8x8) AddDirect(m);
         if (m.transform_size_8x8)
             for (size_t q = 0; q < 4; ++q) m.luma[4 * q][static_cast<size_t>(m_Random.Upto(15))] = 1; // none is empty
         for (int i = 0; i < 16; ++i) At(m_X + i % 4, m_Y + i / 4) = static_cast<int8_t>(m_Own[static_cast<size_t>(i)]);
@@ -38,7 +39,7 @@ public:
     const std::array<uint8_t, 16>& Modes() const { return m_Own; }
 
 private:
-    static constexpr uint32_t kPcm = 25;
+    static constexpr uint32_t kPcm = 25, kB8x8 = 22;
     static constexpr int8_t kNone = -1;
 
     // The mode of a 4x4 block of the picture, kNone outside the slice.
@@ -51,6 +52,18 @@ private:
         test::Macroblock m{.intra = true, .mb_type = kPcm};
         for (uint8_t& Sample : m.pcm) Sample = static_cast<uint8_t>(1 + m_Random.Upto(253));
         return m;
+    }
+
+    // B_Direct_8x8 beside other quadrants, more often than one in thirteen.
+    void AddDirect(test::Macroblock& m)
+    {
+        bool MayTransform8x8 = m_Pic.transform_8x8_mode;
+        for (uint32_t& Type : m.sub_mb_type) {
+            if (m_Random.Upto(2) == 0) Type = 0;
+            MayTransform8x8 &= Type == 0 ? m_Seq.direct_8x8_inference : Type <= 3;
+        }
+        m.may_transform_8x8 = MayTransform8x8;
+        m.transform_size_8x8 &= MayTransform8x8;
     }
 
     template <size_t kCount>
