@@ -36,14 +36,26 @@ public:
     /// @param Modes  of its blocks where it is Intra NxN, raster order; else all DC
     void Put(const test::Macroblock& m, const std::array<uint8_t, 16>& Modes, size_t Index, bool IsLast)
     {
-        m_Translate.Translate(m, Modes, Index, m_Data);
-        NeighbourCache Around{};
-        const auto i = static_cast<int32_t>(Index), Width = static_cast<int32_t>(m_Seq.width_mbs);
-        FillNeighbours(Around, Tables(), i, i % Width);
-        const MacroblockSyntax<LevelType> Syntax = SyntaxOf(Index, AnyEquivalent(m.mb_qp_delta), Around);
-        WriteCavlc(Syntax, Index);
-        WriteCabac(Syntax, m.mb_qp_delta);
+        const NeighbourCache Around = Begin(m, Modes, Index, m_Seq.width_mbs, m_Slice.first_mb);
+        Write(SyntaxOf(Index, AnyEquivalent(m.mb_qp_delta), Around), m.mb_qp_delta, Index,
+              [](const MacroblockSyntax<LevelType>& s, auto Policy) { return WriteMacroblockSyntax(s, Policy); });
         m_Cabac.Arithmetic.EncodeTerminate(IsLast);
+    }
+    /// One of the pair that is the whole slice, in an MBAFF frame. What lies beside a frame macroblock is the one above
+    /// it in the pair, beside a field macroblock nothing.
+    void PutOfPair(const test::Macroblock& m, const std::array<uint8_t, 16>& Modes, size_t Index)
+    {
+        const bool IsBottom = Index % 2 != 0;
+        const NeighbourCache Around =
+            Begin(m, Modes, Index, 1, static_cast<uint32_t>(IsBottom && !m.field_decoding ? Index - 1 : Index));
+        Write(SyntaxOf(Index, AnyEquivalent(m.mb_qp_delta), Around), m.mb_qp_delta, Index,
+              [&](const MacroblockSyntax<LevelType>& s, auto Policy) { // clause 7.3.4
+                  if (m.skip) return WriteMacroblockSyntax(s, Policy);
+                  if (m_Syntax.slice_type != h264::SLICE_I) Policy.Skip(false, m_Syntax.slice_type == h264::SLICE_B);
+                  if (!IsBottom) Policy.FieldFlag(m.field_decoding, 0);
+                  return WriteMacroblockLayer(s, Policy);
+              });
+        if (IsBottom) m_Cabac.Arithmetic.EncodeTerminate(1);
     }
 
     test::Bytes FinishCavlc()
@@ -62,12 +74,22 @@ public:
     }
 
 private:
-    NeighbourTables Tables() const
+    NeighbourCache Begin(const test::Macroblock& m, const std::array<uint8_t, 16>& Modes, size_t Index, uint32_t Width,
+                         uint32_t FirstMb)
+    {
+        m_Translate.Translate(m, Modes, Index, m_Data);
+        NeighbourCache Around{};
+        FillNeighbours(Around, Tables(Width, FirstMb), static_cast<int32_t>(Index),
+                       static_cast<int32_t>(Index % Width));
+        return Around;
+    }
+
+    NeighbourTables Tables(uint32_t Width, uint32_t FirstMb) const
     {
         const int32_t Lists = m_Syntax.slice_type == h264::SLICE_I ? 0 : m_Syntax.slice_type == h264::SLICE_P ? 1 : 2;
         const PictureRecords& r = m_Records;
-        return {.FirstMb = static_cast<int32_t>(m_Slice.first_mb),
-                .MbWidth = static_cast<int32_t>(m_Seq.width_mbs),
+        return {.FirstMb = static_cast<int32_t>(FirstMb),
+                .MbWidth = static_cast<int32_t>(Width),
                 .ChromaFormat = m_Syntax.chroma_format_idc,
                 .pGlobal = r.Global.data(),
                 .pLocal = r.Local.data(),
@@ -83,9 +105,10 @@ private:
     {
         const PictureRecords& r = m_Records;
         const size_t Blocks = Index * 16;
+        const bool IsFieldOfFrame = (r.Global[Index].Flags & kFlagField) && !m_Slice.field;
         return {.Slice = m_Syntax,
-                .num_ref_idx = {static_cast<int32_t>(test::ActiveRefs(m_Pic, m_Slice, 0)),
-                                static_cast<int32_t>(test::ActiveRefs(m_Pic, m_Slice, 1))},
+                .num_ref_idx = {static_cast<int32_t>(test::ActiveRefs(m_Pic, m_Slice, 0)) << IsFieldOfFrame,
+                                static_cast<int32_t>(test::ActiveRefs(m_Pic, m_Slice, 1)) << IsFieldOfFrame},
                 .Type = r.Global[Index].Type,
                 .Flags = r.Global[Index].Flags,
                 .QpDelta = QpDelta,
@@ -110,24 +133,32 @@ private:
         return QpDelta < 0 ? QpDelta + Range : QpDelta - Range;
     }
 
-    // With the counter beside the writer.
-    void WriteCavlc(const MacroblockSyntax<LevelType>& m, size_t Index)
+    // Walk: writes the macroblock by a policy. With the counters beside the writers.
+    template <class F>
+    void Write(const MacroblockSyntax<LevelType>& m, int32_t QpDelta, size_t Index, F Walk)
+    {
+        WriteCavlc(m, Index, Walk);
+        WriteCabac(m, QpDelta, Walk);
+    }
+    template <class F>
+    void WriteCavlc(const MacroblockSyntax<LevelType>& m, size_t Index, F Walk)
     {
         CavlcCounter Counter(m_Cavlc);
         const int64_t Before = m_Cavlc.Bits.Bits();
         uint8_t Counts[kCountsPerMb], *const pCounts = &m_Records.Counts[Index * kCountsPerMb];
-        const bool HasDelta = WriteMacroblockSyntax(m, CavlcSyntax(Counter, m.Around, Counts));
-        EXPECT_EQ(WriteMacroblockSyntax(m, CavlcSyntax(m_Cavlc, m.Around, pCounts)), HasDelta);
+        const bool HasDelta = Walk(m, CavlcSyntax(Counter, m.Around, Counts));
+        EXPECT_EQ(Walk(m, CavlcSyntax(m_Cavlc, m.Around, pCounts)), HasDelta);
         EXPECT_EQ(Counter.Bits.Bits(), m_Cavlc.Bits.Bits() - Before) << "type " << int{m.Type};
         EXPECT_EQ(Counter.skip_run, m_Cavlc.skip_run);
         EXPECT_TRUE(std::equal(Counts, Counts + kCountsPerMb, pCounts));
     }
-    void WriteCabac(const MacroblockSyntax<LevelType>& m, int32_t QpDelta)
+    template <class F>
+    void WriteCabac(const MacroblockSyntax<LevelType>& m, int32_t QpDelta, F Walk)
     {
         CabacCounter Counter(m_Cabac);
         const int64_t Counted = Counter.Arithmetic.Bits(), Before = m_Cabac.Arithmetic.Bits();
-        const bool HasDelta = WriteMacroblockSyntax(m, CabacSyntax(Counter, m.Around, IsIntra(m.Type)));
-        EXPECT_EQ(WriteMacroblockSyntax(m, CabacSyntax(m_Cabac, m.Around, IsIntra(m.Type))), HasDelta);
+        const bool HasDelta = Walk(m, CabacSyntax(Counter, m.Around, IsIntra(m.Type)));
+        EXPECT_EQ(Walk(m, CabacSyntax(m_Cabac, m.Around, IsIntra(m.Type))), HasDelta);
         EXPECT_EQ(Counter.Arithmetic.Bits() - Counted, m_Cabac.Arithmetic.Bits() - Before) << "type " << int{m.Type};
         EXPECT_EQ(Counter.Contexts, m_Cabac.Contexts);
         EXPECT_EQ(m_Cabac.LastQpDelta, HasDelta ? QpDelta : 0);

@@ -66,8 +66,8 @@ public:
         const bool Is8x8 = HasFlag8x8(m) && m.transform_size_8x8;
         m_Records.Global[Index] = {};
         m_Records.Global[Index].Type = m_Type;
-        m_Records.Global[Index].Flags =
-            static_cast<uint8_t>((m_Slice.field ? kFlagField : 0) | (Is8x8 ? kFlagTransform8x8 : 0));
+        m_Records.Global[Index].Flags = static_cast<uint8_t>((m_Slice.field || m.field_decoding ? kFlagField : 0) |
+                                                             (Is8x8 ? kFlagTransform8x8 : 0));
         Local() = {};
         std::copy(Modes.begin(), Modes.end(), m_Records.Modes.begin() + static_cast<ptrdiff_t>(Index * 16));
         TranslateMotion(m);

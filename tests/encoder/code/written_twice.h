@@ -26,7 +26,7 @@ public:
     {
         m_X = Index * 4 % m_Width;
         m_Y = Index * 4 / m_Width * 4;
-        m_Own.fill(h264::kIntraDcMode);
+        m_Own = AllDc();
         test::Macroblock m = m_Random.Upto(13) == 0 && Mix.intra > 0 ? Pcm() : m_Random.Any(m_Seq, m_Pic, m_Slice, Mix);
         if (m.intra && m.mb_type != kPcm) ChooseIntraModes(m);
         if (m_Slice.slice_type % 5 == 1 && !m.skip && !m.intra && m.mb_type == kB8x8) AddDirect(m);
@@ -35,12 +35,20 @@ public:
         for (int i = 0; i < 16; ++i) At(m_X + i % 4, m_Y + i / 4) = static_cast<int8_t>(m_Own[static_cast<size_t>(i)]);
         return m;
     }
+    /// What was before lies beside none of those to come.
+    void Forget() { std::fill(m_Modes.begin(), m_Modes.end(), kNone); }
     /// Modes of the last one, raster order.
     const std::array<uint8_t, 16>& Modes() const { return m_Own; }
 
 private:
     static constexpr uint32_t kPcm = 25, kB8x8 = 22;
     static constexpr int8_t kNone = -1;
+    static std::array<uint8_t, 16> AllDc()
+    {
+        std::array<uint8_t, 16> Modes;
+        Modes.fill(h264::kIntraDcMode);
+        return Modes;
+    }
 
     // The mode of a 4x4 block of the picture, kNone outside the slice.
     int8_t& At(int x, int y) { return m_Modes[static_cast<size_t>(y * m_Width + x)]; }
@@ -127,7 +135,7 @@ private:
     int m_Width; // blocks
     int m_X = 0, m_Y = 0;
     std::vector<int8_t> m_Modes; // of the slice, by 4x4 block of the picture
-    std::array<uint8_t, 16> m_Own{};
+    std::array<uint8_t, 16> m_Own = AllDc();
     test::RandomMacroblocks m_Random;
 };
 
@@ -156,6 +164,14 @@ public:
             s.cabac_init_idc = m_Seed % 3;
             AddSlice(s, Mix, static_cast<int>(i + 1 < Starts.size() ? Starts[i + 1] : Mbs), Records);
         }
+    }
+
+    /// An MBAFF frame in slices of one pair of macroblocks each.
+    void AddPairs(test::Slice s, const test::MacroblockMix& Mix)
+    {
+        const auto Mbs = test::PictureMbs(m_Seq, s);
+        PictureRecords Records(Mbs);
+        for (s.first_mb = 0; s.first_mb < Mbs / 2; ++s.first_mb) AddPair(s, Mix, Records);
     }
 
     /// Both streams hold the same pictures, and another decoder takes them without a word.
@@ -198,6 +214,34 @@ private:
         }
         const test::Bytes Unit = Other.Finish();
         EXPECT_TRUE(Own.FinishCavlc() == Unit) << "slice " << m_Seed << " of type " << s.slice_type;
+        m_Cavlc += Unit;
+        m_Cabac += Own.FinishCabac();
+    }
+
+    void AddPair(const test::Slice& s, const test::MacroblockMix& Mix, PictureRecords& Records)
+    {
+        ++m_Seed;
+        test::SeqParamSet OneWide = m_Seq; // what the modes of a frame macroblock look at is what lies above it
+        OneWide.width_mbs = 1;
+        OneWide.height_map_units *= m_Seq.width_mbs;
+        MacroblockSource Source(OneWide, m_Pic, s, m_Seed);
+        test::MacroblockWriter Other(m_Seq, m_Pic, s);
+        SyntaxSlice<LevelType> Own(m_Seq, m_Pic, s, Records, m_Seed);
+        // A pair of skipped macroblocks is inferred to be one of a frame.
+        const bool IsSkipped = Mix.skip > 0 && m_Seed % 5 == 0, IsField = !IsSkipped && m_Seed % 2;
+        test::MacroblockMix NotSkipped = Mix;
+        NotSkipped.skip = 0;
+        for (size_t i = 0; i < 2; ++i) {
+            if (IsField) Source.Forget();
+            const size_t Index = 2 * s.first_mb + i;
+            test::Macroblock m =
+                IsSkipped ? test::Macroblock{.skip = true} : Source.Next(static_cast<int>(Index), NotSkipped);
+            m.field_decoding = IsField;
+            Other.Put(m);
+            Own.PutOfPair(m, Source.Modes(), Index);
+        }
+        const test::Bytes Unit = Other.Finish();
+        EXPECT_TRUE(Own.FinishCavlc() == Unit) << "pair " << m_Seed << " of type " << s.slice_type;
         m_Cavlc += Unit;
         m_Cabac += Own.FinishCabac();
     }
