@@ -74,6 +74,7 @@ public:
                 .pPcm = nullptr};
     }
     const NeighbourCache& Around() const { return m_Around; }
+    void SetDepth(int32_t Depth) { m_Slice.BitDepthLuma = Depth; }
 
 private:
     uint32_t Below(uint32_t n) { return static_cast<uint32_t>(m_Rng() % n); }
@@ -169,6 +170,42 @@ TEST(MacroblockSyntax, ACavlcCounterCountsWhatIsWritten)
             ASSERT_EQ(Counter.Bits.Bits(), 0);
         }
         for (int32_t i = 0; i < kCountsPerMb; ++i) ASSERT_EQ(Counts[0][i], Counts[1][i]);
+    }
+}
+
+// mb_qp_delta of clause 7.4.5 for every step from one QPY to another.
+TEST(MacroblockSyntax, AStepOfQpIsWrittenWithinItsRange)
+{
+    for (const int32_t Depth : {8, 10, 14}) {
+        const int32_t Offset = 6 * (Depth - 8), Range = 52 + Offset;
+        RandomMacroblock r(0);
+        r.SetDepth(Depth);
+        MacroblockSyntax<int16_t> m = r.Syntax(4, h264::SLICE_P);
+        LocalMacroblock Local = m.Local;
+        Local.Pattern = 1; // so that there is one
+        for (m.QpDelta = -51 - Offset; m.QpDelta <= 51 + Offset; ++m.QpDelta) {
+            CabacCounter Coder;
+            const MacroblockSyntax<int16_t> WithDelta{m.Slice,
+                                                      {1, 0},
+                                                      MB_INTER16X16,
+                                                      0,
+                                                      m.QpDelta,
+                                                      Local,
+                                                      m.Around,
+                                                      {m.pReferences[0]},
+                                                      {m.pDifferences[0]},
+                                                      m.pIntraModes,
+                                                      m.pLuma,
+                                                      nullptr,
+                                                      m.LumaDc,
+                                                      m.pChromaDc,
+                                                      m.pChromaAc,
+                                                      nullptr};
+            ASSERT_TRUE(WriteMacroblockSyntax(WithDelta, CabacSyntax(Coder, m.Around, false)));
+            EXPECT_GE(Coder.LastQpDelta, -(26 + Offset / 2));
+            EXPECT_LE(Coder.LastQpDelta, 25 + Offset / 2);
+            EXPECT_EQ((Coder.LastQpDelta - m.QpDelta) % Range, 0) << m.QpDelta << " of " << Depth << " bits";
+        }
     }
 }
 
