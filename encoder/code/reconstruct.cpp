@@ -168,7 +168,8 @@ template <class Sample>
 void Reconstruct(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     switch (Won.Type) {
-    case MB_SKIP_P: return ReconstructSkip(w.Inter[Won.Slot], mb);
+    case MB_SKIP_P:
+    case MB_SKIP_B: return ReconstructSkip(w.Inter[Won.Slot], mb);
     case MB_INTRA16X16: ReconstructIntra16x16(Won.Slot, mb, w); break;
     case MB_INTRA4X4: ReconstructIntra4x4(w, mb); break;
     default: return ReconstructInter(Won, mb, w);

@@ -1,19 +1,13 @@
 #include "encoder/decide/divided_decision.h"
 
-#include "encoder/decide/block_search.h"
-#include "encoder/state/motion_grid.h"
-
 #include <algorithm>
-#include <limits>
 
 namespace UMC_H264_ENCODER {
 
 namespace {
 
-constexpr int32_t kNotTried = std::numeric_limits<int32_t>::max();
-
 // Estimates of what a division costs beyond vectors and references, not the lengths of codes.
-constexpr int32_t kBitsOfQuadrants = 4, kBitsOfHalves = 2;
+constexpr int32_t kBitsOfQuadrantsP = 4, kBitsOfQuadrantsB = 9, kBitsOfHalves = 2;
 constexpr int32_t kBitsOf4x4 = 5, kBitsOf8x4 = 3;
 // A cost of the quadrants this far above that of the whole still lets the halves be tried.
 constexpr int32_t kBitsOfChance = 8;
@@ -21,16 +15,14 @@ constexpr int32_t kBitsOfChance = 8;
 // A division with its cost.
 struct Division {
     int32_t Cost = kNotTried;
-    uint8_t Type;
+    MacroblockType Type;
     MacroblockMotion Motion;
 };
 
-// What a search of one part found.
-struct FoundPart {
-    int32_t Cost = kNotTried; // with the price of the reference
-    int8_t Ref = -1;
-    MotionVector Vector{0, 0};
-};
+constexpr MotionPart QuadrantPart(int q)
+{
+    return {static_cast<int8_t>(q % 2 * 2), static_cast<int8_t>(q / 2 * 2), 2, 2};
+}
 
 // One macroblock's search of its divisions.
 template <class Sample>
@@ -38,10 +30,10 @@ class DividedSearch
 {
 public:
     DividedSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Candidate& Whole,
-                  const MotionVector* pFound, WorkArea<Sample>& w)
-        : m_Settings(Settings), m_Mb(mb), m_Whole(Whole), m_pFound(pFound), m_w(w), m_Grid(mb.Around.Motion[0]),
-          m_Qp(mb.Records.pLocal->Qp), m_Limit(SearchLimit(Settings, m_Qp)), m_Count(mb.pSlice->num_ref_idx_l0),
-          m_Last(Settings.AnalysisFlags & ENC_ANALYSE_ALL_REFS ? m_Count - 1 : Whole.Ref)
+                  ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w)
+        : m_Settings(Settings), m_Mb(mb), m_Whole(Whole), m_pLists(pLists), m_Direct(Direct), m_w(w),
+          m_Qp(mb.Records.pLocal->Qp), m_Limit(SearchLimit(Settings, m_Qp)),
+          m_Lists(h264::ListsOf(mb.pSlice->slice_type))
     {
     }
 
@@ -49,145 +41,180 @@ public:
 
 private:
     int32_t Price(int32_t Bits) const { return BitPrice(m_Qp, Bits); }
-    FoundPart Search(uint8_t Type, MotionPart Part, int32_t Ref, int32_t Limit, const MotionVector* pNear,
-                     int32_t NearCount);
+    bool HasFlag(uint32_t P, uint32_t B) const { return (m_Settings.AnalysisFlags & (m_Lists == 2 ? B : P)) != 0; }
+    void Forget();
+    void Set(MotionPart Part, const PartMotion& m, Division& d);
+    void SetDirect(int q, Division& d);
+    PartChoice Choose(uint8_t Type, MotionPart Part, const ReferenceRange (&Ranges)[2], int32_t Limit);
     void SearchQuadrants(Division& d);
     void DivideQuadrants(Division& d);
-    void DivideQuadrant(int Quadrant, int32_t Plain, Division& d);
-    int32_t TryShape(int Quadrant, uint8_t Shape, const Division& d, MotionVector* pVectors);
-    void SearchHalves(uint8_t Type, const Division& Quadrants, Division& d);
-    FoundPart SearchHalf(uint8_t Type, MotionPart Part, const Division& Quadrants);
+    void DivideQuadrant(int q, Division& d);
+    int32_t TryShape(int q, uint8_t Shape, int List, const Division& d, MotionVector* pVectors);
+    void SearchHalves(MacroblockType Type, const Division& Quadrants, Division& d);
+    ReferenceRange RangeOfHalf(int List, int First, int Second, const Division& Quadrants) const;
 
     const EncoderSettings& m_Settings;
     const CurrentMacroblock<Sample>& m_Mb;
     const Candidate& m_Whole;
-    const MotionVector* m_pFound;
+    ListSearch<Sample>* m_pLists;
+    const DirectOffer& m_Direct;
     WorkArea<Sample>& m_w;
-    MotionGrid m_Grid;
     int32_t m_Qp, m_Limit;
-    int32_t m_Count, m_Last; // active references, and the last one of interest
+    int32_t m_Lists; // of the slice
     int32_t m_QuadrantCosts[4];
 };
 
-// Starts from the vectors near by and the predictor; returns the cost with the price of the reference.
 template <class Sample>
-FoundPart DividedSearch<Sample>::Search(uint8_t Type, MotionPart Part, int32_t Ref, int32_t Limit,
-                                        const MotionVector* pNear, int32_t NearCount)
+void DividedSearch<Sample>::Forget()
 {
-    MEParams<Sample> p;
-    p.pred_mv = PredictPart(m_Grid, Type, Part.x, Part.y, Part.Width, Ref);
-    p.threshold = Limit;
-    FillSearch(m_Settings, m_Mb, m_Mb.pSlice->ref_pic_lists.Pictures[0][Ref], Part,
-               SearchMethodOfParts(m_Settings.Params), m_w, p);
-    p.candidate_count = 0;
-    for (int32_t i = 0; i < NearCount; ++i) AddCandidate(p, WholeSamples(pNear[i]));
-    AddCandidate(p, WholeSamples(p.pred_mv));
-    const int32_t ReferenceCost = ReferencePrice(m_Qp, Ref, m_Count);
-    SearchBlock(p, ReferenceCost);
-    return {p.best_cost + ReferenceCost, static_cast<int8_t>(Ref), p.best_mv};
+    for (int List = 0; List < m_Lists; ++List) m_pLists[List].Grid.Forget();
+}
+
+// Gives a part its motion, for the division and for the prediction of the parts behind it.
+template <class Sample>
+void DividedSearch<Sample>::Set(MotionPart Part, const PartMotion& m, Division& d)
+{
+    for (int List = 0; List < 2; ++List) {
+        const auto Ref = static_cast<int8_t>(m.Ref[List]);
+        for (int y = Part.y; y < Part.y + Part.Height; y += 2)
+            for (int x = Part.x; x < Part.x + Part.Width; x += 2) d.Motion.References[List][(y & 2) + (x >> 1)] = Ref;
+        d.Motion.Set(List, Part.x, Part.y, Part.Width, Part.Height, m.Vector[List]);
+        if (List < m_Lists) m_pLists[List].Grid.Set(Part.x, Part.y, Part.Width, Part.Height, m.Vector[List], Ref);
+    }
+}
+
+template <class Sample>
+void DividedSearch<Sample>::SetDirect(int q, Division& d)
+{
+    const MacroblockMotion& From = *m_Direct.pMotion;
+    d.Motion.Direct = static_cast<uint8_t>(d.Motion.Direct | 1 << q);
+    d.Motion.SubTypes[q] = From.SubTypes[q];
+    ForEachPartOf(q, From.SubTypes[q], [&](MotionPart Part) {
+        const int r = Part.Raster();
+        Set(Part, {{From.References[0][q], From.References[1][q]}, {From.Vectors[0][r], From.Vectors[1][r]}}, d);
+    });
+}
+
+template <class Sample>
+PartChoice DividedSearch<Sample>::Choose(uint8_t Type, MotionPart Part, const ReferenceRange (&Ranges)[2],
+                                         int32_t Limit)
+{
+    FoundPart Found[2];
+    for (int List = 0; List < m_Lists; ++List)
+        Found[List] = m_pLists[List].SearchRange(Type, Part, Ranges[List], Limit);
+    return ChooseLists(m_Settings, m_Mb, Part, Found, {0, 0}, m_w);
 }
 
 template <class Sample>
 void DividedSearch<Sample>::SearchQuadrants(Division& d)
 {
-    d.Cost = Price(kBitsOfQuadrants);
+    d.Type = MB_INTER8X8;
+    d.Cost = Price(m_Lists == 2 ? kBitsOfQuadrantsB : kBitsOfQuadrantsP);
+    const ReferenceRange Ranges[2]{{0, m_pLists[0].Last}, {0, m_Lists == 2 ? m_pLists[1].Last : -1}};
     for (int q = 0; q < 4; ++q) {
-        const MotionPart Part{static_cast<int8_t>(q % 2 * 2), static_cast<int8_t>(q / 2 * 2), 2, 2};
-        FoundPart Best;
-        for (int32_t r = 0; r <= m_Last; ++r) {
-            const FoundPart f = Search(MB_INTER8X8, Part, r, m_Limit >> 2, &m_pFound[r], 1);
-            if (f.Cost < Best.Cost) Best = f;
+        const MotionPart Part = QuadrantPart(q);
+        const PartChoice Best = Choose(MB_INTER8X8, Part, Ranges, m_Limit >> 2);
+        const bool IsDirect = m_Direct.pMotion && m_Direct.Distance[q] <= Best.Cost;
+        m_QuadrantCosts[q] = IsDirect ? m_Direct.Distance[q] : Best.Cost;
+        d.Cost += m_QuadrantCosts[q];
+        if (IsDirect) {
+            SetDirect(q, d);
+        } else {
+            d.Motion.SubTypes[q] = SUB_8X8;
+            Set(Part, Best.Motion, d);
         }
-        d.Cost += Best.Cost;
-        m_QuadrantCosts[q] = Best.Cost;
-        d.Motion.References[0][q] = Best.Ref;
-        d.Motion.SubTypes[q] = SUB_8X8;
-        d.Motion.Set(0, Part.x, Part.y, 2, 2, Best.Vector);
-        m_Grid.Set(Part.x, Part.y, 2, 2, Best.Vector, Best.Ref);
     }
 }
 
-// Cost of a quadrant in parts of a shape, whose vectors go to pVectors in the order of the parts. The grid holds them.
+// Cost of a quadrant in parts of a shape, whose vectors go to pVectors in the order of the parts.
 template <class Sample>
-int32_t DividedSearch<Sample>::TryShape(int Quadrant, uint8_t Shape, const Division& d, MotionVector* pVectors)
+int32_t DividedSearch<Sample>::TryShape(int q, uint8_t Shape, int List, const Division& d, MotionVector* pVectors)
 {
-    const int8_t Ref = d.Motion.References[0][Quadrant];
-    const int32_t ReferenceCost = ReferencePrice(m_Qp, Ref, m_Count);
+    ListSearch<Sample>& Search = m_pLists[List];
+    const int8_t Ref = d.Motion.References[List][q];
     const bool Is4x4 = Shape == SUB_4X4;
-    int32_t Cost = ReferenceCost + Price(Is4x4 ? kBitsOf4x4 : kBitsOf8x4);
-    m_Grid.Set(Quadrant % 2 * 2, Quadrant / 2 * 2, 2, 2, {0, 0}, h264::kRefUnavailable);
-    ForEachPartOf(Quadrant, Shape, [&](MotionPart Part) {
-        const MotionVector Plain = d.Motion.Vectors[0][Part.Raster()];
-        const FoundPart f = Search(MB_INTER8X8, Part, Ref, m_Limit >> (Is4x4 ? 4 : 3), &Plain, 1);
-        Cost += f.Cost - ReferenceCost;
+    const MotionPart Quadrant = QuadrantPart(q);
+    int32_t Cost = ReferencePrice(m_Qp, Ref, Search.Count()) + Price(Is4x4 ? kBitsOf4x4 : kBitsOf8x4);
+    Search.Grid.Set(Quadrant.x, Quadrant.y, 2, 2, {0, 0}, h264::kRefUnavailable);
+    ForEachPartOf(q, Shape, [&](MotionPart Part) {
+        const FoundPart f =
+            Search.Search(MB_INTER8X8, Part, Ref, m_Limit >> (Is4x4 ? 4 : 3), d.Motion.Vectors[List][Part.Raster()]);
+        Cost += f.Cost - f.ReferencePrice;
         *pVectors++ = f.Vector;
-        m_Grid.Set(Part.x, Part.y, Part.Width, Part.Height, f.Vector, Ref);
+        Search.Grid.Set(Part.x, Part.y, Part.Width, Part.Height, f.Vector, Ref);
     });
     return Cost;
 }
 
+// Of a quadrant with one reference.
 template <class Sample>
-void DividedSearch<Sample>::DivideQuadrant(int Quadrant, int32_t Plain, Division& d)
+void DividedSearch<Sample>::DivideQuadrant(int q, Division& d)
 {
+    const int List = d.Motion.References[0][q] >= 0 ? 0 : 1;
+    const int32_t Plain = m_QuadrantCosts[q];
     int32_t Best = Plain;
     uint8_t BestShape = SUB_8X8;
-    MotionVector BestVectors[4]{d.Motion.Vectors[0][(Quadrant & 2) * 4 + Quadrant % 2 * 2]};
+    MotionVector BestVectors[4]{d.Motion.Vectors[List][QuadrantPart(q).Raster()]};
     for (const uint8_t Shape : {SUB_4X4, SUB_8X4, SUB_4X8}) {
         MotionVector Vectors[4];
-        const int32_t Cost = TryShape(Quadrant, Shape, d, Vectors);
+        const int32_t Cost = TryShape(q, Shape, List, d, Vectors);
         if (Cost >= Best) continue;
         Best = Cost;
         BestShape = Shape;
         std::copy_n(Vectors, 4, BestVectors);
     }
+    PartMotion m{{d.Motion.References[0][q], d.Motion.References[1][q]}, {{0, 0}, {0, 0}}};
     const MotionVector* pVector = BestVectors;
-    ForEachPartOf(Quadrant, BestShape, [&](MotionPart Part) {
-        d.Motion.Set(0, Part.x, Part.y, Part.Width, Part.Height, *pVector);
-        m_Grid.Set(Part.x, Part.y, Part.Width, Part.Height, *pVector++, d.Motion.References[0][Quadrant]);
+    ForEachPartOf(q, BestShape, [&](MotionPart Part) {
+        m.Vector[List] = *pVector++;
+        Set(Part, m, d);
     });
-    d.Motion.SubTypes[Quadrant] = BestShape;
+    d.Motion.SubTypes[q] = BestShape;
     d.Cost += Best - Plain;
 }
 
 template <class Sample>
 void DividedSearch<Sample>::DivideQuadrants(Division& d)
 {
-    m_Grid.Forget();
-    for (int q = 0; q < 4; ++q) DivideQuadrant(q, m_QuadrantCosts[q], d);
-}
-
-// In the references that its two quadrants chose, or in all.
-template <class Sample>
-FoundPart DividedSearch<Sample>::SearchHalf(uint8_t Type, MotionPart Part, const Division& Quadrants)
-{
-    const int First = Part.Quadrant(), Second = Type == MB_INTER16X8 ? First + 1 : First + 2;
-    const int8_t* const pRefs = Quadrants.Motion.References[0];
-    const bool IsAll = (m_Settings.AnalysisFlags & ENC_ANALYSE_ALL_REFS) != 0;
-    const int32_t Lowest = IsAll ? 0 : std::min(pRefs[First], pRefs[Second]);
-    const int32_t Highest = IsAll ? m_Last : std::max(pRefs[First], pRefs[Second]);
-    const int32_t Step = IsAll ? 1 : std::max(Highest - Lowest, 1);
-    FoundPart Best;
-    for (int32_t r = Lowest; r <= Highest; r += Step) {
-        const FoundPart f = Search(Type, Part, r, m_Limit >> 1, &m_pFound[r], 1);
-        if (f.Cost < Best.Cost) Best = f;
+    Forget();
+    for (int q = 0; q < 4; ++q) {
+        const int r = QuadrantPart(q).Raster();
+        const PartMotion m{{d.Motion.References[0][q], d.Motion.References[1][q]},
+                           {d.Motion.Vectors[0][r], d.Motion.Vectors[1][r]}};
+        if (d.Motion.Direct >> q & 1)
+            SetDirect(q, d);
+        else if (m.Ref[0] >= 0 && m.Ref[1] >= 0)
+            Set(QuadrantPart(q), m, d);
+        else
+            DivideQuadrant(q, d);
     }
-    return Best;
+}
+
+// The references that two quadrants chose, or all.
+template <class Sample>
+ReferenceRange DividedSearch<Sample>::RangeOfHalf(int List, int First, int Second, const Division& Quadrants) const
+{
+    if (m_Settings.AnalysisFlags & ENC_ANALYSE_ALL_REFS) return {0, m_pLists[List].Last};
+    const int8_t* const pRefs = Quadrants.Motion.References[List];
+    // A list that a quadrant does not use counts as its first reference.
+    const int32_t a = std::max<int32_t>(pRefs[First], 0), b = std::max<int32_t>(pRefs[Second], 0);
+    return {std::min(a, b), std::max(a, b), std::max(std::abs(a - b), 1)};
 }
 
 template <class Sample>
-void DividedSearch<Sample>::SearchHalves(uint8_t Type, const Division& Quadrants, Division& d)
+void DividedSearch<Sample>::SearchHalves(MacroblockType Type, const Division& Quadrants, Division& d)
 {
-    m_Grid.Forget();
+    Forget();
     d.Type = Type;
     d.Cost = Price(kBitsOfHalves);
     std::fill_n(d.Motion.SubTypes, 4, SUB_NONE);
     ForEachPart(Type, d.Motion.SubTypes, [&](MotionPart Part) {
-        const FoundPart Best = SearchHalf(Type, Part, Quadrants);
+        const int First = Part.Quadrant(), Second = Type == MB_INTER16X8 ? First + 1 : First + 2;
+        const ReferenceRange Ranges[2]{RangeOfHalf(0, First, Second, Quadrants),
+                                       m_Lists == 2 ? RangeOfHalf(1, First, Second, Quadrants) : ReferenceRange{0, -1}};
+        const PartChoice Best = Choose(Type, Part, Ranges, m_Limit >> 1);
         d.Cost += Best.Cost;
-        const int First = Part.Quadrant();
-        d.Motion.References[0][First] = d.Motion.References[0][Type == MB_INTER16X8 ? First + 1 : First + 2] = Best.Ref;
-        d.Motion.Set(0, Part.x, Part.y, Part.Width, Part.Height, Best.Vector);
-        m_Grid.Set(Part.x, Part.y, Part.Width, Part.Height, Best.Vector, Best.Ref);
+        Set(Part, Best.Motion, d);
     });
 }
 
@@ -195,8 +222,10 @@ template <class Sample>
 Candidate DividedSearch<Sample>::Decide()
 {
     Division Quadrants{}, Rows{}, Columns{};
+    for (int List = 0; List < m_Lists; ++List) m_pLists[List].BeginParts();
     SearchQuadrants(Quadrants);
-    if ((m_Settings.AnalysisFlags & ENC_ANALYSE_P_SUB8X8) && Quadrants.Cost < m_Whole.Cost && Quadrants.Cost > m_Limit)
+    if (HasFlag(ENC_ANALYSE_P_SUB8X8, ENC_ANALYSE_B_SUB8X8) && Quadrants.Cost < m_Whole.Cost &&
+        Quadrants.Cost > m_Limit)
         DivideQuadrants(Quadrants);
     if (Quadrants.Cost < m_Whole.Cost + Price(kBitsOfChance) && Quadrants.Cost > m_Limit) {
         SearchHalves(MB_INTER16X8, Quadrants, Rows);
@@ -204,24 +233,25 @@ Candidate DividedSearch<Sample>::Decide()
     }
     if (m_Whole.Cost <= std::min({Quadrants.Cost, Rows.Cost, Columns.Cost})) return m_Whole;
     const int8_t* const pRefs = Quadrants.Motion.References[0];
-    Quadrants.Type = std::all_of(pRefs, pRefs + 4, [](int8_t r) { return r == 0; }) ? MB_INTER8X8_REF0 : MB_INTER8X8;
+    if (m_Lists == 1 && std::all_of(pRefs, pRefs + 4, [](int8_t r) { return r == 0; }))
+        Quadrants.Type = MB_INTER8X8_REF0;
     const Division& Won = Quadrants.Cost <= std::min(Rows.Cost, Columns.Cost) ? Quadrants
                           : Rows.Cost > Columns.Cost                          ? Columns
                                                                               : Rows;
     m_w.Motion[m_Whole.Slot] = Won.Motion;
-    return {.Cost = Won.Cost, .Type = static_cast<MacroblockType>(Won.Type), .Slot = m_Whole.Slot};
+    return {.Cost = Won.Cost, .Type = Won.Type, .Slot = m_Whole.Slot};
 }
 
 } // namespace
 
 template <class Sample>
 Candidate DecideDivided(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Candidate& Whole,
-                        const MotionVector* pFound, WorkArea<Sample>& w)
+                        ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w)
 {
-    return DividedSearch<Sample>(Settings, mb, Whole, pFound, w).Decide();
+    return DividedSearch<Sample>(Settings, mb, Whole, pLists, Direct, w).Decide();
 }
 
 template Candidate DecideDivided(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, const Candidate&,
-                                 const MotionVector*, WorkArea<uint8_t>&);
+                                 ListSearch<uint8_t>*, const DirectOffer&, WorkArea<uint8_t>&);
 
 } // namespace UMC_H264_ENCODER

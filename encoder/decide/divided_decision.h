@@ -1,19 +1,22 @@
-// The inter forms of a P macroblock in parts.
+// The inter forms of a macroblock in parts.
 #pragma once
 
-#include "encoder/state/candidate.h"
-#include "encoder/state/current_macroblock.h"
-#include "encoder/state/encoder_settings.h"
-#include "encoder/state/work_area.h"
+#include "encoder/decide/part_choice.h"
 
 namespace UMC_H264_ENCODER {
 
-/// The best of the macroblock in one part and of its divisions, which are searched as long as they have a chance. The
-/// motion of a division lies in Motion[Slot].
-/// @param Whole  the macroblock in one part, found by a search of all references up to the last one of interest
-/// @param pFound  what these searches found, by reference
+// Motion that costs nothing to write, which a quadrant of a B macroblock may take.
+struct DirectOffer {
+    const MacroblockMotion* pMotion = nullptr; // null for none
+    int32_t Distance[4];                       // of its quadrants
+};
+
+/// The best of the macroblock as it is so far and of its divisions, which are searched as long as they have a chance.
+/// The motion of a division that wins goes to Motion[Slot] of the candidate.
+/// @param Whole   the macroblock in one part, or direct
+/// @param pLists  the lists of the slice, searched for the whole macroblock up to the last reference of interest
 template <class Sample>
 Candidate DecideDivided(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Candidate& Whole,
-                        const MotionVector* pFound, WorkArea<Sample>& w);
+                        ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w);
 
 } // namespace UMC_H264_ENCODER

@@ -13,4 +13,9 @@ template <class Sample>
 Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, uint8_t Slot,
                   WorkArea<Sample>& w);
 
+/// The same in a B slice. A candidate's motion lies in Motion[Slot].
+template <class Sample>
+Candidate DecideB(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, uint8_t Slot,
+                  WorkArea<Sample>& w);
+
 } // namespace UMC_H264_ENCODER

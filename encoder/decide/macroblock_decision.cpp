@@ -12,6 +12,8 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
+constexpr int32_t kBitsOfIntraInB = 9; // an estimate of what an intra type costs in a B slice; P slices have none
+
 // The best intra form of a macroblock that can be coded at InterCost. Its cost is the chroma's too where chroma counts
 // in motion; ChromaMode is then set.
 template <class Sample>
@@ -36,6 +38,13 @@ void FillVectors(MotionVector* p, MotionVector v)
     for (int i = 0; i < 4; ++i) std::memcpy(p + 4 * i, Four, sizeof Four);
 }
 
+void ClearMotion(MacroblockRecords& Records, int List)
+{
+    FillVectors(Records.pVectors[List], {0, 0});
+    FillVectors(Records.pDifferences[List], {0, 0});
+    std::memset(Records.pReferences[List], h264::kRefNone, 16);
+}
+
 // The motion of a macroblock in parts, and what of it is written: the difference of each part's vector to its
 // prediction (clause 8.4.1).
 void CommitMotion(uint8_t Type, const MacroblockMotion& m, int List, const NeighbourMotion& Around,
@@ -44,7 +53,8 @@ void CommitMotion(uint8_t Type, const MacroblockMotion& m, int List, const Neigh
     MotionVector* const pDifferences = Records.pDifferences[List];
     int8_t* const pReferences = Records.pReferences[List];
     std::memcpy(Records.pVectors[List], m.Vectors[List], sizeof(m.Vectors[List]));
-    MotionGrid Grid(Around);
+    MotionGrid Grid;
+    Grid.Begin(Around);
     ForEachPart(Type, m.SubTypes, [&](MotionPart Part) {
         const int8_t Ref = m.References[List][Part.Quadrant()];
         const MotionVector v = m.Vectors[List][Part.Raster()];
@@ -70,14 +80,17 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<S
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    if (Won.Type <= MB_INTER16X16 || Won.Type == MB_SKIP_P) {
+    const int32_t Lists = h264::ListsOf(mb.pSlice->slice_type);
+    if (IsIntra(Won.Type) || Won.Ref >= 0) {
         FillVectors(Records.pVectors[0], Won.Vector);
         FillVectors(Records.pDifferences[0], Won.Difference);
         std::memset(Records.pReferences[0], Won.Ref, 16);
+        if (Lists == 2) ClearMotion(Records, 1);
     } else {
         const MacroblockMotion& m = w.Motion[Won.Slot];
-        CommitMotion(Won.Type, m, 0, mb.Around.Motion[0], Records);
+        for (int List = 0; List < Lists; ++List) CommitMotion(Won.Type, m, List, mb.Around.Motion[List], Records);
         std::memcpy(Local.SubTypes, m.SubTypes, sizeof(m.SubTypes));
+        Local.Direct = m.Direct;
     }
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(Records.pIntraModes, w.Intra4x4Modes, 16);
@@ -93,10 +106,13 @@ Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacrob
         IntraChroma(Settings, mb, w, Intra.ChromaMode);
         return Intra;
     }
-    const Candidate Inter = DecideP(Settings, mb, 0, w);
+    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
+    const Candidate Inter = IsB ? DecideB(Settings, mb, 0, w) : DecideP(Settings, mb, 0, w);
     const auto Qp = static_cast<size_t>(mb.Records.pLocal->Qp);
-    if (Inter.Type == MB_SKIP_P || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
+    if (Inter.Type == MB_SKIP_P || Inter.Type == MB_SKIP_B || Inter.Cost < Settings.SkipIntraThreshold[Qp])
+        return Inter;
     Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);
+    if (IsB) Intra.Cost += BitPrice(mb.Records.pLocal->Qp, kBitsOfIntraInB);
     if (Intra.Cost >= Inter.Cost) return Inter;
     if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, mb, w, Intra.ChromaMode);
     return Intra;

@@ -2,6 +2,7 @@
 
 #include "encoder/code/coefficients.h"
 #include "encoder/code/compensation.h"
+#include "encoder/code/inter_prediction.h"
 #include "encoder/code/quantise.h"
 
 #include <bit>
@@ -58,6 +59,19 @@ SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, In
     return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
 }
 
+template <class Sample>
+SkipTest CheckSkipB(const Candidate& Direct, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                    InterTrial<Sample>& t)
+{
+    PredictInterLuma(Direct, mb, w, t.PredY);
+    QuantiseInterLuma(mb, t);
+    if (SkipLeavesLuma(t)) return {false, BLOCKS_LUMA};
+    PredictInterChroma(Direct, mb, w, t.PredUV);
+    return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
+}
+
+template SkipTest CheckSkipB(const Candidate&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&,
+                             InterTrial<uint8_t>&);
 template SkipTest CheckSkipP(const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&, InterTrial<uint8_t>&, MotionVector,
                              MotionVector);
 

@@ -18,4 +18,10 @@ template <class Sample>
 SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, InterTrial<Sample>& t,
                     MotionVector Vector, MotionVector Skip);
 
+/// Of a B macroblock, at its direct motion.
+/// @param Direct  a candidate of that motion
+template <class Sample>
+SkipTest CheckSkipB(const Candidate& Direct, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                    InterTrial<Sample>& t);
+
 } // namespace UMC_H264_ENCODER

@@ -23,11 +23,14 @@ class MacroblockFilter
 public:
     MacroblockFilter(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
         : m_Settings(Settings), m_pLocal(Job.LocalMacroblocks.data() + Job.FirstMb),
-          m_pGlobal(Job.pCurrent->mb_global + Job.FirstMb), m_pVectors(Job.pCurrent->mb_motion[0] + 16 * Job.FirstMb),
-          m_pReferences(Job.pCurrent->mb_reference[0] + 16 * Job.FirstMb), m_View(Job.Reconstruction),
-          m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
-          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_DepthLuma(s.Syntax.BitDepthLuma),
-          m_DepthChroma(s.Syntax.BitDepthChroma), m_IsISlice(s.slice_type == h264::SLICE_I)
+          m_pGlobal(Job.pCurrent->mb_global + Job.FirstMb), m_pVectors{Job.pCurrent->mb_motion[0] + 16 * Job.FirstMb,
+                                                                       Job.pCurrent->mb_motion[1] + 16 * Job.FirstMb},
+          m_pReferences{Job.pCurrent->mb_reference[0] + 16 * Job.FirstMb,
+                        Job.pCurrent->mb_reference[1] + 16 * Job.FirstMb},
+          m_pIds(Job.pCurrent->reference_ids), m_View(Job.Reconstruction), m_OffsetA((s.deblock_alpha >> 1) * 2),
+          m_OffsetB((s.deblock_beta >> 1) * 2), m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0),
+          m_DepthLuma(s.Syntax.BitDepthLuma), m_DepthChroma(s.Syntax.BitDepthChroma),
+          m_IsISlice(s.slice_type == h264::SLICE_I), m_IsBSlice(s.slice_type == h264::SLICE_B)
     {
     }
 
@@ -41,6 +44,12 @@ private:
 
     uint32_t Coded(int32_t Index) const { return h264::SwapBlockOrder(m_pLocal[Index].Coded & kCodedLuma); }
     bool Moves(int32_t Block, int32_t Other) const;
+    bool MovesB(int32_t Block, int32_t Other) const;
+    int32_t PictureOf(int List, int32_t Block) const
+    {
+        const int8_t Ref = m_pReferences[List][Block];
+        return Ref < 0 ? -1 : m_pIds[List][Ref];
+    }
     bool IsOfOneMotion(int32_t Index) const;
     uint32_t InnerMoves(int32_t Index, bool IsVertical) const;
     uint32_t OuterMoves(int32_t Index, int32_t Neighbour, bool IsVertical) const;
@@ -52,13 +61,14 @@ private:
     const EncoderSettings& m_Settings;
     const LocalMacroblock* m_pLocal; // the picture's tables
     const GlobalMacroblock* m_pGlobal;
-    const MotionVector* m_pVectors;
-    const int8_t* m_pReferences;
+    const MotionVector* m_pVectors[2];
+    const int8_t* m_pReferences[2];
+    const int32_t (*m_pIds)[kMaxReferences]; // the pictures that references are
     const PictureView<Sample> m_View;
     int32_t m_OffsetA, m_OffsetB; // FilterOffsetA, FilterOffsetB
     int32_t m_FirstMb;            // neighbours before it are left alone
     int32_t m_DepthLuma, m_DepthChroma;
-    bool m_IsISlice;
+    bool m_IsISlice, m_IsBSlice;
     CachedParams m_Luma, m_Chroma;
 };
 
@@ -66,7 +76,21 @@ private:
 template <class Sample>
 bool MacroblockFilter<Sample>::Moves(int32_t Block, int32_t Other) const
 {
-    return m_pReferences[Block] != m_pReferences[Other] || h264::VectorsDiffer(m_pVectors[Block], m_pVectors[Other], 4);
+    if (m_IsBSlice) return MovesB(Block, Other);
+    return m_pReferences[0][Block] != m_pReferences[0][Other] ||
+           h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], 4);
+}
+
+// Which pictures are referred to counts, not by which list.
+template <class Sample>
+bool MacroblockFilter<Sample>::MovesB(int32_t Block, int32_t Other) const
+{
+    const int32_t a[2]{PictureOf(0, Block), PictureOf(1, Block)}, b[2]{PictureOf(0, Other), PictureOf(1, Other)};
+    const auto Differ = [&](int List, int OtherList) {
+        return h264::VectorsDiffer(m_pVectors[List][Block], m_pVectors[OtherList][Other], 4);
+    };
+    const bool IsStraight = a[0] == b[0] && a[1] == b[1], IsCrossed = a[0] == b[1] && a[1] == b[0];
+    return !(IsStraight && !Differ(0, 0) && !Differ(1, 1)) && !(IsCrossed && !Differ(0, 1) && !Differ(1, 0));
 }
 
 template <class Sample>

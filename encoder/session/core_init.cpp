@@ -85,6 +85,8 @@ UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Para
     AllocateTables(c.Settings, c.Job);
     DivideIntoSlices(c.Settings, c.Job);
     StartSequence(c.Settings, c.Sequence);
+    // It refuses sizes that can be coded: such pictures pass it as they are.
+    c.NoiseFilter.Start(c.Settings.Layout.Width, c.Settings.Layout.Height);
     return UMC::StatusOk;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "encoder/picture/sequence_state.h"
+#include "encoder/session/noise_filter.h"
 #include "encoder/state/encoder_settings.h"
 #include "encoder/state/picture_job.h"
 #include "process/video_processing.h"
@@ -22,8 +23,9 @@ struct EncoderCore {
     PictureJob<Sample> Job;
 
     uint32_t Request = 0, State = 0;
-    UMC::VideoProcessing Converter;             // from the client's picture into a frame
-    UMC::MemoryAllocator* pAllocator = nullptr; // not owned; outlives the frames
+    UMC::VideoProcessing Converter;                     // from the client's picture into a frame
+    CNoiseReductionFilter<Sample> NoiseFilter{1, 1, 0}; // off, unless who holds the core turns it on
+    UMC::MemoryAllocator* pAllocator = nullptr;         // not owned; outlives the frames
 };
 
 using Core8 = EncoderCore<uint8_t>;

@@ -1,5 +1,6 @@
 #include "encoder/session/frame_step.h"
 
+#include "Common/h264/chroma_geometry.h"
 #include "encoder/picture/picture_loop.h"
 #include "encoder/picture/reference_lists.h"
 #include "encoder/session/coding_order.h"
@@ -120,12 +121,25 @@ void GiveUpPicture(EncoderCore<Sample>& c, const PictureResult& Result)
     if (c.Job.pCurrent->is_idr) c.Sequence.make_key_next = c.Sequence.make_idr_next = true;
 }
 
+// A picture that the filter refuses is coded as it is. The filter knows the chroma of 4:2:0 alone: of other formats it
+// gets the luma.
+template <class Sample>
+void ReduceNoise(EncoderCore<Sample>& c, const H264EncoderFrame<Sample>& f)
+{
+    const FrameLayout& l = c.Settings.Layout;
+    const bool HasChroma = l.ChromaFormat == h264::CHROMA_420;
+    c.NoiseFilter.Process(f.m_pY, HasChroma ? f.m_pU : nullptr, HasChroma ? f.m_pV : nullptr, f.m_Pitch, f.m_Pitch,
+                          l.Width, l.Height);
+}
+
 template <class Sample>
 UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
 {
     auto& f = *c.Job.pCurrent;
     f.frame_num = f.is_idr ? 0 : c.Sequence.frame_num;
     f.picture_id = c.Sequence.next_picture_id += 2;
+    f.PrepareTables();
+    ReduceNoise(c, f);
     c.Sequence.InputList.RemoveFrame(&f);
     c.Sequence.ReconstructionList.Append(&f);
     c.Job.Begin(f, STRUCTURE_FRAME, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));

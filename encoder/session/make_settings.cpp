@@ -97,7 +97,7 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
 template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
-    return p.coding_type == 0 && p.num_b_frames == 0 && p.chroma_format_idc == 1 && p.aux_format_idc == 0 &&
+    return p.coding_type == 0 && p.chroma_format_idc == 1 && p.aux_format_idc == 0 &&
            p.transform_8x8_mode == 0 && p.qpprime_y_zero_transform_bypass == 0 && p.analysis_level <= 1 &&
            LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }

@@ -2,6 +2,7 @@
 
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
+#include "encoder/session/tool_counts.h"
 
 #include <new>
 #include <utility>
@@ -96,6 +97,11 @@ const VideoData* H264VideoEncoder::GetReconstruction() const
 int32_t H264VideoEncoder::GetDisplayOrder() const
 {
     return core_kind == kCore8 && m_pCore8->Job.pCurrent ? m_pCore8->Job.pCurrent->display_order / 2 : -1;
+}
+
+void H264VideoEncoder::AddToolCounts(ToolCounts& Counts) const
+{
+    if (core_kind == kCore8) UMC_H264_ENCODER::AddToolCounts(*m_pCore8, Counts);
 }
 
 } // namespace UMC

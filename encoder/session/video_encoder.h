@@ -9,7 +9,8 @@
 namespace UMC_H264_ENCODER {
 template <class Sample>
 struct EncoderCore;
-}
+struct ToolCounts;
+} // namespace UMC_H264_ENCODER
 
 namespace UMC {
 
@@ -60,6 +61,8 @@ public:
     const VideoData* GetReconstruction() const;
     /// Display order of that picture within the stream, counted in pictures.
     int32_t GetDisplayOrder() const;
+    /// Adds the coding tools that the same picture uses. Counted from its records when asked for, and not before.
+    void AddToolCounts(UMC_H264_ENCODER::ToolCounts& Counts) const;
 
 private:
     using Core8 = UMC_H264_ENCODER::EncoderCore<uint8_t>;

@@ -1,6 +1,7 @@
 #include "encoder/state/encoder_frame.h"
 
 #include "Common/h264/chroma_geometry.h"
+#include "Common/h264/motion_prediction.h"
 
 #include <cstring>
 
@@ -31,6 +32,7 @@ UMC::Status H264EncoderFrame<Sample>::Allocate(const FrameLayout& Layout)
     if (IsSame) return UMC::StatusOk;
     Free();
     m_Layout = Layout;
+    m_HasList1 = true;
     UMC::Status s = AllocatePlanes(Layout);
     if (s == UMC::StatusOk) s = AllocateTables(Layout);
     if (s != UMC::StatusOk) Free(); // no planes without tables
@@ -121,6 +123,15 @@ void H264EncoderFrame<Sample>::ResetPicture()
         pic_num[Field] = long_term_pic_num[Field] = 0;
         poc[Field] = idr_epoch[Field] = 0;
     }
+}
+
+template <class Sample>
+void H264EncoderFrame<Sample>::PrepareTables()
+{
+    const bool WritesList1 = frame_type == FRAME_B;
+    if (!WritesList1 && m_HasList1)
+        std::memset(mb_reference[1], h264::kRefNone, static_cast<size_t>(m_Layout.MbCount) * 16);
+    m_HasList1 = WritesList1;
 }
 
 template class H264EncoderFrame<uint8_t>;

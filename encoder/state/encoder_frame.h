@@ -65,6 +65,8 @@ public:
     void Unmark() { is_reference = is_long_term = 0; }
     /// A frame taken for a new picture starts here; planes and tables stay.
     void ResetPicture();
+    /// Before the picture is coded: list 1 refers to nothing in a picture whose slices do not write it.
+    void PrepareTables();
 
 private:
     void Free();
@@ -75,6 +77,7 @@ private:
     UMC::MemoryAllocator* m_pAllocator; // not owned
     UMC::MemID m_PlaneMemory = 0, m_TableMemory = 0;
     FrameLayout m_Layout;
+    bool m_HasList1 = true; // the table may refer to something
 };
 
 extern template class H264EncoderFrame<uint8_t>;

@@ -12,8 +12,8 @@ namespace UMC_H264_ENCODER {
 class MotionGrid
 {
 public:
-    /// What lies around; nothing of the macroblock is known.
-    explicit MotionGrid(const NeighbourMotion& n)
+    /// Takes what lies around; nothing of the macroblock is known.
+    void Begin(const NeighbourMotion& n)
     {
         std::fill_n(m_Refs, kSize, h264::kRefUnavailable);
         std::fill_n(m_Vectors, kSize, MotionVector{0, 0});

@@ -62,6 +62,8 @@ struct WorkArea {
     HalfPlanes<Sample> Halves;
     alignas(16) Sample Trial[16 * 16]; // an interpolated point of a search
     alignas(16) Sample TrialUV[2 * kMaxChromaSamples];
+    alignas(16) Sample JoinedY[16 * 16]; // of a part on trial, predicted from both lists
+    alignas(16) Sample JoinedUV[2 * kMaxChromaSamples];
     alignas(16) Sample OtherY[16 * 16]; // of two predictions that are joined, that of list 0
     alignas(16) Sample OtherUV[2 * kMaxChromaSamples];
     alignas(16) Sample Clamped[24 * 24]; // a reference block from beyond the padding

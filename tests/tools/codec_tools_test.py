@@ -4,6 +4,7 @@
 Usage: codec_tools_test.py TOOLS
 """
 import pathlib
+import re
 import sys
 import tempfile
 
@@ -20,7 +21,9 @@ def encoder_failures(encode, folder, source):
     fails(encode, source, "--size", "172x144", "-o", out, text="cut short")
     fails(encode, source, "--size", "1x", "-o", out, text="not a size")
     fails(*good, "-o", "/dev/full", text="cannot write")
+    fails(*good, "-o", out, "--recon-coded", "/dev/full", text="cannot write")
     fails(*good, "-o", out, "--set", "nonsense=1", text="unknown field")
+    fails(*good, "-o", out, "--set", "width=32", text="unknown field")
     fails(*good, "-o", out, "--params", folder / "none", text="cannot open")
     fails(*good, "-o", out, "--set", "profile_idc=1", text="refuses these settings")
 
@@ -33,6 +36,26 @@ def decoder_failures(decode, folder, stream):
     fails(decode, junk, "-o", out, text="decoder status -897")
     fails(decode, stream, "-o", "/dev/full", text="cannot write")
     fails(decode, stream, text="is needed")
+
+
+def report_of_the_encoder(report):
+    """The settings are those in force, all of them by name; the tools are those of the whole stream."""
+    header = (pathlib.Path(__file__).resolve().parents[2] / "encoder" / "state" / "encoder_params.h").read_text()
+    record = header.split("};", 1)[1]  # behind that of the tuning block
+    fields = set(re.findall(r"(\w+) = -?\d+[,;]", record)) - {"reserved0", "reserved1"}
+    fields |= {"tuning", "bitrate", "frame_rate", "width", "height", "threads", "quality"}
+    settings, tools = report["settings"], report["tools"]
+    check(set(settings) == fields and len(fields) > 40, f"{fields ^ set(settings)}: in the record or in the report alone")
+    wanted = {"num_slices": 3, "search_method": 3, "level_idc": 11, "width": 176, "height": 144, "frame_rate": 30, "bitrate": 300000,
+              "tuning": [51, 0, 2, 37, 0, 0.5, 2, 2]}
+    for name, value in wanted.items():
+        check(settings[name] == value, f"{name} is {settings[name]}, not {value}")
+    pictures = {name: n for name, n in tools.items() if name.startswith("pictures_")}
+    check(pictures == {"pictures_i": 1, "pictures_p": 5, "pictures_b": 0, "pictures_idr": 1}, f"{pictures}")
+    check(tools["slices"] == 18, f"{tools['slices']} slices")
+    types = re.compile("intra_|inter_|pcm|skip_|direct")
+    check(sum(n for name, n in tools.items() if types.match(name)) == 6 * 99, f"a macroblock is not counted once: {tools}")
+    check(tools["references"][0] == 4 * (tools["inter_16x16"] + tools["skip_p"]) > 0, f"{tools}")
 
 
 def comparing(encode, compare, folder, source, stream, recon):
@@ -62,8 +85,14 @@ def main():
         folder = pathlib.Path(name)
         source, stream, recon, out = (folder / n for n in ("s.yuv", "s.264", "recon.yuv", "out.yuv"))
         run(tools / "camera_scene", "-o", source, "--size", "176x144", "--frames", 6)
-        report = run_json(encode, source, "--size", "176x144", "-o", stream, "--recon", recon, "--set", "num_slices=3", "--json")
+        coded = folder / "coded.yuv"
+        given = ("num_slices=3", "search_method=77", "bitrate=300000")
+        report_of_the_encoder(run_json(encode, source, "--size", "176x144", "--no-output", "--loop", 2,
+                                       *(option for field in given for option in ("--set", field)), "--json"))
+        report = run_json(encode, source, "--size", "176x144", "-o", stream, "--recon", recon, "--recon-coded", coded, "--set",
+                          "num_slices=3", "--json")
         check(report["frames"] == 6 and report["bytes"] == stream.stat().st_size, f"{report}")
+        check(coded.read_bytes() == recon.read_bytes(), "without B pictures both orders are one")
         report = run_json(decode, stream, "-o", out, "--json")
         check(report["frames"] == 6 and report["status"] == 0, f"{report}")
         same_pictures(recon, out, (176, 144), "h264_decode against the reconstruction")

@@ -1,8 +1,8 @@
 // h264_encode: drives UMC::H264VideoEncoder with any setting and writes the stream and its reconstruction.
+#include "encoder/session/tool_counts.h"
 #include "encoder/session/video_encoder.h"
 #include "media/umc_video_data.h"
 #include "tools/common/command_line.h"
-#include "tools/common/compared_planes.h"
 #include "tools/common/files.h"
 #include "tools/common/json_text.h"
 #include "tools/common/kernel_tier.h"
@@ -10,20 +10,24 @@
 #include "tools/common/progress.h"
 #include "tools/common/trace_option.h"
 #include "tools/h264_encode/param_fields.h"
+#include "tools/h264_encode/reconstruction_writer.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace {
 
+using UMC_H264_ENCODER::ToolCounts;
+
 struct Options {
-    std::string In, Out, Recon, Compare, ParamFile;
+    std::string In, Out, ParamFile;
+    ReconstructionFiles Recon;
     std::vector<std::string> Sets;
     FrameSize Size;
     int Chroma = 420, Depth = 8, Loop = 1, Frames = 0;
@@ -33,6 +37,8 @@ struct Options {
 struct Totals {
     int64_t Frames = 0, Bytes = 0;
     CpuTimer Timer;
+    UMC::H264EncoderParams Settings; // in force
+    ToolCounts Tools;                // of the first run
 };
 
 std::string StatusText(UMC::Status s) { return "status " + std::to_string(s); }
@@ -49,8 +55,9 @@ Options ParseCommandLine(int argc, char** argv)
     App.Add("--params", o.ParamFile, "parameter file");
     App.Add("--set", o.Sets, "NAME=VALUE, a field of the settings record").TakeAll();
     App.Add("-o", o.Out, "byte stream");
-    App.Add("--recon", o.Recon, "reconstruction in display order");
-    App.Add("--compare", o.Compare,
+    App.Add("--recon", o.Recon.Displayed, "reconstruction in display order");
+    App.Add("--recon-coded", o.Recon.Coded, "the same in coding order, each picture as it is coded");
+    App.Add("--compare", o.Recon.Compared,
             "pictures that another decoder made of the stream: names the first macroblock "
             "that differs from the reconstruction");
     App.Add("--frames", o.Frames, "code no more pictures than this");
@@ -83,60 +90,6 @@ UMC::H264EncoderParams MakeParams(const Options& o)
     return p;
 }
 
-// Pictures of the reconstruction, given out in display order: to a file, to a comparison, to both or to neither.
-class ReconstructionWriter
-{
-public:
-    ReconstructionWriter(const std::string& Path, const std::string& ComparePath)
-    {
-        if (!Path.empty()) m_File.emplace(Path);
-        if (!ComparePath.empty()) m_Comparison.emplace(ComparePath);
-    }
-
-    void Add(const UMC::VideoData& Picture, int32_t DisplayOrder)
-    {
-        if (!m_File && !m_Comparison) return;
-        m_Planes = PlanesOf(Picture);
-        std::vector<uint8_t>& Samples = m_Waiting[DisplayOrder];
-        for (const ComparedPlane& Plane : m_Planes)
-            for (int32_t y = 0; y < Plane.Height; ++y) {
-                const uint8_t* const pRow = Plane.pSamples + y * Plane.Pitch;
-                Samples.insert(Samples.end(), pRow, pRow + RowBytes(Plane));
-            }
-        for (; !m_Waiting.empty() && m_Waiting.begin()->first == m_Next; ++m_Next) {
-            GiveOut(m_Waiting.begin()->second);
-            m_Waiting.erase(m_Waiting.begin());
-        }
-    }
-    void Close()
-    {
-        if (m_File) m_File->Close();
-    }
-
-private:
-    static ptrdiff_t RowBytes(const ComparedPlane& Plane) { return ptrdiff_t{Plane.Width} * Plane.SampleBytes; }
-
-    void GiveOut(const std::vector<uint8_t>& Samples)
-    {
-        if (m_File) m_File->Write(Samples.data(), Samples.size());
-        if (!m_Comparison) return;
-        const uint8_t* pSamples = Samples.data();
-        for (ComparedPlane& Plane : m_Planes) { // all pictures have one geometry
-            Plane.pSamples = pSamples;
-            Plane.Pitch = RowBytes(Plane);
-            pSamples += Plane.Pitch * Plane.Height;
-        }
-        if (const std::string Difference = m_Comparison->Next(m_Planes); !Difference.empty())
-            throw CliError(Difference);
-    }
-
-    std::optional<OutputFile> m_File;
-    std::optional<PictureComparison> m_Comparison;
-    std::vector<ComparedPlane> m_Planes;
-    int32_t m_Next = 0;
-    std::map<int32_t, std::vector<uint8_t>> m_Waiting; // by display order
-};
-
 // One run over all pictures. Stream and reconstruction are written in the first run only.
 class Run
 {
@@ -145,12 +98,16 @@ public:
     {
         if (const UMC::Status s = m_Encoder.Init(&m_Params); s != UMC::StatusOk)
             throw CliError("the encoder refuses these settings: " + StatusText(s));
+        m_Encoder.GetInfo(&m_Params);
         const UMC::ColorFormat Format = o.Chroma == 400 ? UMC::GRAY : o.Chroma == 422 ? UMC::YUV422 : UMC::YUV420;
         m_Input.Init(o.Size.Width, o.Size.Height, Format, o.Depth);
         m_Buffer.resize(2 * m_Input.GetMappingSize() + 65536);
     }
 
+    const UMC::H264EncoderParams& Settings() const { return m_Params; }
     size_t PictureBytes() const { return m_Input.GetMappingSize(); }
+    /// Has the tools of each picture added to these; null: leaves them uncounted.
+    void CountTools(ToolCounts* pTools) { m_pTools = pTools; }
 
     void Encode(std::vector<uint8_t>& Pictures, size_t Count, std::optional<OutputFile>& Stream,
                 ReconstructionWriter& Recon, Totals& Sum)
@@ -179,6 +136,7 @@ private:
         Sum.Bytes += static_cast<int64_t>(m_Output.GetDataSize());
         if (Stream) Stream->Write(m_Output.GetDataPointer(), m_Output.GetDataSize());
         Recon.Add(*m_Encoder.GetReconstruction(), m_Encoder.GetDisplayOrder());
+        if (m_pTools) m_Encoder.AddToolCounts(*m_pTools);
         return s;
     }
 
@@ -187,16 +145,30 @@ private:
     UMC::VideoData m_Input;
     UMC::MediaData m_Output;
     std::vector<uint8_t> m_Buffer;
+    ToolCounts* m_pTools = nullptr; // not owned
 };
 
-void Report(const Options& o, const Totals& Sum, double FrameRate)
+JsonObject ToolValues(const ToolCounts& n)
+{
+    JsonObject Values;
+    for (const UMC_H264_ENCODER::ToolName& t : UMC_H264_ENCODER::kToolNames) Values.push_back({t.pName, n.*t.pCount});
+    Values.push_back({"references", JsonArray(std::begin(n.References), std::end(n.References))});
+    return Values;
+}
+
+void Report(const Options& o, const Totals& Sum)
 {
     const double Seconds = Sum.Timer.Seconds(), Fps = PerSecond(Sum.Frames, Seconds);
     const double PerFrame = Sum.Frames ? static_cast<double>(Sum.Bytes) * 8.0 / static_cast<double>(Sum.Frames) : 0.0;
-    const double Kbps = PerFrame * FrameRate / 1000.0;
+    const double Kbps = PerFrame * Sum.Settings.m_Info.m_FrameRate / 1000.0;
     if (o.bJson) {
-        const JsonObject Json{
-            {"frames", Sum.Frames}, {"bytes", Sum.Bytes}, {"kbps", Kbps}, {"seconds", Seconds}, {"fps", Fps}};
+        const JsonObject Json{{"frames", Sum.Frames},
+                              {"bytes", Sum.Bytes},
+                              {"kbps", Kbps},
+                              {"seconds", Seconds},
+                              {"fps", Fps},
+                              {"settings", tools::FieldValues(Sum.Settings)},
+                              {"tools", ToolValues(Sum.Tools)}};
         std::printf("%s\n", JsonText(Json).c_str());
     } else {
         std::printf("%lld frames, %lld bytes, %.1f kbit/s, %.3f s of processor time, %.1f frames/s\n",
@@ -218,12 +190,14 @@ int Main(int argc, char** argv)
         if (o.Frames > 0) Count = std::min(Count, static_cast<size_t>(o.Frames));
         std::optional<OutputFile> Stream;
         if (i == 0 && !o.bNoOutput) Stream.emplace(o.Out);
-        ReconstructionWriter Recon(i == 0 ? o.Recon : std::string(), i == 0 ? o.Compare : std::string());
+        ReconstructionWriter Recon(i == 0 ? o.Recon : ReconstructionFiles());
+        if (i == 0 && o.bJson) r.CountTools(&Sum.Tools);
         r.Encode(Pictures, Count, Stream, Recon, Sum);
         if (Stream) Stream->Close();
         Recon.Close();
+        Sum.Settings = r.Settings();
     }
-    Report(o, Sum, Params.m_Info.m_FrameRate);
+    Report(o, Sum);
     return 0;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "encoder/state/encoder_params.h"
+#include "tools/common/json_text.h"
 
 #include <string>
 
@@ -12,5 +13,8 @@ std::string SetField(UMC::H264EncoderParams& Params, const std::string& Assignme
 
 /// All names that SetField knows, separated by spaces.
 std::string FieldNames();
+
+/// The whole record by name: what SetField knows, and what is set otherwise.
+JsonObject FieldValues(const UMC::H264EncoderParams& Params);
 
 } // namespace tools

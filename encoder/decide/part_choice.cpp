@@ -1,0 +1,55 @@
+#include "encoder/decide/part_choice.h"
+
+#include "Common/h264/chroma_geometry.h"
+#include "encoder/decide/block_distance.h"
+
+namespace UMC_H264_ENCODER {
+
+template <class Sample>
+int32_t PartDistance(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, MotionPart Part,
+                     const Sample* pY, const Sample* pUV)
+{
+    constexpr int32_t kStep = WorkArea<Sample>::kPredStep;
+    const bool IsSad = (Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0;
+    const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
+    const auto Distance = [IsSad](const Sample* pA, ptrdiff_t StepA, const Sample* pB, int32_t w, int32_t h) {
+        return IsSad ? SAD(pA, StepA, pB, kStep, SizeCode(w, h)) : SATD(pA, StepA, pB, kStep, SizeCode(w, h));
+    };
+    int32_t Sum = Distance(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, pY + y * kStep + x, Width, Height);
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) return Sum;
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc];
+    const int32_t cx = x >> Chroma.ShiftX, cy = y >> Chroma.ShiftY;
+    for (int Plane = 0; Plane < 2; ++Plane)
+        Sum += Distance((Plane ? mb.pSrcV : mb.pSrcU) + cy * mb.SrcPitch + cx, mb.SrcPitch,
+                        pUV + 8 * Plane + cy * kStep + cx, Width >> Chroma.ShiftX, Height >> Chroma.ShiftY);
+    return Sum;
+}
+
+template <class Sample>
+PartChoice ChooseLists(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, MotionPart Part,
+                       const FoundPart (&Found)[2], const ListPrices& Prices, WorkArea<Sample>& w)
+{
+    PartChoice Best;
+    const auto Offer = [&Best](int32_t Cost, const PartMotion& m) {
+        if (Cost < Best.Cost) Best = {Cost, m};
+    };
+    const FoundPart &a = Found[0], &b = Found[1];
+    if (a.Ref >= 0) Offer(a.Cost + Prices.One, {{a.Ref, h264::kRefNone}, {a.Vector, {0, 0}}});
+    if (b.Ref >= 0) Offer(b.Cost + Prices.One, {{h264::kRefNone, b.Ref}, {{0, 0}, b.Vector}});
+    if (a.Ref < 0 || b.Ref < 0) return Best;
+    const PartMotion Both{{a.Ref, b.Ref}, {a.Vector, b.Vector}};
+    const int32_t Price = Prices.Both + a.VectorPrice + a.ReferencePrice + b.VectorPrice +
+                          b.ReferencePrice; // before any sample is touched
+    if (Price >= Best.Cost) return Best;
+    PredictPartLuma(Both, Part, mb, w, w.JoinedY);
+    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) PredictPartChroma(Both, Part, mb, w, w.JoinedUV);
+    Offer(Price + PartDistance(Settings, mb, Part, w.JoinedY, w.JoinedUV), Both);
+    return Best;
+}
+
+template int32_t PartDistance(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, MotionPart, const uint8_t*,
+                              const uint8_t*);
+template PartChoice ChooseLists(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, MotionPart,
+                                const FoundPart (&)[2], const ListPrices&, WorkArea<uint8_t>&);
+
+} // namespace UMC_H264_ENCODER
