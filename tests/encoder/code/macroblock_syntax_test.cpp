@@ -33,18 +33,20 @@ public:
         FillLevels(m_LumaDc, 16);
     }
 
-    MacroblockSyntax<int16_t> Syntax(int32_t Index, int32_t SliceType, bool bCabac)
+    MacroblockSyntax<int16_t> Syntax(int32_t Index, int32_t SliceType)
     {
-        const NeighbourTables t{static_cast<int32_t>(Below(2)),
-                                kMbWidth,
-                                h264::CHROMA_420,
-                                m_Global,
-                                m_Local,
-                                m_Modes,
-                                SliceType == h264::SLICE_I ? nullptr : m_Differences,
-                                m_References,
-                                bCabac ? m_Differences : nullptr,
-                                bCabac ? nullptr : m_Counts};
+        m_Slice.slice_type = SliceType;
+        const NeighbourTables t{.FirstMb = static_cast<int32_t>(Below(2)),
+                                .MbWidth = kMbWidth,
+                                .ChromaFormat = h264::CHROMA_420,
+                                .pGlobal = m_Global,
+                                .pLocal = m_Local,
+                                .pIntraModes = m_Modes,
+                                .Lists = SliceType == h264::SLICE_I ? 0 : 1,
+                                .pVectors = {m_Differences},
+                                .pReferences = {m_References},
+                                .pDifferences = {m_Differences},
+                                .pCounts = m_Counts};
         FillNeighbours(m_Around, t, Index, Index % kMbWidth);
         const auto i = static_cast<size_t>(Index);
         if (SliceType == h264::SLICE_I && !IsIntra(m_Global[i].Type)) {
@@ -53,22 +55,26 @@ public:
         }
         if (m_Global[i].Type == MB_INTRA16X16)
             for (BlockLevels<int16_t>& b : m_Luma) FillLevels(b, 15);
-        return {SliceType,
-                1 + static_cast<int32_t>(Below(4)) % 4,
-                h264::CHROMA_420,
-                m_Global[i].Type,
-                0,
-                {Component(), Component()},
-                static_cast<int32_t>(Below(9)) - 4,
-                m_Local[i],
-                m_Around,
-                m_Modes + 16 * i,
-                m_Luma,
-                m_LumaDc,
-                m_ChromaDc,
-                m_ChromaAc};
+        m_References[16 * i] = 0;
+        return {.Slice = m_Slice,
+                .num_ref_idx = {1 + static_cast<int32_t>(Below(4)), 0},
+                .Type = m_Global[i].Type,
+                .Flags = 0,
+                .QpDelta = static_cast<int32_t>(Below(9)) - 4,
+                .Local = m_Local[i],
+                .Around = m_Around,
+                .pReferences = {m_References + 16 * i},
+                .pDifferences = {m_Differences + 16 * i},
+                .pIntraModes = m_Modes + 16 * i,
+                .pLuma = m_Luma,
+                .pLuma8x8 = nullptr,
+                .LumaDc = m_LumaDc,
+                .pChromaDc = m_ChromaDc,
+                .pChromaAc = m_ChromaAc,
+                .pPcm = nullptr};
     }
     const NeighbourCache& Around() const { return m_Around; }
+    void SetDepth(int32_t Depth) { m_Slice.BitDepthLuma = Depth; }
 
 private:
     uint32_t Below(uint32_t n) { return static_cast<uint32_t>(m_Rng() % n); }
@@ -109,6 +115,12 @@ private:
     uint8_t m_Counts[kMbs * kCountsPerMb];
     BlockLevels<int16_t> m_Luma[16], m_LumaDc, m_ChromaDc[2], m_ChromaAc[2][kMaxChromaBlocks];
     NeighbourCache m_Around;
+    SyntaxOfSlice m_Slice{.slice_type = h264::SLICE_I,
+                          .chroma_format_idc = h264::CHROMA_420,
+                          .transform_8x8_mode_flag = false,
+                          .direct_8x8_inference_flag = true,
+                          .BitDepthLuma = 8,
+                          .BitDepthChroma = 8};
 };
 
 constexpr uint32_t kRounds = 3000;
@@ -123,7 +135,7 @@ TEST(MacroblockSyntax, ACabacCounterCountsWhatIsWritten)
     for (uint32_t Seed = 0; Seed < kRounds; ++Seed) {
         RandomMacroblock r(Seed);
         const MacroblockSyntax<int16_t> m =
-            r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? h264::SLICE_P : h264::SLICE_I, true);
+            r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? h264::SLICE_P : h264::SLICE_I);
         CabacCounter Counter(Real);
         const int64_t Counted = Counter.Arithmetic.Bits(), Written = Real.Arithmetic.Bits();
         const bool bDelta = WriteMacroblockSyntax(m, CabacSyntax(Counter, m.Around, IsIntra(m.Type)));
@@ -143,8 +155,8 @@ TEST(MacroblockSyntax, ACavlcCounterCountsWhatIsWritten)
     for (uint32_t Seed = 0; Seed < kRounds; ++Seed) {
         RandomMacroblock r(Seed);
         const MacroblockSyntax<int16_t> m =
-            r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? h264::SLICE_P : h264::SLICE_I, false);
-        if (m.slice_type == h264::SLICE_I) Real.skip_run = 0; // as at the slice's start
+            r.Syntax(static_cast<int32_t>(Seed % kMbs), Seed % 3 ? h264::SLICE_P : h264::SLICE_I);
+        if (m.Slice.slice_type == h264::SLICE_I) Real.skip_run = 0; // as at the slice's start
         CavlcCounter Counter(Real);
         const int64_t Before = Real.Bits.Bits();
         const uint32_t Skipped = Real.skip_run;
@@ -161,12 +173,48 @@ TEST(MacroblockSyntax, ACavlcCounterCountsWhatIsWritten)
     }
 }
 
+// mb_qp_delta of clause 7.4.5 for every step from one QPY to another.
+TEST(MacroblockSyntax, AStepOfQpIsWrittenWithinItsRange)
+{
+    for (const int32_t Depth : {8, 10, 14}) {
+        const int32_t Offset = 6 * (Depth - 8), Range = 52 + Offset;
+        RandomMacroblock r(0);
+        r.SetDepth(Depth);
+        MacroblockSyntax<int16_t> m = r.Syntax(4, h264::SLICE_P);
+        LocalMacroblock Local = m.Local;
+        Local.Pattern = 1; // so that there is one
+        for (m.QpDelta = -51 - Offset; m.QpDelta <= 51 + Offset; ++m.QpDelta) {
+            CabacCounter Coder;
+            const MacroblockSyntax<int16_t> WithDelta{m.Slice,
+                                                      {1, 0},
+                                                      MB_INTER16X16,
+                                                      0,
+                                                      m.QpDelta,
+                                                      Local,
+                                                      m.Around,
+                                                      {m.pReferences[0]},
+                                                      {m.pDifferences[0]},
+                                                      m.pIntraModes,
+                                                      m.pLuma,
+                                                      nullptr,
+                                                      m.LumaDc,
+                                                      m.pChromaDc,
+                                                      m.pChromaAc,
+                                                      nullptr};
+            ASSERT_TRUE(WriteMacroblockSyntax(WithDelta, CabacSyntax(Coder, m.Around, false)));
+            EXPECT_GE(Coder.LastQpDelta, -(26 + Offset / 2));
+            EXPECT_LE(Coder.LastQpDelta, 25 + Offset / 2);
+            EXPECT_EQ((Coder.LastQpDelta - m.QpDelta) % Range, 0) << m.QpDelta << " of " << Depth << " bits";
+        }
+    }
+}
+
 // total_coeff by block, which later blocks choose their codes by: none where nothing was written, whatever lay there.
 TEST(MacroblockSyntax, CountsOfLevelsStandWhereLaterBlocksLook)
 {
     for (uint32_t Seed = 0; Seed < kRounds; ++Seed) {
         RandomMacroblock r(Seed);
-        const MacroblockSyntax<int16_t> m = r.Syntax(4, h264::SLICE_P, false);
+        const MacroblockSyntax<int16_t> m = r.Syntax(4, h264::SLICE_P);
         CavlcCounter Counter;
         uint8_t Counts[kCountsPerMb];
         std::fill_n(Counts, kCountsPerMb, uint8_t{99});

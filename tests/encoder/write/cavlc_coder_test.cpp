@@ -15,15 +15,16 @@ namespace {
 
 using namespace UMC_H264_ENCODER;
 
-using List = std::array<int16_t, 16>;
+using List = std::array<int32_t, 16>;
 
-BlockLevels<int16_t> LevelsOf(const List& l)
+template <class LevelType = int16_t>
+BlockLevels<LevelType> LevelsOf(const List& l)
 {
-    BlockLevels<int16_t> b{};
+    BlockLevels<LevelType> b{};
     for (size_t i = 0; i < 16; ++i) {
         if (l[i] == 0) continue;
         b.Position[b.Count] = static_cast<uint8_t>(i);
-        b.Level[b.Count++] = l[i];
+        b.Level[b.Count++] = static_cast<LevelType>(l[i]);
     }
     return b;
 }
@@ -34,10 +35,11 @@ class Blocks
 public:
     Blocks() : m_Bytes(1 << 16) { m_Coder.Bits.Start(m_Bytes.data()); }
 
+    template <class LevelType = int16_t>
     void Write(const List& l, int32_t nC, uint32_t Positions)
     {
-        const BlockLevels<int16_t> b = LevelsOf(l);
-        const BlockLevels<int16_t>* const pBlock = b.Count ? &b : nullptr;
+        const BlockLevels<LevelType> b = LevelsOf<LevelType>(l);
+        const BlockLevels<LevelType>* const pBlock = b.Count ? &b : nullptr;
         m_Coder.Block(pBlock, nC, Positions);
         m_Counter.Block(pBlock, nC, Positions);
         m_Written.push_back({l, nC, static_cast<int>(Positions)});
@@ -56,7 +58,7 @@ public:
             UMC::CavlcBlock Block;
             const int Count = UMC::ReadCavlcBlock(Bits, w.nC, w.Positions, Block);
             List Got{};
-            for (int i = 0; i < Count; ++i) Got[Block.Position[i]] = static_cast<int16_t>(Block.Level[i]);
+            for (int i = 0; i < Count; ++i) Got[Block.Position[i]] = Block.Level[i];
             ASSERT_EQ(Got, w.Levels) << "nC " << w.nC << ", of " << w.Positions;
         }
         ASSERT_EQ(Bits.BitsDecoded(), static_cast<uint64_t>(m_Coder.Bits.Bits()));
@@ -83,9 +85,9 @@ List MakeList(uint32_t Mask, uint32_t Ones, std::mt19937& Rng)
     List l{};
     for (uint32_t i = 16; i-- > 0;) {
         if (!(Mask >> i & 1)) continue;
-        l[i] = static_cast<int16_t>(Ones > 0 ? 1 : 2);
+        l[i] = Ones > 0 ? 1 : 2;
         Ones -= Ones > 0;
-        if (Rng() & 1) l[i] = static_cast<int16_t>(-l[i]);
+        if (Rng() & 1) l[i] = -l[i];
     }
     return l;
 }
@@ -124,14 +126,30 @@ TEST(CavlcCoder, EveryMagnitudeComesBackAtEverySuffixLength)
         for (int32_t m = 1; m < 20000; m = m < 2500 ? m + 1 : m + 37) {
             List l{};
             for (size_t i = 0; i < Before; ++i) l[15 - i] = kRaising[i];
-            l[15 - Before] = static_cast<int16_t>(m);
-            l[14 - Before] = static_cast<int16_t>(-m);
+            l[15 - Before] = m;
+            l[14 - Before] = -m;
             Out.Write(l, 4, 16);
             if (HasFatalFailure()) return;
         }
     List Lowest{};
     Lowest[3] = INT16_MIN;
     Out.Write(Lowest, 0, 16);
+    Out.ReadBack();
+}
+
+// Those of deep samples: prefixes of up to 24 zeros.
+TEST(CavlcCoder, LevelsBeyondSixteenBitsComeBackAtEverySuffixLength)
+{
+    Blocks Out;
+    for (size_t Before = 0; Before <= std::size(kRaising); ++Before)
+        for (int32_t m = 1 << 14; m < 1 << 21; m += m / 61) {
+            List l{};
+            for (size_t i = 0; i < Before; ++i) l[15 - i] = kRaising[i];
+            l[15 - Before] = m;
+            l[14 - Before] = -m - 1;
+            Out.Write<int32_t>(l, 4, 16);
+            if (HasFatalFailure()) return;
+        }
     Out.ReadBack();
 }
 
