@@ -63,8 +63,8 @@ InverseDcDeepSig InverseLumaDcDeep_px, InverseChromaDc420Deep_px, InverseChromaD
 
 // ---- Forward: what the encoder runs ------------------------------------------------------------------------
 
-// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift). The factors are such that the
-// sum fits 32 bits and the level of an 8-bit sample 16.
+// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift). For 8-bit samples the factors
+// are such that the sum fits 32 bits and a level 16; deep forms have 64 bits for the sum and 32 for a level.
 struct QuantParams {
     alignas(16) uint16_t Factor[16]; // MF by raster position
     uint32_t Rounding;               // f, below 2^Shift
