@@ -39,7 +39,7 @@ public:
 
 private:
     struct CachedParams {
-        int32_t QpOuter = -1, QpInner = -1;
+        int32_t QpOuter = kNoQp, QpInner = kNoQp;
         EdgeParams Params;
     };
 
