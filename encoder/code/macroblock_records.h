@@ -16,7 +16,8 @@ void StartRecords(CurrentMacroblock<Sample>& mb, int32_t Qp)
     Local.Qp = static_cast<int8_t>(Qp);
     Local.QpChroma = static_cast<int8_t>(ChromaQp(Qp, mb.pSlice->Syntax.BitDepthChroma));
     *mb.Records.pLocal = Local;
-    *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Local.Qp, Local.QpChroma};
+    *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Local.Qp, Local.QpChroma,
+                           mb.pSlice->MbFlags};
 }
 
 /// What is to be written of a macroblock that is reconstructed.

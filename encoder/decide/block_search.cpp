@@ -17,7 +17,7 @@ void BuildCandidates(const CurrentMacroblock<Sample>& mb, int List, const Refere
     if (mb.Around.Has(kernels::kLeft)) AddCandidate(p, WholeSamples(Around.LeftVectors[0]));
     if (mb.Around.Has(kernels::kTopLeft)) AddCandidate(p, WholeSamples(Around.TopLeft.Mv));
     if (Around.pTopRightOfPicture) AddCandidate(p, WholeSamples(*Around.pTopRightOfPicture));
-    const MotionVector* const pReference = Ref.pVectors + static_cast<ptrdiff_t>(mb.mb_index) * 16;
+    const MotionVector* const pReference = Ref.pVectors[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
     // A row of macroblocks has as many vectors as there are samples in a line: 16 for each macroblock.
     if (16 * mb.mb_y + 16 < Ref.View.Height) AddCandidate(p, WholeSamples(pReference[Ref.View.Width]));
     if (16 * mb.mb_x + 16 < Ref.View.Width) AddCandidate(p, WholeSamples(pReference[16]));
@@ -32,7 +32,7 @@ void FillChroma(const CurrentMacroblock<Sample>& mb, const Reference<Sample>& Re
                 MEParams<Sample>& p)
 {
     p.chroma_format = mb.pSlice->Syntax.chroma_format_idc;
-    p.chroma_mv_offset = 0;
+    p.chroma_mv_offset = Ref.ChromaMvOffset;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[p.chroma_format];
     const int32_t Column = x >> Chroma.ShiftX, Row = y >> Chroma.ShiftY;
     p.src_u = mb.pSrcU + Row * mb.SrcPitch + Column;

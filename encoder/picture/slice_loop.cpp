@@ -23,10 +23,13 @@ SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& J
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
     h.frame_num = Job.pCurrent->frame_num;
-    h.is_idr = Job.pCurrent->is_idr;
+    h.is_idr = Job.picture_class == CLASS_IDR;
     h.idr_pic_id = Sets.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
+    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[s.IsBottom], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
+    h.field_pic_flag = s.IsField;
+    h.bottom_field_flag = s.IsBottom;
+    h.delta_pic_order_cnt_bottom = Job.pCurrent->poc[1] - Job.pCurrent->poc[0];
     h.direct_spatial_mv_pred = s.B.direct_spatial_mv_pred;
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
@@ -66,6 +69,9 @@ template <class Sample>
 void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
                    SliceFacts<Sample>& s)
 {
+    s.IsField = Job.IsField();
+    s.IsBottom = Job.Structure == STRUCTURE_BOTTOM;
+    s.MbFlags = s.IsField ? kFlagField : 0;
     s.deblock_idc = Settings.Params.deblocking_filter_idc;
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
