@@ -135,7 +135,8 @@ def tables():
             column("default_scaling_lists.csv", f"default_{size}_{kind}", count) for kind in ("intra", "inter")]
     for size, count in (("4x4", 16), ("8x8", 64)):
         yield f"uint8_t kNormAdjust{size}[6][{count}]", by_place("norm_adjust.csv", size, "v")
-    yield "uint16_t kQuantFactor4x4[6][16]", by_place("quant_factors.csv", "4x4", "mf")
+    for size, count in (("4x4", 16), ("8x8", 64)):
+        yield f"uint16_t kQuantFactor{size}[6][{count}]", by_place("quant_factors.csv", size, "mf")
     yield "uint8_t kChromaQp[52]", column("chroma_qp.csv", "QPC", 52)
     yield "uint8_t kAlpha[52]", column("alpha_beta.csv", "alpha_prime", 52)
     yield "uint8_t kBeta[52]", column("alpha_beta.csv", "beta_prime", 52)

@@ -64,6 +64,7 @@ extern const uint8_t kDefaultScaling8x8[2][64]; // Table 7-4
 extern const uint8_t kNormAdjust4x4[6][16];     // clause 8.5.9: [qP % 6][row * 4 + column]
 extern const uint8_t kNormAdjust8x8[6][64];
 extern const uint16_t kQuantFactor4x4[6][16]; // forward factors MF of an encoder: [QP % 6][row * 4 + column]
+extern const uint16_t kQuantFactor8x8[6][64]; // times normAdjust and the norms of both basis rows about 2^24
 extern const uint8_t kChromaQp[52];           // Table 8-15: QPC by qPI 0..51
 
 // ---- Deblocking, clause 8.7.2.2 ----------------------------------------------------------------------------

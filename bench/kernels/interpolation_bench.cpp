@@ -127,6 +127,24 @@ void BiWeightDeep(benchmark::State& State, BiWeightBlockDeepSig* pFn)
     }
 }
 
+void CopyDeep(benchmark::State& State, CopyBlockDeepSig* pFn)
+{
+    auto Source = DeepPicture(1), Target = DeepPicture(2);
+    for (auto _ : State) {
+        pFn(Middle(Source), 2 * kStep, Middle(Target), 2 * kStep, 16, 16);
+        benchmark::ClobberMemory();
+    }
+}
+
+void HalfPlaneDeep(benchmark::State& State, HalfPlaneDeepSig* pFn)
+{
+    auto Source = DeepPicture(1), Target = DeepPicture(2);
+    for (auto _ : State) {
+        pFn(Middle(Source), 2 * kStep, Middle(Target), 2 * kStep, 10);
+        benchmark::ClobberMemory();
+    }
+}
+
 #define BLEND(Size)                                                                                                    \
     RegisterTiers(kAverageBlock##Size, Average<Size>), RegisterTiers(kWeightBlock##Size, Weight<Size>),                \
         RegisterTiers(kBiWeightBlock##Size, BiWeight<Size>)
@@ -147,6 +165,10 @@ const bool s_Rows[]{RegisterTiers(kInterpolateLuma16, Luma<16>),
                     RegisterTiers(kBiWeightBlockDeep, BiWeightDeep),
                     RegisterTiers(kCopyClamped, Clamped),
                     RegisterTiers(kCopyBlock16, Copy<16>),
-                    RegisterTiers(kCopyBlock8, Copy<8>)};
+                    RegisterTiers(kCopyBlock8, Copy<8>),
+                    RegisterTiers(kCopyBlockDeep, CopyDeep),
+                    RegisterTiers(kHalfPlaneRightDeep, HalfPlaneDeep),
+                    RegisterTiers(kHalfPlaneDownDeep, HalfPlaneDeep),
+                    RegisterTiers(kHalfPlaneBothDeep, HalfPlaneDeep)};
 
 } // namespace

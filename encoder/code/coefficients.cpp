@@ -12,11 +12,16 @@ namespace {
 
 constexpr uint8_t kCostByRun[16]{3, 2, 2, 1, 1, 1};
 
+// A level behind Run others that are 0, of a 4x4 block, and of an 8x8 one.
+constexpr int32_t CostOfRun8x8(int32_t Run) { return Run < 4 ? 3 : Run < 12 ? 2 : Run < 24 ? 1 : 0; }
+
 // By eight flags in raster order, of the upper and of the lower half of a 4x4 block: the same flags in scan order.
-const std::array<std::array<uint16_t, 256>, 2> g_ScanFlags = [] {
-    std::array<std::array<uint16_t, 256>, 2> Flags{};
+using ScanFlags = std::array<std::array<uint16_t, 256>, 2>;
+ScanFlags MakeScanFlags(const uint8_t* pScan)
+{
+    ScanFlags Flags{};
     for (size_t Scan = 0; Scan < 16; ++Scan) {
-        const size_t Place = h264::kZigzag4x4[Scan];
+        const size_t Place = pScan[Scan];
         Flags[Place / 8][size_t{1} << Place % 8] = static_cast<uint16_t>(1u << Scan);
     }
     for (auto& Half : Flags)
@@ -25,7 +30,8 @@ const std::array<std::array<uint16_t, 256>, 2> g_ScanFlags = [] {
             Half[Raster] = static_cast<uint16_t>(Half[Rest] | Half[Raster ^ Rest]);
         }
     return Flags;
-}();
+}
+const ScanFlags g_ScanFlags[2]{MakeScanFlags(h264::kZigzag4x4), MakeScanFlags(h264::kFieldScan4x4)};
 
 // A flag for each of a row's four levels that is not 0. The levels are looked at together, as parts of one word.
 uint32_t NonZero(const int16_t* pRow)
@@ -36,25 +42,42 @@ uint32_t NonZero(const int16_t* pRow)
     const uint64_t Flags = (((Row & kLow15) + kLow15) | Row) >> 15 & 0x0001000100010001;
     return static_cast<uint32_t>(Flags * 0x0001000200040008 >> 48);
 }
+uint32_t NonZero(const int32_t* pRow)
+{
+    uint32_t Flags = 0;
+    for (uint32_t i = 0; i < 4; ++i) Flags |= (pRow[i] != 0 ? 1u : 0u) << i;
+    return Flags;
+}
 
 // The scan positions from First on that hold a level other than 0, as a mask.
 template <class Coeff>
-uint32_t ScanPositions(const Coeff* pLevels, int32_t First)
+uint32_t ScanPositions(const Coeff* pLevels, int32_t First, Scan Order)
 {
     const uint32_t Upper = NonZero(pLevels) | NonZero(pLevels + 4) << 4;
     const uint32_t Lower = NonZero(pLevels + 8) | NonZero(pLevels + 12) << 4;
-    return (static_cast<uint32_t>(g_ScanFlags[0][Upper]) | g_ScanFlags[1][Lower]) >> First << First;
+    const ScanFlags& Flags = g_ScanFlags[Order];
+    return (static_cast<uint32_t>(Flags[0][Upper]) | Flags[1][Lower]) >> First << First;
+}
+
+const uint8_t* Scan4x4(Scan Order) { return Order == SCAN_FIELD ? h264::kFieldScan4x4 : h264::kZigzag4x4; }
+const uint8_t* Scan8x8(Scan Order) { return Order == SCAN_FIELD ? h264::kFieldScan8x8 : h264::kZigzag8x8; }
+
+template <class LevelType>
+bool IsLarge(LevelType Level)
+{
+    return Level > 1 || Level < -1;
 }
 
 } // namespace
 
 template <class Coeff>
-int32_t CoefficientCost(const Coeff* pLevels, int32_t First)
+int32_t CoefficientCost(const Coeff* pLevels, int32_t First, Scan Order)
 {
+    const uint8_t* const pScan = Scan4x4(Order);
     int32_t Cost = 0, Next = First;
-    for (uint32_t Rest = ScanPositions(pLevels, First); Rest; Rest &= Rest - 1) {
-        const int32_t i = std::countr_zero(Rest), Level = pLevels[h264::kZigzag4x4[i]];
-        if (Level > 1 || Level < -1) return kCostOfLargeLevel;
+    for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
+        const int32_t i = std::countr_zero(Rest);
+        if (IsLarge(pLevels[pScan[i]])) return kCostOfLargeLevel;
         Cost += kCostByRun[i - Next];
         Next = i + 1;
     }
@@ -62,21 +85,52 @@ int32_t CoefficientCost(const Coeff* pLevels, int32_t First)
 }
 
 template <class Coeff, class LevelType>
-int32_t ListLevels(const Coeff* pLevels, int32_t First, BlockLevels<LevelType>& Out)
+int32_t ListLevels(const Coeff* pLevels, int32_t First, Scan Order, BlockLevels<LevelType>& Out)
 {
+    const uint8_t* const pScan = Scan4x4(Order);
     int32_t Count = 0, Cost = 0, Next = First;
     bool HasLarge = false;
-    for (uint32_t Rest = ScanPositions(pLevels, First); Rest; Rest &= Rest - 1) {
+    for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
         const int32_t i = std::countr_zero(Rest);
-        const Coeff Level = pLevels[h264::kZigzag4x4[i]];
+        const Coeff Level = pLevels[pScan[i]];
         Out.Position[Count] = static_cast<uint8_t>(i - First);
         Out.Level[Count++] = Level;
-        HasLarge |= Level > 1 || Level < -1;
+        HasLarge |= IsLarge(Level);
         Cost += kCostByRun[i - Next];
         Next = i + 1;
     }
     Out.Count = static_cast<uint8_t>(Count);
     return HasLarge ? kCostOfLargeLevel : Cost;
+}
+
+template <class Coeff, class LevelType>
+int32_t ListLevels8x8(const Coeff* pLevels, Scan Order, BlockLevels8x8<LevelType>& Out)
+{
+    const uint8_t* const pScan = Scan8x8(Order);
+    int32_t Count = 0, Cost = 0, Next = 0;
+    bool HasLarge = false;
+    for (int32_t i = 0; i < 64; ++i) {
+        const Coeff Level = pLevels[pScan[i]];
+        if (Level == 0) continue;
+        Out.Position[Count] = static_cast<uint8_t>(i);
+        Out.Level[Count++] = Level;
+        HasLarge |= IsLarge(Level);
+        Cost += CostOfRun8x8(i - Next);
+        Next = i + 1;
+    }
+    Out.Count = static_cast<uint8_t>(Count);
+    return HasLarge ? kCostOfLargeLevel : Cost;
+}
+
+template <class LevelType>
+void Interleave(const BlockLevels8x8<LevelType>& Block, BlockLevels<LevelType>* pLists)
+{
+    for (int List = 0; List < 4; ++List) pLists[List].Count = 0;
+    for (int32_t i = 0; i < Block.Count; ++i) {
+        BlockLevels<LevelType>& To = pLists[Block.Position[i] % 4];
+        To.Position[To.Count] = Block.Position[i] / 4;
+        To.Level[To.Count++] = Block.Level[i];
+    }
 }
 
 template <class Coeff, class LevelType>
@@ -91,8 +145,14 @@ void ListDcLevels(const Coeff* pLevels, int32_t Count, BlockLevels<LevelType>& O
     Out.Count = static_cast<uint8_t>(Found);
 }
 
-template int32_t CoefficientCost(const int16_t*, int32_t);
-template int32_t ListLevels(const int16_t*, int32_t, BlockLevels<int16_t>&);
-template void ListDcLevels(const int16_t*, int32_t, BlockLevels<int16_t>&);
+#define INSTANTIATE(Coeff)                                                                                             \
+    template int32_t CoefficientCost(const Coeff*, int32_t, Scan);                                                     \
+    template int32_t ListLevels(const Coeff*, int32_t, Scan, BlockLevels<Coeff>&);                                     \
+    template int32_t ListLevels8x8(const Coeff*, Scan, BlockLevels8x8<Coeff>&);                                        \
+    template void Interleave(const BlockLevels8x8<Coeff>&, BlockLevels<Coeff>*);                                       \
+    template void ListDcLevels(const Coeff*, int32_t, BlockLevels<Coeff>&);
+INSTANTIATE(int16_t)
+INSTANTIATE(int32_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

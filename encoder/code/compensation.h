@@ -36,14 +36,25 @@ void CompensateLuma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, M
     Kernels<Sample>.InterpolateLuma(pSrc, SrcStep, pDst, DstStep, v.x & 3, v.y & 3, Width, Height, BitDepth);
 }
 
+/// A vertical vector component in chroma samples: whole ones, and eighths beyond them (clause 8.4.1.4).
+struct ChromaRow {
+    int32_t Whole, Frac;
+};
+inline ChromaRow ChromaRowOf(int32_t Vector, int32_t ShiftY)
+{
+    return ShiftY ? ChromaRow{Vector >> 3, Vector & 7} : ChromaRow{Vector >> 2, (Vector & 3) * 2};
+}
+
 /// Both chroma blocks that belong to the luma block at (x, y); sizes in luma samples. Cr goes to pDst + 8.
+/// @param ShiftY  1 for 4:2:0, 0 for 4:2:2
 template <class Sample>
 void CompensateChroma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, MotionVector v, int32_t x, int32_t y,
-                      int32_t Width, int32_t Height, Sample* pDst, ptrdiff_t DstStep)
+                      int32_t Width, int32_t Height, int32_t ShiftY, Sample* pDst, ptrdiff_t DstStep)
 {
-    const int32_t BlockWidth = Width / 2, BlockHeight = Height / 2;
-    const int32_t PlaneWidth = Ref.Width / 2, PlaneHeight = Ref.Height / 2;
-    const int32_t Left = x / 2 + (v.x >> 3), Top = y / 2 + (v.y >> 3);
+    const int32_t BlockWidth = Width / 2, BlockHeight = Height >> ShiftY;
+    const int32_t PlaneWidth = Ref.Width / 2, PlaneHeight = Ref.Height >> ShiftY;
+    const ChromaRow Row = ChromaRowOf(v.y, ShiftY);
+    const int32_t Left = x / 2 + (v.x >> 3), Top = (y >> ShiftY) + Row.Whole;
     const ptrdiff_t Offset = static_cast<ptrdiff_t>(Top) * Ref.Pitch + Left;
     const auto *pU = Ref.pU + Offset, *pV = Ref.pV + Offset;
     ptrdiff_t SrcStep = Ref.Pitch;
@@ -58,7 +69,7 @@ void CompensateChroma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref,
         pU = pClampedU;
         pV = pClampedV;
     }
-    Kernels<Sample>.InterpolateChroma(pU, pV, SrcStep, pDst, pDst + 8, DstStep, v.x & 7, v.y & 7, BlockWidth,
+    Kernels<Sample>.InterpolateChroma(pU, pV, SrcStep, pDst, pDst + 8, DstStep, v.x & 7, Row.Frac, BlockWidth,
                                       BlockHeight);
 }
 

@@ -1,5 +1,6 @@
 #include "encoder/code/inter_prediction.h"
 
+#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/temporal_distance.h"
 #include "encoder/code/compensation.h"
 
@@ -52,17 +53,24 @@ template <class Sample>
 void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                        Sample* pUV)
 {
+    const SyntaxOfSlice& Slice = mb.pSlice->Syntax;
+    if (Slice.chroma_format_idc == h264::CHROMA_400) return;
+    const int32_t ShiftY = h264::kChromaGeometry[Slice.chroma_format_idc].ShiftY;
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
-    PredictFromLists(
-        m, mb, pUV + y / 2 * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height / 2, mb.pSlice->Syntax.BitDepthChroma,
-        [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
-            CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst, w.kPredStep);
-        });
+    PredictFromLists(m, mb, pUV + (y >> ShiftY) * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height >> ShiftY,
+                     Slice.BitDepthChroma, [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
+                         CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, ShiftY, pDst,
+                                          w.kPredStep);
+                     });
 }
 
-template void PredictPartLuma(const PartMotion&, MotionPart, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&,
-                              uint8_t*);
-template void PredictPartChroma(const PartMotion&, MotionPart, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&,
-                                uint8_t*);
+#define INSTANTIATE(Sample)                                                                                            \
+    template void PredictPartLuma(const PartMotion&, MotionPart, const CurrentMacroblock<Sample>&, WorkArea<Sample>&,  \
+                                  Sample*);                                                                            \
+    template void PredictPartChroma(const PartMotion&, MotionPart, const CurrentMacroblock<Sample>&,                   \
+                                    WorkArea<Sample>&, Sample*);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

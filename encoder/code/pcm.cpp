@@ -52,5 +52,7 @@ void KeepSource(CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 
 template void ReconstructPcm(CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
 template void KeepSource(CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template void ReconstructPcm(CurrentMacroblock<uint16_t>&, WorkArea<uint16_t>&);
+template void KeepSource(CurrentMacroblock<uint16_t>&, WorkArea<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

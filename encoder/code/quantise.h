@@ -1,4 +1,4 @@
-// Levels of inter predictions, with the transform left out where it is known to leave nothing.
+// Levels of predictions, with the transform left out where it is known to leave nothing.
 #pragma once
 
 #include "encoder/state/current_macroblock.h"
@@ -6,26 +6,24 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Levels of the macroblock's luma against PredY, into Luma and LumaMask. Without any, Luma may be left as it was.
+/// Levels of the macroblock's luma against PredY in 4x4 blocks, into Luma and LumaMask. Without any, Luma may be left
+/// as it was.
 template <class Sample>
-void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
-{
-    constexpr int kStep = WorkArea<Sample>::kPredStep;
-    const bool HasNone =
-        Kernels<Sample>.LargestSad4x4Of16x16(mb.pSrcY, mb.SrcPitch, t.PredY, kStep) <= mb.pQuant->LumaZeroSad;
-    t.LumaMask =
-        HasNone ? 0
-                : Kernels<Sample>.ForwardQuant16x16(mb.pSrcY, mb.SrcPitch, t.PredY, kStep, t.Luma, mb.pQuant->pLuma);
-}
+void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t);
+/// The same in 8x8 blocks: bit 4 * i of LumaMask is that of quadrant i.
+template <class Sample>
+void QuantiseInterLuma8x8(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t);
 
-/// True when neither DC nor AC levels of a chroma plane (0 Cb, 1 Cr) against a prediction can remain, with the rounding
-/// of P and B slices. False says nothing.
+// What a chroma plane's levels are: a bit for each AC block (raster order) with some, and whether the DC has any.
+struct ChromaLevels {
+    uint32_t AcMask;
+    bool HasDc;
+};
+
+/// Levels of a plane (0 Cb, 1 Cr) against a prediction, into Chroma and ChromaDc. Without any, they may be left as they
+/// were.
 /// @param pPredUV  Cb in columns 0..7, Cr in 8..15
 template <class Sample>
-bool ChromaHasNoLevels(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, int Plane)
-{
-    return Kernels<Sample>.LargestSad4x4Of8x8(Plane ? mb.pSrcV : mb.pSrcU, mb.SrcPitch, pPredUV + 8 * Plane,
-                                              WorkArea<Sample>::kPredStep) <= mb.pQuant->ChromaZeroSad;
-}
+ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, int Plane, WorkArea<Sample>& w);
 
 } // namespace UMC_H264_ENCODER

@@ -1,11 +1,14 @@
 #include "encoder/code/reconstruct.h"
 
 #include "Common/h264/h264_tables.h"
+#include "encoder/code/chroma_residual.h"
 #include "encoder/code/coefficients.h"
 #include "encoder/code/inter_prediction.h"
+#include "encoder/code/lossless.h"
 #include "encoder/code/quantise.h"
 
-#include <cstring>
+#include <algorithm>
+#include <bit>
 
 namespace UMC_H264_ENCODER {
 
@@ -25,17 +28,19 @@ template <class Sample>
 void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     InterTrial<Sample>& t = w.Inter[Won.Slot];
-    if (Won.AtHand < BLOCKS_LUMA) {
-        PredictInterLuma(Won, mb, w, t.PredY);
+    if (Won.AtHand < BLOCKS_PREDICTED) PredictInterLuma(Won, mb, w, t.PredY);
+    if (Won.Transform8x8)
+        QuantiseInterLuma8x8(mb, t);
+    else if (Won.AtHand < BLOCKS_LUMA)
         QuantiseInterLuma(mb, t);
-    }
     if (Won.AtHand < BLOCKS_ALL) PredictInterChroma(Won, mb, w, t.PredUV);
 }
 
 // Levels of an inter macroblock's luma after the blocks that are not worth their bits have been dropped.
 template <class Sample>
-uint32_t InterLumaLevels(const InterTrial<Sample>& t, WorkArea<Sample>& w)
+uint32_t InterLumaLevels(const InterTrial<Sample>& t, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
+    const Scan Order = ScanOf(*mb.Records.pGlobal);
     const uint32_t Mask = t.LumaMask;
     uint32_t Coded = 0;
     int32_t Total = 0;
@@ -44,60 +49,52 @@ uint32_t InterLumaLevels(const InterTrial<Sample>& t, WorkArea<Sample>& w)
         int32_t Cost = 0;
         for (uint32_t Rest = Bits; Rest; Rest &= Rest - 1) {
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));
-            Cost += ListLevels(t.Luma + 16 * Block, 0, w.LumaLevels[Block]);
+            Cost += ListLevels(t.Luma + 16 * Block, 0, Order, w.LumaLevels[Block]);
         }
         if (IsQuadrantWorthCoding(Cost)) Coded |= Bits;
         Total += Cost;
     }
+    if (mb.pQuant->IsLossless) [[unlikely]]
+        return Mask;
     return IsMacroblockWorthCoding(Total) ? Coded : 0;
 }
 
-// Residual of both chroma planes against a prediction; sets the chroma bits of Coded and Pattern.
+// The same of 8x8 blocks: all four bits of a quadrant that is coded.
 template <class Sample>
-void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+uint32_t InterLumaLevels8x8(const InterTrial<Sample>& t, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+{
+    uint32_t Coded = 0;
+    for (uint32_t q = 0; q < 4; ++q) {
+        if (!(t.LumaMask >> (4 * q) & 1)) continue;
+        const int32_t Cost = ListLevels8x8(t.Luma + 64 * q, ScanOf(*mb.Records.pGlobal), w.Luma8x8Levels[q]);
+        if (mb.pQuant->IsLossless || IsBlock8x8WorthCoding(Cost)) Coded |= 15u << (4 * q);
+        if (!mb.pSlice->Syntax.entropy_coding_mode_flag) Interleave(w.Luma8x8Levels[q], w.LumaLevels + 4 * q);
+    }
+    return Coded;
+}
+
+// Adds the levels of the blocks that are coded to the prediction.
+template <class Sample>
+void AddInterLuma(bool Is8x8, uint32_t Coded, InterTrial<Sample>& t, CurrentMacroblock<Sample>& mb)
 {
     const MacroblockQuant& q = *mb.pQuant;
-    uint32_t AnyAc = 0, AnyDc = 0;
-    for (int Plane = 0; Plane < 2; ++Plane) {
-        const auto* const pSrc = Plane ? mb.pSrcV : mb.pSrcU;
-        Sample* const pDst = Plane ? mb.pRecV : mb.pRecU;
-        const Sample* const pPred = pPredUV + 8 * Plane;
-        auto* const pLevels = w.Chroma[Plane];
-        if (mb.pSlice->slice_type != h264::SLICE_I && ChromaHasNoLevels(mb, pPredUV, Plane)) {
-            Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
-            continue;
-        }
-        uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.SrcPitch, pPred, w.kPredStep, pLevels,
-                                                          w.ChromaDc[Plane], q.pChroma);
-        const uint32_t Dc = Kernels<Sample>.ForwardChromaDc420(w.ChromaDc[Plane], q.pChroma->Factor[0],
-                                                               q.pChroma->Rounding, q.pChroma->Shift);
-        int32_t Cost = 0;
-        for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
-            const auto Block = static_cast<size_t>(std::countr_zero(Rest));
-            Cost += ListLevels(pLevels + 16 * Block, 1, w.ChromaAcLevels[Plane][Block]);
-        }
-        if (Mask && !IsChromaAcWorthCoding(Cost)) {
-            Mask = 0;
-            std::memset(pLevels, 0, sizeof(w.Chroma[Plane]));
-        }
-        Kernels<Sample>.CopyBlock8(pPred, w.kPredStep, pDst, mb.pitch, 8);
-        if (Mask) {
-            Kernels<Sample>.DequantBlocks(pLevels, Mask, 4, q.pChromaScale, q.ChromaPer, 1);
-            mb.Records.pLocal->Coded |= Mask << (Plane ? kCodedCrShift : kCodedCbShift);
-        }
-        uint32_t Bits = Mask;
-        if (Dc) {
-            ListDcLevels(w.ChromaDc[Plane], 4, w.ChromaDcLevels[Plane]);
-            mb.Records.pLocal->CodedDc |= Plane ? kCodedCrDc : kCodedCbDc;
-            Kernels<Sample>.InverseChromaDc420(w.ChromaDc[Plane], q.pChromaScale[0], q.ChromaPer, pLevels);
-            for (uint32_t Block = 0; Block < 4; ++Block) Bits |= (pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
-        }
-        if (Bits) Kernels<Sample>.AddResidualChroma(pLevels, pDst, mb.pitch, Bits, mb.pSlice->Syntax.BitDepthChroma);
-        AnyAc |= Mask;
-        AnyDc |= Dc;
+    const int32_t Depth = mb.pSlice->Syntax.BitDepthLuma;
+    if (Is8x8) {
+        const uint32_t Quadrants = (Coded & 1) | (Coded >> 3 & 2) | (Coded >> 6 & 4) | (Coded >> 9 & 8);
+        Kernels<Sample>.DequantBlocks8x8(t.Luma, Quadrants, 4, q.pLumaScale8x8, q.LumaPer);
+        Kernels<Sample>.AddResidualLuma8x8(t.Luma, mb.pRecY, mb.pitch, Coded & 0x1111, Depth);
+    } else {
+        Kernels<Sample>.DequantBlocks(t.Luma, Coded, 16, q.pLumaScale, q.LumaPer, 0);
+        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded, Depth);
     }
-    const uint32_t Pattern = AnyAc ? 2u << 4 : AnyDc ? 1u << 4 : 0u;
-    mb.Records.pLocal->Pattern = static_cast<uint8_t>(mb.Records.pLocal->Pattern | Pattern);
+}
+
+// Without loss the reconstruction is the source.
+template <class Sample>
+void CopySourceLuma(CurrentMacroblock<Sample>& mb)
+{
+    if (mb.pSrcY != static_cast<const Sample*>(mb.pRecY))
+        Kernels<Sample>.CopyBlock16(mb.pSrcY, mb.SrcPitch, mb.pRecY, mb.pitch, 16);
 }
 
 template <class Sample>
@@ -105,61 +102,100 @@ void ReconstructInter(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkA
 {
     CompleteTrial(Won, mb, w);
     InterTrial<Sample>& t = w.Inter[Won.Slot];
-    const uint32_t Coded = InterLumaLevels(t, w);
-    Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
-    if (Coded) {
-        Kernels<Sample>.DequantBlocks(t.Luma, Coded, 16, mb.pQuant->pLumaScale, mb.pQuant->LumaPer, 0);
-        Kernels<Sample>.AddResidualLuma4x4(t.Luma, mb.pRecY, mb.pitch, Coded, mb.pSlice->Syntax.BitDepthLuma);
+    const uint32_t Coded = Won.Transform8x8 ? InterLumaLevels8x8(t, mb, w) : InterLumaLevels(t, mb, w);
+    if (mb.pQuant->IsLossless) [[unlikely]] {
+        CopySourceLuma(mb);
+    } else {
+        Kernels<Sample>.CopyBlock16(t.PredY, w.kPredStep, mb.pRecY, mb.pitch, 16);
+        if (Coded) AddInterLuma(Won.Transform8x8, Coded, t, mb);
     }
     mb.Records.pLocal->Coded = Coded;
     mb.Records.pLocal->Pattern = LumaPattern(Coded);
+    // The flag stands only where there is luma to transform.
+    if (!Coded) mb.Records.pGlobal->Flags &= static_cast<uint8_t>(~kFlagTransform8x8);
     ReconstructChroma(t.PredUV, mb, w);
 }
 
+// Levels of Intra 16x16 against a prediction, into Luma and LumaDc: a mask of the AC blocks with some.
 template <class Sample>
-void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+uint32_t QuantiseIntra16x16(const Sample* pPred, const CurrentMacroblock<Sample>& mb, bool& HasDc, WorkArea<Sample>& w)
 {
     const MacroblockQuant& q = *mb.pQuant;
-    const auto* const pPred = w.IntraY[Slot];
-    uint32_t Mask =
+    if (q.IsLossless) [[unlikely]] {
+        uint32_t Mask = 0;
+        HasDc = false;
+        for (uint32_t Block = 0; Block < 16; ++Block) {
+            const int Raster = h264::kBlockRaster[Block], x = 4 * (Raster & 3), y = 4 * (Raster >> 2);
+            auto* const pLevels = w.Luma + 16 * Block;
+            TakeDifferences(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, pPred + y * w.kPredStep + x, w.kPredStep, 4,
+                            pLevels);
+            w.LumaDc[Raster] = pLevels[0];
+            HasDc |= pLevels[0] != 0;
+            pLevels[0] = 0;
+            Mask |= (std::any_of(pLevels + 1, pLevels + 16, [](auto l) { return l != 0; }) ? 1u : 0u) << Block;
+        }
+        return Mask;
+    }
+    const uint32_t Mask =
         Kernels<Sample>.ForwardQuantAc16x16(mb.pSrcY, mb.SrcPitch, pPred, w.kPredStep, w.Luma, w.LumaDc, q.pLuma);
     // The DC levels always take the rounding of intra, in every slice type.
-    const uint32_t Dc =
-        Kernels<Sample>.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding, q.pLumaIntra->Shift);
-    for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
-        const auto Block = static_cast<size_t>(std::countr_zero(Rest));
-        ListLevels(w.Luma + 16 * Block, 1, w.LumaLevels[Block]);
-    }
-    mb.Records.pLocal->Coded = Mask;
-    mb.Records.pLocal->Pattern = Mask ? 15 : 0;
-    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.pRecY, mb.pitch, 16);
+    HasDc = Kernels<Sample>.ForwardLumaDc(w.LumaDc, q.pLumaIntra->Factor[0], q.pLumaIntra->Rounding,
+                                          q.pLumaIntra->Shift) != 0;
+    return Mask;
+}
+
+template <class Sample>
+void AddIntra16x16(uint32_t Mask, bool HasDc, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+{
+    const MacroblockQuant& q = *mb.pQuant;
     if (Mask) Kernels<Sample>.DequantBlocks(w.Luma, Mask, 16, q.pLumaScale, q.LumaPer, 1);
-    if (Dc) {
-        mb.Records.pLocal->CodedDc |= kCodedLumaDc;
-        ListLevels(w.LumaDc, 0, w.LumaDcLevels);
+    if (HasDc) {
         Kernels<Sample>.InverseLumaDc(w.LumaDc, q.pLumaScale[0], q.LumaPer, w.Luma);
         for (uint32_t Block = 0; Block < 16; ++Block) Mask |= (w.Luma[16 * Block] != 0 ? 1u : 0u) << Block;
     }
     if (Mask) Kernels<Sample>.AddResidualLuma4x4(w.Luma, mb.pRecY, mb.pitch, Mask, mb.pSlice->Syntax.BitDepthLuma);
 }
 
+template <class Sample>
+void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+{
+    const Sample* const pPred = w.IntraY[Slot];
+    const Scan Order = ScanOf(*mb.Records.pGlobal);
+    bool HasDc;
+    const uint32_t Mask = QuantiseIntra16x16(pPred, mb, HasDc, w);
+    for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
+        const auto Block = static_cast<size_t>(std::countr_zero(Rest));
+        ListLevels(w.Luma + 16 * Block, 1, Order, w.LumaLevels[Block]);
+    }
+    if (HasDc) ListLevels(w.LumaDc, 0, Order, w.LumaDcLevels);
+    mb.Records.pLocal->Coded = Mask;
+    mb.Records.pLocal->Pattern = Mask ? 15 : 0;
+    if (HasDc) mb.Records.pLocal->CodedDc |= kCodedLumaDc;
+    if (mb.pQuant->IsLossless) [[unlikely]]
+        return CopySourceLuma(mb);
+    Kernels<Sample>.CopyBlock16(pPred, w.kPredStep, mb.pRecY, mb.pitch, 16);
+    AddIntra16x16(Mask, HasDc, mb, w);
+}
+
 // The skip test has made the prediction already.
 template <class Sample>
 void ReconstructSkip(const InterTrial<Sample>& t, CurrentMacroblock<Sample>& mb)
 {
-    constexpr int kStep = WorkArea<Sample>::kPredStep;
-    Kernels<Sample>.CopyBlock16(t.PredY, kStep, mb.pRecY, mb.pitch, 16);
-    Kernels<Sample>.CopyBlock8(t.PredUV, kStep, mb.pRecU, mb.pitch, 8);
-    Kernels<Sample>.CopyBlock8(t.PredUV + 8, kStep, mb.pRecV, mb.pitch, 8);
+    Kernels<Sample>.CopyBlock16(t.PredY, WorkArea<Sample>::kPredStep, mb.pRecY, mb.pitch, 16);
+    CopyChroma(t.PredUV, mb);
 }
 
 // The decision has reconstructed the blocks in the local copy already.
 template <class Sample>
-void ReconstructIntra4x4(const WorkArea<Sample>& w, CurrentMacroblock<Sample>& mb)
+void ReconstructIntraBlocks(bool Is8x8, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    Kernels<Sample>.CopyBlock16(w.Local + w.kLocalOrigin, w.kLocalStep, mb.pRecY, mb.pitch, 16);
-    mb.Records.pLocal->Coded = w.Intra4x4Coded;
-    mb.Records.pLocal->Pattern = LumaPattern(w.Intra4x4Coded);
+    const IntraTrial<Sample>& t = Is8x8 ? w.Of8x8 : w.Of4x4;
+    Kernels<Sample>.CopyBlock16(t.Local + t.kOrigin, t.kStep, mb.pRecY, mb.pitch, 16);
+    mb.Records.pLocal->Coded = t.Coded;
+    mb.Records.pLocal->Pattern = LumaPattern(t.Coded);
+    if (!Is8x8 || mb.pSlice->Syntax.entropy_coding_mode_flag) return;
+    for (int q = 0; q < 4; ++q)
+        if (t.Coded >> (4 * q) & 1) Interleave(w.Luma8x8Levels[q], w.Intra4x4Levels + 4 * q);
 }
 
 } // namespace
@@ -171,30 +207,13 @@ void Reconstruct(const Candidate& Won, CurrentMacroblock<Sample>& mb, WorkArea<S
     case MB_SKIP_P:
     case MB_SKIP_B: return ReconstructSkip(w.Inter[Won.Slot], mb);
     case MB_INTRA16X16: ReconstructIntra16x16(Won.Slot, mb, w); break;
-    case MB_INTRA4X4: ReconstructIntra4x4(w, mb); break;
+    case MB_INTRA4X4: ReconstructIntraBlocks(Won.Transform8x8, mb, w); break;
     default: return ReconstructInter(Won, mb, w);
     }
     ReconstructChroma(w.IntraUV, mb, w);
 }
 
-void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, MacroblockQuant& q)
-{
-    q.Qp = Qp;
-    const auto Luma = static_cast<size_t>(Qp);
-    const size_t Chroma = h264::kChromaQp[Luma];
-    // Intra macroblocks of P and B slices take the smaller rounding too: the slice decides, not the macroblock.
-    const auto& Table = SliceType == h264::SLICE_I ? Tables.Intra : Tables.Inter;
-    q.pLuma = &Table[Luma];
-    q.pLumaIntra = &Tables.Intra[Luma];
-    q.pChroma = &Table[Chroma];
-    q.pLumaScale = Tables.Scale[Luma % 6];
-    q.pChromaScale = Tables.Scale[Chroma % 6];
-    q.LumaZeroSad = Tables.LumaZeroSad[Luma];
-    q.ChromaZeroSad = Tables.ChromaZeroSad[Chroma];
-    q.LumaPer = static_cast<int32_t>(Luma / 6);
-    q.ChromaPer = static_cast<int32_t>(Chroma / 6);
-}
-
 template void Reconstruct(const Candidate&, CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
+template void Reconstruct(const Candidate&, CurrentMacroblock<uint16_t>&, WorkArea<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -8,8 +8,6 @@
 
 namespace UMC_H264_ENCODER {
 
-/// The quantisers of a QP in a slice of a type.
-void SetQuantisers(const QuantTables& Tables, int32_t SliceType, int32_t Qp, MacroblockQuant& q);
 /// Levels of what was committed into the work area, samples into the picture, Coded and Pattern of the macroblock's
 /// record.
 template <class Sample>

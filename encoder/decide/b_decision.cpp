@@ -110,5 +110,6 @@ Candidate DecideB(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
 }
 
 template Candidate DecideB(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, uint8_t, WorkArea<uint8_t>&);
+template Candidate DecideB(const EncoderSettings&, const CurrentMacroblock<uint16_t>&, uint8_t, WorkArea<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -93,5 +93,9 @@ template DistanceFunction<uint8_t>* SadFunction<uint8_t>(int32_t);
 template DistanceFunction<uint8_t>* SatdFunction<uint8_t>(int32_t);
 template int32_t SAD(const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t, int32_t);
 template int32_t SATD(const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t, int32_t);
+template DistanceFunction<uint16_t>* SadFunction<uint16_t>(int32_t);
+template DistanceFunction<uint16_t>* SatdFunction<uint16_t>(int32_t);
+template int32_t SAD(const uint16_t*, ptrdiff_t, const uint16_t*, ptrdiff_t, int32_t);
+template int32_t SATD(const uint16_t*, ptrdiff_t, const uint16_t*, ptrdiff_t, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -26,4 +26,19 @@ int32_t SAD(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB
 template <class Sample>
 int32_t SATD(const Sample* pA, ptrdiff_t StepA, const Sample* pB, ptrdiff_t StepB, int32_t SizeCode);
 
+/// Of a chroma block at its prediction, which has rows of 16 samples. Blocks of 4x16 and 2x8, which 4:2:2
+/// has, are two of half their height.
+template <class Sample>
+int32_t ChromaBlockDistance(bool IsSad, const Sample* pSrc, ptrdiff_t SrcStep, const Sample* pPred, int32_t Width,
+                            int32_t Height)
+{
+    constexpr ptrdiff_t kStep = 16;
+    const int32_t Rows = Height == 4 * Width ? Height / 2 : Height;
+    const auto pDistance =
+        IsSad ? SadFunction<Sample>(SizeCode(Width, Rows)) : SatdFunction<Sample>(SizeCode(Width, Rows));
+    int32_t Sum = 0;
+    for (int32_t y = 0; y < Height; y += Rows) Sum += pDistance(pSrc + y * SrcStep, SrcStep, pPred + y * kStep, kStep);
+    return Sum;
+}
+
 } // namespace UMC_H264_ENCODER

@@ -40,9 +40,11 @@ void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>
     p.pitch = mb.pitch;
     p.SrcPitch = mb.SrcPitch;
     p.bit_depth = mb.pSlice->Syntax.BitDepthLuma;
+    p.chroma_mv_offset = 0;
+    p.chroma_format = Settings.Layout.ChromaFormat;
     p.block_width = 4 * Part.Width;
     p.block_height = 4 * Part.Height;
-    p.mv_cost_table = &MVBitCost[static_cast<size_t>(mb.Records.pLocal->Qp)];
+    p.mv_cost_table = &MVBitCost[PriceIndex(mb.Records.pLocal->Qp)];
     p.limit_left = At.LimitLeft, p.limit_right = At.LimitRight;
     p.limit_top = At.LimitTop, p.limit_bottom = At.LimitBottom;
     p.range_x = std::max(Settings.Params.search_x, 0), p.range_y = std::max(Settings.Params.search_y, 0);
@@ -54,8 +56,12 @@ void FillSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>
     p.pVisited = w.pVisited.get();
 }
 
-template void BuildCandidates(const CurrentMacroblock<uint8_t>&, int, const Reference<uint8_t>&, MEParams<uint8_t>&);
-template void FillSearch(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, const Reference<uint8_t>&,
-                         MotionPart, int32_t, WorkArea<uint8_t>&, MEParams<uint8_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template void BuildCandidates(const CurrentMacroblock<Sample>&, int, const Reference<Sample>&, MEParams<Sample>&); \
+    template void FillSearch(const EncoderSettings&, const CurrentMacroblock<Sample>&, const Reference<Sample>&,       \
+                             MotionPart, int32_t, WorkArea<Sample>&, MEParams<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

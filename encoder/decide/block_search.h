@@ -26,7 +26,7 @@ inline int32_t SearchMethodOfParts(const UMC::H264EncoderParams& p) { return p.s
 /// The cost at which the search of a whole macroblock may stop; that of its parts is a share of it.
 inline int32_t SearchLimit(const EncoderSettings& Settings, int32_t Qp)
 {
-    return Settings.AnalysisFlags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[static_cast<size_t>(Qp)] : 0;
+    return Settings.AnalysisFlags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[PriceIndex(Qp)] : 0;
 }
 
 /// Price of naming reference r of n.

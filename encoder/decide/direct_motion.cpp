@@ -108,5 +108,6 @@ bool DeriveDirectMotion(const CurrentMacroblock<Sample>& mb, MacroblockMotion& m
 }
 
 template bool DeriveDirectMotion(const CurrentMacroblock<uint8_t>&, MacroblockMotion&);
+template bool DeriveDirectMotion(const CurrentMacroblock<uint16_t>&, MacroblockMotion&);
 
 } // namespace UMC_H264_ENCODER

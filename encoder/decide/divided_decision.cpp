@@ -251,7 +251,11 @@ Candidate DecideDivided(const EncoderSettings& Settings, const CurrentMacroblock
     return DividedSearch<Sample>(Settings, mb, Whole, pLists, Direct, w).Decide();
 }
 
-template Candidate DecideDivided(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, const Candidate&,
-                                 ListSearch<uint8_t>*, const DirectOffer&, WorkArea<uint8_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template Candidate DecideDivided(const EncoderSettings&, const CurrentMacroblock<Sample>&, const Candidate&,       \
+                                     ListSearch<Sample>*, const DirectOffer&, WorkArea<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

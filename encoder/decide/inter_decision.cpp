@@ -25,15 +25,17 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     const MotionVector Skip = h264::PredictSkip(Around);
     Candidate Best{.Cost = kNotTried, .Type = MB_INTER16X16, .Slot = Slot};
     SkipTest Tested{};
+    // Without loss a skip would have to be exact.
+    const bool TestsSkip = !mb.pQuant->IsLossless, TestsFirst = (Flags & ENC_ANALYSE_ME_EARLY_EXIT) != 0;
     ListSearch<Sample> List(Settings, mb, 0, w);
     for (int32_t r = 0; r < List.Count(); ++r) {
         const MotionVector Predicted = h264::PredictMedian(Around, r);
-        if (r == 0 && (Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
+        if (r == 0 && TestsSkip && TestsFirst) {
             Tested = CheckSkipP(mb, w, w.Inter[Slot], Predicted, Skip);
             if (Tested.IsSkip) return Skipped(Skip, Slot);
         }
         const FoundPart Found = List.SearchWhole(r, Predicted, Limit);
-        if (r == 0 && !(Flags & ENC_ANALYSE_ME_EARLY_EXIT)) {
+        if (r == 0 && TestsSkip && !TestsFirst) {
             Tested = CheckSkipP(mb, w, w.Inter[Slot], Found.Vector, Skip);
             if (Tested.IsSkip) return Skipped(Skip, Slot);
         }
@@ -54,5 +56,6 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
 }
 
 template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, uint8_t, WorkArea<uint8_t>&);
+template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint16_t>&, uint8_t, WorkArea<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -10,22 +10,13 @@
 namespace UMC_H264_ENCODER {
 
 /// Price of bits at a QP, in distortion units.
-inline int32_t BitPrice(int32_t Qp, int32_t Bits)
-{
-    return MVBitCost[static_cast<size_t>(Qp)][static_cast<size_t>(Bits)];
-}
+inline int32_t BitPrice(int32_t Qp, int32_t Bits) { return MVBitCost[PriceIndex(Qp)][static_cast<size_t>(Bits)]; }
 
 /// The best Intra 16x16 mode at its distortion plus the price of the mode; its prediction into IntraY.
 template <class Sample>
 Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
 
-/// The best modes of the sixteen 4x4 blocks: these, levels and reconstruction into the work area. Gives up as soon as
-/// the sum of costs exceeds Limit: the cost is then that sum, and else that of all blocks with the price of the type.
-template <class Sample>
-Candidate Intra4x4(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
-                   int32_t Limit);
-
-/// The best chroma mode; its prediction into IntraUV.
+/// The best chroma mode; its prediction into IntraUV. Nothing in monochrome.
 /// @return its cost
 template <class Sample>
 int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
@@ -34,6 +25,9 @@ int32_t IntraChroma(const EncoderSettings& Settings, const CurrentMacroblock<Sam
 /// True when the source macroblock has edges that Intra 16x16 cannot follow.
 template <class Sample>
 bool HasDetail(const CurrentMacroblock<Sample>& mb);
+
+/// Whether the settings have small intra blocks tried.
+bool HasFinerIntra(const EncoderSettings& Settings);
 
 /// Puts a finer type in the place of Best, which is Intra 16x16, when it is cheaper.
 template <class Sample>

@@ -1,6 +1,7 @@
 #include "encoder/decide/macroblock_decision.h"
 
 #include "Common/h264/intra_modes.h"
+#include "encoder/code/inter_prediction.h"
 #include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/state/motion_grid.h"
@@ -21,10 +22,9 @@ Candidate IntraAgainst(int32_t InterCost, const EncoderSettings& Settings, const
                        WorkArea<Sample>& w)
 {
     Candidate Best = Intra16x16(Settings, mb, w);
-    const bool TriesFiner =
-        Best.Cost <= 2 * InterCost &&
-        InterCost >= Settings.TryAdvancedIntraThreshold[static_cast<size_t>(mb.Records.pLocal->Qp)] &&
-        (Settings.AnalysisFlags & ENC_ANALYSE_I4X4) && HasDetail(mb);
+    const bool TriesFiner = Best.Cost <= 2 * InterCost &&
+                            InterCost >= Settings.TryAdvancedIntraThreshold[PriceIndex(mb.Records.pLocal->Qp)] &&
+                            HasFinerIntra(Settings) && HasDetail(mb);
     if (TriesFiner) TryFinerIntra(Settings, mb, w, Best);
     if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, mb, w, Best.ChromaMode);
     return Best;
@@ -77,6 +77,7 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<S
     MacroblockRecords& Records = mb.Records;
     LocalMacroblock& Local = *Records.pLocal;
     Records.pGlobal->Type = Won.Type;
+    if (Won.Transform8x8) Records.pGlobal->Flags |= kFlagTransform8x8;
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
@@ -93,10 +94,58 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<S
         Local.Direct = m.Direct;
     }
     if (Won.Type == MB_INTRA4X4)
-        std::memcpy(Records.pIntraModes, w.Intra4x4Modes, 16);
+        std::memcpy(Records.pIntraModes, Won.Transform8x8 ? w.Of8x8.Modes : w.Of4x4.Modes, 16);
     else
         std::memset(Records.pIntraModes, h264::kIntraDcMode, 16);
 }
+
+namespace {
+
+// The best form of a macroblock in a P or B slice.
+template <class Sample>
+Candidate AnalyseInter(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+{
+    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
+    const Candidate Inter = IsB ? DecideB(Settings, mb, 0, w) : DecideP(Settings, mb, 0, w);
+    const size_t Qp = PriceIndex(mb.Records.pLocal->Qp);
+    if (IsSkip(Inter.Type) || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
+    Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);
+    if (IsB) Intra.Cost += BitPrice(mb.Records.pLocal->Qp, kBitsOfIntraInB);
+    if (Intra.Cost >= Inter.Cost) return Inter;
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, mb, w, Intra.ChromaMode);
+    return Intra;
+}
+
+// Whether the 8x8 transform may serve an inter macroblock: no part of it is smaller.
+template <class Sample>
+bool MayTransform8x8(const Candidate& c, const WorkArea<Sample>& w)
+{
+    if (IsSkip(c.Type) || c.Type == MB_DIRECT) return false;
+    if (c.Type != MB_INTER8X8 && c.Type != MB_INTER8X8_REF0) return true;
+    const uint8_t* const p = w.Motion[c.Slot].SubTypes;
+    return std::all_of(p, p + 4, [](uint8_t Shape) { return Shape == SUB_8X8; });
+}
+
+// The transform of an inter macroblock: that with the smaller coefficients against the prediction.
+template <class Sample>
+void ChooseTransform(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Candidate& Inter)
+{
+    constexpr int32_t kBitsOf8x8 = 2;
+    Sample* const pPred = w.Inter[Inter.Slot].PredY;
+    if (Inter.AtHand < BLOCKS_PREDICTED) {
+        PredictInterLuma(Inter, mb, w, pPred);
+        Inter.AtHand = BLOCKS_PREDICTED;
+    }
+    const int32_t Cost4x4 = Kernels<Sample>.Satd16x16(mb.pSrcY, mb.SrcPitch, pPred, w.kPredStep);
+    int32_t Cost8x8 = BitPrice(mb.Records.pLocal->Qp, kBitsOf8x8);
+    for (int32_t y = 0; y < 16; y += 8)
+        for (int32_t x = 0; x < 16; x += 8)
+            Cost8x8 += Kernels<Sample>.Satd8x8By8(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch,
+                                                  pPred + y * w.kPredStep + x, w.kPredStep);
+    Inter.Transform8x8 = Cost4x4 >= Cost8x8;
+}
+
+} // namespace
 
 template <class Sample>
 Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
@@ -106,19 +155,17 @@ Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacrob
         IntraChroma(Settings, mb, w, Intra.ChromaMode);
         return Intra;
     }
-    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
-    const Candidate Inter = IsB ? DecideB(Settings, mb, 0, w) : DecideP(Settings, mb, 0, w);
-    const auto Qp = static_cast<size_t>(mb.Records.pLocal->Qp);
-    if (Inter.Type == MB_SKIP_P || Inter.Type == MB_SKIP_B || Inter.Cost < Settings.SkipIntraThreshold[Qp])
-        return Inter;
-    Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);
-    if (IsB) Intra.Cost += BitPrice(mb.Records.pLocal->Qp, kBitsOfIntraInB);
-    if (Intra.Cost >= Inter.Cost) return Inter;
-    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, mb, w, Intra.ChromaMode);
-    return Intra;
+    Candidate Won = AnalyseInter(Settings, mb, w);
+    if (Settings.Params.transform_8x8_mode && !IsIntra(Won.Type) && MayTransform8x8(Won, w))
+        ChooseTransform(mb, w, Won);
+    return Won;
 }
 
-template Candidate AnalyseMacroblock(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, WorkArea<uint8_t>&);
-template void Commit(const Candidate&, const WorkArea<uint8_t>&, CurrentMacroblock<uint8_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template Candidate AnalyseMacroblock(const EncoderSettings&, const CurrentMacroblock<Sample>&, WorkArea<Sample>&); \
+    template void Commit(const Candidate&, const WorkArea<Sample>&, CurrentMacroblock<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

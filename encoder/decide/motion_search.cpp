@@ -366,5 +366,7 @@ void SearchInteger(MEParams<Sample>& p)
 
 template class IntegerSearch<uint8_t>;
 template void SearchInteger(MEParams<uint8_t>&);
+template class IntegerSearch<uint16_t>;
+template void SearchInteger(MEParams<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

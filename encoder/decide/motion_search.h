@@ -18,8 +18,10 @@ template <class Sample>
 struct MEParams {
     const Sample *src_y, *src_u, *src_v;
     const Sample *ref_y, *ref_u, *ref_v;
-    int32_t pitch;                     // samples, of the reference
-    int32_t bit_depth;                 // of luma
+    int32_t pitch;            // samples, of the reference
+    int32_t bit_depth;        // of luma
+    int32_t chroma_mv_offset; // quarter samples, of vertical vectors in chroma: -2, 0 or 2 between fields
+    int32_t chroma_format;
     int32_t block_width, block_height; // 16, 8 or 4
     int32_t candidate_count;
     MotionVector candidates[8]; // whole samples

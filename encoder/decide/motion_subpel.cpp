@@ -1,6 +1,9 @@
 // The quarter-sample refinement.
 #include "encoder/decide/motion_search.h"
 
+#include "Common/h264/chroma_geometry.h"
+#include "encoder/code/compensation.h"
+
 namespace UMC_H264_ENCODER {
 
 namespace {
@@ -144,16 +147,20 @@ void SearchSubpel(MEParams<Sample>& p)
 template <class Sample>
 int32_t ChromaDistortion(const MEParams<Sample>& p, int32_t x, int32_t y)
 {
-    const int32_t Width = p.block_width / 2, Height = p.block_height / 2;
-    const ptrdiff_t Offset = (y >> 3) * p.pitch + (x >> 3);
+    const int32_t ShiftY = h264::kChromaGeometry[p.chroma_format].ShiftY;
+    const int32_t Width = p.block_width / 2, Height = p.block_height >> ShiftY;
+    const ChromaRow Row = ChromaRowOf(y + p.chroma_mv_offset, ShiftY);
+    const ptrdiff_t Offset = Row.Whole * p.pitch + (x >> 3);
     Kernels<Sample>.InterpolateChroma(p.ref_u + Offset, p.ref_v + Offset, p.pitch, p.pTrialUV, p.pTrialUV + 8, 16,
-                                      x & 7, y & 7, Width, Height);
-    const int32_t Code = SizeCode(Width, Height);
-    const auto pDistance = p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
-    return pDistance(p.src_u, p.SrcPitch, p.pTrialUV, 16) + pDistance(p.src_v, p.SrcPitch, p.pTrialUV + 8, 16);
+                                      x & 7, Row.Frac, Width, Height);
+    const bool IsSad = (p.flags & ENC_ANALYSE_SAD) != 0;
+    return ChromaBlockDistance(IsSad, p.src_u, p.SrcPitch, p.pTrialUV, Width, Height) +
+           ChromaBlockDistance(IsSad, p.src_v, p.SrcPitch, p.pTrialUV + 8, Width, Height);
 }
 
 template void SearchSubpel(MEParams<uint8_t>&);
 template int32_t ChromaDistortion(const MEParams<uint8_t>&, int32_t, int32_t);
+template void SearchSubpel(MEParams<uint16_t>&);
+template int32_t ChromaDistortion(const MEParams<uint16_t>&, int32_t, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -12,16 +12,15 @@ int32_t PartDistance(const EncoderSettings& Settings, const CurrentMacroblock<Sa
     constexpr int32_t kStep = WorkArea<Sample>::kPredStep;
     const bool IsSad = (Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0;
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
-    const auto Distance = [IsSad](const Sample* pA, ptrdiff_t StepA, const Sample* pB, int32_t w, int32_t h) {
-        return IsSad ? SAD(pA, StepA, pB, kStep, SizeCode(w, h)) : SATD(pA, StepA, pB, kStep, SizeCode(w, h));
-    };
-    int32_t Sum = Distance(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, pY + y * kStep + x, Width, Height);
+    const auto pDistance =
+        IsSad ? SadFunction<Sample>(SizeCode(Width, Height)) : SatdFunction<Sample>(SizeCode(Width, Height));
+    int32_t Sum = pDistance(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, pY + y * kStep + x, kStep);
     if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) return Sum;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc];
     const int32_t cx = x >> Chroma.ShiftX, cy = y >> Chroma.ShiftY;
     for (int Plane = 0; Plane < 2; ++Plane)
-        Sum += Distance((Plane ? mb.pSrcV : mb.pSrcU) + cy * mb.SrcPitch + cx, mb.SrcPitch,
-                        pUV + 8 * Plane + cy * kStep + cx, Width >> Chroma.ShiftX, Height >> Chroma.ShiftY);
+        Sum += ChromaBlockDistance(IsSad, (Plane ? mb.pSrcV : mb.pSrcU) + cy * mb.SrcPitch + cx, mb.SrcPitch,
+                                   pUV + 8 * Plane + cy * kStep + cx, Width >> Chroma.ShiftX, Height >> Chroma.ShiftY);
     return Sum;
 }
 
@@ -47,9 +46,13 @@ PartChoice ChooseLists(const EncoderSettings& Settings, const CurrentMacroblock<
     return Best;
 }
 
-template int32_t PartDistance(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, MotionPart, const uint8_t*,
-                              const uint8_t*);
-template PartChoice ChooseLists(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, MotionPart,
-                                const FoundPart (&)[2], const ListPrices&, WorkArea<uint8_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template int32_t PartDistance(const EncoderSettings&, const CurrentMacroblock<Sample>&, MotionPart, const Sample*, \
+                                  const Sample*);                                                                      \
+    template PartChoice ChooseLists(const EncoderSettings&, const CurrentMacroblock<Sample>&, MotionPart,              \
+                                    const FoundPart(&)[2], const ListPrices&, WorkArea<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

@@ -41,5 +41,6 @@ void DeriveBSliceFacts(bool HasImplicitWeights, const PictureJob<Sample>& Job, S
 }
 
 template void DeriveBSliceFacts(bool, const PictureJob<uint8_t>&, SliceFacts<uint8_t>&);
+template void DeriveBSliceFacts(bool, const PictureJob<uint16_t>&, SliceFacts<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

@@ -30,7 +30,8 @@ public:
           m_pIds(Job.pCurrent->reference_ids), m_View(Job.Reconstruction), m_OffsetA((s.deblock_alpha >> 1) * 2),
           m_OffsetB((s.deblock_beta >> 1) * 2), m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0),
           m_DepthLuma(s.Syntax.BitDepthLuma), m_DepthChroma(s.Syntax.BitDepthChroma),
-          m_IsISlice(s.slice_type == h264::SLICE_I), m_IsBSlice(s.slice_type == h264::SLICE_B)
+          m_IsISlice(s.slice_type == h264::SLICE_I), m_IsBSlice(s.slice_type == h264::SLICE_B),
+          m_ChromaHeight(h264::kChromaGeometry[Settings.Layout.ChromaFormat].MbHeight)
     {
     }
 
@@ -38,7 +39,7 @@ public:
 
 private:
     struct CachedParams {
-        int32_t QpOuter = -1, QpInner = -1;
+        int32_t QpOuter = kNoQp, QpInner = kNoQp;
         EdgeParams Params;
     };
 
@@ -69,6 +70,7 @@ private:
     int32_t m_FirstMb;            // neighbours before it are left alone
     int32_t m_DepthLuma, m_DepthChroma;
     bool m_IsISlice, m_IsBSlice;
+    int32_t m_ChromaHeight; // of a macroblock; 0 without chroma
     CachedParams m_Luma, m_Chroma;
 };
 
@@ -180,10 +182,14 @@ void MacroblockFilter<Sample>::Run(int32_t Index, int32_t Neighbour, const Stren
     const GlobalMacroblock& Other = m_pGlobal[Neighbour >= 0 ? Neighbour : Index];
     const MacroblockPosition& At = m_Settings.Positions[static_cast<size_t>(Index)];
     SetParams(m_Luma, s, (Own.Qp + Other.Qp + 1) >> 1, Own.Qp);
+    // With the 8x8 transform the odd edges lie inside blocks of luma, but not of chroma.
+    if (Own.Flags & kFlagTransform8x8)
+        for (const int Edge : {1, 3}) std::memset(m_Luma.Params.Strength + 4 * Edge, 0, 4);
     Kernels<Sample>.FilterLuma(IsVertical, m_View.pY + At.Luma, m_View.Pitch, &m_Luma.Params, m_DepthLuma);
-    if (!(s.Edge[0] | s.Edge[2])) return;
+    const bool HasAllEdges = m_ChromaHeight == 16 && !IsVertical;
+    if (m_ChromaHeight == 0 || !(s.Edge[0] | s.Edge[2] | (HasAllEdges ? s.Edge[1] | s.Edge[3] : 0))) return;
     SetParams(m_Chroma, s, (Own.QpChroma + Other.QpChroma + 1) >> 1, Own.QpChroma);
-    Kernels<Sample>.FilterChroma(IsVertical, 8, m_View.pU + At.Chroma, m_View.pV + At.Chroma, m_View.Pitch,
+    Kernels<Sample>.FilterChroma(IsVertical, m_ChromaHeight, m_View.pU + At.Chroma, m_View.pV + At.Chroma, m_View.Pitch,
                                  &m_Chroma.Params, &m_Chroma.Params, m_DepthChroma);
 }
 
@@ -217,5 +223,6 @@ void DeblockSlice(const EncoderSettings& Settings, const PictureJob<Sample>& Job
 }
 
 template void DeblockSlice(const EncoderSettings&, const PictureJob<uint8_t>&, const SliceFacts<uint8_t>&, int32_t);
+template void DeblockSlice(const EncoderSettings&, const PictureJob<uint16_t>&, const SliceFacts<uint16_t>&, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -41,5 +41,6 @@ void PadPicture(const PictureView<Sample>& View, int32_t ChromaFormat)
 }
 
 template void PadPicture(const PictureView<uint8_t>&, int32_t);
+template void PadPicture(const PictureView<uint16_t>&, int32_t);
 
 } // namespace UMC_H264_ENCODER

@@ -228,5 +228,9 @@ template PictureResult EncodePicture(const EncoderSettings&, const SequenceState
                                      UMC::MediaData&);
 template void CommitPicture(const EncoderSettings&, const PictureJob<uint8_t>&, const PictureResult&,
                             SequenceState<uint8_t>&, UMC::MediaData&);
+template PictureResult EncodePicture(const EncoderSettings&, const SequenceState<uint16_t>&, PictureJob<uint16_t>&,
+                                     UMC::MediaData&);
+template void CommitPicture(const EncoderSettings&, const PictureJob<uint16_t>&, const PictureResult&,
+                            SequenceState<uint16_t>&, UMC::MediaData&);
 
 } // namespace UMC_H264_ENCODER

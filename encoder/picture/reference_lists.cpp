@@ -124,5 +124,10 @@ template void BuildRefLists(const EncoderSettings&, const SequenceState<uint8_t>
                             SliceFacts<uint8_t>&);
 template void RecordReferences(const SliceFacts<uint8_t>&, H264EncoderFrame<uint8_t>&);
 template void UpdateMarking(const EncoderSettings&, SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
+template void UpdateRefLists(SequenceState<uint16_t>&, const H264EncoderFrame<uint16_t>&);
+template void BuildRefLists(const EncoderSettings&, const SequenceState<uint16_t>&, const PictureJob<uint16_t>&,
+                            SliceFacts<uint16_t>&);
+template void RecordReferences(const SliceFacts<uint16_t>&, H264EncoderFrame<uint16_t>&);
+template void UpdateMarking(const EncoderSettings&, SequenceState<uint16_t>&, H264EncoderFrame<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

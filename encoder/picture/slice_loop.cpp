@@ -4,6 +4,7 @@
 #include "Common/h264/pic_order_cnt.h"
 #include "encoder/code/cabac_syntax.h"
 #include "encoder/code/cavlc_syntax.h"
+#include "encoder/code/macroblock_quantisers.h"
 #include "encoder/code/macroblock_syntax.h"
 #include "encoder/code/pcm.h"
 #include "encoder/code/reconstruct.h"
@@ -72,6 +73,7 @@ void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, con
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
     s.Syntax = {.slice_type = s.slice_type,
                 .chroma_format_idc = Settings.Layout.ChromaFormat,
+                .entropy_coding_mode_flag = Sets.Pps.entropy_coding_mode_flag,
                 .transform_8x8_mode_flag = Sets.Pps.transform_8x8_mode_flag,
                 .direct_8x8_inference_flag = Sets.Sps.direct_8x8_inference_flag,
                 .BitDepthLuma = Settings.Params.bit_depth_luma,
@@ -85,7 +87,7 @@ void StartSlice(const EncoderSettings& Settings, const PictureSets& Sets, const 
 {
     CompleteFacts(Settings, Sets, Job, s.Facts);
     s.Progress = {.slice_qp = Sets.Pps.pic_init_qp + s.Facts.slice_qp_delta, .mb_count = 0, .intra_count = 0};
-    s.Quant.Qp = -1;
+    s.Quant.Qp = kNoQp;
     s.bitstream.WriteSliceHeader(MakeSliceHeader(Sets, Job, s.Facts), Sets.Sps, Sets.Pps);
 }
 
@@ -93,7 +95,8 @@ template <class Sample>
 void PointAt(const MacroblockPosition& At, const PictureJob<Sample>& Job, CurrentMacroblock<Sample>& mb)
 {
     const int32_t SrcPitch = Job.Source.Pitch;
-    const ptrdiff_t SrcLuma = At.Y * 16 * SrcPitch + At.X * 16, SrcChroma = At.Y * 8 * SrcPitch + At.X * 8;
+    const ptrdiff_t SrcLuma = At.Y * 16 * SrcPitch + At.X * 16,
+                    SrcChroma = At.Y * mb.pSlice->ChromaHeight() * SrcPitch + At.X * 8;
     mb.SrcPitch = SrcPitch;
     mb.pSrcY = Job.Source.pY + SrcLuma;
     mb.pSrcU = Job.Source.pU + SrcChroma;
@@ -142,7 +145,7 @@ void StartRecords(CurrentMacroblock<Sample>& mb, int32_t Qp)
 {
     LocalMacroblock Local{};
     Local.Qp = static_cast<int8_t>(Qp);
-    Local.QpChroma = static_cast<int8_t>(h264::kChromaQp[static_cast<size_t>(Qp)]);
+    Local.QpChroma = static_cast<int8_t>(ChromaQp(Qp, mb.pSlice->Syntax.BitDepthChroma));
     *mb.Records.pLocal = Local;
     *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Local.Qp, Local.QpChroma};
 }
@@ -258,7 +261,7 @@ void CodeMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s, En
 {
     CurrentMacroblock<Sample>& mb = s.cur_mb;
     const int32_t Qp = mb.Records.pLocal->Qp;
-    if (s.Quant.Qp != Qp) SetQuantisers(Settings.Quant, s.Facts.slice_type, Qp, s.Quant);
+    if (s.Quant.Qp != Qp) SetQuantisers(Settings, s.Facts.Syntax, Qp, s.Quant);
     const Candidate Won = AnalyseMacroblock(Settings, mb, s.work_area);
     Commit(Won, s.work_area, mb);
     Reconstruct(Won, mb, s.work_area);
@@ -338,5 +341,6 @@ void CompressSlice(const EncoderSettings& Settings, const PictureSets& Sets, Pic
 }
 
 template void CompressSlice(const EncoderSettings&, const PictureSets&, PictureJob<uint8_t>&, SliceContext<uint8_t>&);
+template void CompressSlice(const EncoderSettings&, const PictureSets&, PictureJob<uint16_t>&, SliceContext<uint16_t>&);
 
 } // namespace UMC_H264_ENCODER

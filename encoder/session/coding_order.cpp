@@ -67,5 +67,7 @@ H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Inp
 
 template H264EncoderFrame<uint8_t>* FindNextToCode(const H264EncoderFrameList<uint8_t>&,
                                                    const H264EncoderFrameList<uint8_t>&, int32_t, int32_t);
+template H264EncoderFrame<uint16_t>* FindNextToCode(const H264EncoderFrameList<uint16_t>&,
+                                                    const H264EncoderFrameList<uint16_t>&, int32_t, int32_t);
 
 } // namespace UMC_H264_ENCODER

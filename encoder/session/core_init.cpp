@@ -107,5 +107,7 @@ UMC::Status SetCoreRate(const EncoderSettings& Settings, SequenceState<Sample>& 
 
 template UMC::Status InitCore(Core8&, const UMC::VideoEncoderParams&, UMC::MemoryAllocator*);
 template UMC::Status SetCoreRate(const EncoderSettings&, SequenceState<uint8_t>&, const UMC::VideoEncoderParams&);
+template UMC::Status InitCore(Core16&, const UMC::VideoEncoderParams&, UMC::MemoryAllocator*);
+template UMC::Status SetCoreRate(const EncoderSettings&, SequenceState<uint16_t>&, const UMC::VideoEncoderParams&);
 
 } // namespace UMC_H264_ENCODER

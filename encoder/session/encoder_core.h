@@ -29,5 +29,6 @@ struct EncoderCore {
 };
 
 using Core8 = EncoderCore<uint8_t>;
+using Core16 = EncoderCore<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

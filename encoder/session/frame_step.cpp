@@ -218,5 +218,7 @@ UMC::Status FrameStep(EncoderCore<Sample>& c, UMC::VideoData* pInput, UMC::Media
 
 template int32_t NextFrameType(const EncoderSettings&, SequenceState<uint8_t>&);
 template UMC::Status FrameStep(Core8&, UMC::VideoData*, UMC::MediaData*);
+template int32_t NextFrameType(const EncoderSettings&, SequenceState<uint16_t>&);
+template UMC::Status FrameStep(Core16&, UMC::VideoData*, UMC::MediaData*);
 
 } // namespace UMC_H264_ENCODER

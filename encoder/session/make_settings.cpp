@@ -1,9 +1,9 @@
 #include "encoder/session/make_settings.h"
 
 #include "Common/h264/chroma_geometry.h"
-#include "Common/h264/h264_tables.h"
 #include "encoder/decide/motion_tables.h"
 #include "encoder/session/params_check.h"
+#include "encoder/session/quant_tables.h"
 #include "encoder/state/codec_traits.h"
 
 #include <algorithm>
@@ -11,38 +11,6 @@
 namespace UMC_H264_ENCODER {
 
 namespace {
-
-// A coefficient is at most the sum of magnitudes of the differences times the largest weight of its position: 1, 2 * 2
-// or 2 in the three classes of positions.
-int32_t ZeroSad(const kernels::QuantParams& p)
-{
-    const uint32_t Room = (1u << p.Shift) - 1 - p.Rounding;
-    return static_cast<int32_t>(Room / std::max({1u * p.Factor[0], 4u * p.Factor[5], 2u * p.Factor[1]}));
-}
-
-// The chroma DC level is that of the sum over all 64 differences, four parts, with one bit more of shift.
-int32_t ZeroSadOfChromaDc(const kernels::QuantParams& p)
-{
-    const uint32_t Room = (2u << p.Shift) - 1 - 2 * p.Rounding;
-    return static_cast<int32_t>(Room / p.Factor[0] / 4);
-}
-
-void FillQuantTables(QuantTables& q)
-{
-    for (size_t Qp = 0; Qp < 52; ++Qp)
-        for (auto* pTable : {&q.Intra, &q.Inter}) {
-            kernels::QuantParams& p = (*pTable)[Qp];
-            p.Shift = static_cast<int>(15 + Qp / 6);
-            p.Rounding = (1u << p.Shift) / (pTable == &q.Intra ? 3u : 6u);
-            std::copy_n(h264::kQuantFactor4x4[Qp % 6], 16, p.Factor);
-        }
-    for (size_t Qp = 0; Qp < 52; ++Qp) {
-        q.LumaZeroSad[Qp] = ZeroSad(q.Inter[Qp]);
-        q.ChromaZeroSad[Qp] = std::min(q.LumaZeroSad[Qp], ZeroSadOfChromaDc(q.Inter[Qp]));
-    }
-    for (size_t m = 0; m < 6; ++m)
-        for (size_t i = 0; i < 16; ++i) q.Scale[m][i] = static_cast<int16_t>(16 * h264::kNormAdjust4x4[m][i]);
-}
 
 // A threshold's private copy; a lossless stream never stops early at QP 0.
 template <class Table>
@@ -97,8 +65,7 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
 template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
-    return p.coding_type == 0 && p.chroma_format_idc == 1 && p.aux_format_idc == 0 &&
-           p.transform_8x8_mode == 0 && p.qpprime_y_zero_transform_bypass == 0 && p.analysis_level <= 1 &&
+    return p.coding_type == 0 && p.aux_format_idc == 0 && p.analysis_level <= 1 &&
            LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }
 
@@ -126,14 +93,15 @@ UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings&
     if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
     Settings.AnalysisFlags = AnalysisFlags(p);
     Settings.Layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
-                                 p.coding_type == 0, p.aux_format_idc != 0);
+                                 p.bit_depth_chroma, p.coding_type == 0, p.aux_format_idc != 0);
     FillGop(Settings);
     FillThresholds(Settings);
-    FillQuantTables(Settings.Quant);
+    FillQuantTables(p.use_default_scaling_matrix != 0, Settings.Quant);
     FillPositions(Settings);
     return UMC::StatusOk;
 }
 
 template UMC::Status MakeSettings<uint8_t>(const UMC::VideoEncoderParams&, EncoderSettings&);
+template UMC::Status MakeSettings<uint16_t>(const UMC::VideoEncoderParams&, EncoderSettings&);
 
 } // namespace UMC_H264_ENCODER

@@ -189,7 +189,7 @@ uint32_t AnalysisFlags(const H264EncoderParams& p)
     if (p.partition_level != 0) Flags |= ENC_ANALYSE_P_8X8 | ENC_ANALYSE_B_8X8;
     if (p.partition_level > 1) Flags |= ENC_ANALYSE_P_SUB8X8 | ENC_ANALYSE_B_SUB8X8;
     if (p.analysis_level == 0) Flags |= ENC_ANALYSE_SAD;
-    if (p.analysis_level >= 1) Flags |= ENC_ANALYSE_ME_CHROMA;
+    if (p.analysis_level >= 1 && p.chroma_format_idc != 0) Flags |= ENC_ANALYSE_ME_CHROMA;
     if (p.analysis_level >= 2 && p.entropy_coding_mode) Flags |= ENC_ANALYSE_RD_MODE | ENC_ANALYSE_RECODE;
     if (p.analysis_level >= 3 && p.entropy_coding_mode) Flags |= ENC_ANALYSE_RD_OPT | ENC_ANALYSE_RECODE;
     if (p.analysis_level >= 4) Flags |= ENC_ANALYSE_ALL_REFS;

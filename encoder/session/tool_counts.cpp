@@ -66,5 +66,6 @@ void AddToolCounts(const EncoderCore<Sample>& c, ToolCounts& n)
 }
 
 template void AddToolCounts(const Core8&, ToolCounts&);
+template void AddToolCounts(const Core16&, ToolCounts&);
 
 } // namespace UMC_H264_ENCODER

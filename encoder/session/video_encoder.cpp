@@ -13,7 +13,7 @@ using namespace UMC_H264_ENCODER;
 
 namespace {
 
-constexpr int32_t kCore8 = 0;
+constexpr int32_t kCore8 = 0, kCore16 = 1;
 
 bool NeedsDeepSamples(const H264EncoderParams& p)
 {
@@ -40,68 +40,89 @@ try {
     const auto* const pFull = DynamicCast<H264EncoderParams>(pParams);
     core_kind = -1;
     m_pCore8.reset();
-    if (pFull && NeedsDeepSamples(*pFull)) return StatusNotImplemented;
-    auto pCore = std::make_unique<Core8>();
-    if (const Status s = InitCore(*pCore, *pVideo, m_pMemoryAllocator); s != StatusOk) return s;
-    m_pCore8 = std::move(pCore);
-    core_kind = kCore8;
-    return StatusOk;
+    m_pCore16.reset();
+    return pFull && NeedsDeepSamples(*pFull) ? Build(m_pCore16, *pVideo, kCore16) : Build(m_pCore8, *pVideo, kCore8);
 } catch (const std::bad_alloc&) {
     return StatusAllocFailed;
 }
 
+template <class Sample>
+Status H264VideoEncoder::Build(std::unique_ptr<EncoderCore<Sample>>& pCore, const VideoEncoderParams& Params,
+                               int32_t Kind)
+{
+    auto pNew = std::make_unique<EncoderCore<Sample>>();
+    if (const Status s = InitCore(*pNew, Params, m_pMemoryAllocator); s != StatusOk) return s;
+    pCore = std::move(pNew);
+    core_kind = Kind;
+    return StatusOk;
+}
+
+template <class F, class T>
+T H264VideoEncoder::WithCore(T Otherwise, F&& f) const
+{
+    switch (core_kind) {
+    case kCore8: return f(*m_pCore8);
+    case kCore16: return f(*m_pCore16);
+    default: return Otherwise;
+    }
+}
+
 Status H264VideoEncoder::GetFrame(MediaData* pInput, MediaData* pOutput)
 {
-    if (core_kind != kCore8) return StatusNotInitialized;
-    if (!pOutput) return StatusNullPointer;
-    Core8& c = *m_pCore8;
-    auto* const pPicture = DynamicCast<VideoData>(pInput);
-    if (pInput && (!pPicture || !HasWantedPlanes(c.Settings.Params, *pPicture))) return StatusInvalidParams;
-    c.Request = pInput ? 0u : static_cast<uint32_t>(REQUEST_FLUSH);
-    const Status s = FrameStep(c, pPicture, pOutput);
-    if (c.State & STATE_NEED_INPUT) return pInput ? StatusOk : StatusEndOfSegment;
-    if (s == StatusOk) pOutput->SetFrameType(c.Job.pCurrent->frame_type + 1);
-    return s;
+    return WithCore(Status{StatusNotInitialized}, [&](auto& c) -> Status {
+        if (!pOutput) return StatusNullPointer;
+        auto* const pPicture = DynamicCast<VideoData>(pInput);
+        if (pInput && (!pPicture || !HasWantedPlanes(c.Settings.Params, *pPicture))) return StatusInvalidParams;
+        c.Request = pInput ? 0u : static_cast<uint32_t>(REQUEST_FLUSH);
+        const Status s = FrameStep(c, pPicture, pOutput);
+        if (c.State & STATE_NEED_INPUT) return pInput ? StatusOk : StatusEndOfSegment;
+        if (s == StatusOk) pOutput->SetFrameType(c.Job.pCurrent->frame_type + 1);
+        return s;
+    });
 }
 
 Status H264VideoEncoder::GetInfo(BaseCodecParams* pParams)
 {
     if (!pParams) return StatusNullPointer;
-    if (core_kind != kCore8) return StatusNotInitialized;
-    auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
-    if (!pVideo) return StatusInvalidParams;
-    if (auto* const pFull = DynamicCast<H264EncoderParams>(pParams))
-        *pFull = m_pCore8->Settings.Params;
-    else
-        *pVideo = m_pCore8->Settings.Params;
-    pVideo->m_Info.m_Bitrate = m_pCore8->Sequence.bitrate;
-    pVideo->m_Info.m_FrameRate = m_pCore8->Sequence.frame_rate;
-    pVideo->m_Quality = 100; // no count of losses is kept, so the share of them is always 0
-    pVideo->m_Info.m_StreamType = kStreamTypeH264;
-    return StatusOk;
+    return WithCore(Status{StatusNotInitialized}, [&](const auto& c) -> Status {
+        auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
+        if (!pVideo) return StatusInvalidParams;
+        if (auto* const pFull = DynamicCast<H264EncoderParams>(pParams))
+            *pFull = c.Settings.Params;
+        else
+            *pVideo = c.Settings.Params;
+        pVideo->m_Info.m_Bitrate = c.Sequence.bitrate;
+        pVideo->m_Info.m_FrameRate = c.Sequence.frame_rate;
+        pVideo->m_Quality = 100; // no count of losses is kept, so the share of them is always 0
+        pVideo->m_Info.m_StreamType = kStreamTypeH264;
+        return StatusOk;
+    });
 }
 
 Status H264VideoEncoder::SetParams(BaseCodecParams* pParams)
 {
     const auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusNullPointer;
-    if (core_kind != kCore8) return StatusNotInitialized;
-    return SetCoreRate(m_pCore8->Settings, m_pCore8->Sequence, *pVideo);
+    return WithCore(Status{StatusNotInitialized}, [&](auto& c) -> Status { return SetCoreRate(c.Settings, c.Sequence, *pVideo); });
 }
 
 const VideoData* H264VideoEncoder::GetReconstruction() const
 {
-    return core_kind == kCore8 ? m_pCore8->Job.pCurrent : nullptr;
+    return WithCore<>(static_cast<const VideoData*>(nullptr),
+                      [](const auto& c) -> const VideoData* { return c.Job.pCurrent; });
 }
 
 int32_t H264VideoEncoder::GetDisplayOrder() const
 {
-    return core_kind == kCore8 && m_pCore8->Job.pCurrent ? m_pCore8->Job.pCurrent->display_order / 2 : -1;
+    return WithCore(-1, [](const auto& c) { return c.Job.pCurrent ? c.Job.pCurrent->display_order / 2 : -1; });
 }
 
 void H264VideoEncoder::AddToolCounts(ToolCounts& Counts) const
 {
-    if (core_kind == kCore8) UMC_H264_ENCODER::AddToolCounts(*m_pCore8, Counts);
+    WithCore(false, [&Counts](const auto& c) {
+        UMC_H264_ENCODER::AddToolCounts(c, Counts);
+        return true;
+    });
 }
 
 } // namespace UMC

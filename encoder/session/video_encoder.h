@@ -66,9 +66,18 @@ public:
 
 private:
     using Core8 = UMC_H264_ENCODER::EncoderCore<uint8_t>;
+    using Core16 = UMC_H264_ENCODER::EncoderCore<uint16_t>;
 
-    int32_t core_kind = -1; // 0: 8-bit samples
+    int32_t core_kind = -1; // 0: samples of one byte, 1: of two
     std::unique_ptr<Core8> m_pCore8;
+    std::unique_ptr<Core16> m_pCore16;
+
+    // Calls f with the core in use; Otherwise without one.
+    template <class F, class T>
+    T WithCore(T Otherwise, F&& f) const;
+    template <class Sample>
+    Status Build(std::unique_ptr<UMC_H264_ENCODER::EncoderCore<Sample>>& pCore, const VideoEncoderParams& Params,
+                 int32_t Kind);
 };
 
 } // namespace UMC

@@ -8,8 +8,9 @@ namespace UMC_H264_ENCODER {
 // What of an inter macroblock lies in its trial already.
 enum BlocksAtHand : uint8_t {
     BLOCKS_NONE = 0,
-    BLOCKS_LUMA = 1, // PredY at the vector, and the levels against it
-    BLOCKS_ALL = 2   // PredUV too
+    BLOCKS_PREDICTED = 1, // PredY at the vector
+    BLOCKS_LUMA = 2,      // and the levels of 4x4 blocks against it
+    BLOCKS_ALL = 3        // PredUV too
 };
 
 // Its blocks lie in the work area: of an inter macroblock in InterTrial Slot, of Intra 16x16 in IntraY[Slot], until the
@@ -23,6 +24,7 @@ struct Candidate {
     uint8_t ChromaMode = CHROMA_DC; // what an inter macroblock counts as to its neighbours' contexts
     MotionVector Vector{0, 0};
     MotionVector Difference{0, 0}; // from the vector's prediction, as it is written
+    bool Transform8x8 = false;     // MB_INTRA4X4 is then Intra 8x8
     uint8_t Slot = 0;
     BlocksAtHand AtHand = BLOCKS_NONE; // of an inter macroblock
 };

@@ -3,6 +3,7 @@
 #include "Common/h264/chroma_geometry.h"
 #include "Common/h264/motion_prediction.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace UMC_H264_ENCODER {
@@ -60,8 +61,12 @@ UMC::Status H264EncoderFrame<Sample>::AllocatePlanes(const FrameLayout& l)
     const size_t Bytes = Samples * sizeof(Sample) + kSpareBytes;
     void* const pBlock = AllocateZeroed(m_PlaneMemory, Bytes);
     if (!pBlock) return UMC::StatusAllocFailed;
-    const UMC::Status s = VideoData::Init(l.Width, l.Height, l.Format, l.BitDepth);
+    // All planes have samples of one width, whatever depths they hold.
+    const int32_t LeastDepth = sizeof(Sample) == 1 ? 8 : 9;
+    const UMC::Status s = VideoData::Init(l.Width, l.Height, l.Format, LeastDepth);
     if (s != UMC::StatusOk) return s;
+    for (int32_t Plane = 0; Plane < GetPlaneCount(); ++Plane)
+        SetPlaneBitDepth(Plane == 0 ? l.BitDepthLuma : l.BitDepthChroma, Plane);
     m_Pitch = l.Pitch;
     auto* const pLuma = static_cast<Sample*>(pBlock);
     m_pY = AlignUp(pLuma + kLumaRoom * l.Pitch + kLumaRoom, kPlaneAlignment);
@@ -126,6 +131,21 @@ void H264EncoderFrame<Sample>::ResetPicture()
 }
 
 template <class Sample>
+void H264EncoderFrame<Sample>::LimitSamples()
+{
+    if constexpr (sizeof(Sample) > 1)
+        for (int32_t Index = 0; Index < GetPlaneCount(); ++Index) {
+            UMC::PlaneInfo Info;
+            GetPlaneInfo(&Info, Index);
+            const auto Largest = static_cast<Sample>((1 << Info.m_BitDepth) - 1);
+            for (int32_t y = 0; y < Info.m_Height; ++y) {
+                auto* const pRow = reinterpret_cast<Sample*>(Info.m_pPlane + static_cast<ptrdiff_t>(y) * Info.m_Pitch);
+                for (int32_t x = 0; x < Info.m_Width; ++x) pRow[x] = std::min(pRow[x], Largest);
+            }
+        }
+}
+
+template <class Sample>
 void H264EncoderFrame<Sample>::PrepareTables()
 {
     const bool WritesList1 = frame_type == FRAME_B;
@@ -135,5 +155,6 @@ void H264EncoderFrame<Sample>::PrepareTables()
 }
 
 template class H264EncoderFrame<uint8_t>;
+template class H264EncoderFrame<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

@@ -65,6 +65,8 @@ public:
     void Unmark() { is_reference = is_long_term = 0; }
     /// A frame taken for a new picture starts here; planes and tables stay.
     void ResetPicture();
+    /// A client's deep samples may hold more bits than it has said; those that do become the largest of their plane.
+    void LimitSamples();
     /// Before the picture is coded: list 1 refers to nothing in a picture whose slices do not write it.
     void PrepareTables();
 
@@ -81,5 +83,6 @@ private:
 };
 
 extern template class H264EncoderFrame<uint8_t>;
+extern template class H264EncoderFrame<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

@@ -31,6 +31,7 @@ enum MacroblockType : uint8_t {
     MB_SKIP_B = 11
 };
 inline bool IsIntra(uint8_t Type) { return Type <= MB_PCM; }
+inline bool IsSkip(uint8_t Type) { return Type == MB_SKIP_P || Type == MB_SKIP_B; }
 
 // How a quadrant of an MB_INTER8X8 is divided: sub-macroblock types as stored.
 enum SubShape : uint8_t { SUB_8X8 = 0, SUB_8X4 = 1, SUB_4X8 = 2, SUB_4X4 = 3, SUB_NONE = 32 };

@@ -2,8 +2,8 @@
 
 namespace UMC_H264_ENCODER {
 
-FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool FramesOnly,
-                       bool HasAlpha)
+FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepthLuma,
+                       int32_t BitDepthChroma, bool FramesOnly, bool HasAlpha)
 {
     FrameLayout l;
     l.Width = Width;
@@ -15,7 +15,8 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
     l.MbCount = l.MbWidth * l.MbHeight;
     l.Pitch = (l.AlignedWidth + 2 * kLumaRoom + 63) / 64 * 64;
     l.ChromaFormat = ChromaFormat;
-    l.BitDepth = BitDepth;
+    l.BitDepthLuma = BitDepthLuma;
+    l.BitDepthChroma = BitDepthChroma;
     l.HasAlpha = HasAlpha;
     l.Format = ChromaFormat == 0 ? UMC::GRAY : ChromaFormat == 2 ? UMC::YUV422 : UMC::YUV420;
     return l;

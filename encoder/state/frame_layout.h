@@ -29,12 +29,12 @@ struct FrameLayout {
     int32_t MbWidth = 0, MbHeight = 0, MbCount = 0;
     int32_t Pitch = 0; // samples, the same for all planes
     int32_t ChromaFormat = 1;
-    int32_t BitDepth = 8;
+    int32_t BitDepthLuma = 8, BitDepthChroma = 8;
     bool HasAlpha = false;
     UMC::ColorFormat Format = UMC::YUV420;
 };
 
-FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepth, bool FramesOnly,
-                       bool HasAlpha);
+FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepthLuma,
+                       int32_t BitDepthChroma, bool FramesOnly, bool HasAlpha);
 
 } // namespace UMC_H264_ENCODER

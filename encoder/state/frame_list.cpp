@@ -53,6 +53,7 @@ try {
     if (const UMC::Status s = pFree->Allocate(Layout); s != UMC::StatusOk) return s;
     if (const UMC::Status s = Converter.GetFrame(&Source, pFree); s != UMC::StatusOk)
         return s == UMC::StatusAllocFailed ? s : UMC::StatusInvalidParams;
+    pFree->LimitSamples();
     pFree->ResetPicture();
     double Start = 0.0, End = 0.0;
     Source.GetTime(Start, End);
@@ -64,5 +65,6 @@ try {
 }
 
 template class H264EncoderFrameList<uint8_t>;
+template class H264EncoderFrameList<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

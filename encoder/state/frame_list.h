@@ -36,5 +36,6 @@ private:
 };
 
 extern template class H264EncoderFrameList<uint8_t>;
+extern template class H264EncoderFrameList<uint16_t>;
 
 } // namespace UMC_H264_ENCODER

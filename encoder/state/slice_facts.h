@@ -55,6 +55,8 @@ struct SliceFacts {
     BSliceFacts B; // of a B slice
     NeighbourTables Neighbours;
     SyntaxOfSlice Syntax;
+
+    int32_t ChromaHeight() const { return h264::kChromaGeometry[Syntax.chroma_format_idc].MbHeight; } // of a macroblock
 };
 
 } // namespace UMC_H264_ENCODER

@@ -31,6 +31,17 @@ struct InterTrial {
     uint32_t LumaMask;                                             // a bit for each block with levels
 };
 
+// What a try at small intra blocks leaves beside their levels.
+template <class Sample>
+struct IntraTrial {
+    static constexpr int kStep = 32;
+    static constexpr int kOrigin = kStep + 8;
+    // The macroblock, reconstructed block by block, from kOrigin on, with the neighbours above and left of it.
+    alignas(16) Sample Local[17 * kStep];
+    uint8_t Modes[16]; // raster order, of an 8x8 block four times
+    uint32_t Coded;    // bit by luma4x4BlkIdx, of an 8x8 block four
+};
+
 /// Decisions and reconstruction write it, macroblock by macroblock; the syntax reads the levels. What lies in it is of
 /// no use to the next macroblock.
 template <class Sample>
@@ -38,19 +49,17 @@ struct WorkArea {
     using Coeff = typename CodecTraits<Sample>::Coeff;
     using Levels = typename CodecTraits<Sample>::Levels;
     static constexpr int kPredStep = 16;
-    static constexpr int kLocalStep = 32;
 
     static constexpr uint8_t kInterTrials = 2;
     InterTrial<Sample> Inter[kInterTrials];
     MacroblockMotion Motion[kInterTrials];             // of candidates that Candidate::Vector does not tell all of
     alignas(16) Sample IntraY[2][16 * 16];             // predictions of Intra 16x16, the best and the one on trial
     alignas(16) Sample IntraUV[2 * kMaxChromaSamples]; // of the best chroma mode, Cb in columns 0..7
-    // Intra 4x4: a copy of the macroblock from column 8 of row 1 on, with the neighbours above and left of it.
-    alignas(16) Sample Local[17 * kLocalStep];
-    static constexpr int kLocalOrigin = kLocalStep + 8;
-    alignas(16) Coeff Luma[256]; // of Intra 16x16: levels, then scaled coefficients
+    IntraTrial<Sample> Of4x4, Of8x8;                   // of Intra 4x4 and Intra 8x8
+    alignas(16) Coeff Luma[256];                       // of Intra 16x16: levels, then scaled coefficients
     alignas(16) Coeff Chroma[2][kMaxChromaSamples];
     alignas(16) Coeff Intra4x4[256];
+    alignas(16) Coeff Intra8x8[64];
     alignas(16) Coeff LumaDc[16];
     alignas(16) Coeff ChromaDc[2][kMaxChromaBlocks];
     Levels LumaLevels[16]; // luma4x4BlkIdx order; AC for Intra 16x16
@@ -71,8 +80,6 @@ struct WorkArea {
     // The source of the macroblock where it is coded more than once in its own place: planes one behind the other.
     static constexpr int32_t kSourceStep = 16;
     alignas(16) Sample Source[3 * 16 * kSourceStep];
-    uint8_t Intra4x4Modes[16];           // of the trial, raster order
-    uint32_t Intra4x4Coded;              // of the trial, bit by luma4x4BlkIdx
     std::unique_ptr<uint8_t[]> pVisited; // kVisitedPoints, for SEARCH_UMBRELLA
 };
 

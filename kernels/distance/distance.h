@@ -40,7 +40,7 @@ using CountEdgesSig = int32_t(const uint8_t* pA, ptrdiff_t StepA, int Difference
 CountEdgesSig CountEdges16x16_px, CountEdges16x16_w7;
 
 // Sum of the magnitudes of the 8x8 Hadamard transforms of the difference, not normalised, over all 8x8 blocks.
-BlockDistanceSig Satd8x8By8_px;
+BlockDistanceSig Satd8x8By8_px, Satd8x8By8_w7;
 
 // ---- Samples of 2 bytes ------------------------------------------------------------------------------------
 //
@@ -48,16 +48,20 @@ BlockDistanceSig Satd8x8By8_px;
 using BlockDistanceDeepSig = int32_t(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB);
 BlockDistanceDeepSig Sad16x16Deep_px, Sad16x8Deep_px, Sad8x16Deep_px, Sad8x8Deep_px, Sad8x4Deep_px, Sad4x8Deep_px,
     Sad4x4Deep_px;
+BlockDistanceDeepSig Sad16x16Deep_w7, Sad16x8Deep_w7, Sad8x16Deep_w7, Sad8x8Deep_w7, Sad8x4Deep_w7, Sad4x8Deep_w7,
+    Sad4x4Deep_w7;
 BlockDistanceDeepSig Satd16x16Deep_px, Satd16x8Deep_px, Satd8x16Deep_px, Satd8x8Deep_px, Satd8x4Deep_px, Satd4x8Deep_px,
     Satd4x4Deep_px;
+BlockDistanceDeepSig Satd16x16Deep_w7, Satd16x8Deep_w7, Satd8x16Deep_w7, Satd8x8Deep_w7, Satd8x4Deep_w7, Satd4x8Deep_w7,
+    Satd4x4Deep_w7;
 BlockDistanceDeepSig Satd8x8By8Deep_px;
 BlockDistanceDeepSig LargestSad4x4Of16x16Deep_px, LargestSad4x4Of8x8Deep_px;
 using FourDistancesDeepSig = void(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
                                   int32_t Sum[4]);
-FourDistancesDeepSig Sad16x16x4Deep_px;
+FourDistancesDeepSig Sad16x16x4Deep_px, Sad16x16x4Deep_w7;
 using AverageDistanceDeepSig = int32_t(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pA, ptrdiff_t StepA,
                                        const uint16_t* pB, ptrdiff_t StepB);
-AverageDistanceDeepSig SadAverage16x16Deep_px;
+AverageDistanceDeepSig SadAverage16x16Deep_px, SadAverage16x16Deep_w7;
 using CountEdgesDeepSig = int32_t(const uint16_t* pA, ptrdiff_t StepA, int Difference);
 CountEdgesDeepSig CountEdges16x16Deep_px;
 

@@ -37,30 +37,35 @@ inline constexpr KernelRow<BlockDistanceSig> kLargestSad4x4Of16x16{
 inline constexpr KernelRow<BlockDistanceSig> kLargestSad4x4Of8x8{
     "LargestSad4x4Of8x8", {LargestSad4x4Of8x8_px, nullptr, LargestSad4x4Of8x8_w7}};
 
-inline constexpr KernelRow<BlockDistanceSig> kSatd8x8By8{"Satd8x8By8", {Satd8x8By8_px}};
+inline constexpr KernelRow<BlockDistanceSig> kSatd8x8By8{"Satd8x8By8", {Satd8x8By8_px, nullptr, Satd8x8By8_w7}};
 
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad16x16Deep{"Sad16x16Deep", {Sad16x16Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad16x8Deep{"Sad16x8Deep", {Sad16x8Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad8x16Deep{"Sad8x16Deep", {Sad8x16Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad8x8Deep{"Sad8x8Deep", {Sad8x8Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad8x4Deep{"Sad8x4Deep", {Sad8x4Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad4x8Deep{"Sad4x8Deep", {Sad4x8Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSad4x4Deep{"Sad4x4Deep", {Sad4x4Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd16x16Deep{"Satd16x16Deep", {Satd16x16Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd16x8Deep{"Satd16x8Deep", {Satd16x8Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x16Deep{"Satd8x16Deep", {Satd8x16Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x8Deep{"Satd8x8Deep", {Satd8x8Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x4Deep{"Satd8x4Deep", {Satd8x4Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd4x8Deep{"Satd4x8Deep", {Satd4x8Deep_px}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd4x4Deep{"Satd4x4Deep", {Satd4x4Deep_px}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad16x16Deep{"Sad16x16Deep",
+                                                               {Sad16x16Deep_px, nullptr, Sad16x16Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad16x8Deep{"Sad16x8Deep", {Sad16x8Deep_px, nullptr, Sad16x8Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad8x16Deep{"Sad8x16Deep", {Sad8x16Deep_px, nullptr, Sad8x16Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad8x8Deep{"Sad8x8Deep", {Sad8x8Deep_px, nullptr, Sad8x8Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad8x4Deep{"Sad8x4Deep", {Sad8x4Deep_px, nullptr, Sad8x4Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad4x8Deep{"Sad4x8Deep", {Sad4x8Deep_px, nullptr, Sad4x8Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSad4x4Deep{"Sad4x4Deep", {Sad4x4Deep_px, nullptr, Sad4x4Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd16x16Deep{"Satd16x16Deep",
+                                                                {Satd16x16Deep_px, nullptr, Satd16x16Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd16x8Deep{"Satd16x8Deep",
+                                                               {Satd16x8Deep_px, nullptr, Satd16x8Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x16Deep{"Satd8x16Deep",
+                                                               {Satd8x16Deep_px, nullptr, Satd8x16Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x8Deep{"Satd8x8Deep", {Satd8x8Deep_px, nullptr, Satd8x8Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x4Deep{"Satd8x4Deep", {Satd8x4Deep_px, nullptr, Satd8x4Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd4x8Deep{"Satd4x8Deep", {Satd4x8Deep_px, nullptr, Satd4x8Deep_w7}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd4x4Deep{"Satd4x4Deep", {Satd4x4Deep_px, nullptr, Satd4x4Deep_w7}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x8By8Deep{"Satd8x8By8Deep", {Satd8x8By8Deep_px}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kLargestSad4x4Of16x16Deep{"LargestSad4x4Of16x16Deep",
                                                                            {LargestSad4x4Of16x16Deep_px}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kLargestSad4x4Of8x8Deep{"LargestSad4x4Of8x8Deep",
                                                                          {LargestSad4x4Of8x8Deep_px}};
-inline constexpr KernelRow<FourDistancesDeepSig> kSad16x16x4Deep{"Sad16x16x4Deep", {Sad16x16x4Deep_px}};
-inline constexpr KernelRow<AverageDistanceDeepSig> kSadAverage16x16Deep{"SadAverage16x16Deep",
-                                                                        {SadAverage16x16Deep_px}};
+inline constexpr KernelRow<FourDistancesDeepSig> kSad16x16x4Deep{"Sad16x16x4Deep",
+                                                                 {Sad16x16x4Deep_px, nullptr, Sad16x16x4Deep_w7}};
+inline constexpr KernelRow<AverageDistanceDeepSig> kSadAverage16x16Deep{
+    "SadAverage16x16Deep", {SadAverage16x16Deep_px, nullptr, SadAverage16x16Deep_w7}};
 inline constexpr KernelRow<CountEdgesDeepSig> kCountEdges16x16Deep{"CountEdges16x16Deep", {CountEdges16x16Deep_px}};
 
 } // namespace kernels

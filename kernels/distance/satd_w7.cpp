@@ -1,7 +1,9 @@
 #include <cstring>
 #include <emmintrin.h>
+#include <initializer_list>
 
 #include "kernels/distance/distance.h"
+#include "kernels/transpose_words.h"
 
 namespace kernels {
 
@@ -75,6 +77,19 @@ int32_t Satd(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t St
     return TwiceTheSum(Sum);
 }
 
+// All but the last step of the Hadamard transform of eight values, each of them in one register: what the last one
+// would join is four registers apart.
+void Hadamard8ButLast(__m128i v[8])
+{
+    for (const int Apart : {1, 2})
+        for (int i = 0; i < 8; ++i)
+            if (!(i & Apart)) {
+                const __m128i a = v[i], b = v[i + Apart];
+                v[i] = _mm_add_epi16(a, b);
+                v[i + Apart] = _mm_sub_epi16(a, b);
+            }
+}
+
 } // namespace
 
 int32_t Satd16x16_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
@@ -116,6 +131,24 @@ int32_t Satd4x4_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdif
     __m128i Row[4]; // beside a block of zeros
     for (int y = 0; y < 4; ++y) Row[y] = Difference4(pA + y * StepA, pB + y * StepB);
     return TwiceTheSum(HalvedMagnitudes(Row));
+}
+
+int32_t Satd8x8By8_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t StepB)
+{
+    __m128i v[8];
+    for (int y = 0; y < 8; ++y) v[y] = Difference8(pA + y * StepA, pB + y * StepB);
+    Hadamard8ButLast(v);
+    for (int i = 0; i < 4; ++i) {
+        const __m128i a = v[i], b = v[i + 4];
+        v[i] = _mm_add_epi16(a, b);
+        v[i + 4] = _mm_sub_epi16(a, b);
+    }
+    Transpose8(v);
+    Hadamard8ButLast(v);
+    static_assert(4 * (8 * 4 * 255) <= INT16_MAX); // four times what the last step finds
+    __m128i Halved = LargerMagnitude(v[0], v[4]);
+    for (int i = 1; i < 4; ++i) Halved = _mm_add_epi16(Halved, LargerMagnitude(v[i], v[i + 4]));
+    return TwiceTheSum(Halved);
 }
 
 } // namespace kernels

@@ -22,5 +22,6 @@ HalfPlaneSig HalfPlaneRight_w7, HalfPlaneDown_w7, HalfPlaneBoth_w7;
 // The same for samples of 2 bytes that hold Depth bits, 8..14. Steps of both count bytes: DstStep is at least 48.
 using HalfPlaneDeepSig = void(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Depth);
 HalfPlaneDeepSig HalfPlaneRightDeep_px, HalfPlaneDownDeep_px, HalfPlaneBothDeep_px;
+HalfPlaneDeepSig HalfPlaneRightDeep_w7, HalfPlaneDownDeep_w7, HalfPlaneBothDeep_w7;
 
 } // namespace kernels

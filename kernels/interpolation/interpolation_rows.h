@@ -62,8 +62,11 @@ inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneDown{"HalfPlaneDown", {HalfPl
 inline constexpr KernelRow<HalfPlaneSig> kHalfPlaneBoth{"HalfPlaneBoth", {HalfPlaneBoth_px, nullptr, HalfPlaneBoth_w7}};
 
 inline constexpr KernelRow<CopyBlockDeepSig> kCopyBlockDeep{"CopyBlockDeep", {CopyBlockDeep_px}};
-inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneRightDeep{"HalfPlaneRightDeep", {HalfPlaneRightDeep_px}};
-inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneDownDeep{"HalfPlaneDownDeep", {HalfPlaneDownDeep_px}};
-inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneBothDeep{"HalfPlaneBothDeep", {HalfPlaneBothDeep_px}};
+inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneRightDeep{
+    "HalfPlaneRightDeep", {HalfPlaneRightDeep_px, nullptr, HalfPlaneRightDeep_w7}};
+inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneDownDeep{"HalfPlaneDownDeep",
+                                                                {HalfPlaneDownDeep_px, nullptr, HalfPlaneDownDeep_w7}};
+inline constexpr KernelRow<HalfPlaneDeepSig> kHalfPlaneBothDeep{"HalfPlaneBothDeep",
+                                                                {HalfPlaneBothDeep_px, nullptr, HalfPlaneBothDeep_w7}};
 
 } // namespace kernels

@@ -2,6 +2,7 @@
 // multiplied and added into 32.
 #include <emmintrin.h>
 
+#include "kernels/interpolation/half_planes.h"
 #include "kernels/interpolation/interpolation.h"
 
 namespace kernels {
@@ -148,7 +149,7 @@ constexpr int kNoRow = -1;
 template <int Width, Blend How, int NearRow>
 void Centre(const Strip& b)
 {
-    Sums Across[21];
+    Sums Across[22]; // of 17 rows in a half plane, 16 elsewhere
     const uint16_t* pSrc = b.pSrc - 2 * b.SrcStep;
     for (int y = 0; y < b.Height + 5; ++y, pSrc += b.SrcStep) Across[y] = TapsAcross<Width>(pSrc);
     uint16_t* pDst = b.pDst;
@@ -191,6 +192,16 @@ void InterpolateStrip(const Strip& b, int FracX, int FracY)
     }
 }
 
+// The three strips of a half plane, from row and column -1 on.
+template <class F>
+void ForHalfPlane(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Rows, int Depth,
+                  const F& Make)
+{
+    const ptrdiff_t Step = SrcStep / 2;
+    Strip b{pSrc - Step - 1, Step, pDst, DstStep / 2, Rows, _mm_set1_epi16(static_cast<short>((1 << Depth) - 1))};
+    for (int x = 0; x < 24; x += 8, b.pSrc += 8, b.pDst += 8) Make(b);
+}
+
 } // namespace
 
 void InterpolateLumaDeep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int FracX,
@@ -199,6 +210,23 @@ void InterpolateLumaDeep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* p
     Strip b{pSrc, SrcStep / 2, pDst, DstStep / 2, Height, _mm_set1_epi16(static_cast<short>((1 << Depth) - 1))};
     if (Width == 4) return InterpolateStrip<4>(b, FracX, FracY);
     for (int x = 0; x < Width; x += 8, b.pSrc += 8, b.pDst += 8) InterpolateStrip<8>(b, FracX, FracY);
+}
+
+void HalfPlaneRightDeep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Depth)
+{
+    ForHalfPlane(pSrc, SrcStep, pDst, DstStep, 18, Depth,
+                 [](const Strip& b) { HalfAcross<8, Blend::Put>(b, b.pSrc, 0); });
+}
+
+void HalfPlaneDownDeep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Depth)
+{
+    ForHalfPlane(pSrc, SrcStep, pDst, DstStep, 17, Depth,
+                 [](const Strip& b) { HalfDown<8, Blend::Put>(b, b.pSrc, 0); });
+}
+
+void HalfPlaneBothDeep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, uint16_t* pDst, ptrdiff_t DstStep, int Depth)
+{
+    ForHalfPlane(pSrc, SrcStep, pDst, DstStep, 17, Depth, [](const Strip& b) { Centre<8, Blend::Put, kNoRow>(b); });
 }
 
 } // namespace kernels

@@ -63,8 +63,8 @@ InverseDcDeepSig InverseLumaDcDeep_px, InverseChromaDc420Deep_px, InverseChromaD
 
 // ---- Forward: what the encoder runs ------------------------------------------------------------------------
 
-// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift). The factors are such that the
-// sum fits 32 bits and the level of an 8-bit sample 16.
+// How a block is quantised: level = sign(c) * ((|c| * Factor[i] + Rounding) >> Shift). For 8-bit samples the factors
+// are such that the sum fits 32 bits and a level 16; deep forms have 64 bits for the sum and 32 for a level.
 struct QuantParams {
     alignas(16) uint16_t Factor[16]; // MF by raster position
     uint32_t Rounding;               // f, below 2^Shift
@@ -88,12 +88,14 @@ ForwardQuantSig ForwardQuant16x16_v8, ForwardQuant4x4_v8;
 using ForwardQuantDeepSig = uint32_t(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pPrediction,
                                      ptrdiff_t PredictionStep, int32_t* pLevels, const QuantParams* pQuant);
 ForwardQuantDeepSig ForwardQuant16x16Deep_px, ForwardQuant4x4Deep_px;
+ForwardQuantDeepSig ForwardQuant16x16Deep_w7, ForwardQuant4x4Deep_w7;
 
 // As above with the forward 8x8 transform: one block, and the four quadrants of a 16x16 area, bit i for quadrant i.
 // The transform is the usual one, whose rows are those of the matrix of 8.5.13.2; it goes over rows, then columns.
 using ForwardQuant8x8Sig = uint32_t(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
                                     ptrdiff_t PredictionStep, int16_t* pLevels, const QuantParams8x8* pQuant);
 ForwardQuant8x8Sig ForwardQuant8x8_px, ForwardQuant8x8Of16x16_px;
+ForwardQuant8x8Sig ForwardQuant8x8_v8, ForwardQuant8x8Of16x16_v8;
 using ForwardQuant8x8DeepSig = uint32_t(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pPrediction,
                                         ptrdiff_t PredictionStep, int32_t* pLevels, const QuantParams8x8* pQuant);
 ForwardQuant8x8DeepSig ForwardQuant8x8Deep_px, ForwardQuant8x8Of16x16Deep_px;
@@ -109,6 +111,7 @@ using ForwardQuantAcDeepSig = uint32_t(const uint16_t* pSrc, ptrdiff_t SrcStep, 
                                        ptrdiff_t PredictionStep, int32_t* pLevels, int32_t* pDc,
                                        const QuantParams* pQuant);
 ForwardQuantAcDeepSig ForwardQuantAc16x16Deep_px, ForwardQuantAc8x8Deep_px;
+ForwardQuantAcDeepSig ForwardQuantAc16x16Deep_w7, ForwardQuantAc8x8Deep_w7;
 
 // Hadamard and quantisation of the DC coefficients, in place; returns non-zero when any level is not 0.
 // Luma: 16 values, h = Hadamard4x4(dc) with each sum halved rounding to the larger magnitude as (sum + 1) >> 1, then
@@ -130,12 +133,12 @@ using DequantBlocksSig = void(int16_t* pLevels, uint32_t Bits, int Count, const 
 DequantBlocksSig DequantBlocks_px, DequantBlocks_w7;
 using DequantBlocksDeepSig = void(int32_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer,
                                   int FirstIndex);
-DequantBlocksDeepSig DequantBlocksDeep_px;
+DequantBlocksDeepSig DequantBlocksDeep_px, DequantBlocksDeep_w7;
 
 // The same for 8x8 blocks, up to 4 of them (8.5.13.1): pScale 64 values of LevelScale8x8(QP % 6, i, j). In the deep
 // form level * scale lies within 32 bits where QpPer is below 6.
 using DequantBlocks8x8Sig = void(int16_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer);
-DequantBlocks8x8Sig DequantBlocks8x8_px;
+DequantBlocks8x8Sig DequantBlocks8x8_px, DequantBlocks8x8_w7;
 using DequantBlocks8x8DeepSig = void(int32_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer);
 DequantBlocks8x8DeepSig DequantBlocks8x8Deep_px;
 

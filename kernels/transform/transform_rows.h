@@ -41,29 +41,33 @@ inline constexpr KernelRow<AddResidualLumaDeepSig> kAddResidualLuma8x8Deep{
     "AddResidualLuma8x8Deep", {AddResidualLuma8x8Deep_px, nullptr, AddResidualLuma8x8Deep_w7}};
 inline constexpr KernelRow<AddResidualLumaDeepSig> kAddResidualChromaDeep{
     "AddResidualChromaDeep", {AddResidualChromaDeep_px, nullptr, AddResidualChromaDeep_w7}};
-inline constexpr KernelRow<ForwardQuant8x8Sig> kForwardQuant8x8{"ForwardQuant8x8", {ForwardQuant8x8_px}};
-inline constexpr KernelRow<ForwardQuant8x8Sig> kForwardQuant8x8Of16x16{"ForwardQuant8x8Of16x16",
-                                                                       {ForwardQuant8x8Of16x16_px}};
+inline constexpr KernelRow<ForwardQuant8x8Sig> kForwardQuant8x8{
+    "ForwardQuant8x8", {ForwardQuant8x8_px, nullptr, nullptr, nullptr, ForwardQuant8x8_v8}};
+inline constexpr KernelRow<ForwardQuant8x8Sig> kForwardQuant8x8Of16x16{
+    "ForwardQuant8x8Of16x16", {ForwardQuant8x8Of16x16_px, nullptr, nullptr, nullptr, ForwardQuant8x8Of16x16_v8}};
 inline constexpr KernelRow<ForwardDcSig> kForwardChromaDc422{"ForwardChromaDc422", {ForwardChromaDc422_px}};
-inline constexpr KernelRow<DequantBlocks8x8Sig> kDequantBlocks8x8{"DequantBlocks8x8", {DequantBlocks8x8_px}};
+inline constexpr KernelRow<DequantBlocks8x8Sig> kDequantBlocks8x8{"DequantBlocks8x8",
+                                                                  {DequantBlocks8x8_px, nullptr, DequantBlocks8x8_w7}};
 
-inline constexpr KernelRow<ForwardQuantDeepSig> kForwardQuant16x16Deep{"ForwardQuant16x16Deep",
-                                                                       {ForwardQuant16x16Deep_px}};
-inline constexpr KernelRow<ForwardQuantDeepSig> kForwardQuant4x4Deep{"ForwardQuant4x4Deep", {ForwardQuant4x4Deep_px}};
+inline constexpr KernelRow<ForwardQuantDeepSig> kForwardQuant16x16Deep{
+    "ForwardQuant16x16Deep", {ForwardQuant16x16Deep_px, nullptr, ForwardQuant16x16Deep_w7}};
+inline constexpr KernelRow<ForwardQuantDeepSig> kForwardQuant4x4Deep{
+    "ForwardQuant4x4Deep", {ForwardQuant4x4Deep_px, nullptr, ForwardQuant4x4Deep_w7}};
 inline constexpr KernelRow<ForwardQuant8x8DeepSig> kForwardQuant8x8Deep{"ForwardQuant8x8Deep",
                                                                         {ForwardQuant8x8Deep_px}};
 inline constexpr KernelRow<ForwardQuant8x8DeepSig> kForwardQuant8x8Of16x16Deep{"ForwardQuant8x8Of16x16Deep",
                                                                                {ForwardQuant8x8Of16x16Deep_px}};
-inline constexpr KernelRow<ForwardQuantAcDeepSig> kForwardQuantAc16x16Deep{"ForwardQuantAc16x16Deep",
-                                                                           {ForwardQuantAc16x16Deep_px}};
-inline constexpr KernelRow<ForwardQuantAcDeepSig> kForwardQuantAc8x8Deep{"ForwardQuantAc8x8Deep",
-                                                                         {ForwardQuantAc8x8Deep_px}};
+inline constexpr KernelRow<ForwardQuantAcDeepSig> kForwardQuantAc16x16Deep{
+    "ForwardQuantAc16x16Deep", {ForwardQuantAc16x16Deep_px, nullptr, ForwardQuantAc16x16Deep_w7}};
+inline constexpr KernelRow<ForwardQuantAcDeepSig> kForwardQuantAc8x8Deep{
+    "ForwardQuantAc8x8Deep", {ForwardQuantAc8x8Deep_px, nullptr, ForwardQuantAc8x8Deep_w7}};
 inline constexpr KernelRow<ForwardDcDeepSig> kForwardLumaDcDeep{"ForwardLumaDcDeep", {ForwardLumaDcDeep_px}};
 inline constexpr KernelRow<ForwardDcDeepSig> kForwardChromaDc420Deep{"ForwardChromaDc420Deep",
                                                                      {ForwardChromaDc420Deep_px}};
 inline constexpr KernelRow<ForwardDcDeepSig> kForwardChromaDc422Deep{"ForwardChromaDc422Deep",
                                                                      {ForwardChromaDc422Deep_px}};
-inline constexpr KernelRow<DequantBlocksDeepSig> kDequantBlocksDeep{"DequantBlocksDeep", {DequantBlocksDeep_px}};
+inline constexpr KernelRow<DequantBlocksDeepSig> kDequantBlocksDeep{
+    "DequantBlocksDeep", {DequantBlocksDeep_px, nullptr, DequantBlocksDeep_w7}};
 inline constexpr KernelRow<DequantBlocks8x8DeepSig> kDequantBlocks8x8Deep{"DequantBlocks8x8Deep",
                                                                           {DequantBlocks8x8Deep_px}};
 

@@ -2,6 +2,7 @@
 #include <tmmintrin.h>
 
 #include "kernels/transform/transform.h"
+#include "kernels/transpose_words.h"
 
 namespace kernels {
 
@@ -62,32 +63,42 @@ INLINE Pair TransformRows(__m128i Rows[4])
 // (|c| * Factor + Rounding) >> Shift without leaving words: the upper half of the product, the upper half of Rounding,
 // and the carry of the two lower halves. A shift below 16 also leaves something of the lower half.
 template <bool Below16>
-struct Quantiser {
-    __m128i Factor[2];
+struct Rounder {
     __m128i NoCarry;   // the largest lower half of a product that does not carry
     __m128i UpperLess; // upper half of Rounding, and 1 for the carry that is taken off where there is none
     __m128i Lower;     // lower half of Rounding
     __m128i Shift,
         Up; // of the upper half: right by Shift - 16, or left by 16 - Shift; of the lower one: right by Shift
 
-    explicit Quantiser(const QuantParams& Params)
-        : Factor{_mm_load_si128(reinterpret_cast<const __m128i*>(Params.Factor)),
-                 _mm_load_si128(reinterpret_cast<const __m128i*>(Params.Factor + 8))},
-          NoCarry(_mm_set1_epi16(static_cast<short>(~Params.Rounding))),
-          UpperLess(_mm_set1_epi16(static_cast<short>((Params.Rounding >> 16) + 1))),
-          Lower(_mm_set1_epi16(static_cast<short>(Params.Rounding))),
-          Shift(_mm_cvtsi32_si128(Below16 ? Params.Shift : Params.Shift - 16)), Up(_mm_cvtsi32_si128(16 - Params.Shift))
+    Rounder(uint32_t Rounding, int Bits)
+        : NoCarry(_mm_set1_epi16(static_cast<short>(~Rounding))),
+          UpperLess(_mm_set1_epi16(static_cast<short>((Rounding >> 16) + 1))),
+          Lower(_mm_set1_epi16(static_cast<short>(Rounding))), Shift(_mm_cvtsi32_si128(Below16 ? Bits : Bits - 16)),
+          Up(_mm_cvtsi32_si128(16 - Bits))
     {
     }
-    [[gnu::always_inline]] __m128i Levels(__m128i c, int Half) const
+    [[gnu::always_inline]] __m128i Levels(__m128i c, __m128i Factor) const
     {
         const __m128i Magnitude = _mm_abs_epi16(c);
-        const __m128i Low = _mm_mullo_epi16(Magnitude, Factor[Half]);
+        const __m128i Low = _mm_mullo_epi16(Magnitude, Factor);
         const __m128i None = _mm_cmpeq_epi16(_mm_subs_epu16(Low, NoCarry), _mm_setzero_si128());
-        const __m128i High = _mm_add_epi16(_mm_mulhi_epu16(Magnitude, Factor[Half]), _mm_add_epi16(UpperLess, None));
+        const __m128i High = _mm_add_epi16(_mm_mulhi_epu16(Magnitude, Factor), _mm_add_epi16(UpperLess, None));
         if constexpr (!Below16) return _mm_sign_epi16(_mm_srl_epi16(High, Shift), c);
         const __m128i Rest = _mm_srl_epi16(_mm_add_epi16(Low, Lower), Shift);
         return _mm_sign_epi16(_mm_or_si128(_mm_sll_epi16(High, Up), Rest), c);
+    }
+};
+
+static __m128i LoadFactors(const uint16_t* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
+
+template <bool Below16>
+struct Quantiser : Rounder<Below16> {
+    __m128i Factor[2];
+
+    explicit Quantiser(const QuantParams& Params)
+        : Rounder<Below16>(Params.Rounding, Params.Shift), Factor{LoadFactors(Params.Factor),
+                                                                  LoadFactors(Params.Factor + 8)}
+    {
     }
 };
 
@@ -122,7 +133,7 @@ INLINE Pair TransformTwo(const Samples& s)
 template <bool Below16>
 INLINE __m128i QuantBlock(const __m128i c[2], const Quantiser<Below16>& Quant, int16_t* pLevels)
 {
-    const __m128i l0 = Quant.Levels(c[0], 0), l1 = Quant.Levels(c[1], 1);
+    const __m128i l0 = Quant.Levels(c[0], Quant.Factor[0]), l1 = Quant.Levels(c[1], Quant.Factor[1]);
     Store16(pLevels, l0);
     Store16(pLevels + 8, l1);
     return _mm_packs_epi16(l0, l1);
@@ -241,6 +252,72 @@ uint32_t ForwardQuantAc8x8_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint
     const Samples s{pSrc, SrcStep, pPrediction, PredictionStep};
     return pQuant->Shift < 16 ? QuantAcChroma<true>(s, *pQuant, pLevels, pDc)
                               : QuantAcChroma<false>(s, *pQuant, pLevels, pDc);
+}
+
+// ---- 8x8 blocks --------------------------------------------------------------------------------------------
+
+INLINE __m128i OneAndAHalf(__m128i v) { return _mm_add_epi16(v, _mm_srai_epi16(v, 1)); }
+
+// One pass over eight rows or columns, each of them one register.
+INLINE void Forward8(__m128i v[8])
+{
+    __m128i s[4], d[4];
+    for (int i = 0; i < 4; ++i) {
+        s[i] = _mm_add_epi16(v[i], v[7 - i]);
+        d[i] = _mm_sub_epi16(v[i], v[7 - i]);
+    }
+    const __m128i e0 = _mm_add_epi16(s[0], s[3]), e1 = _mm_add_epi16(s[1], s[2]);
+    const __m128i e2 = _mm_sub_epi16(s[0], s[3]), e3 = _mm_sub_epi16(s[1], s[2]);
+    const __m128i o0 = _mm_add_epi16(_mm_add_epi16(d[1], d[2]), OneAndAHalf(d[0]));
+    const __m128i o1 = _mm_sub_epi16(_mm_sub_epi16(d[0], d[3]), OneAndAHalf(d[2]));
+    const __m128i o2 = _mm_sub_epi16(_mm_add_epi16(d[0], d[3]), OneAndAHalf(d[1]));
+    const __m128i o3 = _mm_add_epi16(_mm_sub_epi16(d[1], d[2]), OneAndAHalf(d[3]));
+    v[0] = _mm_add_epi16(e0, e1);
+    v[1] = _mm_add_epi16(o0, _mm_srai_epi16(o3, 2));
+    v[2] = _mm_add_epi16(e2, _mm_srai_epi16(e3, 1));
+    v[3] = _mm_add_epi16(o1, _mm_srai_epi16(o2, 2));
+    v[4] = _mm_sub_epi16(e0, e1);
+    v[5] = _mm_sub_epi16(o2, _mm_srai_epi16(o1, 2));
+    v[6] = _mm_sub_epi16(_mm_srai_epi16(e2, 1), e3);
+    v[7] = _mm_sub_epi16(_mm_srai_epi16(o0, 2), o3);
+}
+
+template <bool Below16>
+static uint32_t Quant8x8(const Samples& s, const QuantParams8x8& Params, int16_t* pLevels)
+{
+    const Rounder<Below16> Quant(Params.Rounding, Params.Shift);
+    __m128i v[8];
+    for (int y = 0; y < 8; ++y)
+        v[y] = Difference(Load8(s.pSrc + y * s.SrcStep), Load8(s.pPrediction + y * s.PredictionStep));
+    Transpose8(v);
+    Forward8(v);
+    Transpose8(v);
+    Forward8(v);
+    __m128i Any = _mm_setzero_si128();
+    for (int y = 0; y < 8; ++y) {
+        const __m128i Levels = Quant.Levels(v[y], LoadFactors(Params.Factor + 8 * y));
+        Store16(pLevels + 8 * y, Levels);
+        Any = _mm_or_si128(Any, Levels);
+    }
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(Any, _mm_setzero_si128())) != 0xFFFF;
+}
+
+uint32_t ForwardQuant8x8_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
+                            ptrdiff_t PredictionStep, int16_t* pLevels, const QuantParams8x8* pQuant)
+{
+    const Samples s{pSrc, SrcStep, pPrediction, PredictionStep};
+    return pQuant->Shift < 16 ? Quant8x8<true>(s, *pQuant, pLevels) : Quant8x8<false>(s, *pQuant, pLevels);
+}
+
+uint32_t ForwardQuant8x8Of16x16_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint8_t* pPrediction,
+                                   ptrdiff_t PredictionStep, int16_t* pLevels, const QuantParams8x8* pQuant)
+{
+    uint32_t Mask = 0;
+    for (int q = 0; q < 4; ++q) {
+        const Samples s = Samples{pSrc, SrcStep, pPrediction, PredictionStep}.At((q & 1) * 8, (q >> 1) * 8);
+        Mask |= ForwardQuant8x8_v8(s.pSrc, SrcStep, s.pPrediction, PredictionStep, pLevels + 64 * q, pQuant) << q;
+    }
+    return Mask;
 }
 
 } // namespace kernels

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <emmintrin.h>
 
@@ -245,6 +246,26 @@ void DequantBlocks_w7(int16_t* pLevels, uint32_t Bits, int Count, const int16_t*
         Store16(p, Scaled(Load16(p), Scale[0]));
         Store16(p + 8, Scaled(Load16(p + 8), Scale[1]));
         if (FirstIndex) p[0] = First;
+    }
+}
+
+void DequantBlocks8x8_w7(int16_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer)
+{
+    Bits &= (1u << Count) - 1;
+    if (!Bits) return;
+    const int Down = std::max(6 - QpPer, 0);
+    __m128i Set = _mm_setzero_si128();
+    for (int i = 0; i < 64; i += 8) Set = _mm_or_si128(Set, Load16(pScale + i));
+    const bool HasRest = !AllZero(_mm_and_si128(Set, _mm_set1_epi16(static_cast<short>((1 << Down) - 1))));
+    const __m128i Right = _mm_cvtsi32_si128(Down), Left = _mm_cvtsi32_si128(std::max(QpPer - 6, 0));
+    const RoundedScaling Scaled{_mm_set1_epi32(1 << Down >> 1), Right};
+    for (; Bits; Bits &= Bits - 1) {
+        int16_t* const p = pLevels + 64 * __builtin_ctz(Bits);
+        for (int i = 0; i < 64; i += 8) {
+            const __m128i Levels = Load16(p + i), Scale = Load16(pScale + i);
+            const __m128i Factor = _mm_sll_epi16(_mm_sra_epi16(Scale, Right), Left);
+            Store16(p + i, HasRest ? Scaled(Levels, Scale) : _mm_mullo_epi16(Levels, Factor));
+        }
     }
 }
 

@@ -1,7 +1,8 @@
 #include "kernels/distance/distance_rows.h"
 #include "kernels/interpolation/interpolation_rows.h"
 
-#include "tests/support/kernel_testing.h"
+#include "tests/kernels/deep_block.h"
+#include "tests/support/inter_reference.h"
 
 namespace {
 
@@ -27,6 +28,25 @@ void CheckHalfPlane(HalfPlaneSig* pFn, HalfPlaneSig* pReference)
 KERNEL_TEST(HalfPlaneRight, CheckHalfPlane<18>);
 KERNEL_TEST(HalfPlaneDown, CheckHalfPlane<17>);
 KERNEL_TEST(HalfPlaneBoth, CheckHalfPlane<17>);
+
+template <int Rows>
+void CheckHalfPlaneDeep(HalfPlaneDeepSig* pFn, HalfPlaneDeepSig* pReference)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : {8, 9, 10, 12, 14})
+        for (const Fill How : kDeepFills) {
+            const DeepBlock Picture = DeepBlock::Random(Rng, How, 29, 23, 37, Depth);
+            constexpr ptrdiff_t Step = 52;
+            std::vector<uint16_t> Want(Step / 2 * Rows + 1, 0xA5A5), Got = Want;
+            pReference(Picture.At(3, 3), Picture.Step(), Want.data() + 1, Step, Depth);
+            pFn(Picture.At(3, 3), Picture.Step(), Got.data() + 1, Step, Depth);
+            ASSERT_EQ(Got, Want) << Depth << " bits";
+        }
+}
+KERNEL_TEST(HalfPlaneRightDeep, CheckHalfPlaneDeep<18>);
+KERNEL_TEST(HalfPlaneDownDeep, CheckHalfPlaneDeep<17>);
+KERNEL_TEST(HalfPlaneBothDeep, CheckHalfPlaneDeep<17>);
 
 void CheckSadAverage(AverageDistanceSig* pFn, AverageDistanceSig* pReference)
 {
@@ -102,6 +122,30 @@ TEST(HalfPlaneReference, EqualsTheInterpolationOfBlocks)
                 EXPECT_EQ(Got, Want) << c.FracX << ' ' << c.FracY << " at " << x << ' ' << y;
             }
     }
+}
+
+// Every sample of the deep planes is that of the standard.
+TEST(HalfPlaneReference, DeepOnesAreAsTheStandardHasIt)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    constexpr struct {
+        HalfPlaneDeepSig* pPlane;
+        int FracX, FracY, Rows;
+    } kPlanes[]{{HalfPlaneRightDeep_px, 2, 0, 18}, {HalfPlaneDownDeep_px, 0, 2, 17}, {HalfPlaneBothDeep_px, 2, 2, 17}};
+    for (const int Depth : {10, 14})
+        for (const Fill How : kDeepFills) {
+            const DeepBlock Picture = DeepBlock::Random(Rng, How, 29, 23, 29, Depth);
+            for (const auto& c : kPlanes) {
+                DeepBlock Plane(24, 18, 24);
+                c.pPlane(Picture.At(3, 3), Picture.Step(), Plane.At(0, 0), Plane.Step(), Depth);
+                for (int y = 0; y < c.Rows; ++y)
+                    for (int x = 0; x < 24; ++x) {
+                        const auto At = [&](int i, int j) { return int{*Picture.At(2 + x + i, 2 + y + j)}; };
+                        ASSERT_EQ(*Plane.At(x, y), test::LumaSample(At, c.FracX, c.FracY, Depth)) << x << ", " << y;
+                    }
+            }
+        }
 }
 
 } // namespace

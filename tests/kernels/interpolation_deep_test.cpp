@@ -1,6 +1,7 @@
 // Inter prediction of samples of 2 bytes: as the 8-bit kernels have it where they hold 8 bits, and as the standard
 // writes it down above.
 #include "kernels/interpolation/interpolation_rows.h"
+#include "tests/kernels/deep_block.h"
 #include "tests/support/inter_reference.h"
 #include "tests/support/kernel_testing.h"
 
@@ -14,36 +15,6 @@ using namespace kernel_testing;
 constexpr int kHeights[]{2, 4, 8, 16};
 constexpr int kDeepDepths[]{10, 14};
 constexpr int kAllDepths[]{8, 9, 10, 12, 14};
-
-// Samples in a buffer that ends with the last of them.
-struct DeepBlock {
-    std::vector<uint16_t> Samples;
-    ptrdiff_t Pitch = 0; // samples
-
-    DeepBlock(int Width, int Height, ptrdiff_t Pitch, uint16_t Value = 0)
-        : Samples(static_cast<size_t>((Height - 1) * Pitch + Width), Value), Pitch(Pitch)
-    {
-    }
-    // The samples of an 8-bit block.
-    explicit DeepBlock(const Block& b)
-        : Samples(b.Bytes.begin() + static_cast<ptrdiff_t>(b.First), b.Bytes.end()), Pitch(b.Step)
-    {
-    }
-    static DeepBlock Random(TestRandom& Rng, Fill How, int Width, int Height, ptrdiff_t Pitch, int Depth)
-    {
-        DeepBlock b(Width, Height, Pitch);
-        const int Max = (1 << Depth) - 1;
-        for (uint16_t& s : b.Samples)
-            s = static_cast<uint16_t>(How == Fill::AllMax      ? Max
-                                      : How == Fill::ZeroOrMax ? Rng.Range(0, 1) * Max
-                                                               : Rng.Range(0, Max));
-        return b;
-    }
-    ptrdiff_t Step() const { return Pitch * 2; }
-    uint16_t* At(ptrdiff_t x, ptrdiff_t y) { return Samples.data() + y * Pitch + x; }
-    const uint16_t* At(ptrdiff_t x, ptrdiff_t y) const { return Samples.data() + y * Pitch + x; }
-};
-constexpr Fill kDeepFills[]{Fill::Random, Fill::AllMax, Fill::ZeroOrMax};
 
 // A target with guards around it, the same for both sample types.
 struct Targets {
@@ -184,6 +155,20 @@ TEST(CopyClampedDeep, OfEightBitsIsThe8BitKernel)
             CopyClamped_px(Plane.At(0, 0), Plane.Step, 23, 17, x, y, t.NarrowAt(), kNarrowStep, Width, Height);
             CopyClampedDeep_px(Deep.At(0, 0), Deep.Step(), 23, 17, x, y, t.DeepAt(), kDeepStep, Width, Height);
             ASSERT_NO_FATAL_FAILURE(t.ExpectEqual()) << x << ", " << y;
+        }
+}
+
+TEST(CopyBlockDeep, MovesEverySampleAndNoOther)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Width : {16, 8})
+        for (const int Height : kHeights) {
+            const DeepBlock Source = DeepBlock::Random(Rng, Fill::Random, Width, Height, 21, 16);
+            DeepBlock Out(Width + 3, Height, Width + 3, 0xA5A5);
+            CopyBlockDeep_px(Source.At(0, 0), Source.Step(), Out.At(0, 0), Out.Step(), Width, Height);
+            for (int y = 0; y < Height; ++y)
+                for (int x = 0; x < Width + 3; ++x) ASSERT_EQ(*Out.At(x, y), x < Width ? *Source.At(x, y) : 0xA5A5);
         }
 }
 
@@ -418,5 +403,19 @@ KERNEL_TEST(BiWeightBlockDeep, [](BiWeightBlockDeepSig* pFn, BiWeightBlockDeepSi
               Depth);
         });
 });
+
+void CheckCopyBlockDeep(CopyBlockDeepSig* pFn, CopyBlockDeepSig* pReference)
+{
+    TestRandom Rng;
+    for (const int Width : {16, 8})
+        for (const int Height : kHeights) {
+            const DeepBlock a = DeepBlock::Random(Rng, Fill::Random, Width, Height, 19, 16);
+            TwoTargets t(Rng, Fill::Random, Width, Height, 16);
+            pReference(a.At(0, 0), a.Step(), t.Want.At(0, 0), t.Want.Step(), Width, Height);
+            pFn(a.At(0, 0), a.Step(), t.Got.At(0, 0), t.Got.Step(), Width, Height);
+            ASSERT_NO_FATAL_FAILURE(t.ExpectEqual()) << Width << " x " << Height;
+        }
+}
+KERNEL_TEST(CopyBlockDeep, CheckCopyBlockDeep);
 
 } // namespace

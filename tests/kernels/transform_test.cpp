@@ -259,6 +259,7 @@ void CheckForwardDc(ForwardDcSig* pFn, ForwardDcSig* pReference)
 }
 KERNEL_TEST(ForwardLumaDc, CheckForwardDc<16>);
 KERNEL_TEST(ForwardChromaDc420, CheckForwardDc<4>);
+KERNEL_TEST(ForwardChromaDc422, CheckForwardDc<8>);
 
 // ---- The reference's own results ---------------------------------------------------------------------------
 

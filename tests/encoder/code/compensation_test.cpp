@@ -53,7 +53,7 @@ protected:
     {
         const MotionVector v{static_cast<int16_t>(vx), static_cast<int16_t>(vy)};
         alignas(16) uint8_t Got[256], Want[256];
-        CompensateLuma(c.Job.Slices[0].work_area, m_Ref, v, 0, 0, 16, 16, Got, 16);
+        CompensateLuma(c.Job.Slices[0].work_area, m_Ref, v, 0, 0, 16, 16, Got, 16, 8);
         const auto Luma = Clamped<21>(m_Ref.pY, kSide, m_Ref.Height, (vx >> 2) - 2, (vy >> 2) - 2);
         kernels::InterpolateLuma16_px(Luma.data() + 2 * 21 + 2, 21, Want, 16, vx & 3, vy & 3, 16);
         ASSERT_TRUE(std::equal(Got, Got + 256, Want)) << "luma " << vx << ' ' << vy;

@@ -1,0 +1,111 @@
+#include "encoder/code/chroma_residual.h"
+
+#include "Common/h264/chroma_geometry.h"
+#include "encoder/code/coefficients.h"
+#include "encoder/code/quantise.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace UMC_H264_ENCODER {
+
+namespace {
+
+// Of one plane, in 8x8 halves of which 4:2:2 has two.
+template <class Sample>
+class PlaneResidual
+{
+public:
+    PlaneResidual(int Plane, int32_t Blocks, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+        : m_Plane(Plane), m_Blocks(Blocks), m_Mb(mb), m_w(w), m_pLevels(w.Chroma[Plane])
+    {
+    }
+
+    ChromaLevels Reconstruct(const Sample* pPredUV)
+    {
+        ChromaLevels l = QuantiseChroma(m_Mb, pPredUV, m_Plane, m_w);
+        l.AcMask = ListAc(l.AcMask);
+        if (l.HasDc) ListDcLevels(m_w.ChromaDc[m_Plane], m_Blocks, m_w.ChromaDcLevels[m_Plane]);
+        const bool IsLossless = m_Mb.pQuant->IsLossless;
+        const Sample* const pFrom = !IsLossless ? pPredUV + 8 * m_Plane : m_Plane ? m_Mb.pSrcV : m_Mb.pSrcU;
+        Sample* const pDst = m_Plane ? m_Mb.pRecV : m_Mb.pRecU;
+        if (pFrom != pDst)
+            Kernels<Sample>.CopyBlock8(pFrom, IsLossless ? m_Mb.SrcPitch : m_w.kPredStep, pDst, m_Mb.pitch,
+                                       2 * m_Blocks);
+        if (!IsLossless) Add(l, pDst);
+        return l;
+    }
+
+private:
+    // Lists the levels of the AC blocks that are worth their bits, all of the plane or none.
+    uint32_t ListAc(uint32_t Mask)
+    {
+        const Scan Order = ScanOf(*m_Mb.Records.pGlobal);
+        int32_t Cost = 0;
+        for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
+            const auto Block = static_cast<size_t>(std::countr_zero(Rest));
+            Cost += ListLevels(m_pLevels + 16 * Block, 1, Order, m_w.ChromaAcLevels[m_Plane][Block]);
+        }
+        if (!Mask || m_Mb.pQuant->IsLossless || IsChromaAcWorthCoding(Cost, m_Blocks / 4)) return Mask;
+        std::fill_n(m_pLevels, 16 * m_Blocks, typename CodecTraits<Sample>::Coeff{0});
+        return 0;
+    }
+
+    void Add(const ChromaLevels& l, Sample* pDst)
+    {
+        const MacroblockQuant& q = *m_Mb.pQuant;
+        if (l.AcMask) Kernels<Sample>.DequantBlocks(m_pLevels, l.AcMask, m_Blocks, q.pChromaScale, q.ChromaPer, 1);
+        uint32_t Bits = l.AcMask;
+        if (l.HasDc) {
+            const auto pInverse =
+                m_Blocks == 8 ? &*Kernels<Sample>.InverseChromaDc422 : &*Kernels<Sample>.InverseChromaDc420;
+            pInverse(m_w.ChromaDc[m_Plane], q.pChromaDcScale[0], q.ChromaDcPer, m_pLevels);
+            for (int32_t Block = 0; Block < m_Blocks; ++Block) Bits |= (m_pLevels[16 * Block] != 0 ? 1u : 0u) << Block;
+        }
+        for (int32_t Half = 0; Bits >> (4 * Half); ++Half)
+            if (const uint32_t Own = Bits >> (4 * Half) & 15)
+                Kernels<Sample>.AddResidualChroma(m_pLevels + 64 * Half, pDst + 8 * Half * m_Mb.pitch, m_Mb.pitch, Own,
+                                                  m_Mb.pSlice->Syntax.BitDepthChroma);
+    }
+
+    int m_Plane;
+    int32_t m_Blocks;
+    CurrentMacroblock<Sample>& m_Mb;
+    WorkArea<Sample>& m_w;
+    typename CodecTraits<Sample>::Coeff* m_pLevels;
+};
+
+} // namespace
+
+template <class Sample>
+void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+{
+    const int32_t Blocks = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc].Blocks;
+    if (Blocks == 0) return;
+    const ChromaLevels Cb = PlaneResidual<Sample>(0, Blocks, mb, w).Reconstruct(pPredUV);
+    const ChromaLevels Cr = PlaneResidual<Sample>(1, Blocks, mb, w).Reconstruct(pPredUV);
+    LocalMacroblock& Local = *mb.Records.pLocal;
+    Local.Coded |= Cb.AcMask << kCodedCbShift | Cr.AcMask << kCodedCrShift;
+    Local.CodedDc = static_cast<uint8_t>(Local.CodedDc | (Cb.HasDc ? kCodedCbDc : 0) | (Cr.HasDc ? kCodedCrDc : 0));
+    const uint32_t Pattern = (Cb.AcMask | Cr.AcMask) ? 2u << 4 : (Cb.HasDc || Cr.HasDc) ? 1u << 4 : 0u;
+    Local.Pattern = static_cast<uint8_t>(Local.Pattern | Pattern);
+}
+
+template <class Sample>
+void CopyChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb)
+{
+    const int32_t Height = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc].MbHeight;
+    if (Height == 0) return;
+    constexpr int kStep = WorkArea<Sample>::kPredStep;
+    Kernels<Sample>.CopyBlock8(pPredUV, kStep, mb.pRecU, mb.pitch, Height);
+    Kernels<Sample>.CopyBlock8(pPredUV + 8, kStep, mb.pRecV, mb.pitch, Height);
+}
+
+#define INSTANTIATE(Sample)                                                                                            \
+    template void ReconstructChroma(const Sample*, CurrentMacroblock<Sample>&, WorkArea<Sample>&);                     \
+    template void CopyChroma(const Sample*, CurrentMacroblock<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
+
+} // namespace UMC_H264_ENCODER

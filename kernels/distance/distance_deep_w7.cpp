@@ -1,0 +1,175 @@
+// Distances of samples of 2 bytes, which hold 12 bits at most: differences, and sums of a few of them, fit words.
+#include <emmintrin.h>
+#include <initializer_list>
+
+#include "kernels/distance/distance.h"
+
+namespace kernels {
+
+namespace {
+
+constexpr int kMostDifference = 4095;
+
+__m128i Load8(const uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+__m128i Load4(const uint16_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
+
+// Two rows of 4 samples; the step counts samples.
+__m128i Load4x2(const uint16_t* p, ptrdiff_t Step) { return _mm_unpacklo_epi64(Load4(p), Load4(p + Step)); }
+
+__m128i Magnitude(__m128i v) { return _mm_max_epi16(v, _mm_sub_epi16(_mm_setzero_si128(), v)); }
+__m128i Distance(__m128i a, __m128i b) { return Magnitude(_mm_sub_epi16(a, b)); }
+
+// Words in pairs, Times over.
+template <short Times>
+__m128i Widened(__m128i Words)
+{
+    return _mm_madd_epi16(Words, _mm_set1_epi16(Times));
+}
+
+int32_t SumOfFour(__m128i v)
+{
+    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
+    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
+}
+
+// ---- Absolute differences ----------------------------------------------------------------------------------
+
+// Words take eight distances before they are widened.
+static_assert(8 * kMostDifference <= INT16_MAX);
+
+// Four rows of 16 samples, eight of 8, four of 4.
+__m128i Distances16x4(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i Sum = _mm_setzero_si128();
+    for (int y = 0; y < 4; ++y, pA += StepA, pB += StepB)
+        Sum = _mm_add_epi16(Sum, _mm_add_epi16(Distance(Load8(pA), Load8(pB)), Distance(Load8(pA + 8), Load8(pB + 8))));
+    return Widened<1>(Sum);
+}
+
+template <int Rows>
+__m128i Distances8(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i Sum = _mm_setzero_si128();
+    for (int y = 0; y < Rows; ++y, pA += StepA, pB += StepB) Sum = _mm_add_epi16(Sum, Distance(Load8(pA), Load8(pB)));
+    return Widened<1>(Sum);
+}
+
+template <int Rows>
+__m128i Distances4(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i Sum = _mm_setzero_si128();
+    for (int y = 0; y < Rows; y += 2, pA += 2 * StepA, pB += 2 * StepB)
+        Sum = _mm_add_epi16(Sum, Distance(Load4x2(pA, StepA), Load4x2(pB, StepB)));
+    return Widened<1>(Sum);
+}
+
+// Steps of the functions below count samples.
+template <int Width, int Height>
+int32_t Sad(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    if constexpr (Width == 4) return SumOfFour(Distances4<Height>(pA, StepA, pB, StepB));
+    if constexpr (Width == 8 && Height <= 8) return SumOfFour(Distances8<Height>(pA, StepA, pB, StepB));
+    constexpr int kRows = Width == 16 ? 4 : 8;
+    __m128i Sum = _mm_setzero_si128();
+    for (int y = 0; y < Height; y += kRows, pA += kRows * StepA, pB += kRows * StepB)
+        Sum = _mm_add_epi32(Sum, Width == 16 ? Distances16x4(pA, StepA, pB, StepB)
+                                             : Distances8<kRows>(pA, StepA, pB, StepB));
+    return SumOfFour(Sum);
+}
+
+// ---- Hadamard transforms -----------------------------------------------------------------------------------
+
+// The transform of 4x4 differences, two blocks side by side: down, then across after a turn. The last step needs no
+// coefficients: |x + y| + |x - y| = 2 max(|x|, |y|). A value is at most 4 * 4095 after the way down and twice that
+// before the last step.
+static_assert(8 * kMostDifference <= INT16_MAX);
+
+__m128i LargerMagnitude(__m128i a, __m128i b) { return _mm_max_epi16(Magnitude(a), Magnitude(b)); }
+
+// The sum of magnitudes of both blocks, spread over 4 values.
+__m128i Magnitudes(const __m128i Row[4])
+{
+    const __m128i s01 = _mm_add_epi16(Row[0], Row[1]), d01 = _mm_sub_epi16(Row[0], Row[1]);
+    const __m128i s23 = _mm_add_epi16(Row[2], Row[3]), d23 = _mm_sub_epi16(Row[2], Row[3]);
+    const __m128i m0 = _mm_add_epi16(s01, s23), m1 = _mm_sub_epi16(s01, s23);
+    const __m128i m2 = _mm_add_epi16(d01, d23), m3 = _mm_sub_epi16(d01, d23);
+    const __m128i a0 = _mm_unpacklo_epi16(m0, m1), a1 = _mm_unpacklo_epi16(m2, m3); // the left block
+    const __m128i b0 = _mm_unpackhi_epi16(m0, m1), b1 = _mm_unpackhi_epi16(m2, m3); // the right block
+    const __m128i a01 = _mm_unpacklo_epi32(a0, a1), a23 = _mm_unpackhi_epi32(a0, a1);
+    const __m128i b01 = _mm_unpacklo_epi32(b0, b1), b23 = _mm_unpackhi_epi32(b0, b1);
+    const __m128i c0 = _mm_unpacklo_epi64(a01, b01), c1 = _mm_unpackhi_epi64(a01, b01);
+    const __m128i c2 = _mm_unpacklo_epi64(a23, b23), c3 = _mm_unpackhi_epi64(a23, b23);
+    const __m128i Sums = LargerMagnitude(_mm_add_epi16(c0, c1), _mm_add_epi16(c2, c3));
+    const __m128i Differences = LargerMagnitude(_mm_sub_epi16(c0, c1), _mm_sub_epi16(c2, c3));
+    return _mm_add_epi32(Widened<2>(Sums), Widened<2>(Differences));
+}
+
+__m128i Magnitudes8x4(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i Row[4];
+    for (int y = 0; y < 4; ++y) Row[y] = _mm_sub_epi16(Load8(pA + y * StepA), Load8(pB + y * StepB));
+    return Magnitudes(Row);
+}
+
+// The lower of two blocks beside the upper one, or a block alone beside one of zeros.
+template <int Height>
+__m128i Magnitudes4(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i Row[4];
+    for (int y = 0; y < 4; ++y, pA += StepA, pB += StepB)
+        Row[y] = Height == 4 ? _mm_sub_epi16(Load4(pA), Load4(pB))
+                             : _mm_sub_epi16(Load4x2(pA, 4 * StepA), Load4x2(pB, 4 * StepB));
+    return Magnitudes(Row);
+}
+
+template <int Width, int Height>
+int32_t Satd(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    if constexpr (Width == 4) return SumOfFour(Magnitudes4<Height>(pA, StepA, pB, StepB));
+    __m128i Sum = _mm_setzero_si128();
+    for (int y = 0; y < Height; y += 4, pA += 4 * StepA, pB += 4 * StepB)
+        for (int x = 0; x < Width; x += 8) Sum = _mm_add_epi32(Sum, Magnitudes8x4(pA + x, StepA, pB + x, StepB));
+    return SumOfFour(Sum);
+}
+
+} // namespace
+
+#define DISTANCE(Width, Height)                                                                                        \
+    int32_t Sad##Width##x##Height##Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)   \
+    {                                                                                                                  \
+        return Sad<Width, Height>(pA, StepA / 2, pB, StepB / 2);                                                       \
+    }                                                                                                                  \
+    int32_t Satd##Width##x##Height##Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)  \
+    {                                                                                                                  \
+        return Satd<Width, Height>(pA, StepA / 2, pB, StepB / 2);                                                      \
+    }
+DISTANCE(16, 16)
+DISTANCE(16, 8)
+DISTANCE(8, 16)
+DISTANCE(8, 8)
+DISTANCE(8, 4)
+DISTANCE(4, 8)
+DISTANCE(4, 4)
+#undef DISTANCE
+
+void Sad16x16x4Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
+                       int32_t Sum[4])
+{
+    for (int i = 0; i < 4; ++i) Sum[i] = Sad<16, 16>(pA, StepA / 2, ppB[i], StepB / 2);
+}
+
+int32_t SadAverage16x16Deep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pA, ptrdiff_t StepA,
+                               const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i All = _mm_setzero_si128();
+    for (int y = 0; y < 16; y += 4) {
+        __m128i Sum = _mm_setzero_si128();
+        for (int k = 0; k < 4; ++k, pSrc += SrcStep / 2, pA += StepA / 2, pB += StepB / 2)
+            for (const int x : {0, 8})
+                Sum = _mm_add_epi16(Sum, Distance(Load8(pSrc + x), _mm_avg_epu16(Load8(pA + x), Load8(pB + x))));
+        All = _mm_add_epi32(All, Widened<1>(Sum));
+    }
+    return SumOfFour(All);
+}
+
+} // namespace kernels
