@@ -65,8 +65,7 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
 template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
-    return p.coding_type == 0 && p.aux_format_idc == 0 && p.analysis_level <= 1 &&
-           LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
+    return p.coding_type == 0 && p.aux_format_idc == 0 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }
 
 void FillGop(EncoderSettings& Settings)
