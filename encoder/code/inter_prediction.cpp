@@ -61,7 +61,7 @@ void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacrob
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
     PredictFromLists(m, mb, pUV + (y >> ShiftY) * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height >> ShiftY,
                      Slice.BitDepthChroma, [&](const Reference<Sample>& Ref, MotionVector v, Sample* pDst) {
-                         v.y = static_cast<int16_t>(v.y + Ref.ChromaMvOffset);
+                         if (ShiftY) v.y = static_cast<int16_t>(v.y + Ref.ChromaMvOffset);
                          CompensateChroma(w, Ref.View, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, ShiftY,
                                           pDst, w.kPredStep);
                      });

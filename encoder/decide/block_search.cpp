@@ -32,8 +32,8 @@ void FillChroma(const CurrentMacroblock<Sample>& mb, const Reference<Sample>& Re
                 MEParams<Sample>& p)
 {
     p.chroma_format = mb.pSlice->Syntax.chroma_format_idc;
-    p.chroma_mv_offset = Ref.ChromaMvOffset;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[p.chroma_format];
+    p.chroma_mv_offset = Chroma.ShiftY ? Ref.ChromaMvOffset : 0;
     const int32_t Column = x >> Chroma.ShiftX, Row = y >> Chroma.ShiftY;
     p.src_u = mb.pSrcU + Row * mb.SrcPitch + Column;
     p.src_v = mb.pSrcV + Row * mb.SrcPitch + Column;
