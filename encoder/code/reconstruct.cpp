@@ -33,6 +33,7 @@ void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, Wo
         QuantiseInterLuma8x8(mb, t);
     else if (Won.AtHand < BLOCKS_LUMA)
         QuantiseInterLuma(mb, t);
+    t.LumaMask &= ~uint32_t{Won.Emptied};
     if (Won.AtHand < BLOCKS_ALL) PredictInterChroma(Won, mb, w, t.PredUV);
 }
 

@@ -3,6 +3,8 @@
 #include "encoder/picture/picture_loop.h"
 #include "encoder/picture/reference_lists.h"
 
+#include <algorithm>
+
 namespace UMC_H264_ENCODER {
 
 namespace {
@@ -29,6 +31,13 @@ PictureResult Attempt(const EncoderSettings& Settings, SequenceState<Sample>& Se
 }
 
 template <class Sample>
+int32_t CountSkips(const H264EncoderFrame<Sample>& Frame, int32_t MbCount)
+{
+    return static_cast<int32_t>(std::count_if(Frame.mb_global, Frame.mb_global + MbCount,
+                                              [](const GlobalMacroblock& mb) { return mb.Type == MB_SKIP_B; }));
+}
+
+template <class Sample>
 void Commit(const EncoderSettings& Settings, const H264EncoderFrame<Sample>& Frame, const PictureResult& Result,
             SequenceState<Sample>& Sequence, UMC::MediaData& Output)
 {
@@ -40,6 +49,8 @@ void Commit(const EncoderSettings& Settings, const H264EncoderFrame<Sample>& Fra
     if (Result.HasOutgrown) Sequence.make_key_next = true;
     if (FollowsRate(Settings.Params.rate_control_method))
         Sequence.Rate.PostFrame(Frame.frame_type, Sequence.total_bits);
+    if ((Settings.AnalysisFlags & ENC_ANALYSE_DIRECT_AUTO) && Frame.frame_type == FRAME_B)
+        Sequence.Direct.Count(CountSkips(Frame, Settings.Layout.MbCount));
     ++Sequence.frames_encoded;
 }
 
@@ -63,6 +74,7 @@ template <class Sample>
 PictureResult CodeFrame(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
                         H264EncoderFrame<Sample>& Frame, int32_t PictureClass, UMC::MediaData& Output)
 {
+    if (Frame.frame_type == FRAME_B) Sequence.Direct.Choose();
     const RateController RateBefore = Sequence.Rate;
     ForEachFrame(Sequence, [](H264EncoderFrame<Sample>& f) { f.KeepMarks(); });
     if (Job.pScratch) Frame.SwapPlanes(*Job.pScratch); // the source stays there

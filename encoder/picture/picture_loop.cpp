@@ -124,7 +124,9 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
         s.Facts.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
         BuildRefLists(Settings, Sequence, Job, s.Facts);
         if (s.Facts.slice_type == h264::SLICE_B) {
-            s.Facts.B.direct_spatial_mv_pred = (Settings.Params.direct_pred_mode & 1) != 0;
+            s.Facts.B.direct_spatial_mv_pred = Settings.AnalysisFlags & ENC_ANALYSE_DIRECT_AUTO
+                                                   ? Sequence.Direct.IsSpatial
+                                                   : (Settings.Params.direct_pred_mode & 1) != 0;
             DeriveBSliceFacts(Sets.Pps.weighted_bipred_idc == 2, Job, s.Facts);
         }
         RecordReferences(Job, s.Facts);
