@@ -93,10 +93,7 @@ void DividedSearch<Sample>::SetDirect(int q, Division& d)
     const MacroblockMotion& From = *m_Direct.pMotion;
     d.Motion.Direct = static_cast<uint8_t>(d.Motion.Direct | 1 << q);
     d.Motion.SubTypes[q] = From.SubTypes[q];
-    ForEachPartOf(q, From.SubTypes[q], [&](MotionPart Part) {
-        const int r = Part.Raster();
-        Set(Part, {{From.References[0][q], From.References[1][q]}, {From.Vectors[0][r], From.Vectors[1][r]}}, d);
-    });
+    ForEachPartOf(q, From.SubTypes[q], [&](MotionPart Part) { Set(Part, MotionOf(From, Part), d); });
 }
 
 template <class Sample>
@@ -182,9 +179,7 @@ void DividedSearch<Sample>::DivideQuadrants(Division& d)
 {
     Forget();
     for (int q = 0; q < 4; ++q) {
-        const int r = QuadrantPart(q).Raster();
-        const PartMotion m{{d.Motion.References[0][q], d.Motion.References[1][q]},
-                           {d.Motion.Vectors[0][r], d.Motion.Vectors[1][r]}};
+        const PartMotion m = MotionOf(d.Motion, QuadrantPart(q));
         if (d.Motion.Direct >> q & 1)
             SetDirect(q, d);
         else if (m.Ref[0] >= 0 && m.Ref[1] >= 0)

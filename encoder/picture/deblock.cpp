@@ -46,7 +46,13 @@ private:
     };
 
     uint32_t Coded(int32_t Index) const { return h264::SwapBlockOrder(m_pLocal[Index].Coded & kCodedLuma); }
-    bool Moves(int32_t Block, int32_t Other) const;
+    // Whether two 4x4 blocks of inter macroblocks differ in motion.
+    bool Moves(int32_t Block, int32_t Other) const
+    {
+        if (m_IsBSlice) return MovesB(Block, Other);
+        return m_pReferences[0][Block] != m_pReferences[0][Other] ||
+               h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], m_VectorLimit);
+    }
     bool MovesB(int32_t Block, int32_t Other) const;
     int32_t PictureOf(int List, int32_t Block) const
     {
@@ -77,15 +83,6 @@ private:
     int32_t m_ChromaHeight; // of a macroblock; 0 without chroma
     CachedParams m_Luma, m_Chroma;
 };
-
-// Whether two 4x4 blocks of inter macroblocks differ in motion.
-template <class Sample>
-bool MacroblockFilter<Sample>::Moves(int32_t Block, int32_t Other) const
-{
-    if (m_IsBSlice) return MovesB(Block, Other);
-    return m_pReferences[0][Block] != m_pReferences[0][Other] ||
-           h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], m_VectorLimit);
-}
 
 // Which pictures are referred to counts, not by which list.
 template <class Sample>
