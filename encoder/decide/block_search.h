@@ -32,6 +32,13 @@ inline int32_t SearchLimit(const EncoderSettings& Settings, int32_t Qp)
     return Settings.AnalysisFlags & ENC_ANALYSE_ME_EARLY_EXIT ? Settings.ThresholdME[PriceIndex(Qp)] : 0;
 }
 
+/// Price of the difference of a vector to its prediction.
+inline int32_t DifferencePrice(int32_t Qp, MotionVector Vector, MotionVector Predicted)
+{
+    const MotionVector d = Vector - Predicted;
+    return BitPrice(Qp, MVBits()[d.x] + MVBits()[d.y]);
+}
+
 /// Price of naming reference r of n.
 inline int32_t ReferencePrice(int32_t Qp, int32_t r, int32_t n)
 {

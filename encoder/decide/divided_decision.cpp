@@ -135,12 +135,13 @@ int32_t DividedSearch<Sample>::TryShape(int q, uint8_t Shape, int List, const Di
     const int8_t Ref = d.Motion.References[List][q];
     const bool Is4x4 = Shape == SUB_4X4;
     const MotionPart Quadrant = QuadrantPart(q);
-    int32_t Cost = ReferencePrice(m_Qp, Ref, Search.Count()) + Price(Is4x4 ? kBitsOf4x4 : kBitsOf8x4);
+    const int32_t PriceOfRef = ReferencePrice(m_Qp, Ref, Search.Count());
+    int32_t Cost = PriceOfRef + Price(Is4x4 ? kBitsOf4x4 : kBitsOf8x4);
     Search.Grid.Set(Quadrant.x, Quadrant.y, 2, 2, {0, 0}, h264::kRefUnavailable);
     ForEachPartOf(q, Shape, [&](MotionPart Part) {
         const FoundPart f =
             Search.Search(MB_INTER8X8, Part, Ref, m_Limit >> (Is4x4 ? 4 : 3), d.Motion.Vectors[List][Part.Raster()]);
-        Cost += f.Cost - f.ReferencePrice;
+        Cost += f.Cost - PriceOfRef;
         *pVectors++ = f.Vector;
         Search.Grid.Set(Part.x, Part.y, Part.Width, Part.Height, f.Vector, Ref);
     });

@@ -47,7 +47,7 @@ private:
 
     uint32_t Coded(int32_t Index) const { return h264::SwapBlockOrder(m_pLocal[Index].Coded & kCodedLuma); }
     // Whether two 4x4 blocks of inter macroblocks differ in motion.
-    bool Moves(int32_t Block, int32_t Other) const
+    [[gnu::always_inline]] bool Moves(int32_t Block, int32_t Other) const
     {
         if (m_IsBSlice) return MovesB(Block, Other);
         return m_pReferences[0][Block] != m_pReferences[0][Other] ||
@@ -64,7 +64,8 @@ private:
     uint32_t OuterMoves(int32_t Index, int32_t Neighbour, bool IsVertical) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
-    void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
+    [[gnu::always_inline]] inline void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter,
+                                                 int32_t QpInner) const;
     void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool IsVertical);
 
     const EncoderSettings& m_Settings;
