@@ -91,7 +91,11 @@ template <class Sample>
     p.pTrial = w.Trial;
     p.pTrialUV = w.TrialUV;
     p.pVisited = w.pVisited.get();
-    if (p.flags & ENC_ANALYSE_ME_CHROMA) detail::FillChroma(mb, Ref, x, y, p);
+    if (!(p.flags & ENC_ANALYSE_ME_CHROMA)) return;
+    if (mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_400) // an auxiliary picture
+        p.flags &= ~uint32_t{ENC_ANALYSE_ME_CHROMA};
+    else
+        detail::FillChroma(mb, Ref, x, y, p);
 }
 
 /// Vectors that a 16x16 search of a list starts from: the predictor, none, the neighbours, and what the reference

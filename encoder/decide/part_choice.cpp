@@ -15,7 +15,8 @@ int32_t PartDistance(const EncoderSettings& Settings, const CurrentMacroblock<Sa
     const auto pDistance =
         IsSad ? SadFunction<Sample>(SizeCode(Width, Height)) : SatdFunction<Sample>(SizeCode(Width, Height));
     int32_t Sum = pDistance(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, pY + y * kStep + x, kStep);
-    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) return Sum;
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) || mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_400)
+        return Sum;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc];
     const int32_t cx = x >> Chroma.ShiftX, cy = y >> Chroma.ShiftY;
     for (int Plane = 0; Plane < 2; ++Plane)

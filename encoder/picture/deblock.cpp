@@ -33,7 +33,7 @@ public:
           m_DepthChroma(s.Syntax.BitDepthChroma), m_IsISlice(s.slice_type == h264::SLICE_I),
           m_IsBSlice(s.slice_type == h264::SLICE_B), m_VectorLimit(s.IsField ? 2 : 4),
           m_IntraTop(s.IsField ? h264::kIntraFieldTop : h264::kIntraOuter),
-          m_ChromaHeight(h264::kChromaGeometry[Settings.Layout.ChromaFormat].MbHeight)
+          m_ChromaHeight(h264::kChromaGeometry[s.Syntax.chroma_format_idc].MbHeight)
     {
     }
 

@@ -11,6 +11,23 @@ namespace {
 
 constexpr int32_t kCoarsestQp = 51;
 
+// One attempt at one picture of a frame, with its auxiliary picture. Only the bits of the one coded last are counted:
+// that is deliberate.
+template <class Sample>
+void AttemptPart(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+                 H264EncoderFrame<Sample>& Frame, PictureStructure Structure, int32_t Class, UMC::MediaData& Output,
+                 PictureResult& Result)
+{
+    const int64_t BitsBefore = Result.Bits;
+    const int Pictures = Settings.Layout.HasAlpha ? 2 : 1;
+    for (int i = 0; i < Pictures && Result.Status == UMC::StatusOk; ++i) {
+        Result.Bits = BitsBefore;
+        Job.Begin(Frame, {Structure, i > 0}, Class);
+        if (Job.pScratch) Job.KeepSourceIn(*Job.pScratch);
+        EncodePicture(Settings, Sequence, Job, Output, Result);
+    }
+}
+
 // One attempt at all pictures of a frame. A second field is no IDR picture.
 template <class Sample>
 PictureResult Attempt(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
@@ -21,10 +38,8 @@ PictureResult Attempt(const EncoderSettings& Settings, SequenceState<Sample>& Se
     PictureResult Result = BeginResult(Settings, Sequence, PictureClass, Output);
     for (int i = 0; i < (InFields ? 2 : 1) && Result.Status == UMC::StatusOk; ++i) {
         const int32_t Class = i > 0 && PictureClass == CLASS_IDR ? CLASS_REFERENCE : PictureClass;
-        Job.Begin(Frame, InFields ? kFields[i] : kFrame[i], Class);
-        if (Job.pScratch) Job.KeepSourceIn(*Job.pScratch);
         UpdateRefLists(Sequence, Frame);
-        EncodePicture(Settings, Sequence, Job, Output, Result);
+        AttemptPart(Settings, Sequence, Job, Frame, InFields ? kFields[i] : kFrame[i], Class, Output, Result);
         if (Result.Status == UMC::StatusOk && Class != CLASS_DISPOSABLE) UpdateMarking(Settings, Job, Sequence);
     }
     return Result;
