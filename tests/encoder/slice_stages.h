@@ -3,6 +3,7 @@
 
 #include "encoder/code/reconstruct.h"
 #include "encoder/decide/inter_decision.h"
+#include "encoder/decide/intra_blocks.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/macroblock_decision.h"
 #include "encoder/state/slice_context.h"
@@ -29,7 +30,7 @@ inline void TryFinerIntra(const EncoderSettings& Settings, Slice8& s, Candidate&
 {
     UMC_H264_ENCODER::TryFinerIntra(Settings, s.cur_mb, s.work_area, Best);
 }
-inline void Commit(const Candidate& Won, Slice8& s) { UMC_H264_ENCODER::Commit(Won, s.work_area, s.cur_mb.Records); }
+inline void Commit(const Candidate& Won, Slice8& s) { UMC_H264_ENCODER::Commit(Won, s.work_area, s.cur_mb); }
 /// Decides the macroblock in hand and commits what won.
 inline Candidate AnalyseMacroblock(const EncoderSettings& Settings, Slice8& s)
 {

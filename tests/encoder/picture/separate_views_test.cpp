@@ -48,7 +48,7 @@ public:
     {
         auto& q = m_Core.Sequence;
         const FrameLayout& l = m_Core.Settings.Layout;
-        ASSERT_EQ(m_Source.Allocate(MakeLayout(kWidth + 64, kHeight, 1, 8, true, false)), UMC::StatusOk);
+        ASSERT_EQ(m_Source.Allocate(MakeLayout(kWidth + 64, kHeight, 1, 8, 8, true, false)), UMC::StatusOk);
         ASSERT_NE(m_Source.m_Pitch, l.Pitch);
         ASSERT_EQ(q.InputList.InsertFrame(Input, l, &m_Allocator, m_Core.Converter, m_pLast), UMC::StatusOk);
         MoveSamples();

@@ -15,7 +15,7 @@ class Job : public testing::Test
 protected:
     void SetUp() override
     {
-        const FrameLayout Layout = MakeLayout(kWidth, kHeight, 1, 8, false, false);
+        const FrameLayout Layout = MakeLayout(kWidth, kHeight, 1, 8, 8, false, false);
         for (auto* const pFrame : {&m_Frame, &m_Kept}) {
             ASSERT_EQ(pFrame->Allocate(Layout), UMC::StatusOk);
             for (int32_t y = 0; y < kHeight; ++y) // each line tells its number, and chroma its plane

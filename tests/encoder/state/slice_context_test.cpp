@@ -32,9 +32,9 @@ concept WritesRecords = requires(Holder& mb)
     mb.Records.pLocal->Cost = 1;
 }
 || requires(Holder& mb) { mb.Records.pGlobal->Type = MB_PCM; }
-|| requires(Holder& mb) { mb.Records.pVectors[0] = MotionVector{}; }
-|| requires(Holder& mb) { mb.Records.pReferences[0] = 1; }
-|| requires(Holder& mb) { mb.Records.pDifferences[0] = MotionVector{}; }
+|| requires(Holder& mb) { mb.Records.pVectors[0][0] = MotionVector{}; }
+|| requires(Holder& mb) { mb.Records.pReferences[0][0] = 1; }
+|| requires(Holder& mb) { mb.Records.pDifferences[0][0] = MotionVector{}; }
 || requires(Holder& mb) { mb.Records.pIntraModes[0] = 1; }
 || requires(Holder& mb) { mb.Records.pCounts[0] = 1; };
 
