@@ -19,17 +19,19 @@ void JoinPredictions(const Sample* pA, Sample* pDst, int32_t Width, int32_t Heig
         Kernels<Sample>.BiWeightBlock(pA, kStep, pDst, kStep, Width, Height, 5, 64 - Weight1, Weight1, 0, Depth);
 }
 
-// Predicts from the lists that are used, by Compensate(View, Vector, pDst), and joins two predictions.
+// Predicts from the lists that are used, by Compensate(Reference, Vector, pDst), and joins two predictions.
 template <class Sample, class F>
 void PredictFromLists(const PartMotion& m, const CurrentMacroblock<Sample>& mb, Sample* pDst, Sample* pOther,
                       int32_t Planes, int32_t Width, int32_t Height, int32_t Depth, F&& Compensate)
 {
     const SliceFacts<Sample>& Slice = *mb.pSlice;
-    const auto View = [&](int List) { return Slice.ref_pic_lists.Pictures[List][m.Ref[List]].View; };
-    if (m.Ref[1] < 0) return Compensate(View(0), m.Vector[0], pDst);
-    Compensate(View(1), m.Vector[1], pDst);
+    const auto Ref = [&](int List) -> const Reference<Sample>& {
+        return Slice.ref_pic_lists.Pictures[List][m.Ref[List]];
+    };
+    if (m.Ref[1] < 0) return Compensate(Ref(0), m.Vector[0], pDst);
+    Compensate(Ref(1), m.Vector[1], pDst);
     if (m.Ref[0] < 0) return;
-    Compensate(View(0), m.Vector[0], pOther);
+    Compensate(Ref(0), m.Vector[0], pOther);
     const int32_t Weight1 = Slice.B.HasImplicitWeights ? Slice.B.ImplicitWeight[m.Ref[0]][m.Ref[1]] : h264::kEvenWeight;
     for (int32_t Plane = 0; Plane < Planes; ++Plane)
         JoinPredictions(pOther + 8 * Plane, pDst + 8 * Plane, Width, Height, Weight1, Depth);
@@ -43,9 +45,9 @@ void PredictPartLuma(const PartMotion& m, MotionPart Part, const CurrentMacroblo
 {
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
     PredictFromLists(m, mb, pY + y * w.kPredStep + x, w.OtherY, 1, Width, Height, mb.pSlice->Syntax.BitDepthLuma,
-                     [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
-                         CompensateLuma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst, w.kPredStep,
-                                        mb.pSlice->Syntax.BitDepthLuma);
+                     [&](const Reference<Sample>& Ref, MotionVector v, Sample* pDst) {
+                         CompensateLuma(w, Ref.View, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, pDst,
+                                        w.kPredStep, mb.pSlice->Syntax.BitDepthLuma);
                      });
 }
 
@@ -58,9 +60,10 @@ void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacrob
     const int32_t ShiftY = h264::kChromaGeometry[Slice.chroma_format_idc].ShiftY;
     const int32_t x = 4 * Part.x, y = 4 * Part.y, Width = 4 * Part.Width, Height = 4 * Part.Height;
     PredictFromLists(m, mb, pUV + (y >> ShiftY) * w.kPredStep + x / 2, w.OtherUV, 2, Width / 2, Height >> ShiftY,
-                     Slice.BitDepthChroma, [&](const PictureView<const Sample>& Ref, MotionVector v, Sample* pDst) {
-                         CompensateChroma(w, Ref, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, ShiftY, pDst,
-                                          w.kPredStep);
+                     Slice.BitDepthChroma, [&](const Reference<Sample>& Ref, MotionVector v, Sample* pDst) {
+                         if (ShiftY) v.y = static_cast<int16_t>(v.y + Ref.ChromaMvOffset);
+                         CompensateChroma(w, Ref.View, v, mb.mb_x * 16 + x, mb.mb_y * 16 + y, Width, Height, ShiftY,
+                                          pDst, w.kPredStep);
                      });
 }
 

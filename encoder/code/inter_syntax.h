@@ -13,21 +13,21 @@ inline constexpr uint8_t kQuadrantBlock[4]{0, 2, 8, 10};
 
 // The lists of a partition: bit 0 list 0, bit 1 list 1.
 template <class LevelType>
-uint32_t ListsOf(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
+static uint32_t ListsOf(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
 {
     const uint32_t Block = kQuadrantBlock[Quadrant];
     return (m.pReferences[0][Block] >= 0 ? 1u : 0u) | (m.pReferences[1][Block] >= 0 ? 2u : 0u);
 }
 
 template <class LevelType>
-bool IsDirect(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
+static bool IsDirect(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
 {
     return (m.Local.Direct >> Quadrant & 1) != 0;
 }
 
 // mb_type of P slices, Table 7-13.
 template <class Policy>
-uint32_t InterMbTypeP(uint32_t Type)
+static uint32_t InterMbTypeP(uint32_t Type)
 {
     if (Policy::kCabac && Type == MB_INTER8X8_REF0) Type = MB_INTER8X8; // P_8x8ref0 is no type of CABAC
     return Type - MB_INTER16X16;
@@ -35,7 +35,7 @@ uint32_t InterMbTypeP(uint32_t Type)
 
 // mb_type of B slices, Table 7-14.
 template <class LevelType>
-uint32_t InterMbTypeB(const MacroblockSyntax<LevelType>& m)
+static uint32_t InterMbTypeB(const MacroblockSyntax<LevelType>& m)
 {
     // Of halves one above the other, by the lists of the first and of the second; side by side it is one more.
     static constexpr uint8_t kHalves[4][4]{{}, {0, 4, 8, 12}, {0, 10, 6, 14}, {0, 16, 18, 20}};
@@ -50,7 +50,7 @@ uint32_t InterMbTypeB(const MacroblockSyntax<LevelType>& m)
 
 // sub_mb_type of B slices, Table 7-18.
 template <class LevelType>
-uint32_t SubMbTypeB(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
+static uint32_t SubMbTypeB(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
 {
     static constexpr uint8_t kTypes[4][4]{{0, 1, 2, 3}, {0, 4, 6, 8}, {0, 5, 7, 9}, {0, 10, 11, 12}};
     return IsDirect(m, Quadrant) ? 0 : kTypes[m.Local.SubTypes[Quadrant]][ListsOf(m, Quadrant)];
@@ -58,7 +58,7 @@ uint32_t SubMbTypeB(const MacroblockSyntax<LevelType>& m, uint32_t Quadrant)
 
 // ref_idx of a partition in one list.
 template <class LevelType, class Policy>
-void WriteReference(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t List, uint32_t Quadrant)
+static void WriteReference(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t List, uint32_t Quadrant)
 {
     const int8_t Ref = m.pReferences[List][kQuadrantBlock[Quadrant]];
     if (Ref >= 0) p.RefIdx(Quadrant, static_cast<uint32_t>(Ref), static_cast<uint32_t>(m.num_ref_idx[List]));
@@ -66,7 +66,7 @@ void WriteReference(const MacroblockSyntax<LevelType>& m, Policy& p, uint32_t Li
 
 // Clause 7.3.5.2, of a macroblock in quadrants.
 template <class LevelType, class Policy>
-[[gnu::noinline]] void WriteSubPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] static void WriteSubPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const bool IsB = m.Slice.slice_type == h264::SLICE_B;
     for (uint32_t q = 0; q < 4; ++q) {
@@ -93,7 +93,7 @@ template <class LevelType, class Policy>
 
 // Clause 7.3.5.1, of halves in P and B slices and of whole macroblocks in B slices.
 template <class LevelType, class Policy>
-[[gnu::noinline]] void WriteParts(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] static void WriteParts(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint32_t Lists = m.Slice.slice_type == h264::SLICE_B ? 2 : 1;
     for (uint32_t List = 0; List < Lists; ++List) {
@@ -111,7 +111,7 @@ template <class LevelType, class Policy>
 
 // P_L0_16x16, the most frequent of all.
 template <class LevelType, class Policy>
-void WriteWholeP(const MacroblockSyntax<LevelType>& m, Policy& p)
+static void WriteWholeP(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     if (m.num_ref_idx[0] > 1) {
         p.StartReferences(0, m.pReferences[0], 0);
@@ -121,7 +121,7 @@ void WriteWholeP(const MacroblockSyntax<LevelType>& m, Policy& p)
 }
 
 template <class LevelType, class Policy>
-void WriteInterPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
+static void WriteInterPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     if (m.Type == MB_INTER16X16 && m.Slice.slice_type == h264::SLICE_P)
         WriteWholeP(m, p);
@@ -133,7 +133,7 @@ void WriteInterPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 
 // noSubMbPartSizeLessThan8x8Flag and the like of clause 7.3.5: whether the 8x8 transform may serve the macroblock.
 template <class LevelType>
-bool MayTransform8x8(const MacroblockSyntax<LevelType>& m)
+static bool MayTransform8x8(const MacroblockSyntax<LevelType>& m)
 {
     if (m.Type < MB_INTER8X8) return true;
     if (m.Type == MB_DIRECT) return m.Slice.direct_8x8_inference_flag;

@@ -14,8 +14,8 @@ namespace UMC_H264_ENCODER {
 //
 // With the 8x8 transform (kFlagTransform8x8) all four bits of a quadrant with levels are set. CABAC then reads
 // pLuma8x8; CAVLC reads the quadrant's four interleaved lists (clause 7.3.5.3.2) in pLuma, any of which may be empty.
-// The record of MB_PCM, for the contexts of later macroblocks, has all bits of Coded and CodedDc, Pattern 0x2F and
-// ChromaMode 0.
+// An inter macroblock without luma in its pattern is not one with that transform, for its neighbours either. The record
+// of MB_PCM, for the contexts of later macroblocks, has all bits of Coded and CodedDc, Pattern 0x2F and ChromaMode 0.
 template <class LevelType>
 struct MacroblockSyntax {
     const SyntaxOfSlice& Slice;

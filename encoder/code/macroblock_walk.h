@@ -1,5 +1,6 @@
 // The walk over a macroblock's syntax. It is compiled once for each entropy coder and type of level, in a source of its
-// own: together they would be too much for the compiler to inline what each macroblock runs through.
+// own: together they would be too much for the compiler to inline what each macroblock runs through. For the same
+// reason its functions are static: those with one caller become part of it, whatever their size.
 #pragma once
 
 #include "Common/h264/intra_modes.h"
@@ -9,14 +10,14 @@
 namespace UMC_H264_ENCODER {
 
 template <class LevelType>
-bool Is8x8(const MacroblockSyntax<LevelType>& m)
+static bool Is8x8(const MacroblockSyntax<LevelType>& m)
 {
     return (m.Flags & kFlagTransform8x8) != 0;
 }
 
 // mb_type of an intra macroblock, Table 7-11.
 template <class LevelType>
-uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
+static uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
 {
     if (m.Type == MB_INTRA4X4) return h264::kIntraNxNType;
     if (m.Type == MB_PCM) return h264::kIntraPcmType;
@@ -25,7 +26,7 @@ uint32_t IntraMbType(const MacroblockSyntax<LevelType>& m)
 }
 
 template <class LevelType, class Policy>
-[[gnu::always_inline]] inline void WriteMbType(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
+static void WriteMbType(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
 {
     if (m.Slice.slice_type == h264::SLICE_P)
         p.MbTypeP(IsIntraMb ? h264::kFirstIntraTypeP + IntraMbType(m) : InterMbTypeP<Policy>(m.Type));
@@ -36,12 +37,11 @@ template <class LevelType, class Policy>
 }
 
 // Modes of 4x4 or 8x8 blocks. An 8x8 block looks at the 4x4 blocks left of and above its first one (clause 8.3.2.1).
-template <class LevelType, class Policy>
-void WriteIntraModes(const MacroblockSyntax<LevelType>& m, Policy& p)
+template <size_t kStep, class LevelType, class Policy>
+static void WriteIntraModes(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint8_t* const pModes = m.pIntraModes;
-    const size_t Step = m.Flags & kFlagTransform8x8 ? 4 : 1;
-    for (size_t Index = 0; Index < 16; Index += Step) {
+    for (size_t Index = 0; Index < 16; Index += kStep) {
         const uint8_t r = h264::kBlockRaster[Index];
         const int32_t x = r & 3, y = r >> 2, Mode = pModes[r];
         const int32_t Left = x > 0 ? pModes[r - 1] : m.Around.LeftModes[y];
@@ -52,23 +52,26 @@ void WriteIntraModes(const MacroblockSyntax<LevelType>& m, Policy& p)
 }
 
 template <class LevelType>
-bool HasChroma(const MacroblockSyntax<LevelType>& m)
+static bool HasChroma(const MacroblockSyntax<LevelType>& m)
 {
     return m.Slice.chroma_format_idc != h264::CHROMA_400;
 }
 
 template <class LevelType, class Policy>
-[[gnu::always_inline]] inline void WriteIntraPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
+static void WriteIntraPrediction(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     if (m.Type == MB_INTRA4X4) {
         if (m.Slice.transform_8x8_mode_flag) p.Transform8x8(Is8x8(m));
-        WriteIntraModes(m, p);
+        if (Is8x8(m))
+            WriteIntraModes<4>(m, p);
+        else
+            WriteIntraModes<1>(m, p);
     }
     if (HasChroma(m)) p.IntraChromaMode(m.Local.ChromaMode);
 }
 
 template <class LevelType, class Policy>
-[[gnu::noinline]] void WritePcm(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] static void WritePcm(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const auto ChromaSamples = static_cast<uint32_t>(2 * 16 * h264::kChromaGeometry[m.Slice.chroma_format_idc].Blocks);
     p.Pcm(m.pPcm, 256, m.Slice.BitDepthLuma, ChromaSamples, m.Slice.BitDepthChroma);
@@ -77,7 +80,7 @@ template <class LevelType, class Policy>
 
 // coded_block_pattern, and transform_size_8x8_flag where it stands behind it.
 template <class LevelType, class Policy>
-[[gnu::always_inline]] inline void WritePattern(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
+static void WritePattern(const MacroblockSyntax<LevelType>& m, Policy& p, bool IsIntraMb)
 {
     p.CodedBlockPattern(m.Local.Pattern, IsIntraMb, HasChroma(m));
     if (m.Slice.transform_8x8_mode_flag && !IsIntraMb && (m.Local.Pattern & 15) != 0 && MayTransform8x8(m))
@@ -85,33 +88,33 @@ template <class LevelType, class Policy>
 }
 
 // A difference of two QPY as clause 7.4.5 has it in range: what lies beyond comes back from the other end.
-inline int32_t WrapQpDelta(int32_t Delta, int32_t BitDepthLuma)
+static int32_t WrapQpDelta(int32_t Delta, int32_t BitDepthLuma)
 {
     const int32_t Half = 26 + 3 * (BitDepthLuma - 8); // 26 + QpBdOffsetY / 2
     return Delta < -Half ? Delta + 2 * Half : Delta >= Half ? Delta - 2 * Half : Delta;
 }
 
 template <class LevelType, class Policy>
-[[gnu::noinline]] void WriteLuma8x8(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] static void WriteLuma8x8(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant)
         if (m.Local.Pattern >> Quadrant & 1) p.Luma8x8(Quadrant, m.pLuma8x8, m.pLuma);
 }
 
-template <class LevelType, class Policy>
-void WriteLuma(const MacroblockSyntax<LevelType>& m, Policy& p, h264::BlockCat Cat)
+template <h264::BlockCat kCat, class LevelType, class Policy>
+static void WriteLuma(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     p.StartLuma(m.Local.Coded);
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {
         if (!(m.Local.Pattern >> Quadrant & 1)) continue;
         for (uint32_t Index = 4 * Quadrant; Index < 4 * Quadrant + 4; ++Index)
-            p.Luma(Cat, Index, m.Local.Coded >> Index & 1 ? &m.pLuma[Index] : nullptr);
+            p.Luma(kCat, Index, m.Local.Coded >> Index & 1 ? &m.pLuma[Index] : nullptr);
     }
 }
 
 // The chroma of clause 7.3.5.3, of planes with kBlocks blocks: as many levels has their DC.
 template <uint32_t kBlocks, class LevelType, class Policy>
-void WriteChroma(const MacroblockSyntax<LevelType>& m, Policy& p)
+static void WriteChroma(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     const uint32_t Coded = m.Local.Coded, CodedDc = m.Local.CodedDc;
     p.ChromaDc(0, kBlocks, CodedDc & kCodedCbDc ? &m.pChromaDc[0] : nullptr);
@@ -127,14 +130,17 @@ void WriteChroma(const MacroblockSyntax<LevelType>& m, Policy& p)
 
 // Clause 7.3.5.3.
 template <class LevelType, class Policy>
-void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
+[[gnu::noinline]] static void WriteResidual(const MacroblockSyntax<LevelType>& m, Policy& p)
 {
     p.StartResidual((m.Flags & kFlagField) != 0);
-    if (m.Type == MB_INTRA16X16) p.LumaDc(m.Local.CodedDc & kCodedLumaDc ? &m.LumaDc : nullptr);
-    if (Is8x8(m))
+    if (m.Type == MB_INTRA16X16) {
+        p.LumaDc(m.Local.CodedDc & kCodedLumaDc ? &m.LumaDc : nullptr);
+        WriteLuma<h264::CAT_LUMA_AC>(m, p);
+    } else if (!Is8x8(m)) {
+        WriteLuma<h264::CAT_LUMA_4x4>(m, p);
+    } else {
         WriteLuma8x8(m, p);
-    else
-        WriteLuma(m, p, m.Type == MB_INTRA16X16 ? h264::CAT_LUMA_AC : h264::CAT_LUMA_4x4);
+    }
     if (m.Local.Pattern >> 4 == 0) return;
     if (m.Slice.chroma_format_idc == h264::CHROMA_422)
         WriteChroma<8>(m, p);

@@ -84,7 +84,7 @@ MacroblockMotion MotionOfWhole(const PartMotion& m)
 
 template <class Sample>
 Candidate DecideB(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, uint8_t Slot,
-                  WorkArea<Sample>& w)
+                  WorkArea<Sample>& w, TrialCoder<Sample>* pTrials)
 {
     const int32_t Qp = mb.Records.pLocal->Qp, Limit = SearchLimit(Settings, Qp);
     const DirectForm Direct = TryDirect(Settings, mb, Slot, w);
@@ -106,10 +106,14 @@ Candidate DecideB(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     DirectOffer Offer;
     if (Direct.IsUsable) Offer.pMotion = &Direct.Motion;
     std::copy_n(Direct.Distance, 4, Offer.Distance);
-    return DecideDivided(Settings, mb, Best, Lists, Offer, w);
+    return DecideDivided(Settings, mb, Best, Lists, Offer, w, pTrials);
 }
 
-template Candidate DecideB(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, uint8_t, WorkArea<uint8_t>&);
-template Candidate DecideB(const EncoderSettings&, const CurrentMacroblock<uint16_t>&, uint8_t, WorkArea<uint16_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template Candidate DecideB(const EncoderSettings&, const CurrentMacroblock<Sample>&, uint8_t, WorkArea<Sample>&,   \
+                               TrialCoder<Sample>*);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

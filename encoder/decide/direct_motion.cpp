@@ -21,10 +21,10 @@ struct ColBlock {
 template <class Sample>
 ColBlock FindColBlock(const CurrentMacroblock<Sample>& mb, int32_t Raster)
 {
-    const H264EncoderFrame<Sample>& Col = *mb.pSlice->ref_pic_lists.Pictures[1][0].pFrame;
-    const size_t i = static_cast<size_t>(mb.mb_index) * 16 + static_cast<size_t>(Raster);
-    const int32_t List = Col.mb_reference[0][i] >= 0 ? 0 : 1;
-    return {List, Col.mb_reference[List][i], Col.mb_motion[List][i]};
+    const Reference<Sample>& Col = mb.pSlice->ref_pic_lists.Pictures[1][0];
+    const ptrdiff_t i = ptrdiff_t{mb.mb_index} * 16 + Raster;
+    const int32_t List = Col.pReferences[0][i] >= 0 ? 0 : 1;
+    return {List, Col.pReferences[List][i], Col.pVectors[List][i]};
 }
 
 // colZeroFlag of clause 8.4.1.2.2; all references are short-term.

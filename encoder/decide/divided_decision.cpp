@@ -30,10 +30,11 @@ class DividedSearch
 {
 public:
     DividedSearch(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Candidate& Whole,
-                  ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w)
+                  ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w,
+                  TrialCoder<Sample>* pTrials)
         : m_Settings(Settings), m_Mb(mb), m_Whole(Whole), m_pLists(pLists), m_Direct(Direct), m_w(w),
-          m_Qp(mb.Records.pLocal->Qp), m_Limit(SearchLimit(Settings, m_Qp)),
-          m_Lists(h264::ListsOf(mb.pSlice->slice_type))
+          m_pTrials(Settings.AnalysisFlags & ENC_ANALYSE_RD_OPT ? pTrials : nullptr), m_Qp(mb.Records.pLocal->Qp),
+          m_Limit(SearchLimit(Settings, m_Qp)), m_Lists(h264::ListsOf(mb.pSlice->slice_type))
     {
     }
 
@@ -51,6 +52,8 @@ private:
     void DivideQuadrant(int q, Division& d);
     int32_t TryShape(int q, uint8_t Shape, int List, const Division& d, MotionVector* pVectors);
     void SearchHalves(MacroblockType Type, const Division& Quadrants, Division& d);
+    Candidate Choose(const Division* const (&pDivisions)[3]) const;
+    Candidate ChooseByTrial(const Division* const (&pDivisions)[3]);
     ReferenceRange RangeOfHalf(int List, int First, int Second, const Division& Quadrants) const;
 
     const EncoderSettings& m_Settings;
@@ -59,6 +62,7 @@ private:
     ListSearch<Sample>* m_pLists;
     const DirectOffer& m_Direct;
     WorkArea<Sample>& m_w;
+    TrialCoder<Sample>* m_pTrials; // null to compare by estimates
     int32_t m_Qp, m_Limit;
     int32_t m_Lists; // of the slice
     int32_t m_QuadrantCosts[4];
@@ -231,29 +235,61 @@ Candidate DividedSearch<Sample>::Decide()
         SearchHalves(MB_INTER16X8, Quadrants, Rows);
         SearchHalves(MB_INTER8X16, Quadrants, Columns);
     }
-    if (m_Whole.Cost <= std::min({Quadrants.Cost, Rows.Cost, Columns.Cost})) return m_Whole;
     const int8_t* const pRefs = Quadrants.Motion.References[0];
     if (m_Lists == 1 && std::all_of(pRefs, pRefs + 4, [](int8_t r) { return r == 0; }))
         Quadrants.Type = MB_INTER8X8_REF0;
-    const Division& Won = Quadrants.Cost <= std::min(Rows.Cost, Columns.Cost) ? Quadrants
-                          : Rows.Cost > Columns.Cost                          ? Columns
-                                                                              : Rows;
-    m_w.Motion[m_Whole.Slot] = Won.Motion;
-    return {.Cost = Won.Cost, .Type = Won.Type, .Slot = m_Whole.Slot};
+    const Division* const pDivisions[3]{&Quadrants, &Rows, &Columns};
+    return m_pTrials ? ChooseByTrial(pDivisions) : Choose(pDivisions);
+}
+
+template <class Sample>
+Candidate DividedSearch<Sample>::Choose(const Division* const (&pDivisions)[3]) const
+{
+    const Division* pWon = nullptr;
+    int32_t Least = m_Whole.Cost;
+    for (const Division* const p : pDivisions) {
+        if (p->Cost >= Least) continue;
+        Least = p->Cost;
+        pWon = p;
+    }
+    if (!pWon) return m_Whole;
+    m_w.Motion[m_Whole.Slot] = pWon->Motion;
+    return {.Cost = pWon->Cost, .Type = pWon->Type, .Slot = m_Whole.Slot};
+}
+
+template <class Sample>
+Candidate DividedSearch<Sample>::ChooseByTrial(const Division* const (&pDivisions)[3])
+{
+    const auto TrialSlot = static_cast<uint8_t>(m_Whole.Slot ^ 1);
+    Candidate Best = m_Whole;
+    Best.Cost = m_pTrials->Cost(m_Whole, m_w);
+    Best.AtHand = BLOCKS_NONE; // the trial has used them up
+    for (const Division* const p : pDivisions) {
+        if (p->Cost == kNotTried) continue;
+        m_w.Motion[TrialSlot] = p->Motion;
+        Candidate Tried{.Cost = 0, .Type = p->Type, .Slot = TrialSlot};
+        Tried.Cost = m_pTrials->Cost(Tried, m_w);
+        if (Tried.Cost >= Best.Cost) continue;
+        m_w.Motion[m_Whole.Slot] = p->Motion;
+        Best = Tried;
+        Best.Slot = m_Whole.Slot;
+    }
+    return Best;
 }
 
 } // namespace
 
 template <class Sample>
 Candidate DecideDivided(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Candidate& Whole,
-                        ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w)
+                        ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w,
+                        TrialCoder<Sample>* pTrials)
 {
-    return DividedSearch<Sample>(Settings, mb, Whole, pLists, Direct, w).Decide();
+    return DividedSearch<Sample>(Settings, mb, Whole, pLists, Direct, w, pTrials).Decide();
 }
 
 #define INSTANTIATE(Sample)                                                                                            \
     template Candidate DecideDivided(const EncoderSettings&, const CurrentMacroblock<Sample>&, const Candidate&,       \
-                                     ListSearch<Sample>*, const DirectOffer&, WorkArea<Sample>&);
+                                     ListSearch<Sample>*, const DirectOffer&, WorkArea<Sample>&, TrialCoder<Sample>*);
 INSTANTIATE(uint8_t)
 INSTANTIATE(uint16_t)
 #undef INSTANTIATE

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "encoder/decide/part_choice.h"
+#include "encoder/decide/trial_coding.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -14,9 +15,11 @@ struct DirectOffer {
 /// The best of the macroblock as it is so far and of its divisions, which are searched as long as they have a chance.
 /// The motion of a division that wins goes to Motion[Slot] of the candidate.
 /// @param Whole   the macroblock in one part, or direct
+/// @param pTrials  with ENC_ANALYSE_RD_OPT, what compares those that were searched
 /// @param pLists  the lists of the slice, searched for the whole macroblock up to the last reference of interest
 template <class Sample>
 Candidate DecideDivided(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, const Candidate& Whole,
-                        ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w);
+                        ListSearch<Sample>* pLists, const DirectOffer& Direct, WorkArea<Sample>& w,
+                        TrialCoder<Sample>* pTrials);
 
 } // namespace UMC_H264_ENCODER

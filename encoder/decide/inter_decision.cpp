@@ -17,7 +17,7 @@ Candidate Skipped(MotionVector Skip, uint8_t Slot)
 
 template <class Sample>
 Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, uint8_t Slot,
-                  WorkArea<Sample>& w)
+                  WorkArea<Sample>& w, TrialCoder<Sample>* pTrials)
 {
     const uint32_t Flags = Settings.AnalysisFlags;
     const int32_t Limit = SearchLimit(Settings, mb.Records.pLocal->Qp);
@@ -52,10 +52,14 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     if (Best.Ref == 0 && Best.Vector == Skip) Best.AtHand = Tested.AtHand;
     if (!(Flags & ENC_ANALYSE_P_8X8) || Best.Cost <= Limit) return Best;
     List.Last = Flags & ENC_ANALYSE_ALL_REFS ? List.Count() - 1 : Best.Ref;
-    return DecideDivided(Settings, mb, Best, &List, {}, w);
+    return DecideDivided(Settings, mb, Best, &List, {}, w, pTrials);
 }
 
-template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint8_t>&, uint8_t, WorkArea<uint8_t>&);
-template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<uint16_t>&, uint8_t, WorkArea<uint16_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template Candidate DecideP(const EncoderSettings&, const CurrentMacroblock<Sample>&, uint8_t, WorkArea<Sample>&,   \
+                               TrialCoder<Sample>*);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

@@ -31,9 +31,8 @@ Candidate Intra16x16(const EncoderSettings& Settings, const CurrentMacroblock<Sa
     int32_t Best = kImpossible;
     uint8_t BestMode = INTRA16_DC, Slot = 0;
     Sample *pBest = w.IntraY[0], *pTrial = w.IntraY[1];
-    // Bits are an estimate, not the length of the code; a tie stays with the earlier mode. Inlined, as the price and
-    // the kernel of each mode are then at hand.
-    const auto Try = [&](Intra16Mode Mode, int32_t Bits) [[gnu::always_inline]] {
+    // Bits are an estimate, not the length of the code; a tie stays with the earlier mode.
+    const auto Try = [&](Intra16Mode Mode, int32_t Bits) {
         const int32_t Price = BitPrice(mb.Records.pLocal->Qp, Bits);
         if ((kernels::kIntra16x16Needs[Mode] & ~Available) || Price >= Best) return;
         Kernels<Sample>.Predict16x16(Mode, mb.pRecY, mb.pitch, pTrial, w.kPredStep, Available,

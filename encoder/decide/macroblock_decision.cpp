@@ -3,32 +3,20 @@
 #include "Common/h264/intra_modes.h"
 #include "encoder/code/inter_prediction.h"
 #include "encoder/decide/inter_decision.h"
+#include "encoder/decide/intra_blocks.h"
 #include "encoder/decide/intra_decision.h"
+#include "encoder/decide/trial_coding.h"
 #include "encoder/state/motion_grid.h"
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace UMC_H264_ENCODER {
 
 namespace {
 
 constexpr int32_t kBitsOfIntraInB = 9; // an estimate of what an intra type costs in a B slice; P slices have none
-
-// The best intra form of a macroblock that can be coded at InterCost. Its cost is the chroma's too where chroma counts
-// in motion; ChromaMode is then set.
-template <class Sample>
-Candidate IntraAgainst(int32_t InterCost, const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
-                       WorkArea<Sample>& w)
-{
-    Candidate Best = Intra16x16(Settings, mb, w);
-    const bool TriesFiner = Best.Cost <= 2 * InterCost &&
-                            InterCost >= Settings.TryAdvancedIntraThreshold[PriceIndex(mb.Records.pLocal->Qp)] &&
-                            HasFinerIntra(Settings) && HasDetail(mb);
-    if (TriesFiner) TryFinerIntra(Settings, mb, w, Best);
-    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, mb, w, Best.ChromaMode);
-    return Best;
-}
 
 // Four at a time.
 void FillVectors(MotionVector* p, MotionVector v)
@@ -101,26 +89,65 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<S
 
 namespace {
 
-// The best form of a macroblock in a P or B slice.
-template <class Sample>
-Candidate AnalyseInter(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+// Whether the costs of intra forms are those of trials in a slice. With trials of every candidate, I slices are decided
+// by plain costs all the same.
+bool TriesIntra(uint32_t Flags, int32_t SliceType)
 {
-    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
-    const Candidate Inter = IsB ? DecideB(Settings, mb, 0, w) : DecideP(Settings, mb, 0, w);
-    const size_t Qp = PriceIndex(mb.Records.pLocal->Qp);
-    if (IsSkip(Inter.Type) || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
-    Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);
-    if (IsB) Intra.Cost += BitPrice(mb.Records.pLocal->Qp, kBitsOfIntraInB);
-    if (Intra.Cost >= Inter.Cost) return Inter;
-    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, mb, w, Intra.ChromaMode);
-    return Intra;
+    if (Flags & ENC_ANALYSE_RD_OPT) return SliceType != h264::SLICE_I;
+    return (Flags & ENC_ANALYSE_RD_MODE) != 0;
+}
+
+// Puts a finer type in the place of Best when it is cheaper by trial. Plain is the cost that small blocks are given up
+// at.
+template <class Sample>
+void TryFinerByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, int32_t Plain,
+                     TrialCoder<Sample>& Trials, WorkArea<Sample>& w, Candidate& Best)
+{
+    const auto Offer = [&](Candidate Finer) {
+        if (Finer.Cost >= Plain) return;
+        Finer.ChromaMode = Best.ChromaMode;
+        Finer.Cost = Trials.Cost(Finer, w);
+        if (Finer.Cost < Best.Cost) Best = Finer;
+    };
+    if (Settings.Params.transform_8x8_mode && (Settings.AnalysisFlags & ENC_ANALYSE_I8X8))
+        Offer(Intra8x8(Settings, mb, w, Plain));
+    if (Settings.AnalysisFlags & ENC_ANALYSE_I4X4) Offer(Intra4x4(Settings, mb, w, Plain));
+}
+
+// The best intra form by trials, chroma included. In P and B slices against InterCost, which is one too.
+template <class Sample>
+Candidate IntraByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, int64_t InterCost,
+                       TrialCoder<Sample>& Trials, WorkArea<Sample>& w)
+{
+    Candidate Best = Intra16x16(Settings, mb, w);
+    IntraChroma(Settings, mb, w, Best.ChromaMode);
+    const int32_t Plain = Best.Cost;
+    Best.Cost = Trials.Cost(Best, w);
+    if (Best.Cost <= 2 * InterCost && HasFinerIntra(Settings) && HasDetail(mb))
+        TryFinerByTrial(Settings, mb, Plain, Trials, w, Best);
+    return Best;
+}
+
+// The best intra form of a macroblock that can be coded at InterCost. Its cost is the chroma's too where chroma counts
+// in motion; ChromaMode is then set.
+template <class Sample>
+Candidate IntraAgainst(int32_t InterCost, const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                       WorkArea<Sample>& w)
+{
+    Candidate Best = Intra16x16(Settings, mb, w);
+    const bool TriesFiner = Best.Cost <= 2 * InterCost &&
+                            InterCost >= Settings.TryAdvancedIntraThreshold[PriceIndex(mb.Records.pLocal->Qp)] &&
+                            HasFinerIntra(Settings) && HasDetail(mb);
+    if (TriesFiner) TryFinerIntra(Settings, mb, w, Best);
+    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) Best.Cost += IntraChroma(Settings, mb, w, Best.ChromaMode);
+    return Best;
 }
 
 // Whether the 8x8 transform may serve an inter macroblock: no part of it is smaller.
 template <class Sample>
-bool MayTransform8x8(const Candidate& c, const WorkArea<Sample>& w)
+bool MayTransform8x8(const EncoderSettings& Settings, const Candidate& c, const WorkArea<Sample>& w)
 {
-    if (IsSkip(c.Type) || c.Type == MB_DIRECT) return false;
+    if (!Settings.Params.transform_8x8_mode || IsIntra(c.Type) || IsSkip(c.Type) || c.Type == MB_DIRECT) return false;
     if (c.Type != MB_INTER8X8 && c.Type != MB_INTER8X8_REF0) return true;
     const uint8_t* const p = w.Motion[c.Slot].SubTypes;
     return std::all_of(p, p + 4, [](uint8_t Shape) { return Shape == SUB_8X8; });
@@ -145,24 +172,65 @@ void ChooseTransform(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, C
     Inter.Transform8x8 = Cost4x4 >= Cost8x8;
 }
 
+template <class Sample>
+Candidate DecideInter(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                      TrialCoder<Sample>* pTrials)
+{
+    return mb.pSlice->slice_type == h264::SLICE_B ? DecideB(Settings, mb, 0, w, pTrials)
+                                                  : DecideP(Settings, mb, 0, w, pTrials);
+}
+
+// The best form of a macroblock in a P or B slice.
+template <class Sample>
+Candidate AnalyseInter(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+{
+    Candidate Inter = DecideInter<Sample>(Settings, mb, w, nullptr);
+    if (MayTransform8x8(Settings, Inter, w)) ChooseTransform(mb, w, Inter);
+    const size_t Qp = PriceIndex(mb.Records.pLocal->Qp);
+    if (IsSkip(Inter.Type) || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
+    Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);
+    if (mb.pSlice->slice_type == h264::SLICE_B) Intra.Cost += BitPrice(mb.Records.pLocal->Qp, kBitsOfIntraInB);
+    if (Intra.Cost >= Inter.Cost) return Inter;
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) IntraChroma(Settings, mb, w, Intra.ChromaMode);
+    return Intra;
+}
+
+// The same by trials of the winners, or of every candidate. Intra is tried whatever inter costs.
+template <class Sample>
+Candidate AnalyseInterByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                              TrialCoder<Sample>& Trials)
+{
+    Candidate Inter = DecideInter(Settings, mb, w, &Trials);
+    Inter.Cost = Trials.Cost(Inter, w);
+    Inter.AtHand = BLOCKS_NONE;
+    if (MayTransform8x8(Settings, Inter, w)) {
+        Candidate With8x8 = Inter;
+        With8x8.Transform8x8 = true;
+        With8x8.Cost = Trials.Cost(With8x8, w);
+        if (With8x8.Cost < Inter.Cost) Inter = With8x8;
+    }
+    const Candidate Intra = IntraByTrial(Settings, mb, Inter.Cost, Trials, w);
+    return Intra.Cost < Inter.Cost ? Intra : Inter;
+}
+
 } // namespace
 
 template <class Sample>
-Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
+Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                            TrialCoder<Sample>* pTrials)
 {
-    if (mb.pSlice->slice_type == h264::SLICE_I) {
-        Candidate Intra = AnalyseIntra(Settings, mb, w);
-        IntraChroma(Settings, mb, w, Intra.ChromaMode);
-        return Intra;
-    }
-    Candidate Won = AnalyseInter(Settings, mb, w);
-    if (Settings.Params.transform_8x8_mode && !IsIntra(Won.Type) && MayTransform8x8(Won, w))
-        ChooseTransform(mb, w, Won);
-    return Won;
+    if (mb.pSlice->slice_type != h264::SLICE_I)
+        return pTrials ? AnalyseInterByTrial(Settings, mb, w, *pTrials) : AnalyseInter(Settings, mb, w);
+    if (pTrials && TriesIntra(Settings.AnalysisFlags, h264::SLICE_I))
+        return IntraByTrial(Settings, mb, std::numeric_limits<int32_t>::max(), *pTrials, w);
+    Candidate Intra = AnalyseIntra(Settings, mb, w);
+    IntraChroma(Settings, mb, w, Intra.ChromaMode);
+    return Intra;
 }
 
 #define INSTANTIATE(Sample)                                                                                            \
-    template Candidate AnalyseMacroblock(const EncoderSettings&, const CurrentMacroblock<Sample>&, WorkArea<Sample>&); \
+    template Candidate AnalyseMacroblock(const EncoderSettings&, const CurrentMacroblock<Sample>&, WorkArea<Sample>&,  \
+                                         TrialCoder<Sample>*);                                                         \
     template void Commit(const Candidate&, const WorkArea<Sample>&, CurrentMacroblock<Sample>&);
 INSTANTIATE(uint8_t)
 INSTANTIATE(uint16_t)

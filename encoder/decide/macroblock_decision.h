@@ -8,9 +8,14 @@
 
 namespace UMC_H264_ENCODER {
 
-/// The best way to code a macroblock.
 template <class Sample>
-Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w);
+class TrialCoder;
+
+/// The best way to code a macroblock.
+/// @param pTrials  for the rate-distortion flags, of which none is set without it
+template <class Sample>
+Candidate AnalyseMacroblock(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                            TrialCoder<Sample>* pTrials);
 
 /// Writes a decision into the macroblock's records. Nothing else does.
 template <class Sample>

@@ -24,7 +24,7 @@ int8_t FindInList0(const SliceFacts<Sample>& s, int32_t Id)
 template <class Sample>
 void DeriveBSliceFacts(bool HasImplicitWeights, const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
 {
-    const int32_t Poc = Job.pCurrent->Poc();
+    const int32_t Poc = Job.Poc();
     const Reference<Sample>* const pLists[2]{s.ref_pic_lists.Pictures[0], s.ref_pic_lists.Pictures[1]};
     s.B.HasImplicitWeights = HasImplicitWeights;
     for (int32_t i = 0; i < s.num_ref_idx_l0; ++i) {
@@ -34,10 +34,10 @@ void DeriveBSliceFacts(bool HasImplicitWeights, const PictureJob<Sample>& Job, S
             s.B.ImplicitWeight[i][j] =
                 HasImplicitWeights ? h264::ImplicitWeight(Poc, Poc0, pLists[1][j].Poc) : h264::kEvenWeight;
     }
-    const H264EncoderFrame<Sample>* const pCol = pLists[1][0].pFrame;
+    const auto* const pColIds = pLists[1][0].pIds;
     for (int List = 0; List < 2; ++List)
         for (int i = 0; i < kMaxReferences; ++i)
-            s.B.RefOfCol[List][i] = pCol ? FindInList0(s, pCol->reference_ids[List][i]) : h264::kRefNone;
+            s.B.RefOfCol[List][i] = pColIds ? FindInList0(s, pColIds[List][i]) : h264::kRefNone;
 }
 
 template void DeriveBSliceFacts(bool, const PictureJob<uint8_t>&, SliceFacts<uint8_t>&);

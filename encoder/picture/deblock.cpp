@@ -27,10 +27,12 @@ public:
                                                                        Job.pCurrent->mb_motion[1] + 16 * Job.FirstMb},
           m_pReferences{Job.pCurrent->mb_reference[0] + 16 * Job.FirstMb,
                         Job.pCurrent->mb_reference[1] + 16 * Job.FirstMb},
-          m_pIds(Job.pCurrent->reference_ids), m_View(Job.Reconstruction), m_OffsetA((s.deblock_alpha >> 1) * 2),
-          m_OffsetB((s.deblock_beta >> 1) * 2), m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0),
-          m_DepthLuma(s.Syntax.BitDepthLuma), m_DepthChroma(s.Syntax.BitDepthChroma),
-          m_IsISlice(s.slice_type == h264::SLICE_I), m_IsBSlice(s.slice_type == h264::SLICE_B),
+          m_pIds(Job.pCurrent->reference_ids[Job.Structure == STRUCTURE_BOTTOM]), m_View(Job.Reconstruction),
+          m_OffsetA((s.deblock_alpha >> 1) * 2), m_OffsetB((s.deblock_beta >> 1) * 2),
+          m_FirstMb(s.deblock_idc == 2 ? s.first_mb : 0), m_DepthLuma(s.Syntax.BitDepthLuma),
+          m_DepthChroma(s.Syntax.BitDepthChroma), m_IsISlice(s.slice_type == h264::SLICE_I),
+          m_IsBSlice(s.slice_type == h264::SLICE_B), m_VectorLimit(s.IsField ? 2 : 4),
+          m_IntraTop(s.IsField ? h264::kIntraFieldTop : h264::kIntraOuter),
           m_ChromaHeight(h264::kChromaGeometry[Settings.Layout.ChromaFormat].MbHeight)
     {
     }
@@ -70,6 +72,8 @@ private:
     int32_t m_FirstMb;            // neighbours before it are left alone
     int32_t m_DepthLuma, m_DepthChroma;
     bool m_IsISlice, m_IsBSlice;
+    int32_t m_VectorLimit;  // quarter samples, vertically
+    uint32_t m_IntraTop;    // strengths of a top edge beside intra samples
     int32_t m_ChromaHeight; // of a macroblock; 0 without chroma
     CachedParams m_Luma, m_Chroma;
 };
@@ -80,7 +84,7 @@ bool MacroblockFilter<Sample>::Moves(int32_t Block, int32_t Other) const
 {
     if (m_IsBSlice) return MovesB(Block, Other);
     return m_pReferences[0][Block] != m_pReferences[0][Other] ||
-           h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], 4);
+           h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], m_VectorLimit);
 }
 
 // Which pictures are referred to counts, not by which list.
@@ -89,7 +93,7 @@ bool MacroblockFilter<Sample>::MovesB(int32_t Block, int32_t Other) const
 {
     const int32_t a[2]{PictureOf(0, Block), PictureOf(1, Block)}, b[2]{PictureOf(0, Other), PictureOf(1, Other)};
     const auto Differ = [&](int List, int OtherList) {
-        return h264::VectorsDiffer(m_pVectors[List][Block], m_pVectors[OtherList][Other], 4);
+        return h264::VectorsDiffer(m_pVectors[List][Block], m_pVectors[OtherList][Other], m_VectorLimit);
     };
     const bool IsStraight = a[0] == b[0] && a[1] == b[1], IsCrossed = a[0] == b[1] && a[1] == b[0];
     return !(IsStraight && !Differ(0, 0) && !Differ(1, 1)) && !(IsCrossed && !Differ(0, 1) && !Differ(1, 0));
@@ -150,7 +154,7 @@ void MacroblockFilter<Sample>::DeriveInter(int32_t Index, int32_t Left, int32_t 
     if (CodedColumns | MovesLeft) h264::SpreadStrengths(CodedColumns, MovesLeft, Vertical.Edge);
     if (CodedRows | MovesTop) h264::SpreadStrengths(CodedRows, MovesTop, Horizontal.Edge);
     if (Left >= 0 && IsIntra(m_pGlobal[Left].Type)) Vertical.Edge[0] = h264::kIntraOuter;
-    if (Top >= 0 && IsIntra(m_pGlobal[Top].Type)) Horizontal.Edge[0] = h264::kIntraOuter;
+    if (Top >= 0 && IsIntra(m_pGlobal[Top].Type)) Horizontal.Edge[0] = m_IntraTop;
 }
 
 template <class Sample>
@@ -203,7 +207,7 @@ void MacroblockFilter<Sample>::Filter(int32_t Index)
     Strengths Vertical{}, Horizontal{};
     if (m_IsISlice || IsIntra(m_pGlobal[Index].Type)) {
         h264::SetIntraStrengths(Left >= 0 ? h264::kIntraOuter : 0, false, Vertical.Edge);
-        h264::SetIntraStrengths(Top >= 0 ? h264::kIntraOuter : 0, false, Horizontal.Edge);
+        h264::SetIntraStrengths(Top >= 0 ? m_IntraTop : 0, false, Horizontal.Edge);
     } else {
         DeriveInter(Index, Left, Top, Vertical, Horizontal);
     }

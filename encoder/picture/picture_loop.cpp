@@ -26,8 +26,8 @@ uint32_t PrimaryPicType(int32_t FrameType) { return FrameType == FRAME_I ? 0 : F
 class OutputPacker
 {
 public:
-    explicit OutputPacker(UMC::MediaData& Output)
-        : m_pStart(static_cast<uint8_t*>(Output.GetDataPointer())), m_Used(Output.GetDataSize()),
+    OutputPacker(UMC::MediaData& Output, size_t Used)
+        : m_pStart(static_cast<uint8_t*>(Output.GetDataPointer())), m_Used(Used),
           m_Room(m_pStart ? Output.GetBufferSize() -
                                 static_cast<size_t>(m_pStart - static_cast<uint8_t*>(Output.GetBufferPointer()))
                           : 0)
@@ -119,15 +119,16 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)];
         s.Facts.slice_qp_delta = QpDelta;
-        s.Facts.slice_id = i;
+        // Those of a second field count on, so that no macroblock of the first is taken for a neighbour.
+        s.Facts.slice_id = i + (Job.Structure == STRUCTURE_BOTTOM ? Settings.Params.num_slices : 0);
         s.Facts.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
         BuildRefLists(Settings, Sequence, Job, s.Facts);
         if (s.Facts.slice_type == h264::SLICE_B) {
             s.Facts.B.direct_spatial_mv_pred = (Settings.Params.direct_pred_mode & 1) != 0;
             DeriveBSliceFacts(Sets.Pps.weighted_bipred_idc == 2, Job, s.Facts);
         }
-        RecordReferences(s.Facts, *Job.pCurrent);
-        CompressSlice(Settings, Sets, Job, s);
+        RecordReferences(Job, s.Facts);
+        if (s.Facts.MbLimit > 0) CompressSlice(Settings, Sets, Job, s);
     }
 }
 
@@ -174,63 +175,56 @@ void FinishReconstruction(const EncoderSettings& Settings, const PictureJob<Samp
 } // namespace
 
 template <class Sample>
-PictureResult EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                            PictureJob<Sample>& Job, UMC::MediaData& Output)
+PictureResult BeginResult(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, int32_t PictureClass,
+                          const UMC::MediaData& Output)
+{
+    return {.Status = UMC::StatusOk,
+            .Sets = SetsOf(Settings, Sequence, PictureClass == CLASS_IDR),
+            .DataSize = Output.GetDataSize(),
+            .Bits = 0,
+            .HasOutgrown = false};
+}
+
+template <class Sample>
+void EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+                   UMC::MediaData& Output, PictureResult& Result)
 {
     const bool IsIdr = Job.picture_class == CLASS_IDR;
     const int32_t Slices = Settings.Params.num_slices;
-    PictureResult Result{.Status = UMC::StatusOk,
-                         .Sets = SetsOf(Settings, Sequence, IsIdr),
-                         .DataSize = 0,
-                         .Bits = 0,
-                         .HasOutgrown = false};
     for (int32_t i = 0; i < Slices; ++i) Job.Slices[static_cast<size_t>(i)].bitstream.Reset();
 
-    OutputPacker Packer(Output);
+    OutputPacker Packer(Output, Result.DataSize);
     if (Settings.Params.write_access_unit_delimiters) {
         Job.Slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
         Packer.Append(Job.Slices[0].bitstream, 0, h264::NAL_DELIMITER);
     }
     if (IsIdr) WriteParameterSets<Sample>(Result.Sets, Job.Slices[0].bitstream, Packer);
     CompressSlices(Settings, Sequence, Result.Sets, Job);
-    for (int32_t i = 0; i < Slices; ++i)
-        Packer.Append(Job.Slices[static_cast<size_t>(i)].bitstream, Job.picture_class != CLASS_DISPOSABLE,
-                      IsIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
-    Result.DataSize = Packer.DataSize();
-    if (Packer.Overflow() || Result.DataSize == 0) {
-        Result.Status = Packer.Overflow() ? UMC::StatusNotEnoughBuffer : UMC::StatusFailed;
-        return Result;
+    for (int32_t i = 0; i < Slices; ++i) {
+        auto& s = Job.Slices[static_cast<size_t>(i)];
+        if (s.Facts.MbLimit > 0)
+            Packer.Append(s.bitstream, Job.picture_class != CLASS_DISPOSABLE,
+                          IsIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
     }
-    Result.HasOutgrown = SliceOutgrewBuffer(Settings, Job);
-    if (Result.HasOutgrown) WriteOverflowFallback(Settings, Job);
+    if (Packer.Overflow() || Packer.DataSize() == Result.DataSize) {
+        Result.Status = Packer.Overflow() ? UMC::StatusNotEnoughBuffer : UMC::StatusFailed;
+        return;
+    }
+    Result.DataSize = Packer.DataSize();
+    const bool HasOutgrown = SliceOutgrewBuffer(Settings, Job);
+    Result.HasOutgrown |= HasOutgrown;
+    if (HasOutgrown) WriteOverflowFallback(Settings, Job);
     for (int32_t i = 0; i < Slices; ++i) Result.Bits += Job.Slices[static_cast<size_t>(i)].bitstream.Bits();
-    FinishReconstruction(Settings, Job, Result.HasOutgrown);
-    return Result;
+    FinishReconstruction(Settings, Job, HasOutgrown);
 }
 
-template <class Sample>
-void CommitPicture(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const PictureResult& Result,
-                   SequenceState<Sample>& Sequence, UMC::MediaData& Output)
-{
-    Output.SetDataSize(Result.DataSize);
-    Sequence.Sps = Result.Sets.Sps;
-    Sequence.Pps = Result.Sets.Pps;
-    Sequence.idr_pic_id = Result.Sets.idr_pic_id;
-    Sequence.total_bits += Result.Bits;
-    if (Result.HasOutgrown) Sequence.make_key_next = true;
-    if (Job.picture_class != CLASS_DISPOSABLE) UpdateMarking(Settings, Sequence, *Job.pCurrent);
-    if (FollowsRate(Settings.Params.rate_control_method))
-        Sequence.Rate.PostFrame(Job.pCurrent->frame_type, Sequence.total_bits);
-    ++Sequence.frames_encoded;
-}
-
-template PictureResult EncodePicture(const EncoderSettings&, const SequenceState<uint8_t>&, PictureJob<uint8_t>&,
-                                     UMC::MediaData&);
-template void CommitPicture(const EncoderSettings&, const PictureJob<uint8_t>&, const PictureResult&,
-                            SequenceState<uint8_t>&, UMC::MediaData&);
-template PictureResult EncodePicture(const EncoderSettings&, const SequenceState<uint16_t>&, PictureJob<uint16_t>&,
-                                     UMC::MediaData&);
-template void CommitPicture(const EncoderSettings&, const PictureJob<uint16_t>&, const PictureResult&,
-                            SequenceState<uint16_t>&, UMC::MediaData&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template PictureResult BeginResult(const EncoderSettings&, const SequenceState<Sample>&, int32_t,                  \
+                                       const UMC::MediaData&);                                                         \
+    template void EncodePicture(const EncoderSettings&, const SequenceState<Sample>&, PictureJob<Sample>&,             \
+                                UMC::MediaData&, PictureResult&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

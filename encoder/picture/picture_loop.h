@@ -9,14 +9,16 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Makes an attempt at the job's picture, whose references are numbered (UpdateRefLists): its NAL units lie behind the
-/// data of Output, and neither the sequence nor the size of that data knows of them.
+/// What an attempt at a frame, or at the fields of one, begins with: the sets of its headers, and no unit yet.
 template <class Sample>
-PictureResult EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                            PictureJob<Sample>& Job, UMC::MediaData& Output);
-/// Takes over an attempt that went well: its units become data of Output, its picture a reference.
+PictureResult BeginResult(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, int32_t PictureClass,
+                          const UMC::MediaData& Output);
+
+/// Makes an attempt at the job's picture, whose references are numbered (UpdateRefLists). Its NAL units lie behind the
+/// first DataSize bytes that Result tells of, and Result tells of them too; neither the sequence nor the size of the
+/// output's data knows. After a failure DataSize is as before.
 template <class Sample>
-void CommitPicture(const EncoderSettings& Settings, const PictureJob<Sample>& Job, const PictureResult& Result,
-                   SequenceState<Sample>& Sequence, UMC::MediaData& Output);
+void EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
+                   UMC::MediaData& Output, PictureResult& Result);
 
 } // namespace UMC_H264_ENCODER

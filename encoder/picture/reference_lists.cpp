@@ -4,21 +4,45 @@
 #include "Common/h264/reference_order.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace UMC_H264_ENCODER {
 
 namespace {
 
+// A frame, or the part of it that is a field, as a reference.
+template <class Sample>
+Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part, const PictureJob<Sample>& Job)
+{
+    const bool IsField = Part != STRUCTURE_FRAME, IsBottom = Part == STRUCTURE_BOTTOM;
+    Reference<Sample> r;
+    r.pFrame = &f;
+    r.View = ReadOnly(PartOf(f.View(), Part));
+    const ptrdiff_t FirstBlock = IsBottom ? ptrdiff_t{16} * Job.MbCount : 0;
+    for (int List = 0; List < 2; ++List) {
+        r.pVectors[List] = f.mb_motion[List] + FirstBlock;
+        r.pReferences[List] = f.mb_reference[List] + FirstBlock;
+    }
+    r.pIds = f.reference_ids[IsBottom];
+    r.Poc = IsField ? f.poc[Part] : f.Poc();
+    r.Id = f.picture_id + IsBottom;
+    // Chroma samples of the two fields lie a quarter of a sample apart (Table 8-9).
+    if (IsField && Part != Job.Structure) r.ChromaMvOffset = IsBottom ? -2 : 2;
+    return r;
+}
+
+// The frames with marked fields that a picture may refer to, short-term and long-term ones.
 template <class Sample>
 struct CollectedReferences {
     using Frame = H264EncoderFrame<Sample>;
     std::array<Frame*, kMaxReferences> Short, Long;
     size_t ShortCount = 0, LongCount = 0;
 
-    CollectedReferences(const H264EncoderFrameList<Sample>& List, const Frame* pCurrent)
+    // Of a frame whose second field is being coded, the first field may be referred to.
+    CollectedReferences(const H264EncoderFrameList<Sample>& List, const PictureJob<Sample>& Job)
     {
         for (auto* p = List.Head(); p; p = p->next) {
-            if (p == pCurrent) continue;
+            if (p == Job.pCurrent && !Job.IsField()) continue;
             if (p->IsShortTerm() && ShortCount < Short.size()) Short[ShortCount++] = p;
             if (p->IsLongTerm() && LongCount < Long.size()) Long[LongCount++] = p;
         }
@@ -27,32 +51,69 @@ struct CollectedReferences {
         });
     }
 
-    // The short-term pictures in the order that they have now, then the long-term ones.
-    void Store(RefPicLists<Sample>& Lists, int List) const
+    template <class Less>
+    void SortShort(Less&& IsBefore)
     {
-        const auto Refer = [](const Frame* f) {
-            return Reference<Sample>{f, ReadOnly(f->View()), f->mb_motion[0], f->Poc(), f->picture_id};
+        std::sort(Short.begin(), Short.begin() + ShortCount, IsBefore);
+    }
+
+    // The short-term pictures in the order that they have now, then the long-term ones.
+    void Store(const PictureJob<Sample>& Job, RefPicLists<Sample>& Lists, int List) const
+    {
+        Lists.Count[List] = 0;
+        for (const auto& [pFrames, Count] : {std::pair{&Short, ShortCount}, std::pair{&Long, LongCount}}) {
+            if (Job.IsField())
+                StoreFields(Job, pFrames->data(), Count, Lists, List);
+            else
+                for (size_t i = 0; i < Count; ++i) Add(Refer(*(*pFrames)[i], STRUCTURE_FRAME, Job), Lists, List);
+        }
+    }
+
+private:
+    static void Add(const Reference<Sample>& r, RefPicLists<Sample>& Lists, int List)
+    {
+        if (Lists.Count[List] < kMaxReferences) Lists.Pictures[List][Lists.Count[List]++] = r;
+    }
+
+    // Clause 8.2.4.2.5: fields of the frames by turns, that of the picture's own parity first; a field that is not
+    // marked is passed over, and where a parity has no more the rest of the other follows.
+    static void StoreFields(const PictureJob<Sample>& Job, Frame* const* pFrames, size_t Count,
+                            RefPicLists<Sample>& Lists, int List)
+    {
+        size_t Next[2] = {}; // by parity
+        const auto FindNext = [&](int Parity) {
+            while (Next[Parity] < Count && !(pFrames[Next[Parity]]->is_reference >> Parity & 1)) ++Next[Parity];
+            return Next[Parity] < Count;
         };
-        auto* p = std::transform(Short.begin(), Short.begin() + ShortCount, Lists.Pictures[List], Refer);
-        const size_t Room = kMaxReferences - ShortCount;
-        p = std::transform(Long.begin(), Long.begin() + std::min(LongCount, Room), p, Refer);
-        Lists.Count[List] = static_cast<int32_t>(p - Lists.Pictures[List]);
+        for (int Parity = Job.Structure; FindNext(0) | FindNext(1);) {
+            if (FindNext(Parity))
+                Add(Refer(*pFrames[Next[Parity]++], static_cast<PictureStructure>(Parity), Job), Lists, List);
+            if (FindNext(Parity ^ 1)) Parity ^= 1;
+        }
     }
 };
 
-// Clause 8.2.4.2.3; Current is the order count of the current picture.
+// The order count of a frame that is ordered by it: of the frame in work, that of its first field.
 template <class Sample>
-void BuildListsB(int32_t Current, CollectedReferences<Sample>& Refs, RefPicLists<Sample>& Lists)
+int32_t PocInOrder(const H264EncoderFrame<Sample>& f, const PictureJob<Sample>& Job)
 {
-    const auto Begin = Refs.Short.begin(), End = Begin + Refs.ShortCount;
+    return &f == Job.pCurrent ? f.poc[STRUCTURE_TOP] : f.Poc();
+}
+
+// Clauses 8.2.4.2.3 and 8.2.4.2.4.
+template <class Sample>
+void BuildListsB(const PictureJob<Sample>& Job, CollectedReferences<Sample>& Refs, RefPicLists<Sample>& Lists)
+{
+    const int32_t Current = Job.Poc();
     for (int List = 0; List < 2; ++List) {
-        std::sort(Begin, End,
-                  [=](auto* a, auto* b) { return h264::IsBeforeInListB(List, a->Poc(), b->Poc(), Current); });
-        Refs.Store(Lists, List);
+        Refs.SortShort([&](auto* a, auto* b) {
+            return h264::IsBeforeInListB(List, PocInOrder(*a, Job), PocInOrder(*b, Job), Current);
+        });
+        Refs.Store(Job, Lists, List);
     }
     const int32_t Count = Lists.Count[1];
     if (Count > 1 && std::equal(Lists.Pictures[0], Lists.Pictures[0] + Count, Lists.Pictures[1],
-                                [](const auto& a, const auto& b) { return a.pFrame == b.pFrame; }))
+                                [](const auto& a, const auto& b) { return a.Id == b.Id; }))
         std::swap(Lists.Pictures[1][0], Lists.Pictures[1][1]);
 }
 
@@ -78,35 +139,37 @@ void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>&
     s.ref_pic_lists.Count[0] = s.ref_pic_lists.Count[1] = 0;
     s.num_ref_idx_l0 = s.num_ref_idx_l1 = 1;
     if (s.slice_type == h264::SLICE_I) return;
-    CollectedReferences<Sample> Refs(Sequence.ReconstructionList, Job.pCurrent);
+    CollectedReferences<Sample> Refs(Sequence.ReconstructionList, Job);
     if (s.slice_type == h264::SLICE_P) {
-        std::sort(Refs.Short.begin(), Refs.Short.begin() + Refs.ShortCount,
-                  [](auto* a, auto* b) { return h264::IsBeforeInListP(a->pic_num[0], b->pic_num[0]); });
-        Refs.Store(s.ref_pic_lists, 0);
+        // Fields go by the FrameNumWrap of their frames, which a frame's PicNum is too.
+        Refs.SortShort([](auto* a, auto* b) { return h264::IsBeforeInListP(a->frame_num_wrap, b->frame_num_wrap); });
+        Refs.Store(Job, s.ref_pic_lists, 0);
     } else {
-        BuildListsB(Job.pCurrent->Poc(), Refs, s.ref_pic_lists);
+        BuildListsB(Job, Refs, s.ref_pic_lists);
     }
-    const int32_t Most = std::max(Settings.Params.num_ref_frames, 1);
+    const int32_t Most = std::max(Settings.Params.num_ref_frames, 1) * (Job.IsField() ? 2 : 1);
     s.num_ref_idx_l0 = std::clamp(s.ref_pic_lists.Count[0], 1, Most);
     s.num_ref_idx_l1 = std::clamp(s.ref_pic_lists.Count[1], 1, Most);
 }
 
 template <class Sample>
-void RecordReferences(const SliceFacts<Sample>& s, H264EncoderFrame<Sample>& Current)
+void RecordReferences(const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
 {
     for (int List = 0; List < 2; ++List)
         for (int i = 0; i < s.ref_pic_lists.Count[List]; ++i)
-            Current.reference_ids[List][i] = s.ref_pic_lists.Pictures[List][i].Id;
+            Job.pCurrent->reference_ids[Job.Structure == STRUCTURE_BOTTOM][List][i] =
+                s.ref_pic_lists.Pictures[List][i].Id;
 }
 
 template <class Sample>
-void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current)
+void UpdateMarking(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SequenceState<Sample>& Sequence)
 {
+    H264EncoderFrame<Sample>& Current = *Job.pCurrent;
     const auto& List = Sequence.ReconstructionList;
-    if (Current.is_idr) {
+    if (Job.picture_class == CLASS_IDR) {
         for (auto* p = List.Head(); p; p = p->next)
             if (p != &Current) p->Unmark();
-    } else {
+    } else if (Current.is_reference == 0) { // not so of a second field
         int32_t Count = 0;
         H264EncoderFrame<Sample>* pOldest = nullptr;
         for (auto* p = List.Head(); p; p = p->next) {
@@ -116,18 +179,17 @@ void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Seque
         }
         if (pOldest && h264::IsWindowFull(Count, Settings.Params.num_ref_frames)) pOldest->Unmark();
     }
-    Current.is_reference = 3;
+    Current.is_reference = static_cast<uint8_t>(Current.is_reference | (Job.IsField() ? 1 << Job.Structure : 3));
 }
 
-template void UpdateRefLists(SequenceState<uint8_t>&, const H264EncoderFrame<uint8_t>&);
-template void BuildRefLists(const EncoderSettings&, const SequenceState<uint8_t>&, const PictureJob<uint8_t>&,
-                            SliceFacts<uint8_t>&);
-template void RecordReferences(const SliceFacts<uint8_t>&, H264EncoderFrame<uint8_t>&);
-template void UpdateMarking(const EncoderSettings&, SequenceState<uint8_t>&, H264EncoderFrame<uint8_t>&);
-template void UpdateRefLists(SequenceState<uint16_t>&, const H264EncoderFrame<uint16_t>&);
-template void BuildRefLists(const EncoderSettings&, const SequenceState<uint16_t>&, const PictureJob<uint16_t>&,
-                            SliceFacts<uint16_t>&);
-template void RecordReferences(const SliceFacts<uint16_t>&, H264EncoderFrame<uint16_t>&);
-template void UpdateMarking(const EncoderSettings&, SequenceState<uint16_t>&, H264EncoderFrame<uint16_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template void UpdateRefLists(SequenceState<Sample>&, const H264EncoderFrame<Sample>&);                             \
+    template void BuildRefLists(const EncoderSettings&, const SequenceState<Sample>&, const PictureJob<Sample>&,       \
+                                SliceFacts<Sample>&);                                                                  \
+    template void RecordReferences(const PictureJob<Sample>&, const SliceFacts<Sample>&);                              \
+    template void UpdateMarking(const EncoderSettings&, const PictureJob<Sample>&, SequenceState<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

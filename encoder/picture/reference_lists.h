@@ -17,9 +17,9 @@ void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>&
                    const PictureJob<Sample>& Job, SliceFacts<Sample>& s);
 /// Leaves in the current picture what its slices refer to.
 template <class Sample>
-void RecordReferences(const SliceFacts<Sample>& s, H264EncoderFrame<Sample>& Current);
-/// Sliding window marking after a reference picture (clause 8.2.5.3).
+void RecordReferences(const PictureJob<Sample>& Job, const SliceFacts<Sample>& s);
+/// Sliding window marking after a reference picture (clause 8.2.5.3), which a second field leaves as it is.
 template <class Sample>
-void UpdateMarking(const EncoderSettings& Settings, SequenceState<Sample>& Sequence, H264EncoderFrame<Sample>& Current);
+void UpdateMarking(const EncoderSettings& Settings, const PictureJob<Sample>& Job, SequenceState<Sample>& Sequence);
 
 } // namespace UMC_H264_ENCODER

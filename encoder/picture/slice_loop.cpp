@@ -2,16 +2,15 @@
 
 #include "Common/h264/h264_tables.h"
 #include "Common/h264/pic_order_cnt.h"
-#include "encoder/code/cabac_syntax.h"
-#include "encoder/code/cavlc_syntax.h"
 #include "encoder/code/macroblock_quantisers.h"
-#include "encoder/code/macroblock_syntax.h"
+#include "encoder/code/macroblock_records.h"
 #include "encoder/code/pcm.h"
 #include "encoder/code/reconstruct.h"
-#include "encoder/code/traced_syntax.h"
 #include "encoder/decide/macroblock_decision.h"
+#include "encoder/decide/trial_coding.h"
+#include "encoder/picture/slice_writers.h"
 
-#include <type_traits>
+#include <optional>
 
 namespace UMC_H264_ENCODER {
 
@@ -24,10 +23,13 @@ SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& J
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
     h.frame_num = Job.pCurrent->frame_num;
-    h.is_idr = Job.pCurrent->is_idr;
+    h.is_idr = Job.picture_class == CLASS_IDR;
     h.idr_pic_id = Sets.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
-    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[0], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
+    h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[s.IsBottom], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
+    h.field_pic_flag = s.IsField;
+    h.bottom_field_flag = s.IsBottom;
+    h.delta_pic_order_cnt_bottom = Job.pCurrent->poc[1] - Job.pCurrent->poc[0];
     h.direct_spatial_mv_pred = s.B.direct_spatial_mv_pred;
     h.num_ref_idx_l0 = s.num_ref_idx_l0;
     h.num_ref_idx_l1 = s.num_ref_idx_l1;
@@ -67,6 +69,9 @@ template <class Sample>
 void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
                    SliceFacts<Sample>& s)
 {
+    s.IsField = Job.IsField();
+    s.IsBottom = Job.Structure == STRUCTURE_BOTTOM;
+    s.MbFlags = s.IsField ? kFlagField : 0;
     s.deblock_idc = Settings.Params.deblocking_filter_idc;
     s.deblock_alpha = Settings.Params.deblocking_alpha_offset;
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
@@ -99,10 +104,11 @@ void PointAt(const MacroblockPosition& At, const PictureJob<Sample>& Job, Curren
                     SrcChroma = At.Y * mb.pSlice->ChromaHeight() * SrcPitch + At.X * 8;
     mb.SrcPitch = SrcPitch;
     mb.pSrcY = Job.Source.pY + SrcLuma;
-    mb.pSrcU = Job.Source.pU + SrcChroma;
-    mb.pSrcV = Job.Source.pV + SrcChroma;
     mb.pitch = Job.Reconstruction.Pitch;
     mb.pRecY = Job.Reconstruction.pY + At.Luma;
+    if (!Job.Source.pU) return;
+    mb.pSrcU = Job.Source.pU + SrcChroma;
+    mb.pSrcV = Job.Source.pV + SrcChroma;
     mb.pRecU = Job.Reconstruction.pU + At.Chroma;
     mb.pRecV = Job.Reconstruction.pV + At.Chroma;
 }
@@ -139,17 +145,6 @@ void Advance(MacroblockRecords& r)
     r.pCounts += kCountsPerMb;
 }
 
-// Clears what the decision does not always write.
-template <class Sample>
-void StartRecords(CurrentMacroblock<Sample>& mb, int32_t Qp)
-{
-    LocalMacroblock Local{};
-    Local.Qp = static_cast<int8_t>(Qp);
-    Local.QpChroma = static_cast<int8_t>(ChromaQp(Qp, mb.pSlice->Syntax.BitDepthChroma));
-    *mb.Records.pLocal = Local;
-    *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Local.Qp, Local.QpChroma};
-}
-
 // Makes Index the macroblock in hand, whose records are pointed at already.
 template <class Sample>
 void StartMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, int32_t Index, int32_t SliceQp,
@@ -165,104 +160,18 @@ void StartMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& 
     StartRecords(mb, SliceQp);
 }
 
-template <class Sample>
-MacroblockSyntax<typename CodecTraits<Sample>::Level> SyntaxOf(const CurrentMacroblock<Sample>& mb, int32_t SliceQp,
-                                                               const WorkArea<Sample>& w)
-{
-    const MacroblockRecords& r = mb.Records;
-    const SliceFacts<Sample>& Slice = *mb.pSlice;
-    return {.Slice = Slice.Syntax,
-            .num_ref_idx = {Slice.num_ref_idx_l0, Slice.num_ref_idx_l1},
-            .Type = r.pGlobal->Type,
-            .Flags = r.pGlobal->Flags,
-            .QpDelta = r.pLocal->Qp - SliceQp,
-            .Local = *r.pLocal,
-            .Around = mb.Around,
-            .pReferences = {r.pReferences[0], r.pReferences[1]},
-            .pDifferences = {r.pDifferences[0], r.pDifferences[1]},
-            .pIntraModes = r.pIntraModes,
-            .pLuma = r.pGlobal->Type == MB_INTRA4X4 ? w.Intra4x4Levels : w.LumaLevels,
-            .pLuma8x8 = w.Luma8x8Levels,
-            .LumaDc = w.LumaDcLevels,
-            .pChromaDc = w.ChromaDcLevels,
-            .pChromaAc = w.ChromaAcLevels,
-            .pPcm = w.Pcm};
-}
-
-// With a listing in developer builds.
-template <class Policy>
-using Listed = std::conditional_t<h264::trace::kIsBuilt, TracedSyntax<Policy>, Policy>;
-
-// The writer of a slice, with whichever coder runs on it.
-template <class Sample>
-using SliceBits = CH264pBs<Sample, typename CodecTraits<Sample>::Coeff>;
-
-// A slice in CABAC.
-template <class Sample>
-class CabacSlice
-{
-public:
-    using Syntax = MacroblockSyntax<typename CodecTraits<Sample>::Level>;
-
-    CabacSlice(const SliceFacts<Sample>& Facts, int32_t SliceQp, SliceBits<Sample>& Bits) : m_Bits(Bits)
-    {
-        Bits.Align(1); // cabac_alignment_one_bit
-        Bits.InitContexts(Facts.slice_type, Facts.cabac_init_idc, SliceQp);
-    }
-    bool WriteMacroblock(const Syntax& m, MacroblockRecords&)
-    {
-        return WriteMacroblockSyntax(m, Listed<CabacSyntax<StoredBytes>>(m_Bits.Cabac(), m.Around, IsIntra(m.Type)));
-    }
-    void EndMacroblock(bool IsLast) { m_Bits.EncodeTerminate(IsLast); }
-    size_t Bytes() const { return m_Bits.CoderBytes(); }
-    static constexpr bool kIsGuarded = false;
-    void End() { m_Bits.TerminateEncode(); }
-
-private:
-    SliceBits<Sample>& m_Bits;
-};
-
-// A slice in variable length codes.
-template <class Sample>
-class CavlcSlice
-{
-public:
-    using Syntax = MacroblockSyntax<typename CodecTraits<Sample>::Level>;
-
-    explicit CavlcSlice(SliceBits<Sample>& Bits) : m_Bits(Bits) { Bits.Cavlc().skip_run = 0; }
-    bool WriteMacroblock(const Syntax& m, MacroblockRecords& Records)
-    {
-        return WriteMacroblockSyntax(m, Listed<CavlcSyntax<StoredBits>>(m_Bits.Cavlc(), m.Around, Records.pCounts));
-    }
-    void EndMacroblock(bool) {}
-    size_t Bytes() const { return m_Bits.Bytes(); }
-    // A macroblock can be taken back, so its size can be limited.
-    static constexpr bool kIsGuarded = true;
-    using Place = CavlcCoder;
-    Place Keep() const { return m_Bits.Cavlc(); }
-    void PutBack(const Place& p) { m_Bits.Cavlc() = p; }
-    int64_t BitsSince(const Place& p) const { return m_Bits.Cavlc().Bits.Bits() - p.Bits.Bits(); }
-    void End()
-    {
-        if (m_Bits.Cavlc().skip_run > 0) m_Bits.Cavlc().PutSkipRun();
-        m_Bits.WriteTrailingBits();
-    }
-
-private:
-    SliceBits<Sample>& m_Bits;
-};
-
 // The most bits that a macroblock in variable length codes may have without rate control.
 constexpr int64_t kMacroblockBitsAtMost = 2750;
 
 // Decides, reconstructs and writes the macroblock in hand at its QP.
 template <class Sample, class Entropy>
-void CodeMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s, Entropy& Writer)
+void CodeMacroblock(const EncoderSettings& Settings, SliceContext<Sample>& s, Entropy& Writer,
+                    TrialCoder<Sample>* pTrials = nullptr)
 {
     CurrentMacroblock<Sample>& mb = s.cur_mb;
     const int32_t Qp = mb.Records.pLocal->Qp;
     if (s.Quant.Qp != Qp) SetQuantisers(Settings, s.Facts.Syntax, Qp, s.Quant);
-    const Candidate Won = AnalyseMacroblock(Settings, mb, s.work_area);
+    const Candidate Won = AnalyseMacroblock(Settings, mb, s.work_area, pTrials);
     Commit(Won, s.work_area, mb);
     Reconstruct(Won, mb, s.work_area);
     if (Writer.WriteMacroblock(SyntaxOf(mb, s.Progress.slice_qp, s.work_area), mb.Records)) s.Progress.slice_qp = Qp;
@@ -303,6 +212,9 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
     mb.pSlice = &s.Facts;
     mb.pQuant = &s.Quant;
     mb.Records = FirstRecords(Job, s.Facts.first_mb);
+    // Trials are written in CABAC: the flags for them need it.
+    std::optional<TrialCoder<Sample>> Trials;
+    if (Settings.AnalysisFlags & (ENC_ANALYSE_RD_MODE | ENC_ANALYSE_RD_OPT)) Trials.emplace(mb, s.bitstream);
     const bool IsGuarded = Entropy::kIsGuarded && Settings.Params.rate_control_method == RATE_CONTROL_NONE;
     const int32_t End = s.Facts.first_mb + s.Facts.MbLimit;
     for (int32_t Index = s.Facts.first_mb; Index < End;) {
@@ -315,7 +227,7 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
             else
                 CodeMacroblock(Settings, s, Writer);
         } else {
-            CodeMacroblock(Settings, s, Writer);
+            CodeMacroblock(Settings, s, Writer, Trials ? &*Trials : nullptr);
         }
         s.Progress.intra_count += IsIntra(mb.Records.pGlobal->Type);
         ++s.Progress.mb_count;

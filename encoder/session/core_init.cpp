@@ -16,11 +16,12 @@ constexpr size_t kMacroblockBytesAtMost = 4096; // of one macroblock in any slic
 template <class Sample>
 void DivideIntoSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    const int32_t Slices = Settings.Params.num_slices, Length = Settings.Layout.MbCount / Slices;
+    const int32_t Count = static_cast<int32_t>(Settings.Positions.size()); // of a picture, which may be a field
+    const int32_t Slices = Settings.Params.num_slices, Length = Count / Slices;
     for (int32_t i = 0; i < Slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)].Facts;
         s.first_mb = i * Length;
-        s.MbLimit = i + 1 == Slices ? Settings.Layout.MbCount - s.first_mb : Length;
+        s.MbLimit = i + 1 == Slices ? Count - s.first_mb : Length;
     }
 }
 
@@ -84,6 +85,10 @@ UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Para
     AllocateSlices(c.Settings, c.Job);
     AllocateTables(c.Settings, c.Job);
     DivideIntoSlices(c.Settings, c.Job);
+    if (c.Settings.AnalysisFlags & ENC_ANALYSE_RECODE) {
+        c.Job.pScratch = std::make_unique<H264EncoderFrame<Sample>>(pAllocator);
+        if (const UMC::Status s = c.Job.pScratch->Allocate(c.Settings.Layout); s != UMC::StatusOk) return s;
+    }
     StartSequence(c.Settings, c.Sequence);
     // It refuses sizes that can be coded: such pictures pass it as they are.
     c.NoiseFilter.Start(c.Settings.Layout.Width, c.Settings.Layout.Height);

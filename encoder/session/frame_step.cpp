@@ -1,8 +1,7 @@
 #include "encoder/session/frame_step.h"
 
 #include "Common/h264/chroma_geometry.h"
-#include "encoder/picture/picture_loop.h"
-#include "encoder/picture/reference_lists.h"
+#include "encoder/picture/frame_coding.h"
 #include "encoder/session/coding_order.h"
 
 namespace UMC_H264_ENCODER {
@@ -142,16 +141,13 @@ UMC::Status CodeCurrent(EncoderCore<Sample>& c, UMC::MediaData& Output)
     ReduceNoise(c, f);
     c.Sequence.InputList.RemoveFrame(&f);
     c.Sequence.ReconstructionList.Append(&f);
-    c.Job.Begin(f, STRUCTURE_FRAME, ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode));
-    if (c.Job.picture_class == CLASS_IDR) c.Sequence.b_anchors_needed = c.Settings.Params.num_ref_to_start_b;
-
-    UpdateRefLists(c.Sequence, f);
-    const PictureResult Result = EncodePicture(c.Settings, c.Sequence, c.Job, Output);
+    const int32_t Class = ClassOf(f, c.Sequence.frames_encoded, c.Settings.Params.b_ref_mode);
+    if (Class == CLASS_IDR) c.Sequence.b_anchors_needed = c.Settings.Params.num_ref_to_start_b;
+    const PictureResult Result = CodeFrame(c.Settings, c.Sequence, c.Job, f, Class, Output);
     double Start = 0.0, End = 0.0;
     f.GetTime(Start, End);
     Output.SetTime(Start, End);
     if (Result.Status == UMC::StatusOk) {
-        CommitPicture(c.Settings, c.Job, Result, c.Sequence, Output);
         const bool IsCounted = f.frame_type != FRAME_B || f.b_is_reference;
         c.Sequence.frame_num = (f.frame_num + IsCounted) % EncoderSettings::frame_num_max;
     } else {

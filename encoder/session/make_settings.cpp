@@ -37,18 +37,20 @@ void FillPositions(EncoderSettings& Settings)
 {
     const FrameLayout& l = Settings.Layout;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
-    Settings.Positions.resize(static_cast<size_t>(l.MbCount));
-    for (int32_t i = 0; i < l.MbCount; ++i) {
+    const int32_t Fields = Settings.Params.coding_type == 1 ? 2 : 1; // that a picture's lines are spread over
+    const int32_t Pitch = Fields * l.Pitch, Height = l.AlignedHeight / Fields, Count = l.MbCount / Fields;
+    Settings.Positions.resize(static_cast<size_t>(Count));
+    for (int32_t i = 0; i < Count; ++i) {
         MacroblockPosition& p = Settings.Positions[static_cast<size_t>(i)];
         p.X = i % l.MbWidth;
         p.Y = i / l.MbWidth;
         const int32_t x = 16 * p.X, y = 16 * p.Y;
-        p.Luma = y * l.Pitch + x;
-        p.Chroma = (y >> Chroma.ShiftY) * l.Pitch + (x >> Chroma.ShiftX);
+        p.Luma = y * Pitch + x;
+        p.Chroma = (y >> Chroma.ShiftY) * Pitch + (x >> Chroma.ShiftX);
         p.LimitLeft = -VectorLimit(x);
         p.LimitRight = VectorLimit(l.AlignedWidth - 16 - x);
         p.LimitTop = -VectorLimit(y);
-        p.LimitBottom = VectorLimit(l.AlignedHeight - 16 - y);
+        p.LimitBottom = VectorLimit(Height - 16 - y);
     }
 }
 
@@ -65,8 +67,7 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
 template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
-    return p.coding_type == 0 && p.aux_format_idc == 0 && p.analysis_level <= 1 &&
-           LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
+    return p.coding_type != 2 && p.aux_format_idc == 0 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }
 
 void FillGop(EncoderSettings& Settings)

@@ -55,7 +55,7 @@ void AddToolCounts(const EncoderCore<Sample>& c, ToolCounts& n)
     if (!c.Job.pCurrent) return;
     const H264EncoderFrame<Sample>& f = *c.Job.pCurrent;
     AddPicture(n, f);
-    n.slices += c.Settings.Params.num_slices;
+    n.slices += c.Settings.Params.num_slices * (c.Settings.Params.coding_type == 1 ? 2 : 1);
     for (size_t i = 0; i < static_cast<size_t>(c.Settings.Layout.MbCount); ++i) {
         const LocalMacroblock& Local = c.Job.LocalMacroblocks[i];
         const auto Type = static_cast<MacroblockType>(f.mb_global[i].Type);

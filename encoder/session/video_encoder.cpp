@@ -103,7 +103,8 @@ Status H264VideoEncoder::SetParams(BaseCodecParams* pParams)
 {
     const auto* const pVideo = DynamicCast<VideoEncoderParams>(pParams);
     if (!pVideo) return StatusNullPointer;
-    return WithCore(Status{StatusNotInitialized}, [&](auto& c) -> Status { return SetCoreRate(c.Settings, c.Sequence, *pVideo); });
+    return WithCore(Status{StatusNotInitialized},
+                    [&](auto& c) -> Status { return SetCoreRate(c.Settings, c.Sequence, *pVideo); });
 }
 
 const VideoData* H264VideoEncoder::GetReconstruction() const

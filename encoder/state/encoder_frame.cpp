@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace UMC_H264_ENCODER {
 
@@ -127,6 +128,20 @@ void H264EncoderFrame<Sample>::ResetPicture()
     for (int Field = 0; Field < 2; ++Field) {
         pic_num[Field] = long_term_pic_num[Field] = 0;
         poc[Field] = idr_epoch[Field] = 0;
+    }
+}
+
+template <class Sample>
+void H264EncoderFrame<Sample>::SwapPlanes(H264EncoderFrame& Other)
+{
+    std::swap(m_PlaneMemory, Other.m_PlaneMemory);
+    std::swap(m_pY, Other.m_pY);
+    std::swap(m_pU, Other.m_pU);
+    std::swap(m_pV, Other.m_pV);
+    for (H264EncoderFrame* const p : {this, &Other}) {
+        p->SetPlanePointer(p->m_pY, 0);
+        p->SetPlanePointer(p->m_pU, 1);
+        p->SetPlanePointer(p->m_pV, 2);
     }
 }
 

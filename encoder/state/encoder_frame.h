@@ -53,7 +53,7 @@ public:
     // A number of its own for every picture that is coded, even: that of a bottom field is one more. And those of what
     // the picture's slices refer to, by list and index.
     int32_t picture_id = 0;
-    int32_t reference_ids[2][kMaxReferences] = {};
+    int32_t reference_ids[2][2][kMaxReferences] = {}; // of a frame, or of the top and the bottom field
     bool is_idr = false;
     H264EncoderFrame *previous = nullptr, *next = nullptr;
 
@@ -63,8 +63,13 @@ public:
     int32_t Poc() const { return poc[0] < poc[1] ? poc[0] : poc[1]; }
     int32_t Epoch() const { return idr_epoch[0] > idr_epoch[1] ? idr_epoch[0] : idr_epoch[1]; }
     void Unmark() { is_reference = is_long_term = 0; }
+    // The marks as they were before an attempt at a picture.
+    void KeepMarks() { m_KeptMarks = is_reference; }
+    void PutBackMarks() { is_reference = m_KeptMarks; }
     /// A frame taken for a new picture starts here; planes and tables stay.
     void ResetPicture();
+    /// Exchanges the planes with those of a frame of the same layout; all else stays.
+    void SwapPlanes(H264EncoderFrame& Other);
     /// A client's deep samples may hold more bits than it has said; those that do become the largest of their plane.
     void LimitSamples();
     /// Before the picture is coded: list 1 refers to nothing in a picture whose slices do not write it.
@@ -79,6 +84,7 @@ private:
     UMC::MemoryAllocator* m_pAllocator; // not owned
     UMC::MemID m_PlaneMemory = 0, m_TableMemory = 0;
     FrameLayout m_Layout;
+    uint8_t m_KeptMarks = 0;
     bool m_HasList1 = true; // the table may refer to something
 };
 

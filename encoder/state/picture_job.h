@@ -15,6 +15,10 @@ template <class Sample>
 struct PictureJob {
     H264EncoderFrame<Sample>* pCurrent = nullptr; // its tables are written here too
     int32_t picture_class = CLASS_IDR;            // PictureClass
+    PictureStructure Structure = STRUCTURE_FRAME;
+    bool IsField() const { return Structure != STRUCTURE_FRAME; }
+    int32_t Poc() const { return IsField() ? pCurrent->poc[Structure] : pCurrent->Poc(); }
+    int32_t PictureId() const { return pCurrent->picture_id + (Structure == STRUCTURE_BOTTOM); }
     // Samples are compared with the source, and predicted from and written to the reconstruction, which has the pitch
     // of the encoder's layout.
     PictureView<const Sample> Source;
@@ -24,21 +28,22 @@ struct PictureJob {
     int32_t FirstMb = 0, MbCount = 0;
 
     /// Takes up a frame, or a field of it, which is coded in place.
-    void Begin(H264EncoderFrame<Sample>& Frame, PictureStructure Structure, int32_t PictureClass)
+    void Begin(H264EncoderFrame<Sample>& Frame, PictureStructure Part, int32_t PictureClass)
     {
         h264::trace::BeginPicture();
         pCurrent = &Frame;
         picture_class = PictureClass;
+        Structure = Part;
         Reconstruction = PartOf(Frame.View(), Structure);
         Source = ReadOnly(Reconstruction);
         MbCount = Reconstruction.Width / 16 * (Reconstruction.Height / 16);
         FirstMb = Structure == STRUCTURE_BOTTOM ? MbCount : 0;
     }
     /// Reads the same part of another frame, which stays as it is, so that a second attempt finds the source again.
-    void KeepSourceIn(const H264EncoderFrame<Sample>& Frame, PictureStructure Structure)
-    {
-        Source = ReadOnly(PartOf(Frame.View(), Structure));
-    }
+    void KeepSourceIn(const H264EncoderFrame<Sample>& Frame) { Source = ReadOnly(PartOf(Frame.View(), Structure)); }
+
+    // What a picture is coded from while its own planes take the reconstruction; null where it is coded in place.
+    std::unique_ptr<H264EncoderFrame<Sample>> pScratch;
 
     std::unique_ptr<SliceContext<Sample>[]> Slices; // with the bits that they produced
     std::unique_ptr<uint8_t[]> SliceBuffers;

@@ -14,9 +14,12 @@ template <class Sample>
 struct Reference {
     const H264EncoderFrame<Sample>* pFrame = nullptr; // that it is, or is a field of
     PictureView<const Sample> View;
-    const MotionVector* pVectors = nullptr; // of its list 0, 16 for each macroblock of the view
+    const MotionVector* pVectors[2] = {}; // of its lists, 16 for each macroblock of the view, as are the references
+    const int8_t* pReferences[2] = {};
+    const int32_t (*pIds)[kMaxReferences] = nullptr; // the pictures that these are
     int32_t Poc = 0;
-    int32_t Id = 0; // PictureId of the frame or field
+    int32_t Id = 0;             // picture_id of the frame or field
+    int32_t ChromaMvOffset = 0; // quarter samples, of vertical vectors in 4:2:0 between fields of unlike parity
 };
 
 // Reference picture lists 0 and 1 of a slice (clause 8.2.4).
@@ -55,6 +58,8 @@ struct SliceFacts {
     BSliceFacts B; // of a B slice
     NeighbourTables Neighbours;
     SyntaxOfSlice Syntax;
+    uint8_t MbFlags; // that its macroblocks begin with: kFlagField in a field
+    bool IsField, IsBottom;
 
     int32_t ChromaHeight() const { return h264::kChromaGeometry[Syntax.chroma_format_idc].MbHeight; } // of a macroblock
 };

@@ -33,7 +33,7 @@ void Put(Bits& Out, const h264::VlcCode& Code)
 
 // A levelCode in its prefix of zeros and its suffix (clause 9.2.2.1).
 template <class Output>
-void BasicCavlcCoder<Output>::Level(uint32_t Code, uint32_t SuffixLength)
+[[gnu::always_inline]] inline void BasicCavlcCoder<Output>::Level(uint32_t Code, uint32_t SuffixLength)
 {
     const uint32_t Escape = SuffixLength == 0 ? 30 : 15u << SuffixLength; // the first code with a prefix of 15 zeros
     if (Code < Escape) {

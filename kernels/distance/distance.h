@@ -56,6 +56,7 @@ BlockDistanceDeepSig Satd16x16Deep_w7, Satd16x8Deep_w7, Satd8x16Deep_w7, Satd8x8
     Satd4x4Deep_w7;
 BlockDistanceDeepSig Satd8x8By8Deep_px;
 BlockDistanceDeepSig LargestSad4x4Of16x16Deep_px, LargestSad4x4Of8x8Deep_px;
+BlockDistanceDeepSig LargestSad4x4Of16x16Deep_w7, LargestSad4x4Of8x8Deep_w7;
 using FourDistancesDeepSig = void(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
                                   int32_t Sum[4]);
 FourDistancesDeepSig Sad16x16x4Deep_px, Sad16x16x4Deep_w7;

@@ -132,6 +132,27 @@ int32_t Satd(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t 
     return SumOfFour(Sum);
 }
 
+// ---- The worst part ----------------------------------------------------------------------------------------
+
+__m128i Larger(__m128i a, __m128i b)
+{
+    const __m128i First = _mm_cmpgt_epi32(a, b);
+    return _mm_or_si128(_mm_and_si128(First, a), _mm_andnot_si128(First, b));
+}
+
+// The largest distance of a 4x4 part of Size x Size.
+template <int Size>
+int32_t Largest(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    __m128i Worst = _mm_setzero_si128();
+    for (int y = 0; y < Size; y += 4, pA += 4 * StepA, pB += 4 * StepB)
+        for (int x = 0; x < Size; x += 8) {
+            const __m128i Pairs = Distances8<4>(pA + x, StepA, pB + x, StepB); // of columns
+            Worst = Larger(Worst, _mm_add_epi32(Pairs, _mm_shuffle_epi32(Pairs, 0xB1)));
+        }
+    return _mm_cvtsi128_si32(Larger(Worst, _mm_unpackhi_epi64(Worst, Worst)));
+}
+
 } // namespace
 
 #define DISTANCE(Width, Height)                                                                                        \
@@ -151,6 +172,16 @@ DISTANCE(8, 4)
 DISTANCE(4, 8)
 DISTANCE(4, 4)
 #undef DISTANCE
+
+int32_t LargestSad4x4Of16x16Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    return Largest<16>(pA, StepA / 2, pB, StepB / 2);
+}
+
+int32_t LargestSad4x4Of8x8Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
+{
+    return Largest<8>(pA, StepA / 2, pB, StepB / 2);
+}
 
 void Sad16x16x4Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
                        int32_t Sum[4])

@@ -134,6 +134,35 @@ INLINE __m128i LowProducts(__m128i a, __m128i b)
     return _mm_unpacklo_epi32(_mm_shuffle_epi32(Even, 0x08), _mm_shuffle_epi32(Odd, 0x08));
 }
 
+// (Level * Scale * 2^QpPer + half) / 2^Down.
+struct Scaling {
+    __m128i Round, Left, Right;
+
+    Scaling(int QpPer, int Down)
+        : Round(_mm_set1_epi32(QpPer >= Down ? 0 : 1 << (Down - 1 - QpPer))),
+          Left(_mm_cvtsi32_si128(QpPer >= Down ? QpPer - Down : 0)),
+          Right(_mm_cvtsi32_si128(QpPer >= Down ? 0 : Down - QpPer))
+    {
+    }
+    [[gnu::always_inline]] void operator()(int32_t* pLevels, __m128i Scale) const
+    {
+        const __m128i Product = _mm_sll_epi32(LowProducts(Load(pLevels), Scale), Left);
+        Store(pLevels, _mm_sra_epi32(_mm_add_epi32(Product, Round), Right));
+    }
+};
+
+// Scales in 32 bits, four in a row; they are never negative.
+template <int Rows>
+struct Scales {
+    __m128i Row[Rows];
+
+    explicit Scales(const int16_t* p)
+    {
+        for (int i = 0; i < Rows; ++i, p += 4)
+            Row[i] = _mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
+    }
+};
+
 } // namespace
 
 uint32_t ForwardQuant16x16Deep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pPrediction,
@@ -166,21 +195,23 @@ uint32_t ForwardQuantAc8x8Deep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, const
 
 void DequantBlocksDeep_w7(int32_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer, int FirstIndex)
 {
-    __m128i Scale[4]; // never negative
-    for (int i = 0; i < 4; ++i)
-        Scale[i] =
-            _mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pScale + 4 * i)), _mm_setzero_si128());
-    const __m128i Left = _mm_cvtsi32_si128(QpPer >= 4 ? QpPer - 4 : 0);
-    const __m128i Right = _mm_cvtsi32_si128(QpPer >= 4 ? 0 : 4 - QpPer);
-    const __m128i Round = _mm_set1_epi32(QpPer >= 4 ? 0 : 1 << (3 - QpPer));
+    const Scaling Scaled(QpPer, 4);
+    const Scales<4> Scale(pScale);
     for (Bits &= (1u << Count) - 1; Bits; Bits &= Bits - 1) {
         int32_t* const p = pLevels + 16 * __builtin_ctz(Bits);
         const int32_t First = p[0];
-        for (int i = 0; i < 4; ++i) {
-            const __m128i Product = _mm_sll_epi32(LowProducts(Load(p + 4 * i), Scale[i]), Left);
-            Store(p + 4 * i, _mm_sra_epi32(_mm_add_epi32(Product, Round), Right));
-        }
+        for (int i = 0; i < 4; ++i) Scaled(p + 4 * i, Scale.Row[i]);
         if (FirstIndex) p[0] = First;
+    }
+}
+
+void DequantBlocks8x8Deep_w7(int32_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer)
+{
+    const Scaling Scaled(QpPer, 6);
+    const Scales<16> Scale(pScale);
+    for (Bits &= (1u << Count) - 1; Bits; Bits &= Bits - 1) {
+        int32_t* const p = pLevels + 64 * __builtin_ctz(Bits);
+        for (int i = 0; i < 16; ++i) Scaled(p + 4 * i, Scale.Row[i]);
     }
 }
 

@@ -140,6 +140,6 @@ DequantBlocksDeepSig DequantBlocksDeep_px, DequantBlocksDeep_w7;
 using DequantBlocks8x8Sig = void(int16_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer);
 DequantBlocks8x8Sig DequantBlocks8x8_px, DequantBlocks8x8_w7;
 using DequantBlocks8x8DeepSig = void(int32_t* pLevels, uint32_t Bits, int Count, const int16_t* pScale, int QpPer);
-DequantBlocks8x8DeepSig DequantBlocks8x8Deep_px;
+DequantBlocks8x8DeepSig DequantBlocks8x8Deep_px, DequantBlocks8x8Deep_w7;
 
 } // namespace kernels

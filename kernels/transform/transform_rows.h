@@ -68,7 +68,7 @@ inline constexpr KernelRow<ForwardDcDeepSig> kForwardChromaDc422Deep{"ForwardChr
                                                                      {ForwardChromaDc422Deep_px}};
 inline constexpr KernelRow<DequantBlocksDeepSig> kDequantBlocksDeep{
     "DequantBlocksDeep", {DequantBlocksDeep_px, nullptr, DequantBlocksDeep_w7}};
-inline constexpr KernelRow<DequantBlocks8x8DeepSig> kDequantBlocks8x8Deep{"DequantBlocks8x8Deep",
-                                                                          {DequantBlocks8x8Deep_px}};
+inline constexpr KernelRow<DequantBlocks8x8DeepSig> kDequantBlocks8x8Deep{
+    "DequantBlocks8x8Deep", {DequantBlocks8x8Deep_px, nullptr, DequantBlocks8x8Deep_w7}};
 
 } // namespace kernels

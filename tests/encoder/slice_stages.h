@@ -16,7 +16,7 @@ using UMC_H264_ENCODER::EncoderSettings;
 
 inline Candidate DecideP(const EncoderSettings& Settings, Slice8& s, uint8_t Slot = 0)
 {
-    return UMC_H264_ENCODER::DecideP(Settings, s.cur_mb, Slot, s.work_area);
+    return UMC_H264_ENCODER::DecideP<uint8_t>(Settings, s.cur_mb, Slot, s.work_area, nullptr);
 }
 inline Candidate Intra16x16(const EncoderSettings& Settings, Slice8& s)
 {
@@ -34,7 +34,7 @@ inline void Commit(const Candidate& Won, Slice8& s) { UMC_H264_ENCODER::Commit(W
 /// Decides the macroblock in hand and commits what won.
 inline Candidate AnalyseMacroblock(const EncoderSettings& Settings, Slice8& s)
 {
-    const Candidate Won = UMC_H264_ENCODER::AnalyseMacroblock(Settings, s.cur_mb, s.work_area);
+    const Candidate Won = UMC_H264_ENCODER::AnalyseMacroblock<uint8_t>(Settings, s.cur_mb, s.work_area, nullptr);
     Commit(Won, s);
     return Won;
 }

@@ -117,7 +117,7 @@ private:
     NeighbourCache m_Around;
     SyntaxOfSlice m_Slice{.slice_type = h264::SLICE_I,
                           .chroma_format_idc = h264::CHROMA_420,
-                          .entropy_coding_mode_flag = true,
+                          .entropy_coding_mode_flag = false, // the policies tell
                           .transform_8x8_mode_flag = false,
                           .direct_8x8_inference_flag = true,
                           .BitDepthLuma = 8,

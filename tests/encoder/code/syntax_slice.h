@@ -169,7 +169,7 @@ private:
     const test::Slice m_Slice;
     const SyntaxOfSlice m_Syntax{.slice_type = static_cast<int32_t>(m_Slice.slice_type % 5),
                                  .chroma_format_idc = static_cast<int32_t>(m_Seq.chroma_format_idc),
-                                 .entropy_coding_mode_flag = m_Pic.cabac,
+                                 .entropy_coding_mode_flag = false, // the policies tell
                                  .transform_8x8_mode_flag = m_Pic.transform_8x8_mode,
                                  .direct_8x8_inference_flag = m_Seq.direct_8x8_inference,
                                  .BitDepthLuma = static_cast<int32_t>(m_Seq.bit_depth),

@@ -231,7 +231,8 @@ private:
         Local().Pattern = 0x2F;
         const auto Put = [&](size_t i, size_t Row) {
             const uint32_t Up = (i < 256 ? m_Seq.bit_depth : m_Seq.bit_depth_chroma) - 8;
-            *pOut++ = static_cast<uint16_t>(m.pcm[i] << Up | ((m.pcm[i] * 5u + i + Row) & ((1u << Up) - 1)));
+            const uint32_t Sample = m.pcm[i], Low = Sample * 5 + static_cast<uint32_t>(i + Row);
+            *pOut++ = static_cast<uint16_t>(Sample << Up | (Low & ((1u << Up) - 1)));
         };
         for (size_t i = 0; i < 256; ++i) Put(i, 0);
         const auto Rows = static_cast<size_t>(h264::kChromaGeometry[m_Seq.chroma_format_idc].MbHeight);

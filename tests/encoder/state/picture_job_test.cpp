@@ -68,7 +68,7 @@ TEST_F(Job, OfAFieldHasItsLinesInBothViewsAndItsHalfOfTheTables)
 TEST_F(Job, ReadsASourceThatIsKeptInAnotherFrame)
 {
     m_Job.Begin(m_Frame, STRUCTURE_BOTTOM, CLASS_IDR);
-    m_Job.KeepSourceIn(m_Kept, STRUCTURE_BOTTOM);
+    m_Job.KeepSourceIn(m_Kept);
     EXPECT_EQ(m_Job.Source.pY, m_Kept.m_pY + m_Kept.m_Pitch);
     EXPECT_EQ(m_Job.Reconstruction.pY, m_Frame.m_pY + m_Frame.m_Pitch);
     ExpectLines(m_Job.Source, 1, 2);
