@@ -90,11 +90,14 @@ def converted(i420, size, chroma, depth):
 
 def ffmpeg_pictures(stream, output, luma_only=False, skip_filter=False):
     """What ffmpeg decodes, in the stream's own format; any message is a fault."""
+    # cpuflags: its vector code for weights of deep samples gives other pictures than its plain code.
+    # setts: field pictures would share a time stamp.
     skipped = ["-skip_loop_filter", "noref"] if skip_filter else []
     filters = ["-vf", "extractplanes=y"] if luma_only else []
     # strict: it waits for as many pictures as the level allows before it shows one, and so never in the wrong order
     done = run("ffmpeg", "-nostdin", "-y", "-v", "error", "-strict", "strict", "-flags", "unaligned", "-threads", 1,
-               *skipped, "-f", "h264", "-i", stream, *filters, "-fps_mode", "passthrough", "-f", "rawvideo", output)
+               "-cpuflags", 0, *skipped, "-f", "h264", "-i", stream, *filters, "-fps_mode", "passthrough",
+               "-bsf:v", "setts=ts=N", "-f", "rawvideo", output)
     if done.returncode or done.stderr:
         raise Fault(f"ffmpeg complains: {done.stderr.decode(errors='replace').strip()[:200]}")
     return output.read_bytes()

@@ -3,6 +3,7 @@
 
 #include "encoder/code/reconstruct.h"
 #include "encoder/decide/inter_decision.h"
+#include "encoder/decide/intra_blocks.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/macroblock_decision.h"
 #include "encoder/state/slice_context.h"
@@ -15,7 +16,7 @@ using UMC_H264_ENCODER::EncoderSettings;
 
 inline Candidate DecideP(const EncoderSettings& Settings, Slice8& s, uint8_t Slot = 0)
 {
-    return UMC_H264_ENCODER::DecideP(Settings, s.cur_mb, Slot, s.work_area);
+    return UMC_H264_ENCODER::DecideP<uint8_t>(Settings, s.cur_mb, Slot, s.work_area, nullptr);
 }
 inline Candidate Intra16x16(const EncoderSettings& Settings, Slice8& s)
 {
@@ -29,11 +30,11 @@ inline void TryFinerIntra(const EncoderSettings& Settings, Slice8& s, Candidate&
 {
     UMC_H264_ENCODER::TryFinerIntra(Settings, s.cur_mb, s.work_area, Best);
 }
-inline void Commit(const Candidate& Won, Slice8& s) { UMC_H264_ENCODER::Commit(Won, s.work_area, s.cur_mb.Records); }
+inline void Commit(const Candidate& Won, Slice8& s) { UMC_H264_ENCODER::Commit(Won, s.work_area, s.cur_mb); }
 /// Decides the macroblock in hand and commits what won.
 inline Candidate AnalyseMacroblock(const EncoderSettings& Settings, Slice8& s)
 {
-    const Candidate Won = UMC_H264_ENCODER::AnalyseMacroblock(Settings, s.cur_mb, s.work_area);
+    const Candidate Won = UMC_H264_ENCODER::AnalyseMacroblock<uint8_t>(Settings, s.cur_mb, s.work_area, nullptr);
     Commit(Won, s);
     return Won;
 }

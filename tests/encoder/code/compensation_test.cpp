@@ -57,7 +57,7 @@ protected:
         const auto Luma = Clamped<21>(m_Ref.pY, kSide, m_Ref.Height, (vx >> 2) - 2, (vy >> 2) - 2);
         kernels::InterpolateLuma16_px(Luma.data() + 2 * 21 + 2, 21, Want, 16, vx & 3, vy & 3, 16);
         ASSERT_TRUE(std::equal(Got, Got + 256, Want)) << "luma " << vx << ' ' << vy;
-        CompensateChroma(c.Job.Slices[0].work_area, m_Ref, v, 0, 0, 16, 16, Got, 16);
+        CompensateChroma(c.Job.Slices[0].work_area, m_Ref, v, 0, 0, 16, 16, 1, Got, 16);
         const auto u = Clamped<9>(m_Ref.pU, kSide / 2, m_Ref.Height / 2, vx >> 3, vy >> 3),
                    r = Clamped<9>(m_Ref.pV, kSide / 2, m_Ref.Height / 2, vx >> 3, vy >> 3);
         kernels::InterpolateChroma8_px(u.data(), r.data(), 9, Want, Want + 8, 16, vx & 7, vy & 7, 8);

@@ -56,7 +56,8 @@ protected:
         Add(f.mb_motion[0], Count * 16 * sizeof(MotionVector));
         Add(f.mb_reference[0], Count * 16);
         Add(c.Job.LocalMacroblocks.data(), Count * sizeof(LocalMacroblock));
-        Add(c.Job.VectorDifferences.data(), Count * 16 * sizeof(MotionVector));
+        for (const auto& Differences : c.Job.VectorDifferences)
+            Add(Differences.data(), Differences.size() * sizeof(MotionVector));
         Add(c.Job.IntraModes.data(), Count * 16);
         for (int32_t y = 0; y < kSide; ++y) Add(f.m_pY + y * f.m_Pitch, kSide);
         for (int32_t y = 0; y < kSide / 2; ++y) {
@@ -107,7 +108,7 @@ TEST_F(MacroblockCandidate, LeavesASkipsSamplesAlone)
         std::copy_n(Ref.m_pU + mb.pPosition->Chroma + y * mb.pitch, 8, mb.pRecU + y * mb.pitch);
         std::copy_n(Ref.m_pV + mb.pPosition->Chroma + y * mb.pitch, 8, mb.pRecV + y * mb.pitch);
     }
-    NeighbourMotion& Around = mb.Around.Motion; // without neighbours, so that the skip stands still
+    NeighbourMotion& Around = mb.Around.Motion[0]; // without neighbours, so that the skip stands still
     for (auto* const pRefs : {Around.LeftRefs, Around.TopRefs}) std::fill_n(pRefs, 4, h264::kRefUnavailable);
     for (auto* const pVectors : {Around.LeftVectors, Around.TopVectors}) std::fill_n(pVectors, 4, MotionVector{0, 0});
     *mb.pRecY = static_cast<uint8_t>(*mb.pRecY + 1);
@@ -124,11 +125,11 @@ TEST_F(MacroblockCandidate, IsCommittedWhole)
 {
     const auto Filled = [this](MotionVector v, MotionVector Difference, int8_t Ref) {
         const MacroblockRecords& mb = Mb().Records;
-        return std::count(&mb.pVectors[0], &mb.pVectors[16], v) == 16 &&
-               std::count(&mb.pDifferences[0], &mb.pDifferences[16], Difference) == 16 &&
-               std::count(&mb.pReferences[0], &mb.pReferences[16], Ref) == 16;
+        return std::count(&mb.pVectors[0][0], &mb.pVectors[0][16], v) == 16 &&
+               std::count(&mb.pDifferences[0][0], &mb.pDifferences[0][16], Difference) == 16 &&
+               std::count(&mb.pReferences[0][0], &mb.pReferences[0][16], Ref) == 16;
     };
-    auto& Trial = Slice().work_area.Intra4x4Modes;
+    auto& Trial = Slice().work_area.Of4x4.Modes;
     for (size_t i = 0; i < 16; ++i) Trial[i] = static_cast<uint8_t>(i % 9);
 
     Commit({.Cost = 77, .Type = MB_INTER16X16, .Ref = 1, .Vector = {5, -6}, .Difference = {-300, 2}}, Slice());
@@ -179,7 +180,7 @@ protected:
         mb.pSrcU = mb.pSrcV = m_SourceUv;
         mb.SrcPitch = 16;
         std::fill_n(m_SourceUv, 16 * 8, uint8_t{110});
-        NeighbourMotion& Around = mb.Around.Motion; // without neighbours, so that nothing moves
+        NeighbourMotion& Around = mb.Around.Motion[0]; // without neighbours, so that nothing moves
         for (auto* const pRefs : {Around.LeftRefs, Around.TopRefs}) std::fill_n(pRefs, 4, h264::kRefUnavailable);
         for (auto* const pVectors : {Around.LeftVectors, Around.TopVectors})
             std::fill_n(pVectors, 4, MotionVector{0, 0});

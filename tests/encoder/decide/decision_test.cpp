@@ -30,50 +30,54 @@ struct Levels {
     }
 };
 
+int32_t CostOf(const Levels& l, int32_t First = 0) { return CoefficientCost(l.Raster, First, SCAN_ZIGZAG); }
+
 TEST(CoefficientCost, FallsWithTheRunAhead)
 {
-    EXPECT_EQ(CoefficientCost(Levels{}.Raster, 0), 0);
+    EXPECT_EQ(CostOf(Levels{}), 0);
     const int kByRun[]{3, 2, 2, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-    for (int Run = 0; Run < 16; ++Run) EXPECT_EQ(CoefficientCost(Levels{{Run, -1}}.Raster, 0), kByRun[Run]) << Run;
-    EXPECT_EQ(CoefficientCost(Levels({{0, 1}, {1, 1}}).Raster, 0), 6);
-    EXPECT_EQ(CoefficientCost(Levels({{0, 1}, {4, 1}}).Raster, 0), 4);
-    EXPECT_EQ(CoefficientCost(Levels({{0, 1}, {3, -1}}).Raster, 0), 5);
+    for (int Run = 0; Run < 16; ++Run) EXPECT_EQ(CostOf(Levels{{Run, -1}}), kByRun[Run]) << Run;
+    EXPECT_EQ(CostOf(Levels({{0, 1}, {1, 1}})), 6);
+    EXPECT_EQ(CostOf(Levels({{0, 1}, {4, 1}})), 4);
+    EXPECT_EQ(CostOf(Levels({{0, 1}, {3, -1}})), 5);
 }
 
 TEST(CoefficientCost, AMagnitudeAboveOneIsNine)
 {
-    EXPECT_EQ(CoefficientCost(Levels{{15, 2}}.Raster, 0), 9);
-    EXPECT_EQ(CoefficientCost(Levels({{0, 1}, {1, 1}, {2, -2}}).Raster, 0), 9);
+    EXPECT_EQ(CostOf(Levels{{15, 2}}), 9);
+    EXPECT_EQ(CostOf(Levels({{0, 1}, {1, 1}, {2, -2}})), 9);
 }
 
 TEST(CoefficientCost, MayLeaveOutTheDc)
 {
-    EXPECT_EQ(CoefficientCost(Levels({{0, 50}, {1, 1}}).Raster, 1), 3);
-    EXPECT_EQ(CoefficientCost(Levels({{0, 50}}).Raster, 1), 0);
+    EXPECT_EQ(CostOf(Levels({{0, 50}, {1, 1}}), 1), 3);
+    EXPECT_EQ(CostOf(Levels({{0, 50}}), 1), 0);
 }
 
 TEST(DropRules, AQuadrantOfThreeAndOneIsDroppedAndOfThreeAndTwoStays)
 {
-    EXPECT_FALSE(IsQuadrantWorthCoding(CoefficientCost(Levels({{0, 1}, {4, 1}}).Raster, 0))); // runs of 0 and 3
-    EXPECT_TRUE(IsQuadrantWorthCoding(CoefficientCost(Levels({{0, 1}, {2, 1}}).Raster, 0)));  // runs of 0 and 1
+    EXPECT_FALSE(IsQuadrantWorthCoding(CostOf(Levels({{0, 1}, {4, 1}})))); // runs of 0 and 3
+    EXPECT_TRUE(IsQuadrantWorthCoding(CostOf(Levels({{0, 1}, {2, 1}}))));  // runs of 0 and 1
     EXPECT_FALSE(IsMacroblockWorthCoding(6));
     EXPECT_TRUE(IsMacroblockWorthCoding(7));
 }
 
 TEST(DropRules, ChromaAcWorthSevenIsDroppedAndEightIsKept)
 {
-    const int32_t Seven = CoefficientCost(Levels({{1, 1}, {2, 1}, {7, 1}}).Raster, 1); // runs of 0, 0 and 4
-    const int32_t Eight = CoefficientCost(Levels({{1, 1}, {2, 1}, {4, 1}}).Raster, 1); // runs of 0, 0 and 1
+    const int32_t Seven = CostOf(Levels({{1, 1}, {2, 1}, {7, 1}}), 1); // runs of 0, 0 and 4
+    const int32_t Eight = CostOf(Levels({{1, 1}, {2, 1}, {4, 1}}), 1); // runs of 0, 0 and 1
     ASSERT_EQ(Seven, 7);
     ASSERT_EQ(Eight, 8);
-    EXPECT_FALSE(IsChromaAcWorthCoding(Seven));
-    EXPECT_TRUE(IsChromaAcWorthCoding(Eight));
+    EXPECT_FALSE(IsChromaAcWorthCoding(Seven, 1));
+    EXPECT_TRUE(IsChromaAcWorthCoding(Eight, 1));
+    EXPECT_FALSE(IsChromaAcWorthCoding(14, 2)); // of 4:2:2
+    EXPECT_TRUE(IsChromaAcWorthCoding(15, 2));
 }
 
 TEST(DropRules, TwoLevelsWithoutARunAreTooMuchToSkip)
 {
-    EXPECT_TRUE(IsLumaTooMuchToSkip(CoefficientCost(Levels({{0, 1}, {1, 1}}).Raster, 0)));  // 3 + 3
-    EXPECT_FALSE(IsLumaTooMuchToSkip(CoefficientCost(Levels({{0, 1}, {2, 1}}).Raster, 0))); // 3 + 2
+    EXPECT_TRUE(IsLumaTooMuchToSkip(CostOf(Levels({{0, 1}, {1, 1}}))));  // 3 + 3
+    EXPECT_FALSE(IsLumaTooMuchToSkip(CostOf(Levels({{0, 1}, {2, 1}})))); // 3 + 2
     EXPECT_FALSE(IsChromaTooMuchToSkip(6));
     EXPECT_TRUE(IsChromaTooMuchToSkip(7));
 }
@@ -81,12 +85,12 @@ TEST(DropRules, TwoLevelsWithoutARunAreTooMuchToSkip)
 TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
 {
     BlockLevels<int16_t> Out{};
-    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 0, Out), 9);
+    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 0, SCAN_ZIGZAG, Out), 9);
     ASSERT_EQ(Out.Count, 3);
     EXPECT_EQ(Out.Position[1], 2);
     EXPECT_EQ(Out.Level[0], 7);
     EXPECT_EQ(Out.Level[2], -1);
-    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 1, Out), 2);
+    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 1, SCAN_ZIGZAG, Out), 2);
     ASSERT_EQ(Out.Count, 2);
     EXPECT_EQ(Out.Position[0], 1); // counted from coefficient 1
     EXPECT_EQ(Out.Position[1], 14);
@@ -94,7 +98,7 @@ TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
     for (int i = 0; i < 500; ++i) {
         Levels l{};
         for (int16_t& v : l.Raster) v = static_cast<int16_t>(Rng() % 5 ? 0 : static_cast<int>(Rng() % 5) - 2);
-        for (const int First : {0, 1}) EXPECT_EQ(ListLevels(l.Raster, First, Out), CoefficientCost(l.Raster, First));
+        for (const int First : {0, 1}) EXPECT_EQ(ListLevels(l.Raster, First, SCAN_ZIGZAG, Out), CostOf(l, First));
     }
 }
 

@@ -1,4 +1,5 @@
 // Single decisions of a macroblock at their borders: one more unit of cost, one more edge, one more quarter sample.
+#include "encoder/code/macroblock_quantisers.h"
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
 #include "kernels/dispatch/kernels.h"
@@ -155,7 +156,7 @@ TEST_F(IntraGates, IntraWinsWhenItIsCheaperAndNotAtATie)
     EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTRA16X16);
     EXPECT_EQ(Mb().Records.pLocal->Cost, 299);
     EXPECT_EQ(Mb().Records.pLocal->Intra16Mode, INTRA16_VERTICAL);
-    EXPECT_EQ(Mb().Records.pReferences[0], -1);
+    EXPECT_EQ(Mb().Records.pReferences[0][0], -1);
 }
 
 TEST_F(IntraGates, ATieOf16x16ModesStaysWithTheEarlier)
@@ -271,7 +272,7 @@ TEST_F(SearchGates, ASecondReferenceMustBeBetterByMoreThanItsName)
     for (const int Better : {2, 3, 4}) {
         Sample = static_cast<uint8_t>(100 + Better);
         Decide(180);
-        EXPECT_EQ(Mb().Records.pReferences[0], Better > 3 ? 1 : 0) << Better;
+        EXPECT_EQ(Mb().Records.pReferences[0][0], Better > 3 ? 1 : 0) << Better;
         EXPECT_EQ(InterCost(), Better > 3 ? 180 + 3 - Better : 180) << Better;
     }
 }
@@ -300,7 +301,7 @@ TEST_F(LastMacroblock, AVectorAQuarterSampleFromTheSkipVectorIsStillTested)
             const bool bSkip = std::abs(Off) <= 1;
             EXPECT_EQ(Mb().Records.pGlobal->Type, bSkip ? MB_SKIP_P : MB_INTER16X16) << Off;
             if (bSkip) {
-                EXPECT_EQ(Mb().Records.pVectors[0], (MotionVector{0, 0})) << Off; // not the one asked about
+                EXPECT_EQ(Mb().Records.pVectors[0][0], (MotionVector{0, 0})) << Off; // not the one asked about
             }
             EXPECT_EQ(Mb().Records.pLocal->Cost == 0, bSkip) << Off;
         }
@@ -312,7 +313,8 @@ TEST_F(LastMacroblock, TheSliceSaysHowAnIntraMacroblockIsRounded)
     auto& s = Slice();
     for (const int32_t Type : {h264::SLICE_I, h264::SLICE_P}) {
         s.Facts.slice_type = Type;
-        SetQuantisers(c.Settings.Quant, Type, 0, s.Quant);
+        s.Facts.Syntax.slice_type = Type;
+        SetQuantisers(c.Settings, s.Facts.Syntax, 0, s.Quant);
         const kernels::QuantParams& Own = (Type == h264::SLICE_I ? c.Settings.Quant.Intra : c.Settings.Quant.Inter)[0];
         EXPECT_EQ(s.Quant.pLuma, &Own);
         EXPECT_EQ(s.Quant.pChroma, &Own);
@@ -322,7 +324,7 @@ TEST_F(LastMacroblock, TheSliceSaysHowAnIntraMacroblockIsRounded)
         for (int32_t y = 0; y < 16; ++y) std::fill_n(Source(0, y), 16, uint8_t{128});
         *Source(0, 0) = *Source(1, 1) = 129;
         Intra4x4(c.Settings, s, INT32_MAX);
-        EXPECT_EQ(s.work_area.Intra4x4Coded & 1, Type == h264::SLICE_I ? 1u : 0u);
+        EXPECT_EQ(s.work_area.Of4x4.Coded & 1, Type == h264::SLICE_I ? 1u : 0u);
     }
 }
 
@@ -360,7 +362,7 @@ std::set<int> ModesTried(Core8& c, size_t Raster)
         std::fill_n(s_DistanceOfMode, 9, 100000);
         s_DistanceOfMode[Mode] = 0;
         Intra4x4(c.Settings, c.Job.Slices[0], INT32_MAX);
-        if (c.Job.Slices[0].work_area.Intra4x4Modes[Raster] == Mode) Tried.insert(Mode);
+        if (c.Job.Slices[0].work_area.Of4x4.Modes[Raster] == Mode) Tried.insert(Mode);
     }
     return Tried;
 }
@@ -393,7 +395,7 @@ TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
         std::fill_n(s_DistanceOfMode, 9, Rest);
         for (const int m : Tied) s_DistanceOfMode[m] = 0;
         Intra4x4(c.Settings, Slice(), INT32_MAX);
-        return int{Slice().work_area.Intra4x4Modes[0]};
+        return int{Slice().work_area.Of4x4.Modes[0]};
     };
     EXPECT_EQ(Won({3, 7}), 3);
     EXPECT_EQ(Won({8, 4}), 4);
@@ -404,10 +406,10 @@ TEST_F(LastMacroblock, ATieOfModesGoesToTheLowerNumber)
     std::fill_n(s_DistanceOfMode, 9, 1000 - ThreeBits);
     s_DistanceOfMode[2] = 1000;
     Intra4x4(c.Settings, Slice(), INT32_MAX);
-    EXPECT_EQ(Slice().work_area.Intra4x4Modes[0], 0);
+    EXPECT_EQ(Slice().work_area.Of4x4.Modes[0], 0);
     s_DistanceOfMode[0] = s_DistanceOfMode[1] = 1000;
     Intra4x4(c.Settings, Slice(), INT32_MAX);
-    EXPECT_EQ(Slice().work_area.Intra4x4Modes[0], 2);
+    EXPECT_EQ(Slice().work_area.Of4x4.Modes[0], 2);
 }
 
 TEST_F(LastMacroblock, Intra4x4GivesUpAboveTheLimitOnly)

@@ -14,7 +14,7 @@ using Frame = H264EncoderFrame<uint8_t>;
 TEST(Padding, RepeatsTheEdges)
 {
     UMC::DefaultMemoryAllocator Allocator;
-    const FrameLayout l = MakeLayout(32, 16, 1, 8, true, false);
+    const FrameLayout l = MakeLayout(32, 16, 1, 8, 8, true, false);
     Frame f(&Allocator);
     ASSERT_EQ(f.Allocate(l), UMC::StatusOk);
     for (int y = 0; y < 16; ++y)

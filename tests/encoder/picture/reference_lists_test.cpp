@@ -20,11 +20,13 @@ struct TestCore {
         p.m_Info.m_Width = 32;
         p.m_Info.m_Height = 32;
         EXPECT_EQ(InitCore(c, p, &Allocator), UMC::StatusOk);
+        c.Job.picture_class = CLASS_REFERENCE;
     }
     Frame* Add(int32_t FrameNum, bool bReference = true)
     {
         auto* const p = new Frame(&Allocator);
         p->frame_num = FrameNum;
+        p->picture_id = NextId += 2;
         p->is_reference = bReference ? 3 : 0;
         p->poc[0] = p->poc[1] = 2 * FrameNum;
         c.Sequence.ReconstructionList.Append(p);
@@ -32,6 +34,7 @@ struct TestCore {
     }
     UMC::DefaultMemoryAllocator Allocator;
     Core8 c;
+    int32_t NextId = 0;
 };
 
 // Numbers the references and builds the lists of the first slice.
@@ -56,7 +59,7 @@ TEST(ReferenceMarking, FrameNumbersWrap)
     ASSERT_EQ(s.num_ref_idx_l0, 2);
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][0].pFrame, pNew); // falling pic_num
     EXPECT_EQ(s.ref_pic_lists.Pictures[0][1].pFrame, pOld);
-    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
+    UpdateMarking(t.c.Settings, t.c.Job, t.c.Sequence);
     EXPECT_FALSE(pOld->is_reference); // the lowest number left the window
     EXPECT_TRUE(pNew->is_reference);
     EXPECT_TRUE(t.c.Job.pCurrent->is_reference);
@@ -76,7 +79,7 @@ TEST(ReferenceMarking, AnIPictureNumbersTheReferencesToo)
     EXPECT_EQ(pOld->frame_num_wrap, -2);
     EXPECT_EQ(pNew->frame_num_wrap, -1);
     EXPECT_EQ(s.ref_pic_lists.Count[0], 0);
-    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
+    UpdateMarking(t.c.Settings, t.c.Job, t.c.Sequence);
     EXPECT_FALSE(pOld->is_reference);
     EXPECT_TRUE(pNew->is_reference);
 }
@@ -89,7 +92,7 @@ TEST(ReferenceMarking, OneReferenceIsTheNewestPicture)
     t.c.Job.Slices[0].Facts.slice_type = h264::SLICE_P;
     Update(t.c);
     EXPECT_EQ(t.c.Job.Slices[0].Facts.num_ref_idx_l0, 1);
-    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
+    UpdateMarking(t.c.Settings, t.c.Job, t.c.Sequence);
     EXPECT_TRUE(pOld->IsFree() || !pOld->was_encoded);
     EXPECT_EQ(pOld->is_reference, 0);
 }
@@ -101,7 +104,8 @@ TEST(ReferenceMarking, AnIdrPictureUnmarksAllOthers)
     b->is_long_term = 3;
     t.c.Job.pCurrent = t.Add(0, false);
     t.c.Job.pCurrent->is_idr = true;
-    UpdateMarking(t.c.Settings, t.c.Sequence, *t.c.Job.pCurrent);
+    t.c.Job.picture_class = CLASS_IDR;
+    UpdateMarking(t.c.Settings, t.c.Job, t.c.Sequence);
     EXPECT_EQ(a->is_reference | b->is_reference | b->is_long_term, 0);
     EXPECT_EQ(t.c.Job.pCurrent->is_reference, 3);
 }

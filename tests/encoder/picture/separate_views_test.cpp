@@ -48,7 +48,7 @@ public:
     {
         auto& q = m_Core.Sequence;
         const FrameLayout& l = m_Core.Settings.Layout;
-        ASSERT_EQ(m_Source.Allocate(MakeLayout(kWidth + 64, kHeight, 1, 8, true, false)), UMC::StatusOk);
+        ASSERT_EQ(m_Source.Allocate(MakeLayout(kWidth + 64, kHeight, 1, 8, 8, true, false)), UMC::StatusOk);
         ASSERT_NE(m_Source.m_Pitch, l.Pitch);
         ASSERT_EQ(q.InputList.InsertFrame(Input, l, &m_Allocator, m_Core.Converter, m_pLast), UMC::StatusOk);
         MoveSamples();
@@ -60,18 +60,36 @@ public:
         m_pLast->poc[0] = 2 * FrameNum;
         m_pLast->poc[1] = 2 * FrameNum + 1;
         m_Core.Job.Begin(*m_pLast, STRUCTURE_FRAME, bIdr ? CLASS_IDR : CLASS_REFERENCE);
-        m_Core.Job.KeepSourceIn(m_Source, STRUCTURE_FRAME);
+        m_Core.Job.KeepSourceIn(m_Source);
         const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
         UpdateRefLists(q, *m_pLast);
         for (int i = 0; i < Dropped; ++i) Drop(i % 2 ? size_t{20} : SIZE_MAX);
-        const PictureResult Result = EncodePicture(m_Core.Settings, q, m_Core.Job, Output);
+        const PictureResult Result = Attempt(Output);
         ASSERT_EQ(Result.Status, UMC::StatusOk);
-        CommitPicture(m_Core.Settings, m_Core.Job, Result, q, Output);
+        Commit(Result, Output);
         EXPECT_EQ(SamplesOf(m_Source, l), Before);
     }
     std::vector<uint8_t> Reconstruction() const { return SamplesOf(*m_pLast, m_Core.Settings.Layout); }
 
 private:
+    PictureResult Attempt(UMC::MediaData& Output)
+    {
+        PictureResult Result = BeginResult(m_Core.Settings, m_Core.Sequence, m_Core.Job.picture_class, Output);
+        EncodePicture(m_Core.Settings, m_Core.Sequence, m_Core.Job, Output, Result);
+        return Result;
+    }
+    void Commit(const PictureResult& Result, UMC::MediaData& Output)
+    {
+        auto& q = m_Core.Sequence;
+        Output.SetDataSize(Result.DataSize);
+        q.Sps = Result.Sets.Sps;
+        q.Pps = Result.Sets.Pps;
+        q.idr_pic_id = Result.Sets.idr_pic_id;
+        q.total_bits += Result.Bits;
+        UpdateMarking(m_Core.Settings, m_Core.Job, q);
+        q.Rate.PostFrame(m_pLast->frame_type, q.total_bits);
+        ++q.frames_encoded;
+    }
     // What lasts from picture to picture, byte by byte, with the marks and the numbers of all pictures.
     std::vector<uint8_t> State() const
     {
@@ -96,7 +114,7 @@ private:
         UMC::MediaData Output;
         Output.SetBufferPointer(Bytes.data(), std::min(Room, Bytes.size()));
         const std::vector<uint8_t> Before = State();
-        const PictureResult Result = EncodePicture(m_Core.Settings, m_Core.Sequence, m_Core.Job, Output);
+        const PictureResult Result = Attempt(Output);
         EXPECT_EQ(Result.Status, Room == SIZE_MAX ? UMC::StatusOk : UMC::StatusNotEnoughBuffer);
         EXPECT_EQ(Output.GetDataSize(), 0u);
         EXPECT_EQ(State(), Before);

@@ -40,8 +40,8 @@ TEST(EncoderInit, Statuses)
     EXPECT_EQ(InitResult([](auto& p) { p.m_Info.m_Width = 0; }), UMC::StatusInitFailed);
     EXPECT_EQ(InitResult([](auto& p) { p.m_Info.m_Height = -1; }), UMC::StatusInitFailed);
     EXPECT_EQ(InitResult([](auto& p) { p.profile_idc = 1; }), UMC::StatusInvalidParams);
-    EXPECT_EQ(InitResult([](auto& p) { p.bit_depth_luma = 10; }), UMC::StatusNotImplemented);
     EXPECT_EQ(InitResult([](auto& p) { p.chroma_format_idc = 3; }), UMC::StatusNotImplemented);
+    EXPECT_EQ(InitResult([](auto& p) { p.aux_format_idc = 1; }), UMC::StatusNotImplemented);
 }
 
 TEST(EncoderInit, TakesAPlainRecord)
@@ -131,22 +131,39 @@ TEST(EncoderFront, TheFirstPictureCannotBePredicted)
 }
 
 // What is refused leaves no trace: the stream is that of the pictures that were taken.
-TEST(EncoderFront, APictureMarkedAsBIsRefusedAndTheStreamGoesOn)
+TEST(EncoderFront, AFirstPictureMarkedAsBIsRefusedAndTheStreamGoesOn)
 {
     H264EncoderParams p = SmallParams();
     p.key_frame_interval = 4;
     Driver d(p), Without(p);
     auto Clip = MakeClip(Scene::Pan, kWidth, kHeight, 10);
-    for (size_t i = 0; i < Clip.size(); ++i) {
-        if (i == 3 || i == 6) {
-            const AccessUnit u = d.Encode(Clip[i], UMC::B_PICTURE);
-            EXPECT_EQ(u.Result, UMC::StatusUnsupported);
-            EXPECT_TRUE(u.Bytes.empty());
-        }
-        EXPECT_EQ(d.Encode(Clip[i]).Result, UMC::StatusOk);
-        Without.Encode(Clip[i]);
+    const AccessUnit u = d.Encode(Clip[0], UMC::B_PICTURE);
+    EXPECT_EQ(u.Result, UMC::StatusNotEnoughData);
+    EXPECT_TRUE(u.Bytes.empty());
+    for (Picture& Source : Clip) {
+        EXPECT_EQ(d.Encode(Source).Result, UMC::StatusOk);
+        Without.Encode(Source);
     }
     EXPECT_EQ(d.Stream, Without.Stream);
+}
+
+TEST(EncoderFront, APictureMarkedAsBWaitsForTheAnchorBehindIt)
+{
+    H264EncoderParams p = SmallParams();
+    p.num_b_frames = 1;
+    Driver d(p);
+    auto Clip = MakeClip(Scene::Pan, kWidth, kHeight, 4);
+    EXPECT_EQ(d.Encode(Clip[0]).Type, UMC::I_PICTURE);
+    EXPECT_EQ(d.Encode(Clip[1], UMC::P_PICTURE).Type, UMC::P_PICTURE);
+    const AccessUnit Held = d.Encode(Clip[2], UMC::B_PICTURE);
+    EXPECT_EQ(Held.Result, UMC::StatusOk);
+    EXPECT_TRUE(Held.Bytes.empty());
+    const AccessUnit Anchor = d.Encode(Clip[3], UMC::P_PICTURE), Late = d.Flush();
+    EXPECT_EQ(Anchor.Type, UMC::P_PICTURE);
+    EXPECT_EQ(Anchor.Time, 3.0);
+    EXPECT_EQ(Late.Type, UMC::B_PICTURE);
+    EXPECT_EQ(Late.Time, 2.0);
+    EXPECT_EQ(d.Flush().Result, UMC::StatusEndOfSegment);
 }
 
 TEST(EncoderFront, APictureWithoutPixelsDoesNotUseUpAKeyPicture)

@@ -12,13 +12,13 @@ using Frame = H264EncoderFrame<uint8_t>;
 TEST(EncoderFrame, PlanesHaveRoomAndAlignment)
 {
     UMC::DefaultMemoryAllocator Allocator;
-    const FrameLayout l = MakeLayout(178, 146, 1, 8, true, false);
+    const FrameLayout l = MakeLayout(178, 146, 1, 8, 8, true, false);
     EXPECT_EQ(l.AlignedWidth, 192);
     EXPECT_EQ(l.AlignedHeight, 160);
     EXPECT_EQ(l.MbCount, 120);
     EXPECT_EQ(l.Pitch, 384);
-    EXPECT_EQ(MakeLayout(178, 146, 1, 8, false, false).AlignedHeight, 160);
-    EXPECT_EQ(MakeLayout(178, 130, 1, 8, false, false).AlignedHeight, 160);
+    EXPECT_EQ(MakeLayout(178, 146, 1, 8, 8, false, false).AlignedHeight, 160);
+    EXPECT_EQ(MakeLayout(178, 130, 1, 8, 8, false, false).AlignedHeight, 160);
     Frame f(&Allocator);
     ASSERT_EQ(f.Allocate(l), UMC::StatusOk);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(f.m_pY) % 64, 0u);

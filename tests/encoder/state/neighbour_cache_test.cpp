@@ -25,18 +25,30 @@ protected:
             m_Local[Mb].Coded = static_cast<uint32_t>(Mb);
             for (size_t b = 0; b < 16; ++b) {
                 m_Modes.push_back(static_cast<uint8_t>((Mb + b) % 9));
-                m_Vectors.push_back({static_cast<int16_t>(Mb), static_cast<int16_t>(b)});
-                m_Differences.push_back({static_cast<int16_t>(100 + Mb), static_cast<int16_t>(b)});
-                m_References.push_back(static_cast<int8_t>(Mb + b));
+                for (size_t List = 0; List < 2; ++List) {
+                    const auto x = static_cast<int16_t>(Mb + 50 * List), y = static_cast<int16_t>(b);
+                    m_Vectors[List].push_back({x, y});
+                    m_Differences[List].push_back({static_cast<int16_t>(100 + x), y});
+                    m_References[List].push_back(static_cast<int8_t>(x + y));
+                }
             }
         }
         for (size_t i = 0; i < m_Counts.size(); ++i) m_Counts[i] = static_cast<uint8_t>(i % 61);
     }
-    const NeighbourCache& At(int32_t Mb, int32_t FirstMb = 0, int32_t ChromaFormat = h264::CHROMA_420)
+    const NeighbourCache& At(int32_t Mb, int32_t FirstMb = 0, int32_t ChromaFormat = h264::CHROMA_420,
+                             int32_t Lists = 2)
     {
-        const NeighbourTables t{
-            FirstMb,        kMbWidth,         ChromaFormat,        m_Global.data(),      m_Local.data(),
-            m_Modes.data(), m_Vectors.data(), m_References.data(), m_Differences.data(), m_Counts.data()};
+        const NeighbourTables t{.FirstMb = FirstMb,
+                                .MbWidth = kMbWidth,
+                                .ChromaFormat = ChromaFormat,
+                                .pGlobal = m_Global.data(),
+                                .pLocal = m_Local.data(),
+                                .pIntraModes = m_Modes.data(),
+                                .Lists = Lists,
+                                .pVectors = {m_Vectors[0].data(), m_Vectors[1].data()},
+                                .pReferences = {m_References[0].data(), m_References[1].data()},
+                                .pDifferences = {m_Differences[0].data(), m_Differences[1].data()},
+                                .pCounts = m_Counts.data()};
         FillNeighbours(n, t, Mb, Mb % kMbWidth);
         return n;
     }
@@ -44,8 +56,8 @@ protected:
     std::vector<GlobalMacroblock> m_Global;
     std::vector<LocalMacroblock> m_Local;
     std::vector<uint8_t> m_Modes, m_Counts;
-    std::vector<MotionVector> m_Vectors, m_Differences;
-    std::vector<int8_t> m_References;
+    std::vector<MotionVector> m_Vectors[2], m_Differences[2];
+    std::vector<int8_t> m_References[2];
     NeighbourCache n;
 };
 
@@ -71,11 +83,14 @@ TEST_F(NeighboursOfAPicture, NameTheBlockAboveRightOfWhateverSlice)
 {
     for (const int32_t FirstMb : {0, 4, 5, 6})
         for (int32_t Mb = FirstMb; Mb < kMbs; ++Mb) {
-            const MotionVector* const p = At(Mb, FirstMb).Motion.pTopRightOfPicture;
-            if (Mb < kMbWidth || Mb % kMbWidth + 1 == kMbWidth)
-                EXPECT_EQ(p, nullptr) << Mb;
-            else
-                EXPECT_EQ(p, &m_Vectors[static_cast<size_t>(Mb - kMbWidth + 1) * 16 + 12]) << Mb;
+            At(Mb, FirstMb);
+            for (size_t List = 0; List < 2; ++List) {
+                const MotionVector* const p = n.Motion[List].pTopRightOfPicture;
+                if (Mb < kMbWidth || Mb % kMbWidth + 1 == kMbWidth)
+                    EXPECT_EQ(p, nullptr) << Mb;
+                else
+                    EXPECT_EQ(p, &m_Vectors[List][static_cast<size_t>(Mb - kMbWidth + 1) * 16 + 12]) << Mb;
+            }
         }
 }
 
@@ -84,29 +99,49 @@ TEST_F(NeighboursOfAPicture, TellByRowOnTheLeftAndByColumnAbove)
     At(6); // left 5, above 2
     EXPECT_EQ(n.pLeft, &m_Local[5]);
     EXPECT_EQ(n.pTop, &m_Local[2]);
-    const NeighbourMotion& m = n.Motion;
     for (int16_t i = 0; i < 4; ++i) {
         const auto Right = static_cast<int16_t>(4 * i + 3), Lower = static_cast<int16_t>(12 + i);
-        const auto k = static_cast<size_t>(i);
         EXPECT_EQ(n.LeftModes[i], (5 + Right) % 9);
         EXPECT_EQ(n.TopModes[i], (2 + Lower) % 9);
-        EXPECT_EQ(m.Left(k).Mv, (MotionVector{5, Right}));
-        EXPECT_EQ(m.Left(k).RefIdx, 5 + Right);
-        EXPECT_EQ(m.Top(k).Mv, (MotionVector{2, Lower}));
-        EXPECT_EQ(m.Top(k).RefIdx, 2 + Lower);
-        EXPECT_EQ(m.LeftDifferences[i], (MotionVector{105, Right}));
-        EXPECT_EQ(m.TopDifferences[i], (MotionVector{102, Lower}));
         EXPECT_EQ(n.LeftCounts[0][i], m_Counts[5 * kCountsPerMb + static_cast<size_t>(Right)]);
         EXPECT_EQ(n.TopCounts[0][i], m_Counts[2 * kCountsPerMb + static_cast<size_t>(Lower)]);
     }
-    EXPECT_EQ(m.TopRight.Mv, (MotionVector{3, 12}));
-    EXPECT_EQ(m.TopLeft.Mv, (MotionVector{1, 15}));
     for (size_t Plane = 1; Plane < 3; ++Plane)
         for (size_t i = 0; i < 2; ++i) {
             const size_t First = 8 + 8 * Plane; // 16 and 24
             EXPECT_EQ(n.LeftCounts[Plane][i], m_Counts[5 * kCountsPerMb + First + 2 * i + 1]);
             EXPECT_EQ(n.TopCounts[Plane][i], m_Counts[2 * kCountsPerMb + First + 2 + i]);
         }
+}
+
+TEST_F(NeighboursOfAPicture, TellTheMotionOfBothLists)
+{
+    At(6); // left 5, above 2
+    for (int16_t List = 0; List < 2; ++List) {
+        const NeighbourMotion& m = n.Motion[List];
+        const auto First = static_cast<int16_t>(50 * List);
+        const auto x = [=](int Mb) { return static_cast<int16_t>(First + Mb); };
+        for (int16_t i = 0; i < 4; ++i) {
+            const auto Right = static_cast<int16_t>(4 * i + 3), Lower = static_cast<int16_t>(12 + i);
+            const auto k = static_cast<size_t>(i);
+            EXPECT_EQ(m.Left(k).Mv, (MotionVector{x(5), Right}));
+            EXPECT_EQ(m.Left(k).RefIdx, First + 5 + Right);
+            EXPECT_EQ(m.Top(k).Mv, (MotionVector{x(2), Lower}));
+            EXPECT_EQ(m.Top(k).RefIdx, First + 2 + Lower);
+            EXPECT_EQ(m.LeftDifferences[i], (MotionVector{x(105), Right}));
+            EXPECT_EQ(m.TopDifferences[i], (MotionVector{x(102), Lower}));
+        }
+        EXPECT_EQ(m.TopRight.Mv, (MotionVector{x(3), 12}));
+        EXPECT_EQ(m.TopLeft.Mv, (MotionVector{x(1), 15}));
+    }
+}
+
+TEST_F(NeighboursOfAPicture, OfAListThatTheSliceHasNotAreLeftAlone)
+{
+    At(6);
+    At(9, 0, h264::CHROMA_420, 1);
+    EXPECT_EQ(n.Motion[0].Left(0).Mv, (MotionVector{8, 3}));
+    EXPECT_EQ(n.Motion[1].Left(0).Mv, (MotionVector{55, 3}));
 }
 
 TEST_F(NeighboursOfAPicture, HaveFourRowsOfChromaIn422)
@@ -141,16 +176,17 @@ TEST_F(NeighboursOfAPicture, ThatAreNotThereSaySo)
         EXPECT_EQ(p->Coded, 0u);
         EXPECT_EQ(p->ChromaMode, 0);
     }
-    const NeighbourMotion& m = n.Motion;
     for (size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(n.LeftModes[i], -1);
         EXPECT_EQ(n.TopModes[i], -1);
-        for (const h264::BlockMotion& b : {m.Left(i), m.Top(i), m.TopRight, m.TopLeft}) {
-            EXPECT_EQ(b.RefIdx, h264::kRefUnavailable);
-            EXPECT_EQ(b.Mv, (MotionVector{0, 0}));
+        for (const NeighbourMotion& m : n.Motion) {
+            for (const h264::BlockMotion& b : {m.Left(i), m.Top(i), m.TopRight, m.TopLeft}) {
+                EXPECT_EQ(b.RefIdx, h264::kRefUnavailable);
+                EXPECT_EQ(b.Mv, (MotionVector{0, 0}));
+            }
+            EXPECT_EQ(m.LeftDifferences[i], (MotionVector{0, 0}));
+            EXPECT_EQ(m.TopDifferences[i], (MotionVector{0, 0}));
         }
-        EXPECT_EQ(m.LeftDifferences[i], (MotionVector{0, 0}));
-        EXPECT_EQ(m.TopDifferences[i], (MotionVector{0, 0}));
         EXPECT_EQ(n.LeftCounts[0][i], h264::kNoCount);
         EXPECT_EQ(n.TopCounts[0][i], h264::kNoCount);
     }
@@ -158,9 +194,9 @@ TEST_F(NeighboursOfAPicture, ThatAreNotThereSaySo)
 
 TEST_F(NeighboursOfAPicture, AboveLeftStandsInForAboveRight)
 {
-    EXPECT_EQ(At(6).Motion.Of16x16().C.Mv, (MotionVector{3, 12}));
-    EXPECT_EQ(At(7).Motion.Of16x16().C.Mv, (MotionVector{2, 15}));
-    EXPECT_EQ(At(7, 6).Motion.Of16x16().C.RefIdx, h264::kRefUnavailable);
+    EXPECT_EQ(At(6).Motion[0].Of16x16().C.Mv, (MotionVector{3, 12}));
+    EXPECT_EQ(At(7).Motion[0].Of16x16().C.Mv, (MotionVector{2, 15}));
+    EXPECT_EQ(At(7, 6).Motion[0].Of16x16().C.RefIdx, h264::kRefUnavailable);
 }
 
 } // namespace

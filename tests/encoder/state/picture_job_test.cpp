@@ -15,7 +15,7 @@ class Job : public testing::Test
 protected:
     void SetUp() override
     {
-        const FrameLayout Layout = MakeLayout(kWidth, kHeight, 1, 8, false, false);
+        const FrameLayout Layout = MakeLayout(kWidth, kHeight, 1, 8, 8, false, false);
         for (auto* const pFrame : {&m_Frame, &m_Kept}) {
             ASSERT_EQ(pFrame->Allocate(Layout), UMC::StatusOk);
             for (int32_t y = 0; y < kHeight; ++y) // each line tells its number, and chroma its plane
@@ -68,7 +68,7 @@ TEST_F(Job, OfAFieldHasItsLinesInBothViewsAndItsHalfOfTheTables)
 TEST_F(Job, ReadsASourceThatIsKeptInAnotherFrame)
 {
     m_Job.Begin(m_Frame, STRUCTURE_BOTTOM, CLASS_IDR);
-    m_Job.KeepSourceIn(m_Kept, STRUCTURE_BOTTOM);
+    m_Job.KeepSourceIn(m_Kept);
     EXPECT_EQ(m_Job.Source.pY, m_Kept.m_pY + m_Kept.m_Pitch);
     EXPECT_EQ(m_Job.Reconstruction.pY, m_Frame.m_pY + m_Frame.m_Pitch);
     ExpectLines(m_Job.Source, 1, 2);

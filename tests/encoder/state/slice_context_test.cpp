@@ -32,9 +32,9 @@ concept WritesRecords = requires(Holder& mb)
     mb.Records.pLocal->Cost = 1;
 }
 || requires(Holder& mb) { mb.Records.pGlobal->Type = MB_PCM; }
-|| requires(Holder& mb) { mb.Records.pVectors[0] = MotionVector{}; }
-|| requires(Holder& mb) { mb.Records.pReferences[0] = 1; }
-|| requires(Holder& mb) { mb.Records.pDifferences[0] = MotionVector{}; }
+|| requires(Holder& mb) { mb.Records.pVectors[0][0] = MotionVector{}; }
+|| requires(Holder& mb) { mb.Records.pReferences[0][0] = 1; }
+|| requires(Holder& mb) { mb.Records.pDifferences[0][0] = MotionVector{}; }
 || requires(Holder& mb) { mb.Records.pIntraModes[0] = 1; }
 || requires(Holder& mb) { mb.Records.pCounts[0] = 1; };
 
@@ -46,7 +46,7 @@ TEST(SliceParts, AConstMacroblockIsOnlyRead)
     static_assert(!WritesSource<Mb> && !WritesSlice<Mb>); // what is given to be coded, and how, is for nobody to write
     // A decision gets nothing else of the macroblock.
     static_assert(std::is_same_v<decltype(AnalyseMacroblock<uint8_t>),
-                                 Candidate(const EncoderSettings&, const Mb&, WorkArea<uint8_t>&)>);
+                                 Candidate(const EncoderSettings&, const Mb&, WorkArea<uint8_t>&, TrialCoder<uint8_t>*)>);
 }
 
 TEST(SliceParts, ARecordReachedThroughADeepPointerIsTheOnePointedAt)
