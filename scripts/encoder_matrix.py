@@ -88,6 +88,16 @@ def converted(i420, size, chroma, depth):
     return deep.tobytes()
 
 
+def with_alpha(pictures, picture, luma):
+    """Each picture with an alpha plane behind it: its luma turned round."""
+    whole = (pictures[i:i + picture] for i in range(0, len(pictures), picture))
+    return b"".join(p + bytes(255 - v for v in p[:luma]) for p in whole)
+
+
+def without_alpha(pictures, picture, luma):
+    return b"".join(pictures[i:i + picture] for i in range(0, len(pictures), picture + luma))
+
+
 def ffmpeg_pictures(stream, output, luma_only=False, skip_filter=False):
     """What ffmpeg decodes, in the stream's own format; any message is a fault."""
     # cpuflags: its vector code for weights of deep samples gives other pictures than its plain code.
@@ -141,6 +151,9 @@ class Matrix:
 
     def encode(self, row, *outputs):
         source = self.source(row.size, row.frames, row.seed, *row.format())
+        if row.settings.get("aux_format_idc"):
+            plain, source = source, source.with_suffix(".alpha.yuv")
+            source.write_bytes(with_alpha(plain.read_bytes(), row.picture_bytes(), row.luma_bytes()))
         return report_or_refusal(run(self.build / "h264_encode", source, *row.of_tool(), *outputs, "--json"))
 
     def try_row(self, row):
@@ -163,6 +176,8 @@ class Matrix:
 
     def compare(self, row, report, oracle, stream, shown, coded):
         picture = row.picture_bytes()
+        if row.settings.get("aux_format_idc"):
+            shown, coded = (without_alpha(p, picture, row.luma_bytes()) for p in (shown, coded))
         if len(shown) != picture * row.frames:
             raise Fault(f"{len(shown)} bytes of {row.frames} pictures in the reconstruction")
         pictures = [collections.Counter(p[i:i + picture] for i in range(0, len(p), picture)) for p in (shown, coded)]

@@ -23,7 +23,7 @@ FIELDS = {
 }
 SIZES = ("176x144", "178x146", "96x80", "64x16", "16x48")
 OPTIONS = ("chroma", "depth")  # given by options of their own
-NEVER_PAIRED = ("aux_format_idc",)  # its pictures need a plane that the tool cannot give
+NEVER_PAIRED = ("aux_format_idc",)  # its pictures have a plane more, of a depth of its own
 DEFAULTS = {name: values[0] for name, values in FIELDS.items()}
 
 
