@@ -45,8 +45,9 @@ TEST(SliceParts, AConstMacroblockIsOnlyRead)
     static_assert(!WritesSamples<const Mb> && !WritesRecords<const Mb>);
     static_assert(!WritesSource<Mb> && !WritesSlice<Mb>); // what is given to be coded, and how, is for nobody to write
     // A decision gets nothing else of the macroblock.
-    static_assert(std::is_same_v<decltype(AnalyseMacroblock<uint8_t>),
-                                 Candidate(const EncoderSettings&, const Mb&, WorkArea<uint8_t>&, TrialCoder<uint8_t>*)>);
+    static_assert(
+        std::is_same_v<decltype(AnalyseMacroblock<uint8_t>),
+                       Candidate(const EncoderSettings&, const Mb&, WorkArea<uint8_t>&, TrialCoder<uint8_t>*)>);
 }
 
 TEST(SliceParts, ARecordReachedThroughADeepPointerIsTheOnePointedAt)
