@@ -110,10 +110,11 @@ struct AccessUnit {
 };
 
 /// A picture to be given to an encoder, without samples yet.
-inline void InitInput(const UMC::H264EncoderParams& p, UMC::VideoData& Input)
+/// @param LeastDepth  9 makes all samples of two bytes, whatever they hold
+inline void InitInput(const UMC::H264EncoderParams& p, UMC::VideoData& Input, int32_t LeastDepth = 8)
 {
     const ClipFormat f = FormatOf(p);
-    Input.Init(p.m_Info.m_Width, p.m_Info.m_Height, f.Layout(), f.LargestDepth());
+    Input.Init(p.m_Info.m_Width, p.m_Info.m_Height, f.Layout(), std::max(f.LargestDepth(), LeastDepth));
     for (int Plane = 0; Plane < f.Planes(); ++Plane) Input.SetPlaneBitDepth(Plane ? f.ChromaDepth : f.LumaDepth, Plane);
 }
 
@@ -231,13 +232,14 @@ public:
         : CodedStream(Params), pCore(std::make_unique<UMC_H264_ENCODER::EncoderCore<Sample>>())
     {
         EXPECT_EQ(InitCore(*pCore, Params, &m_Allocator), UMC::StatusOk);
-        InitInput(Params, m_Input);
+        InitInput(Params, m_Input, sizeof(Sample) == 1 ? 8 : 9);
         m_Buffer.resize(4 * m_Input.GetMappingSize() + 65536);
     }
 
     void EncodeAll(std::vector<Picture> Clip)
     {
         for (Picture& p : Clip) {
+            if (m_Input.GetMappingSize() == 2 * p.size()) p = Widened(p);
             m_Input.SetBufferPointer(p.data(), p.size());
             Turn(&m_Input);
         }
@@ -251,8 +253,15 @@ private:
 
 public:
     std::unique_ptr<UMC_H264_ENCODER::EncoderCore<Sample>> pCore;
+    const UMC_H264_ENCODER::H264EncoderFrame<Sample>* pLast = nullptr; // coded
 
 private:
+    static Picture Widened(const Picture& p)
+    {
+        Picture Wide(2 * p.size());
+        for (size_t i = 0; i < p.size(); ++i) Wide[2 * i] = p[i];
+        return Wide;
+    }
     // False when it waits for more.
     bool Turn(UMC::VideoData* pInput)
     {
@@ -261,10 +270,12 @@ private:
         const UMC::Status s = FrameStep(*pCore, pInput, &Output);
         if (pCore->State & UMC_H264_ENCODER::STATE_NEED_INPUT) return false;
         EXPECT_EQ(s, UMC::StatusOk);
+        if (s != UMC::StatusOk) return false;
         const auto* const pData = static_cast<const uint8_t*>(Output.GetDataPointer());
         Stream.insert(Stream.end(), pData, pData + Output.GetDataSize());
-        KeepReconstruction(*pCore->Job.pCurrent, pCore->Job.pCurrent->display_order / 2);
-        return s == UMC::StatusOk;
+        pLast = pCore->Job.pCurrent;
+        KeepReconstruction(*pLast, pLast->display_order / 2);
+        return true;
     }
 
     UMC::VideoData m_Input;
