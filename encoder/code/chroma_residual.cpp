@@ -40,7 +40,7 @@ private:
     // Lists the levels of the AC blocks that are worth their bits, all of the plane or none.
     uint32_t ListAc(uint32_t Mask)
     {
-        const Scan Order = ScanOf(*m_Mb.Records.pGlobal);
+        const ScanOrder& Order = ScanOf(*m_Mb.Records.pGlobal);
         int32_t Cost = 0;
         for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {
             const auto Block = static_cast<size_t>(std::countr_zero(Rest));

@@ -2,7 +2,7 @@
 
 #include "Common/h264/h264_tables.h"
 
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -15,23 +15,22 @@ constexpr uint8_t kCostByRun[16]{3, 2, 2, 1, 1, 1};
 // A level behind Run others that are 0, of a 4x4 block, and of an 8x8 one.
 constexpr int32_t CostOfRun8x8(int32_t Run) { return Run < 4 ? 3 : Run < 12 ? 2 : Run < 24 ? 1 : 0; }
 
-// By eight flags in raster order, of the upper and of the lower half of a 4x4 block: the same flags in scan order.
-using ScanFlags = std::array<std::array<uint16_t, 256>, 2>;
-ScanFlags MakeScanFlags(const uint8_t* pScan)
+ScanOrder MakeScanOrder(const uint8_t* pScan4x4, const uint8_t* pScan8x8)
 {
-    ScanFlags Flags{};
+    ScanOrder o{};
+    std::copy_n(pScan4x4, 16, o.Scan4x4);
+    std::copy_n(pScan8x8, 64, o.Scan8x8);
     for (size_t Scan = 0; Scan < 16; ++Scan) {
-        const size_t Place = pScan[Scan];
-        Flags[Place / 8][size_t{1} << Place % 8] = static_cast<uint16_t>(1u << Scan);
+        const size_t Place = pScan4x4[Scan];
+        o.Flags[Place / 8][size_t{1} << Place % 8] = static_cast<uint16_t>(1u << Scan);
     }
-    for (auto& Half : Flags)
+    for (auto& Half : o.Flags)
         for (size_t Raster = 1; Raster < 256; ++Raster) {
             const size_t Rest = Raster & (Raster - 1);
             Half[Raster] = static_cast<uint16_t>(Half[Rest] | Half[Raster ^ Rest]);
         }
-    return Flags;
+    return o;
 }
-const ScanFlags g_ScanFlags[2]{MakeScanFlags(h264::kZigzag4x4), MakeScanFlags(h264::kFieldScan4x4)};
 
 // A flag for each of a row's four levels that is not 0. The levels are looked at together, as parts of one word.
 uint32_t NonZero(const int16_t* pRow)
@@ -51,16 +50,12 @@ uint32_t NonZero(const int32_t* pRow)
 
 // The scan positions from First on that hold a level other than 0, as a mask.
 template <class Coeff>
-uint32_t ScanPositions(const Coeff* pLevels, int32_t First, Scan Order)
+uint32_t ScanPositions(const Coeff* pLevels, int32_t First, const ScanOrder& Order)
 {
     const uint32_t Upper = NonZero(pLevels) | NonZero(pLevels + 4) << 4;
     const uint32_t Lower = NonZero(pLevels + 8) | NonZero(pLevels + 12) << 4;
-    const ScanFlags& Flags = g_ScanFlags[Order];
-    return (static_cast<uint32_t>(Flags[0][Upper]) | Flags[1][Lower]) >> First << First;
+    return (static_cast<uint32_t>(Order.Flags[0][Upper]) | Order.Flags[1][Lower]) >> First << First;
 }
-
-const uint8_t* Scan4x4(Scan Order) { return Order == SCAN_FIELD ? h264::kFieldScan4x4 : h264::kZigzag4x4; }
-const uint8_t* Scan8x8(Scan Order) { return Order == SCAN_FIELD ? h264::kFieldScan8x8 : h264::kZigzag8x8; }
 
 template <class LevelType>
 bool IsLarge(LevelType Level)
@@ -70,10 +65,13 @@ bool IsLarge(LevelType Level)
 
 } // namespace
 
+const ScanOrder g_Zigzag = MakeScanOrder(h264::kZigzag4x4, h264::kZigzag8x8);
+const ScanOrder g_FieldScan = MakeScanOrder(h264::kFieldScan4x4, h264::kFieldScan8x8);
+
 template <class Coeff>
-int32_t CoefficientCost(const Coeff* pLevels, int32_t First, Scan Order)
+int32_t CoefficientCost(const Coeff* pLevels, int32_t First, const ScanOrder& Order)
 {
-    const uint8_t* const pScan = Scan4x4(Order);
+    const uint8_t* const pScan = Order.Scan4x4;
     int32_t Cost = 0, Next = First;
     for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
         const int32_t i = std::countr_zero(Rest);
@@ -85,9 +83,9 @@ int32_t CoefficientCost(const Coeff* pLevels, int32_t First, Scan Order)
 }
 
 template <class Coeff, class LevelType>
-int32_t ListLevels(const Coeff* pLevels, int32_t First, Scan Order, BlockLevels<LevelType>& Out)
+int32_t ListLevels(const Coeff* pLevels, int32_t First, const ScanOrder& Order, BlockLevels<LevelType>& Out)
 {
-    const uint8_t* const pScan = Scan4x4(Order);
+    const uint8_t* const pScan = Order.Scan4x4;
     int32_t Count = 0, Cost = 0, Next = First;
     bool HasLarge = false;
     for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
@@ -104,9 +102,9 @@ int32_t ListLevels(const Coeff* pLevels, int32_t First, Scan Order, BlockLevels<
 }
 
 template <class Coeff, class LevelType>
-int32_t ListLevels8x8(const Coeff* pLevels, Scan Order, BlockLevels8x8<LevelType>& Out)
+int32_t ListLevels8x8(const Coeff* pLevels, const ScanOrder& Order, BlockLevels8x8<LevelType>& Out)
 {
-    const uint8_t* const pScan = Scan8x8(Order);
+    const uint8_t* const pScan = Order.Scan8x8;
     int32_t Count = 0, Cost = 0, Next = 0;
     bool HasLarge = false;
     for (int32_t i = 0; i < 64; ++i) {
@@ -146,9 +144,9 @@ void ListDcLevels(const Coeff* pLevels, int32_t Count, BlockLevels<LevelType>& O
 }
 
 #define INSTANTIATE(Coeff)                                                                                             \
-    template int32_t CoefficientCost(const Coeff*, int32_t, Scan);                                                     \
-    template int32_t ListLevels(const Coeff*, int32_t, Scan, BlockLevels<Coeff>&);                                     \
-    template int32_t ListLevels8x8(const Coeff*, Scan, BlockLevels8x8<Coeff>&);                                        \
+    template int32_t CoefficientCost(const Coeff*, int32_t, const ScanOrder&);                                         \
+    template int32_t ListLevels(const Coeff*, int32_t, const ScanOrder&, BlockLevels<Coeff>&);                         \
+    template int32_t ListLevels8x8(const Coeff*, const ScanOrder&, BlockLevels8x8<Coeff>&);                            \
     template void Interleave(const BlockLevels8x8<Coeff>&, BlockLevels<Coeff>*);                                       \
     template void ListDcLevels(const Coeff*, int32_t, BlockLevels<Coeff>&);
 INSTANTIATE(int16_t)

@@ -1,8 +1,6 @@
 #include "encoder/code/inter_prediction.h"
 
-#include "Common/h264/chroma_geometry.h"
 #include "Common/h264/temporal_distance.h"
-#include "encoder/code/compensation.h"
 
 namespace UMC_H264_ENCODER {
 

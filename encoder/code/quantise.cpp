@@ -8,29 +8,6 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-// Neither DC nor AC levels of a plane of 4:2:0 can remain, with the rounding of P and B slices. False says nothing.
-template <class Sample>
-bool ChromaHasNoLevels(const CurrentMacroblock<Sample>& mb, const Sample* pSrc, const Sample* pPred)
-{
-    return mb.pSlice->slice_type != h264::SLICE_I &&
-           Kernels<Sample>.LargestSad4x4Of8x8(pSrc, mb.SrcPitch, pPred, WorkArea<Sample>::kPredStep) <=
-               mb.pQuant->ChromaZeroSad;
-}
-
-template <class Sample>
-uint32_t LumaDifferences(const CurrentMacroblock<Sample>& mb, int Size, InterTrial<Sample>& t)
-{
-    constexpr int kStep = WorkArea<Sample>::kPredStep;
-    uint32_t Mask = 0;
-    for (uint32_t Block = 0; Block < 16; Block += static_cast<uint32_t>(Size * Size / 16)) {
-        const int Raster = h264::kBlockRaster[Block], x = 4 * (Raster & 3), y = 4 * (Raster >> 2);
-        const bool HasAny = TakeDifferences(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, t.PredY + y * kStep + x, kStep,
-                                            Size, t.Luma + 16 * Block);
-        Mask |= (HasAny ? 1u : 0u) << Block;
-    }
-    return Mask;
-}
-
 // With the order of the DC levels in their coding (clause 8.5.11.1).
 template <class Sample>
 ChromaLevels ChromaDifferences(const CurrentMacroblock<Sample>& mb, const Sample* pSrc, const Sample* pPred, int Blocks,
@@ -53,25 +30,24 @@ ChromaLevels ChromaDifferences(const CurrentMacroblock<Sample>& mb, const Sample
 } // namespace
 
 template <class Sample>
-void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
+uint32_t TakeLumaDifferences(const CurrentMacroblock<Sample>& mb, int Size, InterTrial<Sample>& t)
 {
     constexpr int kStep = WorkArea<Sample>::kPredStep;
-    if (mb.pQuant->IsLossless) [[unlikely]] {
-        t.LumaMask = LumaDifferences(mb, 4, t);
-        return;
+    uint32_t Mask = 0;
+    for (uint32_t Block = 0; Block < 16; Block += static_cast<uint32_t>(Size * Size / 16)) {
+        const int Raster = h264::kBlockRaster[Block], x = 4 * (Raster & 3), y = 4 * (Raster >> 2);
+        const bool HasAny = TakeDifferences(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, t.PredY + y * kStep + x, kStep,
+                                            Size, t.Luma + 16 * Block);
+        Mask |= (HasAny ? 1u : 0u) << Block;
     }
-    const bool HasNone =
-        Kernels<Sample>.LargestSad4x4Of16x16(mb.pSrcY, mb.SrcPitch, t.PredY, kStep) <= mb.pQuant->LumaZeroSad;
-    t.LumaMask =
-        HasNone ? 0
-                : Kernels<Sample>.ForwardQuant16x16(mb.pSrcY, mb.SrcPitch, t.PredY, kStep, t.Luma, mb.pQuant->pLuma);
+    return Mask;
 }
 
 template <class Sample>
 void QuantiseInterLuma8x8(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
 {
     if (mb.pQuant->IsLossless) [[unlikely]] {
-        t.LumaMask = LumaDifferences(mb, 8, t);
+        t.LumaMask = TakeLumaDifferences(mb, 8, t);
         return;
     }
     const uint32_t Quadrants = Kernels<Sample>.ForwardQuant8x8Of16x16(
@@ -80,29 +56,28 @@ void QuantiseInterLuma8x8(const CurrentMacroblock<Sample>& mb, InterTrial<Sample
 }
 
 template <class Sample>
-ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, int Plane, WorkArea<Sample>& w)
+ChromaLevels QuantiseOtherChroma(const CurrentMacroblock<Sample>& mb, const Sample* pSrc, const Sample* pPred,
+                                 int Plane, WorkArea<Sample>& w)
 {
     const MacroblockQuant& q = *mb.pQuant;
-    const Sample* const pSrc = Plane ? mb.pSrcV : mb.pSrcU;
-    const Sample* const pPred = pPredUV + 8 * Plane;
+    const int Blocks = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc].Blocks;
+    if (q.IsLossless) return ChromaDifferences(mb, pSrc, pPred, Blocks, Plane, w);
     auto *const pLevels = w.Chroma[Plane], *const pDc = w.ChromaDc[Plane];
-    const bool Is422 = mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_422;
-    if (q.IsLossless) [[unlikely]]
-        return ChromaDifferences(mb, pSrc, pPred, Is422 ? 8 : 4, Plane, w);
-    if (!Is422 && ChromaHasNoLevels(mb, pSrc, pPred)) return {0, false};
-    uint32_t Mask = Kernels<Sample>.ForwardQuantAc8x8(pSrc, mb.SrcPitch, pPred, w.kPredStep, pLevels, pDc, q.pChroma);
+    uint32_t Mask = 0;
+    for (int Half = 0; Half < Blocks / 4; ++Half)
+        Mask |= Kernels<Sample>.ForwardQuantAc8x8(pSrc + 8 * Half * mb.SrcPitch, mb.SrcPitch,
+                                                  pPred + 8 * Half * w.kPredStep, w.kPredStep, pLevels + 64 * Half,
+                                                  pDc + 4 * Half, q.pChroma)
+                << (4 * Half);
     const kernels::QuantParams& Dc = *q.pChromaDc;
-    if (!Is422) return {Mask, Kernels<Sample>.ForwardChromaDc420(pDc, Dc.Factor[0], Dc.Rounding, Dc.Shift) != 0};
-    Mask |= Kernels<Sample>.ForwardQuantAc8x8(pSrc + 8 * mb.SrcPitch, mb.SrcPitch, pPred + 8 * w.kPredStep, w.kPredStep,
-                                              pLevels + 64, pDc + 4, q.pChroma)
-            << 4;
     return {Mask, Kernels<Sample>.ForwardChromaDc422(pDc, Dc.Factor[0], Dc.Rounding, Dc.Shift) != 0};
 }
 
 #define INSTANTIATE(Sample)                                                                                            \
-    template void QuantiseInterLuma(const CurrentMacroblock<Sample>&, InterTrial<Sample>&);                            \
+    template uint32_t TakeLumaDifferences(const CurrentMacroblock<Sample>&, int, InterTrial<Sample>&);                 \
     template void QuantiseInterLuma8x8(const CurrentMacroblock<Sample>&, InterTrial<Sample>&);                         \
-    template ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>&, const Sample*, int, WorkArea<Sample>&);
+    template ChromaLevels QuantiseOtherChroma(const CurrentMacroblock<Sample>&, const Sample*, const Sample*, int,     \
+                                              WorkArea<Sample>&);
 INSTANTIATE(uint8_t)
 INSTANTIATE(uint16_t)
 #undef INSTANTIATE

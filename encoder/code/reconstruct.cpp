@@ -33,6 +33,7 @@ void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, Wo
         QuantiseInterLuma8x8(mb, t);
     else if (Won.AtHand < BLOCKS_LUMA)
         QuantiseInterLuma(mb, t);
+    t.LumaMask &= ~uint32_t{Won.Emptied};
     if (Won.AtHand < BLOCKS_ALL) PredictInterChroma(Won, mb, w, t.PredUV);
 }
 
@@ -40,7 +41,7 @@ void CompleteTrial(const Candidate& Won, const CurrentMacroblock<Sample>& mb, Wo
 template <class Sample>
 uint32_t InterLumaLevels(const InterTrial<Sample>& t, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    const Scan Order = ScanOf(*mb.Records.pGlobal);
+    const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     const uint32_t Mask = t.LumaMask;
     uint32_t Coded = 0;
     int32_t Total = 0;
@@ -160,7 +161,7 @@ template <class Sample>
 void ReconstructIntra16x16(uint8_t Slot, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
     const Sample* const pPred = w.IntraY[Slot];
-    const Scan Order = ScanOf(*mb.Records.pGlobal);
+    const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     bool HasDc;
     const uint32_t Mask = QuantiseIntra16x16(pPred, mb, HasDc, w);
     for (uint32_t Rest = Mask; Rest; Rest &= Rest - 1) {

@@ -93,10 +93,7 @@ void DividedSearch<Sample>::SetDirect(int q, Division& d)
     const MacroblockMotion& From = *m_Direct.pMotion;
     d.Motion.Direct = static_cast<uint8_t>(d.Motion.Direct | 1 << q);
     d.Motion.SubTypes[q] = From.SubTypes[q];
-    ForEachPartOf(q, From.SubTypes[q], [&](MotionPart Part) {
-        const int r = Part.Raster();
-        Set(Part, {{From.References[0][q], From.References[1][q]}, {From.Vectors[0][r], From.Vectors[1][r]}}, d);
-    });
+    ForEachPartOf(q, From.SubTypes[q], [&](MotionPart Part) { Set(Part, MotionOf(From, Part), d); });
 }
 
 template <class Sample>
@@ -138,12 +135,13 @@ int32_t DividedSearch<Sample>::TryShape(int q, uint8_t Shape, int List, const Di
     const int8_t Ref = d.Motion.References[List][q];
     const bool Is4x4 = Shape == SUB_4X4;
     const MotionPart Quadrant = QuadrantPart(q);
-    int32_t Cost = ReferencePrice(m_Qp, Ref, Search.Count()) + Price(Is4x4 ? kBitsOf4x4 : kBitsOf8x4);
+    const int32_t PriceOfRef = ReferencePrice(m_Qp, Ref, Search.Count());
+    int32_t Cost = PriceOfRef + Price(Is4x4 ? kBitsOf4x4 : kBitsOf8x4);
     Search.Grid.Set(Quadrant.x, Quadrant.y, 2, 2, {0, 0}, h264::kRefUnavailable);
     ForEachPartOf(q, Shape, [&](MotionPart Part) {
         const FoundPart f =
             Search.Search(MB_INTER8X8, Part, Ref, m_Limit >> (Is4x4 ? 4 : 3), d.Motion.Vectors[List][Part.Raster()]);
-        Cost += f.Cost - f.ReferencePrice;
+        Cost += f.Cost - PriceOfRef;
         *pVectors++ = f.Vector;
         Search.Grid.Set(Part.x, Part.y, Part.Width, Part.Height, f.Vector, Ref);
     });
@@ -182,9 +180,7 @@ void DividedSearch<Sample>::DivideQuadrants(Division& d)
 {
     Forget();
     for (int q = 0; q < 4; ++q) {
-        const int r = QuadrantPart(q).Raster();
-        const PartMotion m{{d.Motion.References[0][q], d.Motion.References[1][q]},
-                           {d.Motion.Vectors[0][r], d.Motion.Vectors[1][r]}};
+        const PartMotion m = MotionOf(d.Motion, QuadrantPart(q));
         if (d.Motion.Direct >> q & 1)
             SetDirect(q, d);
         else if (m.Ref[0] >= 0 && m.Ref[1] >= 0)

@@ -12,10 +12,9 @@ inline constexpr int32_t kNotTried = std::numeric_limits<int32_t>::max();
 
 // What was found for a part.
 struct FoundPart {
-    int32_t Cost = kNotTried; // with the two below
-    int32_t VectorPrice = 0, ReferencePrice = 0;
+    int32_t Cost = kNotTried; // with the prices of reference and vector
     int32_t Ref = h264::kRefNone;
-    MotionVector Vector{0, 0};
+    MotionVector Vector{0, 0}, Predicted{0, 0};
 };
 
 // References to try, by their indices.
@@ -85,12 +84,9 @@ public:
 private:
     FoundPart Run(MEParams<Sample>& p, int32_t Ref, MotionVector Predicted)
     {
-        const int32_t Qp = m_Mb.Records.pLocal->Qp;
-        const int32_t Price = UMC_H264_ENCODER::ReferencePrice(Qp, Ref, Count());
+        const int32_t Price = ReferencePrice(m_Mb.Records.pLocal->Qp, Ref, Count());
         SearchBlock(p, Price);
-        const MotionVector d = p.best_mv - Predicted;
-        const int32_t VectorPrice = (*p.mv_cost_table)[static_cast<size_t>(MVBits()[d.x] + MVBits()[d.y])];
-        return {p.best_cost + Price, VectorPrice, Price, Ref, p.best_mv};
+        return {p.best_cost + Price, Ref, p.best_mv, Predicted};
     }
 
     const EncoderSettings& m_Settings;

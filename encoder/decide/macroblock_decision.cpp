@@ -5,6 +5,7 @@
 #include "encoder/decide/inter_decision.h"
 #include "encoder/decide/intra_blocks.h"
 #include "encoder/decide/intra_decision.h"
+#include "encoder/decide/part_choice.h"
 #include "encoder/decide/trial_coding.h"
 #include "encoder/state/motion_grid.h"
 
@@ -172,6 +173,35 @@ void ChooseTransform(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, C
     Inter.Transform8x8 = Cost4x4 >= Cost8x8;
 }
 
+// Quadrants as bits of luma4x4BlkIdx.
+constexpr uint16_t QuadrantBlocks(int q) { return static_cast<uint16_t>(15 << (4 * q)); }
+
+// The blocks of parts that differ so little from their prediction that no level of them is worth its bits. Parts below
+// 8x8 are taken together.
+template <class Sample>
+uint16_t FindCheapBlocks(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                         Candidate& Inter)
+{
+    InterTrial<Sample>& t = w.Inter[Inter.Slot];
+    if (Inter.AtHand < BLOCKS_PREDICTED) {
+        PredictInterLuma(Inter, mb, w, t.PredY);
+        Inter.AtHand = BLOCKS_PREDICTED;
+    }
+    if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) PredictInterChroma(Inter, mb, w, t.PredUV);
+    const int32_t Threshold = Settings.SkipIntraThreshold[PriceIndex(mb.Records.pLocal->Qp)];
+    static constexpr uint8_t kQuadrants[4]{SUB_8X8, SUB_8X8, SUB_8X8, SUB_8X8};
+    uint16_t Blocks = 0;
+    ForEachPart(Inter.Type, kQuadrants, [&](MotionPart Part) {
+        const int32_t Quarters = Part.Width * Part.Height / 4; // of a macroblock
+        const int32_t Shift = Quarters == 4 ? 0 : Quarters == 2 ? 1 : 2;
+        if (PartDistance(Settings, mb, Part, t.PredY, t.PredUV) >= Threshold >> Shift) return;
+        for (int y = Part.y; y < Part.y + Part.Height; y += 2)
+            for (int x = Part.x; x < Part.x + Part.Width; x += 2)
+                Blocks = static_cast<uint16_t>(Blocks | QuadrantBlocks((y & 2) + (x >> 1)));
+    });
+    return Blocks;
+}
+
 template <class Sample>
 Candidate DecideInter(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                       TrialCoder<Sample>* pTrials)
@@ -186,6 +216,8 @@ Candidate AnalyseInter(const EncoderSettings& Settings, const CurrentMacroblock<
 {
     Candidate Inter = DecideInter<Sample>(Settings, mb, w, nullptr);
     if (MayTransform8x8(Settings, Inter, w)) ChooseTransform(mb, w, Inter);
+    if ((Settings.AnalysisFlags & ENC_ANALYSE_CBP_EMPTY) && !IsSkip(Inter.Type) && !mb.pQuant->IsLossless)
+        Inter.Emptied = FindCheapBlocks(Settings, mb, w, Inter);
     const size_t Qp = PriceIndex(mb.Records.pLocal->Qp);
     if (IsSkip(Inter.Type) || Inter.Cost < Settings.SkipIntraThreshold[Qp]) return Inter;
     Candidate Intra = IntraAgainst(Inter.Cost, Settings, mb, w);

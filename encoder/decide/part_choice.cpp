@@ -15,7 +15,8 @@ int32_t PartDistance(const EncoderSettings& Settings, const CurrentMacroblock<Sa
     const auto pDistance =
         IsSad ? SadFunction<Sample>(SizeCode(Width, Height)) : SatdFunction<Sample>(SizeCode(Width, Height));
     int32_t Sum = pDistance(mb.pSrcY + y * mb.SrcPitch + x, mb.SrcPitch, pY + y * kStep + x, kStep);
-    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA)) return Sum;
+    if (!(Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) || mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_400)
+        return Sum;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[mb.pSlice->Syntax.chroma_format_idc];
     const int32_t cx = x >> Chroma.ShiftX, cy = y >> Chroma.ShiftY;
     for (int Plane = 0; Plane < 2; ++Plane)
@@ -37,8 +38,12 @@ PartChoice ChooseLists(const EncoderSettings& Settings, const CurrentMacroblock<
     if (b.Ref >= 0) Offer(b.Cost + Prices.One, {{h264::kRefNone, b.Ref}, {{0, 0}, b.Vector}});
     if (a.Ref < 0 || b.Ref < 0) return Best;
     const PartMotion Both{{a.Ref, b.Ref}, {a.Vector, b.Vector}};
-    const int32_t Price = Prices.Both + a.VectorPrice + a.ReferencePrice + b.VectorPrice +
-                          b.ReferencePrice; // before any sample is touched
+    const int32_t Qp = mb.Records.pLocal->Qp;
+    // Before any sample is touched.
+    const int32_t Price = Prices.Both + DifferencePrice(Qp, a.Vector, a.Predicted) +
+                          ReferencePrice(Qp, a.Ref, mb.pSlice->num_ref_idx_l0) +
+                          DifferencePrice(Qp, b.Vector, b.Predicted) +
+                          ReferencePrice(Qp, b.Ref, mb.pSlice->num_ref_idx_l1);
     if (Price >= Best.Cost) return Best;
     PredictPartLuma(Both, Part, mb, w, w.JoinedY);
     if (Settings.AnalysisFlags & ENC_ANALYSE_ME_CHROMA) PredictPartChroma(Both, Part, mb, w, w.JoinedUV);

@@ -14,7 +14,7 @@ namespace {
 template <class Sample>
 bool SkipLeavesLuma(const CurrentMacroblock<Sample>& mb, const InterTrial<Sample>& t)
 {
-    const Scan Order = ScanOf(*mb.Records.pGlobal);
+    const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     int32_t Cost = 0;
     for (uint32_t Rest = t.LumaMask; Rest; Rest &= Rest - 1) {
         Cost += CoefficientCost(t.Luma + 16 * std::countr_zero(Rest), 0, Order);
@@ -27,7 +27,7 @@ template <class Sample>
 bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, WorkArea<Sample>& w)
 {
     if (mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_400) return false;
-    const Scan Order = ScanOf(*mb.Records.pGlobal);
+    const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     for (int Plane = 0; Plane < 2; ++Plane) {
         const ChromaLevels l = QuantiseChroma(mb, pPredUV, Plane, w);
         if (l.HasDc) return true;
@@ -46,10 +46,11 @@ SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, In
                     MotionVector Vector, MotionVector Skip)
 {
     if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
-    PredictPartLuma({{0, h264::kRefNone}, {Skip, {0, 0}}}, {0, 0, 4, 4}, mb, w, t.PredY);
+    const Reference<Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][0];
+    PredictWholeLuma(Ref, Skip, mb, w, t.PredY);
     QuantiseInterLuma(mb, t);
     if (SkipLeavesLuma(mb, t)) return {false, BLOCKS_LUMA};
-    PredictPartChroma({{0, h264::kRefNone}, {Skip, {0, 0}}}, {0, 0, 4, 4}, mb, w, t.PredUV);
+    PredictWholeChroma(Ref, Skip, mb, w, t.PredUV);
     return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
 }
 

@@ -33,7 +33,7 @@ public:
           m_DepthChroma(s.Syntax.BitDepthChroma), m_IsISlice(s.slice_type == h264::SLICE_I),
           m_IsBSlice(s.slice_type == h264::SLICE_B), m_VectorLimit(s.IsField ? 2 : 4),
           m_IntraTop(s.IsField ? h264::kIntraFieldTop : h264::kIntraOuter),
-          m_ChromaHeight(h264::kChromaGeometry[Settings.Layout.ChromaFormat].MbHeight)
+          m_ChromaHeight(h264::kChromaGeometry[s.Syntax.chroma_format_idc].MbHeight)
     {
     }
 
@@ -46,7 +46,13 @@ private:
     };
 
     uint32_t Coded(int32_t Index) const { return h264::SwapBlockOrder(m_pLocal[Index].Coded & kCodedLuma); }
-    bool Moves(int32_t Block, int32_t Other) const;
+    // Whether two 4x4 blocks of inter macroblocks differ in motion.
+    [[gnu::always_inline]] bool Moves(int32_t Block, int32_t Other) const
+    {
+        if (m_IsBSlice) return MovesB(Block, Other);
+        return m_pReferences[0][Block] != m_pReferences[0][Other] ||
+               h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], m_VectorLimit);
+    }
     bool MovesB(int32_t Block, int32_t Other) const;
     int32_t PictureOf(int List, int32_t Block) const
     {
@@ -58,7 +64,8 @@ private:
     uint32_t OuterMoves(int32_t Index, int32_t Neighbour, bool IsVertical) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;
-    void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter, int32_t QpInner) const;
+    [[gnu::always_inline]] inline void SetParams(CachedParams& p, const Strengths& s, int32_t QpOuter,
+                                                 int32_t QpInner) const;
     void Run(int32_t Index, int32_t Neighbour, const Strengths& s, bool IsVertical);
 
     const EncoderSettings& m_Settings;
@@ -77,15 +84,6 @@ private:
     int32_t m_ChromaHeight; // of a macroblock; 0 without chroma
     CachedParams m_Luma, m_Chroma;
 };
-
-// Whether two 4x4 blocks of inter macroblocks differ in motion.
-template <class Sample>
-bool MacroblockFilter<Sample>::Moves(int32_t Block, int32_t Other) const
-{
-    if (m_IsBSlice) return MovesB(Block, Other);
-    return m_pReferences[0][Block] != m_pReferences[0][Other] ||
-           h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], m_VectorLimit);
-}
 
 // Which pictures are referred to counts, not by which list.
 template <class Sample>

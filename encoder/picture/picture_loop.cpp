@@ -26,11 +26,12 @@ uint32_t PrimaryPicType(int32_t FrameType) { return FrameType == FRAME_I ? 0 : F
 class OutputPacker
 {
 public:
-    OutputPacker(UMC::MediaData& Output, size_t Used)
+    OutputPacker(UMC::MediaData& Output, size_t Used, bool OpensAccessUnit)
         : m_pStart(static_cast<uint8_t*>(Output.GetDataPointer())), m_Used(Used),
           m_Room(m_pStart ? Output.GetBufferSize() -
                                 static_cast<size_t>(m_pStart - static_cast<uint8_t*>(Output.GetBufferPointer()))
-                          : 0)
+                          : 0),
+          m_IsFirstInAu(OpensAccessUnit)
     {
     }
 
@@ -61,7 +62,7 @@ private:
     uint8_t* m_pStart;
     size_t m_Used;
     size_t m_Room;
-    bool m_IsFirstInAu = true;
+    bool m_IsFirstInAu;
     bool m_HasOverflowed = false;
 };
 
@@ -124,7 +125,9 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
         s.Facts.slice_type = SliceTypeOf(Job.pCurrent->frame_type);
         BuildRefLists(Settings, Sequence, Job, s.Facts);
         if (s.Facts.slice_type == h264::SLICE_B) {
-            s.Facts.B.direct_spatial_mv_pred = (Settings.Params.direct_pred_mode & 1) != 0;
+            s.Facts.B.direct_spatial_mv_pred = Settings.AnalysisFlags & ENC_ANALYSE_DIRECT_AUTO
+                                                   ? Sequence.Direct.IsSpatial
+                                                   : (Settings.Params.direct_pred_mode & 1) != 0;
             DeriveBSliceFacts(Sets.Pps.weighted_bipred_idc == 2, Job, s.Facts);
         }
         RecordReferences(Job, s.Facts);
@@ -169,7 +172,14 @@ void FinishReconstruction(const EncoderSettings& Settings, const PictureJob<Samp
         const auto& s = Job.Slices[static_cast<size_t>(i)];
         DeblockSlice(Settings, Job, s.Facts, s.Progress.mb_count);
     }
-    PadPicture(Job.Reconstruction, Settings.Layout.ChromaFormat);
+    PadPicture(Job.Reconstruction, Job.IsAuxiliary ? int32_t{h264::CHROMA_400} : Settings.Layout.ChromaFormat);
+}
+
+template <class Sample>
+h264::NalUnitType SliceUnit(const PictureJob<Sample>& Job)
+{
+    if (Job.IsAuxiliary) return h264::NAL_AUXILIARY_SLICE;
+    return Job.picture_class == CLASS_IDR ? h264::NAL_IDR_SLICE : h264::NAL_SLICE;
 }
 
 } // namespace
@@ -193,7 +203,7 @@ void EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>&
     const int32_t Slices = Settings.Params.num_slices;
     for (int32_t i = 0; i < Slices; ++i) Job.Slices[static_cast<size_t>(i)].bitstream.Reset();
 
-    OutputPacker Packer(Output, Result.DataSize);
+    OutputPacker Packer(Output, Result.DataSize, !Job.IsAuxiliary);
     if (Settings.Params.write_access_unit_delimiters) {
         Job.Slices[0].bitstream.WriteAccessUnitDelimiter(PrimaryPicType(Job.pCurrent->frame_type));
         Packer.Append(Job.Slices[0].bitstream, 0, h264::NAL_DELIMITER);
@@ -202,9 +212,7 @@ void EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>&
     CompressSlices(Settings, Sequence, Result.Sets, Job);
     for (int32_t i = 0; i < Slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)];
-        if (s.Facts.MbLimit > 0)
-            Packer.Append(s.bitstream, Job.picture_class != CLASS_DISPOSABLE,
-                          IsIdr ? h264::NAL_IDR_SLICE : h264::NAL_SLICE);
+        if (s.Facts.MbLimit > 0) Packer.Append(s.bitstream, Job.picture_class != CLASS_DISPOSABLE, SliceUnit(Job));
     }
     if (Packer.Overflow() || Packer.DataSize() == Result.DataSize) {
         Result.Status = Packer.Overflow() ? UMC::StatusNotEnoughBuffer : UMC::StatusFailed;

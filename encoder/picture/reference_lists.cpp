@@ -17,8 +17,9 @@ Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part
     const bool IsField = Part != STRUCTURE_FRAME, IsBottom = Part == STRUCTURE_BOTTOM;
     Reference<Sample> r;
     r.pFrame = &f;
-    r.View = ReadOnly(PartOf(f.View(), Part));
-    const ptrdiff_t FirstBlock = IsBottom ? ptrdiff_t{16} * Job.MbCount : 0;
+    const PicturePart Whole{Part, Job.IsAuxiliary};
+    r.View = ReadOnly(Job.ViewOf(f, Whole));
+    const ptrdiff_t FirstBlock = ptrdiff_t{16} * Job.FirstMbOf(Whole);
     for (int List = 0; List < 2; ++List) {
         r.pVectors[List] = f.mb_motion[List] + FirstBlock;
         r.pReferences[List] = f.mb_reference[List] + FirstBlock;

@@ -1,6 +1,7 @@
 // What lasts from picture to picture.
 #pragma once
 
+#include "encoder/picture/direct_choice.h"
 #include "encoder/picture/rate_controller.h"
 #include "encoder/state/frame_list.h"
 #include "encoder/write/parameter_sets.h"
@@ -26,6 +27,7 @@ struct SequenceState {
     int32_t next_picture_id = 0;
     int64_t total_bits = 0; // of all slices so far
 
+    DirectChoice Direct; // of ENC_ANALYSE_DIRECT_AUTO
     H264EncoderFrameList<Sample> InputList, ReconstructionList;
     SeqParamSet Sps{};
     PicParamSet Pps{};

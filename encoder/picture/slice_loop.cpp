@@ -23,7 +23,7 @@ SliceHeader MakeSliceHeader(const PictureSets& Sets, const PictureJob<Sample>& J
     h.first_mb_in_slice = s.first_mb;
     h.slice_type = s.slice_type;
     h.frame_num = Job.pCurrent->frame_num;
-    h.is_idr = Job.picture_class == CLASS_IDR;
+    h.is_idr = Job.picture_class == CLASS_IDR && !Job.IsAuxiliary; // by the type of the NAL unit, which is its own
     h.idr_pic_id = Sets.idr_pic_id;
     h.nal_ref_idc = Job.picture_class != CLASS_DISPOSABLE;
     h.pic_order_cnt_lsb = h264::PicOrderCntLsb(Job.pCurrent->poc[s.IsBottom], 1 << Sets.Sps.log2_max_pic_order_cnt_lsb);
@@ -50,7 +50,7 @@ NeighbourTables MakeNeighbourTables(bool IsCabac, const FrameLayout& Layout, con
     NeighbourTables t{};
     t.FirstMb = s.first_mb;
     t.MbWidth = Layout.MbWidth;
-    t.ChromaFormat = Layout.ChromaFormat;
+    t.ChromaFormat = s.Syntax.chroma_format_idc;
     t.pGlobal = Frame.mb_global + i;
     t.pLocal = Job.LocalMacroblocks.data() + i;
     t.pIntraModes = Job.IntraModes.data() + 16 * i;
@@ -77,11 +77,11 @@ void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, con
     s.deblock_beta = Settings.Params.deblocking_beta_offset;
     s.cabac_init_idc = Settings.Params.cabac_init_idc;
     s.Syntax = {.slice_type = s.slice_type,
-                .chroma_format_idc = Settings.Layout.ChromaFormat,
+                .chroma_format_idc = Job.IsAuxiliary ? int32_t{h264::CHROMA_400} : Settings.Layout.ChromaFormat,
                 .entropy_coding_mode_flag = Sets.Pps.entropy_coding_mode_flag,
                 .transform_8x8_mode_flag = Sets.Pps.transform_8x8_mode_flag,
                 .direct_8x8_inference_flag = Sets.Sps.direct_8x8_inference_flag,
-                .BitDepthLuma = Settings.Params.bit_depth_luma,
+                .BitDepthLuma = Job.IsAuxiliary ? Settings.Params.bit_depth_aux : Settings.Params.bit_depth_luma,
                 .BitDepthChroma = Settings.Params.bit_depth_chroma};
     s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout, Job, s);
 }

@@ -45,7 +45,7 @@ void AllocateSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 template <class Sample>
 void AllocateTables(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
-    const auto Count = static_cast<size_t>(Settings.Layout.MbCount);
+    const size_t Count = static_cast<size_t>(Settings.Layout.MbCount) * (Settings.Layout.HasAlpha ? 2 : 1);
     Job.LocalMacroblocks.resize(Count);
     for (auto& List : Job.VectorDifferences) List.resize(Count * 16);
     Job.IntraModes.resize(Count * 16);

@@ -67,6 +67,7 @@ void StartIdrPeriod(EncoderCore<Sample>& c, H264EncoderFrame<Sample>& New)
 template <class Sample>
 UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
 {
+    if (c.Settings.Params.coding_type < 0) return UMC::StatusUnsupported; // the check corrects values above 2 alone
     const int32_t Asked = Input.GetFrameType();
     if (const UMC::Status s = CheckAskedType(c, Asked); s != UMC::StatusOk) return s;
     H264EncoderFrame<Sample>* pFrame = nullptr;

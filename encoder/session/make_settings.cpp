@@ -67,7 +67,7 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
 template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
-    return p.coding_type != 2 && p.aux_format_idc == 0 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
+    return p.coding_type != 2 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }
 
 void FillGop(EncoderSettings& Settings)
@@ -94,7 +94,7 @@ UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings&
     if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
     Settings.AnalysisFlags = AnalysisFlags(p);
     Settings.Layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
-                                 p.bit_depth_chroma, p.coding_type == 0, p.aux_format_idc != 0);
+                                 p.bit_depth_chroma, p.coding_type == 0, p.aux_format_idc != 0, p.bit_depth_aux);
     FillGop(Settings);
     FillThresholds(Settings);
     FillQuantTables(p.use_default_scaling_matrix != 0, Settings.Quant);

@@ -29,6 +29,9 @@ bool IsTooLarge(const UMC::VideoStreamInfo& Info)
     return (Info.m_Width + kRoom) * (Info.m_Height + kRoom) > std::numeric_limits<int32_t>::max() / 4;
 }
 
+// Pictures that wait for an anchor are all held, and order counts of 16 bits tell no more of them apart.
+constexpr int32_t kMostBFrames = 1 << 14;
+
 void CheckRates(UMC::VideoStreamInfo& Info)
 {
     if (!IsBitrate(Info.m_Bitrate)) Info.m_Bitrate = H264EncoderParams::kDefaultBitrate;
@@ -49,7 +52,7 @@ void CheckGop(H264EncoderParams& p)
     ReplaceOutside(p.num_ref_frames, 0, 16, 2);
     if (p.num_b_frames > 0 && (p.num_ref_to_start_b < 1 || p.num_ref_to_start_b > p.num_ref_frames - 1)) {
         if (p.num_ref_to_start_b < 1) p.num_ref_to_start_b = 1;
-        p.num_ref_frames = p.num_ref_to_start_b + 1;
+        p.num_ref_frames = std::min(p.num_ref_to_start_b, 16) + 1; // the level allows no more in any case
     }
 }
 
@@ -72,6 +75,8 @@ Status CheckHighFormat(const H264EncoderParams& p)
     for (const int32_t Depth : {p.bit_depth_luma, p.bit_depth_chroma, p.bit_depth_aux})
         if (Depth < 8 || Depth > 12) return UMC::StatusInvalidParams;
     if (p.chroma_format_idc > 2) return UMC::StatusNotImplemented;
+    // Values that no stream can state.
+    if (p.chroma_format_idc < 0 || p.aux_format_idc < 0 || p.aux_format_idc > 3) return UMC::StatusInvalidParams;
     return UMC::StatusOk;
 }
 
@@ -170,7 +175,7 @@ int32_t ReferenceLimit(const H264EncoderParams& p)
 Status CheckParams(H264EncoderParams& p)
 {
     if (p.m_Info.m_Width < 1 || p.m_Info.m_Height < 1) return UMC::StatusInitFailed;
-    if (IsTooLarge(p.m_Info)) return UMC::StatusAllocFailed;
+    if (IsTooLarge(p.m_Info) || p.num_b_frames > kMostBFrames) return UMC::StatusAllocFailed;
     CheckRates(p.m_Info);
     CheckGop(p);
     CheckSlices(p);

@@ -7,9 +7,9 @@ namespace UMC_H264_ENCODER {
 
 /// Corrects Params in place; running it again changes nothing.
 /// @return StatusInitFailed for a width or height below 1; StatusAllocFailed for a picture whose samples 32-bit offsets
-///         do not reach; StatusInvalidParams for an unknown profile or a High-family
-///         bit depth outside 8..12; StatusNotImplemented for a High-family chroma format above 4:2:2. Everything else
-///         is corrected.
+///         do not reach, or for more B pictures than order counts tell apart; StatusInvalidParams for an unknown
+///         profile or a High-family bit depth outside 8..12; StatusNotImplemented for a High-family chroma format above
+///         4:2:2. Everything else is corrected.
 UMC::Status CheckParams(UMC::H264EncoderParams& Params);
 
 /// Whether a rate is one that a stream can have. Init puts the default in place of any other.

@@ -28,15 +28,6 @@ int32_t ZeroSadOfChromaDc(const kernels::QuantParams& p)
 // A factor by an entry of a list; four bits of shift make up for the division by 16 that is left out.
 uint16_t WeightedFactor(uint32_t Factor, uint32_t Entry) { return static_cast<uint16_t>((Factor + Entry / 2) / Entry); }
 
-// The factor of a position of an 8x8 block: 2^24 over the dequantiser's and the squares of the transform's row and
-// column, which are 512, 578 and 320 of 64.
-uint16_t Factor8x8(size_t m, size_t Position)
-{
-    static constexpr uint64_t kSquares[8]{512, 578, 320, 578, 512, 578, 320, 578};
-    const uint64_t Divisor = h264::kNormAdjust8x8[m][Position] * kSquares[Position / 8] * kSquares[Position % 8];
-    return static_cast<uint16_t>(((uint64_t{1} << 36) + Divisor / 2) / Divisor);
-}
-
 // Entries of the default inter list in raster order.
 std::array<uint8_t, 64> DefaultList8x8()
 {
@@ -64,7 +55,7 @@ void FillFactors(bool HasMatrix, uint32_t Fraction, QuantTables::BySteps<kernels
             Of4x4[Qp].Factor[i] = HasMatrix ? WeightedFactor(Factor, kFlat) : Factor;
         }
         for (size_t i = 0; i < 64; ++i) {
-            const uint16_t Factor = Factor8x8(Qp % 6, i);
+            const uint16_t Factor = h264::kQuantFactor8x8[Qp % 6][i];
             Of8x8[Qp].Factor[i] = HasMatrix ? WeightedFactor(Factor, List[i]) : Factor;
         }
     }

@@ -25,6 +25,7 @@ struct Candidate {
     MotionVector Vector{0, 0};
     MotionVector Difference{0, 0}; // from the vector's prediction, as it is written
     bool Transform8x8 = false;     // MB_INTRA4X4 is then Intra 8x8
+    uint16_t Emptied = 0;          // luma blocks of an inter macroblock that get no levels, by luma4x4BlkIdx
     uint8_t Slot = 0;
     BlocksAtHand AtHand = BLOCKS_NONE; // of an inter macroblock
 };

@@ -58,7 +58,7 @@ UMC::Status H264EncoderFrame<Sample>::AllocatePlanes(const FrameLayout& l)
     const size_t LumaRows = Height + 2 * kLumaRoom;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
     const size_t ChromaRows = Chroma.Blocks == 0 ? 0 : (Height >> Chroma.ShiftY) + 2 * kChromaRoom;
-    const size_t Samples = Pitch * (LumaRows + ChromaRows);
+    const size_t Samples = Pitch * ((l.HasAlpha ? 2 : 1) * LumaRows + ChromaRows);
     const size_t Bytes = Samples * sizeof(Sample) + kSpareBytes;
     void* const pBlock = AllocateZeroed(m_PlaneMemory, Bytes);
     if (!pBlock) return UMC::StatusAllocFailed;
@@ -68,6 +68,7 @@ UMC::Status H264EncoderFrame<Sample>::AllocatePlanes(const FrameLayout& l)
     if (s != UMC::StatusOk) return s;
     for (int32_t Plane = 0; Plane < GetPlaneCount(); ++Plane)
         SetPlaneBitDepth(Plane == 0 ? l.BitDepthLuma : l.BitDepthChroma, Plane);
+    if (l.HasAlpha) SetPlaneBitDepth(l.BitDepthAlpha, GetPlaneCount() - 1);
     m_Pitch = l.Pitch;
     auto* const pLuma = static_cast<Sample*>(pBlock);
     m_pY = AlignUp(pLuma + kLumaRoom * l.Pitch + kLumaRoom, kPlaneAlignment);
@@ -83,14 +84,19 @@ UMC::Status H264EncoderFrame<Sample>::AllocatePlanes(const FrameLayout& l)
         SetPlanePitch(PitchBytes, 1);
         SetPlanePitch(PitchBytes, 2);
     }
+    if (l.HasAlpha) {
+        m_pAlpha = AlignUp(pLuma + Pitch * (LumaRows + ChromaRows) + kLumaRoom * Pitch + kLumaRoom, kPlaneAlignment);
+        SetPlanePointer(m_pAlpha, GetPlaneCount() - 1);
+        SetPlanePitch(PitchBytes, GetPlaneCount() - 1);
+    }
     return UMC::StatusOk;
 }
 
 template <class Sample>
 UMC::Status H264EncoderFrame<Sample>::AllocateTables(const FrameLayout& l)
 {
-    const auto Count = static_cast<size_t>(l.MbCount);
-    const size_t Bytes = (kTableBytes * Count + kTableSpare) * (l.HasAlpha ? 2 : 1);
+    const size_t Count = static_cast<size_t>(l.MbCount) * (l.HasAlpha ? 2 : 1);
+    const size_t Bytes = kTableBytes * Count + kTableSpare;
     auto* p = static_cast<uint8_t*>(AllocateZeroed(m_TableMemory, Bytes));
     if (!p) return UMC::StatusAllocFailed;
     // The tables begin at multiples of 16 behind each other, of which the block's start is one.
@@ -114,7 +120,7 @@ void H264EncoderFrame<Sample>::Free()
     if (m_PlaneMemory) m_pAllocator->DeallocateMem(m_PlaneMemory);
     if (m_TableMemory) m_pAllocator->DeallocateMem(m_TableMemory);
     m_PlaneMemory = m_TableMemory = 0;
-    m_pY = m_pU = m_pV = nullptr;
+    m_pY = m_pU = m_pV = m_pAlpha = nullptr;
 }
 
 template <class Sample>
@@ -138,10 +144,12 @@ void H264EncoderFrame<Sample>::SwapPlanes(H264EncoderFrame& Other)
     std::swap(m_pY, Other.m_pY);
     std::swap(m_pU, Other.m_pU);
     std::swap(m_pV, Other.m_pV);
+    std::swap(m_pAlpha, Other.m_pAlpha);
     for (H264EncoderFrame* const p : {this, &Other}) {
         p->SetPlanePointer(p->m_pY, 0);
-        p->SetPlanePointer(p->m_pU, 1);
-        p->SetPlanePointer(p->m_pV, 2);
+        if (p->m_pU) p->SetPlanePointer(p->m_pU, 1);
+        if (p->m_pV) p->SetPlanePointer(p->m_pV, 2);
+        if (p->m_pAlpha) p->SetPlanePointer(p->m_pAlpha, p->GetPlaneCount() - 1);
     }
 }
 
@@ -165,7 +173,8 @@ void H264EncoderFrame<Sample>::PrepareTables()
 {
     const bool WritesList1 = frame_type == FRAME_B;
     if (!WritesList1 && m_HasList1)
-        std::memset(mb_reference[1], h264::kRefNone, static_cast<size_t>(m_Layout.MbCount) * 16);
+        std::memset(mb_reference[1], h264::kRefNone,
+                    static_cast<size_t>(m_Layout.MbCount) * (m_Layout.HasAlpha ? 32 : 16));
     m_HasList1 = WritesList1;
 }
 

@@ -29,13 +29,20 @@ public:
 
     // Planes at the visible origin, and the pitch of all of them in samples.
     Sample *m_pY = nullptr, *m_pU = nullptr, *m_pV = nullptr;
+    Sample* m_pAlpha = nullptr; // of an auxiliary picture, as large as luma
     int32_t m_Pitch = 0;
     PictureView<Sample> View() const
     {
         return {m_pY, m_pU, m_pV, m_Pitch, m_Layout.AlignedWidth, m_Layout.AlignedHeight};
     }
 
-    // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order).
+    PictureView<Sample> AlphaView() const
+    {
+        return {m_pAlpha, nullptr, nullptr, m_Pitch, m_Layout.AlignedWidth, m_Layout.AlignedHeight};
+    }
+
+    // Tables with one entry for each macroblock (vectors and references: 16, by 4x4 block in raster order), and behind
+    // them as many for the auxiliary picture.
     MotionVector* mb_motion[2] = {};
     int8_t* mb_reference[2] = {}; // index into the slice's list, -1 for none
     GlobalMacroblock* mb_global = nullptr;

@@ -3,7 +3,7 @@
 namespace UMC_H264_ENCODER {
 
 FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepthLuma,
-                       int32_t BitDepthChroma, bool FramesOnly, bool HasAlpha)
+                       int32_t BitDepthChroma, bool FramesOnly, bool HasAlpha, int32_t BitDepthAlpha)
 {
     FrameLayout l;
     l.Width = Width;
@@ -18,7 +18,10 @@ FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int3
     l.BitDepthLuma = BitDepthLuma;
     l.BitDepthChroma = BitDepthChroma;
     l.HasAlpha = HasAlpha;
-    l.Format = ChromaFormat == 0 ? UMC::GRAY : ChromaFormat == 2 ? UMC::YUV422 : UMC::YUV420;
+    l.BitDepthAlpha = BitDepthAlpha;
+    static constexpr UMC::ColorFormat kFormats[2][3]{{UMC::GRAY, UMC::YUV420, UMC::YUV422},
+                                                     {UMC::GRAYA, UMC::YUVA420, UMC::YUVA422}};
+    l.Format = kFormats[HasAlpha][ChromaFormat];
     return l;
 }
 

@@ -30,11 +30,12 @@ struct FrameLayout {
     int32_t Pitch = 0; // samples, the same for all planes
     int32_t ChromaFormat = 1;
     int32_t BitDepthLuma = 8, BitDepthChroma = 8;
-    bool HasAlpha = false;
+    bool HasAlpha = false; // a plane as large as luma, coded as an auxiliary picture
+    int32_t BitDepthAlpha = 8;
     UMC::ColorFormat Format = UMC::YUV420;
 };
 
 FrameLayout MakeLayout(int32_t Width, int32_t Height, int32_t ChromaFormat, int32_t BitDepthLuma,
-                       int32_t BitDepthChroma, bool FramesOnly, bool HasAlpha);
+                       int32_t BitDepthChroma, bool FramesOnly, bool HasAlpha, int32_t BitDepthAlpha = 8);
 
 } // namespace UMC_H264_ENCODER

@@ -16,6 +16,8 @@ struct PictureJob {
     H264EncoderFrame<Sample>* pCurrent = nullptr; // its tables are written here too
     int32_t picture_class = CLASS_IDR;            // PictureClass
     PictureStructure Structure = STRUCTURE_FRAME;
+    bool IsAuxiliary = false; // the frame's alpha plane, coded as a picture without chroma
+    PicturePart Part() const { return {Structure, IsAuxiliary}; }
     bool IsField() const { return Structure != STRUCTURE_FRAME; }
     int32_t Poc() const { return IsField() ? pCurrent->poc[Structure] : pCurrent->Poc(); }
     int32_t PictureId() const { return pCurrent->picture_id + (Structure == STRUCTURE_BOTTOM); }
@@ -24,23 +26,36 @@ struct PictureJob {
     PictureView<const Sample> Source;
     PictureView<Sample> Reconstruction;
 
-    // The picture's macroblocks in the tables of its frame: a second field lies behind the first.
+    // The picture's macroblocks in the tables of its frame.
     int32_t FirstMb = 0, MbCount = 0;
 
     /// Takes up a frame, or a field of it, which is coded in place.
-    void Begin(H264EncoderFrame<Sample>& Frame, PictureStructure Part, int32_t PictureClass)
+    void Begin(H264EncoderFrame<Sample>& Frame, PicturePart Which, int32_t PictureClass)
     {
         h264::trace::BeginPicture();
         pCurrent = &Frame;
         picture_class = PictureClass;
-        Structure = Part;
-        Reconstruction = PartOf(Frame.View(), Structure);
+        Structure = Which.Structure;
+        IsAuxiliary = Which.IsAuxiliary;
+        Reconstruction = ViewOf(Frame, Which);
         Source = ReadOnly(Reconstruction);
         MbCount = Reconstruction.Width / 16 * (Reconstruction.Height / 16);
-        FirstMb = Structure == STRUCTURE_BOTTOM ? MbCount : 0;
+        FirstMb = FirstMbOf(Which);
     }
     /// Reads the same part of another frame, which stays as it is, so that a second attempt finds the source again.
-    void KeepSourceIn(const H264EncoderFrame<Sample>& Frame) { Source = ReadOnly(PartOf(Frame.View(), Structure)); }
+    void KeepSourceIn(const H264EncoderFrame<Sample>& Frame) { Source = ReadOnly(ViewOf(Frame, Part())); }
+
+    static PictureView<Sample> ViewOf(const H264EncoderFrame<Sample>& Frame, PicturePart Part)
+    {
+        return PartOf(Part.IsAuxiliary ? Frame.AlphaView() : Frame.View(), Part.Structure);
+    }
+    /// Where a part of a frame begins in the tables: the bottom field behind the top one, the auxiliary picture behind
+    /// both.
+    int32_t FirstMbOf(PicturePart Part) const
+    {
+        const int32_t OfFrame = Part.Structure == STRUCTURE_FRAME ? MbCount : 2 * MbCount;
+        return (Part.IsAuxiliary ? OfFrame : 0) + (Part.Structure == STRUCTURE_BOTTOM ? MbCount : 0);
+    }
 
     // What a picture is coded from while its own planes take the reconstruction; null where it is coded in place.
     std::unique_ptr<H264EncoderFrame<Sample>> pScratch;

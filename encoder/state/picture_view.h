@@ -7,6 +7,12 @@ namespace UMC_H264_ENCODER {
 
 enum PictureStructure : uint8_t { STRUCTURE_TOP = 0, STRUCTURE_BOTTOM = 1, STRUCTURE_FRAME = 2 };
 
+// What of a frame a picture is: the frame or one of its fields, of its planes or of its alpha plane.
+struct PicturePart {
+    PictureStructure Structure = STRUCTURE_FRAME;
+    bool IsAuxiliary = false;
+};
+
 // The source of a picture, and a reference, is read through PictureView<const Sample>.
 template <class Sample>
 struct PictureView {

@@ -152,7 +152,7 @@ private:
         for (size_t b = 0; b < 16; ++b) {
             alignas(16) int16_t Levels[16];
             QuantiseBlock(Luma, b, Levels);
-            Cost += CoefficientCost(Levels, 0, SCAN_ZIGZAG);
+            Cost += CoefficientCost(Levels, 0, g_Zigzag);
         }
         if (Cost >= 6) return false;
         const Prediction Chroma = InterChroma(RefAt(0), v);
@@ -323,7 +323,7 @@ private:
             for (size_t b = 4 * Quadrant; b < 4 * Quadrant + 4; ++b) {
                 alignas(16) int16_t Levels[16];
                 if (QuantiseBlock(p, b, Levels)) Mask |= 1u << b;
-                Cost += CoefficientCost(Levels, 0, SCAN_ZIGZAG);
+                Cost += CoefficientCost(Levels, 0, g_Zigzag);
             }
             if (Cost >= 5) Coded |= Mask;
             Total += Cost;

@@ -140,7 +140,7 @@ protected:
         l.AcMask =
             kernels::ForwardQuantAc8x8_px(Source(1 + Plane), m_Width / 2, p.Plane[Plane].data(), 8, Levels, Dc, &q);
         l.bDc = kernels::ForwardChromaDc420_px(Dc, q.Factor[0], q.Rounding, q.Shift) != 0;
-        for (int b = 0; b < 4; ++b) l.Cost += CoefficientCost(Levels + 16 * b, 1, SCAN_ZIGZAG);
+        for (int b = 0; b < 4; ++b) l.Cost += CoefficientCost(Levels + 16 * b, 1, g_Zigzag);
         return l;
     }
 

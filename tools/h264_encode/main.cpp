@@ -48,7 +48,8 @@ Options ParseCommandLine(int argc, char** argv)
     Options o;
     std::string Size;
     CommandLine App("Compresses raw planar pictures to H.264. Fields of --set: " + tools::FieldNames(), "h264_encode");
-    App.Add("IN", o.In, "raw planar pictures").Required();
+    App.Add("IN", o.In, "raw planar pictures; with aux_format_idc an alpha plane of luma's size behind each")
+        .Required();
     App.Add("--size", Size, "WxH").Required();
     App.Add("--chroma", o.Chroma, "400, 420 or 422").OneOf({400, 420, 422});
     App.Add("--depth", o.Depth, "bits of a sample, 8..12").Range(8, 12);
@@ -99,7 +100,12 @@ public:
         if (const UMC::Status s = m_Encoder.Init(&m_Params); s != UMC::StatusOk)
             throw CliError("the encoder refuses these settings: " + StatusText(s));
         m_Encoder.GetInfo(&m_Params);
-        const UMC::ColorFormat Format = o.Chroma == 400 ? UMC::GRAY : o.Chroma == 422 ? UMC::YUV422 : UMC::YUV420;
+        const UMC::ColorFormat Format = m_Params.aux_format_idc ? (o.Chroma == 400   ? UMC::GRAYA
+                                                                   : o.Chroma == 422 ? UMC::YUVA422
+                                                                                     : UMC::YUVA420)
+                                                                : (o.Chroma == 400   ? UMC::GRAY
+                                                                   : o.Chroma == 422 ? UMC::YUV422
+                                                                                     : UMC::YUV420);
         m_Input.Init(o.Size.Width, o.Size.Height, Format, o.Depth);
         m_Buffer.resize(2 * m_Input.GetMappingSize() + 65536);
     }

@@ -1,6 +1,5 @@
 // The forward factors against the scales that they undo.
 #include "Common/h264/h264_tables.h"
-#include "Common/h264/quant_factors.h"
 
 #include <gtest/gtest.h>
 
@@ -32,23 +31,6 @@ TEST(QuantFactors, UndoTheScalesOfTheStandard)
     constexpr uint16_t kClasses[6]{13107, 11428, 20972, 12222, 16777, 15481};
     constexpr size_t kFirstOf[6]{0, 9, 18, 1, 2, 10};
     for (size_t c = 0; c < 6; ++c) EXPECT_EQ(kQuantFactor8x8[0][kFirstOf[c]], kClasses[c]);
-}
-
-TEST(QuantFactors, AFlatListChangesNothing)
-{
-    for (const auto& Row : kQuantFactor8x8)
-        for (const uint16_t Factor : Row) EXPECT_EQ(WeightedFactor(Factor, 16), Factor);
-}
-
-TEST(QuantFactors, AWeightDividesTheLevel)
-{
-    EXPECT_EQ(WeightedFactor(13107, 32), 6554); // 6553.5
-    EXPECT_EQ(WeightedFactor(13107, 255), 822); // 822.4
-    for (const auto& List : kDefaultScaling8x8)
-        for (const uint8_t Weight : List)
-            for (const auto& Row : kQuantFactor8x8)
-                for (const uint16_t Factor : Row)
-                    EXPECT_NEAR(WeightedFactor(Factor, Weight), 16. * Factor / Weight, 0.5) << int{Weight};
 }
 
 } // namespace

@@ -53,8 +53,8 @@ TEST(Levels, AreListedAndPricedInScanOrder)
                 Fill(Levels, Rarity, Rng);
                 const Walk Wanted(Levels, First);
                 BlockLevels<int16_t> Got;
-                ASSERT_EQ(ListLevels(Levels, First, SCAN_ZIGZAG, Got), Wanted.Cost);
-                ASSERT_EQ(CoefficientCost(Levels, First, SCAN_ZIGZAG), Wanted.Cost);
+                ASSERT_EQ(ListLevels(Levels, First, g_Zigzag, Got), Wanted.Cost);
+                ASSERT_EQ(CoefficientCost(Levels, First, g_Zigzag), Wanted.Cost);
                 ASSERT_EQ(Got.Count, Wanted.List.size());
                 for (size_t k = 0; k < Wanted.List.size(); ++k)
                     ASSERT_EQ((std::pair<int32_t, int32_t>{Got.Position[k], Got.Level[k]}), Wanted.List[k]);

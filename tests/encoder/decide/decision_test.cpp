@@ -30,7 +30,7 @@ struct Levels {
     }
 };
 
-int32_t CostOf(const Levels& l, int32_t First = 0) { return CoefficientCost(l.Raster, First, SCAN_ZIGZAG); }
+int32_t CostOf(const Levels& l, int32_t First = 0) { return CoefficientCost(l.Raster, First, g_Zigzag); }
 
 TEST(CoefficientCost, FallsWithTheRunAhead)
 {
@@ -85,12 +85,12 @@ TEST(DropRules, TwoLevelsWithoutARunAreTooMuchToSkip)
 TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
 {
     BlockLevels<int16_t> Out{};
-    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 0, SCAN_ZIGZAG, Out), 9);
+    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 0, g_Zigzag, Out), 9);
     ASSERT_EQ(Out.Count, 3);
     EXPECT_EQ(Out.Position[1], 2);
     EXPECT_EQ(Out.Level[0], 7);
     EXPECT_EQ(Out.Level[2], -1);
-    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 1, SCAN_ZIGZAG, Out), 2);
+    EXPECT_EQ(ListLevels(Levels({{0, 7}, {2, 1}, {15, -1}}).Raster, 1, g_Zigzag, Out), 2);
     ASSERT_EQ(Out.Count, 2);
     EXPECT_EQ(Out.Position[0], 1); // counted from coefficient 1
     EXPECT_EQ(Out.Position[1], 14);
@@ -98,7 +98,7 @@ TEST(ListLevels, GivesPositionsInScanOrderAndTheCost)
     for (int i = 0; i < 500; ++i) {
         Levels l{};
         for (int16_t& v : l.Raster) v = static_cast<int16_t>(Rng() % 5 ? 0 : static_cast<int>(Rng() % 5) - 2);
-        for (const int First : {0, 1}) EXPECT_EQ(ListLevels(l.Raster, First, SCAN_ZIGZAG, Out), CostOf(l, First));
+        for (const int First : {0, 1}) EXPECT_EQ(ListLevels(l.Raster, First, g_Zigzag, Out), CostOf(l, First));
     }
 }
 

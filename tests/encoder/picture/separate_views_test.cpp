@@ -59,7 +59,7 @@ public:
         m_pLast->frame_num = FrameNum;
         m_pLast->poc[0] = 2 * FrameNum;
         m_pLast->poc[1] = 2 * FrameNum + 1;
-        m_Core.Job.Begin(*m_pLast, STRUCTURE_FRAME, bIdr ? CLASS_IDR : CLASS_REFERENCE);
+        m_Core.Job.Begin(*m_pLast, {STRUCTURE_FRAME}, bIdr ? CLASS_IDR : CLASS_REFERENCE);
         m_Core.Job.KeepSourceIn(m_Source);
         const std::vector<uint8_t> Before = SamplesOf(m_Source, l);
         UpdateRefLists(q, *m_pLast);

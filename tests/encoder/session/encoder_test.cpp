@@ -41,7 +41,11 @@ TEST(EncoderInit, Statuses)
     EXPECT_EQ(InitResult([](auto& p) { p.m_Info.m_Height = -1; }), UMC::StatusInitFailed);
     EXPECT_EQ(InitResult([](auto& p) { p.profile_idc = 1; }), UMC::StatusInvalidParams);
     EXPECT_EQ(InitResult([](auto& p) { p.chroma_format_idc = 3; }), UMC::StatusNotImplemented);
-    EXPECT_EQ(InitResult([](auto& p) { p.aux_format_idc = 1; }), UMC::StatusNotImplemented);
+    EXPECT_EQ(InitResult([](auto& p) { p.chroma_format_idc = -1; }), UMC::StatusInvalidParams);
+    EXPECT_EQ(InitResult([](auto& p) { p.aux_format_idc = 1; }), UMC::StatusOk);
+    EXPECT_EQ(InitResult([](auto& p) { p.aux_format_idc = 4; }), UMC::StatusInvalidParams);
+    EXPECT_EQ(InitResult([](auto& p) { p.num_b_frames = INT32_MAX; }), UMC::StatusAllocFailed);
+    EXPECT_EQ(InitResult([](auto& p) { p.coding_type = 2; }), UMC::StatusNotImplemented);
 }
 
 TEST(EncoderInit, TakesAPlainRecord)

@@ -45,7 +45,7 @@ protected:
 
 TEST_F(Job, OfAFrameHasAllLinesAndAllMacroblocks)
 {
-    m_Job.Begin(m_Frame, STRUCTURE_FRAME, CLASS_REFERENCE);
+    m_Job.Begin(m_Frame, {STRUCTURE_FRAME}, CLASS_REFERENCE);
     EXPECT_EQ(m_Job.pCurrent, &m_Frame);
     EXPECT_EQ(m_Job.picture_class, CLASS_REFERENCE);
     ExpectLines(m_Job.Source, 0, 1);
@@ -57,7 +57,7 @@ TEST_F(Job, OfAFrameHasAllLinesAndAllMacroblocks)
 TEST_F(Job, OfAFieldHasItsLinesInBothViewsAndItsHalfOfTheTables)
 {
     for (const auto Structure : {STRUCTURE_TOP, STRUCTURE_BOTTOM}) {
-        m_Job.Begin(m_Frame, Structure, CLASS_IDR);
+        m_Job.Begin(m_Frame, {Structure}, CLASS_IDR);
         ExpectLines(m_Job.Source, Structure, 2);
         ExpectLines(m_Job.Reconstruction, Structure, 2);
         EXPECT_EQ(m_Job.FirstMb, Structure == STRUCTURE_BOTTOM ? 6 : 0);
@@ -67,7 +67,7 @@ TEST_F(Job, OfAFieldHasItsLinesInBothViewsAndItsHalfOfTheTables)
 
 TEST_F(Job, ReadsASourceThatIsKeptInAnotherFrame)
 {
-    m_Job.Begin(m_Frame, STRUCTURE_BOTTOM, CLASS_IDR);
+    m_Job.Begin(m_Frame, {STRUCTURE_BOTTOM}, CLASS_IDR);
     m_Job.KeepSourceIn(m_Kept);
     EXPECT_EQ(m_Job.Source.pY, m_Kept.m_pY + m_Kept.m_Pitch);
     EXPECT_EQ(m_Job.Reconstruction.pY, m_Frame.m_pY + m_Frame.m_Pitch);
