@@ -1,5 +1,7 @@
 #include "encoder/code/pcm.h"
 
+#include "encoder/code/macroblock_quantisers.h"
+
 #include <algorithm>
 
 namespace UMC_H264_ENCODER {
@@ -33,8 +35,12 @@ void ReconstructPcm(CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
     Local.Coded = ~0u;
     Local.CodedDc = kCodedLumaDc | kCodedCbDc | kCodedCrDc;
     Local.Pattern = 15 | 2 << 4;
-    // The edge filter takes QPY of I_PCM as 0 (clause 8.7.2.2). That of the macroblocks behind it stays.
-    mb.Records.pGlobal->Qp = mb.Records.pGlobal->QpChroma = 0;
+    // The edge filter takes QP'Y of I_PCM as 0 (clause 8.7.2.2), which of deep samples is a QPY below that. That of the
+    // macroblocks behind it stays.
+    const SyntaxOfSlice& Slice = mb.pSlice->Syntax;
+    const int32_t Qp = -6 * (Slice.BitDepthLuma - 8);
+    mb.Records.pGlobal->Qp = static_cast<int8_t>(Qp);
+    mb.Records.pGlobal->QpChroma = static_cast<int8_t>(ChromaQp(Qp, Slice.BitDepthChroma));
 }
 
 template <class Sample>

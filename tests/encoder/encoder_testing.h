@@ -1,19 +1,44 @@
 // What the encoder's tests share: pictures that move, and an encoder driven over them.
 #pragma once
 
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
+#include "encoder/session/tool_counts.h"
 #include "encoder/session/video_encoder.h"
+#include "media/umc_default_memory_allocator.h"
 #include "media/umc_video_data.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace encoder_testing {
 
-using Picture = std::vector<uint8_t>;
+using Picture = std::vector<uint8_t>; // planes one behind the other; deep samples have two bytes, the low one first
+
+struct ClipFormat {
+    int32_t Chroma = 1; // chroma_format_idc
+    int32_t LumaDepth = 8, ChromaDepth = 8;
+
+    int Planes() const { return Chroma == 0 ? 1 : 3; }
+    int32_t LargestDepth() const { return std::max(LumaDepth, ChromaDepth); } // of the samples that are there
+    int32_t SampleBytes() const { return LargestDepth() > 8 ? 2 : 1; }
+    int32_t PlaneWidth(int Plane, int32_t Width) const { return Plane ? (Width + 1) / 2 : Width; }
+    int32_t PlaneHeight(int Plane, int32_t Height) const { return Plane && Chroma == 1 ? (Height + 1) / 2 : Height; }
+    UMC::ColorFormat Layout() const { return Chroma == 0 ? UMC::GRAY : Chroma == 2 ? UMC::YUV422 : UMC::YUV420; }
+};
+inline ClipFormat FormatOf(const UMC::H264EncoderParams& p)
+{
+    return {p.chroma_format_idc, p.bit_depth_luma, p.bit_depth_chroma};
+}
 
 /// Contents of a test clip, all of them the same on every run.
 enum class Scene {
@@ -53,18 +78,24 @@ inline uint8_t SampleOf(Scene s, int x, int y, int Index, int Count, std::mt1993
     return 0;
 }
 
-/// I420 pictures; chroma is the scene at half size with another phase.
-inline std::vector<Picture> MakeClip(Scene s, int32_t Width, int32_t Height, int Count)
+/// I420 pictures, or those of another format; chroma is the scene at its size with another phase. The bits of deep
+/// samples below the eighth are a pattern that moves.
+inline std::vector<Picture> MakeClip(Scene s, int32_t Width, int32_t Height, int Count, const ClipFormat& f = {})
 {
     std::mt19937 Rng(20);
     std::vector<Picture> Clip;
     for (int i = 0; i < Count; ++i) {
         Picture p;
-        for (int Plane = 0; Plane < 3; ++Plane) {
-            const int w = Plane ? (Width + 1) / 2 : Width, h = Plane ? (Height + 1) / 2 : Height;
+        for (int Plane = 0; Plane < f.Planes(); ++Plane) {
+            const int w = f.PlaneWidth(Plane, Width), h = f.PlaneHeight(Plane, Height);
+            const int RowStep = h < Height ? 2 : 1, Below8 = (Plane ? f.ChromaDepth : f.LumaDepth) - 8;
             for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    p.push_back(SampleOf(s, Plane ? 2 * x + 7 * Plane : x, Plane ? 2 * y : y, i, Count, Rng));
+                for (int x = 0; x < w; ++x) {
+                    const int v = SampleOf(s, Plane ? 2 * x + 7 * Plane : x, RowStep * y, i, Count, Rng);
+                    const int Deep = v << Below8 | ((3 * x + 5 * y + i) & ((1 << Below8) - 1));
+                    p.push_back(static_cast<uint8_t>(Deep));
+                    if (f.SampleBytes() == 2) p.push_back(static_cast<uint8_t>(Deep >> 8));
+                }
         }
         Clip.push_back(std::move(p));
     }
@@ -78,20 +109,68 @@ struct AccessUnit {
     std::vector<uint8_t> Bytes;
 };
 
-/// An encoder, and what came out of it.
-class Driver
+/// A picture to be given to an encoder, without samples yet.
+/// @param LeastDepth  9 makes all samples of two bytes, whatever they hold
+inline void InitInput(const UMC::H264EncoderParams& p, UMC::VideoData& Input, int32_t LeastDepth = 8)
+{
+    const ClipFormat f = FormatOf(p);
+    Input.Init(p.m_Info.m_Width, p.m_Info.m_Height, f.Layout(), std::max(f.LargestDepth(), LeastDepth));
+    for (int Plane = 0; Plane < f.Planes(); ++Plane) Input.SetPlaneBitDepth(Plane ? f.ChromaDepth : f.LumaDepth, Plane);
+}
+
+/// A stream, and the encoder's own pictures of it.
+class CodedStream
 {
 public:
-    explicit Driver(const UMC::H264EncoderParams& Params) : m_Params(Params)
+    const UMC::H264EncoderParams& Params() const { return m_Params; } // as they were asked for
+    ClipFormat Format() const { return FormatOf(m_Params); }
+
+    std::vector<uint8_t> Stream;         // all access units
+    std::vector<Picture> Reconstruction; // one for each, cropped, in coding order
+    std::vector<int32_t> Places;         // of these in display order
+
+    std::vector<Picture> Displayed() const
+    {
+        std::map<int32_t, Picture> ByPlace;
+        for (size_t i = 0; i < Places.size(); ++i) ByPlace[Places[i]] = Reconstruction[i];
+        std::vector<Picture> Pictures;
+        for (auto& [Place, p] : ByPlace) Pictures.push_back(std::move(p));
+        return Pictures;
+    }
+
+protected:
+    explicit CodedStream(const UMC::H264EncoderParams& Params) : m_Params(Params) {}
+    void KeepReconstruction(const UMC::VideoData& v, int32_t Place)
+    {
+        Picture p;
+        for (int Plane = 0; Plane < v.GetPlaneCount(); ++Plane) {
+            UMC::PlaneInfo Info{};
+            v.GetPlaneInfo(&Info, Plane);
+            for (int y = 0; y < Info.m_Height; ++y) {
+                const uint8_t* const pRow = Info.m_pPlane + static_cast<ptrdiff_t>(y) * Info.m_Pitch;
+                p.insert(p.end(), pRow, pRow + Info.m_Width * Info.m_SampleBytes);
+            }
+        }
+        Reconstruction.push_back(std::move(p));
+        Places.push_back(Place);
+    }
+
+    UMC::H264EncoderParams m_Params;
+};
+
+/// An encoder, and what came out of it.
+class Driver : public CodedStream
+{
+public:
+    explicit Driver(const UMC::H264EncoderParams& Params) : CodedStream(Params)
     {
         m_InitResult = m_Encoder.Init(&m_Params);
-        m_Input.Init(Params.m_Info.m_Width, Params.m_Info.m_Height, UMC::YUV420, 8);
+        InitInput(Params, m_Input);
         m_Buffer.resize(4 * m_Input.GetMappingSize() + 65536);
     }
 
     UMC::Status InitResult() const { return m_InitResult; }
     UMC::H264VideoEncoder& Encoder() { return m_Encoder; }
-    const UMC::H264EncoderParams& Params() const { return m_Params; }
 
     /// @param Room  bytes of the output buffer
     AccessUnit Encode(Picture& p, int32_t AskedType = 0, size_t Room = SIZE_MAX)
@@ -102,9 +181,21 @@ public:
         return Turn(&m_Input, Room);
     }
     AccessUnit Flush() { return Turn(nullptr, SIZE_MAX); }
+    /// All of a clip, and what was held back of it. @return the types in coding order, as letters
+    std::string EncodeAll(std::vector<Picture> Clip)
+    {
+        std::string Types;
+        const auto Add = [&](const AccessUnit& u) {
+            EXPECT_EQ(u.Result, UMC::StatusOk);
+            if (!u.Bytes.empty()) Types += "?IPB"[u.Type];
+            return u.Result == UMC::StatusOk;
+        };
+        for (Picture& p : Clip) Add(Encode(p));
+        for (AccessUnit u = Flush(); u.Result != UMC::StatusEndOfSegment && Add(u);) u = Flush();
+        return Types;
+    }
 
-    std::vector<uint8_t> Stream;         // all access units
-    std::vector<Picture> Reconstruction; // one for each, cropped, in coding order
+    UMC_H264_ENCODER::ToolCounts Tools; // that all pictures together used
 
 private:
     AccessUnit Turn(UMC::VideoData* pInput, size_t Room)
@@ -118,31 +209,77 @@ private:
         const auto* const pData = static_cast<const uint8_t*>(Output.GetDataPointer());
         u.Bytes.assign(pData, pData + Output.GetDataSize());
         Stream.insert(Stream.end(), u.Bytes.begin(), u.Bytes.end());
-        if (u.Result == UMC::StatusOk && !u.Bytes.empty()) Reconstruction.push_back(CopyReconstruction());
+        if (u.Result == UMC::StatusOk && !u.Bytes.empty()) {
+            KeepReconstruction(*m_Encoder.GetReconstruction(), m_Encoder.GetDisplayOrder());
+            m_Encoder.AddToolCounts(Tools);
+        }
         return u;
     }
 
-    Picture CopyReconstruction()
-    {
-        const UMC::VideoData& v = *m_Encoder.GetReconstruction();
-        Picture p;
-        for (int Plane = 0; Plane < 3; ++Plane) {
-            UMC::PlaneInfo Info{};
-            v.GetPlaneInfo(&Info, Plane);
-            for (int y = 0; y < Info.m_Height; ++y) {
-                const uint8_t* const pRow = Info.m_pPlane + static_cast<ptrdiff_t>(y) * Info.m_Pitch;
-                p.insert(p.end(), pRow, pRow + Info.m_Width);
-            }
-        }
-        return p;
-    }
-
-    UMC::H264EncoderParams m_Params;
     UMC::H264VideoEncoder m_Encoder;
     UMC::Status m_InitResult;
     UMC::VideoData m_Input;
     std::vector<uint8_t> m_Buffer;
     double m_Count = 0.0;
+};
+
+/// The core behind an encoder, whose settings a test may change once it is built.
+template <class Sample>
+class CoreDriver : public CodedStream
+{
+public:
+    explicit CoreDriver(const UMC::H264EncoderParams& Params)
+        : CodedStream(Params), pCore(std::make_unique<UMC_H264_ENCODER::EncoderCore<Sample>>())
+    {
+        EXPECT_EQ(InitCore(*pCore, Params, &m_Allocator), UMC::StatusOk);
+        InitInput(Params, m_Input, sizeof(Sample) == 1 ? 8 : 9);
+        m_Buffer.resize(4 * m_Input.GetMappingSize() + 65536);
+    }
+
+    void EncodeAll(std::vector<Picture> Clip)
+    {
+        for (Picture& p : Clip) {
+            if (m_Input.GetMappingSize() == 2 * p.size()) p = Widened(p);
+            m_Input.SetBufferPointer(p.data(), p.size());
+            Turn(&m_Input);
+        }
+        pCore->Request = UMC_H264_ENCODER::REQUEST_FLUSH;
+        while (Turn(nullptr)) {
+        }
+    }
+
+private:
+    UMC::DefaultMemoryAllocator m_Allocator; // outlives the core
+
+public:
+    std::unique_ptr<UMC_H264_ENCODER::EncoderCore<Sample>> pCore;
+    const UMC_H264_ENCODER::H264EncoderFrame<Sample>* pLast = nullptr; // coded
+
+private:
+    static Picture Widened(const Picture& p)
+    {
+        Picture Wide(2 * p.size());
+        for (size_t i = 0; i < p.size(); ++i) Wide[2 * i] = p[i];
+        return Wide;
+    }
+    // False when it waits for more.
+    bool Turn(UMC::VideoData* pInput)
+    {
+        UMC::MediaData Output;
+        Output.SetBufferPointer(m_Buffer.data(), m_Buffer.size());
+        const UMC::Status s = FrameStep(*pCore, pInput, &Output);
+        if (pCore->State & UMC_H264_ENCODER::STATE_NEED_INPUT) return false;
+        EXPECT_EQ(s, UMC::StatusOk);
+        if (s != UMC::StatusOk) return false;
+        const auto* const pData = static_cast<const uint8_t*>(Output.GetDataPointer());
+        Stream.insert(Stream.end(), pData, pData + Output.GetDataSize());
+        pLast = pCore->Job.pCurrent;
+        KeepReconstruction(*pLast, pLast->display_order / 2);
+        return true;
+    }
+
+    UMC::VideoData m_Input;
+    std::vector<uint8_t> m_Buffer;
 };
 
 inline UMC::H264EncoderParams SizedParams(int32_t Width, int32_t Height)

@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <string>
+
 namespace {
 
 using namespace encoder_testing;
@@ -14,23 +19,50 @@ struct StreamCase {
     Scene What;
     int Pictures;
     void (*pSet)(H264EncoderParams&);
+    const char* pTools = ""; // names of those that the stream has to use, each with a space behind it
 };
 void PrintTo(const StreamCase& c, std::ostream* pOut) { *pOut << c.Title; }
 
+void ExpectUsed(const Driver& d, const std::string& Names)
+{
+    for (size_t At = 0; At < Names.size(); At = Names.find(' ', At) + 1) {
+        const std::string Name = Names.substr(At, Names.find(' ', At) - At);
+        const auto* const pTool =
+            std::find_if(std::begin(UMC_H264_ENCODER::kToolNames), std::end(UMC_H264_ENCODER::kToolNames),
+                         [&](const auto& t) { return t.pName == Name; });
+        ASSERT_NE(pTool, std::end(UMC_H264_ENCODER::kToolNames)) << Name;
+        EXPECT_GT(d.Tools.*pTool->pCount, 0) << Name;
+    }
+}
+
 class EncodedStream : public testing::TestWithParam<StreamCase>
 {
+protected:
+    void Encode(const StreamCase& c)
+    {
+        H264EncoderParams p = SizedParams(c.Width, c.Height);
+        c.pSet(p);
+        m_pDriver = std::make_unique<Driver>(p);
+        ASSERT_EQ(m_pDriver->InitResult(), UMC::StatusOk);
+        m_pDriver->EncodeAll(MakeClip(c.What, c.Width, c.Height, c.Pictures, FormatOf(p)));
+        ASSERT_EQ(m_pDriver->Reconstruction.size(), static_cast<size_t>(c.Pictures));
+        ExpectUsed(*m_pDriver, c.pTools);
+    }
+
+    std::unique_ptr<Driver> m_pDriver;
 };
 TEST_P(EncodedStream, DecodesToTheReconstruction)
 {
-    const StreamCase& c = GetParam();
-    H264EncoderParams p = SizedParams(c.Width, c.Height);
-    c.pSet(p);
-    Driver d(p);
-    ASSERT_EQ(d.InitResult(), UMC::StatusOk);
-    for (Picture& Source : MakeClip(c.What, c.Width, c.Height, c.Pictures))
-        ASSERT_EQ(d.Encode(Source).Result, UMC::StatusOk);
-    ASSERT_EQ(d.Reconstruction.size(), static_cast<size_t>(c.Pictures));
-    ExpectDecodesToReconstruction(d);
+    Encode(GetParam());
+    if (!HasFatalFailure()) ExpectDecodesToReconstruction(*m_pDriver);
+}
+
+// Of depths that ffmpeg does not know.
+using DeepStream = EncodedStream;
+TEST_P(DeepStream, DecodesToTheReconstructionInOurDecoder)
+{
+    Encode(GetParam());
+    if (!HasFatalFailure()) ExpectOurDecoderGivesTheReconstruction(*m_pDriver);
 }
 
 #define STREAM(Title, Width, Height, What, Pictures, ...)                                                              \
@@ -38,8 +70,18 @@ TEST_P(EncodedStream, DecodesToTheReconstruction)
     {                                                                                                                  \
 #Title, Width, Height, Scene::What, Pictures, [](H264EncoderParams& p) { (void)p; __VA_ARGS__; }                       \
     }
+#define STREAM_WITH(Tools, Title, Width, Height, What, Pictures, ...)                                                  \
+    StreamCase                                                                                                         \
+    {                                                                                                                  \
+#Title, Width, Height, Scene::What, Pictures, [](H264EncoderParams& p) { (void)p; __VA_ARGS__; }, Tools " "            \
+    }
 #define RATE(Kbps, Fps) p.m_Info.m_Bitrate = (Kbps)*1000, p.m_Info.m_FrameRate = (Fps)
 #define CONSTANT(I, P) p.rate_control_method = 3, p.quant_i = (I), p.quant_p = (P)
+#define CONSTANT_B(I, P, B) CONSTANT(I, P), p.quant_b = (B)
+#define PARTS(Level, References) p.partition_level = (Level), p.num_ref_frames = (References)
+#define B_PICTURES(Count, References) p.num_b_frames = (Count), p.num_ref_frames = (References)
+#define FORMAT(Chroma, Depth)                                                                                          \
+    p.profile_idc = 100, p.chroma_format_idc = (Chroma), p.bit_depth_luma = p.bit_depth_chroma = (Depth)
 
 const StreamCase kSizes[] = {
     STREAM(Small, 16, 16, Pan, 8, CONSTANT(28, 28)),      STREAM(OneRow, 176, 16, Pan, 8, CONSTANT(24, 26)),
@@ -99,6 +141,154 @@ const StreamCase kSearchMethods[] = {
     STREAM(NarrowLog, 176, 144, Pan, 6, p.search_x = 8; p.search_y = 2; CONSTANT(26, 26)),
     STREAM(NoRange, 176, 144, Pan, 6, p.search_x = 0; p.search_y = -4; CONSTANT(26, 26))};
 INSTANTIATE_TEST_SUITE_P(SearchMethods, EncodedStream, testing::ValuesIn(kSearchMethods));
+
+#define ALL_PARTS "inter_16x16 inter_16x8 inter_8x16 inter_8x8"
+
+const StreamCase kParts[] = {
+    STREAM_WITH(ALL_PARTS, Level1, 112, 96, Pan, 6, PARTS(1, 1); CONSTANT(24, 24)),
+    STREAM_WITH(ALL_PARTS, Level2, 112, 96, Pan, 6, PARTS(2, 1); CONSTANT(18, 18)),
+    STREAM_WITH("inter_16x16 inter_8x8", Level3, 112, 96, Mixed, 6, PARTS(3, 2); CONSTANT(18, 18)),
+    STREAM_WITH("inter_16x16 inter_8x8", ThreeReferences, 112, 96, Turns, 8, PARTS(2, 3); CONSTANT(18, 18)),
+    STREAM_WITH("inter_16x16 inter_8x8", FourReferencesSatd, 96, 80, Turns, 8, PARTS(1, 4); p.analysis_level = 1;
+                CONSTANT(18, 18)),
+    STREAM_WITH("inter_16x16 inter_8x8", FiveReferences, 96, 80, Turns, 10, PARTS(2, 5); CONSTANT(18, 18)),
+    STREAM_WITH(ALL_PARTS, Cavlc, 112, 96, Pan, 6, PARTS(2, 1); p.entropy_coding_mode = 0; CONSTANT(18, 18)),
+    STREAM_WITH("inter_16x16 inter_8x8", CavlcReferences, 96, 80, Turns, 8, PARTS(2, 3); p.entropy_coding_mode = 0;
+                CONSTANT(20, 20)),
+    STREAM_WITH(ALL_PARTS, Slices, 112, 96, Pan, 6, PARTS(2, 2); p.num_slices = 3; CONSTANT(18, 18)),
+    STREAM_WITH(ALL_PARTS, Full, 96, 80, Pan, 4, PARTS(2, 2); p.search_method = 0; p.search_x = 4; p.search_y = 3;
+                CONSTANT(18, 18)),
+    STREAM_WITH("inter_8x8", CroppedHardFilter, 90, 70, Pan, 6, PARTS(2, 2); p.deblocking_alpha_offset = 12;
+                p.deblocking_beta_offset = 12; CONSTANT(30, 30))};
+INSTANTIATE_TEST_SUITE_P(Parts, EncodedStream, testing::ValuesIn(kParts));
+
+const StreamCase kCavlc[] = {STREAM(Defaults, 112, 96, Mixed, 8, p.entropy_coding_mode = 0),
+                             STREAM(Finest, 96, 80, Noise, 3, p.entropy_coding_mode = 0; CONSTANT(0, 0)),
+                             STREAM(Coarsest, 96, 80, Pan, 4, p.entropy_coding_mode = 0; CONSTANT(51, 51)),
+                             STREAM(SliceForEachRow, 96, 80, Pan, 6, p.entropy_coding_mode = 0; p.num_slices = 5),
+                             STREAM_WITH("pcm", GuardedNoise, 96, 80, Noise, 3, p.entropy_coding_mode = 0;
+                                         p.rate_control_method = 0; FORMAT(1, 8)),
+                             STREAM_WITH("pcm", GuardedNoise422, 96, 80, Noise, 3, p.entropy_coding_mode = 0;
+                                         p.rate_control_method = 0; FORMAT(2, 8)),
+                             STREAM(Baseline, 96, 80, Pan, 4, p.entropy_coding_mode = 0; p.profile_idc = 66)};
+INSTANTIATE_TEST_SUITE_P(Cavlc, EncodedStream, testing::ValuesIn(kCavlc));
+
+#define B_TYPES "pictures_b direct inter_16x16"
+
+const StreamCase kBPictures[] = {
+    STREAM_WITH(B_TYPES, One, 112, 96, Pan, 8, B_PICTURES(1, 2); CONSTANT_B(22, 22, 24)),
+    STREAM_WITH(B_TYPES " skip_b", Two, 112, 96, Mixed, 10, B_PICTURES(2, 2); CONSTANT_B(22, 22, 24)),
+    STREAM_WITH(B_TYPES, Three, 112, 96, Pan, 12, B_PICTURES(3, 3); CONSTANT_B(24, 24, 26)),
+    STREAM_WITH(B_TYPES " skip_b", Seven, 96, 80, Mixed, 12, B_PICTURES(7, 3); CONSTANT_B(22, 24, 26)),
+    STREAM_WITH(B_TYPES, Spatial, 112, 96, Pan, 10, B_PICTURES(2, 3); p.direct_pred_mode = 1; CONSTANT_B(22, 22, 24)),
+    STREAM_WITH(B_TYPES, SpatialBy4x4, 112, 96, Pan, 10, B_PICTURES(2, 3); p.direct_pred_mode = 1;
+                p.direct_8x8_inference = 0; PARTS(2, 3); CONSTANT_B(18, 18, 20)),
+    STREAM_WITH(B_TYPES, TemporalBy4x4, 112, 96, Pan, 10, B_PICTURES(2, 3); p.direct_8x8_inference = 0; PARTS(2, 3);
+                CONSTANT_B(18, 18, 20)),
+    STREAM_WITH(B_TYPES " " ALL_PARTS, Parts, 112, 96, Pan, 10, B_PICTURES(2, 3); PARTS(1, 3); CONSTANT_B(18, 18, 18)),
+    STREAM_WITH(B_TYPES " " ALL_PARTS, SmallParts, 112, 96, Pan, 10, B_PICTURES(2, 3); PARTS(2, 3);
+                CONSTANT_B(18, 18, 18)),
+    STREAM_WITH(B_TYPES " " ALL_PARTS, SmallPartsCavlc, 112, 96, Pan, 10, B_PICTURES(2, 3); PARTS(2, 3);
+                p.entropy_coding_mode = 0; p.direct_pred_mode = 1; CONSTANT_B(18, 18, 18)),
+    STREAM_WITH(B_TYPES " skip_b", Cavlc, 112, 96, Mixed, 10, B_PICTURES(2, 2); p.entropy_coding_mode = 0;
+                CONSTANT_B(22, 22, 24)),
+    STREAM_WITH(B_TYPES, Implicit, 112, 96, Pan, 12, B_PICTURES(3, 4); p.use_implicit_weighted_bipred = 1;
+                CONSTANT_B(22, 22, 24)),
+    STREAM_WITH(B_TYPES, ImplicitParts, 96, 80, Turns, 12, B_PICTURES(3, 5); PARTS(2, 5);
+                p.use_implicit_weighted_bipred = 1; p.direct_pred_mode = 1; CONSTANT_B(18, 18, 18)),
+    STREAM_WITH(B_TYPES, Satd, 112, 96, Pan, 8, B_PICTURES(2, 2); PARTS(1, 2); p.analysis_level = 1;
+                CONSTANT_B(20, 20, 20)),
+    STREAM_WITH(B_TYPES " skip_b", Slices, 112, 96, Mixed, 8, B_PICTURES(2, 2); p.num_slices = 3;
+                CONSTANT_B(22, 22, 24)),
+    STREAM_WITH("pictures_b intra_4x4", Noise, 96, 80, Noise, 6, B_PICTURES(2, 2); CONSTANT_B(22, 22, 24)),
+    STREAM_WITH(B_TYPES " skip_b pictures_idr", ShortPeriods, 96, 80, Mixed, 17, B_PICTURES(2, 3);
+                p.key_frame_interval = 5; p.idr_interval = 1; CONSTANT_B(24, 24, 26)),
+    STREAM_WITH(B_TYPES " skip_b", KeyPicturesInRuns, 96, 80, Mixed, 17, B_PICTURES(2, 3); p.key_frame_interval = 5;
+                p.keep_pattern_at_key = 1; CONSTANT_B(24, 24, 26)),
+    STREAM_WITH(B_TYPES, Unfiltered, 96, 80, Pan, 8, B_PICTURES(2, 2); p.deblocking_filter_idc = 1;
+                CONSTANT_B(28, 28, 28)),
+    STREAM_WITH(B_TYPES, Transform8x8, 112, 96, Pan, 8, B_PICTURES(2, 2); PARTS(2, 2); p.transform_8x8_mode = 1;
+                CONSTANT_B(22, 22, 22)),
+    STREAM_WITH(B_TYPES, Rate, 112, 96, Pan, 16, B_PICTURES(2, 2); RATE(150, 30))};
+INSTANTIATE_TEST_SUITE_P(BPictures, EncodedStream, testing::ValuesIn(kBPictures));
+
+const StreamCase kHighProfile[] = {
+    STREAM(Transform8x8, 112, 96, Pan, 6, p.transform_8x8_mode = 1; CONSTANT(26, 26)),
+    STREAM(Transform8x8Finest, 96, 80, Noise, 3, p.transform_8x8_mode = 1; CONSTANT(0, 0)),
+    STREAM(Transform8x8Parts, 112, 96, Pan, 6, p.transform_8x8_mode = 1; PARTS(2, 2); CONSTANT(18, 18)),
+    STREAM(Transform8x8Cavlc, 112, 96, Pan, 6, p.transform_8x8_mode = 1; p.entropy_coding_mode = 0; PARTS(1, 1);
+           CONSTANT(22, 22)),
+    STREAM(Transform8x8Satd, 96, 80, Cut, 6, p.transform_8x8_mode = 1; p.analysis_level = 1; CONSTANT(24, 24)),
+    STREAM(Matrix, 112, 96, Pan, 6, p.use_default_scaling_matrix = 1; CONSTANT(24, 24)),
+    STREAM(Matrix8x8, 112, 96, Pan, 6, p.use_default_scaling_matrix = 1; p.transform_8x8_mode = 1; CONSTANT(24, 24)),
+    STREAM(Matrix8x8Cavlc, 96, 80, Mixed, 6, p.use_default_scaling_matrix = 1; p.transform_8x8_mode = 1;
+           p.entropy_coding_mode = 0; CONSTANT(14, 16)),
+    STREAM(Monochrome, 112, 96, Mixed, 6, FORMAT(0, 8); CONSTANT(24, 24)),
+    STREAM(MonochromeCavlc, 96, 80, Pan, 6, FORMAT(0, 8); p.entropy_coding_mode = 0; PARTS(2, 2); CONSTANT(20, 20)),
+    STREAM(MonochromeB, 96, 80, Pan, 8, FORMAT(0, 8); B_PICTURES(2, 2); p.transform_8x8_mode = 1;
+           CONSTANT_B(22, 22, 22)),
+    STREAM(Chroma422, 112, 96, Mixed, 6, FORMAT(2, 8); CONSTANT(22, 24)),
+    STREAM(Chroma422Cavlc, 96, 80, Pan, 6, FORMAT(2, 8); p.entropy_coding_mode = 0; PARTS(2, 2); CONSTANT(18, 18)),
+    STREAM(Chroma422Finest, 96, 80, Noise, 3, FORMAT(2, 8); CONSTANT(0, 0)),
+    STREAM(Chroma422Coarsest, 96, 80, Pan, 4, FORMAT(2, 8); CONSTANT(51, 51)),
+    STREAM(Chroma422B, 96, 80, Pan, 8, FORMAT(2, 8); B_PICTURES(2, 3); PARTS(2, 3); p.transform_8x8_mode = 1;
+           p.analysis_level = 1; CONSTANT_B(20, 20, 20)),
+    STREAM(Chroma422HardFilter, 90, 70, Pan, 6, FORMAT(2, 8); p.transform_8x8_mode = 1; p.deblocking_alpha_offset = 12;
+           p.deblocking_beta_offset = 12; CONSTANT(34, 34))};
+INSTANTIATE_TEST_SUITE_P(HighProfile, EncodedStream, testing::ValuesIn(kHighProfile));
+
+#define LOSSLESS p.profile_idc = 144, p.qpprime_y_zero_transform_bypass = 1, CONSTANT_B(0, 0, 0)
+
+const StreamCase kLossless[] = {
+    STREAM(Texture, 96, 80, Pan, 4, LOSSLESS),
+    STREAM(Noise, 96, 80, Noise, 3, LOSSLESS),
+    STREAM(Transform8x8, 96, 80, Pan, 4, LOSSLESS; p.transform_8x8_mode = 1),
+    STREAM(Cavlc, 96, 80, Mixed, 4, LOSSLESS; p.entropy_coding_mode = 0; p.transform_8x8_mode = 1),
+    STREAM(Parts, 96, 80, Pan, 4, LOSSLESS; PARTS(2, 2)),
+    STREAM(Satd422, 96, 80, Pan, 4, LOSSLESS; p.chroma_format_idc = 2; p.analysis_level = 1),
+    STREAM(Monochrome, 96, 80, Pan, 4, LOSSLESS; p.chroma_format_idc = 0),
+    STREAM_WITH("pictures_b", BPictures, 96, 80, Pan, 7, LOSSLESS; B_PICTURES(2, 2); PARTS(1, 2))};
+INSTANTIATE_TEST_SUITE_P(Lossless, EncodedStream, testing::ValuesIn(kLossless));
+
+const StreamCase kDeep[] = {
+    STREAM(Bits9, 96, 80, Pan, 5, FORMAT(1, 9); CONSTANT(24, 24)),
+    STREAM(Bits10, 112, 96, Mixed, 5, FORMAT(1, 10); CONSTANT(24, 24)),
+    STREAM(Bits12, 96, 80, Pan, 5, FORMAT(1, 12); CONSTANT(24, 24)),
+    STREAM(Bits10Rate, 112, 96, Pan, 8, FORMAT(1, 10); RATE(200, 30)),
+    STREAM(Bits10Finest, 96, 80, Noise, 3, FORMAT(1, 10); CONSTANT(0, 0)),
+    STREAM(Bits12Finest, 96, 80, Noise, 3, FORMAT(1, 12); CONSTANT(0, 0)),
+    STREAM(Bits12Coarsest, 96, 80, Noise, 3, FORMAT(1, 12); CONSTANT(51, 51)),
+    STREAM(Bits9Cavlc, 96, 80, Mixed, 5, FORMAT(1, 9); p.entropy_coding_mode = 0; PARTS(2, 2); CONSTANT(16, 16)),
+    STREAM(Bits12Cavlc, 96, 80, Noise, 3, FORMAT(1, 12); p.entropy_coding_mode = 0; CONSTANT(8, 8)),
+    STREAM_WITH("pcm", Bits10GuardedNoise, 96, 80, Noise, 3, FORMAT(1, 10); p.entropy_coding_mode = 0;
+                p.rate_control_method = 0),
+    STREAM(Bits10Parts, 96, 80, Pan, 6, FORMAT(1, 10); PARTS(2, 3); CONSTANT(16, 16)),
+    STREAM(Bits10Transform8x8, 96, 80, Pan, 5, FORMAT(1, 10); p.transform_8x8_mode = 1; CONSTANT(22, 22)),
+    STREAM(Bits12Matrix, 96, 80, Pan, 5, FORMAT(1, 12); p.transform_8x8_mode = 1; p.use_default_scaling_matrix = 1;
+           CONSTANT(18, 18)),
+    STREAM(Bits10Satd, 96, 80, Cut, 6, FORMAT(1, 10); p.analysis_level = 1; CONSTANT(22, 22)),
+    STREAM(Bits10Of422, 96, 80, Mixed, 5, FORMAT(2, 10); CONSTANT(22, 22)),
+    STREAM(Bits12Of422Cavlc, 96, 80, Pan, 5, FORMAT(2, 12); p.entropy_coding_mode = 0; p.transform_8x8_mode = 1;
+           CONSTANT(18, 18)),
+    STREAM_WITH(B_TYPES, Bits10B, 96, 80, Pan, 8, FORMAT(1, 10); B_PICTURES(2, 3); PARTS(2, 3);
+                p.use_implicit_weighted_bipred = 1; CONSTANT_B(18, 18, 18)),
+    STREAM_WITH(B_TYPES, Bits9Of422Spatial, 96, 80, Pan, 8, FORMAT(2, 9); B_PICTURES(2, 2); p.direct_pred_mode = 1;
+                CONSTANT_B(22, 22, 22)),
+    STREAM(Bits10Monochrome, 96, 80, Mixed, 5, FORMAT(0, 10); CONSTANT(22, 22))};
+INSTANTIATE_TEST_SUITE_P(Deep, EncodedStream, testing::ValuesIn(kDeep));
+
+#define DEPTHS(Chroma, Luma, Cb) FORMAT(Chroma, Luma), p.bit_depth_chroma = (Cb)
+
+const StreamCase kOddDepths[] = {
+    STREAM(Bits11, 96, 80, Pan, 5, FORMAT(1, 11); CONSTANT(22, 22)),
+    STREAM(Bits11Of422Cavlc, 96, 80, Mixed, 5, FORMAT(2, 11); p.entropy_coding_mode = 0; CONSTANT(18, 18)),
+    STREAM(Luma10, 96, 80, Pan, 5, DEPTHS(1, 10, 8); CONSTANT(22, 22)),
+    STREAM(Chroma10, 96, 80, Pan, 5, DEPTHS(1, 8, 10); CONSTANT(22, 22)),
+    STREAM(Luma12Chroma9Of422, 96, 80, Mixed, 5, DEPTHS(2, 12, 9); p.transform_8x8_mode = 1; CONSTANT(18, 18)),
+    STREAM(Luma8Chroma12, 96, 80, Pan, 5, DEPTHS(1, 8, 12); p.analysis_level = 1; CONSTANT(30, 30)),
+    STREAM_WITH("pcm", GuardedNoise, 96, 80, Noise, 3, DEPTHS(1, 11, 9); p.entropy_coding_mode = 0;
+                p.rate_control_method = 0)};
+INSTANTIATE_TEST_SUITE_P(Odd, DeepStream, testing::ValuesIn(kOddDepths));
 
 // A vector that was found for one place is taken over by skipped macroblocks, far beyond the picture's edge.
 TEST(EncodedStreamEdges, VectorsCarriedBeyondThePadding)
