@@ -29,16 +29,18 @@ template <class Sample>
 void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                        Sample* pUV);
 
-/// The whole macroblock from one reference.
+/// The whole macroblock from one reference: inlined, as it is what the product does.
 template <class Sample>
-void PredictWholeLuma(const Reference<Sample>& Ref, MotionVector v, const CurrentMacroblock<Sample>& mb,
-                      WorkArea<Sample>& w, Sample* pY)
+[[gnu::always_inline]] inline void PredictWholeLuma(const Reference<Sample>& Ref, MotionVector v,
+                                                    const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                                                    Sample* pY)
 {
     CompensateLuma(w, Ref.View, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, pY, w.kPredStep, mb.pSlice->Syntax.BitDepthLuma);
 }
 template <class Sample>
-void PredictWholeChroma(const Reference<Sample>& Ref, MotionVector v, const CurrentMacroblock<Sample>& mb,
-                        WorkArea<Sample>& w, Sample* pUV)
+[[gnu::always_inline]] inline void PredictWholeChroma(const Reference<Sample>& Ref, MotionVector v,
+                                                      const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                                                      Sample* pUV)
 {
     const int32_t Format = mb.pSlice->Syntax.chroma_format_idc;
     if (Format == h264::CHROMA_420) [[likely]] {

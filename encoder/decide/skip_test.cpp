@@ -23,13 +23,13 @@ bool SkipLeavesLuma(const CurrentMacroblock<Sample>& mb, const InterTrial<Sample
     return false;
 }
 
-template <class Sample>
-bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, WorkArea<Sample>& w)
+template <int32_t Blocks, class Sample>
+[[gnu::always_inline]] inline bool SkipLeavesPlanes(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
+                                                    WorkArea<Sample>& w)
 {
-    if (mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_400) return false;
     const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     for (int Plane = 0; Plane < 2; ++Plane) {
-        const ChromaLevels l = QuantiseChroma(mb, pPredUV, Plane, w);
+        const ChromaLevels l = QuantiseChroma<Blocks>(mb, pPredUV, Plane, w);
         if (l.HasDc) return true;
         int32_t Cost = 0;
         for (uint32_t Rest = l.AcMask; Rest; Rest &= Rest - 1)
@@ -37,6 +37,17 @@ bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV
         if (IsChromaTooMuchToSkip(Cost)) return true;
     }
     return false;
+}
+
+template <class Sample>
+[[gnu::always_inline]] inline bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
+                                                    WorkArea<Sample>& w)
+{
+    switch (mb.pSlice->Syntax.chroma_format_idc) {
+    [[likely]] case h264::CHROMA_420: return SkipLeavesPlanes<4>(mb, pPredUV, w);
+    case h264::CHROMA_422: return SkipLeavesPlanes<8>(mb, pPredUV, w);
+    default: return false;
+    }
 }
 
 } // namespace
