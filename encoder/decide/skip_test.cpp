@@ -44,7 +44,7 @@ template <class Sample>
                                                     WorkArea<Sample>& w)
 {
     switch (mb.pSlice->Syntax.chroma_format_idc) {
-    [[likely]] case h264::CHROMA_420: return SkipLeavesPlanes<4>(mb, pPredUV, w);
+        [[likely]] case h264::CHROMA_420 : return SkipLeavesPlanes<4>(mb, pPredUV, w);
     case h264::CHROMA_422: return SkipLeavesPlanes<8>(mb, pPredUV, w);
     default: return false;
     }
