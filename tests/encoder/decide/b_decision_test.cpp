@@ -1,0 +1,172 @@
+// The ladder of a B macroblock: direct, either list, both, and its divisions.
+#include "tests/encoder/decide/stated_distances.h"
+
+namespace {
+
+using namespace encoder_testing;
+
+constexpr int32_t kFar = 100000;
+
+// Costs of a part by its prediction, with all prices.
+struct WayCosts {
+    int32_t Direct = kFar, List0 = kFar, List1 = kFar, Both = kFar;
+};
+
+class DecisionInB : public StatedDistances
+{
+protected:
+    // What is left of a cost for the distance: prices are those of list and vectors, and of references.
+    static int32_t Distance(const Compared& s, const WayCosts& w, int32_t OneList, int32_t BothLists)
+    {
+        switch (s.With) {
+        case Compared::DERIVED: return w.Direct;
+        case Compared::JOINED: return w.Both - BothLists - 2 * (kVector + kRef);
+        case Compared::REFERENCE: return (s.Ref == 0 ? w.List0 : w.List1) - OneList - kVector - kRef;
+        default: return kFar;
+        }
+    }
+    // A macroblock in one part. Direct costs a bit more than its quadrants, one list 3 bits and both 5.
+    Candidate DecideWhole(const WayCosts& w)
+    {
+        m_Distance = [=](const Compared& s) {
+            if (!s.Is(8, 8)) return Distance(s, w, 3, 5);
+            return (w.Direct - 1) / 4 + (s.x + s.y == 0 ? (w.Direct - 1) % 4 : 0);
+        };
+        return Decide();
+    }
+    // The lists that the macroblock or a quadrant is predicted from, and 'd' where that is derived.
+    std::string ListsOf(int Quadrant)
+    {
+        const MacroblockMotion& m = Motion();
+        if (m.Direct >> Quadrant & 1) return "d";
+        return std::string(m.References[0][Quadrant] >= 0 ? "0" : "") + (m.References[1][Quadrant] >= 0 ? "1" : "");
+    }
+};
+
+TEST_F(DecisionInB, ATieGoesToDirectThenToTheEarlierList)
+{
+    StartB(0);
+    EXPECT_EQ(DecideWhole({400, 400, 400, 400}).Type, MB_DIRECT);
+    EXPECT_EQ(DecideWhole({400, 400, 400, 400}).Cost, 400);
+    EXPECT_EQ(DecideWhole({401, 400, 400, 400}).Type, MB_INTER16X16);
+    EXPECT_EQ(ListsOf(0), "0");
+    EXPECT_EQ(DecideWhole({401, 401, 400, 400}).Cost, 400);
+    EXPECT_EQ(ListsOf(0), "1");
+    EXPECT_EQ(DecideWhole({401, 401, 401, 400}).Type, MB_INTER16X16);
+    EXPECT_EQ(ListsOf(3), "01");
+    EXPECT_EQ(DecideWhole({401, 401, 401, 401}).Type, MB_DIRECT);
+}
+
+TEST_F(DecisionInB, BothListsAreNotPredictedWhereTheirPriceAloneIsTooHigh)
+{
+    StartB(0);
+    c.Settings.ThresholdME[kQp] = 0;
+    const auto IsJoined = [this](int32_t List0) {
+        DecideWhole({kFar, List0, kFar, 0});
+        return std::any_of(m_Seen.begin(), m_Seen.end(), [](const Compared& s) { return s.With == Compared::JOINED; });
+    };
+    EXPECT_FALSE(IsJoined(11)); // 5 bits, two vectors and two references
+    EXPECT_TRUE(IsJoined(12));
+}
+
+class QuadrantsOfB : public DecisionInB
+{
+protected:
+    // Quadrants alone; the whole is far off.
+    Candidate DecideQuadrants(const std::array<WayCosts, 4>& w)
+    {
+        m_Distance = [=](const Compared& s) {
+            return s.Is(8, 8) ? Distance(s, w[static_cast<size_t>(s.y + s.x / 2)], 0, 0) : kFar;
+        };
+        return Decide();
+    }
+};
+
+TEST_F(QuadrantsOfB, TakeTheEarlierOfEqualWaysAndCostNineBitsMore)
+{
+    StartB(1);
+    const Candidate Won =
+        DecideQuadrants({{{100, 100, 100, 100}, {130, 100, 100, 100}, {130, 130, 100, 100}, {130, 130, 130, 100}}});
+    EXPECT_EQ(Won.Type, MB_INTER8X8);
+    EXPECT_EQ(Won.Cost, 9 + 400);
+    EXPECT_EQ(ListsOf(0), "d");
+    EXPECT_EQ(ListsOf(1), "0");
+    EXPECT_EQ(ListsOf(2), "1");
+    EXPECT_EQ(ListsOf(3), "01");
+}
+
+// The whole as direct is cheaper by the difference of 9 bits and 1.
+TEST_F(QuadrantsOfB, MustBeCheaperThanDirectAsAWhole)
+{
+    StartB(1);
+    const WayCosts Same{100, 100, 100, 100};
+    EXPECT_EQ(DecideQuadrants({Same, Same, Same, {100, 93, 100, 100}}).Type, MB_DIRECT);   // 401 against 402
+    EXPECT_EQ(DecideQuadrants({Same, Same, Same, {100, 92, 100, 100}}).Type, MB_DIRECT);   // a tie
+    EXPECT_EQ(DecideQuadrants({Same, Same, Same, {100, 91, 100, 100}}).Type, MB_INTER8X8); // 400
+}
+
+TEST_F(QuadrantsOfB, OfOneListAloneAreDivided)
+{
+    StartB(2);
+    DecideQuadrants({{{.Direct = 200}, {.List0 = 200}, {.List1 = 200}, {.Both = 200}}});
+    EXPECT_EQ(RefsOf(4, 4, 0, 0), std::set<int>{});
+    EXPECT_EQ(RefsOf(4, 4, 2, 0), std::set<int>{0});
+    EXPECT_EQ(RefsOf(4, 4, 0, 2), std::set<int>{1});
+    EXPECT_EQ(RefsOf(4, 4, 2, 2), std::set<int>{});
+    c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_B_SUB8X8);
+    DecideQuadrants({{{.Direct = 200}, {.List0 = 200}, {.List1 = 200}, {.Both = 200}}});
+    EXPECT_EQ(Seen(4, 4), 0u);
+}
+
+TEST_F(DecisionInB, HalvesChooseTheirListsAndAreNeverDirect)
+{
+    StartB(1);
+    m_Distance = [](const Compared& s) {
+        if (s.Is(8, 8)) return Distance(s, {.Direct = 300, .List0 = 299}, 0, 0);
+        if (s.Is(16, 8)) return Distance(s, s.y == 0 ? WayCosts{.List1 = 200} : WayCosts{.Both = 201}, 0, 0);
+        return kFar;
+    };
+    const Candidate Won = Decide();
+    EXPECT_EQ(Won.Type, MB_INTER16X8);
+    EXPECT_EQ(Won.Cost, 2 + 401);
+    EXPECT_EQ(ListsOf(0), "1");
+    EXPECT_EQ(ListsOf(2), "01");
+    EXPECT_EQ(Motion().Direct, 0);
+    EXPECT_TRUE(std::none_of(m_Seen.begin(), m_Seen.end(), [](const Compared& s) {
+        return (s.Is(16, 8) || s.Is(8, 16)) && s.With == Compared::DERIVED;
+    }));
+}
+
+TEST_F(DecisionInB, IntraCostsNineBitsMore)
+{
+    StartB(0);
+    for (const int32_t Intra : {289, 290, 291}) { // one bit for the vertical mode and nine for B
+        m_Distance = [=](const Compared& s) {
+            return s.With == Compared::INTRA ? Intra : Distance(s, {.Direct = 75, .List0 = 300}, 3, 5);
+        };
+        const Candidate Won = encoder_testing::AnalyseMacroblock(c.Settings, Slice());
+        EXPECT_EQ(Won.Type, Intra + 10 < 300 ? MB_INTRA16X16 : MB_INTER16X16) << Intra;
+    }
+}
+
+int32_t s_Of4x4; // sum of the coefficients of a macroblock's 4x4 transforms; those of 8x8 ones come to nothing
+
+TEST_F(DecisionInB, DirectKeepsTheSmallTransform)
+{
+    StartB(0, [](auto& p) { p.transform_8x8_mode = 1; });
+    c.Settings.SkipIntraThreshold[kQp] = kFar;
+    s_Of4x4 = 1000;
+    kernels::g_Kernels.Satd16x16 = [](const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t) { return s_Of4x4; };
+    kernels::g_Kernels.Satd8x8By8 = [](const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t) { return 0; };
+    const auto Analyse = [this](const WayCosts& w) {
+        m_Distance = [=](const Compared& s) { return Distance(s, w, 3, 5); };
+        return encoder_testing::AnalyseMacroblock(c.Settings, Slice());
+    };
+    const Candidate Direct = Analyse({.Direct = 70}), Whole = Analyse({.Direct = 100, .List0 = 300});
+    EXPECT_EQ(Direct.Type, MB_DIRECT);
+    EXPECT_FALSE(Direct.Transform8x8);
+    EXPECT_EQ(Whole.Type, MB_INTER16X16);
+    EXPECT_TRUE(Whole.Transform8x8);
+}
+
+} // namespace

@@ -1,0 +1,271 @@
+// The ladder of a P macroblock's divisions, one unit of cost at a time.
+#include "tests/encoder/decide/stated_distances.h"
+
+namespace {
+
+using namespace encoder_testing;
+
+constexpr int32_t kFar = 100000;
+
+// Costs of the forms of a macroblock, each with all its prices; every quadrant, half or part of one costs the same.
+struct FormCosts {
+    int32_t Whole = kFar, Quadrant = kFar, Rows = kFar, Columns = kFar; // of one half: a half of the sum
+    int32_t Of8x4 = kFar, Of4x8 = kFar, Of4x4 = kFar;                   // of one part
+};
+
+class DividedP : public StatedDistances
+{
+protected:
+    // Distances that come to the costs, with one reference.
+    void State(const FormCosts& f)
+    {
+        m_Distance = [f](const Compared& s) {
+            const int32_t Cost = s.Is(16, 16)  ? f.Whole
+                                 : s.Is(8, 8)  ? f.Quadrant
+                                 : s.Is(16, 8) ? f.Rows
+                                 : s.Is(8, 16) ? f.Columns
+                                 : s.Is(8, 4)  ? f.Of8x4
+                                 : s.Is(4, 8)  ? f.Of4x8
+                                               : f.Of4x4;
+            return std::max(Cost - kVector - (s.Width * s.Height >= 64 ? kRef : 0), 0);
+        };
+    }
+    Candidate DecideAt(const FormCosts& f)
+    {
+        State(f);
+        return Decide();
+    }
+};
+
+// Quadrants cost 4 bits more than their sum, halves 2.
+TEST_F(DividedP, ATieGoesToTheLargerPartAndOfHalvesToRows)
+{
+    StartP(1, 1);
+    EXPECT_EQ(DecideAt({1000, 249, 499, 499}).Type, MB_INTER16X16);
+    EXPECT_EQ(DecideAt({1001, 249, 499, 499}).Type, MB_INTER8X8_REF0);
+    EXPECT_EQ(DecideAt({1001, 249, 499, 499}).Cost, 1000);
+    EXPECT_EQ(DecideAt({1001, 250, 499, 499}).Type, MB_INTER16X8);
+    EXPECT_EQ(DecideAt({1001, 250, 500, 499}).Type, MB_INTER8X16);
+    EXPECT_EQ(DecideAt({1001, 250, 500, 499}).Cost, 1000);
+    EXPECT_EQ(DecideAt({1001, 250, 500, 500}).Type, MB_INTER16X16);
+}
+
+TEST_F(DividedP, HalvesAreTriedWhereQuadrantsCostLessThanEightBitsMore)
+{
+    StartP(1, 1);
+    for (const int32_t Whole : {991, 992, 993}) { // quadrants cost 1000
+        DecideAt({Whole, 249});
+        EXPECT_EQ(Seen(16, 8) > 0, Whole > 992) << Whole;
+        EXPECT_EQ(Seen(8, 16) > 0, Whole > 992) << Whole;
+    }
+}
+
+TEST_F(DividedP, NothingMoreIsTriedAtTheLimit)
+{
+    StartP(1, 2);
+    for (const int32_t Quadrant : {38, 39, 40}) { // 156, 160 and 164 in all
+        DecideAt({400, Quadrant});
+        EXPECT_EQ(Seen(16, 8) > 0, Quadrant > 39) << Quadrant;
+        EXPECT_EQ(Seen(4, 4) > 0, Quadrant > 39) << Quadrant;
+    }
+    for (const int32_t Whole : {kLimit - 1, kLimit, kLimit + 1}) {
+        DecideAt({Whole, 249});
+        EXPECT_EQ(Seen(8, 8) > 0, Whole > kLimit) << Whole;
+    }
+}
+
+TEST_F(DividedP, WithoutTheFlagsLargerPartsStay)
+{
+    StartP(1, 1);
+    DecideAt({1001, 249});
+    EXPECT_GT(Seen(8, 8), 0u);
+    EXPECT_EQ(Seen(4, 4) + Seen(8, 4) + Seen(4, 8), 0u);
+    c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_P_8X8);
+    DecideAt({1001, 249});
+    EXPECT_EQ(Seen(8, 8), 0u);
+}
+
+TEST_F(DividedP, SmallerPartsAreTriedOnlyBelowTheCostOfTheWhole)
+{
+    StartP(1, 2);
+    for (const int32_t Whole : {999, 1000, 1001}) {
+        DecideAt({Whole, 249});
+        for (const auto& [Width, Height] : {std::pair{4, 4}, {8, 4}, {4, 8}})
+            EXPECT_EQ(Seen(Width, Height) > 0, Whole > 1000) << Whole;
+    }
+}
+
+// A quadrant of 4x4 parts costs its reference, 5 bits and the parts; one of two parts 3 bits. Of equal ones the order
+// is 8x8, 4x4, 8x4, 4x8.
+TEST_F(DividedP, ATieOfShapesGoesToTheEarlier)
+{
+    StartP(1, 2);
+    const auto Shape = [this](int32_t Plain, int32_t Of8x4, int32_t Of4x8, int32_t Of4x4) {
+        const Candidate Won =
+            DecideAt({.Whole = 5000, .Quadrant = Plain, .Of8x4 = Of8x4, .Of4x8 = Of4x8, .Of4x4 = Of4x4});
+        EXPECT_EQ(Won.Type, MB_INTER8X8_REF0);
+        EXPECT_EQ(std::count(Motion().SubTypes, Motion().SubTypes + 4, Motion().SubTypes[0]), 4);
+        EXPECT_EQ(Won.Cost, 4 + 4 * std::min({Plain, 4 + 2 * Of8x4, 4 + 2 * Of4x8, 6 + 4 * Of4x4}));
+        return int{Motion().SubTypes[0]};
+    };
+    EXPECT_EQ(Shape(242, 119, 119, 59), SUB_8X8);
+    EXPECT_EQ(Shape(243, 119, 119, 59), SUB_4X4);
+    EXPECT_EQ(Shape(243, 119, 119, 60), SUB_8X4);
+    EXPECT_EQ(Shape(243, 120, 119, 60), SUB_4X8);
+    EXPECT_EQ(Shape(243, 120, 120, 60), SUB_8X8);
+}
+
+// The search of a part stops at its share of the limit: at the first vector, which is the only one that it measures.
+TEST_F(DividedP, PartsHaveTheirShareOfTheLimit)
+{
+    StartP(1, 2);
+    const auto Measured = [this](const FormCosts& f, int Width, int Height) {
+        DecideAt(f);
+        return Seen(Width, Height);
+    };
+    // Vector and distance are compared; the reference comes on top.
+    EXPECT_EQ(Measured({400, kLimit / 4 + kRef}, 8, 8), 4u);
+    EXPECT_GT(Measured({400, kLimit / 4 + kRef + 1}, 8, 8), 4u);
+    EXPECT_EQ(Measured({400, 60, kLimit / 2 + kRef, kLimit / 2 + kRef}, 16, 8), 2u);
+    EXPECT_EQ(Measured({400, 60, kLimit / 2 + kRef, kLimit / 2 + kRef}, 8, 16), 2u);
+    EXPECT_GT(Measured({400, 60, kLimit / 2 + kRef + 1, kFar}, 16, 8), 2u);
+    EXPECT_EQ(Measured({.Whole = 400, .Quadrant = 60, .Of8x4 = kLimit / 8}, 8, 4), 8u);
+    EXPECT_GT(Measured({.Whole = 400, .Quadrant = 60, .Of8x4 = kLimit / 8 + 1}, 8, 4), 8u);
+    EXPECT_EQ(Measured({.Whole = 400, .Quadrant = 60, .Of4x8 = kLimit / 8}, 4, 8), 8u);
+    EXPECT_EQ(Measured({.Whole = 400, .Quadrant = 60, .Of4x4 = kLimit / 16}, 4, 4), 16u);
+    EXPECT_GT(Measured({.Whole = 400, .Quadrant = 60, .Of4x4 = kLimit / 16 + 1}, 4, 4), 16u);
+}
+
+// ---- References ----------------------------------------------------------------------------------------------
+
+// Three references: the last picture is number 0 in the list, the first number 2. Distances of quadrants by reference.
+class DividedPReferences : public StatedDistances
+{
+protected:
+    // @param Best  the picture that each quadrant fits best, in coding order; the whole fits picture Whole
+    void State(int Whole, std::array<int, 4> Best)
+    {
+        m_Distance = [=](const Compared& s) {
+            if (s.Is(16, 16)) return s.Ref == Whole ? 900 : 1000;
+            if (s.Is(8, 8)) return s.Ref == Best[static_cast<size_t>(s.y + s.x / 2)] ? 200 : 300;
+            return 50000;
+        };
+    }
+};
+
+TEST_F(DividedPReferences, OfQuadrantsGoAsFarAsTheWholesBest)
+{
+    StartP(3, 1);
+    State(1, {2, 2, 2, 2});
+    Decide();
+    EXPECT_EQ(RefsOf(16, 16, 0, 0), (std::set<int>{0, 1, 2}));
+    for (const int x : {0, 2})
+        for (const int y : {0, 2}) EXPECT_EQ(RefsOf(8, 8, x, y), (std::set<int>{1, 2}));
+    c.Settings.AnalysisFlags |= ENC_ANALYSE_ALL_REFS;
+    Decide();
+    EXPECT_EQ(RefsOf(8, 8, 2, 2), (std::set<int>{0, 1, 2}));
+}
+
+TEST_F(DividedPReferences, OfHalvesAreThoseOfTheirQuadrants)
+{
+    StartP(3, 1);
+    State(0, {2, 0, 0, 0});
+    Decide();
+    EXPECT_EQ(RefsOf(16, 8, 0, 0), (std::set<int>{0, 2})); // and not the one between
+    EXPECT_EQ(RefsOf(16, 8, 0, 2), (std::set<int>{0}));
+    EXPECT_EQ(RefsOf(8, 16, 0, 0), (std::set<int>{0, 2}));
+    EXPECT_EQ(RefsOf(8, 16, 2, 0), (std::set<int>{0}));
+    c.Settings.AnalysisFlags |= ENC_ANALYSE_ALL_REFS;
+    Decide();
+    EXPECT_EQ(RefsOf(16, 8, 0, 2), (std::set<int>{0, 1, 2}));
+}
+
+TEST_F(DividedPReferences, QuadrantsOfTheFirstAloneHaveATypeOfTheirOwn)
+{
+    StartP(3, 1);
+    State(0, {2, 2, 2, 2});
+    EXPECT_EQ(Decide().Type, MB_INTER8X8_REF0);
+    State(0, {2, 2, 1, 2});
+    EXPECT_EQ(Decide().Type, MB_INTER8X8);
+    EXPECT_EQ(Motion().References[0][2], 1);
+    EXPECT_EQ(Motion().References[0][3], 0);
+}
+
+// ---- Intra and transform ---------------------------------------------------------------------------------------
+
+TEST_F(DividedP, IntraHasNoSurchargeInP)
+{
+    StartP(1, 0);
+    for (const int32_t Intra : {298, 299, 300}) { // and one bit for the vertical mode
+        m_Distance = [=](const Compared& s) { return s.With == Compared::INTRA ? Intra : 300 - kVector - kRef; };
+        const Candidate Won = encoder_testing::AnalyseMacroblock(c.Settings, Slice());
+        EXPECT_EQ(Won.Type, Intra + 1 < 300 ? MB_INTRA16X16 : MB_INTER16X16) << Intra;
+    }
+}
+
+int32_t s_Of4x4, s_Of8x8; // sums of the transforms' coefficients: of a macroblock, and of a quadrant
+
+class TransformOfP : public DividedP
+{
+protected:
+    void StartParts(int32_t Level)
+    {
+        Start(1, [Level](auto& p) {
+            p.partition_level = Level;
+            p.transform_8x8_mode = 1;
+        });
+        kernels::g_Kernels.Satd16x16 = [](const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t) { return s_Of4x4; };
+        kernels::g_Kernels.Satd8x8By8 = [](const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t) { return s_Of8x8; };
+        c.Settings.SkipIntraThreshold[kQp] = kFar;
+    }
+    bool Has8x8(int32_t Of4x4, int32_t Of8x8)
+    {
+        s_Of4x4 = Of4x4;
+        s_Of8x8 = Of8x8;
+        return encoder_testing::AnalyseMacroblock(c.Settings, Slice()).Transform8x8;
+    }
+};
+
+TEST_F(TransformOfP, Is8x8FromATieWithTwoBitsMoreOn)
+{
+    StartParts(0);
+    State({.Whole = 300});
+    EXPECT_FALSE(Has8x8(401, 100));
+    EXPECT_TRUE(Has8x8(402, 100));
+    c.Settings.Params.transform_8x8_mode = 0;
+    EXPECT_FALSE(Has8x8(402, 100));
+}
+
+TEST_F(TransformOfP, IsNever8x8WithSmallerParts)
+{
+    StartParts(2);
+    State({.Whole = 5000, .Quadrant = 300});
+    EXPECT_TRUE(Has8x8(402, 100));
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER8X8_REF0);
+    State({.Whole = 5000, .Quadrant = 300, .Of4x8 = 100});
+    EXPECT_FALSE(Has8x8(402, 100));
+    EXPECT_EQ(Motion().SubTypes[3], SUB_4X8);
+    State({.Whole = 5000, .Quadrant = 300, .Rows = 300});
+    EXPECT_TRUE(Has8x8(402, 100));
+    EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER16X8);
+}
+
+TEST(LosslessThresholds, AreZeroAtQp0Alone)
+{
+    UMC::DefaultMemoryAllocator Allocator;
+    Core8 Plain, Lossless;
+    UMC::H264EncoderParams p = SizedParams(32, 32);
+    p.profile_idc = 144;
+    ASSERT_EQ(InitCore(Plain, p, &Allocator), UMC::StatusOk);
+    p.qpprime_y_zero_transform_bypass = 1;
+    ASSERT_EQ(InitCore(Lossless, p, &Allocator), UMC::StatusOk);
+    for (const auto Table : {&EncoderSettings::ThresholdME, &EncoderSettings::SkipIntraThreshold,
+                             &EncoderSettings::TryAdvancedIntraThreshold}) {
+        const ThresholdTable &With = Lossless.Settings.*Table, &Without = Plain.Settings.*Table;
+        EXPECT_EQ(With[0], 0);
+        EXPECT_GT(Without[0], 0);
+        EXPECT_TRUE(std::equal(With.begin() + 1, With.end(), Without.begin() + 1));
+    }
+}
+
+} // namespace
