@@ -14,7 +14,7 @@ uint32_t TakeLumaDifferences(const CurrentMacroblock<Sample>& mb, int Size, Inte
 /// Levels of the macroblock's luma against PredY in 4x4 blocks, into Luma and LumaMask. Without any, Luma may be left
 /// as it was.
 template <class Sample>
-void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
+[[gnu::always_inline]] inline void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
 {
     constexpr int kStep = WorkArea<Sample>::kPredStep;
     const MacroblockQuant& q = *mb.pQuant;
@@ -46,8 +46,8 @@ ChromaLevels QuantiseOtherChroma(const CurrentMacroblock<Sample>& mb, const Samp
 /// @tparam Blocks  of the plane: 4, or 8 in 4:2:2
 /// @param pPredUV  Cb in columns 0..7, Cr in 8..15
 template <int32_t Blocks, class Sample>
-[[gnu::always_inline]] inline ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>& mb,
-                                                          const Sample* pPredUV, int Plane, WorkArea<Sample>& w)
+[[gnu::always_inline]] inline ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
+                                                          int Plane, WorkArea<Sample>& w)
 {
     const MacroblockQuant& q = *mb.pQuant;
     const Sample *const pSrc = Plane ? mb.pSrcV : mb.pSrcU, *const pPred = pPredUV + 8 * Plane;
