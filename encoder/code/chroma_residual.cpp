@@ -91,11 +91,10 @@ void ReconstructPlanes(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, Wor
 template <class Sample>
 void ReconstructChroma(const Sample* pPredUV, CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w)
 {
-    switch (mb.pSlice->Syntax.chroma_format_idc) {
-        [[likely]] case h264::CHROMA_420 : return ReconstructPlanes<4>(pPredUV, mb, w);
-    case h264::CHROMA_422: return ReconstructPlanes<8>(pPredUV, mb, w);
-    default: return;
-    }
+    const int32_t Format = mb.pSlice->Syntax.chroma_format_idc;
+    if (Format == h264::CHROMA_420) [[likely]]
+        return ReconstructPlanes<4>(pPredUV, mb, w);
+    if (Format == h264::CHROMA_422) return ReconstructPlanes<8>(pPredUV, mb, w);
 }
 
 template <class Sample>

@@ -14,7 +14,7 @@ uint32_t TakeLumaDifferences(const CurrentMacroblock<Sample>& mb, int Size, Inte
 /// Levels of the macroblock's luma against PredY in 4x4 blocks, into Luma and LumaMask. Without any, Luma may be left
 /// as it was.
 template <class Sample>
-void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
+[[gnu::always_inline]] inline void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
 {
     constexpr int kStep = WorkArea<Sample>::kPredStep;
     const MacroblockQuant& q = *mb.pQuant;

@@ -43,11 +43,11 @@ template <class Sample>
 [[gnu::always_inline]] inline bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
                                                     WorkArea<Sample>& w)
 {
-    switch (mb.pSlice->Syntax.chroma_format_idc) {
-        [[likely]] case h264::CHROMA_420 : return SkipLeavesPlanes<4>(mb, pPredUV, w);
-    case h264::CHROMA_422: return SkipLeavesPlanes<8>(mb, pPredUV, w);
-    default: return false;
-    }
+    const int32_t Format = mb.pSlice->Syntax.chroma_format_idc;
+    if (Format == h264::CHROMA_420) [[likely]]
+        return SkipLeavesPlanes<4>(mb, pPredUV, w);
+    if (Format == h264::CHROMA_422) return SkipLeavesPlanes<8>(mb, pPredUV, w);
+    return false;
 }
 
 } // namespace

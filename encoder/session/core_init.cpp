@@ -47,7 +47,8 @@ void AllocateTables(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
     const size_t Count = static_cast<size_t>(Settings.Layout.MbCount) * (Settings.Layout.HasAlpha ? 2 : 1);
     Job.LocalMacroblocks.resize(Count);
-    for (auto& List : Job.VectorDifferences) List.resize(Count * 16);
+    Job.VectorDifferences[0].resize(Count * 16);
+    if (Settings.Params.num_b_frames > 0) Job.VectorDifferences[1].resize(Count * 16);
     Job.IntraModes.resize(Count * 16);
     Job.CoeffCounts.resize(Count * kCountsPerMb);
 }
