@@ -79,14 +79,14 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<S
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    const int32_t Lists = h264::ListsOf(mb.pSlice->slice_type);
+    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
     if (IsIntra(Won.Type) || Won.Ref >= 0) {
         FillVectors(Records.pVectors[0], Won.Vector);
         FillVectors(Records.pDifferences[0], Won.Difference);
         std::memset(Records.pReferences[0], Won.Ref, 16);
-        if (Lists == 2) ClearMotion(Records, 1);
+        if (IsB) ClearMotion(Records, 1);
     } else {
-        CommitParts(Won, w.Motion[Won.Slot], Lists, mb);
+        CommitParts(Won, w.Motion[Won.Slot], IsB ? 2 : 1, mb);
     }
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(Records.pIntraModes, Won.Transform8x8 ? w.Of8x8.Modes : w.Of4x4.Modes, 16);

@@ -5,7 +5,6 @@
 #include "encoder/code/quantise.h"
 
 #include <bit>
-#include <cstdlib>
 
 namespace UMC_H264_ENCODER {
 
@@ -56,7 +55,8 @@ template <class Sample>
 SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, InterTrial<Sample>& t,
                     MotionVector Vector, MotionVector Skip)
 {
-    if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
+    const auto IsNear = [](int32_t a, int32_t b) { return static_cast<uint32_t>(a - b + 1) <= 2; };
+    if (!IsNear(Vector.x, Skip.x) || !IsNear(Vector.y, Skip.y)) return {false, BLOCKS_NONE};
     const Reference<Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][0];
     PredictWholeLuma(Ref, Skip, mb, w, t.PredY);
     QuantiseInterLuma(mb, t);
