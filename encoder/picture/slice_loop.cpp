@@ -125,7 +125,7 @@ MacroblockRecords FirstRecords(PictureJob<Sample>& Job, int32_t FirstMb)
     for (size_t List = 0; List < 2; ++List) {
         r.pVectors[List] = Frame.mb_motion[List] + i * 16;
         r.pReferences[List] = Frame.mb_reference[List] + i * 16;
-        if (!Job.VectorDifferences[List].empty()) r.pDifferences[List] = Job.VectorDifferences[List].data() + i * 16;
+        r.pDifferences[List] = Job.VectorDifferences[List].data() + i * 16;
     }
     r.pIntraModes = Job.IntraModes.data() + i * 16;
     r.pCounts = Job.CoeffCounts.data() + i * kCountsPerMb;

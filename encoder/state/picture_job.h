@@ -63,8 +63,7 @@ struct PictureJob {
     std::unique_ptr<SliceContext<Sample>[]> Slices; // with the bits that they produced
     std::unique_ptr<uint8_t[]> SliceBuffers;
     std::vector<LocalMacroblock> LocalMacroblocks;
-    std::vector<MotionVector> VectorDifferences[2]; // of the lists; 16 for each macroblock, as are the modes. None of
-                                                    // list 1 where no B slice comes
+    std::vector<MotionVector> VectorDifferences[2]; // of the lists; 16 for each macroblock, as are the modes
     std::vector<uint8_t> IntraModes;
     std::vector<uint8_t> CoeffCounts; // kCountsPerMb for each macroblock, CAVLC
 };
