@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
@@ -65,6 +66,7 @@ TEST_F(ToolCount, EveryTypeHasItsCount)
                                                               {"inter_16x8", 1},
                                                               {"inter_8x16", 1},
                                                               {"inter_8x8", 2},
+                                                              {"sub_8x8", 8},
                                                               {"direct", 1},
                                                               {"skip_p", 3},
                                                               {"skip_b", 1}}));
@@ -88,6 +90,29 @@ TEST_F(ToolCount, Intra16x16ByMode)
     EXPECT_EQ(Count().References[0], 0);
 }
 
+TEST_F(ToolCount, TransformsAndDivisions)
+{
+    m_pFrame->frame_type = FRAME_B;
+    std::fill_n(m_pFrame->mb_reference[1], 16 * 12, int8_t{-1});
+    for (int i = 0; i < 12; ++i) SetType(i, i < 3 ? MB_INTRA4X4 : i < 9 ? MB_INTER16X16 : MB_INTER8X8);
+    for (const int i : {0, 1, 3}) m_pFrame->mb_global[i].Flags = kFlagTransform8x8;
+    const uint8_t Shapes[]{SUB_8X4, SUB_4X8, SUB_4X4, SUB_4X4};
+    std::copy_n(Shapes, 4, Local(9).SubTypes);
+    Local(10).Direct = 5;
+    EXPECT_EQ(Found(Count()), (std::map<std::string, int64_t>{{"pictures_b", 1},
+                                                              {"slices", 3},
+                                                              {"intra_4x4", 3},
+                                                              {"intra_8x8", 2},
+                                                              {"inter_16x16", 6},
+                                                              {"transform_8x8", 1},
+                                                              {"inter_8x8", 3},
+                                                              {"sub_8x8", 6},
+                                                              {"sub_8x4", 1},
+                                                              {"sub_4x8", 1},
+                                                              {"sub_4x4", 2},
+                                                              {"sub_direct", 2}}));
+}
+
 TEST_F(ToolCount, CoefficientsVectorsAndReferences)
 {
     m_pFrame->frame_type = FRAME_B;
@@ -101,12 +126,17 @@ TEST_F(ToolCount, CoefficientsVectorsAndReferences)
     pReferences[2] = pReferences[3] = 1; // quadrants by their first blocks
     pReferences[8] = 15;
     pReferences[10] = -1;
+    std::fill_n(m_pFrame->mb_reference[1], 16 * 12, int8_t{-1});
+    m_pFrame->mb_reference[1][16 * 7 + 10] = m_pFrame->mb_reference[1][16 * 8] = 0; // alone, and beside list 0
+    m_pFrame->mb_motion[1][16 * 9] = {1, 0};
     const ToolCounts n = Count();
     EXPECT_EQ(Found(n), (std::map<std::string, int64_t>{{"pictures_b", 1},
                                                         {"slices", 3},
                                                         {"skip_p", 12},
                                                         {"with_coefficients", 3},
-                                                        {"with_fractional_vectors", 2}}));
+                                                        {"with_fractional_vectors", 3},
+                                                        {"from_list_1", 2},
+                                                        {"from_both_lists", 1}}));
     EXPECT_EQ(n.References[0], 48 - 3);
     EXPECT_EQ(n.References[1], 1);
     EXPECT_EQ(n.References[15], 1);
