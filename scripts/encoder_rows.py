@@ -23,7 +23,7 @@ FIELDS = {
 }
 SIZES = ("176x144", "178x146", "96x80", "64x16", "16x48")
 OPTIONS = ("chroma", "depth")  # given by options of their own
-NEVER_PAIRED = ("aux_format_idc",)  # its pictures need a plane that the tool cannot give
+NEVER_PAIRED = ("aux_format_idc",)  # its pictures have a plane more, of a depth of its own
 DEFAULTS = {name: values[0] for name, values in FIELDS.items()}
 
 
@@ -121,7 +121,7 @@ CORNERS = [
     *(corner(f"8x8 transform, QP {qp}", transform_8x8_mode=1, **constant(qp)) for qp in (0, 26, 51)),
     corner("8x8 transform, CAVLC", transform_8x8_mode=1, entropy_coding_mode=0),
     corner("8x8 transform, default matrices", transform_8x8_mode=1, use_default_scaling_matrix=1),
-    corner("lossless", qpprime_y_zero_transform_bypass=1, **constant(0)),
+    corner("lossless", profile_idc=144, qpprime_y_zero_transform_bypass=1, **constant(0)),
     corner("lossless, 8x8 transform", qpprime_y_zero_transform_bypass=1, transform_8x8_mode=1, **constant(0)),
     *(corner(f"{c}, {d} bits", chroma=c, depth=d) for c in (400, 422) for d in (8, 10)),
     *(corner(f"{d} bits, QP {qp}", depth=d, **constant(qp)) for d in (9, 10, 12) for qp in (0, 51)),
@@ -150,6 +150,8 @@ def paired_rows(missing):
     rows = []
     for i, row in enumerate(all_pairs(fields)):
         size, frames, seed = (row.pop(name) for name in ("size", "frames", "seed"))
+        if row.get("coding_type") == 1 and row.get("deblocking_filter_idc") == 2:
+            row["num_b_frames"] = 0  # pictures that nobody else filters alike, of which some are not filtered here
         if row.get("coding_type") and int(size.split("x")[1]) % 4:
             size = "176x144"  # frames of fields are cropped by four lines at a time
         rows.append(Row(f"pairs {i + 1}", row, size, frames, seed))

@@ -9,7 +9,6 @@ namespace h264 {
 // Quarter samples, unless a comment says whole samples.
 struct MotionVector {
     int16_t x, y;
-    friend bool operator==(const MotionVector&, const MotionVector&) = default;
 };
 static_assert(sizeof(MotionVector) == 4);
 
@@ -30,5 +29,6 @@ inline uint32_t AsWord(MotionVector Mv)
     std::memcpy(&Word, &Mv, sizeof Word);
     return Word;
 }
+inline bool operator==(MotionVector a, MotionVector b) { return AsWord(a) == AsWord(b); }
 
 } // namespace h264

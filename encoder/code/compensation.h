@@ -48,8 +48,9 @@ inline ChromaRow ChromaRowOf(int32_t Vector, int32_t ShiftY)
 /// Both chroma blocks that belong to the luma block at (x, y); sizes in luma samples. Cr goes to pDst + 8.
 /// @param ShiftY  1 for 4:2:0, 0 for 4:2:2
 template <class Sample>
-void CompensateChroma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, MotionVector v, int32_t x, int32_t y,
-                      int32_t Width, int32_t Height, int32_t ShiftY, Sample* pDst, ptrdiff_t DstStep)
+[[gnu::always_inline]] inline void CompensateChroma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref,
+                                                    MotionVector v, int32_t x, int32_t y, int32_t Width, int32_t Height,
+                                                    int32_t ShiftY, Sample* pDst, ptrdiff_t DstStep)
 {
     const int32_t BlockWidth = Width / 2, BlockHeight = Height >> ShiftY;
     const int32_t PlaneWidth = Ref.Width / 2, PlaneHeight = Ref.Height >> ShiftY;

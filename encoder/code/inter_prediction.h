@@ -29,16 +29,18 @@ template <class Sample>
 void PredictPartChroma(const PartMotion& m, MotionPart Part, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                        Sample* pUV);
 
-/// The whole macroblock from one reference.
+/// The whole macroblock from one reference: inlined, as it is what the product does.
 template <class Sample>
-void PredictWholeLuma(const Reference<Sample>& Ref, MotionVector v, const CurrentMacroblock<Sample>& mb,
-                      WorkArea<Sample>& w, Sample* pY)
+[[gnu::always_inline]] inline void PredictWholeLuma(const Reference<Sample>& Ref, MotionVector v,
+                                                    const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                                                    Sample* pY)
 {
     CompensateLuma(w, Ref.View, v, mb.mb_x * 16, mb.mb_y * 16, 16, 16, pY, w.kPredStep, mb.pSlice->Syntax.BitDepthLuma);
 }
 template <class Sample>
-void PredictWholeChroma(const Reference<Sample>& Ref, MotionVector v, const CurrentMacroblock<Sample>& mb,
-                        WorkArea<Sample>& w, Sample* pUV)
+[[gnu::always_inline]] inline void PredictWholeChroma(const Reference<Sample>& Ref, MotionVector v,
+                                                      const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                                                      Sample* pUV)
 {
     const int32_t Format = mb.pSlice->Syntax.chroma_format_idc;
     if (Format == h264::CHROMA_420) [[likely]] {
@@ -49,20 +51,36 @@ void PredictWholeChroma(const Reference<Sample>& Ref, MotionVector v, const Curr
     }
 }
 
-/// All parts of a candidate.
+/// All parts of a candidate in several.
 template <class Sample>
-void PredictInterLuma(const Candidate& c, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Sample* pY)
+[[gnu::noinline]] void PredictPartsLuma(const Candidate& c, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                                        Sample* pY)
 {
-    if (c.Ref >= 0) return PredictWholeLuma(mb.pSlice->ref_pic_lists.Pictures[0][c.Ref], c.Vector, mb, w, pY);
     const MacroblockMotion& m = w.Motion[c.Slot];
     ForEachPart(c.Type, m.SubTypes, [&](MotionPart Part) { PredictPartLuma(MotionOf(m, Part), Part, mb, w, pY); });
 }
 template <class Sample>
-void PredictInterChroma(const Candidate& c, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Sample* pUV)
+[[gnu::noinline]] void PredictPartsChroma(const Candidate& c, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
+                                          Sample* pUV)
 {
-    if (c.Ref >= 0) return PredictWholeChroma(mb.pSlice->ref_pic_lists.Pictures[0][c.Ref], c.Vector, mb, w, pUV);
     const MacroblockMotion& m = w.Motion[c.Slot];
     ForEachPart(c.Type, m.SubTypes, [&](MotionPart Part) { PredictPartChroma(MotionOf(m, Part), Part, mb, w, pUV); });
+}
+
+/// All parts of a candidate.
+template <class Sample>
+[[gnu::always_inline]] inline void PredictInterLuma(const Candidate& c, const CurrentMacroblock<Sample>& mb,
+                                                    WorkArea<Sample>& w, Sample* pY)
+{
+    if (c.Ref < 0) return PredictPartsLuma(c, mb, w, pY);
+    PredictWholeLuma(mb.pSlice->ref_pic_lists.Pictures[0][c.Ref], c.Vector, mb, w, pY);
+}
+template <class Sample>
+[[gnu::always_inline]] inline void PredictInterChroma(const Candidate& c, const CurrentMacroblock<Sample>& mb,
+                                                      WorkArea<Sample>& w, Sample* pUV)
+{
+    if (c.Ref < 0) return PredictPartsChroma(c, mb, w, pUV);
+    PredictWholeChroma(mb.pSlice->ref_pic_lists.Pictures[0][c.Ref], c.Vector, mb, w, pUV);
 }
 
 } // namespace UMC_H264_ENCODER

@@ -14,7 +14,9 @@ void StartRecords(CurrentMacroblock<Sample>& mb, int32_t Qp)
 {
     LocalMacroblock Local{};
     Local.Qp = static_cast<int8_t>(Qp);
-    Local.QpChroma = static_cast<int8_t>(ChromaQp(Qp, mb.pSlice->Syntax.BitDepthChroma));
+    // The quantisers mostly serve again, as the QP seldom changes.
+    Local.QpChroma =
+        static_cast<int8_t>(mb.pQuant->Qp == Qp ? mb.pQuant->QpChroma : ChromaQp(Qp, mb.pSlice->Syntax.BitDepthChroma));
     *mb.Records.pLocal = Local;
     *mb.Records.pGlobal = {static_cast<uint16_t>(mb.pSlice->slice_id), MB_INTER16X16, Local.Qp, Local.QpChroma,
                            mb.pSlice->MbFlags};

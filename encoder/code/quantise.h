@@ -14,7 +14,7 @@ uint32_t TakeLumaDifferences(const CurrentMacroblock<Sample>& mb, int Size, Inte
 /// Levels of the macroblock's luma against PredY in 4x4 blocks, into Luma and LumaMask. Without any, Luma may be left
 /// as it was.
 template <class Sample>
-void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
+[[gnu::always_inline]] inline void QuantiseInterLuma(const CurrentMacroblock<Sample>& mb, InterTrial<Sample>& t)
 {
     constexpr int kStep = WorkArea<Sample>::kPredStep;
     const MacroblockQuant& q = *mb.pQuant;
@@ -43,14 +43,15 @@ ChromaLevels QuantiseOtherChroma(const CurrentMacroblock<Sample>& mb, const Samp
 
 /// Levels of a plane (0 Cb, 1 Cr) against a prediction, into Chroma and ChromaDc. Without any, they may be left as they
 /// were: in P and B slices a plane of 4:2:0 that differs by little is known to have none.
+/// @tparam Blocks  of the plane: 4, or 8 in 4:2:2
 /// @param pPredUV  Cb in columns 0..7, Cr in 8..15
-template <class Sample>
-inline ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, int Plane,
-                                   WorkArea<Sample>& w)
+template <int32_t Blocks, class Sample>
+[[gnu::always_inline]] inline ChromaLevels QuantiseChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
+                                                          int Plane, WorkArea<Sample>& w)
 {
     const MacroblockQuant& q = *mb.pQuant;
     const Sample *const pSrc = Plane ? mb.pSrcV : mb.pSrcU, *const pPred = pPredUV + 8 * Plane;
-    if (mb.pSlice->Syntax.chroma_format_idc != h264::CHROMA_420 || q.IsLossless) [[unlikely]]
+    if (Blocks != 4 || q.IsLossless) [[unlikely]]
         return QuantiseOtherChroma(mb, pSrc, pPred, Plane, w);
     if (mb.pSlice->slice_type != h264::SLICE_I &&
         Kernels<Sample>.LargestSad4x4Of8x8(pSrc, mb.SrcPitch, pPred, w.kPredStep) <= q.ChromaZeroSad)

@@ -18,6 +18,7 @@ namespace {
 uint8_t LumaPattern(uint32_t Coded)
 {
     uint32_t Pattern = 0;
+    if (!Coded) return 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant)
         Pattern |= (Coded >> (4 * Quadrant) & 15 ? 1u : 0u) << Quadrant;
     return static_cast<uint8_t>(Pattern);
@@ -43,6 +44,7 @@ uint32_t InterLumaLevels(const InterTrial<Sample>& t, const CurrentMacroblock<Sa
 {
     const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     const uint32_t Mask = t.LumaMask;
+    if (!Mask) return 0;
     uint32_t Coded = 0;
     int32_t Total = 0;
     for (uint32_t Quadrant = 0; Quadrant < 4; ++Quadrant) {

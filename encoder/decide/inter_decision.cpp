@@ -28,7 +28,8 @@ Candidate DecideP(const EncoderSettings& Settings, const CurrentMacroblock<Sampl
     // Without loss a skip would have to be exact.
     const bool TestsSkip = !mb.pQuant->IsLossless, TestsFirst = (Flags & ENC_ANALYSE_ME_EARLY_EXIT) != 0;
     ListSearch<Sample> List(Settings, mb, 0, w);
-    for (int32_t r = 0; r < List.Count(); ++r) {
+    const int32_t Count = List.Count();
+    for (int32_t r = 0; r < Count; ++r) {
         const MotionVector Predicted = h264::PredictMedian(Around, r);
         if (r == 0 && TestsSkip && TestsFirst) {
             Tested = CheckSkipP(mb, w, w.Inter[Slot], Predicted, Skip);

@@ -30,17 +30,19 @@ constexpr std::array<uint16_t, 16> kModesToTry = [] {
     return Table;
 }();
 
+// Prices of the mode that is predicted and of any other.
+struct ModePrices {
+    int32_t Predicted, Other;
+};
+
 // The cheapest mode so far; of equal ones that with the lowest number.
 class ModeChoice
 {
 public:
-    ModeChoice(int32_t Qp, int32_t Predicted)
-        : m_Predicted(Predicted), m_PriceOfPredicted(BitPrice(Qp, 1)), m_PriceOfOther(BitPrice(Qp, 4))
-    {
-    }
+    ModeChoice(ModePrices Prices, int32_t Predicted) : m_Predicted(Predicted), m_Prices(Prices) {}
     bool Offer(int32_t Mode, int32_t Distance)
     {
-        const int32_t Cost = (Mode == m_Predicted ? m_PriceOfPredicted : m_PriceOfOther) + Distance;
+        const int32_t Cost = (Mode == m_Predicted ? m_Prices.Predicted : m_Prices.Other) + Distance;
         if (Cost > Best || (Cost == Best && Mode > BestMode)) return false;
         Best = Cost;
         BestMode = Mode;
@@ -50,7 +52,8 @@ public:
     int32_t Best = std::numeric_limits<int32_t>::max(), BestMode = 0;
 
 private:
-    int32_t m_Predicted, m_PriceOfPredicted, m_PriceOfOther;
+    int32_t m_Predicted;
+    ModePrices m_Prices;
 };
 
 // What the tries at both sizes share.
@@ -61,7 +64,8 @@ protected:
     BlocksTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                 IntraTrial<Sample>& t)
         : m_Mb(mb), m_w(w), m_t(t), m_Available(mb.Around.Available),
-          m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0)
+          m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0), m_Prices{BitPrice(mb.Records.pLocal->Qp, 1),
+                                                                               BitPrice(mb.Records.pLocal->Qp, 4)}
     {
         LoadNeighbours();
         m_t.Coded = 0;
@@ -89,7 +93,7 @@ protected:
 
     ModeChoice ChoiceAt(int32_t bx, int32_t by) const
     {
-        return {m_Mb.Records.pLocal->Qp, h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1))};
+        return {m_Prices, h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1))};
     }
 
     const Sample* SourceAt(int32_t bx, int32_t by) const { return m_Mb.pSrcY + 4 * by * m_Mb.SrcPitch + 4 * bx; }
@@ -100,6 +104,7 @@ protected:
     IntraTrial<Sample>& m_t;
     unsigned m_Available;
     bool m_UsesSad;
+    ModePrices m_Prices;
 };
 
 // One macroblock's try at Intra 4x4.

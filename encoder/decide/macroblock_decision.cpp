@@ -58,6 +58,15 @@ void CommitMotion(uint8_t Type, const MacroblockMotion& m, int List, const Neigh
     });
 }
 
+template <class Sample>
+[[gnu::noinline]] void CommitParts(const Candidate& Won, const MacroblockMotion& m, int32_t Lists,
+                                   CurrentMacroblock<Sample>& mb)
+{
+    for (int List = 0; List < Lists; ++List) CommitMotion(Won.Type, m, List, mb.Around.Motion[List], mb.Records);
+    std::memcpy(mb.Records.pLocal->SubTypes, m.SubTypes, sizeof(m.SubTypes));
+    mb.Records.pLocal->Direct = m.Direct;
+}
+
 } // namespace
 
 template <class Sample>
@@ -70,17 +79,14 @@ void Commit(const Candidate& Won, const WorkArea<Sample>& w, CurrentMacroblock<S
     Local.Cost = Won.Cost;
     Local.Intra16Mode = Won.Intra16Mode;
     Local.ChromaMode = Won.ChromaMode;
-    const int32_t Lists = h264::ListsOf(mb.pSlice->slice_type);
+    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
     if (IsIntra(Won.Type) || Won.Ref >= 0) {
         FillVectors(Records.pVectors[0], Won.Vector);
         FillVectors(Records.pDifferences[0], Won.Difference);
         std::memset(Records.pReferences[0], Won.Ref, 16);
-        if (Lists == 2) ClearMotion(Records, 1);
+        if (IsB) ClearMotion(Records, 1);
     } else {
-        const MacroblockMotion& m = w.Motion[Won.Slot];
-        for (int List = 0; List < Lists; ++List) CommitMotion(Won.Type, m, List, mb.Around.Motion[List], Records);
-        std::memcpy(Local.SubTypes, m.SubTypes, sizeof(m.SubTypes));
-        Local.Direct = m.Direct;
+        CommitParts(Won, w.Motion[Won.Slot], IsB ? 2 : 1, mb);
     }
     if (Won.Type == MB_INTRA4X4)
         std::memcpy(Records.pIntraModes, Won.Transform8x8 ? w.Of8x8.Modes : w.Of4x4.Modes, 16);
@@ -117,8 +123,8 @@ void TryFinerByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sa
 
 // The best intra form by trials, chroma included. In P and B slices against InterCost, which is one too.
 template <class Sample>
-Candidate IntraByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, int64_t InterCost,
-                       TrialCoder<Sample>& Trials, WorkArea<Sample>& w)
+[[gnu::noinline]] Candidate IntraByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                                         int64_t InterCost, TrialCoder<Sample>& Trials, WorkArea<Sample>& w)
 {
     Candidate Best = Intra16x16(Settings, mb, w);
     IntraChroma(Settings, mb, w, Best.ChromaMode);
@@ -156,7 +162,7 @@ bool MayTransform8x8(const EncoderSettings& Settings, const Candidate& c, const 
 
 // The transform of an inter macroblock: that with the smaller coefficients against the prediction.
 template <class Sample>
-void ChooseTransform(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Candidate& Inter)
+[[gnu::noinline]] void ChooseTransform(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, Candidate& Inter)
 {
     constexpr int32_t kBitsOf8x8 = 2;
     Sample* const pPred = w.Inter[Inter.Slot].PredY;
@@ -179,8 +185,8 @@ constexpr uint16_t QuadrantBlocks(int q) { return static_cast<uint16_t>(15 << (4
 // The blocks of parts that differ so little from their prediction that no level of them is worth its bits. Parts below
 // 8x8 are taken together.
 template <class Sample>
-uint16_t FindCheapBlocks(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
-                         Candidate& Inter)
+[[gnu::noinline]] uint16_t FindCheapBlocks(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                                           WorkArea<Sample>& w, Candidate& Inter)
 {
     InterTrial<Sample>& t = w.Inter[Inter.Slot];
     if (Inter.AtHand < BLOCKS_PREDICTED) {
@@ -229,8 +235,8 @@ Candidate AnalyseInter(const EncoderSettings& Settings, const CurrentMacroblock<
 
 // The same by trials of the winners, or of every candidate. Intra is tried whatever inter costs.
 template <class Sample>
-Candidate AnalyseInterByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
-                              TrialCoder<Sample>& Trials)
+[[gnu::noinline]] Candidate AnalyseInterByTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb,
+                                                WorkArea<Sample>& w, TrialCoder<Sample>& Trials)
 {
     Candidate Inter = DecideInter(Settings, mb, w, &Trials);
     Inter.Cost = Trials.Cost(Inter, w);

@@ -5,7 +5,6 @@
 #include "encoder/code/quantise.h"
 
 #include <bit>
-#include <cstdlib>
 
 namespace UMC_H264_ENCODER {
 
@@ -23,13 +22,13 @@ bool SkipLeavesLuma(const CurrentMacroblock<Sample>& mb, const InterTrial<Sample
     return false;
 }
 
-template <class Sample>
-bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV, WorkArea<Sample>& w)
+template <int32_t Blocks, class Sample>
+[[gnu::always_inline]] inline bool SkipLeavesPlanes(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
+                                                    WorkArea<Sample>& w)
 {
-    if (mb.pSlice->Syntax.chroma_format_idc == h264::CHROMA_400) return false;
     const ScanOrder& Order = ScanOf(*mb.Records.pGlobal);
     for (int Plane = 0; Plane < 2; ++Plane) {
-        const ChromaLevels l = QuantiseChroma(mb, pPredUV, Plane, w);
+        const ChromaLevels l = QuantiseChroma<Blocks>(mb, pPredUV, Plane, w);
         if (l.HasDc) return true;
         int32_t Cost = 0;
         for (uint32_t Rest = l.AcMask; Rest; Rest &= Rest - 1)
@@ -39,13 +38,25 @@ bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV
     return false;
 }
 
+template <class Sample>
+[[gnu::always_inline]] inline bool SkipLeavesChroma(const CurrentMacroblock<Sample>& mb, const Sample* pPredUV,
+                                                    WorkArea<Sample>& w)
+{
+    const int32_t Format = mb.pSlice->Syntax.chroma_format_idc;
+    if (Format == h264::CHROMA_420) [[likely]]
+        return SkipLeavesPlanes<4>(mb, pPredUV, w);
+    if (Format == h264::CHROMA_422) return SkipLeavesPlanes<8>(mb, pPredUV, w);
+    return false;
+}
+
 } // namespace
 
 template <class Sample>
 SkipTest CheckSkipP(const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w, InterTrial<Sample>& t,
                     MotionVector Vector, MotionVector Skip)
 {
-    if (std::abs(Vector.x - Skip.x) > 1 || std::abs(Vector.y - Skip.y) > 1) return {false, BLOCKS_NONE};
+    const auto IsNear = [](int32_t a, int32_t b) { return static_cast<uint32_t>(a - b + 1) <= 2; };
+    if (!IsNear(Vector.x, Skip.x) || !IsNear(Vector.y, Skip.y)) return {false, BLOCKS_NONE};
     const Reference<Sample>& Ref = mb.pSlice->ref_pic_lists.Pictures[0][0];
     PredictWholeLuma(Ref, Skip, mb, w, t.PredY);
     QuantiseInterLuma(mb, t);

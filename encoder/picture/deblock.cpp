@@ -53,14 +53,14 @@ private:
         return m_pReferences[0][Block] != m_pReferences[0][Other] ||
                h264::VectorsDiffer(m_pVectors[0][Block], m_pVectors[0][Other], m_VectorLimit);
     }
-    bool MovesB(int32_t Block, int32_t Other) const;
+    [[gnu::noinline]] bool MovesB(int32_t Block, int32_t Other) const;
     int32_t PictureOf(int List, int32_t Block) const
     {
         const int8_t Ref = m_pReferences[List][Block];
         return Ref < 0 ? -1 : m_pIds[List][Ref];
     }
     bool IsOfOneMotion(int32_t Index) const;
-    uint32_t InnerMoves(int32_t Index, bool IsVertical) const;
+    [[gnu::noinline]] uint32_t InnerMoves(int32_t Index, bool IsVertical) const;
     uint32_t OuterMoves(int32_t Index, int32_t Neighbour, bool IsVertical) const;
     void DeriveInter(int32_t Index, int32_t Left, int32_t Top, Strengths& Vertical, Strengths& Horizontal) const;
     void SetThresholds(EdgeParams& p, size_t Slot, int32_t MeanQp) const;

@@ -86,7 +86,7 @@ private:
             while (Next[Parity] < Count && !(pFrames[Next[Parity]]->is_reference >> Parity & 1)) ++Next[Parity];
             return Next[Parity] < Count;
         };
-        for (int Parity = Job.Structure; FindNext(0) | FindNext(1);) {
+        for (int Parity = Job.Structure; FindNext(0) || FindNext(1);) {
             if (FindNext(Parity))
                 Add(Refer(*pFrames[Next[Parity]++], static_cast<PictureStructure>(Parity), Job), Lists, List);
             if (FindNext(Parity ^ 1)) Parity ^= 1;

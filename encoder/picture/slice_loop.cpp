@@ -132,11 +132,11 @@ MacroblockRecords FirstRecords(PictureJob<Sample>& Job, int32_t FirstMb)
     return r;
 }
 
-void Advance(MacroblockRecords& r)
+void Advance(MacroblockRecords& r, bool IsB)
 {
     r.pGlobal += 1;
     r.pLocal += 1;
-    for (size_t List = 0; List < 2; ++List) {
+    for (size_t List = 0; List < (IsB ? 2 : 1); ++List) {
         r.pVectors[List] += 16;
         r.pReferences[List] += 16;
         r.pDifferences[List] += 16;
@@ -234,7 +234,7 @@ void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, S
         Writer.EndMacroblock(++Index == End);
         // The writer does not look at the end of its buffer; there is room behind it for one macroblock more.
         if (Writer.Bytes() > s.bitstream.BufferSize()) break;
-        if (Index < End) Advance(mb.Records);
+        if (Index < End) Advance(mb.Records, s.Facts.slice_type == h264::SLICE_B);
     }
     Writer.End();
 }

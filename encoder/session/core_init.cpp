@@ -47,6 +47,7 @@ void AllocateTables(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
     const size_t Count = static_cast<size_t>(Settings.Layout.MbCount) * (Settings.Layout.HasAlpha ? 2 : 1);
     Job.LocalMacroblocks.resize(Count);
+    // Of both lists in any case: a client may ask for a B picture whatever the settings say.
     for (auto& List : Job.VectorDifferences) List.resize(Count * 16);
     Job.IntraModes.resize(Count * 16);
     Job.CoeffCounts.resize(Count * kCountsPerMb);

@@ -29,13 +29,40 @@ int64_t& CountOfType(ToolCounts& n, MacroblockType Type, uint8_t Intra16Mode)
     }
 }
 
-// Of an inter macroblock: its 16 vectors and references in raster order.
-void AddMotion(ToolCounts& n, const MotionVector* pVectors, const int8_t* pReferences)
+// Of an inter macroblock whose 4x4 blocks begin at First in the frame's tables.
+template <class Sample>
+void AddMotion(ToolCounts& n, const H264EncoderFrame<Sample>& f, size_t First)
 {
-    for (const int Quadrant : {0, 2, 8, 10})
-        if (const int8_t i = pReferences[Quadrant]; i >= 0) ++n.References[i];
-    n.with_fractional_vectors +=
-        std::any_of(pVectors, pVectors + 16, [](const MotionVector& v) { return v.x % 4 != 0 || v.y % 4 != 0; });
+    bool UsesList1 = false, UsesBoth = false, IsFractional = false;
+    for (const size_t Quadrant : {0, 2, 8, 10}) {
+        const int8_t a = f.mb_reference[0][First + Quadrant];
+        const int8_t b = f.frame_type == FRAME_B ? f.mb_reference[1][First + Quadrant] : h264::kRefNone;
+        if (a >= 0) ++n.References[a];
+        UsesList1 |= b >= 0;
+        UsesBoth |= a >= 0 && b >= 0;
+    }
+    for (int List = 0; List < (f.frame_type == FRAME_B ? 2 : 1); ++List)
+        IsFractional |= std::any_of(f.mb_motion[List] + First, f.mb_motion[List] + First + 16,
+                                    [](const MotionVector& v) { return v.x % 4 != 0 || v.y % 4 != 0; });
+    n.from_list_1 += UsesList1;
+    n.from_both_lists += UsesBoth;
+    n.with_fractional_vectors += IsFractional;
+}
+
+void AddDivisions(ToolCounts& n, const LocalMacroblock& Local)
+{
+    for (int q = 0; q < 4; ++q) {
+        if (Local.Direct >> q & 1) {
+            ++n.sub_direct;
+            continue;
+        }
+        switch (Local.SubTypes[q]) {
+        case SUB_8X8: ++n.sub_8x8; break;
+        case SUB_8X4: ++n.sub_8x4; break;
+        case SUB_4X8: ++n.sub_4x8; break;
+        default: ++n.sub_4x4; break;
+        }
+    }
 }
 
 template <class Sample>
@@ -61,7 +88,11 @@ void AddToolCounts(const EncoderCore<Sample>& c, ToolCounts& n)
         const auto Type = static_cast<MacroblockType>(f.mb_global[i].Type);
         ++CountOfType(n, Type, Local.Intra16Mode);
         n.with_coefficients += Local.Coded != 0 || Local.CodedDc != 0;
-        if (!IsIntra(Type)) AddMotion(n, f.mb_motion[0] + 16 * i, f.mb_reference[0] + 16 * i);
+        const bool Is8x8 = (f.mb_global[i].Flags & kFlagTransform8x8) != 0;
+        n.intra_8x8 += Is8x8 && IsIntra(Type);
+        n.transform_8x8 += Is8x8 && !IsIntra(Type);
+        if (Type == MB_INTER8X8 || Type == MB_INTER8X8_REF0) AddDivisions(n, Local);
+        if (!IsIntra(Type)) AddMotion(n, f, 16 * i);
     }
 }
 

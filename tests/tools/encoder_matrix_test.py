@@ -68,12 +68,15 @@ def pictures_of_other_formats():
 
 def oracles():
     def of(b_pictures=0, oracle="", **settings):
-        force = {"chroma_format_idc": 1, "b_ref_mode": 0, "deblocking_filter_idc": 0} | settings
+        force = {"chroma_format_idc": 1, "b_ref_mode": 0, "deblocking_filter_idc": 0, "coding_type": 0} | settings
         return oracle_of(Row("", {}, oracle=oracle), {"settings": force, "tools": {"pictures_b": b_pictures}})
 
     check(of() == of(chroma_format_idc=2) == "ffmpeg" and of(chroma_format_idc=0) == "luma_only", "formats")
     check(of(3) == of(3, b_ref_mode=1) == "ffmpeg_no_nonref_filter", "B pictures that none refers to")
     check(of(3, b_ref_mode=2) == of(3, deblocking_filter_idc=1) == "ffmpeg", "B pictures that serve, or no filter")
+    check(of(3, chroma_format_idc=0) == "luma_no_nonref_filter", "such pictures without chroma")
+    check(of(coding_type=1) == "ffmpeg", "fields")
+    check(of(coding_type=1, deblocking_filter_idc=2) == "own_decoder_only", "fields that ffmpeg filters otherwise")
     check(of(3, oracle="own_decoder_only") == "own_decoder_only", "a row's own")
 
 
@@ -117,7 +120,8 @@ def refusals(tools):
 
 def oracles_of_other_streams(tools, folder):
     """Streams of another encoder: pictures that none refers to without the filter, and luma alone."""
-    row, report = corner("", "64x48", 9), {"tools": {"pictures_b": 6}}
+    settings = {"num_b_frames": 2, "num_ref_to_start_b": 1, "chroma_format_idc": 1}
+    row, report = corner("", "64x48", 9), {"tools": {"pictures_b": 6}, "settings": settings}
     source, stream, output = (folder / n for n in ("s.yuv", "s.264", "o.yuv"))
     run(tools / "camera_scene", "-o", source, "--size", row.size, "--frames", row.frames)
     run("x264", "--quiet", "--bframes", 2, "--b-adapt", 0, "--b-pyramid", "none", "--qp", 40, "--input-res", row.size,
