@@ -290,6 +290,33 @@ const StreamCase kOddDepths[] = {
                 p.rate_control_method = 0)};
 INSTANTIATE_TEST_SUITE_P(Odd, DeepStream, testing::ValuesIn(kOddDepths));
 
+// Pictures of one grey in which single samples differ by one: nothing of that is dropped without loss.
+class LosslessStream : public testing::TestWithParam<std::pair<int32_t, int32_t>>
+{
+};
+TEST_P(LosslessStream, KeepsSingleSamplesThatDifferByOne)
+{
+    H264EncoderParams p = SizedParams(48, 48);
+    LOSSLESS;
+    p.transform_8x8_mode = static_cast<uint8_t>(GetParam().first);
+    p.entropy_coding_mode = static_cast<uint8_t>(GetParam().second);
+    Driver d(p);
+    std::vector<Picture> Clip;
+    for (size_t i = 0; i < 5; ++i) {
+        Picture Grey(48 * 48 * 3 / 2, 120);
+        if (i > 0) { // in a corner of each kind of block: of a macroblock, of a quadrant, of chroma
+            Grey[47 * 48 + 47 - i] = Grey[24 * 48 + 23 + i] = 121;
+            Grey[48 * 48 + 23 * 24 + 23 - i] = Grey[48 * 48 + 24 * 24 + 7 * 24 + 7] = 119;
+        }
+        Clip.push_back(Grey);
+    }
+    d.EncodeAll(Clip);
+    EXPECT_TRUE(d.Displayed() == Clip);
+    ExpectDecodesToReconstruction(d);
+}
+INSTANTIATE_TEST_SUITE_P(Tools, LosslessStream,
+                         testing::Values(std::pair{0, 1}, std::pair{1, 1}, std::pair{0, 0}, std::pair{1, 0}));
+
 // A vector that was found for one place is taken over by skipped macroblocks, far beyond the picture's edge.
 TEST(EncodedStreamEdges, VectorsCarriedBeyondThePadding)
 {
