@@ -290,7 +290,7 @@ const StreamCase kOddDepths[] = {
                 p.rate_control_method = 0)};
 INSTANTIATE_TEST_SUITE_P(Odd, DeepStream, testing::ValuesIn(kOddDepths));
 
-// Pictures of one grey in which single samples differ by one: nothing of that is dropped without loss.
+// A still texture in which single samples differ by one: nothing of that is dropped without loss.
 class LosslessStream : public testing::TestWithParam<std::pair<int32_t, int32_t>>
 {
 };
@@ -301,15 +301,12 @@ TEST_P(LosslessStream, KeepsSingleSamplesThatDifferByOne)
     p.transform_8x8_mode = static_cast<uint8_t>(GetParam().first);
     p.entropy_coding_mode = static_cast<uint8_t>(GetParam().second);
     Driver d(p);
-    std::vector<Picture> Clip;
-    for (size_t i = 0; i < 5; ++i) {
-        Picture Grey(48 * 48 * 3 / 2, 120);
-        if (i > 0) { // in a corner of each kind of block: of a macroblock, of a quadrant, of chroma
-            Grey[47 * 48 + 47 - i] = Grey[24 * 48 + 23 + i] = 121;
-            Grey[48 * 48 + 23 * 24 + 23 - i] = Grey[48 * 48 + 24 * 24 + 7 * 24 + 7] = 119;
-        }
-        Clip.push_back(Grey);
-    }
+    std::vector<Picture> Clip = MakeClip(Scene::Still, 48, 48, 5);
+    for (size_t i = 1; i < Clip.size();
+         ++i) // in a corner of each kind of block: of a macroblock, of a quadrant, of chroma
+        for (const size_t At : std::initializer_list<size_t>{47 * 48 + 47 - i, 24 * 48 + 23 + i,
+                                                             48 * 48 + 23 * 24 + 23 - i, 60 * 48 + 7 * 24 + 7})
+            Clip[i][At] ^= 1;
     d.EncodeAll(Clip);
     EXPECT_TRUE(d.Displayed() == Clip);
     ExpectDecodesToReconstruction(d);
