@@ -297,8 +297,8 @@ TEST_F(FilteredPictures, AreNotThoseThatNoneRefersTo)
     p.num_b_frames = 1;
     const std::vector<size_t> Disposable = Calls(p, 5);
     ASSERT_EQ(Disposable.size(), 5u); // I P B P B
-    for (const size_t i : {0, 1, 3}) EXPECT_GT(Disposable[i], 0u) << i;
-    for (const size_t i : {2, 4}) EXPECT_EQ(Disposable[i], 0u) << i;
+    for (const size_t i : {0u, 1u, 3u}) EXPECT_GT(Disposable[i], 0u) << i;
+    for (const size_t i : {2u, 4u}) EXPECT_EQ(Disposable[i], 0u) << i;
     p.b_ref_mode = 2;
     for (const size_t n : Calls(p, 5)) EXPECT_GT(n, 0u);
     p.deblocking_filter_idc = 1;
