@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
@@ -67,7 +68,8 @@ TEST_F(ToolCount, EveryTypeHasItsCount)
                                                               {"inter_8x8", 2},
                                                               {"direct", 1},
                                                               {"skip_p", 3},
-                                                              {"skip_b", 1}}));
+                                                              {"skip_b", 1},
+                                                              {"sub_8x8", 8}}));
 }
 
 TEST_F(ToolCount, Intra16x16ByMode)
@@ -101,12 +103,18 @@ TEST_F(ToolCount, CoefficientsVectorsAndReferences)
     pReferences[2] = pReferences[3] = 1; // quadrants by their first blocks
     pReferences[8] = 15;
     pReferences[10] = -1;
+    int8_t* const pOfList1 = m_pFrame->mb_reference[1];
+    std::fill_n(pOfList1, 12 * 16, int8_t{-1});
+    pOfList1[16 * 8 + 10] = 0;
+    pOfList1[16 * 7 + 10] = 1; // a quadrant that list 0 is not used for
     const ToolCounts n = Count();
     EXPECT_EQ(Found(n), (std::map<std::string, int64_t>{{"pictures_b", 1},
                                                         {"slices", 3},
                                                         {"skip_p", 12},
                                                         {"with_coefficients", 3},
-                                                        {"with_fractional_vectors", 2}}));
+                                                        {"with_fractional_vectors", 2},
+                                                        {"from_list_1", 2},
+                                                        {"from_both_lists", 1}}));
     EXPECT_EQ(n.References[0], 48 - 3);
     EXPECT_EQ(n.References[1], 1);
     EXPECT_EQ(n.References[15], 1);
