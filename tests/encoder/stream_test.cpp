@@ -290,6 +290,30 @@ const StreamCase kOddDepths[] = {
                 p.rate_control_method = 0)};
 INSTANTIATE_TEST_SUITE_P(Odd, DeepStream, testing::ValuesIn(kOddDepths));
 
+// A still texture in which single samples differ by one: nothing of that is dropped without loss.
+class LosslessStream : public testing::TestWithParam<std::pair<int32_t, int32_t>>
+{
+};
+TEST_P(LosslessStream, KeepsSingleSamplesThatDifferByOne)
+{
+    H264EncoderParams p = SizedParams(48, 48);
+    LOSSLESS;
+    p.transform_8x8_mode = static_cast<uint8_t>(GetParam().first);
+    p.entropy_coding_mode = static_cast<uint8_t>(GetParam().second);
+    Driver d(p);
+    std::vector<Picture> Clip = MakeClip(Scene::Still, 48, 48, 5);
+    for (size_t i = 1; i < Clip.size();
+         ++i) // in a corner of each kind of block: of a macroblock, of a quadrant, of chroma
+        for (const size_t At : std::initializer_list<size_t>{47 * 48 + 47 - i, 24 * 48 + 23 + i,
+                                                             48 * 48 + 23 * 24 + 23 - i, 60 * 48 + 7 * 24 + 7})
+            Clip[i][At] ^= 1;
+    d.EncodeAll(Clip);
+    EXPECT_TRUE(d.Displayed() == Clip);
+    ExpectDecodesToReconstruction(d);
+}
+INSTANTIATE_TEST_SUITE_P(Tools, LosslessStream,
+                         testing::Values(std::pair{0, 1}, std::pair{1, 1}, std::pair{0, 0}, std::pair{1, 0}));
+
 // A vector that was found for one place is taken over by skipped macroblocks, far beyond the picture's edge.
 TEST(EncodedStreamEdges, VectorsCarriedBeyondThePadding)
 {

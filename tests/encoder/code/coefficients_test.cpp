@@ -61,4 +61,58 @@ TEST(Levels, AreListedAndPricedInScanOrder)
             }
 }
 
+// One level of an 8x8 block behind a run of zeros.
+int32_t CostBehind(int32_t Run, int Level = 1)
+{
+    int16_t Levels[64]{};
+    Levels[h264::kZigzag8x8[Run]] = static_cast<int16_t>(Level);
+    BlockLevels8x8<int16_t> List;
+    return ListLevels8x8(Levels, g_Zigzag, List);
+}
+
+TEST(Levels8x8, AreWorthLessTheFurtherTheyLie)
+{
+    for (int32_t Run = 0; Run < 64; ++Run)
+        EXPECT_EQ(CostBehind(Run), Run <= 3 ? 3 : Run <= 11 ? 2 : Run <= 23 ? 1 : 0) << Run;
+    for (const int Large : {2, -2}) EXPECT_EQ(CostBehind(63, Large), 9);
+    EXPECT_EQ(CostBehind(63, -1), 0);
+}
+
+TEST(Levels8x8, CountTheRunFromTheLevelBefore)
+{
+    int16_t Levels[64]{};
+    for (const int32_t Position : {3, 8, 20, 44}) Levels[h264::kZigzag8x8[Position]] = -1;
+    BlockLevels8x8<int16_t> List;
+    EXPECT_EQ(ListLevels8x8(Levels, g_Zigzag, List), 3 + 2 + 2 + 1);
+    ASSERT_EQ(List.Count, 4);
+    EXPECT_EQ(List.Position[3], 44);
+}
+
+TEST(Levels8x8, AreDroppedWhereTheyAreWorthNothing)
+{
+    EXPECT_FALSE(IsBlock8x8WorthCoding(CostBehind(24)));
+    EXPECT_TRUE(IsBlock8x8WorthCoding(CostBehind(23)));
+}
+
+// Position n of the block is position n / 4 of list n % 4.
+TEST(Levels8x8, AreFourListsInVariableLengthCodes)
+{
+    int16_t Levels[64]{};
+    for (int16_t i = 0; i < 64; ++i) Levels[h264::kZigzag8x8[i]] = static_cast<int16_t>(i % 3 ? i + 1 : 0);
+    BlockLevels8x8<int16_t> Block;
+    ListLevels8x8(Levels, g_Zigzag, Block);
+    BlockLevels<int16_t> Lists[4];
+    Interleave(Block, Lists);
+    for (int32_t List = 0; List < 4; ++List) {
+        size_t Next = 0;
+        for (int32_t i = 0; i < 16; ++i) {
+            const int32_t Place = 4 * i + List;
+            if (Place % 3 == 0) continue;
+            EXPECT_EQ(Lists[List].Position[Next], i);
+            EXPECT_EQ(Lists[List].Level[Next++], Place + 1);
+        }
+        EXPECT_EQ(Lists[List].Count, Next);
+    }
+}
+
 } // namespace

@@ -69,6 +69,22 @@ TEST_F(DecisionInB, BothListsAreNotPredictedWhereTheirPriceAloneIsTooHigh)
     EXPECT_TRUE(IsJoined(12));
 }
 
+// The derived motion is tested before anything is searched.
+TEST_F(DecisionInB, WhatIsAsGoodAsDerivedIsSkippedUnsearched)
+{
+    StartB(2);
+    m_Distance = [](const Compared&) { return 0; };
+    Mb().pSrcY = Mb().pSrcU; // as grey as the references
+    const Candidate Won = Decide();
+    EXPECT_EQ(Won.Type, MB_SKIP_B);
+    EXPECT_EQ(Won.Cost, 0);
+    EXPECT_EQ(Won.AtHand, BLOCKS_ALL);
+    EXPECT_TRUE(m_Seen.empty());
+    EXPECT_EQ(Motion().Direct, 15);
+    c.Job.Slices[0].Quant.IsLossless = true; // a skip would have to be exact, and is not asked for
+    EXPECT_EQ(Decide().Type, MB_DIRECT);
+}
+
 class QuadrantsOfB : public DecisionInB
 {
 protected:

@@ -333,6 +333,83 @@ TEST_F(SearchBeyondReach, UmbrellaFindsWhatTheWholeWindowHolds)
     EXPECT_TRUE(Whole.count({127, 0}));
 }
 
+// ---- Steps of the patterns where nothing improves --------------------------------------------------------------
+
+class SearchSteps : public SearchBeyondReach
+{
+protected:
+    static Points Inside(const Points& All, int Range)
+    {
+        Points In;
+        for (const auto& [x, y] : All)
+            if (std::abs(x) <= Range && std::abs(y) <= Range) In.emplace(x, y);
+        return In;
+    }
+    static Points Axes(int x, int y) { return {{-x, 0}, {x, 0}, {0, -y}, {0, y}}; }
+};
+
+TEST_F(SearchSteps, OfACrossLogHalveDownToASquare)
+{
+    Points Want{{0, 0}};
+    for (const int Step : {4, 2}) Want.merge(Axes(Step, Step));
+    Want.merge(Ring(1, 1));
+    EXPECT_EQ(Measured(SEARCH_CROSS_LOG, 8, 8), Want);
+    EXPECT_EQ(Measured(SEARCH_CROSS_LOG, 15, 15), Want);
+    Want.merge(Axes(8, 8));
+    EXPECT_EQ(Measured(SEARCH_CROSS_LOG, 16, 16), Want);
+    Want = {{0, 0}};
+    Want.merge(Ring(1, 1));
+    EXPECT_EQ(Measured(SEARCH_CROSS_LOG, 1, 1), Want); // a first step of 2 leads out of the window
+}
+
+TEST_F(SearchSteps, OfAHexagonLogBeginAtAQuarterOfBothSides)
+{
+    Points All{{0, 0}};
+    for (const int Step : {8, 4, 2, 1}) {
+        All.merge(Axes(2 * Step, 2 * Step));
+        All.merge(Points{{-Step, -Step}, {Step, -Step}, {Step, Step}, {-Step, Step}});
+    }
+    All.merge(Axes(1, 1));
+    EXPECT_EQ(Measured(SEARCH_HEXAGON_LOG, 8, 8), Inside(All, 8));
+}
+
+TEST_F(SearchSteps, OfACrossAreEverySecondPointButTheLast)
+{
+    Points Want;
+    for (const int i : {-8, -6, -4, -2, 0, 2, 4, 6}) Want.merge(Points{{i, 0}, {0, i}});
+    EXPECT_EQ(Measured(SEARCH_CROSS, 8, 8), Want);
+}
+
+TEST_F(SearchSteps, OfAnAxisBisectionHalveOnEachAxis)
+{
+    Points Want{{0, 0}};
+    for (const int Step : {8, 4, 2, 1}) Want.merge(Points{{-Step, 0}, {Step, 0}});
+    for (const int Step : {3, 1}) Want.merge(Points{{0, -Step}, {0, Step}});
+    EXPECT_EQ(Measured(SEARCH_AXIS_BISECTION, 8, 3), Want);
+}
+
+TEST_F(SearchSteps, OfTheWalkAreTheEightAround)
+{
+    Points Want{{0, 0}};
+    Want.merge(Ring(1, 1));
+    for (const int32_t Method : {6, 7, 330 & 15}) EXPECT_EQ(Measured(Method, 8, 8), Want) << Method;
+}
+
+TEST_F(SearchSteps, OfTheUmbrellaAreLinesASquareAndRings)
+{
+    Points Want;
+    for (const int i : {-8, -6, -4, -2, 0, 2, 4, 6}) Want.emplace(i, 0);
+    for (const int i : {-4, -2, 0, 2}) Want.emplace(0, i); // half of the range
+    for (int y = -2; y <= 2; ++y)
+        for (int x = -2; x <= 2; ++x) Want.emplace(x, y);
+    for (const int r : {1, 2}) // a quarter of the range
+        for (const auto& [x, y] : Points{{0, 4}, {2, 3}, {4, 2}, {4, 1}, {4, 0}})
+            for (const int Side : {-r, r}) Want.merge(Points{{Side * x, r * y}, {Side * x, -r * y}});
+    Want.merge(Points{{-1, -2}, {1, -2}, {2, 0}, {1, 2}, {-1, 2}, {-2, 0}}); // the hexagon and the four beside
+    Want.merge(Axes(1, 1));
+    EXPECT_EQ(Measured(SEARCH_UMBRELLA, 8, 8), Want);
+}
+
 TEST_F(Search, TheWindowIsCutToTheLimits)
 {
     m_p.mv_cost_table = &MVBitCost[0];
