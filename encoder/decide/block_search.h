@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Common/h264/chroma_geometry.h"
+#include "Common/h264/temporal_distance.h"
 #include "encoder/decide/intra_decision.h"
 #include "encoder/decide/motion_search.h"
 #include "encoder/state/current_macroblock.h"
@@ -98,6 +99,19 @@ template <class Sample>
         detail::FillChroma(mb, Ref, x, y, p);
 }
 
+namespace detail {
+
+// What a vector of a reference picture means for a macroblock of a B slice: its share of the way between the first
+// pictures of the lists, as if it led from one to the other.
+inline MotionVector ScaleTemporal(const BSliceFacts& b, int List, MotionVector v)
+{
+    const int32_t Factor = b.DistScale[0];
+    const MotionVector Scaled = Factor == kNotScaled ? v : h264::ScaleVector(Factor, v);
+    return List ? Scaled - v : Scaled;
+}
+
+} // namespace detail
+
 /// Vectors that a 16x16 search of a list starts from: the predictor, none, the neighbours, and what the reference
 /// picture did here.
 template <class Sample>
@@ -105,6 +119,10 @@ template <class Sample>
                                                    const Reference<Sample>& Ref, MEParams<Sample>& p)
 {
     const NeighbourMotion& Around = mb.Around.Motion[List];
+    const bool IsB = mb.pSlice->slice_type == h264::SLICE_B;
+    const auto AddTemporal = [&, IsB](MotionVector v) {
+        AddCandidate(p, WholeSamples(IsB ? detail::ScaleTemporal(mb.pSlice->B, List, v) : v));
+    };
     p.candidate_count = 0;
     AddCandidate(p, WholeSamples(p.pred_mv));
     AddCandidate(p, {0, 0});
@@ -114,9 +132,9 @@ template <class Sample>
     if (Around.pTopRightOfPicture) AddCandidate(p, WholeSamples(*Around.pTopRightOfPicture));
     const MotionVector* const pReference = Ref.pVectors[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
     // A row of macroblocks has as many vectors as there are samples in a line: 16 for each macroblock.
-    if (16 * mb.mb_y + 16 < Ref.View.Height) AddCandidate(p, WholeSamples(pReference[Ref.View.Width]));
-    if (16 * mb.mb_x + 16 < Ref.View.Width) AddCandidate(p, WholeSamples(pReference[16]));
-    AddCandidate(p, WholeSamples(*pReference));
+    if (16 * mb.mb_y + 16 < Ref.View.Height) AddTemporal(pReference[Ref.View.Width]);
+    if (16 * mb.mb_x + 16 < Ref.View.Width) AddTemporal(pReference[16]);
+    AddTemporal(*pReference);
 }
 
 /// Both stages of a search that is filled: the refinement where what was found, named for Price, is not good enough.

@@ -99,6 +99,18 @@ TEST_F(SearchCandidates, OfList1AreItsOwnNeighbours)
               (std::vector<MotionVector>{Near(1, 1), Near(1, 3), Near(1, 0), Near(1, 2)}));
 }
 
+TEST_F(SearchCandidates, OfTheReferenceAreScaledInABSlice)
+{
+    Start(2);
+    const auto& s = c.Job.Slices[0].Facts;
+    ASSERT_EQ(s.slice_type, h264::SLICE_B);
+    // A third of the way between the references.
+    ASSERT_EQ(s.B.DistScale[0], 85);
+    m_OfReference.assign(m_OfReference.size(), MotionVector{-48, 96});
+    EXPECT_EQ(Of(0, {4, 4}).back(), (MotionVector{-4, 8}));  // (-48 * 85 + 128) >> 8 = -16
+    EXPECT_EQ(Of(1, {4, 4}).back(), (MotionVector{8, -16})); // -16 less -48, 32 less 96
+}
+
 TEST(SearchMethods, OfPartsAreTheWalkUnlessAllPointsAreSearched)
 {
     UMC::H264EncoderParams p;
