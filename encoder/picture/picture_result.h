@@ -16,7 +16,7 @@ struct PictureSets {
     int32_t idr_pic_id;
 };
 
-/// EncodePicture makes it, CommitPicture takes it over into the sequence; without that nothing is left of the attempt.
+/// What an attempt to code a picture made. Nothing of it lasts before CodeFrame takes it over into the sequence.
 struct PictureResult {
     UMC::Status Status;
     PictureSets Sets;

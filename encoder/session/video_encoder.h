@@ -39,7 +39,7 @@ public:
     /// @param pOutput  receives the access unit behind its valid data, the picture's time and its type (1 I, 2 P, 3 B)
     /// @return StatusOk, also when a picture is held back and nothing is written; StatusEndOfSegment with nothing left
     ///         to deliver; StatusInvalidParams for an input that is no picture; StatusNotEnoughData for a P or B
-    ///         picture without a reference; StatusUnsupported for any other B picture; StatusAllocFailed;
+    ///         picture without a reference; StatusUnsupported for a negative coding_type; StatusAllocFailed;
     ///         StatusNotEnoughBuffer when the unit does not fit; StatusNotInitialized; StatusNullPointer without an
     ///         output. With any of them nothing is written, the picture is dropped and the stream goes on with the next
     Status GetFrame(MediaData* pInput, MediaData* pOutput) override;
