@@ -1,12 +1,12 @@
 #!/bin/bash
-# Fuzzes the decoder: scripts/fuzz.sh [MINUTES [TARGET...]]; 15 minutes for each of all targets by default. One process at
+# Fuzzes the codec: scripts/fuzz.sh [MINUTES [TARGET...]]; 15 minutes for each of all targets by default. One process at
 # a time. What it finds lies under build/fuzz/findings; the corpus that it grows stays under build/fuzz for the next run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 minutes=${1:-15}
 shift || true
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(decoder_fuzz splitter_fuzz parameter_sets_fuzz slice_header_fuzz)
+[ ${#targets[@]} -gt 0 ] || targets=(decoder_fuzz encoder_fuzz splitter_fuzz parameter_sets_fuzz slice_header_fuzz)
 
 [ -f build/fuzz/build.ninja ] || cmake --preset fuzz > /dev/null
 ninja -C build/fuzz written_streams "${targets[@]}"

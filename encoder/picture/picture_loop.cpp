@@ -66,6 +66,14 @@ private:
     bool m_HasOverflowed = false;
 };
 
+// What the rate control wants, which goes by the deepest samples there are, as far as luma of a depth has that QP: from
+// -QpBdOffsetY on.
+template <class Sample>
+int32_t FollowedQp(const SequenceState<Sample>& Sequence, int32_t FrameType, int32_t BitDepth)
+{
+    return std::max(Sequence.Rate.GetQP(FrameType), -6 * (BitDepth - 8));
+}
+
 // Those of the sequence, made anew for its first picture; each IDR picture has the next number.
 template <class Sample>
 PictureSets SetsOf(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, bool IsIdr)
@@ -76,7 +84,9 @@ PictureSets SetsOf(const EncoderSettings& Settings, const SequenceState<Sample>&
     if (Sequence.frames_encoded != 0) return Sets;
     const bool IsConstant = Settings.Params.rate_control_method == RATE_CONTROL_CONSTANT_QP;
     Sets.Sps = MakeSeqParams(Settings.Params);
-    Sets.Pps = MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p : Sequence.Rate.GetQP(FRAME_I));
+    Sets.Pps =
+        MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p
+                                                  : FollowedQp(Sequence, FRAME_I, Settings.Params.bit_depth_luma));
     return Sets;
 }
 
@@ -102,7 +112,10 @@ int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample
     const int32_t Type = Job.pCurrent->frame_type;
     switch (Settings.Params.rate_control_method) {
     case RATE_CONTROL_SHORT_WINDOWS:
-    case RATE_CONTROL_LONG_WINDOWS: return Sequence.Rate.GetQP(Type) - Init;
+    case RATE_CONTROL_LONG_WINDOWS:
+        return FollowedQp(Sequence, Type,
+                          Job.IsAuxiliary ? Settings.Params.bit_depth_aux : Settings.Params.bit_depth_luma) -
+               Init;
     case RATE_CONTROL_CONSTANT_QP:
         return (Type == FRAME_I   ? Settings.Params.quant_i
                 : Type == FRAME_B ? Settings.Params.quant_b

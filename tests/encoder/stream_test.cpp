@@ -286,6 +286,9 @@ const StreamCase kOddDepths[] = {
     STREAM(Chroma10, 96, 80, Pan, 5, DEPTHS(1, 8, 10); CONSTANT(22, 22)),
     STREAM(Luma12Chroma9Of422, 96, 80, Mixed, 5, DEPTHS(2, 12, 9); p.transform_8x8_mode = 1; CONSTANT(18, 18)),
     STREAM(Luma8Chroma12, 96, 80, Pan, 5, DEPTHS(1, 8, 12); p.analysis_level = 1; CONSTANT(30, 30)),
+    // The rate would have QPs below the least of 8 and 9 bits.
+    STREAM(Luma8Chroma10AtAHighRate, 96, 80, Pan, 5, DEPTHS(1, 8, 10); p.m_Info.m_Bitrate = 50000000),
+    STREAM(Luma9Chroma12AtAHighRate, 96, 80, Pan, 5, DEPTHS(1, 9, 12); p.m_Info.m_Bitrate = 50000000),
     STREAM_WITH("pcm", GuardedNoise, 96, 80, Noise, 3, DEPTHS(1, 11, 9); p.entropy_coding_mode = 0;
                 p.rate_control_method = 0)};
 INSTANTIATE_TEST_SUITE_P(Odd, DeepStream, testing::ValuesIn(kOddDepths));

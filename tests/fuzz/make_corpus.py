@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Makes the corpora of the fuzz targets from the streams of written_streams and from small ones that x264 encodes.
+"""Makes the corpora of the fuzz targets from the streams of written_streams and from small ones that x264 encodes, and
+the encoder's by dice.
 
 usage: make_corpus.py STREAMS_FOLDER CORPUS_FOLDER     (a folder for each target is made in the latter)
 """
 import os
+import random
 import sys
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -13,6 +15,7 @@ from nal_units import annex_b, split, unescaped  # noqa: E402
 from oracle import run  # noqa: E402
 
 SOURCE_SIZE, FRAMES = (32, 32), 4
+SETTINGS = 300
 ENCODED = {
     "baseline": "--profile baseline --ref 2",
     "cavlc_b": "--profile main --no-cabac --bframes 1 --b-adapt 0 --direct temporal",
@@ -65,6 +68,13 @@ def samples(units, length_size):
     return b"".join(len(piece).to_bytes(2, "big") + piece for piece in pieces)
 
 
+def settings():
+    """Choices of encoder_fuzz: half of the bytes leave a field as it is, hardly one makes it anything at all."""
+    dice = random.Random(12)
+    for _ in range(SETTINGS):
+        yield bytes(dice.choice((0, dice.randrange(240), dice.randrange(240), dice.randrange(256))) for _ in range(120))
+
+
 def main():
     streams, corpus = sys.argv[1:3]
     units_of = {}
@@ -85,6 +95,8 @@ def main():
         slices = [unit for unit in units if unit[0] & 31 in (1, 5)]
         for i, unit in enumerate(slices[:3]):
             write(os.path.join(corpus, "slice_header_fuzz"), f"{name}_{i}", SHORT_SETS[(number + i) % 4] + unescaped(unit)[:40])
+    for number, choices in enumerate(settings()):
+        write(os.path.join(corpus, "encoder_fuzz"), str(number), choices)
     print(f"{len(units_of)} streams")
 
 

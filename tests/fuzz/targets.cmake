@@ -26,6 +26,6 @@ function(quilvex_fuzz_target name)
     target_link_libraries(${name} PRIVATE quilvex_core)
 endfunction()
 
-foreach(target decoder splitter parameter_sets slice_header)
+foreach(target decoder encoder splitter parameter_sets slice_header)
     quilvex_fuzz_target(${target}_fuzz)
 endforeach()
