@@ -66,13 +66,8 @@ private:
     bool m_HasOverflowed = false;
 };
 
-// What the rate control wants, which goes by the deepest samples there are, as far as luma of a depth has that QP: from
-// -QpBdOffsetY on.
-template <class Sample>
-int32_t FollowedQp(const SequenceState<Sample>& Sequence, int32_t FrameType, int32_t BitDepth)
-{
-    return std::max(Sequence.Rate.GetQP(FrameType), -6 * (BitDepth - 8));
-}
+// The finest QP of luma: -QpBdOffsetY. The rate control goes by the deepest samples there are and may want finer ones.
+int32_t FinestQp(int32_t BitDepthLuma) { return -6 * (BitDepthLuma - 8); }
 
 // Those of the sequence, made anew for its first picture; each IDR picture has the next number.
 template <class Sample>
@@ -82,11 +77,10 @@ PictureSets SetsOf(const EncoderSettings& Settings, const SequenceState<Sample>&
     if (!IsIdr) return Sets;
     Sets.idr_pic_id = (Sequence.idr_pic_id + 1) % 16;
     if (Sequence.frames_encoded != 0) return Sets;
-    const bool IsConstant = Settings.Params.rate_control_method == RATE_CONTROL_CONSTANT_QP;
-    Sets.Sps = MakeSeqParams(Settings.Params);
-    Sets.Pps =
-        MakePicParams(Settings.Params, IsConstant ? Settings.Params.quant_p
-                                                  : FollowedQp(Sequence, FRAME_I, Settings.Params.bit_depth_luma));
+    const UMC::H264EncoderParams& p = Settings.Params;
+    const int32_t Qp = p.rate_control_method == RATE_CONTROL_CONSTANT_QP ? p.quant_p : Sequence.Rate.GetQP(FRAME_I);
+    Sets.Sps = MakeSeqParams(p);
+    Sets.Pps = MakePicParams(p, std::max(Qp, FinestQp(p.bit_depth_luma)));
     return Sets;
 }
 
@@ -104,24 +98,18 @@ void WriteParameterSets(const PictureSets& Sets, CH264pBs<Sample, typename Codec
     Packer.Append(Writer, 1, h264::NAL_PIC_PARAM_SET);
 }
 
-// slice_qp_delta of all slices of the picture, against pic_init_qp.
+// The QP of all slices of the picture; the first one without a rate to follow.
 template <class Sample>
-int32_t SliceQpDelta(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
-                     const PictureJob<Sample>& Job, int32_t Init)
+int32_t SliceQp(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, int32_t FrameType,
+                int32_t PicInitQp)
 {
-    const int32_t Type = Job.pCurrent->frame_type;
-    switch (Settings.Params.rate_control_method) {
+    const UMC::H264EncoderParams& p = Settings.Params;
+    switch (p.rate_control_method) {
     case RATE_CONTROL_SHORT_WINDOWS:
-    case RATE_CONTROL_LONG_WINDOWS:
-        return FollowedQp(Sequence, Type,
-                          Job.IsAuxiliary ? Settings.Params.bit_depth_aux : Settings.Params.bit_depth_luma) -
-               Init;
+    case RATE_CONTROL_LONG_WINDOWS: return Sequence.Rate.GetQP(FrameType);
     case RATE_CONTROL_CONSTANT_QP:
-        return (Type == FRAME_I   ? Settings.Params.quant_i
-                : Type == FRAME_B ? Settings.Params.quant_b
-                                  : Settings.Params.quant_p) -
-               Init;
-    default: return Job.Slices[0].Facts.slice_qp_delta;
+        return FrameType == FRAME_I ? p.quant_i : FrameType == FRAME_B ? p.quant_b : p.quant_p;
+    default: return PicInitQp;
     }
 }
 
@@ -129,7 +117,10 @@ template <class Sample>
 void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, const PictureSets& Sets,
                     PictureJob<Sample>& Job)
 {
-    const int32_t QpDelta = SliceQpDelta(Settings, Sequence, Job, Sets.Pps.pic_init_qp);
+    const int32_t Depth = Job.IsAuxiliary ? Settings.Params.bit_depth_aux : Settings.Params.bit_depth_luma;
+    const int32_t Init = Sets.Pps.pic_init_qp;
+    const int32_t Qp = SliceQp(Settings, Sequence, Job.pCurrent->frame_type, Init);
+    const int32_t QpDelta = std::max(Qp, FinestQp(Depth)) - Init;
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)];
         s.Facts.slice_qp_delta = QpDelta;
