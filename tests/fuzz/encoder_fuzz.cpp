@@ -125,13 +125,13 @@ public:
     }
     UMC::Status Turn(UMC::H264VideoEncoder& Encoder, bool IsFlush, Choices& c)
     {
-        const int32_t Seed = c.Byte(), Room = c.Byte();
+        const size_t Seed = c.Byte(), Room = c.Byte();
         for (size_t i = 0; i < m_Pixels.size(); ++i)
             m_Pixels[i] = static_cast<uint8_t>(Seed < 128 ? Seed + i / 16 : (i + 1) * (i ^ 0x55) * Seed >> 4);
         m_Input.SetBufferPointer(m_Pixels.data(), m_Pixels.size());
         m_Input.SetFrameType(c.Byte() % 8 == 1 ? c.Byte() % 4 : 0);
         // Few of them leave less room than a picture takes. What lies behind the room is somebody else's.
-        std::vector<uint8_t> Buffer(Room >= 250 ? static_cast<size_t>(Room - 250) * 40 : m_Room);
+        std::vector<uint8_t> Buffer(Room >= 250 ? (Room - 250) * 40 : m_Room);
         UMC::MediaData Output;
         Output.SetBufferPointer(Buffer.data(), Buffer.size());
         const UMC::Status s = Encoder.GetFrame(IsFlush ? nullptr : &m_Input, &Output);
