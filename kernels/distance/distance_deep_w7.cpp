@@ -3,6 +3,7 @@
 #include <initializer_list>
 
 #include "kernels/distance/distance.h"
+#include "kernels/distance/hadamard_4x4.h"
 
 namespace kernels {
 
@@ -16,7 +17,6 @@ __m128i Load4(const uint16_t* p) { return _mm_loadl_epi64(reinterpret_cast<const
 // Two rows of 4 samples; the step counts samples.
 __m128i Load4x2(const uint16_t* p, ptrdiff_t Step) { return _mm_unpacklo_epi64(Load4(p), Load4(p + Step)); }
 
-__m128i Magnitude(__m128i v) { return _mm_max_epi16(v, _mm_sub_epi16(_mm_setzero_si128(), v)); }
 __m128i Distance(__m128i a, __m128i b) { return Magnitude(_mm_sub_epi16(a, b)); }
 
 // Words in pairs, Times over.
@@ -79,29 +79,13 @@ int32_t Sad(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t S
 
 // ---- Hadamard transforms -----------------------------------------------------------------------------------
 
-// The transform of 4x4 differences, two blocks side by side: down, then across after a turn. The last step needs no
-// coefficients: |x + y| + |x - y| = 2 max(|x|, |y|). A value is at most 4 * 4095 after the way down and twice that
-// before the last step.
 static_assert(8 * kMostDifference <= INT16_MAX);
-
-__m128i LargerMagnitude(__m128i a, __m128i b) { return _mm_max_epi16(Magnitude(a), Magnitude(b)); }
 
 // The sum of magnitudes of both blocks, spread over 4 values.
 __m128i Magnitudes(const __m128i Row[4])
 {
-    const __m128i s01 = _mm_add_epi16(Row[0], Row[1]), d01 = _mm_sub_epi16(Row[0], Row[1]);
-    const __m128i s23 = _mm_add_epi16(Row[2], Row[3]), d23 = _mm_sub_epi16(Row[2], Row[3]);
-    const __m128i m0 = _mm_add_epi16(s01, s23), m1 = _mm_sub_epi16(s01, s23);
-    const __m128i m2 = _mm_add_epi16(d01, d23), m3 = _mm_sub_epi16(d01, d23);
-    const __m128i a0 = _mm_unpacklo_epi16(m0, m1), a1 = _mm_unpacklo_epi16(m2, m3); // the left block
-    const __m128i b0 = _mm_unpackhi_epi16(m0, m1), b1 = _mm_unpackhi_epi16(m2, m3); // the right block
-    const __m128i a01 = _mm_unpacklo_epi32(a0, a1), a23 = _mm_unpackhi_epi32(a0, a1);
-    const __m128i b01 = _mm_unpacklo_epi32(b0, b1), b23 = _mm_unpackhi_epi32(b0, b1);
-    const __m128i c0 = _mm_unpacklo_epi64(a01, b01), c1 = _mm_unpackhi_epi64(a01, b01);
-    const __m128i c2 = _mm_unpacklo_epi64(a23, b23), c3 = _mm_unpackhi_epi64(a23, b23);
-    const __m128i Sums = LargerMagnitude(_mm_add_epi16(c0, c1), _mm_add_epi16(c2, c3));
-    const __m128i Differences = LargerMagnitude(_mm_sub_epi16(c0, c1), _mm_sub_epi16(c2, c3));
-    return _mm_add_epi32(Widened<2>(Sums), Widened<2>(Differences));
+    const HalvedMagnitudes4x4 m = HadamardMagnitudes4x4(Row);
+    return _mm_add_epi32(Widened<2>(m.OfSums), Widened<2>(m.OfDifferences));
 }
 
 __m128i Magnitudes8x4(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff_t StepB)
