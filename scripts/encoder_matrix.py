@@ -102,14 +102,14 @@ def without_alpha(pictures, picture, luma):
     return b"".join(pictures[i:i + picture] for i in range(0, len(pictures), picture + luma))
 
 
-def ffmpeg_pictures(stream, output, luma_only=False, skip_filter=False):
+def ffmpeg_pictures(stream, output, luma_only=False, skip_filter=False, flags="unaligned"):
     """What ffmpeg decodes, in the stream's own format; any message is a fault."""
     # cpuflags: its vector code for weights of deep samples gives other pictures than its plain code.
     # setts: field pictures would share a time stamp.
     skipped = ["-skip_loop_filter", "noref"] if skip_filter else []
     filters = ["-vf", "extractplanes=y"] if luma_only else []
     # strict: it waits for as many pictures as the level allows before it shows one, and so never in the wrong order
-    done = run("ffmpeg", "-nostdin", "-y", "-v", "error", "-strict", "strict", "-flags", "unaligned", "-threads", 1,
+    done = run("ffmpeg", "-nostdin", "-y", "-v", "error", "-strict", "strict", "-flags", flags, "-threads", 1,
                "-cpuflags", 0, *skipped, "-f", "h264", "-i", stream, *filters, "-fps_mode", "passthrough",
                "-bsf:v", "setts=ts=N", "-f", "rawvideo", output)
     if done.returncode or done.stderr:
