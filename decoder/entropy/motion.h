@@ -22,15 +22,13 @@ inline h264::MotionNeighbours FindMotionNeighbours(const MotionCache& Cache, int
     return {At(Pos - 1), At(Pos - kCacheStride), At(HasC ? Right : AboveLeft)};
 }
 
-// Makes motion of a neighbouring macroblock what it looks like from the one in hand: that of a field macroblock counts
-// in fields and that of a frame macroblock in frames (clause 8.4.1.3.2).
+// Makes motion of a neighbouring macroblock what it looks like from the one in hand.
 template <class Index>
 inline void SeeFrom(const MbState& Mb, const MbGlobalInfo& Neighbour, h264::MotionVector& Mv, Index& RefIdx)
 {
     const bool IsField = IsFieldMb(Mb);
     if (RefIdx < 0 || IsFieldMb(Neighbour) == IsField) return;
-    Mv.y = static_cast<int16_t>(IsField ? Mv.y / 2 : Mv.y * 2);
-    RefIdx = static_cast<Index>(IsField ? RefIdx * 2 : RefIdx / 2);
+    h264::SeeAcrossKinds(IsField, Mv, RefIdx);
 }
 
 // Where motion around the whole macroblock stands in the records' arrays: -1 for what is not there.

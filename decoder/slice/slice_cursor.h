@@ -190,8 +190,10 @@ private:
 inline void SliceCursor::FindPair(int32_t Number, int32_t X, int32_t Y)
 {
     const MbGlobalInfo* const pGlobal = Slice.Records.pGlobal;
-    Mb.Pairs.Find(Number, X, Y, Slice.Picture.MbWidth, pGlobal,
-                  [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; });
+    Mb.Pairs.Find(
+        Number, X, Y, Slice.Picture.MbWidth,
+        [&](int32_t Neighbour) { return pGlobal[Neighbour].SliceId == Slice.SliceId; },
+        [&](int32_t Neighbour) { return IsFieldMb(pGlobal[Neighbour]); });
 }
 
 // Two macroblocks may lie to the left of one in an MBAFF frame, and reference indices of field macroblocks count twice

@@ -23,11 +23,13 @@ public:
     {
     }
 
-    void Skip(bool IsSkip, bool IsB)
+    void Skip(bool IsSkip, bool IsB) { SkipBeside(IsSkip, IsB, m_Around.LeftType, m_Around.TopType); }
+    /// Beside macroblocks of these types: in a frame of pairs they may be others than those of the rest of the syntax.
+    void SkipBeside(bool IsSkip, bool IsB, uint8_t LeftType, uint8_t TopType)
     {
         const uint32_t First = IsB ? Offset::kSkipB : Offset::kSkipP;
         const MacroblockType Skipped = IsB ? MB_SKIP_B : MB_SKIP_P;
-        Bin(First + Differs(m_Around.LeftType, Skipped) + Differs(m_Around.TopType, Skipped), IsSkip);
+        Bin(First + Differs(LeftType, Skipped) + Differs(TopType, Skipped), IsSkip);
     }
     /// mb_field_decoding_flag. @param Context  pairs of field macroblocks to the left and above: 0..2
     void FieldFlag(bool IsField, uint32_t Context) { Bin(Offset::kFieldDecoding + Context, IsField); }

@@ -35,6 +35,7 @@ public:
         else
             m_Coder.PutSkipRun();
     }
+    void SkipBeside(bool IsSkip, bool IsB, uint8_t, uint8_t) { Skip(IsSkip, IsB); }
     /// mb_field_decoding_flag
     void FieldFlag(bool IsField, uint32_t) { Bits().PutBit(IsField); }
     void MbTypeI(uint32_t Type) { Bits().PutUE(Type); }

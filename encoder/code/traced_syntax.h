@@ -21,6 +21,11 @@ public:
         h264::trace::Element("mb_skip_flag", IsSkip);
         Policy::Skip(IsSkip, IsB);
     }
+    void SkipBeside(bool IsSkip, bool IsB, uint8_t LeftType, uint8_t TopType)
+    {
+        h264::trace::Element("mb_skip_flag", IsSkip);
+        Policy::SkipBeside(IsSkip, IsB, LeftType, TopType);
+    }
     void FieldFlag(bool IsField, uint32_t Context)
     {
         h264::trace::Element("mb_field_decoding_flag", IsField);

@@ -16,15 +16,30 @@ constexpr int32_t kFurthestDerived = 4 * 2 * kFurthestVector; // quarter samples
 struct ColBlock {
     int32_t List, Ref; // Ref below 0: it is intra
     MotionVector Vector;
+    bool IsField; // frames of pairs: of a field macroblock, whose reference counts fields and whose vector their lines
 };
+
+// Where a block lies in the tables of a frame of pairs (Tables 8-6 and 8-8): a corner block of a quadrant. The vertical
+// halves of a field macroblock lie in a frame macroblock each, those of a frame macroblock share half a field
+// macroblock.
+template <class Sample>
+ptrdiff_t FindInPair(const CurrentMacroblock<Sample>& mb, int32_t Raster, bool ColIsField)
+{
+    const bool IsField = mb.pSlice->IsField;
+    const int32_t First = mb.mb_index & ~1, Second = mb.mb_index & 1, Column = Raster & 3, Half = Raster / 8;
+    if (ColIsField == IsField) return ptrdiff_t{mb.mb_index} * 16 + Raster;
+    if (IsField) return ptrdiff_t{First + Half} * 16 + Half * 8 + Column;
+    return ptrdiff_t{First + mb.pSlice->B.ColField} * 16 + (Second * 2 + Half) * 4 + Column;
+}
 
 template <class Sample>
 ColBlock FindColBlock(const CurrentMacroblock<Sample>& mb, int32_t Raster)
 {
     const Reference<Sample>& Col = mb.pSlice->ref_pic_lists.Pictures[1][0];
-    const ptrdiff_t i = ptrdiff_t{mb.mb_index} * 16 + Raster;
+    const bool IsField = (Col.pGlobal[mb.mb_index].Flags & kFlagField) != 0;
+    const ptrdiff_t i = mb.pSlice->IsAdaptive ? FindInPair(mb, Raster, IsField) : ptrdiff_t{mb.mb_index} * 16 + Raster;
     const int32_t List = Col.pReferences[0][i] >= 0 ? 0 : 1;
-    return {List, Col.pReferences[List][i], Col.pVectors[List][i]};
+    return {List, Col.pReferences[List][i], Col.pVectors[List][i], IsField};
 }
 
 // colZeroFlag of clause 8.4.1.2.2; all references are short-term.
@@ -58,14 +73,26 @@ PartMotion SpatialOf(const CurrentMacroblock<Sample>& mb, const PartMotion& Whol
     return m;
 }
 
+// The index in list 0 of what a co-located block refers to. In frames of pairs a field macroblock takes the field of a
+// frame that has its own parity, or, from a field, that which was referred to.
+template <class Sample>
+int32_t RefOfCol(const SliceFacts<Sample>& s, const ColBlock& Col)
+{
+    const bool CountsFields = s.IsAdaptive && Col.IsField;
+    const int32_t Ref = s.B.RefOfCol[Col.List][CountsFields ? Col.Ref / 2 : Col.Ref];
+    if (Ref < 0 || !s.IsAdaptive || !s.IsField) return Ref;
+    return 2 * Ref + (CountsFields ? Col.Ref & 1 : 0);
+}
+
 // Clause 8.4.1.2.3. Ref[0] is kRefNone for a reference that is gone.
 template <class Sample>
 PartMotion TemporalOf(const CurrentMacroblock<Sample>& mb, int32_t Raster)
 {
     const BSliceFacts& B = mb.pSlice->B;
-    const ColBlock Col = FindColBlock(mb, Raster);
+    ColBlock Col = FindColBlock(mb, Raster);
     if (Col.Ref < 0) return {{0, 0}, {{0, 0}, {0, 0}}};
-    const int32_t Ref = B.RefOfCol[Col.List][Col.Ref];
+    const int32_t Ref = RefOfCol(*mb.pSlice, Col);
+    if (Col.IsField != mb.pSlice->IsField) h264::SeeAcrossKinds(mb.pSlice->IsField, Col.Vector, Col.Ref);
     if (Ref < 0) return {{h264::kRefNone, 0}, {{0, 0}, {0, 0}}};
     if (B.DistScale[Ref] == kNotScaled) return {{Ref, 0}, {Col.Vector, {0, 0}}};
     const MotionVector v = h264::ScaleVector(B.DistScale[Ref], Col.Vector);

@@ -76,11 +76,23 @@ SkipTest CheckSkipB(const Candidate& Direct, const CurrentMacroblock<Sample>& mb
     return {!SkipLeavesChroma(mb, t.PredUV, w), BLOCKS_ALL};
 }
 
+template <class Sample>
+void Unskip(const CurrentMacroblock<Sample>& mb, Candidate& c)
+{
+    if (c.Type == MB_SKIP_B) {
+        c.Type = MB_DIRECT;
+        return;
+    }
+    c.Type = MB_INTER16X16;
+    c.Difference = c.Vector - h264::PredictMedian(mb.Around.Motion[0].Of16x16(), 0);
+}
+
 #define INSTANTIATE(Sample)                                                                                            \
     template SkipTest CheckSkipP(const CurrentMacroblock<Sample>&, WorkArea<Sample>&, InterTrial<Sample>&,             \
                                  MotionVector, MotionVector);                                                          \
     template SkipTest CheckSkipB(const Candidate&, const CurrentMacroblock<Sample>&, WorkArea<Sample>&,                \
-                                 InterTrial<Sample>&);
+                                 InterTrial<Sample>&);                                                                 \
+    template void Unskip(const CurrentMacroblock<Sample>&, Candidate&);
 INSTANTIATE(uint8_t)
 INSTANTIATE(uint16_t)
 #undef INSTANTIATE

@@ -24,4 +24,8 @@ template <class Sample>
 SkipTest CheckSkipB(const Candidate& Direct, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                     InterTrial<Sample>& t);
 
+/// Makes a skipped macroblock one that says its motion, and no more than levels that are worth their bits.
+template <class Sample>
+void Unskip(const CurrentMacroblock<Sample>& mb, Candidate& c);
+
 } // namespace UMC_H264_ENCODER

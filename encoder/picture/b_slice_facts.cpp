@@ -4,6 +4,7 @@
 #include "Common/h264/temporal_distance.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace UMC_H264_ENCODER {
 
@@ -22,25 +23,36 @@ int8_t FindInList0(const SliceFacts<Sample>& s, int32_t Id)
 } // namespace
 
 template <class Sample>
-void DeriveBSliceFacts(bool HasImplicitWeights, const PictureJob<Sample>& Job, SliceFacts<Sample>& s)
+void DeriveDistances(int32_t Poc, SliceFacts<Sample>& s)
 {
-    const int32_t Poc = Job.Poc();
     const Reference<Sample>* const pLists[2]{s.ref_pic_lists.Pictures[0], s.ref_pic_lists.Pictures[1]};
-    s.B.HasImplicitWeights = HasImplicitWeights;
     for (int32_t i = 0; i < s.num_ref_idx_l0; ++i) {
         const int32_t Poc0 = pLists[0][i].Poc, Poc1 = pLists[1][0].Poc;
         s.B.DistScale[i] = Poc0 == Poc1 ? kNotScaled : h264::DistScaleFactor(Poc, Poc0, Poc1);
         for (int32_t j = 0; j < s.num_ref_idx_l1; ++j)
             s.B.ImplicitWeight[i][j] =
-                HasImplicitWeights ? h264::ImplicitWeight(Poc, Poc0, pLists[1][j].Poc) : h264::kEvenWeight;
+                s.B.HasImplicitWeights ? h264::ImplicitWeight(Poc, Poc0, pLists[1][j].Poc) : h264::kEvenWeight;
     }
-    const auto* const pColIds = pLists[1][0].pIds;
-    for (int List = 0; List < 2; ++List)
-        for (int i = 0; i < kMaxReferences; ++i)
-            s.B.RefOfCol[List][i] = pColIds ? FindInList0(s, pColIds[List][i]) : h264::kRefNone;
 }
 
-template void DeriveBSliceFacts(bool, const PictureJob<uint8_t>&, SliceFacts<uint8_t>&);
-template void DeriveBSliceFacts(bool, const PictureJob<uint16_t>&, SliceFacts<uint16_t>&);
+template <class Sample>
+void DeriveBSliceFacts(bool HasImplicitWeights, int32_t Poc, SliceFacts<Sample>& s)
+{
+    const Reference<Sample>& Col = s.ref_pic_lists.Pictures[1][0];
+    const auto Distance = [&](int Field) { return std::abs(int64_t{Col.pFrame->poc[Field]} - Poc); };
+    s.B.HasImplicitWeights = HasImplicitWeights;
+    DeriveDistances(Poc, s);
+    s.B.ColField = Col.pFrame && Distance(0) >= Distance(1);
+    for (int List = 0; List < 2; ++List)
+        for (int i = 0; i < kMaxReferences; ++i)
+            s.B.RefOfCol[List][i] = Col.pIds ? FindInList0(s, Col.pIds[List][i]) : h264::kRefNone;
+}
+
+#define INSTANTIATE(Sample)                                                                                            \
+    template void DeriveDistances(int32_t, SliceFacts<Sample>&);                                                       \
+    template void DeriveBSliceFacts(bool, int32_t, SliceFacts<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

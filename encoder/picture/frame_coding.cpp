@@ -34,7 +34,7 @@ PictureResult Attempt(const EncoderSettings& Settings, SequenceState<Sample>& Se
                       H264EncoderFrame<Sample>& Frame, int32_t PictureClass, UMC::MediaData& Output)
 {
     static constexpr PictureStructure kFrame[]{STRUCTURE_FRAME}, kFields[]{STRUCTURE_TOP, STRUCTURE_BOTTOM};
-    const bool InFields = Settings.Params.coding_type == 1;
+    const bool InFields = Settings.Params.coding_type == CODING_FIELDS;
     PictureResult Result = BeginResult(Settings, Sequence, PictureClass, Output);
     for (int i = 0; i < (InFields ? 2 : 1) && Result.Status == UMC::StatusOk; ++i) {
         const int32_t Class = i > 0 && PictureClass == CLASS_IDR ? CLASS_REFERENCE : PictureClass;

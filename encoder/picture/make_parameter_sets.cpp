@@ -1,6 +1,7 @@
 #include "encoder/picture/make_parameter_sets.h"
 
 #include "Common/h264/chroma_geometry.h"
+#include "encoder/state/encoder_types.h"
 #include "encoder/state/frame_layout.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@ int32_t PocLsbBits(int32_t NumBFrames, int32_t BRefMode, int32_t NumRefFrames)
 
 SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& p)
 {
-    const bool FramesOnly = p.coding_type == 0;
+    const bool FramesOnly = p.coding_type == CODING_FRAMES;
     const int32_t Width = p.m_Info.m_Width, Height = p.m_Info.m_Height;
     const auto Rows = static_cast<int32_t>(CodedRows(Height, FramesOnly));
 
@@ -35,7 +36,7 @@ SeqParamSet MakeSeqParams(const UMC::H264EncoderParams& p)
     s.pic_width_in_mbs = (Width + 15) / 16;
     s.pic_height_in_map_units = Rows / (FramesOnly ? 16 : 32);
     s.frame_mbs_only_flag = FramesOnly;
-    s.mb_adaptive_frame_field_flag = p.coding_type == 2;
+    s.mb_adaptive_frame_field_flag = p.coding_type == CODING_ADAPTIVE;
     s.direct_8x8_inference_flag = p.direct_8x8_inference != 0 || !FramesOnly;
     const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[p.chroma_format_idc & 3];
     s.frame_crop_right_offset = (s.pic_width_in_mbs * 16 - Width) >> Chroma.ShiftX;
@@ -52,7 +53,7 @@ PicParamSet MakePicParams(const UMC::H264EncoderParams& p, int32_t PicInitQp)
 {
     PicParamSet s{};
     s.entropy_coding_mode_flag = p.entropy_coding_mode != 0;
-    s.pic_order_present_flag = p.coding_type != 0;
+    s.pic_order_present_flag = p.coding_type != CODING_FRAMES;
     s.weighted_bipred_idc = p.use_implicit_weighted_bipred ? 2 : 0;
     s.pic_init_qp = PicInitQp;
     s.transform_8x8_mode_flag = p.transform_8x8_mode != 0;

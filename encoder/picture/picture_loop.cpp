@@ -5,6 +5,7 @@
 #include "encoder/picture/deblock.h"
 #include "encoder/picture/make_parameter_sets.h"
 #include "encoder/picture/padding.h"
+#include "encoder/picture/pair_loop.h"
 #include "encoder/picture/reference_lists.h"
 #include "encoder/picture/slice_loop.h"
 
@@ -132,10 +133,14 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
             s.Facts.B.direct_spatial_mv_pred = Settings.AnalysisFlags & ENC_ANALYSE_DIRECT_AUTO
                                                    ? Sequence.Direct.IsSpatial
                                                    : (Settings.Params.direct_pred_mode & 1) != 0;
-            DeriveBSliceFacts(Sets.Pps.weighted_bipred_idc == 2, Job, s.Facts);
+            DeriveBSliceFacts(Sets.Pps.weighted_bipred_idc == 2, Job.Poc(), s.Facts);
         }
         RecordReferences(Job, s.Facts);
-        if (s.Facts.MbLimit > 0) CompressSlice(Settings, Sets, Job, s);
+        if (s.Facts.MbLimit == 0) continue;
+        if (Settings.Params.coding_type == CODING_ADAPTIVE)
+            CompressSliceAdaptive(Settings, Sets, Job, s);
+        else
+            CompressSlice(Settings, Sets, Job, s);
     }
 }
 

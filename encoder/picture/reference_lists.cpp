@@ -10,6 +10,10 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
+// Chroma samples of the two fields lie a quarter of a sample apart (Table 8-9): what is added to vectors that lead to
+// the other field, which is Part.
+constexpr int32_t ChromaOffsetOf(PictureStructure Part) { return Part == STRUCTURE_BOTTOM ? -2 : 2; }
+
 // A frame, or the part of it that is a field, as a reference.
 template <class Sample>
 Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part, const PictureJob<Sample>& Job)
@@ -25,10 +29,23 @@ Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part
         r.pReferences[List] = f.mb_reference[List] + FirstBlock;
     }
     r.pIds = f.reference_ids[IsBottom];
+    r.pGlobal = f.mb_global + Job.FirstMbOf(Whole);
     r.Poc = IsField ? f.poc[Part] : f.Poc();
     r.Id = f.picture_id + IsBottom;
-    // Chroma samples of the two fields lie a quarter of a sample apart (Table 8-9).
-    if (IsField && Part != Job.Structure) r.ChromaMvOffset = IsBottom ? -2 : 2;
+    if (IsField && Part != Job.Structure) r.ChromaMvOffset = ChromaOffsetOf(Part);
+    return r;
+}
+
+// A field of a frame in the list of a frame of pairs, for field macroblocks of a parity.
+template <class Sample>
+Reference<Sample> FieldOf(const Reference<Sample>& Frame, PictureStructure Part, PictureStructure Parity)
+{
+    Reference<Sample> r = Frame;
+    r.View = PartOf(Frame.View, Part);
+    r.View.HasRowsAround = false; // those are of the frame
+    r.Poc = Frame.pFrame->poc[Part];
+    r.Id = Frame.pFrame->picture_id + Part;
+    r.ChromaMvOffset = Part == Parity ? 0 : ChromaOffsetOf(Part);
     return r;
 }
 
@@ -154,6 +171,21 @@ void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>&
 }
 
 template <class Sample>
+void BuildFieldLists(const SliceFacts<Sample>& Frame, PictureStructure Parity, SliceFacts<Sample>& Field)
+{
+    for (int List = 0; List < 2; ++List) {
+        const Reference<Sample>* const pFrom = Frame.ref_pic_lists.Pictures[List];
+        Reference<Sample>* const pTo = Field.ref_pic_lists.Pictures[List];
+        const int32_t Count = std::min(Frame.ref_pic_lists.Count[List], kMaxReferences / 2);
+        for (int32_t i = 0; i < 2 * Count; ++i)
+            pTo[i] = FieldOf(pFrom[i / 2], static_cast<PictureStructure>(Parity ^ (i & 1)), Parity);
+        Field.ref_pic_lists.Count[List] = 2 * Count;
+    }
+    Field.num_ref_idx_l0 = 2 * Frame.num_ref_idx_l0;
+    Field.num_ref_idx_l1 = 2 * Frame.num_ref_idx_l1;
+}
+
+template <class Sample>
 void RecordReferences(const PictureJob<Sample>& Job, const SliceFacts<Sample>& s)
 {
     for (int List = 0; List < 2; ++List)
@@ -187,6 +219,7 @@ void UpdateMarking(const EncoderSettings& Settings, const PictureJob<Sample>& Jo
     template void UpdateRefLists(SequenceState<Sample>&, const H264EncoderFrame<Sample>&);                             \
     template void BuildRefLists(const EncoderSettings&, const SequenceState<Sample>&, const PictureJob<Sample>&,       \
                                 SliceFacts<Sample>&);                                                                  \
+    template void BuildFieldLists(const SliceFacts<Sample>&, PictureStructure, SliceFacts<Sample>&);                   \
     template void RecordReferences(const PictureJob<Sample>&, const SliceFacts<Sample>&);                              \
     template void UpdateMarking(const EncoderSettings&, const PictureJob<Sample>&, SequenceState<Sample>&);
 INSTANTIATE(uint8_t)

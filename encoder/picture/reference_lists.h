@@ -15,6 +15,10 @@ void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Samp
 template <class Sample>
 void BuildRefLists(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence,
                    const PictureJob<Sample>& Job, SliceFacts<Sample>& s);
+/// The lists of a field macroblock in a frame of pairs: of each frame first the field of its parity, then the other
+/// (clause 8.4.2.1).
+template <class Sample>
+void BuildFieldLists(const SliceFacts<Sample>& Frame, PictureStructure Parity, SliceFacts<Sample>& Field);
 /// Leaves in the current picture what its slices refer to.
 template <class Sample>
 void RecordReferences(const PictureJob<Sample>& Job, const SliceFacts<Sample>& s);

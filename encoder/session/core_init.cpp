@@ -12,12 +12,13 @@ namespace {
 
 constexpr size_t kMacroblockBytesAtMost = 4096; // of one macroblock in any slice, far above what CABAC can make of it
 
-// Macroblocks of the picture in equal runs; the last slice takes the rest.
+// Macroblocks of the picture in equal runs, whole pairs where there are pairs; the last slice takes the rest.
 template <class Sample>
 void DivideIntoSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
 {
     const int32_t Count = static_cast<int32_t>(Settings.Positions.size()); // of a picture, which may be a field
-    const int32_t Slices = Settings.Params.num_slices, Length = Count / Slices;
+    const int32_t Slices = Settings.Params.num_slices, InPairs = Settings.Params.coding_type == CODING_ADAPTIVE ? 1 : 0;
+    const int32_t Length = (Count / Slices) & ~InPairs;
     for (int32_t i = 0; i < Slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)].Facts;
         s.first_mb = i * Length;
@@ -37,6 +38,8 @@ void AllocateSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
     Job.SliceBuffers = std::make_unique<uint8_t[]>(Count * Stride);
     for (size_t i = 0; i < Count; ++i) {
         Job.Slices[i].bitstream.SetBuffer(Job.SliceBuffers.get() + i * Stride, BufferSize);
+        if (Settings.Params.coding_type == CODING_ADAPTIVE)
+            Job.Slices[i].pFieldFacts = std::make_unique<SliceFacts<Sample>[]>(2);
         if (Settings.Params.search_method == SEARCH_UMBRELLA)
             Job.Slices[i].work_area.pVisited = std::make_unique<uint8_t[]>(kVisitedPoints);
     }
@@ -86,7 +89,8 @@ UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Para
     AllocateSlices(c.Settings, c.Job);
     AllocateTables(c.Settings, c.Job);
     DivideIntoSlices(c.Settings, c.Job);
-    if (c.Settings.AnalysisFlags & ENC_ANALYSE_RECODE) {
+    // Macroblocks of pairs are coded more than once each.
+    if ((c.Settings.AnalysisFlags & ENC_ANALYSE_RECODE) || c.Settings.Params.coding_type == CODING_ADAPTIVE) {
         c.Job.pScratch = std::make_unique<H264EncoderFrame<Sample>>(pAllocator);
         if (const UMC::Status s = c.Job.pScratch->Allocate(c.Settings.Layout); s != UMC::StatusOk) return s;
     }

@@ -33,25 +33,39 @@ void FillThresholds(EncoderSettings& Settings)
 // How far a vector may reach: 15 samples beyond the picture, and no further than any may.
 int32_t VectorLimit(int32_t SamplesToEdge) { return std::min(SamplesToEdge + 15, kFurthestVector); }
 
+// In a frame, or in a field with every second line of it.
+MacroblockPosition MakePosition(const FrameLayout& l, bool InField, int32_t X, int32_t Y)
+{
+    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
+    const int32_t Fields = InField ? 2 : 1, Pitch = Fields * l.Pitch, Height = l.AlignedHeight / Fields;
+    const int32_t x = 16 * X, y = 16 * Y;
+    return {.Luma = y * Pitch + x,
+            .Chroma = (y >> Chroma.ShiftY) * Pitch + (x >> Chroma.ShiftX),
+            .LimitLeft = -VectorLimit(x),
+            .LimitRight = VectorLimit(l.AlignedWidth - 16 - x),
+            .LimitTop = -VectorLimit(y),
+            .LimitBottom = VectorLimit(Height - 16 - y),
+            .X = X,
+            .Y = Y};
+}
+
 void FillPositions(EncoderSettings& Settings)
 {
     const FrameLayout& l = Settings.Layout;
-    const h264::ChromaGeometry& Chroma = h264::kChromaGeometry[l.ChromaFormat];
-    const int32_t Fields = Settings.Params.coding_type == 1 ? 2 : 1; // that a picture's lines are spread over
-    const int32_t Pitch = Fields * l.Pitch, Height = l.AlignedHeight / Fields, Count = l.MbCount / Fields;
-    Settings.Positions.resize(static_cast<size_t>(Count));
-    for (int32_t i = 0; i < Count; ++i) {
-        MacroblockPosition& p = Settings.Positions[static_cast<size_t>(i)];
-        p.X = i % l.MbWidth;
-        p.Y = i / l.MbWidth;
-        const int32_t x = 16 * p.X, y = 16 * p.Y;
-        p.Luma = y * Pitch + x;
-        p.Chroma = (y >> Chroma.ShiftY) * Pitch + (x >> Chroma.ShiftX);
-        p.LimitLeft = -VectorLimit(x);
-        p.LimitRight = VectorLimit(l.AlignedWidth - 16 - x);
-        p.LimitTop = -VectorLimit(y);
-        p.LimitBottom = VectorLimit(Height - 16 - y);
+    const bool InFields = Settings.Params.coding_type == CODING_FIELDS;
+    Settings.Positions.clear();
+    Settings.FieldPositions.clear();
+    if (Settings.Params.coding_type == CODING_ADAPTIVE) {
+        for (int32_t i = 0; i < l.MbCount; ++i) {
+            const int32_t Pair = i / 2, X = Pair % l.MbWidth, Y = Pair / l.MbWidth;
+            Settings.Positions.push_back(MakePosition(l, false, X, 2 * Y + i % 2));
+            Settings.FieldPositions.push_back(MakePosition(l, true, X, Y));
+        }
+        return;
     }
+    const int32_t Count = InFields ? l.MbCount / 2 : l.MbCount;
+    for (int32_t i = 0; i < Count; ++i)
+        Settings.Positions.push_back(MakePosition(l, InFields, i % l.MbWidth, i / l.MbWidth));
 }
 
 // A plain record says a few things; the defaults stand for the rest.
@@ -67,7 +81,7 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
 template <class Sample>
 bool IsImplemented(const UMC::H264EncoderParams& p)
 {
-    return p.coding_type != 2 && LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
+    return LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
 }
 
 void FillGop(EncoderSettings& Settings)
@@ -93,8 +107,9 @@ UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings&
     if (const UMC::Status s = CheckParams(p); s != UMC::StatusOk) return s;
     if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
     Settings.AnalysisFlags = AnalysisFlags(p);
-    Settings.Layout = MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma,
-                                 p.bit_depth_chroma, p.coding_type == 0, p.aux_format_idc != 0, p.bit_depth_aux);
+    Settings.Layout =
+        MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma, p.bit_depth_chroma,
+                   p.coding_type == CODING_FRAMES, p.aux_format_idc != 0, p.bit_depth_aux);
     FillGop(Settings);
     FillThresholds(Settings);
     FillQuantTables(p.use_default_scaling_matrix != 0, Settings.Quant);

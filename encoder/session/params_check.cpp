@@ -168,7 +168,7 @@ uint8_t ChooseLevel(int32_t Width, int32_t Height, double FrameRate)
 int32_t ReferenceLimit(const H264EncoderParams& p)
 {
     const int64_t w = (int64_t{p.m_Info.m_Width} + 15) / 16;
-    const int64_t h = CodedRows(p.m_Info.m_Height, p.coding_type == 0) / 16;
+    const int64_t h = CodedRows(p.m_Info.m_Height, p.coding_type == CODING_FRAMES) / 16;
     return h264::PictureBufferFrames(p.level_idc, static_cast<uint32_t>(w), static_cast<uint32_t>(h));
 }
 

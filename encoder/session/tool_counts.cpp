@@ -82,12 +82,13 @@ void AddToolCounts(const EncoderCore<Sample>& c, ToolCounts& n)
     if (!c.Job.pCurrent) return;
     const H264EncoderFrame<Sample>& f = *c.Job.pCurrent;
     AddPicture(n, f);
-    n.slices += c.Settings.Params.num_slices * (c.Settings.Params.coding_type == 1 ? 2 : 1);
+    n.slices += c.Settings.Params.num_slices * (c.Settings.Params.coding_type == CODING_FIELDS ? 2 : 1);
     for (size_t i = 0; i < static_cast<size_t>(c.Settings.Layout.MbCount); ++i) {
         const LocalMacroblock& Local = c.Job.LocalMacroblocks[i];
         const auto Type = static_cast<MacroblockType>(f.mb_global[i].Type);
         ++CountOfType(n, Type, Local.Intra16Mode);
         n.with_coefficients += Local.Coded != 0 || Local.CodedDc != 0;
+        n.in_fields += (f.mb_global[i].Flags & kFlagField) != 0;
         const bool Is8x8 = (f.mb_global[i].Flags & kFlagTransform8x8) != 0;
         n.intra_8x8 += Is8x8 && IsIntra(Type);
         n.transform_8x8 += Is8x8 && !IsIntra(Type);

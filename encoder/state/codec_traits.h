@@ -195,6 +195,17 @@ struct Kernels8Bit {
             Height == 16 ? kernels::g_Kernels.FilterChroma422Horizontal : kernels::g_Kernels.FilterChromaHorizontal;
         (IsVertical ? pVertical : pHorizontal)(pPlaneU, pPlaneV, Step, pParamsU, pParamsV);
     }
+    // A left edge between a frame pair and a field pair, in two parts with a record each.
+    static void FilterLumaMixed(Sample* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const kernels::EdgeParams* pParams, int)
+    {
+        kernels::g_Kernels.FilterLumaMixed(pPlane, Gap, Step, pParams);
+    }
+    static void FilterChromaMixed(int Height, Sample* pPlaneU, Sample* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
+                                  const kernels::EdgeParams* pParamsU, const kernels::EdgeParams* pParamsV, int)
+    {
+        (Height == 16 ? kernels::g_Kernels.FilterChroma422Mixed
+                      : kernels::g_Kernels.FilterChromaMixed)(pPlaneU, pPlaneV, Gap, Step, pParamsU, pParamsV);
+    }
 };
 
 // The same for samples of 2 bytes.
@@ -411,6 +422,17 @@ struct KernelsDeep {
     {
         (IsVertical ? kernels::g_Kernels.FilterChromaVerticalDeep : kernels::g_Kernels.FilterChromaHorizontalDeep)(
             pPlaneU, pPlaneV, kBytes * Step, Height, pParamsU, pParamsV, Depth);
+    }
+    static void FilterLumaMixed(Sample* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const kernels::EdgeParams* pParams,
+                                int Depth)
+    {
+        kernels::FilterLumaMixedDeep_px(pPlane, kBytes * Gap, kBytes * Step, pParams, Depth);
+    }
+    static void FilterChromaMixed(int Height, Sample* pPlaneU, Sample* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
+                                  const kernels::EdgeParams* pParamsU, const kernels::EdgeParams* pParamsV, int Depth)
+    {
+        kernels::FilterChromaMixedDeep_px(pPlaneU, pPlaneV, kBytes * Gap, kBytes * Step, Height, pParamsU, pParamsV,
+                                          Depth);
     }
 };
 

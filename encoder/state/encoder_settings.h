@@ -47,7 +47,8 @@ struct EncoderSettings {
     // decision chooses I_PCM with CABAC: a test reaches it here.
     int32_t PcmEvery = 0;
 
-    std::vector<MacroblockPosition> Positions;
+    // Of the macroblocks of a picture; in frames of pairs of frame macroblocks, and of field macroblocks in a field.
+    std::vector<MacroblockPosition> Positions, FieldPositions;
     QuantTables Quant;
     ThresholdTable ThresholdME, SkipIntraThreshold, TryAdvancedIntraThreshold;
 };

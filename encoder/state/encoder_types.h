@@ -81,6 +81,9 @@ struct LocalMacroblock {
     uint8_t SubTypes[4]; // SubShape of the quadrants of MB_INTER8X8
 };
 
+/// How the lines of a frame are coded: H264EncoderParams::coding_type.
+enum CodingType : int32_t { CODING_FRAMES = 0, CODING_FIELDS = 1, CODING_ADAPTIVE = 2 };
+
 /// What steers the picture QP.
 enum RateControlMethod : int32_t {
     RATE_CONTROL_NONE = 0,

@@ -19,6 +19,11 @@ public:
         std::fill_n(m_Vectors, kSize, MotionVector{0, 0});
         Put(At(-1, -1), n.TopLeft);
         Put(At(4, -1), n.TopRight);
+        m_HasLeftCorners = n.HasLeftCorners;
+        if (m_HasLeftCorners) {
+            Put(At(-2, -1), n.TopLeft);
+            for (int i = 0; i < 3; ++i) Put(At(-2, i), n.LeftCorners[i]);
+        }
         for (int i = 0; i < 4; ++i) {
             const auto Place = static_cast<size_t>(i);
             Put(At(i, -1), n.Top(Place));
@@ -44,12 +49,14 @@ public:
     h264::MotionNeighbours Around(int x, int y, int Width) const
     {
         const int C = At(x + Width, y - 1);
-        return {Get(At(x - 1, y)), Get(At(x, y - 1)), Get(m_Refs[C] == h264::kRefUnavailable ? At(x - 1, y - 1) : C)};
+        const int D = At(x == 0 && m_HasLeftCorners ? -2 : x - 1, y - 1);
+        return {Get(At(x - 1, y)), Get(At(x, y - 1)), Get(m_Refs[C] == h264::kRefUnavailable ? D : C)};
     }
 
 private:
-    static constexpr int kStep = 6, kSize = 5 * kStep;
-    static constexpr int At(int x, int y) { return (y + 1) * kStep + x + 1; }
+    // Column -2 has what lies above-left of the blocks in the left column, where that is not in column -1.
+    static constexpr int kStep = 7, kSize = 5 * kStep;
+    static constexpr int At(int x, int y) { return (y + 1) * kStep + x + 2; }
     h264::BlockMotion Get(int Place) const { return {m_Vectors[Place], m_Refs[Place]}; }
     void Put(int Place, h264::BlockMotion m)
     {
@@ -59,6 +66,7 @@ private:
 
     MotionVector m_Vectors[kSize];
     int8_t m_Refs[kSize];
+    bool m_HasLeftCorners;
 };
 
 /// The vector that a part of a macroblock is coded against (clause 8.4.1.3).

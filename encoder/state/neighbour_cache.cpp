@@ -8,12 +8,6 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-constexpr LocalMacroblock kAbsent = [] {
-    LocalMacroblock m{};
-    m.Pattern = 15;
-    return m;
-}();
-
 // The blocks at the border: of a left macroblock by row, and the first of an upper one.
 constexpr int32_t RightOf(int32_t Row) { return 4 * Row + 3; }
 constexpr int32_t kLowerRow = 12;
@@ -43,7 +37,7 @@ void ClearLeft(NeighbourCache& n, int32_t Lists)
 {
     n.LeftType = kNoMacroblock;
     n.LeftFlags = 0;
-    n.pLeft = &kAbsent;
+    n.pLeft = &kAbsentMacroblock;
     std::memset(n.LeftModes, -1, 4);
     for (int32_t List = 0; List < Lists; ++List) {
         NeighbourMotion& m = n.Motion[List];
@@ -73,7 +67,7 @@ void ClearTop(NeighbourCache& n, int32_t Lists)
 {
     n.TopType = kNoMacroblock;
     n.TopFlags = 0;
-    n.pTop = &kAbsent;
+    n.pTop = &kAbsentMacroblock;
     std::memset(n.TopModes, -1, 4);
     for (int32_t List = 0; List < Lists; ++List) {
         NeighbourMotion& m = n.Motion[List];

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Common/h264/coefficient_counts.h"
+#include "Common/h264/mb_neighbours.h"
 #include "Common/h264/motion_prediction.h"
 #include "encoder/state/encoder_types.h"
 #include "kernels/intra/intra.h"
@@ -11,6 +12,13 @@
 namespace UMC_H264_ENCODER {
 
 inline constexpr uint8_t kNoMacroblock = 0xFF; // MacroblockType of a neighbour that is not available
+
+// The record of a neighbour that is not available: all luma is in its pattern, and no block is coded.
+inline constexpr LocalMacroblock kAbsentMacroblock = [] {
+    LocalMacroblock m{};
+    m.Pattern = 15;
+    return m;
+}();
 
 // total_coeff of a macroblock's blocks: 16 luma in raster order, then room for all of Cb and of Cr.
 inline constexpr int32_t kFirstCount[3]{0, 16, 16 + kMaxChromaBlocks};
@@ -45,6 +53,10 @@ struct NeighbourMotion {
     MotionVector LeftDifferences[4], TopDifferences[4]; // mvd; not filled with CAVLC
     int8_t LeftRefs[4], TopRefs[4];
     h264::BlockMotion TopRight, TopLeft; // C and D
+    // In frames of pairs, D of the blocks in rows 1..3 of the left column: they may lie in other macroblocks than the
+    // blocks beside the row above.
+    h264::BlockMotion LeftCorners[3];
+    bool HasLeftCorners = false;
     // Where C lies, in whatever slice: a search may start from it. Null outside the picture.
     const MotionVector* pTopRightOfPicture;
 };
@@ -57,15 +69,18 @@ struct NeighbourCache {
     uint32_t Available; // kernels::IntraAvailable
     uint8_t LeftType, TopType;
     uint8_t LeftFlags, TopFlags; // of GlobalMacroblock; 0 where not available
-    // Records whose right column (left) and lower row (above) lie beside the current macroblock. Of one that is not
-    // available all luma is in the pattern and no block is coded.
+    // Records whose right column (left) and lower row (above) lie beside the current macroblock.
     const LocalMacroblock *pLeft, *pTop;
     int8_t LeftModes[4], TopModes[4];          // Intra4x4PredMode, -1 where not available
     NeighbourMotion Motion[2];                 // those of the lists that the slice uses
     uint8_t LeftCounts[3][4], TopCounts[3][4]; // [Y, Cb, Cr]; those that the plane is wide or high
+    LocalMacroblock MixedLeft; // pLeft where two macroblocks lie there: the first one, with the right column of both
 };
 
 /// @param X  the column of macroblock Index
 void FillNeighbours(NeighbourCache& n, const NeighbourTables& t, int32_t Index, int32_t X);
+/// The same of a macroblock in a frame of pairs, for the kind that it is taken for (clauses 6.4.12.2 and 8.4.1.3.1).
+/// @param Pairs  found for its pair, and gone to the macroblock
+void FillNeighboursInPair(NeighbourCache& n, const NeighbourTables& t, const h264::PairNeighbours& Pairs, bool IsField);
 
 } // namespace UMC_H264_ENCODER

@@ -19,12 +19,13 @@ struct PictureView {
     Sample *pY = nullptr, *pU = nullptr, *pV = nullptr; // at the visible origin; without chroma the last two are null
     int32_t Pitch = 0;                                  // samples, of all three
     int32_t Width = 0, Height = 0;                      // samples of luma, whole macroblocks
+    bool HasRowsAround = true; // a reference: padded above and below too, not at the sides alone
 };
 
 template <class Sample>
 PictureView<const Sample> ReadOnly(const PictureView<Sample>& v)
 {
-    return {v.pY, v.pU, v.pV, v.Pitch, v.Width, v.Height};
+    return {v.pY, v.pU, v.pV, v.Pitch, v.Width, v.Height, v.HasRowsAround};
 }
 
 /// The part of a frame that a picture of a structure is.

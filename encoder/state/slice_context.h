@@ -10,6 +10,7 @@
 #include "encoder/write/pbs.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace UMC_H264_ENCODER {
 
@@ -23,6 +24,7 @@ struct SliceProgress {
 template <class Sample>
 struct SliceContext {
     SliceFacts<Sample> Facts;
+    std::unique_ptr<SliceFacts<Sample>[]> pFieldFacts; // in frames of pairs: of field macroblocks, by parity
     SliceProgress Progress;
     CurrentMacroblock<Sample> cur_mb;
     MacroblockQuant Quant;

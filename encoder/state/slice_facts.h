@@ -17,6 +17,7 @@ struct Reference {
     const MotionVector* pVectors[2] = {}; // of its lists, 16 for each macroblock of the view, as are the references
     const int8_t* pReferences[2] = {};
     const int32_t (*pIds)[kMaxReferences] = nullptr; // the pictures that these are
+    const GlobalMacroblock* pGlobal = nullptr;       // its macroblocks, numbered as are the vectors
     int32_t Poc = 0;
     int32_t Id = 0;             // picture_id of the frame or field
     int32_t ChromaMvOffset = 0; // quarter samples, of vertical vectors in 4:2:0 between fields of unlike parity
@@ -40,7 +41,9 @@ struct BSliceFacts {
     // Temporal direct prediction: DistScaleFactor by index in list 0, and that index by list and index in the slices of
     // the co-located picture, kRefNone for a picture that is no reference any more.
     int32_t DistScale[kMaxReferences];
+    // In frames of pairs both sides are frames, whatever kind a macroblock is of.
     int8_t RefOfCol[2][kMaxReferences];
+    int32_t ColField; // frames of pairs: which field of the co-located frame is the nearer one
 };
 
 /// The picture loop and the start of the slice write it; whoever codes the slice's macroblocks reads it.
@@ -60,6 +63,9 @@ struct SliceFacts {
     SyntaxOfSlice Syntax;
     uint8_t MbFlags; // that its macroblocks begin with: kFlagField in a field
     bool IsField, IsBottom;
+    // A frame whose macroblocks are coded, and numbered, in pairs. What of it is told of fields differs between facts:
+    // there are those of frame macroblocks and of field macroblocks of either parity.
+    bool IsAdaptive;
 
     int32_t ChromaHeight() const { return h264::kChromaGeometry[Syntax.chroma_format_idc].MbHeight; } // of a macroblock
 };
