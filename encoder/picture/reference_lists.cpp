@@ -10,28 +10,6 @@ namespace UMC_H264_ENCODER {
 
 namespace {
 
-// A frame, or the part of it that is a field, as a reference.
-template <class Sample>
-Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part, const PictureJob<Sample>& Job)
-{
-    const bool IsField = Part != STRUCTURE_FRAME, IsBottom = Part == STRUCTURE_BOTTOM;
-    Reference<Sample> r;
-    r.pFrame = &f;
-    const PicturePart Whole{Part, Job.IsAuxiliary};
-    r.View = ReadOnly(Job.ViewOf(f, Whole));
-    const ptrdiff_t FirstBlock = ptrdiff_t{16} * Job.FirstMbOf(Whole);
-    for (int List = 0; List < 2; ++List) {
-        r.pVectors[List] = f.mb_motion[List] + FirstBlock;
-        r.pReferences[List] = f.mb_reference[List] + FirstBlock;
-    }
-    r.pIds = f.reference_ids[IsBottom];
-    r.Poc = IsField ? f.poc[Part] : f.Poc();
-    r.Id = f.picture_id + IsBottom;
-    // Chroma samples of the two fields lie a quarter of a sample apart (Table 8-9).
-    if (IsField && Part != Job.Structure) r.ChromaMvOffset = IsBottom ? -2 : 2;
-    return r;
-}
-
 // The frames with marked fields that a picture may refer to, short-term and long-term ones.
 template <class Sample>
 struct CollectedReferences {
@@ -121,6 +99,27 @@ void BuildListsB(const PictureJob<Sample>& Job, CollectedReferences<Sample>& Ref
 } // namespace
 
 template <class Sample>
+Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part, const PictureJob<Sample>& Job)
+{
+    const bool IsField = Part != STRUCTURE_FRAME, IsBottom = Part == STRUCTURE_BOTTOM;
+    Reference<Sample> r;
+    r.pFrame = &f;
+    const PicturePart Whole{Part, Job.IsAuxiliary};
+    r.View = ReadOnly(Job.ViewOf(f, Whole));
+    const ptrdiff_t FirstBlock = ptrdiff_t{16} * Job.FirstMbOf(Whole);
+    for (int List = 0; List < 2; ++List) {
+        r.pVectors[List] = f.mb_motion[List] + FirstBlock;
+        r.pReferences[List] = f.mb_reference[List] + FirstBlock;
+    }
+    r.pIds = f.reference_ids[IsBottom];
+    r.Poc = IsField ? f.poc[Part] : f.Poc();
+    r.Id = f.picture_id + IsBottom;
+    // Chroma samples of the two fields lie a quarter of a sample apart (Table 8-9).
+    if (IsField && Part != Job.Structure) r.ChromaMvOffset = IsBottom ? -2 : 2;
+    return r;
+}
+
+template <class Sample>
 void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Sample>& Current)
 {
     for (auto* p = Sequence.ReconstructionList.Head(); p; p = p->next) {
@@ -184,6 +183,7 @@ void UpdateMarking(const EncoderSettings& Settings, const PictureJob<Sample>& Jo
 }
 
 #define INSTANTIATE(Sample)                                                                                            \
+    template Reference<Sample> Refer(const H264EncoderFrame<Sample>&, PictureStructure, const PictureJob<Sample>&);    \
     template void UpdateRefLists(SequenceState<Sample>&, const H264EncoderFrame<Sample>&);                             \
     template void BuildRefLists(const EncoderSettings&, const SequenceState<Sample>&, const PictureJob<Sample>&,       \
                                 SliceFacts<Sample>&);                                                                  \
