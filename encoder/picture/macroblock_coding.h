@@ -15,44 +15,6 @@
 
 namespace UMC_H264_ENCODER {
 
-/// Points the macroblock in hand at its samples in the source and in the reconstruction, both of a frame or of a field.
-template <class Sample>
-void PointAt(const MacroblockPosition& At, const PictureView<const Sample>& Source,
-             const PictureView<Sample>& Reconstruction, CurrentMacroblock<Sample>& mb)
-{
-    const int32_t SrcPitch = Source.Pitch;
-    const ptrdiff_t SrcLuma = At.Y * 16 * SrcPitch + At.X * 16,
-                    SrcChroma = At.Y * mb.pSlice->ChromaHeight() * SrcPitch + At.X * 8;
-    mb.SrcPitch = SrcPitch;
-    mb.pSrcY = Source.pY + SrcLuma;
-    mb.pitch = Reconstruction.Pitch;
-    mb.pRecY = Reconstruction.pY + At.Luma;
-    if (!Source.pU) return;
-    mb.pSrcU = Source.pU + SrcChroma;
-    mb.pSrcV = Source.pV + SrcChroma;
-    mb.pRecU = Reconstruction.pU + At.Chroma;
-    mb.pRecV = Reconstruction.pV + At.Chroma;
-}
-
-/// The records of a macroblock of the picture.
-template <class Sample>
-MacroblockRecords RecordsOf(PictureJob<Sample>& Job, int32_t Index)
-{
-    H264EncoderFrame<Sample>& Frame = *Job.pCurrent;
-    const auto i = static_cast<size_t>(Job.FirstMb + Index);
-    MacroblockRecords r;
-    r.pGlobal = Frame.mb_global + i;
-    r.pLocal = Job.LocalMacroblocks.data() + i;
-    for (size_t List = 0; List < 2; ++List) {
-        r.pVectors[List] = Frame.mb_motion[List] + i * 16;
-        r.pReferences[List] = Frame.mb_reference[List] + i * 16;
-        r.pDifferences[List] = Job.VectorDifferences[List].data() + i * 16;
-    }
-    r.pIntraModes = Job.IntraModes.data() + i * 16;
-    r.pCounts = Job.CoeffCounts.data() + i * kCountsPerMb;
-    return r;
-}
-
 // The most bits that a macroblock in variable length codes may have without rate control.
 inline constexpr int64_t kMacroblockBitsAtMost = 2750;
 

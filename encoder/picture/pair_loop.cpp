@@ -3,6 +3,7 @@
 #include "encoder/decide/intra_decision.h"
 #include "encoder/picture/macroblock_coding.h"
 #include "encoder/picture/slice_start.h"
+#include "encoder/picture/slice_walk.h"
 #include "encoder/picture/slice_writers.h"
 
 namespace UMC_H264_ENCODER {
@@ -79,12 +80,10 @@ private:
         const PictureStructure Part = IsField ? static_cast<PictureStructure>(Index & 1) : STRUCTURE_FRAME;
         mb.pSlice = IsField ? &m_s.pFieldFacts[Part] : &m_s.Facts;
         mb.pQuant = &m_s.Quant;
-        mb.mb_index = Index;
-        mb.pPosition = &(IsField ? m_Settings.FieldPositions : m_Settings.Positions)[static_cast<size_t>(Index)];
-        mb.mb_x = mb.pPosition->X;
-        mb.mb_y = mb.pPosition->Y;
-        h264::trace::BeginMacroblock(mb.mb_x, mb.mb_y);
-        PointAt(*mb.pPosition, m_Source[Part], m_Reconstruction[Part], mb);
+        const MacroblockPosition& OfFrame = m_Settings.Positions[static_cast<size_t>(Index)];
+        h264::trace::BeginMacroblock(OfFrame.X, OfFrame.Y);
+        const MacroblockPosition& At = IsField ? m_Settings.FieldPositions[static_cast<size_t>(Index)] : OfFrame;
+        GoTo(Index, At, m_Source[Part], m_Reconstruction[Part], mb);
         mb.Records = RecordsOf(m_Job, Index);
         m_Pairs.GoTo(Index);
         FillNeighboursInPair(mb.Around, m_s.Facts.Neighbours, m_Pairs, IsField);

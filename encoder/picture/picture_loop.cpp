@@ -1,6 +1,7 @@
 #include "encoder/picture/picture_loop.h"
 
 #include "Common/h264/nal_unit_type.h"
+#include "Common/h264/trace/element_trace.h"
 #include "encoder/picture/b_slice_facts.h"
 #include "encoder/picture/deblock.h"
 #include "encoder/picture/make_parameter_sets.h"
@@ -78,10 +79,8 @@ PictureSets SetsOf(const EncoderSettings& Settings, const SequenceState<Sample>&
     if (!IsIdr) return Sets;
     Sets.idr_pic_id = (Sequence.idr_pic_id + 1) % 16;
     if (Sequence.frames_encoded != 0) return Sets;
-    const UMC::H264EncoderParams& p = Settings.Params;
-    const int32_t Qp = p.rate_control_method == RATE_CONTROL_CONSTANT_QP ? p.quant_p : Sequence.Rate.GetQP(FRAME_I);
-    Sets.Sps = MakeSeqParams(p);
-    Sets.Pps = MakePicParams(p, std::max(Qp, FinestQp(p.bit_depth_luma)));
+    Sets.Sps = MakeSeqParams(Settings.Params);
+    Sets.Pps = MakePicParams(Settings.Params, PicInitQp(Settings.Params, Sequence.Rate));
     return Sets;
 }
 
@@ -193,6 +192,12 @@ h264::NalUnitType SliceUnit(const PictureJob<Sample>& Job)
 
 } // namespace
 
+int32_t PicInitQp(const UMC::H264EncoderParams& p, const RateController& Rate)
+{
+    const int32_t Qp = p.rate_control_method == RATE_CONTROL_CONSTANT_QP ? p.quant_p : Rate.GetQP(FRAME_I);
+    return std::max(Qp, FinestQp(p.bit_depth_luma));
+}
+
 template <class Sample>
 PictureResult BeginResult(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, int32_t PictureClass,
                           const UMC::MediaData& Output)
@@ -208,6 +213,7 @@ template <class Sample>
 void EncodePicture(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, PictureJob<Sample>& Job,
                    UMC::MediaData& Output, PictureResult& Result)
 {
+    h264::trace::BeginPicture();
     const bool IsIdr = Job.picture_class == CLASS_IDR;
     const int32_t Slices = Settings.Params.num_slices;
     for (int32_t i = 0; i < Slices; ++i) Job.Slices[static_cast<size_t>(i)].bitstream.Reset();

@@ -9,6 +9,9 @@
 
 namespace UMC_H264_ENCODER {
 
+/// The QP that a sequence starts from, with the rate control as it is when its first picture comes.
+int32_t PicInitQp(const UMC::H264EncoderParams& Params, const RateController& Rate);
+
 /// What an attempt at a frame, or at the fields of one, begins with: the sets of its headers, and no unit yet.
 template <class Sample>
 PictureResult BeginResult(const EncoderSettings& Settings, const SequenceState<Sample>& Sequence, int32_t PictureClass,

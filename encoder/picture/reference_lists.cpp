@@ -14,28 +14,6 @@ namespace {
 // the other field, which is Part.
 constexpr int32_t ChromaOffsetOf(PictureStructure Part) { return Part == STRUCTURE_BOTTOM ? -2 : 2; }
 
-// A frame, or the part of it that is a field, as a reference.
-template <class Sample>
-Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part, const PictureJob<Sample>& Job)
-{
-    const bool IsField = Part != STRUCTURE_FRAME, IsBottom = Part == STRUCTURE_BOTTOM;
-    Reference<Sample> r;
-    r.pFrame = &f;
-    const PicturePart Whole{Part, Job.IsAuxiliary};
-    r.View = ReadOnly(Job.ViewOf(f, Whole));
-    const ptrdiff_t FirstBlock = ptrdiff_t{16} * Job.FirstMbOf(Whole);
-    for (int List = 0; List < 2; ++List) {
-        r.pVectors[List] = f.mb_motion[List] + FirstBlock;
-        r.pReferences[List] = f.mb_reference[List] + FirstBlock;
-    }
-    r.pIds = f.reference_ids[IsBottom];
-    r.pGlobal = f.mb_global + Job.FirstMbOf(Whole);
-    r.Poc = IsField ? f.poc[Part] : f.Poc();
-    r.Id = f.picture_id + IsBottom;
-    if (IsField && Part != Job.Structure) r.ChromaMvOffset = ChromaOffsetOf(Part);
-    return r;
-}
-
 // A field of a frame in the list of a frame of pairs, for field macroblocks of a parity.
 template <class Sample>
 Reference<Sample> FieldOf(const Reference<Sample>& Frame, PictureStructure Part, PictureStructure Parity)
@@ -138,6 +116,27 @@ void BuildListsB(const PictureJob<Sample>& Job, CollectedReferences<Sample>& Ref
 } // namespace
 
 template <class Sample>
+Reference<Sample> Refer(const H264EncoderFrame<Sample>& f, PictureStructure Part, const PictureJob<Sample>& Job)
+{
+    const bool IsField = Part != STRUCTURE_FRAME, IsBottom = Part == STRUCTURE_BOTTOM;
+    Reference<Sample> r;
+    r.pFrame = &f;
+    const PicturePart Whole{Part, Job.IsAuxiliary};
+    r.View = ReadOnly(Job.ViewOf(f, Whole));
+    const ptrdiff_t FirstBlock = ptrdiff_t{16} * Job.FirstMbOf(Whole);
+    for (int List = 0; List < 2; ++List) {
+        r.pVectors[List] = f.mb_motion[List] + FirstBlock;
+        r.pReferences[List] = f.mb_reference[List] + FirstBlock;
+    }
+    r.pIds = f.reference_ids[IsBottom];
+    r.pGlobal = f.mb_global + Job.FirstMbOf(Whole);
+    r.Poc = IsField ? f.poc[Part] : f.Poc();
+    r.Id = f.picture_id + IsBottom;
+    if (IsField && Part != Job.Structure) r.ChromaMvOffset = ChromaOffsetOf(Part);
+    return r;
+}
+
+template <class Sample>
 void UpdateRefLists(SequenceState<Sample>& Sequence, const H264EncoderFrame<Sample>& Current)
 {
     for (auto* p = Sequence.ReconstructionList.Head(); p; p = p->next) {
@@ -216,6 +215,7 @@ void UpdateMarking(const EncoderSettings& Settings, const PictureJob<Sample>& Jo
 }
 
 #define INSTANTIATE(Sample)                                                                                            \
+    template Reference<Sample> Refer(const H264EncoderFrame<Sample>&, PictureStructure, const PictureJob<Sample>&);    \
     template void UpdateRefLists(SequenceState<Sample>&, const H264EncoderFrame<Sample>&);                             \
     template void BuildRefLists(const EncoderSettings&, const SequenceState<Sample>&, const PictureJob<Sample>&,       \
                                 SliceFacts<Sample>&);                                                                  \

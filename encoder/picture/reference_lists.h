@@ -7,6 +7,9 @@
 
 namespace UMC_H264_ENCODER {
 
+/// A frame, or the part of it that is a field, as a reference of the job's picture.
+template <class Sample>
+Reference<Sample> Refer(const H264EncoderFrame<Sample>& Frame, PictureStructure Part, const PictureJob<Sample>& Job);
 /// frame_num_wrap and pic_num of all references before a picture, whatever its type: the sliding window behind it goes
 /// by these numbers (clause 8.2.4.1).
 template <class Sample>

@@ -2,39 +2,12 @@
 
 #include "encoder/picture/macroblock_coding.h"
 #include "encoder/picture/slice_start.h"
+#include "encoder/picture/slice_walk.h"
 #include "encoder/picture/slice_writers.h"
 
 namespace UMC_H264_ENCODER {
 
 namespace {
-
-void Advance(MacroblockRecords& r, bool IsB)
-{
-    r.pGlobal += 1;
-    r.pLocal += 1;
-    for (size_t List = 0; List < (IsB ? 2 : 1); ++List) {
-        r.pVectors[List] += 16;
-        r.pReferences[List] += 16;
-        r.pDifferences[List] += 16;
-    }
-    r.pIntraModes += 16;
-    r.pCounts += kCountsPerMb;
-}
-
-// Makes Index the macroblock in hand, whose records are pointed at already.
-template <class Sample>
-void StartMacroblock(const EncoderSettings& Settings, const PictureJob<Sample>& Job, int32_t Index, int32_t SliceQp,
-                     CurrentMacroblock<Sample>& mb)
-{
-    mb.mb_index = Index;
-    mb.pPosition = &Settings.Positions[static_cast<size_t>(Index)];
-    mb.mb_x = mb.pPosition->X;
-    mb.mb_y = mb.pPosition->Y;
-    h264::trace::BeginMacroblock(mb.mb_x, mb.mb_y);
-    PointAt(*mb.pPosition, Job.Source, Job.Reconstruction, mb);
-    FillNeighbours(mb.Around, mb.pSlice->Neighbours, Index, mb.mb_x);
-    StartRecords(mb, SliceQp);
-}
 
 template <class Sample, class Entropy>
 void CodeMacroblocks(const EncoderSettings& Settings, PictureJob<Sample>& Job, SliceContext<Sample>& s, Entropy Writer)

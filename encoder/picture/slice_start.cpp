@@ -57,7 +57,21 @@ NeighbourTables MakeNeighbourTables(bool IsCabac, const FrameLayout& Layout, con
     return t;
 }
 
-// What the settings say of every slice, and the tables that its neighbours are read from.
+// What of a frame of pairs is told of the field macroblocks of a parity.
+template <class Sample>
+void MakeFieldFacts(const PictureJob<Sample>& Job, const SliceFacts<Sample>& Frame, PictureStructure Parity,
+                    SliceFacts<Sample>& Field)
+{
+    Field = Frame;
+    Field.MbFlags = kFlagField;
+    Field.IsField = true;
+    Field.IsBottom = Parity == STRUCTURE_BOTTOM;
+    BuildFieldLists(Frame, Parity, Field);
+    if (Frame.slice_type == h264::SLICE_B) DeriveDistances(Job.pCurrent->poc[Parity], Field);
+}
+
+} // namespace
+
 template <class Sample>
 void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
                    SliceFacts<Sample>& s)
@@ -80,21 +94,6 @@ void CompleteFacts(const EncoderSettings& Settings, const PictureSets& Sets, con
     s.Neighbours = MakeNeighbourTables(Sets.Pps.entropy_coding_mode_flag, Settings.Layout, Job, s);
 }
 
-// What of a frame of pairs is told of the field macroblocks of a parity.
-template <class Sample>
-void MakeFieldFacts(const PictureJob<Sample>& Job, const SliceFacts<Sample>& Frame, PictureStructure Parity,
-                    SliceFacts<Sample>& Field)
-{
-    Field = Frame;
-    Field.MbFlags = kFlagField;
-    Field.IsField = true;
-    Field.IsBottom = Parity == STRUCTURE_BOTTOM;
-    BuildFieldLists(Frame, Parity, Field);
-    if (Frame.slice_type == h264::SLICE_B) DeriveDistances(Job.pCurrent->poc[Parity], Field);
-}
-
-} // namespace
-
 template <class Sample>
 void StartSlice(const EncoderSettings& Settings, const PictureSets& Sets, const PictureJob<Sample>& Job,
                 SliceContext<Sample>& s)
@@ -108,9 +107,13 @@ void StartSlice(const EncoderSettings& Settings, const PictureSets& Sets, const 
     s.bitstream.WriteSliceHeader(MakeSliceHeader(Sets, Job, s.Facts), Sets.Sps, Sets.Pps);
 }
 
-template void StartSlice(const EncoderSettings&, const PictureSets&, const PictureJob<uint8_t>&,
-                         SliceContext<uint8_t>&);
-template void StartSlice(const EncoderSettings&, const PictureSets&, const PictureJob<uint16_t>&,
-                         SliceContext<uint16_t>&);
+#define INSTANTIATE(Sample)                                                                                            \
+    template void CompleteFacts(const EncoderSettings&, const PictureSets&, const PictureJob<Sample>&,                 \
+                                SliceFacts<Sample>&);                                                                  \
+    template void StartSlice(const EncoderSettings&, const PictureSets&, const PictureJob<Sample>&,                    \
+                             SliceContext<Sample>&);
+INSTANTIATE(uint8_t)
+INSTANTIATE(uint16_t)
+#undef INSTANTIATE
 
 } // namespace UMC_H264_ENCODER

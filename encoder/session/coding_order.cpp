@@ -58,7 +58,7 @@ H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Inp
 {
     H264EncoderFrame<Sample>* pPick = nullptr;
     for (auto* p = Input.Head(); p; p = p->next) {
-        if (p->was_encoded) continue;
+        if (p->was_encoded || p->awaits_type) continue;
         if (p->frame_type == FRAME_B && CountAnchorsBehind(Reconstructed, *p) < AnchorsNeeded) continue;
         if (!pPick || SortsBefore(*p, *pPick)) pPick = p;
     }

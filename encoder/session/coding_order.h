@@ -6,7 +6,7 @@
 namespace UMC_H264_ENCODER {
 
 /// Which picture of the input list is coded next: oldest IDR period first, then display order, except that a B picture
-/// waits for AnchorsNeeded references behind it. Null when none can be.
+/// waits for AnchorsNeeded references behind it, and others for their type. Null when none can be.
 template <class Sample>
 H264EncoderFrame<Sample>* FindNextToCode(const H264EncoderFrameList<Sample>& Input,
                                          const H264EncoderFrameList<Sample>& Reconstructed, int32_t AnchorsNeeded,

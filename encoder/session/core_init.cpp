@@ -1,6 +1,7 @@
 #include "encoder/session/core_init.h"
 
 #include "encoder/picture/make_parameter_sets.h"
+#include "encoder/picture/picture_loop.h"
 #include "encoder/session/make_settings.h"
 #include "encoder/session/params_check.h"
 
@@ -45,17 +46,6 @@ void AllocateSlices(const EncoderSettings& Settings, PictureJob<Sample>& Job)
     }
 }
 
-template <class Sample>
-void AllocateTables(const EncoderSettings& Settings, PictureJob<Sample>& Job)
-{
-    const size_t Count = static_cast<size_t>(Settings.Layout.MbCount) * (Settings.Layout.HasAlpha ? 2 : 1);
-    Job.LocalMacroblocks.resize(Count);
-    // Of both lists in any case: a client may ask for a B picture whatever the settings say.
-    for (auto& List : Job.VectorDifferences) List.resize(Count * 16);
-    Job.IntraModes.resize(Count * 16);
-    Job.CoeffCounts.resize(Count * kCountsPerMb);
-}
-
 // The rate control starts over at the rates in force.
 template <class Sample>
 void StartRate(const EncoderSettings& Settings, SequenceState<Sample>& Sequence)
@@ -84,10 +74,16 @@ void StartSequence(const EncoderSettings& Settings, SequenceState<Sample>& Seque
 template <class Sample>
 UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator)
 {
-    if (const UMC::Status s = MakeSettings<Sample>(Params, c.Settings); s != UMC::StatusOk) return s;
+    const UMC::Status s = MakeSettings<Sample>(Params, c.Settings);
+    return s == UMC::StatusOk ? BuildCore(c, pAllocator) : s;
+}
+
+template <class Sample>
+UMC::Status BuildCore(EncoderCore<Sample>& c, UMC::MemoryAllocator* pAllocator)
+{
     c.pAllocator = pAllocator;
     AllocateSlices(c.Settings, c.Job);
-    AllocateTables(c.Settings, c.Job);
+    c.Job.MakeTables(static_cast<size_t>(c.Settings.Layout.MbCount) * (c.Settings.Layout.HasAlpha ? 2 : 1));
     DivideIntoSlices(c.Settings, c.Job);
     // Macroblocks of pairs are coded more than once each.
     if ((c.Settings.AnalysisFlags & ENC_ANALYSE_RECODE) || c.Settings.Params.coding_type == CODING_ADAPTIVE) {
@@ -95,6 +91,10 @@ UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Para
         if (const UMC::Status s = c.Job.pScratch->Allocate(c.Settings.Layout); s != UMC::StatusOk) return s;
     }
     StartSequence(c.Settings, c.Sequence);
+    if (c.Settings.AnalysisFlags & ENC_ANALYSE_FRAME_TYPE) {
+        c.pLookAhead = std::make_unique<LookAhead<Sample>>(c.Settings, PicInitQp(c.Settings.Params, c.Sequence.Rate));
+        if (const UMC::Status s = c.pLookAhead->Allocate(c.Settings.Layout, pAllocator); s != UMC::StatusOk) return s;
+    }
     // It refuses sizes that can be coded: such pictures pass it as they are.
     c.NoiseFilter.Start(c.Settings.Layout.Width, c.Settings.Layout.Height);
     return UMC::StatusOk;
@@ -115,8 +115,10 @@ UMC::Status SetCoreRate(const EncoderSettings& Settings, SequenceState<Sample>& 
     return UMC::StatusOk;
 }
 
+template UMC::Status BuildCore(Core8&, UMC::MemoryAllocator*);
 template UMC::Status InitCore(Core8&, const UMC::VideoEncoderParams&, UMC::MemoryAllocator*);
 template UMC::Status SetCoreRate(const EncoderSettings&, SequenceState<uint8_t>&, const UMC::VideoEncoderParams&);
+template UMC::Status BuildCore(Core16&, UMC::MemoryAllocator*);
 template UMC::Status InitCore(Core16&, const UMC::VideoEncoderParams&, UMC::MemoryAllocator*);
 template UMC::Status SetCoreRate(const EncoderSettings&, SequenceState<uint16_t>&, const UMC::VideoEncoderParams&);
 

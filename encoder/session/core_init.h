@@ -9,6 +9,9 @@ namespace UMC_H264_ENCODER {
 /// Throws std::bad_alloc; the core is then of no use.
 template <class Sample>
 UMC::Status InitCore(EncoderCore<Sample>& c, const UMC::VideoEncoderParams& Params, UMC::MemoryAllocator* pAllocator);
+/// The same with settings that are made already.
+template <class Sample>
+UMC::Status BuildCore(EncoderCore<Sample>& c, UMC::MemoryAllocator* pAllocator);
 /// A new bit rate or frame rate for a running encoder; see H264VideoEncoder::SetParams for the results.
 template <class Sample>
 UMC::Status SetCoreRate(const EncoderSettings& Settings, SequenceState<Sample>& Sequence,

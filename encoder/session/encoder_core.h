@@ -5,6 +5,7 @@
 #pragma once
 
 #include "encoder/picture/sequence_state.h"
+#include "encoder/session/look_ahead.h"
 #include "encoder/session/noise_filter.h"
 #include "encoder/state/encoder_settings.h"
 #include "encoder/state/picture_job.h"
@@ -26,6 +27,7 @@ struct EncoderCore {
     UMC::VideoProcessing Converter;                     // from the client's picture into a frame
     CNoiseReductionFilter<Sample> NoiseFilter{1, 1, 0}; // off, unless who holds the core turns it on
     UMC::MemoryAllocator* pAllocator = nullptr;         // not owned; outlives the frames
+    std::unique_ptr<LookAhead<Sample>> pLookAhead;      // with ENC_ANALYSE_FRAME_TYPE
 };
 
 using Core8 = EncoderCore<uint8_t>;

@@ -3,6 +3,7 @@
 #include "Common/h264/chroma_geometry.h"
 #include "encoder/picture/frame_coding.h"
 #include "encoder/session/coding_order.h"
+#include "encoder/session/picture_periods.h"
 
 namespace UMC_H264_ENCODER {
 
@@ -49,18 +50,32 @@ int32_t TypeOfInput(EncoderCore<Sample>& c, int32_t Asked)
     }
 }
 
+// A new picture gets its place.
 template <class Sample>
-void StartIdrPeriod(EncoderCore<Sample>& c, H264EncoderFrame<Sample>& New)
+void PlaceInput(SequenceState<Sample>& q, H264EncoderFrame<Sample>& New)
 {
-    New.is_idr = true;
-    c.Sequence.poc_base += c.Sequence.poc_frame_count;
-    c.Sequence.poc_frame_count = 0;
-    c.Sequence.make_idr_next = false;
-    for (auto* p = c.Sequence.InputList.Head(); p; p = p->next) {
-        if (p == &New) continue;
-        ++p->idr_epoch[0];
-        ++p->idr_epoch[1];
+    New.poc[0] = 2 * q.poc_frame_count;
+    New.poc[1] = 2 * q.poc_frame_count + 1;
+    if (New.frame_type == FRAME_I && q.make_idr_next) {
+        StartIdrPeriod(q, New);
+        q.make_idr_next = false;
     }
+    ++q.poc_frame_count;
+}
+
+// A type that the client asks for stands, as does that of an IDR picture: what waits cannot wait for more.
+template <class Sample>
+UMC::Status LookAheadTo(EncoderCore<Sample>& c, H264EncoderFrame<Sample>& New, int32_t Asked)
+{
+    const bool IsAsked = Asked == UMC::I_PICTURE || Asked == UMC::P_PICTURE || Asked == UMC::B_PICTURE;
+    const bool Stands = IsAsked || (New.frame_type == FRAME_I && c.Sequence.make_idr_next);
+    if (Stands) c.pLookAhead->DecideAll(c.Settings, c.Sequence);
+    PlaceInput(c.Sequence, New);
+    if (Stands)
+        c.pLookAhead->Pass(New);
+    else
+        c.pLookAhead->Put(c.Settings, c.Sequence, New);
+    return UMC::StatusOk;
 }
 
 // All that can fail comes first, so that a picture that is refused leaves the key frame rule and the counters alone.
@@ -73,13 +88,12 @@ UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
     H264EncoderFrame<Sample>* pFrame = nullptr;
     const UMC::Status s = c.Sequence.InputList.InsertFrame(Input, c.Settings.Layout, c.pAllocator, c.Converter, pFrame);
     if (s != UMC::StatusOk) return s;
+    // IDR pictures leave it as it is.
+    pFrame->display_order = 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base);
     pFrame->frame_type = TypeOfInput(c, Asked);
     pFrame->b_is_reference = pFrame->frame_type == FRAME_B && IsReferenceB(c);
-    if (pFrame->frame_type == FRAME_I && c.Sequence.make_idr_next) StartIdrPeriod(c, *pFrame);
-    pFrame->poc[0] = 2 * c.Sequence.poc_frame_count;
-    pFrame->poc[1] = 2 * c.Sequence.poc_frame_count + 1;
-    pFrame->display_order = 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base);
-    ++c.Sequence.poc_frame_count;
+    if (c.pLookAhead) return LookAheadTo(c, *pFrame, Asked);
+    PlaceInput(c.Sequence, *pFrame);
     return UMC::StatusOk;
 }
 
@@ -87,9 +101,8 @@ UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
 template <class Sample>
 void EndInput(EncoderCore<Sample>& c)
 {
-    const int32_t LastOrder = 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base - 1);
-    for (auto* p = c.Sequence.InputList.Head(); p; p = p->next)
-        if (!p->was_encoded && p->display_order == LastOrder && p->frame_type == FRAME_B) p->frame_type = FRAME_P;
+    if (c.pLookAhead) c.pLookAhead->DecideAll(c.Settings, c.Sequence);
+    EndRun(c.Sequence, 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base));
     c.Sequence.b_anchors_needed = 1;
 }
 
@@ -111,14 +124,33 @@ void ReturnFreeFrames(EncoderCore<Sample>& c)
     }
 }
 
-// The stream goes on as if a picture that could not be delivered had never been: its number is given out again, and a
-// key picture is made up for. Only the number of an IDR picture is used up.
+// The first picture behind an IDR picture that is lost takes its place, whether it has come already or not.
+template <class Sample>
+void ReplaceIdrPicture(EncoderCore<Sample>& c)
+{
+    H264EncoderFrame<Sample>* pFirst = nullptr;
+    for (auto* p = c.Sequence.InputList.Head(); p; p = p->next) {
+        if (p->was_encoded || p->Epoch() != c.Job.pCurrent->Epoch()) continue;
+        if (!pFirst || p->display_order < pFirst->display_order) pFirst = p;
+    }
+    if (pFirst)
+        StartIdrPeriod(c.Sequence, *pFirst);
+    else
+        c.Sequence.make_key_next = c.Sequence.make_idr_next = true;
+}
+
+// The stream goes on as if a picture that could not be delivered had never been: its number is given out again, a key
+// picture is made up for, and the run of B pictures ahead of an anchor gets another. Only the number of an IDR picture
+// is used up.
 template <class Sample>
 void GiveUpPicture(EncoderCore<Sample>& c, const PictureResult& Result)
 {
     c.Sequence.idr_pic_id = Result.Sets.idr_pic_id;
     if (Result.Status == UMC::StatusFailed) c.Sequence.make_key_next = true;
-    if (c.Job.pCurrent->is_idr) c.Sequence.make_key_next = c.Sequence.make_idr_next = true;
+    if (c.Job.pCurrent->is_idr)
+        ReplaceIdrPicture(c);
+    else if (c.Job.pCurrent->frame_type != FRAME_B)
+        EndRun(c.Sequence, c.Job.pCurrent->display_order);
 }
 
 // A picture that the filter refuses is coded as it is. The filter knows the chroma of 4:2:0 alone: of other formats it

@@ -127,7 +127,7 @@ template <class Sample>
 void H264EncoderFrame<Sample>::ResetPicture()
 {
     Unmark();
-    was_encoded = false;
+    was_encoded = awaits_type = false;
     is_idr = false;
     frame_num = frame_num_wrap = 0;
     long_term_frame_idx = 0;

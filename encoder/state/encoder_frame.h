@@ -50,6 +50,7 @@ public:
     int32_t frame_type = FRAME_I;
     int32_t b_is_reference = 0;
     bool was_encoded = false;
+    bool awaits_type = false; // held back by the look-ahead
     int32_t frame_num = 0, frame_num_wrap = 0;
     int32_t pic_num[2] = {}, long_term_pic_num[2] = {}; // top, bottom
     int32_t long_term_frame_idx = 0;

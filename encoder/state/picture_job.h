@@ -1,7 +1,6 @@
 // The coding of one picture, one attempt at it.
 #pragma once
 
-#include "Common/h264/trace/element_trace.h"
 #include "encoder/state/slice_context.h"
 
 #include <memory>
@@ -32,7 +31,6 @@ struct PictureJob {
     /// Takes up a frame, or a field of it, which is coded in place.
     void Begin(H264EncoderFrame<Sample>& Frame, PicturePart Which, int32_t PictureClass)
     {
-        h264::trace::BeginPicture();
         pCurrent = &Frame;
         picture_class = PictureClass;
         Structure = Which.Structure;
@@ -66,6 +64,16 @@ struct PictureJob {
     std::vector<MotionVector> VectorDifferences[2]; // of the lists; 16 for each macroblock, as are the modes
     std::vector<uint8_t> IntraModes;
     std::vector<uint8_t> CoeffCounts; // kCountsPerMb for each macroblock, CAVLC
+
+    /// For frames of Count macroblocks, those of auxiliary pictures included. Throws std::bad_alloc
+    void MakeTables(size_t Count)
+    {
+        LocalMacroblocks.resize(Count);
+        // Of both lists in any case: a client may ask for a B picture whatever the settings say.
+        for (auto& List : VectorDifferences) List.resize(Count * 16);
+        IntraModes.resize(Count * 16);
+        CoeffCounts.resize(Count * kCountsPerMb);
+    }
 };
 
 } // namespace UMC_H264_ENCODER

@@ -3,6 +3,7 @@
 
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
+#include "encoder/session/make_settings.h"
 #include "encoder/session/tool_counts.h"
 #include "encoder/session/video_encoder.h"
 #include "media/umc_default_memory_allocator.h"
@@ -228,25 +229,47 @@ template <class Sample>
 class CoreDriver : public CodedStream
 {
 public:
-    explicit CoreDriver(const UMC::H264EncoderParams& Params)
+    /// @param Flags  analysis flags beyond those that the settings come to
+    explicit CoreDriver(const UMC::H264EncoderParams& Params, uint32_t Flags = 0)
         : CodedStream(Params), pCore(std::make_unique<UMC_H264_ENCODER::EncoderCore<Sample>>())
     {
-        EXPECT_EQ(InitCore(*pCore, Params, &m_Allocator), UMC::StatusOk);
+        EXPECT_EQ(UMC_H264_ENCODER::MakeSettings<Sample>(Params, pCore->Settings), UMC::StatusOk);
+        pCore->Settings.AnalysisFlags |= Flags;
+        EXPECT_EQ(BuildCore(*pCore, &m_Allocator), UMC::StatusOk);
         InitInput(Params, m_Input, sizeof(Sample) == 1 ? 8 : 9);
         m_Buffer.resize(4 * m_Input.GetMappingSize() + 65536);
     }
 
     void EncodeAll(std::vector<Picture> Clip)
     {
-        for (Picture& p : Clip) {
-            if (m_Input.GetMappingSize() == 2 * p.size()) p = Widened(p);
-            m_Input.SetBufferPointer(p.data(), p.size());
-            Turn(&m_Input);
-        }
+        for (Picture& p : Clip) EXPECT_EQ(Encode(p), UMC::StatusOk);
+        FlushAll();
+    }
+    /// @param Room  bytes of the output buffer
+    UMC::Status Encode(const Picture& p, int32_t AskedType = 0, size_t Room = SIZE_MAX)
+    {
+        Picture Source = m_Input.GetMappingSize() == 2 * p.size() ? Widened(p) : p;
+        m_Input.SetBufferPointer(Source.data(), Source.size());
+        m_Input.SetFrameType(AskedType);
+        pCore->Request = 0;
+        return Turn(&m_Input, Room);
+    }
+    /// @return StatusEndOfSegment with nothing left
+    UMC::Status Flush(size_t Room = SIZE_MAX)
+    {
         pCore->Request = UMC_H264_ENCODER::REQUEST_FLUSH;
-        while (Turn(nullptr)) {
+        return Turn(nullptr, Room);
+    }
+    void FlushAll()
+    {
+        for (UMC::Status s = UMC::StatusOk; s != UMC::StatusEndOfSegment;) {
+            s = Flush();
+            ASSERT_TRUE(s == UMC::StatusOk || s == UMC::StatusEndOfSegment) << s;
         }
     }
+    /// Of what has been coded, in coding order: K for an IDR picture, I, P, B, or b for one that none refers to, each
+    /// with its place in display order from 'a' on: "Ka Pd bb bc".
+    const std::string& Order() const { return m_Order; }
 
 private:
     UMC::DefaultMemoryAllocator m_Allocator; // outlives the core
@@ -262,22 +285,31 @@ private:
         for (size_t i = 0; i < p.size(); ++i) Wide[2 * i] = p[i];
         return Wide;
     }
-    // False when it waits for more.
-    bool Turn(UMC::VideoData* pInput)
+    // As the encoder's front does it.
+    UMC::Status Turn(UMC::VideoData* pInput, size_t Room)
     {
         UMC::MediaData Output;
-        Output.SetBufferPointer(m_Buffer.data(), m_Buffer.size());
+        const size_t Size = std::min(Room, m_Buffer.size());
+        std::fill(m_Buffer.begin(), m_Buffer.end(), kUnwritten);
+        Output.SetBufferPointer(m_Buffer.data(), Size);
         const UMC::Status s = FrameStep(*pCore, pInput, &Output);
-        if (pCore->State & UMC_H264_ENCODER::STATE_NEED_INPUT) return false;
-        EXPECT_EQ(s, UMC::StatusOk);
-        if (s != UMC::StatusOk) return false;
+        EXPECT_TRUE(std::all_of(m_Buffer.begin() + static_cast<ptrdiff_t>(Size), m_Buffer.end(),
+                                [](uint8_t b) { return b == kUnwritten; }));
+        if (pCore->State & UMC_H264_ENCODER::STATE_NEED_INPUT) return pInput ? UMC::StatusOk : UMC::StatusEndOfSegment;
+        if (s != UMC::StatusOk) return s;
         const auto* const pData = static_cast<const uint8_t*>(Output.GetDataPointer());
         Stream.insert(Stream.end(), pData, pData + Output.GetDataSize());
         pLast = pCore->Job.pCurrent;
         KeepReconstruction(*pLast, pLast->display_order / 2);
-        return true;
+        const char Type = pLast->is_idr ? 'K' : "IPB"[pLast->frame_type];
+        m_Order += m_Order.empty() ? "" : " ";
+        m_Order += pCore->Job.picture_class == UMC_H264_ENCODER::CLASS_DISPOSABLE ? 'b' : Type;
+        m_Order += static_cast<char>('a' + pLast->display_order / 2);
+        return s;
     }
 
+    static constexpr uint8_t kUnwritten = 0xA5;
+    std::string m_Order;
     UMC::VideoData m_Input;
     std::vector<uint8_t> m_Buffer;
 };

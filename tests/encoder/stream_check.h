@@ -52,7 +52,8 @@ inline void ExpectNoStartCodeInsideUnits(const CodedStream& d)
         for (size_t i = 2; i < n.Payload.size(); ++i)
             ASSERT_FALSE(n.Payload[i - 2] == 0 && n.Payload[i - 1] == 0 && n.Payload[i] < 3) << "byte " << i;
     }
-    EXPECT_EQ(Slices, d.Reconstruction.size() * static_cast<size_t>(d.Params().num_slices));
+    const size_t Pictures = d.Reconstruction.size() * (d.Params().coding_type == 1 ? 2 : 1);
+    EXPECT_EQ(Slices, Pictures * static_cast<size_t>(d.Params().num_slices));
 }
 
 /// A decoder may make up chroma of pictures that have none: it is not looked at.

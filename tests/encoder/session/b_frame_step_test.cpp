@@ -124,6 +124,25 @@ TEST(BFrameStep, AnIdrPictureInsideARunEndsItWithAPFirst)
     ExpectDecodesToReconstruction(c.d);
 }
 
+// Of a run that waits for two anchors, one of which is an IDR picture, none is coded behind it.
+TEST(BFrameStep, AnIdrPictureIsNotWaitedFor)
+{
+    UMC::H264EncoderParams p = Runs(2);
+    p.num_ref_to_start_b = 2;
+    p.key_frame_interval = 4;
+    p.idr_interval = 1;
+    Coded c(p);
+    EXPECT_EQ(c.Put("----------").Flush().Order(), "Ia Pd Bb Bc Ie Ph Bf Bg Ii Pj");
+    ExpectDecodesToReconstruction(c.d);
+}
+
+TEST(BFrameStep, AnIdrPictureOfTheClientEndsARunWithAPToo)
+{
+    Coded c(Runs(2));
+    EXPECT_EQ(c.Put("---I-I----").Flush().Order(), "Ia Pc Bb Id Pe If Pi Bg Bh Pj");
+    ExpectDecodesToReconstruction(c.d);
+}
+
 // The countdown to the next key picture goes by the pictures whose type the rule gives.
 TEST(BFrameStep, TypesOfTheClientDoNotCount)
 {
