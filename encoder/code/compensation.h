@@ -27,7 +27,7 @@ void CompensateLuma(WorkArea<Sample>& w, const PictureView<const Sample>& Ref, M
     const auto* pSrc = Ref.pY + static_cast<ptrdiff_t>(Top) * Ref.Pitch + Left;
     ptrdiff_t SrcStep = Ref.Pitch;
     if (!detail::InsidePadding(Left - 2, Left + Width + 2, Ref.Width, kLumaPadding) ||
-        !detail::InsidePadding(Top - 2, Top + Height + 2, Ref.Height, Ref.HasRowsAround ? kLumaPadding : 0)) {
+        !detail::InsidePadding(Top - 2, Top + Height + 2, Ref.Height, Ref.LumaRowsAround)) {
         SrcStep = 24;
         Kernels<Sample>.CopyClamped(Ref.pY, Ref.Pitch, Ref.Width, Ref.Height, Left - 2, Top - 2, w.Clamped, SrcStep,
                                     Width + 5, Height + 5);
@@ -60,7 +60,7 @@ template <class Sample>
     const auto *pU = Ref.pU + Offset, *pV = Ref.pV + Offset;
     ptrdiff_t SrcStep = Ref.Pitch;
     if (!detail::InsidePadding(Left, Left + BlockWidth, PlaneWidth, kChromaPadding) ||
-        !detail::InsidePadding(Top, Top + BlockHeight, PlaneHeight, Ref.HasRowsAround ? kChromaPadding : 0)) {
+        !detail::InsidePadding(Top, Top + BlockHeight, PlaneHeight, Ref.ChromaRowsAround)) {
         SrcStep = 24;
         auto *const pClampedU = w.Clamped, *const pClampedV = pClampedU + 12;
         Kernels<Sample>.CopyClamped(Ref.pU, Ref.Pitch, PlaneWidth, PlaneHeight, Left, Top, pClampedU, SrcStep,

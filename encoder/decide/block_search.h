@@ -131,12 +131,8 @@ template <class Sample>
     if (mb.Around.Has(kernels::kTopLeft)) AddCandidate(p, WholeSamples(Around.TopLeft.Mv));
     if (Around.pTopRightOfPicture) AddCandidate(p, WholeSamples(*Around.pTopRightOfPicture));
     const MotionVector* const pReference = Ref.pVectors[0] + static_cast<ptrdiff_t>(mb.mb_index) * 16;
-    // A row of macroblocks has as many vectors as there are samples in a line, 16 for each macroblock; a row of pairs
-    // twice as many.
-    const bool InPairs = mb.pSlice->IsAdaptive;
-    const int32_t LastRow = InPairs && !mb.pSlice->IsField ? mb.mb_y | 1 : mb.mb_y; // of the pair
-    if (16 * LastRow + 16 < Ref.View.Height) AddTemporal(pReference[Ref.View.Width << InPairs]);
-    if (16 * mb.mb_x + 16 < Ref.View.Width) AddTemporal(pReference[16 << InPairs]);
+    if (mb.pPosition->Below) AddTemporal(pReference[mb.pPosition->Below]);
+    if (mb.pPosition->Right) AddTemporal(pReference[mb.pPosition->Right]);
     AddTemporal(*pReference);
 }
 

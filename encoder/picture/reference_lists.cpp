@@ -20,7 +20,7 @@ Reference<Sample> FieldOf(const Reference<Sample>& Frame, PictureStructure Part,
 {
     Reference<Sample> r = Frame;
     r.View = PartOf(Frame.View, Part);
-    r.View.HasRowsAround = false; // those are of the frame
+    r.View.LumaRowsAround = r.View.ChromaRowsAround = 0; // those are of the frame
     r.Poc = Frame.pFrame->poc[Part];
     r.Id = Frame.pFrame->picture_id + Part;
     r.ChromaMvOffset = Part == Parity ? 0 : ChromaOffsetOf(Part);

@@ -117,6 +117,9 @@ struct MacroblockPosition {
     int32_t Luma, Chroma; // samples from the plane's origin
     int32_t LimitLeft, LimitRight, LimitTop, LimitBottom;
     int32_t X, Y; // in macroblocks
+    // From its vectors in the picture's tables to those of the macroblocks below and to the right, in frames of pairs
+    // of such pairs; 0 where there are none.
+    int32_t Below, Right;
 };
 
 // Analysis flags: what the decisions try.

@@ -1,6 +1,7 @@
 // The size of all pictures of one encoder, and of the planes that hold them.
 #pragma once
 
+#include "encoder/state/picture_view.h"
 #include "media/umc_video_data.h"
 
 #include <cstddef>
@@ -8,9 +9,6 @@
 
 namespace UMC_H264_ENCODER {
 
-// Padding that a reference picture's planes carry on every side, in samples.
-inline constexpr int32_t kLumaPadding = 48;
-inline constexpr int32_t kChromaPadding = 32;
 // The room around a plane, twice that: a field is padded at twice the pitch.
 inline constexpr int32_t kLumaRoom = 2 * kLumaPadding, kChromaRoom = 2 * kChromaPadding;
 inline constexpr size_t kPlaneAlignment = 64; // bytes, of a plane's first sample

@@ -5,6 +5,10 @@
 
 namespace UMC_H264_ENCODER {
 
+// Padding that a reference picture's planes carry on every side, in samples.
+inline constexpr int32_t kLumaPadding = 48;
+inline constexpr int32_t kChromaPadding = 32;
+
 enum PictureStructure : uint8_t { STRUCTURE_TOP = 0, STRUCTURE_BOTTOM = 1, STRUCTURE_FRAME = 2 };
 
 // What of a frame a picture is: the frame or one of its fields, of its planes or of its alpha plane.
@@ -19,13 +23,14 @@ struct PictureView {
     Sample *pY = nullptr, *pU = nullptr, *pV = nullptr; // at the visible origin; without chroma the last two are null
     int32_t Pitch = 0;                                  // samples, of all three
     int32_t Width = 0, Height = 0;                      // samples of luma, whole macroblocks
-    bool HasRowsAround = true; // a reference: padded above and below too, not at the sides alone
+    // Of a reference: rows of padding above and below the planes of luma and chroma.
+    int32_t LumaRowsAround = kLumaPadding, ChromaRowsAround = kChromaPadding;
 };
 
 template <class Sample>
 PictureView<const Sample> ReadOnly(const PictureView<Sample>& v)
 {
-    return {v.pY, v.pU, v.pV, v.Pitch, v.Width, v.Height, v.HasRowsAround};
+    return {v.pY, v.pU, v.pV, v.Pitch, v.Width, v.Height, v.LumaRowsAround, v.ChromaRowsAround};
 }
 
 /// The part of a frame that a picture of a structure is.
