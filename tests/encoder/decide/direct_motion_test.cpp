@@ -226,6 +226,10 @@ TEST_F(TemporalDirect, LeadsNoFurtherThanTwiceWhatIsSearched)
     EXPECT_TRUE(IsUsable(-508, 508));
     EXPECT_FALSE(IsUsable(-509, 0));
     EXPECT_FALSE(IsUsable(0, 509));
+    m_pSlice->B.DistScale[0] = kNotScaled;
+    EXPECT_TRUE(IsUsable(1016, -1016));
+    EXPECT_FALSE(IsUsable(1017, 0));
+    EXPECT_FALSE(IsUsable(0, -1017));
 }
 
 // With inference a quadrant has the motion of the block in the macroblock's corner, without it each block its own.

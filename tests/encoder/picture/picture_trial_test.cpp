@@ -75,6 +75,25 @@ TYPED_TEST(PictureTrials, OfTheSamePictureCostNothing)
     }
 }
 
+// Beyond the visible samples the last column, and the last row, of its field in fields.
+TYPED_TEST(PictureTrials, AreOfCopiesThatRepeatTheLastSamples)
+{
+    for (const int32_t CodingType : {0, 1}) {
+        UMC::H264EncoderParams p = SizedParams(20, 18);
+        p.coding_type = CodingType;
+        Trials<TypeParam> t(p);
+        const Picture Source = MakeClip(Scene::Noise, 20, 18, 1)[0];
+        t.Run(Source, Source);
+        for (int32_t y = 0; y < 32; ++y)
+            for (int32_t x = 0; x < 32; ++x) {
+                const int32_t Row = y < 18 ? y : CodingType ? 16 + y % 2 : 17;
+                ASSERT_EQ(t.Last().m_pY[y * t.Last().m_Pitch + x],
+                          Source[static_cast<size_t>(20 * Row + std::min(x, 19))])
+                    << x << ',' << y;
+            }
+    }
+}
+
 // Lines of noise in one field and none in the other: as a frame it moves, as fields each stands still in its own.
 TYPED_TEST(PictureTrials, OfFieldsAreAgainstTheirOwnParity)
 {
