@@ -222,7 +222,7 @@ TEST(LookAhead, APanIsPredictedStepByStep)
 TEST(LookAhead, AFlickerIsABPicture)
 {
     std::vector<Picture> Clip = Still(6);
-    for (const size_t i : {1, 3})
+    for (const size_t i : {1u, 3u})
         for (uint8_t& Sample : Clip[i]) Sample = static_cast<uint8_t>(Sample + 6);
     EXPECT_EQ(OrderOf(1, kTypes, Clip), "Ka Pc bb Pe bd Pf");
 }

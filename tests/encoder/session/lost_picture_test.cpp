@@ -62,7 +62,7 @@ TEST_P(LostPicture, LeavesAllOthersDecodable)
     ASSERT_EQ(Whole.Reconstruction.size(), m_Clip.size());
     size_t Losses = 0;
     for (size_t Turn = 0; Turn < m_Clip.size() + 4; ++Turn)
-        for (const size_t Room : {0, 4, 60}) {
+        for (const size_t Room : {0u, 4u, 60u}) {
             SCOPED_TRACE(testing::Message() << "turn " << Turn << ", room " << Room);
             CoreDriver<uint8_t> d(m_Params);
             const size_t Failed = Live(d, Turn, Room);
@@ -114,6 +114,30 @@ TEST(LostField, TakesTheOtherOneWithIt)
             ExpectDecodesToReconstruction(d);
         }
     }
+}
+
+// The key frame rule would end the run with an anchor, but there is nothing left to predict it from.
+TEST(LostKeyPicture, IsMadeUpForHoweverManyAreLost)
+{
+    H264EncoderParams p = SizedParams(kSide, kSide);
+    p.num_b_frames = 3;
+    p.num_ref_frames = 2;
+    p.key_frame_interval = 5;
+    p.idr_interval = 3;
+    p.keep_pattern_at_key = 1; // so that a key picture falls into a run
+    for (const uint32_t Flags : {0u, uint32_t{UMC_H264_ENCODER::ENC_ANALYSE_FRAME_TYPE}})
+        for (size_t Lost = 1; Lost < 8; ++Lost) {
+            SCOPED_TRACE(testing::Message() << Lost << " with " << Flags);
+            CoreDriver<uint8_t> d(p, Flags);
+            const std::vector<Picture> Clip = MakeClip(Scene::Pan, kSide, kSide, 12);
+            for (size_t i = 0; i < Clip.size(); ++i)
+                ASSERT_EQ(d.Encode(Clip[i], 0, i < Lost ? 4 : SIZE_MAX),
+                          i < Lost ? UMC::StatusNotEnoughBuffer : UMC::StatusOk);
+            d.FlushAll();
+            EXPECT_EQ(d.Order()[0], 'K');
+            EXPECT_EQ(d.Reconstruction.size(), Clip.size() - Lost) << d.Order();
+            ExpectDecodesToReconstruction(d);
+        }
 }
 
 } // namespace
