@@ -31,23 +31,26 @@ bool IsReferenceB(const EncoderCore<Sample>& c)
 }
 
 // Whether a picture of the type that the caller asks for can be coded.
-template <class Sample>
-UMC::Status CheckAskedType(const EncoderCore<Sample>& c, int32_t Asked)
+UMC::Status CheckAskedType(int32_t Asked, bool CanPredict)
 {
     if (Asked != UMC::P_PICTURE && Asked != UMC::B_PICTURE) return UMC::StatusOk;
-    return HasReference(c) ? UMC::StatusOk : UMC::StatusNotEnoughData;
+    return CanPredict ? UMC::StatusOk : UMC::StatusNotEnoughData;
 }
 
-// The type that the caller asks for, or that of the GOP rule.
+// The type that the caller asks for, or that of the GOP rule. Where all that could be referred to was lost it is an IDR
+// picture.
 template <class Sample>
-int32_t TypeOfInput(EncoderCore<Sample>& c, int32_t Asked)
+int32_t TypeOfInput(EncoderCore<Sample>& c, int32_t Asked, bool CanPredict)
 {
     switch (Asked) {
     case UMC::I_PICTURE: c.Sequence.make_idr_next = true; return FRAME_I;
     case UMC::P_PICTURE: return FRAME_P;
     case UMC::B_PICTURE: return FRAME_B;
-    default: return NextFrameType(c.Settings, c.Sequence);
     }
+    const int32_t Type = NextFrameType(c.Settings, c.Sequence);
+    if (Type == FRAME_I || CanPredict) return Type;
+    c.Sequence.make_idr_next = true;
+    return FRAME_I;
 }
 
 // A new picture gets its place.
@@ -84,13 +87,14 @@ UMC::Status TakeInput(EncoderCore<Sample>& c, UMC::VideoData& Input)
 {
     if (c.Settings.Params.coding_type < 0) return UMC::StatusUnsupported; // the check corrects values above 2 alone
     const int32_t Asked = Input.GetFrameType();
-    if (const UMC::Status s = CheckAskedType(c, Asked); s != UMC::StatusOk) return s;
+    const bool CanPredict = HasReference(c);
+    if (const UMC::Status s = CheckAskedType(Asked, CanPredict); s != UMC::StatusOk) return s;
     H264EncoderFrame<Sample>* pFrame = nullptr;
     const UMC::Status s = c.Sequence.InputList.InsertFrame(Input, c.Settings.Layout, c.pAllocator, c.Converter, pFrame);
     if (s != UMC::StatusOk) return s;
     // IDR pictures leave it as it is.
     pFrame->display_order = 2 * (c.Sequence.poc_frame_count + c.Sequence.poc_base);
-    pFrame->frame_type = TypeOfInput(c, Asked);
+    pFrame->frame_type = TypeOfInput(c, Asked, CanPredict);
     pFrame->b_is_reference = pFrame->frame_type == FRAME_B && IsReferenceB(c);
     if (c.pLookAhead) return LookAheadTo(c, *pFrame, Asked);
     PlaceInput(c.Sequence, *pFrame);

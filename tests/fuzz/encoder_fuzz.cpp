@@ -1,5 +1,9 @@
 // The encoder with arbitrary settings on tiny pictures: a known status, or a stream that our decoder takes.
+#include "encoder/session/core_init.h"
+#include "encoder/session/frame_step.h"
+#include "encoder/session/make_settings.h"
 #include "encoder/session/video_encoder.h"
+#include "media/umc_default_memory_allocator.h"
 #include "tests/fuzz/fuzz_require.h"
 #include "tools/h264_decode/stream_decoder.h"
 
@@ -7,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -110,20 +115,70 @@ void SetFormat(Choices& c, H264EncoderParams& p)
     c.Set(p.alpha_transparent_value, 0, 255);
 }
 
+// Analysis flags that no setting asks for.
+uint32_t FurtherFlags(Choices& c)
+{
+    using namespace UMC_H264_ENCODER;
+    constexpr uint32_t kFlags[]{ENC_ANALYSE_FRAME_TYPE, ENC_ANALYSE_SCENE_CUT, ENC_ANALYSE_CBP_EMPTY};
+    const uint8_t Which = c.Byte();
+    uint32_t Flags = 0;
+    for (int i = 0; i < 3; ++i) Flags |= Which >> i & 1 ? kFlags[i] : 0;
+    return Flags;
+}
+
+// The core with such flags, which the encoder's front has no way to ask for.
+template <class Sample>
+class CoreEncoder
+{
+public:
+    explicit CoreEncoder(uint32_t Flags) : m_Flags(Flags) {}
+
+    UMC::Status Init(const H264EncoderParams* pParams)
+    try {
+        const UMC::Status s = UMC_H264_ENCODER::MakeSettings<Sample>(*pParams, m_Core.Settings);
+        if (s != UMC::StatusOk) return s;
+        m_Core.Settings.AnalysisFlags |= m_Flags;
+        return UMC_H264_ENCODER::BuildCore(m_Core, &m_Allocator);
+    } catch (const std::bad_alloc&) {
+        return UMC::StatusAllocFailed;
+    }
+    UMC::Status GetFrame(UMC::VideoData* pInput, UMC::MediaData* pOutput)
+    {
+        m_Core.Request = pInput ? 0u : uint32_t{UMC_H264_ENCODER::REQUEST_FLUSH};
+        const UMC::Status s = UMC_H264_ENCODER::FrameStep(m_Core, pInput, pOutput);
+        if (!(m_Core.State & UMC_H264_ENCODER::STATE_NEED_INPUT)) return s;
+        return pInput ? UMC::StatusOk : UMC::StatusEndOfSegment;
+    }
+    UMC::Status GetInfo(H264EncoderParams* pParams) const
+    {
+        *pParams = m_Core.Settings.Params;
+        return UMC::StatusOk;
+    }
+
+private:
+    UMC::DefaultMemoryAllocator m_Allocator; // outlives the core
+    UMC_H264_ENCODER::EncoderCore<Sample> m_Core;
+    uint32_t m_Flags;
+};
+
+bool IsDeep(const H264EncoderParams& p)
+{
+    return std::max({p.bit_depth_luma, p.bit_depth_chroma, p.aux_format_idc ? p.bit_depth_aux : 8}) > 8;
+}
+
 // Pictures as the settings ask for, and room for what they become.
 class Session
 {
 public:
     explicit Session(const H264EncoderParams& p) : m_Pixels(8 * kMaxSide * kMaxSide), m_Room(1 << 18)
     {
-        const bool IsDeep =
-            std::max({p.bit_depth_luma, p.bit_depth_chroma, p.aux_format_idc ? p.bit_depth_aux : 8}) > 8;
         constexpr UMC::ColorFormat kLayouts[2][3]{{UMC::GRAY, UMC::YUV420, UMC::YUV422},
                                                   {UMC::GRAYA, UMC::YUVA420, UMC::YUVA422}};
         const UMC::ColorFormat Layout = kLayouts[p.aux_format_idc != 0][std::clamp(p.chroma_format_idc, 0, 2)];
-        m_Input.Init(p.m_Info.m_Width, p.m_Info.m_Height, Layout, IsDeep ? 12 : 8);
+        m_Input.Init(p.m_Info.m_Width, p.m_Info.m_Height, Layout, IsDeep(p) ? 12 : 8);
     }
-    UMC::Status Turn(UMC::H264VideoEncoder& Encoder, bool IsFlush, Choices& c)
+    template <class Encoder>
+    UMC::Status Turn(Encoder& e, bool IsFlush, Choices& c)
     {
         const size_t Seed = c.Byte(), Room = c.Byte();
         for (size_t i = 0; i < m_Pixels.size(); ++i)
@@ -134,7 +189,7 @@ public:
         std::vector<uint8_t> Buffer(Room >= 250 ? (Room - 250) * 40 : m_Room);
         UMC::MediaData Output;
         Output.SetBufferPointer(Buffer.data(), Buffer.size());
-        const UMC::Status s = Encoder.GetFrame(IsFlush ? nullptr : &m_Input, &Output);
+        const UMC::Status s = e.GetFrame(IsFlush ? nullptr : &m_Input, &Output);
         m_Units += Output.GetDataSize() > 0;
         m_Stream.insert(m_Stream.end(), Buffer.data(), Buffer.data() + Output.GetDataSize());
         return s;
@@ -174,6 +229,22 @@ void CheckStream(const H264EncoderParams& p, const Session& s)
     fuzz::Require(Pictures == s.Units(), "every picture is decoded");
 }
 
+template <class Encoder>
+void Live(Encoder&& e, H264EncoderParams& p, int32_t Turns, Choices& c)
+{
+    const UMC::Status Begun = e.Init(&p);
+    fuzz::Require(IsStatusOfInit(Begun), "statuses of Init");
+    if (Begun != UMC::StatusOk) return;
+    Session s(p);
+    for (int32_t i = 0; i < Turns; ++i) fuzz::Require(IsStatusOfPicture(s.Turn(e, false, c)), "statuses of a picture");
+    UMC::Status Last = UMC::StatusOk;
+    for (int32_t i = 0; i <= Turns && Last != UMC::StatusEndOfSegment; ++i) Last = s.Turn(e, true, c);
+    fuzz::Require(Last == UMC::StatusEndOfSegment, "a flush ends");
+    H264EncoderParams InForce;
+    fuzz::Require(e.GetInfo(&InForce) == UMC::StatusOk, "settings in force");
+    CheckStream(InForce, s);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
@@ -185,18 +256,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t Size)
     SetPictures(c, p);
     SetTools(c, p);
     SetRate(c, p);
-    UMC::H264VideoEncoder Encoder;
-    const UMC::Status Begun = Encoder.Init(&p);
-    fuzz::Require(IsStatusOfInit(Begun), "statuses of Init");
-    if (Begun != UMC::StatusOk) return 0;
-    Session s(p);
-    for (int32_t i = 0; i < Turns; ++i)
-        fuzz::Require(IsStatusOfPicture(s.Turn(Encoder, false, c)), "statuses of a picture");
-    UMC::Status Last = UMC::StatusOk;
-    for (int32_t i = 0; i <= Turns && Last != UMC::StatusEndOfSegment; ++i) Last = s.Turn(Encoder, true, c);
-    fuzz::Require(Last == UMC::StatusEndOfSegment, "a flush ends");
-    UMC::H264EncoderParams InForce;
-    fuzz::Require(Encoder.GetInfo(&InForce) == UMC::StatusOk, "settings in force");
-    CheckStream(InForce, s);
+    const uint32_t Flags = FurtherFlags(c);
+    if (Flags == 0) {
+        Live(UMC::H264VideoEncoder(), p, Turns, c);
+        return 0;
+    }
+    p.num_b_frames = std::min(p.num_b_frames, 2 * kMaxTurns); // the look-ahead has room for all of a run
+    if (IsDeep(p))
+        Live(CoreEncoder<uint16_t>(Flags), p, Turns, c);
+    else
+        Live(CoreEncoder<uint8_t>(Flags), p, Turns, c);
     return 0;
 }

@@ -30,6 +30,11 @@ TEST(ParameterSets, OrderCountBits)
     EXPECT_EQ(PocLsbBits(7, 2, 2), 7);
     EXPECT_EQ(PocLsbBits(0, 0, 1), 4);
     EXPECT_EQ(PocLsbBits(1 << 20, 0, 1), 16);
+    // With one reference among the B pictures they count once, and the anchors that they wait for do not count.
+    EXPECT_EQ(PocLsbBits(3, 1, 2), 5);
+    EXPECT_EQ(PocLsbBits(3, 2, 2), 6);
+    EXPECT_EQ(PocLsbBits(7, 1, 1), 6);
+    EXPECT_EQ(PocLsbBits(6, 1, 1), 5);
 }
 
 } // namespace

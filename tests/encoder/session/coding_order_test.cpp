@@ -82,6 +82,22 @@ TEST(CodingOrder, TwoAnchorsMayBeAskedFor)
     EXPECT_EQ(r.Order(), "0241"); // picture 3 has one anchor behind it
 }
 
+TEST(CodingOrder, APictureWithoutATypeIsPassedOver)
+{
+    UMC::DefaultMemoryAllocator Allocator;
+    List Input, Done;
+    for (const bool bWaits : {true, false}) {
+        auto* const p = new Frame(&Allocator);
+        p->frame_type = FRAME_P;
+        p->awaits_type = bWaits;
+        p->poc[0] = p->poc[1] = bWaits ? 0 : 2;
+        Input.Append(p);
+    }
+    EXPECT_EQ(FindNextToCode(Input, Done, 1, 0), Input.Head()->next);
+    Input.Head()->awaits_type = false;
+    EXPECT_EQ(FindNextToCode(Input, Done, 1, 0), Input.Head());
+}
+
 TEST(CodingOrder, AnOlderIdrPeriodComesFirst)
 {
     UMC::DefaultMemoryAllocator Allocator;

@@ -37,7 +37,8 @@ std::string OrderOf(const H264EncoderParams& p, uint32_t Flags, const std::vecto
 
 // ---- Thresholds, on pictures that differ by whole macroblocks --------------------------------------------------
 
-constexpr int32_t kMbWidth = 16, kMbHeight = 8, kMacroblocks = kMbWidth * kMbHeight; // an eighth of them is 64 of 512
+constexpr int32_t kMbWidth = 32, kMbHeight = 16, kMacroblocks = kMbWidth * kMbHeight;
+static_assert(kMacroblocks == 512); // in which the shares are told
 
 // Rough texture, the same in every macroblock, and some that are flat: these are better off intra where those of the
 // picture before were rough, and all of them at one cost where they lie apart. What is alike in both is skipped at
@@ -137,22 +138,20 @@ TYPED_TEST(LookAheadLimits, ARunGoesOnAtTwiceItsCost)
               "Ka Pd bb bc Pe");
 }
 
-// 180 of 512 are 45 of 128.
 TYPED_TEST(LookAheadLimits, ARunGoesOnUpTo180Of512Intra)
 {
-    const Picture None = Rough({}), First = ScatteredFlat(60);
-    EXPECT_EQ(this->Order(2, kTypes, {None, First, FirstFlat(45), None}), "Ka Pd bb bc");
-    EXPECT_EQ(this->Order(2, kTypes, {None, First, FirstFlat(46), None}), "Ka Pc bb Pd");
+    const Picture None = Rough({}), First = ScatteredFlat(240);
+    EXPECT_EQ(this->Order(2, kTypes, {None, First, FirstFlat(180), None}), "Ka Pd bb bc");
+    EXPECT_EQ(this->Order(2, kTypes, {None, First, FirstFlat(181), None}), "Ka Pc bb Pd");
 }
 
-// 505 of 512 are 126.25 of 128.
 TYPED_TEST(LookAheadLimits, ASceneBeginsAbove505Of512Intra)
 {
     const Picture None = Rough({});
-    EXPECT_EQ(this->Order(1, kTypesAndCuts, {None, None, FirstFlat(126), FirstFlat(126)}), "Ka Pc bb Pd");
-    EXPECT_EQ(this->Order(1, kTypesAndCuts, {None, None, FirstFlat(127), FirstFlat(127)}), "Ka Pb Kc Pd");
-    EXPECT_EQ(this->Order(0, kTypesAndCuts, {None, None, FirstFlat(127), FirstFlat(127)}), "Ka Pb Kc Pd");
-    EXPECT_EQ(this->Order(1, kTypes, {None, None, FirstFlat(127), FirstFlat(127)}), "Ka Pc bb Pd");
+    EXPECT_EQ(this->Order(1, kTypesAndCuts, {None, None, FirstFlat(505), FirstFlat(505)}), "Ka Pc bb Pd");
+    EXPECT_EQ(this->Order(1, kTypesAndCuts, {None, None, FirstFlat(506), FirstFlat(506)}), "Ka Pb Kc Pd");
+    EXPECT_EQ(this->Order(0, kTypesAndCuts, {None, None, FirstFlat(506), FirstFlat(506)}), "Ka Pb Kc Pd");
+    EXPECT_EQ(this->Order(1, kTypes, {None, None, FirstFlat(506), FirstFlat(506)}), "Ka Pc bb Pd");
 }
 
 // ---- Whole streams -----------------------------------------------------------------------------------------------
@@ -223,7 +222,7 @@ TEST(LookAhead, APanIsPredictedStepByStep)
 TEST(LookAhead, AFlickerIsABPicture)
 {
     std::vector<Picture> Clip = Still(6);
-    for (const size_t i : {1, 3})
+    for (const size_t i : {1u, 3u})
         for (uint8_t& Sample : Clip[i]) Sample = static_cast<uint8_t>(Sample + 6);
     EXPECT_EQ(OrderOf(1, kTypes, Clip), "Ka Pc bb Pe bd Pf");
 }
