@@ -78,9 +78,10 @@ template <class Coeff>
 int32_t CoefficientCost(const Coeff* pLevels, int32_t First, const ScanOrder& Order)
 {
     const uint8_t* const pScan = Order.Scan4x4;
-    int32_t Cost = 0, Next = First;
+    int32_t Cost = 0;
+    auto Next = static_cast<uint32_t>(First);
     for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
-        const int32_t i = std::countr_zero(Rest);
+        const auto i = static_cast<uint32_t>(std::countr_zero(Rest));
         if (IsLarge(pLevels[pScan[i]])) return kCostOfLargeLevel;
         Cost += kCostByRun[i - Next];
         Next = i + 1;
@@ -92,12 +93,14 @@ template <class Coeff, class LevelType>
 int32_t ListLevels(const Coeff* pLevels, int32_t First, const ScanOrder& Order, BlockLevels<LevelType>& Out)
 {
     const uint8_t* const pScan = Order.Scan4x4;
-    int32_t Count = 0, Cost = 0, Next = First;
+    const auto Start = static_cast<uint32_t>(First);
+    int32_t Cost = 0;
+    uint32_t Count = 0, Next = Start;
     bool HasLarge = false;
     for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
-        const int32_t i = std::countr_zero(Rest);
+        const auto i = static_cast<uint32_t>(std::countr_zero(Rest));
         const Coeff Level = pLevels[pScan[i]];
-        Out.Position[Count] = static_cast<uint8_t>(i - First);
+        Out.Position[Count] = static_cast<uint8_t>(i - Start);
         Out.Level[Count++] = Level;
         HasLarge |= IsLarge(Level);
         Cost += kCostByRun[i - Next];
