@@ -1,6 +1,8 @@
 #include "Common/h264/cabac_contexts.h"
 
 #include <algorithm>
+#include <bit>
+#include <iterator>
 
 namespace h264 {
 
@@ -15,6 +17,8 @@ CabacTables MakeTables()
         t.Next[Context] = PackContext(kTransIdxMps[State], Mps);
         t.Next[Context + 128] = PackContext(kTransIdxLps[State], State == 0 ? 1 - Mps : Mps);
     }
+    for (uint32_t Eighth = 0; Eighth < std::size(t.LpsShift); ++Eighth)
+        t.LpsShift[Eighth] = static_cast<uint8_t>(6 - std::bit_width(Eighth));
     return t;
 }
 

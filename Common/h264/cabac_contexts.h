@@ -23,6 +23,8 @@ constexpr CabacContext PackContext(uint32_t pStateIdx, uint32_t valMPS)
 struct CabacTables {
     uint8_t RangeLps[128 * 4];  // Table 9-44 by context * 4 + ((codIRange >> 6) & 3)
     CabacContext Next[2 * 128]; // the context behind the more, then behind the less probable symbol (Table 9-45)
+    // Bits by which a range of the less probable symbol, 6 or more, grows to 256 (clause 9.3.4.2), by the range / 8.
+    uint8_t LpsShift[256 / 8];
 };
 extern const CabacTables g_CabacTables;
 

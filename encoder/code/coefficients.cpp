@@ -32,29 +32,35 @@ ScanOrder MakeScanOrder(const uint8_t* pScan4x4, const uint8_t* pScan8x8)
     return o;
 }
 
-// A flag for each of a row's four levels that is not 0. The levels are looked at together, as parts of one word.
-uint32_t NonZero(const int16_t* pRow)
+// A flag for each of 16 levels that is not 0, in raster order. The levels of a row are looked at together, as parts of
+// one word.
+uint32_t NonZero(const int16_t* pLevels)
 {
     constexpr uint64_t kLow15 = 0x7FFF7FFF7FFF7FFF;
-    uint64_t Row;
-    std::memcpy(&Row, pRow, sizeof Row);
-    const uint64_t Flags = (((Row & kLow15) + kLow15) | Row) >> 15 & 0x0001000100010001;
-    return static_cast<uint32_t>(Flags * 0x0001000200040008 >> 48);
+    // The top bit of each level's part: of row y in bit 4 * y + 3 of the part.
+    uint64_t Flags = 0;
+    for (int y = 0; y < 4; ++y) {
+        uint64_t Row;
+        std::memcpy(&Row, pLevels + 4 * y, sizeof Row);
+        Flags |= ((((Row & kLow15) + kLow15) | Row) & ~kLow15) >> (12 - 4 * y);
+    }
+    // The flags of part x come to stand from bit 48 + x on; all else that is summed lies below or beyond, and no two in
+    // one place.
+    return static_cast<uint32_t>(Flags * 0x0000200040008001 >> 48);
 }
-uint32_t NonZero(const int32_t* pRow)
+uint32_t NonZero(const int32_t* pLevels)
 {
     uint32_t Flags = 0;
-    for (uint32_t i = 0; i < 4; ++i) Flags |= (pRow[i] != 0 ? 1u : 0u) << i;
+    for (uint32_t i = 0; i < 16; ++i) Flags |= (pLevels[i] != 0 ? 1u : 0u) << i;
     return Flags;
 }
 
 // The scan positions from First on that hold a level other than 0, as a mask.
 template <class Coeff>
-uint32_t ScanPositions(const Coeff* pLevels, int32_t First, const ScanOrder& Order)
+[[gnu::always_inline]] inline uint32_t ScanPositions(const Coeff* pLevels, int32_t First, const ScanOrder& Order)
 {
-    const uint32_t Upper = NonZero(pLevels) | NonZero(pLevels + 4) << 4;
-    const uint32_t Lower = NonZero(pLevels + 8) | NonZero(pLevels + 12) << 4;
-    return (static_cast<uint32_t>(Order.Flags[0][Upper]) | Order.Flags[1][Lower]) >> First << First;
+    const uint32_t Raster = NonZero(pLevels);
+    return (static_cast<uint32_t>(Order.Flags[0][Raster & 0xFF]) | Order.Flags[1][Raster >> 8]) >> First << First;
 }
 
 template <class LevelType>
@@ -72,9 +78,10 @@ template <class Coeff>
 int32_t CoefficientCost(const Coeff* pLevels, int32_t First, const ScanOrder& Order)
 {
     const uint8_t* const pScan = Order.Scan4x4;
-    int32_t Cost = 0, Next = First;
+    int32_t Cost = 0;
+    auto Next = static_cast<uint32_t>(First);
     for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
-        const int32_t i = std::countr_zero(Rest);
+        const auto i = static_cast<uint32_t>(std::countr_zero(Rest));
         if (IsLarge(pLevels[pScan[i]])) return kCostOfLargeLevel;
         Cost += kCostByRun[i - Next];
         Next = i + 1;
@@ -86,12 +93,14 @@ template <class Coeff, class LevelType>
 int32_t ListLevels(const Coeff* pLevels, int32_t First, const ScanOrder& Order, BlockLevels<LevelType>& Out)
 {
     const uint8_t* const pScan = Order.Scan4x4;
-    int32_t Count = 0, Cost = 0, Next = First;
+    const auto Start = static_cast<uint32_t>(First);
+    int32_t Cost = 0;
+    uint32_t Count = 0, Next = Start;
     bool HasLarge = false;
     for (uint32_t Rest = ScanPositions(pLevels, First, Order); Rest; Rest &= Rest - 1) {
-        const int32_t i = std::countr_zero(Rest);
+        const auto i = static_cast<uint32_t>(std::countr_zero(Rest));
         const Coeff Level = pLevels[pScan[i]];
-        Out.Position[Count] = static_cast<uint8_t>(i - First);
+        Out.Position[Count] = static_cast<uint8_t>(i - Start);
         Out.Level[Count++] = Level;
         HasLarge |= IsLarge(Level);
         Cost += kCostByRun[i - Next];

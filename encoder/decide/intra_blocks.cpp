@@ -30,30 +30,23 @@ constexpr std::array<uint16_t, 16> kModesToTry = [] {
     return Table;
 }();
 
-// Prices of the mode that is predicted and of any other.
-struct ModePrices {
-    int32_t Predicted, Other;
-};
-
 // The cheapest mode so far; of equal ones that with the lowest number.
 class ModeChoice
 {
 public:
-    ModeChoice(ModePrices Prices, int32_t Predicted) : m_Predicted(Predicted), m_Prices(Prices) {}
-    bool Offer(int32_t Mode, int32_t Distance)
+    bool Offer(int32_t Mode, int32_t Cost)
     {
-        const int32_t Cost = (Mode == m_Predicted ? m_Prices.Predicted : m_Prices.Other) + Distance;
-        if (Cost > Best || (Cost == Best && Mode > BestMode)) return false;
-        Best = Cost;
-        BestMode = Mode;
+        const int32_t Key = Cost * (1 << kModeBits) + Mode;
+        if (Key >= m_Least) return false;
+        m_Least = Key;
         return true;
     }
-
-    int32_t Best = std::numeric_limits<int32_t>::max(), BestMode = 0;
+    uint8_t Mode() const { return static_cast<uint8_t>(m_Least & ((1 << kModeBits) - 1)); }
+    int32_t Cost() const { return m_Least >> kModeBits; }
 
 private:
-    int32_t m_Predicted;
-    ModePrices m_Prices;
+    static constexpr int kModeBits = 4;
+    int32_t m_Least = std::numeric_limits<int32_t>::max();
 };
 
 // What the tries at both sizes share.
@@ -64,8 +57,8 @@ protected:
     BlocksTrial(const EncoderSettings& Settings, const CurrentMacroblock<Sample>& mb, WorkArea<Sample>& w,
                 IntraTrial<Sample>& t)
         : m_Mb(mb), m_w(w), m_t(t), m_Available(mb.Around.Available),
-          m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0), m_Prices{BitPrice(mb.Records.pLocal->Qp, 1),
-                                                                               BitPrice(mb.Records.pLocal->Qp, 4)}
+          m_UsesSad((Settings.AnalysisFlags & ENC_ANALYSE_SAD) != 0), m_ModePrice(BitPrice(mb.Records.pLocal->Qp, 4)),
+          m_Discount(m_ModePrice - BitPrice(mb.Records.pLocal->Qp, 1))
     {
         LoadNeighbours();
         m_t.Coded = 0;
@@ -79,8 +72,10 @@ protected:
             const Sample* const pAbove = m_Mb.pRecY - m_Mb.pitch;
             std::copy(pAbove - 1, pAbove + 24, pLocal - m_t.kStep - 1);
         }
-        if (m_Mb.Around.Has(kernels::kLeft))
-            for (int32_t y = 0; y < 16; ++y) pLocal[y * m_t.kStep - 1] = m_Mb.pRecY[y * m_Mb.pitch - 1];
+        if (!m_Mb.Around.Has(kernels::kLeft)) return;
+        const Sample* pLeft = m_Mb.pRecY - 1;
+        const ptrdiff_t Pitch = m_Mb.pitch;
+        for (int32_t y = 0; y < 16; ++y, pLeft += Pitch) pLocal[y * m_t.kStep - 1] = *pLeft;
     }
 
     // Mode of a 4x4 block for the prediction of modes; -1 outside the slice. Columns and rows from -1.
@@ -91,9 +86,9 @@ protected:
         return m_t.Modes[by * 4 + bx];
     }
 
-    ModeChoice ChoiceAt(int32_t bx, int32_t by) const
+    int32_t PredictedModeAt(int32_t bx, int32_t by) const
     {
-        return {m_Prices, h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1))};
+        return h264::PredictIntraMode(ModeOf(bx - 1, by), ModeOf(bx, by - 1));
     }
 
     const Sample* SourceAt(int32_t bx, int32_t by) const { return m_Mb.pSrcY + 4 * by * m_Mb.SrcPitch + 4 * bx; }
@@ -104,7 +99,7 @@ protected:
     IntraTrial<Sample>& m_t;
     unsigned m_Available;
     bool m_UsesSad;
-    ModePrices m_Prices;
+    int32_t m_ModePrice, m_Discount; // of a mode, and what one that is predicted costs less
 };
 
 // One macroblock's try at Intra 4x4.
@@ -152,21 +147,27 @@ int32_t Intra4x4Trial<Sample>::Block(uint32_t Index)
     const Sample* const pSrc = Base::SourceAt(bx, by);
     Sample* const pLocal = Base::LocalAt(bx, by);
     const unsigned Available = kernels::BlockNeighbours(Base::m_Available, bx, by, 4);
-    ModeChoice Choice = Base::ChoiceAt(bx, by);
 
     alignas(16) Sample Predictions[9][16];
     int32_t Distances[9];
     Kernels<Sample>.PredictAll4x4(pSrc, m_Mb.SrcPitch, pLocal, m_t.kStep, Available, Predictions, Distances,
                                   m_Mb.pSlice->Syntax.BitDepthLuma);
-    const auto Try = [&](int32_t Mode) {
-        if (!Base::m_UsesSad) Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, m_Mb.SrcPitch, Predictions[Mode], 4);
+    constexpr uint32_t kDc = 1u << h264::kIntraDcMode;
+    if (!Base::m_UsesSad)
+        for (uint32_t Modes = kModesToTry[Available] | kDc; Modes; Modes &= Modes - 1) {
+            const int32_t Mode = std::countr_zero(Modes);
+            Distances[Mode] = Kernels<Sample>.Satd4x4(pSrc, m_Mb.SrcPitch, Predictions[Mode], 4);
+        }
+    Distances[Base::PredictedModeAt(bx, by)] -= Base::m_Discount;
+    ModeChoice Choice;
+    Choice.Offer(h264::kIntraDcMode, Distances[h264::kIntraDcMode]);
+    for (uint32_t Modes = kModesToTry[Available]; Modes; Modes &= Modes - 1) {
+        const int32_t Mode = std::countr_zero(Modes);
         Choice.Offer(Mode, Distances[Mode]);
-    };
-    Try(h264::kIntraDcMode);
-    for (uint32_t Modes = kModesToTry[Available]; Modes; Modes &= Modes - 1) Try(std::countr_zero(Modes));
-    m_t.Modes[Raster] = static_cast<uint8_t>(Choice.BestMode);
-    Code(Index, pLocal, pSrc, Predictions[Choice.BestMode]);
-    return Choice.Best;
+    }
+    m_t.Modes[Raster] = Choice.Mode();
+    Code(Index, pLocal, pSrc, Predictions[Choice.Mode()]);
+    return Choice.Cost() + Base::m_ModePrice;
 }
 
 // One macroblock's try at Intra 8x8.
@@ -214,21 +215,22 @@ int32_t Intra8x8Trial<Sample>::Block(uint32_t Quadrant)
     Sample* const pLocal = Base::LocalAt(bx, by);
     const unsigned Available = kernels::BlockNeighbours(Base::m_Available, x, y, 2);
     const auto pDistance = Base::m_UsesSad ? Kernels<Sample>.Sad8x8 : Kernels<Sample>.Satd8x8;
-    ModeChoice Choice = Base::ChoiceAt(bx, by);
+    const int32_t Predicted = Base::PredictedModeAt(bx, by);
+    ModeChoice Choice;
 
     alignas(16) Sample Predictions[2][64];
     Sample *pBest = Predictions[0], *pTrial = Predictions[1];
     const auto Try = [&](int32_t Mode) {
         Kernels<Sample>.PredictIntra8x8(Mode, pLocal, m_t.kStep, pTrial, 8, Available,
                                         m_Mb.pSlice->Syntax.BitDepthLuma);
-        if (Choice.Offer(Mode, pDistance(pSrc, m_Mb.SrcPitch, pTrial, 8))) std::swap(pBest, pTrial);
+        const int32_t Cost = pDistance(pSrc, m_Mb.SrcPitch, pTrial, 8) - (Mode == Predicted ? Base::m_Discount : 0);
+        if (Choice.Offer(Mode, Cost)) std::swap(pBest, pTrial);
     };
     Try(h264::kIntraDcMode);
     for (uint32_t Modes = kModesToTry[Available]; Modes; Modes &= Modes - 1) Try(std::countr_zero(Modes));
-    for (int32_t i = 0; i < 2; ++i)
-        std::fill_n(m_t.Modes + 4 * (by + i) + bx, 2, static_cast<uint8_t>(Choice.BestMode));
+    for (int32_t i = 0; i < 2; ++i) std::fill_n(m_t.Modes + 4 * (by + i) + bx, 2, Choice.Mode());
     Code(Quadrant, pLocal, pSrc, pBest);
-    return Choice.Best;
+    return Choice.Cost() + Base::m_ModePrice;
 }
 
 } // namespace

@@ -131,29 +131,34 @@ int32_t IntegerSearch<Sample>::TryRing(const DirectionRow& Row, int32_t StepX, i
 template <class Sample>
 int32_t IntegerSearch<Sample>::TryRing16x16(const DirectionRow& Row, int32_t StepX, int32_t StepY)
 {
+    // Bits of a vector's component; outside of the window so few that the sum with the other's is below 0.
+    const auto BitsOf = [](const uint8_t* pBits, int32_t Whole, int32_t First, int32_t Last) {
+        return Whole >= First && Whole <= Last ? ptrdiff_t{pBits[4 * Whole]} : -2 * UINT8_MAX;
+    };
     const uint8_t *const pBitsX = MVBits() - m_p.pred_mv.x, *const pBitsY = MVBits() - m_p.pred_mv.y;
-    bool IsColumnInside[3], IsRowInside[3];
-    int32_t ColumnBits[3], RowBits[3];
+    ptrdiff_t ColumnBits[3], RowBits[3], RowStart[3];
     for (int32_t i = 0; i < 3; ++i) {
-        const int32_t x = m_BestX + (i - 1) * StepX, y = m_BestY + (i - 1) * StepY;
-        IsColumnInside[i] = x >= m_Left && x <= m_Right;
-        IsRowInside[i] = y >= m_Top && y <= m_Bottom;
-        ColumnBits[i] = IsColumnInside[i] ? pBitsX[4 * x] : 0;
-        RowBits[i] = IsRowInside[i] ? pBitsY[4 * y] : 0;
+        const int32_t y = m_BestY + (i - 1) * StepY;
+        ColumnBits[i] = BitsOf(pBitsX, m_BestX + (i - 1) * StepX, m_Left, m_Right);
+        RowBits[i] = BitsOf(pBitsY, y, m_Top, m_Bottom);
+        // Wraps for steps beyond reach, which are not taken.
+        RowStart[i] = static_cast<int32_t>(static_cast<uint32_t>(y) * static_cast<uint32_t>(m_p.pitch));
     }
     const int16_t* const pPrices = m_p.mv_cost_table->data();
-    const Sample* const pCentre = m_p.ref_y + m_BestY * m_p.pitch + m_BestX;
-    // Wraps for steps beyond reach, which are not taken.
-    const auto StepRows = static_cast<int32_t>(static_cast<uint32_t>(StepY) * static_cast<uint32_t>(m_p.pitch));
+    const Sample* const pColumn = m_p.ref_y + m_BestX;
     KeptPoints k;
+    size_t Kept = 0;
     for (int32_t i = 0; i < Row.Count; ++i) {
-        const Direction d = kDirections[Row.Next[i]];
-        if (!IsColumnInside[d.dx + 1] || !IsRowInside[d.dy + 1]) continue;
-        k.Index[k.Count] = Row.Next[i];
-        k.Price[k.Count] = pPrices[ColumnBits[d.dx + 1] + RowBits[d.dy + 1]];
-        k.pBlock[k.Count] = pCentre + d.dy * StepRows + d.dx * StepX;
-        k.Count += k.Price[k.Count] < m_BestCost;
+        const auto Towards = static_cast<size_t>(Row.Next[i]);
+        const ptrdiff_t dx = kDirections[Towards].dx, dy = kDirections[Towards].dy;
+        const ptrdiff_t Bits = ColumnBits[dx + 1] + RowBits[dy + 1];
+        if (Bits < 0) continue;
+        k.Index[Kept] = Row.Next[i];
+        k.Price[Kept] = pPrices[Bits];
+        k.pBlock[Kept] = pColumn + RowStart[dy + 1] + dx * StepX;
+        Kept += k.Price[Kept] < m_BestCost;
     }
+    k.Count = static_cast<int32_t>(Kept);
     const int32_t Won = Measure(k);
     if (Won < 0) return -1;
     const Direction d = kDirections[k.Index[Won]];

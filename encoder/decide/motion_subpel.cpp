@@ -37,11 +37,7 @@ public:
         m_pDistance = m_p.flags & ENC_ANALYSE_SAD ? SadFunction<Sample>(Code) : SatdFunction<Sample>(Code);
         m_pOrigin = m_p.ref_y + (m_Start.y >> 2) * m_p.pitch + (m_Start.x >> 2);
         m_Is16x16 = m_p.block_width == 16 && m_p.block_height == 16;
-        if (!m_Is16x16) return;
-        constexpr ptrdiff_t kStep = HalfPlanes<Sample>::kStep;
-        Kernels<Sample>.HalfPlaneRight(m_pOrigin, m_p.pitch, m_p.pHalves->Right, kStep, m_p.bit_depth);
-        Kernels<Sample>.HalfPlaneDown(m_pOrigin, m_p.pitch, m_p.pHalves->Down, kStep, m_p.bit_depth);
-        m_p.pHalves->HasBoth = false;
+        if (m_Is16x16) LookAtPlanes();
     }
 
     void Full()
@@ -52,7 +48,7 @@ public:
 
     void Walk()
     {
-        int32_t x = 0, y = 0;
+        ptrdiff_t x = 0, y = 0;
         for (int32_t Towards = 0, Moved = 0; Moved >= 0;) {
             const DirectionRow& Row = kNextDirections[Towards];
             Moved = -1;
@@ -68,40 +64,55 @@ public:
     }
 
 private:
-    bool Try(int32_t dx, int32_t dy)
+    bool Try(ptrdiff_t dx, ptrdiff_t dy)
     {
         if (dx < -kReach || dx > kReach || dy < -kReach || dy > kReach) return false;
-        const int32_t x = m_Start.x + dx, y = m_Start.y + dy;
         int32_t Cost = m_pPrices[m_pBitsX[dx] + m_pBitsY[dy]];
         if (Cost >= m_p.best_cost) return false;
         Cost += m_Is16x16 ? Distance16x16(dx, dy) : DistanceOther(dx, dy);
         if (Cost >= m_p.best_cost) return false;
-        if (m_p.flags & ENC_ANALYSE_ME_CHROMA) Cost += ChromaDistortion(m_p, x, y);
+        const MotionVector v{static_cast<int16_t>(m_Start.x + dx), static_cast<int16_t>(m_Start.y + dy)};
+        if (m_p.flags & ENC_ANALYSE_ME_CHROMA) Cost += ChromaDistortion(m_p, v.x, v.y);
         if (Cost >= m_p.best_cost) return false;
         m_p.best_cost = Cost;
-        m_p.best_mv = {static_cast<int16_t>(x), static_cast<int16_t>(y)};
+        m_p.best_mv = v;
         return true;
     }
 
-    const Sample* At(PlanePoint p, int32_t x, int32_t y, ptrdiff_t& Step)
+    // The sample of m_Start in a plane, and the plane's step.
+    struct View {
+        const Sample* pOrigin;
+        ptrdiff_t Step;
+    };
+
+    void LookAtPlanes()
     {
-        x += p.dx;
-        y += p.dy;
-        if (p.Which == FULL) {
-            Step = m_p.pitch;
-            return m_pOrigin + y * m_p.pitch + x;
-        }
         HalfPlanes<Sample>& h = *m_p.pHalves;
-        Step = HalfPlanes<Sample>::kStep;
-        if (p.Which == BOTH && !h.HasBoth) {
-            Kernels<Sample>.HalfPlaneBoth(m_pOrigin, m_p.pitch, h.Both, Step, m_p.bit_depth);
-            h.HasBoth = true;
-        }
-        const Sample* const pPlane = p.Which == RIGHT ? h.Right : p.Which == DOWN ? h.Down : h.Both;
-        return pPlane + (y + 1) * Step + x + 1;
+        constexpr ptrdiff_t kStep = HalfPlanes<Sample>::kStep, kOrigin = kStep + 1;
+        Kernels<Sample>.HalfPlaneRight(m_pOrigin, m_p.pitch, h.Right, kStep, m_p.bit_depth);
+        Kernels<Sample>.HalfPlaneDown(m_pOrigin, m_p.pitch, h.Down, kStep, m_p.bit_depth);
+        m_Views[FULL] = {m_pOrigin, m_p.pitch};
+        m_Views[RIGHT] = {h.Right + kOrigin, kStep};
+        m_Views[DOWN] = {h.Down + kOrigin, kStep};
+        m_Views[BOTH] = {h.Both + kOrigin, kStep};
     }
 
-    int32_t Distance16x16(int32_t dx, int32_t dy)
+    [[gnu::noinline]] void MakeBoth()
+    {
+        constexpr ptrdiff_t kStep = HalfPlanes<Sample>::kStep;
+        Kernels<Sample>.HalfPlaneBoth(m_pOrigin, m_p.pitch, m_p.pHalves->Both, kStep, m_p.bit_depth);
+        m_HasBoth = true;
+    }
+
+    const Sample* At(PlanePoint p, ptrdiff_t x, ptrdiff_t y, ptrdiff_t& Step)
+    {
+        if (p.Which == BOTH && !m_HasBoth) MakeBoth();
+        const View& v = m_Views[p.Which];
+        Step = v.Step;
+        return v.pOrigin + (y + p.dy) * Step + x + p.dx;
+    }
+
+    int32_t Distance16x16(ptrdiff_t dx, ptrdiff_t dy)
     {
         const PlanePoint* const pPoints = kQuarterPoints[(dy & 3) * 4 + (dx & 3)];
         ptrdiff_t StepA, StepB;
@@ -115,11 +126,11 @@ private:
         return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
-    int32_t DistanceOther(int32_t dx, int32_t dy)
+    int32_t DistanceOther(ptrdiff_t dx, ptrdiff_t dy)
     {
         const Sample* const pSrc = m_pOrigin + (dy >> 2) * m_p.pitch + (dx >> 2);
-        Kernels<Sample>.InterpolateLuma(pSrc, m_p.pitch, m_p.pTrial, 16, dx & 3, dy & 3, m_p.block_width,
-                                        m_p.block_height, m_p.bit_depth);
+        Kernels<Sample>.InterpolateLuma(pSrc, m_p.pitch, m_p.pTrial, 16, static_cast<int32_t>(dx & 3),
+                                        static_cast<int32_t>(dy & 3), m_p.block_width, m_p.block_height, m_p.bit_depth);
         return m_pDistance(m_p.src_y, m_p.SrcPitch, m_p.pTrial, 16);
     }
 
@@ -130,6 +141,8 @@ private:
     DistanceFunction<Sample>* m_pDistance;
     const Sample* m_pOrigin; // the sample of m_Start in the reference picture
     bool m_Is16x16;
+    bool m_HasBoth = false; // the plane BOTH is made when the walk first needs it
+    View m_Views[NONE];
 };
 
 } // namespace

@@ -17,7 +17,6 @@ struct HalfPlanes {
     alignas(16) Sample Right[18 * kStep];
     alignas(16) Sample Down[18 * kStep];
     alignas(16) Sample Both[18 * kStep];
-    bool HasBoth; // Both is made when the walk first needs it
 };
 
 inline constexpr int32_t kMaxChromaSamples = 16 * kMaxChromaBlocks; // of a macroblock in one plane

@@ -7,7 +7,6 @@
 
 #include "Common/h264/cabac_contexts.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -75,7 +74,7 @@ public:
 
     void EncodeBin(h264::CabacContext& Context, uint32_t Bin)
     {
-        const auto State = static_cast<uint32_t>(Context);
+        const auto State = static_cast<size_t>(Context);
         // codIRange lies in 256..510, so its top bits are 4..7: the table's base takes the 4 off again.
         const uint32_t Lps = h264::g_CabacTables.RangeLps[State * 4 + (m_Range >> 6) - 4];
         m_Range -= Lps;
@@ -87,7 +86,7 @@ public:
             Context = h264::g_CabacTables.Next[State + 128];
             m_Low += m_Range;
             m_Range = Lps;
-            Shift(std::countl_zero(Lps) - 23);
+            Shift(h264::g_CabacTables.LpsShift[Lps / 8]);
         }
     }
 

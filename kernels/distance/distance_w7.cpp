@@ -105,15 +105,17 @@ void Sad16x16x4_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* const ppB[
 {
     const uint8_t *p0 = ppB[0], *p1 = ppB[1], *p2 = ppB[2], *p3 = ppB[3];
     __m128i s0 = _mm_setzero_si128(), s1 = s0, s2 = s0, s3 = s0;
+    // 16 rows make at most 16 * 8 * 255 in each half, which 16 bits hold. Saturating sums stay in the order written: of
+    // plain ones the compiler makes trees that need more registers than there are.
     ptrdiff_t At = 0;                                 // one offset for all four
     constexpr int kTurn = sizeof(void*) == 8 ? 4 : 1; // rows; with eight registers more than one does not fit
     for (int y = 0; y < 16; y += kTurn)
         for (int k = 0; k < kTurn; ++k, pA += StepA, At += StepB) {
             const __m128i a = Load16(pA);
-            s0 = _mm_add_epi32(s0, _mm_sad_epu8(Load16(p0 + At), a));
-            s1 = _mm_add_epi32(s1, _mm_sad_epu8(Load16(p1 + At), a));
-            s2 = _mm_add_epi32(s2, _mm_sad_epu8(Load16(p2 + At), a));
-            s3 = _mm_add_epi32(s3, _mm_sad_epu8(Load16(p3 + At), a));
+            s0 = _mm_adds_epu16(s0, _mm_sad_epu8(Load16(p0 + At), a));
+            s1 = _mm_adds_epu16(s1, _mm_sad_epu8(Load16(p1 + At), a));
+            s2 = _mm_adds_epu16(s2, _mm_sad_epu8(Load16(p2 + At), a));
+            s3 = _mm_adds_epu16(s3, _mm_sad_epu8(Load16(p3 + At), a));
         }
     const __m128i s01 = _mm_add_epi32(_mm_unpacklo_epi64(s0, s1), _mm_unpackhi_epi64(s0, s1));
     const __m128i s23 = _mm_add_epi32(_mm_unpacklo_epi64(s2, s3), _mm_unpackhi_epi64(s2, s3));

@@ -80,5 +80,14 @@ TEST(CabacTables, StepAsTables944And945Say)
         }
 }
 
+TEST(CabacTables, BringEveryRangeTo256)
+{
+    for (uint32_t State = 0; State < 63; ++State) // 63 is that of the bin that ends a slice, which has no table
+        for (const uint32_t Range : kRangeLps[State]) {
+            const uint32_t Shifted = Range << g_CabacTables.LpsShift[Range / 8];
+            EXPECT_TRUE(Shifted >= 256 && Shifted < 512) << Range;
+        }
+}
+
 } // namespace
 } // namespace h264
