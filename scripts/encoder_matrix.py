@@ -197,7 +197,8 @@ class Matrix:
         for what, one, another in zip(("status", "report", "stream", "reconstruction"), *made):
             if one != another:
                 raise Fault(f"the other build has another {what}")
-        return ALIKE, None, ""
+        is_missing = made[0][0] == NOT_IMPLEMENTED and row.oracle != "refused"
+        return NOT_BUILT if is_missing else ALIKE, None, ""
 
     def outcome(self, row, other=None):
         try:
@@ -230,6 +231,9 @@ def main():
     parser.add_argument("--compare", type=pathlib.Path)
     args = parser.parse_args()
     other = args.compare and args.compare.resolve()
+    for build in filter(None, (args.build, other)):
+        if not (build / "h264_encode").exists():
+            parser.error(f"{build} holds no h264_encode")
     with tempfile.TemporaryDirectory() as name:
         matrix = Matrix(args.build.resolve(), pathlib.Path(name))
         missing = missing_values(matrix)
