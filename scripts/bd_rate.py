@@ -20,7 +20,8 @@ import tempfile
 
 from bd_curve import bd_rate
 from bench_codecs import available, luma_psnr, row
-from encoder_matrix import NOT_IMPLEMENTED, report_or_refusal, run
+from encoder_matrix import NOT_IMPLEMENTED, report_or_refusal
+from encoder_oracles import run
 
 # Name, size, frames a second, seed of the textures and the noise, kilobits a second. At 10 frames a second the same
 # scene moves three times as far from picture to picture.

@@ -11,14 +11,13 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(ROOT / "tests" / "support"), str(ROOT / "scripts")]
-from encoder_matrix import Fault, converted, ffmpeg_pictures, same  # noqa: E402
-from nal_units import annex_b, split, unit_type  # noqa: E402
+from encoder_clips import Format, converted  # noqa: E402
+from encoder_oracles import AUXILIARY, FROM_ANY_PICTURE, Fault, alpha_streams, ffmpeg_pictures, same  # noqa: E402
+from nal_units import split, unit_type  # noqa: E402
 from oracle import TestFailure, check, exit_with, run  # noqa: E402
 
 SIZE, FRAMES = "96x80", 8
 LUMA = 96 * 80
-FROM_ANY_PICTURE = "unaligned+output_corrupt"  # ffmpeg: show pictures that no IDR picture comes before
-AUXILIARY, PRIMARY, SETS = 19, 1, (7, 8)
 # Options beside an alpha plane, and the units that each picture has.
 CASES = [
     (8, "quant_i=20 quant_p=20", 1),
@@ -37,17 +36,17 @@ def planes(pictures, picture, first, size):
     return [pictures[i + first:i + first + size] for i in range(0, len(pictures), picture)]
 
 
-def monochrome_sets(encode, alphas, depth, settings, folder):
-    """Parameter sets of the same settings without chroma and without an alpha plane."""
+def monochrome(encode, alphas, depth, settings, folder):
+    """A stream of the same settings without chroma and without an alpha plane."""
     (folder / "grey.yuv").write_bytes(b"".join(alphas))
     run(*encode, folder / "grey.yuv", "--chroma", 400, "--depth", depth, *settings, "-o", folder / "grey.264")
-    return [u for u in split((folder / "grey.264").read_bytes()) if unit_type(u) in SETS]
+    return (folder / "grey.264").read_bytes()
 
 
 def try_case(tools, i420, depth, text, units_of_picture, folder):
     sample = 2 if depth > 8 else 1
     picture, luma = LUMA * 3 // 2 * sample, LUMA * sample
-    plain = converted(i420, SIZE, 420, depth)
+    plain = converted(i420, SIZE, Format(420, depth, depth))
     alphas = planes(plain, picture, 0, luma)[::-1]  # the scene backwards
     (folder / "source.yuv").write_bytes(b"".join(p + a for p, a in zip(planes(plain, picture, 0, picture), alphas)))
     encode = [tools / "h264_encode", "--size", SIZE]
@@ -57,8 +56,9 @@ def try_case(tools, i420, depth, text, units_of_picture, folder):
         f"bit_depth_aux={depth}", "-o", stream, "--recon", recon)
     found = [u for u in split(stream.read_bytes()) if unit_type(u) == AUXILIARY]
     check(len(found) == FRAMES * units_of_picture, f"{text}: {len(found)} auxiliary units")
-    primary = [bytes([u[0] & 0xE0 | PRIMARY]) + u[1:] for u in found]
-    stream.write_bytes(annex_b(monochrome_sets(encode, alphas, depth, settings, folder) + primary))
+    periods = alpha_streams(stream.read_bytes(), monochrome(encode, alphas, depth, settings, folder))
+    check(len(periods) == 1, f"{text}: {len(periods)} IDR periods")
+    stream.write_bytes(periods[0])
     try:
         decoded = ffmpeg_pictures(stream, folder / "decoded.yuv", luma_only=True, skip_filter="num_b_frames" in text,
                                   flags=FROM_ANY_PICTURE)

@@ -26,6 +26,9 @@ def encoder_failures(encode, folder, source):
     fails(*good, "-o", out, "--set", "width=32", text="unknown field")
     fails(*good, "-o", out, "--params", folder / "none", text="cannot open")
     fails(*good, "-o", out, "--set", "profile_idc=1", text="refuses these settings")
+    for wrong in ("1:X", "1", "-1:I", "1:II", ":I", "I:1"):
+        fails(*good, "-o", out, f"--types={wrong}", text="PICTURE:I")
+    fails(*good, "-o", out, "--types", "0:P", text="picture 0: status -996")
 
 
 def decoder_failures(decode, folder, stream):
@@ -56,6 +59,18 @@ def report_of_the_encoder(report):
     types = re.compile("intra_|inter_|pcm|skip_|direct")
     check(sum(n for name, n in tools.items() if types.match(name)) == 6 * 99, f"a macroblock is not counted once: {tools}")
     check(tools["references"][0] == 4 * (tools["inter_16x16"] + tools["skip_p"]) > 0, f"{tools}")
+
+
+def asked_types(encode, source):
+    """Pictures have the types that they are asked to have, and an I picture begins an IDR period."""
+    def pictures(*options):
+        tools = run_json(encode, source, "--size", "176x144", "--no-output", "--json", *options)["tools"]
+        return [tools[f"pictures_{name}"] for name in ("i", "p", "b", "idr")]
+
+    runs = ("--set", "num_b_frames=2")
+    check(pictures("--types", "2:I,4:I") == [3, 3, 0, 3], f"{pictures('--types', '2:I,4:I')}")
+    check(pictures(*runs) == [1, 2, 3, 1] and pictures("--types", "2:B") == [1, 4, 1, 1], "a B picture")
+    check(pictures(*runs, "--types", "1:P,2:P") == [1, 3, 2, 1], f"{pictures(*runs, '--types', '1:P,2:P')}")
 
 
 def comparing(encode, compare, folder, source, stream, recon):
@@ -96,6 +111,7 @@ def main():
         report = run_json(decode, stream, "-o", out, "--json")
         check(report["frames"] == 6 and report["status"] == 0, f"{report}")
         same_pictures(recon, out, (176, 144), "h264_decode against the reconstruction")
+        asked_types(encode, source)
         comparing(encode, tools / "h264_compare", folder, source, stream, recon)
         check(run_json(decode, stream, "--no-output", "--loop", 3, "--json")["frames"] == 18, "--loop is not heeded")
         check(len(our_digests(decode, stream, folder)[2]) == 6, "--framemd5 does not list every picture")

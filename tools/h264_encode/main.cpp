@@ -17,8 +17,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -29,6 +31,7 @@ struct Options {
     std::string In, Out, ParamFile;
     ReconstructionFiles Recon;
     std::vector<std::string> Sets;
+    std::map<int64_t, int32_t> Types; // asked for, by the picture's number
     FrameSize Size;
     int Chroma = 420, Depth = 8, Loop = 1, Frames = 0;
     bool bNoOutput = false, bJson = false;
@@ -41,12 +44,27 @@ struct Totals {
     ToolCounts Tools;                // of the first run
 };
 
+// The type that a picture is asked to have, from "7:B".
+std::pair<int64_t, int32_t> ParseType(const std::string& Text)
+{
+    long long Picture = 0;
+    char Letter = 0, Rest = 0;
+    const bool IsRead = std::sscanf(Text.c_str(), "%lld:%c%c", &Picture, &Letter, &Rest) == 2 && Picture >= 0;
+    const int32_t Type = Letter == 'I'   ? UMC::I_PICTURE
+                         : Letter == 'P' ? UMC::P_PICTURE
+                         : Letter == 'B' ? UMC::B_PICTURE
+                                         : UMC::NONE_PICTURE;
+    if (!IsRead || Type == UMC::NONE_PICTURE) throw CliError("not of the form PICTURE:I, :P or :B: " + Text);
+    return {Picture, Type};
+}
+
 std::string StatusText(UMC::Status s) { return "status " + std::to_string(s); }
 
 Options ParseCommandLine(int argc, char** argv)
 {
     Options o;
     std::string Size;
+    std::vector<std::string> Types;
     CommandLine App("Compresses raw planar pictures to H.264. Fields of --set: " + tools::FieldNames(), "h264_encode");
     App.Add("IN", o.In, "raw planar pictures; with aux_format_idc an alpha plane of luma's size behind each")
         .Required();
@@ -55,6 +73,8 @@ Options ParseCommandLine(int argc, char** argv)
     App.Add("--depth", o.Depth, "bits of a sample, 8..12").Range(8, 12);
     App.Add("--params", o.ParamFile, "parameter file");
     App.Add("--set", o.Sets, "NAME=VALUE, a field of the settings record").TakeAll();
+    App.Add("--types", Types, "PICTURE:I, :P or :B, a type that the picture is asked to have, counted from 0")
+        .Delimiter(',');
     App.Add("-o", o.Out, "byte stream");
     App.Add("--recon", o.Recon.Displayed, "reconstruction in display order");
     App.Add("--recon-coded", o.Recon.Coded, "the same in coding order, each picture as it is coded");
@@ -69,6 +89,7 @@ Options ParseCommandLine(int argc, char** argv)
     App.AddFlag("--json", o.bJson, "print one object on standard output");
     if (const auto Status = App.Parse(argc, argv)) std::exit(*Status);
     o.Size = ParseFrameSize(Size);
+    for (const std::string& Text : Types) o.Types.insert(ParseType(Text));
     if (o.Out.empty() && !o.bNoOutput) throw CliError("-o or --no-output is needed");
     return o;
 }
@@ -95,7 +116,7 @@ UMC::H264EncoderParams MakeParams(const Options& o)
 class Run
 {
 public:
-    Run(const Options& o, const UMC::H264EncoderParams& Params) : m_Params(Params)
+    Run(const Options& o, const UMC::H264EncoderParams& Params) : m_Types(o.Types), m_Params(Params)
     {
         if (const UMC::Status s = m_Encoder.Init(&m_Params); s != UMC::StatusOk)
             throw CliError("the encoder refuses these settings: " + StatusText(s));
@@ -121,7 +142,8 @@ public:
         const CpuTimer::Scope Timed(Sum.Timer);
         for (size_t i = 0; i < Count; ++i) {
             m_Input.SetBufferPointer(Pictures.data() + i * PictureBytes(), PictureBytes());
-            m_Input.SetFrameType(0);
+            const auto Asked = m_Types.find(static_cast<int64_t>(i));
+            m_Input.SetFrameType(Asked == m_Types.end() ? 0 : Asked->second);
             m_Input.SetTime(static_cast<double>(i));
             if (const UMC::Status s = Turn(&m_Input, Stream, Recon, Sum); s != UMC::StatusOk)
                 throw CliError("picture " + std::to_string(i) + ": " + StatusText(s));
@@ -146,6 +168,7 @@ private:
         return s;
     }
 
+    const std::map<int64_t, int32_t>& m_Types; // of the options
     UMC::H264EncoderParams m_Params;
     UMC::H264VideoEncoder m_Encoder;
     UMC::VideoData m_Input;
