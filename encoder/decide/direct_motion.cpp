@@ -36,8 +36,12 @@ template <class Sample>
 ColBlock FindColBlock(const CurrentMacroblock<Sample>& mb, int32_t Raster)
 {
     const Reference<Sample>& Col = mb.pSlice->ref_pic_lists.Pictures[1][0];
-    const bool IsField = (Col.pGlobal[mb.mb_index].Flags & kFlagField) != 0;
-    const ptrdiff_t i = mb.pSlice->IsAdaptive ? FindInPair(mb, Raster, IsField) : ptrdiff_t{mb.mb_index} * 16 + Raster;
+    bool IsField = mb.pSlice->IsField;
+    ptrdiff_t i = ptrdiff_t{mb.mb_index} * 16 + Raster;
+    if (mb.pSlice->IsAdaptive) {
+        IsField = (Col.pGlobal[mb.mb_index].Flags & kFlagField) != 0;
+        i = FindInPair(mb, Raster, IsField);
+    }
     const int32_t List = Col.pReferences[0][i] >= 0 ? 0 : 1;
     return {List, Col.pReferences[List][i], Col.pVectors[List][i], IsField};
 }

@@ -2,9 +2,9 @@
 
 #include "encoder/decide/motion_tables.h"
 #include "encoder/session/params_check.h"
-#include "encoder/state/macroblock_positions.h"
 #include "encoder/session/quant_tables.h"
 #include "encoder/state/codec_traits.h"
+#include "encoder/state/macroblock_positions.h"
 
 #include <algorithm>
 

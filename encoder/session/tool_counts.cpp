@@ -34,7 +34,7 @@ template <class Sample>
 void AddMotion(ToolCounts& n, const H264EncoderFrame<Sample>& f, size_t First)
 {
     bool UsesList1 = false, UsesBoth = false, IsFractional = false;
-    for (const size_t Quadrant : {0, 2, 8, 10}) {
+    for (const size_t Quadrant : {0u, 2u, 8u, 10u}) {
         const int8_t a = f.mb_reference[0][First + Quadrant];
         const int8_t b = f.frame_type == FRAME_B ? f.mb_reference[1][First + Quadrant] : h264::kRefNone;
         if (a >= 0) ++n.References[a];

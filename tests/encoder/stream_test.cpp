@@ -293,6 +293,34 @@ const StreamCase kOddDepths[] = {
                 p.rate_control_method = 0)};
 INSTANTIATE_TEST_SUITE_P(Odd, DeepStream, testing::ValuesIn(kOddDepths));
 
+#define PAIRS p.coding_type = 2
+
+const StreamCase kPairs[] = {
+    STREAM_WITH("in_fields", Defaults, 112, 96, Pan, 6, PAIRS; CONSTANT(26, 26)),
+    STREAM_WITH("in_fields skip_p", Cavlc, 112, 96, Mixed, 6, PAIRS; p.entropy_coding_mode = 0; CONSTANT(28, 28)),
+    STREAM_WITH("in_fields", NoWholeNumberOfPairs, 90, 70, Pan, 6, PAIRS; PARTS(2, 2); CONSTANT(24, 24)),
+    STREAM_WITH("in_fields", Parts, 112, 96, Pan, 6, PAIRS; PARTS(2, 3); CONSTANT(18, 18)),
+    STREAM_WITH("in_fields", PartsCavlc, 112, 96, Pan, 6, PAIRS; PARTS(3, 2); p.entropy_coding_mode = 0;
+                CONSTANT(18, 18)),
+    STREAM_WITH("in_fields", Slices, 112, 96, Pan, 6, PAIRS; p.num_slices = 4; p.deblocking_filter_idc = 2;
+                CONSTANT(26, 26)),
+    STREAM_WITH("in_fields", Transform8x8Satd, 96, 80, Cut, 6, PAIRS; p.transform_8x8_mode = 1; p.analysis_level = 1;
+                CONSTANT(24, 24)),
+    STREAM_WITH("in_fields skip_b direct", Spatial, 96, 80, Mixed, 10, PAIRS; B_PICTURES(2, 3); PARTS(2, 3);
+                p.direct_pred_mode = 1; CONSTANT_B(22, 22, 24)),
+    STREAM_WITH("in_fields direct", TemporalImplicit, 96, 80, Pan, 10, PAIRS; B_PICTURES(2, 3); PARTS(2, 3);
+                p.use_implicit_weighted_bipred = 1; p.direct_pred_mode = 0; CONSTANT_B(22, 22, 24)),
+    STREAM_WITH("in_fields direct", BCavlc, 96, 80, Pan, 10, PAIRS; B_PICTURES(3, 3); p.entropy_coding_mode = 0;
+                CONSTANT_B(22, 22, 24)),
+    STREAM_WITH("in_fields", Chroma422, 96, 80, Pan, 5, PAIRS; FORMAT(2, 8); CONSTANT(24, 24)),
+    STREAM_WITH("in_fields", Bits10Of422Cavlc, 96, 80, Pan, 5, PAIRS; FORMAT(2, 10); p.entropy_coding_mode = 0;
+                CONSTANT(20, 20)),
+    STREAM_WITH("in_fields", Monochrome, 96, 80, Mixed, 5, PAIRS; FORMAT(0, 8); CONSTANT(24, 24)),
+    STREAM_WITH("in_fields pcm", GuardedNoise, 96, 80, Noise, 3, PAIRS; p.entropy_coding_mode = 0;
+                p.rate_control_method = 0),
+    STREAM(Still, 96, 80, Still, 6, PAIRS; CONSTANT(30, 30))};
+INSTANTIATE_TEST_SUITE_P(Pairs, EncodedStream, testing::ValuesIn(kPairs));
+
 // A still texture in which single samples differ by one: nothing of that is dropped without loss.
 class LosslessStream : public testing::TestWithParam<std::pair<int32_t, int32_t>>
 {

@@ -75,7 +75,7 @@ void SetTools(Choices& c, H264EncoderParams& p)
 
 void SetPictures(Choices& c, H264EncoderParams& p)
 {
-    c.Set(p.coding_type, 0, 1);
+    c.Set(p.coding_type, 0, 2);
     c.Set(p.num_b_frames, -1, 4);
     c.Set(p.b_ref_mode, -1, 3);
     c.Set(p.num_ref_frames, -1, 17);

@@ -50,6 +50,7 @@ protected:
         mb = c.Job.Slices[0].cur_mb;
         mb.mb_index = kMiddle;
         mb.mb_x = mb.mb_y = 1;
+        mb.pPosition = &c.Settings.Positions[kMiddle];
         FillNeighbours(mb.Around, c.Job.Slices[0].Facts.Neighbours, kMiddle, 1);
     }
     std::vector<MotionVector> Of(int List, MotionVector Predicted)

@@ -2,11 +2,11 @@
 #include "encoder/picture/b_slice_facts.h"
 
 #include "Common/h264/motion_prediction.h"
-#include "media/umc_default_memory_allocator.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -19,10 +19,6 @@ protected:
     void Derive(int32_t Poc, const std::vector<int32_t>& List0, const std::vector<int32_t>& List1,
                 bool bImplicit = true)
     {
-        m_Frame.poc[0] = Poc;
-        m_Frame.poc[1] = Poc + 1;
-        m_Job.pCurrent = &m_Frame;
-        m_Job.Structure = STRUCTURE_FRAME;
         for (int List = 0; List < 2; ++List) {
             const auto& Counts = List ? List1 : List0;
             for (size_t i = 0; i < Counts.size(); ++i) {
@@ -34,13 +30,10 @@ protected:
         s().ref_pic_lists.Pictures[1][0].pIds = m_ColIds;
         s().num_ref_idx_l0 = static_cast<int32_t>(List0.size());
         s().num_ref_idx_l1 = static_cast<int32_t>(List1.size());
-        DeriveBSliceFacts(bImplicit, m_Job, s());
+        DeriveBSliceFacts(bImplicit, Poc, s());
     }
     SliceFacts<uint8_t>& s() { return *m_pSlice; }
 
-    UMC::DefaultMemoryAllocator m_Allocator;
-    H264EncoderFrame<uint8_t> m_Frame{&m_Allocator};
-    PictureJob<uint8_t> m_Job;
     std::unique_ptr<SliceFacts<uint8_t>> m_pSlice = std::make_unique<SliceFacts<uint8_t>>();
     int32_t m_ColIds[2][kMaxReferences]{};
 };
@@ -93,7 +86,7 @@ TEST_F(BFacts, FindTheReferencesOfTheCoLocatedPictureInList0)
     Derive(4, {3, 2, 1}, {8}); // the last is no longer active
     EXPECT_EQ(s().B.RefOfCol[1][31], h264::kRefNone);
     s().ref_pic_lists.Pictures[1][0].pIds = nullptr;
-    DeriveBSliceFacts(true, m_Job, s());
+    DeriveBSliceFacts(true, 4, s());
     for (const auto& List : s().B.RefOfCol)
         for (const int8_t Ref : List) EXPECT_EQ(Ref, h264::kRefNone);
 }
