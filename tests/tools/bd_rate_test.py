@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
-"""The arithmetic of the BD-rate against numbers worked by hand, and the table that the script prints.
+"""The arithmetic of the BD-rate against numbers worked by hand, and the tables that the script makes.
 
 Usage: bd_rate_test.py TOOLS
 """
 import pathlib
 import sys
+import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(ROOT / "tests" / "support"), str(ROOT / "scripts")]
 from bd_curve import Curve, bd_rate  # noqa: E402
-from bd_rate import cells, percentage  # noqa: E402
+from bd_rate import PRODUCT, TABLES, TOOLS, cells, percentage, table, timed, write_between  # noqa: E402
 from oracle import check, exit_with, run  # noqa: E402
 
 
@@ -60,22 +61,51 @@ def rates():
 
 
 def rows():
-    check(cells("a", [1.0, -2.04]) == ("a", "+1.0 %", "-2.0 %", "-0.5 %"), f"{cells('a', [1.0, -2.04])}")
-    check(cells("b", ["not built yet"]) == ("b", "not built yet", "-"), "a row of what is not built")
+    found = cells("a", [1.0, -2.04], "x 2")
+    check(found == ("a", "+1.0 %", "-2.0 %", "-0.5 %", "x 2"), f"{found}")
+    check(cells("b", ["not built yet"], "-") == ("b", "not built yet", "-", "-"), "a row of what is not built")
     check(percentage([(1, 2)], None) == "not built yet", "a setting that is not built")
+    points = [(100, 30.0), (210, 33.1), (400, 36.4), (900, 39.2)]
+    tenth = [(rate * 1.1, psnr) for rate, psnr in points]
+    curves = {PRODUCT: [(points, 2.0), (points, 2.0)], "t": [(tenth, 3.0), (points, 4.0)], "none": [(None, 0)] * 2}
+    lines = table("Title:", ["x", "y"], curves, [("t", PRODUCT, "t"), ("none", PRODUCT, "none")]).splitlines()
+    check(lines[4:6] == ["| t | +10.0 % | +0.0 % | +5.0 % | x 1.75 |",
+                         "| none | not built yet | not built yet | - | - |"], f"{lines}")
+    check("4.0 seconds" in lines[-1], lines[-1])
+
+
+def tables_in_a_file():
+    with tempfile.NamedTemporaryFile("w+", suffix=".md") as file:
+        path = pathlib.Path(file.name)
+        path.write_text(f"before\n{TABLES[0]}\nold\n{TABLES[1]}\nbehind\n")
+        for _ in range(2):
+            write_between(path, TABLES, "new")
+        check(path.read_text() == f"before\n{TABLES[0]}\n\nnew\n\n{TABLES[1]}\nbehind\n", path.read_text())
+
+
+def time_of_a_program():
+    work = "import sys\nfor i in range(2000000): pass\nprint('out'); print('err', file=sys.stderr); sys.exit(3)"
+    done, seconds = timed(sys.executable, "-c", work)
+    check((done.returncode, done.stdout, done.stderr) == (3, b"out\n", b"err\n"), f"{done}")
+    check(0 < seconds < 60, f"{seconds} seconds")
 
 
 def the_script(tools):
     def lines(*options):
-        done = run(sys.executable, ROOT / "scripts" / "bd_rate.py", tools, "--clips", 1, "--frames", 8, *options)
-        table = [line.split(" | ") for line in done.stdout.decode().splitlines() if line.startswith("| ")]
-        return {name.strip("| "): found for name, *found in table}
+        done = run(sys.executable, ROOT / "scripts" / "bd_rate.py", tools, *options)
+        rows = [line.strip("| ").split(" | ") for line in done.stdout.decode().splitlines() if line.startswith("| ")]
+        return {name: found for name, *found in rows}
 
-    settings = lines("--tools")
-    check("analysis_level=1" in settings and settings["analysis_level=1"][0].endswith(" %"), f"{settings}")
-    check(len(settings) == 9, f"{settings}")  # seven settings under two lines of the head
-    peers = lines()
+    with tempfile.TemporaryDirectory() as name:
+        clip = pathlib.Path(name) / "clip.y4m"
+        run(tools / "camera_scene", "-o", clip, "--size", "176x144", "--frames", 14)
+        settings, peers = lines(clip, "--tools", "--frames", 12), lines(clip, "--frames", 12)
+    check(len(settings) == len(TOOLS) + 2, f"{settings}")
+    cavlc = settings["CAVLC (`entropy_coding_mode=0`)"][0].removesuffix(" %")
+    check(float(cavlc) > 1, f"CAVLC needs {cavlc} % more")
     check("over x264 superfast" in peers and peers["over x264 superfast"][0].endswith(" %"), f"{peers}")
+    scene = lines("--clips", 1, "--frames", 4)
+    check(scene["over x264 superfast"][0].endswith(" %"), f"{scene}")
 
 
 def main():
@@ -83,6 +113,8 @@ def main():
     integrals()
     rates()
     rows()
+    tables_in_a_file()
+    time_of_a_program()
     the_script(pathlib.Path(sys.argv[1]))
 
 
