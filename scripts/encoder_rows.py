@@ -210,6 +210,8 @@ CORNERS = [
     corner("8x8 transform, default matrices", transform_8x8_mode=1, use_default_scaling_matrix=1),
     corner("lossless", profile_idc=144, qpprime_y_zero_transform_bypass=1, **constant(0)),
     corner("lossless, 8x8 transform", qpprime_y_zero_transform_bypass=1, transform_8x8_mode=1, **constant(0)),
+    corner("lossless asked for, luma of 9 bits beside 12", depth=9, chroma_depth=12, bitrate=50000000,
+           qpprime_y_zero_transform_bypass=1),
     *(corner(f"{c}, {d} bits", chroma=c, depth=d) for c in (400, 422) for d in (8, 10)),
     *(corner(f"{d} bits, QP {qp}", depth=d, **constant(qp)) for d in (9, 10, 12) for qp in (0, 51)),
     *(corner(f"partitions {p}, analysis {a}", partition_level=p, analysis_level=a, num_ref_frames=2)

