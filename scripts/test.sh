@@ -51,4 +51,4 @@ build/tsan/tests/test_front --gtest_brief=1 --gtest_filter='*Threads*'
 
 build release
 stage "testing release"
-ctest --test-dir build/release --output-on-failure -j "$(nproc)" --progress -LE long
+ctest --test-dir build/release --output-on-failure -j "$(nproc)" --progress
