@@ -91,4 +91,13 @@ TEST_F(Compensation, RepeatsTheEdgesOfAFieldThatIsAReference)
     CheckAllReaches();
 }
 
+// Of frames of pairs the rows around are the frame's: a field's own lines end at the picture.
+TEST_F(Compensation, RepeatsTheEdgesOfAFieldWithoutRowsAround)
+{
+    Refer(STRUCTURE_FRAME);
+    m_Ref = ReadOnly(PartOf(m_Frame.View(), STRUCTURE_TOP));
+    m_Ref.LumaRowsAround = m_Ref.ChromaRowsAround = 0;
+    CheckAllReaches();
+}
+
 } // namespace

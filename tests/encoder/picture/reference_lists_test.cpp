@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -161,6 +162,36 @@ TEST(ReferenceLists, OfBSlicesGoByOrderCount)
     };
     EXPECT_EQ(Listed(0), (std::vector<const Frame*>{p2, p0, p6, p8}));
     EXPECT_EQ(Listed(1), (std::vector<const Frame*>{p6, p8, p2, p0}));
+}
+
+// Clause 8.4.2.1: each frame's field of the macroblock's own parity, then the other.
+TEST(ReferenceLists, OfFieldMacroblocksInFramesHoldBothFieldsOfEachFrame)
+{
+    TestCore t;
+    Frame *const p0 = t.Add(0), *const p2 = t.Add(2);
+    p0->poc[1] = 1, p2->poc[1] = 5;
+    t.c.Job.pCurrent = t.Add(4, false);
+    t.c.Settings.Params.num_ref_frames = 2;
+    auto& s = t.c.Job.Slices[0].Facts;
+    s.slice_type = h264::SLICE_P;
+    Update(t.c);
+    for (const auto Parity : {STRUCTURE_TOP, STRUCTURE_BOTTOM}) {
+        const auto pField = std::make_unique<SliceFacts<uint8_t>>();
+        BuildFieldLists(s, Parity, *pField);
+        ASSERT_EQ(pField->ref_pic_lists.Count[0], 4);
+        EXPECT_EQ(pField->num_ref_idx_l0, 4);
+        for (int32_t i = 0; i < 4; ++i) {
+            const Reference<uint8_t>& r = pField->ref_pic_lists.Pictures[0][i];
+            const Frame* const pFrame = i < 2 ? p2 : p0;
+            const int32_t Part = Parity ^ (i & 1);
+            EXPECT_EQ(r.pFrame, pFrame) << i;
+            EXPECT_EQ(r.Poc, pFrame->poc[Part]) << i;
+            EXPECT_EQ(r.Id, pFrame->picture_id + Part) << i;
+            EXPECT_EQ(r.ChromaMvOffset, i % 2 == 0 ? 0 : Part ? -2 : 2) << i;
+            EXPECT_EQ(r.View.LumaRowsAround, 0) << i;
+            EXPECT_EQ(r.View.Pitch, 2 * s.ref_pic_lists.Pictures[0][i / 2].View.Pitch) << i;
+        }
+    }
 }
 
 TEST(ReferenceLists, EqualListsOfBSlicesSwapTheFirstTwo)
