@@ -1,5 +1,6 @@
 #include "decoder/entropy/direct.h"
 
+#include "Common/h264/colocated_in_pair.h"
 #include "Common/h264/temporal_distance.h"
 #include "decoder/entropy/motion.h"
 
@@ -140,12 +141,9 @@ ColBlock FindAcrossKinds(const SliceView& s, const MbState& Mb, const DirectStat
     }
     const int32_t First = 2 * Pair;
     const bool ColIsField = (Col.m_MbInfo.pGlobal[First].MbFlags & MBFLAG_FIELD) != 0;
-    if (IsField) {
-        if (ColIsField) return {First + Parity, Block, true, true};
-        return {First + Half, Half * 8 + Column, false, false};
-    }
-    if (ColIsField) return {First + Direct.ColField, (Lower * 2 + Half) * 4 + Column, true, true};
-    return {First + Lower, Block, false, false};
+    const h264::PairBlock At =
+        h264::FindInColocatedPair(First + (IsField ? Parity : Lower), Block, IsField, ColIsField, Direct.ColField);
+    return {At.Mb, At.Block, ColIsField, ColIsField};
 }
 
 // colZeroFlag of clause 8.4.1.2.2, the reference being short-term.

@@ -2,6 +2,7 @@
 // not those of other pictures.
 #pragma once
 
+#include "Common/h264/pair_edges.h"
 #include "decoder/macroblock/deblocking.h"
 
 #include <cstdint>
@@ -24,15 +25,7 @@ private:
     using Base = H264Deblocker<Sample, color_format>;
     using Traits = CodecTraits<Sample>;
 
-    // A macroblock and what lies across its outer edges, by number; -1 where there is nothing or it is of another sort.
-    struct PairPlace {
-        int32_t Mb;
-        bool IsField;
-        int32_t Left = -1, Top = -1; // macroblocks of the same kind, in the same half of their pair
-        int32_t MixedLeft = -1;      // the first of a pair of the other kind
-        int32_t FrameAbove = -1;     // the lower frame macroblock above a field macroblock
-        int32_t FieldsAbove = -1;    // the first of a field pair above a frame macroblock
-    };
+    using PairPlace = h264::PairPlace;
     // Where its samples lie: in the frame, or in a field of it.
     struct Area {
         const PictureView& View;
@@ -53,7 +46,13 @@ private:
 
     PairPlace FindPlace(int32_t X, int32_t Y) const;
     uint32_t MixedStrength(int32_t Mb, int Block, int32_t Neighbour, int NeighbourBlock, uint32_t Intra) const;
-    uint32_t RowStrengths(int32_t Mb, int32_t Above) const;
+    // As the strengths of mixed edges are asked for.
+    auto Strengths() const
+    {
+        return [this](int32_t Mb, int Block, int32_t Neighbour, int NeighbourBlock, uint32_t Intra) {
+            return MixedStrength(Mb, Block, Neighbour, NeighbourBlock, Intra);
+        };
+    }
     MixedEdge LeftStrengths(const PairPlace& p) const;
     MixedEdge TopStrengths(const PairPlace& p) const;
     void FilterLuma(const PairPlace& p, const Area& a, const DeblockingStrength& s, const MixedEdge& Left,

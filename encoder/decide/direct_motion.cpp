@@ -1,5 +1,6 @@
 #include "encoder/decide/direct_motion.h"
 
+#include "Common/h264/colocated_in_pair.h"
 #include "Common/h264/temporal_distance.h"
 #include "encoder/code/inter_prediction.h"
 
@@ -19,19 +20,6 @@ struct ColBlock {
     bool IsField; // frames of pairs: of a field macroblock, whose reference counts fields and whose vector their lines
 };
 
-// Where a block lies in the tables of a frame of pairs (Tables 8-6 and 8-8): a corner block of a quadrant. The vertical
-// halves of a field macroblock lie in a frame macroblock each, those of a frame macroblock share half a field
-// macroblock.
-template <class Sample>
-ptrdiff_t FindInPair(const CurrentMacroblock<Sample>& mb, int32_t Raster, bool ColIsField)
-{
-    const bool IsField = mb.pSlice->IsField;
-    const int32_t First = mb.mb_index & ~1, Second = mb.mb_index & 1, Column = Raster & 3, Half = Raster / 8;
-    if (ColIsField == IsField) return ptrdiff_t{mb.mb_index} * 16 + Raster;
-    if (IsField) return ptrdiff_t{First + Half} * 16 + Half * 8 + Column;
-    return ptrdiff_t{First + mb.pSlice->B.ColField} * 16 + (Second * 2 + Half) * 4 + Column;
-}
-
 template <class Sample>
 ColBlock FindColBlock(const CurrentMacroblock<Sample>& mb, int32_t Raster)
 {
@@ -40,7 +28,9 @@ ColBlock FindColBlock(const CurrentMacroblock<Sample>& mb, int32_t Raster)
     ptrdiff_t i = ptrdiff_t{mb.mb_index} * 16 + Raster;
     if (mb.pSlice->IsAdaptive) {
         IsField = (Col.pGlobal[mb.mb_index].Flags & kFlagField) != 0;
-        i = FindInPair(mb, Raster, IsField);
+        const h264::PairBlock At =
+            h264::FindInColocatedPair(mb.mb_index, Raster, mb.pSlice->IsField, IsField, mb.pSlice->B.ColField);
+        i = ptrdiff_t{At.Mb} * 16 + At.Block;
     }
     const int32_t List = Col.pReferences[0][i] >= 0 ? 0 : 1;
     return {List, Col.pReferences[List][i], Col.pVectors[List][i], IsField};

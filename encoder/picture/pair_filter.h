@@ -1,6 +1,7 @@
 // The edge filter of macroblocks in frames of pairs, whose neighbours may be of the other kind.
 #pragma once
 
+#include "Common/h264/pair_edges.h"
 #include "encoder/picture/macroblock_filter.h"
 
 namespace UMC_H264_ENCODER {
@@ -21,18 +22,8 @@ public:
     void Filter(int32_t Index);
 
 private:
-    // Where a macroblock lies among others; -1 for what is not there or not of the kind.
-    struct Place {
-        bool IsField;
-        int32_t Left = -1, Top = -1; // of the same kind
-        int32_t MixedLeft = -1;      // the first of a pair of the other kind
-        int32_t FrameAbove = -1;     // a frame macroblock above one of a field
-        int32_t FieldsAbove = -1;    // the first of a field pair above a frame macroblock
-    };
-
     bool IsFieldMb(int32_t Mb) const { return (Base::m_pGlobal[Mb].Flags & kFlagField) != 0; }
     bool IsCoded(int32_t Mb, int32_t Block) const { return Base::m_pLocal[Mb].Coded >> h264::kBlockRaster[Block] & 1; }
-    Place FindPlace(int32_t Index) const;
     void UseKind(bool IsField, int32_t Index);
     // Of four samples across an edge between both kinds, which makes 1 the least (clause 8.7.2.1).
     uint32_t MixedStrength(int32_t Mb, int32_t Block, int32_t Other, int32_t OtherBlock, uint32_t Intra) const
@@ -40,32 +31,19 @@ private:
         if (IsIntra(Base::m_pGlobal[Mb].Type) || IsIntra(Base::m_pGlobal[Other].Type)) return Intra;
         return IsCoded(Mb, Block) || IsCoded(Other, OtherBlock) ? 2 : 1;
     }
-    uint32_t RowStrengths(int32_t Index, int32_t Above) const;
-    uint32_t LeftStrengths(int32_t Index, const Place& p, int32_t Part) const;
-    void FilterMixedLeft(int32_t Index, const Place& p);
+    // As the strengths of mixed edges are asked for.
+    auto Strengths() const
+    {
+        return [this](int32_t Mb, int32_t Block, int32_t Other, int32_t OtherBlock, uint32_t Intra) {
+            return MixedStrength(Mb, Block, Other, OtherBlock, Intra);
+        };
+    }
+    void FilterMixedLeft(const h264::PairPlace& p);
     void FilterFieldsAbove(int32_t Index, int32_t Above);
 
     const MacroblockPosition *m_pOfFrame, *m_pOfFields;
     PictureView<Sample> m_Views[3]; // by PictureStructure
 };
-
-template <class Sample>
-auto PairFilter<Sample>::FindPlace(int32_t Index) const -> Place
-{
-    const int32_t Half = Index & 1, First = Index - Half, Left = First - 2, Above = First - 2 * Base::m_MbWidth;
-    Place p{.IsField = IsFieldMb(First)};
-    if (m_pOfFrame[Index].X > 0 && Left >= Base::m_FirstMb)
-        (IsFieldMb(Left) == p.IsField ? p.Left : p.MixedLeft) = IsFieldMb(Left) == p.IsField ? Left + Half : Left;
-    if (!p.IsField && Half == 1) {
-        p.Top = First;
-    } else if (Above >= Base::m_FirstMb) {
-        if (p.IsField)
-            (IsFieldMb(Above) ? p.Top : p.FrameAbove) = Above + (IsFieldMb(Above) ? Half : 1);
-        else
-            (IsFieldMb(Above) ? p.FieldsAbove : p.Top) = Above + (IsFieldMb(Above) ? 0 : 1);
-    }
-    return p;
-}
 
 template <class Sample>
 void PairFilter<Sample>::UseKind(bool IsField, int32_t Index)
@@ -77,39 +55,16 @@ void PairFilter<Sample>::UseKind(bool IsField, int32_t Index)
     Base::m_CountsFields = IsField;
 }
 
-// Of the top edge, whose intra strength is that of fields.
 template <class Sample>
-uint32_t PairFilter<Sample>::RowStrengths(int32_t Index, int32_t Above) const
+void PairFilter<Sample>::FilterMixedLeft(const h264::PairPlace& p)
 {
-    uint32_t Edge = 0;
-    for (int32_t i = 0; i < 4; ++i) Edge |= MixedStrength(Index, i, Above, 12 + i, 3) << (8 * i);
-    return Edge;
-}
-
-// Beside a frame macroblock lie rows of both fields in turn, beside a field macroblock first the rows of the upper and
-// then those of the lower frame macroblock. A strength is for two rows of one of the two, which is Part.
-template <class Sample>
-uint32_t PairFilter<Sample>::LeftStrengths(int32_t Index, const Place& p, int32_t Part) const
-{
-    const int32_t Half = Index & 1;
-    uint32_t Edge = 0;
-    for (int32_t i = 0; i < 4; ++i) {
-        const int32_t Row = p.IsField ? Part * 2 + i / 2 : i, LeftRow = p.IsField ? i : Half * 2 + i / 2;
-        Edge |= MixedStrength(Index, Row * 4, p.MixedLeft + Part, LeftRow * 4 + 3, 4) << (8 * i);
-    }
-    return Edge;
-}
-
-template <class Sample>
-void PairFilter<Sample>::FilterMixedLeft(int32_t Index, const Place& p)
-{
-    const GlobalMacroblock& Own = Base::m_pGlobal[Index];
-    const MacroblockPosition& At = Base::m_pPositions[Index];
+    const GlobalMacroblock& Own = Base::m_pGlobal[p.Mb];
+    const MacroblockPosition& At = Base::m_pPositions[p.Mb];
     const int32_t Pitch = Base::m_View.Pitch, Height = Base::m_ChromaHeight;
     EdgeParams Luma[2]{}, Chroma[2]{};
     for (int32_t Part = 0; Part < 2; ++Part) {
         const GlobalMacroblock& Other = Base::m_pGlobal[p.MixedLeft + Part];
-        const uint32_t Edge = LeftStrengths(Index, p, Part);
+        const uint32_t Edge = h264::MixedLeftStrengths(p, Part, Strengths());
         Base::SetThresholds(Luma[Part], 0, (Own.Qp + Other.Qp + 1) >> 1);
         Base::SetThresholds(Chroma[Part], 0, (Own.QpChroma + Other.QpChroma + 1) >> 1);
         for (EdgeParams* const pParams : {Luma + Part, Chroma + Part})
@@ -132,7 +87,7 @@ void PairFilter<Sample>::FilterFieldsAbove(int32_t Index, int32_t Above)
     const MacroblockPosition& At = Base::m_pPositions[Index];
     for (int32_t Field = 0; Field < 2; ++Field) {
         const GlobalMacroblock& Other = Base::m_pGlobal[Above + Field];
-        const uint32_t Edge = RowStrengths(Index, Above + Field);
+        const uint32_t Edge = h264::MixedTopStrengths(Index, Above + Field, Strengths());
         const auto ParamsOf = [&](int32_t MeanQp) {
             EdgeParams p{};
             Base::SetThresholds(p, 0, MeanQp);
@@ -152,12 +107,14 @@ void PairFilter<Sample>::FilterFieldsAbove(int32_t Index, int32_t Above)
 template <class Sample>
 void PairFilter<Sample>::Filter(int32_t Index)
 {
-    const Place p = FindPlace(Index);
+    const h264::PairPlace p = h264::FindPairPlace(
+        Index, m_pOfFrame[Index].X, Base::m_MbWidth, [&](int32_t Mb) { return IsFieldMb(Mb); },
+        [&](int32_t Neighbour) { return Neighbour >= Base::m_FirstMb; });
     UseKind(p.IsField, Index);
     EdgeStrengths Vertical{}, Horizontal{};
     Base::Derive(Index, p.Left, p.Top, Vertical, Horizontal);
-    if (p.FrameAbove >= 0) Horizontal.Edge[0] = RowStrengths(Index, p.FrameAbove);
-    if (p.MixedLeft >= 0) FilterMixedLeft(Index, p);
+    if (p.FrameAbove >= 0) Horizontal.Edge[0] = h264::MixedTopStrengths(Index, p.FrameAbove, Strengths());
+    if (p.MixedLeft >= 0) FilterMixedLeft(p);
     if (Vertical.Any()) Base::Run(Index, p.Left, Vertical, true);
     if (p.FieldsAbove >= 0) FilterFieldsAbove(Index, p.FieldsAbove);
     if (Horizontal.Any()) Base::Run(Index, p.Top >= 0 ? p.Top : p.FrameAbove, Horizontal, false);

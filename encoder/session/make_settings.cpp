@@ -39,13 +39,6 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
         static_cast<UMC::VideoEncoderParams&>(To) = From;
 }
 
-// Settings whose coding tools the core does not have.
-template <class Sample>
-bool IsImplemented(const UMC::H264EncoderParams& p)
-{
-    return LargestBitDepth(p) <= CodecTraits<Sample>::kMaxBitDepth;
-}
-
 void FillGop(EncoderSettings& Settings)
 {
     Settings.gop_length = Settings.Params.num_b_frames + 1;
@@ -67,7 +60,7 @@ UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings&
     UMC::H264EncoderParams& p = Settings.Params;
     CopyParams(Params, p);
     if (const UMC::Status s = CheckParams(p); s != UMC::StatusOk) return s;
-    if (!IsImplemented<Sample>(p)) return UMC::StatusNotImplemented;
+    if (LargestBitDepth(p) > CodecTraits<Sample>::kMaxBitDepth) return UMC::StatusNotImplemented;
     Settings.AnalysisFlags = AnalysisFlags(p);
     Settings.Layout =
         MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma, p.bit_depth_chroma,

@@ -6,8 +6,8 @@
 namespace UMC_H264_ENCODER {
 
 /// Checks and corrects a copy of the parameters, and derives the rest from it.
-/// @return StatusOk; StatusNotImplemented for a coding tool that a core of this sample type does not have; what
-///         CheckParams says. Throws std::bad_alloc
+/// @return StatusOk; StatusNotImplemented for depths beyond those of the sample type; what CheckParams says. Throws
+///         std::bad_alloc
 template <class Sample>
 UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings& Settings);
 

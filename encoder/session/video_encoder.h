@@ -28,8 +28,8 @@ public:
     /// @param pParams  H264EncoderParams, or VideoEncoderParams with the defaults for all else. A copy is checked,
     ///                 corrected and kept.
     /// @return StatusOk; StatusNullPointer; StatusInitFailed for another record, a width or height below 1, or a
-    ///         caller's allocator; StatusInvalidParams for an unknown profile or depth; StatusNotImplemented for a
-    ///         coding tool that is not there; StatusAllocFailed, also for a picture that is too large for any memory
+    ///         caller's allocator; StatusInvalidParams for an unknown profile or depth; StatusNotImplemented for
+    ///         chroma of 4:4:4; StatusAllocFailed, also for a picture that is too large for any memory
     Status Init(BaseCodecParams* pParams) override;
 
     /// Codes a picture.

@@ -56,7 +56,7 @@ struct NeighbourMotion {
     // In frames of pairs, D of the blocks in rows 1..3 of the left column: they may lie in other macroblocks than the
     // blocks beside the row above.
     h264::BlockMotion LeftCorners[3];
-    bool HasLeftCorners = false;
+    bool HasLeftCorners = false; // an encoder's macroblocks either all have them or none has
     // Where C lies, in whatever slice: a search may start from it. Null outside the picture.
     const MotionVector* pTopRightOfPicture;
 };

@@ -17,6 +17,10 @@ public:
         : m_t(t), m_Pairs(Pairs), m_IsField(IsField), m_Around(Pairs.Around(IsField)),
           m_IsMixed(m_Around.Left >= 0 && IsOtherKind(m_Around.Left))
     {
+        for (int32_t i = 0; i < 4; ++i) {
+            m_Left[i] = LeftBlock(4 * i);
+            m_LeftCorners[i] = LeftBlock(4 * i - 1);
+        }
     }
 
     void FillAvailable(NeighbourCache& n) const
@@ -39,7 +43,7 @@ public:
     {
         const auto Mode = [&](ptrdiff_t Block) { return static_cast<int8_t>(Block < 0 ? -1 : m_t.pIntraModes[Block]); };
         for (int32_t i = 0; i < 4; ++i) {
-            n.LeftModes[i] = Mode(LeftBlock(4 * i));
+            n.LeftModes[i] = Mode(m_Left[i]);
             n.TopModes[i] = Mode(TopBlock(m_Around.Top, i));
         }
     }
@@ -87,6 +91,8 @@ private:
     const bool m_IsField;
     const h264::MbAround m_Around;
     const bool m_IsMixed; // two macroblocks of the other kind lie to the left
+    // Beside the first row of each row of blocks, and beside the row above that.
+    ptrdiff_t m_Left[4], m_LeftCorners[4];
 };
 
 void PairView::FillMotion(int32_t List, NeighbourMotion& m) const
@@ -99,12 +105,12 @@ void PairView::FillMotion(int32_t List, NeighbourMotion& m) const
         if (HasDifferences) Difference = DifferenceAt(List, Block);
     };
     for (int32_t i = 0; i < 4; ++i) {
-        Put(LeftBlock(4 * i), m.LeftVectors[i], m.LeftRefs[i], m.LeftDifferences[i]);
+        Put(m_Left[i], m.LeftVectors[i], m.LeftRefs[i], m.LeftDifferences[i]);
         Put(TopBlock(m_Around.Top, i), m.TopVectors[i], m.TopRefs[i], m.TopDifferences[i]);
     }
-    for (int32_t i = 0; i < 3; ++i) m.LeftCorners[i] = MotionAt(List, LeftBlock(4 * i + 3));
+    for (int32_t i = 0; i < 3; ++i) m.LeftCorners[i] = MotionAt(List, m_LeftCorners[i + 1]);
     m.HasLeftCorners = true;
-    m.TopLeft = MotionAt(List, LeftBlock(-1));
+    m.TopLeft = MotionAt(List, m_LeftCorners[0]);
     m.TopRight = MotionAt(List, TopBlock(m_Around.TopRight, 0));
     m.pTopRightOfPicture = m_Around.TopRight < 0 ? nullptr : &m.TopRight.Mv;
 }
@@ -119,7 +125,7 @@ void PairView::SeeLeft(LocalMacroblock& Seen) const
     Seen.Pattern = First.Pattern & 0x30;
     Seen.Direct = 0;
     for (int32_t i = 0; i < 4; ++i) {
-        const ptrdiff_t Block = LeftBlock(4 * i);
+        const ptrdiff_t Block = m_Left[i];
         const LocalMacroblock& From = m_t.pLocal[Block / 16];
         Seen.Coded |= (From.Coded >> h264::kBlockRaster[Block % 16] & 1) << h264::kBlockRaster[4 * i + 3];
         if (i % 2) continue;
