@@ -48,6 +48,7 @@ enum class Scene {
     Noise, // nothing like the picture before
     Cut,   // the texture changes at once in the middle
     Turns, // two textures by turns: the picture before the last is the one to predict from
+    Woven, // texture that moves, every second line half a picture later: fields of their own times
     Mixed  // a still background, a moving block and a noisy corner
 };
 
@@ -67,6 +68,11 @@ inline uint8_t SampleOf(Scene s, int x, int y, int Index, int Count, std::mt1993
     case Scene::Pan: {
         const bool bBlock = std::abs(x - (20 + 3 * Index)) < 14 && std::abs(y - 40) < 18;
         return Clip8(bBlock ? Texture(x - 3.25 * t, y + t, 5) : Texture(x + 2.6 * t, y + 0.7 * t, 0));
+    }
+    case Scene::Woven: {
+        const double Moment = t + 0.5 * (y & 1);
+        const bool bBlock = std::abs(x - 40) < 20 && std::abs(y - 40) < 24;
+        return Clip8(bBlock ? Texture(x, y - 1.3 * Moment, 5) : Texture(x + 2.6 * Moment, y + 0.7 * Moment, 0));
     }
     case Scene::Noise: return static_cast<uint8_t>(Rng());
     case Scene::Turns: return Clip8(Texture(x + 0.5 * t, y, Index % 2 ? 0 : 9));

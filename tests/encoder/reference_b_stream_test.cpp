@@ -54,6 +54,26 @@ TEST_P(ReferenceBRun, DecodesToTheReconstructionInItsOwnOrder)
     }
 }
 
+// Pairs of both kinds and of different references lie side by side, and the filter goes by which fields those are.
+TEST(ReferenceBRunOfPairs, DecodesToTheReconstruction)
+{
+    for (const int32_t Qp : {28, 36, 42}) {
+        SCOPED_TRACE(Qp);
+        UMC::H264EncoderParams p = ParamsOf({7, 2, 0, "", ""}, 1);
+        p.coding_type = 2;
+        p.partition_level = 2;
+        p.analysis_level = 3;
+        p.quant_i = p.quant_p = p.quant_b = static_cast<uint8_t>(Qp);
+        p.deblocking_alpha_offset = p.deblocking_beta_offset = 12;
+        Driver d(p);
+        ASSERT_EQ(d.InitResult(), UMC::StatusOk);
+        d.EncodeAll(MakeClip(Scene::Woven, 96, 80, 17));
+        EXPECT_GT(d.Tools.in_fields, 0);
+        EXPECT_GT(d.Tools.from_both_lists, 0);
+        ExpectDecodesToReconstruction(d);
+    }
+}
+
 // A run between P pictures is coded from both ends by turns with mode 2. In mode 1 the middle picture comes first, as
 // the others are no references.
 const RunCase kRuns[] = {{1, 0, 9, "IPBPBPBPB", "acbedgfih"},    {1, 1, 9, "IPBPBPBPB", "acbedgfih"},

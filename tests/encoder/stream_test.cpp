@@ -318,6 +318,13 @@ const StreamCase kPairs[] = {
     STREAM_WITH("in_fields", Monochrome, 96, 80, Mixed, 5, PAIRS; FORMAT(0, 8); CONSTANT(24, 24)),
     STREAM_WITH("in_fields pcm", GuardedNoise, 96, 80, Noise, 3, PAIRS; p.entropy_coding_mode = 0;
                 p.rate_control_method = 0),
+    STREAM_WITH("in_fields", Woven, 112, 96, Woven, 8, PAIRS; PARTS(2, 3); CONSTANT(24, 24)),
+    STREAM_WITH("in_fields", WovenHardFilter, 112, 96, Woven, 8, PAIRS; PARTS(2, 1); p.deblocking_alpha_offset = 12;
+                p.deblocking_beta_offset = 12; CONSTANT(36, 36)),
+    STREAM_WITH("in_fields", WovenTemporal, 112, 96, Woven, 14, PAIRS; B_PICTURES(2, 3); p.direct_pred_mode = 0;
+                CONSTANT_B(24, 24, 30)),
+    STREAM_WITH("in_fields", WovenSpatialCavlc, 112, 96, Woven, 14, PAIRS; B_PICTURES(2, 3); p.direct_pred_mode = 1;
+                p.entropy_coding_mode = 0; CONSTANT_B(24, 24, 30)),
     STREAM(Still, 96, 80, Still, 6, PAIRS; CONSTANT(30, 30))};
 INSTANTIATE_TEST_SUITE_P(Pairs, EncodedStream, testing::ValuesIn(kPairs));
 
