@@ -226,27 +226,27 @@ protected:
     }
 };
 
-TEST_F(TransformOfP, Is8x8FromATieWithTwoBitsMoreOn)
+TEST_F(TransformOfP, Is8x8FromATieOfHalfTheSumAndTwoBitsOn)
 {
     StartParts(0);
     State({.Whole = 300});
-    EXPECT_FALSE(Has8x8(401, 100));
-    EXPECT_TRUE(Has8x8(402, 100));
+    EXPECT_FALSE(Has8x8(201, 100));
+    EXPECT_TRUE(Has8x8(202, 100));
     c.Settings.Params.transform_8x8_mode = 0;
-    EXPECT_FALSE(Has8x8(402, 100));
+    EXPECT_FALSE(Has8x8(202, 100));
 }
 
 TEST_F(TransformOfP, IsNever8x8WithSmallerParts)
 {
     StartParts(2);
     State({.Whole = 5000, .Quadrant = 300});
-    EXPECT_TRUE(Has8x8(402, 100));
+    EXPECT_TRUE(Has8x8(202, 100));
     EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER8X8_REF0);
     State({.Whole = 5000, .Quadrant = 300, .Of4x8 = 100});
-    EXPECT_FALSE(Has8x8(402, 100));
+    EXPECT_FALSE(Has8x8(202, 100));
     EXPECT_EQ(Motion().SubTypes[3], SUB_4X8);
     State({.Whole = 5000, .Quadrant = 300, .Rows = 300});
-    EXPECT_TRUE(Has8x8(402, 100));
+    EXPECT_TRUE(Has8x8(202, 100));
     EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER16X8);
 }
 
