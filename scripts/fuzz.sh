@@ -18,6 +18,6 @@ for target in "${targets[@]}"; do
     mkdir -p build/fuzz/grown/$target
     corpus=($tests/fuzz_corpus/$target)
     [ ! -d tests/fuzz/corpus/$target ] || corpus+=(tests/fuzz/corpus/$target)
-    $tests/$target -max_total_time=$((60 * minutes)) -max_len=4096 -timeout=20 -rss_limit_mb=1500 -print_final_stats=1 \
+    $tests/$target -max_total_time=$((60 * minutes)) -max_len=4096 -timeout=60 -rss_limit_mb=1500 -print_final_stats=1 \
         -artifact_prefix=build/fuzz/findings/$target- build/fuzz/grown/$target "${corpus[@]}"
 done
