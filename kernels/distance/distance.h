@@ -54,7 +54,7 @@ BlockDistanceDeepSig Satd16x16Deep_px, Satd16x8Deep_px, Satd8x16Deep_px, Satd8x8
     Satd4x4Deep_px;
 BlockDistanceDeepSig Satd16x16Deep_w7, Satd16x8Deep_w7, Satd8x16Deep_w7, Satd8x8Deep_w7, Satd8x4Deep_w7, Satd4x8Deep_w7,
     Satd4x4Deep_w7;
-BlockDistanceDeepSig Satd8x8By8Deep_px;
+BlockDistanceDeepSig Satd8x8By8Deep_px, Satd8x8By8Deep_w7;
 BlockDistanceDeepSig LargestSad4x4Of16x16Deep_px, LargestSad4x4Of8x8Deep_px;
 BlockDistanceDeepSig LargestSad4x4Of16x16Deep_w7, LargestSad4x4Of8x8Deep_w7;
 using FourDistancesDeepSig = void(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
@@ -64,6 +64,6 @@ using AverageDistanceDeepSig = int32_t(const uint16_t* pSrc, ptrdiff_t SrcStep, 
                                        const uint16_t* pB, ptrdiff_t StepB);
 AverageDistanceDeepSig SadAverage16x16Deep_px, SadAverage16x16Deep_w7;
 using CountEdgesDeepSig = int32_t(const uint16_t* pA, ptrdiff_t StepA, int Difference);
-CountEdgesDeepSig CountEdges16x16Deep_px;
+CountEdgesDeepSig CountEdges16x16Deep_px, CountEdges16x16Deep_w7;
 
 } // namespace kernels

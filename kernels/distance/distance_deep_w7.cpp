@@ -137,6 +137,14 @@ int32_t Largest(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* pB, ptrdiff
     return _mm_cvtsi128_si32(Larger(Worst, _mm_unpackhi_epi64(Worst, Worst)));
 }
 
+// ---- Edges -------------------------------------------------------------------------------------------------
+
+// 1 is taken off where samples differ by more than Limit from those beside or below them.
+__m128i Edges(__m128i Row, __m128i Beside, __m128i Below, __m128i Limit)
+{
+    return _mm_cmpgt_epi16(_mm_max_epi16(Distance(Row, Beside), Distance(Row, Below)), Limit);
+}
+
 } // namespace
 
 #define DISTANCE(Width, Height)                                                                                        \
@@ -185,6 +193,26 @@ int32_t SadAverage16x16Deep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, const ui
         All = _mm_add_epi32(All, Widened<1>(Sum));
     }
     return SumOfFour(All);
+}
+
+int32_t CountEdges16x16Deep_w7(const uint16_t* pA, ptrdiff_t StepA, int Difference)
+{
+    if (Difference < 0) return 15 * 15; // every difference exceeds it
+    if (Difference >= kMostDifference) return 0;
+    const __m128i Limit = _mm_set1_epi16(static_cast<short>(Difference));
+    __m128i Left = Load8(pA), Right = Load8(pA + 8), Count = _mm_setzero_si128(),
+            RightCount = Count; // by column, below 0
+    for (int y = 0; y < 15; ++y) {
+        const __m128i Beside = Load8(pA + 1);
+        pA += StepA / 2;
+        const __m128i LeftBelow = Load8(pA), RightBelow = Load8(pA + 8);
+        Count = _mm_add_epi16(Count, Edges(Left, Beside, LeftBelow, Limit));
+        RightCount = _mm_add_epi16(RightCount, Edges(Right, _mm_srli_si128(Right, 2), RightBelow, Limit));
+        Left = LeftBelow;
+        Right = RightBelow;
+    }
+    Count = _mm_add_epi16(Count, _mm_slli_si128(RightCount, 2)); // the last column has no neighbour
+    return SumOfFour(Widened<-1>(Count));
 }
 
 } // namespace kernels

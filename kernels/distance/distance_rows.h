@@ -57,7 +57,8 @@ inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x8Deep{"Satd8x8Deep", {Sa
 inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x4Deep{"Satd8x4Deep", {Satd8x4Deep_px, nullptr, Satd8x4Deep_w7}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kSatd4x8Deep{"Satd4x8Deep", {Satd4x8Deep_px, nullptr, Satd4x8Deep_w7}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kSatd4x4Deep{"Satd4x4Deep", {Satd4x4Deep_px, nullptr, Satd4x4Deep_w7}};
-inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x8By8Deep{"Satd8x8By8Deep", {Satd8x8By8Deep_px}};
+inline constexpr KernelRow<BlockDistanceDeepSig> kSatd8x8By8Deep{"Satd8x8By8Deep",
+                                                                 {Satd8x8By8Deep_px, nullptr, Satd8x8By8Deep_w7}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kLargestSad4x4Of16x16Deep{
     "LargestSad4x4Of16x16Deep", {LargestSad4x4Of16x16Deep_px, nullptr, LargestSad4x4Of16x16Deep_w7}};
 inline constexpr KernelRow<BlockDistanceDeepSig> kLargestSad4x4Of8x8Deep{
@@ -66,6 +67,7 @@ inline constexpr KernelRow<FourDistancesDeepSig> kSad16x16x4Deep{"Sad16x16x4Deep
                                                                  {Sad16x16x4Deep_px, nullptr, Sad16x16x4Deep_w7}};
 inline constexpr KernelRow<AverageDistanceDeepSig> kSadAverage16x16Deep{
     "SadAverage16x16Deep", {SadAverage16x16Deep_px, nullptr, SadAverage16x16Deep_w7}};
-inline constexpr KernelRow<CountEdgesDeepSig> kCountEdges16x16Deep{"CountEdges16x16Deep", {CountEdges16x16Deep_px}};
+inline constexpr KernelRow<CountEdgesDeepSig> kCountEdges16x16Deep{
+    "CountEdges16x16Deep", {CountEdges16x16Deep_px, nullptr, CountEdges16x16Deep_w7}};
 
 } // namespace kernels
