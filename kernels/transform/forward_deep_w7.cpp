@@ -2,6 +2,7 @@
 // most.
 #include <emmintrin.h>
 
+#include "kernels/transform/quantise_deep.h"
 #include "kernels/transform/transform.h"
 
 namespace kernels {
@@ -39,31 +40,15 @@ INLINE __m128i ForwardAcross(__m128i Row)
                          _mm_madd_epi16(_mm_shuffle_epi32(Row, Second ? 0xFF : 0x55), Last));
 }
 
-// sign(c) * ((|c| * Factor + Rounding) >> Shift) of four coefficients, the products in 64 bits.
-struct Quantiser {
-    __m128i Factor[4]; // by row
-    __m128i Rounding, Shift;
+// The quantiser with its factors by row.
+struct Quantiser : DeepQuantiser {
+    __m128i Factor[4];
 
-    explicit Quantiser(const QuantParams& Params)
-        : Rounding(_mm_set_epi32(0, static_cast<int>(Params.Rounding), 0, static_cast<int>(Params.Rounding))),
-          Shift(_mm_cvtsi32_si128(Params.Shift))
+    explicit Quantiser(const QuantParams& Params) : DeepQuantiser(Params.Rounding, Params.Shift)
     {
         for (int y = 0; y < 4; ++y) Factor[y] = _mm_unpacklo_epi16(Load4(Params.Factor + 4 * y), _mm_setzero_si128());
     }
-    [[gnu::always_inline]] __m128i Scaled(__m128i Magnitudes, __m128i Factors) const
-    {
-        return _mm_srl_epi64(_mm_add_epi64(_mm_mul_epu32(Magnitudes, Factors), Rounding), Shift);
-    }
-    [[gnu::always_inline]] __m128i Levels(__m128i c, int Row) const
-    {
-        const __m128i Sign = _mm_srai_epi32(c, 31), m = _mm_sub_epi32(_mm_xor_si128(c, Sign), Sign);
-        const __m128i Odd = Scaled(_mm_srli_epi64(m, 32), _mm_srli_epi64(Factor[Row], 32));
-        const __m128i Level = _mm_or_si128(Scaled(m, Factor[Row]), _mm_slli_epi64(Odd, 32));
-        return _mm_sub_epi32(_mm_xor_si128(Level, Sign), Sign);
-    }
 };
-
-INLINE bool AnyBit(__m128i v) { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) != 0xFFFF; }
 
 // Quantises one of the two blocks in rows that have been passed down. With pDc, coefficient 0 goes there.
 template <int Second>
@@ -76,7 +61,7 @@ INLINE uint32_t QuantBlock(const __m128i Rows[4], const Quantiser& Quant, int32_
             *pDc = _mm_cvtsi128_si32(c);
             c = _mm_and_si128(c, _mm_setr_epi32(0, -1, -1, -1));
         }
-        const __m128i Levels = Quant.Levels(c, y);
+        const __m128i Levels = Quant.Levels(c, Quant.Factor[y]);
         Store(pLevels + 4 * y, Levels);
         Any = _mm_or_si128(Any, Levels);
     }

@@ -99,6 +99,7 @@ ForwardQuant8x8Sig ForwardQuant8x8_v8, ForwardQuant8x8Of16x16_v8;
 using ForwardQuant8x8DeepSig = uint32_t(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pPrediction,
                                         ptrdiff_t PredictionStep, int32_t* pLevels, const QuantParams8x8* pQuant);
 ForwardQuant8x8DeepSig ForwardQuant8x8Deep_px, ForwardQuant8x8Of16x16Deep_px;
+ForwardQuant8x8DeepSig ForwardQuant8x8Deep_w7, ForwardQuant8x8Of16x16Deep_w7;
 
 // As ForwardQuant16x16, but coefficient 0 of each block is not quantised: it goes to pDc and its place in pLevels
 // becomes 0. 16x16: pDc in raster order of blocks, for Intra 16x16. 8x8: one chroma plane of 4:2:0, 4 blocks in raster

@@ -1,7 +1,9 @@
 // Inverse transforms of 32-bit coefficients onto samples of 2 bytes. Sums wrap like those of the plain code.
 #include <emmintrin.h>
 
+#include "kernels/transform/lanes.h"
 #include "kernels/transform/transform.h"
+#include "kernels/transpose_words.h"
 
 namespace kernels {
 
@@ -12,9 +14,6 @@ namespace {
 
 INLINE __m128i Load(const int32_t* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
 INLINE void Store(int32_t* p, __m128i v) { _mm_store_si128(reinterpret_cast<__m128i*>(p), v); }
-INLINE __m128i Add(__m128i a, __m128i b) { return _mm_add_epi32(a, b); }
-INLINE __m128i Sub(__m128i a, __m128i b) { return _mm_sub_epi32(a, b); }
-INLINE __m128i Down(__m128i v, int Bits) { return _mm_srai_epi32(v, Bits); }
 
 INLINE void Transpose(__m128i v[4])
 {
@@ -29,31 +28,35 @@ INLINE void Transpose(__m128i v[4])
 // 8.5.12.2
 INLINE void Inverse4(__m128i v[4])
 {
-    const __m128i e0 = Add(v[0], v[2]), e1 = Sub(v[0], v[2]), e2 = Sub(Down(v[1], 1), v[3]),
-                  e3 = Add(v[1], Down(v[3], 1));
-    v[0] = Add(e0, e3);
-    v[1] = Add(e1, e2);
-    v[2] = Sub(e1, e2);
-    v[3] = Sub(e0, e3);
+    using L = DoubleWords;
+    const __m128i e0 = L::Add(v[0], v[2]), e1 = L::Sub(v[0], v[2]), e2 = L::Sub(L::Down(v[1], 1), v[3]),
+                  e3 = L::Add(v[1], L::Down(v[3], 1));
+    v[0] = L::Add(e0, e3);
+    v[1] = L::Add(e1, e2);
+    v[2] = L::Sub(e1, e2);
+    v[3] = L::Sub(e0, e3);
 }
 
 // 8.5.13.2
+template <class L>
 INLINE void Inverse8(__m128i v[8])
 {
-    const __m128i e0 = Add(v[0], v[4]), e1 = Sub(Sub(Sub(v[5], v[3]), v[7]), Down(v[7], 1));
-    const __m128i e2 = Sub(v[0], v[4]), e3 = Sub(Sub(Add(v[1], v[7]), v[3]), Down(v[3], 1));
-    const __m128i e4 = Sub(Down(v[2], 1), v[6]), e5 = Add(Add(Sub(v[7], v[1]), v[5]), Down(v[5], 1));
-    const __m128i e6 = Add(v[2], Down(v[6], 1)), e7 = Add(Add(Add(v[3], v[5]), v[1]), Down(v[1], 1));
-    const __m128i f0 = Add(e0, e6), f1 = Add(e1, Down(e7, 2)), f2 = Add(e2, e4), f3 = Add(e3, Down(e5, 2));
-    const __m128i f4 = Sub(e2, e4), f5 = Sub(Down(e3, 2), e5), f6 = Sub(e0, e6), f7 = Sub(e7, Down(e1, 2));
-    v[0] = Add(f0, f7);
-    v[1] = Add(f2, f5);
-    v[2] = Add(f4, f3);
-    v[3] = Add(f6, f1);
-    v[4] = Sub(f6, f1);
-    v[5] = Sub(f4, f3);
-    v[6] = Sub(f2, f5);
-    v[7] = Sub(f0, f7);
+    const __m128i e0 = L::Add(v[0], v[4]), e1 = L::Sub(L::Sub(L::Sub(v[5], v[3]), v[7]), L::Down(v[7], 1));
+    const __m128i e2 = L::Sub(v[0], v[4]), e3 = L::Sub(L::Sub(L::Add(v[1], v[7]), v[3]), L::Down(v[3], 1));
+    const __m128i e4 = L::Sub(L::Down(v[2], 1), v[6]), e5 = L::Add(L::Add(L::Sub(v[7], v[1]), v[5]), L::Down(v[5], 1));
+    const __m128i e6 = L::Add(v[2], L::Down(v[6], 1)), e7 = L::Add(L::Add(L::Add(v[3], v[5]), v[1]), L::Down(v[1], 1));
+    const __m128i f0 = L::Add(e0, e6), f1 = L::Add(e1, L::Down(e7, 2)), f2 = L::Add(e2, e4),
+                  f3 = L::Add(e3, L::Down(e5, 2));
+    const __m128i f4 = L::Sub(e2, e4), f5 = L::Sub(L::Down(e3, 2), e5), f6 = L::Sub(e0, e6),
+                  f7 = L::Sub(e7, L::Down(e1, 2));
+    v[0] = L::Add(f0, f7);
+    v[1] = L::Add(f2, f5);
+    v[2] = L::Add(f4, f3);
+    v[3] = L::Add(f6, f1);
+    v[4] = L::Sub(f6, f1);
+    v[5] = L::Sub(f4, f3);
+    v[6] = L::Sub(f2, f5);
+    v[7] = L::Sub(f0, f7);
 }
 
 // Of four rows, first columns 0 to 3 of each and then columns 4 to 7.
@@ -61,12 +64,12 @@ INLINE void InverseRows(__m128i v[8])
 {
     Transpose(v);
     Transpose(v + 4);
-    Inverse8(v);
+    Inverse8<DoubleWords>(v);
     Transpose(v);
     Transpose(v + 4);
 }
 
-INLINE __m128i Rounded(__m128i v) { return Down(Add(v, _mm_set1_epi32(32)), 6); }
+INLINE __m128i Rounded(__m128i v) { return _mm_srai_epi32(_mm_add_epi32(v, _mm_set1_epi32(32)), 6); }
 
 // Adds words to samples. What saturates lies outside of the samples in any case.
 INLINE __m128i AddClipped(__m128i Samples, __m128i Words, __m128i Max)
@@ -75,6 +78,64 @@ INLINE __m128i AddClipped(__m128i Samples, __m128i Words, __m128i Max)
 }
 
 __m128i MaxOf(int Depth) { return _mm_set1_epi16(static_cast<short>((1 << Depth) - 1)); }
+
+INLINE void AddRow(uint16_t* pDst, __m128i Words, __m128i Max)
+{
+    auto* const p = reinterpret_cast<__m128i*>(pDst);
+    _mm_storeu_si128(p, AddClipped(_mm_loadu_si128(p), Words, Max));
+}
+
+// 8.5.13 in 32 bits: any coefficients.
+INLINE void Add8x8Wide(const int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, __m128i Max)
+{
+    __m128i Upper[8], Lower[8]; // rows 0 to 3 and 4 to 7
+    for (int i = 0; i < 4; ++i) {
+        Upper[i] = Load(pCoeffs + i * 8);
+        Upper[i + 4] = Load(pCoeffs + i * 8 + 4);
+        Lower[i] = Load(pCoeffs + i * 8 + 32);
+        Lower[i + 4] = Load(pCoeffs + i * 8 + 36);
+    }
+    InverseRows(Upper);
+    InverseRows(Lower);
+    __m128i Left[8], Right[8]; // rows 0 to 7 of four columns
+    for (int i = 0; i < 4; ++i) {
+        Left[i] = Upper[i];
+        Right[i] = Upper[i + 4];
+        Left[i + 4] = Lower[i];
+        Right[i + 4] = Lower[i + 4];
+    }
+    Inverse8<DoubleWords>(Left);
+    Inverse8<DoubleWords>(Right);
+    for (int y = 0; y < 8; ++y, pDst += Step / 2)
+        AddRow(pDst, _mm_packs_epi32(Rounded(Left[y]), Rounded(Right[y])), Max);
+}
+
+// A pass weighs no value by more than 1.5, in its sums on the way as in its results, and rounds by less than 4. So
+// words hold both passes over coefficients whose magnitudes have a sum up to this, and the half of what is taken off at
+// the end, which goes into the first row between them.
+constexpr int kMostInWords = 14500, kHalf = 32;
+static_assert((kMostInWords * 3 / 2 + 8 * 4) * 3 / 2 + 4 + kHalf <= INT16_MAX);
+
+// The sum of all magnitudes, or the largest word where it does not fit one.
+INLINE int SumOfMagnitudes(const __m128i v[8])
+{
+    __m128i Sum = _mm_setzero_si128();
+    for (int i = 0; i < 8; ++i)
+        Sum = _mm_adds_epi16(Sum, _mm_max_epi16(v[i], _mm_subs_epi16(_mm_setzero_si128(), v[i])));
+    Sum = _mm_adds_epi16(Sum, _mm_unpackhi_epi64(Sum, Sum));
+    Sum = _mm_adds_epi16(Sum, _mm_shuffle_epi32(Sum, 1));
+    return _mm_extract_epi16(_mm_adds_epi16(Sum, _mm_shufflelo_epi16(Sum, 1)), 0);
+}
+
+INLINE void Add8x8InWords(__m128i Rows[8], uint16_t* pDst, ptrdiff_t Step, __m128i Max)
+{
+    Transpose8(Rows);
+    Inverse8<Words>(Rows);
+    Transpose8(Rows);
+    Rows[0] = _mm_add_epi16(Rows[0], _mm_set1_epi16(kHalf));
+    Inverse8<Words>(Rows);
+    for (int y = 0; y < 8; ++y, pDst += Step / 2) AddRow(pDst, _mm_srai_epi16(Rows[y], 6), Max);
+}
 
 } // namespace
 
@@ -99,31 +160,13 @@ void AddResidual4x4Deep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int
 
 void AddResidual8x8Deep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int Depth)
 {
-    const __m128i Max = MaxOf(Depth);
-    __m128i Upper[8], Lower[8]; // rows 0 to 3 and 4 to 7
-    for (int i = 0; i < 4; ++i) {
-        Upper[i] = Load(pCoeffs + i * 8);
-        Upper[i + 4] = Load(pCoeffs + i * 8 + 4);
-        Lower[i] = Load(pCoeffs + i * 8 + 32);
-        Lower[i + 4] = Load(pCoeffs + i * 8 + 36);
-    }
+    __m128i Rows[8];
+    for (int y = 0; y < 8; ++y) Rows[y] = _mm_packs_epi32(Load(pCoeffs + 8 * y), Load(pCoeffs + 8 * y + 4));
+    if (SumOfMagnitudes(Rows) <= kMostInWords)
+        Add8x8InWords(Rows, pDst, Step, MaxOf(Depth));
+    else
+        Add8x8Wide(pCoeffs, pDst, Step, MaxOf(Depth));
     for (int i = 0; i < 16; ++i) Store(pCoeffs + i * 4, _mm_setzero_si128());
-    InverseRows(Upper);
-    InverseRows(Lower);
-    __m128i Left[8], Right[8]; // rows 0 to 7 of four columns
-    for (int i = 0; i < 4; ++i) {
-        Left[i] = Upper[i];
-        Right[i] = Upper[i + 4];
-        Left[i + 4] = Lower[i];
-        Right[i + 4] = Lower[i + 4];
-    }
-    Inverse8(Left);
-    Inverse8(Right);
-    for (int y = 0; y < 8; ++y, pDst += Step / 2) {
-        auto* const p = reinterpret_cast<__m128i*>(pDst);
-        const __m128i Row = _mm_packs_epi32(Rounded(Left[y]), Rounded(Right[y]));
-        _mm_storeu_si128(p, AddClipped(_mm_loadu_si128(p), Row, Max));
-    }
 }
 
 // Steps count bytes, and so does the place of a block's rows: 4 of them are 2 * Step samples.

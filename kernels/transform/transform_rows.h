@@ -53,10 +53,10 @@ inline constexpr KernelRow<ForwardQuantDeepSig> kForwardQuant16x16Deep{
     "ForwardQuant16x16Deep", {ForwardQuant16x16Deep_px, nullptr, ForwardQuant16x16Deep_w7}};
 inline constexpr KernelRow<ForwardQuantDeepSig> kForwardQuant4x4Deep{
     "ForwardQuant4x4Deep", {ForwardQuant4x4Deep_px, nullptr, ForwardQuant4x4Deep_w7}};
-inline constexpr KernelRow<ForwardQuant8x8DeepSig> kForwardQuant8x8Deep{"ForwardQuant8x8Deep",
-                                                                        {ForwardQuant8x8Deep_px}};
-inline constexpr KernelRow<ForwardQuant8x8DeepSig> kForwardQuant8x8Of16x16Deep{"ForwardQuant8x8Of16x16Deep",
-                                                                               {ForwardQuant8x8Of16x16Deep_px}};
+inline constexpr KernelRow<ForwardQuant8x8DeepSig> kForwardQuant8x8Deep{
+    "ForwardQuant8x8Deep", {ForwardQuant8x8Deep_px, nullptr, ForwardQuant8x8Deep_w7}};
+inline constexpr KernelRow<ForwardQuant8x8DeepSig> kForwardQuant8x8Of16x16Deep{
+    "ForwardQuant8x8Of16x16Deep", {ForwardQuant8x8Of16x16Deep_px, nullptr, ForwardQuant8x8Of16x16Deep_w7}};
 inline constexpr KernelRow<ForwardQuantAcDeepSig> kForwardQuantAc16x16Deep{
     "ForwardQuantAc16x16Deep", {ForwardQuantAc16x16Deep_px, nullptr, ForwardQuantAc16x16Deep_w7}};
 inline constexpr KernelRow<ForwardQuantAcDeepSig> kForwardQuantAc8x8Deep{
