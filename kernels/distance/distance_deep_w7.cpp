@@ -178,7 +178,20 @@ int32_t LargestSad4x4Of8x8Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uin
 void Sad16x16x4Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* const ppB[4], ptrdiff_t StepB,
                        int32_t Sum[4])
 {
-    for (int i = 0; i < 4; ++i) Sum[i] = Sad<16, 16>(pA, StepA / 2, ppB[i], StepB / 2);
+    __m128i All[4]{};
+    for (int y = 0; y < 16; y += 4) {
+        __m128i Words[4]{};
+        for (int k = y; k < y + 4; ++k, pA += StepA / 2) {
+            const __m128i Left = Load8(pA), Right = Load8(pA + 8);
+            for (int i = 0; i < 4; ++i) {
+                const uint16_t* const pB = ppB[i] + k * (StepB / 2);
+                const __m128i Row = _mm_add_epi16(Distance(Left, Load8(pB)), Distance(Right, Load8(pB + 8)));
+                Words[i] = _mm_add_epi16(Words[i], Row);
+            }
+        }
+        for (int i = 0; i < 4; ++i) All[i] = _mm_add_epi32(All[i], Widened<1>(Words[i]));
+    }
+    for (int i = 0; i < 4; ++i) Sum[i] = SumOfFour(All[i]);
 }
 
 int32_t SadAverage16x16Deep_w7(const uint16_t* pSrc, ptrdiff_t SrcStep, const uint16_t* pA, ptrdiff_t StepA,

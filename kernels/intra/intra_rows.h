@@ -34,9 +34,11 @@ inline constexpr KernelRow<PredictModeSig> kPredictChroma422{"PredictChroma422",
 
 inline constexpr KernelRow<PredictModeDeepSig> kPredict16x16Deep{"Predict16x16Deep", {Predict16x16Deep_px}};
 inline constexpr KernelRow<PredictChromaDeepSig> kPredictChromaDeep{"PredictChromaDeep", {PredictChromaDeep_px}};
-inline constexpr KernelRow<PredictIntra4x4DeepSig> kPredictIntra4x4Deep{"PredictIntra4x4Deep",
-                                                                        {PredictIntra4x4Deep_px}};
-inline constexpr KernelRow<PredictAll4x4DeepSig> kPredictAll4x4Deep{"PredictAll4x4Deep", {PredictAll4x4Deep_px}};
-inline constexpr KernelRow<PredictModeDeepSig> kPredictIntra8x8Deep{"PredictIntra8x8Deep", {PredictIntra8x8Deep_px}};
+inline constexpr KernelRow<PredictIntra4x4DeepSig> kPredictIntra4x4Deep{
+    "PredictIntra4x4Deep", {PredictIntra4x4Deep_px, nullptr, PredictIntra4x4Deep_w7}};
+inline constexpr KernelRow<PredictAll4x4DeepSig> kPredictAll4x4Deep{
+    "PredictAll4x4Deep", {PredictAll4x4Deep_px, nullptr, PredictAll4x4Deep_w7}};
+inline constexpr KernelRow<PredictModeDeepSig> kPredictIntra8x8Deep{
+    "PredictIntra8x8Deep", {PredictIntra8x8Deep_px, nullptr, PredictIntra8x8Deep_w7}};
 
 } // namespace kernels
