@@ -37,6 +37,14 @@ void DistanceDeep(benchmark::State& State, BlockDistanceDeepSig* pFn)
     for (auto _ : State) benchmark::DoNotOptimize(pFn(Middle(a), 2 * kStep, Middle(b), 2 * kStep));
 }
 
+// Differences beyond those of 10 bits.
+void DistanceFar(benchmark::State& State, BlockDistanceDeepSig* pFn)
+{
+    auto a = DeepPicture(1), b = DeepPicture(2);
+    for (uint16_t& s : b) s = static_cast<uint16_t>(s + 2000);
+    for (auto _ : State) benchmark::DoNotOptimize(pFn(Middle(a), 2 * kStep, Middle(b), 2 * kStep));
+}
+
 void FourDistancesDeep(benchmark::State& State, FourDistancesDeepSig* pFn)
 {
     auto a = DeepPicture(1), b = DeepPicture(2);
@@ -82,6 +90,7 @@ const bool s_Rows[]{DISTANCE(16x16),
                     DISTANCE_DEEP(4x8),
                     DISTANCE_DEEP(4x4),
                     RegisterTiers(kSatd8x8By8Deep, DistanceDeep),
+                    RegisterTiers(kSatd8x8By8Deep, DistanceFar, "far"),
                     RegisterTiers(kLargestSad4x4Of16x16Deep, DistanceDeep),
                     RegisterTiers(kLargestSad4x4Of8x8Deep, DistanceDeep),
                     RegisterTiers(kSad16x16x4Deep, FourDistancesDeep),

@@ -167,6 +167,19 @@ void AddBlocksDeep(benchmark::State& State, AddResidualLumaDeepSig* pFn)
     }
 }
 
+// Coefficients as large as 12 bits may give.
+void AddLargeBlocksDeep(benchmark::State& State, AddResidualLumaDeepSig* pFn)
+{
+    DeepMacroblock Before, m;
+    for (int32_t& c : Before.Deep) c *= 100;
+    auto Target = DeepPicture(1);
+    for (auto _ : State) {
+        std::copy_n(Before.Deep, 256, m.Deep);
+        pFn(m.Deep, Middle(Target), 2 * kStep, 0xFFFF, 12);
+        benchmark::ClobberMemory();
+    }
+}
+
 void ForwardDeep(benchmark::State& State, ForwardQuantDeepSig* pFn)
 {
     DeepMacroblock m;
@@ -236,6 +249,7 @@ const bool s_Rows[]{RegisterTiers(kAddResidual4x4, AddOne),
                     RegisterTiers(kDequantBlocks8x8, Dequant8x8Matrix, "matrix"),
                     RegisterTiers(kAddResidualLuma4x4Deep, AddBlocksDeep),
                     RegisterTiers(kAddResidualLuma8x8Deep, AddBlocksDeep),
+                    RegisterTiers(kAddResidualLuma8x8Deep, AddLargeBlocksDeep, "large"),
                     RegisterTiers(kAddResidualChromaDeep, AddBlocksDeep),
                     RegisterTiers(kForwardQuant16x16Deep, ForwardDeep),
                     RegisterTiers(kForwardQuant4x4Deep, ForwardDeep),

@@ -29,12 +29,12 @@ InterpolateChromaSig InterpolateChroma8_v8, InterpolateChroma4_v8, InterpolateCh
 // pDst = (pA + pDst + 1) >> 1, sample by sample: default bi-prediction (8.4.2.3.1). Widths 16, 8, 4, 2.
 using AverageBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height);
 AverageBlockSig AverageBlock16_px, AverageBlock8_px, AverageBlock4_px, AverageBlock2_px;
-AverageBlockSig AverageBlock16_w7, AverageBlock8_w7, AverageBlock4_w7, AverageBlock2_w7;
+AverageBlockSig AverageBlock16_w7, AverageBlock8_w7, AverageBlock4_w7;
 
 // Explicit weighting of one prediction, in place (8.4.2.3.2). LogDenom 0..7, Weight and Offset -128..127.
 using WeightBlockSig = void(uint8_t* pDst, ptrdiff_t Step, int Height, int LogDenom, int Weight, int Offset);
 WeightBlockSig WeightBlock16_px, WeightBlock8_px, WeightBlock4_px, WeightBlock2_px;
-WeightBlockSig WeightBlock16_w7, WeightBlock8_w7, WeightBlock4_w7, WeightBlock2_w7;
+WeightBlockSig WeightBlock16_w7, WeightBlock8_w7, WeightBlock4_w7;
 
 // Weighted bi-prediction (8.4.2.3.2): pDst = Clip1(((pA * Weight0 + pDst * Weight1 + 2^LogDenom) >> (LogDenom + 1)) +
 // Offset). pA is the list 0 prediction, pDst holds that of list 1. Offset is (o0 + o1 + 1) >> 1; the weights lie in
@@ -42,7 +42,7 @@ WeightBlockSig WeightBlock16_w7, WeightBlock8_w7, WeightBlock4_w7, WeightBlock2_
 using BiWeightBlockSig = void(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptrdiff_t DstStep, int Height,
                               int LogDenom, int Weight0, int Weight1, int Offset);
 BiWeightBlockSig BiWeightBlock16_px, BiWeightBlock8_px, BiWeightBlock4_px, BiWeightBlock2_px;
-BiWeightBlockSig BiWeightBlock16_w7, BiWeightBlock8_w7, BiWeightBlock4_w7, BiWeightBlock2_w7;
+BiWeightBlockSig BiWeightBlock16_w7, BiWeightBlock8_w7, BiWeightBlock4_w7;
 BiWeightBlockSig BiWeightBlock16_v8, BiWeightBlock8_v8, BiWeightBlock4_v8;
 
 // Copies the Width x Height block whose top left sample is (X, Y) of a plane of PlaneWidth x PlaneHeight samples,

@@ -25,21 +25,19 @@ inline constexpr KernelRow<AverageBlockSig> kAverageBlock8{"AverageBlock8",
                                                            {AverageBlock8_px, nullptr, AverageBlock8_w7}};
 inline constexpr KernelRow<AverageBlockSig> kAverageBlock4{"AverageBlock4",
                                                            {AverageBlock4_px, nullptr, AverageBlock4_w7}};
-inline constexpr KernelRow<AverageBlockSig> kAverageBlock2{"AverageBlock2",
-                                                           {AverageBlock2_px, nullptr, AverageBlock2_w7}};
+inline constexpr KernelRow<AverageBlockSig> kAverageBlock2{"AverageBlock2", {AverageBlock2_px}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock16{"WeightBlock16",
                                                           {WeightBlock16_px, nullptr, WeightBlock16_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock8{"WeightBlock8", {WeightBlock8_px, nullptr, WeightBlock8_w7}};
 inline constexpr KernelRow<WeightBlockSig> kWeightBlock4{"WeightBlock4", {WeightBlock4_px, nullptr, WeightBlock4_w7}};
-inline constexpr KernelRow<WeightBlockSig> kWeightBlock2{"WeightBlock2", {WeightBlock2_px, nullptr, WeightBlock2_w7}};
+inline constexpr KernelRow<WeightBlockSig> kWeightBlock2{"WeightBlock2", {WeightBlock2_px}};
 inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock16{
     "BiWeightBlock16", {BiWeightBlock16_px, nullptr, BiWeightBlock16_w7, nullptr, BiWeightBlock16_v8}};
 inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock8{
     "BiWeightBlock8", {BiWeightBlock8_px, nullptr, BiWeightBlock8_w7, nullptr, BiWeightBlock8_v8}};
 inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock4{
     "BiWeightBlock4", {BiWeightBlock4_px, nullptr, BiWeightBlock4_w7, nullptr, BiWeightBlock4_v8}};
-inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{"BiWeightBlock2",
-                                                             {BiWeightBlock2_px, nullptr, BiWeightBlock2_w7}};
+inline constexpr KernelRow<BiWeightBlockSig> kBiWeightBlock2{"BiWeightBlock2", {BiWeightBlock2_px}};
 inline constexpr KernelRow<CopyClampedSig> kCopyClamped{"CopyClamped",
                                                         {CopyClamped_px, nullptr, nullptr, nullptr, CopyClamped_v8}};
 inline constexpr KernelRow<CopyBlockSig> kCopyBlock16{"CopyBlock16", {CopyBlock16_px, nullptr, CopyBlock16_w7}};

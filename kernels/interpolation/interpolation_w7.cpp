@@ -11,8 +11,8 @@ static __m128i LoadRow(const uint8_t* p)
 {
     if constexpr (Width == 16) return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     if constexpr (Width == 8) return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
-    int Value = 0;
-    std::memcpy(&Value, p, Width < 4 ? Width : 4);
+    int Value;
+    std::memcpy(&Value, p, 4);
     return _mm_cvtsi32_si128(Value);
 }
 
@@ -123,7 +123,6 @@ static void BiWeightBlock(const uint8_t* pA, ptrdiff_t StepA, uint8_t* pDst, ptr
 BLEND(16)
 BLEND(8)
 BLEND(4)
-BLEND(2)
 #undef BLEND
 
 void CopyBlock16_w7(const uint8_t* pSrc, ptrdiff_t SrcStep, uint8_t* pDst, ptrdiff_t DstStep, int Height)

@@ -20,8 +20,8 @@ PredictIntraSig Predict16x16Vertical_px, Predict16x16Horizontal_px, Predict16x16
 PredictIntraSig PredictChromaDc_px, PredictChromaHorizontal_px, PredictChromaVertical_px, PredictChromaPlane_px;
 PredictIntraSig Predict16x16Horizontal_w7, Predict16x16Dc_w7, Predict16x16Plane_w7;
 PredictIntraSig PredictChromaDc_w7, PredictChromaHorizontal_w7, PredictChromaPlane_w7;
-PredictIntraSig Predict16x16Horizontal_v8, Predict16x16Dc_v8, Predict16x16Plane_v8;
-PredictIntraSig PredictChromaDc_v8, PredictChromaHorizontal_v8, PredictChromaPlane_v8;
+PredictIntraSig Predict16x16Horizontal_v8;
+PredictIntraSig PredictChromaHorizontal_v8;
 
 // Intra 4x4 (8.3.1.2), mode 0..8. pTopRight points at the four samples above-right, read when Available has kTopRight;
 // otherwise the sample above the last column stands for them (8.3.1.2). Modes need the neighbours the standard says.

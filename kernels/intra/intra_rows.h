@@ -10,18 +10,18 @@ inline constexpr KernelRow<PredictIntraSig> kPredict16x16Vertical{"Predict16x16V
 inline constexpr KernelRow<PredictIntraSig> kPredict16x16Horizontal{
     "Predict16x16Horizontal",
     {Predict16x16Horizontal_px, nullptr, Predict16x16Horizontal_w7, nullptr, Predict16x16Horizontal_v8}};
-inline constexpr KernelRow<PredictIntraSig> kPredict16x16Dc{
-    "Predict16x16Dc", {Predict16x16Dc_px, nullptr, Predict16x16Dc_w7, nullptr, Predict16x16Dc_v8}};
-inline constexpr KernelRow<PredictIntraSig> kPredict16x16Plane{
-    "Predict16x16Plane", {Predict16x16Plane_px, nullptr, Predict16x16Plane_w7, nullptr, Predict16x16Plane_v8}};
-inline constexpr KernelRow<PredictIntraSig> kPredictChromaDc{
-    "PredictChromaDc", {PredictChromaDc_px, nullptr, PredictChromaDc_w7, nullptr, PredictChromaDc_v8}};
+inline constexpr KernelRow<PredictIntraSig> kPredict16x16Dc{"Predict16x16Dc",
+                                                            {Predict16x16Dc_px, nullptr, Predict16x16Dc_w7}};
+inline constexpr KernelRow<PredictIntraSig> kPredict16x16Plane{"Predict16x16Plane",
+                                                               {Predict16x16Plane_px, nullptr, Predict16x16Plane_w7}};
+inline constexpr KernelRow<PredictIntraSig> kPredictChromaDc{"PredictChromaDc",
+                                                             {PredictChromaDc_px, nullptr, PredictChromaDc_w7}};
 inline constexpr KernelRow<PredictIntraSig> kPredictChromaHorizontal{
     "PredictChromaHorizontal",
     {PredictChromaHorizontal_px, nullptr, PredictChromaHorizontal_w7, nullptr, PredictChromaHorizontal_v8}};
 inline constexpr KernelRow<PredictIntraSig> kPredictChromaVertical{"PredictChromaVertical", {PredictChromaVertical_px}};
 inline constexpr KernelRow<PredictIntraSig> kPredictChromaPlane{
-    "PredictChromaPlane", {PredictChromaPlane_px, nullptr, PredictChromaPlane_w7, nullptr, PredictChromaPlane_v8}};
+    "PredictChromaPlane", {PredictChromaPlane_px, nullptr, PredictChromaPlane_w7}};
 inline constexpr KernelRow<PredictIntra4x4Sig> kPredictIntra4x4{
     "PredictIntra4x4", {PredictIntra4x4_px, nullptr, PredictIntra4x4_w7, nullptr, PredictIntra4x4_v8}};
 inline constexpr KernelRow<PredictIntra8x8Sig> kPredictIntra8x8{

@@ -13,16 +13,6 @@ namespace {
 INLINE __m128i SplatFirst(__m128i v) { return _mm_shuffle_epi8(v, _mm_setzero_si128()); }
 INLINE __m128i Splat(int Byte) { return SplatFirst(_mm_cvtsi32_si128(Byte)); }
 
-INLINE __m128i SpreadOver4(int Four)
-{
-    return _mm_shuffle_epi8(_mm_cvtsi32_si128(Four), _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
-}
-
-INLINE __m128i SumsOfProducts(__m128i Samples, __m128i Weights)
-{
-    return _mm_madd_epi16(_mm_maddubs_epi16(Samples, Weights), _mm_set1_epi16(1));
-}
-
 template <int N>
 INLINE __m128i JoinAt(__m128i Upper, __m128i Lower)
 {
@@ -58,28 +48,6 @@ void PredictChromaHorizontal_v8(const uint8_t* pAround, ptrdiff_t AroundStep, ui
                                 unsigned)
 {
     PredictHorizontal<8>(pAround, AroundStep, pDst, DstStep);
-}
-
-void Predict16x16Dc_v8(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
-                       unsigned Available)
-{
-    Predict16x16Dc(pAround, AroundStep, pDst, DstStep, Available);
-}
-
-void PredictChromaDc_v8(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
-                        unsigned Available)
-{
-    PredictChromaDc(pAround, AroundStep, pDst, DstStep, Available);
-}
-
-void Predict16x16Plane_v8(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
-{
-    PredictPlane<16>(pAround, AroundStep, pDst, DstStep);
-}
-
-void PredictChromaPlane_v8(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)
-{
-    PredictPlane<8>(pAround, AroundStep, pDst, DstStep);
 }
 
 void PredictIntra4x4_v8(int Mode, const uint8_t* pAround, ptrdiff_t AroundStep, const uint8_t* pTopRight, uint8_t* pDst,

@@ -43,9 +43,24 @@ DISTANCE_TESTS(8, 8);
 DISTANCE_TESTS(8, 4);
 DISTANCE_TESTS(4, 8);
 DISTANCE_TESTS(4, 4);
-KERNEL_TEST(Satd8x8By8Deep, (CheckDistance<8, 8>));
 KERNEL_TEST(LargestSad4x4Of16x16Deep, (CheckDistance<16, 16>));
 KERNEL_TEST(LargestSad4x4Of8x8Deep, (CheckDistance<8, 8>));
+
+// Also blocks that differ by one value everywhere, on either side of the most that 10 bits give: all of it comes
+// together in one sum.
+void CheckSatd8x8By8Deep(BlockDistanceDeepSig* pFn, BlockDistanceDeepSig* pReference)
+{
+    CheckDistance<8, 8>(pFn, pReference);
+    for (const int Difference : {1, 511, 1022, 1023, 1024, 1025, 2047, 4094, 4095})
+        for (int Last = 0; Last < 2; ++Last) { // the last sample goes the other way
+            const DeepBlock a(8, 8, 8, static_cast<uint16_t>(Difference));
+            DeepBlock b(8, 8, 8);
+            if (Last) *b.At(7, 7) = 4095;
+            ASSERT_EQ(pFn(a.At(0, 0), 16, b.At(0, 0), 16), pReference(a.At(0, 0), 16, b.At(0, 0), 16)) << Difference;
+            ASSERT_EQ(pFn(b.At(0, 0), 16, a.At(0, 0), 16), pReference(b.At(0, 0), 16, a.At(0, 0), 16)) << Difference;
+        }
+}
+KERNEL_TEST(Satd8x8By8Deep, CheckSatd8x8By8Deep);
 
 void CheckSatd8x8By8(BlockDistanceSig* pFn, BlockDistanceSig* pReference)
 {

@@ -4,6 +4,7 @@
 #include "tests/kernels/deep_block.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -54,7 +55,48 @@ void ForNeighbours(unsigned Needed, const F& Test)
         }
 }
 
-void CheckPredict16x16Deep(PredictModeDeepSig* pFn, PredictModeDeepSig*)
+// Run(pFn, pAround, step, pDst, step, depth) of the variant and of the reference give the same at every depth: into a
+// block apart, and in place.
+template <class Sig, class F>
+void ExpectReference(Sig* pFn, Sig* pReference, const F& Run)
+{
+    TestRandom Rng;
+    SCOPED_TRACE(Rng.Seed());
+    for (const int Depth : {8, 9, 10, 12, 14})
+        for (const Fill How : kDeepFills) {
+            SCOPED_TRACE(Depth);
+            const DeepBlock Around = DeepBlock::Random(Rng, How, 48, 17, kPitch, Depth);
+            std::vector<uint16_t> Want(kTargetPitch * 16, 0xA5A5), Got = Want;
+            Run(pReference, Around.At(16, 1), 2 * kPitch, Want.data(), 2 * kTargetPitch, Depth);
+            Run(pFn, Around.At(16, 1), 2 * kPitch, Got.data(), 2 * kTargetPitch, Depth);
+            ASSERT_EQ(Got, Want);
+            DeepBlock WantIn = Around, GotIn = Around;
+            Run(pReference, WantIn.At(16, 1), 2 * kPitch, WantIn.At(16, 1), 2 * kPitch, Depth);
+            Run(pFn, GotIn.At(16, 1), 2 * kPitch, GotIn.At(16, 1), 2 * kPitch, Depth);
+            ASSERT_EQ(GotIn.Samples, WantIn.Samples);
+        }
+}
+
+// The same for each of Count modes with every set of neighbours that has what it needs:
+// Run(pFn, mode, available, pAround, step, pDst, step, depth).
+template <size_t Count, class Sig, class F>
+void ExpectReferenceOfModes(Sig* pFn, Sig* pReference, const unsigned (&Needs)[Count], const F& Run)
+{
+    for (unsigned Available = 0; Available < 16; ++Available)
+        for (size_t Mode = 0; Mode < Count; ++Mode) {
+            if ((Available & Needs[Mode]) != Needs[Mode]) continue;
+            SCOPED_TRACE(testing::Message() << "mode " << Mode << ", neighbours " << Available);
+            ASSERT_NO_FATAL_FAILURE(ExpectReference(pFn, pReference, [&](Sig* p, auto... Blocks) {
+                Run(p, static_cast<int>(Mode), Available, Blocks...);
+            }));
+        }
+}
+
+// Of the kernels that take a mode alone.
+constexpr auto kRunMode = [](PredictModeDeepSig* p, int Mode, unsigned Available, auto pAround, auto Step, auto pDst,
+                             auto DstStep, int Depth) { p(Mode, pAround, Step, pDst, DstStep, Available, Depth); };
+
+void CheckPredict16x16Deep(PredictModeDeepSig* pFn, PredictModeDeepSig* pReference)
 {
     PredictIntraSig* const kNarrow[4]{Predict16x16Vertical_px, Predict16x16Horizontal_px, Predict16x16Dc_px,
                                       Predict16x16Plane_px};
@@ -64,10 +106,11 @@ void CheckPredict16x16Deep(PredictModeDeepSig* pFn, PredictModeDeepSig*)
                 Around, [&](auto... Blocks) { kNarrow[Mode](Blocks..., Available); },
                 [&](auto... Blocks) { pFn(Mode, Blocks..., Available, 8); });
         });
+    ExpectReferenceOfModes(pFn, pReference, k16x16Needs, kRunMode);
 }
 KERNEL_TEST(Predict16x16Deep, CheckPredict16x16Deep);
 
-void CheckPredictChromaDeep(PredictChromaDeepSig* pFn, PredictChromaDeepSig*)
+void CheckPredictChromaDeep(PredictChromaDeepSig* pFn, PredictChromaDeepSig* pReference)
 {
     PredictIntraSig* const kNarrow[4]{PredictChromaDc_px, PredictChromaHorizontal_px, PredictChromaVertical_px,
                                       PredictChromaPlane_px};
@@ -80,10 +123,15 @@ void CheckPredictChromaDeep(PredictChromaDeepSig* pFn, PredictChromaDeepSig*)
                 Around, [&](auto... Blocks) { PredictChroma422_px(Mode, Blocks..., Available); },
                 [&](auto... Blocks) { pFn(Mode, 16, Blocks..., Available, 8); });
         });
+    for (const int Height : {8, 16})
+        ExpectReferenceOfModes(pFn, pReference, kChromaNeeds,
+                               [=](auto p, int Mode, unsigned Available, auto pAround, auto Step, auto pDst,
+                                   auto DstStep,
+                                   int Depth) { p(Mode, Height, pAround, Step, pDst, DstStep, Available, Depth); });
 }
 KERNEL_TEST(PredictChromaDeep, CheckPredictChromaDeep);
 
-void CheckPredictIntra4x4Deep(PredictIntra4x4DeepSig* pFn, PredictIntra4x4DeepSig*)
+void CheckPredictIntra4x4Deep(PredictIntra4x4DeepSig* pFn, PredictIntra4x4DeepSig* pReference)
 {
     const std::vector<uint8_t> TopRight{3, 200, 17, 90};
     const std::vector<uint16_t> DeepTopRight(TopRight.begin(), TopRight.end());
@@ -98,10 +146,16 @@ void CheckPredictIntra4x4Deep(PredictIntra4x4DeepSig* pFn, PredictIntra4x4DeepSi
                     pFn(Mode, pAround, Step, DeepTopRight.data(), Dst..., Available, 8);
                 });
         });
+    ExpectReferenceOfModes(
+        pFn, pReference, kBlockNeeds,
+        [](auto p, int Mode, unsigned Available, auto pAround, auto Step, auto pDst, auto DstStep, int Depth) {
+            const std::vector<uint16_t> TopRight(4, static_cast<uint16_t>((1 << Depth) - 1));
+            p(Mode, pAround, Step, TopRight.data(), pDst, DstStep, Available, Depth);
+        });
 }
 KERNEL_TEST(PredictIntra4x4Deep, CheckPredictIntra4x4Deep);
 
-void CheckPredictIntra8x8Deep(PredictModeDeepSig* pFn, PredictModeDeepSig*)
+void CheckPredictIntra8x8Deep(PredictModeDeepSig* pFn, PredictModeDeepSig* pReference)
 {
     for (int Mode = 0; Mode < 9; ++Mode)
         ForNeighbours(kBlockNeeds[Mode], [&](unsigned Available, const Block& Around) {
@@ -109,10 +163,11 @@ void CheckPredictIntra8x8Deep(PredictModeDeepSig* pFn, PredictModeDeepSig*)
                 Around, [&](auto... Blocks) { PredictIntra8x8_px(Mode, Blocks..., Available); },
                 [&](auto... Blocks) { pFn(Mode, Blocks..., Available, 8); });
         });
+    ExpectReferenceOfModes(pFn, pReference, kBlockNeeds, kRunMode);
 }
 KERNEL_TEST(PredictIntra8x8Deep, CheckPredictIntra8x8Deep);
 
-void CheckPredictAll4x4Deep(PredictAll4x4DeepSig* pFn, PredictAll4x4DeepSig*)
+void CheckPredictAll4x4Deep(PredictAll4x4DeepSig* pFn, PredictAll4x4DeepSig* pReference)
 {
     TestRandom Rng;
     ForNeighbours(0, [&](unsigned Available, const Block& Around) {
@@ -128,6 +183,22 @@ void CheckPredictAll4x4Deep(PredictAll4x4DeepSig* pFn, PredictAll4x4DeepSig*)
             ASSERT_EQ(GotSad[Mode], WantSad[Mode]) << Mode;
         }
     });
+    for (const int Depth : {9, 10, 12, 14})
+        for (const Fill How : kDeepFills)
+            for (unsigned Available = 0; Available < 16; ++Available) {
+                const DeepBlock Source = DeepBlock::Random(Rng, Fill::ZeroOrMax, 4, 4, 17, Depth);
+                const DeepBlock Around = DeepBlock::Random(Rng, How, 48, 17, kPitch, Depth);
+                alignas(16) std::array<uint16_t, 9 * 16> Want, Got;
+                std::array<int32_t, 10> WantSad{}, GotSad{};
+                const auto Run = [&](auto p, auto& Out, auto& Sad) {
+                    p(Source.At(0, 0), 34, Around.At(16, 1), 2 * kPitch, Available,
+                      reinterpret_cast<uint16_t(*)[16]>(Out.data()), Sad.data(), Depth);
+                };
+                Run(pReference, Want, WantSad);
+                Run(pFn, Got, GotSad);
+                ASSERT_EQ(Got, Want) << Depth << " bits, neighbours " << Available;
+                ASSERT_EQ(GotSad, WantSad) << Depth << " bits, neighbours " << Available;
+            }
 }
 KERNEL_TEST(PredictAll4x4Deep, CheckPredictAll4x4Deep);
 
