@@ -56,10 +56,10 @@ PredictModeSig PredictChroma422_px;
 using PredictModeDeepSig = void(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst,
                                 ptrdiff_t DstStep, unsigned Available, int Depth);
 PredictModeDeepSig Predict16x16Deep_px, PredictIntra8x8Deep_px;
-PredictModeDeepSig PredictIntra8x8Deep_w7;
+PredictModeDeepSig Predict16x16Deep_w7, PredictIntra8x8Deep_w7;
 using PredictChromaDeepSig = void(int Mode, int Height, const uint16_t* pAround, ptrdiff_t AroundStep, uint16_t* pDst,
                                   ptrdiff_t DstStep, unsigned Available, int Depth);
-PredictChromaDeepSig PredictChromaDeep_px;
+PredictChromaDeepSig PredictChromaDeep_px, PredictChromaDeep_w7;
 using PredictIntra4x4DeepSig = void(int Mode, const uint16_t* pAround, ptrdiff_t AroundStep, const uint16_t* pTopRight,
                                     uint16_t* pDst, ptrdiff_t DstStep, unsigned Available, int Depth);
 PredictIntra4x4DeepSig PredictIntra4x4Deep_px, PredictIntra4x4Deep_w7;

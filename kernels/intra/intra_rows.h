@@ -32,8 +32,10 @@ inline constexpr KernelRow<PredictAll4x4Sig> kPredictAll4x4{
 
 inline constexpr KernelRow<PredictModeSig> kPredictChroma422{"PredictChroma422", {PredictChroma422_px}};
 
-inline constexpr KernelRow<PredictModeDeepSig> kPredict16x16Deep{"Predict16x16Deep", {Predict16x16Deep_px}};
-inline constexpr KernelRow<PredictChromaDeepSig> kPredictChromaDeep{"PredictChromaDeep", {PredictChromaDeep_px}};
+inline constexpr KernelRow<PredictModeDeepSig> kPredict16x16Deep{"Predict16x16Deep",
+                                                                 {Predict16x16Deep_px, nullptr, Predict16x16Deep_w7}};
+inline constexpr KernelRow<PredictChromaDeepSig> kPredictChromaDeep{
+    "PredictChromaDeep", {PredictChromaDeep_px, nullptr, PredictChromaDeep_w7}};
 inline constexpr KernelRow<PredictIntra4x4DeepSig> kPredictIntra4x4Deep{
     "PredictIntra4x4Deep", {PredictIntra4x4Deep_px, nullptr, PredictIntra4x4Deep_w7}};
 inline constexpr KernelRow<PredictAll4x4DeepSig> kPredictAll4x4Deep{
