@@ -48,11 +48,16 @@ protected:
     }
     CurrentMacroblock<uint8_t>& Mb() { return c.Job.Slices[0].cur_mb; }
     // Bits of the blocks that are coded.
-    uint32_t Coded()
+    uint32_t Coded(uint16_t Emptied = 0)
     {
         Mb().Records.pGlobal->Flags = kFlagTransform8x8;
         *Mb().Records.pLocal = {};
-        Reconstruct({.Cost = 0, .Type = MB_INTER16X16, .Ref = 0, .Transform8x8 = true, .AtHand = BLOCKS_PREDICTED},
+        Reconstruct({.Cost = 0,
+                     .Type = MB_INTER16X16,
+                     .Ref = 0,
+                     .Transform8x8 = true,
+                     .Emptied = Emptied,
+                     .AtHand = BLOCKS_PREDICTED},
                     Mb(), c.Job.Slices[0].work_area);
         return Mb().Records.pLocal->Coded & kCodedLuma;
     }
@@ -89,6 +94,15 @@ TEST_F(BlocksOf8x8, BehindALongRunAreDropped)
     EXPECT_EQ(Coded(), 0xF000u);
     EXPECT_EQ(Mb().Records.pGlobal->Flags & kFlagTransform8x8, kFlagTransform8x8);
     EXPECT_EQ(Mb().Records.pLocal->Pattern, 8);
+}
+
+TEST_F(BlocksOf8x8, ThatAreEmptiedGetNoLevels)
+{
+    Start(28);
+    ASSERT_TRUE(MakeOneLevel(1));
+    EXPECT_EQ(Coded(0x0FFF), 0xF000u);
+    EXPECT_EQ(Coded(0xF000), 0u);
+    EXPECT_EQ(*(Mb().pRecY + 9 * Mb().pitch + 9), 100); // the prediction
 }
 
 TEST_F(BlocksOf8x8, WithoutLossAreKept)

@@ -142,6 +142,33 @@ TEST(BlockDistance, IsNamedByTheSizeCode)
     }
 }
 
+// Transforms of 2x2 samples, of which 2x4 and 4x2 have two: one that differs alone counts in all four coefficients.
+TEST(BlockDistance, OfSmallChromaIsASumOfTransforms)
+{
+    const struct {
+        int w, h;
+    } kSizes[]{{2, 2}, {2, 4}, {4, 2}};
+    const std::vector<uint8_t> Flat(64, 100);
+    for (const auto& s : kSizes) {
+        const auto Sum = [&](const std::vector<uint8_t>& p) {
+            return SATD(p.data(), 8, Flat.data(), 8, SizeCode(s.w, s.h));
+        };
+        for (int i = 0; i < s.w * s.h; ++i) {
+            std::vector<uint8_t> One = Flat;
+            One[static_cast<size_t>(i / s.w * 8 + i % s.w)] = 103;
+            EXPECT_EQ(Sum(One), 4 * 3) << s.w << 'x' << s.h << ' ' << i;
+        }
+        for (const int Odd : {1, 2, 3}) { // columns, rows and both by turns: one coefficient of each transform
+            std::vector<uint8_t> Turns = Flat;
+            for (int y = 0; y < s.h; ++y)
+                for (int x = 0; x < s.w; ++x)
+                    Turns[static_cast<size_t>(y * 8 + x)] =
+                        static_cast<uint8_t>(((Odd & 1 ? x : 0) + (Odd & 2 ? y : 0)) % 2 ? 95 : 105);
+            EXPECT_EQ(Sum(Turns), 5 * s.w * s.h) << s.w << 'x' << s.h << ' ' << Odd;
+        }
+    }
+}
+
 // ---- Motion search -----------------------------------------------------------------------------------------
 
 TEST(Candidates, AreKeptOnce)
@@ -555,6 +582,22 @@ TEST_F(Search, RefinementReachesThreeQuarterSamples)
                     << Method << ' ' << Sad;
             }
     }
+}
+
+// Chroma rows that rise by 8 each differ by one for an eighth of a row.
+TEST_F(Search, ChromaBetweenFieldsOfOtherParityLiesAQuarterOfARowOff)
+{
+    std::vector<uint8_t> Rows(32 * 32), TrialUV(16 * 8);
+    for (size_t i = 0; i < Rows.size(); ++i) Rows[i] = static_cast<uint8_t>(8 * (i / 32));
+    m_p.src_u = m_p.src_v = m_p.ref_u = m_p.ref_v = &Rows[8 * 32 + 8];
+    m_p.pitch = m_p.SrcPitch = 32;
+    m_p.pTrialUV = TrialUV.data();
+    m_p.chroma_format = 1;
+    for (const int32_t Offset : {-2, 0, 2})
+        for (const int32_t y : {-1, 0, 3, 8}) {
+            m_p.chroma_mv_offset = Offset;
+            EXPECT_EQ(ChromaDistortion(m_p, 0, y), 2 * 64 * std::abs(y + Offset)) << Offset << ' ' << y;
+        }
 }
 
 // ---- Intra -------------------------------------------------------------------------------------------------

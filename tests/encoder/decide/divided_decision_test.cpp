@@ -250,6 +250,55 @@ TEST_F(TransformOfP, IsNever8x8WithSmallerParts)
     EXPECT_EQ(Mb().Records.pGlobal->Type, MB_INTER16X8);
 }
 
+// ---- Blocks without levels -------------------------------------------------------------------------------------
+
+// Parts that differ from their prediction by less than their share of the threshold are emptied.
+class CheapBlocksOfP : public DividedP
+{
+protected:
+    static constexpr int32_t kCheap = 203; // of a whole; 101 of a half and 50 of a quadrant
+
+    void SetUp() override
+    {
+        StartP(1, 1);
+        c.Settings.AnalysisFlags |= ENC_ANALYSE_CBP_EMPTY;
+        c.Settings.SkipIntraThreshold[kQp] = kCheap;
+    }
+    // @param Left  by the part's place, what it differs from its prediction
+    uint16_t Emptied(const FormCosts& f, const std::function<int32_t(int, int)>& Left)
+    {
+        State(f);
+        m_Distance = [Searched = m_Distance, Left](const Compared& s) {
+            if (s.With == Compared::INTRA) return kFar;
+            return s.With == Compared::DERIVED ? Left(s.x / 2, s.y / 2) : Searched(s);
+        };
+        return encoder_testing::AnalyseMacroblock(c.Settings, Slice()).Emptied;
+    }
+};
+
+TEST_F(CheapBlocksOfP, AreThoseBelowTheShareOfTheirPart)
+{
+    const FormCosts Whole{.Whole = 300}, Rows{.Whole = 5000, .Quadrant = 300, .Rows = 300},
+        Columns{.Whole = 5000, .Quadrant = 300, .Columns = 300}, Quadrants{.Whole = 5000, .Quadrant = 300};
+    for (const int32_t Off : {0, 1}) {
+        EXPECT_EQ(Emptied(Whole, [=](int, int) { return kCheap - 1 + Off; }), Off ? 0 : 0xFFFF);
+        EXPECT_EQ(Emptied(Rows, [=](int, int y) { return y == 0 ? 100 + Off : 101; }), Off ? 0 : 0x00FF);
+        EXPECT_EQ(Emptied(Columns, [=](int x, int) { return x == 1 ? 100 + Off : 101; }), Off ? 0 : 0xF0F0);
+        EXPECT_EQ(Emptied(Quadrants, [=](int x, int y) { return x == 1 && y == 0 ? 49 + Off : 50; }), Off ? 0 : 0x00F0);
+    }
+}
+
+TEST_F(CheapBlocksOfP, NeedTheirFlagAndLoss)
+{
+    const auto None = [](int, int) { return 0; };
+    EXPECT_EQ(Emptied({.Whole = 300}, None), 0xFFFF);
+    Slice().Quant.IsLossless = true;
+    EXPECT_EQ(Emptied({.Whole = 300}, None), 0);
+    Slice().Quant.IsLossless = false;
+    c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_CBP_EMPTY);
+    EXPECT_EQ(Emptied({.Whole = 300}, None), 0);
+}
+
 TEST(LosslessThresholds, AreZeroAtQp0Alone)
 {
     UMC::DefaultMemoryAllocator Allocator;
