@@ -69,6 +69,43 @@ TEST_F(DecisionInB, BothListsAreNotPredictedWhereTheirPriceAloneIsTooHigh)
     EXPECT_TRUE(IsJoined(12));
 }
 
+TEST_F(DecisionInB, ChromaOfDirectIsPredictedWhereItCounts)
+{
+    StartB(0);
+    m_Distance = [](const Compared&) { return 300; };
+    auto& PredUV = Slice().work_area.Inter[0].PredUV;
+    for (const bool Counts : {false, true}) {
+        if (Counts) c.Settings.AnalysisFlags |= ENC_ANALYSE_ME_CHROMA;
+        std::fill(std::begin(PredUV), std::end(PredUV), uint8_t{7});
+        Decide();
+        EXPECT_EQ(PredUV[0] != 7, Counts);
+        EXPECT_EQ(PredUV[7 * 16 + 15] != 7, Counts);
+    }
+}
+
+// A second reference that is no better does not end the search of a list where quadrants come behind it.
+TEST_F(DecisionInB, AWorseReferenceEndsTheSearchOfAListWithoutQuadrants)
+{
+    StartB(1);
+    auto& s = Slice().Facts;
+    auto& List0 = s.ref_pic_lists.Pictures[0];
+    List0[1] = List0[0];
+    List0[2] = s.ref_pic_lists.Pictures[1][0];
+    s.num_ref_idx_l0 = 3;
+    m_Distance = [](const Compared& s) { return s.With == Compared::REFERENCE ? 500 : kFar; };
+    const auto SeenInLast = [this] {
+        Decide();
+        return std::count_if(m_Seen.begin(), m_Seen.end(),
+                             [](const Compared& s) { return s.Is(16, 16) && s.Ref == 1; });
+    };
+    const auto WithQuadrants = SeenInLast();
+    c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_B_8X8);
+    const auto Without = SeenInLast();
+    EXPECT_EQ(WithQuadrants, 2 * Without); // in both lists
+    c.Settings.AnalysisFlags |= ENC_ANALYSE_ALL_REFS;
+    EXPECT_EQ(SeenInLast(), WithQuadrants);
+}
+
 // The derived motion is tested before anything is searched.
 TEST_F(DecisionInB, WhatIsAsGoodAsDerivedIsSkippedUnsearched)
 {

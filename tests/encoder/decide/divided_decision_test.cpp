@@ -115,6 +115,26 @@ TEST_F(DividedP, ATieOfShapesGoesToTheEarlier)
     EXPECT_EQ(Shape(243, 120, 120, 60), SUB_8X8);
 }
 
+TEST_F(DividedP, PartsAreSearchedFromTheWholesVectorAndThenFromTheirPredictor)
+{
+    StartP(1, 1);
+    m_Distance = [](const Compared& s) {
+        return s.Is(16, 16) ? 2000 + 100 * (std::abs(s.dx - 5) + std::abs(s.dy + 3)) : 5 * s.Width * s.Height;
+    };
+    Decide();
+    using Places = std::vector<std::pair<int, int>>;
+    for (const auto& [Width, Height] : {std::pair{8, 8}, {16, 8}, {8, 16}})
+        for (int y = 0; y < 4; y += Height / 4)
+            for (int x = 0; x < 4; x += Width / 4) {
+                Places Found;
+                for (const Compared& s : m_Seen)
+                    if (s.Is(Width, Height) && s.x == x && s.y == y) Found.emplace_back(s.dx, s.dy);
+                ASSERT_GE(Found.size(), 2u);
+                EXPECT_EQ(Found[0], (std::pair{5, -3})) << Width << 'x' << Height;
+                EXPECT_EQ(Found[1], (std::pair{0, 0})) << Width << 'x' << Height; // as all around
+            }
+}
+
 // The search of a part stops at its share of the limit: at the first vector, which is the only one that it measures.
 TEST_F(DividedP, PartsHaveTheirShareOfTheLimit)
 {

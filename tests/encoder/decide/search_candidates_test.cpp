@@ -112,6 +112,24 @@ TEST_F(SearchCandidates, OfTheReferenceAreScaledInABSlice)
     EXPECT_EQ(Of(1, {4, 4}).back(), (MotionVector{8, -16})); // -16 less -48, 32 less 96
 }
 
+// Only where chroma has half the rows do fields of unlike parity have it a quarter of a row apart; without chroma it
+// takes no part in a search.
+TEST_F(SearchCandidates, TheRecordOfASearchFollowsTheChromaFormat)
+{
+    Start(0);
+    auto& s = c.Job.Slices[0];
+    Reference<uint8_t> Ref = s.Facts.ref_pic_lists.Pictures[0][0];
+    Ref.ChromaMvOffset = -2;
+    c.Settings.AnalysisFlags |= ENC_ANALYSE_ME_CHROMA;
+    for (const int32_t Format : {0, 1, 2}) {
+        s.Facts.Syntax.chroma_format_idc = Format;
+        FillSearch(c.Settings, mb, Ref, {0, 0, 4, 4}, SEARCH_LOG, s.work_area, p);
+        EXPECT_EQ((p.flags & ENC_ANALYSE_ME_CHROMA) != 0, Format != 0);
+        if (Format == 0) continue;
+        EXPECT_EQ(p.chroma_mv_offset, Format == 1 ? -2 : 0);
+    }
+}
+
 TEST(SearchMethods, OfPartsAreTheWalkUnlessAllPointsAreSearched)
 {
     UMC::H264EncoderParams p;

@@ -25,7 +25,8 @@ struct Compared {
     enum Where { DERIVED, JOINED, INTRA, REFERENCE };
     int Width, Height, x, y;
     Where With;
-    int Ref = -1; // place of the reference in coding order, 0 the first picture
+    int Ref = -1;       // place of the reference in coding order, 0 the first picture
+    int dx = 0, dy = 0; // of the place in it from the block's own, in samples
 
     bool Is(int W, int H) const { return Width == W && Height == H; }
 };
@@ -148,7 +149,7 @@ private:
         if (pA < t.m_Source || pA >= t.m_Source + 256) return 0; // chroma
         const auto At = static_cast<int>(pA - t.m_Source);
         Compared s{kWidth, kHeight, At % 16 / 4, At / 64, t.WhereIs(pB)};
-        if (s.With == Compared::REFERENCE) s.Ref = t.FrameOf(pB);
+        if (s.With == Compared::REFERENCE) t.FindPlace(pB, s);
         t.m_Seen.push_back(s);
         return t.m_Distance(s);
     }
@@ -161,15 +162,21 @@ private:
         if (IsIn(w.IntraY[0]) || IsIn(w.IntraY[1])) return Compared::INTRA;
         return Compared::REFERENCE;
     }
-    int FrameOf(const uint8_t* p) const
+    void FindPlace(const uint8_t* p, Compared& s)
     {
         for (size_t i = 0; i < m_Frames.size(); ++i) {
             const auto& f = *m_Frames[i];
-            if (p >= f.m_pY - kLumaPadding * (f.m_Pitch + 1) && p < f.m_pY + (kSide + kLumaPadding) * f.m_Pitch)
-                return static_cast<int>(i);
+            if (p < f.m_pY - kLumaPadding * (f.m_Pitch + 1) || p >= f.m_pY + (kSide + kLumaPadding) * f.m_Pitch)
+                continue;
+            s.Ref = static_cast<int>(i);
+            constexpr ptrdiff_t kAbove = 1024; // rows, so that none counts as negative
+            const ptrdiff_t Own = Mb().pPosition->Luma + 4 * s.y * f.m_Pitch + 4 * s.x,
+                            Off = p - f.m_pY - Own + kAbove * f.m_Pitch + f.m_Pitch / 2;
+            s.dy = static_cast<int>(Off / f.m_Pitch - kAbove);
+            s.dx = static_cast<int>(Off % f.m_Pitch - f.m_Pitch / 2);
+            return;
         }
         ADD_FAILURE() << "a place in no picture";
-        return -1;
     }
 
     static inline StatedDistances* s_pTest = nullptr;

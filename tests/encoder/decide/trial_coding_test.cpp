@@ -2,6 +2,7 @@
 #include "encoder/decide/trial_coding.h"
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
+#include "kernels/dispatch/kernels.h"
 #include "media/umc_default_memory_allocator.h"
 #include "tests/encoder/encoder_testing.h"
 #include "tests/encoder/slice_stages.h"
@@ -215,6 +216,68 @@ TEST_F(Trials, OfShapesNeedTheFlagForEveryCandidate)
     const Candidate ByTrial = Decide(&*m_pTrials);
     EXPECT_EQ(ByTrial.Cost, CostOf(ByTrial));
     EXPECT_NE(ByTrial.Cost, Plain.Cost);
+}
+
+// ---- Finer intra types by trial --------------------------------------------------------------------------------
+
+// 4x4 blocks that are predicted as they are, at a distance that the test states, and how often one was.
+int32_t s_Distance;
+int s_Blocks;
+void PerfectBlocks(const uint8_t* pSrc, ptrdiff_t Step, const uint8_t*, ptrdiff_t, unsigned,
+                   uint8_t (*pPredictions)[16], int32_t* pSad)
+{
+    ++s_Blocks;
+    std::fill_n(pSad, 9, s_Distance);
+    for (int Mode = 0; Mode < 9; ++Mode)
+        for (int y = 0; y < 4; ++y) std::copy_n(pSrc + y * Step, 4, pPredictions[Mode] + 4 * y);
+}
+
+class FinerTrials : public Trials
+{
+protected:
+    void StartWith(int Pictures)
+    {
+        Start(26, Pictures);
+        c.Settings.AnalysisFlags |= ENC_ANALYSE_RD_MODE;
+        kernels::g_Kernels.PredictAll4x4 = PerfectBlocks;
+        s_Distance = 0;
+    }
+    void TearDown() override { kernels::g_Kernels = m_Kernels; }
+    int BlocksTried()
+    {
+        s_Blocks = 0;
+        Analyse();
+        return s_Blocks;
+    }
+    kernels::KernelSlots m_Kernels = kernels::g_Kernels;
+};
+
+// Blocks that were given up at the plain cost of 16x16 are not tried: what is at hand of them is not whole.
+TEST_F(FinerTrials, AreMadeBelowThePlainCostOf16x16)
+{
+    StartWith(1);
+    MakeNoise(9, 120);
+    EXPECT_EQ(Analyse().Type, MB_INTRA4X4);
+    s_Distance = 100000;
+    EXPECT_EQ(Analyse().Type, MB_INTRA16X16);
+}
+
+TEST_F(FinerTrials, NeedDetail)
+{
+    StartWith(1);
+    MakeNoise(9, 120);
+    EXPECT_EQ(BlocksTried(), 16);
+    std::fill_n(m_Y, 256, uint8_t{90});
+    EXPECT_EQ(BlocksTried(), 0);
+}
+
+TEST_F(FinerTrials, AreMadeUpToTwiceTheCostOfInter)
+{
+    StartWith(2);
+    MakeNoise(9, 120);
+    EXPECT_EQ(BlocksTried(), 16);
+    FollowReference();
+    EXPECT_EQ(BlocksTried(), 0);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "tests/encoder/written_bits.h"
+#include "tests/support/cabac_encoder.h"
 
 #include <gtest/gtest.h>
 
@@ -112,6 +113,39 @@ TEST(ArithmeticCoder, ADecoderReadsWhatWasWritten)
     for (uint32_t Seed = 0; Seed < 60; ++Seed)
         for (const uint32_t OneIn : {1u, 2u, 3u, 50u, 100000u})
             RoundTrip(Seed, OneIn, Seed < 50 ? static_cast<int>(Seed) * 7 : 20000);
+}
+
+// Of the bit-by-bit form of clause 9.3.4, to the stop bit and the zeros behind it.
+TEST(ArithmeticCoder, WritesTheBitsOfThePlainForm)
+{
+    for (uint32_t Seed = 0; Seed < 200; ++Seed)
+        for (const uint32_t OneIn : {1u, 2u, 100u}) {
+            std::mt19937 Rng(Seed);
+            Writer w;
+            w.InitContexts(h264::SLICE_B, static_cast<int32_t>(Seed % 3), 26);
+            test::CabacEncoder Plain(w.Cabac().Contexts);
+            for (uint32_t i = 0; i < 3 * Seed; ++i) {
+                const auto Kind = static_cast<uint32_t>(Rng() % 16), Context = static_cast<uint32_t>(Rng() % 276),
+                           Bin = static_cast<uint32_t>(Rng() % OneIn == 0);
+                if (Kind == 0) {
+                    w.EncodeTerminate(0);
+                    Plain.Terminate(0);
+                } else if (Kind < 6) {
+                    w.EncodeBypass(Bin);
+                    Plain.Bypass(Bin);
+                } else {
+                    w.EncodeBin(Context, Bin);
+                    Plain.Decide(static_cast<int>(Context), Bin);
+                }
+            }
+            w.EncodeTerminate(1);
+            w.TerminateEncode();
+            Plain.Terminate(1);
+            Bytes Wanted((Plain.m_Bits.size() + 7) / 8);
+            for (size_t i = 0; i < Plain.m_Bits.size(); ++i)
+                if (Plain.m_Bits[i]) Wanted[i / 8] = static_cast<uint8_t>(Wanted[i / 8] | 0x80 >> i % 8);
+            ASSERT_EQ(w.Written(), Wanted) << Seed << ' ' << OneIn;
+        }
 }
 
 StoredBytes Into(uint8_t* pOut)
