@@ -106,6 +106,25 @@ TEST_F(DecisionInB, AWorseReferenceEndsTheSearchOfAListWithoutQuadrants)
     EXPECT_EQ(SeenInLast(), WithQuadrants);
 }
 
+// Two bits name the second reference of list 1, where list 0 takes one for its only reference.
+TEST_F(DecisionInB, BothListsNameTheirReferencesByTheirOwnNumber)
+{
+    StartB(0);
+    auto& s = Slice().Facts;
+    auto& Lists = s.ref_pic_lists.Pictures;
+    Lists[1][1] = Lists[0][0];
+    s.num_ref_idx_l1 = 2;
+    for (const int32_t Joined : {93, 94}) {
+        m_Distance = [=](const Compared& s) {
+            return s.With == Compared::JOINED ? Joined : s.With != Compared::REFERENCE ? kFar : s.Ref == 0 ? 100 : 500;
+        };
+        // 100, 3 bits, the vector and 1 bit against 5 bits, two vectors, 1 bit and 2 bits.
+        const Candidate Won = Decide();
+        EXPECT_EQ(Won.Cost, std::min(100 + 3 + kVector + 1, Joined + 5 + 2 * kVector + 1 + 2));
+        EXPECT_EQ(ListsOf(0), Joined == 93 ? "01" : "0");
+    }
+}
+
 // The derived motion is tested before anything is searched.
 TEST_F(DecisionInB, WhatIsAsGoodAsDerivedIsSkippedUnsearched)
 {

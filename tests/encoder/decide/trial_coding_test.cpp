@@ -46,12 +46,24 @@ protected:
             Output.Reset();
             FrameStep(c, &Input, &Output);
         }
+        TakeLastMacroblock();
+        m_pTrials = std::make_unique<TrialCoder<uint8_t>>(Mb(), Slice().bitstream);
+    }
+    // The B picture that waits behind its anchor.
+    void CodeLast()
+    {
+        UMC::MediaData Output(1 << 20);
+        ASSERT_EQ(FrameStep(c, nullptr, &Output), UMC::StatusOk);
+        ASSERT_EQ(Slice().Facts.slice_type, h264::SLICE_B);
+        TakeLastMacroblock();
+    }
+    void TakeLastMacroblock()
+    {
         ASSERT_EQ(Mb().mb_index, 8);
         Mb().pSrcY = m_Y;
         Mb().pSrcU = m_U;
         Mb().pSrcV = m_V;
         Mb().SrcPitch = 16;
-        m_pTrials = std::make_unique<TrialCoder<uint8_t>>(Mb(), Slice().bitstream);
     }
     Slice8& Slice() { return c.Job.Slices[0]; }
     CurrentMacroblock<uint8_t>& Mb() { return Slice().cur_mb; }
@@ -73,6 +85,27 @@ protected:
         Copy(v.pY + Mb().pPosition->Luma, v.Pitch, 16, m_Y);
         Copy(v.pU + Mb().pPosition->Chroma, v.Pitch, 8, m_U);
         Copy(v.pV + Mb().pPosition->Chroma, v.Pitch, 8, m_V);
+    }
+    // Luma with what lies around it; chroma is all alike.
+    static void FillPlanes(uint8_t* pY, uint8_t* pU, uint8_t* pV, int32_t Around, uint8_t Luma, int32_t Pitch)
+    {
+        for (int32_t y = -Around; y < kSide + Around; ++y)
+            std::fill_n(pY + y * Pitch - Around, kSide + 2 * Around, Luma);
+        for (int32_t y = -Around / 2; y < (kSide + Around) / 2; ++y)
+            for (uint8_t* const p : {pU, pV}) std::fill_n(p + y * Pitch - Around / 2, kSide / 2 + Around, uint8_t{100});
+    }
+    // What the cheapest 16x16 mode costs by trial beyond the best of inter.
+    int32_t IntraLessInter()
+    {
+        Slice8& s = Slice();
+        Candidate Inter = s.Facts.slice_type == h264::SLICE_B
+                              ? DecideB<uint8_t>(c.Settings, Mb(), 0, s.work_area, nullptr)
+                              : encoder_testing::DecideP(c.Settings, s);
+        Inter.AtHand = BLOCKS_NONE;
+        const int32_t OfInter = CostOf(Inter);
+        Candidate Intra = encoder_testing::Intra16x16(c.Settings, s);
+        IntraChroma(c.Settings, Mb(), s.work_area, Intra.ChromaMode);
+        return CostOf(Intra) - OfInter;
     }
     void MakeNoise(uint32_t Seed, int Range)
     {
@@ -155,12 +188,7 @@ TEST_F(Trials, TryIntraWhateverInterCosts)
 {
     for (const bool IsB : {false, true}) {
         Start(26, IsB ? 3 : 2, [IsB](auto& p) { p.num_b_frames = IsB ? 1 : 0; });
-        if (IsB) { // the anchor has been coded, and the B picture behind it
-            UMC::MediaData Output(1 << 20);
-            FrameStep(c, nullptr, &Output);
-            Mb().pSrcY = m_Y, Mb().pSrcU = m_U, Mb().pSrcV = m_V;
-            Mb().SrcPitch = 16;
-        }
+        if (IsB) CodeLast();
         ASSERT_EQ(Slice().Facts.slice_type, IsB ? h264::SLICE_B : h264::SLICE_P);
         c.Settings.SkipIntraThreshold[26] = INT32_MAX;
         for (uint8_t* const p : {m_Y, m_U, m_V}) std::fill_n(p, 256, uint8_t{20}); // unlike any reference
@@ -171,6 +199,38 @@ TEST_F(Trials, TryIntraWhateverInterCosts)
             ASSERT_TRUE(IsIntra(Won.Type)) << IsB;
             EXPECT_EQ(Won.Cost, CostOf(Won)) << IsB;
         }
+    }
+}
+
+// Grey beside references that are brighter, and a source that goes from the one to the other sample by sample, too
+// little for levels: near the tie the costs alone decide.
+TEST_F(Trials, TakeIntraWhereItsTrialIsCheaper)
+{
+    for (const bool IsB : {false, true}) {
+        Start(51, IsB ? 3 : 2, [IsB](auto& p) { p.num_b_frames = IsB ? 1 : 0; });
+        if (IsB) CodeLast();
+        c.Settings.AnalysisFlags |= ENC_ANALYSE_RD_MODE;
+        c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_I4X4 | ENC_ANALYSE_I8X8);
+        int Taken[2]{};
+        for (const int Brighter : {20, 22, 24, 26, 28, 30}) {
+            FillPlanes(Mb().pRecY - 32 * (Mb().pitch + 1), Mb().pRecU - 16 * (Mb().pitch + 1),
+                       Mb().pRecV - 16 * (Mb().pitch + 1), 0, 100, Mb().pitch);
+            for (int List = 0; List <= IsB; ++List) {
+                const auto& f = *Slice().Facts.ref_pic_lists.Pictures[List][0].pFrame;
+                FillPlanes(f.m_pY, f.m_pU, f.m_pV, kLumaPadding, static_cast<uint8_t>(100 + Brighter), f.m_Pitch);
+            }
+            for (uint8_t* const p : {m_Y, m_U, m_V}) std::fill_n(p, 256, uint8_t{100});
+            for (int i = 0; i < 256 * 12; ++i) {
+                const int32_t Dearer = IntraLessInter();
+                if (std::abs(Dearer) < 400) {
+                    EXPECT_EQ(IsIntra(Analyse().Type), Dearer < 0) << IsB << ' ' << Brighter << ' ' << i;
+                    ++Taken[Dearer < 0];
+                }
+                ++m_Y[i % 256];
+            }
+        }
+        EXPECT_GT(Taken[0], 0) << IsB;
+        EXPECT_GT(Taken[1], 0) << IsB;
     }
 }
 

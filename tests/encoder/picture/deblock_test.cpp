@@ -1,4 +1,5 @@
 // Boundary strengths and edges that the encoder's filter is given, from records that the tests write.
+#include "Common/h264/deblocking_thresholds.h"
 #include "encoder/picture/deblock.h"
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
@@ -227,6 +228,45 @@ TEST_F(EdgeStrengths, OfOneMotionHaveNoInnerOnesBeyondCoefficients)
     EXPECT_EQ(Vertical(), (Edges{2, 2, 2, 2}));
 }
 
+// Lines of a field lie twice as far apart.
+TEST_F(EdgeStrengths, OfFieldsTakeHalfTheVerticalDistance)
+{
+    Start(h264::SLICE_P);
+    for (const bool IsField : {false, true}) {
+        m_Slice.IsField = IsField;
+        for (int16_t Far = 1; Far <= 4; ++Far) {
+            Move(1, 0, 0, {0, Far});
+            EXPECT_EQ(Vertical(), Far >= (IsField ? 2 : 4) ? (Edges{1, 0, 0, 0}) : Edges{}) << IsField << ' ' << Far;
+            Move(1, 0, 0, {Far, 0});
+            EXPECT_EQ(Vertical(), Far >= 4 ? (Edges{1, 0, 0, 0}) : Edges{}) << IsField << ' ' << Far;
+        }
+    }
+}
+
+// ---- Thresholds ------------------------------------------------------------------------------------------------
+
+// Of the outer edge by the mean of both sides, rounded up; chroma by its own QPs.
+TEST_F(EdgeStrengths, TakeThresholdsByTheMeanQpAndTheOffsets)
+{
+    Start(h264::SLICE_P);
+    Local(1).Coded = 0xFFFF;
+    Global(0).Qp = 30, Global(1).Qp = 33;
+    Global(0).QpChroma = 26, Global(1).QpChroma = 29;
+    m_Slice.deblock_alpha = 4;
+    m_Slice.deblock_beta = -6;
+    Filter();
+    ASSERT_TRUE(std::any_of(s_Filtered.begin(), s_Filtered.end(), [](const Filtered& f) { return !f.IsLuma; }));
+    for (const Filtered& f : s_Filtered) {
+        if (!f.IsVertical) continue;
+        const int32_t Qps[2]{f.IsLuma ? 32 : 28, f.IsLuma ? 33 : 29};
+        for (size_t Slot : {0u, 1u}) {
+            const h264::DeblockingThresholds t = h264::FindDeblockingThresholds(Qps[Slot], 4, -6);
+            EXPECT_EQ(f.Params.Alpha[Slot], t.Alpha) << f.IsLuma;
+            EXPECT_EQ(f.Params.Beta[Slot], t.Beta) << f.IsLuma;
+        }
+    }
+}
+
 // ---- 8x8 transform and 4:2:2 -----------------------------------------------------------------------------------
 
 TEST_F(EdgeStrengths, OfThe8x8TransformLeaveOutTheOddEdgesOfLuma)
@@ -319,6 +359,24 @@ TEST_F(FilteredPictures, HaveNoEdgesBetweenSlicesWithIdc2)
         ASSERT_EQ(s_Filtered.size(), 8u);
         EXPECT_EQ(EdgesOf(s_Filtered[2].Params)[0], 0);
         EXPECT_EQ(EdgesOf(s_Filtered[6].Params)[0], Idc == 2 ? 0 : 4);
+    }
+}
+
+// Of six macroblocks in two columns the fourth begins the second slice, beside and below the first one's.
+TEST_F(FilteredPictures, HaveNoEdgesBesideAMacroblockOfAnotherSliceWithIdc2)
+{
+    for (const int Idc : {0, 2}) {
+        UMC::H264EncoderParams p = SizedParams(32, 48);
+        p.num_slices = 2;
+        p.deblocking_filter_idc = static_cast<uint8_t>(Idc);
+        Driver d(p);
+        s_Filtered.clear();
+        std::vector<Picture> Clip = MakeClip(Scene::Noise, 32, 48, 1);
+        d.Encode(Clip[0]);
+        ASSERT_EQ(s_Filtered.size(), 24u);
+        EXPECT_EQ(EdgesOf(s_Filtered[4].Params)[0], 4); // of the second, whose left one is of its slice
+        EXPECT_EQ(EdgesOf(s_Filtered[12].Params)[0], Idc == 2 ? 0 : 4);
+        EXPECT_EQ(EdgesOf(s_Filtered[14].Params)[0], Idc == 2 ? 0 : 4);
     }
 }
 

@@ -283,6 +283,23 @@ TYPED_TEST(NoiseFilter, DisablingForgetsThePreviousPicture)
     EXPECT_EQ(p.Y.At(0, 0), 106);
 }
 
+TYPED_TEST(NoiseFilter, DisablingAndStartSpareTheNextPictureTheBlend)
+{
+    for (const bool IsStarted : {false, true}) {
+        CNoiseReductionFilter<TypeParam> f = Running<TypeParam>(NOISE_MEDIAN);
+        Picture<TypeParam> Before(8, 8, 100), Next(8, 8, 15, 100, 120); // near enough to a cleared store for a blend
+        ASSERT_TRUE(Run(f, Before));
+        if (IsStarted) {
+            ASSERT_TRUE(f.Start(8, 8));
+        } else {
+            f.Enable(false);
+            f.Enable(true);
+        }
+        ASSERT_TRUE(Run(f, Next));
+        EXPECT_TRUE(Next == Picture<TypeParam>(8, 8, 15, 100, 120)) << IsStarted;
+    }
+}
+
 TYPED_TEST(NoiseFilter, StartForgetsThePreviousPictureAndTheBorders)
 {
     CNoiseReductionFilter<TypeParam> f = Running<TypeParam>(NOISE_BORDERS | NOISE_TABLE);
