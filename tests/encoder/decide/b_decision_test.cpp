@@ -177,6 +177,32 @@ TEST_F(QuadrantsOfB, MustBeCheaperThanDirectAsAWhole)
     EXPECT_EQ(DecideQuadrants({Same, Same, Same, {100, 91, 100, 100}}).Type, MB_INTER8X8); // 400
 }
 
+TEST_F(DecisionInB, QuadrantsAreNotTriedAtTheLimit)
+{
+    StartB(1);
+    for (const int32_t List0 : {kLimit - 1, kLimit, kLimit + 1}) {
+        DecideWhole({.List0 = List0});
+        EXPECT_EQ(!RefsOf(8, 8, 0, 0).empty(), List0 > kLimit) << List0;
+    }
+}
+
+TEST_F(DecisionInB, QuadrantsGoAsFarAsTheWholesBestOfEachList)
+{
+    StartB(1);
+    auto& s = Slice().Facts;
+    auto& Lists = s.ref_pic_lists.Pictures;
+    Lists[0][1] = Lists[0][0]; // the first picture, which stands second now, behind that of list 1
+    Lists[0][0] = Lists[1][0];
+    s.num_ref_idx_l0 = 2;
+    m_Distance = [](const Compared& s) { return s.With == Compared::REFERENCE ? s.Ref == 0 ? 600 : 500 : kFar; };
+    Decide();
+    EXPECT_EQ(RefsOf(16, 16, 0, 0), (std::set<int>{0, 1}));
+    EXPECT_EQ(RefsOf(8, 8, 0, 0), (std::set<int>{1}));
+    c.Settings.AnalysisFlags |= ENC_ANALYSE_ALL_REFS;
+    Decide();
+    EXPECT_EQ(RefsOf(8, 8, 0, 0), (std::set<int>{0, 1}));
+}
+
 TEST_F(QuadrantsOfB, OfOneListAloneAreDivided)
 {
     StartB(2);

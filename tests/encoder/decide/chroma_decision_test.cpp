@@ -1,6 +1,7 @@
 // What chroma has a say in, where it has half the rows of luma and where it has all of them.
 #include "Common/h264/h264_tables.h"
 #include "encoder/code/chroma_residual.h"
+#include "encoder/decide/block_distance.h"
 #include "encoder/decide/part_choice.h"
 #include "encoder/decide/skip_test.h"
 #include "encoder/session/core_init.h"
@@ -13,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -130,6 +130,7 @@ TEST_P(ChromaByFormat, EveryRowCountsInIntra)
     EXPECT_EQ(Mode, CHROMA_DC);
 }
 
+// Both kinds of distance are sums over 4x4 blocks.
 TEST_P(ChromaByFormat, DistanceOfAPartIsThatOfItsBlocksInAllPlanes)
 {
     std::mt19937 Rng(4);
@@ -137,22 +138,30 @@ TEST_P(ChromaByFormat, DistanceOfAPartIsThatOfItsBlocksInAllPlanes)
     for (uint8_t* const p : {m_Y, m_U, m_V, Y.data(), UV.data()})
         for (int i = 0; i < 256; ++i) p[i] = static_cast<uint8_t>(Rng());
     const int32_t Rows = Is422() ? 1 : 2; // of luma to one of chroma
-    for (const MotionPart Part : {MotionPart{0, 0, 4, 4}, MotionPart{0, 2, 4, 2}, MotionPart{2, 0, 2, 4},
-                                  MotionPart{2, 2, 2, 2}, MotionPart{0, 2, 2, 2}}) {
-        int32_t Luma = 0, Chroma = 0;
-        for (int32_t y = 4 * Part.y; y < 4 * (Part.y + Part.Height); ++y)
-            for (int32_t x = 4 * Part.x; x < 4 * (Part.x + Part.Width); ++x) {
-                Luma += std::abs(m_Y[16 * y + x] - Y[static_cast<size_t>(16 * y + x)]);
-                if (x % 2 != 0 || y % Rows != 0) continue;
-                const int32_t At = 16 * (y / Rows) + x / 2;
-                Chroma += std::abs(m_U[At] - UV[static_cast<size_t>(At)]) +
-                          std::abs(m_V[At] - UV[static_cast<size_t>(At + 8)]);
-            }
-        c.Settings.AnalysisFlags = ENC_ANALYSE_SAD;
-        EXPECT_EQ(PartDistance(c.Settings, Mb(), Part, Y.data(), UV.data()), Luma);
-        c.Settings.AnalysisFlags |= ENC_ANALYSE_ME_CHROMA;
-        EXPECT_EQ(PartDistance(c.Settings, Mb(), Part, Y.data(), UV.data()), Luma + Chroma);
-    }
+    for (const uint32_t Sad : {0u, uint32_t{ENC_ANALYSE_SAD}})
+        for (const MotionPart Part : {MotionPart{0, 0, 4, 4}, MotionPart{0, 2, 4, 2}, MotionPart{2, 0, 2, 4},
+                                      MotionPart{2, 2, 2, 2}, MotionPart{0, 2, 2, 2}}) {
+            const auto Block = [Sad](const uint8_t* a, const uint8_t* b) {
+                return Sad ? SAD(a, 16, b, 16, SizeCode(4, 4)) : SATD(a, 16, b, 16, SizeCode(4, 4));
+            };
+            const int32_t Width = 4 * Part.Width, Height = 4 * Part.Height;
+            int32_t Luma = 0, Chroma = 0;
+            for (int32_t y = 0; y < Height; y += 4)
+                for (int32_t x = 0; x < Width; x += 4) {
+                    const int32_t At = 16 * (4 * Part.y + y) + 4 * Part.x + x;
+                    Luma += Block(m_Y + At, &Y[static_cast<size_t>(At)]);
+                }
+            for (int32_t y = 0; y < Height / Rows; y += 4)
+                for (int32_t x = 0; x < Width / 2; x += 4) {
+                    const int32_t At = 16 * (4 * Part.y / Rows + y) + 2 * Part.x + x;
+                    Chroma += Block(m_U + At, &UV[static_cast<size_t>(At)]) +
+                              Block(m_V + At, &UV[static_cast<size_t>(At + 8)]);
+                }
+            c.Settings.AnalysisFlags = Sad;
+            EXPECT_EQ(PartDistance(c.Settings, Mb(), Part, Y.data(), UV.data()), Luma);
+            c.Settings.AnalysisFlags |= ENC_ANALYSE_ME_CHROMA;
+            EXPECT_EQ(PartDistance(c.Settings, Mb(), Part, Y.data(), UV.data()), Luma + Chroma);
+        }
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, ChromaByFormat, testing::Values(1, 2));

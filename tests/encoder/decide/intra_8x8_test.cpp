@@ -104,6 +104,14 @@ TEST_F(Intra8x8Trial, GivesUpAboveTheLimitOnly)
     EXPECT_EQ(Try(0).Cost, 11);
 }
 
+TEST_F(Intra8x8Trial, TakesTheDistanceThatTheFlagsAskFor)
+{
+    kernels::g_Kernels.Satd8x8 = [](const uint8_t*, ptrdiff_t, const uint8_t*, ptrdiff_t) { return 70; };
+    EXPECT_EQ(Try().Cost, 4 * (10 + 1) + 12);
+    c.Settings.AnalysisFlags &= ~static_cast<uint32_t>(ENC_ANALYSE_SAD);
+    EXPECT_EQ(Try().Cost, 4 * (70 + 1) + 12);
+}
+
 // Each block takes its mode from the one beside it: what is not predicted costs four bits.
 TEST_F(Intra8x8Trial, PredictsModesFromTheBlocksBeside)
 {

@@ -127,6 +127,12 @@ TEST_F(SearchCandidates, TheRecordOfASearchFollowsTheChromaFormat)
         EXPECT_EQ((p.flags & ENC_ANALYSE_ME_CHROMA) != 0, Format != 0);
         if (Format == 0) continue;
         EXPECT_EQ(p.chroma_mv_offset, Format == 1 ? -2 : 0);
+        const ptrdiff_t Row = Format == 1 ? 4 : 8; // of a quadrant
+        FillSearch(c.Settings, mb, Ref, {2, 2, 2, 2}, SEARCH_LOG, s.work_area, p);
+        EXPECT_EQ(p.src_u, mb.pSrcU + Row * mb.SrcPitch + 4);
+        EXPECT_EQ(p.src_v, mb.pSrcV + Row * mb.SrcPitch + 4);
+        EXPECT_EQ(p.ref_u, Ref.View.pU + mb.pPosition->Chroma + Row * mb.pitch + 4);
+        EXPECT_EQ(p.ref_v, Ref.View.pV + mb.pPosition->Chroma + Row * mb.pitch + 4);
     }
 }
 

@@ -1,5 +1,6 @@
 // Which kind of direct prediction is taken, to the skip.
 #include "encoder/picture/direct_choice.h"
+#include "tests/encoder/encoder_testing.h"
 
 #include <gtest/gtest.h>
 
@@ -52,6 +53,29 @@ TEST(DirectChoice, SkipsOfAPictureOfManyMacroblocksDoNotOverflow)
 {
     EXPECT_FALSE(IsSpatialAfter(false, 139264 * 60, 139264 * 60));
     EXPECT_TRUE(IsSpatialAfter(true, 139264 * 60, 139264 * 60));
+}
+
+// The settings name the kind, or leave it to the skips of the B pictures so far.
+TEST(DirectChoice, IsThatOfTheSettingsUnlessItIsLeftOpen)
+{
+    for (const int Mode : {0, 1, 2}) {
+        UMC::H264EncoderParams p = encoder_testing::SizedParams(48, 48);
+        p.num_b_frames = 1;
+        p.direct_pred_mode = static_cast<uint8_t>(Mode);
+        encoder_testing::CoreDriver<uint8_t> d(p);
+        d.EncodeAll(encoder_testing::MakeClip(encoder_testing::Scene::Still, 48, 48, 3));
+        ASSERT_EQ(d.Order(), "Ka Pc bb");
+        EXPECT_EQ(d.pCore->Job.Slices[0].Facts.B.direct_spatial_mv_pred, Mode == 1);
+        const DirectChoice& Choice = d.pCore->Sequence.Direct;
+        EXPECT_EQ(Choice.TemporalSkips > 0, Mode == 2);
+        EXPECT_EQ(Choice.SpatialSkips, 0);
+        if (Mode != 2) continue;
+        d.pCore->Sequence.Direct.IsSpatial = true; // which stays where temporal has not skipped more
+        d.pCore->Sequence.Direct.TemporalSkips = 0;
+        d.EncodeAll(encoder_testing::MakeClip(encoder_testing::Scene::Still, 48, 48, 2));
+        EXPECT_TRUE(d.pCore->Job.Slices[0].Facts.B.direct_spatial_mv_pred);
+        EXPECT_GT(Choice.SpatialSkips, 0);
+    }
 }
 
 } // namespace
