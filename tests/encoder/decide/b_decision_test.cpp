@@ -83,6 +83,36 @@ TEST_F(DecisionInB, ChromaOfDirectIsPredictedWhereItCounts)
     }
 }
 
+TEST_F(DecisionInB, ChromaOfBothListsIsPredictedWhereItCounts)
+{
+    StartB(0);
+    m_Distance = [](const Compared&) { return 300; };
+    auto& JoinedUV = Slice().work_area.JoinedUV;
+    for (const bool Counts : {false, true}) {
+        if (Counts) c.Settings.AnalysisFlags |= ENC_ANALYSE_ME_CHROMA;
+        std::fill(std::begin(JoinedUV), std::end(JoinedUV), uint8_t{7});
+        Decide();
+        EXPECT_EQ(JoinedUV[0] != 7, Counts);
+        EXPECT_EQ(JoinedUV[7 * 16 + 15] != 7, Counts);
+    }
+}
+
+// With the prices of vector and reference.
+TEST_F(DecisionInB, ACostAtTheLimitEndsTheSearchOfAList)
+{
+    StartB(0);
+    auto& s = Slice().Facts;
+    auto& Lists = s.ref_pic_lists.Pictures;
+    Lists[0][1] = Lists[1][0];
+    Lists[1][0] = Lists[0][0];
+    s.num_ref_idx_l0 = 2;
+    for (const int32_t Cost : {kLimit, kLimit + 1}) {
+        m_Distance = [=](const Compared& s) { return s.With == Compared::REFERENCE ? Cost - kVector - kRef : kFar; };
+        Decide();
+        EXPECT_EQ(RefsOf(16, 16, 0, 0).count(1), size_t{Cost > kLimit}) << Cost;
+    }
+}
+
 // A second reference that is no better does not end the search of a list where quadrants come behind it.
 TEST_F(DecisionInB, AWorseReferenceEndsTheSearchOfAListWithoutQuadrants)
 {

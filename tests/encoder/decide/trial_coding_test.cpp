@@ -322,6 +322,19 @@ TEST_F(FinerTrials, AreMadeBelowThePlainCostOf16x16)
     EXPECT_EQ(Analyse().Type, MB_INTRA16X16);
 }
 
+TEST_F(FinerTrials, HaveTheChromaOf16x16)
+{
+    StartWith(1);
+    MakeNoise(9, 120);
+    for (int i = 0; i < 256; ++i) { // as the rows above
+        m_U[i] = *(Mb().pRecU - Mb().pitch + i % 16);
+        m_V[i] = *(Mb().pRecV - Mb().pitch + i % 16);
+    }
+    const Candidate Won = Analyse();
+    EXPECT_EQ(Won.Type, MB_INTRA4X4);
+    EXPECT_EQ(Won.ChromaMode, CHROMA_VERTICAL);
+}
+
 TEST_F(FinerTrials, NeedDetail)
 {
     StartWith(1);

@@ -70,11 +70,12 @@ TEST(DirectChoice, IsThatOfTheSettingsUnlessItIsLeftOpen)
         EXPECT_EQ(Choice.TemporalSkips > 0, Mode == 2);
         EXPECT_EQ(Choice.SpatialSkips, 0);
         if (Mode != 2) continue;
-        d.pCore->Sequence.Direct.IsSpatial = true; // which stays where temporal has not skipped more
-        d.pCore->Sequence.Direct.TemporalSkips = 0;
-        d.EncodeAll(encoder_testing::MakeClip(encoder_testing::Scene::Still, 48, 48, 2));
-        EXPECT_TRUE(d.pCore->Job.Slices[0].Facts.B.direct_spatial_mv_pred);
-        EXPECT_GT(Choice.SpatialSkips, 0);
+        for (const bool HasLead : {false, true}) {
+            d.pCore->Sequence.Direct = {.IsSpatial = true, .TemporalSkips = HasLead ? 1 : 0};
+            d.EncodeAll(encoder_testing::MakeClip(encoder_testing::Scene::Still, 48, 48, 2));
+            EXPECT_EQ(d.pCore->Job.Slices[0].Facts.B.direct_spatial_mv_pred, !HasLead);
+            EXPECT_EQ(Choice.SpatialSkips > 0, !HasLead);
+        }
     }
 }
 
