@@ -135,6 +135,26 @@ TEST_F(DividedP, PartsAreSearchedFromTheWholesVectorAndThenFromTheirPredictor)
             }
 }
 
+// The last 4x4 block of the first quadrant: the block above right of it comes later, so the one above left stands in.
+TEST_F(DividedP, SmallPartsArePredictedFromWhatComesBeforeThem)
+{
+    StartP(1, 2);
+    m_Distance = [](const Compared& s) {
+        const auto Towards = [&s](int x, int y) { return 50 * (std::abs(s.dx - x) + std::abs(s.dy - y)); };
+        const bool IsFirst = s.x < 2 && s.y < 2;
+        if (s.Is(8, 8)) return 100 + (IsFirst ? Towards(1, -1) : s.y == 0 ? Towards(3, 3) : 0);
+        if (s.Is(4, 4) && IsFirst) return 20 + (s.x == s.y ? Towards(0, 0) : s.x ? Towards(2, 0) : Towards(0, 2));
+        return s.Width * s.Height > 64 ? 5000 : 100;
+    };
+    Decide();
+    std::vector<std::pair<int, int>> Found;
+    for (const Compared& s : m_Seen)
+        if (s.Is(4, 4) && s.x == 1 && s.y == 1) Found.emplace_back(s.dx, s.dy);
+    ASSERT_GE(Found.size(), 2u);
+    EXPECT_EQ(Found[0], (std::pair{1, -1})); // that of the quadrant
+    EXPECT_EQ(Found[1], (std::pair{0, 0}));  // the median of (0, 2), (2, 0) and (0, 0)
+}
+
 // The search of a part stops at its share of the limit: at the first vector, which is the only one that it measures.
 TEST_F(DividedP, PartsHaveTheirShareOfTheLimit)
 {
