@@ -13,11 +13,18 @@ using Frame = H264EncoderFrame<uint8_t>;
 using List = H264EncoderFrameList<uint8_t>;
 
 // The frame step without the coding: pictures enter by type and leave in the order in which they would be coded.
-class Reordering
+template <class Sample>
+class ReorderingOf
 {
 public:
-    Reordering(int32_t BRefMode, int32_t AnchorsNeeded) : m_BRefMode(BRefMode), m_Anchors(AnchorsNeeded) {}
+    using Frame = H264EncoderFrame<Sample>;
+    ReorderingOf(int32_t BRefMode, int32_t AnchorsNeeded) : m_BRefMode(BRefMode), m_Anchors(AnchorsNeeded) {}
 
+    /// @param Types  a letter for each picture, b for a B picture that others refer to
+    void PutAll(const std::string& Types)
+    {
+        for (const char t : Types) t == 'b' ? Put('B', true) : Put(t);
+    }
     void Put(char Type, bool bReference = false)
     {
         auto* const p = new Frame(&m_Allocator);
@@ -46,10 +53,11 @@ public:
 
 private:
     UMC::DefaultMemoryAllocator m_Allocator;
-    List m_Input, m_Done;
+    H264EncoderFrameList<Sample> m_Input, m_Done;
     int32_t m_BRefMode, m_Anchors, m_Count = 0;
     std::string m_Order;
 };
+using Reordering = ReorderingOf<uint8_t>;
 
 TEST(CodingOrder, WithoutBPicturesIsThatOfTheInput)
 {
@@ -121,6 +129,65 @@ TEST(CodingOrder, ReferenceBPicturesTakeTurnsFromBothEnds)
     r.Put('B', true);
     r.Put('P');                    // display limit of the anchor
     EXPECT_EQ(r.Order(), "04132"); // lowest, highest, and the one that is left
+}
+
+TEST(CodingOrder, ReferenceBPicturesThatWaitForAnAnchorMayBeTheHighest)
+{
+    Reordering r(2, 2);
+    r.PutAll("IbbPbbP"); // pictures 4 and 5 have but one anchor behind them
+    EXPECT_EQ(r.Order(), "0361524");
+}
+
+// What the turns go by belongs to the process, which is deliberate. Each test begins it anew with a P picture.
+
+TEST(TurnsOfReferenceBPictures, EndAtTheLastPPictureWhateverAnchorsFollow)
+{
+    Reordering r(2, 1);
+    r.PutAll("IPbbbI");
+    EXPECT_EQ(r.Order(), "015234");
+}
+
+TEST(TurnsOfReferenceBPictures, AreSharedByAllEncoders)
+{
+    Reordering First(2, 1), Second(2, 1);
+    First.PutAll("IPbbbP");
+    EXPECT_EQ(First.Order(), "015243"); // three turns are taken, and the last anchor is at 10
+    Second.PutAll("IbbbI");
+    EXPECT_EQ(Second.Order(), "04312");
+}
+
+TEST(TurnsOfReferenceBPictures, AreLeftAloneByEncodersWithoutThem)
+{
+    Reordering First(2, 1), Without(0, 1), Second(2, 1);
+    First.PutAll("IP");
+    Without.PutAll("IBBBP");
+    Second.PutAll("IbbbI");
+    EXPECT_EQ(Second.Order(), "04123");
+}
+
+TEST(TurnsOfReferenceBPictures, OfDeepSamplesAreOthers)
+{
+    ReorderingOf<uint16_t> Deep(2, 1);
+    Deep.PutAll("IP");
+    Reordering(2, 1).PutAll("IPbbbP");
+    Deep.PutAll("bbbI");
+    EXPECT_EQ(Deep.Order(), "015234");
+}
+
+TEST(TurnsOfReferenceBPictures, StayInThePeriodOfThePictureThatIsDue)
+{
+    Reordering(2, 1).PutAll("IPPPPP"); // the last anchor is at 10
+    UMC::DefaultMemoryAllocator Allocator;
+    List Input, Done;
+    for (const int32_t Epoch : {1, 0}) {
+        auto* const p = new Frame(&Allocator);
+        p->frame_type = FRAME_B;
+        p->b_is_reference = 1;
+        p->idr_epoch[0] = p->idr_epoch[1] = Epoch;
+        p->poc[0] = p->poc[1] = Epoch ? 4 : 2;
+        Input.Append(p);
+    }
+    EXPECT_EQ(FindNextToCode(Input, Done, 0, 2)->Epoch(), 1); // although the other is lower
 }
 
 } // namespace
