@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
 using namespace UMC_H264_ENCODER;
@@ -133,6 +135,104 @@ TEST_F(PictureLoop, ASliceThatFillsItsBufferToTheByteStands)
         EXPECT_EQ(FrameStep(Again, &m_Input, &m_Output), UMC::StatusOk);
         EXPECT_EQ(Again.Sequence.make_key_next, Room < Bytes);
     }
+}
+
+// ---- The QP of a picture -------------------------------------------------------------------------------------------
+
+constexpr int32_t kSide = 48;
+
+UMC::H264EncoderParams WithB(int32_t Method)
+{
+    UMC::H264EncoderParams p = SizedParams(kSide, kSide);
+    p.num_b_frames = 1;
+    p.rate_control_method = Method;
+    p.quant_i = 21;
+    p.quant_p = 24;
+    p.quant_b = 29;
+    return p;
+}
+
+// The QP of the last picture's slices, which that of the macroblock in its first corner is too.
+int32_t LastQp(const CoreDriver<uint8_t>& d) { return d.pLast->mb_global[0].Qp; }
+
+TEST(PictureQp, IsThatOfTheTypeWithConstantQps)
+{
+    CoreDriver<uint8_t> d(WithB(3));
+    const std::vector<Picture> Clip = MakeClip(Scene::Pan, kSide, kSide, 3);
+    for (const Picture& p : Clip) ASSERT_EQ(d.Encode(p), UMC::StatusOk);
+    EXPECT_EQ(d.Order(), "Ka Pc");
+    EXPECT_EQ(LastQp(d), 24);
+    d.FlushAll();
+    EXPECT_EQ(d.Order(), "Ka Pc bb");
+    EXPECT_EQ(LastQp(d), 29);
+    ASSERT_EQ(d.Encode(Clip[0], UMC::I_PICTURE), UMC::StatusOk);
+    EXPECT_EQ(LastQp(d), 21);
+    EXPECT_EQ(d.pCore->Sequence.Pps.pic_init_qp, 24); // that of P
+}
+
+TEST(PictureQp, StaysWhereItBeganWithoutRateControl)
+{
+    CoreDriver<uint8_t> d(WithB(0));
+    const int32_t First = d.pCore->Sequence.Rate.GetQP(FRAME_I);
+    ASSERT_NE(d.pCore->Sequence.Rate.GetQP(FRAME_B), First);
+    for (const Picture& p : MakeClip(Scene::Noise, kSide, kSide, 5)) {
+        ASSERT_EQ(d.Encode(p), UMC::StatusOk);
+        EXPECT_EQ(LastQp(d), First) << d.Order();
+    }
+    EXPECT_EQ(d.Order(), "Ka Pc bb Pe");
+}
+
+// pic_init_qp is that of the first picture: later IDR pictures repeat the set.
+TEST(PictureQp, IsToldAgainstThatOfTheFirstPicture)
+{
+    UMC::H264EncoderParams p = SizedParams(kSide, kSide);
+    p.m_Info.m_Bitrate = 20000;
+    p.key_frame_interval = 3;
+    p.idr_interval = 1;
+    CoreDriver<uint8_t> d(p);
+    const int32_t First = d.pCore->Sequence.Rate.GetQP(FRAME_I);
+    for (const Picture& Source : MakeClip(Scene::Noise, kSide, kSide, 7)) {
+        ASSERT_EQ(d.Encode(Source), UMC::StatusOk);
+        EXPECT_EQ(d.pCore->Sequence.Pps.pic_init_qp, First);
+    }
+    EXPECT_NE(LastQp(d), First);
+    EXPECT_EQ(d.Order(), "Ka Pb Pc Kd Pe Pf Kg");
+}
+
+TEST(PictureQp, FollowsOneUpdateForEachFrameWhereThereIsARate)
+{
+    for (const int32_t Method : {0, 1, 2, 3})
+        for (const int32_t CodingType : {0, 1, 2}) {
+            UMC::H264EncoderParams p = WithB(Method);
+            p.coding_type = CodingType;
+            CoreDriver<uint8_t> d(p);
+            d.EncodeAll(MakeClip(Scene::Pan, kSide, kSide, 5));
+            const RateController& Rate = d.pCore->Sequence.Rate;
+            const bool HasRate = Method == 1 || Method == 2;
+            EXPECT_EQ(Rate.BitsDesired(), HasRate ? 5 * (p.m_Info.m_Bitrate / 30) : 0) << Method << ' ' << CodingType;
+            EXPECT_EQ(Rate.BitsEncoded(), HasRate ? d.pCore->Sequence.total_bits : 0) << Method << ' ' << CodingType;
+        }
+}
+
+// ---- A B picture that none refers to -------------------------------------------------------------------------------
+
+TEST(DisposablePicture, IsNeitherPaddedNorMarked)
+{
+    CoreDriver<uint8_t> d(WithB(3));
+    std::vector<Picture> Clip = MakeClip(Scene::Pan, kSide, kSide, 3);
+    for (Picture& p : Clip)
+        for (uint8_t& Sample : p) Sample |= 64; // nothing is 0, which the room around a fresh picture is
+    const auto IsPadded = [&d] {
+        const auto& f = *d.pLast;
+        return std::array{f.m_pY[-1] != 0, f.m_pY[-f.m_Pitch] != 0, f.m_pU[-1] != 0, f.m_pV[8 * f.m_Pitch - 1] != 0};
+    };
+    for (const Picture& p : Clip) ASSERT_EQ(d.Encode(p), UMC::StatusOk);
+    EXPECT_EQ(IsPadded(), (std::array{true, true, true, true}));
+    EXPECT_EQ(d.pLast->is_reference, 3);
+    ASSERT_EQ(d.Flush(), UMC::StatusOk);
+    ASSERT_EQ(d.Order(), "Ka Pc bb");
+    EXPECT_EQ(IsPadded(), (std::array{false, false, false, false}));
+    EXPECT_EQ(d.pLast->is_reference, 0);
 }
 
 // first_mb_in_slice 0 takes a bit, slice_type one (0) or three (2), the parameter set's number a bit; eight bits

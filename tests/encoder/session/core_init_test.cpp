@@ -29,6 +29,83 @@ TEST(RateChange, LeavesTheSettingsOfInitAlone)
     EXPECT_EQ(c.Sequence.Rate.GetQP(FRAME_P), RateController::InitialQp(200000, 10.0, 32, 32, 8, 1, false, 51));
 }
 
+UMC::H264EncoderParams Rated(int32_t Method)
+{
+    UMC::H264EncoderParams p = SizedParams(32, 32);
+    p.m_Info.m_Bitrate = 300000;
+    p.m_Info.m_FrameRate = 10.0;
+    p.rate_control_method = Method;
+    return p;
+}
+
+// The sum goes on and the budget begins anew, with the windows of the method.
+TEST(RateChange, KeepsTheSumOfBits)
+{
+    for (const int32_t Method : {1, 2}) {
+        UMC::H264EncoderParams p = Rated(Method);
+        CoreDriver<uint8_t> d(p);
+        d.EncodeAll(MakeClip(Scene::Pan, 32, 32, 3));
+        auto& q = d.pCore->Sequence;
+        ASSERT_GT(q.total_bits, 0);
+        p.m_Info.m_Bitrate = 100000;
+        ASSERT_EQ(SetCoreRate(d.pCore->Settings, q, p), UMC::StatusOk);
+        EXPECT_EQ(q.Rate.BitsEncoded(), q.total_bits);
+        EXPECT_EQ(q.Rate.BitsDesired(), 0);
+        EXPECT_DOUBLE_EQ(q.Rate.AverageFrameBits(), 10000.0);
+        q.Rate.PostFrame(FRAME_P, q.total_bits + 50000);
+        EXPECT_DOUBLE_EQ(q.Rate.AverageFrameBits(), 10000.0 + 40000.0 / (Method == 1 ? 4 : 30));
+    }
+}
+
+// What a core is started with steers as windows of so many pictures do.
+TEST(RateControl, HasTheWindowsOfTheMethod)
+{
+    for (const int32_t Method : {1, 2}) {
+        UMC::DefaultMemoryAllocator Allocator;
+        Core8 c;
+        ASSERT_EQ(InitCore(c, Rated(Method), &Allocator), UMC::StatusOk);
+        RateController Wanted;
+        const bool IsShort = Method == 1;
+        Wanted.Init(IsShort ? 8 : 100, IsShort ? 4 : 30, IsShort ? 8 : 100, 300000, 10.0, 32, 32, 8, 1, false);
+        int64_t Total = 0;
+        for (int i = 0; i < 200; ++i) {
+            Total += i % 3 == 0 ? 60000 : 10000 + 100 * i;
+            c.Sequence.Rate.PostFrame(i % 20 == 0 ? FRAME_I : FRAME_P, Total);
+            Wanted.PostFrame(i % 20 == 0 ? FRAME_I : FRAME_P, Total);
+            ASSERT_EQ(c.Sequence.Rate.GetQP(FRAME_P), Wanted.GetQP(FRAME_P)) << Method << ", picture " << i;
+            ASSERT_DOUBLE_EQ(c.Sequence.Rate.AverageFrameBits(), Wanted.AverageFrameBits());
+            ASSERT_DOUBLE_EQ(c.Sequence.Rate.AverageInverseQp(), Wanted.AverageInverseQp());
+        }
+    }
+}
+
+// The first QP is that of all the samples of a picture and of the deepest of them.
+TEST(RateControl, CountsChromaAndAlphaAndTheirDepths)
+{
+    const struct {
+        int32_t Chroma, Luma, Cb, Aux, HasAlpha, Deepest;
+    } kCases[]{{0, 8, 8, 8, 0, 8},   {1, 8, 8, 8, 0, 8},   {2, 8, 8, 8, 0, 8},  {1, 8, 8, 8, 1, 8},
+               {1, 10, 8, 8, 0, 10}, {1, 8, 12, 8, 0, 12}, {1, 8, 8, 10, 1, 10}};
+    for (const auto& k : kCases) {
+        UMC::H264EncoderParams p = Rated(2);
+        p.chroma_format_idc = k.Chroma;
+        p.bit_depth_luma = k.Luma;
+        p.bit_depth_chroma = k.Cb;
+        p.bit_depth_aux = k.Aux;
+        p.aux_format_idc = k.HasAlpha;
+        const int32_t Offset = 6 * (k.Deepest - 8);
+        const int32_t Wanted =
+            RateController::InitialQp(300000, 10.0, 32, 32, k.Deepest, k.Chroma, k.HasAlpha != 0, 51 + Offset);
+        UMC::DefaultMemoryAllocator Allocator;
+        const auto QpOf = [&](auto&& c) {
+            EXPECT_EQ(InitCore(c, p, &Allocator), UMC::StatusOk);
+            return c.Sequence.Rate.GetQP(FRAME_P);
+        };
+        EXPECT_EQ(k.Deepest == 8 ? QpOf(Core8()) : QpOf(Core16()), Wanted - Offset)
+            << k.Chroma << ' ' << k.Luma << ' ' << k.Cb << ' ' << k.Aux;
+    }
+}
+
 std::vector<int32_t> SliceLengths(int32_t Width, int32_t Height, int32_t CodingType, int16_t Slices)
 {
     UMC::H264EncoderParams p = SizedParams(Width, Height);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -107,12 +108,47 @@ TEST(EncoderFront, NeedsInitInputAndOutput)
     UMC::H264VideoEncoder e;
     UMC::MediaData Out(1000), NoPicture(1000);
     EXPECT_EQ(e.GetFrame(nullptr, &Out), UMC::StatusNotInitialized);
+    H264EncoderParams p = SmallParams();
+    EXPECT_EQ(e.GetInfo(&p), UMC::StatusNotInitialized);
+    EXPECT_EQ(e.SetParams(&p), UMC::StatusNotInitialized);
     Driver d(SmallParams());
     EXPECT_EQ(d.Encoder().GetFrame(&NoPicture, &Out), UMC::StatusInvalidParams);
     EXPECT_EQ(d.Encoder().GetFrame(nullptr, nullptr), UMC::StatusNullPointer);
     UMC::VideoData NoPixels;
     NoPixels.Init(kWidth, kHeight, UMC::YUV420, 8);
     EXPECT_EQ(d.Encoder().GetFrame(&NoPixels, &Out), UMC::StatusInvalidParams);
+}
+
+// With an alpha plane to code, an input without one is refused, and so is one with chroma where none is coded.
+TEST(EncoderFront, TakesTheNumberOfPlanesThatAnAuxiliaryPictureNeeds)
+{
+    for (const auto& [Chroma, Format, Wanted] :
+         {std::tuple{1, UMC::YUV420, UMC::StatusInvalidParams}, std::tuple{1, UMC::GRAYA, UMC::StatusInvalidParams},
+          std::tuple{1, UMC::YUVA420, UMC::StatusOk}, std::tuple{0, UMC::GRAY, UMC::StatusInvalidParams},
+          std::tuple{0, UMC::YUVA420, UMC::StatusInvalidParams}, std::tuple{0, UMC::GRAYA, UMC::StatusOk}}) {
+        H264EncoderParams p = SmallParams();
+        p.aux_format_idc = 1;
+        p.chroma_format_idc = Chroma;
+        UMC::H264VideoEncoder e;
+        ASSERT_EQ(e.Init(&p), UMC::StatusOk);
+        UMC::VideoData Input;
+        ASSERT_EQ(Input.Init(kWidth, kHeight, Format, 8), UMC::StatusOk);
+        Picture Source(Input.GetMappingSize(), 128);
+        Input.SetBufferPointer(Source.data(), Source.size());
+        UMC::MediaData Out(1 << 20);
+        EXPECT_EQ(e.GetFrame(&Input, &Out), Wanted) << Chroma << ' ' << Format;
+        EXPECT_EQ(Out.GetDataSize() > 0, Wanted == UMC::StatusOk);
+    }
+}
+
+TEST(EncoderFront, ANegativeCodingTypeIsNoStructureOfPictures)
+{
+    H264EncoderParams p = SmallParams();
+    p.coding_type = -1;
+    Driver d(p);
+    ASSERT_EQ(d.InitResult(), UMC::StatusOk);
+    auto Clip = MakeClip(Scene::Pan, kWidth, kHeight, 1);
+    EXPECT_EQ(d.Encode(Clip[0]).Result, UMC::StatusUnsupported);
 }
 
 TEST(EncoderFront, NothingToFlush)
@@ -239,6 +275,33 @@ TEST(AccessUnits, OnlyTheFirstUnitHasALongStartCode)
     ASSERT_EQ(Second.size(), 4u);
     EXPECT_EQ(Second[0].Payload[0] >> 5, 1);
     for (size_t i = 0; i < 4; ++i) EXPECT_EQ(Second[i].bLongStartCode, i == 0) << i;
+}
+
+TEST(AccessUnits, ADelimiterTellsTheTypesOfSlices)
+{
+    H264EncoderParams p = SmallParams();
+    p.write_access_unit_delimiters = 1;
+    p.num_b_frames = 1;
+    Driver d(p);
+    EXPECT_EQ(d.EncodeAll(MakeClip(Scene::Pan, kWidth, kHeight, 4)), "IPBP");
+    std::vector<int32_t> Types;
+    for (const NalUnit& n : SplitNalUnits(d.Stream))
+        if (n.Type == 9) Types.push_back(n.Payload[0]);
+    EXPECT_EQ(Types, (std::vector<int32_t>{0x10, 0x30, 0x50, 0x30})); // primary_pic_type and the stop bit
+}
+
+// Fields of 16x32 are two macroblocks, and a frame of 16x32 is one pair.
+TEST(AccessUnits, ASliceWithoutMacroblocksIsNoUnit)
+{
+    for (const auto& [CodingType, Height, Slices] : {std::tuple{1, 48, 3}, std::tuple{2, 32, 2}}) {
+        H264EncoderParams p = SizedParams(16, Height);
+        p.coding_type = CodingType;
+        p.num_slices = static_cast<int16_t>(Slices);
+        Driver d(p);
+        auto Clip = MakeClip(Scene::Pan, 16, Height, 1);
+        const std::vector<int32_t> Types = NalTypes(d.Encode(Clip[0]).Bytes);
+        EXPECT_EQ(Types, CodingType == 1 ? (std::vector<int32_t>{7, 8, 5, 1}) : (std::vector<int32_t>{7, 8, 5}));
+    }
 }
 
 // first_mb_in_slice of each slice.

@@ -257,9 +257,19 @@ TEST(EncoderLevels, EndWhereTheirSizeAndTheirRateDo)
     const struct {
         int Level;
         int32_t Macroblocks, Rate;
-    } kRows[]{{10, 99, 1485},      {11, 396, 3000},     {12, 396, 6000},     {20, 396, 11880},   {21, 792, 19800},
-              {22, 1620, 20250},   {30, 1620, 40500},   {31, 3600, 108000},  {32, 5120, 216000}, {40, 8192, 245760},
-              {42, 8704, 522240},  {50, 22080, 589824}, {51, INT32_MAX / 32, INT32_MAX}};
+    } kRows[]{{10, 99, 1485},
+              {11, 396, 3000},
+              {12, 396, 6000},
+              {20, 396, 11880},
+              {21, 792, 19800},
+              {22, 1620, 20250},
+              {30, 1620, 40500},
+              {31, 3600, 108000},
+              {32, 5120, 216000},
+              {40, 8192, 245760},
+              {42, 8704, 522240},
+              {50, 22080, 589824},
+              {51, INT32_MAX / 32, INT32_MAX}};
     const auto First = [&](int32_t Macroblocks, int32_t Rate) {
         const auto* const p = std::find_if(std::begin(kRows), std::end(kRows), [=](const auto& r) {
             return Macroblocks <= r.Macroblocks && Rate <= r.Rate;
@@ -381,9 +391,8 @@ TEST_F(ParamFile, LinesHold254Characters)
     const std::string Rest = std::string(kWholeFile).substr(std::string("one\ntwo\nthree\n").size());
     const auto Status = [&](size_t Length) {
         H264EncoderParams p;
-        return Read(std::string("one\ntwo\n").append(Length - 1, '3').append("\n").append(Rest).append(
-                        "7\n8\n0 2\n1\n3\n"),
-                    p);
+        return Read(
+            std::string("one\ntwo\n").append(Length - 1, '3').append("\n").append(Rest).append("7\n8\n0 2\n1\n3\n"), p);
     };
     EXPECT_EQ(Status(254), UMC::StatusOk);
     EXPECT_EQ(Status(255), UMC::StatusInvalidParams); // its end is a line of its own, without a number
