@@ -39,6 +39,13 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
         static_cast<UMC::VideoEncoderParams&>(To) = From;
 }
 
+// Of the samples that are coded.
+int32_t CodedBitDepth(const UMC::H264EncoderParams& p)
+{
+    const int32_t Depth = std::max(p.bit_depth_luma, p.bit_depth_chroma);
+    return p.aux_format_idc ? std::max(Depth, p.bit_depth_aux) : Depth;
+}
+
 void FillGop(EncoderSettings& Settings)
 {
     Settings.gop_length = Settings.Params.num_b_frames + 1;
@@ -50,8 +57,7 @@ void FillGop(EncoderSettings& Settings)
 
 int32_t LargestBitDepth(const UMC::H264EncoderParams& p)
 {
-    const int32_t Depth = std::max(p.bit_depth_luma, p.bit_depth_chroma);
-    return p.aux_format_idc ? std::max(Depth, p.bit_depth_aux) : Depth;
+    return std::max({p.bit_depth_luma, p.bit_depth_chroma, p.bit_depth_aux});
 }
 
 template <class Sample>
@@ -60,7 +66,7 @@ UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings&
     UMC::H264EncoderParams& p = Settings.Params;
     CopyParams(Params, p);
     if (const UMC::Status s = CheckParams(p); s != UMC::StatusOk) return s;
-    if (LargestBitDepth(p) > CodecTraits<Sample>::kMaxBitDepth) return UMC::StatusNotImplemented;
+    if (CodedBitDepth(p) > CodecTraits<Sample>::kMaxBitDepth) return UMC::StatusNotImplemented;
     Settings.AnalysisFlags = AnalysisFlags(p);
     Settings.Layout =
         MakeLayout(p.m_Info.m_Width, p.m_Info.m_Height, p.chroma_format_idc, p.bit_depth_luma, p.bit_depth_chroma,

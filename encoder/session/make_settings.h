@@ -11,7 +11,8 @@ namespace UMC_H264_ENCODER {
 template <class Sample>
 UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings& Settings);
 
-/// The largest of the depths in use.
+/// The largest of the three depths that the parameters state, which the rate control goes by: deliberately also that of
+/// an alpha plane where none is coded.
 int32_t LargestBitDepth(const UMC::H264EncoderParams& Params);
 
 } // namespace UMC_H264_ENCODER

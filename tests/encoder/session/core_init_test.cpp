@@ -84,8 +84,9 @@ TEST(RateControl, CountsChromaAndAlphaAndTheirDepths)
 {
     const struct {
         int32_t Chroma, Luma, Cb, Aux, HasAlpha, Deepest;
-    } kCases[]{{0, 8, 8, 8, 0, 8},   {1, 8, 8, 8, 0, 8},   {2, 8, 8, 8, 0, 8},  {1, 8, 8, 8, 1, 8},
-               {1, 10, 8, 8, 0, 10}, {1, 8, 12, 8, 0, 12}, {1, 8, 8, 10, 1, 10}};
+    } kCases[]{{0, 8, 8, 8, 0, 8},   {1, 8, 8, 8, 0, 8},   {2, 8, 8, 8, 0, 8},
+               {1, 8, 8, 8, 1, 8},   {1, 10, 8, 8, 0, 10}, {1, 8, 12, 8, 0, 12},
+               {1, 8, 8, 10, 1, 10}, {1, 8, 8, 10, 0, 10}}; // whether or not there is an alpha plane
     for (const auto& k : kCases) {
         UMC::H264EncoderParams p = Rated(2);
         p.chroma_format_idc = k.Chroma;
@@ -101,7 +102,8 @@ TEST(RateControl, CountsChromaAndAlphaAndTheirDepths)
             EXPECT_EQ(InitCore(c, p, &Allocator), UMC::StatusOk);
             return c.Sequence.Rate.GetQP(FRAME_P);
         };
-        EXPECT_EQ(k.Deepest == 8 ? QpOf(Core8()) : QpOf(Core16()), Wanted - Offset)
+        const bool IsDeep = k.Luma > 8 || k.Cb > 8 || (k.HasAlpha && k.Aux > 8);
+        EXPECT_EQ(IsDeep ? QpOf(Core16()) : QpOf(Core8()), Wanted - Offset)
             << k.Chroma << ' ' << k.Luma << ' ' << k.Cb << ' ' << k.Aux;
     }
 }
