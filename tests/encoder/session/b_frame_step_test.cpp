@@ -124,6 +124,18 @@ TEST(BFrameStep, AnIdrPictureInsideARunEndsItWithAPFirst)
     ExpectDecodesToReconstruction(c.d);
 }
 
+// And what waits for two anchors gets one.
+TEST(BFrameStep, ARunThatIsEndedForAnIdrPictureWaitsForOneAnchor)
+{
+    UMC::H264EncoderParams p = Runs(2);
+    p.num_ref_to_start_b = 2;
+    p.key_frame_interval = 5;
+    p.idr_interval = 1;
+    Coded c(p);
+    EXPECT_EQ(c.Put("------").Order(), "Ia Pd Bb");
+    EXPECT_EQ(Coded(p).Put("---------").Flush().Order(), "Ia Pd Bb Bc Pf Be Pg Ih Pi");
+}
+
 // Of a run that waits for two anchors, one of which is an IDR picture, none is coded behind it.
 TEST(BFrameStep, AnIdrPictureIsNotWaitedFor)
 {
@@ -180,6 +192,19 @@ TEST(BFrameStep, TheMiddlePictureOfARunIsAReferenceInMode1)
         int References = 0;
         for (const NalUnit& n : SplitNalUnits(c.d.Stream)) References += IsSlice(n) && n.RefIdc != 0;
         EXPECT_EQ(References, BPictures == 1 ? 2 : 3) << BPictures;
+    }
+}
+
+// Any value passes the check, and no other than these makes references.
+TEST(BFrameStep, OtherReferenceModesMakeNoBPictureAReference)
+{
+    for (const int32_t Mode : {-1, 3}) {
+        UMC::H264EncoderParams p = Runs(2);
+        p.b_ref_mode = Mode;
+        Coded c(p);
+        EXPECT_EQ(c.Put("----").Flush().Order(), "Ia Pd Bb Bc");
+        for (const NalUnit& n : SplitNalUnits(c.d.Stream))
+            EXPECT_EQ(n.RefIdc, IsSlice(n) && n.Payload[0] >> 4 == 0b1010 ? 0 : 1) << n.Type;
     }
 }
 

@@ -156,6 +156,14 @@ TEST(TurnsOfReferenceBPictures, AreSharedByAllEncoders)
     EXPECT_EQ(Second.Order(), "04312");
 }
 
+TEST(TurnsOfReferenceBPictures, AreNotTakenByBPicturesWithoutOneToChoose)
+{
+    Reordering First(2, 1), Second(2, 1);
+    First.PutAll("IPPPPPBI");
+    Second.PutAll("IbbbI");
+    EXPECT_EQ(Second.Order(), "04132");
+}
+
 TEST(TurnsOfReferenceBPictures, AreLeftAloneByEncodersWithoutThem)
 {
     Reordering First(2, 1), Without(0, 1), Second(2, 1);

@@ -238,6 +238,24 @@ TEST(EncoderFront, TypeAndTimeTravelToTheOutput)
     }
 }
 
+TEST(EncoderFront, BothTimesTravelToTheOutput)
+{
+    H264EncoderParams p = SmallParams();
+    UMC::H264VideoEncoder e;
+    ASSERT_EQ(e.Init(&p), UMC::StatusOk);
+    UMC::VideoData Input;
+    InitInput(p, Input);
+    Picture Source(Input.GetMappingSize(), 128);
+    Input.SetBufferPointer(Source.data(), Source.size());
+    Input.SetTime(3.5, 4.25);
+    UMC::MediaData Out(1 << 20);
+    ASSERT_EQ(e.GetFrame(&Input, &Out), UMC::StatusOk);
+    double Start = 0.0, End = 0.0;
+    Out.GetTime(Start, End);
+    EXPECT_EQ(Start, 3.5);
+    EXPECT_EQ(End, 4.25);
+}
+
 std::vector<int32_t> NalTypes(const std::vector<uint8_t>& Stream)
 {
     std::vector<int32_t> Types;
@@ -288,6 +306,35 @@ TEST(AccessUnits, ADelimiterTellsTheTypesOfSlices)
     for (const NalUnit& n : SplitNalUnits(d.Stream))
         if (n.Type == 9) Types.push_back(n.Payload[0]);
     EXPECT_EQ(Types, (std::vector<int32_t>{0x10, 0x30, 0x50, 0x30})); // primary_pic_type and the stop bit
+}
+
+// Each field is an access unit of its own; an auxiliary picture belongs to that of its primary one, and yet has all
+// that goes ahead of a picture again, which is deliberate.
+TEST(AccessUnits, WhatGoesAheadIsRepeatedForFieldsAndAuxiliaryPictures)
+{
+    const auto Units = [](int32_t CodingType, int32_t Aux) {
+        H264EncoderParams p = SmallParams();
+        p.write_access_unit_delimiters = 1;
+        p.coding_type = CodingType;
+        p.aux_format_idc = Aux;
+        UMC::H264VideoEncoder e;
+        EXPECT_EQ(e.Init(&p), UMC::StatusOk);
+        UMC::VideoData Input;
+        Input.Init(kWidth, kHeight, Aux ? UMC::YUVA420 : UMC::YUV420, 8);
+        Picture Source(Input.GetMappingSize(), 128);
+        Input.SetBufferPointer(Source.data(), Source.size());
+        UMC::MediaData Out(1 << 20);
+        EXPECT_EQ(e.GetFrame(&Input, &Out), UMC::StatusOk);
+        const auto* const pData = static_cast<const uint8_t*>(Out.GetDataPointer());
+        std::string Text; // types, and a bar ahead of a long start code
+        for (const NalUnit& n : SplitNalUnits({pData, pData + Out.GetDataSize()}))
+            Text += (n.bLongStartCode ? "|" : " ") + std::to_string(n.Type);
+        return Text;
+    };
+    EXPECT_EQ(Units(0, 0), "|9|7|8 5");
+    EXPECT_EQ(Units(1, 0), "|9|7|8 5|9 1");
+    EXPECT_EQ(Units(0, 1), "|9|7 13|8 5 9|7 13|8 19");
+    EXPECT_EQ(Units(1, 1), "|9|7 13|8 5 9|7 13|8 19|9 1 9 19");
 }
 
 // Fields of 16x32 are two macroblocks, and a frame of 16x32 is one pair.

@@ -89,22 +89,24 @@ TEST(SequenceParameterSet, HighProfileWithTheDefaultMatrix)
 
 TEST(SequenceParameterSet, ExtensionCarriesTheAlphaValues)
 {
-    SeqParamSet s{};
-    s.aux_format_idc = 1;
-    s.bit_depth_aux = 8;
-    s.alpha_incr_flag = true;
-    s.alpha_opaque_value = 255;
-    s.alpha_transparent_value = 17;
-    Writer w;
-    w.WriteSeqExtension(s);
-    Reader r(w.Written());
-    EXPECT_EQ(r.Ue(), 0u);
-    EXPECT_EQ(r.Ue(), 1u);
-    EXPECT_EQ(r.Ue(), 0u);
-    EXPECT_EQ(r.Bits(1), 1u);
-    EXPECT_EQ(r.Bits(9), 255u);
-    EXPECT_EQ(r.Bits(9), 17u);
-    EXPECT_EQ(r.Bits(2), 1u); // additional_extension_flag, stop bit
+    for (const int32_t Depth : {8, 12}) {
+        SeqParamSet s{};
+        s.aux_format_idc = 2;
+        s.bit_depth_aux = Depth;
+        s.alpha_incr_flag = true;
+        s.alpha_opaque_value = 1 << Depth;
+        s.alpha_transparent_value = 17;
+        Writer w;
+        w.WriteSeqExtension(s);
+        Reader r(w.Written());
+        EXPECT_EQ(r.Ue(), 0u);
+        EXPECT_EQ(r.Ue(), 2u);
+        EXPECT_EQ(r.Ue(), static_cast<uint32_t>(Depth - 8));
+        EXPECT_EQ(r.Bits(1), 1u);
+        EXPECT_EQ(r.Bits(Depth + 1), 1u << Depth); // one bit more than the samples have
+        EXPECT_EQ(r.Bits(Depth + 1), 17u);
+        EXPECT_EQ(r.Bits(2), 1u); // additional_extension_flag, stop bit
+    }
 }
 
 TEST(PictureParameterSet, ElementsOfTheMainProfile)
