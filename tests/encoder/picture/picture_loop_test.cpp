@@ -214,6 +214,27 @@ TEST(PictureQp, FollowsOneUpdateForEachFrameWhereThereIsARate)
         }
 }
 
+// Of a frame with an auxiliary picture the rate control is told the bits of that one alone, which is deliberate.
+TEST(PictureBits, AreThoseOfThePictureCodedLast)
+{
+    UMC::H264EncoderParams p = SizedParams(kSide, kSide);
+    UMC::DefaultMemoryAllocator Allocator;
+    for (const int32_t Aux : {0, 1}) {
+        p.aux_format_idc = Aux;
+        Core8 c;
+        ASSERT_EQ(InitCore(c, p, &Allocator), UMC::StatusOk);
+        UMC::VideoData Input;
+        Input.Init(kSide, kSide, Aux ? UMC::YUVA420 : UMC::YUV420, 8);
+        Picture Source = MakeClip(Scene::Noise, kSide, kSide, 1)[0];
+        Source.resize(Input.GetMappingSize(), 128);
+        Input.SetBufferPointer(Source.data(), Source.size());
+        UMC::MediaData Output(1 << 20);
+        ASSERT_EQ(FrameStep(c, &Input, &Output), UMC::StatusOk);
+        EXPECT_EQ(c.Sequence.total_bits, c.Job.Slices[0].bitstream.Bits());
+        EXPECT_EQ(c.Sequence.total_bits < 1000, Aux != 0) << "the alpha plane is flat";
+    }
+}
+
 // ---- A B picture that none refers to -------------------------------------------------------------------------------
 
 TEST(DisposablePicture, IsNeitherPaddedNorMarked)
