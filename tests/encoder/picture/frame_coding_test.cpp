@@ -124,4 +124,19 @@ TEST(FurtherAttempts, AreMadeOfASliceThatOutgrewItsBuffer)
     }
 }
 
+TEST(FurtherAttempts, AtASliceThatOutgrowsItsBufferAtAnyQpLoseThePicture)
+{
+    const std::vector<Picture> Clip = MakeClip(Scene::Mixed, kSide, kSide, 2);
+    CoreDriver<uint8_t> d(Tried(2));
+    const int32_t First = d.pCore->Sequence.Rate.GetQP(FRAME_I);
+    auto& Writer = d.pCore->Job.Slices[0].bitstream;
+    const size_t Size = Writer.BufferSize();
+    Writer.SetBuffer(d.pCore->Job.SliceBuffers.get(), 20);
+    EXPECT_EQ(d.Encode(Clip[0]), UMC::StatusNotEnoughBuffer);
+    EXPECT_EQ(d.pCore->Sequence.Rate.GetQP(FRAME_I), First);
+    Writer.SetBuffer(d.pCore->Job.SliceBuffers.get(), Size);
+    EXPECT_EQ(d.Encode(Clip[1]), UMC::StatusOk);
+    EXPECT_EQ(d.Order(), "Kb");
+}
+
 } // namespace
