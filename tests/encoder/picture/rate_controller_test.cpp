@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -120,6 +121,28 @@ TEST(RateController, ABPictureLeavesThePreviousQpOfP)
     EXPECT_EQ(r.GetQP(FRAME_B), ((26 + 26) * 563 >> 10) + 1);
     r.PostFrame(FRAME_B, 12 * kBudget); // the QP of P before the last anchor is 26 still
     EXPECT_EQ(r.GetQP(FRAME_B), ((29 + 26) * 563 >> 10) + 1);
+}
+
+TEST(RateController, ABPictureEntersTheMeanWithItsOwnQp)
+{
+    for (const auto& [Type, Qp] : {std::pair{FRAME_B, 29}, std::pair{FRAME_P, 26}, std::pair{FRAME_I, 26}}) {
+        RateController r = Make(1);
+        ASSERT_EQ(r.GetQP(Type), Qp);
+        r.PostFrame(Type, kBudget);
+        EXPECT_DOUBLE_EQ(r.AverageInverseQp(), 1.0 / 26 + (1.0 / Qp - 1.0 / 26) / 8);
+    }
+}
+
+TEST(RateController, TheQpOfBIsNoHigherThanTheHighest)
+{
+    for (const int32_t Depth : {8, 10}) {
+        RateController r;
+        r.Init(0, 0, 0, 1000, 30.0, 1920, 1080, Depth, 1, false);
+        ASSERT_EQ(r.GetQP(FRAME_P), 51);
+        EXPECT_EQ(r.GetQP(FRAME_B), 51);
+        r.PostFrame(FRAME_P, 1000000);
+        EXPECT_EQ(r.GetQP(FRAME_B), 51);
+    }
 }
 
 TEST(RateController, ABPictureMovesWhereTheStepLimitCountsFrom)
