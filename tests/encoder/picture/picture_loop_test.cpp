@@ -117,6 +117,32 @@ TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
         }
 }
 
+// There is room for one macroblock more behind the end of a buffer, or for a pair.
+TEST(OutgrownSlice, EndsWithTheMacroblockThatOutgrowsIt)
+{
+    for (const int32_t CodingType : {0, 1, 2})
+        for (const uint8_t Entropy : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << CodingType << ' ' << int{Entropy});
+            UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
+            p.coding_type = CodingType;
+            p.entropy_coding_mode = Entropy;
+            p.rate_control_method = 3;
+            p.quant_i = p.quant_p = 10;
+            CoreDriver<uint8_t> d(p);
+            auto& Writer = d.pCore->Job.Slices[0].bitstream;
+            const size_t Size = Writer.BufferSize();
+            Writer.SetBuffer(d.pCore->Job.SliceBuffers.get(), 300);
+            const std::vector<Picture> Clip = MakeClip(Scene::Noise, kWidth, kHeight, 2);
+            ASSERT_EQ(d.Encode(Clip[0]), UMC::StatusOk);
+            EXPECT_LE(d.pCore->Job.Slices[0].Progress.mb_count, 2); // a macroblock of noise takes more than half of it
+            EXPECT_TRUE(d.pCore->Sequence.make_key_next);
+            Writer.SetBuffer(d.pCore->Job.SliceBuffers.get(), Size);
+            ASSERT_EQ(d.Encode(Clip[1]), UMC::StatusOk);
+            EXPECT_EQ(d.pLast->frame_type, FRAME_I);
+            EXPECT_FALSE(d.pCore->Sequence.make_key_next);
+        }
+}
+
 TEST_F(PictureLoop, ASliceThatFillsItsBufferToTheByteStands)
 {
     UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
