@@ -111,6 +111,51 @@ TEST(ReferenceMarking, AnIdrPictureUnmarksAllOthers)
     EXPECT_EQ(t.c.Job.pCurrent->is_reference, 3);
 }
 
+TEST(ReferenceMarking, LongTermPicturesCountInTheWindowAndStay)
+{
+    TestCore t;
+    Frame *const pLong = t.Add(1), *const pShort = t.Add(2);
+    pLong->is_long_term = 3;
+    t.c.Job.pCurrent = t.Add(3, false);
+    t.c.Settings.Params.num_ref_frames = 2;
+    UpdateRefLists(t.c.Sequence, *t.c.Job.pCurrent);
+    UpdateMarking(t.c.Settings, t.c.Job, t.c.Sequence);
+    EXPECT_EQ(pShort->is_reference, 0);
+    EXPECT_EQ(pLong->is_reference, 3);
+}
+
+// The window moves with the first field of a frame; the second joins it.
+TEST(ReferenceMarking, ASecondFieldPushesNothingOut)
+{
+    TestCore t;
+    Frame *const pOld = t.Add(1), *const pNew = t.Add(2);
+    Frame* const pCurrent = t.c.Job.pCurrent = t.Add(3, false);
+    t.c.Settings.Params.num_ref_frames = 2;
+    UpdateRefLists(t.c.Sequence, *pCurrent);
+    for (const auto Field : {STRUCTURE_TOP, STRUCTURE_BOTTOM}) {
+        t.c.Job.Structure = Field;
+        UpdateMarking(t.c.Settings, t.c.Job, t.c.Sequence);
+        EXPECT_EQ(pOld->is_reference, 0);
+        EXPECT_EQ(pNew->is_reference, 3);
+        EXPECT_EQ(pCurrent->is_reference, Field == STRUCTURE_TOP ? 1 : 3);
+    }
+}
+
+TEST(ReferenceLists, OfFieldsHoldTwiceTheNumberOfReferences)
+{
+    TestCore t;
+    for (const int32_t FrameNum : {1, 2}) t.Add(FrameNum);
+    t.c.Job.pCurrent = t.Add(3, false);
+    t.c.Job.Structure = STRUCTURE_TOP;
+    auto& s = t.c.Job.Slices[0].Facts;
+    s.slice_type = h264::SLICE_P;
+    for (const int32_t References : {0, 1, 2, 4}) {
+        t.c.Settings.Params.num_ref_frames = References;
+        Update(t.c);
+        EXPECT_EQ(s.num_ref_idx_l0, std::min(2 * std::max(References, 1), 4));
+    }
+}
+
 TEST(ReferenceLists, LongTermPicturesFollowByNumber)
 {
     TestCore t;
