@@ -176,6 +176,23 @@ TEST(BFrameStep, TypesOfTheClientLeaveThePatternWhereItIs)
     ExpectDecodesToReconstruction(c.d);
 }
 
+// Order counts begin anew at an IDR picture and places do not; a bottom field is one behind its top field.
+TEST(BFrameStep, OrderCountsGoByPeriodsAndPlacesByTheStream)
+{
+    CoreDriver<uint8_t> d(Runs(0));
+    int32_t Place = 0;
+    for (const Picture& p : MakeClip(Scene::Still, kSide, kSide, 7)) {
+        ASSERT_EQ(d.Encode(p, Place == 3 || Place == 5 ? UMC::I_PICTURE : 0), UMC::StatusOk);
+        const int32_t Since = Place < 3 ? Place : (Place - 3) % 2;
+        EXPECT_EQ(d.pLast->poc[0], 2 * Since) << Place;
+        EXPECT_EQ(d.pLast->poc[1], 2 * Since + 1) << Place;
+        EXPECT_EQ(d.pLast->display_order, 2 * Place) << Place;
+        EXPECT_EQ(d.pLast->frame_num, Since) << Place;
+        ++Place;
+    }
+    EXPECT_EQ(d.Order(), "Ka Pb Pc Kd Pe Kf Pg");
+}
+
 // By its place in the pattern: of two the first, of three and four the second, of five the third. That a run of one has
 // none is deliberate.
 TEST(BFrameStep, TheMiddlePictureOfARunIsAReferenceInMode1)
