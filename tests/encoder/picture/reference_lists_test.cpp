@@ -124,8 +124,8 @@ TEST(ReferenceMarking, LongTermPicturesCountInTheWindowAndStay)
     EXPECT_EQ(pLong->is_reference, 3);
 }
 
-// The window moves with the first field of a frame; the second joins it.
-TEST(ReferenceMarking, ASecondFieldPushesNothingOut)
+// The window moves with the first field of a frame; the second joins the first.
+TEST(ReferenceMarking, FieldsAreMarkedOneByOneAndTheWindowMovesWithTheFirst)
 {
     TestCore t;
     Frame *const pOld = t.Add(1), *const pNew = t.Add(2);
