@@ -121,11 +121,11 @@ TEST_F(PictureLoop, ASliceThatOutgrewItsBufferIsMadeUpForByAKeyPicture)
 TEST(OutgrownSlice, EndsWithTheMacroblockThatOutgrowsIt)
 {
     for (const int32_t CodingType : {0, 1, 2})
-        for (const uint8_t Entropy : {0, 1}) {
-            SCOPED_TRACE(testing::Message() << CodingType << ' ' << int{Entropy});
+        for (const bool IsCabac : {false, true}) {
+            SCOPED_TRACE(testing::Message() << CodingType << ' ' << IsCabac);
             UMC::H264EncoderParams p = SizedParams(kWidth, kHeight);
             p.coding_type = CodingType;
-            p.entropy_coding_mode = Entropy;
+            p.entropy_coding_mode = IsCabac;
             p.rate_control_method = 3;
             p.quant_i = p.quant_p = 10;
             CoreDriver<uint8_t> d(p);
