@@ -2,6 +2,7 @@
 #include <emmintrin.h>
 
 #include "kernels/intra/intra.h"
+#include "kernels/intra/sample_words.h"
 
 namespace kernels {
 
@@ -11,22 +12,6 @@ namespace {
 #define INLINE [[gnu::always_inline]] static inline
 
 INLINE __m128i Load4(const uint16_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
-INLINE __m128i Splat(int Sample) { return _mm_set1_epi16(static_cast<short>(Sample)); }
-
-// Words N on of Lower, then those of Upper.
-template <int N>
-INLINE __m128i JoinAt(__m128i Upper, __m128i Lower)
-{
-    return _mm_or_si128(_mm_slli_si128(Upper, 16 - 2 * N), _mm_srli_si128(Lower, 2 * N));
-}
-
-// (a + 2 b + c + 2) >> 2, which is in range for 14 bits.
-static_assert(4 * 16383 + 2 <= UINT16_MAX);
-INLINE __m128i Mean3(__m128i a, __m128i b, __m128i c)
-{
-    const __m128i Outer = _mm_add_epi16(_mm_add_epi16(a, c), _mm_set1_epi16(2));
-    return _mm_srli_epi16(_mm_add_epi16(Outer, _mm_add_epi16(b, b)), 2);
-}
 
 // The neighbours on one line, L3 L2 L1 L0 M T0 T1 T2 and T3 T4 T5 T6 T7 with T7 once more: left ones from the lowest
 // up, above-left, above and above-right.

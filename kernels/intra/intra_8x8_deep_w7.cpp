@@ -2,6 +2,7 @@
 #include <emmintrin.h>
 
 #include "kernels/intra/intra.h"
+#include "kernels/intra/sample_words.h"
 
 namespace kernels {
 
@@ -12,23 +13,7 @@ namespace {
 
 INLINE __m128i Load8(const uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 INLINE void Store8(uint16_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-INLINE __m128i Splat(int Sample) { return _mm_set1_epi16(static_cast<short>(Sample)); }
 INLINE __m128i SplatLast(__m128i v) { return _mm_shuffle_epi32(_mm_unpackhi_epi16(v, v), 0xFF); }
-
-// Words N on of Lower, then those of Upper.
-template <int N>
-INLINE __m128i JoinAt(__m128i Upper, __m128i Lower)
-{
-    return _mm_or_si128(_mm_slli_si128(Upper, 16 - 2 * N), _mm_srli_si128(Lower, 2 * N));
-}
-
-// (a + 2 b + c + 2) >> 2, which is in range for 14 bits.
-static_assert(4 * 16383 + 2 <= UINT16_MAX);
-INLINE __m128i Mean3(__m128i a, __m128i b, __m128i c)
-{
-    const __m128i Outer = _mm_add_epi16(_mm_add_epi16(a, c), _mm_set1_epi16(2));
-    return _mm_srli_epi16(_mm_add_epi16(Outer, _mm_add_epi16(b, b)), 2);
-}
 
 // The neighbours on one line: left ones from the lowest up, above-left, above and above-right ones from the left on.
 struct Line {

@@ -2,6 +2,7 @@
 #include <emmintrin.h>
 
 #include "kernels/intra/intra.h"
+#include "kernels/intra/sample_words.h"
 
 namespace kernels {
 
@@ -13,7 +14,6 @@ namespace {
 INLINE __m128i Load8(const uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 INLINE __m128i Load4(const uint16_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 INLINE void Store8(uint16_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-INLINE __m128i Splat(int Sample) { return _mm_set1_epi16(static_cast<short>(Sample)); }
 
 INLINE int SumOfFour(__m128i v)
 {
