@@ -4,7 +4,7 @@
 Usage: bench_codecs.py BUILD [--source FILE.y4m] [--frames N] [--rates K,K] [--rounds N] [--no-callgrind] [--record FILE]
                        [--field-stream FILE.264]
 
-The streams of the decoders are made on the spot, but for one of field pictures, which no encoder here writes: without
+The streams of the decoders are made on the spot, but for one of field pictures, which no peer writes: without
 --field-stream it is left out. Of an interlaced stream a picture is a frame, both of its fields.
 
 Every row is also kept as a line of JSON with the commit, in build/bench.jsonl unless --record says otherwise:
