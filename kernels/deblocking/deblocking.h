@@ -20,7 +20,7 @@ struct EdgeParams {
 // read and 3 written. Horizontal: the same above it. An edge whose four strengths are 0 is not touched; the outer edge
 // is left out by giving it strengths of 0, and then nothing outside the macroblock is read. Luma: edges 0, 4, 8, 12.
 using FilterEdgesSig = void(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams);
-FilterEdgesSig FilterLumaVertical_px, FilterLumaVertical_w7;
+FilterEdgesSig FilterLumaVertical_px, FilterLumaVertical_w7, FilterLumaVertical_v8;
 FilterEdgesSig FilterLumaHorizontal_px, FilterLumaHorizontal_w7, FilterLumaHorizontal_v8;
 
 // Chroma of 4:2:0, both 8x8 planes in one call: edges 0 and 4 with the strengths of luma edges 0 and 2, each of which
@@ -41,7 +41,7 @@ FilterChromaEdgesSig FilterChroma422Horizontal_px, FilterChroma422Horizontal_w7,
 // records of their own, of which Strength[0..3] serve a quarter of the rows each, and thresholds 0. Parts of luma are 8
 // rows high, those of chroma 4, or 8 in 4:2:2.
 using FilterMixedSig = void(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams);
-FilterMixedSig FilterLumaMixed_px, FilterLumaMixed_w7;
+FilterMixedSig FilterLumaMixed_px, FilterLumaMixed_w7, FilterLumaMixed_v8;
 using FilterChromaMixedSig = void(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step,
                                   const EdgeParams* pParamsU, const EdgeParams* pParamsV);
 FilterChromaMixedSig FilterChromaMixed_px, FilterChromaMixed_w7, FilterChromaMixed_v8;

@@ -6,8 +6,8 @@
 
 namespace kernels {
 
-inline constexpr KernelRow<FilterEdgesSig> kFilterLumaVertical{"FilterLumaVertical",
-                                                               {FilterLumaVertical_px, nullptr, FilterLumaVertical_w7}};
+inline constexpr KernelRow<FilterEdgesSig> kFilterLumaVertical{
+    "FilterLumaVertical", {FilterLumaVertical_px, nullptr, FilterLumaVertical_w7, nullptr, FilterLumaVertical_v8}};
 inline constexpr KernelRow<FilterEdgesSig> kFilterLumaHorizontal{
     "FilterLumaHorizontal",
     {FilterLumaHorizontal_px, nullptr, FilterLumaHorizontal_w7, nullptr, FilterLumaHorizontal_v8}};
@@ -23,8 +23,8 @@ inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChroma422Vertical{
 inline constexpr KernelRow<FilterChromaEdgesSig> kFilterChroma422Horizontal{
     "FilterChroma422Horizontal",
     {FilterChroma422Horizontal_px, nullptr, FilterChroma422Horizontal_w7, nullptr, FilterChroma422Horizontal_v8}};
-inline constexpr KernelRow<FilterMixedSig> kFilterLumaMixed{"FilterLumaMixed",
-                                                            {FilterLumaMixed_px, nullptr, FilterLumaMixed_w7}};
+inline constexpr KernelRow<FilterMixedSig> kFilterLumaMixed{
+    "FilterLumaMixed", {FilterLumaMixed_px, nullptr, FilterLumaMixed_w7, nullptr, FilterLumaMixed_v8}};
 inline constexpr KernelRow<FilterChromaMixedSig> kFilterChromaMixed{
     "FilterChromaMixed", {FilterChromaMixed_px, nullptr, FilterChromaMixed_w7, nullptr, FilterChromaMixed_v8}};
 inline constexpr KernelRow<FilterChromaMixedSig> kFilterChroma422Mixed{

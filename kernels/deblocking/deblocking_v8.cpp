@@ -57,6 +57,11 @@ INLINE __m128i ClipsOfFour(ClipTable Table, __m128i Strength)
 
 } // namespace
 
+void FilterLumaVertical_v8(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
+{
+    FilterLuma<Vertical>(pPlane, Step, *pParams);
+}
+
 void FilterLumaHorizontal_v8(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
 {
     FilterLuma<Horizontal>(pPlane, Step, *pParams);
@@ -84,6 +89,11 @@ void FilterChroma422Horizontal_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t 
                                   const EdgeParams* pParamsV)
 {
     FilterChroma422Horizontal(pPlaneU, pPlaneV, Step, *pParamsU, *pParamsV);
+}
+
+void FilterLumaMixed_v8(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams)
+{
+    FilterLumaMixed(pPlane, Gap, Step, pParams);
 }
 
 void FilterChromaMixed_v8(uint8_t* pPlaneU, uint8_t* pPlaneV, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParamsU,

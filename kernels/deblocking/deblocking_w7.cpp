@@ -72,25 +72,6 @@ INLINE __m128i ClipsOfFour(const ClipTable& Table, __m128i Strength) { return Cl
 
 #include "kernels/deblocking/deblocking_lines.inc"
 
-static void FilterLumaMixed(uint8_t* pPlane, ptrdiff_t Gap, ptrdiff_t Step, const EdgeParams* pParams)
-{
-    if (AreIdle(pParams)) return;
-    const EdgeParams &a = pParams[0], &b = pParams[1];
-    Lines s = LoadColumns(pPlane - 4, Gap, Step);
-    const Thresholds With = JointThresholds(a, b, 0);
-    const __m128i Strength = JoinHalves(SpreadOver2Twice(a.Strength), SpreadOver2Twice(b.Strength));
-    const __m128i Mask = _mm_andnot_si128(IsZero(Strength), _mm_and_si128(FilteredLines(s, With), OpenPlanes(a, b, 0)));
-    const __m128i IsFour = _mm_cmpeq_epi8(Strength, _mm_set1_epi8(4));
-    const __m128i Normal = _mm_andnot_si128(IsFour, Mask), Strong = _mm_and_si128(IsFour, Mask);
-    if (AnyByte(Normal)) FilterNormal(s, Normal, ClipsOfBothPlanes(With.Clip, Strength), With);
-    if (AnyByte(Strong)) {
-        FilterStrong(s, Strong, With, JoinHalves(SmallStep(a), SmallStep(b)));
-        StoreEightColumns(pPlane - 4, Gap, Step, s);
-    } else if (AnyByte(Mask)) {
-        StoreFourColumns(pPlane - 2, Gap, Step, s);
-    }
-}
-
 } // namespace
 
 void FilterLumaVertical_w7(uint8_t* pPlane, ptrdiff_t Step, const EdgeParams* pParams)
