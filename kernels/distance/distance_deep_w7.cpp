@@ -4,6 +4,7 @@
 
 #include "kernels/distance/distance.h"
 #include "kernels/distance/hadamard_4x4.h"
+#include "kernels/sum_of_four.h"
 
 namespace kernels {
 
@@ -24,12 +25,6 @@ template <short Times>
 __m128i Widened(__m128i Words)
 {
     return _mm_madd_epi16(Words, _mm_set1_epi16(Times));
-}
-
-int32_t SumOfFour(__m128i v)
-{
-    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
-    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
 }
 
 // ---- Absolute differences ----------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 #include <tmmintrin.h>
 
 #include "kernels/distance/distance.h"
+#include "kernels/sum_of_four.h"
 
 namespace kernels {
 
@@ -50,12 +51,6 @@ static __m128i Magnitudes8x4(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* 
     const __m128i Differences =
         _mm_add_epi16(LastStepMagnitudes(_mm_add_epi16(d01, d23)), LastStepMagnitudes(_mm_sub_epi16(d01, d23)));
     return _mm_add_epi16(Sums, Differences);
-}
-
-static int32_t SumOfFour(__m128i v)
-{
-    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
-    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
 }
 
 // Words take four pairs of blocks before they are widened.

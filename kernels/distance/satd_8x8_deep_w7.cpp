@@ -4,6 +4,8 @@
 
 #include "kernels/distance/distance.h"
 #include "kernels/distance/hadamard_4x4.h"
+#include "kernels/distance/hadamard_8x8.h"
+#include "kernels/sum_of_four.h"
 #include "kernels/transpose_words.h"
 
 namespace kernels {
@@ -16,24 +18,6 @@ INLINE __m128i Difference8(const uint16_t* pA, const uint16_t* pB)
 {
     return _mm_sub_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pA)),
                          _mm_loadu_si128(reinterpret_cast<const __m128i*>(pB)));
-}
-
-// One step of the transform over registers: what it joins is Apart registers apart.
-template <int Apart>
-INLINE void Step(__m128i v[8])
-{
-    for (int i = 0; i < 8; ++i)
-        if (!(i & Apart)) {
-            const __m128i a = v[i], b = v[i + Apart];
-            v[i] = _mm_add_epi16(a, b);
-            v[i + Apart] = _mm_sub_epi16(a, b);
-        }
-}
-
-INLINE int32_t SumOfFour(__m128i v)
-{
-    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
-    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
 }
 
 // The first pass fits words at any depth, and the second all but its last step where the differences are those of 10
@@ -56,8 +40,8 @@ INLINE bool AreNarrow(const __m128i v[8])
 INLINE __m128i AcrossWords(__m128i v[8])
 {
     Transpose8(v);
-    Step<1>(v);
-    Step<2>(v);
+    HadamardStep8<1>(v);
+    HadamardStep8<2>(v);
     __m128i Twice = _mm_setzero_si128();
     for (int i = 0; i < 4; ++i)
         Twice = _mm_add_epi32(Twice, _mm_madd_epi16(LargerMagnitude(v[i], v[i + 4]), _mm_set1_epi16(2)));
@@ -102,9 +86,9 @@ int32_t Satd8x8By8Deep_w7(const uint16_t* pA, ptrdiff_t StepA, const uint16_t* p
     __m128i v[8];
     for (int y = 0; y < 8; ++y) v[y] = Difference8(pA + y * (StepA / 2), pB + y * (StepB / 2));
     const bool InWords = AreNarrow(v);
-    Step<1>(v);
-    Step<2>(v);
-    Step<4>(v);
+    HadamardStep8<1>(v);
+    HadamardStep8<2>(v);
+    HadamardStep8<4>(v);
     return SumOfFour(InWords ? AcrossWords(v) : AcrossWide(v));
 }
 

@@ -1,9 +1,10 @@
 #include <cstring>
 #include <emmintrin.h>
-#include <initializer_list>
 
 #include "kernels/distance/distance.h"
 #include "kernels/distance/hadamard_4x4.h"
+#include "kernels/distance/hadamard_8x8.h"
+#include "kernels/sum_of_four.h"
 #include "kernels/transpose_words.h"
 
 namespace kernels {
@@ -43,12 +44,7 @@ __m128i Halved8x4(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff
     return HalvedMagnitudes(Row);
 }
 
-int32_t TwiceTheSum(__m128i Words)
-{
-    __m128i v = _mm_madd_epi16(Words, _mm_set1_epi16(2));
-    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
-    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
-}
+int32_t TwiceTheSum(__m128i Words) { return SumOfFour(_mm_madd_epi16(Words, _mm_set1_epi16(2))); }
 
 // Words take eight pairs of blocks, which is a 16x16 block.
 static_assert(8 * kMostHalved <= INT16_MAX);
@@ -60,19 +56,6 @@ int32_t Satd(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptrdiff_t St
     for (int y = 0; y < Height; y += 4, pA += 4 * StepA, pB += 4 * StepB)
         for (int x = 0; x < Width; x += 8) Sum = _mm_add_epi16(Sum, Halved8x4(pA + x, StepA, pB + x, StepB));
     return TwiceTheSum(Sum);
-}
-
-// All but the last step of the Hadamard transform of eight values, each of them in one register: what the last one
-// would join is four registers apart.
-void Hadamard8ButLast(__m128i v[8])
-{
-    for (const int Apart : {1, 2})
-        for (int i = 0; i < 8; ++i)
-            if (!(i & Apart)) {
-                const __m128i a = v[i], b = v[i + Apart];
-                v[i] = _mm_add_epi16(a, b);
-                v[i + Apart] = _mm_sub_epi16(a, b);
-            }
 }
 
 } // namespace
@@ -122,14 +105,12 @@ int32_t Satd8x8By8_w7(const uint8_t* pA, ptrdiff_t StepA, const uint8_t* pB, ptr
 {
     __m128i v[8];
     for (int y = 0; y < 8; ++y) v[y] = Difference8(pA + y * StepA, pB + y * StepB);
-    Hadamard8ButLast(v);
-    for (int i = 0; i < 4; ++i) {
-        const __m128i a = v[i], b = v[i + 4];
-        v[i] = _mm_add_epi16(a, b);
-        v[i + 4] = _mm_sub_epi16(a, b);
-    }
+    HadamardStep8<1>(v);
+    HadamardStep8<2>(v);
+    HadamardStep8<4>(v);
     Transpose8(v);
-    Hadamard8ButLast(v);
+    HadamardStep8<1>(v); // the last step needs no coefficients
+    HadamardStep8<2>(v);
     static_assert(4 * (8 * 4 * 255) <= INT16_MAX); // four times what the last step finds
     __m128i Halved = LargerMagnitude(v[0], v[4]);
     for (int i = 1; i < 4; ++i) Halved = _mm_add_epi16(Halved, LargerMagnitude(v[i], v[i + 4]));

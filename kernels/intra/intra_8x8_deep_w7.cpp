@@ -3,6 +3,7 @@
 
 #include "kernels/intra/intra.h"
 #include "kernels/intra/sample_words.h"
+#include "kernels/sum_of_four.h"
 
 namespace kernels {
 
@@ -83,12 +84,7 @@ INLINE void PredictHorizontal(const Line& n, const Target& Dst)
     Dst.Put(7, _mm_shuffle_epi32(Lower, 0x00));
 }
 
-INLINE int SumOf(__m128i v)
-{
-    v = _mm_madd_epi16(v, _mm_set1_epi16(1));
-    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
-    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
-}
+INLINE int SumOf(__m128i v) { return SumOfFour(_mm_madd_epi16(v, _mm_set1_epi16(1))); }
 
 INLINE void PredictDc(const Line& n, const Target& Dst, unsigned Available, int Depth)
 {

@@ -3,6 +3,7 @@
 
 #include "kernels/intra/intra.h"
 #include "kernels/intra/sample_words.h"
+#include "kernels/sum_of_four.h"
 
 namespace kernels {
 
@@ -14,12 +15,6 @@ namespace {
 INLINE __m128i Load8(const uint16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 INLINE __m128i Load4(const uint16_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 INLINE void Store8(uint16_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-
-INLINE int SumOfFour(__m128i v)
-{
-    v = _mm_add_epi32(v, _mm_unpackhi_epi64(v, v));
-    return _mm_cvtsi128_si32(_mm_add_epi32(v, _mm_shuffle_epi32(v, 1)));
-}
 
 INLINE __m128i SumsOfPairs(__m128i Samples) { return _mm_madd_epi16(Samples, _mm_set1_epi16(1)); }
 

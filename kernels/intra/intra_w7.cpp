@@ -2,6 +2,7 @@
 #include <emmintrin.h>
 
 #include "kernels/intra/intra.h"
+#include "kernels/sum_of_four.h"
 
 namespace kernels {
 
@@ -64,50 +65,6 @@ int SumOfBytes(__m128i v)
     return _mm_cvtsi128_si32(_mm_add_epi32(Sum, _mm_unpackhi_epi64(Sum, Sum)));
 }
 
-INLINE void Predict16x16Dc(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
-                           unsigned Available)
-{
-    int Sum = 0;
-    if (Available & kTop) Sum = SumOfBytes(Load16(pAround - AroundStep));
-    if (Available & kLeft)
-        for (int y = 0; y < 16; ++y) Sum += pAround[y * AroundStep - 1];
-    const unsigned Sides = Available & (kTop | kLeft);
-    const int Value = Sides == (kTop | kLeft) ? (Sum + 16) >> 5 : Sides ? (Sum + 8) >> 4 : 128;
-    StoreSame<16>(pDst, DstStep, Splat(Value));
-}
-
-INLINE void PredictChromaDc(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
-                            unsigned Available)
-{
-    const bool Top = Available & kTop, Left = Available & kLeft;
-    int Above[2] = {}, Beside[2] = {}; // sums of four
-    if (Top) {
-        const __m128i Halves = _mm_unpacklo_epi32(Load8(pAround - AroundStep), _mm_setzero_si128());
-        const __m128i Sums = _mm_sad_epu8(Halves, _mm_setzero_si128());
-        Above[0] = _mm_cvtsi128_si32(Sums);
-        Above[1] = _mm_extract_epi16(Sums, 4);
-    }
-    if (Left)
-        for (int y = 0; y < 8; ++y) Beside[y >> 2] += pAround[y * AroundStep - 1];
-    int Dc[4]; // raster of the quarters
-    if (Top && Left) {
-        Dc[0] = (Above[0] + Beside[0] + 4) >> 3;
-        Dc[1] = (Above[1] + 2) >> 2;
-        Dc[2] = (Beside[1] + 2) >> 2;
-        Dc[3] = (Above[1] + Beside[1] + 4) >> 3;
-    } else if (Top || Left) {
-        Dc[0] = ((Top ? Above[0] : Beside[0]) + 2) >> 2;
-        Dc[1] = ((Top ? Above[1] : Beside[0]) + 2) >> 2;
-        Dc[2] = ((Top ? Above[0] : Beside[1]) + 2) >> 2;
-        Dc[3] = ((Top ? Above[1] : Beside[1]) + 2) >> 2;
-    } else {
-        Dc[0] = Dc[1] = Dc[2] = Dc[3] = 128;
-    }
-    const __m128i Rows = SpreadOver4(Dc[0] | Dc[1] << 8 | Dc[2] << 16 | Dc[3] << 24);
-    for (int y = 0; y < 4; ++y) StoreRow<8>(pDst + y * DstStep, Rows);
-    for (int y = 4; y < 8; ++y) StoreRow<8>(pDst + y * DstStep, _mm_unpackhi_epi64(Rows, Rows));
-}
-
 // The sum over i of i * (sample i after the middle - sample i before it), from the samples around the middle with the
 // middle one left out.
 template <int Size>
@@ -115,9 +72,7 @@ INLINE int Slope(__m128i Samples)
 {
     const __m128i Weights = Size == 16 ? _mm_setr_epi8(-8, -7, -6, -5, -4, -3, -2, -1, 1, 2, 3, 4, 5, 6, 7, 8)
                                        : _mm_setr_epi8(-4, -3, -2, -1, 1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0);
-    __m128i Sum = SumsOfProducts(Samples, Weights);
-    Sum = _mm_add_epi32(Sum, _mm_unpackhi_epi64(Sum, Sum));
-    return _mm_cvtsi128_si32(_mm_add_epi32(Sum, _mm_shuffle_epi32(Sum, 1)));
+    return SumOfFour(SumsOfProducts(Samples, Weights));
 }
 
 // 8.3.3.4 and 8.3.4.4. The plane stays in words: a is at most 16 * 510, and b and c, at most (34 * 10 * 255) / 64 for
@@ -168,13 +123,45 @@ void PredictChromaHorizontal_w7(const uint8_t* pAround, ptrdiff_t AroundStep, ui
 void Predict16x16Dc_w7(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                        unsigned Available)
 {
-    Predict16x16Dc(pAround, AroundStep, pDst, DstStep, Available);
+    int Sum = 0;
+    if (Available & kTop) Sum = SumOfBytes(Load16(pAround - AroundStep));
+    if (Available & kLeft)
+        for (int y = 0; y < 16; ++y) Sum += pAround[y * AroundStep - 1];
+    const unsigned Sides = Available & (kTop | kLeft);
+    const int Value = Sides == (kTop | kLeft) ? (Sum + 16) >> 5 : Sides ? (Sum + 8) >> 4 : 128;
+    StoreSame<16>(pDst, DstStep, Splat(Value));
 }
 
 void PredictChromaDc_w7(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep,
                         unsigned Available)
 {
-    PredictChromaDc(pAround, AroundStep, pDst, DstStep, Available);
+    const bool Top = Available & kTop, Left = Available & kLeft;
+    int Above[2] = {}, Beside[2] = {}; // sums of four
+    if (Top) {
+        const __m128i Halves = _mm_unpacklo_epi32(Load8(pAround - AroundStep), _mm_setzero_si128());
+        const __m128i Sums = _mm_sad_epu8(Halves, _mm_setzero_si128());
+        Above[0] = _mm_cvtsi128_si32(Sums);
+        Above[1] = _mm_extract_epi16(Sums, 4);
+    }
+    if (Left)
+        for (int y = 0; y < 8; ++y) Beside[y >> 2] += pAround[y * AroundStep - 1];
+    int Dc[4]; // raster of the quarters
+    if (Top && Left) {
+        Dc[0] = (Above[0] + Beside[0] + 4) >> 3;
+        Dc[1] = (Above[1] + 2) >> 2;
+        Dc[2] = (Beside[1] + 2) >> 2;
+        Dc[3] = (Above[1] + Beside[1] + 4) >> 3;
+    } else if (Top || Left) {
+        Dc[0] = ((Top ? Above[0] : Beside[0]) + 2) >> 2;
+        Dc[1] = ((Top ? Above[1] : Beside[0]) + 2) >> 2;
+        Dc[2] = ((Top ? Above[0] : Beside[1]) + 2) >> 2;
+        Dc[3] = ((Top ? Above[1] : Beside[1]) + 2) >> 2;
+    } else {
+        Dc[0] = Dc[1] = Dc[2] = Dc[3] = 128;
+    }
+    const __m128i Rows = SpreadOver4(Dc[0] | Dc[1] << 8 | Dc[2] << 16 | Dc[3] << 24);
+    for (int y = 0; y < 4; ++y) StoreRow<8>(pDst + y * DstStep, Rows);
+    for (int y = 4; y < 8; ++y) StoreRow<8>(pDst + y * DstStep, _mm_unpackhi_epi64(Rows, Rows));
 }
 
 void Predict16x16Plane_w7(const uint8_t* pAround, ptrdiff_t AroundStep, uint8_t* pDst, ptrdiff_t DstStep, unsigned)

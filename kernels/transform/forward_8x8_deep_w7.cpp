@@ -1,7 +1,7 @@
 // The forward 8x8 transform and its quantiser for samples of 2 bytes, which hold 12 bits at most.
 #include <emmintrin.h>
 
-#include "kernels/transform/lanes.h"
+#include "kernels/transform/passes.h"
 #include "kernels/transform/quantise_deep.h"
 #include "kernels/transform/transform.h"
 #include "kernels/transpose_words.h"
@@ -19,36 +19,11 @@ INLINE void Store(int32_t* p, __m128i v) { _mm_store_si128(reinterpret_cast<__m1
 // A pass weighs the differences of 12-bit samples by 8 in all at most: the first one fits words, the second does not.
 static_assert(8 * 4095 <= INT16_MAX);
 
-// The transform of eight values, each of them one register: the sums of the first and the last of them, of the second
-// and the last but one and so on, and their differences.
-template <class L>
-INLINE void Forward8(const __m128i s[4], const __m128i d[4], __m128i v[8])
-{
-    const __m128i e0 = L::Add(s[0], s[3]), e1 = L::Add(s[1], s[2]), e2 = L::Sub(s[0], s[3]), e3 = L::Sub(s[1], s[2]);
-    const __m128i o0 = L::Add(L::Add(d[1], d[2]), L::Add(d[0], L::Down(d[0], 1)));
-    const __m128i o1 = L::Sub(L::Sub(d[0], d[3]), L::Add(d[2], L::Down(d[2], 1)));
-    const __m128i o2 = L::Sub(L::Add(d[0], d[3]), L::Add(d[1], L::Down(d[1], 1)));
-    const __m128i o3 = L::Add(L::Sub(d[1], d[2]), L::Add(d[3], L::Down(d[3], 1)));
-    v[0] = L::Add(e0, e1);
-    v[1] = L::Add(o0, L::Down(o3, 2));
-    v[2] = L::Add(e2, L::Down(e3, 1));
-    v[3] = L::Add(o1, L::Down(o2, 2));
-    v[4] = L::Sub(e0, e1);
-    v[5] = L::Sub(o2, L::Down(o1, 2));
-    v[6] = L::Sub(L::Down(e2, 1), e3);
-    v[7] = L::Sub(L::Down(o0, 2), o3);
-}
-
 // The pass across: rows in, rows out.
 INLINE void TransformRows(__m128i v[8])
 {
     Transpose8(v);
-    __m128i s[4], d[4];
-    for (int i = 0; i < 4; ++i) {
-        s[i] = _mm_add_epi16(v[i], v[7 - i]);
-        d[i] = _mm_sub_epi16(v[i], v[7 - i]);
-    }
-    Forward8<Words>(s, d, v);
+    Forward8InWords(v);
     Transpose8(v);
 }
 

@@ -1,7 +1,7 @@
 // Inverse transforms of 32-bit coefficients onto samples of 2 bytes. Sums wrap like those of the plain code.
 #include <emmintrin.h>
 
-#include "kernels/transform/lanes.h"
+#include "kernels/transform/passes.h"
 #include "kernels/transform/transform.h"
 #include "kernels/transpose_words.h"
 
@@ -23,40 +23,6 @@ INLINE void Transpose(__m128i v[4])
     v[1] = _mm_unpackhi_epi64(a, c);
     v[2] = _mm_unpacklo_epi64(b, d);
     v[3] = _mm_unpackhi_epi64(b, d);
-}
-
-// 8.5.12.2
-INLINE void Inverse4(__m128i v[4])
-{
-    using L = DoubleWords;
-    const __m128i e0 = L::Add(v[0], v[2]), e1 = L::Sub(v[0], v[2]), e2 = L::Sub(L::Down(v[1], 1), v[3]),
-                  e3 = L::Add(v[1], L::Down(v[3], 1));
-    v[0] = L::Add(e0, e3);
-    v[1] = L::Add(e1, e2);
-    v[2] = L::Sub(e1, e2);
-    v[3] = L::Sub(e0, e3);
-}
-
-// 8.5.13.2
-template <class L>
-INLINE void Inverse8(__m128i v[8])
-{
-    const __m128i e0 = L::Add(v[0], v[4]), e1 = L::Sub(L::Sub(L::Sub(v[5], v[3]), v[7]), L::Down(v[7], 1));
-    const __m128i e2 = L::Sub(v[0], v[4]), e3 = L::Sub(L::Sub(L::Add(v[1], v[7]), v[3]), L::Down(v[3], 1));
-    const __m128i e4 = L::Sub(L::Down(v[2], 1), v[6]), e5 = L::Add(L::Add(L::Sub(v[7], v[1]), v[5]), L::Down(v[5], 1));
-    const __m128i e6 = L::Add(v[2], L::Down(v[6], 1)), e7 = L::Add(L::Add(L::Add(v[3], v[5]), v[1]), L::Down(v[1], 1));
-    const __m128i f0 = L::Add(e0, e6), f1 = L::Add(e1, L::Down(e7, 2)), f2 = L::Add(e2, e4),
-                  f3 = L::Add(e3, L::Down(e5, 2));
-    const __m128i f4 = L::Sub(e2, e4), f5 = L::Sub(L::Down(e3, 2), e5), f6 = L::Sub(e0, e6),
-                  f7 = L::Sub(e7, L::Down(e1, 2));
-    v[0] = L::Add(f0, f7);
-    v[1] = L::Add(f2, f5);
-    v[2] = L::Add(f4, f3);
-    v[3] = L::Add(f6, f1);
-    v[4] = L::Sub(f6, f1);
-    v[5] = L::Sub(f4, f3);
-    v[6] = L::Sub(f2, f5);
-    v[7] = L::Sub(f0, f7);
 }
 
 // Of four rows, first columns 0 to 3 of each and then columns 4 to 7.
@@ -148,9 +114,9 @@ void AddResidual4x4Deep_w7(int32_t* pCoeffs, uint16_t* pDst, ptrdiff_t Step, int
         Store(pCoeffs + i * 4, _mm_setzero_si128());
     }
     Transpose(v);
-    Inverse4(v);
+    Inverse4<DoubleWords>(v);
     Transpose(v);
-    Inverse4(v);
+    Inverse4<DoubleWords>(v);
     for (int y = 0; y < 4; ++y, pDst += Step / 2) {
         auto* const p = reinterpret_cast<__m128i*>(pDst);
         const __m128i Row = Rounded(v[y]);

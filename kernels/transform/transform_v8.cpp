@@ -1,6 +1,7 @@
 #include <cstring>
 #include <tmmintrin.h>
 
+#include "kernels/transform/passes.h"
 #include "kernels/transform/transform.h"
 #include "kernels/transpose_words.h"
 
@@ -256,32 +257,6 @@ uint32_t ForwardQuantAc8x8_v8(const uint8_t* pSrc, ptrdiff_t SrcStep, const uint
 
 // ---- 8x8 blocks --------------------------------------------------------------------------------------------
 
-INLINE __m128i OneAndAHalf(__m128i v) { return _mm_add_epi16(v, _mm_srai_epi16(v, 1)); }
-
-// One pass over eight rows or columns, each of them one register.
-INLINE void Forward8(__m128i v[8])
-{
-    __m128i s[4], d[4];
-    for (int i = 0; i < 4; ++i) {
-        s[i] = _mm_add_epi16(v[i], v[7 - i]);
-        d[i] = _mm_sub_epi16(v[i], v[7 - i]);
-    }
-    const __m128i e0 = _mm_add_epi16(s[0], s[3]), e1 = _mm_add_epi16(s[1], s[2]);
-    const __m128i e2 = _mm_sub_epi16(s[0], s[3]), e3 = _mm_sub_epi16(s[1], s[2]);
-    const __m128i o0 = _mm_add_epi16(_mm_add_epi16(d[1], d[2]), OneAndAHalf(d[0]));
-    const __m128i o1 = _mm_sub_epi16(_mm_sub_epi16(d[0], d[3]), OneAndAHalf(d[2]));
-    const __m128i o2 = _mm_sub_epi16(_mm_add_epi16(d[0], d[3]), OneAndAHalf(d[1]));
-    const __m128i o3 = _mm_add_epi16(_mm_sub_epi16(d[1], d[2]), OneAndAHalf(d[3]));
-    v[0] = _mm_add_epi16(e0, e1);
-    v[1] = _mm_add_epi16(o0, _mm_srai_epi16(o3, 2));
-    v[2] = _mm_add_epi16(e2, _mm_srai_epi16(e3, 1));
-    v[3] = _mm_add_epi16(o1, _mm_srai_epi16(o2, 2));
-    v[4] = _mm_sub_epi16(e0, e1);
-    v[5] = _mm_sub_epi16(o2, _mm_srai_epi16(o1, 2));
-    v[6] = _mm_sub_epi16(_mm_srai_epi16(e2, 1), e3);
-    v[7] = _mm_sub_epi16(_mm_srai_epi16(o0, 2), o3);
-}
-
 template <bool Below16>
 static uint32_t Quant8x8(const Samples& s, const QuantParams8x8& Params, int16_t* pLevels)
 {
@@ -290,9 +265,9 @@ static uint32_t Quant8x8(const Samples& s, const QuantParams8x8& Params, int16_t
     for (int y = 0; y < 8; ++y)
         v[y] = Difference(Load8(s.pSrc + y * s.SrcStep), Load8(s.pPrediction + y * s.PredictionStep));
     Transpose8(v);
-    Forward8(v);
+    Forward8InWords(v);
     Transpose8(v);
-    Forward8(v);
+    Forward8InWords(v);
     __m128i Any = _mm_setzero_si128();
     for (int y = 0; y < 8; ++y) {
         const __m128i Levels = Quant.Levels(v[y], LoadFactors(Params.Factor + 8 * y));

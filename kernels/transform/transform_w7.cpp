@@ -2,6 +2,7 @@
 #include <cstring>
 #include <emmintrin.h>
 
+#include "kernels/transform/passes.h"
 #include "kernels/transform/transform.h"
 #include "kernels/transpose_words.h"
 
@@ -28,8 +29,6 @@ static void Store4(uint8_t* p, __m128i v)
     std::memcpy(p, &Value, sizeof Value);
 }
 
-static __m128i Half(__m128i v) { return _mm_srai_epi16(v, 1); }
-
 // Adds words to 8 samples.
 static __m128i AddClipped(__m128i Samples, __m128i Words)
 {
@@ -51,17 +50,6 @@ struct Flat {
 static __m128i Rounded(__m128i Dc) { return _mm_srai_epi16(_mm_add_epi16(Dc, _mm_set1_epi16(32)), 6); }
 
 // ---- 4x4 inverse (8.5.12.2) --------------------------------------------------------------------------------
-
-// One pass over four rows or columns, each of them one register of two blocks.
-INLINE void Inverse4(__m128i v[4])
-{
-    const __m128i e0 = _mm_add_epi16(v[0], v[2]), e1 = _mm_sub_epi16(v[0], v[2]);
-    const __m128i e2 = _mm_sub_epi16(Half(v[1]), v[3]), e3 = _mm_add_epi16(v[1], Half(v[3]));
-    v[0] = _mm_add_epi16(e0, e3);
-    v[1] = _mm_add_epi16(e1, e2);
-    v[2] = _mm_sub_epi16(e1, e2);
-    v[3] = _mm_sub_epi16(e0, e3);
-}
 
 // Rows or columns of two blocks side by side, from one to the other.
 INLINE void TransposeTwo(__m128i v[4])
@@ -94,10 +82,10 @@ INLINE void InverseTwo(const __m128i a[2], const __m128i b[2], __m128i Rows[4])
     Rows[1] = _mm_unpackhi_epi64(aColumns[0], bColumns[0]);
     Rows[2] = _mm_unpacklo_epi64(aColumns[1], bColumns[1]);
     Rows[3] = _mm_unpackhi_epi64(aColumns[1], bColumns[1]);
-    Inverse4(Rows);
+    Inverse4<Words>(Rows);
     TransposeTwo(Rows);
     Rows[0] = _mm_add_epi16(Rows[0], _mm_set1_epi16(32)); // row 0 goes into all four with a factor of 1
-    Inverse4(Rows);
+    Inverse4<Words>(Rows);
 }
 
 static bool AllZero(__m128i v) { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) == 0xFFFF; }
@@ -152,28 +140,6 @@ void AddResidualChroma_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step, uint3
 
 // ---- 8x8 inverse (8.5.13.2) --------------------------------------------------------------------------------
 
-INLINE void Inverse8(__m128i d[8])
-{
-    const __m128i e0 = _mm_add_epi16(d[0], d[4]), e2 = _mm_sub_epi16(d[0], d[4]);
-    const __m128i e4 = _mm_sub_epi16(Half(d[2]), d[6]), e6 = _mm_add_epi16(d[2], Half(d[6]));
-    const __m128i e1 = _mm_sub_epi16(_mm_sub_epi16(d[5], d[3]), _mm_add_epi16(d[7], Half(d[7])));
-    const __m128i e3 = _mm_sub_epi16(_mm_add_epi16(d[1], d[7]), _mm_add_epi16(d[3], Half(d[3])));
-    const __m128i e5 = _mm_add_epi16(_mm_sub_epi16(d[7], d[1]), _mm_add_epi16(d[5], Half(d[5])));
-    const __m128i e7 = _mm_add_epi16(_mm_add_epi16(d[3], d[5]), _mm_add_epi16(d[1], Half(d[1])));
-    const __m128i f0 = _mm_add_epi16(e0, e6), f2 = _mm_add_epi16(e2, e4);
-    const __m128i f4 = _mm_sub_epi16(e2, e4), f6 = _mm_sub_epi16(e0, e6);
-    const __m128i f1 = _mm_add_epi16(e1, _mm_srai_epi16(e7, 2)), f3 = _mm_add_epi16(e3, _mm_srai_epi16(e5, 2));
-    const __m128i f5 = _mm_sub_epi16(_mm_srai_epi16(e3, 2), e5), f7 = _mm_sub_epi16(e7, _mm_srai_epi16(e1, 2));
-    d[0] = _mm_add_epi16(f0, f7);
-    d[1] = _mm_add_epi16(f2, f5);
-    d[2] = _mm_add_epi16(f4, f3);
-    d[3] = _mm_add_epi16(f6, f1);
-    d[4] = _mm_sub_epi16(f6, f1);
-    d[5] = _mm_sub_epi16(f4, f3);
-    d[6] = _mm_sub_epi16(f2, f5);
-    d[7] = _mm_sub_epi16(f0, f7);
-}
-
 void AddResidual8x8_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
 {
     __m128i v[8];
@@ -182,10 +148,10 @@ void AddResidual8x8_w7(int16_t* pCoeffs, uint8_t* pDst, ptrdiff_t Step)
         Store16(pCoeffs + 8 * i, _mm_setzero_si128());
     }
     Transpose8(v);
-    Inverse8(v);
+    Inverse8<Words>(v);
     Transpose8(v);
     v[0] = _mm_add_epi16(v[0], _mm_set1_epi16(32)); // row 0 goes into all eight with a factor of 1
-    Inverse8(v);
+    Inverse8<Words>(v);
     for (int y = 0; y < 8; ++y, pDst += Step) Store8(pDst, AddClipped(Load8(pDst), _mm_srai_epi16(v[y], 6)));
 }
 

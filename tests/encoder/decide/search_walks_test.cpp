@@ -205,6 +205,7 @@ protected:
     }
     void TearDown() override { kernels::g_Kernels = m_Kernels; }
 
+    void ExpectPlainWalks(int32_t Size);
     Answer Search(const Question& q, const Surface& s)
     {
         static constexpr BitCostRow kFree{};
@@ -278,33 +279,28 @@ Question RandomQuestion(std::mt19937& Rng, int32_t Method, int32_t Size)
     return q;
 }
 
-TEST_F(SearchWalks, OfSmallBlocksMeasureTheirPointsInOrder)
+// Of blocks of one size, with all methods.
+void SearchWalks::ExpectPlainWalks(int32_t Size)
 {
     std::mt19937 Rng(11);
     for (int i = 0; i < 300; ++i)
         for (int32_t Method = 0; Method <= 8; ++Method) {
-            const Question q = RandomQuestion(Rng, Method, 8);
+            SCOPED_TRACE(testing::Message() << "method " << Method << ", turn " << i);
+            const Question q = RandomQuestion(Rng, Method, Size);
             const Surface s = RandomSurface(Rng);
             const Answer Wanted = PlainWalk(q, s).Walk(), Got = Search(q, s);
-            ASSERT_EQ(Got.Measured, Wanted.Measured) << "method " << Method << ", turn " << i;
-            ASSERT_EQ(Got.Best, Wanted.Best) << "method " << Method << ", turn " << i;
-            ASSERT_EQ(Got.Cost, Wanted.Cost) << "method " << Method << ", turn " << i;
+            if (Size < 16) {
+                ASSERT_EQ(Got.Measured, Wanted.Measured);
+            }
+            ASSERT_EQ(Got.Best, Wanted.Best);
+            ASSERT_EQ(Got.Cost, Wanted.Cost);
         }
 }
 
+TEST_F(SearchWalks, OfSmallBlocksMeasureTheirPointsInOrder) { ExpectPlainWalks(8); }
+
 // Several points of a whole macroblock are measured at once; what comes of them is the same.
-TEST_F(SearchWalks, OfWholeMacroblocksEndWhereSinglePointsLead)
-{
-    std::mt19937 Rng(12);
-    for (int i = 0; i < 300; ++i)
-        for (int32_t Method = 0; Method <= 8; ++Method) {
-            const Question q = RandomQuestion(Rng, Method, 16);
-            const Surface s = RandomSurface(Rng);
-            const Answer Wanted = PlainWalk(q, s).Walk(), Got = Search(q, s);
-            ASSERT_EQ(Got.Best, Wanted.Best) << "method " << Method << ", turn " << i;
-            ASSERT_EQ(Got.Cost, Wanted.Cost) << "method " << Method << ", turn " << i;
-        }
-}
+TEST_F(SearchWalks, OfWholeMacroblocksEndWhereSinglePointsLead) { ExpectPlainWalks(16); }
 
 // The stages of the umbrella end below a cost of 1000, halved for each step down in size.
 TEST_F(SearchWalks, OfTheUmbrellaEndAtACostBySize)

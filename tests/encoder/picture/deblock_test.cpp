@@ -345,16 +345,26 @@ TEST_F(FilteredPictures, AreNotThoseThatNoneRefersTo)
     for (const size_t n : Calls(p, 5)) EXPECT_EQ(n, 0u);
 }
 
-TEST_F(FilteredPictures, HaveNoEdgesBetweenSlicesWithIdc2)
+class FilteredSlices : public FilteredPictures
 {
-    for (const int Idc : {0, 2}) {
-        UMC::H264EncoderParams p = SizedParams(16, 32);
+protected:
+    // The calls that filter a picture of two slices.
+    static void Filter(int Idc, int32_t Width, int32_t Height)
+    {
+        UMC::H264EncoderParams p = SizedParams(Width, Height);
         p.num_slices = 2;
         p.deblocking_filter_idc = static_cast<uint8_t>(Idc);
         Driver d(p);
         s_Filtered.clear();
-        std::vector<Picture> Clip = MakeClip(Scene::Noise, 16, 32, 1);
+        std::vector<Picture> Clip = MakeClip(Scene::Noise, Width, Height, 1);
         d.Encode(Clip[0]);
+    }
+};
+
+TEST_F(FilteredSlices, HaveNoEdgesBetweenThemWithIdc2)
+{
+    for (const int Idc : {0, 2}) {
+        Filter(Idc, 16, 32);
         // Of each macroblock luma and chroma, vertical edges first.
         ASSERT_EQ(s_Filtered.size(), 8u);
         EXPECT_EQ(EdgesOf(s_Filtered[2].Params)[0], 0);
@@ -363,16 +373,10 @@ TEST_F(FilteredPictures, HaveNoEdgesBetweenSlicesWithIdc2)
 }
 
 // Of six macroblocks in two columns the fourth begins the second slice, beside and below the first one's.
-TEST_F(FilteredPictures, HaveNoEdgesBesideAMacroblockOfAnotherSliceWithIdc2)
+TEST_F(FilteredSlices, HaveNoEdgesBetweenMacroblocksOfARowWithIdc2)
 {
     for (const int Idc : {0, 2}) {
-        UMC::H264EncoderParams p = SizedParams(32, 48);
-        p.num_slices = 2;
-        p.deblocking_filter_idc = static_cast<uint8_t>(Idc);
-        Driver d(p);
-        s_Filtered.clear();
-        std::vector<Picture> Clip = MakeClip(Scene::Noise, 32, 48, 1);
-        d.Encode(Clip[0]);
+        Filter(Idc, 32, 48);
         ASSERT_EQ(s_Filtered.size(), 24u);
         EXPECT_EQ(EdgesOf(s_Filtered[4].Params)[0], 4); // of the second, whose left one is of its slice
         EXPECT_EQ(EdgesOf(s_Filtered[12].Params)[0], Idc == 2 ? 0 : 4);
