@@ -39,13 +39,6 @@ void CopyParams(const UMC::VideoEncoderParams& From, UMC::H264EncoderParams& To)
         static_cast<UMC::VideoEncoderParams&>(To) = From;
 }
 
-// Of the samples that are coded.
-int32_t CodedBitDepth(const UMC::H264EncoderParams& p)
-{
-    const int32_t Depth = std::max(p.bit_depth_luma, p.bit_depth_chroma);
-    return p.aux_format_idc ? std::max(Depth, p.bit_depth_aux) : Depth;
-}
-
 void FillGop(EncoderSettings& Settings)
 {
     Settings.gop_length = Settings.Params.num_b_frames + 1;
@@ -54,6 +47,12 @@ void FillGop(EncoderSettings& Settings)
 }
 
 } // namespace
+
+int32_t CodedBitDepth(const UMC::H264EncoderParams& p)
+{
+    const int32_t Depth = std::max(p.bit_depth_luma, p.bit_depth_chroma);
+    return p.aux_format_idc ? std::max(Depth, p.bit_depth_aux) : Depth;
+}
 
 int32_t LargestBitDepth(const UMC::H264EncoderParams& p)
 {

@@ -11,6 +11,8 @@ namespace UMC_H264_ENCODER {
 template <class Sample>
 UMC::Status MakeSettings(const UMC::VideoEncoderParams& Params, EncoderSettings& Settings);
 
+/// The largest depth of the samples that are coded.
+int32_t CodedBitDepth(const UMC::H264EncoderParams& Params);
 /// The largest of the three depths that the parameters state, which the rate control goes by: deliberately also that of
 /// an alpha plane where none is coded.
 int32_t LargestBitDepth(const UMC::H264EncoderParams& Params);

@@ -2,6 +2,7 @@
 
 #include "encoder/session/core_init.h"
 #include "encoder/session/frame_step.h"
+#include "encoder/session/make_settings.h"
 #include "encoder/session/tool_counts.h"
 
 #include <new>
@@ -14,11 +15,6 @@ using namespace UMC_H264_ENCODER;
 namespace {
 
 constexpr int32_t kCore8 = 0, kCore16 = 1;
-
-bool NeedsDeepSamples(const H264EncoderParams& p)
-{
-    return p.bit_depth_luma > 8 || p.bit_depth_chroma > 8 || (p.aux_format_idc && p.bit_depth_aux > 8);
-}
 
 // The planes that an input must have for an auxiliary picture to be coded.
 bool HasWantedPlanes(const H264EncoderParams& p, const VideoData& Input)
@@ -41,7 +37,7 @@ try {
     core_kind = -1;
     m_pCore8.reset();
     m_pCore16.reset();
-    return pFull && NeedsDeepSamples(*pFull) ? Build(m_pCore16, *pVideo, kCore16) : Build(m_pCore8, *pVideo, kCore8);
+    return pFull && CodedBitDepth(*pFull) > 8 ? Build(m_pCore16, *pVideo, kCore16) : Build(m_pCore8, *pVideo, kCore8);
 } catch (const std::bad_alloc&) {
     return StatusAllocFailed;
 }

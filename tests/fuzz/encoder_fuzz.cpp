@@ -161,10 +161,7 @@ private:
     uint32_t m_Flags;
 };
 
-bool IsDeep(const H264EncoderParams& p)
-{
-    return std::max({p.bit_depth_luma, p.bit_depth_chroma, p.aux_format_idc ? p.bit_depth_aux : 8}) > 8;
-}
+bool IsDeep(const H264EncoderParams& p) { return UMC_H264_ENCODER::CodedBitDepth(p) > 8; }
 
 // Pictures as the settings ask for, and room for what they become.
 class Session
