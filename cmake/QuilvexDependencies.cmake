@@ -4,6 +4,11 @@ find_path(LIBYUV_INCLUDE_DIR libyuv.h REQUIRED)
 find_library(LIBYUV_LIBRARY yuv REQUIRED)
 target_include_directories(quilvex_objects SYSTEM PRIVATE ${LIBYUV_INCLUDE_DIR})
 
+# Declarations of the drivers' interfaces; the drivers themselves are loaded by name.
+find_path(FFNVCODEC_INCLUDE_DIR ffnvcodec/nvEncodeAPI.h REQUIRED)
+find_path(MFX_INCLUDE_DIR mfx/mfxvideo++.h REQUIRED)
+target_include_directories(quilvex_objects SYSTEM PRIVATE ${FFNVCODEC_INCLUDE_DIR} ${MFX_INCLUDE_DIR})
+
 set(QUILVEX_LINK_LIBRARIES ${LIBYUV_LIBRARY})
 if(NOT WIN32)
     # Windows has its own private profile functions and thread library.
@@ -11,5 +16,8 @@ if(NOT WIN32)
     find_library(SIMPLEINI_LIBRARY simpleini REQUIRED)
     target_include_directories(quilvex_objects SYSTEM PRIVATE ${SIMPLEINI_INCLUDE_DIR})
     find_package(Threads REQUIRED)
-    list(APPEND QUILVEX_LINK_LIBRARIES ${SIMPLEINI_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
+    find_path(PCIACCESS_INCLUDE_DIR pciaccess.h REQUIRED)
+    find_library(PCIACCESS_LIBRARY pciaccess REQUIRED)
+    target_include_directories(quilvex_objects SYSTEM PRIVATE ${PCIACCESS_INCLUDE_DIR})
+    list(APPEND QUILVEX_LINK_LIBRARIES ${SIMPLEINI_LIBRARY} ${PCIACCESS_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
 endif()

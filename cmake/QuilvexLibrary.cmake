@@ -26,6 +26,7 @@ set_target_properties(quilvex PROPERTIES LINK_DEPENDS ${exports})
 add_library(quilvex_core STATIC $<TARGET_OBJECTS:quilvex_objects>)
 target_compile_definitions(quilvex_core PUBLIC QUILVEX_BUILD)
 target_include_directories(quilvex_core PUBLIC ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include)
+target_include_directories(quilvex_core SYSTEM PUBLIC ${LIBYUV_INCLUDE_DIR} ${FFNVCODEC_INCLUDE_DIR} ${MFX_INCLUDE_DIR})
 target_link_libraries(quilvex_core PUBLIC ${QUILVEX_LINK_LIBRARIES})
 
 # What a client needs to find the library: headers, pkg-config file, CMake package.

@@ -1,6 +1,7 @@
 #include "front/engines.h"
 
 #include "front/VCodec_H264.h"
+#include "platform/clock.h"
 #include "platform/system_info.h"
 
 #include <cstddef>

@@ -26,7 +26,11 @@ inline constexpr uint32_t kFaultCppException = 0xE06D7363;
 ///         floating-point units are those of the entry again, however the body ended.
 bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t* pCode);
 
-/// The same for anything callable.
+/// Raises a fault by its code, kFaultAccess or kFaultArithmetic: what the processor does where an expression has no
+/// value, which a compiler may drop and a sanitizer would report. Outside every frame it ends the process.
+[[noreturn]] void RaiseFault(uint32_t Code);
+
+/// RunInExceptionFrame() for anything callable.
 template <class Body>
 bool Guarded(Body Run, uint32_t& Code)
 {

@@ -1,4 +1,4 @@
-// Version of the system, vendor of the processor, and the tick counter.
+// Version of the system and vendor of the processor.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,5 @@ struct SystemVersion {
 bool ReadSystemVersion(SystemVersion& Version);
 /// The vendor string of the processor, such as "GenuineIntel"; empty when unknown.
 std::string CpuVendor();
-/// Milliseconds since some start, wrapping at 32 bits.
-uint32_t TickCount();
 
 } // namespace platform

@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages() {
     case "$1" in
-    build) echo ca-certificates cmake ninja-build ccache g++ pkg-config python3 libyuv-dev libsimpleini-dev libcli11-dev \
+    build) echo ca-certificates cmake ninja-build ccache g++ pkg-config python3 libyuv-dev libsimpleini-dev libffmpeg-nvenc-dev libmfx-dev libmfx1 libpciaccess-dev pci.ids libcli11-dev \
         nlohmann-json3-dev libpng-dev libgcrypt20-dev ffmpeg ;;
     test) echo libgtest-dev libgmock-dev x264 binutils valgrind clang ;;
     bench) echo libbenchmark-dev x264 libx264-dev libopenh264-dev libavcodec-dev libavutil-dev ;;

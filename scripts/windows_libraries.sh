@@ -58,6 +58,9 @@ fi
 if [ ! -f "$deps/lib/cmake/GTest/GTestConfig.cmake" ]; then
     build_source /usr/src/googletest install googletest -DCMAKE_INSTALL_PREFIX="$deps" -DCMAKE_INSTALL_LIBDIR=lib
 fi
-# Header-only libraries of the tools, apart from the rest of the system's headers.
+# What is headers alone, apart from the rest of the system's: declarations of the drivers' interfaces, and libraries of the
+# tools.
+ln -sfn /usr/include/ffnvcodec "$deps/include/ffnvcodec"
+ln -sfn /usr/include/mfx "$deps/include/mfx"
 ln -sfn /usr/include/CLI "$deps/include/CLI"
 ln -sfn /usr/include/nlohmann "$deps/include/nlohmann"

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csetjmp>
 #include <csignal>
+#include <cstdlib>
 #include <cxxabi.h>
 #include <mutex>
 #include <sys/mman.h>
@@ -206,6 +207,12 @@ bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t
     t_pFrame = Own.pOuter;
     *pCode = Own.Code;
     return Own.Code == 0;
+}
+
+void RaiseFault(uint32_t Code)
+{
+    raise(Code == kFaultArithmetic ? SIGFPE : SIGSEGV);
+    std::abort(); // somebody ignores it
 }
 
 } // namespace platform

@@ -4,13 +4,14 @@
 
 namespace platform {
 
-SharedLibrary::SharedLibrary(const std::string& Name) : m_pHandle(dlopen(Name.c_str(), RTLD_NOW | RTLD_LOCAL)) {}
+namespace {
 
-SharedLibrary::~SharedLibrary()
-{
-    if (m_pHandle) dlclose(m_pHandle);
-}
+void* Open(const char* pName) { return dlopen(pName, RTLD_NOW | RTLD_LOCAL); }
+void* Symbol(void* pLibrary, const char* pName) { return dlsym(pLibrary, pName); }
+void Close(void* pLibrary) { dlclose(pLibrary); }
 
-void* SharedLibrary::Symbol(const char* pName) const { return m_pHandle ? dlsym(m_pHandle, pName) : nullptr; }
+} // namespace
+
+constinit const LibraryOperations kSystemLibraries{Open, Symbol, Close};
 
 } // namespace platform

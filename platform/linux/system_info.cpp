@@ -2,8 +2,6 @@
 
 #include "platform/cpuid.h"
 
-#include <chrono>
-
 namespace platform {
 
 // The gate tells systems apart that this one is none of: it is as good as the first version that passes.
@@ -14,11 +12,5 @@ bool ReadSystemVersion(SystemVersion& Version)
 }
 
 std::string CpuVendor() { return ReadCpuid().Vendor.data(); }
-
-uint32_t TickCount()
-{
-    using namespace std::chrono;
-    return static_cast<uint32_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
-}
 
 } // namespace platform

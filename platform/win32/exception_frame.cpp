@@ -195,4 +195,10 @@ bool RunInExceptionFrame(void (*pBody)(void* pContext), void* pContext, uint32_t
     return bDone;
 }
 
+void RaiseFault(uint32_t Code)
+{
+    RaiseException(Code, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+    __builtin_unreachable();
+}
+
 } // namespace platform

@@ -4,16 +4,17 @@
 
 namespace platform {
 
-SharedLibrary::SharedLibrary(const std::string& Name) : m_pHandle(LoadLibraryA(Name.c_str())) {}
+namespace {
 
-SharedLibrary::~SharedLibrary()
+void* Open(const char* pName) { return LoadLibraryA(pName); }
+void* Symbol(void* pLibrary, const char* pName)
 {
-    if (m_pHandle) FreeLibrary(static_cast<HMODULE>(m_pHandle));
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(pLibrary), pName));
 }
+void Close(void* pLibrary) { FreeLibrary(static_cast<HMODULE>(pLibrary)); }
 
-void* SharedLibrary::Symbol(const char* pName) const
-{
-    return m_pHandle ? reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_pHandle), pName)) : nullptr;
-}
+} // namespace
+
+constinit const LibraryOperations kSystemLibraries{Open, Symbol, Close};
 
 } // namespace platform

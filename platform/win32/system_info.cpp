@@ -27,6 +27,4 @@ std::string CpuVendor()
     return Result == ERROR_SUCCESS && Type == REG_SZ ? Vendor : "";
 }
 
-uint32_t TickCount() { return GetTickCount(); }
-
 } // namespace platform

@@ -148,3 +148,12 @@ TEST(ExceptionFrame, ABodyThatHitsABreakpointEndsInTheHandler)
     EXPECT_EQ(Code, platform::kFaultBreakpoint);
 #endif
 }
+
+TEST(ExceptionFrame, AFaultRaisedByItsCodeIsCaughtAsOne)
+{
+    for (const uint32_t Raised : {platform::kFaultArithmetic, platform::kFaultAccess}) {
+        uint32_t Code = 0;
+        EXPECT_FALSE(Guarded([&] { platform::RaiseFault(Raised); }, Code));
+        EXPECT_EQ(Code, Raised);
+    }
+}

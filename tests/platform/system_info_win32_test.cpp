@@ -1,4 +1,5 @@
 // What the system says about itself, beside its own calls.
+#include "platform/clock.h"
 #include "platform/system_info.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // The start of every test program. The kernels have bound themselves for this processor; TEST_TIER (0 to 5) binds those
 // of another tier, so that a whole run can be repeated at each.
 #include "kernels/dispatch/kernels.h"
+#include "tests/support/child_process.h"
 
 #include <gmock/gmock.h>
 
@@ -10,5 +11,6 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleMock(&argc, argv);
     if (const char* const pTier = std::getenv("TEST_TIER")) kernels::InitKernelsForTier(std::atoi(pTier));
-    return RUN_ALL_TESTS();
+    int Status;
+    return RunAsChild(Status) ? Status : RUN_ALL_TESTS();
 }
