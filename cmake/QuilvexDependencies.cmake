@@ -10,7 +10,9 @@ find_path(MFX_INCLUDE_DIR mfx/mfxvideo++.h REQUIRED)
 target_include_directories(quilvex_objects SYSTEM PRIVATE ${FFNVCODEC_INCLUDE_DIR} ${MFX_INCLUDE_DIR})
 
 set(QUILVEX_LINK_LIBRARIES ${LIBYUV_LIBRARY})
-if(NOT WIN32)
+if(WIN32)
+    list(APPEND QUILVEX_LINK_LIBRARIES ole32 oleaut32) # the list of display adapters
+else()
     # Windows has its own private profile functions and thread library.
     find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
     find_library(SIMPLEINI_LIBRARY simpleini REQUIRED)

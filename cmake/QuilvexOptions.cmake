@@ -9,8 +9,10 @@ set(QUILVEX_SANITIZE "" CACHE STRING "Sanitizers for every target, such as addre
 # The system that the library is built for, as folders and files that stand for one are named.
 if(WIN32)
     set(QUILVEX_SYSTEM win32)
+    set(QUILVEX_OTHER_SYSTEM linux)
 else()
     set(QUILVEX_SYSTEM linux)
+    set(QUILVEX_OTHER_SYSTEM win32)
 endif()
 
 set(CMAKE_CXX_STANDARD 20)

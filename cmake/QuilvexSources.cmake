@@ -1,7 +1,8 @@
 # quilvex_sources(): adds every source of the calling folder, and of the subfolders named, to the library's objects.
 #
-# A kernel file whose name ends in a tier (_a6, _w7, _t7, _v8, _p8) gets that tier's instruction set and no other
-# file does, so that code of a high tier can never be reached on a processor that lacks it.
+# A file whose name ends in _linux or _win32 is built for that system only. A kernel file whose name ends in a tier (_a6,
+# _w7, _t7, _v8, _p8) gets that tier's instruction set and no other file does, so that code of a high tier can never be
+# reached on a processor that lacks it.
 add_library(quilvex_objects OBJECT)
 target_include_directories(quilvex_objects PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include)
 
@@ -17,7 +18,7 @@ function(quilvex_sources)
         list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
     endforeach()
     file(GLOB sources CONFIGURE_DEPENDS ${patterns})
-    list(FILTER sources EXCLUDE REGEX "/library_entry_[a-z0-9]+\\.cpp$")
+    list(FILTER sources EXCLUDE REGEX "/library_entry_[a-z0-9]+\\.cpp$|_${QUILVEX_OTHER_SYSTEM}\\.cpp$")
     foreach(source IN LISTS sources)
         if(source MATCHES "_(a6|w7|t7|v8|p8)\\.cpp$")
             set_source_files_properties(${source} TARGET_DIRECTORY quilvex_objects PROPERTIES

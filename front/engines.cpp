@@ -1,6 +1,7 @@
 #include "front/engines.h"
 
 #include "front/VCodec_H264.h"
+#include "front/adapters.h"
 #include "platform/clock.h"
 #include "platform/system_info.h"
 
@@ -21,7 +22,10 @@ public:
     }
     bool IsCpuVendorAmd() override { return platform::CpuVendor().find("AMD") != std::string::npos; }
     uint32_t TickCount() override { return platform::TickCount(); }
-    bool MyGetDisplayVideoControllerList(std::vector<std::string>&, bool) override { return false; }
+    bool MyGetDisplayVideoControllerList(std::vector<std::string>& List, bool bOnlyOK) override
+    {
+        return ::MyGetDisplayVideoControllerList(List, bOnlyOK);
+    }
 
     bool TryNvidiaDecoder(int32_t, int32_t) override { return false; }
     bool TryNvidiaEncoder(int32_t, int32_t, int32_t, int32_t, int32_t) override { return false; }

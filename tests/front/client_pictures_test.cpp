@@ -12,7 +12,8 @@ constexpr uint8_t kUntouched = 0xA5;
 
 std::vector<uint8_t> Picture(int32_t Width, int32_t Height)
 {
-    std::vector<uint8_t> Samples(PictureBytes(Width, Height)); // exact, so that a read past it shows
+    std::vector<uint8_t> Samples(
+        static_cast<size_t>(PictureBytes(Width, Height))); // exact, so that a read past it shows
     for (size_t i = 0; i < Samples.size(); ++i) Samples[i] = static_cast<uint8_t>(i * 7 + i / 251);
     return Samples;
 }
