@@ -4,6 +4,16 @@
 
 namespace platform {
 
-bool ErrorIsTerminal() { return _isatty(2) != 0; }
+bool ErrorIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
+
+std::FILE* TakeStandardOutput()
+{
+    std::fflush(stdout);
+    const int Kept = _dup(_fileno(stdout));
+    std::FILE* const pKept = Kept < 0 ? nullptr : _fdopen(Kept, "w");
+    if (!pKept) return stdout;
+    _dup2(_fileno(stderr), _fileno(stdout));
+    return pKept;
+}
 
 } // namespace platform

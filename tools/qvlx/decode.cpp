@@ -66,10 +66,10 @@ public:
                                   {"height", m_Size.Height},   {"frames", m_Frames},
                                   {"pictures_in", Entered},    {"cpu_seconds", m_Timer.Seconds()},
                                   {"frames_per_second", Speed}};
-            std::printf("%s\n", JsonText(Json, 2).c_str());
+            std::fprintf(Output(), "%s\n", JsonText(Json, 2).c_str());
         } else if (!Set.bQuiet) {
-            std::printf("engine %s, %dx%d, %lld frames, %.1f frames/s\n", Engine.c_str(), m_Size.Width, m_Size.Height,
-                        static_cast<long long>(m_Frames), Speed);
+            std::fprintf(Output(), "engine %s, %dx%d, %lld frames, %.1f frames/s\n", Engine.c_str(), m_Size.Width,
+                         m_Size.Height, static_cast<long long>(m_Frames), Speed);
         }
     }
 

@@ -103,13 +103,14 @@ void Report(const Options& Set, const Totals& Sum, const std::string& Engine, Fr
             Json.push_back(
                 {"psnr",
                  JsonObject{{"y", pMeter->Decibels(0)}, {"u", pMeter->Decibels(1)}, {"v", pMeter->Decibels(2)}}});
-        std::printf("%s\n", JsonText(Json, 2).c_str());
+        std::fprintf(Output(), "%s\n", JsonText(Json, 2).c_str());
     } else if (!Set.bQuiet) {
-        std::printf("engine %s, %dx%d, %lld frames (%lld key), %.1f kb/s, %.1f frames/s\n", Engine.c_str(), Size.Width,
-                    Size.Height, static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Keys), Kbps, Speed);
+        std::fprintf(Output(), "engine %s, %dx%d, %lld frames (%lld key), %.1f kb/s, %.1f frames/s\n", Engine.c_str(),
+                     Size.Width, Size.Height, static_cast<long long>(Sum.Frames), static_cast<long long>(Sum.Keys),
+                     Kbps, Speed);
         if (pMeter)
-            std::printf("PSNR Y %.2f dB, U %.2f dB, V %.2f dB\n", pMeter->Decibels(0), pMeter->Decibels(1),
-                        pMeter->Decibels(2));
+            std::fprintf(Output(), "PSNR Y %.2f dB, U %.2f dB, V %.2f dB\n", pMeter->Decibels(0), pMeter->Decibels(1),
+                         pMeter->Decibels(2));
     }
 }
 

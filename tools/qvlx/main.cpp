@@ -1,10 +1,17 @@
 // qvlx: the command line of the library, over its exported functions alone.
+#include "platform/terminal.h"
 #include "tools/common/cli_error.h"
 #include "tools/qvlx/qvlx.h"
 
 #include <cstdio>
 #include <utility>
 #include <vector>
+
+std::FILE* Output()
+{
+    static std::FILE* const s_pOutput = platform::TakeStandardOutput();
+    return s_pOutput;
+}
 
 Codec MakeCodec(uint32_t id)
 {
@@ -42,6 +49,7 @@ try {
         Commands.emplace_back(&Added, Each.pAdd(Added));
     }
     if (const auto Status = App.Parse(argc, argv)) return *Status;
+    Output(); // taken before the library is asked for anything
     for (const auto& [pCommand, Run] : Commands)
         if (pCommand->IsNamed()) Run();
     return 0;

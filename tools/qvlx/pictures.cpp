@@ -2,6 +2,7 @@
 
 #include "tools/common/json_text.h"
 #include "tools/common/progress.h"
+#include "tools/qvlx/qvlx.h"
 
 #include <cstdio>
 
@@ -16,10 +17,10 @@ void Report(const PictureOptions& Set, const PictureWork& Work, int64_t Frames, 
                               {"height", Work.OutSize.Height},
                               {"cpu_seconds", Timer.Seconds()},
                               {"frames_per_second", Speed}};
-        std::printf("%s\n", JsonText(Json, 2).c_str());
+        std::fprintf(Output(), "%s\n", JsonText(Json, 2).c_str());
     } else if (!Set.bQuiet) {
-        std::printf("%s %lld pictures, %dx%d, %.1f pictures/s\n", Work.pDone, static_cast<long long>(Frames),
-                    Work.OutSize.Width, Work.OutSize.Height, Speed);
+        std::fprintf(Output(), "%s %lld pictures, %dx%d, %.1f pictures/s\n", Work.pDone, static_cast<long long>(Frames),
+                     Work.OutSize.Width, Work.OutSize.Height, Speed);
     }
 }
 

@@ -20,9 +20,9 @@ void Probe(bool bJson)
         const Codec Result(CreateVCodec(Each.id));
         const std::string Engine = Result ? TagText(Result->GetBackendTag()) : "none";
         Report.push_back(JsonObject{{"id", Each.id}, {"request", Each.pMeaning}, {"engine", Engine}});
-        if (!bJson) std::printf("%4u  %-38s %s\n", Each.id, Each.pMeaning, Engine.c_str());
+        if (!bJson) std::fprintf(Output(), "%4u  %-38s %s\n", Each.id, Each.pMeaning, Engine.c_str());
     }
-    if (bJson) std::printf("%s\n", JsonText(Report, 2).c_str());
+    if (bJson) std::fprintf(Output(), "%s\n", JsonText(Report, 2).c_str());
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "quilvex/Quilvex.h"
 #include "tools/common/command_line.h"
 
+#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +17,9 @@ Command AddProbe(CommandLine& App);
 Command AddConvert(CommandLine& App);
 Command AddScale(CommandLine& App);
 Command AddProcess(CommandLine& App);
+
+/// Standard output, for reports alone: what a driver below the library writes there goes to standard error.
+std::FILE* Output();
 
 struct CodecReleaser {
     void operator()(IVCodec* p) const { p->Release(); }
