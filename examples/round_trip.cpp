@@ -29,10 +29,11 @@ static bool RoundTrip(const uint8_t* pPicture, int32_t iWidth, int32_t iHeight)
     int32_t iLength = 0, iType = kFrameNone;
     bDone = bDone && pEncoder->Encode(pPicture, Unit.data(), &iLength, 0, &iType);
     if (bDone) {
-        pDecoder->Decode(Unit.data(), iLength, Picture.data(), nullptr); // the first call: a black picture stands in
-        const uint8_t Delimiter[] = {0, 0, 0, 1, 9, 0xF0};               // output runs one access unit late
-        iType = kFrameNone;
-        bDone = pDecoder->Decode(Delimiter, sizeof Delimiter, Picture.data(), &iType) && iType == kFrameI;
+        iType = kFrameNone; // tells whether a picture came: hardware gives it at once, software one access unit late
+        pDecoder->Decode(Unit.data(), iLength, Picture.data(), &iType);
+        const uint8_t Delimiter[] = {0, 0, 0, 1, 9, 0xF0};
+        if (iType == kFrameNone) pDecoder->Decode(Delimiter, sizeof Delimiter, Picture.data(), &iType);
+        bDone = iType > kFrameNone;
     }
     if (pEncoder) pEncoder->Release();
     if (pDecoder) pDecoder->Release();

@@ -56,9 +56,11 @@ struct IVCodec {
     /// Makes the object an encoder; a previous encoder of the object is torn down first.
     /// @param PictureWidth, PictureHeight  Not 0.
     /// @param iFramesPerSecond  Nominal input rate; 0 or below: 30.
-    /// @param iKeyinterval      Pictures between key pictures; 0: the engine's default.
+    /// @param iKeyinterval      Pictures between key pictures; 0: the software and Intel engines' default. The NVIDIA
+    ///                          and AMD engines divide by it: a client that may get one gives a positive number.
     /// @param iKbps             Target rate in kilobits a second; 0 or below: the engine's default.
-    /// @return 1, or 0 with a line in the log.
+    /// @return 1, or 0 with a line in the log. A hardware engine whose trial passed may still refuse here; the client
+    ///         then releases it and asks for the software engine (id 0).
     virtual int32_t InitEncoder(int32_t PictureWidth, int32_t PictureHeight, int32_t iFramesPerSecond,
                                 int32_t iKeyinterval, int32_t iKbps) = 0;
 
@@ -78,7 +80,8 @@ struct IVCodec {
     /// @return 1, or 0 with a line in the log.
     virtual int32_t InitDecoder(int32_t PictureWidth, int32_t PictureHeight) = 0;
 
-    /// Decompresses one access unit and delivers at most one picture; output runs one access unit late. Behind the last
+    /// Decompresses one access unit and delivers at most one picture: a hardware engine the one of the access unit,
+    /// where the stream does not reorder; the software engine's output runs one access unit late. Behind the last
     /// access unit, calls with an access unit delimiter (0, 0, 0, 1, 9, 0xF0) bring out what is left, a picture each,
     /// until one brings none.
     /// @param InBuf, iInLen  The access unit and its length in bytes. The software engine takes several of them, or
@@ -91,7 +94,8 @@ struct IVCodec {
     /// the
     ///                       call and tell a written picture by it.
     /// @return 1 when OutBuf was written: a picture, or on the software engine's first call a black one that stands in
-    ///         for it (the frame type is then left alone). 0 otherwise.
+    ///         for it (the frame type is then left alone). Also 1, with kFrameNone, when the NVIDIA or Intel engine has
+    ///         no picture to give. 0 otherwise.
     virtual int32_t Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType) = 0;
 
     /// Changes an encoder's rate, in kilobits a second, not 0. The software and AMD engines start a new stream with the

@@ -2,9 +2,10 @@
 #include "tools/common/files.h"
 #include "tools/common/json_text.h"
 #include "tools/common/progress.h"
-#include "tools/qvlx/qvlx.h"
+#include "tools/qvlx/engine.h"
 
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -19,37 +20,17 @@ class Session
 {
 public:
     Session(const Options& Set, FrameSize Size)
-        : m_Size(Size), m_Decoder(MakeCodec(100 + static_cast<uint32_t>(Set.Mode))), m_Out(Set.Out),
+        : m_Size(Size), m_Decoder(static_cast<uint32_t>(Set.Mode), Size), m_Out(Set.Out),
           m_bY4m(Set.Out.ends_with(".y4m")), m_Picture(Size.I420Bytes())
     {
-        if (!m_Decoder->InitDecoder(Size.Width, Size.Height)) throw CliError("the decoder refuses this size");
         if (m_bY4m)
             m_Out.Write("YUV4MPEG2 W" + std::to_string(Size.Width) + " H" + std::to_string(Size.Height) +
                         " F30:1 Ip A0:0 C420\n");
     }
 
-    /// Whether a picture came out.
-    bool Feed(std::span<const uint8_t> Unit)
+    void Run(const std::vector<std::span<const uint8_t>>& Units, Progress& Shown)
     {
-        constexpr int32_t kUnwritten = -2; // the picture that stands in for a missing first one leaves the type alone
-        int32_t Type = kUnwritten, Result;
-        {
-            const CpuTimer::Scope Timed(m_Timer);
-            Result = m_Decoder->Decode(Unit.data(), static_cast<int32_t>(Unit.size()), m_Picture.data(), &Type);
-        }
-        if (Type == kFrameFailed) throw CliError("the engine failed and must be replaced");
-        if (!Result || Type == kUnwritten) return false;
-        if (m_bY4m) m_Out.Write("FRAME\n");
-        m_Out.Write(m_Picture.data(), m_Picture.size());
-        ++m_Frames;
-        return true;
-    }
-
-    // A delimiter ends the picture in hand; each further one brings out a picture that waits for its turn.
-    void Finish()
-    {
-        static constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
-        while (Feed(kDelimiter)) {
+        while (!RunThrough(Units, Shown)) {
         }
         m_Out.Close();
     }
@@ -59,7 +40,7 @@ public:
         if (m_Frames < Entered && !Set.bQuiet)
             std::fprintf(stderr, "qvlx: %lld of %lld pictures came out\n", static_cast<long long>(m_Frames),
                          static_cast<long long>(Entered));
-        const std::string Engine = TagText(m_Decoder->GetBackendTag());
+        const std::string Engine = m_Decoder.Engine();
         const double Speed = PerSecond(m_Frames, m_Timer.Seconds());
         if (Set.bJson) {
             const JsonObject Json{{"engine", Engine},          {"width", m_Size.Width},
@@ -76,12 +57,47 @@ public:
     int64_t Frames() const { return m_Frames; }
 
 private:
+    // False when the engine was replaced on the way: the new one needs the stream from its beginning.
+    bool RunThrough(const std::vector<std::span<const uint8_t>>& Units, Progress& Shown)
+    {
+        m_AlreadyWritten = m_Frames;
+        for (const std::span<const uint8_t> Unit : Units) {
+            if (Feed(Unit) == Decoder::Outcome::Replaced) return false;
+            Shown.Show(m_Frames);
+        }
+        // A delimiter ends the picture in hand; each further one brings out a picture that waits for its turn.
+        static constexpr uint8_t kDelimiter[] = {0, 0, 0, 1, 9, 0xF0};
+        for (;;) {
+            const Decoder::Outcome Came = Feed(kDelimiter);
+            if (Came != Decoder::Outcome::Picture) return Came == Decoder::Outcome::Nothing;
+        }
+    }
+
+    Decoder::Outcome Feed(std::span<const uint8_t> Unit)
+    {
+        Decoder::Outcome Came;
+        {
+            const CpuTimer::Scope Timed(m_Timer);
+            Came = m_Decoder.Decode(Unit, m_Picture.data());
+        }
+        if (Came != Decoder::Outcome::Picture) return Came;
+        if (m_AlreadyWritten > 0) {
+            --m_AlreadyWritten;
+            return Came;
+        }
+        if (m_bY4m) m_Out.Write("FRAME\n");
+        m_Out.Write(m_Picture.data(), m_Picture.size());
+        ++m_Frames;
+        return Came;
+    }
+
     FrameSize m_Size;
-    Codec m_Decoder;
+    Decoder m_Decoder;
     OutputFile m_Out;
     bool m_bY4m;
     std::vector<uint8_t> m_Picture;
-    int64_t m_Frames = 0;
+    int64_t m_Frames = 0;         // written
+    int64_t m_AlreadyWritten = 0; // of those that come out next
     CpuTimer m_Timer;
 };
 
@@ -95,11 +111,7 @@ void Decode(const Options& Set)
 
     Session Running(Set, Size);
     Progress Shown("decoded", Set.bQuiet);
-    for (const std::span<const uint8_t> Unit : CutAccessUnits(Stream)) {
-        Running.Feed(Unit);
-        Shown.Show(Running.Frames());
-    }
-    Running.Finish();
+    Running.Run(CutAccessUnits(Stream), Shown);
     if (!Running.Frames()) throw CliError("no picture came out of " + Set.In);
     Running.Report(Set, CountFrames(Stream));
 }

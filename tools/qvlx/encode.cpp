@@ -2,7 +2,7 @@
 #include "tools/common/picture_reader.h"
 #include "tools/common/progress.h"
 #include "tools/common/psnr.h"
-#include "tools/qvlx/qvlx.h"
+#include "tools/qvlx/engine.h"
 
 #include <algorithm>
 #include <cmath>
@@ -124,9 +124,7 @@ void Encode(const Options& Set)
     const auto CodecFps = static_cast<int32_t>(std::lround(Fps));
     if (Fps <= 0) Fps = 30.0; // the encoder's own default
 
-    const Codec Encoder = MakeCodec(static_cast<uint32_t>(Set.Mode));
-    if (!Encoder->InitEncoder(Size.Width, Size.Height, CodecFps, Set.KeyInterval, Set.Kbps))
-        throw CliError("the encoder refuses this size or rate");
+    Encoder Coder(static_cast<uint32_t>(Set.Mode), {Size, CodecFps, Set.KeyInterval, Set.Kbps});
     OutputFile Out(Set.Out);
     std::unique_ptr<QualityMeter> pMeter;
     if (Set.bPsnr) pMeter = std::make_unique<QualityMeter>(Size);
@@ -135,12 +133,11 @@ void Encode(const Options& Set)
     Progress Shown("encoded", Set.bQuiet);
     std::vector<uint8_t> Picture, Unit(std::max<size_t>(Size.LumaBytes() * 3, 4096));
     while (Sum.Frames != Set.Frames && Reader.Next(Picture)) {
-        if (const auto Rate = Rates.find(Sum.Frames); Rate != Rates.end()) Encoder->SetBitrate(Rate->second);
+        if (const auto Rate = Rates.find(Sum.Frames); Rate != Rates.end()) Coder.SetBitrate(Rate->second);
         int32_t Length = 0, Type = kFrameNone;
         {
             const CpuTimer::Scope Timed(Sum.Timer);
-            if (!Encoder->Encode(Picture.data(), Unit.data(), &Length, Forced.count(Sum.Frames) ? 1 : 0, &Type))
-                throw CliError("picture " + std::to_string(Sum.Frames) + " could not be encoded");
+            Coder.Encode(Picture.data(), Unit.data(), Forced.count(Sum.Frames) != 0, Length, Type);
         }
         Out.Write(Unit.data(), static_cast<size_t>(Length));
         if (pMeter) pMeter->Add(Picture, Unit.data(), Length);
@@ -152,7 +149,7 @@ void Encode(const Options& Set)
     if (!Sum.Frames) throw CliError("no picture in " + Set.In);
     if (pMeter) pMeter->Finish();
     Out.Close();
-    Report(Set, Sum, TagText(Encoder->GetBackendTag()), Size, Fps, pMeter.get());
+    Report(Set, Sum, Coder.Engine(), Size, Fps, pMeter.get());
 }
 
 } // namespace
