@@ -34,6 +34,19 @@ void Put(void* pBase, size_t Offset, Value Written)
     __builtin_memcpy(static_cast<char*>(pBase) + Offset, &Written, sizeof Written);
 }
 
+/// An address that no other living thread has.
+inline const void* ThisThread()
+{
+#if defined(_WIN32)
+    const void* pBlock; // the thread's own, which holds its address
+    __asm__("movl %%fs:0x18, %0" : "=r"(pBlock));
+    return pBlock;
+#else
+    static thread_local const char s_Mark = 0;
+    return &s_Mark;
+#endif
+}
+
 /// A field of the trace, read from a structure.
 template <class Value>
 void Field(const char* pName, const void* pBase, size_t Offset)
