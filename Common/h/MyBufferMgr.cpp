@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #define QUILVEX_SOURCE "MyBufferMgr"
 
@@ -26,6 +27,8 @@ struct BlockTag {
 };
 constexpr size_t kAlignment = 16;
 constexpr size_t kSpare = sizeof(BlockTag) + kAlignment - 1;
+
+CMyBufferMgr g_MyBufferMgr;
 
 } // namespace
 
@@ -80,10 +83,11 @@ void CMyBufferMgr::FreeBuffer(uint8_t* pBuffer)
     ASSERT_OR_RETURN(pBuffer, );
     const WLockGuard Held(m_pLock.get());
     --m_InUse;
-    if (m_Idle.size() < m_MaxPooled)
-        m_Idle.push_back(Header::Of(pBuffer));
-    else
-        AlignedFree(Header::Of(pBuffer));
+    try {
+        if (m_Idle.size() < m_MaxPooled) return m_Idle.push_back(Header::Of(pBuffer));
+    } catch (const std::bad_alloc&) { // no room to remember it
+    }
+    AlignedFree(Header::Of(pBuffer));
 }
 
 void CMyBufferMgr::FreeAll()
@@ -93,3 +97,5 @@ void CMyBufferMgr::FreeAll()
     for (Header* const pBuffer : m_Idle) AlignedFree(pBuffer);
     m_Idle.clear();
 }
+
+CMyBufferMgr& GetMyBufferMgr() { return g_MyBufferMgr; }

@@ -26,7 +26,8 @@ public:
     /// The buffer idle for longest, made larger when it does not hold Size bytes, or a new one. Null, with a line in
     /// the log, when memory is exhausted. The caller gives it back with FreeBuffer().
     uint8_t* GetBuffer(uint32_t Size);
-    /// Keeps the buffer for the next GetBuffer(), or frees it when ten are idle. Null writes a line in the log.
+    /// Keeps the buffer for the next GetBuffer(), or frees it when ten are idle or memory is exhausted. Null writes a
+    /// line in the log.
     void FreeBuffer(uint8_t* pBuffer);
     /// Frees every idle buffer and forgets how many are in use.
     void FreeAll();
@@ -43,3 +44,6 @@ private:
     std::deque<Header*> m_Idle;           // oldest at the front
     std::atomic<int32_t> m_InUse{0};
 };
+
+/// The pool of the process, for the intermediate pictures of its engines.
+CMyBufferMgr& GetMyBufferMgr();
