@@ -1,5 +1,7 @@
 #include "front/engines.h"
 
+#include "AMF/VCodecH264AMD.h"
+#include "AMF/common/AMFFactoryHelper.h"
 #include "front/VCodec_H264.h"
 #include "front/adapters.h"
 #include "platform/clock.h"
@@ -10,7 +12,7 @@
 
 namespace {
 
-// The software codec is the only engine of this build: the trials of all others refuse.
+// The software codec and the AMD engine; the trials of all others refuse.
 class BuiltInEngines : public IEngines
 {
 public:
@@ -29,18 +31,15 @@ public:
 
     bool TryNvidiaDecoder(int32_t, int32_t) override { return false; }
     bool TryNvidiaEncoder(int32_t, int32_t, int32_t, int32_t, int32_t) override { return false; }
-    bool IsSupportH264hw_0() override { return false; }
+    bool IsSupportH264hw_0() override { return CVCodecH264AMD::IsSupportH264hw_0(); }
     int32_t QueryIntelSession(int32_t) override { return 0; }
-    int32_t AmdInit() override { return kNoRunTime; }
-    int32_t AmdTerminate() override { return kNoRunTime; }
+    int32_t AmdInit() override { return g_AMFFactory.Init(); }
+    int32_t AmdTerminate() override { return g_AMFFactory.Terminate(); }
 
     IVCodec* NewNvidia(int32_t) override { return nullptr; }
-    IVCodec* NewAmd() override { return nullptr; }
+    IVCodec* NewAmd() override { return new (std::nothrow) CVCodecH264AMD; }
     IVCodec* NewIntel(int32_t) override { return nullptr; }
     IVCodec* NewSoftware() override { return new (std::nothrow) CVCodec_H264; }
-
-private:
-    static constexpr int32_t kNoRunTime = 1; // a general failure in the run time's own numbering
 };
 
 IEngines* g_pReplacement = nullptr;
