@@ -2,12 +2,14 @@
 #include "tests/support/drivers/driver_libraries.h"
 #include "tests/support/drivers/driver_script.h"
 #include "tests/support/drivers/stand_in_codec.h"
+#include "tests/support/failing_allocation.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -87,6 +89,30 @@ TEST(DriverControl, AScriptForgetsAtItsEnd)
     EXPECT_EQ(DriverEnter("open", &Status), 1);
     EXPECT_EQ(Fresh.Live(), 0);
     EXPECT_THAT(Fresh.Misuses(), IsEmpty());
+}
+
+TEST(DriverControl, WhatSubstitutesTakeIsLeftOutOfACount)
+{
+    DriverScript Script;
+    DriverVisits(FailingAllocation::Suspend, FailingAllocation::Resume);
+    {
+        const FailingAllocation Fail(1, FailingAllocation::After::Fail);
+        int64_t Status;
+        DriverEnter("an operation whose name needs memory of its own", &Status);
+        DriverField("a field whose name needs memory of its own", 1);
+        DriverText("text", "a text that needs memory of its own");
+        void* const pHandle = DriverOpen("a kind whose name needs memory of its own", 100);
+        DriverClose("a kind whose name needs memory of its own", pHandle);
+        DriverMisuse("a misuse whose text needs memory of its own");
+        void* const pEncoder = StandInEncoderOpen(64, 48, 15, 100);
+        EXPECT_NE(pEncoder, nullptr);
+        StandInEncoderClose(pEncoder);
+        EXPECT_EQ(FailingAllocation::Requests(), 0u);
+        delete new (std::nothrow) std::vector<int>; // and counts again
+        EXPECT_EQ(FailingAllocation::Requests(), 1u);
+    }
+    DriverVisits(nullptr, nullptr);
+    EXPECT_EQ(Script.Trace().size(), 1u);
 }
 
 TEST(StandInCodec, GivesBackThePicturesThatItCoded)

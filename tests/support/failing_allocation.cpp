@@ -99,6 +99,14 @@ ptrdiff_t FailingAllocation::BytesHeld() { return Own() ? Own()->Bytes : 0; }
 ptrdiff_t FailingAllocation::MostBytesHeld() { return Own() ? Own()->MostBytes : 0; }
 bool FailingAllocation::Failed() const { return Own()->bFailed; }
 
+void* FailingAllocation::Suspend()
+{
+    void* const pSuspended = test_heap::ThreadValue();
+    test_heap::SetThreadValue(nullptr);
+    return pSuspended;
+}
+void FailingAllocation::Resume(void* pSuspended) { test_heap::SetThreadValue(pSuspended); }
+
 // What --wrap makes of the calls in the program and its static libraries.
 extern "C" {
 void* __wrap_malloc(size_t Size);

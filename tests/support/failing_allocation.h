@@ -31,4 +31,9 @@ public:
     static ptrdiff_t MostBytesHeld();
     /// Whether a request has failed.
     bool Failed() const;
+
+    /// Takes the watch off this thread and puts it back: for the work of others, such as a substitute of a driver, in
+    /// the midst of what is watched.
+    static void* Suspend();
+    static void Resume(void* pSuspended);
 };

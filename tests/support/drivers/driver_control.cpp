@@ -1,6 +1,7 @@
 #include "tests/support/drivers/driver_control.h"
 
 #include "tests/support/drivers/driver_faults.h"
+#include "tests/support/drivers/driver_visit.h"
 
 #include <algorithm>
 #include <chrono>
@@ -12,6 +13,9 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+void* (*DriverVisit::s_pEnter)() = nullptr;
+void (*DriverVisit::s_pLeave)(void*) = nullptr;
 
 namespace {
 
@@ -30,7 +34,7 @@ struct Handle {
 };
 
 struct Control {
-    std::recursive_mutex Lock; // guards all below
+    std::recursive_mutex Lock; // guards all below; to be taken in a visit
     std::vector<Rule> Rules;
     std::map<std::string, std::deque<int64_t>> Settings;
     std::map<std::string, int32_t> Calls;
@@ -80,9 +84,10 @@ size_t Copy(const std::string& Text, char* pText, size_t Size)
 
 int32_t DriverEnter(const char* pOperation, int64_t* pStatus)
 {
-    Control& c = The();
     int32_t Action;
     {
+        const DriverVisit Visit;
+        Control& c = The();
         const std::lock_guard Held(c.Lock);
         BeginLine(c, pOperation);
         const Rule* const pRule = Find(c, pOperation, ++c.Calls[pOperation]);
@@ -96,12 +101,18 @@ int32_t DriverEnter(const char* pOperation, int64_t* pStatus)
 
 void DriverField(const char* pName, int64_t Value)
 {
+    const DriverVisit Visit;
     AddToLine(std::string(" ") + pName + "=" + std::to_string(Value));
 }
-void DriverText(const char* pName, const char* pValue) { AddToLine(std::string(" ") + pName + "=" + pValue); }
+void DriverText(const char* pName, const char* pValue)
+{
+    const DriverVisit Visit;
+    AddToLine(std::string(" ") + pName + "=" + pValue);
+}
 
 int64_t DriverSetting(const char* pName, int64_t Default)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     const auto Found = c.Settings.find(pName);
@@ -113,6 +124,7 @@ int64_t DriverSetting(const char* pName, int64_t Default)
 
 void* DriverOpen(const char* pKind, size_t Bytes)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     Handle New{pKind, std::make_unique<uint8_t[]>(Bytes + 1), Bytes, true};
@@ -123,6 +135,7 @@ void* DriverOpen(const char* pKind, size_t Bytes)
 
 int32_t DriverUse(const char* pKind, const void* pHandle)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     const auto Found = c.Handles.find(pHandle);
@@ -134,6 +147,7 @@ int32_t DriverUse(const char* pKind, const void* pHandle)
 
 int32_t DriverClose(const char* pKind, void* pHandle)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     if (!DriverUse(pKind, pHandle)) return 0;
@@ -146,6 +160,7 @@ int32_t DriverClose(const char* pKind, void* pHandle)
 
 void DriverMisuse(const char* pText)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     c.Misuses += std::string(pText) + "\n";
@@ -153,6 +168,7 @@ void DriverMisuse(const char* pText)
 
 void DriverReset(void)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     c.Rules.clear();
@@ -167,6 +183,7 @@ void DriverReset(void)
 
 void DriverScriptCall(const char* pOperation, int32_t Call, int32_t Action, int64_t Status)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     c.Rules.push_back({pOperation, Call, Action, Status});
@@ -174,6 +191,7 @@ void DriverScriptCall(const char* pOperation, int32_t Call, int32_t Action, int6
 
 void DriverSet(const char* pName, const int64_t* pValues, int32_t Count)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     c.Settings[pName].assign(pValues, pValues + Count);
@@ -181,6 +199,7 @@ void DriverSet(const char* pName, const int64_t* pValues, int32_t Count)
 
 int32_t DriverCalls(const char* pOperation)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     return c.Calls[pOperation];
@@ -188,6 +207,7 @@ int32_t DriverCalls(const char* pOperation)
 
 int32_t DriverLive(const char* pKind)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     return static_cast<int32_t>(std::count_if(c.Handles.begin(), c.Handles.end(), [&](const auto& Entry) {
@@ -197,6 +217,7 @@ int32_t DriverLive(const char* pKind)
 
 size_t DriverTrace(char* pText, size_t Size)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     std::string Text;
@@ -206,6 +227,7 @@ size_t DriverTrace(char* pText, size_t Size)
 
 size_t DriverMisuses(char* pText, size_t Size)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     return Copy(c.Misuses, pText, Size);
@@ -213,7 +235,14 @@ size_t DriverMisuses(char* pText, size_t Size)
 
 void DriverKeepTrace(int32_t bKeep)
 {
+    const DriverVisit Visit;
     Control& c = The();
     const std::lock_guard Held(c.Lock);
     c.bKeepTrace = bKeep != 0;
+}
+
+void DriverVisits(void* (*pEnter)(void), void (*pLeave)(void* pEntered))
+{
+    DriverVisit::s_pEnter = pEnter;
+    DriverVisit::s_pLeave = pLeave;
 }

@@ -65,6 +65,9 @@ DRIVER_CONTROL size_t DriverTrace(char* pText, size_t Size);
 DRIVER_CONTROL size_t DriverMisuses(char* pText, size_t Size);
 /* Without a trace, for runs of many thousand calls. */
 DRIVER_CONTROL void DriverKeepTrace(int32_t bKeep);
+/* Calls pEnter at the start of whatever a thread does in here, and pLeave with its answer at the end: a test that
+ * counts memory leaves out what the substitutes take. Null for neither. */
+DRIVER_CONTROL void DriverVisits(void* (*pEnter)(void), void (*pLeave)(void* pEntered));
 
 #if defined(__cplusplus)
 }

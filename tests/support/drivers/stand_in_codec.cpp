@@ -5,6 +5,7 @@
 #include "decoder/stream/nal_splitter.h"
 #include "decoder/stream/seq_info.h"
 #include "front/VCodec_H264.h"
+#include "tests/support/drivers/driver_visit.h"
 #include "tools/h264_decode/stream_decoder.h"
 
 #include <libyuv.h>
@@ -124,6 +125,7 @@ Decoder* AsDecoder(void* p) { return static_cast<Decoder*>(p); }
 
 void* StandInEncoderOpen(int32_t Width, int32_t Height, int32_t FramesPerSecond, int32_t Kbps)
 try {
+    const DriverVisit Visit;
     auto pNew = std::make_unique<Encoder>();
     pNew->Width = Width;
     pNew->Height = Height;
@@ -139,6 +141,7 @@ try {
 int32_t StandInEncoderPut(void* pEncoder, const uint8_t* pY, int32_t PitchY, const uint8_t* pUV, int32_t PitchUV,
                           int32_t bKey, uint8_t* pOut, int32_t Room, int32_t* pFrameType)
 {
+    const DriverVisit Visit;
     Encoder& e = *AsEncoder(pEncoder);
     uint8_t* const pLuma = e.Picture.data();
     uint8_t* const pCb = pLuma + static_cast<size_t>(e.Width) * static_cast<size_t>(e.Height);
@@ -150,10 +153,15 @@ int32_t StandInEncoderPut(void* pEncoder, const uint8_t* pY, int32_t PitchY, con
     return Length;
 }
 
-void StandInEncoderClose(void* pEncoder) { delete AsEncoder(pEncoder); }
+void StandInEncoderClose(void* pEncoder)
+{
+    const DriverVisit Visit;
+    delete AsEncoder(pEncoder);
+}
 
 void* StandInDecoderOpen(void)
 try {
+    const DriverVisit Visit;
     return new Decoder;
 } catch (...) {
     return nullptr;
@@ -161,6 +169,7 @@ try {
 
 int32_t StandInDecoderPut(void* pDecoder, const uint8_t* pBytes, int32_t Size, int32_t bEnds)
 try {
+    const DriverVisit Visit;
     Decoder& d = *AsDecoder(pDecoder);
     const std::span Bytes(pBytes, static_cast<size_t>(Size));
     d.Format.Read(Bytes.data(), Bytes.size());
@@ -173,6 +182,7 @@ try {
 
 int32_t StandInDecoderFormat(void* pDecoder, StandInFormat* pFormat)
 {
+    const DriverVisit Visit;
     const Decoder& d = *AsDecoder(pDecoder);
     if (d.Format.m_Format) *pFormat = *d.Format.m_Format;
     return d.Format.m_Format.has_value();
@@ -180,6 +190,7 @@ int32_t StandInDecoderFormat(void* pDecoder, StandInFormat* pFormat)
 
 int32_t StandInDecoderNext(void* pDecoder, StandInPicture* pPicture)
 {
+    const DriverVisit Visit;
     Decoder& d = *AsDecoder(pDecoder);
     d.Given.reset();
     if (d.Ready.empty()) return 0;
@@ -190,4 +201,8 @@ int32_t StandInDecoderNext(void* pDecoder, StandInPicture* pPicture)
     return 1;
 }
 
-void StandInDecoderClose(void* pDecoder) { delete AsDecoder(pDecoder); }
+void StandInDecoderClose(void* pDecoder)
+{
+    const DriverVisit Visit;
+    delete AsDecoder(pDecoder);
+}
