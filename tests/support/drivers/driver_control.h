@@ -1,7 +1,9 @@
 /* What every substitute of a driver shares: the script that tells it how to behave, the trace of what it was asked, and
  * the ledger of what it has handed out. Plain C, so that a substitute built by another compiler uses it too.
  *
- * Safe from any thread. A test drives it through tests/support/drivers/driver_script.h. */
+ * Safe from any thread. A test drives it through tests/support/drivers/driver_script.h; a program that no test holds
+ * takes a script from its environment: QUILVEX_DRIVER_SCRIPT="operation call action status; ...", with the numbers of
+ * DriverAction. */
 #pragma once
 
 #include <stddef.h>
