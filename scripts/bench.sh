@@ -31,8 +31,10 @@ fi
 if [ "${1:-}" = --32bit ]; then
     scripts/install_packages.sh test windows
     scripts/windows_libraries.sh
-    scripts/i386_root.sh g++ cmake ninja-build pkg-config valgrind libyuv-dev libsimpleini-dev libcli11-dev nlohmann-json3-dev \
-        libpng-dev libgcrypt20-dev libbenchmark-dev
+    scripts/i386_root.sh g++ cmake ninja-build pkg-config valgrind libyuv-dev libsimpleini-dev libffmpeg-nvenc-dev \
+        libpciaccess-dev libcli11-dev nlohmann-json3-dev libpng-dev libgcrypt20-dev libbenchmark-dev
+    mkdir -p build/i386-headers # of a package that there is not for it
+    cp -r /usr/include/mfx build/i386-headers/
     { ninja -C build/release codec_bench camera_scene qvlx && scripts/i386_run.sh cmake --preset linux32 &&
         scripts/i386_run.sh ninja -C build/linux32 codec_bench qvlx && cmake --preset windows &&
         ninja -C build/windows quilvex load_time; } >>build/bench.log 2>&1 || { tail -n 40 build/bench.log >&2; exit 1; }
