@@ -133,8 +133,12 @@ public:
         m_Told = All.size();
         return New;
     }
-    /// The number of driver objects in all that are still held.
-    int32_t Live() const { return m_Script.Live(); }
+    /// Forgets the script, the trace and what a fault has left in the ledger.
+    void Renew()
+    {
+        DriverReset();
+        m_Told = 0;
+    }
 
     DriverScript m_Script;
     DriverLibraries m_Libraries{platform::kAmfLibrary};
@@ -151,7 +155,7 @@ protected:
     void SetUp() override { m_Machine.News(); }
     void TearDown() override
     {
-        EXPECT_EQ(m_Machine.Live(), 0);
+        EXPECT_EQ(Script().Live(), 0);
         EXPECT_THAT(Script().Misuses(), testing::IsEmpty());
         EXPECT_EQ(GetMyBufferMgr().InUse(), 0);
     }
