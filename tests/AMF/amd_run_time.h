@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -107,6 +108,23 @@ private:
     }
     static inline std::atomic<uint32_t> s_Count, s_Milliseconds;
 };
+
+/// How many driver objects of a kind are held while a body sleeps for the first time.
+inline int32_t HeldAsleep(const char* pKind, const std::function<void()>& Run)
+{
+    static const char* s_pKind;
+    static int32_t s_Held;
+    static constexpr platform::ClockOperations s_Clock{[] { return uint32_t{0}; },
+                                                       [](uint32_t) {
+                                                           if (s_Held < 0) s_Held = DriverLive(s_pKind);
+                                                       }};
+    s_pKind = pKind;
+    s_Held = -1;
+    platform::SetClock(&s_Clock);
+    Run();
+    platform::SetClock(nullptr);
+    return s_Held;
+}
 
 /// A machine with the run time's library. At the end nothing is left of it, and nothing was misused.
 class Machine

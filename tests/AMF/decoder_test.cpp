@@ -217,6 +217,14 @@ TEST_F(AmdDecoder, AFullInputAndNoDataYetAreWaitedFor)
     EXPECT_EQ(Sleeps.Milliseconds(), 9u);
 }
 
+TEST_F(AmdDecoder, TheInputIsDroppedBeforeTheDrain)
+{
+    const auto pCodec = NewCodec();
+    EXPECT_TRUE(InitDecoder(*pCodec));
+    Script().Answer("Component.Drain", 25, 1);
+    EXPECT_EQ(HeldAsleep("buffer", [&] { EXPECT_EQ(Decode(*pCodec, KeyUnit()).Result, 1); }), 0);
+}
+
 TEST_F(AmdDecoder, TheLastOfTwoPicturesDecides)
 {
     const auto pCodec = NewCodec();

@@ -260,6 +260,7 @@ TEST_F(AmdEncoder, AnIntervalOfZeroIsADivisionByZero)
     EXPECT_FALSE(
         platform::Guarded([&] { pCodec->Encode(In.data(), Out.Room.data(), &Out.Length, 1, &Out.Type); }, Code));
     EXPECT_EQ(Code, platform::kFaultArithmetic);
+    EXPECT_EQ(Out.Length, 0); // set before the transaction
     EXPECT_THAT(News().back(), StartsWith("Surface.SetProperty name=PictureStructure"));
     EXPECT_EQ(Script().Live("surface"), 1); // went with the fault
     EXPECT_EQ(Script().Live("plane"), 2);
@@ -295,6 +296,16 @@ TEST_F(AmdEncoder, AFullInputIsSubmittedAgainAfterAMillisecond)
     EXPECT_EQ(Script().Calls("Component.Drain"), 6);
     EXPECT_EQ(Sleeps.Count(), 12u);
     EXPECT_EQ(Sleeps.Milliseconds(), 12u);
+}
+
+TEST_F(AmdEncoder, TheSurfaceIsDroppedBeforeTheDrain)
+{
+    const auto pCodec = NewCodec();
+    EXPECT_TRUE(InitEncoder(*pCodec));
+    Script().Answer("Component.Drain", 25, 1);
+    EXPECT_EQ(HeldAsleep("surface", [&] { EXPECT_EQ(Encode(*pCodec, Picture(0)).Result, 1); }), 0);
+    Script().Answer("Component.SubmitInput", 25, 2);
+    EXPECT_EQ(HeldAsleep("surface", [&] { EXPECT_EQ(Encode(*pCodec, Picture(0)).Result, 1); }), 1);
 }
 
 TEST_F(AmdEncoder, NoDataYetIsAskedForAgainAfterAMillisecond)

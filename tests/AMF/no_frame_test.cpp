@@ -185,6 +185,7 @@ TEST_F(AmdNullRecord, AnEncodersOutputThatIsNoBufferFaults)
 {
     for (const Failure& f : {Failure{"Data.QueryInterface", 8}, Failure{"Data.QueryInterface", 0},
                              Failure{"Buffer.GetNative", 0}, Failure{"Context.CreateSurfaceFromHostNative", 0}}) {
+        m_Machine.Renew(); // what the fault before held is lost
         const auto pCodec = NewCodec();
         EXPECT_TRUE(InitEncoder(*pCodec));
         Script().Answer(f.pOperation, f.Status);
@@ -205,6 +206,7 @@ TEST_F(AmdNullRecord, ADecodersOutputThatIsNoSurfaceFaultsWhenItsTypeIsAsked)
         return Encode(*pCodec, Picture(0)).Stream();
     }();
     for (const Failure& f : {Failure{"Data.QueryInterface", 8}, Failure{"Plane.GetNative", 0}}) {
+        m_Machine.Renew();
         const auto pCodec = NewCodec();
         EXPECT_TRUE(InitDecoder(*pCodec));
         Script().Answer(f.pOperation, f.Status);
@@ -214,6 +216,7 @@ TEST_F(AmdNullRecord, ADecodersOutputThatIsNoSurfaceFaultsWhenItsTypeIsAsked)
             platform::kFaultAccess)
             << f.pOperation;
         EXPECT_TRUE(Out.IsUntouched());
+        EXPECT_EQ(Script().Operations().back(), f.pOperation);
     }
     m_Machine.Renew();
 }
@@ -221,6 +224,7 @@ TEST_F(AmdNullRecord, ADecodersOutputThatIsNoSurfaceFaultsWhenItsTypeIsAsked)
 TEST_F(AmdNullRecord, SuccessWithoutAnObjectFaultsAtItsUse)
 {
     for (const char* const pOperation : {"Factory.CreateContext", "Factory.CreateComponent"}) {
+        m_Machine.Renew();
         const auto pCodec = NewCodec();
         Script().Answer(pOperation, 0);
         EXPECT_EQ(CodeOf([&] { InitEncoder(*pCodec); }), platform::kFaultAccess) << pOperation;
