@@ -50,6 +50,7 @@ endif()
 if(QUILVEX_SANITIZE)
     add_compile_options(-fsanitize=${QUILVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${QUILVEX_SANITIZE})
+    set(QUILVEX_FOREIGN_OBJECTS -fno-sanitize=vptr) # for callers of a driver's objects, which tell no sanitizer their types
 endif()
 if(QUILVEX_TRACE)
     add_compile_definitions(QUILVEX_TRACE)
