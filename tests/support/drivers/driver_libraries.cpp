@@ -47,6 +47,12 @@ void DriverLibraries::Lack(const std::string& Name)
     m_Lacking.insert(Name);
 }
 
+void DriverLibraries::Have(const std::string& Name)
+{
+    const std::lock_guard Held(m_Lock);
+    m_Lacking.erase(Name);
+}
+
 int DriverLibraries::Held(const std::string& Library) const
 {
     const std::lock_guard Locked(m_Lock);

@@ -22,6 +22,8 @@ public:
     void Remove(const std::string& Library);
     /// Leaves a name out of whatever library is asked for it.
     void Lack(const std::string& Name);
+    /// Puts it back.
+    void Have(const std::string& Name);
 
     /// How often a library was opened and not closed again.
     int Held(const std::string& Library) const;
