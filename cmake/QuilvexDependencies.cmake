@@ -10,6 +10,10 @@ find_path(MFX_INCLUDE_DIR mfx/mfxvideo++.h REQUIRED)
 target_include_directories(quilvex_objects SYSTEM PRIVATE ${FFNVCODEC_INCLUDE_DIR} ${MFX_INCLUDE_DIR})
 
 set(QUILVEX_LINK_LIBRARIES ${LIBYUV_LIBRARY})
+find_library(MFX_LIBRARY mfx) # its dispatcher, which not every system has
+if(MFX_LIBRARY)
+    list(APPEND QUILVEX_LINK_LIBRARIES ${MFX_LIBRARY})
+endif()
 if(WIN32)
     list(APPEND QUILVEX_LINK_LIBRARIES ole32 oleaut32) # the list of display adapters
 else()

@@ -4,6 +4,8 @@
 #include "AMF/common/AMFFactoryHelper.h"
 #include "front/VCodec_H264.h"
 #include "front/adapters.h"
+#include "intel/VCodecH264hw.h"
+#include "intel/mfx_session.h"
 #include "platform/clock.h"
 #include "platform/system_info.h"
 
@@ -12,7 +14,7 @@
 
 namespace {
 
-// The software codec and the AMD engine; the trials of all others refuse.
+// The software codec, the AMD engine and the Intel engine; the trials of the others refuse.
 class BuiltInEngines : public IEngines
 {
 public:
@@ -32,13 +34,13 @@ public:
     bool TryNvidiaDecoder(int32_t, int32_t) override { return false; }
     bool TryNvidiaEncoder(int32_t, int32_t, int32_t, int32_t, int32_t) override { return false; }
     bool IsSupportH264hw_0() override { return CVCodecH264AMD::IsSupportH264hw_0(); }
-    int32_t QueryIntelSession(int32_t) override { return 0; }
+    int32_t QueryIntelSession(int32_t Implementation) override { return QueryMfxSession(Implementation); }
     int32_t AmdInit() override { return g_AMFFactory.Init(); }
     int32_t AmdTerminate() override { return g_AMFFactory.Terminate(); }
 
     IVCodec* NewNvidia(int32_t) override { return nullptr; }
     IVCodec* NewAmd() override { return new (std::nothrow) CVCodecH264AMD; }
-    IVCodec* NewIntel(int32_t) override { return nullptr; }
+    IVCodec* NewIntel(int32_t Argument) override { return new (std::nothrow) CVCodecH264hw(Argument); }
     IVCodec* NewSoftware() override { return new (std::nothrow) CVCodec_H264; }
 };
 

@@ -1,0 +1,210 @@
+// What the tests of the Intel engine share: the engine on substitutes, its log and its console, pictures and streams.
+#pragma once
+
+#include "front/selection.h"
+#include "intel/VCodecH264hw.h"
+#include "platform/clock.h"
+#include "platform/driver_names.h"
+#include "platform/shared_library.h"
+#include "tests/support/drivers/driver_libraries.h"
+#include "tests/support/drivers/driver_script.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/recording_log.h"
+#include "tools/common/camera_scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace intel_test {
+
+using Bytes = std::vector<uint8_t>;
+
+inline constexpr FrameSize kSize{96, 64};
+
+inline const Bytes& Picture(int Index, FrameSize Size = kSize)
+{
+    static std::map<std::pair<int32_t, int>, Bytes> s_Pictures;
+    Bytes& Kept = s_Pictures[{Size.Width, Index}];
+    if (Kept.empty()) CameraScene(Size, 15).Render(Index, Kept);
+    return Kept;
+}
+
+/// The engine, released at the end.
+class Engine
+{
+public:
+    explicit Engine(int32_t Kind = 1) : m_pCodec(new CVCodecH264hw(Kind)) {}
+    ~Engine() { Release(); }
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    CVCodecH264hw* operator->() const { return m_pCodec; }
+    CVCodecH264hw& operator*() const { return *m_pCodec; }
+    void Release()
+    {
+        if (m_pCodec) m_pCodec->Release();
+        m_pCodec = nullptr;
+    }
+
+private:
+    CVCodecH264hw* m_pCodec;
+};
+
+/// What a call of Encode gave; its buffer is as large as the client's has to be, and no larger.
+struct Coded {
+    int32_t Result = -7, Length = -7, Type = -7;
+    Bytes Room;
+    Bytes Unit() const { return {Room.begin(), Room.begin() + Length}; }
+};
+inline Coded Encode(CVCodecH264hw& Codec, int Index, FrameSize Size = kSize, int32_t bForceKey = 0)
+{
+    Coded c;
+    c.Room.assign(Size.LumaBytes() * 3, 0xEE);
+    c.Result = Codec.Encode(Picture(Index, Size).data(), c.Room.data(), &c.Length, bForceKey, &c.Type);
+    return c;
+}
+
+/// What a call of Decode gave.
+struct Shown {
+    int32_t Result = -7, Type = -7;
+    Bytes Picture;
+};
+inline Shown Decode(CVCodecH264hw& Codec, const Bytes& Unit, FrameSize Size = kSize)
+{
+    Shown s;
+    s.Picture.assign(Size.I420Bytes(), 0xEE);
+    s.Result = Codec.Decode(Unit.data(), static_cast<int32_t>(Unit.size()), s.Picture.data(), &s.Type);
+    return s;
+}
+
+/// A clock whose time passes by sleeping alone.
+class TurnedClock
+{
+public:
+    TurnedClock()
+    {
+        s_Slept.clear();
+        s_Total = 0;
+        platform::SetClock(&kOperations);
+    }
+    ~TurnedClock() { platform::SetClock(nullptr); }
+    TurnedClock(const TurnedClock&) = delete;
+    TurnedClock& operator=(const TurnedClock&) = delete;
+
+    /// Milliseconds, how often.
+    std::map<uint32_t, uint32_t> Slept() const { return s_Slept; }
+    uint64_t Total() const { return s_Total; }
+
+private:
+    static uint32_t Tick() { return static_cast<uint32_t>(s_Total); }
+    static void Sleep(uint32_t Milliseconds)
+    {
+        ++s_Slept[Milliseconds];
+        s_Total += Milliseconds;
+    }
+    static constexpr platform::ClockOperations kOperations{Tick, Sleep};
+    static inline std::map<uint32_t, uint32_t> s_Slept;
+    static inline uint64_t s_Total = 0;
+};
+
+/// While it lives, a FailingAllocation looks at the library alone and not at what the substitutes, and the loader in front
+/// of them, take for themselves.
+class HeapWatch
+{
+public:
+    HeapWatch()
+    {
+        s_pLibraries = &platform::Libraries();
+        platform::SetLibraries(&kOperations);
+        DriverVisits(FailingAllocation::Suspend, FailingAllocation::Resume);
+    }
+    ~HeapWatch()
+    {
+        DriverVisits(nullptr, nullptr);
+        platform::SetLibraries(s_pLibraries);
+    }
+    HeapWatch(const HeapWatch&) = delete;
+    HeapWatch& operator=(const HeapWatch&) = delete;
+
+private:
+    struct Visit {
+        void* const pSuspended = FailingAllocation::Suspend();
+        ~Visit() { FailingAllocation::Resume(pSuspended); }
+    };
+    static void* Open(const char* pName)
+    {
+        const Visit Unwatched;
+        return s_pLibraries->Open(pName);
+    }
+    static void* Symbol(void* pLibrary, const char* pName)
+    {
+        const Visit Unwatched;
+        return s_pLibraries->Symbol(pLibrary, pName);
+    }
+    static void Close(void* pLibrary)
+    {
+        const Visit Unwatched;
+        s_pLibraries->Close(pLibrary);
+    }
+    static constexpr platform::LibraryOperations kOperations{Open, Symbol, Close};
+    static inline const platform::LibraryOperations* s_pLibraries = nullptr;
+};
+
+/// A host log that keeps nothing, and so takes no memory.
+class SilentLog : public IHostLog
+{
+public:
+    SilentLog() : m_pBefore(SetHostLog(this)) {}
+    ~SilentLog() override { SetHostLog(m_pBefore); }
+    void Write(int32_t, const char*) override {}
+    std::string UserDataPath(const std::string&) override { return {}; }
+
+private:
+    IHostLog* m_pBefore;
+};
+
+class IntelEngine : public testing::Test
+{
+protected:
+    IntelEngine() { ResetSelectionState(); }
+    ~IntelEngine() override
+    {
+        EXPECT_THAT(m_Script.Misuses(), testing::IsEmpty());
+        ResetSelectionState();
+    }
+
+    /// The reports that an action writes on standard output, as "SOURCE number".
+    template <class Action>
+    std::vector<std::string> Reports(Action&& Run)
+    {
+        testing::internal::CaptureStdout();
+        Run();
+        std::string Text = testing::internal::GetCapturedStdout();
+        static const std::regex s_Form("^\nReturn on error: error code (-?[0-9]+),\t([A-Za-z0-9]+)\t[0-9]+\n\n");
+        std::vector<std::string> Found;
+        for (std::smatch m; std::regex_search(Text, m, s_Form); Text = m.suffix())
+            Found.push_back(m.str(2) + " " + m.str(1));
+        EXPECT_EQ(Text, ""); // and nothing else
+        return Found;
+    }
+    /// Levels and texts without the lines that hold an address.
+    std::vector<LogLine> Lines() const
+    {
+        std::vector<LogLine> Kept;
+        for (const LogLine& Line : m_Log.Lines())
+            if (Line.Text.find("this=") == std::string::npos) Kept.push_back(Line);
+        return Kept;
+    }
+
+    DriverScript m_Script;
+    DriverLibraries m_Libraries{platform::kMfxHardwareLibrary, platform::kMfxSoftwareLibrary};
+    RecordingLog m_Log;
+};
+
+} // namespace intel_test
