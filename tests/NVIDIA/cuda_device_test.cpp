@@ -14,7 +14,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::MatchesRegex;
+using testing::StartsWith;
 
 namespace {
 
@@ -148,9 +148,9 @@ TEST_F(CudaDevice, AFailingCallIsToldAndAnswered)
         EXPECT_EQ(Choose(), -1) << Case.pOperation;
         EXPECT_EQ(Status, 2);
         EXPECT_EQ(Script.Calls(Case.pOperation), Case.Call);
-        EXPECT_THAT(Err,
-                    MatchesRegex("checkCudaErrors\\(\\) Driver API error = 0002 \"CUDA_ERROR_OUT_OF_MEMORY\" from file "
-                                 "<cuda_device>, line [0-9]+.\n"));
+        EXPECT_THAT(Err, StartsWith("checkCudaErrors() Driver API error = 0002 \"CUDA_ERROR_OUT_OF_MEMORY\" from file "
+                                    "<cuda_device>, line "));
+        EXPECT_THAT(Err, testing::EndsWith(".\n"));
         EXPECT_EQ(Out, "");
     }
 }
