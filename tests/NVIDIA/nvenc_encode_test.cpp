@@ -135,15 +135,15 @@ TEST_F(NvencEncode, PointersAreAssertedInOrder)
 {
     Started();
     int32_t Length = -9, Type = -9;
-    Bytes Room(AccessUnitRoom(64, 48));
+    Bytes Unit = Room(Size);
     const uint8_t* const pIn = Picture(Size, 0).data();
     EXPECT_EQ(Encoder.Encode(nullptr, nullptr, nullptr, 0, &Type), 0);
     EXPECT_EQ(Encoder.Encode(pIn, nullptr, nullptr, 0, &Type), 0);
-    EXPECT_EQ(Encoder.Encode(pIn, Room.data(), nullptr, 0, &Type), 0);
+    EXPECT_EQ(Encoder.Encode(pIn, Unit.data(), nullptr, 0, &Type), 0);
     EXPECT_THAT(Logged(), ElementsAre(Assertion("H264nvEnc", "InBuf"), Assertion("H264nvEnc", "OutBuf"),
                                       Assertion("H264nvEnc", "pdwOutLen")));
     EXPECT_EQ(Type, -9);
-    EXPECT_EQ(Captured([&] { return Encoder.Encode(pIn, Room.data(), &Length, 0, nullptr); }), 1);
+    EXPECT_EQ(Captured([&] { return Encoder.Encode(pIn, Unit.data(), &Length, 0, nullptr); }), 1);
     EXPECT_GT(Length, 0);
 }
 
@@ -353,24 +353,24 @@ TEST_F(NvencEncode, PictureTypesBecomeTheClients)
 
 TEST_F(NvencEncode, AnOutputAsLongAsTheRoomIsTakenAndNoLongerOne)
 {
-    const auto Room = static_cast<int32_t>(AccessUnitRoom(64, 48));
-    for (const int64_t Size : {int64_t{Room} + 1, int64_t{0x200000}, int64_t{0x7FFFFFFF}, int64_t{0xFFFFFFFF}}) {
+    const auto Longest = static_cast<int32_t>(AccessUnitRoom(64, 48));
+    for (const int64_t Told : {int64_t{Longest} + 1, int64_t{0x200000}, int64_t{0x7FFFFFFF}, int64_t{0xFFFFFFFF}}) {
         DriverReset();
         Started();
-        Script.Set("nvenc.size", Size);
-        Bytes Unit(AccessUnitRoom(64, 48), 0x5A);
+        Script.Set("nvenc.size", Told);
+        Bytes Unit = Room(Size, 0x5A);
         int32_t Length = 7, Type = 7;
-        const auto Run = [&] { return Encoder.Encode(Picture(this->Size, 0).data(), Unit.data(), &Length, 0, &Type); };
+        const auto Run = [&] { return Encoder.Encode(Picture(Size, 0).data(), Unit.data(), &Length, 0, &Type); };
         EXPECT_EQ(Captured(Run), 0);
         EXPECT_EQ(Length, -1);
         EXPECT_EQ(Type, -1);
         EXPECT_EQ(Logged().back(), NeedsSwitch(14));
-        EXPECT_EQ(Unit, Bytes(AccessUnitRoom(64, 48), 0x5A));
+        EXPECT_EQ(Unit, Room(Size, 0x5A));
         EXPECT_EQ(Script.Calls("nvEncUnlockBitstream"), 2);
         EXPECT_EQ(Script.Calls("nvEncEncodePicture"), 3); // both ends too
         Log.Clear();
-        Script.Set("nvenc.size", Room);
-        EXPECT_EQ(Encode(0).Length, Room);
+        Script.Set("nvenc.size", Longest);
+        EXPECT_EQ(Encode(0).Length, Longest);
         Script.Set("nvenc.size", 0);
         EXPECT_EQ(Encode(1).Length, 0);
         Script.Set("nvenc.size", 3);
@@ -441,7 +441,7 @@ CHILD_BODY(EncodeWithoutAnEvent)
         Script.Set(Argument.c_str(), 0);
     CH264nvEnc Encoder(1);
     if (!Encoder.InitEncoder(64, 48, 15, 75, 500)) return 2;
-    Bytes Unit(AccessUnitRoom(64, 48));
+    Bytes Unit = Room({64, 48});
     int32_t Length;
     Encoder.Encode(Picture({64, 48}, 0).data(), Unit.data(), &Length, 0, nullptr);
     return 3;

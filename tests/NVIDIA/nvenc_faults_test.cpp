@@ -74,7 +74,7 @@ struct NvencFaults : NvencSession {
     int32_t RawInit() { return Encoder.InitEncoder(64, 48, kFps, kKeyInterval, kKbps); }
     void RawEncode()
     {
-        static Bytes s_Unit(AccessUnitRoom(64, 48));
+        static Bytes s_Unit = Room({64, 48});
         int32_t Length;
         Encoder.Encode(Picture(Size, 0).data(), s_Unit.data(), &Length, 0, nullptr);
     }

@@ -37,6 +37,12 @@ inline const Bytes& Picture(FrameSize Size, int Index)
     return All[static_cast<size_t>(Index)];
 }
 
+/// A client's room for an access unit.
+inline Bytes Room(FrameSize Size, uint8_t Fill = 0)
+{
+    return Bytes(static_cast<size_t>(AccessUnitRoom(Size.Width, Size.Height)), Fill);
+}
+
 /// What an Encode() gave.
 struct Answer {
     int32_t Result = -9, Length = -9, Type = -9;
@@ -58,7 +64,7 @@ struct NvencSession : testing::Test {
     Answer Encode(int Index, int32_t ForceKey = 0)
     {
         Answer a;
-        a.Unit.resize(AccessUnitRoom(Size.Width, Size.Height));
+        a.Unit = Room(Size);
         a.Result = Captured(
             [&] { return Encoder.Encode(Picture(Size, Index).data(), a.Unit.data(), &a.Length, ForceKey, &a.Type); });
         if (a.Length >= 0) a.Unit.resize(static_cast<size_t>(a.Length));
