@@ -46,6 +46,7 @@ bool RunAsChild(int& Status)
     const std::string Body = pBody;
     const char* const pArgument = std::getenv(kArgument);
     const std::string Argument = pArgument ? pArgument : "";
+    test_system::CrashQuietly();
     const auto Found = Bodies().find(Body);
     Status = Found == Bodies().end() ? 127 : Found->second(Argument);
     return true;

@@ -37,5 +37,7 @@ namespace test_system {
 /// Starts a program with its output in two files and waits; the system's part of RunChild().
 ChildResult RunProgram(const std::string& Program, const std::string& OutFile, const std::string& ErrFile,
                        uint32_t Milliseconds);
+/// In a child: a crash ends it at once, without the system's debugger, its message, or an image of the memory.
+void CrashQuietly();
 
 } // namespace test_system

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -60,6 +61,12 @@ ChildResult RunProgram(const std::string& Program, const std::string& OutFile, c
     Result.bCrashed = !Result.bTimedOut && WIFSIGNALED(Status);
     Result.Code = WIFSIGNALED(Status) ? WTERMSIG(Status) : WEXITSTATUS(Status);
     return Result;
+}
+
+void CrashQuietly()
+{
+    const rlimit None{};
+    setrlimit(RLIMIT_CORE, &None);
 }
 
 } // namespace test_system

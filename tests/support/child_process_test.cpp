@@ -1,5 +1,6 @@
 // Children of a test: what they end with and write, and the watchdog over those that do not end.
 #include "tests/support/child_process.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,12 @@ CHILD_BODY(SayAndEnd)
 }
 
 CHILD_BODY(GiveUp) { std::abort(); }
+
+CHILD_BODY(Crash)
+{
+    RaiseAccessFault();
+    return 0;
+}
 
 CHILD_BODY(NeverEnd)
 {
@@ -38,6 +45,13 @@ TEST(ChildProcess, ACrashIsTold)
 {
     const ChildResult Result = RunChild("GiveUp", "", 60000);
     EXPECT_TRUE(Result.bCrashed);
+    EXPECT_FALSE(Result.bTimedOut);
+}
+
+TEST(ChildProcess, AFaultIsTold)
+{
+    const ChildResult Result = RunChild("Crash", "", 60000);
+    EXPECT_NE(Result.Code, 0); // a sanitizer makes an exit of it
     EXPECT_FALSE(Result.bTimedOut);
 }
 

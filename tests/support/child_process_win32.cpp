@@ -33,6 +33,8 @@ HANDLE Start(const std::string& Program, HANDLE Out, HANDLE Err)
 
 constexpr DWORD kEnded = 0xFFFFFFFE;
 
+LONG WINAPI EndQuietly(EXCEPTION_POINTERS*) { return EXCEPTION_EXECUTE_HANDLER; }
+
 } // namespace
 
 ChildResult RunProgram(const std::string& Program, const std::string& OutFile, const std::string& ErrFile,
@@ -53,5 +55,7 @@ ChildResult RunProgram(const std::string& Program, const std::string& OutFile, c
     for (const HANDLE h : {Child, Out, Err}) CloseHandle(h);
     return Result;
 }
+
+void CrashQuietly() { SetUnhandledExceptionFilter(EndQuietly); }
 
 } // namespace test_system
