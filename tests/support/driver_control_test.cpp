@@ -76,6 +76,19 @@ TEST(DriverControl, TheLedgerKnowsWhatIsOpenAndWhatIsMisused)
     EXPECT_THAT(Script.Misuses(), ElementsAre("no surface", "closed context", "closed context"));
 }
 
+TEST(DriverControl, WhatIsCurrentIsAThreadsOwn)
+{
+    DriverScript Script;
+    int Context = 0;
+    EXPECT_EQ(DriverCurrent("context"), nullptr);
+    DriverSetCurrent("context", &Context);
+    EXPECT_EQ(DriverCurrent("context"), &Context);
+    EXPECT_EQ(DriverCurrent("surface"), nullptr);
+    std::thread([] { EXPECT_EQ(DriverCurrent("context"), nullptr); }).join();
+    DriverReset();
+    EXPECT_EQ(DriverCurrent("context"), nullptr);
+}
+
 TEST(DriverControl, AScriptForgetsAtItsEnd)
 {
     {

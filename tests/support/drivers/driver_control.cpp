@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 void* (*DriverVisit::s_pEnter)() = nullptr;
@@ -57,6 +58,7 @@ struct Control {
     std::vector<std::string> Trace;
     std::string Misuses;
     std::map<const void*, Handle> Handles;
+    std::map<std::pair<std::thread::id, std::string>, void*> Current;
     bool bKeepTrace = true;
 };
 
@@ -173,6 +175,23 @@ int32_t DriverClose(const char* pKind, void* pHandle)
     return 1;
 }
 
+void DriverSetCurrent(const char* pKind, void* pHandle)
+{
+    const DriverVisit Visit;
+    Control& c = The();
+    const std::lock_guard Held(c.Lock);
+    c.Current[{std::this_thread::get_id(), pKind}] = pHandle;
+}
+
+void* DriverCurrent(const char* pKind)
+{
+    const DriverVisit Visit;
+    Control& c = The();
+    const std::lock_guard Held(c.Lock);
+    const auto Found = c.Current.find({std::this_thread::get_id(), pKind});
+    return Found == c.Current.end() ? nullptr : Found->second;
+}
+
 void DriverMisuse(const char* pText)
 {
     const DriverVisit Visit;
@@ -193,6 +212,7 @@ void DriverReset(void)
     c.Trace.clear();
     c.Misuses.clear();
     c.Handles.clear();
+    c.Current.clear();
     c.bKeepTrace = true;
 }
 

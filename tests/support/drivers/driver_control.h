@@ -49,6 +49,10 @@ DRIVER_CONTROL int64_t DriverSetting(const char* pName, int64_t Default);
 DRIVER_CONTROL void* DriverOpen(const char* pKind, size_t Bytes);
 DRIVER_CONTROL int32_t DriverUse(const char* pKind, const void* pHandle);
 DRIVER_CONTROL int32_t DriverClose(const char* pKind, void* pHandle);
+/* The handle of a kind that is current on this thread, such as a context: told by the substitute that keeps it, asked
+ * by another. Null at first. */
+DRIVER_CONTROL void DriverSetCurrent(const char* pKind, void* pHandle);
+DRIVER_CONTROL void* DriverCurrent(const char* pKind);
 /* Enters a misuse of another sort, such as a call in the wrong state. */
 DRIVER_CONTROL void DriverMisuse(const char* pText);
 
