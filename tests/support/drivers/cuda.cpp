@@ -29,12 +29,6 @@ struct Lock {
     ~Lock() { __atomic_clear(&s_bLocked, __ATOMIC_RELEASE); }
 };
 
-void Push(void* pContext)
-{
-    const Lock Held;
-    if (s_Depth < kMostCurrent) s_Current[s_Depth++] = {raw::ThisThread(), pContext};
-}
-
 int32_t TopOf(const void* pThread)
 {
     int32_t i = s_Depth - 1;
@@ -42,10 +36,25 @@ int32_t TopOf(const void* pThread)
     return i;
 }
 
+// Tells the other substitutes what is current on this thread now.
+void TellCurrent()
+{
+    const int32_t i = TopOf(raw::ThisThread());
+    DriverSetCurrent("CUcontext", i < 0 ? nullptr : s_Current[i].pContext);
+}
+
+void Push(void* pContext)
+{
+    const Lock Held;
+    if (s_Depth < kMostCurrent) s_Current[s_Depth++] = {raw::ThisThread(), pContext};
+    TellCurrent();
+}
+
 void RemoveAt(int32_t i)
 {
     --s_Depth;
     for (; i < s_Depth; ++i) s_Current[i] = s_Current[i + 1];
+    TellCurrent();
 }
 
 // Takes away this thread's current context; null for none.
