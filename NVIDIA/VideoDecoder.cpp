@@ -51,7 +51,6 @@ VideoDecoder::VideoDecoder(const CUVIDEOFORMAT& Format, int32_t CreationFlags, C
 {
     PrintCreationFlags(CreationFlags);
     m_bSuccess = g_Cuvid.cuvidCreateDecoder(&m_Decoder, &m_Info) == CUDA_SUCCESS;
-    if (!m_bSuccess) m_Decoder = nullptr;
 }
 
 VideoDecoder::~VideoDecoder() noexcept(false)

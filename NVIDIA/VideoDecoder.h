@@ -35,6 +35,6 @@ public:
 
 private:
     CUVIDDECODECREATEINFO m_Info;
-    CUvideodecoder m_Decoder = nullptr;
+    CUvideodecoder m_Decoder = nullptr; // what the driver gave, also with a status of failure
     bool m_bSuccess = false;
 };

@@ -105,11 +105,12 @@ inline constexpr Answer kPicture{1, 2}, kNoPicture{1, 0}, kFailed{0, -1};
 class WithDrivers : public testing::Test
 {
 protected:
-    void TearDown() override { EXPECT_THAT(m_Script.Misuses(), testing::IsEmpty()); }
+    void TearDown() override { EXPECT_EQ(m_Script.Misuses(), m_Misuses); }
 
     DriverScript m_Script;
     DriverLibraries m_Libraries{platform::kCudaLibrary, platform::kCuvidLibrary};
     RecordingLog m_Log;
+    std::vector<std::string> m_Misuses; // the driver's reproaches that a test brings about
 };
 
 } // namespace cuvid_test

@@ -192,15 +192,21 @@ TEST_F(DriverDecoder, IsMadeForTheFormat)
     EXPECT_EQ(m_Script.Calls("cuvidDestroyDecoder"), 5);
 }
 
-TEST_F(DriverDecoder, OneThatCouldNotBeMadeIsNoneAndIsNotDestroyed)
+TEST_F(DriverDecoder, OneThatCouldNotBeMadeIsNoneAndWhatTheDriverLeftIsDestroyed)
 {
     m_Script.Answer("cuvidCreateDecoder", 2, 1);
-    m_Script.Set("cuvidCreateDecoder.status", 2);
-    for (int i = 0; i < 2; ++i) { // refused, and refused with a handle left behind
-        const VideoDecoder Made(m_Format, 4, m_Lock);
-        EXPECT_FALSE(Made.isSuccess());
+    {
+        const VideoDecoder Refused(m_Format, 4, m_Lock);
+        EXPECT_FALSE(Refused.isSuccess());
     }
     EXPECT_EQ(m_Script.Calls("cuvidDestroyDecoder"), 0);
+    m_Script.Set("cuvidCreateDecoder.status", 2);
+    {
+        const VideoDecoder Refused(m_Format, 4, m_Lock);
+        EXPECT_FALSE(Refused.isSuccess());
+    }
+    EXPECT_EQ(m_Script.Calls("cuvidDestroyDecoder"), 1);
+    EXPECT_EQ(m_Script.Live("decoder"), 0);
 }
 
 TEST_F(DriverDecoder, PassesOnWhatTheDriverAnswers)

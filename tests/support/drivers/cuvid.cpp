@@ -3,9 +3,10 @@
 //
 // Settings, besides NAME.status, the answer of a call once its work is done:
 //   caps.supported caps.min_width caps.min_height caps.max_width caps.max_height caps.max_mbs
-//   format.codec format.chroma format.depth format.left .top .right .bottom   what a sequence callback is told
+//   format.codec .chroma .depth .width .height .left .top .right .bottom   what a sequence callback is told
 //   sequence.each     1: a sequence callback a packet, also when nothing has changed
 //   parser.old        1: a callback that fails does not fail the parse call
+//   parser.delay      1: a picture is shown a packet late, so that those of a reordered stream come in order
 //   display.count     pictures shown a packet that shows any; several are the same one with its number as first sample
 //   display.index display.progressive display.top_first display.repeat   what a display callback is told
 //   display.null      1: a display callback without a picture ends each packet
@@ -132,8 +133,8 @@ bool CallSequence(Parser& p)
     Put(Format, 12, static_cast<uint8_t>(f.bProgressive));
     Put(Format, 13, static_cast<uint8_t>(Depth));
     Put(Format, 14, static_cast<uint8_t>(Depth));
-    Put(Format, 16, f.CodedWidth);
-    Put(Format, 20, f.CodedHeight);
+    Put(Format, 16, Set("format.width", f.CodedWidth));
+    Put(Format, 20, Set("format.height", f.CodedHeight));
     Put(Format, 24, Set("format.left", f.Left));
     Put(Format, 28, Set("format.top", f.Top));
     Put(Format, 32, Set("format.right", f.Right));
@@ -267,7 +268,7 @@ DRIVER_EXPORT int32_t DRIVER_CALL cuvidParseVideoData(void* pParser, const void*
     if (!bGoOn) return Status;
     if (!DriverUse("parser", pParser)) return kInvalidHandle;
     Parser& p = *static_cast<Parser*>(pParser);
-    const bool bEnds = (Get<unsigned long>(pPacket, 0) & 8) != 0;
+    const bool bEnds = (Get<unsigned long>(pPacket, 0) & 8) != 0 && !Set("parser.delay", 0);
     const auto* const pBytes = Get<const uint8_t*>(pPacket, At(sizeof(long) * 2 > 8 ? 16 : 8, 8));
     StandInDecoderPut(p.pCodec, pBytes, static_cast<int32_t>(Size), bEnds); // damage is the codec's to hide
     const bool bOk = CallAll(p, pBytes, Size) || Set("parser.old", 0);
