@@ -308,7 +308,7 @@ int32_t CH264nvDec::WritePicture(uint32_t Pitch, uint8_t* OutBuf)
 
 // ---- The trial -------------------------------------------------------------------------------------------------
 
-bool TryH264nvDec(int32_t iWidth, int32_t iHeight)
+bool CH264nvDec::Try(int32_t iWidth, int32_t iHeight)
 {
     // Not owned by a scope: a driver that throws is not asked for more on the way out.
     auto* const pCodec = new (std::nothrow) CH264nvDec(1);

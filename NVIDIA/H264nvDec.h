@@ -35,6 +35,10 @@ public:
     /// Gives up everything; InitDecoder() is next.
     void Reset();
 
+    /// Whether a decoder for pictures of that size can be opened with the driver of this machine: opens one and closes
+    /// it. In a frame, too; what a fault cuts short is left behind.
+    static bool Try(int32_t iWidth, int32_t iHeight);
+
 private:
     int32_t InitCuvid();
     bool OpenDevice();
@@ -66,7 +70,3 @@ private:
     uint64_t m_HostBytes = 0;
     int32_t m_bCuHasError = 0; // set by the callbacks, read after the parse
 };
-
-/// Tries the driver: opens a decoder for pictures of that size and closes it again. In a frame, as the class; what a
-/// fault cuts short is left behind.
-bool TryH264nvDec(int32_t iWidth, int32_t iHeight);

@@ -317,11 +317,11 @@ TEST_F(DecoderSession, IsClosedBeforeItIsOpenedAgain)
 
 TEST_F(DecoderSession, TheTrialOpensAndClosesTheWholeDriver)
 {
-    EXPECT_TRUE(TryH264nvDec(320, 240));
+    EXPECT_TRUE(CH264nvDec::Try(320, 240));
     EXPECT_EQ(m_Script.Live(), 0);
     EXPECT_EQ(m_Script.Calls("cuvidCreateVideoParser"), 1);
     m_Script.Set("caps.max_width", 319);
-    EXPECT_FALSE(TryH264nvDec(320, 240));
+    EXPECT_FALSE(CH264nvDec::Try(320, 240));
     EXPECT_EQ(m_Script.Live(), 0);
     EXPECT_EQ(m_Script.Calls("cuvidGetDecoderCaps"), 2); // nothing is remembered
 }
