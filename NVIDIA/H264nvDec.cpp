@@ -129,7 +129,7 @@ void CH264nvDec::Close()
     {
         const CuContextAutoPushPop Current(m_Context);
         if (const CUvideoparser Parser = std::exchange(m_Parser, nullptr)) g_Cuvid.cuvidDestroyVideoParser(Parser);
-        m_pVideoDecoder.reset();
+        delete std::exchange(m_pVideoDecoder, nullptr);
         m_HostBytes = 0;
         if (uint8_t* const pHost = std::exchange(m_pHost, nullptr)) g_Cuda.cuMemFreeHost(pHost);
         if (const CUvideoctxlock Lock = std::exchange(m_Lock, nullptr)) g_Cuvid.cuvidCtxLockDestroy(Lock);
@@ -185,12 +185,12 @@ int32_t CH264nvDec::FailInCallback(const char* pCallback)
 int CUDAAPI CH264nvDec::HandleVideoSequence(void* pUser, CUVIDEOFORMAT* pFormat)
 {
     CH264nvDec& Self = *static_cast<CH264nvDec*>(pUser);
-    const VideoDecoder* const p = Self.m_pVideoDecoder.get();
+    const VideoDecoder* const p = Self.m_pVideoDecoder;
     if (p && p->codec() == pFormat->codec && p->width() == pFormat->coded_width &&
         p->height() == pFormat->coded_height && p->chromaFormat() == pFormat->chroma_format)
         return 1;
-    Self.m_pVideoDecoder.reset();
-    Self.m_pVideoDecoder.reset(new (std::nothrow) VideoDecoder(*pFormat, cudaVideoCreate_PreferCUVID, Self.m_Lock));
+    delete std::exchange(Self.m_pVideoDecoder, nullptr);
+    Self.m_pVideoDecoder = new (std::nothrow) VideoDecoder(*pFormat, cudaVideoCreate_PreferCUVID, Self.m_Lock);
     if (Self.m_pVideoDecoder && Self.m_pVideoDecoder->isSuccess()) return 1;
     return Self.FailInCallback("HandleVideoSequence()");
 }

@@ -65,8 +65,10 @@ private:
     CUvideoctxlock m_Lock = nullptr;
     CUvideoparser m_Parser = nullptr;
     std::unique_ptr<FrameQueue> m_pFrameQueue;
-    std::unique_ptr<VideoDecoder> m_pVideoDecoder; // made and replaced by the stream's sequence parameter sets
-    uint8_t* m_pHost = nullptr;                    // page-locked, of the first picture's size
+    // Owned; made and replaced by the stream's sequence parameter sets. No object that deletes it by itself, which
+    // would call a driver that has thrown.
+    VideoDecoder* m_pVideoDecoder = nullptr;
+    uint8_t* m_pHost = nullptr; // page-locked, of the first picture's size
     uint64_t m_HostBytes = 0;
     int32_t m_bCuHasError = 0; // set by the callbacks, read after the parse
 };

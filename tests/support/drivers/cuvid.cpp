@@ -32,7 +32,6 @@ struct Surface { // a decoded picture
     uint8_t* pNv12; // Rows of Width bytes
     int32_t Bytes;
 };
-Surface g_Surfaces[kMaxSurfaces];
 
 using Callback = int32_t(DRIVER_CALL*)(void* pUser, void* pArgument);
 
@@ -44,7 +43,11 @@ struct Parser {
     int32_t Decoded, Shown;
     int32_t bKnown;
     StandInFormat Known;
+    Surface Pictures[kMaxSurfaces]; // by index
+    alignas(8) uint8_t DecodeParams[At(4280, 4264)];
 };
+
+constexpr char kParser[] = "parser"; // the current one is that of the last packet: its decoder has its pictures
 
 struct Decoder {
     int32_t Width, Height, Surfaces, SampleBytes, Outputs, Mapped;
@@ -104,9 +107,8 @@ uint8_t* Allocate(int32_t Bytes)
     return static_cast<uint8_t*>(DriverOpen("surface memory", static_cast<size_t>(Bytes)));
 }
 
-void Store(int32_t Index, const StandInPicture& Picture)
+void Store(Surface& s, const StandInPicture& Picture)
 {
-    Surface& s = g_Surfaces[Index];
     const int32_t Bytes = Picture.Width * Picture.Height * 3 / 2;
     if (s.pNv12) DriverClose("surface memory", s.pNv12);
     s = {Picture.Width, Picture.Height, Allocate(Bytes), Bytes};
@@ -172,23 +174,23 @@ int32_t CountSlices(const uint8_t* pBytes, uint32_t Size)
 
 bool CallDecode(Parser& p, const uint8_t* pBytes, uint32_t Size, int32_t Slices)
 {
-    alignas(8) static uint8_t s_Params[At(4280, 4264)];
+    uint8_t* const pParams = p.DecodeParams;
     const uint32_t Offset = 0;
-    Put(s_Params, 0, p.Known.CodedWidth / 16);
-    Put(s_Params, 4, p.Known.CodedHeight / 16);
-    Put(s_Params, 8, p.Decoded++ % p.Surfaces);
-    Put(s_Params, 24, Size);
-    Put(s_Params, At(32, 28), pBytes);
-    Put(s_Params, At(40, 32), Slices);
-    Put(s_Params, At(48, 36), &Offset);
-    return Told("decode callback", p.pDecode(p.pUser, s_Params)) != 0;
+    Put(pParams, 0, p.Known.CodedWidth / 16);
+    Put(pParams, 4, p.Known.CodedHeight / 16);
+    Put(pParams, 8, p.Decoded++ % p.Surfaces);
+    Put(pParams, 24, Size);
+    Put(pParams, At(32, 28), pBytes);
+    Put(pParams, At(40, 32), Slices);
+    Put(pParams, At(48, 36), &Offset);
+    return Told("decode callback", p.pDecode(p.pUser, pParams)) != 0;
 }
 
 bool CallDisplay(Parser& p, const StandInPicture& Picture)
 {
     const int32_t Index = p.Shown++ % p.Surfaces;
-    Store(Index, Picture);
-    if (Set("display.count", 1) > 1) g_Surfaces[Index].pNv12[0] = static_cast<uint8_t>(p.Shown);
+    Store(p.Pictures[Index], Picture);
+    if (Set("display.count", 1) > 1) p.Pictures[Index].pNv12[0] = static_cast<uint8_t>(p.Shown);
     alignas(8) uint8_t Info[24] = {};
     Put(Info, 0, Set("display.index", Index));
     Put(Info, 4, Set("display.progressive", p.Known.bProgressive));
@@ -248,7 +250,7 @@ DRIVER_EXPORT int32_t DRIVER_CALL cuvidCreateVideoParser(void** ppParser, const 
     CheckZero("reserved of CUVIDPARSERPARAMS", pParams, 20, 40);
     CheckZero("reserved of CUVIDPARSERPARAMS", pParams, At(72, 56), At(136, 88)); // pExtVideoInfo too
     if (!bGoOn) return Status;
-    auto* const p = static_cast<Parser*>(DriverOpen("parser", sizeof(Parser)));
+    auto* const p = static_cast<Parser*>(DriverOpen(kParser, sizeof(Parser)));
     p->pCodec = StandInDecoderOpen();
     p->Surfaces = Get<int32_t>(pParams, 4);
     p->pUser = Get<void*>(pParams, 40);
@@ -266,7 +268,8 @@ DRIVER_EXPORT int32_t DRIVER_CALL cuvidParseVideoData(void* pParser, const void*
     Ulong("flags", pPacket, 0);
     const uint32_t Size = Ulong("payload_size", pPacket, sizeof(long));
     if (!bGoOn) return Status;
-    if (!DriverUse("parser", pParser)) return kInvalidHandle;
+    if (!DriverUse(kParser, pParser)) return kInvalidHandle;
+    DriverSetCurrent(kParser, pParser);
     Parser& p = *static_cast<Parser*>(pParser);
     const bool bEnds = (Get<unsigned long>(pPacket, 0) & 8) != 0 && !Set("parser.delay", 0);
     const auto* const pBytes = Get<const uint8_t*>(pPacket, At(sizeof(long) * 2 > 8 ? 16 : 8, 8));
@@ -279,13 +282,12 @@ DRIVER_EXPORT int32_t DRIVER_CALL cuvidDestroyVideoParser(void* pParser)
 {
     int32_t Status;
     if (!Enter("cuvidDestroyVideoParser", &Status)) return Status;
-    if (!DriverUse("parser", pParser)) return kInvalidHandle;
+    if (!DriverUse(kParser, pParser)) return kInvalidHandle;
     StandInDecoderClose(static_cast<Parser*>(pParser)->pCodec);
-    DriverClose("parser", pParser);
-    for (Surface& s : g_Surfaces) {
+    for (Surface& s : static_cast<Parser*>(pParser)->Pictures)
         if (s.pNv12) DriverClose("surface memory", s.pNv12);
-        s = {};
-    }
+    if (DriverCurrent(kParser) == pParser) DriverSetCurrent(kParser, nullptr);
+    DriverClose(kParser, pParser);
     return Done("cuvidDestroyVideoParser.status");
 }
 
@@ -423,10 +425,11 @@ int32_t Map(const char* pOperation, void* pDecoder, int32_t Index, Address* pFra
     if (!DriverUse("decoder", pDecoder)) return kInvalidHandle;
     Decoder& d = *static_cast<Decoder*>(pDecoder);
     if (Set("map.unwritten", 0)) return Done("cuvidMapVideoFrame.status");
-    if (Index < 0 || Index >= d.Surfaces || !g_Surfaces[Index].pNv12) return kInvalidValue;
+    const auto* const pParser = static_cast<const Parser*>(DriverCurrent(kParser));
+    if (!pParser || Index < 0 || Index >= d.Surfaces || !pParser->Pictures[Index].pNv12) return kInvalidValue;
     if (++d.Mapped > d.Outputs) DriverMisuse("too many pictures are mapped");
     const int32_t Pitch = Set("map.pitch", (d.Width * d.SampleBytes + 255) & ~255);
-    *pFrame = static_cast<Address>(reinterpret_cast<uintptr_t>(MakeFrame(d, g_Surfaces[Index], Pitch)));
+    *pFrame = static_cast<Address>(reinterpret_cast<uintptr_t>(MakeFrame(d, pParser->Pictures[Index], Pitch)));
     *pPitch = static_cast<uint32_t>(Pitch);
     return Done("cuvidMapVideoFrame.status");
 }
