@@ -59,6 +59,7 @@ private:
     static int CUDAAPI HandlePictureDecode(void* pUser, CUVIDPICPARAMS* pParams);
     static int CUDAAPI HandlePictureDisplay(void* pUser, CUVIDPARSERDISPINFO* pInfo);
 
+protected:
     int32_t m_iWidth = 0, m_iHeight = 0;
     int32_t m_bInitialised = 0;
     CUcontext m_Context = nullptr; // current on no thread between the calls

@@ -4,6 +4,7 @@
 #include "AMF/common/AMFFactoryHelper.h"
 #include "NVIDIA/H264nvDec.h"
 #include "NVIDIA/H264nvEnc.h"
+#include "NVIDIA/VCodecH264nv.h"
 #include "front/VCodec_H264.h"
 #include "front/adapters.h"
 #include "intel/VCodecH264hw.h"
@@ -16,7 +17,7 @@
 
 namespace {
 
-// The software codec, the AMD engine and the Intel engine; the trials of the others refuse.
+// All four engines.
 class BuiltInEngines : public IEngines
 {
 public:
@@ -44,7 +45,7 @@ public:
     int32_t AmdInit() override { return g_AMFFactory.Init(); }
     int32_t AmdTerminate() override { return g_AMFFactory.Terminate(); }
 
-    IVCodec* NewNvidia(int32_t) override { return nullptr; }
+    IVCodec* NewNvidia(int32_t Argument) override { return new (std::nothrow) CVCodecH264nv(Argument); }
     IVCodec* NewAmd() override { return new (std::nothrow) CVCodecH264AMD; }
     IVCodec* NewIntel(int32_t Argument) override { return new (std::nothrow) CVCodecH264hw(Argument); }
     IVCodec* NewSoftware() override { return new (std::nothrow) CVCodec_H264; }

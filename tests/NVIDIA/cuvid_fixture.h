@@ -1,4 +1,4 @@
-// The CUDA driver and CUVID as substitutes, and streams for the decoder over them.
+// NVIDIA's drivers as substitutes, and streams for the decoder over them.
 #pragma once
 
 #include "front/VCodec_H264.h"
@@ -108,7 +108,7 @@ protected:
     void TearDown() override { EXPECT_EQ(m_Script.Misuses(), m_Misuses); }
 
     DriverScript m_Script;
-    DriverLibraries m_Libraries{platform::kCudaLibrary, platform::kCuvidLibrary};
+    DriverLibraries m_Libraries{platform::kCudaLibrary, platform::kCuvidLibrary, platform::kNvencLibrary};
     RecordingLog m_Log;
     std::vector<std::string> m_Misuses; // the driver's reproaches that a test brings about
 };

@@ -1,6 +1,8 @@
 // Access units through the CUVID decoder: what reaches the driver, what reaches the client, and every way in which a
 // call fails.
+#include "NVIDIA/FrameQueue.h"
 #include "NVIDIA/H264nvDec.h"
+#include "front/driver_frame.h"
 #include "tests/NVIDIA/cuvid_fixture.h"
 #include "tests/support/ffmpeg_oracle.h"
 #include "tests/support/system.h"
@@ -26,6 +28,20 @@ const std::vector<Bytes>& Units()
     static const std::vector<Bytes> s_Units = CodedScene(kWidth, kHeight, 6);
     return s_Units;
 }
+
+// With a view of the queue.
+class OpenDecoder : public CH264nvDec
+{
+public:
+    using CH264nvDec::CH264nvDec;
+    using CH264nvDec::m_pFrameQueue;
+    size_t InUse() const
+    {
+        size_t Count = 0;
+        for (int i = 0; i < FrameQueue::kCapacity; ++i) Count += m_pFrameQueue->isInUse(i) ? 1 : 0;
+        return Count;
+    }
+};
 
 class DecoderPictures : public WithDrivers
 {
@@ -81,8 +97,8 @@ protected:
         }
     }
 
-    const std::unique_ptr<CH264nvDec> m_pDecoder = std::make_unique<CH264nvDec>(1);
-    CH264nvDec& m_Decoder = *m_pDecoder;
+    const std::unique_ptr<OpenDecoder> m_pDecoder = std::make_unique<OpenDecoder>(1);
+    OpenDecoder& m_Decoder = *m_pDecoder;
     Bytes m_Room;
     size_t m_Seen = 0;
 };
@@ -243,6 +259,8 @@ TEST_F(DecoderPictures, EveryFaultOfACallIsToldAndFailsIt)
         const std::vector<std::string> Calls = NewCalls();
         EXPECT_EQ(std::count(Calls.begin(), Calls.end(), kUnmap), r.bMapped ? 1 : 0);
         EXPECT_EQ(m_Script.Live("frame"), 0);
+        // A picture that the parser shows although a callback failed waits for the next call.
+        EXPECT_EQ(m_Decoder.InUse(), r.Lines.size() - 1);
         EXPECT_EQ(DriverCurrent("CUcontext"), nullptr);
     }
 }
@@ -364,6 +382,14 @@ TEST_F(DecoderPictures, APictureBeforeAnySequenceFails)
                                       kLine + "PutDataToDecode() cuvidParseVideoData error=1"}));
 }
 
+TEST_F(DecoderPictures, APictureShownBeforeAnySequenceFails)
+{
+    m_Script.Set("parser.show_only", 1);
+    EXPECT_EQ(Decode(Units()[0]), kFailed);
+    EXPECT_EQ(NewLines(), ErrorLines({kLine + "GetDecodedFrame() m_pVideoDecoder==null"}));
+    EXPECT_EQ(m_Decoder.InUse(), 0u);
+}
+
 // ---- What is shown ---------------------------------------------------------------------------------------------
 
 TEST_F(DecoderPictures, ParameterSetsAloneMakeADecoderAndNoPicture)
@@ -394,6 +420,24 @@ TEST_F(DecoderPictures, SeveralShownLeaveOneACallInOrder)
         EXPECT_EQ(m_Room[0], Mark);
     }
     EXPECT_EQ(Decode(Units()[1]), kNoPicture);
+}
+
+TEST_F(DecoderPictures, ASurfaceIsInUseFromItsDisplayToItsCopy)
+{
+    m_Script.Set("display.count", 3);
+    EXPECT_EQ(Decode(Units()[0]), kPicture);
+    EXPECT_EQ(m_Decoder.InUse(), 2u);
+    EXPECT_FALSE(m_Decoder.m_pFrameQueue->isInUse(0));
+    m_Script.Set("display.count", 0);
+    EXPECT_EQ(Decode(Units()[1]), kPicture);
+    EXPECT_EQ(m_Decoder.InUse(), 1u);
+}
+
+TEST_F(DecoderPictures, ACloseTellsTheQueueFirst)
+{
+    m_Script.Fault("cuCtxPushCurrent_v2", kDriverAccess, m_Script.Calls("cuCtxPushCurrent_v2") + 1);
+    EXPECT_FALSE(RunInDriverFrame("close", [&] { m_Decoder.Reset(); })); // cut short behind that
+    EXPECT_TRUE(m_Decoder.m_pFrameQueue->isEndOfDecode());
 }
 
 TEST_F(DecoderPictures, OfMoreThanTwentyShownTheNewestTwentyLeave)

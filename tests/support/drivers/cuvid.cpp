@@ -6,6 +6,7 @@
 //   format.codec .chroma .depth .width .height .left .top .right .bottom   what a sequence callback is told
 //   sequence.each     1: a sequence callback a packet, also when nothing has changed
 //   parser.old        1: a callback that fails does not fail the parse call
+//   parser.show_only  1: neither sequence nor decode callbacks
 //   parser.delay      1: a picture is shown a packet late, so that those of a reordered stream come in order
 //   display.count     pictures shown a packet that shows any; several are the same one with its number as first sample
 //   display.index display.progressive display.top_first display.repeat   what a display callback is told
@@ -223,13 +224,14 @@ bool CallAll(Parser& p, const uint8_t* pBytes, uint32_t Size)
     bool bPicture = StandInDecoderNext(p.pCodec, &Picture) != 0;
     for (; bNew && bPicture && p.bKnown && !Fits(Now, Picture); bPicture = StandInDecoderNext(p.pCodec, &Picture) != 0)
         bOk = Show(p, Picture) && bOk;
-    const int32_t Slices = CountSlices(pBytes, Size);
+    const int32_t bShowOnly = Set("parser.show_only", 0);
+    const int32_t Slices = bShowOnly ? 0 : CountSlices(pBytes, Size);
     if (Set("decode.first", 0)) bOk = CallDecode(p, pBytes, Size, Slices) && bOk;
     if (bNew) {
         p.Known = Now;
         p.bKnown = 1;
     }
-    if (bNew || (p.bKnown && Set("sequence.each", 0))) bOk = CallSequence(p) && bOk;
+    if (!bShowOnly && (bNew || (p.bKnown && Set("sequence.each", 0)))) bOk = CallSequence(p) && bOk;
     if (Slices && (bOk || Set("parser.old", 0))) bOk = CallDecode(p, pBytes, Size, Slices) && bOk;
     for (; bPicture; bPicture = StandInDecoderNext(p.pCodec, &Picture) != 0) bOk = Show(p, Picture) && bOk;
     if (Set("display.null", 0)) bOk = Told("display callback", p.pDisplay(p.pUser, nullptr)) && bOk;
