@@ -10,6 +10,7 @@
 #include "kernels/dispatch/kernels.h"
 #include "kernels/dispatch/processor_class.h"
 #include "quilvex/Quilvex.h"
+#include "tests/front/machine.h"
 #include "tests/support/faults.h"
 #include "tests/support/no_more_threads.h"
 #include "tests/support/recording_log.h"
@@ -471,10 +472,9 @@ TEST(DriverFrame, AFaultIsLoggedByTheFilterAndThenByTheHandler)
                                          LogLine{kLogError, "qvlx - MyFilterException code=1073741845"}));
 }
 
-TEST(BuiltInEngines, RefuseAllHardware)
+TEST(BuiltInEngines, RefuseAllHardwareOnAMachineWithoutDrivers)
 {
-    RecordingLog Log;
-    const UserFolder Home;
+    const Machine Bare;
     EXPECT_EQ(CreateVCodec(11), nullptr);
     IVCodec* const pCodec = CreateVCodec(1);
     ASSERT_NE(pCodec, nullptr);
