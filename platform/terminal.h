@@ -9,7 +9,7 @@ namespace platform {
 bool ErrorIsTerminal();
 
 /// Keeps standard output for the caller alone: what anything else in this process writes there from now on, drivers and
-/// their layers above all, goes to standard error.
+/// their layers above all, goes to standard error. To be called before anything is written there.
 /// @return Where standard output was; standard output itself when the system refuses. Never closed.
 std::FILE* TakeStandardOutput();
 

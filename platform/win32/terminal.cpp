@@ -8,7 +8,7 @@ bool ErrorIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
 std::FILE* TakeStandardOutput()
 {
-    std::fflush(stdout);
+    std::setvbuf(stdout, nullptr, _IONBF, 0); // in step with what goes to standard error by itself
     const int Kept = _dup(_fileno(stdout));
     std::FILE* const pKept = Kept < 0 ? nullptr : _fdopen(Kept, "w");
     if (!pKept) return stdout;

@@ -113,8 +113,8 @@ private:
     static inline uint64_t s_Total = 0;
 };
 
-/// While it lives, a FailingAllocation looks at the library alone and not at what the substitutes, and the loader in front
-/// of them, take for themselves.
+/// While it lives, a FailingAllocation looks at the library alone and not at what the substitutes, and the loader in
+/// front of them, take for themselves.
 class HeapWatch
 {
 public:

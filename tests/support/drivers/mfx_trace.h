@@ -1,5 +1,5 @@
-// Lines of the trace for the Media SDK's structures. For one source a library: all here is static, since the linker of the
-// Windows substitutes cannot export what another compiler shares between objects.
+// Lines of the trace for the Media SDK's structures. For one source a library: all here is static, since the linker of
+// the Windows substitutes cannot export what another compiler shares between objects.
 #pragma once
 
 #include "tests/support/drivers/mfx_layout.h"
