@@ -251,7 +251,7 @@ TEST(CudaErrors, HaveTheirNames)
                  {801, "CUDA_ERROR_NOT_SUPPORTED"},
                  {999, "CUDA_ERROR_UNKNOWN"}};
     size_t Known = 0;
-    for (int i = -1; i <= 1000; ++i) {
+    for (int i = 0; i <= 1000; ++i) {
         const bool bListed = Known < std::size(Names) && Names[Known].Status == i;
         EXPECT_STREQ(CudaErrorName(static_cast<CUresult>(i)), bListed ? Names[Known].pName : "CUDA_ERROR not found!")
             << i;
