@@ -189,7 +189,7 @@ NVENCSTATUS CH264nvEnc::AllocateIOBuffers(int32_t Width, int32_t Height, NV_ENC_
         if (Status != NV_ENC_SUCCESS) return Status;
     }
     m_EOSOutput.bEndOfStream = true;
-    return m_bAsyncMode ? m_pNvHWEncoder->NvEncRegisterAsyncEvent(&m_EOSOutput.pEvent) : NV_ENC_SUCCESS;
+    return m_bAsyncMode ? OpenEvent(m_EOSOutput) : NV_ENC_SUCCESS;
 }
 
 NVENCSTATUS CH264nvEnc::AllocateIOBuffer(EncodeBuffer& Buffer, int32_t Width, int32_t Height,
@@ -208,7 +208,14 @@ NVENCSTATUS CH264nvEnc::AllocateIOBuffer(EncodeBuffer& Buffer, int32_t Width, in
     if (Status != NV_ENC_SUCCESS) return Status;
     Output.Size = kBitstreamBytes;
     Output.bWaitOnEvent = m_bAsyncMode;
-    return m_bAsyncMode ? m_pNvHWEncoder->NvEncRegisterAsyncEvent(&Output.pEvent) : NV_ENC_SUCCESS;
+    return m_bAsyncMode ? OpenEvent(Output) : NV_ENC_SUCCESS;
+}
+
+NVENCSTATUS CH264nvEnc::OpenEvent(EncodeOutputBuffer& Output)
+{
+    const NVENCSTATUS Status = m_pNvHWEncoder->NvEncRegisterAsyncEvent(&Output.pEvent);
+    Output.bRegistered = Status == NV_ENC_SUCCESS;
+    return Status;
 }
 
 void CH264nvEnc::ReleaseIOBuffers()
@@ -224,9 +231,8 @@ void CH264nvEnc::ReleaseIOBuffers()
 
 void CH264nvEnc::CloseEvent(EncodeOutputBuffer& Output)
 {
-    platform::Event* const pEvent = std::exchange(Output.pEvent, nullptr);
-    m_pNvHWEncoder->NvEncUnregisterAsyncEvent(pEvent);
-    delete pEvent;
+    if (std::exchange(Output.bRegistered, false)) m_pNvHWEncoder->NvEncUnregisterAsyncEvent(Output.pEvent);
+    delete std::exchange(Output.pEvent, nullptr);
 }
 
 // ---- Pictures -------------------------------------------------------------------------------------------------------

@@ -46,6 +46,7 @@ protected:
     NVENCSTATUS AllocateIOBuffers(int32_t Width, int32_t Height, NV_ENC_BUFFER_FORMAT Format);
     NVENCSTATUS AllocateIOBuffer(EncodeBuffer& Buffer, int32_t Width, int32_t Height, NV_ENC_BUFFER_FORMAT Format);
     void ReleaseIOBuffers();
+    NVENCSTATUS OpenEvent(EncodeOutputBuffer& Output);
     void CloseEvent(EncodeOutputBuffer& Output);
     NVENCSTATUS Deinitialize();
 

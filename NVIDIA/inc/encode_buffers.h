@@ -10,6 +10,7 @@ struct EncodeOutputBuffer {
     platform::Event* pEvent = nullptr; // owned: completion; null unless the encoder is asynchronous
     bool bWaitOnEvent = false;
     bool bEndOfStream = false; // of the one that stands for the end of the stream
+    bool bRegistered = false;  // the driver knows the event
 };
 
 struct EncodeInputBuffer {

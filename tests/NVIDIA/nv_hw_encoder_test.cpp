@@ -236,7 +236,7 @@ TEST_F(NvHWEncoder, EveryCallReportsItsFailureAndAnswersIt)
         {"nvEncUnregisterAsyncEvent", [&] { return Layer.NvEncUnregisterAsyncEvent(&Known); }},
         {"nvEncEncodePicture", [&] { return Layer.NvEncEncodeFrame(Buffer, {}, 64, 48, NV_ENC_PIC_STRUCT_FRAME); }},
         {"nvEncEncodePicture", [&] { return Layer.NvEncFlushEncoderQueue(nullptr); }},
-        {"nvEncDestroyEncoder", [&] { return Layer.NvEncDestroyEncoder(); }}};
+    };
     for (const auto& [pOperation, Call] : Calls) {
         Log.Clear();
         Script.Answer(pOperation, 19);
@@ -246,5 +246,9 @@ TEST_F(NvHWEncoder, EveryCallReportsItsFailureAndAnswersIt)
     EXPECT_EQ(Buffer.Input.pSurface, nullptr);
     EXPECT_EQ(Buffer.Output.pBitstream, nullptr);
     EXPECT_EQ(pEvent, nullptr);
+    Log.Clear();
+    Script.Set("nvEncDestroyEncoder.status", 19);
+    EXPECT_EQ(Layer.NvEncDestroyEncoder(), 19);
+    EXPECT_THAT(Logged(), ElementsAre(Assertion("NvHWEncoder", "0")));
     EXPECT_EQ(Layer.NvEncDestroyEncoder(), 0); // there is none any more
 }

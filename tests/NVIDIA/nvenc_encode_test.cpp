@@ -61,23 +61,10 @@ struct NvencEncode : NvencSession {
         EXPECT_EQ(Logged().back(), NeedsSwitch(Status));
         EXPECT_EQ(Log.Lines().back().Level, kLogError);
     }
-    // What a body in the frame of Encode() is ended by.
-    void ExpectFault(int32_t Code)
-    {
-        Log.Clear();
-        Answer a;
-        EXPECT_FALSE(RunInDriverFrame("CVCodecH264nv::Encode()", [&] { a = Encode(0); }));
-        testing::internal::GetCapturedStderr();
-        testing::internal::GetCapturedStdout();
-        EXPECT_THAT(Log.Lines(),
-                    ElementsAre(LogLine{kLogError, "qvlx - MyFilterException code=" + std::to_string(Code)},
-                                LogLine{kLogError, "qvlx - CVCodecH264nv::Encode() MyFilterException"}));
-        EXPECT_EQ(a.Length, -9); // the frame's owner writes them
-        EXPECT_EQ(a.Type, -9);
-    }
 };
 
-constexpr int32_t kAccess = -1073741819, kArithmetic = -1073741676;
+using platform::kFaultAccess;
+using platform::kFaultArithmetic;
 
 } // namespace
 
@@ -199,7 +186,7 @@ TEST_F(NvencEncode, AKeyIntervalOfZeroIsAnArithmeticFault)
 {
     EXPECT_EQ(Init(0), 1);
     const size_t Before = Script.Trace().size();
-    ExpectFault(kArithmetic);
+    ExpectEncodeFault(kFaultArithmetic);
     EXPECT_THAT(After(Before), IsEmpty());
 }
 
@@ -208,17 +195,17 @@ TEST_F(NvencEncode, NoBuffersAreAnAccessFault)
     Size = {2048, 2048};
     EXPECT_EQ(Init(), 1);
     const size_t Before = Script.Trace().size();
-    ExpectFault(kAccess);
-    ExpectFault(kAccess);
+    ExpectEncodeFault(kFaultAccess);
+    ExpectEncodeFault(kFaultAccess);
     EXPECT_THAT(After(Before), IsEmpty());
 }
 
 TEST_F(NvencEncode, ANeutralEncoderIsAFault)
 {
-    ExpectFault(kArithmetic); // its key interval is 0
+    ExpectEncodeFault(kFaultArithmetic); // its key interval is 0
     Started();
     EXPECT_EQ(Encoder.Reset(), 1);
-    ExpectFault(kArithmetic);
+    ExpectEncodeFault(kFaultArithmetic);
 }
 
 // ---- What the driver does not do
@@ -390,10 +377,10 @@ TEST_F(NvencEncode, OutputsThatTheDriverLeavesUnwritten)
     EXPECT_EQ(a.Type, 2);
     Script.Set("nvenc.output", 1);
     Script.Set("nvenc.bytes", 0); // a size without an address
-    ExpectFault(kAccess);
+    ExpectEncodeFault(kFaultAccess);
     Script.Set("nvenc.bytes", 1);
     Script.Set("nvenc.lock", 0); // no memory for the picture
-    ExpectFault(kAccess);
+    ExpectEncodeFault(kFaultAccess);
     Encoder.Reset();
     EXPECT_EQ(Script.Live(), 0);
 }

@@ -65,10 +65,36 @@ struct NvencSession : testing::Test {
     {
         Answer a;
         a.Unit = Room(Size);
-        a.Result = Captured(
-            [&] { return Encoder.Encode(Picture(Size, Index).data(), a.Unit.data(), &a.Length, ForceKey, &a.Type); });
+        Captured([&] { return Encode(Index, a, ForceKey); });
         if (a.Length >= 0) a.Unit.resize(static_cast<size_t>(a.Length));
         return a;
+    }
+    /// The same into room that is there, with nothing captured: for bodies that do not come to their end.
+    int32_t Encode(int Index, Answer& a, int32_t ForceKey = 0)
+    {
+        const Bytes& Input = Picture(Size, Index);
+        return a.Result = Encoder.Encode(Input.data(), a.Unit.data(), &a.Length, ForceKey, &a.Type);
+    }
+    /// Runs a call that faults, in the frame of its slot.
+    template <class Call>
+    void ExpectFaultIn(const char* pSlot, uint32_t Code, Call Run)
+    {
+        Log.Clear();
+        EXPECT_EQ(Captured([&] { return RunInDriverFrame(pSlot, Run) ? 1 : 0; }), 0);
+        const std::string Filtered = "qvlx - MyFilterException code=" + std::to_string(static_cast<int32_t>(Code));
+        EXPECT_EQ(Log.Lines(),
+                  (std::vector<LogLine>{{kLogError, Filtered},
+                                        {kLogError, std::string("qvlx - ") + pSlot + " MyFilterException"}}));
+    }
+    /// What a picture ends in: the outputs are left to the slot.
+    void ExpectEncodeFault(uint32_t Code)
+    {
+        Answer a;
+        a.Unit = Room(Size);
+        Picture(Size, 0); // made outside the frame
+        ExpectFaultIn("CVCodecH264nv::Encode()", Code, [&] { Encode(0, a); });
+        EXPECT_EQ(a.Length, -9);
+        EXPECT_EQ(a.Type, -9);
     }
     template <class Call>
     int32_t Captured(Call Run)

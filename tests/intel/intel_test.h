@@ -5,10 +5,9 @@
 #include "intel/VCodecH264hw.h"
 #include "platform/clock.h"
 #include "platform/driver_names.h"
-#include "platform/shared_library.h"
 #include "tests/support/drivers/driver_libraries.h"
 #include "tests/support/drivers/driver_script.h"
-#include "tests/support/failing_allocation.h"
+#include "tests/support/drivers/heap_watch.h"
 #include "tests/support/recording_log.h"
 #include "tools/common/camera_scene.h"
 
@@ -111,49 +110,6 @@ private:
     static constexpr platform::ClockOperations kOperations{Tick, Sleep};
     static inline std::map<uint32_t, uint32_t> s_Slept;
     static inline uint64_t s_Total = 0;
-};
-
-/// While it lives, a FailingAllocation looks at the library alone and not at what the substitutes, and the loader in
-/// front of them, take for themselves.
-class HeapWatch
-{
-public:
-    HeapWatch()
-    {
-        s_pLibraries = &platform::Libraries();
-        platform::SetLibraries(&kOperations);
-        DriverVisits(FailingAllocation::Suspend, FailingAllocation::Resume);
-    }
-    ~HeapWatch()
-    {
-        DriverVisits(nullptr, nullptr);
-        platform::SetLibraries(s_pLibraries);
-    }
-    HeapWatch(const HeapWatch&) = delete;
-    HeapWatch& operator=(const HeapWatch&) = delete;
-
-private:
-    struct Visit {
-        void* const pSuspended = FailingAllocation::Suspend();
-        ~Visit() { FailingAllocation::Resume(pSuspended); }
-    };
-    static void* Open(const char* pName)
-    {
-        const Visit Unwatched;
-        return s_pLibraries->Open(pName);
-    }
-    static void* Symbol(void* pLibrary, const char* pName)
-    {
-        const Visit Unwatched;
-        return s_pLibraries->Symbol(pLibrary, pName);
-    }
-    static void Close(void* pLibrary)
-    {
-        const Visit Unwatched;
-        s_pLibraries->Close(pLibrary);
-    }
-    static constexpr platform::LibraryOperations kOperations{Open, Symbol, Close};
-    static inline const platform::LibraryOperations* s_pLibraries = nullptr;
 };
 
 /// A host log that keeps nothing, and so takes no memory.
