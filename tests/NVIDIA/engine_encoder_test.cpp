@@ -1,6 +1,5 @@
 // The NVIDIA engine as an encoder, and as both: the slots' contract, and every fault of a driver below them.
 #include "NVIDIA/VCodecH264nv.h"
-#include "front/client_pictures.h"
 #include "front/engines.h"
 #include "quilvex/Quilvex.h"
 #include "tests/NVIDIA/engine_faults.h"
@@ -16,6 +15,7 @@ using testing::IsEmpty;
 namespace {
 
 constexpr int32_t kWidth = 64, kHeight = 48, kFps = 15, kKeyInterval = 75, kKbps = 500;
+constexpr size_t kRoom = kWidth * kHeight * 3; // bytes that a client keeps for an access unit
 
 class OpenCodec : public CVCodecH264nv
 {
@@ -40,7 +40,7 @@ const Bytes& Scene(int Index)
 /// What one call of Encode() gave.
 struct Coded {
     int32_t bOk = kUnwritten, Length = kUnwritten, Type = kUnwritten;
-    Bytes Unit = Bytes(AccessUnitRoom(kWidth, kHeight), kFill);
+    Bytes Unit = Bytes(kRoom, kFill);
 };
 
 Coded Encode(IVCodec& Codec, int Index, int32_t bForceKey = 0)
@@ -173,7 +173,7 @@ TEST_F(EngineEncoder, AKeyIntervalOfZeroFaultsAtThePicture)
     ExpectFailed(Encode(m_Codec, 0));
     EXPECT_EQ(m_Log.Lines(), FaultLines(-1073741676, "Encode"));
     int32_t Length = 7;
-    EXPECT_EQ(m_Codec.Encode(Scene(0).data(), Bytes(AccessUnitRoom(kWidth, kHeight)).data(), &Length, 0, nullptr), 0);
+    EXPECT_EQ(m_Codec.Encode(Scene(0).data(), Bytes(kRoom).data(), &Length, 0, nullptr), 0);
     EXPECT_EQ(Length, -1);
 }
 
