@@ -357,8 +357,14 @@ TEST_F(DecoderPictures, AnyPitchFromTheWidthOnWillDo)
 
 TEST_F(DecoderPictures, ATargetWithoutSamplesFails)
 {
-    m_Script.Set("format.right", -8);
+    m_Script.Set("map.pitch", 64);
+    m_Script.Set("format.right", -8, 64);
     EXPECT_EQ(Decode(Units()[0]), kFailed);
+    EXPECT_EQ(NewLines(), ErrorLines({kLine + "GetDecodedFrame() width=-8 height=48 pitch=64"}));
+    Open(kWidth, kHeight);
+    m_Script.Set("format.bottom", 0);
+    EXPECT_EQ(Decode(Units()[0]), kFailed);
+    EXPECT_EQ(NewLines(), ErrorLines({kLine + "GetDecodedFrame() width=64 height=0 pitch=64"}));
     EXPECT_TRUE(RoomIsUntouched());
     EXPECT_EQ(m_Script.Calls("cuMemcpyDtoH_v2"), 0);
 }
@@ -631,6 +637,19 @@ TEST_F(DecoderPictures, OfX264AreFfmpegs)
     const ForeignStream Stream = X264Stream(kW, kH, 20, "--bframes 0 --keyint 8");
     ASSERT_EQ(Stream.Pictures.size(), 20u);
     ExpectPictures(Stream.Units, Stream.Pictures);
+}
+
+TEST_F(DecoderPictures, OfTenBitsAreNotWritten)
+{
+    Open(176, 144);
+    const ForeignStream Stream = X264Stream(176, 144, 3, "--output-depth 10 --profile high10 --bframes 0");
+    ASSERT_EQ(Stream.Units.size(), 3u);
+    for (const Bytes& Unit : Stream.Units) {
+        EXPECT_EQ(Decode(Unit), kFailed);
+        EXPECT_EQ(NewLines(), ErrorLines({kLine + "GetDecodedFrame() BytesPerSample=2"}));
+    }
+    EXPECT_TRUE(RoomIsUntouched());
+    EXPECT_EQ(m_Script.Calls("cuvidDecodePicture"), 3);
 }
 
 TEST_F(DecoderPictures, OfAReorderedStreamLeaveInOrderNoneLost)

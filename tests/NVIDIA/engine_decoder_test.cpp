@@ -4,12 +4,14 @@
 #include "platform/shared_library.h"
 #include "quilvex/Quilvex.h"
 #include "tests/NVIDIA/engine_faults.h"
+#include "tests/support/child_process.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/leaks_allowed.h"
 #include "tests/support/user_folder.h"
 
+#include <cstdio>
 #include <functional>
-#include <memory>
+#include <thread>
 
 using namespace cuvid_test;
 using testing::ElementsAre;
@@ -373,6 +375,40 @@ TEST_F(EngineDecoder, AFaultInItsTrialIsARefusal)
             EXPECT_EQ(pCodec->Release(), 0);
         }
     DriverReset();
+}
+
+// A trial that hangs has no bound: it is the driver's to come back.
+CHILD_BODY(HangingDecoderTrial)
+{
+    DriverScript Script;
+    const DriverLibraries Present{platform::kCudaLibrary, platform::kCuvidLibrary};
+    Script.Fault("cuvidCreateVideoParser", kDriverHang);
+    std::printf("tried\n");
+    std::fflush(stdout);
+    return GetEngines()->TryNvidiaDecoder(320, 240) ? 1 : 2;
+}
+
+TEST_F(EngineDecoder, AHangInItsTrialIsWaitedFor)
+{
+    const ChildResult Child = RunChild("HangingDecoderTrial", "", 3000);
+    EXPECT_TRUE(Child.bTimedOut);
+    EXPECT_NE(Child.Out.find("tried"), std::string::npos);
+}
+
+TEST_F(EngineDecoder, TwoObjectsDecodeAtOnce)
+{
+    const auto Run = [](Bytes& Last) {
+        IVCodec* const pCodec = GetEngines()->NewNvidia(1);
+        EXPECT_EQ(pCodec->InitDecoder(kWidth, kHeight), 1);
+        for (const Bytes& Unit : Units()) EXPECT_EQ(Decode(*pCodec, Unit, Last), kPicture);
+        EXPECT_EQ(pCodec->Release(), 0);
+    };
+    Bytes Rooms[2] = {m_Room, m_Room};
+    std::thread Other([&] { Run(Rooms[0]); });
+    Run(Rooms[1]);
+    Other.join();
+    for (const Bytes& Room : Rooms) EXPECT_EQ(Room, Pictures().back());
+    EXPECT_EQ(m_Script.Live(), 0);
 }
 
 // ---- Memory ----------------------------------------------------------------------------------------------------
