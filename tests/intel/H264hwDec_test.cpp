@@ -1,5 +1,6 @@
 // Decoding through the Media SDK: what it is asked, what each answer comes to, and the second try of a refused picture.
 #include "tests/intel/intel_test.h"
+#include "tests/intel/told_leaks.h"
 
 #include "front/VCodec_H264.h"
 #include "intel/H264hwDec.h"
@@ -12,10 +13,6 @@ using namespace intel_test;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
-
-// Deliberate: a closed decoder leaves the records of its surfaces.
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:CH264hwDec::MakeSurfaces"; }
 
 namespace {
 
@@ -234,9 +231,13 @@ TEST_F(IntelDecoder, AFailedInitIsReportedAndLosesNothing)
 
 TEST_F(IntelDecoder, WithoutMemoryForTheDataTheAnswerIsMinus4)
 {
+    const HeapWatch Watch;
+    const SilentLog Silent;
     std::vector<int32_t> Results;
+    testing::internal::CaptureStdout(); // the reports
     for (size_t n = 1;; ++n) {
         CH264hwDec Decoder(1);
+        Results.reserve(n);
         const FailingAllocation Fail(n);
         try {
             Results.push_back(Decoder.InitDecoder(96, 64));
@@ -244,6 +245,7 @@ TEST_F(IntelDecoder, WithoutMemoryForTheDataTheAnswerIsMinus4)
         }
         if (!Fail.Failed()) break;
     }
+    testing::internal::GetCapturedStdout();
     EXPECT_EQ(std::count(Results.begin(), Results.end(), -4), 1);
     EXPECT_EQ(Results.back(), 1);
     EXPECT_EQ(m_Script.Live(), 0);

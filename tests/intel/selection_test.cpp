@@ -5,8 +5,11 @@
 #include "front/engines.h"
 #include "front/probes.h"
 #include "quilvex/Quilvex.h"
+#include "tests/support/child_process.h"
 #include "tests/support/ffmpeg_oracle.h"
 #include "tests/support/user_folder.h"
+
+#include <cstdio>
 
 using namespace intel_test;
 using testing::ElementsAre;
@@ -150,6 +153,26 @@ TEST_F(IntelSelection, AFailureOfEitherImplementationClosesTheHardware)
             EXPECT_EQ(TagOf(11), 0u);
             EXPECT_EQ(TagOf(2), kBackendIntelSoft); // it does not ask
         }
+}
+
+// Not bounded, unlike other engines' trials.
+CHILD_BODY(TryIntelForEver)
+{
+    DriverScript Script;
+    const DriverLibraries Libraries{platform::kMfxHardwareLibrary};
+    const IntelMachine Machine;
+    Script.Fault(Argument.c_str(), kDriverHang);
+    std::printf("began\n");
+    std::fflush(stdout);
+    ProbeIntelHardware();
+    return 0;
+}
+
+TEST(IntelSelectionHangs, ATrialThatHangsHoldsTheCaller)
+{
+    const ChildResult Result = RunChild("TryIntelForEver", "MFXInit", 2000);
+    EXPECT_TRUE(Result.bTimedOut);
+    EXPECT_NE(Result.Out.find("began"), std::string::npos);
 }
 
 // A client's loop: the engine fails at a picture, that picture goes into a new codec, and none is lost.

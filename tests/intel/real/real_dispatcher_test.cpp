@@ -4,6 +4,7 @@
 #include "front/selection.h"
 #include "intel/VCodecH264hw.h"
 #include "quilvex/Quilvex.h"
+#include "tests/intel/told_leaks.h"
 #include "tests/support/child_process.h"
 #include "tests/support/drivers/driver_libraries.h"
 #include "tests/support/drivers/driver_script.h"
