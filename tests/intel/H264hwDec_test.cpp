@@ -470,9 +470,11 @@ TEST_F(IntelDecoder, EveryOtherNegativeStatusClosesTheDevice)
 // The SDK is not called: its session is closed.
 TEST_F(IntelDecoder, ADecodeAfterAFailureFailsInTheSameWay)
 {
+    m_Script.Set("surfaces", 2);
+    m_Script.Set("decode.locked", 1);
     Start();
-    m_Script.Answer("MFXVideoDECODE_DecodeFrameAsync", -17, 2);
-    ExpectFailed(Put(1), -1);
+    m_Script.Set("MFXVideoCORE_SyncOperation.status", -17);
+    ExpectFailed(Put(1), -1); // both surfaces are left locked
     const size_t Before = m_Script.Trace().size();
     for (int i = 0; i < 2; ++i) {
         m_Log.Clear();
@@ -481,6 +483,7 @@ TEST_F(IntelDecoder, ADecodeAfterAFailureFailsInTheSameWay)
     }
     m_Codec->Reset();
     EXPECT_THAT(TraceFrom(Before), IsEmpty());
+    m_Script.Set("MFXVideoCORE_SyncOperation.status", 0);
     Start(); // the object is whole again
     EXPECT_EQ(Put(1).Type, 2);
 }

@@ -419,10 +419,13 @@ TEST_F(IntelEncoder, EveryNegativeStatusOfASubmitIsAFailureButMoreData)
 // The SDK is not called: its session is closed.
 TEST_F(IntelEncoder, AnEncodeAfterAFailureFailsInTheSameWay)
 {
+    m_Script.Set("surfaces", 2);
     ASSERT_TRUE(Init());
-    m_Script.Set("encode.locked", 1);
-    m_Script.Answer("MFXVideoENCODE_EncodeFrameAsync", -1, 1);
-    Reports([&] { Put(); });
+    m_Script.Set("encode.held", 1, 0);
+    ASSERT_EQ(Put().Result, 1);
+    m_Script.Set("MFXVideoCORE_SyncOperation.status", -1);
+    Reports([&] { Put(); }); // both surfaces are left locked, and nothing unlocks them any more
+    const TurnedClock Clock;
     const size_t Before = m_Script.Trace().size();
     for (int i = 0; i < 2; ++i) {
         Coded Call;
@@ -433,7 +436,8 @@ TEST_F(IntelEncoder, AnEncodeAfterAFailureFailsInTheSameWay)
     EXPECT_THAT(Reports([&] { m_Codec->SetBitrate(200); }), ElementsAre("H264hwEnc 0"));
     m_Codec->Reset();
     EXPECT_EQ(m_Script.Trace().size(), Before);
-    m_Script.Set("encode.locked", 0);
+    EXPECT_THAT(Clock.Slept(), IsEmpty());
+    m_Script.Set("MFXVideoCORE_SyncOperation.status", 0);
     ASSERT_TRUE(Init()); // the object is whole again
     EXPECT_EQ(Put().Type, 1);
 }

@@ -327,6 +327,18 @@ TEST(FrameAllocator, BeforeInitNothingWorks)
     EXPECT_EQ(Allocator.Close(), MFX_ERR_NONE);
 }
 
+TEST(FrameAllocator, ClosedItHasNoBuffersOfItsOwnUntilTheNextInit)
+{
+    SysMemFrameAllocator Allocator;
+    mfxFrameAllocRequest r = Request();
+    mfxFrameAllocResponse Response{};
+    ASSERT_EQ(Allocator.Init(nullptr), MFX_ERR_NONE);
+    EXPECT_EQ(Allocator.Close(), MFX_ERR_NONE);
+    EXPECT_EQ(Allocator.AllocFrames(&r, &Response), MFX_ERR_NOT_INITIALIZED);
+    ASSERT_EQ(Allocator.Init(nullptr), MFX_ERR_NONE);
+    EXPECT_EQ(Allocator.AllocFrames(&r, &Response), MFX_ERR_NONE);
+}
+
 TEST(FrameAllocator, MakesItsOwnBuffersOrTakesThoseNamed)
 {
     const FailingAllocation Held(0);
