@@ -7,14 +7,14 @@
 #include "front/selection.h"
 #include "platform/exception_frame.h"
 #include "tests/front/out_of_memory.h"
+#include "tests/support/drivers/heap_watch.h"
 
 using namespace amd;
 
 namespace {
 
 struct AmdOutOfMemory : AmdTest {
-    AmdOutOfMemory() { DriverVisits(FailingAllocation::Suspend, FailingAllocation::Resume); }
-    ~AmdOutOfMemory() override { DriverVisits(nullptr, nullptr); }
+    HeapWatch OfTheLibrary;
 };
 
 // A log that takes no memory.

@@ -281,10 +281,3 @@ void DriverVisits(void* (*pEnter)(void), void (*pLeave)(void* pEntered))
     DriverVisit::s_pEnter = pEnter;
     DriverVisit::s_pLeave = pLeave;
 }
-
-void* DriverVisitBegin(void) { return DriverVisit::s_pEnter ? DriverVisit::s_pEnter() : nullptr; }
-
-void DriverVisitEnd(void* pEntered)
-{
-    if (DriverVisit::s_pLeave) DriverVisit::s_pLeave(pEntered);
-}

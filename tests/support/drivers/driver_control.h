@@ -74,9 +74,6 @@ DRIVER_CONTROL void DriverKeepTrace(int32_t bKeep);
 /* Calls pEnter at the start of whatever a thread does in here, and pLeave with its answer at the end: a test that
  * counts memory leaves out what the substitutes take. Null for neither. */
 DRIVER_CONTROL void DriverVisits(void* (*pEnter)(void), void (*pLeave)(void* pEntered));
-/* The two around what is done elsewhere on a substitute's behalf. */
-DRIVER_CONTROL void* DriverVisitBegin(void);
-DRIVER_CONTROL void DriverVisitEnd(void* pEntered);
 
 #if defined(__cplusplus)
 }

@@ -2,26 +2,12 @@
 
 #include "platform/paths.h"
 #include "platform/shared_library.h"
-#include "tests/support/drivers/driver_control.h"
 
 #include <filesystem>
 
 namespace {
 
 DriverLibraries* g_pIn = nullptr;
-
-// Keeps what is remembered here out of a count of the memory that the library takes.
-class Visit
-{
-public:
-    Visit() : m_pEntered(DriverVisitBegin()) {}
-    ~Visit() { DriverVisitEnd(m_pEntered); }
-    Visit(const Visit&) = delete;
-    Visit& operator=(const Visit&) = delete;
-
-private:
-    void* m_pEntered;
-};
 
 } // namespace
 
@@ -88,7 +74,6 @@ void DriverLibraries::ForgetAsked()
 
 void* DriverLibraries::Open(const char* pName)
 {
-    const Visit Held;
     DriverLibraries& In = *g_pIn;
     const std::lock_guard Locked(In.m_Lock);
     In.m_Asked.push_back(std::string("open ") + pName);
@@ -102,7 +87,6 @@ void* DriverLibraries::Open(const char* pName)
 
 void* DriverLibraries::Symbol(void* pLibrary, const char* pName)
 {
-    const Visit Held;
     DriverLibraries& In = *g_pIn;
     const std::lock_guard Locked(In.m_Lock);
     In.m_Asked.push_back(std::string("symbol ") + pName);
@@ -111,7 +95,6 @@ void* DriverLibraries::Symbol(void* pLibrary, const char* pName)
 
 void DriverLibraries::Close(void* pLibrary)
 {
-    const Visit Held;
     DriverLibraries& In = *g_pIn;
     const std::lock_guard Locked(In.m_Lock);
     const std::string Name = In.m_Names[pLibrary];
