@@ -353,6 +353,21 @@ TEST_F(NvencInit, ListsOfAnyLengthAreSurvived)
     }
 }
 
+// What is searched for is not there, and the length that is told is no end of the search.
+TEST_F(NvencInit, ListsThatAreToldTooLongAreSearchedToTheirRoom)
+{
+    Script.Set("nvenc.h264", 0);
+    Script.Set("nvenc.codecs", 0xFFFFFFFF);
+    EXPECT_EQ(Init(), 0);
+    EXPECT_EQ(Console(), "NvHWEncoder line #: codec not supported \n");
+    Script.Set("nvenc.h264", 1);
+    Script.Set("nvenc.default", 0);
+    Script.Set("nvenc.presets", 0xFFFFFFFF);
+    EXPECT_EQ(Init(), 1);
+    EXPECT_EQ(Console(), kPresetLine);
+    ExpectNothingLeft();
+}
+
 TEST_F(NvencInit, SizesDecideTheNumberOfBuffers)
 {
     const struct {
