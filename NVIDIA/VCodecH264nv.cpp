@@ -51,6 +51,7 @@ int32_t CVCodecH264nv::Reset()
 int32_t CVCodecH264nv::InitEncoder(int32_t PictureWidth, int32_t PictureHeight, int32_t iFramesPerSecond,
                                    int32_t iKeyinterval, int32_t iKbps)
 {
+    ASSERT_OR_RETURN(PictureWidth && PictureHeight, 0);
     m_bDecoder = 0;
     m_PictureWidth = PictureWidth;
     m_PictureHeight = PictureHeight;

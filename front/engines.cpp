@@ -34,12 +34,12 @@ public:
         return ::MyGetDisplayVideoControllerList(List, bOnlyOK);
     }
 
+    bool TryNvidiaDecoder(int32_t Width, int32_t Height) override { return CH264nvDec::Try(Width, Height); }
     bool TryNvidiaEncoder(int32_t Width, int32_t Height, int32_t FramesPerSecond, int32_t KeyInterval,
                           int32_t Kbps) override
     {
         return CH264nvEnc::Try(Width, Height, FramesPerSecond, KeyInterval, Kbps);
     }
-    bool TryNvidiaDecoder(int32_t Width, int32_t Height) override { return CH264nvDec::Try(Width, Height); }
     bool IsSupportH264hw_0() override { return CVCodecH264AMD::IsSupportH264hw_0(); }
     int32_t QueryIntelSession(int32_t Implementation) override { return QueryMfxSession(Implementation); }
     int32_t AmdInit() override { return g_AMFFactory.Init(); }

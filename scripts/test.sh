@@ -42,12 +42,12 @@ stage "looking for faults"
 scripts/tidy.sh
 
 # A thread that is killed, or joined with a time limit, is more than that sanitizer can follow.
-build tsan test_platform test_common test_media test_process test_AMF test_front
+build tsan test_platform test_common test_media test_process test_NVIDIA test_intel test_AMF test_front
 build/tsan/tests/test_platform --gtest_brief=1 --gtest_filter='-*Killable*:RunWithTimeout*:*ExceptionChain*'
 for folder in common media process; do
     "build/tsan/tests/test_$folder" --gtest_brief=1
 done
-for folder in AMF front; do
+for folder in NVIDIA intel AMF front; do
     "build/tsan/tests/test_$folder" --gtest_brief=1 --gtest_filter="*Threads*"
 done
 

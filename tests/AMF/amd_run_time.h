@@ -9,12 +9,12 @@
 #include "tests/support/drivers/driver_libraries.h"
 #include "tests/support/drivers/driver_script.h"
 #include "tests/support/recording_log.h"
+#include "tests/support/turned_clock.h"
 #include "tools/common/camera_scene.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -84,30 +84,6 @@ inline bool InitDecoder(IVCodec& Codec, FrameSize Size = kSize)
 {
     return Codec.InitDecoder(Size.Width, Size.Height) == 1;
 }
-
-/// Time that passes only when somebody sleeps.
-class CountedSleeps
-{
-public:
-    CountedSleeps()
-    {
-        static constexpr platform::ClockOperations s_Clock{Ticks, Sleep};
-        s_Count = s_Milliseconds = 0;
-        platform::SetClock(&s_Clock);
-    }
-    ~CountedSleeps() { platform::SetClock(nullptr); }
-    uint32_t Count() const { return s_Count; }
-    uint32_t Milliseconds() const { return s_Milliseconds; }
-
-private:
-    static uint32_t Ticks() { return s_Milliseconds; }
-    static void Sleep(uint32_t Milliseconds)
-    {
-        ++s_Count;
-        s_Milliseconds += Milliseconds;
-    }
-    static inline std::atomic<uint32_t> s_Count, s_Milliseconds;
-};
 
 /// How many driver objects of a kind are held while a body sleeps for the first time.
 inline int32_t HeldAsleep(const char* pKind, const std::function<void()>& Run)

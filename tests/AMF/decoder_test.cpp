@@ -201,7 +201,7 @@ TEST_F(AmdDecoder, TheSurfacesTypeGoesThroughTheEncodersTable)
 
 TEST_F(AmdDecoder, AFullInputAndNoDataYetAreWaitedFor)
 {
-    const CountedSleeps Sleeps;
+    const TurnedClock Clock;
     const auto pCodec = NewCodec();
     EXPECT_TRUE(InitDecoder(*pCodec));
     for (int32_t Call = 1; Call <= 3; ++Call) {
@@ -213,8 +213,7 @@ TEST_F(AmdDecoder, AFullInputAndNoDataYetAreWaitedFor)
     EXPECT_EQ(Script().Calls("Component.SubmitInput"), 4);
     EXPECT_EQ(Script().Calls("Component.Drain"), 4);
     EXPECT_EQ(Script().Calls("Component.QueryOutput"), 5);
-    EXPECT_EQ(Sleeps.Count(), 9u);
-    EXPECT_EQ(Sleeps.Milliseconds(), 9u);
+    EXPECT_THAT(Clock.Slept(), testing::ElementsAre(std::pair(1u, 9u)));
 }
 
 TEST_F(AmdDecoder, TheInputIsDroppedBeforeTheDrain)

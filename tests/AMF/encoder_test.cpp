@@ -286,7 +286,7 @@ TEST_F(AmdEncoder, TheOutputsTypeIsMapped)
 
 TEST_F(AmdEncoder, AFullInputIsSubmittedAgainAfterAMillisecond)
 {
-    const CountedSleeps Sleeps;
+    const TurnedClock Clock;
     const auto pCodec = NewCodec();
     EXPECT_TRUE(InitEncoder(*pCodec));
     for (int32_t Call = 1; Call <= 7; ++Call) Script().Answer("Component.SubmitInput", 25, Call);
@@ -294,8 +294,7 @@ TEST_F(AmdEncoder, AFullInputIsSubmittedAgainAfterAMillisecond)
     EXPECT_EQ(Encode(*pCodec, Picture(0)).Result, 1);
     EXPECT_EQ(Script().Calls("Component.SubmitInput"), 8);
     EXPECT_EQ(Script().Calls("Component.Drain"), 6);
-    EXPECT_EQ(Sleeps.Count(), 12u);
-    EXPECT_EQ(Sleeps.Milliseconds(), 12u);
+    EXPECT_THAT(Clock.Slept(), testing::ElementsAre(std::pair(1u, 12u)));
 }
 
 TEST_F(AmdEncoder, TheSurfaceIsDroppedBeforeTheDrain)
@@ -310,15 +309,14 @@ TEST_F(AmdEncoder, TheSurfaceIsDroppedBeforeTheDrain)
 
 TEST_F(AmdEncoder, NoDataYetIsAskedForAgainAfterAMillisecond)
 {
-    const CountedSleeps Sleeps;
+    const TurnedClock Clock;
     const auto pCodec = NewCodec();
     EXPECT_TRUE(InitEncoder(*pCodec));
     const int64_t Statuses[] = {0, 24, 1, 13, 25, 44}; // any but the end of the stream
     for (int32_t Call = 1; Call <= 6; ++Call) Script().Answer("Component.QueryOutput", Statuses[Call - 1], Call);
     EXPECT_EQ(Encode(*pCodec, Picture(0)).Result, 1);
     EXPECT_EQ(Script().Calls("Component.QueryOutput"), 8);
-    EXPECT_EQ(Sleeps.Count(), 6u);
-    EXPECT_EQ(Sleeps.Milliseconds(), 6u);
+    EXPECT_THAT(Clock.Slept(), testing::ElementsAre(std::pair(1u, 6u)));
 }
 
 TEST_F(AmdEncoder, DataCountsWhateverStatusComesWithIt)

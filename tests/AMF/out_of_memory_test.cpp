@@ -8,6 +8,7 @@
 #include "platform/exception_frame.h"
 #include "tests/front/out_of_memory.h"
 #include "tests/support/drivers/heap_watch.h"
+#include "tests/support/silent_log.h"
 
 using namespace amd;
 
@@ -15,15 +16,6 @@ namespace {
 
 struct AmdOutOfMemory : AmdTest {
     HeapWatch OfTheLibrary;
-};
-
-// A log that takes no memory.
-struct SilentLog : IHostLog {
-    SilentLog() : m_pBefore(SetHostLog(this)) {}
-    ~SilentLog() override { SetHostLog(m_pBefore); }
-    void Write(int32_t, const char*) override {}
-    std::string UserDataPath(const std::string&) override { return {}; }
-    IHostLog* m_pBefore;
 };
 
 } // namespace

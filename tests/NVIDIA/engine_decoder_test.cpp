@@ -5,7 +5,7 @@
 #include "quilvex/Quilvex.h"
 #include "tests/NVIDIA/engine_faults.h"
 #include "tests/support/child_process.h"
-#include "tests/support/failing_allocation.h"
+#include "tests/support/drivers/heap_watch.h"
 #include "tests/support/leaks_allowed.h"
 #include "tests/support/user_folder.h"
 
@@ -395,7 +395,7 @@ TEST_F(EngineDecoder, AHangInItsTrialIsWaitedFor)
     EXPECT_NE(Child.Out.find("tried"), std::string::npos);
 }
 
-TEST_F(EngineDecoder, TwoObjectsDecodeAtOnce)
+TEST_F(EngineDecoder, TwoThreadsDecodeAtOnce)
 {
     const auto Run = [](Bytes& Last) {
         IVCodec* const pCodec = GetEngines()->NewNvidia(1);
@@ -415,54 +415,21 @@ TEST_F(EngineDecoder, TwoObjectsDecodeAtOnce)
 
 namespace {
 
-// Time in which requests of memory are neither counted nor failed.
-class Unwatched
-{
-public:
-    Unwatched() : m_pSuspended(FailingAllocation::Suspend()) {}
-    ~Unwatched() { FailingAllocation::Resume(m_pSuspended); }
-
-private:
-    void* m_pSuspended;
-};
-
 // What the engine asks of the system and of the driver, out of the count: what is left is the engine's own.
 class EngineAlone : public IHostLog
 {
 public:
-    EngineAlone() : m_pLog(SetHostLog(this))
-    {
-        s_pLibraries = &platform::Libraries();
-        static constexpr platform::LibraryOperations s_Operations{Open, Symbol, nullptr};
-        platform::SetLibraries(&s_Operations);
-        DriverVisits(FailingAllocation::Suspend, FailingAllocation::Resume);
-    }
-    ~EngineAlone() override
-    {
-        DriverVisits(nullptr, nullptr);
-        platform::SetLibraries(s_pLibraries);
-        SetHostLog(m_pLog);
-    }
+    EngineAlone() : m_pLog(SetHostLog(this)) {}
+    ~EngineAlone() override { SetHostLog(m_pLog); }
     void Write(int32_t iLevel, const char* pText) override
     {
-        const Unwatched Recording;
+        const HeapWatch::Pause Recording;
         m_pLog->Write(iLevel, pText);
     }
     std::string UserDataPath(const std::string&) override { return {}; }
 
 private:
-    static void* Open(const char* pName)
-    {
-        const Unwatched Loading;
-        return s_pLibraries->Open(pName);
-    }
-    static void* Symbol(void* pLibrary, const char* pName)
-    {
-        const Unwatched Looking;
-        return s_pLibraries->Symbol(pLibrary, pName);
-    }
-
-    static inline const platform::LibraryOperations* s_pLibraries = nullptr;
+    HeapWatch m_OfTheLibrary;
     IHostLog* m_pLog;
 };
 
@@ -497,7 +464,7 @@ TEST_F(EngineDecoder, WhenMemoryRunsOutACallFailsAndNothingIsLeft)
         EXPECT_EQ(Decode(*pCodec, Units()[0], m_Room), kPicture);
         EXPECT_EQ(pCodec->Release(), 0);
         EXPECT_EQ(FailingAllocation::BlocksHeld(), 0);
-        const Unwatched Comparing;
+        const HeapWatch::Pause Comparing;
         EXPECT_EQ(m_Room, Pictures()[0]);
         EXPECT_EQ(m_Script.Live(), 0);
         EXPECT_EQ(m_Log.With(std::string("qvlx - CH264nvDec::") + r.pLine).empty(), r.Given == kPicture);

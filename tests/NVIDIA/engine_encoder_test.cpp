@@ -159,6 +159,17 @@ TEST_F(EngineEncoder, TheRateSlotAnswersZeroWhateverBecameOfIt)
     EXPECT_TRUE(Lines[0].Text.ends_with(" expr=iKbps"));
 }
 
+TEST_F(EngineEncoder, ASizeOfZeroIsAssertedBeforeTheDriverIsAsked)
+{
+    for (const auto& [Width, Height] : {std::pair{0, kHeight}, {kWidth, 0}}) {
+        m_Log.Clear();
+        EXPECT_EQ(m_Codec.InitEncoder(Width, Height, kFps, kKeyInterval, kKbps), 0);
+        ASSERT_EQ(m_Log.Lines().size(), 1u);
+        EXPECT_TRUE(m_Log.Lines()[0].Text.ends_with(" expr=PictureWidth && PictureHeight"));
+    }
+    EXPECT_THAT(m_Script.Trace(), IsEmpty());
+}
+
 TEST_F(EngineEncoder, WithoutADriverItFails)
 {
     m_Libraries.Remove(platform::kNvencLibrary);

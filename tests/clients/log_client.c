@@ -44,7 +44,7 @@ static void SwitchKeyingOn(HMODULE Library)
 }
 
 static const char kLoad[] = "0 [4] qvlx - CVCodecH264AMD::Init() res=1\n";
-static const char kUnload[] = "0 [4] qvlx - CVCodecH264AMD::Terminate() res=1\n";
+static const char kUnload[] = "0 [4] qvlx - CVCodecH264AMD::Terminate() res=0\n";
 static const char kCodec[] = "0 [4] qvlx - CreateVCodec(100) IPP\n"
                              "0 [8] qvlx - CVCodec_H264::Decode() Decode Failed err=-996\n"
                              "0 [16] Assert failed: file=VCodec_H264 line=";

@@ -3,12 +3,13 @@
 
 #include "front/selection.h"
 #include "intel/VCodecH264hw.h"
-#include "platform/clock.h"
 #include "platform/driver_names.h"
 #include "tests/support/drivers/driver_libraries.h"
 #include "tests/support/drivers/driver_script.h"
 #include "tests/support/drivers/heap_watch.h"
 #include "tests/support/recording_log.h"
+#include "tests/support/silent_log.h"
+#include "tests/support/turned_clock.h"
 #include "tools/common/camera_scene.h"
 
 #include <gmock/gmock.h>
@@ -81,49 +82,6 @@ inline Shown Decode(CVCodecH264hw& Codec, const Bytes& Unit, FrameSize Size = kS
     s.Result = Codec.Decode(Unit.data(), static_cast<int32_t>(Unit.size()), s.Picture.data(), &s.Type);
     return s;
 }
-
-/// A clock whose time passes by sleeping alone.
-class TurnedClock
-{
-public:
-    TurnedClock()
-    {
-        s_Slept.clear();
-        s_Total = 0;
-        platform::SetClock(&kOperations);
-    }
-    ~TurnedClock() { platform::SetClock(nullptr); }
-    TurnedClock(const TurnedClock&) = delete;
-    TurnedClock& operator=(const TurnedClock&) = delete;
-
-    /// Milliseconds, how often.
-    std::map<uint32_t, uint32_t> Slept() const { return s_Slept; }
-    uint64_t Total() const { return s_Total; }
-
-private:
-    static uint32_t Tick() { return static_cast<uint32_t>(s_Total); }
-    static void Sleep(uint32_t Milliseconds)
-    {
-        ++s_Slept[Milliseconds];
-        s_Total += Milliseconds;
-    }
-    static constexpr platform::ClockOperations kOperations{Tick, Sleep};
-    static inline std::map<uint32_t, uint32_t> s_Slept;
-    static inline uint64_t s_Total = 0;
-};
-
-/// A host log that keeps nothing, and so takes no memory.
-class SilentLog : public IHostLog
-{
-public:
-    SilentLog() : m_pBefore(SetHostLog(this)) {}
-    ~SilentLog() override { SetHostLog(m_pBefore); }
-    void Write(int32_t, const char*) override {}
-    std::string UserDataPath(const std::string&) override { return {}; }
-
-private:
-    IHostLog* m_pBefore;
-};
 
 class IntelEngine : public testing::Test
 {

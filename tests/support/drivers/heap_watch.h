@@ -24,24 +24,26 @@ public:
     HeapWatch(const HeapWatch&) = delete;
     HeapWatch& operator=(const HeapWatch&) = delete;
 
-private:
-    struct Visit {
+    /// Time in which this thread's requests are neither counted nor failed.
+    struct Pause {
         void* const pSuspended = FailingAllocation::Suspend();
-        ~Visit() { FailingAllocation::Resume(pSuspended); }
+        ~Pause() { FailingAllocation::Resume(pSuspended); }
     };
+
+private:
     static void* Open(const char* pName)
     {
-        const Visit Unwatched;
+        const Pause Unwatched;
         return s_pLibraries->Open(pName);
     }
     static void* Symbol(void* pLibrary, const char* pName)
     {
-        const Visit Unwatched;
+        const Pause Unwatched;
         return s_pLibraries->Symbol(pLibrary, pName);
     }
     static void Close(void* pLibrary)
     {
-        const Visit Unwatched;
+        const Pause Unwatched;
         s_pLibraries->Close(pLibrary);
     }
     static constexpr platform::LibraryOperations kOperations{Open, Symbol, Close};
