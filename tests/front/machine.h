@@ -7,9 +7,11 @@
 #include "tests/front/forwarding_engines.h"
 #include "tests/support/drivers/driver_libraries.h"
 #include "tests/support/drivers/driver_script.h"
+#include "tests/support/leaks_allowed.h"
 #include "tests/support/recording_log.h"
 #include "tests/support/user_folder.h"
 
+#include <optional>
 #include <ostream>
 
 /// What a driver does when an engine is tried with it.
@@ -27,6 +29,8 @@ class Machine
 public:
     explicit Machine(Driver Nvidia = Driver::Absent, Driver Amd = Driver::Absent, Driver Intel = Driver::Absent)
     {
+        // A trial that a fault cuts short leaves its objects, and the Intel decoder the records of its surfaces.
+        if (Nvidia == Driver::Crashes || Intel != Driver::Absent) m_Told.emplace();
         ResetSelectionState();
         if (Nvidia != Driver::Absent) {
             for (const char* const pName : {platform::kCudaLibrary, platform::kCuvidLibrary, platform::kNvencLibrary})
@@ -57,6 +61,8 @@ public:
     ForwardingEngines Engines;
 
 private:
+    std::optional<LeaksAllowed> m_Told;
+
     void Behave(const char* pOperation, Driver How, int64_t Refusal)
     {
         if (How == Driver::Refuses) Script.Answer(pOperation, Refusal);
