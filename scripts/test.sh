@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks the format, builds everything with every warning an error, and runs every test: those of the 32-bit Windows build
-# under Wine, those under the address and undefined-behaviour sanitizers, those of threads under the thread sanitizer, and
-# those of the release build, whose summary comes last. clang builds the library too, and clang-tidy looks for faults.
+# under Wine, those under the address and undefined-behaviour sanitizers, those of all but the codec itself under the thread
+# sanitizer, and those of the release build, whose summary comes last. clang builds the library too, and clang-tidy looks for
+# faults.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh build test style bench windows
@@ -41,14 +42,13 @@ build clang quilvex qvlx h264_encode h264_decode
 stage "looking for faults"
 scripts/tidy.sh
 
-# A thread that is killed, or joined with a time limit, is more than that sanitizer can follow.
 build tsan test_platform test_common test_media test_process test_NVIDIA test_intel test_AMF test_front
-build/tsan/tests/test_platform --gtest_brief=1 --gtest_filter='-*Killable*:RunWithTimeout*:*ExceptionChain*'
-for folder in common media process; do
-    "build/tsan/tests/test_$folder" --gtest_brief=1
-done
-for folder in NVIDIA intel AMF front; do
-    "build/tsan/tests/test_$folder" --gtest_brief=1 --gtest_filter="*Threads*"
+# A chain of other libraries' handlers is more than that sanitizer can follow; many thousand sessions are what it takes
+# minutes for.
+for folder in platform common media process NVIDIA intel AMF front; do
+    "build/tsan/tests/test_$folder" --gtest_brief=1 --gtest_filter='-*ExceptionChain*:*Thousand*' >"build/tsan-$folder.log" 2>&1 ||
+        { tail -n 60 "build/tsan-$folder.log" >&2; exit 1; }
+    tail -n 1 "build/tsan-$folder.log"
 done
 
 build release

@@ -9,20 +9,21 @@
 /// What the library calls of CUVID: process-wide, null until cuvidInit() has found them. The map calls are those of the
 /// process's own width of pointers.
 struct CuvidDriver {
-    CUresult(CUDAAPI* cuvidCreateVideoParser)(CUvideoparser* pParser, CUVIDPARSERPARAMS* pParams);
-    CUresult(CUDAAPI* cuvidParseVideoData)(CUvideoparser Parser, CUVIDSOURCEDATAPACKET* pPacket);
-    CUresult(CUDAAPI* cuvidDestroyVideoParser)(CUvideoparser Parser);
-    CUresult(CUDAAPI* cuvidGetDecoderCaps)(CUVIDDECODECAPS* pCaps);
-    CUresult(CUDAAPI* cuvidCreateDecoder)(CUvideodecoder* pDecoder, CUVIDDECODECREATEINFO* pInfo);
-    CUresult(CUDAAPI* cuvidDestroyDecoder)(CUvideodecoder Decoder);
-    CUresult(CUDAAPI* cuvidDecodePicture)(CUvideodecoder Decoder, CUVIDPICPARAMS* pParams);
-    CUresult(CUDAAPI* cuvidMapVideoFrame)(CUvideodecoder Decoder, int PictureIndex, CUdeviceptr* pFrame,
-                                          unsigned int* pPitch, CUVIDPROCPARAMS* pParams);
-    CUresult(CUDAAPI* cuvidUnmapVideoFrame)(CUvideodecoder Decoder, CUdeviceptr Frame);
-    CUresult(CUDAAPI* cuvidCtxLockCreate)(CUvideoctxlock* pLock, CUcontext Context);
-    CUresult(CUDAAPI* cuvidCtxLockDestroy)(CUvideoctxlock Lock);
-    CUresult(CUDAAPI* cuvidCtxLock)(CUvideoctxlock Lock, unsigned int Reserved);
-    CUresult(CUDAAPI* cuvidCtxUnlock)(CUvideoctxlock Lock, unsigned int Reserved);
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoparser* pParser, CUVIDPARSERPARAMS* pParams)> cuvidCreateVideoParser;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoparser Parser, CUVIDSOURCEDATAPACKET* pPacket)> cuvidParseVideoData;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoparser Parser)> cuvidDestroyVideoParser;
+    DriverFunction<CUresult(CUDAAPI*)(CUVIDDECODECAPS* pCaps)> cuvidGetDecoderCaps;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideodecoder* pDecoder, CUVIDDECODECREATEINFO* pInfo)> cuvidCreateDecoder;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideodecoder Decoder)> cuvidDestroyDecoder;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideodecoder Decoder, CUVIDPICPARAMS* pParams)> cuvidDecodePicture;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideodecoder Decoder, int PictureIndex, CUdeviceptr* pFrame,
+                                      unsigned int* pPitch, CUVIDPROCPARAMS* pParams)>
+        cuvidMapVideoFrame;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideodecoder Decoder, CUdeviceptr Frame)> cuvidUnmapVideoFrame;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoctxlock* pLock, CUcontext Context)> cuvidCtxLockCreate;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoctxlock Lock)> cuvidCtxLockDestroy;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoctxlock Lock, unsigned int Reserved)> cuvidCtxLock;
+    DriverFunction<CUresult(CUDAAPI*)(CUvideoctxlock Lock, unsigned int Reserved)> cuvidCtxUnlock;
 };
 extern CuvidDriver g_Cuvid;
 

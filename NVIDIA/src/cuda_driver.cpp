@@ -6,9 +6,8 @@
 #include <cstdio>
 #include <cstring>
 #include <span>
-#include <type_traits>
 
-CudaDriver g_Cuda;
+constinit CudaDriver g_Cuda;
 
 namespace {
 
@@ -21,10 +20,7 @@ struct Entry {
 template <auto Member>
 void Keep(void* pFunction)
 {
-    auto& Pointer = g_Cuda.*Member;
-    using Function = std::remove_cvref_t<decltype(Pointer)>;
-    // Not written when nothing changes: another thread may be calling it.
-    if (Pointer != reinterpret_cast<Function>(pFunction)) Pointer = reinterpret_cast<Function>(pFunction);
+    (g_Cuda.*Member).Set(pFunction);
 }
 
 constexpr Entry kFirst[] = {{"cuInit", Keep<&CudaDriver::cuInit>},
@@ -173,11 +169,11 @@ constexpr size_t CountEntries()
 }
 
 // One for each name, at the first place that the name has in the list.
-constinit void* s_Pointers[CountEntries()]{};
+constinit std::atomic<void*> s_Pointers[CountEntries()]{};
 
-void** PointerOf(const char* pName)
+std::atomic<void*>* PointerOf(const char* pName)
 {
-    void** pPointer = s_Pointers;
+    std::atomic<void*>* pPointer = s_Pointers;
     for (const Group& g : kGroups)
         for (const Entry& e : g.Entries) {
             if (std::strcmp(e.pName, pName) == 0) return pPointer;
@@ -188,8 +184,7 @@ void** PointerOf(const char* pName)
 
 void KeepPointer(const Entry& e, void* pFunction)
 {
-    void*& Pointer = *PointerOf(e.pName);
-    if (Pointer != pFunction) Pointer = pFunction;
+    PointerOf(e.pName)->store(pFunction, std::memory_order_relaxed);
     if (e.Keep) e.Keep(pFunction);
 }
 
@@ -252,4 +247,4 @@ CUresult cuInit(unsigned int Flags, int32_t cudaVersion, void** pHandle)
     return CUDA_SUCCESS;
 }
 
-void* const* FindCudaPointer(const char* pName) { return PointerOf(pName); }
+const std::atomic<void*>* FindCudaPointer(const char* pName) { return PointerOf(pName); }

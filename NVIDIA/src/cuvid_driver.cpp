@@ -4,9 +4,8 @@
 #include "platform/shared_library.h"
 
 #include <cstdio>
-#include <type_traits>
 
-CuvidDriver g_Cuvid;
+constinit CuvidDriver g_Cuvid;
 
 namespace {
 
@@ -18,10 +17,7 @@ struct Entry {
 template <auto Member>
 void Keep(void* pFunction)
 {
-    auto& Pointer = g_Cuvid.*Member;
-    using Function = std::remove_cvref_t<decltype(Pointer)>;
-    // Not written when nothing changes: another thread may be calling it.
-    if (Pointer != reinterpret_cast<Function>(pFunction)) Pointer = reinterpret_cast<Function>(pFunction);
+    (g_Cuvid.*Member).Set(pFunction);
 }
 
 // The plain names of the map calls take addresses of 32 bits in every process.

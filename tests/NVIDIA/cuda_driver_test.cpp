@@ -167,8 +167,8 @@ std::string Missing(const std::string& Name)
 
 void* PointerOf(const std::string& Name)
 {
-    void* const* const pPointer = FindCudaPointer(Name.c_str());
-    return pPointer ? *pPointer : nullptr;
+    const std::atomic<void*>* const pPointer = FindCudaPointer(Name.c_str());
+    return pPointer ? pPointer->load() : nullptr;
 }
 
 struct CudaDriverLoading : testing::Test {
@@ -262,19 +262,19 @@ TEST_F(CudaDriverLoading, TheTypedPointersAreThoseOfTheirNames)
         EXPECT_NE(pTyped, nullptr) << pName;
         EXPECT_EQ(reinterpret_cast<void*>(pTyped), PointerOf(pName)) << pName;
     };
-    Same(g_Cuda.cuInit, "cuInit");
-    Same(g_Cuda.cuDriverGetVersion, "cuDriverGetVersion");
-    Same(g_Cuda.cuDeviceGet, "cuDeviceGet");
-    Same(g_Cuda.cuDeviceGetCount, "cuDeviceGetCount");
-    Same(g_Cuda.cuDeviceComputeCapability, "cuDeviceComputeCapability");
-    Same(g_Cuda.cuDeviceGetAttribute, "cuDeviceGetAttribute");
-    Same(g_Cuda.cuCtxCreate, "cuCtxCreate");
-    Same(g_Cuda.cuCtxDestroy, "cuCtxDestroy");
-    Same(g_Cuda.cuCtxPushCurrent, "cuCtxPushCurrent");
-    Same(g_Cuda.cuCtxPopCurrent, "cuCtxPopCurrent");
-    Same(g_Cuda.cuMemAllocHost, "cuMemAllocHost");
-    Same(g_Cuda.cuMemFreeHost, "cuMemFreeHost");
-    Same(g_Cuda.cuMemcpyDtoH, "cuMemcpyDtoH");
+    Same(g_Cuda.cuInit.Get(), "cuInit");
+    Same(g_Cuda.cuDriverGetVersion.Get(), "cuDriverGetVersion");
+    Same(g_Cuda.cuDeviceGet.Get(), "cuDeviceGet");
+    Same(g_Cuda.cuDeviceGetCount.Get(), "cuDeviceGetCount");
+    Same(g_Cuda.cuDeviceComputeCapability.Get(), "cuDeviceComputeCapability");
+    Same(g_Cuda.cuDeviceGetAttribute.Get(), "cuDeviceGetAttribute");
+    Same(g_Cuda.cuCtxCreate.Get(), "cuCtxCreate");
+    Same(g_Cuda.cuCtxDestroy.Get(), "cuCtxDestroy");
+    Same(g_Cuda.cuCtxPushCurrent.Get(), "cuCtxPushCurrent");
+    Same(g_Cuda.cuCtxPopCurrent.Get(), "cuCtxPopCurrent");
+    Same(g_Cuda.cuMemAllocHost.Get(), "cuMemAllocHost");
+    Same(g_Cuda.cuMemFreeHost.Get(), "cuMemFreeHost");
+    Same(g_Cuda.cuMemcpyDtoH.Get(), "cuMemcpyDtoH");
     EXPECT_EQ(FindCudaPointer("cuNothing"), nullptr);
 }
 

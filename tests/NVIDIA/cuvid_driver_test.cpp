@@ -113,19 +113,20 @@ TEST(CuvidDriver, AsksForEveryNameInOrderAndKeepsWhatIsCalled)
     EXPECT_EQ(Load(Out), 0);
     EXPECT_EQ(Out, "");
     EXPECT_EQ(Library.m_Asked, kNames);
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCreateVideoParser, "cuvidCreateVideoParser"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidParseVideoData, "cuvidParseVideoData"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidDestroyVideoParser, "cuvidDestroyVideoParser"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidGetDecoderCaps, "cuvidGetDecoderCaps"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCreateDecoder, "cuvidCreateDecoder"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidDestroyDecoder, "cuvidDestroyDecoder"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidDecodePicture, "cuvidDecodePicture"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidMapVideoFrame, kIs64Bit ? "cuvidMapVideoFrame64" : "cuvidMapVideoFrame"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidUnmapVideoFrame, kIs64Bit ? "cuvidUnmapVideoFrame64" : "cuvidUnmapVideoFrame"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxLockCreate, "cuvidCtxLockCreate"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxLockDestroy, "cuvidCtxLockDestroy"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxLock, "cuvidCtxLock"));
-    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxUnlock, "cuvidCtxUnlock"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCreateVideoParser.Get(), "cuvidCreateVideoParser"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidParseVideoData.Get(), "cuvidParseVideoData"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidDestroyVideoParser.Get(), "cuvidDestroyVideoParser"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidGetDecoderCaps.Get(), "cuvidGetDecoderCaps"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCreateDecoder.Get(), "cuvidCreateDecoder"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidDestroyDecoder.Get(), "cuvidDestroyDecoder"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidDecodePicture.Get(), "cuvidDecodePicture"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidMapVideoFrame.Get(), kIs64Bit ? "cuvidMapVideoFrame64" : "cuvidMapVideoFrame"));
+    EXPECT_TRUE(
+        IsEntry(g_Cuvid.cuvidUnmapVideoFrame.Get(), kIs64Bit ? "cuvidUnmapVideoFrame64" : "cuvidUnmapVideoFrame"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxLockCreate.Get(), "cuvidCtxLockCreate"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxLockDestroy.Get(), "cuvidCtxLockDestroy"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxLock.Get(), "cuvidCtxLock"));
+    EXPECT_TRUE(IsEntry(g_Cuvid.cuvidCtxUnlock.Get(), "cuvidCtxUnlock"));
 }
 
 TEST(CuvidDriver, TheFirstMissingNameEndsIt)
@@ -148,9 +149,9 @@ TEST(CuvidDriver, EveryLoadAddsToTheLibrarysCountAndNothingUnloadsIt)
         EXPECT_EQ(Load(Out), 0);
         EXPECT_EQ(Library.m_Held, n);
     }
-    const CuvidDriver Before = g_Cuvid;
+    const auto pBefore = g_Cuvid.cuvidCtxUnlock.Get();
     EXPECT_EQ(Load(Out), 0);
-    EXPECT_EQ(g_Cuvid.cuvidCtxUnlock, Before.cuvidCtxUnlock);
+    EXPECT_EQ(g_Cuvid.cuvidCtxUnlock.Get(), pBefore);
     Library.m_Lacking = "cuvidGetDecoderCaps"; // loaded all the same
     EXPECT_EQ(Load(Out), 999);
     EXPECT_EQ(Library.m_Held, 5);

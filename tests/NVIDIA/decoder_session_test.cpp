@@ -187,7 +187,7 @@ namespace {
 // Stands in the place of cuvidCtxLockCreate, the call before the capabilities are asked.
 CUresult CUDAAPI TakeCapabilitiesAway(CUvideoctxlock*, CUcontext)
 {
-    g_Cuvid.cuvidGetDecoderCaps = nullptr;
+    g_Cuvid.cuvidGetDecoderCaps.Set(nullptr);
     return CUDA_SUCCESS;
 }
 
