@@ -8,7 +8,7 @@ scripts/install_packages.sh build test style
 mkdir -p build
 cmake --preset clang >build/tidy.log
 if [ $# -eq 0 ]; then
-    mapfile -t files < <(git ls-files '*.cpp' | grep -E '^(platform|kernels|Common|media|process|encoder|decoder|front|tools)/' |
+    mapfile -t files < <(git ls-files '*.cpp' | grep -E '^(platform|kernels|Common|media|process|encoder|decoder|NVIDIA|intel|AMF|front|tools)/' |
         grep -vE '_win32\.cpp$|/win32/')
     set -- "${files[@]}"
 fi
