@@ -8,14 +8,6 @@
 
 namespace {
 
-// Runs the body of a slot in its frame; 0 when a fault ends it.
-template <class Body>
-int32_t Framed(const char* pOperation, Body&& Run)
-{
-    int32_t Result = 0;
-    return RunInDriverFrame(pOperation, [&] { Result = Run(); }) ? Result : 0;
-}
-
 constexpr char kReset[] = "CVCodecH264nv::Reset()";
 
 } // namespace
@@ -55,7 +47,7 @@ int32_t CVCodecH264nv::InitEncoder(int32_t PictureWidth, int32_t PictureHeight, 
     m_bDecoder = 0;
     m_PictureWidth = PictureWidth;
     m_PictureHeight = PictureHeight;
-    return Framed("CVCodecH264nv::InitEncoder()", [&] {
+    return ResultInDriverFrame("CVCodecH264nv::InitEncoder()", [&] {
         return m_Encoder.InitEncoder(PictureWidth, PictureHeight, iFramesPerSecond, iKeyinterval, iKbps);
     });
 }
@@ -66,12 +58,8 @@ int32_t CVCodecH264nv::Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pd
     ASSERT_OR_RETURN(InBuf, 0);
     ASSERT_OR_RETURN(OutBuf, 0);
     ASSERT_OR_RETURN(pdwOutLen, 0);
-    int32_t Result = 0;
-    const auto Body = [&] { Result = m_Encoder.Encode(InBuf, OutBuf, pdwOutLen, bForceKey, pFrameType); };
-    if (RunInDriverFrame("CVCodecH264nv::Encode()", Body)) return Result;
-    *pdwOutLen = kFrameFailed;
-    if (pFrameType) *pFrameType = kFrameFailed;
-    return 0;
+    return EncodeInDriverFrame("CVCodecH264nv::Encode()", pdwOutLen, pFrameType,
+                               [&] { return m_Encoder.Encode(InBuf, OutBuf, pdwOutLen, bForceKey, pFrameType); });
 }
 
 int32_t CVCodecH264nv::InitDecoder(int32_t PictureWidth, int32_t PictureHeight)
@@ -79,7 +67,8 @@ int32_t CVCodecH264nv::InitDecoder(int32_t PictureWidth, int32_t PictureHeight)
     m_PictureWidth = PictureWidth;
     m_PictureHeight = PictureHeight;
     m_bDecoder = 1;
-    return Framed("CVCodecH264nv::InitDecoder()", [&] { return m_Decoder.InitDecoder(PictureWidth, PictureHeight); });
+    return ResultInDriverFrame("CVCodecH264nv::InitDecoder()",
+                               [&] { return m_Decoder.InitDecoder(PictureWidth, PictureHeight); });
 }
 
 int32_t CVCodecH264nv::Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType)

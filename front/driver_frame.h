@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/exception_frame.h"
+#include "quilvex/IVCodec.h"
 
 #include <cstdint>
 
@@ -22,4 +23,23 @@ bool RunInDriverFrame(const char* pOperation, Body&& Run)
     if (platform::Guarded([&] { Run(); }, Code)) return true;
     if (MyFilterException(Code)) LogFaultHandled(pOperation);
     return false;
+}
+
+/// The same for an operation with a result; 0 when a fault ends it.
+template <class Body>
+int32_t ResultInDriverFrame(const char* pOperation, Body&& Run)
+{
+    int32_t Result = 0;
+    return RunInDriverFrame(pOperation, [&] { Result = Run(); }) ? Result : 0;
+}
+
+/// The same for an engine's Encode(), whose outputs then tell that the engine has failed. pFrameType may be null.
+template <class Body>
+int32_t EncodeInDriverFrame(const char* pOperation, int32_t* pdwOutLen, int32_t* pFrameType, Body&& Run)
+{
+    int32_t Result = 0;
+    if (RunInDriverFrame(pOperation, [&] { Result = Run(); })) return Result;
+    *pdwOutLen = kFrameFailed;
+    if (pFrameType) *pFrameType = kFrameFailed;
+    return 0;
 }

@@ -17,7 +17,6 @@
 
 namespace {
 
-// All four engines.
 class BuiltInEngines : public IEngines
 {
 public:

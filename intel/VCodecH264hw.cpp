@@ -32,14 +32,12 @@ int32_t CVCodecH264hw::InitEncoder(int32_t PictureWidth, int32_t PictureHeight, 
                                    int32_t iKeyinterval, int32_t iKbps)
 {
     ASSERT_OR_RETURN(PictureWidth && PictureHeight, 0);
-    int32_t Result = 0;
-    const auto Body = [&] {
-        m_iRole = kRoleEncoder;
-        m_PictureWidth = PictureWidth;
-        m_PictureHeight = PictureHeight;
-        Result = m_Encoder.InitEncoder(PictureWidth, PictureHeight, iFramesPerSecond, iKeyinterval, iKbps);
-    };
-    return RunInDriverFrame("CVCodecH264hw::InitEncoder()", Body) ? Result : 0;
+    m_iRole = kRoleEncoder;
+    m_PictureWidth = PictureWidth;
+    m_PictureHeight = PictureHeight;
+    return ResultInDriverFrame("CVCodecH264hw::InitEncoder()", [&] {
+        return m_Encoder.InitEncoder(PictureWidth, PictureHeight, iFramesPerSecond, iKeyinterval, iKbps);
+    });
 }
 
 int32_t CVCodecH264hw::Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pdwOutLen, int32_t bForceKey,
@@ -48,24 +46,17 @@ int32_t CVCodecH264hw::Encode(const uint8_t* InBuf, uint8_t* OutBuf, int32_t* pd
     ASSERT_OR_RETURN(InBuf, 0);
     ASSERT_OR_RETURN(OutBuf, 0);
     ASSERT_OR_RETURN(pdwOutLen, 0);
-    int32_t Result = 0;
-    const auto Body = [&] { Result = m_Encoder.Encode(InBuf, OutBuf, pdwOutLen, bForceKey, pFrameType); };
-    if (RunInDriverFrame("CVCodecH264hw::Encode()", Body)) return Result;
-    *pdwOutLen = -1;
-    if (pFrameType) *pFrameType = kFrameFailed;
-    return 0;
+    return EncodeInDriverFrame("CVCodecH264hw::Encode()", pdwOutLen, pFrameType,
+                               [&] { return m_Encoder.Encode(InBuf, OutBuf, pdwOutLen, bForceKey, pFrameType); });
 }
 
 int32_t CVCodecH264hw::InitDecoder(int32_t PictureWidth, int32_t PictureHeight)
 {
-    int32_t Result = 0;
-    const auto Body = [&] {
-        m_PictureWidth = PictureWidth;
-        m_PictureHeight = PictureHeight;
-        m_iRole = kRoleDecoder;
-        Result = m_Decoder.InitDecoder(PictureWidth, PictureHeight);
-    };
-    return RunInDriverFrame("CVCodecH264hw::InitDecoder()", Body) ? Result : 0;
+    m_PictureWidth = PictureWidth;
+    m_PictureHeight = PictureHeight;
+    m_iRole = kRoleDecoder;
+    return ResultInDriverFrame("CVCodecH264hw::InitDecoder()",
+                               [&] { return m_Decoder.InitDecoder(PictureWidth, PictureHeight); });
 }
 
 int32_t CVCodecH264hw::Decode(const uint8_t* InBuf, int32_t iInLen, uint8_t* OutBuf, int32_t* pFrameType)

@@ -1,9 +1,9 @@
 // The chain over the engines themselves: whatever combination of drivers a machine has, and however they behave, a
 // request ends as it should, in time.
 #include "front/stdafx.h"
-#include "quilvex/Quilvex.h"
 #include "tests/front/machine.h"
 #include "tests/support/child_process.h"
+#include "tests/support/request_tag.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,16 +19,6 @@ using testing::Values;
 namespace {
 
 using Drivers = std::tuple<Driver, Driver, Driver>; // NVIDIA, AMD, Intel
-
-// The tag of what a request ends in, 0 for null.
-uint32_t TagOf(uint32_t id)
-{
-    IVCodec* const pCodec = CreateVCodec(id);
-    if (!pCodec) return 0;
-    const uint32_t Tag = pCodec->GetBackendTag();
-    EXPECT_EQ(pCodec->Release(), 0);
-    return Tag;
-}
 
 uint32_t Expected(const Drivers& d, uint32_t Mode)
 {

@@ -14,6 +14,7 @@
 #include "tests/support/faults.h"
 #include "tests/support/no_more_threads.h"
 #include "tests/support/recording_log.h"
+#include "tests/support/request_tag.h"
 #include "tests/support/user_folder.h"
 
 #include <gmock/gmock.h>
@@ -109,15 +110,6 @@ class Selection : public testing::Test
 protected:
     Selection() { ResetSelectionState(); }
 
-    /// The tag of what a request ends in, 0 for null. The object is released again.
-    uint32_t TagOf(uint32_t id)
-    {
-        IVCodec* const pCodec = CreateVCodec(id);
-        if (!pCodec) return 0;
-        const uint32_t Tag = pCodec->GetBackendTag();
-        EXPECT_EQ(pCodec->Release(), 0);
-        return Tag;
-    }
     std::string Setting() { return ReadProfileString(SettingsFile(), "CONFIG", "nvidia_disable", ""); }
     void WriteSetting(const char* pValue) { WriteProfileString(SettingsFile(), "CONFIG", "nvidia_disable", pValue); }
 

@@ -7,6 +7,7 @@
 #include "quilvex/Quilvex.h"
 #include "tests/support/child_process.h"
 #include "tests/support/ffmpeg_oracle.h"
+#include "tests/support/request_tag.h"
 #include "tests/support/user_folder.h"
 
 #include <cstdio>
@@ -45,15 +46,6 @@ private:
 class IntelSelection : public IntelEngine
 {
 protected:
-    uint32_t TagOf(uint32_t id)
-    {
-        IVCodec* const pCodec = CreateVCodec(id);
-        if (!pCodec) return 0;
-        const uint32_t Tag = pCodec->GetBackendTag();
-        EXPECT_EQ(pCodec->Release(), 0);
-        return Tag;
-    }
-
     UserFolder m_Home;
     IntelMachine m_Machine;
 };
