@@ -72,20 +72,18 @@ CHILD_BODY(PrintAdapters)
 
 TEST(LinuxAdapters, AreThoseThatTheKernelShows)
 {
-    if (!fs::exists("/sys/bus/pci")) GTEST_SKIP() << "no PCI buses here";
     for (const bool bOnlyOK : {false, true}) {
         std::vector<std::string> List;
-        EXPECT_TRUE(MyGetDisplayVideoControllerList(List, bOnlyOK));
+        EXPECT_EQ(MyGetDisplayVideoControllerList(List, bOnlyOK), fs::exists("/sys/bus/pci"));
         EXPECT_EQ(static_cast<int>(List.size()), DisplayDevicesOfTheKernel(bOnlyOK));
     }
 }
 
 TEST(LinuxAdapters, HaveTheNamesOfTheList)
 {
-    if (!fs::exists("/sys/bus/pci")) GTEST_SKIP() << "no PCI buses here";
     TemporaryFolder Folder;
-    const fs::path Devices = Folder.Path() / "devices";
-    fs::create_directory(Devices);
+    const fs::path Buses = Folder.Path() / "bus", Devices = Buses / "pci/devices";
+    fs::create_directories(Devices);
     AddDevice(Devices, "0000:00:02.0", 0x8086, 0x1912, 0x030000, true);  // VGA
     AddDevice(Devices, "0000:01:00.0", 0x10DE, 0x2330, 0x030200, true);  // a 3D controller
     AddDevice(Devices, "0000:02:00.0", 0x10DE, 0x1C03, 0x030000, false); // nobody drives it
@@ -95,9 +93,9 @@ TEST(LinuxAdapters, HaveTheNamesOfTheList)
     // Mounts are the command's own and end with it.
     const std::string Out = Folder.File("out");
     const std::string Command = std::string(geteuid() == 0 ? "" : "sudo --preserve-env ") +
-                                "unshare --mount sh -c 'mount --bind " + Devices.string() +
-                                " /sys/bus/pci/devices && QUILVEX_CHILD_BODY=PrintAdapters exec " +
-                                platform::ExecutablePath() + "' > " + Out;
+                                "unshare --mount sh -c 'mount --bind " + Buses.string() +
+                                " /sys/bus && QUILVEX_CHILD_BODY=PrintAdapters exec " + platform::ExecutablePath() +
+                                "' > " + Out;
     ASSERT_EQ(test_system::RunCommand(Command), 0);
     const std::vector<uint8_t> Bytes = test::ReadWholeFile(Out);
     const std::string Text(Bytes.begin(), Bytes.end());
